@@ -1,0 +1,42 @@
+#include "base/paths.h"
+#include "base/strings.h"
+#include "base/utf8.h"
+
+namespace quillmoor {
+
+std::string validateFilename(std::string_view name) {
+    if (name == ".") return "";
+    if (name.starts_with('.')) name.remove_prefix(1);
+    const std::string_view trimmed = trimWhitespaceAndNewlines(name);
+    return replaceAll(replaceAll(trimmed, "/", ""), ":", "");
+}
+
+// Linear in both lengths: only the last * is ever gone back to.
+bool isLike(std::string_view pattern, std::string_view name) {
+    constexpr std::size_t kNone = std::string_view::npos;
+    std::size_t p = 0;
+    std::size_t n = 0;
+    std::size_t afterStar = kNone;
+    std::size_t retry = 0;
+    while (n < name.size()) {
+        if (p < pattern.size() && pattern[p] == '*') {
+            afterStar = ++p;
+            retry = n;
+        } else if (p < pattern.size() && pattern[p] == '?') {
+            ++p;
+            n += utf8CharacterAt(name, n).bytes;
+        } else if (p < pattern.size() && pattern[p] == name[n]) {
+            ++p;
+            ++n;
+        } else if (afterStar != kNone) {
+            p = afterStar;
+            retry += utf8CharacterAt(name, retry).bytes;
+            n = retry;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', p) == kNone;
+}
+
+}  // namespace quillmoor

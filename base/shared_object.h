@@ -1,0 +1,32 @@
+// What the process-wide objects have in common: they cannot be copied, released or counted.
+#pragma once
+
+namespace quillmoor {
+
+// Derived is the singleton's own class. Objects are never destroyed.
+template <typename Derived>
+class SharedObject {
+  public:
+    SharedObject(const SharedObject&) = delete;
+    SharedObject& operator=(const SharedObject&) = delete;
+
+    // `retain`: no count is kept.
+    Derived* retain() { return self(); }
+    // `release`: does nothing.
+    void release() {}
+    // `autorelease`: does nothing.
+    Derived* autorelease() { return self(); }
+    // `copyWithZone:`: no copy is made.
+    Derived* copyWithZone() { return self(); }
+    // `retainCount`: always the largest 32-bit unsigned value.
+    unsigned long retainCount() const { return 4294967295UL; }
+
+  protected:
+    SharedObject() = default;
+    ~SharedObject() = default;
+
+  private:
+    Derived* self() { return static_cast<Derived*>(this); }
+};
+
+}  // namespace quillmoor

@@ -1,0 +1,44 @@
+// The table that every benchmark prints, and the figures in it.
+#pragma once
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace quillmoor::bench {
+
+inline double median(std::vector<double> values) {
+    if (values.empty()) return 0;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+// The value that the share `part` of all lies below.
+inline double quantile(std::vector<double> values, double part) {
+    if (values.empty()) return 0;
+    const auto index = static_cast<std::size_t>(part * static_cast<double>(values.size() - 1));
+    const auto place = values.begin() + static_cast<std::ptrdiff_t>(index);
+    std::nth_element(values.begin(), place, values.end());
+    return *place;
+}
+
+enum class Better { Lower, Higher };
+
+// One row: medians of the rounds, and the median of the ratios taken round by round.
+inline void printRow(const std::string& work, const std::vector<double>& ours,
+                     const std::vector<double>& peer, const char* unit, double target,
+                     Better better) {
+    std::vector<double> ratios;
+    for (std::size_t i = 0; i < std::min(ours.size(), peer.size()); ++i)
+        ratios.push_back(ours[i] / peer[i]);
+    const double ratio = median(ratios);
+    const bool met = better == Better::Lower ? ratio <= target : ratio >= target;
+    std::printf("%s | %.4g %s | %.4g %s | %.2f | %s %.2f | %s\n", work.c_str(), median(ours), unit,
+                median(peer), unit, ratio, better == Better::Lower ? "<=" : ">=", target,
+                met ? "met" : "NOT met");
+    std::fflush(stdout);
+}
+
+}  // namespace quillmoor::bench

@@ -1,0 +1,29 @@
+#include "log/KXException.h"
+
+#include "base/types.h"
+#include "log/KXLog.h"
+
+namespace quillmoor {
+
+std::string KXException::logException(const platform::Exception* exception, const char* forMethod) {
+    OptionalString name;
+    OptionalString reason;
+    if (exception != nullptr) {
+        name = exception->name();
+        reason = exception->reason();
+    }
+    std::string report = formatted("Exception in %s. %@ - %@.", forMethod, name, reason);
+    KXLog::appendLogAndPrint(RuntimeFormat{report});
+    return report;
+}
+
+bool KXException::didTimeout(const platform::Exception* exception) {
+    return exception != nullptr && exception->name() == "NSPortTimeoutException";
+}
+
+void uncaughtExceptionHandler(const platform::Exception* exception) {
+    if (exception != nullptr) KXLog::appendLogAndPrint(RuntimeFormat{exception->reason()});
+    KXLog::finishWriting();
+}
+
+}  // namespace quillmoor

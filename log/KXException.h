@@ -1,0 +1,29 @@
+// Reports of exceptions, caught and uncaught.
+#pragma once
+
+#include <string>
+
+#include "platform/exception.h"
+
+namespace quillmoor {
+
+// No state; may be used from any thread.
+class KXException {
+  public:
+    KXException() = delete;
+
+    // `logException:forMethod:`: writes "Exception in <method>. <name> - <reason>." to the log and
+    // to standard output, and answers the text. A directive in the reason is rendered by the log. A
+    // null exception has "(null)" for name and reason.
+    static std::string logException(const platform::Exception* exception, const char* forMethod);
+
+    // `didTimeout:`: the exception's name is exactly "NSPortTimeoutException".
+    static bool didTimeout(const platform::Exception* exception);
+};
+
+// The process's handler for exceptions that nobody catches, in force from the first use of the log:
+// writes the reason to the log and to standard output, and waits until it is in the file. Runs on
+// the thread that the exception escaped from.
+void uncaughtExceptionHandler(const platform::Exception* exception);
+
+}  // namespace quillmoor

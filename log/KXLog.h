@@ -1,0 +1,174 @@
+// The process-wide log: one text file per application name in the user's log folder, kept as at
+// most five generations.
+//
+//   KXLog::createNewLog();                                   // once, at the start
+//   KXLog::appendLog("Error: %@ is not executable", path);   // from any thread
+//
+//   ~/Library/Logs/Quillmoor/Name.1.log   the newest
+//                            Name.2.log … Name.5.log, the oldest
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "base/format.h"
+#include "base/shared_object.h"
+#include "base/types.h"
+#include "log/SpinLock.h"
+#include "log/WriteQueue.h"
+#include "platform/file_handle.h"
+
+namespace quillmoor {
+
+// Nothing here throws or answers an error. What goes wrong with the log itself is told on standard
+// output. A format is checked against its arguments when it is compiled; one that is known only at
+// run time is passed as RuntimeFormat, and nil (std::nullopt) does nothing.
+class KXLog : public SharedObject<KXLog> {
+  public:
+    // Appending, from any thread ----------------------------------------------------------------
+    // A message is formatted and trimmed on the caller's thread and written by the log's own
+    // worker, as one line "date - message". One that is empty after trimming is not written.
+
+    // `appendLog:`: returns at once; but off the main thread, for a message of 1 to 99 characters
+    // while no more than 99 are queued, it returns when the message has been written.
+    template <typename... Arguments>
+    static void appendLog(Format<Arguments...> format, const Arguments&... arguments) {
+        if (format.isNil()) return;
+        std::string message;
+        appendFormatted<Arguments...>(message, format, arguments...);
+        appendMessage(message);
+    }
+
+    // `fastAppendLog:`: always returns at once.
+    template <typename... Arguments>
+    static void fastAppendLog(Format<Arguments...> format, const Arguments&... arguments) {
+        if (format.isNil()) return;
+        std::string message;
+        appendFormatted<Arguments...>(message, format, arguments...);
+        fastAppendMessage(message);
+    }
+
+    // `appendLogAndPrint:`: as appendLog, and on standard output too. The message becomes a format
+    // itself: a directive that it still holds is rendered once more, without arguments. On standard
+    // output "%@" is left out and every other percent sign is doubled.
+    template <typename... Arguments>
+    static void appendLogAndPrint(Format<Arguments...> format, const Arguments&... arguments) {
+        if (format.isNil()) return;
+        std::string message;
+        appendFormatted<Arguments...>(message, format, arguments...);
+        appendMessageAndPrint(message);
+    }
+
+    // `finishWriting`: waits until everything queued before the call has been written. Returns at
+    // once on the log's own worker.
+    static void finishWriting();
+
+    // Files -------------------------------------------------------------------------------------
+
+    // `createNewLog` and `createNewLog:`: shifts the generations by one, starts an empty newest one
+    // and writes the header. Generation 5 is lost. The name is taken only when there is no other.
+    // Where the user's preferences say so, logging is disabled for the rest of the process. After a
+    // failure no log is open; the text on standard output says what failed.
+    // Calls are not serialised against each other: start the log before logging heavily.
+    static void createNewLog();
+    static void createNewLog(const OptionalString& appName);
+
+    // `availableLogs`: the paths of the user's generations that exist, newest first.
+    static StringList availableLogs();
+
+    // The shared controller ---------------------------------------------------------------------
+
+    // `sharedController`: made on the first call, and with it the queue, the hook for the end of
+    // the program and the handler for exceptions that nobody catches. null only if somebody has
+    // used allocWithZone before.
+    static KXLog* sharedController();
+
+    // `allocWithZone:`: the one instance, once; afterwards null.
+    static KXLog* allocWithZone();
+
+    // `willTerminate:`: waits for the queue if fewer than 20 messages are pending, closes the file
+    // and ends logging. Called on the main thread when the application terminates.
+    static void willTerminate();
+
+    // `dealloc`: the same without waiting to be told. Nobody calls it, for nobody can release.
+    void dealloc();
+
+    // `appName`: the stored name, else the main program's, without its extension.
+    OptionalString appName() const;
+    void setAppName(const OptionalString& name);
+
+    // `fileHandle`: null when no log is open.
+    std::shared_ptr<platform::FileHandle> fileHandle() const;
+    void setFileHandle(std::shared_ptr<platform::FileHandle> handle);
+
+    // `bytesWritten`: to the current file since createNewLog started it.
+    std::size_t bytesWritten() const { return bytesWritten_.load(std::memory_order_relaxed); }
+    void setBytesWritten(std::size_t bytes) {
+        bytesWritten_.store(bytes, std::memory_order_relaxed);
+    }
+
+    // `writeQueue`: null after the end. A queue is never destroyed.
+    WriteQueue* writeQueue() const { return writeQueue_; }
+    void setWriteQueue(WriteQueue* queue) { writeQueue_ = queue; }
+
+    // `bytesInQueue`: characters (16-bit units) queued and not yet written; an estimate.
+    std::size_t bytesInQueue() const {
+        return unitsQueued_.load(std::memory_order_relaxed) -
+               unitsDone_.load(std::memory_order_relaxed);
+    }
+    void setBytesInQueue(std::size_t units) {
+        unitsDone_.store(0, std::memory_order_relaxed);
+        unitsQueued_.store(units, std::memory_order_relaxed);
+    }
+
+    // `loggingDisabled`: never cleared again by the log itself.
+    bool loggingDisabled() const { return loggingDisabled_; }
+    void setLoggingDisabled(bool disabled) { loggingDisabled_ = disabled; }
+
+    // `appendTextToLog:`: trims and queues a finished message.
+    void appendTextToLog(std::string_view message);
+
+    // `appendLogOnThread:`: writes one message; the body of the queue's worker.
+    void appendLogOnThread(std::string_view message);
+
+  private:
+    KXLog() = default;
+
+    static void appendMessage(std::string_view message);
+    static void fastAppendMessage(std::string_view message);
+    static void appendMessageAndPrint(std::string_view message);
+
+    static void setUpSharedController();
+    static void dropQueueInForkedChild();
+    void shutDown();
+
+    static bool isDisabledByPreferences();
+    bool rotate(const OptionalPath& logFolder, const std::string& name);
+    bool startFile(const OptionalPath& path);
+    void appendHeader();
+    OptionalPath currentLogPath(const OptionalString& name) const;
+    void writeMessage(std::string_view message);
+    std::shared_ptr<platform::FileHandle> openHandle();
+    void reportLoss(std::string_view message);
+    void startNextGeneration();
+
+    mutable SpinLock lock_;  // of the two properties below it
+    OptionalString appName_;
+    std::shared_ptr<platform::FileHandle> fileHandle_;
+
+    std::atomic<WriteQueue*> writeQueue_{nullptr};
+    std::atomic<bool> loggingDisabled_{false};
+
+    // bytesInQueue is the difference of two counters, one changed by callers and one by the worker,
+    // each on a cache line of its own: sharing one would cost every caller more than its
+    // formatting.
+    static constexpr std::size_t kCacheLine = 64;
+    alignas(kCacheLine) std::atomic<std::size_t> unitsQueued_{0};
+    alignas(kCacheLine) std::atomic<std::size_t> unitsDone_{0};
+    std::atomic<std::size_t> bytesWritten_{0};
+};
+
+}  // namespace quillmoor

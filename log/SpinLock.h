@@ -1,0 +1,29 @@
+// A lock for a few instructions.
+#pragma once
+
+#include <atomic>
+#include <thread>
+
+namespace quillmoor {
+
+// Fit for std::lock_guard. Unlike a mutex it can be set free in a forked child, where the thread
+// that held it is gone.
+class SpinLock {
+  public:
+    void lock() {
+        while (flag_.test_and_set(std::memory_order_acquire)) waitUntilFree();
+    }
+    void unlock() { flag_.clear(std::memory_order_release); }
+
+  private:
+    // Looks for a while, then lets others run: the holder may be one of them.
+    void waitUntilFree() const {
+        constexpr int kLooks = 100;
+        for (int look = 0; flag_.test(std::memory_order_relaxed); ++look)
+            if (look >= kLooks) std::this_thread::yield();
+    }
+
+    std::atomic_flag flag_;
+};
+
+}  // namespace quillmoor

@@ -1,0 +1,193 @@
+#include "log/WriteQueue.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "platform/platform.h"
+
+namespace quillmoor {
+namespace {
+
+constexpr std::size_t kBlockBytes = 64 * 1024;
+constexpr std::size_t kSpareBlocks = 16;
+
+// Waking a sleeping worker costs a caller some microseconds. So for a while after the last text the
+// worker looks for work by itself, at this interval; only then it sleeps until it is woken.
+constexpr auto kNap = std::chrono::microseconds(500);
+constexpr int kNapsBeforeSleep = 200;
+
+// What an entry can tell; a longer text, one of 4 GiB, is cut.
+using Length = std::uint32_t;
+
+}  // namespace
+
+// Entries one behind the other: the length, then the text.
+struct WriteQueue::Block {
+    std::size_t capacity;
+    std::size_t used = 0;
+    Block* next = nullptr;
+
+    static Block* create(std::size_t capacity);
+
+    char* bytes() { return reinterpret_cast<char*>(this + 1); }
+    bool fits(std::size_t needed) const { return capacity - used >= needed; }
+
+    void append(std::string_view text) {
+        const auto length = static_cast<Length>(text.size());
+        std::memcpy(bytes() + used, &length, sizeof length);
+        std::memcpy(bytes() + used + sizeof length, text.data(), text.size());
+        used += sizeof length + text.size();
+    }
+};
+
+WriteQueue::Block* WriteQueue::Block::create(std::size_t capacity) {
+    return new (::operator new(sizeof(Block) + capacity)) Block{capacity};
+}
+
+void WriteQueue::Chain::append(Block* block) {
+    (empty() ? first : last->next) = block;
+    last = block;
+}
+
+WriteQueue::Block* WriteQueue::Chain::takeFirst() {
+    Block* block = first;
+    first = std::exchange(block->next, nullptr);
+    return block;
+}
+
+WriteQueue* WriteQueue::create(std::function<void(std::string_view)> write) {
+    auto* queue = new WriteQueue(std::move(write));
+    platform::current().mainThread->detachNewThread([queue] { queue->run(); });
+    return queue;
+}
+
+WriteQueue::WriteQueue(std::function<void(std::string_view)> write) : write_(std::move(write)) {}
+
+// Sees to it that the last queued block has room. Answers false when a block must be made first,
+// which is not done under the lock: running out of memory must not leave it locked.
+bool WriteQueue::findRoom(std::size_t needed, Block*& fresh) {
+    if (!queued_.empty() && queued_.last->fits(needed)) return true;
+    if (fresh == nullptr && needed <= kBlockBytes && !spare_.empty()) {
+        fresh = spare_.takeFirst();
+        --spareCount_;
+    }
+    if (fresh == nullptr) return false;
+    queued_.append(std::exchange(fresh, nullptr));
+    return true;
+}
+
+void WriteQueue::add(std::string_view text) {
+    text = text.substr(0, std::numeric_limits<Length>::max());
+    const std::size_t needed = sizeof(Length) + text.size();
+    Block* fresh = nullptr;
+    std::unique_lock lock(lock_);
+    while (!findRoom(needed, fresh)) {
+        lock.unlock();
+        fresh = Block::create(std::max(kBlockBytes, needed));
+        lock.lock();
+    }
+    queued_.last->append(text);
+    added_.store(added_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    const bool wake = std::exchange(workerSleeps_, false);
+    lock.unlock();
+    if (wake) wakeWorker();
+    if (fresh != nullptr) recycle(fresh);
+}
+
+void WriteQueue::wakeWorker() {
+    {
+        const std::lock_guard guard(sleepLock_);
+        wakeRequested_ = true;
+    }
+    work_.notify_one();
+}
+
+std::size_t WriteQueue::operationCount() const {
+    const std::uint64_t done = done_.load();
+    return static_cast<std::size_t>(added_.load() - done);
+}
+
+void WriteQueue::waitUntilAllOperationsAreFinished() {
+    if (worker_.load() == std::this_thread::get_id()) return;
+    std::uint64_t target = 0;
+    {
+        const std::lock_guard guard(lock_);
+        target = added_.load(std::memory_order_relaxed);
+        workerSleeps_ = false;
+    }
+    wakeWorker();
+    std::unique_lock sleeping(sleepLock_);
+    ++waiters_;
+    finished_.wait(sleeping, [&] { return done_.load() >= target; });
+    --waiters_;
+}
+
+void WriteQueue::run() {
+    worker_.store(std::this_thread::get_id());
+    while (true) {
+        Chain taken;
+        for (int nap = 0; !takeQueued(taken, nap >= kNapsBeforeSleep); ++nap)
+            waitForWork(nap >= kNapsBeforeSleep);
+        while (!taken.empty()) {
+            Block* block = taken.takeFirst();
+            writeBlock(*block);
+            recycle(block);
+        }
+    }
+}
+
+// Everything queued. When there is nothing and `sleepIfEmpty` is set, the next caller will wake the
+// worker.
+bool WriteQueue::takeQueued(Chain& taken, bool sleepIfEmpty) {
+    const std::lock_guard guard(lock_);
+    std::swap(taken, queued_);
+    workerSleeps_ = taken.empty() && sleepIfEmpty;
+    return !taken.empty();
+}
+
+// A nap ends early only for somebody who waits; a sleep ends with the next text.
+void WriteQueue::waitForWork(bool untilWoken) {
+    std::unique_lock sleeping(sleepLock_);
+    const auto woken = [&] { return std::exchange(wakeRequested_, false); };
+    if (untilWoken)
+        work_.wait(sleeping, woken);
+    else
+        work_.wait_for(sleeping, kNap, woken);
+}
+
+void WriteQueue::writeBlock(Block& block) {
+    for (std::size_t at = 0; at < block.used;) {
+        Length length = 0;
+        std::memcpy(&length, block.bytes() + at, sizeof length);
+        write_({block.bytes() + at + sizeof length, length});
+        at += sizeof length + length;
+        finishOne();
+    }
+}
+
+void WriteQueue::finishOne() {
+    done_.store(done_.load(std::memory_order_relaxed) + 1);
+    if (waiters_.load() == 0) return;
+    const std::lock_guard guard(sleepLock_);
+    finished_.notify_all();
+}
+
+// Keeps a few blocks of the usual size for the next texts and frees the rest.
+void WriteQueue::recycle(Block* block) {
+    if (block->capacity == kBlockBytes) {
+        const std::lock_guard guard(lock_);
+        if (spareCount_ < kSpareBlocks) {
+            block->used = 0;
+            spare_.append(block);
+            ++spareCount_;
+            return;
+        }
+    }
+    ::operator delete(block);
+}
+
+}  // namespace quillmoor

@@ -1,0 +1,82 @@
+// A queue of texts and the one thread that writes them, one at a time, in the order of queueing.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string_view>
+#include <thread>
+
+#include "log/SpinLock.h"
+
+namespace quillmoor {
+
+// Unbounded: nothing is dropped and no caller waits for room. Texts are kept in blocks, so that a
+// backlog costs little more than its text.
+//
+// Never destroyed: its thread is detached and goes on until the process ends.
+class WriteQueue {
+  public:
+    // `write` is called on the worker, one call at a time; it must not throw.
+    static WriteQueue* create(std::function<void(std::string_view)> write);
+
+    // Queues a copy of `text`. From any thread; never waits for a write.
+    void add(std::string_view text);
+
+    // Texts queued or being written.
+    std::size_t operationCount() const;
+
+    // Waits until everything that was queued before the call has been written. On the worker
+    // itself it returns at once, for there it would wait for itself.
+    void waitUntilAllOperationsAreFinished();
+
+  private:
+    static constexpr std::size_t kCacheLine = 64;
+
+    struct Block;
+
+    // A chain of blocks, in order.
+    struct Chain {
+        Block* first = nullptr;
+        Block* last = nullptr;
+        bool empty() const { return first == nullptr; }
+        void append(Block* block);
+        Block* takeFirst();
+    };
+
+    explicit WriteQueue(std::function<void(std::string_view)> write);
+
+    bool findRoom(std::size_t needed, Block*& fresh);
+    void wakeWorker();
+    void run();
+    void waitForWork(bool untilWoken);
+    bool takeQueued(Chain& taken, bool sleepIfEmpty);
+    void writeBlock(Block& block);
+    void finishOne();
+    void recycle(Block* block);
+
+    const std::function<void(std::string_view)> write_;
+    std::atomic<std::thread::id> worker_{};
+
+    // What callers change with every text, what the worker changes with every text, and what is
+    // there for sleeping lie on cache lines of their own.
+    alignas(kCacheLine) SpinLock lock_;  // of the rest of this line
+    bool workerSleeps_ = false;          // it must be woken for new work
+    Chain queued_;
+    Chain spare_;
+    std::size_t spareCount_ = 0;
+    std::atomic<std::uint64_t> added_{0};
+
+    alignas(kCacheLine) std::atomic<std::uint64_t> done_{0};
+
+    alignas(kCacheLine) std::atomic<unsigned> waiters_{0};
+    std::mutex sleepLock_;
+    bool wakeRequested_ = false;
+    std::condition_variable work_;
+    std::condition_variable finished_;
+};
+
+}  // namespace quillmoor

@@ -1,0 +1,58 @@
+#include "pane/RK_MessageViewPane.h"
+
+#include "base/paths.h"
+#include "files/KXFileManager.h"
+#include "paths/KXLocalPaths.h"
+#include "platform/platform.h"
+
+namespace quillmoor {
+namespace {
+
+constexpr char kProductIdentifier[] = "com.quillmoor.tallyframe";
+constexpr char kUninstallerName[] = "Tallyframe Uninstaller";
+constexpr char kUninstallerType[] = "zip";
+constexpr char kUninstallerApplication[] = "Tallyframe Uninstaller.app";
+
+void show(platform::Control* control) {
+    if (control != nullptr) control->setHidden(false);
+}
+
+// In the bundle that holds this code, not in the installer's own.
+OptionalPath uninstallerArchive() {
+    const auto bundle = platform::current().bundles->bundleForCode(
+        reinterpret_cast<const void*>(&uninstallerArchive));
+    if (!bundle) return std::nullopt;
+    return bundle->pathForResource(kUninstallerName, kUninstallerType);
+}
+
+}  // namespace
+
+std::string RK_MessageViewPane::title() {
+    return "Version Check";
+}
+
+void RK_MessageViewPane::didEnterPane(platform::InstallerDirection direction) {
+    if (platform::current().workspace->absolutePathForAppBundle(kProductIdentifier)) {
+        show(titleText);
+        show(descriptionText);
+        show(uninstallBtn);
+    } else if (direction == platform::InstallerDirection::Backward) {
+        gotoPreviousPane();
+    } else {
+        gotoNextPane();
+    }
+}
+
+bool RK_MessageViewPane::shouldExitPane(platform::InstallerDirection /*direction*/) {
+    return true;
+}
+
+void RK_MessageViewPane::uninstall(platform::Control* /*sender*/) {
+    const OptionalPath archive = uninstallerArchive();
+    const std::string scratch = KXLocalPaths::tempFile();
+    // Whether that worked shows in the next step, which fails as silently.
+    KXFileManager::decompressFile(archive, scratch);
+    platform::current().workspace->openFile(*appendPathComponent(scratch, kUninstallerApplication));
+}
+
+}  // namespace quillmoor

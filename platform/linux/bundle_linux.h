@@ -1,0 +1,24 @@
+// Bundle folders on this system: X.app/Contents with Info.plist, Resources, and the program or
+// plug-in in Linux or MacOS.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "base/types.h"
+#include "platform/bundle.h"
+
+namespace quillmoor::platform::linux_ {
+
+// X.bundle for X.bundle/Contents/Linux/name and X.bundle/Contents/MacOS/name, whatever the
+// extension; nil for every other path.
+OptionalPath bundleFolderOf(const std::string& executable);
+
+// The bundle that `executable` belongs to, or one that has the executable alone.
+std::shared_ptr<Bundle> bundleOf(const OptionalPath& executable);
+
+// The languages that the environment asks for, best first, as their folders of resources are named:
+// LANGUAGE and LC_ALL, LC_MESSAGES or LANG in gettext's order, then English, then Base.
+StringList languagesOfResources();
+
+}  // namespace quillmoor::platform::linux_

@@ -1,0 +1,40 @@
+#include "platform/posix/kernel_calls_posix.h"
+
+#include <linux/fs.h>
+#include <stdio.h>
+#include <sys/ioctl.h>
+#include <sys/xattr.h>
+
+#include <string_view>
+
+namespace quillmoor::platform::posix {
+
+int renameNoReplace(int folder, const char* name, int newFolder, const char* newName) {
+    return ::renameat2(folder, name, newFolder, newName, RENAME_NOREPLACE);
+}
+
+int cloneFile(int from, int to) {
+    return ::ioctl(to, FICLONE, from);
+}
+
+ssize_t listExtendedAttributes(int file, char* names, std::size_t size) {
+    return ::flistxattr(file, names, size);
+}
+
+ssize_t getExtendedAttribute(int file, const char* name, void* value, std::size_t size) {
+    return ::fgetxattr(file, name, value, size);
+}
+
+int setExtendedAttribute(int file, const char* name, const void* value, std::size_t size) {
+    return ::fsetxattr(file, name, value, size, 0);
+}
+
+bool isCopiedAttribute(const char* name, bool ownerKept) {
+    const std::string_view text(name);
+    // A program's capabilities are worth as much as a setuid bit.
+    if (text == "security.capability") return ownerKept;
+    return text.starts_with("user.") || text.starts_with("trusted.") || text.starts_with("osx.") ||
+           text.starts_with("system.posix_acl_");
+}
+
+}  // namespace quillmoor::platform::posix

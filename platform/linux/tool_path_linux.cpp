@@ -1,0 +1,40 @@
+#include "platform/linux/tool_path_linux.h"
+
+#include <memory>
+#include <optional>
+
+#include "base/paths.h"
+#include "platform/linux/bundle_linux.h"
+#include "platform/linux/programs_linux.h"
+#include "platform/native_services.h"
+
+namespace quillmoor::platform::linux_ {
+namespace {
+
+constexpr char kDitto[] = "/usr/bin/ditto";
+
+}  // namespace
+
+StringList ownTools(const std::string& name) {
+    StringList places;
+    const auto here = nativeBundles()->bundleForCode(reinterpret_cast<const void*>(&ownTools));
+    const OptionalPath code = here != nullptr ? here->executablePath() : std::nullopt;
+    const OptionalPath bundle = code ? bundleFolderOf(*code) : std::nullopt;
+    if (bundle) places.push_back(*bundle + "/Contents/Linux/" + name);
+    places.push_back(KX_LIBEXECDIR "/" + name);
+    if (const OptionalPath program = nativeBundles()->mainBundle()->executablePath()) {
+        const std::string prefix = deleteLastPathComponent(deleteLastPathComponent(*program));
+        places.push_back(*appendPathComponent(prefix, "libexec/quillmoor/" + name));
+    }
+    return places;
+}
+
+std::string toolPath(const std::string& path) {
+    if (path != kDitto || isProgram(path)) return path;
+    for (const std::string& place : ownTools(lastPathComponent(path))) {
+        if (const OptionalPath tool = trustedProgram(place)) return *tool;
+    }
+    return path;
+}
+
+}  // namespace quillmoor::platform::linux_

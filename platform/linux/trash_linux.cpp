@@ -1,0 +1,109 @@
+#include "platform/linux/trash_linux.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <unistd.h>
+
+#include <string_view>
+
+#include "base/paths.h"
+#include "platform/linux/environment_linux.h"
+#include "platform/linux/trash_folder_linux.h"
+#include "platform/posix/move_posix.h"
+#include "platform/posix/names_posix.h"
+#include "platform/posix/place_posix.h"
+#include "platform/posix/system_calls_posix.h"
+
+namespace quillmoor::platform::linux_ {
+namespace {
+
+// The home whose Trash is meant; nil when the destination is none.
+OptionalPath homeOf(const OptionalPath& destination) {
+    constexpr std::string_view suffix = "/.Trash";
+    if (!destination) return homeOfThisProcess();
+    if (!destination->starts_with('/') || !destination->ends_with(suffix)) return std::nullopt;
+    const std::string home = destination->substr(0, destination->size() - suffix.size());
+    return home.empty() ? "/" : home;
+}
+
+bool isOneName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
+}
+
+// Where the open folder really is: links on the way to it may be gone when the item is put back.
+std::string pathOf(int folder, const std::string& spelled) {
+    char path[PATH_MAX];
+    const std::string self = "/proc/self/fd/" + std::to_string(folder);
+    const ssize_t size = ::readlink(self.c_str(), path, sizeof path);
+    if (size > 0 && path[0] == '/') return {path, static_cast<std::size_t>(size)};
+    if (spelled.starts_with('/') || ::getcwd(path, sizeof path) == nullptr) return spelled;
+    return std::string(path) + "/" + spelled;
+}
+
+// One item on its way into the Trash.
+class Recycling {
+  public:
+    Recycling(const TrashFolder& trash, const posix::Place& from, std::string originalPath)
+        : trash_(trash), from_(from), originalPath_(std::move(originalPath)) {}
+
+    bool run() {
+        const posix::SystemCalls& calls = posix::systemCalls();
+        to_.folder = posix::Descriptor(calls.openat(trash_.items(), ".", posix::kSearchFolder, 0));
+        if (!to_.folder) return false;
+        uniqueFilename(posix::shortenedName(from_.name, TrashFolder::kLongestName),
+                       [this](const std::string& name) { return isTaken(name); });
+        return moved_;
+    }
+
+  private:
+    // Tries that name. NO ends the search, be it that the item has arrived or that it cannot.
+    bool isTaken(const std::string& name) {
+        const int error = trash_.reserve(name, originalPath_);
+        if (error != 0) return error == EEXIST;
+        to_.name = name;
+        const posix::MoveResult result = posix::moveItemTo(from_, to_);
+        moved_ = result.error == 0;
+        if (result.arrived) return false;
+        trash_.release(name);
+        return result.error == EEXIST && somethingStands();
+    }
+
+    bool somethingStands() const {
+        struct stat status;
+        return posix::statusOf(to_, posix::FollowLink::No, status) == 0;
+    }
+
+    const TrashFolder& trash_;
+    const posix::Place& from_;
+    const std::string originalPath_;
+    posix::Place to_;
+    bool moved_ = false;
+};
+
+bool recycleOne(const TrashFolder& trash, const std::string& source, const std::string& name) {
+    posix::Place from;
+    struct stat status;
+    if (!isOneName(name) || posix::openFolder(source, from.folder) != 0) return false;
+    from.name = name;
+    if (posix::statusOf(from, posix::FollowLink::No, status) != 0) return false;
+    if (trash.holds(from.folder.get())) return true;
+    const std::string folder = pathOf(from.folder.get(), source);
+    return Recycling(trash, from, (folder == "/" ? "" : folder) + "/" + name).run();
+}
+
+}  // namespace
+
+bool recycleToTrash(const std::string& source, const OptionalPath& destination,
+                    const StringList& names) {
+    const OptionalPath home = homeOf(destination);
+    if (!home) return false;
+    const auto trash = TrashFolder::open(withoutTrailingSlashes(*home));
+    if (!trash) return false;
+    bool allMoved = true;
+    for (const std::string& name : names) allMoved = recycleOne(*trash, source, name) && allMoved;
+    return allMoved;
+}
+
+}  // namespace quillmoor::platform::linux_

@@ -1,0 +1,16 @@
+// Items put into the Trash.
+#pragma once
+
+#include <string>
+
+#include "base/types.h"
+
+namespace quillmoor::platform::linux_ {
+
+// As Workspace::recycle. `destination` is nil, for the Trash of this process's own home, or the
+// path .Trash in a home; anything else is refused. From another file system an item is copied, then
+// removed; what is in the Trash already stays where it is and counts as moved.
+bool recycleToTrash(const std::string& source, const OptionalPath& destination,
+                    const StringList& names);
+
+}  // namespace quillmoor::platform::linux_

@@ -1,0 +1,31 @@
+// The main thread, threads beside it, and the end of the program.
+#pragma once
+
+#include <functional>
+
+namespace quillmoor::platform {
+
+enum class WaitUntilDone : bool { No, Yes };
+
+// May be called from any thread.
+class MainThread {
+  public:
+    virtual ~MainThread() = default;
+
+    virtual bool isMainThread() = 0;
+
+    // Has the run loop of the main thread run `function`, in every mode. With Yes it returns when
+    // that is done; on the main thread it then runs at once. An exception in it is not caught.
+    virtual void performOnMainThread(std::function<void()> function, WaitUntilDone wait) = 0;
+
+    // A thread that blocks every signal and that nobody joins.
+    virtual void detachNewThread(std::function<void()> body) = 0;
+
+    // `observer` is called once, on the main thread, when the application is about to terminate:
+    // the host says when, and in a program without one the normal end of the process does.
+    // One observer function is kept once, however often it is added.
+    virtual void addTerminationObserver(void (*observer)()) = 0;
+    virtual void removeTerminationObserver(void (*observer)()) = 0;
+};
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,22 @@
+// This system's own services, one function for each, defined in the back-end's files. Each answers
+// the same object at every call, makes it on the first, and never destroys it.
+#pragma once
+
+#include "platform/platform.h"
+
+namespace quillmoor::platform {
+
+ProcessInfo* nativeProcessInfo();
+Locations* nativeLocations();
+FileManager* nativeFileManager();
+FileHandles* nativeFileHandles();
+Tasks* nativeTasks();
+MainThread* nativeMainThread();
+Bundles* nativeBundles();
+PropertyLists* nativePropertyLists();
+Workspace* nativeWorkspace();
+Text* nativeText();
+Console* nativeConsole();
+Clock* nativeClock();
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,31 @@
+#include "platform/platform.h"
+
+#include <atomic>
+
+#include "platform/native_services.h"
+
+namespace quillmoor::platform {
+namespace {
+
+std::atomic<const Platform*> inForce{nullptr};
+
+}  // namespace
+
+const Platform& native() {
+    static const Platform services{nativeProcessInfo(), nativeLocations(),     nativeFileManager(),
+                                   nativeFileHandles(), nativeTasks(),         nativeMainThread(),
+                                   nativeBundles(),     nativePropertyLists(), nativeWorkspace(),
+                                   nativeText(),        nativeConsole(),       nativeClock()};
+    return services;
+}
+
+const Platform& current() {
+    const Platform* platform = inForce.load(std::memory_order_acquire);
+    return platform != nullptr ? *platform : native();
+}
+
+const Platform* exchange(const Platform* platform) {
+    return inForce.exchange(platform, std::memory_order_acq_rel);
+}
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,46 @@
+// Everything that an operating system must provide, in one place. A test replaces it as a whole or
+// service by service; platform/README.md tells how to write a back-end.
+#pragma once
+
+#include "platform/bundle.h"
+#include "platform/clock.h"
+#include "platform/console.h"
+#include "platform/file_handle.h"
+#include "platform/file_manager.h"
+#include "platform/locations.h"
+#include "platform/main_thread.h"
+#include "platform/process_info.h"
+#include "platform/property_list.h"
+#include "platform/task.h"
+#include "platform/text.h"
+#include "platform/workspace.h"
+
+namespace quillmoor::platform {
+
+// The services are not owned and live as long as the process, or the test.
+struct Platform {
+    ProcessInfo* processInfo;
+    Locations* locations;
+    FileManager* fileManager;
+    FileHandles* fileHandles;
+    Tasks* tasks;
+    MainThread* mainThread;
+    Bundles* bundles;
+    PropertyLists* propertyLists;
+    Workspace* workspace;
+    Text* text;
+    Console* console;
+    Clock* clock;
+};
+
+// The one in force. The first call makes this system's own.
+const Platform& current();
+
+// This system's own back-end, whatever is in force. Its services are never destroyed.
+const Platform& native();
+
+// Puts another in force and answers the one before. For tests, before threads are started: what was
+// asked for earlier keeps what it got. `platform` must outlive its use; null means native().
+const Platform* exchange(const Platform* platform);
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,112 @@
+#include <pthread.h>
+#include <signal.h>
+#include <sys/time.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+#include "base/paths.h"
+#include "platform/native_services.h"
+#include "platform/posix/thread_id_posix.h"
+
+namespace quillmoor::platform {
+namespace {
+
+// As long as this lives, a write to a pipe that nobody reads fails and nothing more: the signal
+// that this thread would get is taken back.
+class BrokenPipeGuard {
+  public:
+    BrokenPipeGuard() {
+        sigset_t pending;
+        ::sigpending(&pending);
+        wasPending_ = ::sigismember(&pending, SIGPIPE) == 1;
+        ::sigemptyset(&brokenPipe_);
+        ::sigaddset(&brokenPipe_, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &brokenPipe_, &previous_);
+    }
+    ~BrokenPipeGuard() {
+        sigset_t pending;
+        ::sigpending(&pending);
+        if (!wasPending_ && ::sigismember(&pending, SIGPIPE) == 1) {
+            int signal = 0;
+            ::sigwait(&brokenPipe_, &signal);
+        }
+        ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+    }
+    BrokenPipeGuard(const BrokenPipeGuard&) = delete;
+    BrokenPipeGuard& operator=(const BrokenPipeGuard&) = delete;
+
+  private:
+    sigset_t brokenPipe_;
+    sigset_t previous_;
+    bool wasPending_ = false;
+};
+
+void writeToStandardError(std::string_view text) {
+    const BrokenPipeGuard guard;
+    while (!text.empty()) {
+        const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+// 2026-11-21 03:36:12.123
+std::string localTime() {
+    timeval now{};
+    ::gettimeofday(&now, nullptr);
+    std::tm parts{};
+    ::localtime_r(&now.tv_sec, &parts);
+    std::array<char, 64> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts);
+    std::snprintf(text.data() + length, text.size() - length, ".%03d",
+                  static_cast<int>(now.tv_usec / 1000));
+    return text.data();
+}
+
+std::string programName() {
+    const OptionalPath executable = nativeBundles()->mainBundle()->executablePath();
+    return executable ? lastPathComponent(*executable) : "?";
+}
+
+class PosixConsole : public Console {
+  public:
+    void log(std::string_view text) override {
+        static const auto& name = *new std::string(programName());
+        std::string line = localTime();
+        line.append(" ").append(name).append("[").append(std::to_string(::getpid()));
+        line.append(":").append(std::to_string(posix::currentThreadId())).append("] ");
+        line.append(text).append("\n");
+        writeToStandardError(line);
+        if (::access("/dev/log", W_OK) == 0) {
+            ::syslog(LOG_USER | LOG_NOTICE, "%s", std::string(text).c_str());
+        }
+    }
+
+    // What is printed here tells of trouble: it must be out before the process can die of it.
+    void print(std::string_view text) override {
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        std::fflush(stdout);
+    }
+
+    void putString(std::string_view text) override {
+        std::string line(text);
+        line.push_back('\n');
+        print(line);
+    }
+};
+
+}  // namespace
+
+Console* nativeConsole() {
+    static auto* const console = new PosixConsole;
+    return console;
+}
+
+}  // namespace quillmoor::platform

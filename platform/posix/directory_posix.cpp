@@ -1,0 +1,41 @@
+#include "platform/posix/directory_posix.h"
+
+#include <errno.h>
+
+#include <string_view>
+
+#include "platform/posix/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+
+DirectoryReader::DirectoryReader(Descriptor folder) {
+    stream_.reset(systemCalls().fdopendir(folder.get()));
+    if (stream_ == nullptr)
+        error_ = errno;
+    else
+        folder_ = folder.release();
+}
+
+const dirent* DirectoryReader::next() {
+    if (error_ != 0) return nullptr;
+    for (;;) {
+        errno = 0;
+        const dirent* entry = systemCalls().readdir(stream_.get());
+        if (entry == nullptr) {
+            error_ = errno;
+            return nullptr;
+        }
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") return entry;
+    }
+}
+
+void DirectoryReader::rewind() {
+    ::rewinddir(stream_.get());
+}
+
+mode_t typeOf(const dirent& entry) {
+    return static_cast<mode_t>(DTTOIF(entry.d_type));
+}
+
+}  // namespace quillmoor::platform::posix

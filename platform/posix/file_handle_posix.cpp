@@ -1,0 +1,186 @@
+#include "platform/posix/file_handle_posix.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+
+#include "platform/exception.h"
+#include "platform/native_services.h"
+#include "platform/posix/error_text_posix.h"
+#include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
+
+namespace quillmoor::platform {
+namespace posix {
+namespace {
+
+// Enough for what a pipe of the usual size holds.
+constexpr std::size_t kLeastRoom = std::size_t{64} << 10;
+// More than this in one call the system refuses or cuts.
+constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
+
+constexpr char kRead[] = "the file couldn’t be read";
+constexpr char kWritten[] = "the file couldn’t be written";
+constexpr char kSearched[] = "the file’s end couldn’t be found";
+constexpr char kPipeMade[] = "the pipe couldn’t be made";
+
+[[noreturn]] void throwRefused(const char* what, int error) {
+    throw Exception(kFileHandleOperationException,
+                    std::string(what) + ": " + systemErrorText(error));
+}
+
+// No memory for what was read is reported as the platform reports it.
+char* roomFor(ByteBuffer& buffer) {
+    try {
+        return buffer.reserveMore(kLeastRoom);
+    } catch (const std::bad_alloc&) {
+        throwRefused(kRead, ENOMEM);
+    }
+}
+
+}  // namespace
+
+// One call on the descriptor.
+class DescriptorHandle::Use {
+  public:
+    Use(DescriptorHandle& handle, const char* what) : handle_(handle) {
+        if ((handle.state_.fetch_or(kInUse, std::memory_order_acq_rel) & kClosed) != 0)
+            throwRefused(what, EBADF);
+    }
+    ~Use() {
+        if ((handle_.state_.fetch_and(~kInUse, std::memory_order_acq_rel) & kClosed) != 0)
+            handle_.descriptor_.reset();
+    }
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+
+  private:
+    DescriptorHandle& handle_;
+};
+
+void DescriptorHandle::writeData(std::string_view bytes) {
+    const Use use(*this, kWritten);
+    while (!bytes.empty()) {
+        const ssize_t count = systemCalls().write(descriptor_.get(), bytes.data(),
+                                                  std::min(bytes.size(), kMostAtOnce));
+        if (count >= 0)
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        else if (errno != EINTR)
+            throwRefused(kWritten, errno);
+    }
+}
+
+void DescriptorHandle::seekToEndOfFile() {
+    const Use use(*this, kSearched);
+    if (systemCalls().lseek(descriptor_.get(), 0, SEEK_END) < 0) throwRefused(kSearched, errno);
+}
+
+std::size_t DescriptorHandle::readAvailableData(ByteBuffer& buffer) {
+    if (!closing_) closing_.emplace();
+    const Use use(*this, kRead);
+    char* const room = roomFor(buffer);
+    for (;;) {
+        pollfd both[] = {{descriptor_.get(), POLLIN, 0}, {closing_->get(), POLLIN, 0}};
+        if (::poll(both, 2, -1) < 0) {
+            if (errno == EINTR) continue;
+            throwRefused(kRead, errno);
+        }
+        if (both[1].revents != 0) throwRefused(kRead, EBADF);
+        const ssize_t count =
+            systemCalls().read(descriptor_.get(), room, std::min(buffer.room(), kMostAtOnce));
+        if (count >= 0) {
+            buffer.addFilled(static_cast<std::size_t>(count));
+            return static_cast<std::size_t>(count);
+        }
+        if (errno != EINTR && errno != EAGAIN) throwRefused(kRead, errno);
+    }
+}
+
+void DescriptorHandle::closeFile() {
+    const unsigned before = state_.fetch_or(kClosed, std::memory_order_acq_rel);
+    if ((before & kClosed) != 0) return;
+    if ((before & kInUse) == 0)
+        descriptor_.reset();
+    else if (closing_)
+        closing_->signal();
+}
+
+void NullDeviceHandle::check(const char* what) const {
+    if (isClosed()) throwRefused(what, EBADF);
+}
+
+void NullDeviceHandle::writeData(std::string_view) {
+    check(kWritten);
+}
+
+void NullDeviceHandle::seekToEndOfFile() {
+    check(kSearched);
+}
+
+std::size_t NullDeviceHandle::readAvailableData(ByteBuffer&) {
+    check(kRead);
+    return 0;
+}
+
+void NullDeviceHandle::closeFile() {
+    closed_.store(true, std::memory_order_release);
+}
+
+namespace {
+
+class PosixFileHandles final : public FileHandles {
+  public:
+    std::shared_ptr<FileHandle> openForWriting(const std::string& path) override {
+        if (path.find('\0') != std::string::npos) return nullptr;
+        // Without waiting, so that a named pipe that nobody reads is refused instead of waited for.
+        Descriptor file = aboveStandardStreams(Descriptor(systemCalls().openat(
+            AT_FDCWD, path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0)));
+        if (!file) return nullptr;
+        const int flags = ::fcntl(file.get(), F_GETFL);
+        if (::fcntl(file.get(), F_SETFL, flags & ~O_NONBLOCK) != 0) return nullptr;
+        return std::make_shared<DescriptorHandle>(std::move(file));
+    }
+
+    std::shared_ptr<FileHandle> nullDevice() override {
+        return std::make_shared<NullDeviceHandle>();
+    }
+
+    Pipe makePipe() override {
+        int ends[2];
+        if (makePipeEnds(ends) != 0) throwRefused(kPipeMade, errno);
+        Descriptor first(ends[0]);
+        Descriptor second(ends[1]);
+        Descriptor reading = aboveStandardStreams(std::move(first));
+        if (!reading) throwRefused(kPipeMade, errno);
+        Descriptor writing = aboveStandardStreams(std::move(second));
+        if (!writing) throwRefused(kPipeMade, errno);
+        return {std::make_shared<DescriptorHandle>(std::move(reading)),
+                std::make_shared<DescriptorHandle>(std::move(writing))};
+    }
+
+  private:
+    static int makePipeEnds(int ends[2]) {
+#ifdef __linux__
+        return ::pipe2(ends, O_CLOEXEC);
+#else
+        if (::pipe(ends) != 0) return -1;
+        ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
+        ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
+        return 0;
+#endif
+    }
+};
+
+}  // namespace
+}  // namespace posix
+
+FileHandles* nativeFileHandles() {
+    static FileHandles* const handles = new posix::PosixFileHandles;
+    return handles;
+}
+
+}  // namespace quillmoor::platform

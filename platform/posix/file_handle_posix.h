@@ -1,0 +1,55 @@
+// Open files and pipes on descriptors.
+#pragma once
+
+#include <atomic>
+#include <optional>
+#include <utility>
+
+#include "platform/file_handle.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/wake_descriptor_posix.h"
+
+namespace quillmoor::platform::posix {
+
+class DescriptorHandle final : public FileHandle {
+  public:
+    explicit DescriptorHandle(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
+
+    void writeData(std::string_view bytes) override;
+    void seekToEndOfFile() override;
+    std::size_t readAvailableData(ByteBuffer& buffer) override;
+    void closeFile() override;
+
+    // -1 once it was closed.
+    int descriptor() const { return descriptor_.get(); }
+
+  private:
+    class Use;
+
+    // Two bits that travel together: a call is under way, and the handle was closed. Whoever comes
+    // last of the two closes the descriptor, so that no call ever meets a number given out anew.
+    static constexpr unsigned kInUse = 1;
+    static constexpr unsigned kClosed = 2;
+    std::atomic<unsigned> state_{0};
+
+    Descriptor descriptor_;
+    std::optional<WakeDescriptor> closing_;  // readable once the handle is closed under a reader
+};
+
+// Takes what is written to it and gives nothing. It holds no descriptor; a child opens the device
+// for itself.
+class NullDeviceHandle final : public FileHandle {
+  public:
+    void writeData(std::string_view bytes) override;
+    void seekToEndOfFile() override;
+    std::size_t readAvailableData(ByteBuffer& buffer) override;
+    void closeFile() override;
+
+    bool isClosed() const { return closed_.load(std::memory_order_acquire); }
+
+  private:
+    void check(const char* what) const;
+    std::atomic<bool> closed_{false};
+};
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,155 @@
+#include "platform/main_run_loop.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <list>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "platform/posix/main_thread_posix.h"
+#include "platform/posix/wake_descriptor_posix.h"
+
+namespace quillmoor::platform {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+// Everything queued is for the default mode; some of it is for the modal panel mode as well.
+struct Item {
+    std::function<void()> function;
+    bool alsoModal = false;
+    std::uint64_t number = 0;  // rises from item to item
+};
+
+class Queue {
+  public:
+    void post(std::function<void()> function, bool alsoModal) {
+        std::list<Item> made;
+        made.push_back({std::move(function), alsoModal, 0});
+        const std::lock_guard lock(mutex_);
+        made.front().number = ++lastNumber_;
+        items_.splice(items_.end(), made);
+        if (items_.size() == 1) default_.signal();
+        if (alsoModal && ++modalCount_ == 1) modal_.signal();
+    }
+
+    std::uint64_t lastNumber() {
+        const std::lock_guard lock(mutex_);
+        return lastNumber_;
+    }
+
+    // The oldest item for `mode` up to `number`, taken out; an empty list when there is none.
+    std::list<Item> take(RunLoopMode mode, std::uint64_t number) {
+        std::list<Item> taken;
+        const std::lock_guard lock(mutex_);
+        auto item = items_.begin();
+        if (mode == RunLoopMode::ModalPanel)
+            item = modalCount_ == 0 ? items_.end()
+                                    : std::find_if(items_.begin(), items_.end(),
+                                                   [](const Item& each) { return each.alsoModal; });
+        if (item == items_.end() || item->number > number) return taken;
+        if (item->alsoModal && --modalCount_ == 0) modal_.clear();
+        taken.splice(taken.end(), items_, item);
+        if (items_.empty()) default_.clear();
+        return taken;
+    }
+
+    int descriptor(RunLoopMode mode) const {
+        return mode == RunLoopMode::Default ? default_.get() : modal_.get();
+    }
+
+  private:
+    std::mutex mutex_;
+    std::list<Item> items_;
+    std::size_t modalCount_ = 0;
+    std::uint64_t lastNumber_ = 0;
+    posix::WakeDescriptor default_;
+    posix::WakeDescriptor modal_;
+};
+
+Queue& queue() {
+    static Queue* const shared = new Queue;
+    return *shared;
+}
+
+// The modes that run() was asked for and has not left, of the main thread alone. Below them lies
+// the default mode.
+std::vector<RunLoopMode>& modes() {
+    static auto* const stack = new std::vector<RunLoopMode>;
+    return *stack;
+}
+
+RunLoopMode topMode() {
+    return modes().empty() ? RunLoopMode::Default : modes().back();
+}
+
+class ModeOnTop {
+  public:
+    explicit ModeOnTop(RunLoopMode mode) { modes().push_back(mode); }
+    ~ModeOnTop() { modes().pop_back(); }
+    ModeOnTop(const ModeOnTop&) = delete;
+    ModeOnTop& operator=(const ModeOnTop&) = delete;
+};
+
+// For poll(2): rounded up, so that the last wait is not a busy one, and never more than a minute.
+int millisecondsUntil(steady_clock::time_point until) {
+    const auto now = steady_clock::now();
+    if (until <= now) return 0;
+    constexpr milliseconds kLongest = std::chrono::minutes(1);
+    if (until - now >= kLongest) return static_cast<int>(kLongest.count());
+    return static_cast<int>(std::chrono::ceil<milliseconds>(until - now).count());
+}
+
+}  // namespace
+
+void MainRunLoop::postToAllModes(std::function<void()> function) {
+    queue().post(std::move(function), true);
+}
+
+void MainRunLoop::postToDefaultMode(std::function<void()> function) {
+    queue().post(std::move(function), false);
+}
+
+int MainRunLoop::descriptor(RunLoopMode mode) {
+    return queue().descriptor(mode);
+}
+
+void MainRunLoop::drain(RunLoopMode mode) {
+    if (topMode() != mode) return;
+    // What is posted meanwhile waits for the next call, so that a function that posts itself again
+    // does not keep the caller here.
+    const std::uint64_t last = queue().lastNumber();
+    for (auto item = queue().take(mode, last); !item.empty(); item = queue().take(mode, last))
+        item.front().function();
+}
+
+void MainRunLoop::run(RunLoopMode mode, steady_clock::time_point until) {
+    const ModeOnTop onTop(mode);
+    for (;;) {
+        drain(mode);
+        const int left = millisecondsUntil(until);
+        if (left == 0) return;
+        pollfd queued{descriptor(mode), POLLIN, 0};
+        ::poll(&queued, 1, left);
+    }
+}
+
+namespace posix {
+
+void serveDefaultModeUntilReadable(int descriptor, int milliseconds) {
+    const ModeOnTop onTop(RunLoopMode::Default);
+    for (;;) {
+        pollfd both[] = {{descriptor, POLLIN, 0},
+                         {MainRunLoop::descriptor(RunLoopMode::Default), POLLIN, 0}};
+        if (::poll(both, 2, milliseconds) == 0) return;
+        if (both[0].revents != 0) return;
+        if (both[1].revents != 0) MainRunLoop::drain(RunLoopMode::Default);
+    }
+}
+
+}  // namespace posix
+}  // namespace quillmoor::platform

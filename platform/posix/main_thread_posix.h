@@ -1,0 +1,24 @@
+// What the main thread's run loop and its services share among themselves.
+#pragma once
+
+#include <functional>
+
+namespace quillmoor::platform::posix {
+
+// The process's first thread. Each back-end defines it.
+bool isFirstThread();
+
+// A host's own answer takes the place of isFirstThread.
+bool isMainThread();
+void setMainThreadTest(std::function<bool()> test);
+
+// From now on a host tells when the application terminates, by calling the observers; the end of
+// the process no longer does.
+void leaveTerminationToHost();
+void callTerminationObservers();
+
+// Serves the run loop's default mode until `descriptor` is readable or `milliseconds` have passed;
+// less than 0 is for ever. -1 is never readable. On the main thread.
+void serveDefaultModeUntilReadable(int descriptor, int milliseconds);
+
+}  // namespace quillmoor::platform::posix

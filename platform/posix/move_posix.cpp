@@ -1,0 +1,128 @@
+#include "platform/posix/move_posix.h"
+
+#include <errno.h>
+#include <unistd.h>
+
+#include "platform/posix/directory_posix.h"
+#include "platform/posix/names_posix.h"
+#include "platform/posix/rename_posix.h"
+#include "platform/posix/system_calls_posix.h"
+#include "platform/posix/tree_copy_posix.h"
+#include "platform/posix/tree_remove_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// Whether the item may be taken out of its folder, as far as that can be told before trying.
+int checkRemovable(const Place& place) {
+    const SystemCalls& calls = systemCalls();
+    struct stat folder;
+    struct stat item;
+    if (calls.faccessat(place.folder.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) return errno;
+    if (calls.fstat(place.folder.get(), &folder) != 0) return errno;
+    if ((folder.st_mode & S_ISVTX) == 0 || ::geteuid() == 0) return 0;
+    if (calls.fstatat(place.folder.get(), place.name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno;
+    const uid_t user = ::geteuid();
+    return folder.st_uid == user || item.st_uid == user ? 0 : EPERM;
+}
+
+// Takes away what this process has put there, if it is still that.
+bool takeAway(const Place& place, const Identity& expected) {
+    struct stat status;
+    const int folder = place.folder.get();
+    if (systemCalls().fstatat(folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT;
+    if (identityOf(status) != expected) return true;
+    return removeTree(folder, place.name, TreeKind::OurOwn).error == 0;
+}
+
+MoveResult moveAcross(const Place& from, const Place& to) {
+    struct stat original;
+    Identity copy;
+    int error = statusOf(from, FollowLink::No, original);
+    if (error == 0) error = checkRemovable(from);
+    if (error == 0) error = copyItemTo(from, to, copy);
+    if (error != 0) return {error, false};
+    struct stat now;
+    if (statusOf(from, FollowLink::No, now) == 0 && identityOf(now) != identityOf(original))
+        return {ESTALE, !takeAway(to, copy)};
+    const RemovalResult removal = removeTree(from.folder.get(), from.name, TreeKind::Given);
+    if (removal.error == 0 || statusOf(from, FollowLink::No, now) == ENOENT) return {0, true};
+    return {removal.error, removal.removedSomething || !takeAway(to, copy)};
+}
+
+// Exactly these bytes are among the folder's entries, or nobody can tell.
+bool isListed(int folder, const std::string& name) {
+    DirectoryReader reader(Descriptor(systemCalls().openat(folder, ".", kReadFolder, 0)));
+    while (const dirent* entry = reader.next())
+        if (name == entry->d_name) return true;
+    return reader.error() != 0;
+}
+
+// Both places name one entry of one folder, be it with another spelling where the folder folds
+// case. Two hard links are two entries.
+bool isSameEntry(const Place& from, const Place& to) {
+    const SystemCalls& calls = systemCalls();
+    struct stat fromFolder;
+    struct stat toFolder;
+    struct stat fromItem;
+    struct stat toItem;
+    if (calls.fstat(from.folder.get(), &fromFolder) != 0 ||
+        calls.fstat(to.folder.get(), &toFolder) != 0 ||
+        identityOf(fromFolder) != identityOf(toFolder))
+        return false;
+    if (statusOf(from, FollowLink::No, fromItem) != 0 || statusOf(to, FollowLink::No, toItem) != 0)
+        return false;
+    if (from.name == to.name) return true;
+    return identityOf(fromItem) == identityOf(toItem) &&
+           !(isListed(from.folder.get(), from.name) && isListed(to.folder.get(), to.name));
+}
+
+// Gives an entry another spelling, by way of a temporary name: a plain renaming may do nothing.
+int respell(const Place& from, const Place& to) {
+    const int folder = from.folder.get();
+    const std::string temporary = temporaryName(to.name);
+    int error = renameWithoutReplacing(folder, from.name, folder, temporary);
+    if (error != 0) return error;
+    error = renameWithoutReplacing(folder, temporary, folder, to.name);
+    if (error != 0) renameWithoutReplacing(folder, temporary, folder, from.name);
+    return error;
+}
+
+int locateBoth(const std::string& path, const std::string& destination, Place& from, Place& to) {
+    const int error = locate(path, from);
+    return error != 0 ? error : locate(destination, to);
+}
+
+}  // namespace
+
+MoveResult moveItemTo(const Place& from, const Place& to) {
+    const int error =
+        renameWithoutReplacing(from.folder.get(), from.name, to.folder.get(), to.name);
+    return error == EXDEV ? moveAcross(from, to) : MoveResult{error, error == 0};
+}
+
+int movePath(const std::string& path, const std::string& destination) {
+    Place from;
+    Place to;
+    struct stat status;
+    int error = locateBoth(path, destination, from, to);
+    if (error == 0 && !from.hasNameOfItsOwn()) error = EINVAL;
+    if (error == 0) error = statusOf(from, FollowLink::No, status);
+    if (error == 0 && to.asFolder && !S_ISDIR(status.st_mode)) error = ENOTDIR;
+    if (error != 0) return error;
+    error = moveItemTo(from, to).error;
+    if (error != EEXIST || !isSameEntry(from, to)) return error;
+    return from.name == to.name ? 0 : respell(from, to);
+}
+
+int copyPath(const std::string& path, const std::string& destination) {
+    Place from;
+    Place to;
+    Identity copy;
+    const int error = locateBoth(path, destination, from, to);
+    return error != 0 ? error : copyItemTo(from, to, copy);
+}
+
+}  // namespace quillmoor::platform::posix

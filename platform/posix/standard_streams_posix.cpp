@@ -1,0 +1,18 @@
+#include "platform/posix/standard_streams_posix.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+namespace quillmoor::platform::posix {
+
+Descriptor aboveStandardStreams(Descriptor descriptor) {
+    if (!descriptor || descriptor.get() >= kFirstOwnDescriptor) return descriptor;
+    Descriptor moved(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
+    const int error = errno;
+    descriptor.reset();
+    errno = error;
+    return moved;
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,72 @@
+// The system calls that a test may want to fail or to watch, in one table. A test build differs
+// from any other only in what is in the table.
+//
+// Each entry is its system call: the same arguments, -1 (or null) and errno on failure. Every
+// descriptor that is opened is close-on-exec.
+#pragma once
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstddef>
+
+namespace quillmoor::platform::posix {
+
+struct SystemCalls {
+    int (*openat)(int folder, const char* name, int flags, mode_t mode);
+    ssize_t (*read)(int file, void* buffer, std::size_t size);
+    ssize_t (*write)(int file, const void* buffer, std::size_t size);
+    off_t (*lseek)(int file, off_t offset, int whence);
+    int (*ftruncate)(int file, off_t size);
+
+    int (*fstat)(int file, struct stat* status);
+    int (*fstatat)(int folder, const char* name, struct stat* status, int flags);
+    int (*faccessat)(int folder, const char* name, int mode, int flags);
+    ssize_t (*readlinkat)(int folder, const char* name, char* buffer, std::size_t size);
+    DIR* (*fdopendir)(int folder);
+    dirent* (*readdir)(DIR* stream);
+
+    int (*mkdirat)(int folder, const char* name, mode_t mode);
+    int (*mkfifoat)(int folder, const char* name, mode_t mode);
+    int (*symlinkat)(const char* target, int folder, const char* name);
+    int (*linkat)(int folder, const char* name, int newFolder, const char* newName, int flags);
+    int (*unlinkat)(int folder, const char* name, int flags);
+    int (*renameat)(int folder, const char* name, int newFolder, const char* newName);
+    // Fails with EEXIST where anything has the new name, with EINVAL, ENOSYS or ENOTSUP where the
+    // file system cannot promise that.
+    int (*renameNoReplace)(int folder, const char* name, int newFolder, const char* newName);
+
+    int (*fchmod)(int file, mode_t mode);
+    int (*fchmodat)(int folder, const char* name, mode_t mode, int flags);
+    int (*fchown)(int file, uid_t owner, gid_t group);
+    int (*fchownat)(int folder, const char* name, uid_t owner, gid_t group, int flags);
+    int (*futimens)(int file, const struct timespec times[2]);
+    int (*utimensat)(int folder, const char* name, const struct timespec times[2], int flags);
+
+    // Has the empty file `to` share the blocks of `from`.
+    int (*cloneFile)(int from, int to);
+    // Names, each ended by a NUL.
+    ssize_t (*flistxattr)(int file, char* names, std::size_t size);
+    ssize_t (*fgetxattr)(int file, const char* name, void* value, std::size_t size);
+    int (*fsetxattr)(int file, const char* name, const void* value, std::size_t size);
+};
+
+namespace detail {
+extern std::atomic<const SystemCalls*> callsInForce;
+}
+
+// The table in force.
+inline const SystemCalls& systemCalls() {
+    return *detail::callsInForce.load(std::memory_order_acquire);
+}
+
+// The system's own calls, whatever is in force.
+const SystemCalls& nativeSystemCalls();
+
+// Puts another table in force and answers the one before; null stands for the system's own. The
+// table must outlive every call made through it.
+const SystemCalls* exchangeSystemCalls(const SystemCalls* calls);
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,25 @@
+// Removal of an item with all it holds.
+#pragma once
+
+#include <string>
+
+namespace quillmoor::platform::posix {
+
+// Whose tree it is.
+enum class TreeKind {
+    Given,  // rights stay as they are: what they forbid is not removed
+    OurOwn  // made a moment ago by this process: folders get the owner's rights first
+};
+
+struct RemovalResult {
+    int error = 0;  // the first error; 0 when nothing is left
+    bool removedSomething = false;
+};
+
+// Removes the item `name` of the open folder `folder`; a folder is emptied first. No link is ever
+// followed, also when a folder is swapped for one meanwhile. What cannot be removed is passed over
+// and the rest goes. Needs no more than a fixed number of descriptors and no stack, however deep
+// the tree is. A folder that is moved elsewhere while it is being emptied ends the removal.
+RemovalResult removeTree(int folder, const std::string& name, TreeKind kind);
+
+}  // namespace quillmoor::platform::posix

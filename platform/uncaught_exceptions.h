@@ -1,0 +1,18 @@
+// What happens to an exception that nobody catches.
+#pragma once
+
+#include "platform/exception.h"
+
+namespace quillmoor::platform {
+
+using UncaughtExceptionHandler = void (*)(const Exception&);
+
+// `NSSetUncaughtExceptionHandler`: `handler` replaces the one before and is called once, on the
+// thread that the exception escaped from, before the process ends as it would have ended anyway.
+// An exception of another class arrives with its type's name as name and its what(), else that
+// name, as reason. A process that terminates without an exception calls nothing. null: no handler.
+void setUncaughtExceptionHandler(UncaughtExceptionHandler handler);
+
+UncaughtExceptionHandler uncaughtExceptionHandlerInForce();
+
+}  // namespace quillmoor::platform

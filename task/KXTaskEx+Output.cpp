@@ -1,0 +1,123 @@
+#include <utility>
+
+#include "base/format.h"
+#include "log/KXLog.h"
+#include "platform/exception.h"
+#include "platform/platform.h"
+#include "task/KXTaskEx.h"
+#include "task/launch_check.h"
+#include "task/task_messages.h"
+
+namespace quillmoor {
+namespace {
+
+using platform::ByteBuffer;
+
+struct Output {
+    ByteBuffer output;
+    ByteBuffer error;
+};
+
+// Standard output to its end first, and only then standard error: the end of standard error is the
+// end of the reading.
+void readOutput(Output& read, platform::FileHandle* output, platform::FileHandle& error) {
+    for (;;) {
+        if (output != nullptr && output->readAvailableData(read.output) != 0) continue;
+        if (error.readAvailableData(read.error) == 0) return;
+    }
+}
+
+Data chosen(Output read) {
+    return read.output.empty() ? read.error.takeData() : read.output.takeData();
+}
+
+// "" for no data, nil for bytes that are not valid.
+OptionalString decoded(const std::optional<Data>& data, StringEncoding encoding) {
+    if (!data) return "";
+    return platform::current().text->decode(data->view(), encoding);
+}
+
+}  // namespace
+
+std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArguments& arguments,
+                                   const TaskSink& store, const OptionalEnvironment& environment,
+                                   LogOutput logOutput) {
+    const platform::Platform& system = platform::current();
+    try {
+        if (!task_detail::existsAndIsLaunchable(path)) {
+            KXLog::appendLogAndPrint(task_detail::kNotExecutable, path);
+            return std::nullopt;
+        }
+        TaskReference task = system.tasks->makeTask();
+        const platform::Pipe output = system.fileHandles->makePipe();
+        const platform::Pipe error = system.fileHandles->makePipe();
+        store(task);
+        task->setLaunchPath(*path);
+        task->setArguments(arguments.value_or(StringList()));
+        if (environment) task->setEnvironment(*environment);
+        const bool captured = logOutput == LogOutput::Yes;
+        if (captured) task->setStandardOutput(output);
+        task->setStandardInput(system.fileHandles->makePipe());
+        task->setStandardError(error);
+
+        Output read;
+        task->launch();
+        readOutput(read, captured ? output.reading.get() : nullptr, *error.reading);
+        error.reading->closeFile();
+        output.reading->closeFile();
+        task.reset();
+        return chosen(std::move(read));
+    } catch (const platform::Exception& exception) {
+        system.console->log(
+            formatted(task_detail::kExceptionRunningTask, path, exception.reason()));
+        return std::nullopt;
+    }
+}
+
+std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
+                                           const OptionalArguments& arguments,
+                                           TaskReference* task) {
+    return dataFromTask(path, arguments, task, std::nullopt);
+}
+
+std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
+                                           const OptionalArguments& arguments, TaskReference* task,
+                                           const OptionalEnvironment& environment) {
+    return dataFromTask(path, arguments, task, environment, LogOutput::Yes);
+}
+
+std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
+                                           const OptionalArguments& arguments, TaskReference* task,
+                                           const OptionalEnvironment& environment,
+                                           LogOutput logOutput) {
+    return data(path, arguments, storeIn(task), environment, logOutput);
+}
+
+OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
+                                        const OptionalArguments& arguments) {
+    return stringFromTask(path, arguments, nullptr);
+}
+
+OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
+                                        const OptionalArguments& arguments, Timeout timeout) {
+    return stringFromTask(path, arguments, StringEncoding::ASCII, timeout);
+}
+
+OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
+                                        const OptionalArguments& arguments, StringEncoding encoding,
+                                        Timeout timeout) {
+    return decoded(dataFromTask(path, arguments, timeout), encoding);
+}
+
+OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
+                                        const OptionalArguments& arguments, TaskReference* task) {
+    return stringFromTask(path, arguments, StringEncoding::ASCII, task);
+}
+
+OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
+                                        const OptionalArguments& arguments, StringEncoding encoding,
+                                        TaskReference* task) {
+    return decoded(dataFromTask(path, arguments, task), encoding);
+}
+
+}  // namespace quillmoor

@@ -1,0 +1,94 @@
+#include <utility>
+
+#include "base/seconds.h"
+#include "log/KXLog.h"
+#include "platform/platform.h"
+#include "task/KXTaskEx.h"
+
+namespace quillmoor {
+namespace {
+
+// Empties an instance's field now and once more when the run is over.
+class FieldCleared {
+  public:
+    explicit FieldCleared(KXTaskEx& runner) : runner_(runner) { runner_.setTheTask(nullptr); }
+    ~FieldCleared() { runner_.setTheTask(nullptr); }
+    FieldCleared(const FieldCleared&) = delete;
+    FieldCleared& operator=(const FieldCleared&) = delete;
+
+  private:
+    KXTaskEx& runner_;
+};
+
+}  // namespace
+
+std::shared_ptr<KXTaskEx> KXTaskEx::create() {
+    return std::shared_ptr<KXTaskEx>(new KXTaskEx);
+}
+
+void KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& arguments,
+                       Timeout timeout) {
+    create()->runTaskOnInstance(path, arguments, timeout);
+}
+
+std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
+                                           const OptionalArguments& arguments, Timeout timeout) {
+    return create()->dataFromTaskOnInstance(path, arguments, timeout);
+}
+
+long KXTaskEx::terminationCodeFromTask(const OptionalPath& path, const OptionalArguments& arguments,
+                                       Timeout timeout) {
+    return create()->terminationCodeFromTaskOnInstance(path, arguments, timeout);
+}
+
+void KXTaskEx::runTaskOnInstance(const OptionalPath& path, const OptionalArguments& arguments,
+                                 Timeout timeout) {
+    startTimeout(timeout);
+    const FieldCleared field(*this);
+    run(path, arguments, storeInField());
+}
+
+std::optional<Data> KXTaskEx::dataFromTaskOnInstance(const OptionalPath& path,
+                                                     const OptionalArguments& arguments,
+                                                     Timeout timeout) {
+    startTimeout(timeout);
+    const FieldCleared field(*this);
+    return data(path, arguments, storeInField(), std::nullopt, LogOutput::Yes);
+}
+
+long KXTaskEx::terminationCodeFromTaskOnInstance(const OptionalPath& path,
+                                                 const OptionalArguments& arguments,
+                                                 Timeout timeout) {
+    startTimeout(timeout);
+    const FieldCleared field(*this);
+    return terminationCode(path, arguments, storeInField());
+}
+
+KXTaskEx::TaskSink KXTaskEx::storeInField() {
+    return [this](const TaskReference& made) { setTheTask(made); };
+}
+
+// The thread sleeps to its end however early the run is over: nothing wakes it, and it then finds
+// the field empty. Until then it keeps the instance.
+void KXTaskEx::startTimeout(Timeout timeout) {
+    platform::current().mainThread->detachNewThread(
+        [self = shared_from_this(), seconds = wholeSeconds(timeout)] {
+            self->setupTimeout(seconds);
+        });
+}
+
+void KXTaskEx::setupTimeout(std::chrono::seconds seconds) {
+    const platform::Platform& system = platform::current();
+    system.clock->sleep(seconds);
+    system.mainThread->performOnMainThread([this] { timeout(); }, platform::WaitUntilDone::Yes);
+}
+
+void KXTaskEx::timeout() {
+    const TaskReference task = theTask();
+    if (task == nullptr || !task->isRunning()) return;
+    platform::current().console->log("Task timed out. Terminating...");
+    KXLog::appendLog("Task %@ timed out. Terminating...", task->launchPath());
+    task->terminate();
+}
+
+}  // namespace quillmoor

@@ -1,0 +1,110 @@
+#include "task/KXTaskEx.h"
+
+#include <memory>
+#include <utility>
+
+#include "base/format.h"
+#include "log/KXLog.h"
+#include "platform/exception.h"
+#include "platform/platform.h"
+#include "task/launch_check.h"
+#include "task/task_messages.h"
+
+namespace quillmoor {
+namespace {
+
+void reportRefusal(const OptionalPath& path) {
+    platform::current().console->log(formatted(task_detail::kNotExecutable, path));
+    KXLog::appendLog(task_detail::kNotExecutable, path);
+}
+
+// With no arguments unless some are given, and no output.
+void configure(platform::Task& task, const OptionalPath& path, const OptionalArguments& arguments) {
+    platform::FileHandles& handles = *platform::current().fileHandles;
+    task.setLaunchPath(*path);
+    if (arguments) task.setArguments(*arguments);
+    task.setStandardError(handles.nullDevice());
+    task.setStandardOutput(handles.nullDevice());
+}
+
+}  // namespace
+
+bool KXTaskEx::run(const OptionalPath& path, const OptionalArguments& arguments,
+                   const TaskSink& store) {
+    if (!task_detail::isLaunchable(path)) {
+        KXLog::appendLogAndPrint(task_detail::kNotExecutable, path);
+        return false;
+    }
+    try {
+        const TaskReference task = platform::current().tasks->makeTask();
+        store(task);
+        configure(*task, path, arguments);
+        task->launch();
+        task->waitUntilExit();
+        return true;
+    } catch (const platform::Exception& exception) {
+        KXLog::appendLog(task_detail::kExceptionRunningTask, path, exception.reason());
+        return false;
+    }
+}
+
+long KXTaskEx::terminationCode(const OptionalPath& path, const OptionalArguments& arguments,
+                               const TaskSink& store) {
+    if (!task_detail::isLaunchable(path)) {
+        reportRefusal(path);
+        return -1;
+    }
+    const TaskReference task = platform::current().tasks->makeTask();
+    configure(*task, path, arguments);
+    store(task);
+    task->launch();
+    if (task->isRunning()) task->waitUntilExit();
+    return task->terminationStatus();
+}
+
+bool KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& arguments) {
+    return runTask(path, arguments, nullptr);
+}
+
+bool KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& arguments,
+                       TaskReference* task) {
+    return run(path, arguments, storeIn(task));
+}
+
+void KXTaskEx::runTaskAndReturn(const OptionalPath& path, const OptionalArguments& arguments) {
+    if (!task_detail::isLaunchable(path)) return reportRefusal(path);
+    const TaskReference task = platform::current().tasks->makeTask();
+    configure(*task, path, arguments);
+    task->launch();
+}
+
+long KXTaskEx::terminationCodeFromTask(const OptionalPath& path,
+                                       const OptionalArguments& arguments) {
+    return terminationCodeFromTask(path, arguments, nullptr);
+}
+
+long KXTaskEx::terminationCodeFromTask(const OptionalPath& path, const OptionalArguments& arguments,
+                                       TaskReference* task) {
+    return terminationCode(path, arguments, storeIn(task));
+}
+
+KXTaskEx::TaskSink KXTaskEx::storeIn(TaskReference* task) {
+    return [task](const TaskReference& made) {
+        if (task != nullptr) std::atomic_store(task, made);
+    };
+}
+
+KXTaskEx::TaskReference KXTaskEx::theTask() const {
+    const std::lock_guard lock(mutex_);
+    return theTask_;
+}
+
+void KXTaskEx::setTheTask(TaskReference task) {
+    {
+        const std::lock_guard lock(mutex_);
+        std::swap(theTask_, task);
+    }
+    // The old one is given up here, with the lock free.
+}
+
+}  // namespace quillmoor

@@ -1,0 +1,178 @@
+// Command-line tools as child processes, run while the caller waits.
+//
+//   if (auto text = KXTaskEx::stringFromTask("/usr/bin/uname", StringList{"-r"})) …
+//   long code = KXTaskEx::terminationCodeFromTask(tool, arguments, std::chrono::seconds(30));
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "base/data.h"
+#include "base/types.h"
+#include "platform/task.h"
+#include "platform/text.h"
+
+namespace quillmoor {
+
+using StringEncoding = platform::StringEncoding;
+
+// Whether a tool's standard output is captured. Nothing is written to the log.
+enum class LogOutput : bool {
+    No,  // it goes where the program's own goes
+    Yes
+};
+
+// Class operations may be called from any thread and block it until the tool has ended, except
+// where they say otherwise.
+//
+// The tool is named by its path; it is not searched for. A path that is missing, not executable or
+// a package (an application, say) is refused with "Error: %@ is not executable", and nothing is
+// started. Links are followed. A tool's exit status is no failure, except where it is the answer.
+//
+// Where a task out-parameter is given, the child is stored there before it starts, so that another
+// thread, which reads it with std::atomic_load, can terminate it. Give that reference up when the
+// operation has returned: as long as it is kept, the pipe of the child's standard input stays open,
+// and a child that has ended by then is collected only when somebody asks for it.
+//
+// A time-out is cut to whole seconds. When it has passed, a tool that still runs is sent one
+// SIGTERM; the operation then ends as it would have, and only two messages tell, one on the console
+// and one in the log. The termination runs on the main thread, so it waits until that thread
+// services its run loop. A time-out of less than a second terminates the tool at once if it runs
+// already, and never if it does not. A tool that ignores SIGTERM is waited for.
+class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
+  public:
+    using Timeout = std::chrono::duration<double>;
+    using TaskReference = std::shared_ptr<platform::Task>;
+
+    // Discarding the output ----------------------------------------------------------------------
+    // Standard output and error go to the null device, standard input is inherited.
+
+    // `runTask:arguments:`: YES when the tool was started and waited for, whatever its status. The
+    // path's refusal is logged and printed; a failed start is logged.
+    static bool runTask(const OptionalPath& path, const OptionalArguments& arguments);
+    // `runTask:arguments:task:`
+    static bool runTask(const OptionalPath& path, const OptionalArguments& arguments,
+                        TaskReference* task);
+    // `runTask:arguments:timeout:`
+    static void runTask(const OptionalPath& path, const OptionalArguments& arguments,
+                        Timeout timeout);
+
+    // `runTaskAndReturn:arguments:`: starts the tool and returns at once. The path's refusal goes
+    // to the console and the log. Throws platform::Exception when the tool cannot be started.
+    static void runTaskAndReturn(const OptionalPath& path, const OptionalArguments& arguments);
+
+    // `terminationCodeFromTask:arguments:`: the exit status; for a tool ended by a signal, the
+    // signal's number; -1 when the path was refused, which goes to the console and the log. Throws
+    // platform::Exception when the tool cannot be started.
+    static long terminationCodeFromTask(const OptionalPath& path,
+                                        const OptionalArguments& arguments);
+    // `terminationCodeFromTask:arguments:task:`
+    static long terminationCodeFromTask(const OptionalPath& path,
+                                        const OptionalArguments& arguments, TaskReference* task);
+    // `terminationCodeFromTask:arguments:timeout:`
+    static long terminationCodeFromTask(const OptionalPath& path,
+                                        const OptionalArguments& arguments, Timeout timeout);
+
+    // Capturing the output -----------------------------------------------------------------------
+    // These wait for the end of the tool's output, not for its exit: a grandchild that keeps the
+    // output open keeps the caller waiting. Standard input is a pipe on which nothing ever comes.
+    // Standard output is read to its end first: a tool that meanwhile fills the pipe of its
+    // standard error blocks, and the caller with it. The whole output is held in memory.
+
+    // `dataFromTask:arguments:task:`: what the tool wrote to standard output; if that is nothing,
+    // what it wrote to standard error; empty data if it wrote nothing at all. nil when the path was
+    // refused, which is logged and printed, or when the tool could not be started or read, which is
+    // told on the console only.
+    static std::optional<Data> dataFromTask(const OptionalPath& path,
+                                            const OptionalArguments& arguments,
+                                            TaskReference* task);
+    // `dataFromTask:arguments:task:environment:`: the environment replaces the whole of the
+    // program's own.
+    static std::optional<Data> dataFromTask(const OptionalPath& path,
+                                            const OptionalArguments& arguments, TaskReference* task,
+                                            const OptionalEnvironment& environment);
+    // `dataFromTask:arguments:task:environment:logOutput:`: standard error is captured in any case.
+    static std::optional<Data> dataFromTask(const OptionalPath& path,
+                                            const OptionalArguments& arguments, TaskReference* task,
+                                            const OptionalEnvironment& environment,
+                                            LogOutput logOutput);
+    // `dataFromTask:arguments:timeout:`: on the main thread the termination comes only when the
+    // output has ended, for reading services no run loop.
+    static std::optional<Data> dataFromTask(const OptionalPath& path,
+                                            const OptionalArguments& arguments, Timeout timeout);
+
+    // The same output as text. "" when there is no data or no output; nil when the bytes are not
+    // valid in the encoding, which is ASCII unless another is given.
+    // `stringFromTask:arguments:`
+    static OptionalString stringFromTask(const OptionalPath& path,
+                                         const OptionalArguments& arguments);
+    // `stringFromTask:arguments:timeout:`
+    static OptionalString stringFromTask(const OptionalPath& path,
+                                         const OptionalArguments& arguments, Timeout timeout);
+    // `stringFromTask:arguments:encoding:timeout:`
+    static OptionalString stringFromTask(const OptionalPath& path,
+                                         const OptionalArguments& arguments,
+                                         StringEncoding encoding, Timeout timeout);
+    // `stringFromTask:arguments:task:`
+    static OptionalString stringFromTask(const OptionalPath& path,
+                                         const OptionalArguments& arguments, TaskReference* task);
+    // `stringFromTask:arguments:encoding:task:`
+    static OptionalString stringFromTask(const OptionalPath& path,
+                                         const OptionalArguments& arguments,
+                                         StringEncoding encoding, TaskReference* task);
+
+    // One instance, for the forms with a time-out ------------------------------------------------
+    // An instance that is used again while an earlier time-out still sleeps is terminated by that
+    // one, if its second tool runs then.
+
+    static std::shared_ptr<KXTaskEx> create();
+    KXTaskEx(const KXTaskEx&) = delete;
+    KXTaskEx& operator=(const KXTaskEx&) = delete;
+
+    // `runTask:arguments:timeout:`
+    void runTaskOnInstance(const OptionalPath& path, const OptionalArguments& arguments,
+                           Timeout timeout);
+    // `dataFromTask:arguments:timeout:`
+    std::optional<Data> dataFromTaskOnInstance(const OptionalPath& path,
+                                               const OptionalArguments& arguments, Timeout timeout);
+    // `terminationCodeFromTask:arguments:timeout:`
+    long terminationCodeFromTaskOnInstance(const OptionalPath& path,
+                                           const OptionalArguments& arguments, Timeout timeout);
+
+    // `setupTimeout:`: the body of the time-out's thread. Sleeps, at once done for zero and less,
+    // has the main thread run timeout(), and waits until that is done.
+    void setupTimeout(std::chrono::seconds seconds);
+
+    // `timeout`: terminates the tool of this instance if it runs. On the main thread.
+    void timeout();
+
+    // `theTask`: the running tool of this instance, null when there is none. Any thread.
+    TaskReference theTask() const;
+    void setTheTask(TaskReference task);
+
+  private:
+    // Takes the child at the moment when others may learn of it.
+    using TaskSink = std::function<void(const TaskReference&)>;
+
+    KXTaskEx() = default;
+
+    static TaskSink storeIn(TaskReference* task);
+    TaskSink storeInField();
+    void startTimeout(Timeout timeout);
+
+    static bool run(const OptionalPath& path, const OptionalArguments& arguments,
+                    const TaskSink& store);
+    static long terminationCode(const OptionalPath& path, const OptionalArguments& arguments,
+                                const TaskSink& store);
+    static std::optional<Data> data(const OptionalPath& path, const OptionalArguments& arguments,
+                                    const TaskSink& store, const OptionalEnvironment& environment,
+                                    LogOutput logOutput);
+
+    mutable std::mutex mutex_;  // of the reference, not of the task
+    TaskReference theTask_;
+};
+
+}  // namespace quillmoor

@@ -1,0 +1,17 @@
+#include "task/launch_check.h"
+
+#include "platform/platform.h"
+
+namespace quillmoor::task_detail {
+
+bool isLaunchable(const OptionalPath& path) {
+    const platform::Platform& system = platform::current();
+    return path && system.fileManager->isExecutableFile(*path) &&
+           !system.workspace->isFilePackage(*path);
+}
+
+bool existsAndIsLaunchable(const OptionalPath& path) {
+    return path && platform::current().fileManager->fileExists(*path) && isLaunchable(path);
+}
+
+}  // namespace quillmoor::task_detail

@@ -1,0 +1,9 @@
+// Texts that more than one of the task operations write, each its own way.
+#pragma once
+
+namespace quillmoor::task_detail {
+
+inline constexpr char kNotExecutable[] = "Error: %@ is not executable";
+inline constexpr char kExceptionRunningTask[] = "Exception running task %@: %@";
+
+}  // namespace quillmoor::task_detail

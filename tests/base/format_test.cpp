@@ -1,0 +1,102 @@
+#include "base/format.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+namespace quillmoor {
+namespace {
+
+std::string atRunTime(std::string_view text) {
+    return formatted(RuntimeFormat{text});
+}
+
+TEST(RuntimeFormat, APercentPairIsOnePercent) {
+    EXPECT_EQ(atRunTime("50%% x"), "50% x");
+}
+
+TEST(RuntimeFormat, TextDirectivesGiveNull) {
+    EXPECT_EQ(atRunTime("%@ %s %S"), "(null) (null) (null)");
+    EXPECT_EQ(atRunTime("%10@|%-10s|"), "    (null)|(null)    |");
+}
+
+TEST(RuntimeFormat, NumbersAreZeroFormattedAsAsked) {
+    EXPECT_EQ(atRunTime("%d %i %u %x %o"), "0 0 0 0 0");
+    EXPECT_EQ(atRunTime("%5d|%-3lu|%03x|%+d"), "    0|0  |000|+0");
+    EXPECT_EQ(atRunTime("%f %.2f %e %g"), "0.000000 0.00 0.000000e+00 0");
+}
+
+TEST(RuntimeFormat, CharactersAndCountsGiveNothing) {
+    EXPECT_EQ(atRunTime("a%cb%nc"), "abc");
+}
+
+TEST(RuntimeFormat, PointersAreNull) {
+    EXPECT_EQ(atRunTime("%p"), "0x0");
+}
+
+TEST(RuntimeFormat, WhatNobodyKnowsIsCopied) {
+    EXPECT_EQ(atRunTime("%y"), "%y");
+    EXPECT_EQ(atRunTime("100%"), "100%");
+    EXPECT_EQ(atRunTime("100%5"), "100%5");
+    EXPECT_EQ(atRunTime("50% off"), "500ff");  // a space flag and an octal directive
+}
+
+TEST(RuntimeFormat, HugeWidthsAreBounded) {
+    EXPECT_LT(atRunTime("%999999999d").size(), 10000U);
+    EXPECT_LT(atRunTime("%.999999999f").size(), 10000U);
+}
+
+TEST(Format, NilTextGivesNull) {
+    EXPECT_EQ(formatted("%@", std::optional<std::string>()), "(null)");
+    EXPECT_EQ(formatted("%s", static_cast<const char*>(nullptr)), "(null)");
+    EXPECT_EQ(formatted("%@", std::optional<std::string>("x")), "x");
+}
+
+TEST(Format, TextMayHoldAnything) {
+    EXPECT_EQ(formatted("<%@>", std::string("a%d\n\xFF") + '\0'),
+              std::string("<a%d\n\xFF") + '\0' + ">");
+}
+
+TEST(Format, PrecisionCutsTextInUnits) {
+    EXPECT_EQ(formatted("%.2@|", "aéb"), "aé|");
+}
+
+TEST(Format, NumbersNeverFollowTheLocale) {
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    EXPECT_EQ(formatted("%0.2f", 3.14159), "3.14");
+    EXPECT_EQ(formatted("%li", 1234567L), "1234567");
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST(Format, ExtremeNumbersAreWhole) {
+    EXPECT_EQ(formatted("%lli", std::numeric_limits<long long>::min()), "-9223372036854775808");
+    EXPECT_EQ(formatted("%llu", std::numeric_limits<unsigned long long>::max()),
+              "18446744073709551615");
+    EXPECT_EQ(formatted("%x", -1), "ffffffff");
+    EXPECT_EQ(formatted("%.0f", 1e308).size(), 309U);
+    EXPECT_EQ(formatted("%05.1f|%+d|% d|%#x", -2.25, 5, 5, 255), "-02.2|+5| 5|0xff");
+}
+
+TEST(Format, InfinityIsNotFilledWithZeros) {
+    EXPECT_EQ(formatted("%06f", std::numeric_limits<double>::infinity()), "   inf");
+    EXPECT_EQ(formatted("%F", -std::numeric_limits<double>::infinity()), "-INF");
+}
+
+TEST(Format, AgreesWithTheSystemsOwnPrintf) {
+    char expected[200];
+    const auto check = [&](const std::string& ours) { EXPECT_EQ(ours, expected); };
+    std::snprintf(expected, sizeof expected, "%8.3e|%-12g|%G|%.0e", 1234.5678, 0.0001, 1e-10, 5.5);
+    check(formatted("%8.3e|%-12g|%G|%.0e", 1234.5678, 0.0001, 1e-10, 5.5));
+    std::snprintf(expected, sizeof expected, "%08d|%-8d|%+8d|%.5d|%8.5d", -42, -42, 42, 42, -42);
+    check(formatted("%08d|%-8d|%+8d|%.5d|%8.5d", -42, -42, 42, 42, -42));
+    std::snprintf(expected, sizeof expected, "%#o|%#X|%lx|%c|%5c", 8U, 48879U, 255UL, 'x', 'y');
+    check(formatted("%#o|%#X|%lx|%c|%5c", 8U, 48879U, 255UL, 'x', 'y'));
+}
+
+TEST(Format, ANilFormatIsNil) {
+    const Format<> none = std::nullopt;
+    EXPECT_TRUE(none.isNil());
+}
+
+}  // namespace
+}  // namespace quillmoor

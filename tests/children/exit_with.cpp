@@ -1,0 +1,6 @@
+// exit_with N: ends with that status.
+#include <cstdlib>
+
+int main(int argc, char** argv) {
+    return argc > 1 ? std::atoi(argv[1]) : 0;
+}

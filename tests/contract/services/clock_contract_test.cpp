@@ -1,0 +1,61 @@
+// What every clock owes to those who ask it.
+#include "platform/clock.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/platform.h"
+#include "tests/contract/services/back_end.h"
+#include "tests/contract/services/memory_services.h"
+
+namespace quillmoor::platform {
+namespace {
+
+using std::chrono::seconds;
+
+struct Implementation {
+    const char* name;
+    Clock* (*make)();
+};
+
+class ClockContract : public testing::TestWithParam<Implementation> {
+  protected:
+    Clock& clock() { return *clock_; }
+
+  private:
+    Clock* clock_ = GetParam().make();
+};
+
+TEST_P(ClockContract, NoSleepIsNoTime) {
+    const auto before = clock().now();
+    clock().sleep(seconds(0));
+    clock().sleep(seconds(-5));
+    clock().sleep(seconds::min());
+    EXPECT_LT(clock().now() - before, seconds(60));
+}
+
+TEST_P(ClockContract, ASleepTakesItsTime) {
+    const auto before = clock().now();
+    clock().sleep(seconds(1));
+    EXPECT_GE(clock().now() - before, std::chrono::milliseconds(990));
+}
+
+TEST_P(ClockContract, TheTimeIsALaterOneThanThisTestsOwn) {
+    EXPECT_GT(clock().now(), std::chrono::system_clock::time_point(seconds(1300000000)));
+}
+
+TEST_P(ClockContract, ProcessorTimeNeverGoesBack) {
+    const std::int64_t before = clock().processorTime();
+    EXPECT_GE(clock().processorTime(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ClockContract,
+                         testing::Values(Implementation{"Native", [] { return native().clock; }},
+                                         Implementation{"Memory",
+                                                        []() -> Clock* {
+                                                            static test::MemoryClock clock;
+                                                            return &clock;
+                                                        }}),
+                         nameOf<Implementation>);
+
+}  // namespace
+}  // namespace quillmoor::platform

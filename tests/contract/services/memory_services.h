@@ -1,0 +1,106 @@
+// Services that live in memory alone, for tests that want a computer of their own making. They keep
+// the same promises as a back-end: the contract's tests say so.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "base/paths.h"
+#include "platform/clock.h"
+#include "platform/locations.h"
+
+namespace quillmoor::test {
+
+// A clock that stands still but for what is slept.
+class MemoryClock : public platform::Clock {
+  public:
+    std::chrono::system_clock::time_point now() override { return now_; }
+    void sleep(std::chrono::seconds duration) override {
+        now_ += std::max(duration, std::chrono::seconds::zero());
+    }
+    std::int64_t processorTime() override { return ++ticks_; }
+
+  private:
+    std::chrono::system_clock::time_point now_{std::chrono::seconds(1370340271)};
+    std::int64_t ticks_ = 0;
+};
+
+// The folders and the users of a made-up computer. Set up first, then used from any thread.
+class MemoryLocations : public platform::Locations {
+  public:
+    using Directory = platform::SearchPathDirectory;
+    using Domain = platform::SearchPathDomainMask;
+
+    // `temporary` is a folder that exists. The process runs for the user `name`, who may be root.
+    MemoryLocations(std::string name, std::string temporary)
+        : name_(std::move(name)), temporary_(std::move(temporary)) {
+        addUser("root", "/root");
+    }
+
+    void addUser(const std::string& name, const std::string& home) { homes_[name] = home; }
+    void setConsoleUser(OptionalString name) { consoleUser_ = std::move(name); }
+
+    StringList searchPaths(Directory directory, Domain domain) override {
+        const auto [path, everywhere] = placeOf(directory);
+        StringList paths;
+        if (path.empty()) return paths;
+        if (contains(domain, Domain::User))
+            paths.push_back((name_ == "root" ? "/var/root" : homeDirectory()) + path);
+        if (everywhere && contains(domain, Domain::Local)) paths.push_back(path);
+        if (everywhere && contains(domain, Domain::System)) paths.push_back("/System" + path);
+        return paths;
+    }
+
+    std::string homeDirectory() override { return homes_.at(name_); }
+    OptionalPath homeDirectoryForUser(const OptionalString& name) override {
+        const auto found = homes_.find(name.value_or("root"));
+        return found != homes_.end() ? OptionalPath(found->second) : std::nullopt;
+    }
+    std::string userName() override { return name_; }
+    OptionalString consoleUser() override { return consoleUser_; }
+
+    std::size_t confstr(int name, std::span<char> buffer) override {
+        if (name != platform::kDarwinUserCacheDirectory) return 0;
+        const std::string value = homeDirectory() + "/.cache";
+        if (!buffer.empty()) buffer[value.copy(buffer.data(), buffer.size() - 1)] = '\0';
+        return value.size() + 1;
+    }
+
+    std::string temporaryDirectory() override { return temporary_; }
+
+  private:
+    // Below a domain's root, and whether the machine and the system have one as well.
+    static std::pair<std::string, bool> placeOf(Directory directory) {
+        switch (directory) {
+            case Directory::Application:
+                return {"/Applications", true};
+            case Directory::AdminApplication:
+                return {"/Applications/Utilities", true};
+            case Directory::Library:
+                return {"/Library", true};
+            case Directory::Documentation:
+                return {"/Library/Documentation", true};
+            case Directory::Document:
+                return {"/Documents", false};
+            case Directory::Desktop:
+                return {"/Desktop", false};
+            case Directory::Caches:
+                return {"/Library/Caches", true};
+            case Directory::ApplicationSupport:
+                return {"/Library/Application Support", true};
+            case Directory::Movies:
+                return {"/Movies", false};
+        }
+        return {"", false};
+    }
+
+    std::string name_;
+    std::string temporary_;
+    std::map<std::string, std::string> homes_;
+    OptionalString consoleUser_;
+};
+
+}  // namespace quillmoor::test

@@ -1,0 +1,125 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "files/KXFileManager.h"
+#include "paths/KXLocalPaths.h"
+#include "task/KXTaskEx.h"
+#include "tests/support/forwarding.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class FakeWorkspace : public test::ForwardingWorkspace {
+  public:
+    std::string tool = KX_DITTO;
+    StringList asked;
+    StringList recycled;  // source, destination, names …
+    bool reallyRecycles = true;
+    std::string toolPath(const std::string& path) override {
+        asked.push_back(path);
+        return tool;
+    }
+    bool recycle(const std::string& source, const OptionalPath& destination,
+                 const StringList& names) override {
+        recycled = {source, destination.value_or("nil")};
+        recycled.insert(recycled.end(), names.begin(), names.end());
+        if (!reallyRecycles) return false;
+        for (const std::string& name : names)
+            std::filesystem::rename(source + "/" + name, source + "/recycled " + name);
+        return true;
+    }
+};
+
+class DecompressFile : public ::testing::Test {
+  protected:
+    DecompressFile() { platform_->workspace = &workspace_; }
+
+    // An archive of a small application, made with the same tool.
+    std::string makeArchive() {
+        folder_.writeFile("source/App.app/Contents/Info.plist", "<plist/>");
+        folder_.makeLink("source/App.app/Current", "Contents");
+        const std::string archive = folder_ / "an \"archive'\n.zip";
+        KXTaskEx::runTask(KX_DITTO, StringList{"-ck", folder_ / "source", archive});
+        return archive;
+    }
+    // Stands for the tool: notes its arguments and fails.
+    std::string failingTool() {
+        const std::string tool =
+            folder_.writeFile("tool", "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" +
+                                          (folder_ / "arguments") + "'\nexit 1\n");
+        std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+        return tool;
+    }
+
+    FakeWorkspace workspace_;
+    test::ScopedPlatform platform_;
+    test::TempFolder folder_;
+};
+
+TEST_F(DecompressFile, UnpacksIntoAFolderThatIsNotThere) {
+    const std::string archive = makeArchive();
+    EXPECT_TRUE(KXFileManager::decompressFile(archive, folder_ / "new"));
+    EXPECT_EQ(test::readFile(folder_ / "new/App.app/Contents/Info.plist"), "<plist/>");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "new/App.app/Current"));
+    EXPECT_THAT(workspace_.asked, ElementsAre("/usr/bin/ditto"));
+    EXPECT_THAT(workspace_.recycled, IsEmpty());
+}
+
+TEST_F(DecompressFile, PutsWhatIsThereIntoTheTrashFirst) {
+    const std::string archive = makeArchive();
+    folder_.writeFile("there/old", "old");
+    EXPECT_TRUE(KXFileManager::decompressFile(archive, folder_ / "there"));
+    EXPECT_THAT(
+        workspace_.recycled,
+        ElementsAre(folder_.path(), KXLocalPaths::trashDirectory().value_or("nil"), "there"));
+    EXPECT_TRUE(test::somethingAt(folder_ / "there/App.app"));
+    EXPECT_FALSE(test::somethingAt(folder_ / "there/old"));
+    EXPECT_EQ(test::readFile(folder_ / "recycled there/old"), "old");
+}
+
+TEST_F(DecompressFile, AnswersYesWhenTheOldItemStaysAndTheToolFails) {
+    workspace_.tool = failingTool();
+    workspace_.reallyRecycles = false;
+    folder_.writeFile("there/old", "old");
+    EXPECT_TRUE(KXFileManager::decompressFile("no.zip", folder_ / "there"));
+    EXPECT_EQ(test::readFile(folder_ / "there/old"), "old");
+}
+
+TEST_F(DecompressFile, WithoutAnArchiveRunsTheToolWithItsOptionsAlone) {
+    workspace_.tool = failingTool();
+    EXPECT_FALSE(KXFileManager::decompressFile(std::nullopt, folder_ / "new"));
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-xk\n");
+    EXPECT_FALSE(test::somethingAt(folder_ / "new"));
+}
+
+TEST_F(DecompressFile, WithoutAnArchiveTheRealToolMakesNothing) {
+    EXPECT_FALSE(KXFileManager::decompressFile(std::nullopt, folder_ / "new"));
+    EXPECT_FALSE(test::somethingAt(folder_ / "new"));
+}
+
+TEST_F(DecompressFile, WithoutADestinationAnswersNo) {
+    workspace_.tool = failingTool();
+    EXPECT_FALSE(KXFileManager::decompressFile("a.zip", std::nullopt));
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-xk\na.zip\n");
+}
+
+TEST_F(DecompressFile, OfAMissingOrBrokenArchiveLeavesNothing) {
+    EXPECT_FALSE(KXFileManager::decompressFile(folder_ / "missing.zip", folder_ / "new"));
+    EXPECT_FALSE(
+        KXFileManager::decompressFile(folder_.writeFile("broken.zip", "PK?"), folder_ / "new"));
+    EXPECT_FALSE(test::somethingAt(folder_ / "new"));
+}
+
+TEST_F(DecompressFile, WithoutAnyToolAnswersNo) {
+    workspace_.tool = folder_ / "no tool";
+    EXPECT_FALSE(KXFileManager::decompressFile(makeArchive(), folder_ / "new"));
+}
+
+}  // namespace
+}  // namespace quillmoor

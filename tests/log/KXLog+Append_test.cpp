@@ -1,0 +1,359 @@
+#include <atomic>
+
+#include "platform/exception.h"
+#include "tests/log/log_fixture.h"
+
+namespace quillmoor {
+namespace {
+
+using KXLogAppend = test::LogTest;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+// What the worker has been asked for and has not done is counted by characters.
+std::size_t queued() {
+    return KXLog::sharedController()->bytesInQueue();
+}
+
+void onAnotherThread(const std::function<void()>& body) {
+    std::thread(body).join();
+}
+
+// The messages behind the header, whose four lines are checked elsewhere.
+class OpenLog : public test::LogTest {
+  protected:
+    OpenLog() {
+        KXLog::createNewLog();
+        KXLog::finishWriting();
+    }
+    StringList written() {
+        KXLog::finishWriting();
+        StringList all = messages(logPath(1));
+        all.erase(all.begin(), all.begin() + std::min<long>(4, static_cast<long>(all.size())));
+        return all;
+    }
+};
+
+TEST_F(OpenLog, WritesADatedLineForEachMessageInOrder) {
+    KXLog::appendLog("one %d", 1);
+    KXLog::fastAppendLog("two %@", "2");
+    KXLog::appendLogAndPrint("three");
+    EXPECT_THAT(written(), ElementsAre("one 1", "two 2", "three"));
+}
+
+TEST_F(OpenLog, ANilFormatDoesNothing) {
+    KXLog::appendLog(std::nullopt);
+    KXLog::fastAppendLog(std::nullopt);
+    KXLog::appendLogAndPrint(std::nullopt);
+    EXPECT_TRUE(written().empty());
+    EXPECT_EQ(console_.printed(), "");
+}
+
+TEST_F(OpenLog, AMessageOfSpaceOnlyLeavesNoLine) {
+    KXLog::appendLog(" \n\t\u00A0\n");
+    KXLog::fastAppendLog("%@", "");
+    EXPECT_EQ(queued(), 0U);
+    EXPECT_TRUE(written().empty());
+}
+
+TEST_F(OpenLog, SpaceAtBothEndsIsCutAndInnerNewlinesStay) {
+    KXLog::appendLog("value\n");
+    KXLog::appendLog("\n value");
+    KXLog::appendLog("a\nb");
+    KXLog::finishWriting();
+    const std::string text = generation(1);
+    EXPECT_THAT(text, HasSubstr(" - value\n"));
+    EXPECT_EQ(text.find("value", text.find("value") + 1), text.rfind("value"));
+    EXPECT_THAT(text, ::testing::EndsWith(" - a\nb\n"));
+}
+
+TEST_F(OpenLog, BytesThatAreNoUtf8AreWrittenAsTheyStand) {
+    KXLog::appendLog("%@", "a\xFFz");
+    EXPECT_THAT(written(), ElementsAre("a\xFFz"));
+}
+
+TEST_F(OpenLog, CountsCharactersInTheQueueAndBytesInTheFile) {
+    test::Gate gate;
+    const std::size_t before = KXLog::sharedController()->bytesWritten();
+    holdWritesAt(gate);
+    KXLog::fastAppendLog("é😀x\n");
+    EXPECT_EQ(queued(), 4U);  // 1 + 2 + 1 units
+    gate.open();
+    KXLog::finishWriting();
+    EXPECT_EQ(queued(), 0U);
+    EXPECT_EQ(KXLog::sharedController()->bytesWritten(), before + 28 + 7 + 1);
+}
+
+TEST_F(OpenLog, BytesWrittenIsTheSizeOfAFileStartedHere) {
+    KXLog::appendLog("line");
+    KXLog::finishWriting();
+    EXPECT_EQ(KXLog::sharedController()->bytesWritten(), generation(1).size());
+}
+
+// A call that may wait is made on another thread while the worker is held at the gate.
+class HeldLog : public OpenLog {
+  protected:
+    HeldLog() {
+        holdWritesAt(gate_);
+        caller_ = std::thread();
+    }
+    ~HeldLog() override { finish(); }
+    void call(std::function<void()> body) {
+        caller_ = std::thread([this, body = std::move(body)] {
+            body();
+            returned_ = true;
+        });
+        gate_.waitForSomebody();
+    }
+    void finish() {
+        gate_.open();
+        if (caller_.joinable()) caller_.join();
+    }
+    bool returnsWhileHeld() {
+        for (int i = 0; i < 2000 && !returned_; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return returned_;
+    }
+    // It stays away for a while; were it not to wait, it would be back at once.
+    bool waits() {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        return !returned_;
+    }
+
+    test::Gate gate_;
+    std::thread caller_;
+    std::atomic<bool> returned_{false};
+};
+
+TEST_F(HeldLog, AShortMessageFromAnotherThreadIsWaitedFor) {
+    call([] { KXLog::appendLog("%@", std::string(99, 'x')); });
+    EXPECT_TRUE(waits());
+    finish();
+    EXPECT_TRUE(returned_);
+}
+
+TEST_F(HeldLog, AMessageOfAHundredCharactersIsNotWaitedFor) {
+    call([] { KXLog::appendLog("%@", std::string(100, 'x')); });
+    EXPECT_TRUE(returnsWhileHeld());
+}
+
+TEST_F(HeldLog, TheLengthIsThatBeforeTrimming) {
+    call([] { KXLog::appendLog("%@", "x" + std::string(99, ' ')); });
+    EXPECT_TRUE(returnsWhileHeld());
+}
+
+TEST_F(HeldLog, TheLengthCountsCharactersNotBytes) {
+    std::string text;
+    for (int i = 0; i < 99; ++i) text += "é";
+    call([text] { KXLog::appendLog("%@", text); });
+    EXPECT_TRUE(waits());
+}
+
+TEST_F(HeldLog, NothingIsWaitedForBehindALongQueue) {
+    KXLog::fastAppendLog("%@", std::string(99, 'x'));
+    call([] { KXLog::appendLog("y"); });
+    EXPECT_TRUE(returnsWhileHeld());
+}
+
+TEST_F(HeldLog, AFastMessageIsNeverWaitedFor) {
+    call([] { KXLog::fastAppendLog("x"); });
+    EXPECT_TRUE(returnsWhileHeld());
+}
+
+TEST_F(HeldLog, APrintedMessageIsWaitedForLikeAnyOther) {
+    call([] { KXLog::appendLogAndPrint("x"); });
+    EXPECT_TRUE(waits());
+    finish();
+    EXPECT_EQ(console_.printed(), "x\n");
+}
+
+TEST_F(HeldLog, TheMainThreadNeverWaits) {
+    KXLog::appendLog("x");  // would wait for ever, for the gate is closed
+    EXPECT_EQ(queued(), 1U);
+}
+
+TEST_F(HeldLog, FinishWritingWaitsForEverythingQueuedBefore) {
+    KXLog::fastAppendLog("a");
+    KXLog::fastAppendLog("b");
+    call([] { KXLog::finishWriting(); });
+    EXPECT_TRUE(waits());
+    finish();
+    EXPECT_TRUE(returned_);
+    EXPECT_EQ(written(), (StringList{"a", "b"}));
+}
+
+TEST_F(OpenLog, PrintingDoublesPercentSignsOnTheConsoleOnly) {
+    KXLog::appendLogAndPrint("%@", "50%% off\n");
+    EXPECT_EQ(console_.printed(), "50%%%% off\n");
+    EXPECT_THAT(written(), ElementsAre("50% off"));
+}
+
+TEST_F(OpenLog, PrintingLeavesOutObjectDirectivesAndNuls) {
+    KXLog::appendLogAndPrint("%@", std::string("50%@% x") + '\0');
+    EXPECT_EQ(console_.printed(), "50%% x\n");
+}
+
+TEST_F(OpenLog, APrintedMessageIsFormattedASecondTime) {
+    KXLog::appendLogAndPrint("%@", "a %@ b %d c %s");
+    EXPECT_THAT(written(), ElementsAre("a (null) b 0 c (null)"));
+    EXPECT_EQ(console_.printed(), "a  b %%d c %%s\n");
+}
+
+TEST_F(OpenLog, APrintedMessageOfSpaceOnlyIsAnEmptyLineOnTheConsole) {
+    KXLog::appendLogAndPrint(" \n");
+    EXPECT_EQ(console_.printed(), "\n");
+    EXPECT_TRUE(written().empty());
+}
+
+TEST_F(OpenLog, TheLineThatCrossesTheLimitStaysAndTheNextFileBegins) {
+    KXLog* const log = KXLog::sharedController();
+    log->setBytesWritten(499'999 - 28 - 7);  // one byte short of the limit with "before\n"
+    KXLog::fastAppendLog("before");
+    KXLog::finishWriting();
+    EXPECT_EQ(log->bytesWritten(), 499'999U);
+    EXPECT_FALSE(test::somethingAt(logPath(2)));
+    log->setBytesWritten(500'000 - 28 - 9);  // exactly the limit with "crossing\n"
+    KXLog::fastAppendLog("crossing");
+    KXLog::finishWriting();  // what the change of files queues comes behind
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(logPath(2)).back(), "crossing");
+    const StringList next = messages(logPath(1));
+    ASSERT_EQ(next.size(), 5U);
+    EXPECT_THAT(next[0], ::testing::StartsWith("Log started: "));
+    EXPECT_EQ(next[4], "Log truncated at 500KB");
+    EXPECT_EQ(log->bytesWritten(), generation(1).size());
+}
+
+TEST_F(OpenLog, WhatWaitsAtTheLimitComesBeforeTheHeader) {
+    test::Gate gate;
+    holdWritesAt(gate);
+    KXLog::sharedController()->setBytesWritten(499'999);
+    KXLog::fastAppendLog("crossing");
+    KXLog::fastAppendLog("waiting");
+    gate.open();
+    KXLog::finishWriting();
+    KXLog::finishWriting();
+    const StringList next = messages(logPath(1));
+    ASSERT_EQ(next.size(), 6U);
+    EXPECT_EQ(next[0], "waiting");
+    EXPECT_THAT(next[1], ::testing::StartsWith("Log started: "));
+    EXPECT_EQ(next[5], "Log truncated at 500KB");
+}
+
+TEST_F(OpenLog, TheWorkerDoesNotWaitForItself) {
+    // Little is queued when the notice is appended on the worker: without a guard it would hang.
+    KXLog::sharedController()->setBytesInQueue(0);
+    bundles_.own = nullptr;
+    KXLog::sharedController()->setBytesWritten(499'999);
+    KXLog::sharedController()->setBytesInQueue(static_cast<std::size_t>(-200));
+    KXLog::fastAppendLog("crossing");
+    KXLog::finishWriting();
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(logPath(1)).back(), "Log truncated at 500KB");
+}
+
+TEST_F(KXLogAppend, AnEarlierRunsFileIsContinuedWithoutAHeader) {
+    folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "earlier\n");
+    KXLog::appendLog("now");
+    KXLog::finishWriting();
+    EXPECT_THAT(generation(1), ::testing::StartsWith("earlier\n"));
+    EXPECT_THAT(generation(1), ::testing::EndsWith(" - now\n"));
+    EXPECT_EQ(KXLog::sharedController()->bytesWritten(), generation(1).size() - 8);
+}
+
+TEST_F(KXLogAppend, TheSizeOfAContinuedFileDoesNotCount) {
+    folder_.writeFile("user/Logs/Quillmoor/Host.1.log", std::string(600'000, 'x') + "\n");
+    KXLog::appendLog("now");
+    KXLog::finishWriting();
+    EXPECT_FALSE(test::somethingAt(logPath(2)));
+}
+
+TEST_F(KXLogAppend, WithoutAnyFileEveryMessageIsReportedAsLost) {
+    KXLog::fastAppendLog("one");
+    KXLog::fastAppendLog("two %@", "x");
+    KXLog::finishWriting();
+    EXPECT_EQ(console_.printed(),
+              "Unable to log the following information: one\nUnable to open log for output\n"
+              "Unable to log the following information: two x\nUnable to open log for output\n");
+    EXPECT_EQ(queued(), 0U);
+    EXPECT_FALSE(test::somethingAt(logPath(1)));
+}
+
+TEST_F(KXLogAppend, TheSuperUserContinuesTheMachinesFile) {
+    process_.uid = 0;
+    folder_.writeFile("machine/Logs/Quillmoor/Host.1.log", "");
+    folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "");
+    KXLog::appendLog("now");
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(folder_ / "machine/Logs/Quillmoor/Host.1.log"), StringList{"now"});
+    EXPECT_EQ(generation(1), "");
+}
+
+TEST_F(KXLogAppend, WhenDisabledNothingIsWrittenOrPrinted) {
+    KXLog::sharedController()->setLoggingDisabled(true);
+    KXLog::fastAppendLog("lost");
+    KXLog::finishWriting();
+    EXPECT_EQ(console_.printed(), "");
+    EXPECT_EQ(queued(), 4U);  // not reduced on this path
+}
+
+class RaisingHandle : public test::ForwardingFileHandle {
+  public:
+    RaisingHandle() : ForwardingFileHandle(nullptr) {}
+    void writeData(std::string_view) override {
+        throw platform::Exception(platform::kFileHandleOperationException,
+                                  "No space left on device");
+    }
+    void closeFile() override {}
+};
+
+TEST_F(KXLogAppend, AFullDiskIsToldAndLosesTheMessageOnly) {
+    KXLog::sharedController()->setFileHandle(std::make_shared<RaisingHandle>());
+    KXLog::fastAppendLog("lost");
+    KXLog::finishWriting();
+    EXPECT_EQ(console_.printed(), "Exception writing to log: No space left on device\n");
+    EXPECT_EQ(queued(), 4U);  // not reduced on this path
+    EXPECT_EQ(KXLog::sharedController()->bytesWritten(), 0U);
+}
+
+TEST_F(KXLogAppend, WhenDisabledMeanwhileAFailureIsNotTold) {
+    class Disabling : public RaisingHandle {
+      public:
+        void writeData(std::string_view bytes) override {
+            KXLog::sharedController()->setLoggingDisabled(true);
+            RaisingHandle::writeData(bytes);
+        }
+    };
+    KXLog::sharedController()->setFileHandle(std::make_shared<Disabling>());
+    KXLog::fastAppendLog("lost");
+    KXLog::finishWriting();
+    EXPECT_EQ(console_.printed(), "");
+}
+
+TEST_F(OpenLog, LinesOfManyThreadsAreWholeAndInTheirThreadsOrder) {
+    constexpr int kThreads = 4;
+    constexpr int kLines = 1000;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([t] {
+            for (int i = 0; i < kLines; ++i) KXLog::fastAppendLog("thread %d line %d", t, i);
+        });
+    for (std::thread& thread : threads) thread.join();
+    std::vector<int> next(kThreads, 0);
+    for (const std::string& message : written()) {
+        int thread = -1;
+        int line = -1;
+        ASSERT_EQ(std::sscanf(message.c_str(), "thread %d line %d", &thread, &line), 2) << message;
+        EXPECT_EQ(line, next.at(static_cast<std::size_t>(thread))++);
+    }
+    EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
+}
+
+TEST_F(OpenLog, AMessageLongerThanABlockOfTheQueueIsWhole) {
+    const std::string text = std::string(300'000, 'a') + "z";
+    onAnotherThread([&] { KXLog::appendLog("%@", text); });
+    EXPECT_EQ(written(), StringList{text});
+}
+
+}  // namespace
+}  // namespace quillmoor

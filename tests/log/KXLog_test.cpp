@@ -1,0 +1,157 @@
+#include "log/KXLog.h"
+
+#include "tests/log/log_fixture.h"
+
+namespace quillmoor {
+namespace {
+
+using KXLogController = test::LogTest;
+
+TEST_F(KXLogController, IsOneForTheProcess) {
+    KXLog* const log = KXLog::sharedController();
+    ASSERT_NE(log, nullptr);
+    EXPECT_EQ(KXLog::sharedController(), log);
+    EXPECT_EQ(log->retain(), log);
+    EXPECT_EQ(log->autorelease(), log);
+    EXPECT_EQ(log->copyWithZone(), log);
+    log->release();
+    EXPECT_EQ(log->retainCount(), 4294967295UL);
+}
+
+TEST_F(KXLogController, IsMadeOnceByManyThreads) {
+    std::vector<std::thread> threads;
+    std::vector<KXLog*> seen(8);
+    for (KXLog*& each : seen) threads.emplace_back([&each] { each = KXLog::sharedController(); });
+    for (std::thread& thread : threads) thread.join();
+    for (KXLog* each : seen) EXPECT_EQ(each, KXLog::sharedController());
+}
+
+TEST_F(KXLogController, ASecondAllocationIsNil) {
+    KXLog::sharedController();
+    EXPECT_EQ(KXLog::allocWithZone(), nullptr);
+}
+
+TEST_F(KXLogController, WithoutItsInstanceTheLogDoesNothing) {
+    EXPECT_NE(KXLog::allocWithZone(), nullptr);
+    EXPECT_EQ(KXLog::sharedController(), nullptr);
+    KXLog::createNewLog();
+    KXLog::appendLog("lost");
+    KXLog::finishWriting();
+    EXPECT_TRUE(KXLog::availableLogs().empty());
+    EXPECT_FALSE(test::somethingAt(folder_ / "user"));
+}
+
+TEST_F(KXLogController, StartsEmptyWithAQueueAndWithoutAFile) {
+    KXLog* const log = KXLog::sharedController();
+    EXPECT_NE(log->writeQueue(), nullptr);
+    EXPECT_EQ(log->fileHandle(), nullptr);
+    EXPECT_EQ(log->bytesWritten(), 0U);
+    EXPECT_EQ(log->bytesInQueue(), 0U);
+    EXPECT_FALSE(log->loggingDisabled());
+    EXPECT_FALSE(test::somethingAt(logPath(1)));
+}
+
+TEST_F(KXLogController, NameIsTheProgramsWithoutItsExtensionUntilOneIsStored) {
+    KXLog* const log = KXLog::sharedController();
+    EXPECT_EQ(log->appName(), "Host");
+    bundles_.main->executable = "/opt/Other";
+    EXPECT_EQ(log->appName(), "Other");
+    log->setAppName("Stored");
+    EXPECT_EQ(log->appName(), "Stored");
+    log->setAppName(std::nullopt);
+    EXPECT_EQ(log->appName(), "Other");
+    bundles_.main->executable = std::nullopt;
+    EXPECT_EQ(log->appName(), std::nullopt);
+}
+
+TEST_F(KXLogController, TerminatingWritesNineteenPendingLines) {
+    KXLog::createNewLog();
+    test::Gate gate;
+    holdWritesAt(gate);
+    for (int i = 0; i < 19; ++i) KXLog::fastAppendLog("line %d", i);
+    EXPECT_EQ(KXLog::sharedController()->writeQueue()->operationCount(), 19U);
+    std::thread opener([&] {
+        gate.waitForSomebody();
+        gate.open();
+    });
+    KXLog::willTerminate();
+    opener.join();
+    EXPECT_EQ(messages(logPath(1)).size(), 4U + 19U);
+    EXPECT_EQ(messages(logPath(1)).back(), "line 18");
+}
+
+TEST_F(KXLogController, TerminatingDoesNotWaitForTwentyPendingLines) {
+    KXLog::createNewLog();
+    test::Gate gate;
+    holdWritesAt(gate);
+    WriteQueue* const queue = KXLog::sharedController()->writeQueue();
+    for (int i = 0; i < 25; ++i) KXLog::fastAppendLog("line %d", i);
+    EXPECT_EQ(queue->operationCount(), 25U);
+    KXLog::willTerminate();  // would wait for ever, for the gate is closed
+    EXPECT_EQ(queue->operationCount(), 25U);
+    gate.open();
+    queue->waitUntilAllOperationsAreFinished();
+}
+
+TEST_F(KXLogController, ExactlyTwentyPendingLinesAreNotWaitedFor) {
+    KXLog::createNewLog();
+    test::Gate gate;
+    holdWritesAt(gate);
+    WriteQueue* const queue = KXLog::sharedController()->writeQueue();
+    for (int i = 0; i < 20; ++i) KXLog::fastAppendLog("line %d", i);
+    KXLog::willTerminate();
+    EXPECT_EQ(queue->operationCount(), 20U);
+    gate.open();
+    queue->waitUntilAllOperationsAreFinished();
+}
+
+TEST_F(KXLogController, AfterTerminatingQueueNameAndFileAreGone) {
+    KXLog* const log = KXLog::sharedController();
+    log->setAppName("Stored");
+    KXLog::createNewLog();
+    KXLog::willTerminate();
+    EXPECT_EQ(log->appName(), "Host");
+    EXPECT_EQ(log->writeQueue(), nullptr);
+    EXPECT_EQ(log->fileHandle(), nullptr);
+    const std::size_t before = log->bytesInQueue();
+    KXLog::appendLog("lost");
+    KXLog::finishWriting();
+    EXPECT_EQ(log->bytesInQueue(), before + 4);
+    EXPECT_EQ(console_.printed(), "");
+}
+
+TEST_F(KXLogController, TearingDownDoesTheSame) {
+    KXLog::createNewLog();
+    KXLog::fastAppendLog("last");
+    KXLog* const log = KXLog::sharedController();
+    log->dealloc();
+    EXPECT_EQ(log->writeQueue(), nullptr);
+    EXPECT_EQ(log->fileHandle(), nullptr);
+    EXPECT_EQ(messages(logPath(1)).back(), "last");
+}
+
+class ObserverRecord : public test::ForwardingMainThread {
+  public:
+    int added = 0;
+    int removed = 0;
+    void addTerminationObserver(void (*observer)()) override {
+        added += observer == KXLog::willTerminate ? 1 : 0;
+    }
+    void removeTerminationObserver(void (*observer)()) override {
+        removed += observer == KXLog::willTerminate ? 1 : 0;
+    }
+};
+
+TEST_F(KXLogController, ObservesTheEndOnceAndStopsThere) {
+    static ObserverRecord record;
+    platform_->mainThread = &record;
+    KXLog::sharedController();
+    KXLog::sharedController();
+    EXPECT_EQ(record.added, 1);
+    EXPECT_EQ(record.removed, 0);
+    KXLog::willTerminate();
+    EXPECT_EQ(record.removed, 1);
+}
+
+}  // namespace
+}  // namespace quillmoor

@@ -1,0 +1,74 @@
+#include "log/WriteQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace quillmoor {
+namespace {
+
+TEST(WriteQueue, WritesInTheOrderOfQueueing) {
+    static std::vector<std::string> seen;
+    WriteQueue* const queue =
+        WriteQueue::create([](std::string_view text) { seen.emplace_back(text); });
+    for (int i = 0; i < 10'000; ++i) queue->add(std::to_string(i));
+    queue->waitUntilAllOperationsAreFinished();
+    ASSERT_EQ(seen.size(), 10'000U);
+    for (int i = 0; i < 10'000; ++i)
+        ASSERT_EQ(seen[static_cast<std::size_t>(i)], std::to_string(i));
+    EXPECT_EQ(queue->operationCount(), 0U);
+}
+
+TEST(WriteQueue, KeepsEmptyAndHugeTexts) {
+    static std::vector<std::size_t> sizes;
+    WriteQueue* const queue =
+        WriteQueue::create([](std::string_view text) { sizes.push_back(text.size()); });
+    for (const std::size_t size : {0UL, 65'532UL, 65'533UL, 1'000'000UL, 1UL})
+        queue->add(std::string(size, 'x'));
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{0, 65'532, 65'533, 1'000'000, 1}));
+}
+
+TEST(WriteQueue, IsWokenAfterALongRest) {
+    static int written = 0;
+    WriteQueue* const queue = WriteQueue::create([](std::string_view) { ++written; });
+    queue->add("a");
+    queue->waitUntilAllOperationsAreFinished();
+    std::this_thread::sleep_for(std::chrono::milliseconds(250));  // the worker sleeps deeply now
+    queue->add("b");
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(written, 2);
+}
+
+TEST(WriteQueue, TheWorkerWaitingForItselfReturnsAtOnce) {
+    static WriteQueue* queue = nullptr;
+    static int written = 0;
+    queue = WriteQueue::create([](std::string_view) {
+        queue->waitUntilAllOperationsAreFinished();
+        ++written;
+    });
+    queue->add("a");
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(written, 1);
+}
+
+TEST(WriteQueue, ManyWaitersAndWritersGetDone) {
+    static std::atomic<int> written{0};
+    WriteQueue* const queue = WriteQueue::create([](std::string_view) { ++written; });
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t)
+        threads.emplace_back([queue] {
+            for (int i = 0; i < 500; ++i) {
+                queue->add("x");
+                if (i % 10 == 0) queue->waitUntilAllOperationsAreFinished();
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(written, 4000);
+}
+
+}  // namespace
+}  // namespace quillmoor

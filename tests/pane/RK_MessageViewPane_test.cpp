@@ -1,0 +1,220 @@
+#include "pane/RK_MessageViewPane.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "base/paths.h"
+#include "tests/support/forwarding.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor {
+namespace {
+
+using platform::InstallerDirection;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// What the pane did, in order.
+using Events = StringList;
+
+class RecordingControl : public platform::Control {
+  public:
+    RecordingControl(std::string name, Events& events) : name_(std::move(name)), events_(events) {}
+    void setHidden(bool hidden) override {
+        events_.push_back((hidden ? "hide " : "show ") + name_);
+    }
+
+  private:
+    std::string name_;
+    Events& events_;
+};
+
+class RecordingNavigation : public platform::PaneNavigation {
+  public:
+    explicit RecordingNavigation(Events& events) : events_(events) {}
+    void gotoNextPane() override { events_.emplace_back("next"); }
+    void gotoPreviousPane() override { events_.emplace_back("previous"); }
+
+  private:
+    Events& events_;
+};
+
+class FakeWorkspace : public test::ForwardingWorkspace {
+  public:
+    explicit FakeWorkspace(Events& events) : events_(events) {}
+    OptionalPath product;
+    std::string tool = "/nonexistent/ditto";
+    StringList opened;
+    OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
+        return identifier == "com.quillmoor.tallyframe" ? product : std::nullopt;
+    }
+    bool openFile(const std::string& path) override {
+        opened.push_back(path);
+        return test::somethingAt(path);
+    }
+    std::string toolPath(const std::string&) override { return tool; }
+
+  private:
+    Events& events_;
+};
+
+class OwnBundle : public platform::Bundle {
+  public:
+    OptionalPath archive;
+    StringList asked;
+    OptionalPath executablePath() override { return std::nullopt; }
+    OptionalString infoDictionaryText(const std::string&) override { return std::nullopt; }
+    OptionalPath pathForResource(const std::string& name, const std::string& type) override {
+        asked = {name, type};
+        return archive;
+    }
+};
+
+class FakeBundles : public test::ForwardingBundles {
+  public:
+    std::shared_ptr<OwnBundle> own = std::make_shared<OwnBundle>();
+    std::shared_ptr<platform::Bundle> bundleForCode(const void*) override { return own; }
+};
+
+class Pane : public ::testing::Test {
+  protected:
+    Pane() {
+        pane_.titleText = &titleText_;
+        pane_.descriptionText = &descriptionText_;
+        pane_.uninstallBtn = &uninstallBtn_;
+        platform_->workspace = &workspace_;
+        platform_->bundles = &bundles_;
+    }
+    void install() { workspace_.product = "/Applications/Tallyframe.app"; }
+
+    Events events_;
+    RecordingNavigation navigation_{events_};
+    RecordingControl titleText_{"titleText", events_};
+    RecordingControl descriptionText_{"descriptionText", events_};
+    RecordingControl uninstallBtn_{"uninstallBtn", events_};
+    FakeWorkspace workspace_{events_};
+    FakeBundles bundles_;
+    test::ScopedPlatform platform_;
+    test::TempFolder folder_;
+    RK_MessageViewPane pane_{navigation_};
+};
+
+TEST_F(Pane, IsTitledVersionCheck) {
+    EXPECT_EQ(pane_.title(), "Version Check");
+}
+
+TEST_F(Pane, MayAlwaysBeLeft) {
+    install();
+    for (const long direction : {0, 1, 2, 7})
+        EXPECT_TRUE(pane_.shouldExitPane(InstallerDirection{direction}));
+}
+
+TEST_F(Pane, WithoutTheProductIsPassedOverForward) {
+    pane_.didEnterPane(InstallerDirection::Forward);
+    EXPECT_THAT(events_, ElementsAre("next"));
+}
+
+TEST_F(Pane, WithoutTheProductIsPassedOverBackward) {
+    pane_.didEnterPane(InstallerDirection::Backward);
+    EXPECT_THAT(events_, ElementsAre("previous"));
+}
+
+TEST_F(Pane, AnyOtherDirectionCountsAsForward) {
+    for (const long direction : {2, 3, -1}) {
+        events_.clear();
+        pane_.didEnterPane(InstallerDirection{direction});
+        EXPECT_THAT(events_, ElementsAre("next")) << direction;
+    }
+}
+
+TEST_F(Pane, WithTheProductShowsItsElementsInOrderAndStays) {
+    install();
+    for (const long direction : {0, 1, 2}) {
+        events_.clear();
+        pane_.didEnterPane(InstallerDirection{direction});
+        EXPECT_THAT(events_,
+                    ElementsAre("show titleText", "show descriptionText", "show uninstallBtn"));
+    }
+}
+
+TEST_F(Pane, AnEmptyPathStillMeansThatTheProductIsThere) {
+    workspace_.product = "";
+    pane_.didEnterPane(InstallerDirection::Forward);
+    EXPECT_EQ(events_.size(), 3U);
+}
+
+TEST_F(Pane, LooksAnewOnEveryEntry) {
+    install();
+    pane_.didEnterPane(InstallerDirection::Forward);
+    workspace_.product = std::nullopt;
+    events_.clear();
+    pane_.didEnterPane(InstallerDirection::Backward);
+    EXPECT_THAT(events_, ElementsAre("previous"));
+    install();
+    events_.clear();
+    pane_.didEnterPane(InstallerDirection::Forward);
+    EXPECT_EQ(events_.size(), 3U);
+}
+
+TEST_F(Pane, AMissingOutletIsPassedOver) {
+    install();
+    pane_.titleText = nullptr;
+    pane_.descriptionText = nullptr;
+    pane_.didEnterPane(InstallerDirection::Forward);
+    EXPECT_THAT(events_, ElementsAre("show uninstallBtn"));
+}
+
+// Stands for the archiving tool: notes its arguments and makes the folder it is given.
+std::string writeTool(const test::TempFolder& folder) {
+    const std::string tool = folder.writeFile(
+        "tool", "#!/bin/sh\nprintf '%s\\n' \"$@\" >> '" + (folder / "arguments") +
+                    "'\n[ $# -lt 3 ] || mkdir -p \"$3/Tallyframe Uninstaller.app\"\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    return tool;
+}
+
+TEST_F(Pane, TheButtonUnpacksTheUninstallerIntoAFreshFolderAndOpensIt) {
+    workspace_.tool = writeTool(folder_);
+    bundles_.own->archive = folder_.writeFile("Tallyframe Uninstaller.zip");
+    pane_.uninstall(&uninstallBtn_);
+    EXPECT_THAT(bundles_.own->asked, ElementsAre("Tallyframe Uninstaller", "zip"));
+    ASSERT_EQ(workspace_.opened.size(), 1U);
+    const std::string opened = workspace_.opened.front();
+    EXPECT_EQ(lastPathComponent(opened), "Tallyframe Uninstaller.app");
+    EXPECT_TRUE(test::somethingAt(opened));
+    EXPECT_EQ(test::readFile(folder_ / "arguments"),
+              "-xk\n" + *bundles_.own->archive + "\n" + deleteLastPathComponent(opened) + "\n");
+    EXPECT_THAT(events_, IsEmpty());
+}
+
+TEST_F(Pane, PressingTwiceUnpacksTwoCopiesWhichStay) {
+    workspace_.tool = writeTool(folder_);
+    bundles_.own->archive = folder_.writeFile("Tallyframe Uninstaller.zip");
+    pane_.uninstall(nullptr);
+    pane_.uninstall(nullptr);
+    ASSERT_EQ(workspace_.opened.size(), 2U);
+    EXPECT_NE(workspace_.opened[0], workspace_.opened[1]);
+    EXPECT_TRUE(test::somethingAt(workspace_.opened[0]));
+    EXPECT_TRUE(test::somethingAt(workspace_.opened[1]));
+}
+
+TEST_F(Pane, AMissingArchiveRunsTheToolWithItsOptionsAlone) {
+    workspace_.tool = writeTool(folder_);
+    pane_.uninstall(nullptr);
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-xk\n");
+    ASSERT_EQ(workspace_.opened.size(), 1U);
+    EXPECT_FALSE(test::somethingAt(workspace_.opened[0]));
+}
+
+TEST_F(Pane, AMissingBundleOrToolShowsNothing) {
+    bundles_.own = nullptr;
+    pane_.uninstall(nullptr);
+    ASSERT_EQ(workspace_.opened.size(), 1U);
+    EXPECT_FALSE(test::somethingAt(workspace_.opened[0]));
+    EXPECT_THAT(events_, IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillmoor

@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "base/paths.h"
+#include "paths/KXLocalPaths.h"
+#include "tests/support/forwarding.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor {
+namespace {
+
+constexpr char kAlphabet[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+
+class StoppedClock : public test::ForwardingClock {
+  public:
+    std::int64_t ticks = 70'000;
+    std::time_t seconds = 1'700'000'000;
+    std::int64_t processorTime() override { return ticks; }
+    std::chrono::system_clock::time_point now() override {
+        return std::chrono::system_clock::from_time_t(seconds);
+    }
+};
+
+TEST(RandomString, OfNoLengthIsEmpty) {
+    EXPECT_EQ(KXLocalPaths::randomString(0), "");
+}
+
+TEST(RandomString, HasTheLengthAndOnlyLettersAndDigits) {
+    const std::string text = KXLocalPaths::randomString(8);
+    EXPECT_EQ(text.size(), 8U);
+    EXPECT_EQ(text.find_first_not_of(kAlphabet), std::string::npos);
+}
+
+TEST(RandomString, IsSeededWithTheWrappedProductOfBothClocks) {
+    StoppedClock clock;
+    test::ScopedPlatform platform;
+    platform->clock = &clock;
+    const std::string text = KXLocalPaths::randomString(8);
+    std::srand(70'000U * 1'700'000'000U);
+    std::string expected;
+    for (int i = 0; i < 8; ++i) expected += kAlphabet[std::rand() % 36];
+    EXPECT_EQ(text, expected);
+    EXPECT_EQ(KXLocalPaths::randomString(8), expected);
+}
+
+TEST(RandomString, SeedsEvenForNoLength) {
+    StoppedClock clock;
+    test::ScopedPlatform platform;
+    platform->clock = &clock;
+    std::srand(70'000U * 1'700'000'000U);
+    const int first = std::rand();
+    std::srand(1);
+    KXLocalPaths::randomString(0);
+    EXPECT_EQ(std::rand(), first);
+}
+
+TEST(Uuid, IsNewOnEveryCall) {
+    EXPECT_NE(KXLocalPaths::uuid(), KXLocalPaths::uuid());
+}
+
+TEST(TempFile, IsAUniqueStringAndEightCharactersInTheTemporaryFolder) {
+    const std::string path = KXLocalPaths::tempFile();
+    EXPECT_EQ(deleteLastPathComponent(path), KXLocalPaths::tempDirectory());
+    const std::string name = lastPathComponent(path);
+    EXPECT_EQ(name.size(), KXLocalPaths::uuid().size() + 8);
+    EXPECT_EQ(name.substr(name.size() - 8).find_first_not_of(kAlphabet), std::string::npos);
+    EXPECT_FALSE(test::somethingAt(path));
+}
+
+TEST(TempFile, DiffersEvenWithinOneTick) {
+    StoppedClock clock;
+    test::ScopedPlatform platform;
+    platform->clock = &clock;
+    const std::string one = KXLocalPaths::tempFile();
+    const std::string two = KXLocalPaths::tempFile();
+    EXPECT_NE(one, two);
+    EXPECT_EQ(one.substr(one.size() - 8), two.substr(two.size() - 8));
+}
+
+}  // namespace
+}  // namespace quillmoor

@@ -1,0 +1,49 @@
+#include "platform/posix/error_text_posix.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <clocale>
+#include <cstdlib>
+
+namespace quillmoor::platform::posix {
+namespace {
+
+TEST(ErrorText, NamesTheItemTheVerbAndTheSystemsReason) {
+    EXPECT_EQ(fileError(FileVerb::Removed, "/a/name", EACCES).description,
+              "“name” couldn’t be removed: Permission denied");
+    EXPECT_EQ(fileError(FileVerb::Moved, "name/", ENOENT).description,
+              "“name” couldn’t be moved: No such file or directory");
+    EXPECT_EQ(fileError(FileVerb::Copied, "/a/b c", EEXIST).description,
+              "“b c” couldn’t be copied: File exists");
+    EXPECT_EQ(fileError(FileVerb::Created, "/", EBUSY).description,
+              "“/” couldn’t be created: Device or resource busy");
+    EXPECT_EQ(fileError(FileVerb::Written, "", ENOSPC).description,
+              "“” couldn’t be written: No space left on device");
+}
+
+TEST(ErrorText, KeepsTheErrorNumber) {
+    EXPECT_EQ(fileError(FileVerb::Removed, "/a", EPERM).code, EPERM);
+}
+
+TEST(ErrorText, StaysEnglishWhateverTheLocale) {
+    ::setenv("LC_ALL", "de_DE.UTF-8", 1);
+    ::setenv("LANGUAGE", "de", 1);
+    std::setlocale(LC_ALL, "");
+    EXPECT_EQ(systemErrorText(EACCES), "Permission denied");
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST(ErrorText, AnUnknownNumberIsShown) {
+    EXPECT_EQ(systemErrorText(99999), "Unknown error 99999");
+}
+
+TEST(ErrorText, NoErrorIsASuccess) {
+    EXPECT_TRUE(fileOutcome(FileVerb::Moved, "/a", 0));
+    const Outcome failure = fileOutcome(FileVerb::Moved, "/a", EIO);
+    ASSERT_FALSE(failure);
+    EXPECT_EQ(failure.error().code, EIO);
+}
+
+}  // namespace
+}  // namespace quillmoor::platform::posix

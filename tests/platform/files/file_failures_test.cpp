@@ -1,0 +1,237 @@
+// Each system call of each operation fails once, and in another round that one and all after it.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+
+#include "platform/native_services.h"
+#include "platform/posix/system_calls_posix.h"
+#include "tests/platform/files/failing_calls.h"
+#include "tests/platform/files/file_fixtures.h"
+
+namespace quillmoor::test {
+namespace {
+
+constexpr int kMostCalls = 5000;
+
+// A small tree of every kind, with a folder whose rights are closed.
+std::string makeTree(const TempFolder& folder) {
+    folder.writeFile("in/tree/sub/file", "contents");
+    folder.writeFile("in/tree/other", std::string(3000, 'x'));
+    folder.makeLink("in/tree/link", "sub");
+    ::mkfifo((folder / "in/tree/fifo").c_str(), 0600);
+    ::truncate((folder / "in/tree/other").c_str(), 200000);
+    ::chmod((folder / "in/tree/other").c_str(), 0444);
+    folder.makeFolder("out");
+    return folder / "in/tree";
+}
+
+struct Round {
+    const TempFolder& folder;
+    std::string source;       // a fresh tree, in the folder "in"
+    std::string before;       // described
+    std::string destination;  // nothing, in a folder where nothing else is
+};
+
+using Operation = std::function<Outcome(const Round&)>;
+using Check = std::function<void(const Round&, bool succeeded)>;
+
+// Runs `operation` with the first call failing, then the second, until it has no more calls.
+// `outFolder` answers the folder to make the new items in.
+void failEachCall(Failing failing, const Operation& operation, const Check& check,
+                  const std::string& outFolder = "") {
+    for (int nth = 1; nth < kMostCalls; ++nth) {
+        SCOPED_TRACE("call " + std::to_string(nth));
+        const TempFolder folder;
+        const std::string source = makeTree(folder);
+        const std::string out = outFolder.empty() ? folder / "out" : outFolder;
+        const Round round{folder, source, describeTree(source), out + "/tree"};
+        const int descriptors = openDescriptors();
+        bool happened = false;
+        bool succeeded = false;
+        {
+            const FailingCalls failure(nth, EIO, failing);
+            const Outcome outcome = operation(round);
+            happened = failure.happened();
+            succeeded = static_cast<bool>(outcome);
+            if (!succeeded) {
+                EXPECT_FALSE(outcome.error().description.empty());
+            }
+        }
+        EXPECT_EQ(openDescriptors(), descriptors);
+        check(round, succeeded);
+        if (somethingAt(round.destination)) {
+            EXPECT_TRUE(platform::nativeFileManager()->removeItem(round.destination));
+        }
+        if (testing::Test::HasFailure()) return;
+        if (!happened) {
+            EXPECT_TRUE(succeeded);
+            EXPECT_GT(nth, 3);
+            return;
+        }
+    }
+    FAIL() << "the operation has no end of calls";
+}
+
+std::string parentOf(const std::string& path) {
+    return path.substr(0, path.rfind('/'));
+}
+
+class FileFailures : public testing::TestWithParam<Failing> {
+  protected:
+    static platform::FileManager& files() { return *platform::nativeFileManager(); }
+    // What fails for good cannot be tidied up after.
+    static bool isTidy() { return GetParam() == Failing::Once; }
+};
+
+INSTANTIATE_TEST_SUITE_P(Calls, FileFailures, testing::Values(Failing::Once, Failing::FromThenOn),
+                         [](const auto& each) {
+                             return each.param == Failing::Once ? "Once" : "FromThenOn";
+                         });
+
+TEST_P(FileFailures, OfARemovalAreNeverCalledASuccess) {
+    failEachCall(
+        GetParam(), [](const Round& round) { return files().removeItem(round.source); },
+        [](const Round& round, bool succeeded) {
+            EXPECT_EQ(succeeded, !somethingAt(round.source));
+        });
+}
+
+TEST_P(FileFailures, OfACopyLeaveTheSourceAndNothingHalf) {
+    failEachCall(
+        GetParam(),
+        [](const Round& round) { return files().copyItem(round.source, round.destination); },
+        [](const Round& round, bool succeeded) {
+            EXPECT_EQ(describeTree(round.source), round.before);
+            EXPECT_EQ(somethingAt(round.destination), succeeded);
+            if (succeeded) {
+                EXPECT_EQ(describeTree(round.destination), round.before);
+            }
+            if (isTidy()) {
+                EXPECT_EQ(listing(parentOf(round.destination)), succeeded ? "tree" : "");
+            }
+        });
+}
+
+void expectMoved(const Round& round, bool succeeded, bool tidy) {
+    const bool sourceStands = somethingAt(round.source);
+    EXPECT_EQ(succeeded, !sourceStands);
+    EXPECT_EQ(somethingAt(round.destination), succeeded);
+    EXPECT_EQ(describeTree(succeeded ? round.destination : round.source), round.before);
+    if (tidy) {
+        EXPECT_EQ(listing(parentOf(round.destination)), succeeded ? "tree" : "");
+        EXPECT_EQ(listing(parentOf(round.source)), succeeded ? "" : "tree");
+    }
+}
+
+TEST_P(FileFailures, OfAMoveLeaveTheItemAtOnePlace) {
+    failEachCall(
+        GetParam(),
+        [](const Round& round) { return files().moveItem(round.source, round.destination); },
+        [](const Round& round, bool succeeded) { expectMoved(round, succeeded, isTidy()); });
+}
+
+TEST_P(FileFailures, OfAMoveAcrossFileSystemsLoseNothing) {
+    const TempFolder mount;
+    const OtherFileSystem other(mount);
+    if (!other.available()) GTEST_SKIP() << "no other file system here";
+    failEachCall(
+        GetParam(),
+        [](const Round& round) { return files().moveItem(round.source, round.destination); },
+        [](const Round& round, bool succeeded) {
+            const bool whole =
+                somethingAt(round.source) && describeTree(round.source) == round.before;
+            const bool arrived =
+                somethingAt(round.destination) && describeTree(round.destination) == round.before;
+            EXPECT_TRUE(whole || arrived);
+            EXPECT_EQ(somethingAt(round.destination), arrived);
+            if (succeeded) {
+                EXPECT_FALSE(somethingAt(round.source));
+            }
+            if (isTidy()) {
+                EXPECT_EQ(listing(parentOf(round.destination)), arrived ? "tree" : "");
+            }
+            if (isTidy()) {
+                EXPECT_FALSE(whole && arrived);
+            }
+            // What is left of a failed copy, for the next round.
+            const std::string left = listing(parentOf(round.destination));
+            if (!left.empty()) {
+                EXPECT_TRUE(files().removeItem(parentOf(round.destination) + "/" + left));
+            }
+        },
+        other.path());
+}
+
+TEST_P(FileFailures, OfAnAtomicWriteLeaveTheOldFileOrTheNewOne) {
+    failEachCall(
+        GetParam(),
+        [](const Round& round) {
+            return files().writeAtomically(round.source + "/sub/file", "new");
+        },
+        [](const Round& round, bool succeeded) {
+            EXPECT_EQ(readFile(round.source + "/sub/file"), succeeded ? "new" : "contents");
+            if (isTidy()) {
+                EXPECT_EQ(listing(round.source + "/sub"), "file");
+            }
+        });
+}
+
+TEST_P(FileFailures, OfAFolderMadeAreNeverCalledASuccess) {
+    failEachCall(
+        GetParam(),
+        [](const Round& round) {
+            return files().createDirectoryWithIntermediates(round.destination + "/a/b");
+        },
+        [](const Round& round, bool succeeded) {
+            struct stat status {};
+            const bool stands = ::stat((round.destination + "/a/b").c_str(), &status) == 0;
+            EXPECT_TRUE(stands || !succeeded);
+        });
+}
+
+TEST_P(FileFailures, OfAListingAreNeverAShorterList) {
+    failEachCall(
+        GetParam(),
+        [](const Round& round) {
+            const auto names = files().contentsOfDirectory(round.source);
+            if (!names) return Outcome::failure({EIO, "nil"});
+            EXPECT_EQ(names->size(), 4U);
+            return Outcome::success();
+        },
+        [](const Round&, bool) {});
+}
+
+// As on a file system that knows no renaming without replacing.
+TEST_P(FileFailures, OfAMoveOnAnOldFileSystemLeaveTheItemAtOnePlace) {
+    using platform::posix::SystemCalls;
+    static SystemCalls old;
+    old = platform::posix::systemCalls();
+    old.renameNoReplace = [](int, const char*, int, const char*) {
+        errno = EINVAL;
+        return -1;
+    };
+    const SystemCalls* before = platform::posix::exchangeSystemCalls(&old);
+    for (const char* name : {"", "/other"}) {
+        failEachCall(
+            GetParam(),
+            [name](const Round& round) {
+                return files().moveItem(round.source + name, round.destination);
+            },
+            [name](const Round& round, bool succeeded) {
+                EXPECT_EQ(succeeded, !somethingAt(round.source + name));
+                if (isTidy()) {
+                    EXPECT_EQ(somethingAt(round.destination), succeeded);
+                }
+                if (!succeeded) {
+                    EXPECT_EQ(describeTree(round.source), round.before);
+                }
+            });
+    }
+    platform::posix::exchangeSystemCalls(before);
+}
+
+}  // namespace
+}  // namespace quillmoor::test

@@ -1,0 +1,196 @@
+#include "platform/main_thread.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "platform/exception.h"
+#include "platform/main_run_loop.h"
+#include "platform/platform.h"
+#include "tests/children/child_tools.h"
+
+namespace quillmoor::platform {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+MainThread& mainThread() {
+    return *native().mainThread;
+}
+
+void serveUntil(const std::atomic<bool>& done) {
+    const auto end = steady_clock::now() + 10s;
+    while (!done && steady_clock::now() < end)
+        MainRunLoop::run(RunLoopMode::Default, steady_clock::now() + 1ms);
+}
+
+TEST(MainThread, IsTheFirstThreadOfTheProcessAndNoOther) {
+    EXPECT_TRUE(mainThread().isMainThread());
+    bool onOther = true;
+    std::thread([&] { onOther = mainThread().isMainThread(); }).join();
+    EXPECT_FALSE(onOther);
+}
+
+TEST(MainThread, PerformingFromTheMainThreadAndWaitingRunsAtOnce) {
+    bool ran = false;
+    mainThread().performOnMainThread([&] { ran = true; }, WaitUntilDone::Yes);
+    EXPECT_TRUE(ran);
+}
+
+TEST(MainThread, PerformingFromTheMainThreadWithoutWaitingIsPutOff) {
+    bool ran = false;
+    mainThread().performOnMainThread([&] { ran = true; }, WaitUntilDone::No);
+    EXPECT_FALSE(ran);
+    MainRunLoop::drain(RunLoopMode::Default);
+    EXPECT_TRUE(ran);
+}
+
+TEST(MainThread, PerformingFromAnotherThreadRunsOnTheMainThread) {
+    std::atomic<bool> done{false};
+    bool onMain = false;
+    bool seen = false;
+    std::thread other([&] {
+        mainThread().performOnMainThread([&] { onMain = mainThread().isMainThread(); },
+                                         WaitUntilDone::Yes);
+        seen = onMain;
+        done = true;
+    });
+    serveUntil(done);
+    other.join();
+    EXPECT_TRUE(seen);
+}
+
+TEST(MainThread, PerformingIsServedInTheModalModeToo) {
+    std::atomic<bool> done{false};
+    std::thread other([&] {
+        mainThread().performOnMainThread([] {}, WaitUntilDone::Yes);
+        done = true;
+    });
+    const auto end = steady_clock::now() + 10s;
+    while (!done && steady_clock::now() < end)
+        MainRunLoop::run(RunLoopMode::ModalPanel, steady_clock::now() + 1ms);
+    other.join();
+    EXPECT_TRUE(done);
+}
+
+TEST(MainThread, WhoWaitsIsReleasedWhenTheFunctionThrows) {
+    std::atomic<bool> done{false};
+    std::thread other([&] {
+        mainThread().performOnMainThread([] { throw std::runtime_error("out"); },
+                                         WaitUntilDone::Yes);
+        done = true;
+    });
+    EXPECT_THROW(serveUntil(done), std::runtime_error);
+    other.join();
+    EXPECT_TRUE(done);
+}
+
+TEST(MainThread, ADetachedThreadBlocksEverySignal) {
+    std::atomic<bool> done{false};
+    std::atomic<int> open{0};
+    mainThread().detachNewThread([&] {
+        sigset_t blocked;
+        ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+        for (const int number : {SIGTERM, SIGINT, SIGCHLD, SIGALRM, SIGUSR1, SIGPIPE})
+            if (::sigismember(&blocked, number) != 1) ++open;
+        done = true;
+    });
+    ASSERT_TRUE(test::eventually([&] { return done.load(); }));
+    EXPECT_EQ(open, 0);
+}
+
+TEST(MainThread, TheCallersSignalsStayAsTheyWere) {
+    sigset_t before;
+    sigset_t after;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &before);
+    mainThread().detachNewThread([] {});
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &after);
+    for (int number = 1; number < SIGRTMAX; ++number)
+        EXPECT_EQ(::sigismember(&before, number), ::sigismember(&after, number)) << number;
+}
+
+TEST(MainThread, ADetachedThreadIsNotLeftBehind) {
+    const int before = test::threadCount();
+    for (int i = 0; i < 20; ++i) mainThread().detachNewThread([] {});
+    EXPECT_TRUE(test::eventually([&] { return test::threadCount() <= before; }));
+}
+
+// The super-user may have as many processes as there are numbers.
+TEST(UserMainThread, AThreadThatCannotBeMadeIsAnException) {
+    if (test::kSanitized) GTEST_SKIP() << "the sanitizer's own threads count";
+    if (::geteuid() == 0) GTEST_SKIP() << "limits do not bind the super-user";
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NPROC, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
+    bool thrown = false;
+    try {
+        mainThread().detachNewThread([] {});
+    } catch (const Exception&) {
+        thrown = true;
+    }
+    ASSERT_EQ(::setrlimit(RLIMIT_NPROC, &before), 0);
+    EXPECT_TRUE(thrown);
+}
+
+void say(const char* text) {
+    std::fputs(text, stderr);
+    std::fflush(stderr);
+}
+void sayFirst() {
+    say("first;");
+}
+void saySecond() {
+    say("second;");
+}
+void removeSecond() {
+    say("removing;");
+    mainThread().removeTerminationObserver(saySecond);
+    mainThread().addTerminationObserver(removeSecond);
+}
+
+TEST(MainThreadDeathTest, ObserversAreCalledOnceInOrderAtTheEndOfTheProcess) {
+    EXPECT_EXIT(
+        {
+            mainThread().addTerminationObserver(sayFirst);
+            mainThread().addTerminationObserver(saySecond);
+            mainThread().addTerminationObserver(sayFirst);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "^first;second;$");
+}
+
+TEST(MainThreadDeathTest, ARemovedObserverIsNotCalled) {
+    EXPECT_EXIT(
+        {
+            mainThread().addTerminationObserver(sayFirst);
+            mainThread().addTerminationObserver(saySecond);
+            mainThread().removeTerminationObserver(sayFirst);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "^second;$");
+}
+
+TEST(MainThreadDeathTest, AnObserverMayRemoveOthersAndAddItself) {
+    EXPECT_EXIT(
+        {
+            mainThread().addTerminationObserver(removeSecond);
+            mainThread().addTerminationObserver(saySecond);
+            mainThread().addTerminationObserver(sayFirst);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "^removing;first;$");
+}
+
+}  // namespace
+}  // namespace quillmoor::platform

@@ -1,0 +1,22 @@
+// The main function of every test program. Homes, the temporary folder and the XDG folders lead to
+// a folder of this process's own before the first test runs, and nothing else may be changed.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "tests/support/temp_folder.h"
+#include "tests/support/write_guard.h"
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    const quillmoor::test::TempFolder home;
+    quillmoor::test::installWriteGuard();
+    const quillmoor::test::AllowWritesBelow allowed(home.path());
+    ::setenv("HOME", home.makeFolder("home").c_str(), 1);
+    ::setenv("TMPDIR", home.makeFolder("tmp").c_str(), 1);
+    ::setenv("XDG_RUNTIME_DIR", home.makeFolder("run").c_str(), 1);
+    for (const char* name : {"XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME",
+                             "XDG_DATA_DIRS", "XDG_CONFIG_DIRS"})
+        ::unsetenv(name);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,412 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <csignal>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/main_run_loop.h"
+#include "task/KXTaskEx.h"
+#include "tests/children/child_tools.h"
+#include "tests/task/scripted_platform.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::MainRunLoop;
+using platform::RunLoopMode;
+using std::chrono::steady_clock;
+using test::childPath;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// Sleeps as long as the test says, whatever the number of seconds.
+class HeldClock : public test::ForwardingClock {
+  public:
+    void sleep(std::chrono::seconds duration) override {
+        std::unique_lock lock(mutex_);
+        asked_.push_back(duration.count());
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return released_ > 0; });
+        --released_;
+    }
+
+    // Lets one sleeper wake, now or when it comes.
+    void release() {
+        const std::lock_guard lock(mutex_);
+        ++released_;
+        changed_.notify_all();
+    }
+    // The seconds asked for, once there are `count` of them.
+    std::vector<std::int64_t> asked(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, 10s, [&] { return asked_.size() >= count; });
+        return asked_;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::int64_t> asked_;
+    int released_ = 0;
+};
+
+void serveMainThreadUntil(const std::function<bool()>& condition) {
+    const auto end = steady_clock::now() + 10s;
+    while (!condition() && steady_clock::now() < end)
+        MainRunLoop::run(RunLoopMode::Default, steady_clock::now() + 1ms);
+}
+
+// Knows how many of the threads that it was asked for still run.
+class CountingMainThread : public test::ForwardingMainThread {
+  public:
+    void detachNewThread(std::function<void()> body) override {
+        ++*running_;
+        next().detachNewThread([running = running_, body = std::move(body)] {
+            body();
+            --*running;
+        });
+    }
+    int running() const { return *running_; }
+
+  private:
+    std::shared_ptr<std::atomic<int>> running_ = std::make_shared<std::atomic<int>>(0);
+};
+
+// A held clock in force. In the end every time-out is let go, and the log is done with the clock,
+// before it goes.
+class HeldTime {
+  public:
+    explicit HeldTime(test::ScopedPlatform& platform) : platform_(platform) {
+        platform_->clock = &clock_;
+        platform_->mainThread = &mainThread_;
+    }
+    ~HeldTime() {
+        for (int count = mainThread_.running(); count > 0; --count) clock_.release();
+        serveUntilOver();
+        KXLog::finishWriting();
+        platform_->clock = platform::native().clock;
+        platform_->mainThread = platform::native().mainThread;
+    }
+    HeldTime(const HeldTime&) = delete;
+    HeldTime& operator=(const HeldTime&) = delete;
+
+    HeldClock* operator->() { return &clock_; }
+    // Serves the main thread until the thread of every time-out has ended.
+    void serveUntilOver() {
+        serveMainThreadUntil([this] { return mainThread_.running() == 0; });
+    }
+
+  private:
+    test::ScopedPlatform& platform_;
+    HeldClock clock_;
+    CountingMainThread mainThread_;
+};
+
+class TaskTimeout : public test::TaskTest {
+  protected:
+    // Has a time-out pass as soon as the tool has written its number.
+    std::thread passWhenRunning(const std::string& pidFile) {
+        return std::thread([this, pidFile] {
+            test::pidIn(pidFile);
+            time_->release();
+        });
+    }
+
+    std::string told(const std::string& tool) {
+        return "Task " + childPath(tool) + " timed out. Terminating...";
+    }
+
+    HeldTime time_{platform_};
+    const std::string pidFile_ = folder_ / "pid";
+};
+
+TEST_F(TaskTimeout, IsCutToWholeSeconds) {
+    const auto runner = KXTaskEx::create();
+    const double infinity = std::numeric_limits<double>::infinity();
+    std::size_t count = 0;
+    std::vector<std::int64_t> seconds;
+    for (const double given : {2.9, 0.5, -1.5, 60.0, std::nan(""), infinity, -infinity}) {
+        runner->runTaskOnInstance("/bin/true", std::nullopt, KXTaskEx::Timeout(given));
+        seconds = time_->asked(++count);
+    }
+    ASSERT_EQ(seconds.size(), 7u);
+    EXPECT_EQ(std::vector<std::int64_t>(seconds.begin(), seconds.begin() + 5),
+              (std::vector<std::int64_t>{2, 0, -1, 60, 0}));
+    EXPECT_GE(seconds[5], 1'000'000'000);
+    EXPECT_LE(seconds[6], -1'000'000'000);
+}
+
+TEST_F(TaskTimeout, TerminatesAToolThatRunsTooLong) {
+    std::thread passer = passWhenRunning(pidFile_);
+    EXPECT_EQ(KXTaskEx::terminationCodeFromTask(childPath("hang"), StringList{pidFile_}, 30s),
+              SIGTERM);
+    passer.join();
+    EXPECT_THAT(console_.logged.all(), ElementsAre("Task timed out. Terminating..."));
+    EXPECT_THAT(logged(), ElementsAre(told("hang")));
+}
+
+TEST_F(TaskTimeout, OfARunIsToldByTheMessagesOnly) {
+    std::thread passer = passWhenRunning(pidFile_);
+    KXTaskEx::runTask(childPath("hang"), StringList{pidFile_}, 30s);
+    passer.join();
+    EXPECT_THAT(console_.logged.all(), ElementsAre("Task timed out. Terminating..."));
+    EXPECT_THAT(logged(), ElementsAre(told("hang")));
+}
+
+TEST_F(TaskTimeout, OfDataAnswersWhatWasRead) {
+    std::thread passer = passWhenRunning(pidFile_);
+    std::atomic<bool> done{false};
+    OptionalString text;
+    std::thread caller([&] {
+        text = KXTaskEx::stringFromTask(childPath("write_then_hang"),
+                                        StringList{pidFile_, "so far"}, 30s);
+        done = true;
+    });
+    serveMainThreadUntil([&] { return done.load(); });
+    caller.join();
+    passer.join();
+    EXPECT_EQ(text, "so far");
+    EXPECT_THAT(logged(), ElementsAre(told("write_then_hang")));
+}
+
+TEST_F(TaskTimeout, OfTextTakesAnEncoding) {
+    const StringList word{"é"};
+    const std::string tool = childPath("print_streams");
+    EXPECT_EQ(KXTaskEx::stringFromTask(tool, word, 30s), std::nullopt);
+    EXPECT_EQ(KXTaskEx::stringFromTask(tool, word, StringEncoding::UTF8, 30s), "é");
+}
+
+TEST_F(TaskTimeout, OfDataOnTheMainThreadComesAfterTheReading) {
+    time_->release();
+    const auto data = KXTaskEx::dataFromTask(childPath("grandchild_keeps_pipe"), std::nullopt, 0s);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->view(), "late");
+    time_.serveUntilOver();
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+}
+
+TEST_F(TaskTimeout, DoesNothingToAToolThatHasEnded) {
+    EXPECT_EQ(KXTaskEx::terminationCodeFromTask(childPath("exit_with"), StringList{"3"}, 30s), 3);
+    time_->release();
+    time_.serveUntilOver();
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(TaskTimeout, TakesEffectOnlyWhileTheMainThreadServicesItsRunLoop) {
+    std::thread passer = passWhenRunning(pidFile_);
+    std::atomic<bool> done{false};
+    long code = 0;
+    std::thread caller([&] {
+        code = KXTaskEx::terminationCodeFromTask(childPath("hang"), StringList{pidFile_}, 30s);
+        done = true;
+    });
+    passer.join();
+    std::this_thread::sleep_for(50ms);
+    EXPECT_FALSE(done);
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+    serveMainThreadUntil([&] { return done.load(); });
+    caller.join();
+    EXPECT_EQ(code, SIGTERM);
+}
+
+TEST_F(TaskTimeout, AToolThatIgnoresTheRequestIsWaitedFor) {
+    std::thread passer = passWhenRunning(pidFile_);
+    std::atomic<bool> done{false};
+    long code = 0;
+    std::thread caller([&] {
+        code =
+            KXTaskEx::terminationCodeFromTask(childPath("ignore_term"), StringList{pidFile_}, 30s);
+        done = true;
+    });
+    passer.join();
+    serveMainThreadUntil([this] { return !console_.logged.all().empty(); });
+    std::this_thread::sleep_for(20ms);
+    EXPECT_FALSE(done);
+    ::kill(test::pidIn(pidFile_), SIGKILL);
+    caller.join();
+    EXPECT_EQ(code, SIGKILL);
+    EXPECT_THAT(logged(), ElementsAre(told("ignore_term")));
+}
+
+TEST_F(TaskTimeout, EndsAToolThatReadsItsInputForEver) {
+    std::thread passer = passWhenRunning(pidFile_);
+    std::atomic<bool> done{false};
+    std::thread caller([&] {
+        const auto data =
+            KXTaskEx::dataFromTask(childPath("read_stdin"), StringList{pidFile_}, 30s);
+        EXPECT_TRUE(data && data->empty());
+        done = true;
+    });
+    serveMainThreadUntil([&] { return done.load(); });
+    caller.join();
+    passer.join();
+}
+
+TEST_F(TaskTimeout, EndsAToolThatFillsStandardError) {
+    std::thread passer = passWhenRunning(pidFile_);
+    std::atomic<bool> done{false};
+    std::thread caller([&] {
+        const auto data =
+            KXTaskEx::dataFromTask(childPath("fill_errors"), StringList{pidFile_}, 30s);
+        EXPECT_TRUE(data && !data->empty());
+        done = true;
+    });
+    serveMainThreadUntil([&] { return done.load(); });
+    caller.join();
+    passer.join();
+}
+
+// When the first time-out passes, the second tool is the one that runs.
+TEST_F(TaskTimeout, OfAnEarlierRunTerminatesTheNextToolOfTheSameInstance) {
+    const auto runner = KXTaskEx::create();
+    EXPECT_EQ(
+        runner->terminationCodeFromTaskOnInstance(childPath("exit_with"), StringList{"0"}, 30s), 0);
+    std::thread passer = passWhenRunning(pidFile_);
+    EXPECT_EQ(
+        runner->terminationCodeFromTaskOnInstance(childPath("hang"), StringList{pidFile_}, 600s),
+        SIGTERM);
+    passer.join();
+}
+
+TEST_F(TaskTimeout, TheFieldNamesTheToolWhileItRunsAndNothingBeforeAndAfter) {
+    const auto runner = KXTaskEx::create();
+    EXPECT_EQ(runner->theTask(), nullptr);
+    std::atomic<bool> done{false};
+    std::thread caller([&] {
+        runner->runTaskOnInstance(childPath("hang"), StringList{pidFile_}, 30s);
+        done = true;
+    });
+    ASSERT_GT(test::pidIn(pidFile_), 0);
+    const auto task = runner->theTask();
+    ASSERT_NE(task, nullptr);
+    EXPECT_TRUE(task->isRunning());
+    EXPECT_EQ(task->launchPath(), childPath("hang"));
+    task->terminate();
+    caller.join();
+    EXPECT_EQ(runner->theTask(), nullptr);
+}
+
+TEST_F(TaskTimeout, TheThreadKeepsTheInstanceUntilTheDelayHasPassed) {
+    auto runner = KXTaskEx::create();
+    const std::weak_ptr<KXTaskEx> watched = runner;
+    runner->runTaskOnInstance(childPath("exit_with"), StringList{"0"}, 30s);
+    runner.reset();
+    time_->asked(1);
+    EXPECT_FALSE(watched.expired());
+    time_->release();
+    serveMainThreadUntil([&] { return watched.expired(); });
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(TaskTimeout, ARefusalIsAnsweredAtOnceAndTheThreadSleepsOn) {
+    EXPECT_EQ(KXTaskEx::terminationCodeFromTask(folder_ / "missing", std::nullopt, 30s), -1);
+    EXPECT_FALSE(KXTaskEx::dataFromTask(folder_ / "missing", std::nullopt, 30s));
+    EXPECT_EQ(time_->asked(2), (std::vector<std::int64_t>{30, 30}));
+}
+
+TEST_F(TaskTimeout, AnExceptionOfTheLaunchReachesTheCallerAndLeavesNoTask) {
+    const auto runner = KXTaskEx::create();
+    const std::string folder = folder_.makeFolder("plain");
+    EXPECT_EQ(
+        exceptionOf([&] { runner->terminationCodeFromTaskOnInstance(folder, std::nullopt, 30s); }),
+        "NSInvalidArgumentException: launch path not accessible");
+    EXPECT_EQ(runner->theTask(), nullptr);
+}
+
+class TimeoutSteps : public test::ScriptedTaskTest {
+  protected:
+    std::shared_ptr<platform::Task> launched() {
+        auto task = platform::current().tasks->makeTask();
+        task->setLaunchPath("/tool");
+        task->launch();
+        return task;
+    }
+
+    std::shared_ptr<KXTaskEx> runner_ = KXTaskEx::create();
+    HeldTime time_{platform_};
+};
+
+TEST_F(TimeoutSteps, WithoutATaskNothingHappens) {
+    runner_->timeout();
+    EXPECT_THAT(steps(), IsEmpty());
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+}
+
+TEST_F(TimeoutSteps, ATaskThatDoesNotRunIsLeftAlone) {
+    tasks_.script.runsAfterLaunch = false;
+    runner_->setTheTask(launched());
+    runner_->timeout();
+    EXPECT_THAT(steps(), ElementsAre("make task", "path /tool", "launch", "running?"));
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(TimeoutSteps, ARunningTaskIsToldOfAndThenTerminated) {
+    runner_->setTheTask(launched());
+    journal_.remark = [this] {
+        return console_.logged.all().empty() ? std::string() : std::string(", told");
+    };
+    runner_->timeout();
+    EXPECT_THAT(steps(),
+                ElementsAre("make task", "path /tool", "launch", "running?", "terminate, told"));
+    EXPECT_THAT(console_.logged.all(), ElementsAre("Task timed out. Terminating..."));
+    EXPECT_THAT(logged(), ElementsAre("Task /tool timed out. Terminating..."));
+    EXPECT_NE(runner_->theTask(), nullptr);
+}
+
+TEST_F(TimeoutSteps, TheFieldIsClearedBeforeARunAndAfterIt) {
+    runner_->setTheTask(launched());
+    std::string seen;
+    tasks_.script.wait = [&] { seen = runner_->theTask() != nullptr ? "named" : "empty"; };
+    fileManager_.executable = false;
+    runner_->runTaskOnInstance("/refused", std::nullopt, 5s);
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    fileManager_.executable = true;
+    runner_->runTaskOnInstance("/tool", std::nullopt, 5s);
+    EXPECT_EQ(seen, "named");
+    EXPECT_EQ(runner_->theTask(), nullptr);
+}
+
+// The task becomes known to the time-out only when the launch is near.
+TEST_F(TimeoutSteps, OfATerminationCodeTheFieldIsFilledJustBeforeTheLaunch) {
+    journal_.remark = [this] {
+        return std::string(runner_->theTask() != nullptr ? ", named" : "");
+    };
+    runner_->terminationCodeFromTaskOnInstance("/tool", std::nullopt, 5s);
+    EXPECT_THAT(stepsOfTask(),
+                ElementsAre("make task", "path /tool", "error null", "output null", "launch, named",
+                            "running?, named", "wait, named", "status, named", "released"));
+}
+
+TEST_F(TimeoutSteps, TheThreadSleepsAndHasTheMainThreadDoIt) {
+    runner_->setTheTask(launched());
+    std::atomic<bool> done{false};
+    time_->release();
+    std::thread thread([&] {
+        runner_->setupTimeout(7s);
+        done = true;
+    });
+    EXPECT_EQ(time_->asked(1), (std::vector<std::int64_t>{7}));
+    std::this_thread::sleep_for(10ms);
+    EXPECT_FALSE(done);
+    serveMainThreadUntil([&] { return done.load(); });
+    thread.join();
+    EXPECT_TRUE(journal_.steps.contains("terminate"));
+}
+
+}  // namespace
+}  // namespace quillmoor

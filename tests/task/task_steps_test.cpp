@@ -1,0 +1,229 @@
+// The order of the steps that the runner asks of the system, and who is told of what.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "task/KXTaskEx.h"
+#include "tests/task/scripted_platform.h"
+
+namespace quillmoor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class TaskSteps : public test::ScriptedTaskTest {
+  protected:
+    // Every step tells whether the caller's reference names the task yet.
+    void remarkStored() {
+        journal_.remark = [this] { return std::string(task_ != nullptr ? ", stored" : ""); };
+    }
+
+    KXTaskEx::TaskReference task_;
+};
+
+TEST_F(TaskSteps, RunDiscardsBothStreamsAndWaits) {
+    EXPECT_TRUE(KXTaskEx::runTask("/tool", StringList{"a", "b"}));
+    EXPECT_THAT(steps(),
+                ElementsAre("executable?", "package?", "make task", "path /tool", "arguments a b",
+                            "error null", "output null", "launch", "wait", "released"));
+}
+
+TEST_F(TaskSteps, RunStoresTheTaskBeforeItIsConfigured) {
+    remarkStored();
+    EXPECT_TRUE(KXTaskEx::runTask("/tool", std::nullopt, &task_));
+    EXPECT_THAT(stepsOfTask(),
+                ElementsAre("make task", "path /tool, stored", "error null, stored",
+                            "output null, stored", "launch, stored", "wait, stored"));
+}
+
+TEST_F(TaskSteps, RunSetsNoArgumentsForNilButAnEmptyListForAnEmptyOne) {
+    KXTaskEx::runTask("/tool", std::nullopt);
+    EXPECT_FALSE(journal_.steps.contains("arguments"));
+    KXTaskEx::runTask("/tool", StringList());
+    EXPECT_TRUE(journal_.steps.contains("arguments"));
+}
+
+TEST_F(TaskSteps, RunLogsAnExceptionAndAnswersNo) {
+    tasks_.script.launch = [] { throw platform::Exception("Name", "the reason"); };
+    EXPECT_FALSE(KXTaskEx::runTask("/tool", std::nullopt));
+    EXPECT_THAT(logged(), ElementsAre("Exception running task /tool: the reason"));
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+    EXPECT_THAT(console_.printed.all(), IsEmpty());
+}
+
+TEST_F(TaskSteps, RunGuardsTheWaitingToo) {
+    tasks_.script.wait = [] { throw platform::Exception("Name", "in the wait"); };
+    EXPECT_FALSE(KXTaskEx::runTask("/tool", std::nullopt));
+    EXPECT_THAT(logged(), ElementsAre("Exception running task /tool: in the wait"));
+}
+
+TEST_F(TaskSteps, RunLetsExceptionsOfAnotherKindPass) {
+    tasks_.script.launch = [] { throw std::runtime_error("other"); };
+    EXPECT_THROW(KXTaskEx::runTask("/tool", std::nullopt), std::runtime_error);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(TaskSteps, RunAndReturnNeitherWaitsNorAsks) {
+    KXTaskEx::runTaskAndReturn("/tool", StringList{"a"});
+    EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "arguments a", "error null",
+                                           "output null", "launch", "released"));
+}
+
+TEST_F(TaskSteps, RunAndReturnSetsNoArgumentsForNil) {
+    KXTaskEx::runTaskAndReturn("/tool", std::nullopt);
+    EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "error null", "output null",
+                                           "launch", "released"));
+}
+
+TEST_F(TaskSteps, RunAndReturnLetsExceptionsReachTheCaller) {
+    tasks_.script.launch = [] { throw platform::Exception("Name", "the reason"); };
+    EXPECT_EQ(exceptionOf([] { KXTaskEx::runTaskAndReturn("/tool", std::nullopt); }),
+              "Name: the reason");
+    EXPECT_THAT(logged(), IsEmpty());
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+}
+
+TEST_F(TaskSteps, RunAndReturnAsksNothingOfANilPath) {
+    KXTaskEx::runTaskAndReturn(std::nullopt, std::nullopt);
+    EXPECT_THAT(steps(), IsEmpty());
+    EXPECT_THAT(console_.logged.all(), ElementsAre("Error: (null) is not executable"));
+    EXPECT_THAT(logged(), ElementsAre("Error: (null) is not executable"));
+}
+
+TEST_F(TaskSteps, TerminationCodeStoresTheTaskJustBeforeTheLaunch) {
+    remarkStored();
+    EXPECT_EQ(KXTaskEx::terminationCodeFromTask("/tool", StringList{"a"}, &task_), 0);
+    EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "arguments a", "error null",
+                                           "output null", "launch, stored", "running?, stored",
+                                           "wait, stored", "status, stored"));
+}
+
+TEST_F(TaskSteps, TerminationCodeDoesNotWaitForATaskThatHasEnded) {
+    tasks_.script.runsAfterLaunch = false;
+    tasks_.script.status = 3;
+    EXPECT_EQ(KXTaskEx::terminationCodeFromTask("/tool", std::nullopt), 3);
+    EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "error null", "output null",
+                                           "launch", "running?", "status", "released"));
+}
+
+TEST_F(TaskSteps, TerminationCodeKeepsTheSignOfTheStatus) {
+    tasks_.script.status = -5;
+    EXPECT_EQ(KXTaskEx::terminationCodeFromTask("/tool", std::nullopt), -5L);
+}
+
+TEST_F(TaskSteps, TerminationCodeLetsExceptionsReachTheCaller) {
+    tasks_.script.launch = [] { throw platform::Exception("Name", "the reason"); };
+    EXPECT_EQ(exceptionOf([] { KXTaskEx::terminationCodeFromTask("/tool", std::nullopt); }),
+              "Name: the reason");
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(TaskSteps, DataIsReadFromOnePipeAfterTheOther) {
+    remarkStored();
+    handles_.chunks[1] = {"one ", "two"};
+    handles_.chunks[2] = {"err", "or"};
+    const auto data = KXTaskEx::dataFromTask("/tool", StringList{"a"}, &task_);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->view(), "one two");
+    EXPECT_THAT(steps(), ElementsAre("exists?", "executable?", "package?", "make task",
+                                     "make pipe1", "make pipe2", "path /tool, stored",
+                                     "arguments a, stored", "output pipe1.writing, stored",
+                                     "make pipe3, stored", "input pipe3.reading, stored",
+                                     "error pipe2.writing, stored", "launch, stored",
+                                     "read pipe1.reading, stored", "read pipe1.reading, stored",
+                                     "read pipe1.reading, stored", "read pipe2.reading, stored",
+                                     "read pipe1.reading, stored", "read pipe2.reading, stored",
+                                     "read pipe1.reading, stored", "read pipe2.reading, stored",
+                                     "close pipe2.reading, stored", "close pipe1.reading, stored"));
+}
+
+TEST_F(TaskSteps, DataGivesTheTaskUpWithoutWaitingForItOrAskingItsStatus) {
+    KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr);
+    const StringList all = steps();
+    ASSERT_GE(all.size(), 3u);
+    EXPECT_THAT(StringList(all.end() - 3, all.end()),
+                ElementsAre("close pipe2.reading", "close pipe1.reading", "released"));
+    EXPECT_FALSE(journal_.steps.contains("wait"));
+    EXPECT_FALSE(journal_.steps.contains("status"));
+    EXPECT_FALSE(journal_.steps.contains("running?"));
+}
+
+TEST_F(TaskSteps, DataSetsAnEmptyListForNilArguments) {
+    KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr);
+    EXPECT_TRUE(journal_.steps.contains("arguments"));
+}
+
+TEST_F(TaskSteps, DataSetsTheEnvironmentOnlyWhenThereIsOne) {
+    KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr, std::nullopt);
+    EXPECT_FALSE(journal_.steps.contains("environment"));
+    KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr, Environment());
+    EXPECT_TRUE(journal_.steps.contains("environment"));
+    KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr, Environment{{"A", "1"}});
+    EXPECT_TRUE(journal_.steps.contains("environment A=1"));
+}
+
+TEST_F(TaskSteps, DataLeavesStandardOutputAloneWithoutLogOutput) {
+    handles_.chunks[1] = {"never read"};
+    handles_.chunks[2] = {"error"};
+    const auto data =
+        KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr, std::nullopt, LogOutput::No);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->view(), "error");
+    EXPECT_FALSE(journal_.steps.contains("output pipe1.writing"));
+    EXPECT_FALSE(journal_.steps.contains("read pipe1.reading"));
+    EXPECT_TRUE(journal_.steps.contains("close pipe1.reading"));
+}
+
+TEST_F(TaskSteps, DataTellsAnExceptionOnTheConsoleOnly) {
+    tasks_.script.launch = [] { throw platform::Exception("Name", "the reason"); };
+    EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
+    EXPECT_THAT(console_.logged.all(), ElementsAre("Exception running task /tool: the reason"));
+    EXPECT_THAT(console_.printed.all(), IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(TaskSteps, DataGuardsTheReadingToo) {
+    handles_.chunks[1] = {"one", "!"};
+    EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
+    EXPECT_THAT(console_.logged.all(), ElementsAre("Exception running task /tool: cannot read"));
+    EXPECT_TRUE(journal_.steps.contains("released"));
+}
+
+TEST_F(TaskSteps, DataLetsExceptionsOfAnotherKindPass) {
+    tasks_.script.launch = [] { throw std::runtime_error("other"); };
+    EXPECT_THROW(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr), std::runtime_error);
+    EXPECT_TRUE(journal_.steps.contains("released"));
+}
+
+TEST_F(TaskSteps, TheBasicCheckAsksAboutExecutingFirstAndStopsAtNo) {
+    fileManager_.executable = false;
+    fileManager_.exists = false;
+    EXPECT_FALSE(KXTaskEx::runTask("/tool", std::nullopt));
+    KXTaskEx::runTaskAndReturn("/tool", std::nullopt);
+    EXPECT_EQ(KXTaskEx::terminationCodeFromTask("/tool", std::nullopt), -1);
+    EXPECT_THAT(steps(), ElementsAre("executable?", "executable?", "executable?"));
+}
+
+TEST_F(TaskSteps, TheFullCheckAsksForTheItemFirst) {
+    fileManager_.exists = false;
+    EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
+    EXPECT_THAT(steps(), ElementsAre("exists?"));
+    fileManager_.exists = true;
+    fileManager_.executable = false;
+    EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
+    EXPECT_THAT(steps(), ElementsAre("exists?", "exists?", "executable?"));
+}
+
+TEST_F(TaskSteps, EveryOperationRefusesAPackage) {
+    workspace_.package = true;
+    EXPECT_FALSE(KXTaskEx::runTask("/T.app", std::nullopt));
+    KXTaskEx::runTaskAndReturn("/T.app", std::nullopt);
+    EXPECT_EQ(KXTaskEx::terminationCodeFromTask("/T.app", std::nullopt), -1);
+    EXPECT_FALSE(KXTaskEx::dataFromTask("/T.app", std::nullopt, nullptr));
+    EXPECT_THAT(stepsOfTask(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillmoor

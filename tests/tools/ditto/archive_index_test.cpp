@@ -1,0 +1,223 @@
+#include "tools/ditto/archive_index.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <string>
+
+#include "tests/support/temp_folder.h"
+#include "tests/tools/ditto/zip_builder.h"
+#include "tools/ditto/failure.h"
+#include "tools/ditto/zip_format.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+using test::buildZip;
+using test::zipFile;
+using test::zipFolder;
+using test::ZipItem;
+using test::zipLink;
+using Kind = Entry::Kind;
+
+class DittoIndex : public ::testing::Test {
+  protected:
+    const std::vector<Entry>& read(const std::string& archive, Limits limits = {1U << 20U}) {
+        const InputFile file(folder_.writeFile("a.zip", archive));
+        list_ = std::make_unique<EntryList>();
+        readIndex(file, 3, limits, *list_);
+        return list_->entries;
+    }
+
+    std::string errorOf(const std::string& archive, Limits limits = {1U << 20U}) {
+        try {
+            read(archive, limits);
+        } catch (const Failure& failure) {
+            return failure.what();
+        }
+        return {};
+    }
+
+    bool fails(const std::string& archive, const char* why) {
+        const std::string error = errorOf(archive);
+        EXPECT_NE(error.find(why), std::string::npos) << error;
+        return !error.empty();
+    }
+
+    test::TempFolder folder_;
+    std::unique_ptr<EntryList> list_;
+};
+
+TEST_F(DittoIndex, AnEntrySaysWhatItsHeadersSay) {
+    ZipItem item = zipFile("dir/é\n\xff", std::string(1000, 'x'));
+    item.mode = 0100751;
+    item.deflated = true;
+    item.modified = 1234567890;
+    const auto& entries = read(buildZip({zipFile("first"), item}));
+    ASSERT_EQ(entries.size(), 2U);
+    const Entry& entry = entries[1];
+    EXPECT_EQ(entry.name, "dir/é\n\xff");
+    EXPECT_EQ(entry.kind, Kind::File);
+    EXPECT_EQ(entry.mode, 0751);
+    EXPECT_EQ(entry.size, 1000U);
+    EXPECT_EQ(entry.compressedSize, test::deflated(item.content).size());
+    EXPECT_EQ(entry.method, zip::kDeflated);
+    EXPECT_EQ(entry.modified, 1234567890);
+    EXPECT_EQ(entry.archive, 3);
+    EXPECT_EQ(entry.headerOffset, 30U + 5 + 7);
+    EXPECT_EQ(entry.dataOffset, entry.headerOffset + 30 + item.name.size());
+    EXPECT_FALSE(entry.localHeaderDiffers);
+}
+
+TEST_F(DittoIndex, KindsComeFromModeAndName) {
+    ZipItem fifo = zipFile("fifo");
+    fifo.mode = 0010644;
+    ZipItem noFormat = zipFile("no format");
+    noFormat.mode = 0640;
+    ZipItem setuid = zipFile("setuid");
+    setuid.mode = 0107755;
+    ZipItem dosFolder = zipFolder("dos", 0);
+    dosFolder.mode = 0;
+    dosFolder.host = 0;
+    dosFolder.attributes = 0x10;
+    ZipItem dosSlash = dosFolder;
+    dosSlash.name = "slash/";
+    dosSlash.attributes = 0;
+    ZipItem dosLink = zipLink("dos link", "x");
+    dosLink.host = 0;
+    const auto& entries =
+        read(buildZip({zipFile("file"), zipFolder("folder"), zipLink("link", "file"), fifo,
+                       noFormat, setuid, dosFolder, dosSlash, dosLink}));
+    const Kind kinds[] = {Kind::File, Kind::Folder, Kind::Link,   Kind::Special, Kind::File,
+                          Kind::File, Kind::Folder, Kind::Folder, Kind::File};
+    const int modes[] = {0644, 0755, 0777, 0644, 0640, 0755, -1, -1, -1};
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        EXPECT_EQ(entries[i].kind, kinds[i]) << entries[i].name;
+        EXPECT_EQ(entries[i].mode, modes[i]) << entries[i].name;
+    }
+}
+
+TEST_F(DittoIndex, LinkTargetsAreRead) {
+    ZipItem deflatedLink = zipLink("b", std::string(300, 'y'));
+    deflatedLink.deflated = true;
+    const auto& entries = read(buildZip({zipLink("a", "../x"), deflatedLink}));
+    EXPECT_EQ(entries[0].linkTarget, "../x");
+    EXPECT_EQ(entries[1].linkTarget, std::string(300, 'y'));
+}
+
+TEST_F(DittoIndex, AnOldDateIsLocalTime) {
+    ::setenv("TZ", "UTC-2", 1);
+    ::tzset();
+    EXPECT_EQ(read(buildZip({zipFile("a")}))[0].modified, 1592215200);  // 2020-06-15 10:00 UTC
+    ::unsetenv("TZ");
+    ::tzset();
+}
+
+TEST_F(DittoIndex, DatesBefore1970AreKept) {
+    ZipItem item = zipFile("a");
+    item.modified = static_cast<std::uint32_t>(-86400);
+    EXPECT_EQ(read(buildZip({item}))[0].modified, -86400);
+}
+
+TEST_F(DittoIndex, AnEmptyArchiveHasNoEntries) {
+    EXPECT_TRUE(read(buildZip({})).empty());
+    EXPECT_TRUE(read(buildZip({}, true)).empty());
+}
+
+TEST_F(DittoIndex, WideFieldsReplaceTheNarrowOnes) {
+    ZipItem wide = zipFile("wide", "12345");
+    wide.zip64 = true;
+    const auto& entries = read(buildZip({zipFile("first"), wide}, true));
+    EXPECT_EQ(entries[1].size, 5U);
+    EXPECT_EQ(entries[1].compressedSize, 5U);
+    EXPECT_GT(entries[1].headerOffset, 0U);
+}
+
+TEST_F(DittoIndex, MissingWideFieldsAreDamage) {
+    ZipItem item = zipFile("a");
+    item.size = zip::kMax32;
+    EXPECT_TRUE(fails(buildZip({item}), "its size is missing"));
+}
+
+TEST_F(DittoIndex, WhatIsNoZipIsSaidSo) {
+    EXPECT_TRUE(fails("", "is not a zip archive"));
+    EXPECT_TRUE(fails("just a text", "is not a zip archive"));
+    EXPECT_TRUE(fails(std::string(100000, 'x'), "is not a zip archive"));
+    const std::string archive = buildZip({zipFile("a")});
+    EXPECT_TRUE(fails(archive.substr(0, archive.size() - 1), "is not a zip archive"));
+    EXPECT_TRUE(fails(archive + "x", "is not a zip archive"));
+}
+
+TEST_F(DittoIndex, BytesBeforeTheArchiveAreRefused) {
+    EXPECT_TRUE(fails("prefix" + buildZip({zipFile("a")}), "central directory is not where"));
+}
+
+TEST_F(DittoIndex, ACommentAtTheEndIsSkipped) {
+    std::string archive = buildZip({zipFile("a")});
+    archive[archive.size() - 2] = 4;
+    EXPECT_EQ(read(archive + "note").size(), 1U);
+}
+
+TEST_F(DittoIndex, AnotherNumberOfEntriesIsDamage) {
+    std::string archive = buildZip({zipFile("a")});
+    archive[archive.size() - 12] = archive[archive.size() - 14] = 2;
+    EXPECT_TRUE(fails(archive, "another number of entries"));
+}
+
+TEST_F(DittoIndex, SeveralVolumesAreRefused) {
+    std::string archive = buildZip({zipFile("a")});
+    archive[archive.size() - 18] = 1;
+    EXPECT_TRUE(fails(archive, "one of several volumes"));
+}
+
+TEST_F(DittoIndex, ALocalHeaderWithAnotherNameIsNoticed) {
+    ZipItem item = zipFile("harmless");
+    item.localName = "../../x!";
+    EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+    item.localName = "harmless but longer";
+    EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+}
+
+TEST_F(DittoIndex, PlacesOutsideTheArchiveAreDamage) {
+    ZipItem item = zipFile("a");
+    item.offset = 0xfffffff0;
+    EXPECT_TRUE(fails(buildZip({item}), "beyond its archive's end"));
+    item.offset.reset();
+    item.compressedSize = 0xfffffff0;
+    EXPECT_TRUE(fails(buildZip({item}), "beyond its archive's end"));
+    item.compressedSize.reset();
+    item.offset = 1;
+    EXPECT_TRUE(fails(buildZip({item}), "not where the directory says"));
+    item.zip64 = true;
+    item.offset = ~0ULL;
+    EXPECT_TRUE(fails(buildZip({item}), "beyond its archive's end"));
+}
+
+TEST_F(DittoIndex, ALinkWhoseTargetIsDamagedIsRefused) {
+    ZipItem link = zipLink("a", "target");
+    link.crc = 1;
+    EXPECT_TRUE(fails(buildZip({link}), "checksum"));
+}
+
+TEST_F(DittoIndex, MoreEntriesThanAllowedEndTheReading) {
+    const std::string archive = buildZip({zipFile("a"), zipFile("b"), zipFile("c")});
+    EXPECT_EQ(errorOf(archive, {1000, 3}), "");
+    EXPECT_NE(errorOf(archive, {1000, 2}).find("too many entries"), std::string::npos);
+}
+
+TEST_F(DittoIndex, NoPieceOfAnArchiveIsReadAsAWhole) {
+    const std::string archive = buildZip({zipFile("a"), zipLink("b", "a")}, true);
+    for (std::size_t size = 0; size < archive.size(); ++size)
+        EXPECT_NE(errorOf(archive.substr(0, size)), "") << size;
+}
+
+TEST_F(DittoIndex, AFolderOrAPipeIsNoArchive) {
+    EXPECT_THROW(InputFile(folder_.makeFolder("d")), Failure);
+    EXPECT_THROW(InputFile("/dev/null"), Failure);
+    EXPECT_THROW(InputFile(folder_ / "missing"), Failure);
+}
+
+}  // namespace
+}  // namespace quillmoor::ditto

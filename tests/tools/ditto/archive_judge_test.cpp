@@ -1,0 +1,224 @@
+#include "tools/ditto/archive_judge.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace quillmoor::ditto {
+namespace {
+
+using Kind = Entry::Kind;
+
+// Entries that lie one behind the other in an archive.
+class Archive {
+  public:
+    Entry& add(std::string_view name, Kind kind = Kind::File, std::string_view target = {}) {
+        Entry entry;
+        entry.name = name;
+        entry.kind = kind;
+        entry.linkTarget = target;
+        entry.size = kind == Kind::Folder ? 0 : kind == Kind::Link ? target.size() : 10;
+        entry.compressedSize = entry.size;
+        entry.headerOffset = next_;
+        entry.dataOffset = next_ + 100;
+        next_ = entry.dataOffset + entry.size;
+        return entries_.emplace_back(entry);
+    }
+
+    // The reason, or "" for an archive that may be unpacked.
+    std::string verdict(FoldCase foldCase = FoldCase::No) const {
+        if (auto refusal = judgeEntries(entries_, limits_)) return refusal->reason;
+        const EntryTree tree(entries_, foldCase);
+        if (auto refusal = judgeTree(tree, limits_)) return refusal->reason;
+        return {};
+    }
+
+    std::vector<Entry> entries_;
+    Limits limits_{1000};
+
+  private:
+    std::uint64_t next_ = 0;
+};
+
+class DittoJudge : public ::testing::Test, protected Archive {
+  protected:
+    static std::string verdictOnName(std::string_view name, Kind kind = Kind::File) {
+        Archive archive;
+        archive.add(name, kind);
+        return archive.verdict();
+    }
+};
+
+TEST_F(DittoJudge, AnOrdinaryTreeIsAccepted) {
+    add("X.app/", Kind::Folder);
+    add("X.app/Contents/Info.plist");
+    add("X.app/Contents/F.framework/Versions/A/F");
+    add("X.app/Contents/F.framework/Versions/Current", Kind::Link, "A");
+    add("X.app/Contents/F.framework/F", Kind::Link, "Versions/Current/F");
+    add("X.app/Contents/F.framework/up", Kind::Link, "../../Contents/Info.plist");
+    add(".hidden");
+    add("..twodots");
+    add("-rf");
+    EXPECT_EQ(verdict(), "");
+}
+
+TEST_F(DittoJudge, NamesThatLeadOutAreRefused) {
+    for (const char* name : {"/etc/passwd", "//x", "/"})
+        EXPECT_EQ(verdictOnName(name), "its name is absolute") << name;
+    for (const char* name : {"..", "../x", "a/../b", "a/..", "a/./../b", "./.."})
+        EXPECT_EQ(verdictOnName(name), "its name holds “..”") << name;
+}
+
+TEST_F(DittoJudge, ABackslashIsAnOrdinaryCharacter) {
+    EXPECT_EQ(verdictOnName("..\\x"), "");
+    EXPECT_EQ(verdictOnName("C:\\Windows"), "");
+}
+
+TEST_F(DittoJudge, UnusableNamesAreRefused) {
+    EXPECT_EQ(verdictOnName(""), "it has no name");
+    EXPECT_EQ(verdictOnName("."), "it has no name");
+    EXPECT_EQ(verdictOnName("./"), "it has no name");
+    EXPECT_EQ(verdictOnName(std::string_view("a\0b", 3)), "its name holds a NUL");
+    EXPECT_EQ(verdictOnName(std::string(256, 'x')), "a part of its name is too long");
+    EXPECT_EQ(verdictOnName(std::string(255, 'x')), "");
+    std::string deep;
+    while (deep.size() < kLongestName) deep += "d/";
+    EXPECT_EQ(verdictOnName(deep), "its name is too long");
+}
+
+TEST_F(DittoJudge, TheRootItselfMayBeAnEntry) {
+    EXPECT_EQ(verdictOnName("./", Kind::Folder), "");
+    EXPECT_EQ(verdictOnName(".", Kind::Folder), "");
+}
+
+TEST_F(DittoJudge, WhatCannotBeMadeIsRefused) {
+    EXPECT_EQ(verdictOnName("fifo", Kind::Special), "it is neither a file nor a folder nor a link");
+    add("a").flags = 1;
+    EXPECT_EQ(verdict(), "it is encrypted");
+    entries_[0].flags = 1U << 6U;
+    EXPECT_EQ(verdict(), "it is encrypted");
+    entries_[0].flags = 1U << 13U;
+    EXPECT_EQ(verdict(), "it is encrypted");
+    entries_[0].flags = 1U << 5U;
+    EXPECT_EQ(verdict(), "it is a patch");
+    entries_[0].flags = 0;
+    for (const std::uint16_t method : std::initializer_list<std::uint16_t>{1, 6, 9, 12, 93, 99}) {
+        entries_[0].method = method;
+        EXPECT_EQ(verdict(), "its compression method is unknown") << method;
+    }
+}
+
+TEST_F(DittoJudge, SizesThatCannotBeTrueAreRefused) {
+    Entry& entry = add("a");
+    entry.size = 11;
+    EXPECT_EQ(verdict(), "its two sizes contradict each other");
+    entry.method = 8;
+    EXPECT_EQ(verdict(), "");
+    entry.compressedSize = 0;
+    entry.size = 1032;
+    limits_.size = 1U << 20U;
+    EXPECT_EQ(verdict(), "it declares more than its data can hold");
+    entry.compressedSize = 1;
+    EXPECT_EQ(verdict(), "");
+}
+
+TEST_F(DittoJudge, AFolderWithContentIsRefused) {
+    Entry& entry = add("a/", Kind::Folder);
+    entry.size = entry.compressedSize = 1;
+    EXPECT_EQ(verdict(), "it is a folder with content");
+}
+
+TEST_F(DittoJudge, TheSumOfSizesIsLimited) {
+    limits_.size = 25;
+    add("a");
+    add("b");
+    EXPECT_EQ(verdict(), "");
+    add("c");
+    EXPECT_EQ(verdict(), "more than 25 bytes when unpacked (--max-size allows more)");
+    entries_[2].size = entries_[2].compressedSize = ~0ULL;  // must not wrap around
+    EXPECT_NE(verdict(), "");
+}
+
+TEST_F(DittoJudge, TheNumberOfItemsIsLimited) {
+    limits_.count = 4;
+    add("a/b/c/d");
+    EXPECT_EQ(verdict(), "");
+    add("a/b/c/e");
+    EXPECT_EQ(verdict(), "too many items");
+}
+
+TEST_F(DittoJudge, ContradictingHeadersAreRefused) {
+    add("a").localHeaderDiffers = true;
+    EXPECT_EQ(verdict(), "its two headers contradict each other");
+}
+
+TEST_F(DittoJudge, EntriesThatShareBytesAreRefused) {
+    add("a");
+    add("b").headerOffset -= 1;
+    EXPECT_EQ(verdict(), "it shares its bytes with another entry");
+    entries_[1].archive = 1;  // of another archive: no overlap
+    EXPECT_EQ(verdict(), "");
+    entries_[1].archive = 0;
+    std::swap(entries_[0], entries_[1]);
+    EXPECT_EQ(verdict(), "it shares its bytes with another entry");
+}
+
+TEST_F(DittoJudge, ANameThatStandsTwiceIsRefused) {
+    add("a/b");
+    add("x");
+    add("a//./b");
+    EXPECT_EQ(verdict(), "its name stands there twice");
+}
+
+TEST_F(DittoJudge, AFileAndAFolderOfOneNameAreRefused) {
+    add("a");
+    add("a/", Kind::Folder);
+    EXPECT_EQ(verdict(), "its name stands there twice, as two kinds of item");
+}
+
+TEST_F(DittoJudge, AFileInsideAFileIsRefused) {
+    add("a/b/c");
+    add("a!");
+    add("a/b");
+    EXPECT_EQ(verdict(), "it stands inside a file of the archive");
+}
+
+TEST_F(DittoJudge, FoldersOfTwoArchivesMayShareAName) {
+    add("a/", Kind::Folder);
+    add("a/", Kind::Folder).archive = 1;
+    EXPECT_EQ(verdict(), "");
+    add("a/", Kind::Folder).archive = 1;
+    EXPECT_EQ(verdict(), "its name stands there twice");
+}
+
+TEST_F(DittoJudge, CaseCountsUnlessTheFileSystemFoldsIt) {
+    add("Read");
+    add("read");
+    EXPECT_EQ(verdict(), "");
+    EXPECT_EQ(verdict(FoldCase::Yes), "its name stands there twice");
+}
+
+TEST_F(DittoJudge, FoldedNamesCountForLinksToo) {
+    add("Link", Kind::Link, "target");
+    add("link/file");
+    EXPECT_EQ(verdict(), "");
+    EXPECT_EQ(verdict(FoldCase::Yes), "it would be written through a link of the archive");
+}
+
+TEST_F(DittoJudge, NothingIsWrittenThroughALink) {
+    add("dir/link", Kind::Link, "elsewhere");
+    add("dir/link/file");
+    EXPECT_EQ(verdict(), "it would be written through a link of the archive");
+}
+
+TEST_F(DittoJudge, AppleDoubleEntriesAreKnownByTheirPlace) {
+    EXPECT_TRUE(isAppleDouble("__MACOSX/._a"));
+    EXPECT_TRUE(isAppleDouble("__MACOSX/b/._a"));
+    EXPECT_FALSE(isAppleDouble("__MACOSX/a"));
+    EXPECT_FALSE(isAppleDouble("x/__MACOSX/._a"));
+    EXPECT_FALSE(isAppleDouble("._a"));
+}
+
+}  // namespace
+}  // namespace quillmoor::ditto

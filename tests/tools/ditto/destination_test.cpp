@@ -1,0 +1,140 @@
+#include "tools/ditto/destination.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/temp_folder.h"
+#include "tests/tools/ditto/run_ditto.h"
+#include "tools/ditto/failure.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+namespace fs = std::filesystem;
+using test::somethingAt;
+
+class DittoDestination : public ::testing::Test {
+  protected:
+    void write(int folder, const char* name) {
+        const Descriptor file(
+            ::openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+        ASSERT_TRUE(file);
+    }
+    Descriptor open(const std::string& path) {
+        return Descriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    }
+
+    test::TempFolder folder_;
+    std::string dest_ = folder_ / "dest";
+};
+
+TEST_F(DittoDestination, TheStageStandsBesideAndNobodyElseMayEnter) {
+    {
+        const Destination destination(dest_, 022);
+        ASSERT_EQ(test::describeTree(folder_.path()).size(), 1U);
+        const fs::path stage = *fs::directory_iterator(folder_.path());
+        EXPECT_TRUE(stage.filename().string().starts_with(".dest.ditto-"));
+        EXPECT_EQ(fs::status(stage).permissions(), fs::perms::owner_all);
+        EXPECT_FALSE(somethingAt(dest_));
+        EXPECT_EQ(destination.foldCase(), FoldCase::No);
+    }
+    EXPECT_TRUE(fs::is_empty(folder_.path()));
+}
+
+TEST_F(DittoDestination, ANameThatComesUpMeanwhileIsNotReplaced) {
+    {
+        Destination destination(dest_, 022);
+        write(destination.stage(), "a");
+        folder_.makeFolder("dest");
+        EXPECT_THROW(destination.commit({"a"}), Failure);
+    }
+    EXPECT_EQ(test::describeTree(folder_.path()).size(), 1U);
+}
+
+TEST_F(DittoDestination, WhatWasMovedUpIsTakenBackWhenTheRestCannotFollow) {
+    folder_.makeFolder("dest");
+    {
+        Destination destination(dest_, 022);
+        write(destination.stage(), "a");
+        write(destination.stage(), "b");
+        folder_.writeFile("dest/b", "of another");
+        EXPECT_THROW(destination.commit({"a", "b"}), Failure);
+    }
+    EXPECT_EQ(test::describeTree(folder_.path()).size(), 2U);
+    EXPECT_EQ(test::readFile(dest_ + "/b"), "of another");
+}
+
+TEST_F(DittoDestination, AVeryLongNameGetsAShorterStage) {
+    const std::string name(255, 'n');
+    Destination destination(folder_ / name, 022);
+    destination.commit({});
+    EXPECT_TRUE(fs::is_directory(folder_ / name));
+}
+
+TEST_F(DittoDestination, MovesNeverReplace) {
+    folder_.writeFile("file", "1");
+    folder_.writeFile("other", "2");
+    folder_.makeFolder("folder");
+    folder_.makeFolder("empty");
+    folder_.makeLink("link", "nowhere");
+    const Descriptor here = open(folder_.path());
+    for (const auto& move : {&moveWithoutReplacing, &moveIfFree}) {
+        for (const char* from : {"file", "folder", "link"}) {
+            for (const char* to : {"other", "empty"}) {
+                EXPECT_FALSE(move(here.get(), from, here.get(), to));
+                EXPECT_EQ(errno, EEXIST);
+            }
+            EXPECT_TRUE(move(here.get(), from, here.get(), "new")) << from;
+            EXPECT_TRUE(move(here.get(), "new", here.get(), from)) << from;
+        }
+    }
+    EXPECT_EQ(test::readFile(folder_ / "other"), "2");
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+}
+
+TEST_F(DittoDestination, FoldersAreNotReachedThroughLinks) {
+    folder_.makeFolder("root/a/b");
+    folder_.makeFolder("outside");
+    folder_.makeLink("root/link", "a");
+    folder_.makeLink("root/a/out", folder_ / "outside");
+    const Descriptor root = open(folder_ / "root");
+    EXPECT_TRUE(openFolderBeneath(root.get(), "a/b"));
+    EXPECT_TRUE(openFolderBeneath(root.get(), ""));
+    for (const char* path : {"link", "link/b", "a/out", "..", "a/../..", "missing"})
+        EXPECT_THROW(openFolderBeneath(root.get(), path), Failure) << path;
+    FolderCache cache(root.get());
+    EXPECT_GE(cache.open("a"), 0);
+    EXPECT_GE(cache.open("a/b"), 0);
+    EXPECT_THROW(cache.open("a/out"), Failure);
+}
+
+TEST_F(DittoDestination, ADeepTreeIsRemoved) {
+    folder_.writeFile("outside/kept", "kept");
+    folder_.makeFolder("root/closed");
+    folder_.makeLink("root/link", "../outside");
+    folder_.writeFile("root/closed/file");
+    ::chmod((folder_ / "root/closed").c_str(), 0);
+    const Descriptor root = open(folder_ / "root");
+    Descriptor at = open(folder_ / "root");
+    // Deeper than files may be open at a time.
+    const rlimit most = {64, 64};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &most), 0);
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(::mkdirat(at.get(), "deep", 0700), 0);
+        at = Descriptor(::openat(at.get(), "deep", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    }
+    removeContents(root.get());
+    EXPECT_TRUE(fs::is_empty(folder_ / "root"));
+    EXPECT_EQ(test::readFile(folder_ / "outside/kept"), "kept");
+}
+
+}  // namespace
+}  // namespace quillmoor::ditto

@@ -1,0 +1,290 @@
+#include "tools/ditto/pack.h"
+
+#include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/temp_folder.h"
+#include "tests/tools/ditto/libarchive_peer.h"
+#include "tests/tools/ditto/run_ditto.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+namespace fs = std::filesystem;
+using test::describeTree;
+using test::DittoResult;
+using test::PeerEntry;
+using test::readFile;
+using test::readWithPeer;
+using test::runDitto;
+using test::setDate;
+using test::somethingAt;
+
+class DittoPack : public ::testing::Test {
+  protected:
+    // A bundle with all that bundles have, dated.
+    std::string makeBundle() {
+        const std::string app = folder_.makeFolder("src/X é.app");
+        folder_.writeFile("src/X é.app/Contents/MacOS/run", noise(200000));
+        folder_.writeFile("src/X é.app/Contents/Linux/run", std::string(700000, 'r'));
+        folder_.writeFile("src/X é.app/Contents/Resources/de\xcc\x81 compose\nd \xff.txt", "text");
+        folder_.writeFile("src/X é.app/Contents/Resources/-rf", "");
+        folder_.writeFile("src/X é.app/.hidden/.file", "hidden");
+        folder_.writeFile("src/X é.app/Contents/Frameworks/F.framework/Versions/A/F", "lib");
+        folder_.makeLink("src/X é.app/Contents/Frameworks/F.framework/Versions/Current", "A");
+        folder_.makeLink("src/X é.app/Contents/Frameworks/F.framework/F", "Versions/Current/F");
+        folder_.makeFolder("src/X é.app/Contents/empty");
+        ::chmod((app + "/Contents/MacOS/run").c_str(), 0755);
+        ::chmod((app + "/Contents/Linux/run").c_str(), 0711);
+        ::chmod((app + "/Contents/Resources").c_str(), 0750);
+        std::int64_t date = 1000000000;
+        std::vector<std::string> paths = {app};
+        for (const auto& item : fs::recursive_directory_iterator(app)) paths.push_back(item.path());
+        for (const std::string& path : paths) setDate(path, date += 1001);
+        return app;
+    }
+
+    static std::string noise(std::size_t size) {
+        std::mt19937 random(7);
+        std::string text(size, '\0');
+        for (char& c : text) c = static_cast<char>(random());
+        return text;
+    }
+
+    std::size_t itemsIn(const std::string& path) const {
+        return static_cast<std::size_t>(
+            std::distance(fs::directory_iterator(path), fs::directory_iterator()));
+    }
+
+    test::TempFolder folder_;
+    std::string out_ = folder_.makeFolder("out");
+    std::string zip_ = out_ + "/a.zip";
+};
+
+TEST_F(DittoPack, ABundleSurvivesThereAndBack) {
+    const std::string app = makeBundle();
+    const auto before = describeTree(folder_ / "src");
+    ASSERT_EQ(runDitto({"-ck", "--keepParent", app, zip_}).status, 0);
+    ASSERT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
+    EXPECT_EQ(describeTree(folder_ / "back"), before);
+    EXPECT_EQ(itemsIn(out_), 1U);
+}
+
+TEST_F(DittoPack, WithoutItsParentTheContentsAreAtTheTop) {
+    const std::string app = makeBundle();
+    ASSERT_EQ(runDitto({"-c", "-k", app, zip_}).status, 0);
+    ASSERT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
+    EXPECT_EQ(describeTree(folder_ / "back"), describeTree(app));
+}
+
+TEST_F(DittoPack, AnotherReaderSeesTheSame) {
+    const std::string app = makeBundle();
+    ASSERT_EQ(runDitto({"-ck", app, zip_}).status, 0);
+    const auto entries = readWithPeer(zip_);
+    ASSERT_EQ(entries.size(), describeTree(app).size());
+    for (const PeerEntry& entry : entries) {
+        struct stat info = {};
+        ASSERT_EQ(::lstat((app + '/' + entry.name).c_str(), &info), 0) << entry.name;
+        EXPECT_EQ(entry.mode, info.st_mode) << entry.name;
+        EXPECT_EQ(entry.modified, info.st_mtim.tv_sec) << entry.name;
+        const std::string path = app + '/' + entry.name;
+        EXPECT_EQ(entry.content, S_ISREG(info.st_mode) ? readFile(path) : "") << entry.name;
+        EXPECT_EQ(entry.linkTarget, S_ISLNK(info.st_mode) ? fs::read_symlink(path).string() : "")
+            << entry.name;
+    }
+}
+
+TEST_F(DittoPack, AnotherWritersArchiveIsUnpacked) {
+    const std::string app = makeBundle();
+    test::writeWithPeer(zip_, app);
+    ASSERT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
+    EXPECT_EQ(describeTree(folder_ / "back"), describeTree(app));
+}
+
+TEST_F(DittoPack, ASingleFilePacksAsItself) {
+    const std::string file = folder_.writeFile("one.txt", "one");
+    for (const char* parent : {"--rsrc", "--keepParent"}) {
+        ASSERT_EQ(runDitto({"-ck", parent, file, zip_}).status, 0);
+        const auto entries = readWithPeer(zip_);
+        ASSERT_EQ(entries.size(), 1U);
+        EXPECT_EQ(entries[0].name, "one.txt");
+        EXPECT_EQ(entries[0].content, "one");
+    }
+}
+
+TEST_F(DittoPack, ASourceThatIsALinkIsFollowed) {
+    folder_.writeFile("real/file", "content");
+    folder_.makeLink("folder link", "real");
+    folder_.makeLink("file link", "real/file");
+    ASSERT_EQ(runDitto({"-ck", "--keepParent", folder_ / "folder link", zip_}).status, 0);
+    EXPECT_EQ(readWithPeer(zip_).back().name, "folder link/file");
+    ASSERT_EQ(runDitto({"-ck", folder_ / "file link", zip_}).status, 0);
+    EXPECT_EQ(readWithPeer(zip_).back().name, "file link");
+    EXPECT_EQ(readWithPeer(zip_).back().content, "content");
+}
+
+TEST_F(DittoPack, TheFolderOfTheCallHasItsRealName) {
+    folder_.writeFile("named/file");
+    const auto inside = [this] { EXPECT_EQ(::chdir((folder_ / "named").c_str()), 0); };
+    ASSERT_EQ(runDitto({"-ck", "--keepParent", ".", zip_}, inside).status, 0);
+    EXPECT_EQ(readWithPeer(zip_).back().name, "named/file");
+}
+
+TEST_F(DittoPack, FilesOfManyBlocksComeBack) {
+    const std::string large = noise(1U << 20U) + std::string(3U << 20U, 'x') + noise(5);
+    folder_.writeFile("src/large", large);
+    folder_.writeFile("src/one block", std::string(512U << 10U, 'b'));
+    folder_.writeFile("src/two blocks", noise(1U << 20U));
+    ASSERT_EQ(runDitto({"-ck", folder_ / "src", zip_}).status, 0);
+    const auto entries = readWithPeer(zip_);
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(entries[0].content, large);
+    EXPECT_EQ(entries[1].content, std::string(512U << 10U, 'b'));
+    EXPECT_EQ(entries[2].content, readFile(folder_ / "src/two blocks"));
+    ASSERT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
+    EXPECT_EQ(describeTree(folder_ / "back"), describeTree(folder_ / "src"));
+}
+
+TEST_F(DittoPack, TextShrinksAndNoiseDoesNotGrow) {
+    folder_.writeFile("src/noise", noise(100000));
+    folder_.writeFile("src/text", std::string(100000, 't'));
+    ASSERT_EQ(runDitto({"-ck", folder_ / "src", zip_}).status, 0);
+    EXPECT_LT(fs::file_size(zip_), 101000U);
+}
+
+TEST_F(DittoPack, DatesBefore1970AndAfter2038AreKept) {
+    for (const std::int64_t date : {-100000LL, 2000000000LL}) {
+        folder_.writeFile("src/a", "a");
+        setDate(folder_ / "src/a", date);
+        ASSERT_EQ(runDitto({"-ck", folder_ / "src", zip_}).status, 0);
+        ASSERT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
+        EXPECT_EQ(describeTree(folder_ / "back"), describeTree(folder_ / "src"));
+        fs::remove_all(folder_ / "back");
+    }
+}
+
+TEST_F(DittoPack, AnExistingArchiveIsReplacedOnlyByACompleteOne) {
+    folder_.writeFile("out/a.zip", "old");
+    folder_.writeFile("src/file");
+    ASSERT_EQ(::mkfifo((folder_ / "src/pipe").c_str(), 0600), 0);
+    const DittoResult result = runDitto({"-ck", folder_ / "src", zip_});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("“pipe” is neither"), std::string::npos) << result.errors;
+    EXPECT_EQ(readFile(zip_), "old");
+    fs::remove(folder_ / "src/pipe");
+    EXPECT_EQ(runDitto({"-ck", folder_ / "src", zip_}).status, 0);
+    EXPECT_EQ(readWithPeer(zip_).size(), 1U);
+    EXPECT_EQ(itemsIn(out_), 1U);
+}
+
+TEST_F(DittoPack, ALinkInTheArchivesPlaceIsReplacedNotFollowed) {
+    folder_.writeFile("victim", "victim");
+    folder_.makeLink("out/a.zip", folder_ / "victim");
+    EXPECT_EQ(runDitto({"-ck", folder_.writeFile("file"), zip_}).status, 0);
+    EXPECT_EQ(readFile(folder_ / "victim"), "victim");
+    EXPECT_FALSE(fs::is_symlink(zip_));
+}
+
+TEST_F(DittoPack, AnArchiveInsideItsSourceIsLeftOut) {
+    folder_.writeFile("src/file", "content");
+    folder_.writeFile("src/sub/a.zip", "another");
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(runDitto({"-ck", folder_ / "src", folder_ / "src/a.zip"}).status, 0);
+        EXPECT_EQ(readWithPeer(folder_ / "src/a.zip").size(), 3U);
+    }
+}
+
+TEST_F(DittoPack, WhatCannotBePackedIsAnError) {
+    const std::string file = folder_.writeFile("file", "content");
+    EXPECT_EQ(runDitto({"-ck", folder_ / "missing", zip_}).status, 1);
+    EXPECT_EQ(runDitto({"-ck", file, file}).status, 1);
+    EXPECT_EQ(readFile(file), "content");
+    EXPECT_EQ(runDitto({"-ck", file, out_}).status, 1);
+    EXPECT_EQ(runDitto({"-ck", file, folder_ / "no/such/a.zip"}).status, 1);
+    EXPECT_EQ(runDitto({"-ck", "/dev/null", zip_}).status, 1);
+    EXPECT_EQ(runDitto({"-ck"}).status, 1);
+    EXPECT_EQ(runDitto({"-ck", "--keepParent"}).status, 1);
+    EXPECT_EQ(itemsIn(out_), 0U);
+}
+
+TEST_F(DittoPack, AnArchiveBeyondTheProcessLimitLeavesNothing) {
+    folder_.writeFile("src/noise", noise(3U << 20U));
+    const auto limit = [] {
+        const rlimit most = {1U << 20U, 1U << 20U};
+        ::setrlimit(RLIMIT_FSIZE, &most);
+    };
+    const DittoResult result = runDitto({"-ck", folder_ / "src", zip_}, limit);
+    EXPECT_EQ(result.status, 1) << result.signal;
+    EXPECT_NE(result.errors.find("File too large"), std::string::npos) << result.errors;
+    EXPECT_EQ(itemsIn(out_), 0U);
+}
+
+TEST_F(DittoPack, ASignalLeavesTheOldArchive) {
+    folder_.writeFile("out/a.zip", "old");
+    for (int i = 0; i < 200; ++i)
+        folder_.writeFile("src/" + std::to_string(i) + std::string(50, 'n'), "x");
+    const DittoResult result = test::interruptDitto({"-ck", folder_ / "src", zip_}, SIGTERM);
+    EXPECT_EQ(result.signal, SIGTERM);
+    EXPECT_EQ(readFile(zip_), "old");
+    EXPECT_EQ(itemsIn(out_), 1U);
+}
+
+TEST_F(DittoPack, TheArchiveHasTheUsualRights) {
+    ASSERT_EQ(runDitto({"-ck", folder_.writeFile("file"), zip_}, [] { ::umask(026); }).status, 0);
+    EXPECT_EQ(static_cast<unsigned>(fs::status(zip_).permissions()), 0640U);
+}
+
+using UserDittoPack = DittoPack;
+
+TEST_F(UserDittoPack, AnUnreadableFileMakesNoArchive) {
+    if (::geteuid() == 0) GTEST_SKIP() << "the super-user may read everything";
+    folder_.writeFile("src/a", "a");
+    const std::string closed = folder_.writeFile("src/closed", "b");
+    ASSERT_EQ(::chmod(closed.c_str(), 0), 0);
+    const DittoResult result = runDitto({"-ck", folder_ / "src", zip_});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("“closed” couldn’t be opened: Permission denied"),
+              std::string::npos)
+        << result.errors;
+    EXPECT_EQ(itemsIn(out_), 0U);
+}
+
+// As if the kernel had no openat2.
+void withoutOpenat2() {
+    std::array<sock_filter, 4> rules = {
+        sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program = {rules.size(), rules.data()};
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+        ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        ::_exit(77);
+}
+
+TEST_F(DittoPack, AnOldKernelIsEnough) {
+    const std::string app = makeBundle();
+    const int status = runDitto({"-ck", app, zip_}, &withoutOpenat2).status;
+    if (status == 77) GTEST_SKIP() << "system calls cannot be filtered here";
+    ASSERT_EQ(status, 0);
+    ASSERT_EQ(runDitto({"-xk", zip_, folder_ / "back"}, &withoutOpenat2).status, 0);
+    EXPECT_EQ(describeTree(folder_ / "back"), describeTree(app));
+}
+
+}  // namespace
+}  // namespace quillmoor::ditto

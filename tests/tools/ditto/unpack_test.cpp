@@ -1,0 +1,487 @@
+#include "tools/ditto/unpack.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/temp_folder.h"
+#include "tests/tools/ditto/run_ditto.h"
+#include "tests/tools/ditto/zip_builder.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+namespace fs = std::filesystem;
+using test::buildZip;
+using test::DittoResult;
+using test::readFile;
+using test::runDitto;
+using test::somethingAt;
+using test::zipFile;
+using test::zipFolder;
+using test::ZipItem;
+using test::zipLink;
+
+constexpr std::uint32_t kDate = 1000000000;
+
+// The archives stand in one folder, what is unpacked in another, so that leftovers show.
+class DittoUnpack : public ::testing::Test {
+  protected:
+    std::string archive(const std::string& bytes, const char* name = "in/a.zip") {
+        return folder_.writeFile(name, bytes);
+    }
+
+    DittoResult unpack(const std::string& bytes, const std::function<void()>& prepare = {}) {
+        return runDitto({"-xk", archive(bytes), work_ + "/dest"}, prepare);
+    }
+
+    std::size_t itemsLeft() const {
+        return static_cast<std::size_t>(
+            std::distance(fs::directory_iterator(work_), fs::directory_iterator()));
+    }
+
+    // The tool says `why`, and nothing is there afterwards.
+    void expectRefusal(const std::string& bytes, const std::string& why) {
+        const DittoResult result = unpack(bytes);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_NE(result.errors.find(why), std::string::npos) << result.errors;
+        EXPECT_TRUE(result.errors.starts_with("ditto: ")) << result.errors;
+        EXPECT_EQ(itemsLeft(), 0U);
+        EXPECT_FALSE(somethingAt(folder_ / "escaped"));
+    }
+
+    static unsigned modeOf(const std::string& path) {
+        struct stat info = {};
+        EXPECT_EQ(::lstat(path.c_str(), &info), 0) << path;
+        return info.st_mode & 07777U;
+    }
+
+    test::TempFolder folder_;
+    std::string work_ = folder_.makeFolder("work");
+    std::string dest_ = work_ + "/dest";
+};
+
+TEST_F(DittoUnpack, FilesFoldersAndLinksComeOutAsTheyWere) {
+    ZipItem program = zipFile("X.app/MacOS/run", std::string(300000, 'p'));
+    program.mode = 0100755;
+    program.deflated = true;
+    ZipItem dated = zipFile("X.app/é ü\n-x\xff", "dated");
+    dated.modified = kDate;
+    ZipItem folder = zipFolder("X.app/", 0750);
+    folder.modified = kDate + 1;
+    ZipItem link = zipLink("X.app/current", "MacOS/run");
+    link.modified = kDate + 2;
+    const DittoResult result =
+        unpack(buildZip({folder, program, dated, link, zipFile("empty", "")}));
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(readFile(dest_ + "/X.app/MacOS/run"), program.content);
+    EXPECT_EQ(modeOf(dest_ + "/X.app/MacOS/run"), 0755U);
+    EXPECT_EQ(readFile(dest_ + "/X.app/é ü\n-x\xff"), "dated");
+    EXPECT_EQ(modeOf(dest_ + "/X.app"), 0750U);
+    EXPECT_EQ(fs::read_symlink(dest_ + "/X.app/current"), "MacOS/run");
+    EXPECT_EQ(fs::file_size(dest_ + "/empty"), 0U);
+    const auto date = [this](const char* name) {
+        struct stat info = {};
+        ::lstat((dest_ + name).c_str(), &info);
+        return info.st_mtim.tv_sec;
+    };
+    EXPECT_EQ(date("/X.app/é ü\n-x\xff"), kDate);
+    EXPECT_EQ(date("/X.app"), kDate + 1);
+    EXPECT_EQ(date("/X.app/current"), kDate + 2);
+    EXPECT_EQ(itemsLeft(), 1U);
+}
+
+TEST_F(DittoUnpack, MissingFoldersAboveAreMade) {
+    const std::string path = archive(buildZip({zipFile("a")}));
+    EXPECT_EQ(runDitto({"-x", "-k", path, work_ + "/p/q/dest/"}).status, 0);
+    EXPECT_EQ(readFile(work_ + "/p/q/dest/a"), "content");
+}
+
+TEST_F(DittoUnpack, ARelativeDestinationIsFound) {
+    const std::string path = archive(buildZip({zipFile("a")}));
+    const auto inWork = [this] { EXPECT_EQ(::chdir(work_.c_str()), 0); };
+    EXPECT_EQ(runDitto({"-xk", path, "dest"}, inWork).status, 0);
+    EXPECT_EQ(readFile(dest_ + "/a"), "content");
+    EXPECT_EQ(runDitto({"-xk", path, "."}, inWork).status, 0);
+    EXPECT_EQ(readFile(work_ + "/a"), "content");
+}
+
+TEST_F(DittoUnpack, WithoutPathsNothingIsMade) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"-xk"}, {"-xk", dest_}, {}}) {
+        const DittoResult result = runDitto(arguments);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_NE(result.errors, "");
+        EXPECT_EQ(itemsLeft(), 0U);
+    }
+}
+
+TEST_F(DittoUnpack, AMissingArchiveLeavesNothing) {
+    const DittoResult result = runDitto({"-xk", folder_ / "missing.zip", dest_});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("No such file"), std::string::npos) << result.errors;
+    EXPECT_EQ(itemsLeft(), 0U);
+}
+
+TEST_F(DittoUnpack, AnEmptyArchiveMakesAnEmptyFolder) {
+    EXPECT_EQ(unpack(buildZip({})).status, 0);
+    EXPECT_TRUE(fs::is_empty(dest_));
+}
+
+TEST_F(DittoUnpack, HelpGoesToStandardOutput) {
+    const DittoResult result = runDitto({"--help"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.output.find("--keepParent"), std::string::npos);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_TRUE(runDitto({"--version"}).output.starts_with("ditto "));
+}
+
+TEST_F(DittoUnpack, HelpThatCannotBeWrittenIsAFailure) {
+    const DittoResult result =
+        runDitto({"--help"}, [] { EXPECT_NE(::freopen("/dev/full", "w", stdout), nullptr); });
+    EXPECT_EQ(result.status, 1);
+}
+
+TEST_F(DittoUnpack, NamesThatLeadOutAreRefusedWhole) {
+    expectRefusal(buildZip({zipFile("good"), zipFile("../escaped")}), "holds “..”");
+    expectRefusal(buildZip({zipFile(folder_ / "escaped")}), "absolute");
+    expectRefusal(buildZip({zipFile("a/../../escaped")}), "holds “..”");
+}
+
+TEST_F(DittoUnpack, TheMessageNamesArchiveAndEntryHarmlessly) {
+    const DittoResult result = unpack(buildZip({zipFile("../\x1b[2J\n")}));
+    EXPECT_NE(result.errors.find("a.zip: “../\\x1b[2J\\x0a”: its name holds"), std::string::npos)
+        << result.errors;
+}
+
+TEST_F(DittoUnpack, LinksThatLeadOutAreRefusedWhole) {
+    expectRefusal(buildZip({zipLink("l", "/etc")}), "absolute path");
+    expectRefusal(buildZip({zipLink("l", "../x")}), "leads out");
+    expectRefusal(buildZip({zipLink("l", "l")}), "circle");
+    expectRefusal(buildZip({zipFolder("d/"), zipLink("d/up", ".."), zipLink("out", "d/up/../x")}),
+                  "leads out");
+    expectRefusal(buildZip({zipLink("l", "")}), "without a target");
+    expectRefusal(buildZip({zipLink("l", std::string(5000, 'x'))}), "too long a target");
+    expectRefusal(buildZip({zipLink("l", std::string("a\0b", 3))}), "NUL");
+}
+
+TEST_F(DittoUnpack, NothingIsWrittenThroughALink) {
+    expectRefusal(buildZip({zipLink("l", "."), zipFile("l/x")}), "through a link");
+    expectRefusal(buildZip({zipFile("l/x"), zipLink("l", ".")}), "through a link");
+}
+
+TEST_F(DittoUnpack, NamesThatStandTwiceAreRefused) {
+    expectRefusal(buildZip({zipFile("a"), zipFile("a")}), "twice");
+    expectRefusal(buildZip({zipFile("a"), zipFolder("a/")}), "twice");
+    expectRefusal(buildZip({zipFile("a"), zipFile("a/b")}), "inside a file");
+}
+
+TEST_F(DittoUnpack, UnusableEntriesAreRefused) {
+    ZipItem item = zipFile("a");
+    item.flags = 1;
+    expectRefusal(buildZip({item}), "encrypted");
+    item.flags = 0;
+    item.method = 12;
+    expectRefusal(buildZip({item}), "method is unknown");
+    item.method.reset();
+    item.mode = 0020666;
+    expectRefusal(buildZip({item}), "neither a file nor a folder nor a link");
+    item.mode = 0100644;
+    item.localName = "b";
+    expectRefusal(buildZip({item}), "contradict");
+    expectRefusal(buildZip({zipFile(std::string("a\0b", 3))}), "NUL");
+    expectRefusal(buildZip({zipFile("")}), "no name");
+    expectRefusal("no zip", "not a zip archive");
+}
+
+TEST_F(DittoUnpack, TwoEntriesOfTheSameBytesAreRefused) {
+    ZipItem one = zipFile("same", std::string(1000, 'x'));
+    ZipItem two = one;
+    two.offset = 0;
+    expectRefusal(buildZip({one, two}), "shares its bytes");
+}
+
+TEST_F(DittoUnpack, TheSizeLimitCanBeMoved) {
+    const std::string path = archive(buildZip({zipFile("a", std::string(100, 'x'))}));
+    const DittoResult result = runDitto({"-xk", "--max-size", "99", path, dest_});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("more than 99 bytes"), std::string::npos) << result.errors;
+    EXPECT_EQ(itemsLeft(), 0U);
+    EXPECT_EQ(runDitto({"-xk", "--max-size", "100", path, dest_}).status, 0);
+}
+
+TEST_F(DittoUnpack, ContentThatIsNotAsDeclaredLeavesNothing) {
+    ZipItem item = zipFile("d/a", std::string(1000000, 'x'));
+    item.deflated = true;
+    item.size = 999999;
+    expectRefusal(buildZip({zipFile("first"), item}), "holds more than its declared size");
+    item.size = 1000001;
+    expectRefusal(buildZip({zipFile("first"), item}), "holds less than its declared size");
+    item.size.reset();
+    item.crc = 1;
+    expectRefusal(buildZip({zipFile("first"), item}), "checksum");
+    ZipItem stored = zipFile("b");
+    stored.crc = 1;
+    expectRefusal(buildZip({stored}), "checksum");
+}
+
+TEST_F(DittoUnpack, SmallContentThatOutgrowsItsSizeLeavesNothing) {
+    ZipItem item = zipFile("a", std::string(300000, 'x'));
+    item.deflated = true;
+    item.size = 10;
+    expectRefusal(buildZip({item}), "holds more than its declared size");
+}
+
+TEST_F(DittoUnpack, BytesBehindTheContentAreDamage) {
+    ZipItem item = zipFile("a", test::deflated("short") + "tail");
+    item.method = 8;
+    item.size = 5;
+    item.crc = 0x8f2890a2;  // never reached: the tail is noticed first
+    expectRefusal(buildZip({item}), "data follows its end");
+}
+
+TEST_F(DittoUnpack, ADamagedStreamLeavesNothing) {
+    ZipItem item = zipFile("a", std::string(500, '\xff'));
+    item.method = 8;
+    item.size = 500;
+    expectRefusal(buildZip({item}), "cannot be unpacked");
+}
+
+TEST_F(DittoUnpack, ALargeFileWithAWrongChecksumLeavesNothing) {
+    ZipItem item = zipFile("large", std::string(9U << 20U, 'x'));
+    item.deflated = true;
+    item.crc = 1;
+    expectRefusal(buildZip({item}), "checksum");
+}
+
+TEST_F(DittoUnpack, ALargeFileComesOutWhole) {
+    std::string content;
+    for (int i = 0; content.size() < 9U << 20U; ++i) content += std::to_string(i);
+    ZipItem item = zipFile("large", content);
+    item.deflated = true;
+    ZipItem plain = zipFile("stored", content);
+    EXPECT_EQ(unpack(buildZip({item, plain})).status, 0);
+    EXPECT_EQ(readFile(dest_ + "/large"), content);
+    EXPECT_EQ(readFile(dest_ + "/stored"), content);
+}
+
+TEST_F(DittoUnpack, SetuidAndStickyBitsAreDropped) {
+    ZipItem item = zipFile("a");
+    item.mode = 0107755;
+    EXPECT_EQ(unpack(buildZip({item, zipFolder("d/", 03777)})).status, 0);
+    EXPECT_EQ(modeOf(dest_ + "/a"), 0755U);
+    EXPECT_EQ(modeOf(dest_ + "/d"), 0777U);
+}
+
+TEST_F(DittoUnpack, WithoutRightsInTheArchiveTheMaskRules) {
+    ZipItem item = zipFile("d/a");
+    item.host = 0;
+    item.mode = 0;
+    EXPECT_EQ(unpack(buildZip({item}), [] { ::umask(027); }).status, 0);
+    EXPECT_EQ(modeOf(dest_ + "/d/a"), 0640U);
+    EXPECT_EQ(modeOf(dest_ + "/d"), 0750U);
+    EXPECT_EQ(modeOf(dest_), 0750U);
+}
+
+TEST_F(DittoUnpack, AFolderMayForbidWriting) {
+    EXPECT_EQ(unpack(buildZip({zipFolder("d/", 0555), zipFile("d/e/f")})).status, 0);
+    EXPECT_EQ(modeOf(dest_ + "/d"), 0555U);
+    EXPECT_EQ(readFile(dest_ + "/d/e/f"), "content");
+}
+
+TEST_F(DittoUnpack, AnExistingFolderKeepsWhatItHolds) {
+    folder_.writeFile("work/dest/old", "old");
+    const std::string bytes = buildZip({zipFolder("d/", 0555), zipFile("d/new"), zipFile("new")});
+    EXPECT_EQ(unpack(bytes).status, 0);
+    EXPECT_EQ(test::describeTree(dest_).size(), 4U);
+    EXPECT_EQ(readFile(dest_ + "/old"), "old");
+    EXPECT_EQ(readFile(dest_ + "/d/new"), "content");
+    EXPECT_EQ(modeOf(dest_ + "/d"), 0555U);
+}
+
+TEST_F(DittoUnpack, NothingThatExistsIsReplaced) {
+    folder_.writeFile("work/dest/taken", "old");
+    folder_.makeLink("work/dest/dangling", "nowhere");
+    folder_.makeFolder("work/dest/folder");
+    const auto before = test::describeTree(dest_);
+    for (const char* name : {"taken", "dangling", "folder/x", "taken/x", "dangling/x"}) {
+        const DittoResult result = unpack(buildZip({zipFile("free"), zipFile(name)}));
+        EXPECT_EQ(result.status, 1) << name;
+        EXPECT_NE(result.errors.find("exists already"), std::string::npos) << result.errors;
+        EXPECT_EQ(test::describeTree(dest_), before);
+    }
+}
+
+TEST_F(DittoUnpack, ALinkToAFolderIsADestination) {
+    folder_.makeFolder("work/real");
+    folder_.makeLink("work/dest", "real");
+    EXPECT_EQ(unpack(buildZip({zipFile("a")})).status, 0);
+    EXPECT_EQ(readFile(work_ + "/real/a"), "content");
+    EXPECT_TRUE(fs::is_symlink(dest_));
+}
+
+TEST_F(DittoUnpack, ADanglingLinkOrAFileIsNoDestination) {
+    const std::string bytes = buildZip({zipFile("a")});
+    folder_.makeLink("work/dest", "nowhere");
+    EXPECT_NE(unpack(bytes).errors.find("leads nowhere"), std::string::npos);
+    fs::remove(dest_);
+    folder_.writeFile("work/dest", "file");
+    EXPECT_NE(unpack(bytes).errors.find("is not a folder"), std::string::npos);
+    EXPECT_EQ(readFile(dest_), "file");
+    const DittoResult result = runDitto({"-xk", archive(bytes), dest_ + "/below"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(itemsLeft(), 1U);
+}
+
+TEST_F(DittoUnpack, FoldersMadeAboveGoAgainAfterARefusal) {
+    const std::string path = archive(buildZip({zipFile("../x")}));
+    ZipItem damaged = zipFile("a");
+    damaged.crc = 1;
+    const std::string other = archive(buildZip({damaged}), "in/b.zip");
+    for (const std::string& each : {path, other}) {
+        EXPECT_EQ(runDitto({"-xk", each, work_ + "/p/q/dest"}).status, 1);
+        EXPECT_EQ(itemsLeft(), 0U);
+    }
+}
+
+TEST_F(DittoUnpack, SeveralArchivesMakeOneTree) {
+    const std::string one = archive(buildZip({zipFolder("d/"), zipFile("d/a", "1")}), "in/1.zip");
+    const std::string two = archive(buildZip({zipFolder("d/"), zipFile("d/b", "2")}), "in/2.zip");
+    EXPECT_EQ(runDitto({"-xk", one, two, dest_}).status, 0);
+    EXPECT_EQ(readFile(dest_ + "/d/a"), "1");
+    EXPECT_EQ(readFile(dest_ + "/d/b"), "2");
+}
+
+TEST_F(DittoUnpack, OneBadArchiveOfSeveralRefusesAll) {
+    const std::string one = archive(buildZip({zipFile("a")}), "in/1.zip");
+    const std::string two = archive(buildZip({zipFile("../b")}), "in/2.zip");
+    const DittoResult result = runDitto({"-xk", one, two, dest_});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("2.zip"), std::string::npos) << result.errors;
+    EXPECT_EQ(runDitto({"-xk", one, one, dest_}).status, 1);
+    EXPECT_EQ(itemsLeft(), 0U);
+}
+
+TEST_F(DittoUnpack, AppleDoubleEntriesAreLeftOutWithANote) {
+    const DittoResult result =
+        unpack(buildZip({zipFile("a"), zipFolder("__MACOSX/"), zipFile("__MACOSX/._a")}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.errors.find("1 AppleDouble"), std::string::npos) << result.errors;
+    EXPECT_EQ(test::describeTree(dest_).size(), 1U);
+}
+
+TEST_F(DittoUnpack, EachItemIsNamedWhenAsked) {
+    const std::string path = archive(buildZip({zipFile("d/a\n"), zipLink("l", "d")}));
+    EXPECT_EQ(runDitto({"-xk", "-V", path, dest_}).errors, "d\nd/a\\x0a\nl\n");
+}
+
+TEST_F(DittoUnpack, AFileBeyondTheProcessLimitLeavesNothing) {
+    ZipItem item = zipFile("large", std::string(1U << 20U, 'x'));
+    item.deflated = true;
+    const auto limit = [] {
+        const rlimit most = {100000, 100000};
+        ::setrlimit(RLIMIT_FSIZE, &most);
+    };
+    const DittoResult result = unpack(buildZip({zipFile("small"), item}), limit);
+    EXPECT_EQ(result.status, 1) << result.signal;
+    EXPECT_NE(result.errors.find("File too large"), std::string::npos) << result.errors;
+    EXPECT_EQ(itemsLeft(), 0U);
+}
+
+TEST_F(DittoUnpack, AFullDiskLeavesNothing) {
+    // On a small file system of its own, in a mount namespace of its own.
+    const std::string path =
+        archive(buildZip({zipFile("a"), zipFile("b", std::string(3U << 20U, 'x'))}));
+    const std::string script = "unshare -m" + std::string(::geteuid() == 0 ? "" : " -r") +
+                               " sh -c '"
+                               "mount -t tmpfs -o size=1m none " +
+                               work_ + " || exit 77; " DITTO_PATH " -xk " + path + " " + work_ +
+                               "/p/dest 2>" + (folder_ / "errors") + "; echo $? >" +
+                               (folder_ / "status") + "; ls -A " + work_ + " >" +
+                               (folder_ / "left") + "' 2>/dev/null";
+    if (std::system(script.c_str()) != 0) GTEST_SKIP() << "no mount namespace can be made here";
+    EXPECT_EQ(readFile(folder_ / "status"), "1\n");
+    EXPECT_NE(readFile(folder_ / "errors").find("No space left"), std::string::npos);
+    EXPECT_EQ(readFile(folder_ / "left"), "");
+}
+
+using UserDittoUnpack = DittoUnpack;
+
+TEST_F(UserDittoUnpack, AParentWithoutTheRightToWriteIsAnError) {
+    if (::geteuid() == 0) GTEST_SKIP() << "the super-user may write everywhere";
+    ASSERT_EQ(::chmod(work_.c_str(), 0555), 0);
+    const DittoResult result = unpack(buildZip({zipFile("a")}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("Permission denied"), std::string::npos) << result.errors;
+    EXPECT_EQ(itemsLeft(), 0U);
+}
+
+TEST_F(DittoUnpack, ASignalLeavesNothingAndThenEndsTheTool) {
+    std::vector<ZipItem> items = {zipFolder("d/", 0555)};
+    for (int i = 0; i < 200; ++i)
+        items.push_back(zipFile("d/" + std::to_string(i) + std::string(50, 'n')));
+    const std::string path = archive(buildZip(items));
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const DittoResult result = test::interruptDitto({"-xk", path, work_ + "/p/dest"}, signal);
+        EXPECT_EQ(result.signal, signal) << result.errors;
+        EXPECT_EQ(itemsLeft(), 0U);
+    }
+}
+
+TEST_F(DittoUnpack, ASignalDuringAMergeLeavesTheFolderAsItWas) {
+    folder_.writeFile("work/dest/old", "old");
+    std::vector<ZipItem> items;
+    for (int i = 0; i < 200; ++i)
+        items.push_back(zipFile(std::to_string(i) + std::string(50, 'n')));
+    const auto before = test::describeTree(dest_);
+    const DittoResult result =
+        test::interruptDitto({"-xk", archive(buildZip(items)), dest_}, SIGTERM);
+    EXPECT_EQ(result.signal, SIGTERM);
+    EXPECT_EQ(test::describeTree(dest_), before);
+}
+
+TEST_F(DittoUnpack, AnIgnoredSignalStaysIgnored) {
+    std::vector<ZipItem> items;
+    for (int i = 0; i < 200; ++i)
+        items.push_back(zipFile(std::to_string(i) + std::string(50, 'n')));
+    const std::string path = archive(buildZip(items));
+    ::signal(SIGHUP, SIG_IGN);
+    const DittoResult result = test::interruptDitto({"-xk", path, dest_}, SIGHUP);
+    ::signal(SIGHUP, SIG_DFL);
+    EXPECT_EQ(result.status, 0);
+}
+
+// Whatever one byte of an archive is changed to: all or nothing, and nothing elsewhere.
+TEST_F(DittoUnpack, NoChangedByteLeadsAstray) {
+    ZipItem packed = zipFile("d/packed", std::string(50, 'x'));
+    packed.deflated = true;
+    const std::string good =
+        buildZip({zipFolder("d/"), packed, zipLink("l", "d/../d"), zipFile("f")});
+    const std::size_t outside = test::describeTree(folder_.path()).size();
+    for (std::size_t i = 0; i < good.size(); ++i) {
+        std::string bytes = good;
+        bytes[i] = static_cast<char>(bytes[i] ^ "\x01\x2f\x7f\xff"[i % 4]);
+        Options options;
+        options.sources = {archive(bytes)};
+        options.destination = dest_;
+        bool done = true;
+        try {
+            ditto::unpack(options, 022);
+        } catch (const std::exception&) {
+            done = false;
+        }
+        ASSERT_EQ(somethingAt(dest_), done) << i;
+        fs::remove_all(dest_);
+        ASSERT_EQ(test::describeTree(folder_.path()).size(), outside + 2) << i;
+    }
+}
+
+}  // namespace
+}  // namespace quillmoor::ditto

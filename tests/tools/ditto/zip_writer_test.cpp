@@ -1,0 +1,76 @@
+#include "tools/ditto/zip_writer.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <string>
+
+#include "platform/posix/descriptor.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tools/ditto/libarchive_peer.h"
+#include "tests/tools/ditto/zip_builder.h"
+#include "tools/ditto/archive_index.h"
+#include "tools/ditto/failure.h"
+#include "tools/ditto/zip_format.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+class DittoZipWriter : public ::testing::Test {
+  protected:
+    EntryHeader header(const std::string& name) const {
+        return {name, S_IFREG | 0644U, 1000000000};
+    }
+
+    void expectEntries(std::size_t count) {
+        writer_.finish();
+        EntryList list;
+        readIndex(InputFile(path_), 0, {1U << 20U}, list);
+        EXPECT_EQ(list.entries.size(), count);
+        // The peer takes an archive without entries for no archive.
+        if (count > 0) {
+            EXPECT_EQ(test::readWithPeer(path_).size(), count);
+        }
+    }
+
+    test::TempFolder folder_;
+    std::string path_ = folder_ / "a.zip";
+    platform::posix::Descriptor file_{
+        ::open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644)};
+    ZipWriter writer_{file_.get(), path_};
+};
+
+TEST_F(DittoZipWriter, AnArchiveMayBeEmpty) {
+    expectEntries(0);
+}
+
+TEST_F(DittoZipWriter, MoreThan65535EntriesAreCounted) {
+    for (int i = 0; i < 66000; ++i) writer_.add(header(std::to_string(i)), zip::kStored, 0, 0, {});
+    expectEntries(66000);
+}
+
+TEST_F(DittoZipWriter, ExactlyTheLargestOldCountIsWrittenTheNewWay) {
+    for (int i = 0; i < 65535; ++i) writer_.add(header(std::to_string(i)), zip::kStored, 0, 0, {});
+    expectEntries(65535);
+}
+
+TEST_F(DittoZipWriter, AWideEntryHasItsSizesInBothHeaders) {
+    const std::string content(100000, 'w');
+    writer_.begin(header("wide"), true);
+    writer_.append(test::deflated(content));
+    writer_.end(test::crcOf(content), content.size());
+    writer_.finish();
+    const auto entries = test::readWithPeer(path_);
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries[0].content, content);
+}
+
+TEST_F(DittoZipWriter, ANarrowEntryCannotGrowBeyondFourGigabytes) {
+    writer_.begin(header("narrow"), false);
+    writer_.append(test::deflated(""));
+    EXPECT_THROW(writer_.end(0, 1ULL << 32U), Failure);
+}
+
+}  // namespace
+}  // namespace quillmoor::ditto

@@ -1,0 +1,218 @@
+#include "tools/ditto/archive_index.h"
+
+#include <sys/stat.h>
+
+#include <zlib.h>
+#include <array>
+#include <atomic>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "tools/ditto/central_directory.h"
+#include "tools/ditto/entry_reader.h"
+#include "tools/ditto/failure.h"
+#include "tools/ditto/interruption.h"
+#include "tools/ditto/zip_format.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+using zip::get16;
+using zip::get32;
+using zip::get64;
+using Bytes = std::span<const unsigned char>;
+
+constexpr std::uint64_t kMostLinkText = 16ULL << 20U;
+
+std::string_view textOf(Bytes bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// The extra field of this kind; empty if there is none.
+Bytes extraField(Bytes extra, std::uint16_t kind) {
+    while (extra.size() >= 4) {
+        const std::size_t size = get16(&extra[2]);
+        if (size > extra.size() - 4) break;
+        if (get16(extra.data()) == kind) return extra.subspan(4, size);
+        extra = extra.subspan(4 + size);
+    }
+    return {};
+}
+
+// Replaces what the record could not hold. The fields stand in this order, each only if needed.
+void applyZip64(const InputFile& archive, Bytes extra, Entry& entry) {
+    Bytes wide = extraField(extra, zip::kExtraZip64);
+    for (std::uint64_t* value : {&entry.size, &entry.compressedSize, &entry.headerOffset}) {
+        if (*value != zip::kMax32) continue;
+        if (wide.size() < 8)
+            failAtEntry(archive.path(), entry.name, "damaged: its size is missing");
+        *value = get64(wide.data());
+        wide = wide.subspan(8);
+    }
+}
+
+// Local time, in steps of two seconds.
+std::int64_t dosTime(std::uint16_t date, std::uint16_t time) {
+    std::tm parts = {};
+    parts.tm_year = (date >> 9U) + 80;
+    parts.tm_mon = ((date >> 5U) & 15U) - 1;
+    parts.tm_mday = date & 31U;
+    parts.tm_hour = time >> 11U;
+    parts.tm_min = (time >> 5U) & 63U;
+    parts.tm_sec = (time & 31U) * 2;
+    parts.tm_isdst = -1;
+    return std::mktime(&parts);
+}
+
+std::int64_t modifiedAt(Bytes record, Bytes extra) {
+    const Bytes stamp = extraField(extra, zip::kExtraTimestamp);
+    if (stamp.size() >= 5 && (stamp[0] & 1U) != 0)
+        return static_cast<std::int32_t>(get32(&stamp[1]));
+    const Bytes old = extraField(extra, zip::kExtraOldUnix);
+    if (old.size() >= 8) return static_cast<std::int32_t>(get32(&old[4]));
+    return dosTime(get16(&record[14]), get16(&record[12]));
+}
+
+void applyAttributes(std::uint8_t host, std::uint32_t attributes, Entry& entry) {
+    const auto mode = static_cast<mode_t>(attributes >> 16U);
+    const bool unixMode = (host == zip::kHostUnix || host == zip::kHostMacOS) && mode != 0;
+    if (unixMode) {
+        entry.mode = static_cast<std::int32_t>(mode & 0777U);
+        switch (mode & S_IFMT) {
+            case 0:
+            case S_IFREG:
+                break;
+            case S_IFDIR:
+                entry.kind = Entry::Kind::Folder;
+                break;
+            case S_IFLNK:
+                entry.kind = Entry::Kind::Link;
+                break;
+            default:
+                entry.kind = Entry::Kind::Special;
+        }
+    } else if ((attributes & zip::kDosFolder) != 0) {
+        entry.kind = Entry::Kind::Folder;
+    }
+    if (entry.name.ends_with('/') && entry.kind == Entry::Kind::File)
+        entry.kind = Entry::Kind::Folder;
+}
+
+Entry nextEntry(const InputFile& archive, DirectoryReader& directory, EntryList& list) {
+    std::array<unsigned char, zip::kCentralSize> record = {};
+    const Bytes fixed = directory.take(record.size());
+    std::copy(fixed.begin(), fixed.end(), record.begin());
+    if (get32(record.data()) != zip::kCentralSignature)
+        failAsDamaged(archive, "its central directory is damaged");
+    const std::size_t nameSize = get16(&record[28]);
+    const std::size_t extraSize = get16(&record[30]);
+    const Bytes rest = directory.take(nameSize + extraSize + get16(&record[32]));
+    const Bytes extra = rest.subspan(nameSize, extraSize);
+
+    Entry entry;
+    entry.name = list.keep(textOf(rest.first(nameSize)));
+    entry.flags = get16(&record[8]);
+    entry.method = get16(&record[10]);
+    entry.crc = get32(&record[16]);
+    entry.compressedSize = get32(&record[20]);
+    entry.size = get32(&record[24]);
+    entry.headerOffset = get32(&record[42]);
+    entry.modified = modifiedAt(record, extra);
+    applyZip64(archive, extra, entry);
+    applyAttributes(record[5], get32(&record[38]), entry);
+    return entry;
+}
+
+// Reads the header in front of the data, which says where the data begins.
+void readLocalHeader(const InputFile& archive, std::uint64_t dataEnd, Entry& entry,
+                     std::vector<unsigned char>& buffer) {
+    const std::uint64_t size = zip::kLocalSize + entry.name.size();
+    if (entry.headerOffset > dataEnd || size > dataEnd - entry.headerOffset)
+        failAtEntry(archive.path(), entry.name, "damaged: it begins beyond its archive's end");
+    buffer.resize(size);
+    archive.readAt(entry.headerOffset, buffer);
+    if (get32(buffer.data()) != zip::kLocalSignature)
+        failAtEntry(archive.path(), entry.name, "damaged: it is not where the directory says");
+    const std::size_t nameSize = get16(&buffer[26]);
+    entry.dataOffset = entry.headerOffset + zip::kLocalSize + nameSize + get16(&buffer[28]);
+    if (entry.dataOffset > dataEnd || entry.compressedSize > dataEnd - entry.dataOffset)
+        failAtEntry(archive.path(), entry.name, "damaged: it reaches beyond its archive's end");
+    const Bytes name = Bytes(buffer).subspan(zip::kLocalSize);
+    entry.localHeaderDiffers = nameSize != entry.name.size() || textOf(name) != entry.name ||
+                               get16(&buffer[8]) != entry.method ||
+                               ((get16(&buffer[6]) ^ entry.flags) & zip::kFlagEncrypted) != 0;
+}
+
+// Collects a link's target.
+class TextSink : public PieceSink {
+  public:
+    std::span<unsigned char> room() override { return buffer_; }
+    void accept(std::size_t size) override {
+        const auto piece = Bytes(buffer_).first(size);
+        text_ += textOf(piece);
+        crc_ = static_cast<std::uint32_t>(::crc32_z(crc_, piece.data(), piece.size()));
+    }
+    std::uint32_t finish() override { return crc_; }
+    const std::string& text() const { return text_; }
+
+  private:
+    std::array<unsigned char, kLongestName + 1> buffer_ = {};
+    std::string text_;
+    std::uint32_t crc_ = 0;
+};
+
+bool targetCanBeRead(const Entry& entry) {
+    return (entry.method == zip::kStored || entry.method == zip::kDeflated) &&
+           (entry.method == zip::kDeflated || entry.size == entry.compressedSize) &&
+           (entry.flags & (zip::kFlagEncrypted | zip::kFlagPatched)) == 0 &&
+           entry.size <= kLongestName;
+}
+
+// Reads the targets of all links, which together may not grow beyond measure.
+class TargetReader {
+  public:
+    TargetReader(const InputFile& archive, EntryList& list) : archive_(archive), list_(list) {}
+
+    void read(Entry& entry) {
+        if (entry.kind != Entry::Kind::Link || !targetCanBeRead(entry)) return;
+        total_ += entry.size;
+        if (total_ > kMostLinkText) failAsDamaged(archive_, "its links' targets are too long");
+        TextSink sink;
+        reader_.read(archive_, entry, sink);
+        entry.linkTarget = list_.keep(sink.text());
+    }
+
+  private:
+    const InputFile& archive_;
+    EntryList& list_;
+    const std::atomic<bool> never_{false};
+    EntryReader reader_{never_};
+    std::uint64_t total_ = 0;
+};
+
+}  // namespace
+
+void readIndex(const InputFile& archive, std::uint16_t number, const Limits& limits,
+               EntryList& list) {
+    const DirectoryPlace place = findDirectory(archive);
+    DirectoryReader directory(archive, place);
+    TargetReader targets(archive, list);
+    std::vector<unsigned char> buffer;
+    std::uint64_t count = 0;
+    while (!directory.atEnd()) {
+        throwIfInterrupted();
+        if (list.entries.size() >= limits.count)
+            failAsDamaged(archive, "it holds too many entries");
+        Entry entry = nextEntry(archive, directory, list);
+        entry.archive = number;
+        readLocalHeader(archive, place.offset, entry, buffer);
+        targets.read(entry);
+        list.entries.push_back(entry);
+        ++count;
+    }
+    const std::uint64_t mask = place.countIsCut ? zip::kMax16 : ~0ULL;
+    if ((count & mask) != place.count) failAsDamaged(archive, "it holds another number of entries");
+}
+
+}  // namespace quillmoor::ditto

@@ -1,0 +1,20 @@
+// Reads what an archive declares: its central directory, where each entry's data stands, and the
+// targets of its links.
+#pragma once
+
+#include <cstdint>
+
+#include "tools/ditto/entry.h"
+#include "tools/ditto/input_file.h"
+
+namespace quillmoor::ditto {
+
+// Appends the entries of `archive`, the `number`th of several, in the order of its directory.
+// Nothing is judged beyond what reading needs: throws Failure for a file that is no zip archive or
+// a damaged one, for more entries than `limits` allows, and for a directory or link targets of a
+// size that no honest archive has. The target of a link that the judge will refuse anyway may stay
+// unread.
+void readIndex(const InputFile& archive, std::uint16_t number, const Limits& limits,
+               EntryList& list);
+
+}  // namespace quillmoor::ditto

@@ -1,0 +1,50 @@
+// Folders reached from a folder that is open, never through a link and never out of it.
+#pragma once
+
+#include <dirent.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/posix/descriptor.h"
+
+namespace quillmoor::ditto {
+
+using platform::posix::Descriptor;
+
+// The folder that `path`, which a user gave, stands in; "." for a name alone.
+std::string parentPathOf(std::string_view path);
+
+// Opens the folder `path` below `root`; "" is the root itself. Of any length. Throws Failure; a
+// link on the way is one.
+Descriptor openFolderBeneath(int root, std::string_view path);
+
+// Reads what an open folder holds, from its beginning, and closes only itself. Null with errno.
+struct CloseFolder {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+using FolderStream = std::unique_ptr<DIR, CloseFolder>;
+FolderStream streamOf(int folder);
+
+bool isDots(std::string_view name);
+
+// Keeps the folder open that was asked for last, as neighbours mostly follow each other.
+class FolderCache {
+  public:
+    explicit FolderCache(int root) : root_(root) {}
+
+    // Open until the next call.
+    int open(std::string_view path);
+
+  private:
+    int root_;
+    std::string path_;
+    Descriptor folder_;
+};
+
+// Removes all that stands in the folder, whatever its rights and depth, without following links.
+// Throws Failure for the first item that cannot be removed.
+void removeContents(int folder);
+
+}  // namespace quillmoor::ditto

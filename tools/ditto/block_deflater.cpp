@@ -1,0 +1,101 @@
+#include "tools/ditto/block_deflater.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <new>
+#include <system_error>
+
+namespace quillmoor::ditto {
+namespace {
+
+constexpr int kLevel = 6;
+constexpr int kMemoryLevel = 8;
+
+}  // namespace
+
+class BlockDeflater::Deflater {
+  public:
+    Deflater() {
+        if (::deflateInit2(&stream_, kLevel, Z_DEFLATED, -MAX_WBITS, kMemoryLevel,
+                           Z_DEFAULT_STRATEGY) != Z_OK)
+            throw std::bad_alloc();
+    }
+    ~Deflater() { ::deflateEnd(&stream_); }
+    Deflater(const Deflater&) = delete;
+    Deflater& operator=(const Deflater&) = delete;
+
+    void compress(Block& block) {
+        block.crc = static_cast<std::uint32_t>(::crc32_z(0, block.input.data(), block.size));
+        ::deflateReset(&stream_);
+        if (!block.dictionary.empty())
+            ::deflateSetDictionary(&stream_, block.dictionary.data(),
+                                   static_cast<uInt>(block.dictionary.size()));
+        stream_.next_in = block.input.data();
+        stream_.avail_in = static_cast<uInt>(block.size);
+        stream_.next_out = block.output.data();
+        stream_.avail_out = static_cast<uInt>(block.output.size());
+        const int status = ::deflate(&stream_, block.last ? Z_FINISH : Z_SYNC_FLUSH);
+        block.failed = status != (block.last ? Z_STREAM_END : Z_OK) || stream_.avail_out == 0;
+        block.outputSize = block.output.size() - stream_.avail_out;
+    }
+
+  private:
+    z_stream stream_ = {};
+};
+
+BlockDeflater::BlockDeflater(unsigned threads) {
+    while (deflaters_.size() < threads) deflaters_.push_back(std::make_unique<Deflater>());
+    try {
+        for (const auto& deflater : deflaters_)
+            threads_.emplace_back([this, one = deflater.get()] { work(*one); });
+    } catch (const std::system_error&) {
+        // Fewer threads do the work as well; without any there is no work.
+        if (threads_.empty()) throw;
+    }
+}
+
+BlockDeflater::~BlockDeflater() {
+    {
+        const std::lock_guard lock(mutex_);
+        ended_ = true;
+        waiting_.clear();
+    }
+    submitted_.notify_all();
+    for (std::thread& thread : threads_) thread.join();
+}
+
+void BlockDeflater::submit(Block& block) {
+    {
+        const std::lock_guard lock(mutex_);
+        waiting_.push_back(&block);
+    }
+    submitted_.notify_one();
+}
+
+void BlockDeflater::wait(const Block& block) {
+    std::unique_lock lock(mutex_);
+    auto at = finished_.end();
+    done_.wait(lock, [&] {
+        at = std::find(finished_.begin(), finished_.end(), &block);
+        return at != finished_.end();
+    });
+    finished_.erase(at);
+}
+
+void BlockDeflater::work(Deflater& deflater) {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        submitted_.wait(lock, [this] { return ended_ || !waiting_.empty(); });
+        if (ended_) return;
+        Block& block = *waiting_.front();
+        waiting_.pop_front();
+        lock.unlock();
+        deflater.compress(block);
+        lock.lock();
+        finished_.push_back(&block);
+        done_.notify_one();
+    }
+}
+
+}  // namespace quillmoor::ditto

@@ -1,0 +1,66 @@
+// Compresses blocks of files on several threads.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace quillmoor::ditto {
+
+inline constexpr std::size_t kBlockSize = 512U << 10U;
+
+// One block of a file. The blocks of a file, compressed one by one and set end to end, are one
+// deflate stream.
+struct Block {
+    // What does not shrink grows a little.
+    Block() : input(kBlockSize), output(kBlockSize + kBlockSize / 256) {}
+
+    std::vector<unsigned char> input;
+    std::size_t size = 0;                   // of the input
+    std::vector<unsigned char> dictionary;  // the end of the file's previous block
+    bool last = false;                      // of its file
+
+    std::vector<unsigned char> output;
+    std::size_t outputSize = 0;
+    std::uint32_t crc = 0;  // of the input
+    bool failed = false;
+
+    std::string_view compressed() const {
+        return {reinterpret_cast<const char*>(output.data()), outputSize};
+    }
+    std::string_view plain() const { return {reinterpret_cast<const char*>(input.data()), size}; }
+};
+
+// Its threads end with it.
+class BlockDeflater {
+  public:
+    explicit BlockDeflater(unsigned threads);
+    ~BlockDeflater();
+    BlockDeflater(const BlockDeflater&) = delete;
+    BlockDeflater& operator=(const BlockDeflater&) = delete;
+
+    // Blocks are compressed in any order. The caller leaves the block alone until wait() returns.
+    void submit(Block& block);
+    void wait(const Block& block);
+
+  private:
+    class Deflater;
+
+    void work(Deflater& deflater);
+
+    std::mutex mutex_;
+    std::condition_variable submitted_;
+    std::condition_variable done_;
+    std::deque<Block*> waiting_;
+    std::vector<const Block*> finished_;
+    bool ended_ = false;
+    std::vector<std::unique_ptr<Deflater>> deflaters_;
+    std::vector<std::thread> threads_;
+};
+
+}  // namespace quillmoor::ditto

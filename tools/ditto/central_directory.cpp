@@ -1,0 +1,116 @@
+#include "tools/ditto/central_directory.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+
+#include "tools/ditto/failure.h"
+#include "tools/ditto/text.h"
+#include "tools/ditto/zip_format.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+using zip::get16;
+using zip::get32;
+using zip::get64;
+
+constexpr std::size_t kBufferSize = 64U << 10U;
+constexpr std::uint64_t kLargestDirectory = 256ULL << 20U;
+
+// The end record is the last thing in the file: its comment reaches exactly to the file's end.
+struct EndRecord {
+    std::uint64_t offset;
+    std::vector<unsigned char> bytes;
+};
+
+EndRecord findEndRecord(const InputFile& archive) {
+    const std::uint64_t most = zip::kEndSize + zip::kMax16;
+    std::vector<unsigned char> tail(std::min(archive.size(), most));
+    const std::uint64_t start = archive.size() - tail.size();
+    archive.readAt(start, tail);
+    for (std::size_t room = zip::kEndSize; room <= tail.size(); ++room) {
+        const std::size_t at = tail.size() - room;
+        if (get32(&tail[at]) == zip::kEndSignature && get16(&tail[at + 20]) == room - zip::kEndSize)
+            return {start + at, {tail.begin() + static_cast<std::ptrdiff_t>(at), tail.end()}};
+    }
+    throw Failure(quoted(archive.path()) + " is not a zip archive");
+}
+
+// The record for what does not fit into the old one; nothing where the archive has none.
+std::optional<DirectoryPlace> findDirectory64(const InputFile& archive, std::uint64_t endOffset) {
+    if (endOffset < zip::kEnd64LocatorSize + zip::kEnd64Size) return std::nullopt;
+    std::array<unsigned char, zip::kEnd64LocatorSize> locator = {};
+    archive.readAt(endOffset - locator.size(), locator);
+    if (get32(locator.data()) != zip::kEnd64LocatorSignature) return std::nullopt;
+    const std::uint64_t offset = get64(&locator[8]);
+    const std::uint64_t latest = endOffset - zip::kEnd64LocatorSize - zip::kEnd64Size;
+    if (get32(&locator[4]) != 0 || get32(&locator[16]) > 1)
+        failAsDamaged(archive, "it is one of several volumes");
+    if (offset > latest) failAsDamaged(archive, "its end record cannot be found");
+    std::array<unsigned char, zip::kEnd64Size> record = {};
+    archive.readAt(offset, record);
+    if (get32(record.data()) != zip::kEnd64Signature)
+        failAsDamaged(archive, "its end record cannot be found");
+    if (get32(&record[16]) != 0 || get32(&record[20]) != 0 ||
+        get64(&record[24]) != get64(&record[32]))
+        failAsDamaged(archive, "it is one of several volumes");
+    const DirectoryPlace place{get64(&record[48]), get64(&record[40]), get64(&record[32]), false};
+    if (place.offset > offset || place.size != offset - place.offset)
+        failAsDamaged(archive, "its central directory is not where its end record says");
+    return place;
+}
+
+bool agrees(std::uint64_t old, std::uint64_t exact, std::uint64_t full) {
+    return old == exact || old == full;
+}
+
+}  // namespace
+
+DirectoryPlace findDirectory(const InputFile& archive) {
+    const EndRecord end = findEndRecord(archive);
+    const std::uint16_t volume = get16(&end.bytes[4]);
+    const bool volumes = (volume != 0 && volume != zip::kMax16) || get16(&end.bytes[6]) != volume ||
+                         get16(&end.bytes[8]) != get16(&end.bytes[10]);
+    if (volumes) failAsDamaged(archive, "it is one of several volumes");
+    DirectoryPlace place{get32(&end.bytes[16]), get32(&end.bytes[12]), get16(&end.bytes[10]), true};
+    if (const auto place64 = findDirectory64(archive, end.offset)) {
+        if (!agrees(place.offset, place64->offset, zip::kMax32) ||
+            !agrees(place.size, place64->size, zip::kMax32) ||
+            !agrees(place.count, place64->count, zip::kMax16))
+            failAsDamaged(archive, "its two end records disagree");
+        place = *place64;
+    } else if (place.offset > end.offset || place.size != end.offset - place.offset) {
+        failAsDamaged(archive, "its central directory is not where its end record says");
+    }
+    if (place.size > kLargestDirectory)
+        failAsDamaged(archive, "its central directory is too large");
+    return place;
+}
+
+DirectoryReader::DirectoryReader(const InputFile& archive, const DirectoryPlace& place)
+    : archive_(archive), next_(place.offset), end_(place.offset + place.size) {}
+
+std::span<const unsigned char> DirectoryReader::take(std::size_t size) {
+    const std::size_t left = buffer_.size() - position_;
+    if (left < size) {
+        buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(position_));
+        position_ = 0;
+        const std::uint64_t more =
+            std::min<std::uint64_t>(std::max(kBufferSize, size) - left, end_ - next_);
+        if (left + more < size) failAsDamaged(archive_, "its central directory ends too early");
+        buffer_.resize(left + more);
+        archive_.readAt(next_, std::span(buffer_).subspan(left));
+        next_ += more;
+    }
+    const auto taken = std::span<const unsigned char>(buffer_).subspan(position_, size);
+    position_ += size;
+    return taken;
+}
+
+void failAsDamaged(const InputFile& archive, std::string_view what) {
+    throw Failure(quoted(archive.path()) + " cannot be unpacked: " + std::string(what));
+}
+
+}  // namespace quillmoor::ditto

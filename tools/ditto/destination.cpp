@@ -1,0 +1,192 @@
+#include "tools/ditto/destination.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include "base/paths.h"
+#include "tools/ditto/failure.h"
+#include "tools/ditto/text.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+constexpr std::string_view kMark = ".ditto-";
+constexpr int kAttempts = 100;
+
+bool existsAt(int folder, const std::string& name) {
+    struct stat info = {};
+    return ::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+std::string withoutTrailingSlashes(std::string path) {
+    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    return path;
+}
+
+}  // namespace
+
+Destination::Destination(const std::string& path, unsigned umask)
+    : path_(withoutTrailingSlashes(path)), umask_(umask) {
+    try {
+        openParent(path_);
+        makeStage();
+    } catch (...) {
+        rollBack();
+        throw;
+    }
+}
+
+Destination::~Destination() {
+    rollBack();
+}
+
+void Destination::openParent(const std::string& path) {
+    struct stat info = {};
+    if (::stat(path.c_str(), &info) == 0) {
+        if (!S_ISDIR(info.st_mode)) throw Failure(quoted(path) + " is not a folder");
+        exists_ = true;
+        parent_ = Descriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (!parent_) failWithErrno(path, "opened");
+        return;
+    }
+    if (errno != ENOENT) failWithErrno(path, "examined");
+    if (::lstat(path.c_str(), &info) == 0)
+        throw Failure(quoted(path) + " is a link that leads nowhere");
+    name_ = lastPathComponent(path);
+    if (name_ == "." || name_ == "..") failWithError(path, "made", ENOENT);
+    const std::string parent = parentPathOf(path);
+    makeParents(parent);
+    parent_ = Descriptor(::open(parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!parent_) failWithErrno(parent, "opened");
+}
+
+void Destination::makeParents(const std::string& path) {
+    for (std::size_t end = 0; end < path.size();) {
+        end = std::min(path.find('/', end + 1), path.size());
+        const std::string part = path.substr(0, end);
+        if (::mkdir(part.c_str(), 0777 & ~umask_) == 0) {
+            madeFolders_.push_back(part);
+            continue;
+        }
+        const int error = errno;
+        struct stat info = {};
+        if (error != EEXIST && ::stat(part.c_str(), &info) != 0) failWithError(part, "made", error);
+    }
+}
+
+void Destination::makeStage() {
+    const std::string_view name = exists_ ? std::string_view() : std::string_view(name_);
+    for (int attempt = 0; stageName_.empty(); ++attempt) {
+        const std::string tried = temporaryName(name);
+        if (::mkdirat(parent_.get(), tried.c_str(), S_IRWXU) == 0)
+            stageName_ = tried;
+        else if (errno != EEXIST || attempt == kAttempts)
+            failWithErrno(path_, exists_ ? "written to" : "made");
+    }
+    stage_ = Descriptor(::openat(parent_.get(), stageName_.c_str(),
+                                 O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!stage_) failWithErrno(path_, "opened");
+}
+
+FoldCase Destination::foldCase() const {
+    std::string other = stageName_;
+    for (std::size_t i = other.rfind(kMark); i < other.rfind('-'); ++i)
+        if (other[i] >= 'a') other[i] = static_cast<char>(other[i] - 'a' + 'A');
+    return existsAt(parent_.get(), other) ? FoldCase::Yes : FoldCase::No;
+}
+
+void Destination::requireFree(const std::vector<std::string_view>& names) const {
+    if (!exists_) return;
+    for (const std::string_view name : names)
+        if (existsAt(parent_.get(), std::string(name)))
+            throw Failure(quoted(name) + " exists already in " + quoted(path_));
+}
+
+void Destination::commit(const std::vector<std::string_view>& names) {
+    if (exists_) {
+        moveUp(names);
+        committed_ = true;
+        removeStage();
+    } else {
+        if (::fchmod(stage_.get(), 0777 & ~umask_) != 0) failWithErrno(path_, "given its rights");
+        if (!moveWithoutReplacing(parent_.get(), stageName_, parent_.get(), name_))
+            failWithErrno(path_, "made");
+        committed_ = true;
+    }
+}
+
+void Destination::moveUp(const std::vector<std::string_view>& names) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const std::string name(names[i]);
+        if (moveWithoutReplacing(stage_.get(), name, parent_.get(), name)) continue;
+        const int error = errno;
+        while (i-- > 0) {
+            const std::string moved(names[i]);
+            if (!moveWithoutReplacing(parent_.get(), moved, stage_.get(), moved))
+                failWithErrno(moved, "taken back");
+        }
+        failWithError(name, "put in its place", error);
+    }
+}
+
+void Destination::rollBack() noexcept {
+    if (committed_) return;
+    removeStage();
+    while (!madeFolders_.empty()) {
+        ::rmdir(madeFolders_.back().c_str());
+        madeFolders_.pop_back();
+    }
+}
+
+void Destination::removeStage() noexcept {
+    try {
+        if (stage_) removeContents(stage_.get());
+    } catch (const Failure& failure) {
+        std::fprintf(stderr, "ditto: %s\n", failure.what());
+    }
+    if (!stageName_.empty() && ::unlinkat(parent_.get(), stageName_.c_str(), AT_REMOVEDIR) != 0)
+        std::fprintf(stderr, "ditto: %s is left behind\n", printable(stageName_).c_str());
+}
+
+bool moveWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
+                          const std::string& to) {
+    if (::renameat2(fromFolder, from.c_str(), toFolder, to.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    return errno == EINVAL && moveIfFree(fromFolder, from, toFolder, to);
+}
+
+bool moveIfFree(int fromFolder, const std::string& from, int toFolder, const std::string& to) {
+    struct stat info = {};
+    if (::fstatat(fromFolder, from.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return false;
+    if (!S_ISDIR(info.st_mode))
+        return ::linkat(fromFolder, from.c_str(), toFolder, to.c_str(), 0) == 0 &&
+               ::unlinkat(fromFolder, from.c_str(), 0) == 0;
+    if (existsAt(toFolder, to)) {
+        errno = EEXIST;
+        return false;
+    }
+    return ::renameat(fromFolder, from.c_str(), toFolder, to.c_str()) == 0;
+}
+
+std::string temporaryName(std::string_view name) {
+    constexpr std::string_view kAlphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
+    constexpr std::size_t kLongestKept = 200;
+    std::array<unsigned char, 6> random = {};
+    if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
+        failWithErrno(name, "named");
+    std::string result;
+    if (!name.empty()) result = "." + std::string(name.substr(0, kLongestKept));
+    result += kMark;
+    for (const unsigned char byte : random) result += kAlphabet[byte % kAlphabet.size()];
+    return result;
+}
+
+}  // namespace quillmoor::ditto

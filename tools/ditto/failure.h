@@ -1,0 +1,18 @@
+// What ends the tool's work early: a text for people.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace quillmoor::ditto {
+
+class Failure : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// A failed system call: “path” couldn’t be opened: Permission denied
+[[noreturn]] void failWithErrno(std::string_view path, std::string_view what);
+[[noreturn]] void failWithError(std::string_view path, std::string_view what, int error);
+
+}  // namespace quillmoor::ditto

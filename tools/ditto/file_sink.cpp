@@ -1,0 +1,120 @@
+#include "tools/ditto/file_sink.h"
+
+#include <unistd.h>
+#include <zlib.h>
+
+#include <cerrno>
+
+#include "tools/ditto/failure.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+constexpr std::size_t kPieceSize = 256U << 10U;
+
+std::uint32_t addToCrc(std::uint32_t crc, std::span<const unsigned char> bytes) {
+    return static_cast<std::uint32_t>(::crc32_z(crc, bytes.data(), bytes.size()));
+}
+
+}  // namespace
+
+void writeAll(int file, std::span<const unsigned char> bytes, std::string_view name) {
+    while (!bytes.empty()) {
+        const ssize_t put = ::write(file, bytes.data(), bytes.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0) failWithErrno(name, "written");
+        bytes = bytes.subspan(static_cast<std::size_t>(put));
+    }
+}
+
+void writeAllAt(int file, std::uint64_t offset, std::span<const unsigned char> bytes,
+                std::string_view name) {
+    while (!bytes.empty()) {
+        const ssize_t put = ::pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0) failWithErrno(name, "written");
+        offset += static_cast<std::uint64_t>(put);
+        bytes = bytes.subspan(static_cast<std::size_t>(put));
+    }
+}
+
+FileSink::FileSink() : buffer_(kPieceSize) {}
+
+void FileSink::start(int file, std::string_view name) {
+    file_ = file;
+    name_ = name;
+    crc_ = 0;
+}
+
+void FileSink::accept(std::size_t size) {
+    const auto piece = std::span<const unsigned char>(buffer_).first(size);
+    crc_ = addToCrc(crc_, piece);
+    writeAll(file_, piece, name_);
+}
+
+BackgroundSink::BackgroundSink(int file, std::string_view name) : file_(file), name_(name) {
+    for (Piece& piece : pieces_) piece.bytes.resize(kPieceSize);
+    thread_ = std::thread([this] { work(); });
+}
+
+BackgroundSink::~BackgroundSink() {
+    end();
+}
+
+std::span<unsigned char> BackgroundSink::room() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return failure_ || filled_ - written_ < pieces_.size(); });
+    if (failure_) std::rethrow_exception(failure_);
+    return pieces_[filled_ % pieces_.size()].bytes;
+}
+
+void BackgroundSink::accept(std::size_t size) {
+    const std::lock_guard lock(mutex_);
+    pieces_[filled_ % pieces_.size()].size = size;
+    ++filled_;
+    changed_.notify_one();
+}
+
+std::uint32_t BackgroundSink::finish() {
+    end();
+    if (failure_) std::rethrow_exception(failure_);
+    return crc_;
+}
+
+void BackgroundSink::end() {
+    if (!thread_.joinable()) return;
+    {
+        const std::lock_guard lock(mutex_);
+        ended_ = true;
+        changed_.notify_one();
+    }
+    thread_.join();
+}
+
+void BackgroundSink::work() {
+    try {
+        writePieces();
+    } catch (...) {
+        const std::lock_guard lock(mutex_);
+        failure_ = std::current_exception();
+        changed_.notify_one();
+    }
+}
+
+void BackgroundSink::writePieces() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        changed_.wait(lock, [this] { return ended_ || written_ < filled_; });
+        if (written_ == filled_) return;
+        const Piece& piece = pieces_[written_ % pieces_.size()];
+        lock.unlock();
+        const auto bytes = std::span<const unsigned char>(piece.bytes).first(piece.size);
+        crc_ = addToCrc(crc_, bytes);
+        writeAll(file_, bytes, name_);
+        lock.lock();
+        ++written_;
+        changed_.notify_one();
+    }
+}
+
+}  // namespace quillmoor::ditto

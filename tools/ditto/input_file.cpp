@@ -1,0 +1,38 @@
+#include "tools/ditto/input_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "tools/ditto/failure.h"
+#include "tools/ditto/text.h"
+
+namespace quillmoor::ditto {
+
+InputFile::InputFile(std::string path) : path_(std::move(path)) {
+    // Without O_NONBLOCK a FIFO would wait for its writer.
+    file_ = platform::posix::Descriptor(
+        ::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file_) failWithErrno(path_, "opened");
+    struct stat info = {};
+    if (::fstat(file_.get(), &info) != 0) failWithErrno(path_, "examined");
+    if (!S_ISREG(info.st_mode)) throw Failure(quoted(path_) + " is not a file");
+    size_ = static_cast<std::uint64_t>(info.st_size);
+}
+
+void InputFile::readAt(std::uint64_t offset, std::span<unsigned char> bytes) const {
+    while (!bytes.empty()) {
+        const ssize_t got =
+            ::pread(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) failWithErrno(path_, "read");
+        if (got == 0) throw Failure(quoted(path_) + " ends too early");
+        offset += static_cast<std::uint64_t>(got);
+        bytes = bytes.subspan(static_cast<std::size_t>(got));
+    }
+}
+
+}  // namespace quillmoor::ditto

@@ -1,0 +1,52 @@
+#include "tools/ditto/interruption.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+
+namespace quillmoor::ditto {
+namespace {
+
+std::atomic<int> caught{0};
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void remember(int signal) {
+    caught.store(signal, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+void watchForInterruption() {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before = {};
+        ::sigaction(number, nullptr, &before);
+        if (before.sa_handler == SIG_IGN) continue;
+        struct sigaction action = {};
+        action.sa_handler = &remember;
+        action.sa_flags = SA_RESTART;
+        ::sigemptyset(&action.sa_mask);
+        ::sigaction(number, &action, nullptr);
+    }
+    ::signal(SIGXFSZ, SIG_IGN);
+}
+
+int interruptingSignal() {
+    return caught.load(std::memory_order_relaxed);
+}
+
+void throwIfInterrupted() {
+    if (interruptingSignal() != 0) throw Interrupted();
+}
+
+void dieOfSignal(int signal) {
+    ::signal(signal, SIG_DFL);
+    sigset_t only;
+    ::sigemptyset(&only);
+    ::sigaddset(&only, signal);
+    ::sigprocmask(SIG_UNBLOCK, &only, nullptr);
+    ::raise(signal);
+    ::_exit(128 + signal);
+}
+
+}  // namespace quillmoor::ditto

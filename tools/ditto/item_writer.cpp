@@ -1,0 +1,78 @@
+#include "tools/ditto/item_writer.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+
+#include "tools/ditto/failure.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+// The date of last access stays as it is.
+std::array<timespec, 2> datesOf(const Entry& entry) {
+    std::array<timespec, 2> dates = {};
+    dates[0].tv_nsec = UTIME_OMIT;
+    dates[1].tv_sec = entry.modified;
+    return dates;
+}
+
+mode_t modeOf(const Entry* entry, unsigned standard, unsigned umask) {
+    if (entry != nullptr && entry->mode >= 0) return static_cast<mode_t>(entry->mode);
+    return standard & ~umask;
+}
+
+}  // namespace
+
+FileWriter::FileWriter(int root, const std::vector<InputFile>& archives, unsigned umask,
+                       const std::atomic<bool>& stop)
+    : archives_(archives), umask_(umask), folders_(root), reader_(stop) {}
+
+void FileWriter::write(const PlannedItem& file) {
+    const Entry& entry = *file.entry;
+    const int folder = folders_.open(folderOf(file.path));
+    Descriptor output(::openat(folder, std::string(lastNameOf(file.path)).c_str(),
+                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                               modeOf(&entry, 0666, umask_)));
+    if (!output) failWithErrno(file.path, "made");
+    const InputFile& archive = archives_[entry.archive];
+    if (entry.size >= kLargeFile) {
+        BackgroundSink sink(output.get(), file.path);
+        reader_.read(archive, entry, sink);
+    } else {
+        sink_.start(output.get(), file.path);
+        reader_.read(archive, entry, sink_);
+    }
+    if (::futimens(output.get(), datesOf(entry).data()) != 0) failWithErrno(file.path, "dated");
+    // Some file systems tell only now that the disk is full.
+    if (::close(output.release()) != 0) failWithErrno(file.path, "written");
+}
+
+void makeFolder(FolderCache& folders, const PlannedItem& folder) {
+    const int parent = folders.open(folderOf(folder.path));
+    if (::mkdirat(parent, std::string(lastNameOf(folder.path)).c_str(), S_IRWXU) != 0)
+        failWithErrno(folder.path, "made");
+}
+
+void makeLink(FolderCache& folders, const PlannedItem& link) {
+    const int parent = folders.open(folderOf(link.path));
+    const std::string name(lastNameOf(link.path));
+    const std::string target(link.entry->linkTarget);
+    if (::symlinkat(target.c_str(), parent, name.c_str()) != 0) failWithErrno(link.path, "made");
+    const auto dates = datesOf(*link.entry);
+    if (::utimensat(parent, name.c_str(), dates.data(), AT_SYMLINK_NOFOLLOW) != 0)
+        failWithErrno(link.path, "dated");
+}
+
+void finishFolder(int root, const PlannedItem& folder, unsigned umask) {
+    const Descriptor opened = openFolderBeneath(root, folder.path);
+    if (::fchmod(opened.get(), modeOf(folder.entry, 0777, umask)) != 0)
+        failWithErrno(folder.path, "given its rights");
+    if (folder.entry != nullptr && ::futimens(opened.get(), datesOf(*folder.entry).data()) != 0)
+        failWithErrno(folder.path, "dated");
+}
+
+}  // namespace quillmoor::ditto

@@ -1,0 +1,56 @@
+// ditto: packs and unpacks zip archives on systems that have no such tool of their own.
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <string>
+
+#include "tools/ditto/interruption.h"
+#include "tools/ditto/options.h"
+#include "tools/ditto/pack.h"
+#include "tools/ditto/unpack.h"
+
+namespace {
+
+using namespace quillmoor::ditto;  // NOLINT(google-build-using-namespace): the program's own
+
+// Answers whether the text was written.
+bool show(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return std::fflush(stdout) == 0;
+}
+
+int run(const Options& options) {
+    // Rights are given when an item is made; where an archive has none, the caller's mask rules.
+    const unsigned mask = ::umask(0);
+    switch (options.action) {
+        case Action::ShowHelp:
+            return show(usage()) ? EXIT_SUCCESS : EXIT_FAILURE;
+        case Action::ShowVersion:
+            return show("ditto " DITTO_VERSION "\n") ? 0 : 1;
+        case Action::Unpack:
+            unpack(options, mask);
+            break;
+        case Action::Pack:
+            pack(options, mask);
+            break;
+    }
+    return EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    watchForInterruption();
+    try {
+        return run(parseOptions({argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)}));
+    } catch (const Interrupted&) {
+        dieOfSignal(interruptingSignal());
+    } catch (const UsageError& error) {
+        std::fprintf(stderr, "ditto: %s\nTry ditto --help.\n", error.what());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "ditto: %s\n", error.what());
+    }
+    return EXIT_FAILURE;
+}

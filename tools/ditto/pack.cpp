@@ -1,0 +1,217 @@
+#include "tools/ditto/pack.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <deque>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tools/ditto/block_deflater.h"
+#include "tools/ditto/entry_tree.h"
+#include "tools/ditto/failure.h"
+#include "tools/ditto/interruption.h"
+#include "tools/ditto/pending_archive.h"
+#include "tools/ditto/source_tree.h"
+#include "tools/ditto/text.h"
+#include "tools/ditto/zip_format.h"
+#include "tools/ditto/zip_writer.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+constexpr std::size_t kDictionarySize = 32U << 10U;
+// A file of this size may come to 4 GiB while it is packed.
+constexpr std::int64_t kWideFrom = 0xf0000000;
+
+unsigned threadCount() {
+    return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
+}
+
+EntryHeader headerFor(std::string name, const struct stat& info) {
+    return {std::move(name), info.st_mode & (S_IFMT | 0777U), info.st_mtim.tv_sec};
+}
+
+// Reads until the room is full or the file ends.
+std::size_t readFully(int file, std::span<unsigned char> room, const std::string& path) {
+    std::size_t done = 0;
+    while (done < room.size()) {
+        const ssize_t got = ::read(file, room.data() + done, room.size() - done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) failWithErrno(path, "read");
+        if (got == 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
+std::string targetOf(int folder, const std::string& name, const std::string& path) {
+    std::array<char, kLongestName + 1> target = {};
+    const ssize_t size = ::readlinkat(folder, name.c_str(), target.data(), target.size());
+    if (size < 0) failWithErrno(path, "read");
+    return {target.data(), static_cast<std::size_t>(size)};
+}
+
+// Reads the items in their order, has their blocks compressed, and writes them in the same order:
+// a few blocks are under way at any time.
+class Packer {
+  public:
+    Packer(const SourceTree& tree, std::string prefix, bool verbose, ZipWriter& writer)
+        : tree_(tree),
+          prefix_(std::move(prefix)),
+          verbose_(verbose),
+          writer_(writer),
+          folders_(tree.root()),
+          deflater_(threadCount()) {}
+
+    void packAll() {
+        if (!prefix_.empty()) packRoot();
+        for (const SourceItem& item : tree_.items()) {
+            throwIfInterrupted();
+            packItem(item);
+            if (verbose_) std::fputs((printable(item.path) + '\n').c_str(), stderr);
+        }
+        while (!jobs_.empty()) finishOldest();
+    }
+
+  private:
+    // A block of a file, or else a whole folder or link.
+    struct Job {
+        EntryHeader header;  // in a file's first block
+        std::unique_ptr<Block> block;
+        bool first = false;
+        bool wide = false;
+        std::string linkTarget;
+    };
+
+    void packRoot() {
+        struct stat info = {};
+        if (::fstat(tree_.root(), &info) != 0) failWithErrno(prefix_, "examined");
+        writer_.add(headerFor(prefix_, info), zip::kStored, 0, 0, {});
+    }
+
+    void packItem(const SourceItem& item) {
+        const int folder = folders_.open(folderOf(item.path));
+        const std::string name(lastNameOf(item.path));
+        if (item.kind == SourceItem::Kind::File) return packFile(folder, name, item.path);
+        struct stat info = {};
+        if (::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+            failWithErrno(item.path, "examined");
+        Job job;
+        job.header = headerFor(prefix_ + item.path, info);
+        if (item.kind == SourceItem::Kind::Folder)
+            job.header.name += '/';
+        else
+            job.linkTarget = targetOf(folder, name, item.path);
+        jobs_.push_back(std::move(job));
+    }
+
+    void packFile(int folder, const std::string& name, const std::string& path) {
+        // A link is followed only where it is the source itself.
+        const int follow = tree_.isFolder() ? O_NOFOLLOW : 0;
+        const Descriptor file(
+            ::openat(folder, name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | follow));
+        if (!file) failWithErrno(path, "opened");
+        struct stat info = {};
+        if (::fstat(file.get(), &info) != 0) failWithErrno(path, "examined");
+        if (!S_ISREG(info.st_mode)) throw Failure(quoted(path) + " is no file any more");
+        Job job;
+        job.header = headerFor(prefix_ + path, info);
+        job.first = true;
+        job.wide = info.st_size >= kWideFrom;
+        std::vector<unsigned char> dictionary;
+        for (bool last = false; !last; job = Job()) {
+            throwIfInterrupted();
+            job.block = freeBlock();
+            Block& block = *job.block;
+            block.size = readFully(file.get(), block.input, path);
+            block.last = last = block.size < block.input.size();
+            block.dictionary = std::move(dictionary);
+            if (!last) dictionary = {block.input.end() - kDictionarySize, block.input.end()};
+            deflater_.submit(block);
+            jobs_.push_back(std::move(job));
+        }
+    }
+
+    std::unique_ptr<Block> freeBlock() {
+        while (jobs_.size() >= 4 * threadCount()) finishOldest();
+        if (spare_.empty()) return std::make_unique<Block>();
+        auto block = std::move(spare_.back());
+        spare_.pop_back();
+        return block;
+    }
+
+    void finishOldest() {
+        Job job = std::move(jobs_.front());
+        jobs_.pop_front();
+        if (!job.block) return addUncompressed(job);
+        const Block& block = *job.block;
+        deflater_.wait(block);
+        if (block.failed) throw Failure(quoted(job.header.name) + " couldn’t be compressed");
+        if (job.first && block.last) {
+            const bool stored = block.outputSize >= block.size;
+            writer_.add(job.header, stored ? zip::kStored : zip::kDeflated, block.crc, block.size,
+                        stored ? block.plain() : block.compressed());
+        } else {
+            addToLargeFile(job);
+        }
+        spare_.push_back(std::move(job.block));
+    }
+
+    void addUncompressed(const Job& job) {
+        const std::string& text = job.linkTarget;
+        const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+        const auto crc = static_cast<std::uint32_t>(::crc32_z(0, bytes, text.size()));
+        writer_.add(job.header, zip::kStored, crc, text.size(), text);
+    }
+
+    void addToLargeFile(const Job& job) {
+        const Block& block = *job.block;
+        if (job.first) {
+            writer_.begin(job.header, job.wide);
+            crc_ = 0;
+            size_ = 0;
+        }
+        writer_.append(block.compressed());
+        crc_ = static_cast<std::uint32_t>(
+            ::crc32_combine(crc_, block.crc, static_cast<z_off_t>(block.size)));
+        size_ += block.size;
+        if (block.last) writer_.end(crc_, size_);
+    }
+
+    const SourceTree& tree_;
+    const std::string prefix_;  // of every name; ends in a slash
+    const bool verbose_;
+    ZipWriter& writer_;
+    FolderCache folders_;
+    std::deque<Job> jobs_;
+    std::vector<std::unique_ptr<Block>> spare_;
+    std::uint32_t crc_ = 0;  // of the large file under way
+    std::uint64_t size_ = 0;
+    BlockDeflater deflater_;  // ends before the blocks do
+};
+
+}  // namespace
+
+void pack(const Options& options, unsigned umask) {
+    PendingArchive pending(options.destination, umask);
+    const SourceTree tree(options.sources.front(), pending.place());
+    pending.create();
+    ZipWriter writer(pending.file(), options.destination);
+    const bool prefixed = options.keepParent && tree.isFolder() && !tree.name().empty();
+    Packer(tree, prefixed ? tree.name() + '/' : std::string(), options.verbose, writer).packAll();
+    writer.finish();
+    throwIfInterrupted();
+    pending.putInPlace();
+}
+
+}  // namespace quillmoor::ditto

@@ -1,0 +1,111 @@
+#include "tools/ditto/source_tree.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "base/paths.h"
+#include "tools/ditto/entry.h"
+#include "tools/ditto/failure.h"
+#include "tools/ditto/interruption.h"
+#include "tools/ditto/text.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+bool isDots(std::string_view name) {
+    return name == "." || name == "..";
+}
+
+// What the last component really is called: "." and ".." have no name of their own.
+std::string ownName(const std::string& source) {
+    std::string name = lastPathComponent(source);
+    if (isDots(name)) {
+        const std::unique_ptr<char, decltype(&std::free)> real(::realpath(source.c_str(), nullptr),
+                                                               &std::free);
+        if (!real) failWithErrno(source, "examined");
+        name = lastPathComponent(real.get());
+    }
+    return name == "/" ? std::string() : name;
+}
+
+std::vector<std::string> namesIn(int folder, const std::string& path) {
+    const FolderStream stream = streamOf(folder);
+    if (!stream) failWithErrno(path, "listed");
+    std::vector<std::string> names;
+    for (errno = 0; const dirent* item = ::readdir(stream.get()); errno = 0)
+        if (!isDots(item->d_name)) names.emplace_back(item->d_name);
+    if (errno != 0) failWithErrno(path, "listed");
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+SourceItem::Kind kindOf(const struct stat& info, const std::string& path) {
+    if (S_ISDIR(info.st_mode)) return SourceItem::Kind::Folder;
+    if (S_ISLNK(info.st_mode)) return SourceItem::Kind::Link;
+    if (S_ISREG(info.st_mode)) return SourceItem::Kind::File;
+    throw Failure(quoted(path) + " is neither a file nor a folder nor a link");
+}
+
+}  // namespace
+
+SourceTree::SourceTree(const std::string& source, Place archive) : archive_(std::move(archive)) {
+    struct stat info = {};
+    if (::stat(source.c_str(), &info) != 0) failWithErrno(source, "opened");
+    name_ = ownName(source);
+    isFolder_ = S_ISDIR(info.st_mode);
+    const std::string folder = isFolder_ ? source : parentPathOf(source);
+    const int flags = isFolder_ ? O_RDONLY : O_PATH;
+    root_ = Descriptor(::open(folder.c_str(), flags | O_DIRECTORY | O_CLOEXEC));
+    if (!root_) failWithErrno(folder, "opened");
+    if (isFolder_) {
+        list("");
+    } else if (!S_ISREG(info.st_mode)) {
+        throw Failure(quoted(source) + " is neither a file nor a folder");
+    } else if (name_ == archive_.name && isArchivesFolder(root_.get())) {
+        throw Failure(quoted(source) + " cannot be packed into itself");
+    } else {
+        items_.push_back({name_, SourceItem::Kind::File});
+    }
+}
+
+void SourceTree::list(const std::string& folder) {
+    throwIfInterrupted();
+    for (SourceItem& item : itemsIn(folder)) {
+        const bool deeper = item.kind == SourceItem::Kind::Folder;
+        items_.push_back(std::move(item));
+        if (deeper) list(std::string(items_.back().path));
+    }
+}
+
+// The folder is closed again before the walk goes deeper.
+std::vector<SourceItem> SourceTree::itemsIn(const std::string& path) const {
+    const Descriptor folder = openFolderBeneath(root_.get(), path);
+    const bool holdsArchive = isArchivesFolder(folder.get());
+    std::vector<SourceItem> items;
+    for (const std::string& name : namesIn(folder.get(), path)) {
+        if (holdsArchive && name == archive_.name) continue;
+        struct stat info = {};
+        std::string itsPath = path.empty() ? name : path + '/' + name;
+        if (::fstatat(folder.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+            failWithErrno(itsPath, "examined");
+        if (itsPath.size() >= kLongestName)
+            throw Failure(quoted(itsPath) + ": its name is too long");
+        const SourceItem::Kind kind = kindOf(info, itsPath);
+        items.push_back({std::move(itsPath), kind});
+    }
+    return items;
+}
+
+bool SourceTree::isArchivesFolder(int folder) const {
+    struct stat info = {};
+    return ::fstat(folder, &info) == 0 && info.st_dev == archive_.device &&
+           info.st_ino == archive_.folder;
+}
+
+}  // namespace quillmoor::ditto

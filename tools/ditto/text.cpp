@@ -1,0 +1,82 @@
+#include "tools/ditto/text.h"
+
+#include <utf8proc.h>
+
+#include <array>
+#include <cstdlib>
+#include <memory>
+
+namespace quillmoor::ditto {
+namespace {
+
+// The character at the front of `bytes`: its length, or 0 if it is no UTF-8.
+std::size_t characterAt(std::string_view bytes, utf8proc_int32_t& code) {
+    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
+                                         static_cast<utf8proc_ssize_t>(bytes.size()), &code);
+    return length > 0 ? static_cast<std::size_t>(length) : 0;
+}
+
+bool steersTerminal(utf8proc_int32_t code) {
+    return code < 0x20 || (code >= 0x7f && code < 0xa0) || (code >= 0x202a && code <= 0x202e) ||
+           (code >= 0x2066 && code <= 0x2069);
+}
+
+void appendEscaped(std::string& out, std::string_view bytes) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        out += {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 15U]};
+    }
+}
+
+std::string foldedAscii(std::string_view name) {
+    std::string folded(name);
+    for (char& c : folded)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return folded;
+}
+
+}  // namespace
+
+std::string printable(std::string_view bytes) {
+    std::string out;
+    while (!bytes.empty()) {
+        utf8proc_int32_t code = 0;
+        const std::size_t length = characterAt(bytes, code);
+        const std::string_view character = bytes.substr(0, length == 0 ? 1 : length);
+        if (length == 0 || code == '\\' || steersTerminal(code))
+            appendEscaped(out, character);
+        else
+            out += character;
+        bytes.remove_prefix(character.size());
+    }
+    return out;
+}
+
+std::string quoted(std::string_view bytes) {
+    return "“" + printable(bytes) + "”";
+}
+
+bool isUtf8(std::string_view bytes) {
+    while (!bytes.empty()) {
+        utf8proc_int32_t code = 0;
+        const std::size_t length = characterAt(bytes, code);
+        if (length == 0) return false;
+        bytes.remove_prefix(length);
+    }
+    return true;
+}
+
+std::string foldedCase(std::string_view name) {
+    utf8proc_uint8_t* mapped = nullptr;
+    const auto length =
+        utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(name.data()),
+                     static_cast<utf8proc_ssize_t>(name.size()), &mapped,
+                     static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE |
+                                                    UTF8PROC_CASEFOLD | UTF8PROC_IGNORE));
+    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(mapped, &std::free);
+    if (length < 0) return foldedAscii(name);
+    return {reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(length)};
+}
+
+}  // namespace quillmoor::ditto

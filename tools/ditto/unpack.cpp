@@ -1,0 +1,179 @@
+#include "tools/ditto/unpack.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tools/ditto/archive_index.h"
+#include "tools/ditto/archive_judge.h"
+#include "tools/ditto/destination.h"
+#include "tools/ditto/failure.h"
+#include "tools/ditto/interruption.h"
+#include "tools/ditto/item_writer.h"
+#include "tools/ditto/text.h"
+#include "tools/ditto/unpack_plan.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+constexpr std::size_t kMostArchives = 0xffff;
+
+void announce(std::string_view path) {
+    std::fputs((printable(path) + '\n').c_str(), stderr);
+}
+
+unsigned threadCount() {
+    return std::clamp(std::thread::hardware_concurrency(), 2U, 4U);
+}
+
+// Shares the files out among threads, one file at a time, and ends all of them at the first
+// failure.
+class FileTeam {
+  public:
+    FileTeam(int root, const std::vector<InputFile>& archives,
+             const std::vector<PlannedItem>& files, unsigned umask, bool verbose)
+        : root_(root), archives_(archives), files_(files), umask_(umask), verbose_(verbose) {}
+
+    void writeAllFiles() {
+        std::vector<std::thread> others;
+        const auto count = std::min<std::size_t>(threadCount(), files_.size());
+        try {
+            while (others.size() + 1 < count) others.emplace_back([this] { work(); });
+        } catch (const std::system_error&) {
+            // Fewer threads do the work as well.
+        }
+        work();
+        for (std::thread& other : others) other.join();
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+  private:
+    void work() {
+        try {
+            FileWriter writer(root_, archives_, umask_, stop_);
+            for (std::size_t i = next_++; i < files_.size(); i = next_++) {
+                throwIfInterrupted();
+                if (stop_) return;
+                writer.write(files_[i]);
+                if (verbose_) announce(files_[i].path);
+            }
+        } catch (const Stopped&) {
+            // Another thread has the failure.
+        } catch (...) {
+            const std::lock_guard lock(mutex_);
+            if (!failure_) failure_ = std::current_exception();
+            stop_ = true;
+        }
+    }
+
+    const int root_;
+    const std::vector<InputFile>& archives_;
+    const std::vector<PlannedItem>& files_;
+    const unsigned umask_;
+    const bool verbose_;
+    std::atomic<std::size_t> next_{0};
+    std::atomic<bool> stop_{false};
+    std::mutex mutex_;
+    std::exception_ptr failure_;
+};
+
+class Unpacking {
+  public:
+    Unpacking(const Options& options, unsigned umask) : options_(options), umask_(umask) {}
+
+    void run() {
+        readArchives();
+        refuse(judgeEntries(list_.entries, limits_));
+        std::optional<EntryTree> tree(std::in_place, list_.entries, FoldCase::No);
+        refuse(judgeTree(*tree, limits_));
+        Destination destination(options_.destination, umask_);
+        if (destination.foldCase() == FoldCase::Yes) {
+            tree.emplace(list_.entries, FoldCase::Yes);
+            refuse(judgeTree(*tree, limits_));
+        }
+        const UnpackPlan plan = makePlan(*tree);
+        destination.requireFree(plan.topNames);
+        write(plan, destination);
+        throwIfInterrupted();
+        destination.commit(plan.topNames);
+        finishTopFolders(plan, destination);
+        if (plan.leftOut > 0)
+            std::fprintf(stderr, "ditto: note: %zu AppleDouble entries (__MACOSX) are left out\n",
+                         plan.leftOut);
+    }
+
+  private:
+    void readArchives() {
+        if (options_.sources.size() > kMostArchives) throw Failure("too many archives");
+        archives_.reserve(options_.sources.size());
+        for (const std::string& source : options_.sources) {
+            archives_.emplace_back(source);
+            readIndex(archives_.back(), static_cast<std::uint16_t>(archives_.size() - 1), limits_,
+                      list_);
+        }
+    }
+
+    void refuse(const std::optional<Refusal>& refusal) const {
+        if (!refusal) return;
+        if (refusal->entry != nullptr)
+            failAtEntry(archives_[refusal->entry->archive].path(), refusal->entry->name,
+                        refusal->reason);
+        throw Failure(printable(options_.sources.front()) + ": " + refusal->reason);
+    }
+
+    // Links come after the files, so that no file can be written through one.
+    void write(const UnpackPlan& plan, const Destination& destination) const {
+        FolderCache folders(destination.stage());
+        for (const PlannedItem& folder : plan.folders) {
+            throwIfInterrupted();
+            makeFolder(folders, folder);
+            if (options_.verbose) announce(folder.path);
+        }
+        FileTeam(destination.stage(), archives_, plan.files, umask_, options_.verbose)
+            .writeAllFiles();
+        for (const PlannedItem& link : plan.links) {
+            throwIfInterrupted();
+            makeLink(folders, link);
+            if (options_.verbose) announce(link.path);
+        }
+        for (auto folder = plan.folders.rbegin(); folder != plan.folders.rend(); ++folder) {
+            throwIfInterrupted();
+            if (!waitsForMove(*folder, destination))
+                finishFolder(destination.stage(), *folder, umask_);
+        }
+    }
+
+    // A folder without the right to write cannot be moved into another one.
+    static bool waitsForMove(const PlannedItem& folder, const Destination& destination) {
+        return destination.exists() && folderOf(folder.path).empty() && folder.entry != nullptr &&
+               folder.entry->mode >= 0 && (folder.entry->mode & S_IWUSR) == 0;
+    }
+
+    void finishTopFolders(const UnpackPlan& plan, const Destination& destination) const {
+        for (const PlannedItem& folder : plan.folders)
+            if (waitsForMove(folder, destination))
+                finishFolder(destination.folder(), folder, umask_);
+    }
+
+    const Options& options_;
+    const unsigned umask_;
+    const Limits limits_{options_.maxSize};
+    std::vector<InputFile> archives_;
+    EntryList list_;
+};
+
+}  // namespace
+
+void unpack(const Options& options, unsigned umask) {
+    Unpacking(options, umask).run();
+}
+
+}  // namespace quillmoor::ditto

@@ -1,0 +1,87 @@
+#include "tools/ditto/unpack_plan.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "tools/ditto/archive_judge.h"
+
+namespace quillmoor::ditto {
+namespace {
+
+constexpr std::string_view kMacFolder = "__MACOSX";
+
+// The folder of AppleDouble entries is left out with them, unless it holds something else too.
+bool leavesMacFolderOut(const EntryTree& tree) {
+    bool anyDouble = false;
+    for (const EntryTree::Node& node : tree.nodes()) {
+        if (!isInside(node.path, kMacFolder) || node.entry->kind == Entry::Kind::Folder) continue;
+        if (!isAppleDouble(node.path)) return false;
+        anyDouble = true;
+    }
+    return anyDouble;
+}
+
+class Planner {
+  public:
+    explicit Planner(const EntryTree& tree)
+        : tree_(tree), withoutMacFolder_(leavesMacFolderOut(tree)) {}
+
+    UnpackPlan plan() {
+        for (const EntryTree::Node& node : tree_.nodes()) place(node);
+        std::sort(plan_.files.begin(), plan_.files.end(), unpacksBefore);
+        return std::move(plan_);
+    }
+
+  private:
+    void place(const EntryTree::Node& node) {
+        const bool folder = node.entry->kind == Entry::Kind::Folder;
+        const bool inMacFolder = node.path == kMacFolder || isInside(node.path, kMacFolder);
+        if (!folder && isAppleDouble(node.path)) {
+            ++plan_.leftOut;
+            return;
+        }
+        if (folder && inMacFolder && withoutMacFolder_) return;
+        addFolders(folderOf(node.path));
+        if (folder) {
+            addFolders(node.path);
+            plan_.folders.back().entry = node.entry;
+            return;
+        }
+        if (folderOf(node.path).empty()) plan_.topNames.push_back(node.path);
+        auto& items = node.entry->kind == Entry::Kind::Link ? plan_.links : plan_.files;
+        items.push_back({node.path, node.entry});
+    }
+
+    // Adds `path` and what it stands in, as far as they are not there. The tree's order makes the
+    // folder added last the only one to compare with.
+    void addFolders(std::string_view path) {
+        const std::string_view last =
+            plan_.folders.empty() ? std::string_view() : plan_.folders.back().path;
+        std::size_t end = commonFolders(last, path);
+        while (end < path.size()) {
+            end = std::min(path.find('/', end + 1), path.size());
+            plan_.folders.push_back({path.substr(0, end), nullptr});
+            if (path.find('/') >= end) plan_.topNames.push_back(path.substr(0, end));
+        }
+    }
+
+    static bool unpacksBefore(const PlannedItem& a, const PlannedItem& b) {
+        const auto key = [](const PlannedItem& item) {
+            const std::uint64_t large = item.entry->size >= kLargeFile ? item.entry->size : 0;
+            return std::tuple(~large, item.entry->archive, item.entry->dataOffset);
+        };
+        return key(a) < key(b);
+    }
+
+    const EntryTree& tree_;
+    const bool withoutMacFolder_;
+    UnpackPlan plan_;
+};
+
+}  // namespace
+
+UnpackPlan makePlan(const EntryTree& tree) {
+    return Planner(tree).plan();
+}
+
+}  // namespace quillmoor::ditto
