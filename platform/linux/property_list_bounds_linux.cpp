@@ -40,7 +40,9 @@ std::optional<std::string_view> takeTag(std::string_view& text) {
 }  // namespace
 
 bool isModestXML(std::string_view text) {
-    if (std::count(text.begin(), text.end(), '&') > kMostReferences) return false;
+    if (text.find('\0') != std::string_view::npos ||
+        std::count(text.begin(), text.end(), '&') > kMostReferences)
+        return false;
     std::vector<std::string_view> open;
     for (;;) {
         text.remove_prefix(std::min(text.find('<'), text.size()));
@@ -76,7 +78,7 @@ constexpr std::size_t kTrailer = 32;
 
 // What parsing may cost, in bytes: each object some, and what it holds.
 constexpr std::uint64_t kCostOfObject = 32;
-constexpr std::uint64_t kHighestCost = std::uint64_t{32} << 20;
+constexpr std::uint64_t kHighestCost = std::uint64_t{16} << 20;
 
 // Measures the binary form, each object once.
 class BinaryMeasure {
@@ -138,6 +140,27 @@ class BinaryMeasure {
         return kind == 0xA || kind == 0xB || kind == 0xC ? 1 : 0;
     }
 
+    // The object that the table gives for `index`, which lies within it.
+    std::optional<Object> objectWith(std::uint64_t index) const {
+        const auto entry = static_cast<std::size_t>(table_ + index * offsetSize_);
+        const std::optional<Object> object = objectAt(numberAt(entry, offsetSize_));
+        return object && object->count <= table_ ? object : std::nullopt;
+    }
+
+    // A string without a NUL: at any other key the parser gives up the whole process.
+    bool isKey(std::uint64_t index) const {
+        if (index >= extents_.size()) return false;
+        const std::optional<Object> object = objectWith(index);
+        if (!object || object->kind < 0x5 || object->kind > 0x7) return false;
+        const std::size_t unit = object->kind == 0x6 ? 2 : 1;
+        if (object->count > (table_ - object->contents) / unit) return false;
+        for (std::uint64_t i = 0; i < object->count; ++i) {
+            const auto at = object->contents + static_cast<std::size_t>(i) * unit;
+            if (numberAt(at, unit) == 0) return false;
+        }
+        return true;
+    }
+
     // An object that contains itself would be without end; its depth tells.
     std::optional<Extent> extentOf(std::uint64_t index, int depth) {
         if (index >= extents_.size()) return std::nullopt;
@@ -153,18 +176,19 @@ class BinaryMeasure {
     // Recursive with extentOf, but never deeper than kDeepestPropertyList.
     std::optional<Extent> measure(std::uint64_t index, int depth) {
         if (depth >= kDeepestPropertyList) return std::nullopt;
-        const std::size_t entry = static_cast<std::size_t>(table_ + index * offsetSize_);
-        const std::optional<Object> object = objectAt(numberAt(entry, offsetSize_));
-        if (!object || object->count > bytes_.size()) return std::nullopt;
+        const std::optional<Object> object = objectWith(index);
+        if (!object) return std::nullopt;
         const std::uint64_t references = object->count * referencesPerElement(object->kind);
         Extent extent{1, kCostOfObject + (references == 0 ? object->count * 2 : 0)};
         if (references > (table_ - object->contents) / referenceSize_) return std::nullopt;
         for (std::uint64_t i = 0; i < references; ++i) {
             const std::size_t at = object->contents + static_cast<std::size_t>(i) * referenceSize_;
-            const std::optional<Extent> part = extentOf(numberAt(at, referenceSize_), depth + 1);
-            if (!part) return std::nullopt;
-            extent.height = std::max(extent.height, part->height + 1);
-            extent.cost += part->cost;
+            const std::uint64_t part = numberAt(at, referenceSize_);
+            if (object->kind == 0xD && i < object->count && !isKey(part)) return std::nullopt;
+            const std::optional<Extent> inner = extentOf(part, depth + 1);
+            if (!inner) return std::nullopt;
+            extent.height = std::max(extent.height, inner->height + 1);
+            extent.cost += inner->cost;
             if (extent.cost > kHighestCost) return std::nullopt;
         }
         return extent;

@@ -1,0 +1,44 @@
+# What an installation holds: the library with its headers and its package for find_package, the
+# host, the project's own ditto, and the installer's bundle.
+include(CMakePackageConfigHelpers)
+
+set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/quillmoor-kx")
+
+# Headers include each other from the project's root; users write <quillmoor/log/KXLog.h>.
+target_include_directories(kx INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+
+# The headers are C++20.
+target_compile_features(kx INTERFACE cxx_std_20)
+
+# Our warnings are ours: whoever uses the library chooses his own.
+get_target_property(compile_options kx_options INTERFACE_COMPILE_OPTIONS)
+set_property(TARGET kx_options PROPERTY
+    INTERFACE_COMPILE_OPTIONS "$<BUILD_INTERFACE:${compile_options}>")
+
+install(TARGETS kx kx_options EXPORT quillmoor-kx
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT quillmoor-kx NAMESPACE quillmoor:: DESTINATION ${package_folder}
+    FILE quillmoor-kx-targets.cmake)
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/quillmoor-kx-config.cmake.in"
+    "${CMAKE_BINARY_DIR}/quillmoor-kx-config.cmake" INSTALL_DESTINATION ${package_folder})
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/quillmoor-kx-config-version.cmake"
+    COMPATIBILITY SameMinorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/quillmoor-kx-config.cmake"
+    "${CMAKE_BINARY_DIR}/quillmoor-kx-config-version.cmake" DESTINATION ${package_folder})
+
+# The back-ends below platform/ and what belongs to one system stay inside.
+foreach(floor base platform paths log task auth files)
+    file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${floor}/*.h")
+    list(FILTER headers EXCLUDE REGEX "_(linux|macos|posix)\\.h$")
+    install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillmoor/${floor})
+endforeach()
+
+if(TARGET ditto)
+    install(TARGETS ditto RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quillmoor)
+endif()
+if(TARGET versioncheck_plugin)
+    install(DIRECTORY "${CMAKE_BINARY_DIR}/VersionCheck.bundle" USE_SOURCE_PERMISSIONS
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/quillmoor)
+    install(FILES "${CMAKE_BINARY_DIR}/InstallerSections.plist"
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/quillmoor)
+endif()

@@ -1,0 +1,13 @@
+// Asks the system what it is, prints the answer and keeps it in the log.
+#include <quillmoor/log/KXLog.h>
+#include <quillmoor/task/KXTaskEx.h>
+
+using namespace quillmoor;
+
+int main() {
+    KXLog::createNewLog();
+    const auto system = KXTaskEx::stringFromTask("/bin/uname", StringList{"-srm"});
+    KXLog::appendLogAndPrint("Running on %@", system);
+    KXLog::finishWriting();
+    return system ? 0 : 1;
+}

@@ -1,0 +1,72 @@
+#include "examples/tallyframe-uninstaller/display_text.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/format.h"
+#include "base/utf8.h"
+
+namespace quillmoor::tallyframe {
+namespace {
+
+struct Range {
+    char32_t first;
+    char32_t last;
+};
+
+// Control characters, and those of Unicode's format characters that a path could hide behind.
+constexpr std::array<Range, 14> kHidden{{{0x00, 0x1F},
+                                         {0x7F, 0x9F},
+                                         {0xAD, 0xAD},
+                                         {0x034F, 0x034F},
+                                         {0x061C, 0x061C},
+                                         {0x115F, 0x1160},
+                                         {0x180B, 0x180F},
+                                         {0x200B, 0x200F},
+                                         {0x2028, 0x202E},
+                                         {0x2060, 0x206F},
+                                         {0x3164, 0x3164},
+                                         {0xFEFF, 0xFEFF},
+                                         {0xFFF0, 0xFFFB},
+                                         {0xE0000, 0xE0FFF}}};
+
+bool isHidden(char32_t codePoint) {
+    return std::any_of(kHidden.begin(), kHidden.end(), [=](const Range& range) {
+        return codePoint >= range.first && codePoint <= range.last;
+    });
+}
+
+std::string escaped(char32_t codePoint) {
+    switch (codePoint) {
+        case U'\n':
+            return "\\n";
+        case U'\r':
+            return "\\r";
+        case U'\t':
+            return "\\t";
+        default:
+            return formatted("\\u{%X}", static_cast<unsigned>(codePoint));
+    }
+}
+
+}  // namespace
+
+std::string displayText(std::string_view path) {
+    std::string out;
+    for (std::size_t i = 0; i < path.size();) {
+        const Utf8Character character = utf8CharacterAt(path, i);
+        if (!character.valid) {
+            out += formatted("\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(path[i])));
+        } else if (isHidden(character.codePoint)) {
+            out += escaped(character.codePoint);
+        } else if (character.codePoint == U'\\') {
+            out += "\\\\";
+        } else {
+            out += path.substr(i, character.bytes);
+        }
+        i += character.bytes;
+    }
+    return out;
+}
+
+}  // namespace quillmoor::tallyframe

@@ -1,0 +1,48 @@
+#include "examples/tallyframe/tally_store.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <algorithm>
+
+#include "base/paths.h"
+#include "paths/KXLocalPaths.h"
+
+namespace quillmoor::tallyframe {
+
+QString counterFile() {
+    const OptionalPath file = appendPathComponent(
+        KXLocalPaths::appSupportDirectory(UserDomain::Yes), "Tallyframe/Counters.json");
+    return file ? QFile::decodeName(file->c_str()) : QString();
+}
+
+Counters readCounters(const QString& file, const QString& defaults) {
+    QFile source(QFileInfo::exists(file) ? file : defaults);
+    Counters counters;
+    if (!source.open(QIODevice::ReadOnly)) return counters;
+    for (const auto& value : QJsonDocument::fromJson(source.readAll()).array()) {
+        if (!value.isObject()) continue;
+        const QJsonObject object = value.toObject();
+        counters.push_back({object[QLatin1String("name")].toString(),
+                            std::max(object[QLatin1String("value")].toInt(), 0)});
+    }
+    return counters;
+}
+
+bool writeCounters(const QString& file, const Counters& counters) {
+    if (file.isEmpty() || !QDir().mkpath(QFileInfo(file).path())) return false;
+    QJsonArray array;
+    for (const Counter& counter : counters)
+        array.append(QJsonObject{{QStringLiteral("name"), counter.name},
+                                 {QStringLiteral("value"), counter.value}});
+    QSaveFile target(file);
+    const QByteArray text = QJsonDocument(array).toJson();
+    return target.open(QIODevice::WriteOnly) && target.write(text) == text.size() &&
+           target.commit();
+}
+
+}  // namespace quillmoor::tallyframe

@@ -1,0 +1,141 @@
+#include "examples/tallyframe/tally_window.h"
+
+#include <QHBoxLayout>
+#include <QLocale>
+#include <QScrollArea>
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+#include "examples/look/look.h"
+
+namespace quillmoor::tallyframe {
+namespace {
+
+constexpr int kMost = 999999;
+
+QPushButton* newButton(QWidget* parent, const QString& sign, const char* look) {
+    auto* button = new QPushButton(sign, parent);
+    button->setProperty("look", QString::fromLatin1(look));
+    return button;
+}
+
+void describe(QWidget* widget, const QString& text) {
+    widget->setAccessibleName(text);
+    widget->setToolTip(text);
+}
+
+}  // namespace
+
+TallyWindow::TallyWindow(QString file, Counters counters)
+    : file_(std::move(file)),
+      counters_(std::move(counters)),
+      rows_(new QVBoxLayout),
+      status_(newLabel(this, "body")) {
+    setWindowTitle(tr("Tallyframe"));
+    auto* list = new QWidget;
+    list->setLayout(rows_);
+    rows_->setContentsMargins(0, 0, 0, 0);
+    rows_->setSpacing(10);
+    auto* scroll = new QScrollArea(this);
+    scroll->setWidget(list);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+
+    auto* add = new QPushButton(tr("&Add Counter"), this);
+    connect(add, &QPushButton::clicked, this, [this] {
+        counters_.push_back({tr("New counter"), 0});
+        rebuild();
+        save();
+    });
+    auto* foot = new QHBoxLayout;
+    foot->addWidget(status_, 1);
+    foot->addWidget(add);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(24, 22, 24, 20);
+    layout->setSpacing(16);
+    QLabel* heading = newLabel(this, "title");
+    heading->setText(tr("Tallyframe"));
+    layout->addWidget(heading);
+    layout->addWidget(scroll, 1);
+    layout->addLayout(foot);
+    resize(460, 430);
+    rebuild();
+}
+
+void TallyWindow::rebuild() {
+    while (QLayoutItem* old = rows_->takeAt(0)) {
+        if (old->widget() != nullptr) old->widget()->deleteLater();
+        delete old;
+    }
+    for (std::size_t i = 0; i < counters_.size(); ++i) addRow(i);
+    rows_->addStretch();
+    showTotal();
+}
+
+void TallyWindow::showTotal() {
+    const auto total =
+        std::accumulate(counters_.begin(), counters_.end(), 0LL,
+                        [](long long sum, const Counter& counter) { return sum + counter.value; });
+    status_->setText(tr("%1 in all").arg(QLocale().toString(total)));
+}
+
+void TallyWindow::addRow(std::size_t index) {
+    QFrame* card = newCard(this);
+    const Row parts{new QLineEdit(counters_[index].name, card),
+                    newButton(card, QStringLiteral("−"), "round"), newLabel(card, "title"),
+                    newButton(card, QStringLiteral("+"), "round"),
+                    newButton(card, QStringLiteral("✕"), "quiet")};
+    parts.count->setAlignment(Qt::AlignCenter);
+    parts.count->setMinimumWidth(96);
+    auto* row = new QHBoxLayout(card);
+    row->setContentsMargins(10, 10, 10, 10);
+    row->addWidget(parts.name, 1);
+    for (QWidget* widget : {static_cast<QWidget*>(parts.less), static_cast<QWidget*>(parts.count),
+                            static_cast<QWidget*>(parts.more), static_cast<QWidget*>(parts.remove)})
+        row->addWidget(widget);
+    rows_->addWidget(card);
+    showRow(index, parts);
+    connectRow(index, parts);
+}
+
+void TallyWindow::showRow(std::size_t index, const Row& row) {
+    const auto& [name, value] = counters_[index];
+    row.count->setText(QLocale().toString(value));
+    row.count->setAccessibleName(tr("%1: %2").arg(name).arg(value));
+    row.less->setEnabled(value > 0);
+    row.more->setEnabled(value < kMost);
+    row.name->setAccessibleName(tr("Name of the counter"));
+    describe(row.less, tr("One less: %1").arg(name));
+    describe(row.more, tr("One more: %1").arg(name));
+    describe(row.remove, tr("Remove %1").arg(name));
+}
+
+void TallyWindow::connectRow(std::size_t index, const Row& row) {
+    const auto changeBy = [this, index, row](int step) {
+        int& value = counters_[index].value;
+        value = std::clamp(value + step, 0, kMost);
+        showRow(index, row);
+        save();
+    };
+    connect(row.less, &QPushButton::clicked, this, [=] { changeBy(-1); });
+    connect(row.more, &QPushButton::clicked, this, [=] { changeBy(1); });
+    connect(row.name, &QLineEdit::textEdited, this, [this, index, row](const QString& text) {
+        counters_[index].name = text;
+        showRow(index, row);
+        save();
+    });
+    connect(row.remove, &QPushButton::clicked, this, [this, index] {
+        counters_.erase(counters_.begin() + static_cast<std::ptrdiff_t>(index));
+        rebuild();
+        save();
+    });
+}
+
+void TallyWindow::save() {
+    if (writeCounters(file_, counters_)) return showTotal();
+    status_->setText(tr("The counters could not be saved."));
+}
+
+}  // namespace quillmoor::tallyframe

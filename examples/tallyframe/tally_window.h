@@ -1,0 +1,42 @@
+// A frame of counters.
+#pragma once
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <QWidget>
+
+#include "examples/tallyframe/tally_store.h"
+
+namespace quillmoor::tallyframe {
+
+class TallyWindow : public QWidget {
+    Q_OBJECT
+  public:
+    // Every change is written to `file` at once.
+    TallyWindow(QString file, Counters counters);
+
+  private:
+    struct Row {
+        QLineEdit* name;
+        QPushButton* less;
+        QLabel* count;
+        QPushButton* more;
+        QPushButton* remove;
+    };
+
+    void rebuild();
+    void addRow(std::size_t index);
+    void showRow(std::size_t index, const Row& row);
+    void connectRow(std::size_t index, const Row& row);
+    void showTotal();
+    void save();
+
+    QString file_;
+    Counters counters_;
+    QVBoxLayout* rows_;
+    QLabel* status_;
+};
+
+}  // namespace quillmoor::tallyframe

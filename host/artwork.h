@@ -1,0 +1,31 @@
+// The window's pictures, drawn from shapes, so that they are sharp at every scale.
+#pragma once
+
+#include <QIcon>
+#include <QPainter>
+#include <QWidget>
+
+namespace quillmoor::host {
+
+// Each fills the square `box`.
+void paintPackage(QPainter& painter, const QRectF& box, const QPalette& palette);
+void paintTick(QPainter& painter, const QRectF& box, const QColor& disc, const QColor& tick);
+void paintWarning(QPainter& painter, const QRectF& box, const QColor& colour, const QColor& mark);
+
+// A picture that tells nothing that is not also said in words; screen readers pass it over.
+class Artwork : public QWidget {
+  public:
+    enum class Picture { Package, Tick, Warning };
+    Artwork(Picture picture, int side, QWidget* parent = nullptr);
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    Picture picture_;
+};
+
+// The package for window lists.
+QIcon packageIcon(const QPalette& palette);
+
+}  // namespace quillmoor::host

@@ -1,0 +1,186 @@
+#include "host/host_application.h"
+
+#include <QApplication>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "host/appearance.h"
+#include "host/artwork.h"
+#include "host/files.h"
+#include "host/font_warmup.h"
+#include "host/host_services.h"
+#include "host/host_style.h"
+#include "host/installer_controller.h"
+#include "host/load_error.h"
+#include "host/quit_signals.h"
+#include "host/script.h"
+#include "host/script_runner.h"
+#include "host/section_plan.h"
+#include "host/text.h"
+#include "host/transcript.h"
+#include "host/translations.h"
+
+namespace quillmoor::host {
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kWrongUse = 2;
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+void say(const std::string& text) {
+    const std::string line = "installer-host: " + onOneLine(text) + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+// Where nobody could see a window it is drawn in memory, unless the user chose otherwise.
+enum class Screen { Display, OffScreen };
+Screen chooseScreen() {
+    if (isSet("QT_QPA_PLATFORM"))
+        return std::string_view(std::getenv("QT_QPA_PLATFORM")).starts_with("offscreen")
+                   ? Screen::OffScreen
+                   : Screen::Display;
+    if (isSet("DISPLAY") || isSet("WAYLAND_DISPLAY")) return Screen::Display;
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    say("there is no display; the window is drawn off screen");
+    return Screen::OffScreen;
+}
+
+// The toolkit says on every run off screen that it has no window manager to talk to and no folder
+// for run-time files; both are as they should be.
+void dropIdleRemarks(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (text.contains(QLatin1String("propagateSizeHints")) ||
+        text.contains(QLatin1String("XDG_RUNTIME_DIR not set")))
+        return;
+    say(bytesOf(qFormatLogMessage(type, context, text)));
+}
+
+Transcript openTranscript(const std::string& path) {
+    return path.empty() ? Transcript() : Transcript(path);
+}
+
+std::vector<ScriptStep> readScript(const std::string& path) {
+    return parseScript(readWholeFile(path));
+}
+
+InstallerController::Setting settingFor(const Options& options, const QStringList& languages,
+                                        Screen screen) {
+    InstallerController::Setting setting;
+    setting.product = shown(onOneLine(options.product));
+    setting.languages = languages;
+    setting.window.appearance = options.appearance;
+    setting.window.confirm = screen == Screen::Display && options.script.empty()
+                                 ? InstallerWindow::Confirm::Yes
+                                 : InstallerWindow::Confirm::No;
+    return setting;
+}
+
+std::vector<PlannedSection> planFor(const Options& options) {
+    return options.plugins.empty() ? planForBundles(options.bundles)
+                                   : planForFolder(options.plugins);
+}
+
+// Everything that lives while the window does.
+class Session {
+  public:
+    Session(const Options& options, const QStringList& languages, Screen screen,
+            std::vector<ScriptStep> steps, Transcript& transcript)
+        : options_(options),
+          screen_(screen),
+          controller_(planFor(options), settingFor(options, languages, screen), transcript) {
+        if (!options.script.empty())
+            runner_ = std::make_unique<ScriptRunner>(
+                std::move(steps), ScriptRunner::Setting{options.script, options.pictures},
+                controller_, transcript, [this](auto outcome) { scriptFinished(outcome); });
+    }
+
+    int run(FontWarmup& fonts) {
+        controller_.start();
+        InstallerWindow& window = controller_.window();
+        if (options_.quitAfterEnter) controller_.continueToPlugin();
+        window.onFirstPaint = [this] { painted(); };
+        fonts.finish();
+        controller_.showWindow();
+        if (runner_) runner_->start();
+        QApplication::exec();
+        const bool failed = scriptFailed_ || (options_.strict && controller_.hasProblems());
+        return failed ? kFailed : 0;
+    }
+
+  private:
+    void painted() {
+        InstallerWindow& window = controller_.window();
+        if (options_.quitAfterEnter) return window.closeNow();
+        if (screen_ == Screen::Display) window.setWindowIcon(packageIcon(window.palette()));
+    }
+
+    void scriptFinished(ScriptRunner::Outcome outcome) {
+        scriptFailed_ = outcome == ScriptRunner::Outcome::Failed;
+        if (outcome != ScriptRunner::Outcome::AtEnd || screen_ == Screen::OffScreen)
+            controller_.window().closeNow();
+    }
+
+    const Options& options_;
+    Screen screen_;
+    InstallerController controller_;
+    std::unique_ptr<ScriptRunner> runner_;
+    bool scriptFailed_ = false;
+};
+
+int runInToolkit(const Options& options, Screen screen, std::vector<ScriptStep> steps,
+                 Transcript& transcript) {
+    FontWarmup fonts;
+    QApplication::setStyle(new HostStyle);
+    int argc = 1;
+    std::string name = "installer-host";
+    std::array<char*, 2> argv{name.data(), nullptr};
+    QApplication application(argc, argv.data());
+    QApplication::setFont(applicationFont(QApplication::font()));
+    const Languages languages(shown(options.language));
+    quitOnSignals();
+
+    HostServices& services = HostServices::shared();
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &application,
+                     [&services] { services.terminate(); });
+    Session session(options, languages.preferred(), screen, std::move(steps), transcript);
+    const int status = session.run(fonts);
+    services.terminate();
+    return status;
+}
+
+}  // namespace
+
+int runHost(const Options& options) {
+    const Screen screen = chooseScreen();
+    if (screen == Screen::OffScreen) {
+        qInstallMessageHandler(dropIdleRemarks);
+        if (options.script.empty() && !options.quitAfterEnter) {
+            say("nobody can use a window that is off screen; --script FILE drives it");
+            return kWrongUse;
+        }
+    }
+    std::optional<Transcript> transcript;
+    std::vector<ScriptStep> steps;
+    std::string_view opening = options.transcript;
+    try {
+        transcript = openTranscript(options.transcript);
+        opening = options.script;
+        if (!options.script.empty()) steps = readScript(options.script);
+    } catch (const LoadError& error) {
+        say(std::string(opening) + ":" + error.what());
+        return kWrongUse;
+    }
+    const int status = runInToolkit(options, screen, std::move(steps), *transcript);
+    if (!transcript->incomplete()) return status;
+    say("the transcript " + inQuotes(options.transcript) + " could not be written completely");
+    return kFailed;
+}
+
+}  // namespace quillmoor::host

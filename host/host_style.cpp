@@ -1,0 +1,117 @@
+#include "host/host_style.h"
+
+#include <QPainter>
+#include <QPushButton>
+#include <QStyleFactory>
+#include <QStyleOptionButton>
+
+#include "host/appearance.h"
+#include "host/shapes.h"
+
+namespace quillmoor::host {
+namespace {
+
+constexpr int kRadius = 7;
+constexpr int kRing = HostStyle::kFocusRoom;
+constexpr int kPaddingAcross = 18;
+constexpr int kPaddingDown = 8;
+constexpr int kLeastWidth = 104;
+
+using State = QStyle::StateFlag;
+
+bool isDefault(const QStyleOptionButton& button) {
+    return (button.features & QStyleOptionButton::DefaultButton) != 0;
+}
+
+// Towards white on dark grounds and towards black on light ones, in hundredths.
+QColor moved(const QColor& colour, const QPalette& palette, int hundredths) {
+    return isDark(palette) ? colour.lighter(100 + hundredths) : colour.darker(100 + hundredths);
+}
+
+struct ButtonColours {
+    QColor fill;
+    QColor edge;
+    QColor text;
+};
+
+ButtonColours coloursOf(const QStyleOptionButton& button) {
+    const QPalette& palette = button.palette;
+    const bool enabled = (button.state & State::State_Enabled) != 0;
+    if (!enabled)
+        return {palette.color(QPalette::Window), palette.color(QPalette::Mid),
+                palette.color(QPalette::Disabled, QPalette::ButtonText)};
+
+    const bool main = isDefault(button);
+    QColor fill = palette.color(main ? QPalette::Highlight : QPalette::Base);
+    if ((button.state & State::State_Sunken) != 0) {
+        fill = main ? fill.darker(122) : moved(fill, palette, 12);
+    } else if ((button.state & State::State_MouseOver) != 0) {
+        fill = main ? fill.darker(110) : moved(fill, palette, 5);
+    }
+    return {fill, main ? fill : palette.color(QPalette::Dark),
+            palette.color(main ? QPalette::HighlightedText : QPalette::ButtonText)};
+}
+
+// A ring with a gap between it and the button's shape.
+void drawFocusRing(QPainter& painter, const QRect& shape, const QPalette& palette) {
+    const QColor accent = palette.color(QPalette::Highlight);
+    const QColor ring = isDark(palette) ? accent.lighter(150) : accent;
+    fillRounded(painter, shape.adjusted(-3, -3, 3, 3), kRadius + 3, ring);
+    fillRounded(painter, shape.adjusted(-1, -1, 1, 1), kRadius + 1,
+                palette.color(QPalette::Window));
+}
+
+void drawShape(QPainter& painter, const QStyleOptionButton& button, const ButtonColours& colours) {
+    const QRect shape = button.rect.adjusted(kRing, kRing, -kRing, -kRing);
+    if ((button.state & State::State_HasFocus) != 0) drawFocusRing(painter, shape, button.palette);
+    fillRoundedWithEdge(painter, shape, kRadius, colours.fill, colours.edge);
+}
+
+}  // namespace
+
+HostStyle::HostStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
+
+void HostStyle::polish(QWidget* widget) {
+    QProxyStyle::polish(widget);
+    if (qobject_cast<QPushButton*>(widget) != nullptr) widget->setAttribute(Qt::WA_Hover);
+}
+
+void HostStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                            const QWidget* widget) const {
+    const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (element != CE_PushButton || button == nullptr)
+        return QProxyStyle::drawControl(element, option, painter, widget);
+    const ButtonColours colours = coloursOf(*button);
+    drawShape(*painter, *button, colours);
+    QStyleOptionButton label(*button);
+    label.palette.setColor(QPalette::ButtonText, colours.text);
+    QProxyStyle::drawControl(CE_PushButtonLabel, &label, painter, widget);
+}
+
+QSize HostStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
+                                  const QWidget* widget) const {
+    if (type != CT_PushButton) return QProxyStyle::sizeFromContents(type, option, size, widget);
+    const int width = std::max(size.width() + 2 * kPaddingAcross, kLeastWidth);
+    return {width + 2 * kRing, size.height() + 2 * (kPaddingDown + kRing)};
+}
+
+QRect HostStyle::subElementRect(SubElement element, const QStyleOption* option,
+                                const QWidget* widget) const {
+    if (element == SE_PushButtonLayoutItem)
+        return option->rect.adjusted(kRing, kRing, -kRing, -kRing);
+    return QProxyStyle::subElementRect(element, option, widget);
+}
+
+int HostStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                         QStyleHintReturn* data) const {
+    if (hint == SH_UnderlineShortcut) return mnemonicsShown_ ? 1 : 0;
+    return QProxyStyle::styleHint(hint, option, widget, data);
+}
+
+void HostStyle::setMnemonicsShown(bool areShown, QWidget& window) {
+    if (mnemonicsShown_ == areShown) return;
+    mnemonicsShown_ = areShown;
+    for (QPushButton* button : window.findChildren<QPushButton*>()) button->update();
+}
+
+}  // namespace quillmoor::host

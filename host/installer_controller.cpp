@@ -1,0 +1,173 @@
+#include "host/installer_controller.h"
+
+#include <algorithm>
+
+#include "host/load_error.h"
+#include "host/text.h"
+
+namespace quillmoor::host {
+
+using Kind = PlannedSection::Kind;
+
+InstallerController::InstallerController(const std::vector<PlannedSection>& plan,
+                                         const Setting& setting, Transcript& transcript)
+    : transcript_(transcript), sections_(plan.size()), hasPage_(plan.size()) {
+    loadBundles(plan, setting.languages);
+    const ProductName product = ProductName::of(productName(setting.product));
+    fillInOwn(plan, product);
+    makeWindow(product, setting.window);
+    sequence_ = std::make_unique<PaneSequence>(panes(), static_cast<SequenceObserver&>(*this));
+}
+
+// The widgets go before the panes that hold controls for them.
+InstallerController::~InstallerController() {
+    window_.reset();
+}
+
+void InstallerController::loadBundles(const std::vector<PlannedSection>& plan,
+                                      const QStringList& languages) {
+    for (std::size_t i = 0; i < plan.size(); ++i) sections_[i] = loadOne(plan[i], languages);
+}
+
+std::unique_ptr<Section> InstallerController::loadOne(const PlannedSection& planned,
+                                                      const QStringList& languages) {
+    if (planned.kind == Kind::Problem) return problem(planned.subject, planned.reason);
+    if (planned.kind != Kind::Bundle) return nullptr;
+    try {
+        return loadBundle(planned.subject,
+                          {languages, transcript_, [this](PluginPane& pane, Direction direction) {
+                               paneWishes(pane, direction);
+                           }});
+    } catch (const LoadError& error) {
+        return problem(planned.subject, error.what());
+    }
+}
+
+std::unique_ptr<Section> InstallerController::problem(const std::string& subject,
+                                                      const std::string& reason) {
+    transcript_.problem(inQuotes(subject) + " cannot be loaded: " + reason);
+    return makeProblemSection(subject, reason);
+}
+
+void InstallerController::fillInOwn(const std::vector<PlannedSection>& plan,
+                                    const ProductName& product) {
+    for (std::size_t i = 0; i < plan.size(); ++i) {
+        if (plan[i].kind == Kind::Introduction) sections_[i] = makeIntroduction(product);
+        if (plan[i].kind == Kind::Summary) sections_[i] = makeSummary(product);
+    }
+}
+
+QString InstallerController::productName(const QString& wish) const {
+    if (!wish.isEmpty()) return wish;
+    for (const auto& section : sections_)
+        if (const auto* pane = dynamic_cast<const PluginPane*>(section.get()))
+            if (!pane->productName().empty()) return shown(pane->productName());
+    return {};
+}
+
+std::vector<SequencedPane*> InstallerController::panes() const {
+    std::vector<SequencedPane*> panes;
+    for (const auto& section : sections_) panes.push_back(section.get());
+    return panes;
+}
+
+void InstallerController::makeWindow(const ProductName& product,
+                                     const InstallerWindow::Setting& setting) {
+    std::vector<StepList::Step> steps;
+    std::string names;
+    for (std::size_t i = 0; i < sections_.size(); ++i) {
+        steps.push_back({sections_[i]->title(), sections_[i]->isProblem()});
+        names += (i > 0 ? ", " : "") + nameOfPane(i);
+    }
+    transcript_.write("sections", names);
+    window_ = std::make_unique<InstallerWindow>(product, steps, setting);
+    window_->onContinue = [this] { userContinues(); };
+    window_->onGoBack = [this] { userGoesBack(); };
+    for (std::size_t i = 0; i < sections_.size(); ++i)
+        if (sections_[i]->isPlugin()) ensurePage(i);
+}
+
+void InstallerController::ensurePage(std::size_t pane) {
+    if (hasPage_[pane]) return;
+    hasPage_[pane] = true;
+    window_->setPage(pane, sections_[pane]->takeWidget());
+}
+
+void InstallerController::start() {
+    sequence_->start();
+}
+
+void InstallerController::showWindow() {
+    showCurrent();
+    window_->show();
+}
+
+void InstallerController::showCurrent() {
+    ensurePage(shown_);
+    window_->showStep(shown_);
+}
+
+void InstallerController::userContinues() {
+    sequence_->userGoes(Direction::Forward);
+}
+
+void InstallerController::userGoesBack() {
+    sequence_->userGoes(Direction::Backward);
+}
+
+void InstallerController::continueToPlugin() {
+    while (!pluginEntered_) {
+        const auto before = sequence_->current();
+        userContinues();
+        if (sequence_->current() == before) return;
+    }
+}
+
+void InstallerController::paneWishes(const PluginPane& pane, Direction direction) {
+    if (!sequence_) return;
+    const auto found = std::ranges::find_if(
+        sections_, [&pane](const auto& section) { return section.get() == &pane; });
+    sequence_->paneGoes(static_cast<std::size_t>(found - sections_.begin()), direction);
+}
+
+QString InstallerController::shownTitle() const {
+    return sections_[shown_]->title();
+}
+
+bool InstallerController::hasProblems() const {
+    return std::ranges::any_of(sections_, [](const auto& each) { return each->isProblem(); });
+}
+
+std::string InstallerController::nameOfPane(std::size_t pane) const {
+    return inQuotes(bytesOf(sections_[pane]->title()));
+}
+
+void InstallerController::paneReached(std::size_t pane, Direction direction) {
+    pluginEntered_ = pluginEntered_ || sections_[pane]->isPlugin();
+    transcript_.write("entered", nameOfPane(pane) + " " + nameOf(direction));
+}
+
+void InstallerController::panePassedOver(std::size_t pane, Direction direction) {
+    transcript_.write("passed over", nameOfPane(pane) + " " + nameOf(direction));
+}
+
+void InstallerController::paneSettled(std::size_t pane) {
+    shown_ = pane;
+    if (window_->isVisible()) showCurrent();
+    transcript_.write("on screen", nameOfPane(pane));
+}
+
+void InstallerController::paneKept(std::size_t pane, Direction direction) {
+    transcript_.write("kept", nameOfPane(pane) + " may not be left " + nameOf(direction));
+}
+
+void InstallerController::nothingBeyond(std::size_t pane, Direction direction) {
+    transcript_.write("nothing beyond", nameOfPane(pane) + " " + nameOf(direction));
+}
+
+void InstallerController::panesCircle(std::size_t pane, Direction direction) {
+    transcript_.problem("the panes keep passing one another over; " + nameOfPane(pane) +
+                        " stays instead of going " + nameOf(direction));
+}
+
+}  // namespace quillmoor::host

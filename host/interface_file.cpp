@@ -1,0 +1,91 @@
+#include "host/interface_file.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QUiLoader>
+#include <filesystem>
+
+#include "host/files.h"
+#include "host/load_error.h"
+#include "host/text.h"
+#include "host/text_label.h"
+
+namespace quillmoor::host {
+namespace {
+
+bool isThere(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::exists(path, error);
+}
+
+// The loader would open every Designer plug-in of the system; interface files use Qt's own widgets.
+class WithoutDesignerPlugins {
+  public:
+    WithoutDesignerPlugins() : paths_(QCoreApplication::libraryPaths()) {
+        QCoreApplication::setLibraryPaths({});
+    }
+    ~WithoutDesignerPlugins() { QCoreApplication::setLibraryPaths(paths_); }
+    WithoutDesignerPlugins(const WithoutDesignerPlugins&) = delete;
+    WithoutDesignerPlugins& operator=(const WithoutDesignerPlugins&) = delete;
+
+  private:
+    QStringList paths_;
+};
+
+// Makes the host's own labels, which are labels like any other, only faster.
+class Loader : public QUiLoader {
+  public:
+    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
+        if (className != QLatin1String("QLabel"))
+            return QUiLoader::createWidget(className, parent, name);
+        auto* label = new TextLabel(parent);
+        label->setObjectName(name);
+        return label;
+    }
+};
+
+std::unique_ptr<QWidget> parsed(const std::string& contents, const std::string& folder) {
+    const WithoutDesignerPlugins faster;
+    Loader loader;
+    loader.setWorkingDirectory(QDir(QFile::decodeName(folder.c_str())));
+    loader.setLanguageChangeEnabled(false);
+    QBuffer buffer;
+    buffer.setData(contents.data(), static_cast<int>(contents.size()));
+    buffer.open(QIODevice::ReadOnly);
+    std::unique_ptr<QWidget> widget(loader.load(&buffer));
+    if (!widget) throw LoadError(bytesOf(loader.errorString().trimmed()));
+    return widget;
+}
+
+}  // namespace
+
+std::string findInterfaceFile(const BundleInfo& info, const QStringList& languages) {
+    const std::string resources = "Contents/Resources/";
+    const std::string name = info.interfaceFile + ".ui";
+    for (const QString& language : languages) {
+        for (const QString& each : {language, language.section('-', 0, 0)}) {
+            const std::string file = resources + bytesOf(each) + ".lproj/" + name;
+            if (isThere(info.inBundle(file))) return file;
+        }
+    }
+    if (isThere(info.inBundle(resources + name))) return resources + name;
+    throw LoadError("it has no interface file " + inQuotes(resources + name));
+}
+
+Interface loadInterface(const BundleInfo& info, const std::string& fileInBundle) {
+    Interface result;
+    try {
+        result.widget = parsed(readWholeFile(info.inBundle(fileInBundle)), info.path);
+    } catch (const LoadError& error) {
+        throw LoadError(fileInBundle + " cannot be read: " + error.what());
+    }
+    result.paneClass = bytesOf(result.widget->property("paneClass").toString());
+    if (result.paneClass.empty())
+        throw LoadError(fileInBundle +
+                        " names no pane class: its topmost widget needs a property “paneClass”");
+    return result;
+}
+
+}  // namespace quillmoor::host

@@ -1,0 +1,14 @@
+// Why something could not be loaded.
+#pragma once
+
+#include <stdexcept>
+
+namespace quillmoor::host {
+
+// In words for the person who sees it, without a final stop. Never leaves the host.
+class LoadError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace quillmoor::host

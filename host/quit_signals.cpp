@@ -1,0 +1,41 @@
+#include "host/quit_signals.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <array>
+#include <cerrno>
+#include <csignal>
+
+namespace quillmoor::host {
+namespace {
+
+// A signal becomes a byte, and the byte an event. The descriptors stay open until the process ends.
+std::array<int, 2> wake{-1, -1};
+
+void passOn(int) {
+    const int before = errno;
+    const char byte = 0;
+    [[maybe_unused]] const auto written = ::write(wake[1], &byte, 1);
+    errno = before;
+}
+
+}  // namespace
+
+void quitOnSignals() {
+    if (::pipe2(wake.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
+    auto* notifier =
+        new QSocketNotifier(wake[0], QSocketNotifier::Read, QCoreApplication::instance());
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [notifier] {
+        notifier->setEnabled(false);
+        QCoreApplication::quit();
+    });
+    struct sigaction action {};
+    action.sa_handler = passOn;
+    action.sa_flags = SA_RESTART;
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ::sigaction(signal, &action, nullptr);
+}
+
+}  // namespace quillmoor::host

@@ -1,0 +1,30 @@
+#include "host/translations.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QLocale>
+
+namespace quillmoor::host {
+
+Languages::Languages(const QString& wish) {
+    const QLocale locale = wish.isEmpty() ? QLocale() : QLocale(wish);
+    if (wish.isEmpty())
+        preferred_ = QLocale::system().uiLanguages();
+    else
+        preferred_.append(QString(wish).replace('_', '-'));
+    if (locale.textDirection() == Qt::RightToLeft)
+        QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    translate();
+}
+
+void Languages::translate() {
+    for (const QString& language : preferred_) {
+        const QString plain = language.section('-', 0, 0);
+        if (plain == QLatin1String("en") || plain == QLatin1String("C")) return;
+        if (!translator_.load(QStringLiteral(":/i18n/installer-host_") + plain)) continue;
+        QCoreApplication::installTranslator(&translator_);
+        return;
+    }
+}
+
+}  // namespace quillmoor::host

@@ -1,0 +1,37 @@
+#!/bin/sh
+# Installs into the build tree, then builds and runs the program that uses the installed library.
+# install_test.sh CMAKE GENERATOR COMPILER BUILD-FOLDER SOURCE-FOLDER
+set -eu
+cmake=$1 generator=$2 compiler=$3 build=$4 source=$5
+work=$build/install-test
+rm -rf "$work"
+mkdir "$work"
+home=$(mktemp -d)
+trap 'rm -rf "$home"' EXIT
+[ "$(id -u)" -ne 0 ] || chown 65534:65534 "$home"
+fail() {
+    echo "install_test: $1" >&2
+    exit 1
+}
+
+"$cmake" --install "$build" --prefix "$work/installed" >"$work/install.txt"
+[ -z "$(find "$work/installed/include" -name '*_posix.h' -o -name '*_linux.h')" ] ||
+    fail "a back-end's header is installed"
+
+"$cmake" -S "$source/examples/library-user" -B "$work/build" -G "$generator" \
+    -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$work/installed" \
+    -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >"$work/configure.txt"
+"$cmake" --build "$work/build" >"$work/build.txt" || { cat "$work/build.txt"; exit 1; }
+! grep -q -e -Werror "$work/build/compile_commands.json" || fail "our warnings reach the user"
+
+# Every installed header stands on its own floor's headers alone.
+(cd "$work/installed/include/quillmoor" && find . -name '*.h' | sort |
+    sed 's|^\./\(.*\)|#include <quillmoor/\1>|') >"$work/all_headers.cpp"
+"$compiler" -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I"$work/installed/include" \
+    -I"$work/installed/include/quillmoor" "$work/all_headers.cpp"
+
+# As an ordinary user, for the super-user's log is the machine's.
+said=$(HOME=$home "$source/scripts/as-user" "$work/build/library-user")
+[ "$said" = "Running on $(uname -srm)" ] || fail "the program said: $said"
+grep -q " - Running on $(uname -s) " "$home/Library/Logs/Quillmoor/library-user.1.log" ||
+    fail "nothing stands in the log"

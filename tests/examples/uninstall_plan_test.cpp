@@ -1,0 +1,149 @@
+#include "examples/tallyframe-uninstaller/uninstall_plan.h"
+
+#include <gtest/gtest.h>
+
+#include "base/format.h"
+#include "log/KXLog.h"
+#include "tests/support/forwarding.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor::tallyframe {
+namespace {
+
+using test::TempFolder;
+
+// Answers for one identifier, and recycles into a list; names in `refused` stay.
+class FakeWorkspace : public test::ForwardingWorkspace {
+  public:
+    OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
+        return identifier == "com.quillmoor.tallyframe" ? application : std::nullopt;
+    }
+    bool recycle(const std::string& source, const OptionalPath& destination,
+                 const StringList& names) override {
+        for (const std::string& name : names)
+            recycled.push_back(formatted("%@|%@|%@", source, name, destination));
+        return names.front() != refused;
+    }
+
+    OptionalPath application;
+    std::string refused;
+    StringList recycled;
+};
+
+class FakeLocations : public test::ForwardingLocations {
+  public:
+    explicit FakeLocations(std::string home) : home_(std::move(home)) {}
+    StringList searchPaths(platform::SearchPathDirectory directory,
+                           platform::SearchPathDomainMask) override {
+        const std::string library = home_ + "/Library";
+        return {directory == platform::SearchPathDirectory::ApplicationSupport
+                    ? library + "/Application Support"
+                    : library};
+    }
+    std::string homeDirectory() override { return home_; }
+    OptionalPath homeDirectoryForUser(const OptionalString&) override { return home_; }
+
+  private:
+    std::string home_;
+};
+
+// An ordinary user's home, whoever runs the test.
+class FakeProcessInfo : public test::ForwardingProcessInfo {
+  public:
+    unsigned realUserId() override { return 501; }
+};
+
+class UninstallPlan : public ::testing::Test {
+  protected:
+    UninstallPlan() {
+        system_->workspace = &workspace_;
+        system_->locations = &locations_;
+        system_->processInfo = &processInfo_;
+    }
+
+    std::string makeSupportFolder() const {
+        return home_.makeFolder("Library/Application Support/Tallyframe");
+    }
+
+    TempFolder home_;
+    FakeWorkspace workspace_;
+    FakeLocations locations_{home_.path()};
+    FakeProcessInfo processInfo_;
+    test::ScopedPlatform system_;
+};
+
+TEST_F(UninstallPlan, WithoutTheProductNothingIsFound) {
+    EXPECT_TRUE(findItems().empty());
+}
+
+TEST_F(UninstallPlan, TheApplicationIsFoundWhereverItIs) {
+    workspace_.application = "/opt/Tallyframe.app";
+    const auto items = findItems();
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items[0].kind, Item::Kind::Application);
+    EXPECT_EQ(items[0].path, "/opt/Tallyframe.app");
+}
+
+TEST_F(UninstallPlan, TheSupportFolderIsFoundWithoutTheApplication) {
+    const std::string folder = makeSupportFolder();
+    const auto items = findItems();
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items[0].kind, Item::Kind::SupportFolder);
+    EXPECT_EQ(items[0].path, folder);
+}
+
+TEST_F(UninstallPlan, AFileInThePlaceOfTheSupportFolderIsLeftAlone) {
+    home_.writeFile("Library/Application Support/Tallyframe", "somebody else's");
+    EXPECT_TRUE(findItems().empty());
+}
+
+TEST_F(UninstallPlan, EachItemGoesToTheUsersTrashByItself) {
+    workspace_.application = "/opt/T/-Tally\nframe.app/";
+    const std::string folder = makeSupportFolder();
+    const auto reports = moveToTrash(findItems());
+    const std::string trash = home_ / ".Trash";
+    EXPECT_EQ(workspace_.recycled,
+              (StringList{"/opt/T|-Tally\nframe.app|" + trash,
+                          home_ / "Library/Application Support" + "|Tallyframe|" + trash}));
+    ASSERT_EQ(reports.size(), 2U);
+    EXPECT_EQ(reports[0].fate, Fate::Moved);
+    EXPECT_EQ(reports[1].fate, Fate::Moved);
+    EXPECT_TRUE(allGone(reports));
+}
+
+TEST_F(UninstallPlan, AnItemThatCannotBeMovedDoesNotHoldUpTheOthers) {
+    workspace_.application = home_.makeFolder("Applications/Tallyframe.app");
+    workspace_.refused = "Tallyframe.app";
+    makeSupportFolder();
+    const auto reports = moveToTrash(findItems());
+    ASSERT_EQ(reports.size(), 2U);
+    EXPECT_EQ(reports[0].fate, Fate::NotMoved);
+    EXPECT_EQ(reports[0].item.path, *workspace_.application);
+    EXPECT_EQ(reports[1].fate, Fate::Moved);
+    EXPECT_FALSE(allGone(reports));
+}
+
+TEST_F(UninstallPlan, AnItemThatVanishedMeanwhileIsNotLeftOver) {
+    workspace_.application = home_ / "Applications/Tallyframe.app";
+    workspace_.refused = "Tallyframe.app";
+    const auto reports = moveToTrash(findItems());
+    ASSERT_EQ(reports.size(), 1U);
+    EXPECT_EQ(reports[0].fate, Fate::Missing);
+    EXPECT_TRUE(allGone(reports));
+}
+
+TEST_F(UninstallPlan, WhatBecameOfAnItemIsLoggedOnOneLine) {
+    home_.makeFolder("Library/Logs/Quillmoor");
+    KXLog::createNewLog("Plan");
+    workspace_.application = "/opt/Tally\nframe.app";
+    (void)moveToTrash(findItems());
+    KXLog::finishWriting();
+    const StringList logs = KXLog::availableLogs();
+    ASSERT_EQ(logs.size(), 1U);
+    const std::string text = test::readFile(logs[0]);
+    EXPECT_NE(text.find(" - Moved to the Trash: /opt/Tally\\nframe.app\n"), std::string::npos)
+        << text;
+}
+
+}  // namespace
+}  // namespace quillmoor::tallyframe

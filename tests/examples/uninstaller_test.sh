@@ -1,0 +1,70 @@
+#!/bin/sh
+# Runs the uninstaller with nobody at the screen, against a product in a home of its own.
+# uninstaller_test.sh FOLDER-OF-THE-APPLICATIONS
+set -eu
+apps=$1
+uninstaller="$apps/Tallyframe Uninstaller.app/Contents/Linux/Tallyframe Uninstaller"
+HOME=$(mktemp -d)
+trap 'chmod -R u+w "$HOME"; rm -rf "$HOME"' EXIT
+export HOME TMPDIR="$HOME/tmp" XDG_RUNTIME_DIR="$HOME/run"
+unset DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM XDG_DATA_HOME XDG_DATA_DIRS
+# The toolkit's own libraries keep what they once made.
+export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0"
+mkdir -m 700 "$TMPDIR" "$XDG_RUNTIME_DIR"
+pictures=$HOME/pictures
+app=$HOME/Applications/Tallyframe.app
+support="$HOME/Library/Application Support/Tallyframe"
+trash=$HOME/.local/share/Trash/files
+log="$HOME/Library/Logs/Quillmoor/Tallyframe Uninstaller.1.log"
+
+fail() {
+    echo "uninstaller_test: $1" >&2
+    exit 1
+}
+install_product() {
+    mkdir -p "$HOME/Applications" "$support" "$pictures"
+    cp -a "$apps/Tallyframe.app" "$HOME/Applications/"
+    echo '[]' >"$support/Counters.json"
+}
+remove() {
+    status=0
+    TALLYFRAME_UNINSTALLER_ANSWER=remove TALLYFRAME_UNINSTALLER_PICTURES=$pictures \
+        timeout 60 "$uninstaller" || status=$?
+}
+has_picture() { [ -s "$pictures/uninstaller-$1.png" ] || fail "no picture of the $1"; }
+
+# Nobody could answer: told, and not waited for.
+install_product
+status=0
+timeout 60 "$uninstaller" 2>"$TMPDIR/errors" || status=$?
+[ $status -eq 1 ] || fail "unseen: status $status"
+grep -q "nobody could answer" "$TMPDIR/errors" || fail "unseen: says nothing"
+[ -d "$app" ] && [ -d "$support" ] || fail "unseen: something was moved"
+
+# What is found goes to the Trash, links as links.
+remove
+[ $status -eq 0 ] || fail "removal: status $status"
+[ ! -e "$app" ] && [ ! -e "$support" ] || fail "removal: something is left"
+[ -x "$trash/Tallyframe.app/Contents/Linux/Tallyframe" ] || fail "removal: no application in Trash"
+[ "$(readlink "$trash/Tallyframe.app/Contents/Resources/Counters.json")" = "First Counters.json" ] ||
+    fail "removal: the link is not in the Trash"
+[ -f "$trash/Tallyframe/Counters.json" ] || fail "removal: no counters in the Trash"
+[ "$(grep -c ' - Moved to the Trash: ' "$log")" -eq 2 ] || fail "removal: not logged"
+has_picture question
+has_picture report
+
+# Then there is nothing to ask.
+rm "$pictures"/*
+remove
+[ $status -eq 0 ] || fail "nothing there: status $status"
+[ ! -e "$pictures/uninstaller-question.png" ] || fail "nothing there: asks"
+has_picture report
+
+# What cannot be moved stays, does not hold up the rest, and is told.
+install_product
+chmod 555 "$HOME/Applications"
+remove
+[ $status -eq 1 ] || fail "refused: status $status"
+[ -x "$app/Contents/Linux/Tallyframe" ] || fail "refused: the application is gone"
+[ ! -e "$support" ] || fail "refused: the counters are left"
+grep -qF " - Could not be moved to the Trash: $app" "$log" || fail "refused: not logged"

@@ -1,0 +1,96 @@
+#include "host/appearance.h"
+
+#include <gtest/gtest.h>
+
+#include <QLabel>
+
+namespace quillmoor::host {
+namespace {
+
+class Colouring : public ::testing::TestWithParam<std::tuple<bool, std::optional<QColor>>> {
+  protected:
+    Colours colours() const {
+        return coloursFor(std::get<bool>(GetParam()), std::get<1>(GetParam()));
+    }
+};
+
+TEST_P(Colouring, EveryTextCanBeRead) {
+    const Colours c = colours();
+    for (const QColor& ground : {c.window, c.rail, c.card}) {
+        EXPECT_GE(contrast(c.text, ground), 4.5);
+        EXPECT_GE(contrast(c.secondary, ground), 4.5);
+    }
+    EXPECT_GE(contrast(c.onAccent, c.accent), 4.5);
+}
+
+TEST_P(Colouring, EveryMarkCanBeSeen) {
+    const Colours c = colours();
+    const QColor warning = warningColour(paletteOf(c));
+    for (const QColor& ground : {c.window, c.rail, c.card}) {
+        EXPECT_GE(contrast(c.outline, ground), 3.0);
+        EXPECT_GE(contrast(c.accent, ground), 3.0);
+        EXPECT_GE(contrast(warning, ground), 3.0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(LightAndDark, Colouring,
+                         ::testing::Combine(::testing::Bool(),
+                                            ::testing::Values(std::nullopt, QColor(0x308cc6),
+                                                              QColor(Qt::yellow), QColor(Qt::black),
+                                                              QColor(Qt::white), QColor(0xe95420),
+                                                              QColor(0x3daee9))));
+
+TEST(Appearance, ContrastIsThatOfTheGuideline) {
+    EXPECT_NEAR(contrast(Qt::black, Qt::white), 21.0, 0.01);
+    EXPECT_NEAR(contrast(QColor(0x777777), Qt::white), 4.48, 0.01);
+    EXPECT_EQ(contrast(Qt::red, Qt::red), 1.0);
+}
+
+TEST(Appearance, AnAccentThatCanBeUsedIsKept) {
+    const QColor accent(0x1d6b2f);
+    EXPECT_EQ(coloursFor(false, accent).accent, accent);
+}
+
+TEST(Appearance, LightAndDarkAreTakenAsAsked) {
+    QWidget window;
+    applyAppearance(window, AppearanceMode::Dark);
+    EXPECT_TRUE(isDark(window.palette()));
+    applyAppearance(window, AppearanceMode::Light);
+    EXPECT_FALSE(isDark(window.palette()));
+}
+
+TEST(Appearance, TheSystemsPaletteDecidesOtherwise) {
+    QWidget window;
+    QApplication::setPalette(QPalette(QColor(0x202020)));
+    applyAppearance(window, AppearanceMode::System);
+    EXPECT_TRUE(isDark(window.palette()));
+    QApplication::setPalette(QPalette(QColor(0xe0e0e0)));
+    applyAppearance(window, AppearanceMode::System);
+    EXPECT_FALSE(isDark(window.palette()));
+}
+
+TEST(Appearance, TextStylesFollowTheProperty) {
+    QWidget root;
+    QLabel title(&root);
+    QLabel body(&root);
+    title.setProperty("textStyle", "title");
+    body.setProperty("textStyle", "no such style");
+    applyTextStyles(root);
+    EXPECT_GT(title.font().pointSizeF(), QApplication::font().pointSizeF());
+    EXPECT_GT(title.font().weight(), QFont::Normal);
+    EXPECT_EQ(body.font(), QApplication::font());
+}
+
+TEST(Appearance, TheFontIsTheSystemsWhereInterIsMissing) {
+    QFont system;
+    system.setFamilies({"Some Family"});
+    system.setPointSizeF(14);
+    const QFont font = applicationFont(system);
+    EXPECT_EQ(font.families(), (QStringList{"Inter", "Some Family"}));
+    EXPECT_EQ(font.pointSizeF(), 14);
+    system.setPointSizeF(7);
+    EXPECT_EQ(applicationFont(system).pointSizeF(), 10);
+}
+
+}  // namespace
+}  // namespace quillmoor::host

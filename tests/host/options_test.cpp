@@ -1,0 +1,80 @@
+#include "host/options.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quillmoor::host {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+struct Answer {
+    ParsedOptions parsed;
+    std::string output;
+    std::string error;
+};
+
+Answer parse(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "installer-host");
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    Answer answer{parseOptions(static_cast<int>(arguments.size()), argv.data()), "", ""};
+    answer.output = ::testing::internal::GetCapturedStdout();
+    answer.error = ::testing::internal::GetCapturedStderr();
+    return answer;
+}
+
+TEST(Options, AreRead) {
+    const auto answer =
+        parse({"A.bundle", "B \xff.bundle", "--product", "Tape", "--appearance", "dark", "--script",
+               "s", "--pictures", "p", "--transcript", "-", "--language", "de", "--strict"});
+    ASSERT_TRUE(answer.parsed.options);
+    const Options& options = *answer.parsed.options;
+    EXPECT_THAT(options.bundles, ElementsAre("A.bundle", "B \xff.bundle"));
+    EXPECT_EQ(options.product, "Tape");
+    EXPECT_EQ(options.appearance, AppearanceMode::Dark);
+    EXPECT_EQ(options.script, "s");
+    EXPECT_EQ(options.pictures, "p");
+    EXPECT_EQ(options.transcript, "-");
+    EXPECT_EQ(options.language, "de");
+    EXPECT_TRUE(options.strict);
+    EXPECT_FALSE(options.quitAfterEnter);
+}
+
+TEST(Options, TheAppearanceIsTheSystemsUnlessAsked) {
+    EXPECT_EQ(parse({"A.bundle"}).parsed.options->appearance, AppearanceMode::System);
+    EXPECT_EQ(parse({"A.bundle", "--appearance", "pink"}).parsed.exitStatus, 2);
+}
+
+TEST(Options, EitherBundlesOrAFolderIsNeeded) {
+    EXPECT_THAT(parse({}).error, HasSubstr("a bundle or --plugins FOLDER is needed"));
+    EXPECT_EQ(parse({}).parsed.exitStatus, 2);
+    EXPECT_EQ(parse({"A.bundle", "--plugins", "f"}).parsed.exitStatus, 2);
+    EXPECT_EQ(parse({"--plugins", "f"}).parsed.options->plugins, "f");
+}
+
+TEST(Options, HelpTellsAboutScriptsAndStatuses) {
+    const auto answer = parse({"--help"});
+    EXPECT_EQ(answer.parsed.exitStatus, 0);
+    EXPECT_FALSE(answer.parsed.options);
+    for (const char* text : {"BUNDLE", "--script", "light|dark|system", "expect visible",
+                             "Exit status", "--transcript"})
+        EXPECT_THAT(answer.output, HasSubstr(text));
+}
+
+TEST(Options, AVersionIsTold) {
+    EXPECT_THAT(parse({"--version"}).output, ::testing::StartsWith("installer-host "));
+}
+
+TEST(Options, AnUnknownOptionIsAnError) {
+    const auto answer = parse({"A.bundle", "--colour"});
+    EXPECT_EQ(answer.parsed.exitStatus, 2);
+    EXPECT_THAT(answer.error, HasSubstr("--colour"));
+}
+
+}  // namespace
+}  // namespace quillmoor::host

@@ -1,0 +1,8 @@
+// Needs a function that nobody has, so that it cannot be opened.
+#include "pane/installer_plugin.h"
+
+extern "C" int function_that_nobody_has();
+
+int installer_plugin_attach(const installer_host_services*) {
+    return function_that_nobody_has();
+}

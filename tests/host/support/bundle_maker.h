@@ -1,0 +1,36 @@
+// Bundles of the tests' own plug-in.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor::test {
+
+// What a bundle is made of. Take something away and it cannot be loaded.
+struct BundleParts {
+    std::map<std::string, std::string> info{{"CFBundleIdentifier", "com.example.recorder"},
+                                            {"CFBundleExecutable", "Recorder"},
+                                            {"NSMainNibFile", "Recorder"}};
+    std::string interfaceFile;               // "" leaves it out
+    std::string library = RECORDING_PLUGIN;  // "" leaves it out
+};
+
+// An interface file whose topmost widget names the pane's class, with a heading, a text and a
+// button of action "uninstall:", all hidden; further buttons, visible, are named for their actions.
+std::string interfaceFor(const std::string& paneClass,
+                         const std::vector<std::string>& actions = {});
+
+std::string infoPlist(const std::map<std::string, std::string>& info);
+
+// Answers the bundle's path.
+std::string makeBundle(const TempFolder& folder, const std::string& name, const BundleParts& parts);
+std::string makeBundle(const TempFolder& folder, const std::string& name,
+                       const std::string& paneClass, const std::vector<std::string>& actions = {});
+
+// The lines of a file; none if it is missing.
+std::vector<std::string> linesOf(const std::string& path);
+
+}  // namespace quillmoor::test
