@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace quillmoor::host {
 namespace {
@@ -23,7 +24,7 @@ Colours lightColours() {
 
 Colours darkColours() {
     return {QColor(0x1c1e23), QColor(0x15171b), QColor(0x25282f), QColor(0xeceef2),
-            QColor(0xa8afbc), QColor(0x383d47), QColor(0x7c8595), QColor(0x3b70ea),
+            QColor(0xa8afbc), QColor(0x383d47), QColor(0x7c8595), QColor(0x386de6),
             QColor(0xffffff), QColor(0x646b78)};
 }
 
@@ -60,8 +61,8 @@ constexpr std::array<TextStyle, 2> kTextStyles{
 }  // namespace
 
 double contrast(const QColor& one, const QColor& other) {
-    const auto [low, high] = std::minmax(luminance(one), luminance(other));
-    return (high + 0.05) / (low + 0.05);
+    const std::pair levels = std::minmax({luminance(one), luminance(other)});
+    return (levels.second + 0.05) / (levels.first + 0.05);
 }
 
 Colours coloursFor(bool dark, const std::optional<QColor>& accent) {

@@ -53,21 +53,35 @@ Screen chooseScreen() {
     return Screen::OffScreen;
 }
 
-// The toolkit says on every run off screen that it has no window manager to talk to and no folder
-// for run-time files; both are as they should be.
-void dropIdleRemarks(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+// What the toolkit says of itself, without what is as it should be off screen, and without what the
+// host says more clearly about an interface file.
+void passOnRemarks(QtMsgType type, const QMessageLogContext& context, const QString& text) {
     if (text.contains(QLatin1String("propagateSizeHints")) ||
-        text.contains(QLatin1String("XDG_RUNTIME_DIR not set")))
+        text.contains(QLatin1String("XDG_RUNTIME_DIR not set")) ||
+        text.startsWith(QLatin1String("Designer: ")))
         return;
     say(bytesOf(qFormatLogMessage(type, context, text)));
 }
 
+// Has errors begin with what they are about.
+template <typename Function>
+auto about(const std::string& subject, Function function) {
+    try {
+        return function();
+    } catch (const LoadError& error) {
+        throw LoadError(subject + error.what());
+    }
+}
+
 Transcript openTranscript(const std::string& path) {
-    return path.empty() ? Transcript() : Transcript(path);
+    if (path.empty()) return {};
+    return about(path + ": ", [&] { return Transcript(path); });
 }
 
 std::vector<ScriptStep> readScript(const std::string& path) {
-    return parseScript(readWholeFile(path));
+    if (path.empty()) return {};
+    const auto script = about(path + ": ", [&] { return readWholeFile(path); });
+    return about(path + ":", [&] { return parseScript(script); });
 }
 
 InstallerController::Setting settingFor(const Options& options, const QStringList& languages,
@@ -158,23 +172,19 @@ int runInToolkit(const Options& options, Screen screen, std::vector<ScriptStep> 
 }  // namespace
 
 int runHost(const Options& options) {
+    qInstallMessageHandler(passOnRemarks);
     const Screen screen = chooseScreen();
-    if (screen == Screen::OffScreen) {
-        qInstallMessageHandler(dropIdleRemarks);
-        if (options.script.empty() && !options.quitAfterEnter) {
-            say("nobody can use a window that is off screen; --script FILE drives it");
-            return kWrongUse;
-        }
+    if (screen == Screen::OffScreen && options.script.empty() && !options.quitAfterEnter) {
+        say("nobody can use a window that is off screen; --script FILE drives it");
+        return kWrongUse;
     }
     std::optional<Transcript> transcript;
     std::vector<ScriptStep> steps;
-    std::string_view opening = options.transcript;
     try {
         transcript = openTranscript(options.transcript);
-        opening = options.script;
-        if (!options.script.empty()) steps = readScript(options.script);
+        steps = readScript(options.script);
     } catch (const LoadError& error) {
-        say(std::string(opening) + ":" + error.what());
+        say(error.what());
         return kWrongUse;
     }
     const int status = runInToolkit(options, screen, std::move(steps), *transcript);

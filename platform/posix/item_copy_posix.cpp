@@ -4,6 +4,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "platform/posix/kernel_calls_posix.h"
 #include "platform/posix/ownership_posix.h"
 #include "platform/posix/system_calls_posix.h"
@@ -17,8 +20,8 @@ constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
 
 // The file system, or the system, does not do that here; the data is none the worse for it.
 bool isRefusal(int error) {
-    return error == EPERM || error == EACCES || error == EINVAL || error == ENOSYS ||
-           error == ENOTSUP || error == EOPNOTSUPP;
+    constexpr int refusals[] = {EPERM, EACCES, EINVAL, ENOSYS, ENOTSUP, EOPNOTSUPP};
+    return std::find(std::begin(refusals), std::end(refusals), error) != std::end(refusals);
 }
 
 int unlessRefused(int result) {

@@ -3,42 +3,45 @@
 #include <gtest/gtest.h>
 
 #include <QLabel>
+#include <vector>
 
 namespace quillmoor::host {
 namespace {
 
-class Colouring : public ::testing::TestWithParam<std::tuple<bool, std::optional<QColor>>> {
-  protected:
-    Colours colours() const {
-        return coloursFor(std::get<bool>(GetParam()), std::get<1>(GetParam()));
+// Light and dark, without an accent and with some that desktops have and some that none should.
+std::vector<Colours> allColours() {
+    std::vector<Colours> all;
+    for (const bool dark : {false, true}) {
+        all.push_back(coloursFor(dark, std::nullopt));
+        for (const QColor& accent : {QColor(0x308cc6), QColor(0xe95420), QColor(0x3daee9),
+                                     QColor(Qt::yellow), QColor(Qt::black), QColor(Qt::white)})
+            all.push_back(coloursFor(dark, accent));
     }
-};
-
-TEST_P(Colouring, EveryTextCanBeRead) {
-    const Colours c = colours();
-    for (const QColor& ground : {c.window, c.rail, c.card}) {
-        EXPECT_GE(contrast(c.text, ground), 4.5);
-        EXPECT_GE(contrast(c.secondary, ground), 4.5);
-    }
-    EXPECT_GE(contrast(c.onAccent, c.accent), 4.5);
+    return all;
 }
 
-TEST_P(Colouring, EveryMarkCanBeSeen) {
-    const Colours c = colours();
-    const QColor warning = warningColour(paletteOf(c));
-    for (const QColor& ground : {c.window, c.rail, c.card}) {
-        EXPECT_GE(contrast(c.outline, ground), 3.0);
-        EXPECT_GE(contrast(c.accent, ground), 3.0);
-        EXPECT_GE(contrast(warning, ground), 3.0);
+TEST(Appearance, EveryTextCanBeRead) {
+    for (const Colours& c : allColours()) {
+        SCOPED_TRACE(c.accent.name().toStdString() + " on " + c.card.name().toStdString());
+        for (const QColor& ground : {c.window, c.rail, c.card}) {
+            EXPECT_GE(contrast(c.text, ground), 4.5);
+            EXPECT_GE(contrast(c.secondary, ground), 4.5);
+        }
+        EXPECT_GE(contrast(c.onAccent, c.accent), 4.5);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(LightAndDark, Colouring,
-                         ::testing::Combine(::testing::Bool(),
-                                            ::testing::Values(std::nullopt, QColor(0x308cc6),
-                                                              QColor(Qt::yellow), QColor(Qt::black),
-                                                              QColor(Qt::white), QColor(0xe95420),
-                                                              QColor(0x3daee9))));
+TEST(Appearance, EveryMarkCanBeSeen) {
+    for (const Colours& c : allColours()) {
+        SCOPED_TRACE(c.accent.name().toStdString() + " on " + c.card.name().toStdString());
+        const QColor warning = warningColour(paletteOf(c));
+        for (const QColor& ground : {c.window, c.rail, c.card}) {
+            EXPECT_GE(contrast(c.outline, ground), 3.0);
+            EXPECT_GE(contrast(c.accent, ground), 3.0);
+            EXPECT_GE(contrast(warning, ground), 3.0);
+        }
+    }
+}
 
 TEST(Appearance, ContrastIsThatOfTheGuideline) {
     EXPECT_NEAR(contrast(Qt::black, Qt::white), 21.0, 0.01);
@@ -67,6 +70,7 @@ TEST(Appearance, TheSystemsPaletteDecidesOtherwise) {
     QApplication::setPalette(QPalette(QColor(0xe0e0e0)));
     applyAppearance(window, AppearanceMode::System);
     EXPECT_FALSE(isDark(window.palette()));
+    QApplication::setPalette(QPalette());
 }
 
 TEST(Appearance, TextStylesFollowTheProperty) {

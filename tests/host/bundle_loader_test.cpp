@@ -149,8 +149,9 @@ TEST_F(BundleLoader, AMissingInterfaceFileIsNamed) {
 TEST_F(BundleLoader, AnInterfaceFileThatDoesNotParseNamesTheLine) {
     auto parts = whole();
     parts.interfaceFile = "<ui version=\"4.0\">\n<widget class=\"QWidget\">\n</ui>\n";
-    EXPECT_THAT(errorOf(parts), StartsWith("Contents/Resources/Recorder.ui cannot be read: "));
-    EXPECT_THAT(errorOf(parts), HasSubstr("line 3"));
+    EXPECT_THAT(errorOf(parts),
+                ::testing::AllOf(StartsWith("Contents/Resources/Recorder.ui cannot be read: "),
+                                 HasSubstr("line 3")));
 }
 
 TEST_F(BundleLoader, AnInterfaceFileThatIsNoFileSaysSo) {

@@ -158,7 +158,7 @@ TEST_F(Controller, AnActionMayGoOnByItself) {
 TEST_F(Controller, PressingTwiceActsTwice) {
     open({"Shows"});
     controller_->userContinues();
-    QTest::mouseDClick(find("uninstallBtn"), Qt::LeftButton);
+    QTest::mouseClick(find("uninstallBtn"), Qt::LeftButton);
     QTest::mouseClick(find("uninstallBtn"), Qt::LeftButton);
     const auto lines = test::linesOf(folder_ / "record");
     EXPECT_EQ(std::ranges::count(lines, "Shows action uninstall:"), 2);

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 
 #include "tests/support/temp_folder.h"
 #include "tests/support/write_guard.h"
@@ -14,7 +16,9 @@ int main(int argc, char** argv) {
     const quillmoor::test::AllowWritesBelow allowed(home.path());
     ::setenv("HOME", home.makeFolder("home").c_str(), 1);
     ::setenv("TMPDIR", home.makeFolder("tmp").c_str(), 1);
-    ::setenv("XDG_RUNTIME_DIR", home.makeFolder("run").c_str(), 1);
+    const std::string runtime = home.makeFolder("run");
+    std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
+    ::setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
     for (const char* name : {"XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME",
                              "XDG_DATA_DIRS", "XDG_CONFIG_DIRS"})
         ::unsetenv(name);

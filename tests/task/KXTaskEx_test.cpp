@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "log/KXLog.h"
 #include "tests/children/child_tools.h"
 #include "tests/task/task_test.h"
 
@@ -183,7 +184,9 @@ TEST_F(RunTask, AnotherThreadCanTerminateTheTool) {
 
 TEST_F(RunTask, ManyRunsLeaveNothingBehind) {
     const StringList none;
-    KXTaskEx::dataFromTask("/bin/true", none, nullptr);  // starts what is started once
+    KXTaskEx::runTaskAndReturn("/bin/sleep", StringList{"0.1"});  // starts what is started once
+    KXTaskEx::dataFromTask("/bin/true", none, nullptr);
+    KXLog::fastAppendLog("starts the log's thread");
     const int descriptors = test::openDescriptorCount();
     const int threads = test::threadCount();
     for (int i = 0; i < 125; ++i) {

@@ -53,14 +53,14 @@ void applyZip64(const InputFile& archive, Bytes extra, Entry& entry) {
 }
 
 // Local time, in steps of two seconds.
-std::int64_t dosTime(std::uint16_t date, std::uint16_t time) {
+std::int64_t dosTime(int date, int time) {
     std::tm parts = {};
-    parts.tm_year = (date >> 9U) + 80;
-    parts.tm_mon = ((date >> 5U) & 15U) - 1;
-    parts.tm_mday = date & 31U;
-    parts.tm_hour = time >> 11U;
-    parts.tm_min = (time >> 5U) & 63U;
-    parts.tm_sec = (time & 31U) * 2;
+    parts.tm_year = date / 512 + 80;
+    parts.tm_mon = date / 32 % 16 - 1;
+    parts.tm_mday = date % 32;
+    parts.tm_hour = time / 2048;
+    parts.tm_min = time / 32 % 64;
+    parts.tm_sec = time % 32 * 2;
     parts.tm_isdst = -1;
     return std::mktime(&parts);
 }

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "tools/ditto/block_deflater.h"
+#include "tools/ditto/entry.h"
 #include "tools/ditto/entry_tree.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/interruption.h"
@@ -33,11 +34,15 @@ constexpr std::size_t kDictionarySize = 32U << 10U;
 // A file of this size may come to 4 GiB while it is packed.
 constexpr std::int64_t kWideFrom = 0xf0000000;
 
+// Blocks under way at a time.
+constexpr std::size_t kMostJobs = 16;
+
 unsigned threadCount() {
     return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
 }
 
 EntryHeader headerFor(std::string name, const struct stat& info) {
+    if (name.size() > kLongestName) throw Failure(quoted(name) + ": its name is too long");
     return {std::move(name), info.st_mode & (S_IFMT | 0777U), info.st_mtim.tv_sec};
 }
 
@@ -112,6 +117,7 @@ class Packer {
             job.header.name += '/';
         else
             job.linkTarget = targetOf(folder, name, item.path);
+        keepBounded();
         jobs_.push_back(std::move(job));
     }
 
@@ -135,7 +141,7 @@ class Packer {
             Block& block = *job.block;
             block.size = readFully(file.get(), block.input, path);
             block.last = last = block.size < block.input.size();
-            block.dictionary = std::move(dictionary);
+            block.dictionary = std::exchange(dictionary, {});
             if (!last) dictionary = {block.input.end() - kDictionarySize, block.input.end()};
             deflater_.submit(block);
             jobs_.push_back(std::move(job));
@@ -143,11 +149,15 @@ class Packer {
     }
 
     std::unique_ptr<Block> freeBlock() {
-        while (jobs_.size() >= 4 * threadCount()) finishOldest();
+        keepBounded();
         if (spare_.empty()) return std::make_unique<Block>();
         auto block = std::move(spare_.back());
         spare_.pop_back();
         return block;
+    }
+
+    void keepBounded() {
+        while (jobs_.size() >= kMostJobs) finishOldest();
     }
 
     void finishOldest() {

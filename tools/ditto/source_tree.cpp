@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "base/paths.h"
-#include "tools/ditto/entry.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/interruption.h"
 #include "tools/ditto/text.h"
@@ -91,11 +90,11 @@ std::vector<SourceItem> SourceTree::itemsIn(const std::string& path) const {
     for (const std::string& name : namesIn(folder.get(), path)) {
         if (holdsArchive && name == archive_.name) continue;
         struct stat info = {};
-        std::string itsPath = path.empty() ? name : path + '/' + name;
+        std::string itsPath = path;
+        if (!path.empty()) itsPath += '/';
+        itsPath += name;
         if (::fstatat(folder.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
             failWithErrno(itsPath, "examined");
-        if (itsPath.size() >= kLongestName)
-            throw Failure(quoted(itsPath) + ": its name is too long");
         const SourceItem::Kind kind = kindOf(info, itsPath);
         items.push_back({std::move(itsPath), kind});
     }

@@ -97,6 +97,20 @@ TEST(ModestBinary, WhatIsReferredToManyTimesCountsEveryTime) {
     EXPECT_FALSE(isModestBinary(levels(100)));
 }
 
+TEST(ModestBinary, AKeyIsAStringWithoutANul) {
+    const auto withKey = [](const std::string& key) {
+        return binaryPropertyList({"\xD1" + reference(1) + reference(2), key, "\x09"});
+    };
+    EXPECT_TRUE(isModestBinary(withKey("\x51k")));
+    EXPECT_TRUE(isModestBinary(withKey("\x50")));
+    EXPECT_TRUE(isModestBinary(withKey("\x61\x01" + std::string(1, '\0'))));
+    EXPECT_FALSE(isModestBinary(withKey("\x51" + std::string(1, '\0'))));
+    EXPECT_FALSE(isModestBinary(withKey("\x61" + std::string(2, '\0'))));
+    for (const char* other : {"\x09", "\x41k", "\xA0", "\xD0", "\x10k"})
+        EXPECT_FALSE(isModestBinary(withKey(other)));
+    EXPECT_FALSE(isModestBinary(withKey("\x5F\x10\xFF")));
+}
+
 TEST(ModestBinary, ALongStringCountsByItsLength) {
     std::string array = "\xAF\x11\x03\xE8";  // a thousand times the same
     for (int i = 0; i < 1000; ++i) array += reference(1);

@@ -56,6 +56,16 @@ TEST(LinuxPropertyLists, ASmallFileThatStandsForBillionsOfObjectsIsNoDictionary)
     EXPECT_EQ(read(test::binaryPropertyList(objects)), std::nullopt);
 }
 
+TEST(LinuxPropertyLists, AKeyWithANulIsNoDictionary) {
+    const std::string keys[] = {std::string("\x52k\0", 3), std::string("\x62\0k\0\0", 5)};
+    for (const std::string& key : keys)
+        EXPECT_EQ(read(test::binaryPropertyList(
+                      {"\xD1" + test::reference(1) + test::reference(2), key, "\x09"})),
+                  std::nullopt);
+    EXPECT_EQ(readXML(std::string("<dict><key>k\0</key><true/></dict>", 34)), std::nullopt);
+    EXPECT_EQ(readXML("<dict><key>k&#0;</key><true/></dict>"), std::nullopt);
+}
+
 TEST(LinuxPropertyLists, EntitiesOfADocumentsOwnAreNoDictionary) {
     EXPECT_EQ(read("<?xml version=\"1.0\"?><!DOCTYPE l [<!ENTITY a \"aa\"><!ENTITY b \"&a;&a;\">]>"
                    "<plist><dict><key>k</key><string>&b;</string></dict></plist>"),

@@ -186,16 +186,18 @@ TEST(Task, ReleasingItEndsTheInputOfAChildThatStillRuns) {
 
 TEST(Task, OneOfManyTasksLeavesNothingBehind) {
     const auto device = native().fileHandles->nullDevice();
-    const auto runOne = [&](bool wait) {
+    const auto runOne = [&](bool wait, const char* tool = "/bin/true", const char* argument = "") {
         const auto task = native().tasks->makeTask();
-        task->setLaunchPath("/bin/true");
+        task->setLaunchPath(tool);
+        task->setArguments({argument});
         task->setStandardInput(native().fileHandles->makePipe());
         task->setStandardOutput(native().fileHandles->makePipe());
         task->setStandardError(device);
         task->launch();
         if (wait) task->waitUntilExit();
     };
-    runOne(false);  // starts the thread that collects what is given up
+    runOne(false, "/bin/sleep", "0.1");  // starts the thread that collects what is given up
+    EXPECT_TRUE(test::eventually([] { return test::zombieCount() == 0; }));
     const int descriptors = test::openDescriptorCount();
     const int threads = test::threadCount();
     for (int i = 0; i < 500; ++i) runOne(i % 2 == 0);

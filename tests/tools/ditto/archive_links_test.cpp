@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quillmoor::ditto {
@@ -11,7 +12,7 @@ namespace {
 
 class DittoLinks : public ::testing::Test {
   protected:
-    void add(std::string name, Entry::Kind kind = Entry::Kind::File) { addEntry(name, kind, ""); }
+    void add(std::string name) { addEntry(std::move(name), Entry::Kind::File, ""); }
     void link(std::string name, std::string target) {
         addEntry(std::move(name), Entry::Kind::Link, std::move(target));
     }

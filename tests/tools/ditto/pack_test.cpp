@@ -33,13 +33,12 @@ using test::readFile;
 using test::readWithPeer;
 using test::runDitto;
 using test::setDate;
-using test::somethingAt;
 
 class DittoPack : public ::testing::Test {
   protected:
     // A bundle with all that bundles have, dated.
     std::string makeBundle() {
-        const std::string app = folder_.makeFolder("src/X é.app");
+        std::string app = folder_.makeFolder("src/X é.app");
         folder_.writeFile("src/X é.app/Contents/MacOS/run", noise(200000));
         folder_.writeFile("src/X é.app/Contents/Linux/run", std::string(700000, 'r'));
         folder_.writeFile("src/X é.app/Contents/Resources/de\xcc\x81 compose\nd \xff.txt", "text");

@@ -56,6 +56,15 @@ class DittoUnpack : public ::testing::Test {
         EXPECT_FALSE(somethingAt(folder_ / "escaped"));
     }
 
+    // More than their names fit into a pipe.
+    static std::vector<ZipItem> manyFiles() {
+        std::vector<ZipItem> items(200);
+        for (std::size_t i = 0; i < items.size(); ++i)
+            items[i] = zipFile("d/" + std::to_string(i) + std::string(50, 'n'));
+        items[0] = zipFolder("d/", 0555);
+        return items;
+    }
+
     static unsigned modeOf(const std::string& path) {
         struct stat info = {};
         EXPECT_EQ(::lstat(path.c_str(), &info), 0) << path;
@@ -424,10 +433,7 @@ TEST_F(UserDittoUnpack, AParentWithoutTheRightToWriteIsAnError) {
 }
 
 TEST_F(DittoUnpack, ASignalLeavesNothingAndThenEndsTheTool) {
-    std::vector<ZipItem> items = {zipFolder("d/", 0555)};
-    for (int i = 0; i < 200; ++i)
-        items.push_back(zipFile("d/" + std::to_string(i) + std::string(50, 'n')));
-    const std::string path = archive(buildZip(items));
+    const std::string path = archive(buildZip(manyFiles()));
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const DittoResult result = test::interruptDitto({"-xk", path, work_ + "/p/dest"}, signal);
         EXPECT_EQ(result.signal, signal) << result.errors;
@@ -437,21 +443,15 @@ TEST_F(DittoUnpack, ASignalLeavesNothingAndThenEndsTheTool) {
 
 TEST_F(DittoUnpack, ASignalDuringAMergeLeavesTheFolderAsItWas) {
     folder_.writeFile("work/dest/old", "old");
-    std::vector<ZipItem> items;
-    for (int i = 0; i < 200; ++i)
-        items.push_back(zipFile(std::to_string(i) + std::string(50, 'n')));
     const auto before = test::describeTree(dest_);
     const DittoResult result =
-        test::interruptDitto({"-xk", archive(buildZip(items)), dest_}, SIGTERM);
+        test::interruptDitto({"-xk", archive(buildZip(manyFiles())), dest_}, SIGTERM);
     EXPECT_EQ(result.signal, SIGTERM);
     EXPECT_EQ(test::describeTree(dest_), before);
 }
 
 TEST_F(DittoUnpack, AnIgnoredSignalStaysIgnored) {
-    std::vector<ZipItem> items;
-    for (int i = 0; i < 200; ++i)
-        items.push_back(zipFile(std::to_string(i) + std::string(50, 'n')));
-    const std::string path = archive(buildZip(items));
+    const std::string path = archive(buildZip(manyFiles()));
     ::signal(SIGHUP, SIG_IGN);
     const DittoResult result = test::interruptDitto({"-xk", path, dest_}, SIGHUP);
     ::signal(SIGHUP, SIG_DFL);

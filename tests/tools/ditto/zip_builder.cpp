@@ -81,7 +81,7 @@ std::string centralHeader(const ZipItem& item, const Written& values) {
     const std::string extra = extraFor(item, values);
     std::string out;
     put32(out, zip::kCentralSignature);
-    put16(out, static_cast<std::uint16_t>(item.host << 8U | 20U));
+    put16(out, item.host * 256U + 20U);
     putMiddle(out, item, values);
     put16(out, item.name.size());
     put16(out, extra.size());
