@@ -34,7 +34,8 @@ class LinuxLocations : public Locations {
     OptionalPath homeDirectoryForUser(const OptionalString& name) override {
         const std::optional<posix::User> user =
             name ? posix::userWithName(*name) : posix::userWithId(kSuperUser);
-        return user ? OptionalPath(user->home) : std::nullopt;
+        if (!user || !user->home.starts_with('/')) return std::nullopt;
+        return linux_::withoutTrailingSlashes(user->home);
     }
 
     std::string userName() override {

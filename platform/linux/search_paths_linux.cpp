@@ -68,7 +68,7 @@ UserDomainFolders foldersOfThisUser() {
 
 UserDomainFolders foldersOfSuperUser(const std::optional<posix::User>& consoleUser) {
     const std::string root(kSuperUserRoot);
-    if (!consoleUser) return {root, root, "", std::nullopt};
+    if (!consoleUser || !consoleUser->home.starts_with('/')) return {root, root, "", std::nullopt};
     const std::string settings = joined(joined(consoleUser->home, ".config"), kUserDirs);
     return {root, withoutTrailingSlashes(consoleUser->home), settings, consoleUser->id};
 }

@@ -137,7 +137,7 @@ TEST_F(InstallerHost, EveryStepThatFailsSaysWhy) {
         {"expect visible nothing", "there is no interface element “nothing”"},
         {"expect text goBackButton On",
          "expected “goBackButton” to read “On”, but it reads “Go Back”"},
-        {"expect text installerWindow x", "“installerWindow” shows no text"},
+        {"expect text Recorder x", "“Recorder” shows no text"},
         {"press paneTitle", "“paneTitle” is no button"},
         {"press uninstallBtn", "“uninstallBtn” is not on screen"},
         {"press goBackButton", "“goBackButton” cannot be pressed now"},

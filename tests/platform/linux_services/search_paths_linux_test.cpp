@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "tests/platform/linux_services/scoped_environment.h"
 #include "tests/support/temp_folder.h"
 
@@ -135,6 +137,18 @@ TEST(SuperUsersFolders, BearTheNamesThatTheConsoleUserGave) {
     EXPECT_EQ(usersOwn(user, Directory::Document), "/var/root/Dokumente");
     EXPECT_EQ(usersOwn(user, Directory::Desktop), "/var/root/Schreibtisch");
     EXPECT_EQ(usersOwn(user, Directory::Library), "/var/root/Library");
+}
+
+TEST(SuperUsersFolders, OfAConsoleUserWithoutAHomeHaveTheUsualNames) {
+    const TempFolder here;
+    here.writeFile(".config/user-dirs.dirs", kGermanFolders);
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(here.path());
+    for (const char* home : {"", "relative"}) {
+        const UserDomainFolders user = foldersOfSuperUser(posix::User{::geteuid(), "al", home});
+        EXPECT_EQ(usersOwn(user, Directory::Document), "/var/root/Documents");
+    }
+    std::filesystem::current_path(before);
 }
 
 TEST(SuperUsersFolders, IgnoreTheSuperUsersOwnEnvironment) {

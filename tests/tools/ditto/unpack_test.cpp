@@ -1,5 +1,6 @@
 #include "tools/ditto/unpack.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -13,6 +14,7 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/run_ditto.h"
 #include "tests/tools/ditto/zip_builder.h"
+#include "tools/ditto/beneath.h"
 
 namespace quillmoor::ditto {
 namespace {
@@ -478,7 +480,10 @@ TEST_F(DittoUnpack, NoChangedByteLeadsAstray) {
             done = false;
         }
         ASSERT_EQ(somethingAt(dest_), done) << i;
-        fs::remove_all(dest_);
+        // Whatever rights the folders got.
+        const Descriptor made(::open(dest_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (made) removeContents(made.get());
+        fs::remove(dest_);
         ASSERT_EQ(test::describeTree(folder_.path()).size(), outside + 2) << i;
     }
 }
