@@ -4,8 +4,10 @@
 
 #include <QAccessible>
 #include <QLabel>
+#include <QMessageBox>
 #include <QStyle>
 #include <QTest>
+#include <QTimer>
 
 #include "host/text_label.h"
 
@@ -196,6 +198,42 @@ TEST_F(Window, FollowsTheSystemsPalette) {
     QTest::qWait(1);
     EXPECT_TRUE(isDark(window_.palette()));
     QApplication::setPalette(QPalette());
+}
+
+// Closes a window that asks first and presses the named answer; whether it is closed then.
+bool closesAfter(InstallerWindow& window, const QString& answer) {
+    bool asked = false;
+    QTimer::singleShot(0, &window, [&] {
+        const auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (box == nullptr) return;
+        for (QAbstractButton* button : box->buttons()) {
+            if (button->text() != answer) continue;
+            asked = true;
+            button->click();
+        }
+    });
+    const bool closed = window.close();
+    EXPECT_TRUE(asked) << answer.toStdString();
+    return closed;
+}
+
+TEST(WindowInUse, AsksBeforeItIsLeftEarly) {
+    InstallerWindow window(ProductName::of("Tape"), {{"One", false}, {"Two", false}},
+                           {AppearanceMode::Dark, InstallerWindow::Confirm::Yes});
+    window.showStep(0);
+    window.show();
+    EXPECT_FALSE(closesAfter(window, "&Stay"));
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_TRUE(closesAfter(window, "&Leave"));
+    EXPECT_FALSE(window.isVisible());
+}
+
+TEST(WindowInUse, DoesNotAskOnTheLastStep) {
+    InstallerWindow window(ProductName::of("Tape"), {{"One", false}},
+                           {AppearanceMode::Dark, InstallerWindow::Confirm::Yes});
+    window.showStep(0);
+    window.show();
+    EXPECT_TRUE(window.close());
 }
 
 TEST(WindowInUse, WithoutAProductsNameItIsDescribed) {

@@ -186,6 +186,7 @@ TEST_F(RunTask, ManyRunsLeaveNothingBehind) {
     const StringList none;
     KXTaskEx::runTaskAndReturn("/bin/sleep", StringList{"0.1"});  // starts what is started once
     KXTaskEx::dataFromTask("/bin/true", none, nullptr);
+    KXTaskEx::runTask("/bin/true", none);
     KXLog::fastAppendLog("starts the log's thread");
     const int descriptors = test::openDescriptorCount();
     const int threads = test::threadCount();

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kMostCalls = 5000;
 
-// A small tree of every kind, with a folder whose rights are closed.
+// A small tree of every kind.
 std::string makeTree(const TempFolder& folder) {
     folder.writeFile("in/tree/sub/file", "contents");
     folder.writeFile("in/tree/other", std::string(3000, 'x'));
@@ -39,13 +39,14 @@ using Operation = std::function<Outcome(const Round&)>;
 using Check = std::function<void(const Round&, bool succeeded)>;
 
 // Runs `operation` with the first call failing, then the second, until it has no more calls.
-// `outFolder` answers the folder to make the new items in.
+// `outFolder` is the folder to make the new items in, `mode` that of a folder in the tree.
 void failEachCall(Failing failing, const Operation& operation, const Check& check,
-                  const std::string& outFolder = "") {
+                  const std::string& outFolder = "", mode_t mode = 0755) {
     for (int nth = 1; nth < kMostCalls; ++nth) {
         SCOPED_TRACE("call " + std::to_string(nth));
         const TempFolder folder;
         const std::string source = makeTree(folder);
+        ASSERT_EQ(::chmod((source + "/sub").c_str(), mode), 0);
         const std::string out = outFolder.empty() ? folder / "out" : outFolder;
         const Round round{folder, source, describeTree(source), out + "/tree"};
         const int descriptors = openDescriptors();
@@ -112,7 +113,8 @@ TEST_P(FileFailures, OfACopyLeaveTheSourceAndNothingHalf) {
             if (isTidy()) {
                 EXPECT_EQ(listing(parentOf(round.destination)), succeeded ? "tree" : "");
             }
-        });
+        },
+        "", 0555);
 }
 
 void expectMoved(const Round& round, bool succeeded, bool tidy) {

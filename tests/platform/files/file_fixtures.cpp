@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sched.h>
+#include <stdio.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,12 +15,14 @@
 #include <vector>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::test {
 namespace {
 
 namespace fs = std::filesystem;
 using platform::posix::Descriptor;
+using platform::posix::SystemCalls;
 
 void describeItem(std::ostringstream& text, const std::string& path, const std::string& name) {
     struct stat status;
@@ -38,6 +41,21 @@ void describeItem(std::ostringstream& text, const std::string& path, const std::
         names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     for (const std::string& each : names) describeItem(text, path + "/" + each, name + "/" + each);
+}
+
+struct Exchange {
+    std::string name;
+    std::string one;
+    std::string other;
+    bool happened = false;
+    const SystemCalls* next = nullptr;
+} exchange;
+
+int exchangeAndOpen(int folder, const char* name, int flags, mode_t mode) {
+    if (!exchange.happened && name == exchange.name && (flags & O_DIRECTORY) != 0)
+        exchange.happened = ::renameat2(AT_FDCWD, exchange.one.c_str(), AT_FDCWD,
+                                        exchange.other.c_str(), RENAME_EXCHANGE) == 0;
+    return exchange.next->openat(folder, name, flags, mode);
 }
 
 void setDate(const std::string& path, long seconds) {
@@ -124,6 +142,23 @@ std::string listing(const std::string& path) {
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
     return text;
+}
+
+ExchangedBeforeOpening::ExchangedBeforeOpening(std::string name, std::string one,
+                                               std::string other) {
+    static SystemCalls calls;
+    calls = platform::posix::systemCalls();
+    calls.openat = exchangeAndOpen;
+    exchange = {std::move(name), std::move(one), std::move(other), false,
+                platform::posix::exchangeSystemCalls(&calls)};
+}
+
+ExchangedBeforeOpening::~ExchangedBeforeOpening() {
+    platform::posix::exchangeSystemCalls(exchange.next);
+}
+
+bool ExchangedBeforeOpening::happened() const {
+    return exchange.happened;
 }
 
 PrivateMounts::PrivateMounts() {

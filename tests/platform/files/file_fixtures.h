@@ -33,6 +33,19 @@ int openDescriptors();
 // The entries of a folder, sorted, with a blank between each two.
 std::string listing(const std::string& path);
 
+// Somebody exchanges two items at the worst moment: right before the folder called `name` is opened
+// through the table of system calls, once.
+class ExchangedBeforeOpening {
+  public:
+    ExchangedBeforeOpening(std::string name, std::string one, std::string other);
+    ~ExchangedBeforeOpening();
+    ExchangedBeforeOpening(const ExchangedBeforeOpening&) = delete;
+    ExchangedBeforeOpening& operator=(const ExchangedBeforeOpening&) = delete;
+
+    // It has happened.
+    bool happened() const;
+};
+
 // Mounts of this process's own, for the super-user. Undone in reverse order when it ends.
 class PrivateMounts {
   public:

@@ -146,6 +146,18 @@ TEST(Move, AcrossFileSystemsASourceThatMayNotGoStaysAndNoCopyIsLeft) {
     EXPECT_EQ(test::listing(other.path()), "");
 }
 
+TEST(Move, AcrossFileSystemsATreeInAFolderThatMayNotBeChangedStaysWhole) {
+    if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
+    const TempFolder folder;
+    const OtherFileSystem other(folder);
+    if (!other.available()) GTEST_SKIP() << "no other file system here";
+    folder.writeFile("closed/tree/file", "stays");
+    ASSERT_EQ(::chmod((folder / "closed").c_str(), 0555), 0);
+    EXPECT_EQ(moved(folder / "closed/tree", other / "tree"), EACCES);
+    EXPECT_EQ(test::readFile(folder / "closed/tree/file"), "stays");
+    EXPECT_EQ(test::listing(other.path()), "");
+}
+
 TEST(Move, AcrossFileSystemsASourceThatGoesInPartLeavesTheWholeCopyAndAnError) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
     const TempFolder folder;

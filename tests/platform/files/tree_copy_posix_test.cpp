@@ -206,6 +206,17 @@ TEST(TreeCopy, AFullDiskLeavesNothing) {
     EXPECT_EQ(test::listing(small.path()), "");
 }
 
+TEST(TreeCopy, AFolderSwappedForALinkRightBeforeItIsOpenedIsNotFollowed) {
+    const TempFolder folder;
+    folder.writeFile("secret/key", "secret");
+    folder.writeFile("tree/sub/file", "swapped away");
+    folder.makeLink("link", folder / "secret");
+    const test::ExchangedBeforeOpening exchange("sub", folder / "tree/sub", folder / "link");
+    EXPECT_FALSE(copyItem(folder / "tree", folder / "copy"));
+    EXPECT_TRUE(exchange.happened());
+    EXPECT_EQ(test::listing(folder.path()), "link secret tree");
+}
+
 TEST(TreeCopy, AFolderSwappedForALinkMeanwhileIsNeverFollowed) {
     const TempFolder folder;
     folder.writeFile("secret/sub/key", "secret");

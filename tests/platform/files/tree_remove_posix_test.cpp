@@ -209,6 +209,30 @@ class Swapper {
     std::thread thread_;
 };
 
+TEST(TreeRemove, AFolderSwappedForALinkRightBeforeItIsOpenedIsNotFollowed) {
+    const TempFolder folder;
+    folder.writeFile("victim/file", "stays");
+    folder.writeFile("tree/sub/file", "swapped away");
+    folder.makeLink("link", folder / "victim");
+    const test::ExchangedBeforeOpening exchange("sub", folder / "tree/sub", folder / "link");
+    EXPECT_TRUE(removeItem(folder / "tree"));
+    EXPECT_TRUE(exchange.happened());
+    EXPECT_FALSE(somethingAt(folder / "tree"));
+    EXPECT_EQ(test::readFile(folder / "victim/file"), "stays");
+    EXPECT_EQ(test::readFile(folder / "link/file"), "swapped away");
+}
+
+TEST(TreeRemove, AnItemSwappedForALinkRightBeforeItIsOpenedIsNotFollowed) {
+    const TempFolder folder;
+    folder.writeFile("victim/file", "stays");
+    folder.writeFile("tree/file", "swapped away");
+    folder.makeLink("link", folder / "victim");
+    const test::ExchangedBeforeOpening exchange("tree", folder / "tree", folder / "link");
+    EXPECT_TRUE(removeItem(folder / "tree"));
+    EXPECT_TRUE(exchange.happened());
+    EXPECT_EQ(test::readFile(folder / "victim/file"), "stays");
+}
+
 TEST(TreeRemove, AFolderSwappedForALinkMeanwhileDoesNoHarm) {
     const TempFolder folder;
     for (int i = 0; i < 20; ++i) folder.writeFile("victim/sub/file " + std::to_string(i), "stays");
