@@ -1,7 +1,6 @@
 #include "host/artwork.h"
 
 #include <QPainterPath>
-#include <QPixmap>
 
 #include "host/appearance.h"
 #include "host/shapes.h"
@@ -88,13 +87,14 @@ void Artwork::paintEvent(QPaintEvent*) {
     }
 }
 
-QIcon packageIcon(const QPalette& palette) {
-    QPixmap picture(256, 256);
+QPixmap packagePicture(int side, qreal scale, const QPalette& palette) {
+    QPixmap picture(QSize(side, side) * scale);
+    picture.setDevicePixelRatio(scale);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
-    paintPackage(painter, QRectF(8, 8, 240, 240), palette);
-    return QIcon(picture);
+    paintPackage(painter, QRectF(0, 0, side, side), palette);
+    return picture;
 }
 
 }  // namespace quillmoor::host

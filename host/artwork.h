@@ -1,8 +1,8 @@
 // The window's pictures, drawn from shapes, so that they are sharp at every scale.
 #pragma once
 
-#include <QIcon>
 #include <QPainter>
+#include <QPixmap>
 #include <QWidget>
 
 namespace quillmoor::host {
@@ -25,7 +25,7 @@ class Artwork : public QWidget {
     Picture picture_;
 };
 
-// The package for window lists.
-QIcon packageIcon(const QPalette& palette);
+// The package as a picture of `side` points, for where the toolkit wants pixels.
+QPixmap packagePicture(int side, qreal scale, const QPalette& palette);
 
 }  // namespace quillmoor::host

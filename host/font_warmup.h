@@ -6,7 +6,8 @@
 namespace quillmoor::host {
 
 // To read the system's list of fonts takes as long as everything else together until a window is on
-// screen. This does it on a thread of its own, from construction on; the toolkit then finds it done.
+// screen. This does it on a thread of its own, from construction on; the toolkit then finds it
+// done.
 class FontWarmup {
   public:
     FontWarmup();

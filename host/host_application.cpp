@@ -132,7 +132,8 @@ class Session {
     void painted() {
         InstallerWindow& window = controller_.window();
         if (options_.quitAfterEnter) return window.closeNow();
-        if (screen_ == Screen::Display) window.setWindowIcon(packageIcon(window.palette()));
+        if (screen_ == Screen::Display)
+            window.setWindowIcon(packagePicture(256, 1, window.palette()));
     }
 
     void scriptFinished(ScriptRunner::Outcome outcome) {

@@ -3,6 +3,7 @@
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QSocketNotifier>
+#include <QThread>
 #include <QTimer>
 
 namespace quillmoor::host {
@@ -19,7 +20,7 @@ HostServices& HostServices::shared() {
     return *services;
 }
 
-HostServices::HostServices() : table_{}, mainThread_(std::this_thread::get_id()) {
+HostServices::HostServices() : table_{} {
     table_.version = INSTALLER_PLUGIN_VERSION;
     table_.context = this;
     table_.is_main_thread = [](void* context) noexcept -> int {
@@ -38,7 +39,8 @@ HostServices::HostServices() : table_{}, mainThread_(std::this_thread::get_id())
 }
 
 bool HostServices::isMainThread() const {
-    return std::this_thread::get_id() == mainThread_;
+    const QCoreApplication* application = QCoreApplication::instance();
+    return application != nullptr && QThread::currentThread() == application->thread();
 }
 
 void HostServices::onMainThread(std::function<void()> function) const {

@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "pane/installer_plugin.h"
@@ -13,7 +12,7 @@ namespace quillmoor::host {
 // One for the process, never destroyed, because plug-ins and their threads stay until the very end.
 class HostServices {
   public:
-    // Made by the first call, which must come from the main thread, with an application object.
+    // Made by the first call, with an application object.
     static HostServices& shared();
 
     const installer_host_services& table() const { return table_; }
@@ -40,7 +39,6 @@ class HostServices {
     };
 
     installer_host_services table_;
-    std::thread::id mainThread_;
     std::mutex mutex_;
     std::vector<Observer> observers_;
     bool terminated_ = false;

@@ -226,8 +226,13 @@ void InstallerWindow::closeEvent(QCloseEvent* event) {
 }
 
 bool InstallerWindow::userWantsToQuit() {
-    QMessageBox box(QMessageBox::Question, windowTitle(),
+    QMessageBox box(QMessageBox::NoIcon, windowTitle(),
                     translated("Do you want to leave the installer?"), QMessageBox::NoButton, this);
+    box.setIconPixmap(packagePicture(48, devicePixelRatioF(), palette()));
+    if (auto* question = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label")))
+        question->setProperty("textStyle", "heading");
+    applyTextStyles(box);
+    box.layout()->setContentsMargins(24, 24, 24, 20);
     box.setInformativeText(translated("The remaining steps have not been shown."));
     box.setPalette(palette());
     auto* stay = box.addButton(translated("&Stay"), QMessageBox::RejectRole);
