@@ -232,7 +232,7 @@ bool InstallerWindow::userWantsToQuit() {
     if (auto* question = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label")))
         question->setProperty("textStyle", "heading");
     applyTextStyles(box);
-    box.layout()->setContentsMargins(24, 24, 24, 20);
+    box.setContentsMargins(12, 12, 12, 8);
     box.setInformativeText(translated("The remaining steps have not been shown."));
     box.setPalette(palette());
     auto* stay = box.addButton(translated("&Stay"), QMessageBox::RejectRole);
