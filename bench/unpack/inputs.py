@@ -25,13 +25,16 @@ class Contents:
         return self.pool[start:start + size]
 
     def program(self, size):
-        """Like machine code: stretches of noise between texts that come back."""
+        """Like machine code: stretches of noise and of text, and some that come back soon."""
         parts, made = [], 0
         while made < size:
             length = self.random.randint(50, 400)
-            take = self.text if self.random.random() < 0.55 else self.bytes
-            parts.append(take(length))
-            made += length
+            kind = self.random.random()
+            if kind < 0.40 and parts:
+                parts.append(parts[-self.random.randint(1, min(40, len(parts)))])
+            else:
+                parts.append(self.text(length) if kind < 0.85 else self.bytes(length))
+            made += len(parts[-1])
         return b"".join(parts)[:size]
 
     def bytes(self, size):
