@@ -66,7 +66,8 @@ std::string findInterfaceFile(const BundleInfo& info, const QStringList& languag
     const std::string name = info.interfaceFile + ".ui";
     for (const QString& language : languages) {
         for (const QString& each : {language, language.section('-', 0, 0)}) {
-            const std::string file = resources + bytesOf(each) + ".lproj/" + name;
+            std::string file = resources;
+            file.append(bytesOf(each)).append(".lproj/").append(name);
             if (isThere(info.inBundle(file))) return file;
         }
     }

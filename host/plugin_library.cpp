@@ -33,7 +33,8 @@ void* opened(const BundleInfo& info) {
     return handle;
 }
 
-void checkComplete(const installer_pane& pane, const std::string& className) {
+// The first function that a pane lacks; null if it has all of them.
+const char* missingFunction(const installer_pane& pane) {
     const std::array<std::pair<const char*, bool>, 6> functions{{
         {"title", pane.title != nullptr},
         {"did_enter_pane", pane.did_enter_pane != nullptr},
@@ -43,9 +44,8 @@ void checkComplete(const installer_pane& pane, const std::string& className) {
         {"destroy", pane.destroy != nullptr},
     }};
     for (const auto& [name, present] : functions)
-        if (!present)
-            throw LoadError("its pane class " + inQuotes(className) + " lacks the function " +
-                            inQuotes(name));
+        if (!present) return name;
+    return nullptr;
 }
 
 }  // namespace
@@ -80,8 +80,11 @@ installer_pane PluginLibrary::createPane(const std::string& className,
     installer_pane pane{};
     if (create(className.c_str(), &host, &pane) == 0)
         throw LoadError(file_ + " has no pane class " + inQuotes(className));
-    checkComplete(pane, className);
-    return pane;
+    const char* missing = missingFunction(pane);
+    if (missing == nullptr) return pane;
+    if (pane.destroy != nullptr) pane.destroy(pane.context);
+    throw LoadError("its pane class " + inQuotes(className) + " lacks the function " +
+                    inQuotes(missing));
 }
 
 }  // namespace quillmoor::host

@@ -133,6 +133,7 @@ StepList::StepList(const std::vector<Step>& steps, QWidget* parent) : QWidget(pa
         const auto problem = step.problem ? StepRow::Problem::Yes : StepRow::Problem::No;
         auto* row = new StepRow(step.title, problem, this);
         row->setJoined(!rows_.empty(), rows_.size() + 1 < steps.size());
+        row->setObjectName(QStringLiteral("step%1").arg(rows_.size() + 1));
         column->addWidget(row);
         rows_.push_back(row);
     }

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/child_system_posix.h"
@@ -24,9 +25,9 @@ bool holdsNul(const std::string& text) {
 // A null-terminated list of C strings. Texts with a NUL in them, which would arrive cut, are told.
 class CStrings {
   public:
-    void add(const std::string& text) {
+    void add(std::string text) {
         valid_ = valid_ && !holdsNul(text);
-        texts_.push_back(text);
+        texts_.push_back(std::move(text));
     }
     bool valid() const { return valid_; }
     char* const* get() {
@@ -52,7 +53,8 @@ CStrings argumentList(const ChildSetup& setup) {
 CStrings environmentList(const OptionalEnvironment& environment) {
     CStrings list;
     if (environment)
-        for (const auto& [name, value] : *environment) list.add(name + "=" + value);
+        for (const auto& [name, value] : *environment)
+            list.add(std::string(name).append("=").append(value));
     return list;
 }
 

@@ -251,7 +251,7 @@ TEST(WindowInUse, ItsLayoutIsMirroredForThoseWhoReadFromRightToLeft) {
         return window.findChild<QWidget*>(name)->mapTo(&window, QPoint()).x();
     };
     EXPECT_LT(at("continueButton"), at("goBackButton"));
-    EXPECT_GT(window.findChild<StepRow*>()->mapTo(&window, QPoint()).x(), at("goBackButton"));
+    EXPECT_GT(at("step1"), at("goBackButton"));
     QApplication::setLayoutDirection(Qt::LeftToRight);
 }
 

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <zlib.h>
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <ctime>
@@ -200,6 +201,8 @@ void readIndex(const InputFile& archive, std::uint16_t number, const Limits& lim
     TargetReader targets(archive, list);
     std::vector<unsigned char> buffer;
     std::uint64_t count = 0;
+    const std::uint64_t room = std::min(limits.count, place.size / zip::kCentralSize);
+    list.entries.reserve(list.entries.size() + std::min(place.count, room));
     while (!directory.atEnd()) {
         throwIfInterrupted();
         if (list.entries.size() >= limits.count)

@@ -63,8 +63,9 @@ EntryTree::EntryTree(std::span<const Entry> entries, FoldCase foldCase) : foldCa
             foldCase == FoldCase::Yes ? copied(texts_, foldedCase(path)) : path;
         nodes_.push_back({path, key, &entry});
     }
-    std::stable_sort(nodes_.begin(), nodes_.end(),
-                     [](const Node& a, const Node& b) { return sortsBefore(a.key, b.key); });
+    std::sort(nodes_.begin(), nodes_.end(), [](const Node& a, const Node& b) {
+        return a.key == b.key ? a.entry < b.entry : sortsBefore(a.key, b.key);
+    });
 }
 
 EntryTree::Found EntryTree::find(std::string_view key) const {

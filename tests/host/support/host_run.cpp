@@ -20,9 +20,6 @@ constexpr std::chrono::seconds kLongest{60};
 std::vector<std::string> environmentWith(std::map<std::string, std::string> added) {
     for (const char* none : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
         added.try_emplace(none, "");
-    const std::string leaks =
-        std::string("suppressions=") + LEAKS_OF_OTHERS + ":print_suppressions=0";
-    added.try_emplace("LSAN_OPTIONS", leaks);
     std::vector<std::string> all;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string text = *entry;

@@ -28,8 +28,3 @@ class Toolkit : public ::testing::Environment {
 [[maybe_unused]] const auto* const toolkit = ::testing::AddGlobalTestEnvironment(new Toolkit);
 
 }  // namespace
-
-// Memory that the toolkit and the font library keep until the process ends.
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libfontconfig\n";
-}

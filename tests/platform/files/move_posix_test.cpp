@@ -179,14 +179,18 @@ TEST(Move, AcrossFileSystemsAStickyFolderKeepsOtherUsersItems) {
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     folder.writeFile("sticky/file", "stays");
+    // Anybody may empty it, and nobody else may remove it.
+    folder.writeFile("sticky/open/file", "stays");
+    ASSERT_EQ(::chmod((folder / "sticky/open").c_str(), 0777), 0);
     ASSERT_EQ(::chmod((folder / "sticky").c_str(), 01777), 0);
     ASSERT_EQ(::chmod(other.path().c_str(), 0777), 0);
     test::letEverybodyIn(folder);
     ASSERT_EQ(::seteuid(test::FakeUser::kId), 0);
-    const int error = moved(folder / "sticky/file", other / "file");
+    EXPECT_EQ(moved(folder / "sticky/file", other / "file"), EPERM);
+    EXPECT_EQ(moved(folder / "sticky/open", other / "open"), EPERM);
     ASSERT_EQ(::seteuid(0), 0);
-    EXPECT_EQ(error, EPERM);
     EXPECT_EQ(test::readFile(folder / "sticky/file"), "stays");
+    EXPECT_EQ(test::readFile(folder / "sticky/open/file"), "stays");
     EXPECT_EQ(test::listing(other.path()), "");
 }
 
