@@ -1,5 +1,6 @@
 #include "host/installer_window.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -119,6 +120,8 @@ QLayout* InstallerWindow::makeButtons() {
         if (onContinue) onContinue();
     });
     connect(close_, &QPushButton::clicked, this, [this] { close(); });
+    connect(qApp, &QApplication::focusChanged, this,
+            [this](QWidget*, QWidget* now) { markWhatReturnPresses(now); });
 
     auto* row = new QHBoxLayout;
     row->setSpacing(12);
@@ -163,6 +166,13 @@ bool InstallerWindow::isLast() const {
 
 QPushButton* InstallerWindow::mainButton() const {
     return isLast() ? close_ : continue_;
+}
+
+// One button stands out: the one that has the focus, else the one that leads on.
+void InstallerWindow::markWhatReturnPresses(QWidget* focus) {
+    const auto* button = qobject_cast<QPushButton*>(focus);
+    const bool elsewhere = button != nullptr && button != mainButton() && button->window() == this;
+    for (QPushButton* each : {continue_, close_}) each->setDefault(!elsewhere);
 }
 
 QWidget* InstallerWindow::widgetNamed(const QString& name) const {

@@ -58,6 +58,7 @@ class InstallerWindow : public QWidget {
     QWidget* makeMain(std::size_t steps);
     QLayout* makeButtons();
     QPushButton* mainButton() const;
+    void markWhatReturnPresses(QWidget* focus);
     void showMnemonics(bool areShown);
     bool userWantsToQuit();
     void describe(std::size_t step);

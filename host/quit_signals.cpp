@@ -30,7 +30,8 @@ void quitOnSignals() {
         new QSocketNotifier(wake[0], QSocketNotifier::Read, QCoreApplication::instance());
     QObject::connect(notifier, &QSocketNotifier::activated, notifier, [notifier] {
         notifier->setEnabled(false);
-        QCoreApplication::quit();
+        // To quit would ask the window, and the window the user.
+        QCoreApplication::exit();
     });
     struct sigaction action {};
     action.sa_handler = passOn;

@@ -1,7 +1,6 @@
 #include "host/shapes.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace quillmoor::host {
@@ -15,14 +14,23 @@ bool piecesMeet(const QPainter& painter) {
     return scale == std::floor(scale) && painter.transform().type() <= QTransform::TxTranslate;
 }
 
-std::array<QRect, 4> corners(const QRect& shape, int side) {
-    const QSize size(side, side);
-    std::array<QRect, 4> boxes;
-    boxes.fill(QRect(shape.topLeft(), size));
-    boxes[1].moveTopRight(shape.topRight());
-    boxes[2].moveBottomLeft(shape.bottomLeft());
-    boxes[3].moveBottomRight(shape.bottomRight());
-    return boxes;
+// A quarter of a disc: 0 is the upper right one, the others follow against the clock.
+QPainterPath corner(const QRectF& disc, int quarter) {
+    QPainterPath path(disc.center());
+    path.arcTo(disc, quarter * 90, 90);
+    path.closeSubpath();
+    return path;
+}
+
+void fillCorners(QPainter& painter, const QRectF& shape, int radius, const QBrush& fill) {
+    QRectF disc(shape.topLeft(), QSizeF(2 * radius, 2 * radius));
+    painter.fillPath(corner(disc, 1), fill);
+    disc.moveRight(shape.right());
+    painter.fillPath(corner(disc, 0), fill);
+    disc.moveBottom(shape.bottom());
+    painter.fillPath(corner(disc, 3), fill);
+    disc.moveLeft(shape.left());
+    painter.fillPath(corner(disc, 2), fill);
 }
 
 }  // namespace
@@ -46,10 +54,7 @@ void fillRounded(QPainter& painter, const QRect& shape, int radius, const QBrush
         painter.fillRect(shape.adjusted(radius, 0, -radius, 0), fill);
         painter.fillRect(shape.adjusted(0, radius, -shape.width() + radius, -radius), fill);
         painter.fillRect(shape.adjusted(shape.width() - radius, radius, 0, -radius), fill);
-        for (const QRect& corner : corners(shape, radius)) {
-            painter.setClipRect(corner);
-            painter.drawRoundedRect(shape, radius, radius);
-        }
+        fillCorners(painter, shape, radius, fill);
     } else {
         painter.drawRoundedRect(shape, radius, radius);
     }

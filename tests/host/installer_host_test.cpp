@@ -42,6 +42,12 @@ class InstallerHost : public ::testing::Test {
     QImage picture(const std::string& name) const {
         return QImage(QString::fromStdString(folder_ / ("pictures/" + name + ".png")));
     }
+    void waitForTranscript(const std::string& line) const {
+        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while ((transcript().empty() || transcript().back() != line) &&
+               std::chrono::steady_clock::now() < until)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
     static std::string complaint(int line, const std::string& folder, const std::string& text) {
         return "installer-host: " + folder + "/script:" + std::to_string(line) + ": " + text + "\n";
     }
@@ -102,13 +108,22 @@ TEST_F(InstallerHost, EndsInOrderWhenItIsTerminated) {
                      {bundle, "--script", folder_.writeFile("script", "note up\nwait 50000\n"),
                       "--transcript", folder_ / "transcript"},
                      {{"INSTALLER_TEST_RECORD", folder_ / "record"}});
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while ((transcript().empty() || transcript().back() != "note: up") &&
-           std::chrono::steady_clock::now() < until)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    waitForTranscript("note: up");
     ::kill(host.id(), SIGTERM);
     EXPECT_EQ(host.wait().status, 0);
     EXPECT_THAT(record(), Contains("terminating"));
+    EXPECT_EQ(record().back(), "Shows destroyed");
+}
+
+// The toolkit's simplest screen counts as a display: there the window asks before it is closed.
+TEST_F(InstallerHost, IsTerminatedWithoutAQuestion) {
+    const std::string bundle = makeBundle(folder_, "X.bundle", "Shows");
+    HostProcess host(
+        folder_, {bundle, "--transcript", folder_ / "transcript"},
+        {{"INSTALLER_TEST_RECORD", folder_ / "record"}, {"QT_QPA_PLATFORM", "minimal"}});
+    waitForTranscript("on screen: “Introduction”");
+    ::kill(host.id(), SIGTERM);
+    EXPECT_EQ(host.wait().status, 0);
     EXPECT_EQ(record().back(), "Shows destroyed");
 }
 

@@ -51,6 +51,20 @@ TEST_F(Window, NamesTheStepAndTheProduct) {
     EXPECT_EQ(window_.windowTitle(), "Install Tape");
 }
 
+TEST_F(Window, OnlyTheButtonThatReturnPressesStandsOut) {
+    window_.showStep(1);
+    EXPECT_TRUE(find("continueButton")->isDefault());
+    EXPECT_FALSE(find("goBackButton")->isDefault());
+    for (const char* name : {"goBackButton", "pageButton1"}) {
+        find(name)->setFocus();
+        EXPECT_TRUE(find(name)->isDefault()) << name;
+        EXPECT_FALSE(find("continueButton")->isDefault()) << name;
+        find("continueButton")->setFocus();
+        EXPECT_FALSE(find(name)->isDefault()) << name;
+        EXPECT_TRUE(find("continueButton")->isDefault()) << name;
+    }
+}
+
 TEST_F(Window, ShowsOnlyTheCurrentPage) {
     window_.showStep(1);
     EXPECT_FALSE(find("pageButton0")->isVisible());
