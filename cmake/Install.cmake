@@ -27,9 +27,13 @@ install(FILES "${CMAKE_BINARY_DIR}/quillmoor-kx-config.cmake"
     "${CMAKE_BINARY_DIR}/quillmoor-kx-config-version.cmake" DESTINATION ${package_folder})
 
 # The back-ends below platform/ and what belongs to one system stay inside.
-foreach(floor base platform paths log task auth files)
+foreach(floor base platform log)
     file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${floor}/*.h")
     list(FILTER headers EXCLUDE REGEX "_(linux|macos|posix)\\.h$")
+    install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillmoor/${floor})
+endforeach()
+foreach(floor paths task auth files)
+    file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${floor}/[A-Z]*.h")
     install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillmoor/${floor})
 endforeach()
 

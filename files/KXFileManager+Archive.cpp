@@ -1,7 +1,8 @@
+#include "base/arguments.h"
 #include "base/paths.h"
 #include "files/KXFileManager.h"
+#include "files/item.h"
 #include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
 #include "task/KXTaskEx.h"
 
 namespace quillmoor {
@@ -9,33 +10,35 @@ namespace {
 
 constexpr char kArchivingTool[] = "/usr/bin/ditto";
 
-bool exists(const OptionalPath& path) {
-    return path && platform::current().fileManager->fileExists(*path);
-}
-
-// Up to the first nil, as the tool's argument list ends there.
-StringList upToFirstNil(std::initializer_list<OptionalString> values) {
-    StringList list;
-    for (const OptionalString& value : values) {
-        if (!value) break;
-        list.push_back(*value);
-    }
-    return list;
+void runArchivingTool(const StringList& arguments) {
+    KXTaskEx::runTask(platform::current().workspace->toolPath(kArchivingTool), arguments);
 }
 
 }  // namespace
 
+bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& toDestinationFile) {
+    return compressFile(path, toDestinationFile, IncludeParent::Yes);
+}
+
+bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& toDestinationFile,
+                                 IncludeParent includeParent) {
+    if (fileExistsAtPath(toDestinationFile)) trashFile(toDestinationFile);
+    StringList arguments = upToFirstNil({"-ck", path, toDestinationFile});
+    if (includeParent == IncludeParent::Yes)
+        arguments.insert(arguments.begin() + 1, "--keepParent");
+    runArchivingTool(arguments);
+    return fileExistsAtPath(toDestinationFile);
+}
+
+// Straight to the user's Trash, where packing falls back to administrator rights.
 bool KXFileManager::decompressFile(const OptionalPath& path,
                                    const OptionalPath& toDestinationFolder) {
-    platform::Workspace& workspace = *platform::current().workspace;
-    if (exists(toDestinationFolder)) {
-        workspace.recycle(deleteLastPathComponent(*toDestinationFolder),
-                          KXLocalPaths::trashDirectory(),
-                          {lastPathComponent(*toDestinationFolder)});
-    }
-    KXTaskEx::runTask(workspace.toolPath(kArchivingTool),
-                      upToFirstNil({"-xk", path, toDestinationFolder}));
-    return exists(toDestinationFolder);
+    if (fileExistsAtPath(toDestinationFolder))
+        platform::current().workspace->recycle(deleteLastPathComponent(*toDestinationFolder),
+                                               KXLocalPaths::trashDirectory(),
+                                               {lastPathComponent(*toDestinationFolder)});
+    runArchivingTool(upToFirstNil({"-xk", path, toDestinationFolder}));
+    return fileExistsAtPath(toDestinationFolder);
 }
 
 }  // namespace quillmoor

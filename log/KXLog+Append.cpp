@@ -72,6 +72,8 @@ void KXLog::appendMessage(std::string_view message) {
 void KXLog::appendMessageAndPrint(std::string_view message) {
     const std::string trimmed(trimWhitespaceAndNewlines(message));
     appendLog(RuntimeFormat{trimmed});
+    const KXLog* const log = sharedController();
+    if (log != nullptr && log->loggingDisabled()) return;
     std::string shown = replaceAll(replaceAll(trimmed, "%@", ""), "%", "%%");
     std::erase(shown, '\0');
     platform::current().console->putString(shown);
@@ -86,8 +88,12 @@ void KXLog::finishWriting() {
 void KXLog::appendTextToLog(std::string_view message) {
     const std::string_view text = trimWhitespaceAndNewlines(message);
     if (text.empty()) return;
-    unitsQueued_.fetch_add(lengthInUnits(text), std::memory_order_relaxed);
-    if (WriteQueue* queue = writeQueue()) queue->add(text);
+    const std::size_t units = lengthInUnits(text);
+    unitsQueued_.fetch_add(units, std::memory_order_relaxed);
+    if (WriteQueue* queue = writeQueue()) return queue->add(text);
+    if (!hasNoWorker_) return;
+    reportLoss(text);
+    unitsDone_.fetch_add(units, std::memory_order_relaxed);
 }
 
 void KXLog::appendLogOnThread(std::string_view message) {

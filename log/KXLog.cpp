@@ -5,6 +5,7 @@
 
 #include "base/paths.h"
 #include "log/KXException.h"
+#include "platform/exception.h"
 #include "platform/platform.h"
 #include "platform/uncaught_exceptions.h"
 
@@ -40,13 +41,22 @@ void KXLog::setUpSharedController() {
     KXLog* controller = allocWithZone();
     shared = controller;
     if (controller != nullptr) {
-        controller->setWriteQueue(WriteQueue::create(
-            [controller](std::string_view message) { controller->appendLogOnThread(message); }));
+        controller->makeQueue();
         platform::current().processInfo->callInForkedChild(dropQueueInForkedChild);
     }
     platform::current().mainThread->addTerminationObserver(willTerminate);
     platform::setUncaughtExceptionHandler(reportUncaught);
     sharedIsSetUp.store(true, std::memory_order_release);
+}
+
+// Where no thread can be started there is no queue, and every message is reported as lost.
+void KXLog::makeQueue() {
+    try {
+        setWriteQueue(
+            WriteQueue::create([this](std::string_view message) { appendLogOnThread(message); }));
+    } catch (const platform::Exception&) {
+        hasNoWorker_ = true;
+    }
 }
 
 KXLog* KXLog::allocWithZone() {
@@ -79,6 +89,7 @@ void KXLog::shutDown() {
     if (queue != nullptr && queue->operationCount() < kPendingWorthWaitingFor) finishWriting();
     setAppName(std::nullopt);
     setWriteQueue(nullptr);
+    hasNoWorker_ = false;
     if (const auto handle = fileHandle()) handle->closeFile();
     setFileHandle(nullptr);
 }

@@ -33,7 +33,7 @@ class KXLog : public SharedObject<KXLog> {
     // worker, as one line "date - message". One that is empty after trimming is not written.
 
     // `appendLog:`: returns at once; but off the main thread, for a message of 1 to 99 characters
-    // while no more than 99 are queued, it returns when the message has been written.
+    // while no more than 99 are queued, it returns when the queue is empty.
     template <typename... Arguments>
     static void appendLog(Format<Arguments...> format, const Arguments&... arguments) {
         if (format.isNil()) return;
@@ -53,7 +53,8 @@ class KXLog : public SharedObject<KXLog> {
 
     // `appendLogAndPrint:`: as appendLog, and on standard output too. The message becomes a format
     // itself: a directive that it still holds is rendered once more, without arguments. On standard
-    // output "%@" is left out and every other percent sign is doubled.
+    // output "%@" is left out and every other percent sign is doubled. Where logging is disabled
+    // nothing is printed either.
     template <typename... Arguments>
     static void appendLogAndPrint(Format<Arguments...> format, const Arguments&... arguments) {
         if (format.isNil()) return;
@@ -62,8 +63,9 @@ class KXLog : public SharedObject<KXLog> {
         appendMessageAndPrint(message);
     }
 
-    // `finishWriting`: waits until everything queued before the call has been written. Returns at
-    // once on the log's own worker.
+    // `finishWriting`: waits until the queue is empty: everything queued has been written, what
+    // other threads and a change of files queue meanwhile included. Returns at once on the log's
+    // own worker.
     static void finishWriting();
 
     // Files -------------------------------------------------------------------------------------
@@ -110,7 +112,8 @@ class KXLog : public SharedObject<KXLog> {
         bytesWritten_.store(bytes, std::memory_order_relaxed);
     }
 
-    // `writeQueue`: null after the end. A queue is never destroyed.
+    // `writeQueue`: null after the end, and where no thread could be started for it: then each
+    // message is reported on standard output as lost. A queue is never destroyed.
     WriteQueue* writeQueue() const { return writeQueue_; }
     void setWriteQueue(WriteQueue* queue) { writeQueue_ = queue; }
 
@@ -142,6 +145,7 @@ class KXLog : public SharedObject<KXLog> {
     static void appendMessageAndPrint(std::string_view message);
 
     static void setUpSharedController();
+    void makeQueue();
     static void dropQueueInForkedChild();
     void shutDown();
 
@@ -160,6 +164,7 @@ class KXLog : public SharedObject<KXLog> {
     std::shared_ptr<platform::FileHandle> fileHandle_;
 
     std::atomic<WriteQueue*> writeQueue_{nullptr};
+    std::atomic<bool> hasNoWorker_{false};
     std::atomic<bool> loggingDisabled_{false};
 
     // bytesInQueue is the difference of two counters, one changed by callers and one by the worker,

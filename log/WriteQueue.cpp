@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -60,9 +61,9 @@ WriteQueue::Block* WriteQueue::Chain::takeFirst() {
 }
 
 WriteQueue* WriteQueue::create(std::function<void(std::string_view)> write) {
-    auto* queue = new WriteQueue(std::move(write));
-    platform::current().mainThread->detachNewThread([queue] { queue->run(); });
-    return queue;
+    std::unique_ptr<WriteQueue> queue(new WriteQueue(std::move(write)));
+    platform::current().mainThread->detachNewThread([made = queue.get()] { made->run(); });
+    return queue.release();
 }
 
 WriteQueue::WriteQueue(std::function<void(std::string_view)> write) : write_(std::move(write)) {}
@@ -111,18 +112,20 @@ std::size_t WriteQueue::operationCount() const {
     return static_cast<std::size_t>(added_.load() - done);
 }
 
+// A waiter counts as one before it looks, and the worker counts a text as done before it looks for
+// waiters: one of the two sees the other.
 void WriteQueue::waitUntilAllOperationsAreFinished() {
     if (worker_.load() == std::this_thread::get_id()) return;
-    std::uint64_t target = 0;
+    std::uint64_t queuedBefore = 0;
     {
         const std::lock_guard guard(lock_);
-        target = added_.load(std::memory_order_relaxed);
+        queuedBefore = added_.load(std::memory_order_relaxed);
         workerSleeps_ = false;
     }
     wakeWorker();
     std::unique_lock sleeping(sleepLock_);
     ++waiters_;
-    finished_.wait(sleeping, [&] { return done_.load() >= target; });
+    finished_.wait(sleeping, [&] { return emptyAfter_ >= queuedBefore || operationCount() == 0; });
     --waiters_;
 }
 
@@ -171,8 +174,9 @@ void WriteQueue::writeBlock(Block& block) {
 
 void WriteQueue::finishOne() {
     done_.store(done_.load(std::memory_order_relaxed) + 1);
-    if (waiters_.load() == 0) return;
+    if (waiters_.load() == 0 || operationCount() != 0) return;
     const std::lock_guard guard(sleepLock_);
+    emptyAfter_ = done_.load(std::memory_order_relaxed);
     finished_.notify_all();
 }
 

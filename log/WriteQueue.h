@@ -17,10 +17,12 @@ namespace quillmoor {
 // Unbounded: nothing is dropped and no caller waits for room. Texts are kept in blocks, so that a
 // backlog costs little more than its text.
 //
-// Never destroyed: its thread is detached and goes on until the process ends.
+// A queue that was made is never destroyed: its thread is detached and goes on until the process
+// ends.
 class WriteQueue {
   public:
-    // `write` is called on the worker, one call at a time; it must not throw.
+    // `write` is called on the worker, one call at a time; it must not throw. Throws
+    // platform::Exception when no thread can be started.
     static WriteQueue* create(std::function<void(std::string_view)> write);
 
     // Queues a copy of `text`. From any thread; never waits for a write.
@@ -29,8 +31,8 @@ class WriteQueue {
     // Texts queued or being written.
     std::size_t operationCount() const;
 
-    // Waits until everything that was queued before the call has been written. On the worker
-    // itself it returns at once, for there it would wait for itself.
+    // Waits until nothing is queued or being written, what is added meanwhile included. On the
+    // worker itself it returns at once, for there it would wait for itself.
     void waitUntilAllOperationsAreFinished();
 
   private:
@@ -75,6 +77,7 @@ class WriteQueue {
     alignas(kCacheLine) std::atomic<unsigned> waiters_{0};
     std::mutex sleepLock_;
     bool wakeRequested_ = false;
+    std::uint64_t emptyAfter_ = 0;  // texts done when a waiter's queue was last seen empty
     std::condition_variable work_;
     std::condition_variable finished_;
 };

@@ -1,4 +1,5 @@
 // The two functions that installer-host finds in the plug-in, and the pane behind them.
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -132,6 +133,9 @@ platform::posix::HostServices hostServices(const installer_host_services& host) 
     services.watch = [host](int descriptor, std::function<void()> drain) {
         host.watch_descriptor(host.context, descriptor, KeptCallback::call,
                               KeptCallback::keep(std::move(drain)));
+    };
+    services.sendNextEvent = [host](std::chrono::milliseconds longest) {
+        return host.send_next_event(host.context, static_cast<int>(longest.count())) != 0;
     };
     services.observeTermination = [host](std::function<void()> callback) {
         host.observe_termination(host.context, KeptCallback::call,

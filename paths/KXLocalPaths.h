@@ -8,6 +8,8 @@
 
 namespace quillmoor {
 
+enum class ExactMatch : bool { No, Yes };
+
 // Where the standard folders lie. A library like this often runs as the super-user, where the
 // system would answer with the super-user's own home; every answer that depends on the user is then
 // that of the user logged in at the console.
@@ -69,6 +71,19 @@ class KXLocalPaths {
     // `isPathOnTimeMachineVolume:`: the path begins with "/Volumes/" and has a component
     // "Backups.backupdb". Looks at the text only.
     static bool isPathOnTimeMachineVolume(const OptionalPath& path);
+
+    // The guard ---------------------------------------------------------------------------------
+    // What must never be removed, put into the Trash or moved with administrator rights. The test
+    // is of the text: links, . and .. and the case of letters count as they stand, and a slash at
+    // the end takes the character before it along (/Volumes/ is not recognised).
+
+    // `isPathSystemDirectory:exactMatch:`: the root, or one of the user's and the machine's
+    // standard folders, /Users/Shared and /Volumes. Without an exact match also everything that
+    // begins with /usr, /var, /private/var or /System. nil and paths shorter than three characters
+    // are not.
+    static bool isPathSystemDirectory(const OptionalPath& path, ExactMatch exactMatch);
+    // `isPathSystemDirectory:`: without an exact match.
+    static bool isPathSystemDirectory(const OptionalPath& path);
 
     // Scratch names -----------------------------------------------------------------------------
 

@@ -3,7 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
-#include <string>
+#include <ctime>
 
 namespace quillmoor::platform {
 
@@ -14,8 +14,11 @@ class Clock {
 
     virtual std::chrono::system_clock::time_point now() = 0;
 
-    // `sleepForTimeInterval:`: zero and less return at once.
-    virtual void sleep(std::chrono::seconds duration) = 0;
+    // `sleepForTimeInterval:`, `usleep`: zero and less return at once.
+    virtual void sleep(std::chrono::microseconds duration) = 0;
+
+    // The date by the computer's own calendar and time zone.
+    virtual std::tm localTime(std::chrono::system_clock::time_point date) = 0;
 
     // `clock`: processor time used, in the platform's ticks.
     virtual std::int64_t processorTime() = 0;

@@ -11,8 +11,9 @@
 namespace quillmoor::platform {
 
 // One open file or pipe end. Calls throw platform::Exception named kFileHandleOperationException
-// when the system refuses, and after closeFile. One thread at a time, but for closeFile, which any
-// thread may call: it ends a read that is under way.
+// when the system refuses, and after closeFile. Any thread may call closeFile: it ends a read that
+// is under way. Calls from several threads do not disturb each other, but which gets what is not
+// said.
 class FileHandle {
   public:
     virtual ~FileHandle() = default;

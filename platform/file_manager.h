@@ -1,6 +1,7 @@
 // The file system, item by item.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +10,13 @@
 #include "base/types.h"
 
 namespace quillmoor::platform {
+
+// Tells items apart: two paths with one identity lead to the same item.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t item = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
 
 // May be called from any thread. An empty path, or one with a NUL, is answered like a missing item.
 // Error texts read: “name” couldn’t be removed: Permission denied
@@ -22,8 +30,17 @@ class FileManager {
     // Follows links: a link to a folder is a folder.
     virtual bool isDirectory(const std::string& path) = 0;
 
+    // Follows links. nil when nothing is there.
+    virtual std::optional<FileIdentity> identityOfItem(const std::string& path) = 0;
+
     // access(2) with the real ids: a folder that may be searched is executable.
     virtual bool isExecutableFile(const std::string& path) = 0;
+
+    // access(2) with the real ids; follows links.
+    virtual bool isWritableFile(const std::string& path) = 0;
+
+    // What the link holds, be it dangling; nil when `path` is no link.
+    virtual OptionalString destinationOfSymbolicLink(const std::string& path) = 0;
 
     // Names in the order in which the folder gives them, hidden ones included, . and .. left out;
     // nil when the folder is missing or cannot be read.

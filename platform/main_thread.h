@@ -1,6 +1,7 @@
 // The main thread, threads beside it, and the end of the program.
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace quillmoor::platform {
@@ -17,6 +18,13 @@ class MainThread {
     // Has the run loop of the main thread run `function`, in every mode. With Yes it returns when
     // that is done; on the main thread it then runs at once. An exception in it is not caught.
     virtual void performOnMainThread(std::function<void()> function, WaitUntilDone wait) = 0;
+
+    // The run loop in its modal panel mode for one event: waits up to `longest` for the
+    // application's next user-interface event and has it sent. What is performed on the main thread
+    // runs meanwhile, what waits for the default mode alone does not. Events may call this again.
+    // YES when the host had an event. Without a host there are none, and `longest` passes. On the
+    // main thread; elsewhere it answers NO at once.
+    virtual bool sendNextEvent(std::chrono::milliseconds longest) = 0;
 
     // A thread that blocks every signal and that nobody joins.
     virtual void detachNewThread(std::function<void()> body) = 0;

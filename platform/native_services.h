@@ -9,12 +9,17 @@ namespace quillmoor::platform {
 ProcessInfo* nativeProcessInfo();
 Locations* nativeLocations();
 FileManager* nativeFileManager();
+Attributes* nativeAttributes();
+FileTree* nativeFileTree();
+FileOperations* nativeFileOperations();
 FileHandles* nativeFileHandles();
 Tasks* nativeTasks();
 MainThread* nativeMainThread();
 Bundles* nativeBundles();
 PropertyLists* nativePropertyLists();
 Workspace* nativeWorkspace();
+FinderInfo* nativeFinderInfo();
+Authorization* nativeAuthorization();
 Text* nativeText();
 Console* nativeConsole();
 Clock* nativeClock();

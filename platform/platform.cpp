@@ -12,10 +12,12 @@ std::atomic<const Platform*> inForce{nullptr};
 }  // namespace
 
 const Platform& native() {
-    static const Platform services{nativeProcessInfo(), nativeLocations(),     nativeFileManager(),
-                                   nativeFileHandles(), nativeTasks(),         nativeMainThread(),
-                                   nativeBundles(),     nativePropertyLists(), nativeWorkspace(),
-                                   nativeText(),        nativeConsole(),       nativeClock()};
+    static const Platform services{
+        nativeProcessInfo(), nativeLocations(),      nativeFileManager(),   nativeAttributes(),
+        nativeFileTree(),    nativeFileOperations(), nativeFileHandles(),   nativeTasks(),
+        nativeMainThread(),  nativeBundles(),        nativePropertyLists(), nativeWorkspace(),
+        nativeFinderInfo(),  nativeAuthorization(),  nativeText(),          nativeConsole(),
+        nativeClock()};
     return services;
 }
 

@@ -2,11 +2,16 @@
 // service by service; platform/README.md tells how to write a back-end.
 #pragma once
 
+#include "platform/attributes.h"
+#include "platform/authorization.h"
 #include "platform/bundle.h"
 #include "platform/clock.h"
 #include "platform/console.h"
 #include "platform/file_handle.h"
 #include "platform/file_manager.h"
+#include "platform/file_operations.h"
+#include "platform/file_tree.h"
+#include "platform/finder_info.h"
 #include "platform/locations.h"
 #include "platform/main_thread.h"
 #include "platform/process_info.h"
@@ -22,12 +27,17 @@ struct Platform {
     ProcessInfo* processInfo;
     Locations* locations;
     FileManager* fileManager;
+    Attributes* attributes;
+    FileTree* fileTree;
+    FileOperations* fileOperations;
     FileHandles* fileHandles;
     Tasks* tasks;
     MainThread* mainThread;
     Bundles* bundles;
     PropertyLists* propertyLists;
     Workspace* workspace;
+    FinderInfo* finderInfo;
+    Authorization* authorization;
     Text* text;
     Console* console;
     Clock* clock;

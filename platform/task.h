@@ -30,6 +30,9 @@ class Task {
     virtual void setStandardError(Pipe pipe) = 0;
     virtual void setStandardError(std::shared_ptr<FileHandle> handle) = 0;
 
+    // The reading end of the pipe that was given for output; null without one.
+    virtual std::shared_ptr<FileHandle> standardOutput() = 0;
+
     // Starts the child. Throws platform::Exception named kInvalidArgumentException, with the reason
     // "launch path not accessible", when the system cannot start it or it was launched before.
     virtual void launch() = 0;

@@ -24,30 +24,30 @@ std::string currentExceptionTypeName() {
     return status == 0 ? readable.get() : type->name();
 }
 
-void report(UncaughtExceptionHandler handler, std::exception_ptr escaped) {
-    try {
-        std::rethrow_exception(std::move(escaped));
-    } catch (const Exception& exception) {
-        handler(exception);
-    } catch (const std::exception& exception) {
-        handler(Exception(currentExceptionTypeName(), exception.what()));
-    } catch (...) {
-        const std::string name = currentExceptionTypeName();
-        handler(Exception(name, name));
-    }
-}
-
 // Whatever the handler itself lets escape ends up here again and is not reported.
 void onTerminate() {
     static std::atomic_flag reported;
     const UncaughtExceptionHandler handler = handlerSlot.load();
     if (handler != nullptr && std::current_exception() && !reported.test_and_set())
-        report(handler, std::current_exception());
+        handler(currentException());
     if (previousTerminate != nullptr) previousTerminate();
     std::abort();
 }
 
 }  // namespace
+
+Exception currentException() {
+    try {
+        std::rethrow_exception(std::current_exception());
+    } catch (const Exception& exception) {
+        return exception;
+    } catch (const std::exception& exception) {
+        return {currentExceptionTypeName(), exception.what()};
+    } catch (...) {
+        const std::string name = currentExceptionTypeName();
+        return {name, name};
+    }
+}
 
 void setUncaughtExceptionHandler(UncaughtExceptionHandler handler) {
     handlerSlot.store(handler);

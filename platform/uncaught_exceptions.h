@@ -15,4 +15,7 @@ void setUncaughtExceptionHandler(UncaughtExceptionHandler handler);
 
 UncaughtExceptionHandler uncaughtExceptionHandlerInForce();
 
+// The exception that is being handled, as the handler would get it. Only inside a catch clause.
+Exception currentException();
+
 }  // namespace quillmoor::platform

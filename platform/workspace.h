@@ -1,6 +1,7 @@
 // The desktop: applications, packages and the Trash.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "base/types.h"
@@ -25,6 +26,29 @@ class Workspace {
     // YES when all were moved; an item is never in both places.
     virtual bool recycle(const std::string& source, const OptionalPath& destination,
                          const StringList& names) = 0;
+
+    // Before another process, one with more rights, moves an item into the Trash folder
+    // `destination`: makes that folder what it must be, as its user's. NO when it cannot be used;
+    // then nothing must be moved there.
+    virtual bool prepareTrash(const std::string& destination) = 0;
+
+    // Notes, in a Trash that was prepared, that `item` is about to come under `name`. An item of
+    // that name keeps the note that it has. NO when the Trash cannot be used.
+    virtual bool announceTrash(const std::string& destination, const std::string& name,
+                               const std::string& item) = 0;
+
+    // Takes back what was announced of an item that is not coming.
+    virtual void abandonTrash(const std::string& destination, const std::string& name) = 0;
+
+    // `LSRegisterURL` with the update flag: makes the application at `path` known to the user's
+    // desktop, so that absolutePathForAppBundle finds it wherever it lies. What was known of an
+    // application with its identifier is replaced. 0, or the system's error number, as for a
+    // missing path and for what is no application; then nothing has changed.
+    virtual std::int32_t registerApplication(const std::string& path) = 0;
+
+    // `noteFileSystemChanged:`: has the desktop look at the item again, where it does not do so
+    // on its own.
+    virtual void noteFileSystemChanged(const std::string& path) = 0;
 
     // `isFilePackageAtPath:`: a folder that the desktop shows as one file.
     virtual bool isFilePackage(const std::string& path) = 0;

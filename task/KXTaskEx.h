@@ -1,14 +1,17 @@
-// Command-line tools as child processes, run while the caller waits.
+// Command-line tools as child processes, run while the caller waits or in the background.
 //
 //   if (auto text = KXTaskEx::stringFromTask("/usr/bin/uname", StringList{"-r"})) …
 //   long code = KXTaskEx::terminationCodeFromTask(tool, arguments, std::chrono::seconds(30));
 #pragma once
 
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 #include "base/data.h"
 #include "base/types.h"
@@ -23,6 +26,13 @@ using StringEncoding = platform::StringEncoding;
 enum class LogOutput : bool {
     No,  // it goes where the program's own goes
     Yes
+};
+
+// The envelope in which a chunk of output travels to asyncTaskReturnData.
+inline constexpr char KXAsyncTaskDataNotification[] = "KXAsyncTaskDataNotification";
+struct AsyncTaskNotification {
+    std::string name;
+    Data fileHandleNotificationDataItem;
 };
 
 // Class operations may be called from any thread and block it until the tool has ended, except
@@ -149,6 +159,45 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     // `timeout`: terminates the tool of this instance if it runs. On the main thread.
     void timeout();
 
+    // In the background --------------------------------------------------------------------------
+    // One run at a time for each instance. Every operation may be called from any thread.
+
+    // The delegate, or the caller's own object; kept as long as the run lasts.
+    using Object = std::shared_ptr<void>;
+    // The delegate's operation: a chunk of output, which is empty at the end, the instance that ran
+    // the tool, and the caller's object or null. Called on the run's own thread, never on the main
+    // thread. The chunk may be kept.
+    using Selector = std::function<void(const Data& data, KXTaskEx& task, const Object& object)>;
+
+    // `asyncDataFromTask:arguments:delegate:selector:object:` and
+    // `asyncDataFromTask:arguments:delegate:selector:object:environment:`: prepares a run, starts
+    // its thread and returns. That thread starts the tool and hands each chunk of its output over
+    // as it comes; standard error is discarded, standard input inherited. After the empty chunk the
+    // instance cleans itself up as terminateAsyncTask does, and may be used again; a run that the
+    // delegate starts from inside that last call is ended by the clean-up that follows.
+    //
+    // Without a delegate or an operation the output is read and thrown away. A tool that is missing
+    // or not executable is told in the log only, and one that cannot be started, like whatever the
+    // delegate throws, is reported as an exception: the delegate hears nothing more then, a tool
+    // that runs goes on, and what was given is kept until the next run or terminateAsyncTask.
+    // Throws platform::Exception when the process has no descriptors or threads left.
+    void asyncDataFromTask(const OptionalPath& path, const OptionalArguments& arguments,
+                           Object delegate, Selector selector, Object object);
+    void asyncDataFromTask(const OptionalPath& path, const OptionalArguments& arguments,
+                           Object delegate, Selector selector, Object object,
+                           const OptionalEnvironment& environment);
+
+    // `launchAsyncTask`: the body of the run's thread.
+    void launchAsyncTask();
+
+    // `asyncTaskReturnData:`: hands one chunk over, on the calling thread.
+    void asyncTaskReturnData(const AsyncTaskNotification& notification);
+
+    // `terminateAsyncTask`: ends the run: forgets the delegate, its operation and the object, stops
+    // the reading, and sends the tool one SIGTERM if it runs. A call of the delegate that is under
+    // way goes on to its end.
+    void terminateAsyncTask();
+
     // `theTask`: the running tool of this instance, null when there is none. Any thread.
     TaskReference theTask() const;
     void setTheTask(TaskReference task);
@@ -171,8 +220,30 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
                                     const TaskSink& store, const OptionalEnvironment& environment,
                                     LogOutput logOutput);
 
-    mutable std::mutex mutex_;  // of the reference, not of the task
+    // Terminating ends the runs that were prepared before it. A run knows itself by how many
+    // terminations there had been.
+    using Run = std::uint64_t;
+
+    // Who is told of output in the background.
+    struct Listener {
+        Object delegate;
+        Selector selector;
+        Object object;
+    };
+    Listener listener(Run run) const;
+    void exchangeListener(Listener& listener);
+    Run prepare(Listener& listener, const TaskReference& task);
+    void read(Run run);
+    bool launchTheTask(Run run);
+    bool returnNextChunk(Run run);
+    void returnData(const AsyncTaskNotification& notification, Run run);
+    void terminate(std::optional<Run> run);
+
+    mutable std::mutex mutex_;  // of the fields below, not of what they refer to
     TaskReference theTask_;
+    Listener listener_;
+    std::mutex launchMutex_;  // a launch and a termination exclude each other
+    std::atomic<Run> terminations_{0};
 };
 
 }  // namespace quillmoor

@@ -1,9 +1,11 @@
 #include "examples/tallyframe-uninstaller/uninstall_plan.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "base/paths.h"
 #include "examples/tallyframe-uninstaller/display_text.h"
+#include "files/KXFileManager.h"
 #include "log/KXLog.h"
 #include "paths/KXLocalPaths.h"
 #include "platform/platform.h"
@@ -14,12 +16,13 @@ namespace {
 constexpr const char* kIdentifier = "com.quillmoor.tallyframe";
 constexpr const char* kSupportFolder = "Tallyframe";
 
+// Long enough for a tool with administrator rights to copy a product to another file system.
+constexpr std::chrono::seconds kLongestMove{60};
+
+// Asks for administrator rights where the user's own do not do.
 Fate moveToTrash(const Item& item) {
-    const platform::Platform& system = platform::current();
-    if (system.workspace->recycle(deleteLastPathComponent(item.path),
-                                  KXLocalPaths::trashDirectory(), {lastPathComponent(item.path)}))
-        return Fate::Moved;
-    return system.fileManager->fileExists(item.path) ? Fate::NotMoved : Fate::Missing;
+    if (!KXFileManager::fileExistsAtPath(item.path)) return Fate::Missing;
+    return KXFileManager::trashFile(item.path, kLongestMove) ? Fate::Moved : Fate::NotMoved;
 }
 
 void log(const Report& report) {

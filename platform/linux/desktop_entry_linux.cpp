@@ -68,7 +68,9 @@ OptionalString programInExec(std::string_view exec) {
     std::string word;
     for (std::size_t i = 1; i < exec.size(); ++i) {
         if (exec[i] == '"') return word.empty() ? std::nullopt : OptionalString(word);
-        if (exec[i] == '\\' && i + 1 < exec.size()) ++i;
+        // An escaped character, or a percent sign, which is doubled.
+        const bool escaped = exec[i] == '\\' || exec.substr(i, 2) == "%%";
+        if (escaped && i + 1 < exec.size()) ++i;
         word.push_back(exec[i]);
     }
     return std::nullopt;

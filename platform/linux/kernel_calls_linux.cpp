@@ -1,8 +1,11 @@
 #include "platform/posix/kernel_calls_posix.h"
 
+#include <fcntl.h>
 #include <linux/fs.h>
 #include <stdio.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 
 #include <string_view>
@@ -27,6 +30,31 @@ ssize_t getExtendedAttribute(int file, const char* name, void* value, std::size_
 
 int setExtendedAttribute(int file, const char* name, const void* value, std::size_t size) {
     return ::fsetxattr(file, name, value, size, 0);
+}
+
+int isHfsPlus(int file, bool* answer) {
+    // Not in the kernel's list of magic numbers for everybody.
+    constexpr auto kHfsPlus = 0x482B;
+    struct statfs status {};
+    if (::fstatfs(file, &status) != 0) return -1;
+    *answer = status.f_type == kHfsPlus;
+    return 0;
+}
+
+int isImmutable(int folder, const char* name, bool* answer) {
+    constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+    struct statx status {};
+    if (::statx(folder, name, flags, 0, &status) != 0) return -1;
+    *answer = (status.stx_attributes & status.stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0;
+    return 0;
+}
+
+int getItemFlags(int file, int* flags) {
+    return ::ioctl(file, FS_IOC_GETFLAGS, flags);
+}
+
+int setItemFlags(int file, int flags) {
+    return ::ioctl(file, FS_IOC_SETFLAGS, &flags);
 }
 
 bool isCopiedAttribute(const char* name, bool ownerKept) {

@@ -12,6 +12,7 @@ namespace quillmoor::platform::linux_ {
 namespace {
 
 constexpr char kDitto[] = "/usr/bin/ditto";
+constexpr char kInstallation[] = KX_LIBEXECDIR "/";
 
 }  // namespace
 
@@ -21,7 +22,7 @@ StringList ownTools(const std::string& name) {
     const OptionalPath code = here != nullptr ? here->executablePath() : std::nullopt;
     const OptionalPath bundle = code ? bundleFolderOf(*code) : std::nullopt;
     if (bundle) places.push_back(*bundle + "/Contents/Linux/" + name);
-    places.push_back(KX_LIBEXECDIR "/" + name);
+    places.push_back(kInstallation + name);
     if (const OptionalPath program = nativeBundles()->mainBundle()->executablePath()) {
         const std::string prefix = deleteLastPathComponent(deleteLastPathComponent(*program));
         places.push_back(*appendPathComponent(prefix, "libexec/quillmoor/" + name));
@@ -29,12 +30,20 @@ StringList ownTools(const std::string& name) {
     return places;
 }
 
+OptionalPath ownTool(const std::string& name) {
+    for (const std::string& place : ownTools(name)) {
+        if (OptionalPath tool = trustedProgram(place)) return tool;
+    }
+    return std::nullopt;
+}
+
+OptionalPath installedTool(const std::string& name) {
+    return trustedProgram(kInstallation + name);
+}
+
 std::string toolPath(const std::string& path) {
     if (path != kDitto || isProgram(path)) return path;
-    for (const std::string& place : ownTools(lastPathComponent(path))) {
-        if (const OptionalPath tool = trustedProgram(place)) return *tool;
-    }
-    return path;
+    return ownTool(lastPathComponent(path)).value_or(path);
 }
 
 }  // namespace quillmoor::platform::linux_

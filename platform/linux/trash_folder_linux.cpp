@@ -152,9 +152,22 @@ int TrashFolder::make(int folder, const std::string& name, Descriptor& next) con
     return next ? 0 : errno;
 }
 
+bool TrashFolder::hasItem(const std::string& name) const {
+    return statusOf(items_.get(), name.c_str()).has_value();
+}
+
 int TrashFolder::reserve(const std::string& name, std::string_view originalPath) const {
+    if (hasItem(name)) return EEXIST;
+    return makeRecord(name, originalPath);
+}
+
+int TrashFolder::record(const std::string& name, std::string_view originalPath) const {
+    release(name);
+    return makeRecord(name, originalPath);
+}
+
+int TrashFolder::makeRecord(const std::string& name, std::string_view originalPath) const {
     const posix::SystemCalls& calls = systemCalls();
-    if (statusOf(items_.get(), name.c_str())) return EEXIST;
     if (!records_) return 0;
     const std::string record = name + std::string(kTrashInfoSuffix);
     Descriptor file(calls.openat(records_.get(), record.c_str(),

@@ -32,6 +32,13 @@ class TrashFolder {
     // only the item counts.
     int reserve(const std::string& name, std::string_view originalPath) const;
 
+    // An item of that name is there, be it a dangling link.
+    bool hasItem(const std::string& name) const;
+
+    // Notes that an item of that name, which somebody else puts there, came from `originalPath`.
+    // Replaces a record of that name. Answers 0 or the error number.
+    int record(const std::string& name, std::string_view originalPath) const;
+
     // Takes the record away again, of an item that has not arrived.
     void release(const std::string& name) const;
 
@@ -42,6 +49,7 @@ class TrashFolder {
     bool openLocation(const posix::Descriptor& home, const std::string& homePath);
     bool openPlainFolder(const posix::Descriptor& home);
     bool openTrash(const posix::Descriptor& home, const StringList& components);
+    int makeRecord(const std::string& name, std::string_view originalPath) const;
     int make(int folder, const std::string& name, posix::Descriptor& next) const;
     int enter(int folder, const std::string& name, posix::Descriptor& next) const;
 

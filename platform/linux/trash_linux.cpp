@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string_view>
@@ -82,6 +83,23 @@ class Recycling {
     bool moved_ = false;
 };
 
+// The item's path as it is to be put back to. The item itself may be out of this process's reach.
+std::string originalPathOf(const std::string& item) {
+    std::string parent = deleteLastPathComponent(item);
+    if (parent.empty()) parent = ".";
+    const posix::Descriptor folder(
+        posix::systemCalls().openat(AT_FDCWD, parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0));
+    if (!folder) return item;
+    const std::string path = pathOf(folder.get(), parent);
+    return (path == "/" ? "" : path) + "/" + lastPathComponent(item);
+}
+
+std::optional<TrashFolder> openTrash(const OptionalPath& destination) {
+    const OptionalPath home = homeOf(destination);
+    if (!home) return std::nullopt;
+    return TrashFolder::open(withoutTrailingSlashes(*home));
+}
+
 bool recycleOne(const TrashFolder& trash, const std::string& source, const std::string& name) {
     posix::Place from;
     struct stat status;
@@ -97,13 +115,35 @@ bool recycleOne(const TrashFolder& trash, const std::string& source, const std::
 
 bool recycleToTrash(const std::string& source, const OptionalPath& destination,
                     const StringList& names) {
-    const OptionalPath home = homeOf(destination);
-    if (!home) return false;
-    const auto trash = TrashFolder::open(withoutTrailingSlashes(*home));
+    const auto trash = openTrash(destination);
     if (!trash) return false;
     bool allMoved = true;
     for (const std::string& name : names) allMoved = recycleOne(*trash, source, name) && allMoved;
     return allMoved;
+}
+
+// The other process goes by the path: it must lead to the folder that is open here.
+bool prepareTrash(const std::string& destination) {
+    const auto trash = openTrash(destination);
+    struct stat byPath;
+    struct stat open;
+    return trash && ::stat(destination.c_str(), &byPath) == 0 &&
+           ::fstat(trash->items(), &open) == 0 && byPath.st_dev == open.st_dev &&
+           byPath.st_ino == open.st_ino;
+}
+
+bool announceTrash(const std::string& destination, const std::string& name,
+                   const std::string& item) {
+    const auto trash = openTrash(destination);
+    if (!trash || !isOneName(name)) return false;
+    if (trash->hasItem(name)) return true;
+    const int error = trash->record(name, originalPathOf(item));
+    return error == 0 || error == ENAMETOOLONG;
+}
+
+void abandonTrash(const std::string& destination, const std::string& name) {
+    const auto trash = openTrash(destination);
+    if (trash && isOneName(name) && !trash->hasItem(name)) trash->release(name);
 }
 
 }  // namespace quillmoor::platform::linux_

@@ -13,4 +13,11 @@ namespace quillmoor::platform::linux_ {
 bool recycleToTrash(const std::string& source, const OptionalPath& destination,
                     const StringList& names);
 
+// As Workspace's operations of these names. A record without an item is replaced. A name that
+// leaves no room for a record's is not noted.
+bool prepareTrash(const std::string& destination);
+bool announceTrash(const std::string& destination, const std::string& name,
+                   const std::string& item);
+void abandonTrash(const std::string& destination, const std::string& name);
+
 }  // namespace quillmoor::platform::linux_

@@ -8,6 +8,7 @@
 #include "platform/linux/applications_linux.h"
 #include "platform/linux/ascii_linux.h"
 #include "platform/linux/opener_linux.h"
+#include "platform/linux/registration_linux.h"
 #include "platform/linux/tool_path_linux.h"
 #include "platform/linux/trash_linux.h"
 #include "platform/native_services.h"
@@ -30,6 +31,26 @@ class LinuxWorkspace : public Workspace {
                  const StringList& names) override {
         return linux_::recycleToTrash(source, destination, names);
     }
+
+    bool prepareTrash(const std::string& destination) override {
+        return linux_::prepareTrash(destination);
+    }
+
+    bool announceTrash(const std::string& destination, const std::string& name,
+                       const std::string& item) override {
+        return linux_::announceTrash(destination, name, item);
+    }
+
+    void abandonTrash(const std::string& destination, const std::string& name) override {
+        linux_::abandonTrash(destination, name);
+    }
+
+    std::int32_t registerApplication(const std::string& path) override {
+        return linux_::registerApplication(path);
+    }
+
+    // File managers watch the folders that they show.
+    void noteFileSystemChanged(const std::string&) override {}
 
     bool isFilePackage(const std::string& path) override {
         const std::string extension = pathExtension(path);

@@ -6,9 +6,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <utility>
-#include <vector>
 
+#include "platform/posix/c_strings_posix.h"
 #include "platform/posix/child_system_posix.h"
 
 extern char** environ;  // not every system's headers declare it
@@ -17,31 +16,6 @@ namespace quillmoor::platform::posix {
 namespace {
 
 constexpr char kNullDevice[] = "/dev/null";
-
-bool holdsNul(const std::string& text) {
-    return text.find('\0') != std::string::npos;
-}
-
-// A null-terminated list of C strings. Texts with a NUL in them, which would arrive cut, are told.
-class CStrings {
-  public:
-    void add(std::string text) {
-        valid_ = valid_ && !holdsNul(text);
-        texts_.push_back(std::move(text));
-    }
-    bool valid() const { return valid_; }
-    char* const* get() {
-        pointers_.clear();
-        for (std::string& text : texts_) pointers_.push_back(text.data());
-        pointers_.push_back(nullptr);
-        return pointers_.data();
-    }
-
-  private:
-    std::vector<std::string> texts_;
-    std::vector<char*> pointers_;
-    bool valid_ = true;
-};
 
 CStrings argumentList(const ChildSetup& setup) {
     CStrings list;

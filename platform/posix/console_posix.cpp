@@ -1,5 +1,3 @@
-#include <pthread.h>
-#include <signal.h>
 #include <sys/time.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -12,43 +10,14 @@
 
 #include "base/paths.h"
 #include "platform/native_services.h"
+#include "platform/posix/broken_pipe_posix.h"
 #include "platform/posix/thread_id_posix.h"
 
 namespace quillmoor::platform {
 namespace {
 
-// As long as this lives, a write to a pipe that nobody reads fails and nothing more: the signal
-// that this thread would get is taken back.
-class BrokenPipeGuard {
-  public:
-    BrokenPipeGuard() {
-        sigset_t pending;
-        ::sigpending(&pending);
-        wasPending_ = ::sigismember(&pending, SIGPIPE) == 1;
-        ::sigemptyset(&brokenPipe_);
-        ::sigaddset(&brokenPipe_, SIGPIPE);
-        ::pthread_sigmask(SIG_BLOCK, &brokenPipe_, &previous_);
-    }
-    ~BrokenPipeGuard() {
-        sigset_t pending;
-        ::sigpending(&pending);
-        if (!wasPending_ && ::sigismember(&pending, SIGPIPE) == 1) {
-            int signal = 0;
-            ::sigwait(&brokenPipe_, &signal);
-        }
-        ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
-    }
-    BrokenPipeGuard(const BrokenPipeGuard&) = delete;
-    BrokenPipeGuard& operator=(const BrokenPipeGuard&) = delete;
-
-  private:
-    sigset_t brokenPipe_;
-    sigset_t previous_;
-    bool wasPending_ = false;
-};
-
 void writeToStandardError(std::string_view text) {
-    const BrokenPipeGuard guard;
+    const posix::BrokenPipeGuard guard;
     while (!text.empty()) {
         const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
         if (written < 0 && errno == EINTR) continue;

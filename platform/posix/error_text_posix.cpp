@@ -19,6 +19,8 @@ std::string_view word(FileVerb verb) {
             return "created";
         case FileVerb::Written:
             return "written";
+        case FileVerb::Changed:
+            return "changed";
     }
     return "";
 }

@@ -9,7 +9,7 @@
 namespace quillmoor::platform::posix {
 
 // What could not be done to an item.
-enum class FileVerb { Removed, Moved, Copied, Created, Written };
+enum class FileVerb { Removed, Moved, Copied, Created, Written, Changed };
 
 // The system's own text for an error number, in English whatever the locale: Permission denied
 std::string systemErrorText(int code);

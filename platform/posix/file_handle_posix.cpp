@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <new>
 
 #include "platform/exception.h"
@@ -48,12 +49,15 @@ char* roomFor(ByteBuffer& buffer) {
 class DescriptorHandle::Use {
   public:
     Use(DescriptorHandle& handle, const char* what) : handle_(handle) {
-        if ((handle.state_.fetch_or(kInUse, std::memory_order_acq_rel) & kClosed) != 0)
-            throwRefused(what, EBADF);
+        unsigned state = handle.state_.load(std::memory_order_relaxed);
+        do
+            if ((state & kClosed) != 0) throwRefused(what, EBADF);
+        while (!handle.state_.compare_exchange_weak(
+            state, state + kOneCall, std::memory_order_acq_rel, std::memory_order_relaxed));
     }
     ~Use() {
-        if ((handle_.state_.fetch_and(~kInUse, std::memory_order_acq_rel) & kClosed) != 0)
-            handle_.descriptor_.reset();
+        const unsigned before = handle_.state_.fetch_sub(kOneCall, std::memory_order_acq_rel);
+        if (before == (kOneCall | kClosed)) handle_.descriptor_.reset();
     }
     Use(const Use&) = delete;
     Use& operator=(const Use&) = delete;
@@ -79,12 +83,21 @@ void DescriptorHandle::seekToEndOfFile() {
     if (systemCalls().lseek(descriptor_.get(), 0, SEEK_END) < 0) throwRefused(kSearched, errno);
 }
 
+const WakeDescriptor& DescriptorHandle::closing() {
+    WakeDescriptor* there = closing_.load(std::memory_order_acquire);
+    if (there != nullptr) return *there;
+    auto made = std::make_unique<WakeDescriptor>();
+    if (closing_.compare_exchange_strong(there, made.get())) there = made.release();
+    return *there;
+}
+
 std::size_t DescriptorHandle::readAvailableData(ByteBuffer& buffer) {
-    if (!closing_) closing_.emplace();
+    const WakeDescriptor& closed = closing();
     const Use use(*this, kRead);
+    const std::lock_guard reading(reading_);
     char* const room = roomFor(buffer);
     for (;;) {
-        pollfd both[] = {{descriptor_.get(), POLLIN, 0}, {closing_->get(), POLLIN, 0}};
+        pollfd both[] = {{descriptor_.get(), POLLIN, 0}, {closed.get(), POLLIN, 0}};
         if (::poll(both, 2, -1) < 0) {
             if (errno == EINTR) continue;
             throwRefused(kRead, errno);
@@ -103,10 +116,10 @@ std::size_t DescriptorHandle::readAvailableData(ByteBuffer& buffer) {
 void DescriptorHandle::closeFile() {
     const unsigned before = state_.fetch_or(kClosed, std::memory_order_acq_rel);
     if ((before & kClosed) != 0) return;
-    if ((before & kInUse) == 0)
+    if (before == 0)
         descriptor_.reset();
-    else if (closing_)
-        closing_->signal();
+    else if (WakeDescriptor* const reader = closing_.load(std::memory_order_acquire))
+        reader->signal();
 }
 
 void NullDeviceHandle::check(const char* what) const {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <atomic>
-#include <optional>
+#include <mutex>
 #include <utility>
 
 #include "platform/file_handle.h"
@@ -14,6 +14,9 @@ namespace quillmoor::platform::posix {
 class DescriptorHandle final : public FileHandle {
   public:
     explicit DescriptorHandle(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
+    ~DescriptorHandle() override { delete closing_.load(); }
+    DescriptorHandle(const DescriptorHandle&) = delete;
+    DescriptorHandle& operator=(const DescriptorHandle&) = delete;
 
     void writeData(std::string_view bytes) override;
     void seekToEndOfFile() override;
@@ -26,14 +29,18 @@ class DescriptorHandle final : public FileHandle {
   private:
     class Use;
 
-    // Two bits that travel together: a call is under way, and the handle was closed. Whoever comes
-    // last of the two closes the descriptor, so that no call ever meets a number given out anew.
-    static constexpr unsigned kInUse = 1;
-    static constexpr unsigned kClosed = 2;
+    const WakeDescriptor& closing();
+
+    // That the handle was closed, and how many calls are under way, in one number. Whoever comes
+    // last closes the descriptor, so that no call ever meets a number given out anew.
+    static constexpr unsigned kClosed = 1;
+    static constexpr unsigned kOneCall = 2;
     std::atomic<unsigned> state_{0};
 
     Descriptor descriptor_;
-    std::optional<WakeDescriptor> closing_;  // readable once the handle is closed under a reader
+    std::mutex reading_;  // so that nobody reads what somebody else has just taken
+    // Readable once the handle is closed under a reader; made for the first one.
+    std::atomic<WakeDescriptor*> closing_{nullptr};
 };
 
 // Takes what is written to it and gives nothing. It holds no descriptor; a child opens the device

@@ -1,6 +1,7 @@
 #include "platform/file_manager.h"
 
 #include <errno.h>
+#include <limits.h>
 #include <unistd.h>
 
 #include "platform/native_services.h"
@@ -17,14 +18,13 @@ namespace quillmoor::platform {
 namespace posix {
 namespace {
 
-int removePath(const std::string& path) {
+// access(2).
+bool permits(const std::string& path, int mode) {
+    if (fitsOneCall(path)) return systemCalls().faccessat(AT_FDCWD, path.c_str(), mode, 0) == 0;
     Place place;
     struct stat status;
-    int error = locate(path, place);
-    if (error == 0 && !place.hasNameOfItsOwn()) error = EINVAL;
-    if (error == 0 && place.asFolder) error = statusOf(place, FollowLink::No, status);
-    if (error != 0) return error;
-    return removeTree(place.folder.get(), place.name, TreeKind::Given).error;
+    if (locate(path, place) != 0 || statusOf(place, FollowLink::Yes, status) != 0) return false;
+    return systemCalls().faccessat(place.folder.get(), place.name.c_str(), mode, 0) == 0;
 }
 
 class PosixFileManager : public FileManager {
@@ -39,12 +39,28 @@ class PosixFileManager : public FileManager {
         return statusAt(path, status) == 0 && S_ISDIR(status.st_mode);
     }
 
-    bool isExecutableFile(const std::string& path) override {
-        if (fitsOneCall(path)) return systemCalls().faccessat(AT_FDCWD, path.c_str(), X_OK, 0) == 0;
+    std::optional<FileIdentity> identityOfItem(const std::string& path) override {
+        struct stat status;
+        if (statusAt(path, status) != 0) return std::nullopt;
+        return FileIdentity{status.st_dev, status.st_ino};
+    }
+
+    bool isExecutableFile(const std::string& path) override { return permits(path, X_OK); }
+
+    bool isWritableFile(const std::string& path) override { return permits(path, W_OK); }
+
+    OptionalString destinationOfSymbolicLink(const std::string& path) override {
         Place place;
         struct stat status;
-        if (locate(path, place) != 0 || statusOf(place, FollowLink::Yes, status) != 0) return false;
-        return systemCalls().faccessat(place.folder.get(), place.name.c_str(), X_OK, 0) == 0;
+        if (locate(path, place) != 0 || statusOf(place, FollowLink::No, status) != 0 ||
+            !S_ISLNK(status.st_mode))
+            return std::nullopt;
+        std::string target(PATH_MAX, '\0');
+        const ssize_t size = systemCalls().readlinkat(place.folder.get(), place.name.c_str(),
+                                                      target.data(), target.size());
+        if (size < 0) return std::nullopt;
+        target.resize(static_cast<std::size_t>(size));
+        return target;
     }
 
     std::optional<StringList> contentsOfDirectory(const std::string& path) override {

@@ -7,10 +7,11 @@ namespace quillmoor::platform::posix {
 
 void attachHost(const HostServices& host) {
     setMainThreadTest(host.isMainThread);
+    setNextEventOfHost(host.sendNextEvent);
     leaveTerminationToHost();
     host.observeTermination(callTerminationObservers);
-    host.watch(MainRunLoop::descriptor(RunLoopMode::Default),
-               [] { MainRunLoop::drain(RunLoopMode::Default); });
+    for (const RunLoopMode mode : {RunLoopMode::ModalPanel, RunLoopMode::Default})
+        host.watch(MainRunLoop::descriptor(mode), [mode] { MainRunLoop::drain(mode); });
 }
 
 }  // namespace quillmoor::platform::posix

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/posix/file_data_posix.h"
 #include "platform/posix/kernel_calls_posix.h"
 #include "platform/posix/ownership_posix.h"
 #include "platform/posix/system_calls_posix.h"
@@ -92,10 +93,9 @@ int copyOwner(int made, const struct stat& status, bool& kept) {
     return 0;
 }
 
-int readLink(int folder, const std::string& name, std::string& target) {
+int readLink(int folder, const char* name, std::string& target) {
     for (target.resize(256);; target.resize(target.size() * 2)) {
-        const ssize_t size =
-            systemCalls().readlinkat(folder, name.c_str(), target.data(), target.size());
+        const ssize_t size = systemCalls().readlinkat(folder, name, target.data(), target.size());
         if (size < 0) return errno;
         if (static_cast<std::size_t>(size) < target.size()) {
             target.resize(static_cast<std::size_t>(size));
@@ -105,10 +105,9 @@ int readLink(int folder, const std::string& name, std::string& target) {
 }
 
 // Opens an item that should be of this type.
-int openAs(mode_t type, int folder, const std::string& name, Descriptor& opened,
-           struct stat& status) {
+int openAs(mode_t type, int folder, const char* name, Descriptor& opened, struct stat& status) {
     const SystemCalls& calls = systemCalls();
-    opened = Descriptor(calls.openat(folder, name.c_str(), kReadItem, 0));
+    opened = Descriptor(calls.openat(folder, name, kReadItem, 0));
     if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
     return (status.st_mode & S_IFMT) == type ? 0 : ESTALE;
 }
@@ -126,28 +125,23 @@ int copyAttributes(int original, int made, const struct stat& status) {
     return error != 0 ? error : unlessRefused(calls.futimens(made, Dates(status).times));
 }
 
-int ItemCopier::copy(int folder, const std::string& name, mode_t type, int newFolder,
-                     const std::string& newName) {
-    switch (type) {
-        case S_IFREG:
-            return copyFile(folder, name, newFolder, newName);
-        case S_IFLNK:
-            return copyLink(folder, name, newFolder, newName);
-        case S_IFIFO:
-            return copyFifo(folder, name, newFolder, newName);
-        default:
-            return EOPNOTSUPP;
-    }
+int ItemCopier::copy(int folder, const char* name, mode_t type, int newFolder,
+                     const char* newName) {
+    int error = EOPNOTSUPP;
+    if (type == S_IFREG) error = copyFile(folder, name, newFolder, newName);
+    if (type == S_IFLNK) error = copyLink(folder, name, newFolder, newName);
+    if (type == S_IFIFO) error = copyFifo(folder, name, newFolder, newName);
+    if (error == 0) control_.add(0, 1);
+    return error;
 }
 
-int ItemCopier::copyFile(int folder, const std::string& name, int newFolder,
-                         const std::string& newName) {
+int ItemCopier::copyFile(int folder, const char* name, int newFolder, const char* newName) {
     const SystemCalls& calls = systemCalls();
     Descriptor original;
     struct stat status;
     int error = openAs(S_IFREG, folder, name, original, status);
     if (error != 0) return error;
-    Descriptor made(calls.openat(newFolder, newName.c_str(), kCreateFile, kPrivate));
+    Descriptor made(calls.openat(newFolder, newName, kCreateFile, kPrivate));
     if (!made) return errno;
     somethingMade_ = true;
     error = data_.copy(original.get(), made.get(), status);
@@ -155,15 +149,14 @@ int ItemCopier::copyFile(int folder, const std::string& name, int newFolder,
     return error != 0 ? error : closeChecked(made);
 }
 
-int ItemCopier::copyLink(int folder, const std::string& name, int newFolder,
-                         const std::string& newName) {
+int ItemCopier::copyLink(int folder, const char* name, int newFolder, const char* newName) {
     const SystemCalls& calls = systemCalls();
     struct stat status;
     std::string target;
-    if (calls.fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    if (calls.fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
     const int error = readLink(folder, name, target);
     if (error != 0) return error;
-    if (calls.symlinkat(target.c_str(), newFolder, newName.c_str()) != 0) return errno;
+    if (calls.symlinkat(target.c_str(), newFolder, newName) != 0) return errno;
     somethingMade_ = true;
     const bool foreign = status.st_uid != ::geteuid() || status.st_gid != ::getegid();
     if (foreign) {
@@ -171,15 +164,14 @@ int ItemCopier::copyLink(int folder, const std::string& name, int newFolder,
         if (ownerError != 0 && !isRefusal(ownerError)) return ownerError;
     }
     return unlessRefused(
-        calls.utimensat(newFolder, newName.c_str(), Dates(status).times, AT_SYMLINK_NOFOLLOW));
+        calls.utimensat(newFolder, newName, Dates(status).times, AT_SYMLINK_NOFOLLOW));
 }
 
-int ItemCopier::copyFifo(int folder, const std::string& name, int newFolder,
-                         const std::string& newName) {
+int ItemCopier::copyFifo(int folder, const char* name, int newFolder, const char* newName) {
     const SystemCalls& calls = systemCalls();
     struct stat status;
-    if (calls.fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
-    if (calls.mkfifoat(newFolder, newName.c_str(), kPrivate) != 0) return errno;
+    if (calls.fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    if (calls.mkfifoat(newFolder, newName, kPrivate) != 0) return errno;
     somethingMade_ = true;
     // By its descriptor, so that whoever puts another item in its place gains nothing.
     Descriptor made;

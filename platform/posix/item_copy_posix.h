@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/posix/file_data_posix.h"
+#include "platform/posix/tree_data_posix.h"
 
 namespace quillmoor::platform::posix {
 
@@ -13,19 +13,21 @@ namespace quillmoor::platform::posix {
 // answer 0 or the error number; what has been made then stays, and somethingMade() tells of it.
 class ItemCopier {
   public:
+    explicit ItemCopier(const CopyControl& control) : control_(control), data_(control) {}
+
     // Regular files, links as links, and FIFOs; sockets and devices are EOPNOTSUPP. `type` holds
     // the type bits of a status. An item that is another one by now is ELOOP or ESTALE.
-    int copy(int folder, const std::string& name, mode_t type, int newFolder,
-             const std::string& newName);
+    int copy(int folder, const char* name, mode_t type, int newFolder, const char* newName);
 
     bool somethingMade() const { return somethingMade_; }
 
   private:
-    int copyFile(int folder, const std::string& name, int newFolder, const std::string& newName);
-    int copyLink(int folder, const std::string& name, int newFolder, const std::string& newName);
-    int copyFifo(int folder, const std::string& name, int newFolder, const std::string& newName);
+    int copyFile(int folder, const char* name, int newFolder, const char* newName);
+    int copyLink(int folder, const char* name, int newFolder, const char* newName);
+    int copyFifo(int folder, const char* name, int newFolder, const char* newName);
 
-    DataCopier data_;
+    const CopyControl& control_;
+    FileDataCopier data_;
     bool somethingMade_ = false;
 };
 

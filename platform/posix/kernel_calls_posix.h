@@ -13,6 +13,10 @@ int cloneFile(int from, int to);
 ssize_t listExtendedAttributes(int file, char* names, std::size_t size);
 ssize_t getExtendedAttribute(int file, const char* name, void* value, std::size_t size);
 int setExtendedAttribute(int file, const char* name, const void* value, std::size_t size);
+int isHfsPlus(int file, bool* answer);
+int isImmutable(int folder, const char* name, bool* answer);
+int getItemFlags(int file, int* flags);
+int setItemFlags(int file, int flags);
 
 // The attribute is part of the item, not of the place where it stands.
 bool isCopiedAttribute(const char* name, bool ownerKept);

@@ -1,9 +1,12 @@
 #include "platform/main_thread.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <condition_variable>
 #include <csignal>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <system_error>
@@ -20,6 +23,12 @@
 namespace quillmoor::platform {
 namespace posix {
 namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+// Hosts count in an int.
+constexpr milliseconds kLongestWait{std::numeric_limits<int>::max()};
 
 // Lets another thread wait until a function has been run, or was left by an exception.
 class Completion {
@@ -121,6 +130,41 @@ std::function<bool()>& mainThreadTest() {
     return *test;
 }
 
+// Likewise.
+std::function<bool(milliseconds)>& nextEventOfHost() {
+    static auto* const sendNextEvent = new std::function<bool(milliseconds)>;
+    return *sendNextEvent;
+}
+
+// The host watches the default mode's descriptor: with work queued for that mode, which must not
+// run below another one, it would not wait at all.
+bool onlyDefaultModeHasWork() {
+    pollfd modes[] = {{MainRunLoop::descriptor(RunLoopMode::Default), POLLIN, 0},
+                      {MainRunLoop::descriptor(RunLoopMode::ModalPanel), POLLIN, 0}};
+    return ::poll(modes, 2, 0) > 0 && modes[0].revents != 0 && modes[1].revents == 0;
+}
+
+bool sendNextEventOfHost(milliseconds longest) {
+    const auto until = steady_clock::now() + longest;
+    struct State {
+        bool sent = false;
+        bool hostWaits = true;
+    };
+    // Queued behind all that waits for the modal mode, the host is asked with that mode on top. An
+    // exception in what waits leaves it in the queue, for nobody.
+    const auto state = std::make_shared<State>();
+    MainRunLoop::postToAllModes([longest, weak = std::weak_ptr(state)] {
+        const auto asked = weak.lock();
+        if (asked == nullptr) return;
+        asked->hostWaits = !onlyDefaultModeHasWork();
+        asked->sent = nextEventOfHost()(asked->hostWaits ? longest : milliseconds::zero());
+    });
+    MainRunLoop::run(RunLoopMode::ModalPanel, steady_clock::now());
+    // What came meanwhile, and the wait itself where the host could not take it.
+    MainRunLoop::run(RunLoopMode::ModalPanel, state->hostWaits ? steady_clock::now() : until);
+    return state->sent;
+}
+
 class PosixMainThread final : public MainThread {
   public:
     bool isMainThread() override { return posix::isMainThread(); }
@@ -137,6 +181,14 @@ class PosixMainThread final : public MainThread {
             function();
         });
         completion->wait();
+    }
+
+    bool sendNextEvent(milliseconds longest) override {
+        if (!isMainThread()) return false;
+        longest = std::clamp(longest, milliseconds::zero(), kLongestWait);
+        if (nextEventOfHost()) return sendNextEventOfHost(longest);
+        MainRunLoop::run(RunLoopMode::ModalPanel, steady_clock::now() + longest);
+        return false;
     }
 
     void detachNewThread(std::function<void()> body) override {
@@ -166,6 +218,10 @@ bool isMainThread() {
 
 void setMainThreadTest(std::function<bool()> test) {
     mainThreadTest() = std::move(test);
+}
+
+void setNextEventOfHost(std::function<bool(milliseconds)> sendNextEvent) {
+    nextEventOfHost() = std::move(sendNextEvent);
 }
 
 void leaveTerminationToHost() {

@@ -1,6 +1,7 @@
 // What the main thread's run loop and its services share among themselves.
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace quillmoor::platform::posix {
@@ -11,6 +12,9 @@ bool isFirstThread();
 // A host's own answer takes the place of isFirstThread.
 bool isMainThread();
 void setMainThreadTest(std::function<bool()> test);
+
+// A host's own way to wait for its next event and to have it sent; YES when there was one.
+void setNextEventOfHost(std::function<bool(std::chrono::milliseconds longest)> sendNextEvent);
 
 // From now on a host tells when the application terminates, by calling the observers; the end of
 // the process no longer does.

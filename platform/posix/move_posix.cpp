@@ -117,12 +117,12 @@ int movePath(const std::string& path, const std::string& destination) {
     return from.name == to.name ? 0 : respell(from, to);
 }
 
-int copyPath(const std::string& path, const std::string& destination) {
+int copyPath(const std::string& path, const std::string& destination, const CopyControl& control) {
     Place from;
     Place to;
     Identity copy;
     const int error = locateBoth(path, destination, from, to);
-    return error != 0 ? error : copyItemTo(from, to, copy);
+    return error != 0 ? error : copyItemTo(from, to, copy, control);
 }
 
 }  // namespace quillmoor::platform::posix

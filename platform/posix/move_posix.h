@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/posix/place_posix.h"
+#include "platform/posix/tree_data_posix.h"
 
 namespace quillmoor::platform::posix {
 
@@ -22,6 +23,7 @@ MoveResult moveItemTo(const Place& from, const Place& to);
 
 // As FileManager::moveItem and copyItem; answer 0 or the error number.
 int movePath(const std::string& path, const std::string& destination);
-int copyPath(const std::string& path, const std::string& destination);
+int copyPath(const std::string& path, const std::string& destination,
+             const CopyControl& control = {});
 
 }  // namespace quillmoor::platform::posix

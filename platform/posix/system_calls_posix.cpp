@@ -41,6 +41,10 @@ constexpr SystemCalls kNative{
     .flistxattr = listExtendedAttributes,
     .fgetxattr = getExtendedAttribute,
     .fsetxattr = setExtendedAttribute,
+    .isHfsPlus = isHfsPlus,
+    .isImmutable = isImmutable,
+    .getItemFlags = getItemFlags,
+    .setItemFlags = setItemFlags,
 };
 
 }  // namespace

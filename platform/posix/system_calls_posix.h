@@ -51,6 +51,14 @@ struct SystemCalls {
     ssize_t (*flistxattr)(int file, char* names, std::size_t size);
     ssize_t (*fgetxattr)(int file, const char* name, void* value, std::size_t size);
     int (*fsetxattr)(int file, const char* name, const void* value, std::size_t size);
+    int (*isHfsPlus)(int file, bool* answer);
+
+    // The item cannot be changed, renamed or removed; of a link, the link itself. NO where the file
+    // system does not know.
+    int (*isImmutable)(int folder, const char* name, bool* answer);
+    // All flags of an open item, the immutable one among them.
+    int (*getItemFlags)(int file, int* flags);
+    int (*setItemFlags)(int file, int flags);
 };
 
 namespace detail {

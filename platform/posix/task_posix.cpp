@@ -51,14 +51,20 @@ class PosixTask final : public Task {
     }
 
     void setStandardInput(Pipe pipe) override { input_ = std::move(pipe); }
-    void setStandardOutput(Pipe pipe) override { output_ = {std::move(pipe.writing), true}; }
+    void setStandardOutput(Pipe pipe) override {
+        output_ = {std::move(pipe.writing), true};
+        outputForReading_ = std::move(pipe.reading);
+    }
     void setStandardOutput(std::shared_ptr<FileHandle> handle) override {
         output_ = {std::move(handle), false};
+        outputForReading_ = nullptr;
     }
     void setStandardError(Pipe pipe) override { error_ = {std::move(pipe.writing), true}; }
     void setStandardError(std::shared_ptr<FileHandle> handle) override {
         error_ = {std::move(handle), false};
     }
+
+    std::shared_ptr<FileHandle> standardOutput() override { return outputForReading_; }
 
     void launch() override {
         // Held until the child is known: whoever sees that it runs is told so here as well.
@@ -119,6 +125,7 @@ class PosixTask final : public Task {
     ChildSetup setup_;
     Pipe input_;
     Output output_;
+    std::shared_ptr<FileHandle> outputForReading_;
     Output error_;
 
     std::mutex mutex_;  // of child_

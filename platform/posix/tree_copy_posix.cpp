@@ -3,139 +3,145 @@
 #include <errno.h>
 #include <fcntl.h>
 
-#include <optional>
+#include <atomic>
 #include <utility>
-#include <vector>
 
-#include "platform/posix/directory_posix.h"
 #include "platform/posix/item_copy_posix.h"
 #include "platform/posix/names_posix.h"
 #include "platform/posix/ownership_posix.h"
 #include "platform/posix/rename_posix.h"
 #include "platform/posix/system_calls_posix.h"
 #include "platform/posix/tree_remove_posix.h"
+#include "platform/posix/tree_worker_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {
 
-// How many folders are open at once on either side, the deepest ones.
-constexpr std::size_t kOpenFolders = 32;
+// How many entries are given to another thread at once.
+constexpr std::size_t kBatch = 16;
 
-class TreeCopy {
+// One operation, which several threads work on.
+struct Copying {
+    const CopyControl& control;
+    TreeLimits limits = treeLimits(2);
+    Identity top{};        // the folder at the top of the copy
+    bool topMade = false;  // set before there are other threads
+    std::atomic<int> error{0};
+
+    void fail(int code) {
+        int none = 0;
+        error.compare_exchange_strong(none, code);
+    }
+};
+
+struct CopyLevel : TreeLevel {
+    int copyFolder() const { return copy ? copy.get() : borrowedCopy; }
+
+    struct stat status {};
+    Identity copyIdentity;
+    Descriptor copy;
+    int borrowedCopy = -1;
+};
+
+class CopyWorker : public TreeWorker {
   public:
-    CopyResult run(int folder, const std::string& name, int newFolder, const std::string& newName) {
-        int error = copyEntry(folder, name, 0, newFolder, newName);
-        while (error == 0 && !levels_.empty()) error = step();
-        return {error, copier_.somethingMade() || folderMade_};
+    CopyWorker(TreeCrew& crew, Copying& work)
+        : TreeWorker(crew, work.limits, kBatch), work_(work), copier_(work.control) {}
+
+    CopyResult copy(int folder, const std::string& name, int newFolder,
+                    const std::string& newName) {
+        copyEntry(folder, {name.c_str(), 0}, newFolder, newName.c_str());
+        work();
+        return {work_.error, copier_.somethingMade() || work_.topMade};
     }
 
   private:
-    // A folder that is being copied. Put aside, it has no reader and its copy is closed.
-    struct Level {
-        std::string name;
-        struct stat status;
-        Identity copyIdentity;
-        std::optional<DirectoryReader> reader;
-        Descriptor copy;
-    };
-
-    int step() {
-        Level& level = levels_.back();
-        const dirent* entry = level.reader->next();
-        if (entry != nullptr) {
-            const std::string name = entry->d_name;
-            return copyEntry(level.reader->folder(), name, typeOf(*entry), level.copy.get(), name);
-        }
-        if (level.reader->error() != 0) return level.reader->error();
-        return leave();
+    bool isEnded() const override {
+        if (work_.control.stop.stop_requested()) work_.fail(ECANCELED);
+        return work_.error.load(std::memory_order_relaxed) != 0;
     }
 
-    int copyEntry(int folder, const std::string& name, mode_t type, int newFolder,
-                  const std::string& newName) {
+    void visit(TreeLevel& level, const TreeEntry& entry) override {
+        copyEntry(level.folder(), entry, static_cast<CopyLevel&>(level).copyFolder(), entry.name);
+    }
+
+    void copyEntry(int folder, const TreeEntry& entry, int newFolder, const char* newName) {
+        mode_t type = entry.type;
+        struct stat status;
         if (type == 0) {
-            struct stat status;
-            if (systemCalls().fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-                return errno;
+            if (systemCalls().fstatat(folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+                return work_.fail(errno);
             type = status.st_mode & S_IFMT;
         }
-        return type == S_IFDIR ? enter(folder, name, newFolder, newName)
-                               : copier_.copy(folder, name, type, newFolder, newName);
+        const int error = type == S_IFDIR
+                              ? enterFolder(folder, entry.name, newFolder, newName)
+                              : copier_.copy(folder, entry.name, type, newFolder, newName);
+        if (error != 0) work_.fail(error);
     }
 
-    int enter(int folder, const std::string& name, int newFolder, const std::string& newName) {
+    int enterFolder(int folder, const char* name, int newFolder, const char* newName) {
         const SystemCalls& calls = systemCalls();
-        Level level;
-        level.name = name;
-        Descriptor original(calls.openat(folder, name.c_str(), kReadFolder, 0));
-        if (!original || calls.fstat(original.get(), &level.status) != 0) return errno;
+        auto level = std::make_unique<CopyLevel>();
+        Descriptor original(calls.openat(folder, name, kReadFolder, 0));
+        if (!original || calls.fstat(original.get(), &level->status) != 0) return errno;
+        level->identity = identityOf(level->status);
         // The copy itself, come upon in the tree that is being copied.
-        if (folderMade_ && identityOf(level.status) == top_) return EINVAL;
-        const int error = makeFolder(newFolder, newName, S_IRWXU, level.copy);
+        if (work_.topMade && level->identity == work_.top) return EINVAL;
+        const int error = makeFolder(newFolder, newName, S_IRWXU, level->copy);
         if (error != 0) return error;
-        const bool isTop = !std::exchange(folderMade_, true);
+        // Written once only: others read it.
+        const bool isTop = !work_.topMade;
+        if (isTop) work_.topMade = true;
         struct stat copyStatus;
-        if (calls.fstat(level.copy.get(), &copyStatus) != 0) return errno;
-        level.copyIdentity = identityOf(copyStatus);
-        if (isTop) top_ = level.copyIdentity;
-        level.reader.emplace(std::move(original));
-        if (level.reader->error() != 0) return level.reader->error();
-        if (levels_.size() >= kOpenFolders) putAside(levels_[levels_.size() - kOpenFolders]);
-        levels_.push_back(std::move(level));
+        if (calls.fstat(level->copy.get(), &copyStatus) != 0) return errno;
+        level->copyIdentity = identityOf(copyStatus);
+        if (isTop) work_.top = level->copyIdentity;
+        level->reader.emplace(std::move(original));
+        if (level->reader->error() != 0) return level->reader->error();
+        enter(std::move(level));
         return 0;
-    }
-
-    static void putAside(Level& level) {
-        level.reader.reset();
-        level.copy.reset();
     }
 
     // The folder on top is copied but for its own attributes.
-    int leave() {
-        Level& level = levels_.back();
-        if (levels_.size() > 1 && !levels_[levels_.size() - 2].reader) {
-            const int error = takeUp(levels_[levels_.size() - 2], level);
-            if (error != 0) return error;
-        }
-        const int error = copyAttributes(level.reader->folder(), level.copy.get(), level.status);
-        levels_.pop_back();
-        return error;
+    void leaveTop() override {
+        auto& level = static_cast<CopyLevel&>(top());
+        int error = level.reader->error();
+        if (error == 0) error = takeUp(level);
+        if (error == 0) error = copyAttributes(level.folder(), level.copy.get(), level.status);
+        if (error != 0) return work_.fail(error);
+        work_.control.add(0, 1);
+        popTop();
     }
 
-    // Opens again, from the folder `child` in it, a folder that was put aside, and goes on reading
-    // behind that child.
-    static int takeUp(Level& level, const Level& child) {
-        Descriptor original;
-        int error = openParent(child.reader->folder(), identityOf(level.status), original);
-        if (error == 0) error = openParent(child.copy.get(), level.copyIdentity, level.copy);
-        if (error != 0) return error;
-        level.reader.emplace(std::move(original));
-        while (const dirent* entry = level.reader->next())
-            if (child.name == entry->d_name) return 0;
-        return level.reader->error() != 0 ? level.reader->error() : ENOENT;
+    int takeUp(const CopyLevel& level) {
+        auto* const above = static_cast<CopyLevel*>(aboveTop());
+        if (above == nullptr || above->isOpen()) return 0;
+        const int error = takeUpAbove(ReadOn::Yes);
+        return error != 0 ? error : openParent(level.copy.get(), above->copyIdentity, above->copy);
     }
 
-    static int openParent(int folder, const Identity& expected, Descriptor& parent) {
-        const SystemCalls& calls = systemCalls();
-        Descriptor opened(calls.openat(folder, "..", kReadFolder, 0));
-        struct stat status;
-        if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
-        if (identityOf(status) != expected) return EBUSY;
-        parent = std::move(opened);
-        return 0;
+    void putAside(TreeLevel& level) override {
+        static_cast<CopyLevel&>(level).copy.reset();
+        TreeWorker::putAside(level);
     }
 
-    std::vector<Level> levels_;
+    std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) override {
+        auto level = std::make_unique<CopyLevel>();
+        level->borrowedCopy = static_cast<CopyLevel&>(owner).copyFolder();
+        return level;
+    }
+
+    Copying& work_;
     ItemCopier copier_;
-    Identity top_;
-    bool folderMade_ = false;
 };
 
 // Under the temporary name `temporary`, beside its place.
-int copyBeside(const Place& from, const Place& to, std::string& temporary) {
+int copyBeside(const Place& from, const Place& to, const CopyControl& control,
+               std::string& temporary) {
     for (int attempt = 0; attempt < kTemporaryNameAttempts; ++attempt) {
         temporary = temporaryName(to.name);
         const CopyResult result =
-            copyTree(from.folder.get(), from.name, to.folder.get(), temporary);
+            copyTree(from.folder.get(), from.name, to.folder.get(), temporary, control);
         if (result.error == 0) return 0;
         if (result.somethingMade) removeTree(to.folder.get(), temporary, TreeKind::OurOwn);
         if (result.somethingMade || result.error != EEXIST) return result.error;
@@ -157,16 +163,19 @@ int checkPlaces(const Place& from, const Place& to) {
 
 }  // namespace
 
-CopyResult copyTree(int folder, const std::string& name, int newFolder,
-                    const std::string& newName) {
-    return TreeCopy().run(folder, name, newFolder, newName);
+CopyResult copyTree(int folder, const std::string& name, int newFolder, const std::string& newName,
+                    const CopyControl& control) {
+    if (control.stop.stop_requested()) return {ECANCELED, false};
+    Copying work{control};
+    TreeCrew crew(work.limits.threads, [&] { CopyWorker(crew, work).help(); });
+    return CopyWorker(crew, work).copy(folder, name, newFolder, newName);
 }
 
-int copyItemTo(const Place& from, const Place& to, Identity& copy) {
+int copyItemTo(const Place& from, const Place& to, Identity& copy, const CopyControl& control) {
     const int folder = to.folder.get();
     std::string temporary;
     int error = checkPlaces(from, to);
-    if (error == 0) error = copyBeside(from, to, temporary);
+    if (error == 0) error = copyBeside(from, to, control, temporary);
     if (error != 0) return error;
     struct stat status;
     if (systemCalls().fstatat(folder, temporary.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)

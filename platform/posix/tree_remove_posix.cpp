@@ -4,22 +4,23 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <optional>
+#include <atomic>
+#include <mutex>
 #include <set>
-#include <vector>
+#include <utility>
 
-#include "platform/posix/directory_posix.h"
 #include "platform/posix/place_posix.h"
 #include "platform/posix/system_calls_posix.h"
+#include "platform/posix/tree_worker_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {
 
-// How many folders are open at once, the deepest ones.
-constexpr std::size_t kOpenFolders = 32;
-
 // How often one folder is read, which somebody may be filling meanwhile.
 constexpr int kMostPasses = 64;
+
+// How many entries are given to another thread at once.
+constexpr std::size_t kBatch = 64;
 
 // unlinkat's answers when the item is a folder: Linux's, and everybody else's. Both have other
 // reasons as well.
@@ -27,181 +28,232 @@ bool mayBeFolder(int error) {
     return error == EISDIR || error == EPERM;
 }
 
-class TreeRemoval {
-  public:
-    TreeRemoval(int folder, TreeKind kind) : base_(folder), kind_(kind) {}
+// One operation, which several threads work on.
+struct Removal {
+    const int base;
+    const TreeKind kind;
+    const std::stop_token& stop;
+    TreeLimits limits = treeLimits(1);
+    std::mutex mutex{};  // for what threads report to each other
+    std::atomic<int> error{0};
+    std::atomic<bool> removedSomething{false};
+    std::atomic<bool> lost{false};  // a folder has been moved away meanwhile
+    std::atomic<bool> topIsGone{false};
+};
 
-    RemovalResult run(const std::string& name) {
-        removeEntry(base_, name, 0);
-        while (!levels_.empty() && !lost_) step();
-        return {error_, removedSomething_};
+// What has become of some of a folder's entries.
+struct Leavings {
+    std::set<std::string, std::less<>> folders;  // those that could not be emptied or removed
+    bool something = false;                      // is left
+    bool removedSomething = false;               // in this pass
+
+    void add(Leavings&& other) {
+        folders.merge(other.folders);
+        something = something || other.something;
+        removedSomething = removedSomething || other.removedSomething;
+        other = Leavings();
+    }
+};
+
+struct RemovalLevel : TreeLevel {
+    Leavings left;
+    Leavings leftByOthers;  // under the mutex
+    int passes = 1;
+};
+
+class RemovalWorker : public TreeWorker {
+  public:
+    RemovalWorker(TreeCrew& crew, Removal& work)
+        : TreeWorker(crew, work.limits, kBatch), work_(work) {}
+
+    void remove(const std::string& name) {
+        removeEntry(nullptr, work_.base, {name.c_str(), 0});
+        work();
     }
 
   private:
-    // A folder that is being emptied.
-    struct Level {
-        std::string name;
-        Identity identity;
-        std::optional<DirectoryReader> reader;  // none while the folder is put aside
-        std::set<std::string> leftFolders;      // those that could not be emptied or removed
-        bool leftSomething = false;
-        bool removedInThisPass = false;
-        int passes = 1;
-    };
-
-    int parentOfTop() const {
-        return levels_.size() < 2 ? base_ : levels_[levels_.size() - 2].reader->folder();
+    bool isEnded() const override {
+        return work_.lost.load(std::memory_order_relaxed) || work_.stop.stop_requested();
     }
 
-    void step() {
-        Level& level = levels_.back();
-        const dirent* entry = level.reader->next();
-        if (entry == nullptr) return finishPass();
-        const std::string name = entry->d_name;
-        if (!level.leftFolders.contains(name))
-            removeEntry(level.reader->folder(), name, typeOf(*entry));
+    void visit(TreeLevel& level, const TreeEntry& entry) override {
+        removeEntry(static_cast<RemovalLevel*>(&level), level.folder(), entry);
     }
 
-    // Removes the entry, or puts its folder on top of the stack.
-    void removeEntry(int folder, const std::string& name, mode_t type) {
-        if (type != S_IFDIR) {
-            if (unlink(folder, name, 0)) return;
-            const int error = errno;
-            if (error == ENOENT && !levels_.empty()) return;
-            if (!mayBeFolder(error)) return noteFailure(error);
-            if (!isFolder(folder, name)) return noteFailure(error);
+    // Removes the entry, or puts its folder on top of the levels. The level is null for the tree.
+    void removeEntry(RemovalLevel* level, int folder, const TreeEntry& entry) {
+        if (entry.type != S_IFDIR) {
+            const int error = unlink(level, folder, entry.name, 0);
+            if (error == 0 || (error == ENOENT && level != nullptr)) return;
+            if (!mayBeFolder(error) || !isFolder(folder, entry.name))
+                return noteFailure(level, error);
         }
-        const int error = enter(folder, name);
-        if (error == 0 || error == ENOENT) return;
+        const int error = enterFolder(folder, entry.name);
+        if (error == 0 || (error == ENOENT && level != nullptr)) return;
         // It is no folder any more, or one that may not be read but perhaps is empty.
         const bool replaced = error == ENOTDIR || error == ELOOP;
-        if (unlink(folder, name, replaced ? 0 : AT_REMOVEDIR)) return;
-        if (!levels_.empty()) levels_.back().leftFolders.insert(name);
-        noteFailure(error);
+        if (unlink(level, folder, entry.name, replaced ? 0 : AT_REMOVEDIR) == 0) return;
+        if (level != nullptr) level->left.folders.emplace(entry.name);
+        noteFailure(level, error);
     }
 
-    static bool isFolder(int folder, const std::string& name) {
+    static bool isFolder(int folder, const char* name) {
         struct stat status;
-        return systemCalls().fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        return systemCalls().fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
                S_ISDIR(status.st_mode);
     }
 
-    bool unlink(int folder, const std::string& name, int flags) {
-        if (systemCalls().unlinkat(folder, name.c_str(), flags) != 0) return false;
-        removedSomething_ = true;
-        if (!levels_.empty()) levels_.back().removedInThisPass = true;
-        return true;
-    }
-
-    int enter(int folder, const std::string& name) {
-        Descriptor opened;
-        struct stat status;
-        int error = openForReading(folder, name, opened, status);
-        if (error != 0) return error;
-        DirectoryReader reader(std::move(opened));
-        if (reader.error() != 0) return reader.error();
-        if (levels_.size() >= kOpenFolders) levels_[levels_.size() - kOpenFolders].reader.reset();
-        levels_.push_back({name, identityOf(status), std::move(reader), {}});
+    int unlink(RemovalLevel* level, int folder, const char* name, int flags) {
+        if (systemCalls().unlinkat(folder, name, flags) != 0) return errno;
+        noteRemoval(level);
         return 0;
     }
 
-    int openForReading(int folder, const std::string& name, Descriptor& opened,
+    void noteRemoval(RemovalLevel* level) {
+        if (!work_.removedSomething.load(std::memory_order_relaxed)) work_.removedSomething = true;
+        if (level != nullptr)
+            level->left.removedSomething = true;
+        else
+            work_.topIsGone = true;
+    }
+
+    int enterFolder(int folder, const char* name) {
+        Descriptor opened;
+        struct stat status;
+        const int error = openForReading(folder, name, opened, status);
+        if (error != 0) return error;
+        auto level = std::make_unique<RemovalLevel>();
+        level->name = name;
+        level->identity = identityOf(status);
+        level->reader.emplace(std::move(opened));
+        if (level->reader->error() != 0) return level->reader->error();
+        enter(std::move(level));
+        return 0;
+    }
+
+    int openForReading(int folder, const char* name, Descriptor& opened,
                        struct stat& status) const {
         const SystemCalls& calls = systemCalls();
-        opened = Descriptor(calls.openat(folder, name.c_str(), kReadFolder, 0));
-        if (!opened && errno == EACCES && kind_ == TreeKind::OurOwn) {
-            if (calls.fchmodat(folder, name.c_str(), S_IRWXU, 0) != 0) return errno;
-            opened = Descriptor(calls.openat(folder, name.c_str(), kReadFolder, 0));
+        opened = Descriptor(calls.openat(folder, name, kReadFolder, 0));
+        if (!opened && errno == EACCES && work_.kind == TreeKind::OurOwn) {
+            if (calls.fchmodat(folder, name, S_IRWXU, 0) != 0) return errno;
+            opened = Descriptor(calls.openat(folder, name, kReadFolder, 0));
         }
         if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
         const bool closed = (status.st_mode & S_IRWXU) != S_IRWXU;
-        if (closed && kind_ == TreeKind::OurOwn && calls.fchmod(opened.get(), S_IRWXU) != 0)
+        if (closed && work_.kind == TreeKind::OurOwn && calls.fchmod(opened.get(), S_IRWXU) != 0)
             return errno;
         return 0;
     }
 
-    // The folder on top has been read to its end.
-    void finishPass() {
-        Level& level = levels_.back();
-        if (level.reader->error() != 0 && level.reader->error() != ENOENT) {
-            noteFailure(level.reader->error());
-        } else if (!level.leftSomething) {
-            if (!reopenParent()) return;
-            if (unlinkTop()) return;
-            const int error = errno;
+    void leaveTop() override {
+        auto& level = static_cast<RemovalLevel&>(top());
+        collect(level);
+        const int readError = level.reader->error();
+        if (readError != 0 && readError != ENOENT) {
+            noteFailure(&level, readError);
+        } else if (!level.left.something) {
+            if (!takeUp()) return;
+            const int error = unlinkTop(level);
+            if (error == 0) return popTop();
             // Entries may be passed over while others are removed under the reader's hands.
             const bool notEmpty = error == ENOTEMPTY || error == EEXIST;
-            if (notEmpty && level.removedInThisPass && level.passes < kMostPasses) {
-                level.removedInThisPass = false;
-                ++level.passes;
-                return level.reader->rewind();
-            }
-            noteFailure(error);
+            if (notEmpty && level.left.removedSomething && level.passes < kMostPasses)
+                return readAgain(level);
+            noteFailure(&level, error);
         }
-        leaveTop();
+        leaveStanding(level);
     }
 
-    // Removes the emptied folder on top and takes it off the stack.
-    bool unlinkTop() {
-        Level& level = levels_.back();
-        const int folder = parentOfTop();
-        const bool gone = systemCalls().unlinkat(folder, level.name.c_str(), AT_REMOVEDIR) == 0;
-        if (!gone && errno != ENOENT) return false;
-        removedSomething_ = removedSomething_ || gone;
-        levels_.pop_back();
-        if (!levels_.empty()) levels_.back().removedInThisPass = true;
-        return true;
+    static void readAgain(RemovalLevel& level) {
+        level.left.removedSomething = false;
+        ++level.passes;
+        level.reader->rewind();
+        level.atEnd = false;
     }
 
-    // Takes a folder off the stack that stays.
-    void leaveTop() {
-        if (!reopenParent()) return;
-        std::string name = std::move(levels_.back().name);
-        levels_.pop_back();
-        if (levels_.empty()) return;
-        levels_.back().leftFolders.insert(std::move(name));
-        levels_.back().leftSomething = true;
+    int unlinkTop(const RemovalLevel& level) {
+        auto* const above = static_cast<RemovalLevel*>(aboveTop());
+        const int folder = above != nullptr ? above->folder() : work_.base;
+        const int error = unlink(above, folder, level.name.c_str(), AT_REMOVEDIR);
+        if (error == ENOENT && above == nullptr) work_.topIsGone = true;
+        return error == ENOENT ? 0 : error;
     }
 
-    // Opens the folder above the one on top if it was put aside. It is read from its start again:
-    // what was removed there is gone, what could not be is in leftFolders or fails once more.
-    bool reopenParent() {
-        if (levels_.size() < 2 || levels_[levels_.size() - 2].reader) return true;
-        Level& parent = levels_[levels_.size() - 2];
-        const SystemCalls& calls = systemCalls();
-        Descriptor opened(calls.openat(levels_.back().reader->folder(), "..", kReadFolder, 0));
-        struct stat status;
-        if (!opened || calls.fstat(opened.get(), &status) != 0) return loseTheWay(errno);
-        if (identityOf(status) != parent.identity) return loseTheWay(EBUSY);
-        DirectoryReader reader(std::move(opened));
-        if (reader.error() != 0) return loseTheWay(reader.error());
-        parent.reader = std::move(reader);
-        return true;
+    void leaveStanding(RemovalLevel& level) {
+        if (!takeUp()) return;
+        if (auto* const above = static_cast<RemovalLevel*>(aboveTop())) {
+            above->left.folders.insert(std::move(level.name));
+            above->left.something = true;
+        }
+        popTop();
     }
 
-    bool loseTheWay(int error) {
-        noteFailure(error);
-        lost_ = true;
+    // Read from its start again: what was removed there is gone, what could not be is known.
+    bool takeUp() {
+        const int error = takeUpAbove(ReadOn::No);
+        if (error == 0) return true;
+        noteFailure(static_cast<RemovalLevel*>(&top()), error);
+        work_.lost = true;
         return false;
     }
 
-    void noteFailure(int error) {
-        if (error_ == 0) error_ = error;
-        if (!levels_.empty()) levels_.back().leftSomething = true;
+    void putAside(TreeLevel& level) override {
+        collect(static_cast<RemovalLevel&>(level));
+        TreeWorker::putAside(level);
     }
 
-    const int base_;
-    const TreeKind kind_;
-    std::vector<Level> levels_;
-    int error_ = 0;
-    bool removedSomething_ = false;
-    bool lost_ = false;
+    void collect(RemovalLevel& level) {
+        const std::lock_guard lock(work_.mutex);
+        level.left.add(std::move(level.leftByOthers));
+    }
+
+    bool isPassedOver(const TreeLevel& level, const char* name) const override {
+        const auto& folders = static_cast<const RemovalLevel&>(level).left.folders;
+        return !folders.empty() && folders.contains(std::string_view(name));
+    }
+
+    std::unique_ptr<TreeLevel> standIn(TreeLevel&) override {
+        return std::make_unique<RemovalLevel>();
+    }
+
+    void report(TreeLevel& owner, TreeLevel& standIn) override {
+        const std::lock_guard lock(work_.mutex);
+        static_cast<RemovalLevel&>(owner).leftByOthers.add(
+            std::move(static_cast<RemovalLevel&>(standIn).left));
+    }
+
+    void noteFailure(RemovalLevel* level, int error) {
+        int none = 0;
+        work_.error.compare_exchange_strong(none, error);
+        if (level != nullptr) level->left.something = true;
+    }
+
+    Removal& work_;
 };
 
 }  // namespace
 
-RemovalResult removeTree(int folder, const std::string& name, TreeKind kind) {
-    return TreeRemoval(folder, kind).run(name);
+RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
+                         const std::stop_token& stop) {
+    if (stop.stop_requested()) return {ECANCELED, false};
+    Removal work{folder, kind, stop};
+    TreeCrew crew(work.limits.threads, [&] { RemovalWorker(crew, work).help(); });
+    RemovalWorker(crew, work).remove(name);
+    crew.end();
+    int error = work.error;
+    if (stop.stop_requested() && !work.topIsGone) error = ECANCELED;
+    return {error, work.removedSomething};
+}
+
+int removePath(const std::string& path, const std::stop_token& stop) {
+    Place place;
+    struct stat status;
+    int error = locate(path, place);
+    if (error == 0 && !place.hasNameOfItsOwn()) error = EINVAL;
+    if (error == 0 && place.asFolder) error = statusOf(place, FollowLink::No, status);
+    if (error != 0) return error;
+    return removeTree(place.folder.get(), place.name, TreeKind::Given, stop).error;
 }
 
 }  // namespace quillmoor::platform::posix

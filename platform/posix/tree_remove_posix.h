@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <thread>
 
 namespace quillmoor::platform::posix {
 
@@ -12,14 +13,19 @@ enum class TreeKind {
 };
 
 struct RemovalResult {
-    int error = 0;  // the first error; 0 when nothing is left
+    int error = 0;  // the first error, ECANCELED after a stop; 0 when nothing is left
     bool removedSomething = false;
 };
 
-// Removes the item `name` of the open folder `folder`; a folder is emptied first. No link is ever
-// followed, also when a folder is swapped for one meanwhile. What cannot be removed is passed over
-// and the rest goes. Needs no more than a fixed number of descriptors and no stack, however deep
-// the tree is. A folder that is moved elsewhere while it is being emptied ends the removal.
-RemovalResult removeTree(int folder, const std::string& name, TreeKind kind);
+// Removes the item `name` of the open folder `folder`; a folder is emptied first, by a few threads
+// when it holds much. No link is ever followed, also when a folder is swapped for one meanwhile.
+// What cannot be removed is passed over and the rest goes. Needs a bounded number of descriptors
+// and no stack, however deep the tree is. A folder that is moved elsewhere while it is being
+// emptied ends the removal.
+RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
+                         const std::stop_token& stop = {});
+
+// As FileTree::remove; answers 0 or the error number.
+int removePath(const std::string& path, const std::stop_token& stop = {});
 
 }  // namespace quillmoor::platform::posix

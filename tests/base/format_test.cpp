@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
+#include <cstdio>
+
+#include "tests/base/german_locale.h"
 
 namespace quillmoor {
 namespace {
@@ -62,10 +64,15 @@ TEST(Format, PrecisionCutsTextInUnits) {
 }
 
 TEST(Format, NumbersNeverFollowTheLocale) {
-    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    const test::GermanLocale german;
+    if (!german.inForce()) GTEST_SKIP() << "no German locale can be made here";
+    char systems[20];
+    std::snprintf(systems, sizeof systems, "%0.2f", 3.14159);
+    ASSERT_STREQ(systems, "3,14");
     EXPECT_EQ(formatted("%0.2f", 3.14159), "3.14");
+    EXPECT_EQ(formatted("%e %g %G", 1.5, 2.5, 3.5), "1.500000e+00 2.5 3.5");
     EXPECT_EQ(formatted("%li", 1234567L), "1234567");
-    std::setlocale(LC_ALL, "C");
+    EXPECT_EQ(atRunTime("%.1f"), "0.0");
 }
 
 TEST(Format, ExtremeNumbersAreWhole) {

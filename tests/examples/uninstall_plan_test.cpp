@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "base/format.h"
 #include "log/KXLog.h"
+#include "tests/auth/fake_authorization.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 
@@ -20,9 +23,12 @@ class FakeWorkspace : public test::ForwardingWorkspace {
     }
     bool recycle(const std::string& source, const OptionalPath& destination,
                  const StringList& names) override {
-        for (const std::string& name : names)
-            recycled.push_back(formatted("%@|%@|%@", source, name, destination));
-        return names.front() != refused;
+        const std::string& name = names.front();
+        recycled.push_back(formatted("%@|%@|%@", source, name, destination));
+        if (name == refused) return false;
+        std::filesystem::create_directories(*destination);
+        std::filesystem::rename(source + "/" + name, *destination + "/" + name);
+        return true;
     }
 
     OptionalPath application;
@@ -59,6 +65,8 @@ class UninstallPlan : public ::testing::Test {
         system_->workspace = &workspace_;
         system_->locations = &locations_;
         system_->processInfo = &processInfo_;
+        system_->authorization = &authorization_;
+        authorization_.rightsStatus = platform::kAuthorizationDenied;
     }
 
     std::string makeSupportFolder() const {
@@ -69,6 +77,7 @@ class UninstallPlan : public ::testing::Test {
     FakeWorkspace workspace_;
     FakeLocations locations_{home_.path()};
     FakeProcessInfo processInfo_;
+    test::FakeAuthorization authorization_;
     test::ScopedPlatform system_;
 };
 
@@ -98,12 +107,12 @@ TEST_F(UninstallPlan, AFileInThePlaceOfTheSupportFolderIsLeftAlone) {
 }
 
 TEST_F(UninstallPlan, EachItemGoesToTheUsersTrashByItself) {
-    workspace_.application = "/opt/T/-Tally\nframe.app/";
+    workspace_.application = home_.makeFolder("T/-Tally\nframe.app/");
     const std::string folder = makeSupportFolder();
     const auto reports = moveToTrash(findItems());
     const std::string trash = home_ / ".Trash";
     EXPECT_EQ(workspace_.recycled,
-              (StringList{"/opt/T|-Tally\nframe.app|" + trash,
+              (StringList{home_ / "T" + "|-Tally\nframe.app|" + trash,
                           home_ / "Library/Application Support" + "|Tallyframe|" + trash}));
     ASSERT_EQ(reports.size(), 2U);
     EXPECT_EQ(reports[0].fate, Fate::Moved);
@@ -135,13 +144,14 @@ TEST_F(UninstallPlan, AnItemThatVanishedMeanwhileIsNotLeftOver) {
 TEST_F(UninstallPlan, WhatBecameOfAnItemIsLoggedOnOneLine) {
     home_.makeFolder("Library/Logs/Quillmoor");
     KXLog::createNewLog("Plan");
-    workspace_.application = "/opt/Tally\nframe.app";
+    workspace_.application = home_.makeFolder("Tally\nframe.app");
     (void)moveToTrash(findItems());
     KXLog::finishWriting();
     const StringList logs = KXLog::availableLogs();
     ASSERT_EQ(logs.size(), 1U);
     const std::string text = test::readFile(logs[0]);
-    EXPECT_NE(text.find(" - Moved to the Trash: /opt/Tally\\nframe.app\n"), std::string::npos)
+    EXPECT_NE(text.find(" - Moved to the Trash: " + home_.path() + "/Tally\\nframe.app\n"),
+              std::string::npos)
         << text;
 }
 

@@ -6,6 +6,7 @@
 #include "files/KXFileManager.h"
 #include "paths/KXLocalPaths.h"
 #include "task/KXTaskEx.h"
+#include "tests/auth/auth_fixture.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 
@@ -34,6 +35,7 @@ class FakeWorkspace : public test::ForwardingWorkspace {
             std::filesystem::rename(source + "/" + name, source + "/recycled " + name);
         return true;
     }
+    bool prepareTrash(const std::string&) override { return false; }
 };
 
 class DecompressFile : public ::testing::Test {
@@ -119,6 +121,86 @@ TEST_F(DecompressFile, OfAMissingOrBrokenArchiveLeavesNothing) {
 TEST_F(DecompressFile, WithoutAnyToolAnswersNo) {
     workspace_.tool = folder_ / "no tool";
     EXPECT_FALSE(KXFileManager::decompressFile(makeArchive(), folder_ / "new"));
+}
+
+using CompressFile = DecompressFile;
+
+TEST_F(CompressFile, PacksTheItemItselfUnlessToldOtherwise) {
+    workspace_.tool = failingTool();
+    KXFileManager::compressFile("/from", folder_ / "a.zip");
+    EXPECT_EQ(test::readFile(folder_ / "arguments"),
+              "-ck\n--keepParent\n/from\n" + (folder_ / "a.zip") + "\n");
+    KXFileManager::compressFile("/from", folder_ / "a.zip", IncludeParent::No);
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n/from\n" + (folder_ / "a.zip") + "\n");
+    EXPECT_THAT(workspace_.asked, ElementsAre("/usr/bin/ditto", "/usr/bin/ditto"));
+}
+
+TEST_F(CompressFile, MakesAnArchiveThatUnpacksToTheSameItem) {
+    folder_.writeFile("Some.app/Contents/Info.plist", "<plist/>");
+    folder_.makeLink("Some.app/Current", "Contents");
+    const std::string archive = folder_ / "an \"archive'\n.zip";
+    EXPECT_TRUE(KXFileManager::compressFile(folder_ / "Some.app", archive));
+    EXPECT_TRUE(KXFileManager::decompressFile(archive, folder_ / "out"));
+    EXPECT_EQ(test::readFile(folder_ / "out/Some.app/Contents/Info.plist"), "<plist/>");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "out/Some.app/Current"));
+}
+
+TEST_F(CompressFile, PutsAnOldArchiveIntoTheTrashFirst) {
+    folder_.writeFile("item");
+    folder_.writeFile("a.zip", "old");
+    EXPECT_TRUE(KXFileManager::compressFile(folder_ / "item", folder_ / "a.zip"));
+    EXPECT_THAT(
+        workspace_.recycled,
+        ElementsAre(folder_.path(), KXLocalPaths::trashDirectory().value_or("nil"), "a.zip"));
+    EXPECT_EQ(test::readFile(folder_ / "recycled a.zip"), "old");
+    EXPECT_NE(test::readFile(folder_ / "a.zip"), "old");
+}
+
+TEST_F(CompressFile, AnswersYesWhenTheOldArchiveStaysAndTheToolFails) {
+    workspace_.tool = failingTool();
+    workspace_.reallyRecycles = false;
+    test::AuthUser user;
+    platform_->processInfo = &user;
+    folder_.writeFile("a.zip", "old");
+    EXPECT_TRUE(KXFileManager::compressFile("/no/such/item", folder_ / "a.zip"));
+    EXPECT_EQ(test::readFile(folder_ / "a.zip"), "old");
+}
+
+TEST_F(CompressFile, WithoutASourceRunsTheToolWithItsOptionsAlone) {
+    workspace_.tool = failingTool();
+    EXPECT_FALSE(KXFileManager::compressFile(std::nullopt, folder_ / "a.zip"));
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n--keepParent\n");
+}
+
+TEST_F(CompressFile, WithoutASourceAnswersWhetherAnOldArchiveIsStillThere) {
+    test::AuthUser user;
+    platform_->processInfo = &user;
+    workspace_.tool = failingTool();
+    workspace_.reallyRecycles = false;
+    const std::string archive = folder_.writeFile("a.zip", "old");
+    EXPECT_TRUE(KXFileManager::compressFile(std::nullopt, archive));
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n--keepParent\n");
+    EXPECT_EQ(test::readFile(archive), "old");
+    EXPECT_TRUE(KXFileManager::compressFile(std::nullopt, archive, IncludeParent::No));
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n");
+    workspace_.reallyRecycles = true;
+    EXPECT_FALSE(KXFileManager::compressFile(std::nullopt, archive));
+    EXPECT_EQ(test::readFile(folder_ / "recycled a.zip"), "old");
+}
+
+TEST_F(CompressFile, WithoutASourceTheRealToolLeavesAnOldArchiveAsItIs) {
+    test::AuthUser user;
+    platform_->processInfo = &user;
+    workspace_.reallyRecycles = false;
+    const std::string archive = folder_.writeFile("a.zip", "old");
+    EXPECT_TRUE(KXFileManager::compressFile(std::nullopt, archive));
+    EXPECT_EQ(test::readFile(archive), "old");
+}
+
+TEST_F(CompressFile, WithoutAnArchiveAnswersNo) {
+    workspace_.tool = failingTool();
+    EXPECT_FALSE(KXFileManager::compressFile("/from", std::nullopt, IncludeParent::No));
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n/from\n");
 }
 
 }  // namespace

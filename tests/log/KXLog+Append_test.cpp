@@ -1,4 +1,5 @@
 #include <atomic>
+#include <filesystem>
 
 #include "platform/exception.h"
 #include "tests/log/log_fixture.h"
@@ -57,14 +58,21 @@ TEST_F(OpenLog, AMessageOfSpaceOnlyLeavesNoLine) {
 }
 
 TEST_F(OpenLog, SpaceAtBothEndsIsCutAndInnerNewlinesStay) {
-    KXLog::appendLog("value\n");
     KXLog::appendLog("\n value");
-    KXLog::appendLog("a\nb");
+    KXLog::appendLog("\u00A0\t%@ \n\n", "other");
+    EXPECT_THAT(written(), ElementsAre("value", "other"));
+    KXLog::appendLog("\na\nb\n");
     KXLog::finishWriting();
-    const std::string text = generation(1);
-    EXPECT_THAT(text, HasSubstr(" - value\n"));
-    EXPECT_EQ(text.find("value", text.find("value") + 1), text.rfind("value"));
-    EXPECT_THAT(text, ::testing::EndsWith(" - a\nb\n"));
+    EXPECT_THAT(generation(1), HasSubstr(" - other\n"));
+    EXPECT_THAT(generation(1), ::testing::EndsWith(" - a\nb\n"));
+}
+
+TEST_F(OpenLog, AMessageWithANewlineAtItsEndGivesTheSameLineAsOneWithout) {
+    KXLog::appendLog("value\n");
+    KXLog::appendLog("value");
+    KXLog::fastAppendLog("value\n");
+    KXLog::appendLogAndPrint("value\n");
+    EXPECT_THAT(written(), ElementsAre("value", "value", "value", "value"));
 }
 
 TEST_F(OpenLog, BytesThatAreNoUtf8AreWrittenAsTheyStand) {
@@ -97,7 +105,10 @@ class HeldLog : public OpenLog {
         holdWritesAt(gate_);
         caller_ = std::thread();
     }
-    ~HeldLog() override { finish(); }
+    ~HeldLog() override {
+        finish();
+        KXLog::finishWriting();  // the worker is through the gate
+    }
     void call(std::function<void()> body) {
         caller_ = std::thread([this, body = std::move(body)] {
             body();
@@ -172,7 +183,7 @@ TEST_F(HeldLog, TheMainThreadNeverWaits) {
     EXPECT_EQ(queued(), 1U);
 }
 
-TEST_F(HeldLog, FinishWritingWaitsForEverythingQueuedBefore) {
+TEST_F(HeldLog, FinishWritingWaitsForEverythingQueued) {
     KXLog::fastAppendLog("a");
     KXLog::fastAppendLog("b");
     call([] { KXLog::finishWriting(); });
@@ -214,8 +225,7 @@ TEST_F(OpenLog, TheLineThatCrossesTheLimitStaysAndTheNextFileBegins) {
     EXPECT_FALSE(test::somethingAt(logPath(2)));
     log->setBytesWritten(500'000 - 28 - 9);  // exactly the limit with "crossing\n"
     KXLog::fastAppendLog("crossing");
-    KXLog::finishWriting();  // what the change of files queues comes behind
-    KXLog::finishWriting();
+    KXLog::finishWriting();  // with all that the change of files queues
     EXPECT_EQ(messages(logPath(2)).back(), "crossing");
     const StringList next = messages(logPath(1));
     ASSERT_EQ(next.size(), 5U);
@@ -232,7 +242,6 @@ TEST_F(OpenLog, WhatWaitsAtTheLimitComesBeforeTheHeader) {
     KXLog::fastAppendLog("waiting");
     gate.open();
     KXLog::finishWriting();
-    KXLog::finishWriting();
     const StringList next = messages(logPath(1));
     ASSERT_EQ(next.size(), 6U);
     EXPECT_EQ(next[0], "waiting");
@@ -240,16 +249,30 @@ TEST_F(OpenLog, WhatWaitsAtTheLimitComesBeforeTheHeader) {
     EXPECT_EQ(next[5], "Log truncated at 500KB");
 }
 
+// Says that nothing is queued just before the header's one line that may be waited for.
+class ProcessOfAnEmptyQueue : public test::LogProcess {
+  public:
+    std::uint64_t physicalMemory() override {
+        KXLog::sharedController()->setBytesInQueue(0);
+        return LogProcess::physicalMemory();
+    }
+};
+
+// That line and the notice are appended on the worker, with so little counted that both are worth
+// waiting for: without a guard it would hang.
 TEST_F(OpenLog, TheWorkerDoesNotWaitForItself) {
-    // Little is queued when the notice is appended on the worker: without a guard it would hang.
-    KXLog::sharedController()->setBytesInQueue(0);
+    ProcessOfAnEmptyQueue process;
+    platform_->processInfo = &process;
     bundles_.own = nullptr;
     KXLog::sharedController()->setBytesWritten(499'999);
-    KXLog::sharedController()->setBytesInQueue(static_cast<std::size_t>(-200));
     KXLog::fastAppendLog("crossing");
     KXLog::finishWriting();
-    KXLog::finishWriting();
-    EXPECT_EQ(messages(logPath(1)).back(), "Log truncated at 500KB");
+    const StringList next = messages(logPath(1));
+    ASSERT_EQ(next.size(), 4U);
+    EXPECT_THAT(next[1], ::testing::StartsWith("System: "));
+    EXPECT_EQ(next[3], "Log truncated at 500KB");
+    EXPECT_LE(next[1].size() + next[2].size() + next[3].size(), 99U);
+    platform_->processInfo = &process_;
 }
 
 TEST_F(KXLogAppend, AnEarlierRunsFileIsContinuedWithoutAHeader) {
@@ -289,12 +312,40 @@ TEST_F(KXLogAppend, TheSuperUserContinuesTheMachinesFile) {
     EXPECT_EQ(generation(1), "");
 }
 
-TEST_F(KXLogAppend, WhenDisabledNothingIsWrittenOrPrinted) {
-    KXLog::sharedController()->setLoggingDisabled(true);
+// There is a file to write to, and there is none: nothing may come of either.
+class DisabledLog : public OpenLog {
+  protected:
+    DisabledLog() { KXLog::sharedController()->setLoggingDisabled(true); }
+    void expectNothing() {
+        EXPECT_TRUE(written().empty());
+        EXPECT_EQ(console_.printed(), "");
+        EXPECT_EQ(console_.logged(), "");
+        EXPECT_EQ(queued(), 4U);  // not reduced on this path
+    }
+};
+
+TEST_F(DisabledLog, AnAppendedMessageReachesNeitherFileNorConsole) {
+    KXLog::appendLog("lost");
+    expectNothing();
+}
+
+TEST_F(DisabledLog, AFastMessageReachesNeitherFileNorConsole) {
     KXLog::fastAppendLog("lost");
+    expectNothing();
+}
+
+TEST_F(DisabledLog, APrintedMessageReachesNeitherFileNorConsole) {
+    KXLog::appendLogAndPrint("lost");
+    expectNothing();
+}
+
+TEST_F(DisabledLog, WithoutAFileNothingIsReportedAsLost) {
+    KXLog::sharedController()->setFileHandle(nullptr);
+    std::filesystem::remove(logPath(1));
+    KXLog::appendLog("lost");
     KXLog::finishWriting();
     EXPECT_EQ(console_.printed(), "");
-    EXPECT_EQ(queued(), 4U);  // not reduced on this path
+    EXPECT_FALSE(test::somethingAt(logPath(1)));
 }
 
 class RaisingHandle : public test::ForwardingFileHandle {

@@ -89,8 +89,10 @@ TEST_F(KXLogFiles, AreListedNewestFirstWithoutTheMissingOnes) {
 TEST_F(KXLogFiles, TheSuperUsersListIsTheUsersOwn) {
     process_.uid = 0;
     folder_.writeFile("machine/Logs/Quillmoor/Host.1.log");
-    locations_.root = folder_.path();
     EXPECT_TRUE(KXLog::availableLogs().empty());
+    for (int n : {2, 1})
+        folder_.writeFile("user/Logs/Quillmoor/Host." + std::to_string(n) + ".log");
+    EXPECT_THAT(KXLog::availableLogs(), ElementsAre(logPath(1), logPath(2)));
 }
 
 TEST_F(KXLogFiles, APassedNameLosesAgainstTheProgramsName) {

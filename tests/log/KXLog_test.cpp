@@ -1,5 +1,6 @@
 #include "log/KXLog.h"
 
+#include "platform/exception.h"
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {
@@ -32,7 +33,8 @@ TEST_F(KXLogController, ASecondAllocationIsNil) {
 }
 
 TEST_F(KXLogController, WithoutItsInstanceTheLogDoesNothing) {
-    EXPECT_NE(KXLog::allocWithZone(), nullptr);
+    static KXLog* const taken = KXLog::allocWithZone();  // kept, for nobody can release it
+    EXPECT_NE(taken, nullptr);
     EXPECT_EQ(KXLog::sharedController(), nullptr);
     KXLog::createNewLog();
     KXLog::appendLog("lost");
@@ -151,6 +153,40 @@ TEST_F(KXLogController, ObservesTheEndOnceAndStopsThere) {
     EXPECT_EQ(record.removed, 0);
     KXLog::willTerminate();
     EXPECT_EQ(record.removed, 1);
+}
+
+class NoThreads : public test::ForwardingMainThread {
+  public:
+    void detachNewThread(std::function<void()>) override {
+        throw platform::Exception("NSGenericException", "no thread could be started");
+    }
+};
+
+TEST_F(KXLogController, WithoutAThreadForItsQueueEachMessageIsReportedAsLost) {
+    static NoThreads threads;
+    platform_->mainThread = &threads;
+    KXLog* const log = KXLog::sharedController();
+    ASSERT_NE(log, nullptr);
+    EXPECT_EQ(KXLog::sharedController(), log);
+    EXPECT_EQ(log->writeQueue(), nullptr);
+    KXLog::appendLog(" one\n");
+    std::thread([] { KXLog::appendLog("two"); }).join();
+    KXLog::finishWriting();
+    EXPECT_EQ(console_.printed(),
+              "Unable to log the following information: one\nUnable to open log for output\n"
+              "Unable to log the following information: two\nUnable to open log for output\n");
+    EXPECT_EQ(log->bytesInQueue(), 0U);
+    KXLog::willTerminate();
+    KXLog::appendLog("after the end");
+    EXPECT_EQ(console_.printed().find("after"), std::string::npos);
+}
+
+TEST_F(KXLogController, WithoutAThreadForItsQueueAndDisabledNothingIsReported) {
+    static NoThreads threads;
+    platform_->mainThread = &threads;
+    KXLog::sharedController()->setLoggingDisabled(true);
+    KXLog::appendLog("lost");
+    EXPECT_EQ(console_.printed(), "");
 }
 
 }  // namespace

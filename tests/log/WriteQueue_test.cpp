@@ -54,6 +54,19 @@ TEST(WriteQueue, TheWorkerWaitingForItselfReturnsAtOnce) {
     EXPECT_EQ(written, 1);
 }
 
+TEST(WriteQueue, WaitingIsForTheTextsThatAWriteAddsToo) {
+    static WriteQueue* queue = nullptr;
+    static std::vector<std::string> written;
+    queue = WriteQueue::create([](std::string_view text) {
+        written.emplace_back(text);
+        if (text.size() < 100) queue->add(std::string(text) + "x");
+    });
+    queue->add("x");
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(queue->operationCount(), 0U);
+    EXPECT_EQ(written.size(), 100U);
+}
+
 TEST(WriteQueue, ManyWaitersAndWritersGetDone) {
     static std::atomic<int> written{0};
     WriteQueue* const queue = WriteQueue::create([](std::string_view) { ++written; });

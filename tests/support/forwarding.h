@@ -1,6 +1,7 @@
 // Services that pass every call on to another, so that a fake overrides just the one it is about.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -75,8 +76,15 @@ class ForwardingFileManager : public Forwarding<platform::FileManager> {
     ForwardingFileManager() : Forwarding(platform::native().fileManager) {}
     bool fileExists(const std::string& path) override { return next().fileExists(path); }
     bool isDirectory(const std::string& path) override { return next().isDirectory(path); }
+    std::optional<platform::FileIdentity> identityOfItem(const std::string& path) override {
+        return next().identityOfItem(path);
+    }
     bool isExecutableFile(const std::string& path) override {
         return next().isExecutableFile(path);
+    }
+    bool isWritableFile(const std::string& path) override { return next().isWritableFile(path); }
+    OptionalString destinationOfSymbolicLink(const std::string& path) override {
+        return next().destinationOfSymbolicLink(path);
     }
     std::optional<StringList> contentsOfDirectory(const std::string& path) override {
         return next().contentsOfDirectory(path);
@@ -93,6 +101,49 @@ class ForwardingFileManager : public Forwarding<platform::FileManager> {
     }
     Outcome writeAtomically(const std::string& path, std::string_view contents) override {
         return next().writeAtomically(path, contents);
+    }
+};
+
+class ForwardingAttributes : public Forwarding<platform::Attributes> {
+  public:
+    ForwardingAttributes() : Forwarding(platform::native().attributes) {}
+    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+        return next().attributesOfItem(path);
+    }
+    Outcome setImmutable(const std::string& path, bool immutable) override {
+        return next().setImmutable(path, immutable);
+    }
+    Outcome setPosixPermissions(const std::string& path, unsigned permissions) override {
+        return next().setPosixPermissions(path, permissions);
+    }
+    Outcome setModificationDate(const std::string& path,
+                                std::chrono::system_clock::time_point date) override {
+        return next().setModificationDate(path, date);
+    }
+    Outcome setCreationDate(const std::string& path,
+                            std::chrono::system_clock::time_point date) override {
+        return next().setCreationDate(path, date);
+    }
+};
+
+class ForwardingFileTree : public Forwarding<platform::FileTree> {
+  public:
+    ForwardingFileTree() : Forwarding(platform::native().fileTree) {}
+    std::uint64_t size(const std::string& path, const std::stop_token& stop) override {
+        return next().size(path, stop);
+    }
+    platform::TreeCount count(const std::string& path, const std::stop_token& stop) override {
+        return next().count(path, stop);
+    }
+    Outcome remove(const std::string& path, const std::stop_token& stop) override {
+        return next().remove(path, stop);
+    }
+    Outcome copy(const std::string& path, const std::string& destination,
+                 platform::TreeProgress* progress, const std::stop_token& stop) override {
+        return next().copy(path, destination, progress, stop);
+    }
+    StringList match(const StringList& folders, const std::string& pattern) override {
+        return next().match(folders, pattern);
     }
 };
 
@@ -147,6 +198,9 @@ class ForwardingTask : public platform::Task {
     void setStandardOutput(std::shared_ptr<platform::FileHandle> handle) override {
         next_->setStandardOutput(std::move(handle));
     }
+    std::shared_ptr<platform::FileHandle> standardOutput() override {
+        return next_->standardOutput();
+    }
     void setStandardError(platform::Pipe pipe) override {
         next_->setStandardError(std::move(pipe));
     }
@@ -163,6 +217,27 @@ class ForwardingTask : public platform::Task {
     std::shared_ptr<platform::Task> next_;
 };
 
+class ForwardingFileOperations : public Forwarding<platform::FileOperations> {
+  public:
+    ForwardingFileOperations() : Forwarding(platform::native().fileOperations) {}
+    platform::FileOperationRef create() override { return next().create(); }
+    std::int32_t schedule(const platform::FileOperationRef& operation) override {
+        return next().schedule(operation);
+    }
+    std::int32_t unschedule(const platform::FileOperationRef& operation) override {
+        return next().unschedule(operation);
+    }
+    std::int32_t copy(const platform::FileOperationRef& operation, const std::string& source,
+                      const std::string& folder, const std::string& name,
+                      platform::FileOperationCallback callback,
+                      std::chrono::milliseconds interval) override {
+        return next().copy(operation, source, folder, name, std::move(callback), interval);
+    }
+    std::int32_t cancel(const platform::FileOperationRef& operation) override {
+        return next().cancel(operation);
+    }
+};
+
 class ForwardingMainThread : public Forwarding<platform::MainThread> {
   public:
     ForwardingMainThread() : Forwarding(platform::native().mainThread) {}
@@ -170,6 +245,9 @@ class ForwardingMainThread : public Forwarding<platform::MainThread> {
     void performOnMainThread(std::function<void()> function,
                              platform::WaitUntilDone wait) override {
         next().performOnMainThread(std::move(function), wait);
+    }
+    bool sendNextEvent(std::chrono::milliseconds longest) override {
+        return next().sendNextEvent(longest);
     }
     void detachNewThread(std::function<void()> body) override {
         next().detachNewThread(std::move(body));
@@ -211,8 +289,77 @@ class ForwardingWorkspace : public Forwarding<platform::Workspace> {
                  const StringList& names) override {
         return next().recycle(source, destination, names);
     }
+    bool prepareTrash(const std::string& destination) override {
+        return next().prepareTrash(destination);
+    }
+    bool announceTrash(const std::string& destination, const std::string& name,
+                       const std::string& item) override {
+        return next().announceTrash(destination, name, item);
+    }
+    void abandonTrash(const std::string& destination, const std::string& name) override {
+        next().abandonTrash(destination, name);
+    }
+    std::int32_t registerApplication(const std::string& path) override {
+        return next().registerApplication(path);
+    }
+    void noteFileSystemChanged(const std::string& path) override {
+        next().noteFileSystemChanged(path);
+    }
     bool isFilePackage(const std::string& path) override { return next().isFilePackage(path); }
     std::string toolPath(const std::string& path) override { return next().toolPath(path); }
+};
+
+class ForwardingFinderInfo : public Forwarding<platform::FinderInfo> {
+  public:
+    ForwardingFinderInfo() : Forwarding(platform::native().finderInfo) {}
+    bool makeReference(const std::string& path, platform::FileReference& reference) override {
+        return next().makeReference(path, reference);
+    }
+    OptionalPath pathOfReference(const platform::FileReference& reference) override {
+        return next().pathOfReference(reference);
+    }
+    std::int32_t catalogInfo(const platform::FileReference& reference,
+                             platform::CatalogInfo& info) override {
+        return next().catalogInfo(reference, info);
+    }
+    std::int32_t setFinderInfo(const platform::FileReference& reference,
+                               const platform::CatalogInfo& info) override {
+        return next().setFinderInfo(reference, info);
+    }
+    std::int32_t sendUpdateEvent(const platform::FileReference& reference) override {
+        return next().sendUpdateEvent(reference);
+    }
+};
+
+class ForwardingAuthorization : public Forwarding<platform::Authorization> {
+  public:
+    ForwardingAuthorization() : Forwarding(platform::native().authorization) {}
+    platform::AuthorizationStatus create(const platform::AuthorizationItemSet& rights,
+                                         const platform::AuthorizationItemSet& environment,
+                                         platform::AuthorizationFlags flags,
+                                         platform::AuthorizationRef& reference) override {
+        return next().create(rights, environment, flags, reference);
+    }
+    platform::AuthorizationStatus copyRights(platform::AuthorizationRef reference,
+                                             const platform::AuthorizationItemSet& rights,
+                                             const platform::AuthorizationItemSet& environment,
+                                             platform::AuthorizationFlags flags) override {
+        return next().copyRights(reference, rights, environment, flags);
+    }
+    platform::AuthorizationStatus free(platform::AuthorizationRef reference,
+                                       platform::AuthorizationFlags flags) override {
+        return next().free(reference, flags);
+    }
+    platform::AuthorizationStatus copyPrivilegedReference(
+        platform::AuthorizationFlags flags, platform::AuthorizationRef& reference) override {
+        return next().copyPrivilegedReference(flags, reference);
+    }
+    platform::AuthorizationStatus executeWithPrivileges(
+        platform::AuthorizationRef reference, const std::string& tool,
+        platform::AuthorizationFlags options, const StringList& arguments,
+        std::shared_ptr<platform::AuthorizedToolStream>& stream) override {
+        return next().executeWithPrivileges(reference, tool, options, arguments, stream);
+    }
 };
 
 class ForwardingConsole : public Forwarding<platform::Console> {
@@ -227,7 +374,10 @@ class ForwardingClock : public Forwarding<platform::Clock> {
   public:
     ForwardingClock() : Forwarding(platform::native().clock) {}
     std::chrono::system_clock::time_point now() override { return next().now(); }
-    void sleep(std::chrono::seconds duration) override { next().sleep(duration); }
+    void sleep(std::chrono::microseconds duration) override { next().sleep(duration); }
+    std::tm localTime(std::chrono::system_clock::time_point date) override {
+        return next().localTime(date);
+    }
     std::int64_t processorTime() override { return next().processorTime(); }
 };
 

@@ -190,6 +190,9 @@ SystemCalls guardedCalls() {
     calls.fsetxattr = [](int file, const char* name, const void* value, std::size_t size) {
         return guardedFile<&SystemCalls::fsetxattr>("fsetxattr", file, name, value, size);
     };
+    calls.setItemFlags = [](int file, int flags) {
+        return guardedFile<&SystemCalls::setItemFlags>("setItemFlags", file, flags);
+    };
     calls.mkdirat = [](int folder, const char* name, mode_t mode) {
         return guardedEntry<&SystemCalls::mkdirat>("mkdirat", folder, name, mode);
     };

@@ -4,116 +4,29 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <csignal>
 #include <cstdint>
 #include <functional>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
-#include "platform/main_run_loop.h"
 #include "task/KXTaskEx.h"
 #include "tests/children/child_tools.h"
+#include "tests/task/held_time.h"
 #include "tests/task/scripted_platform.h"
 
 namespace quillmoor {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::MainRunLoop;
-using platform::RunLoopMode;
-using std::chrono::steady_clock;
 using test::childPath;
+using test::HeldTime;
+using test::serveMainThreadUntil;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-// Sleeps as long as the test says, whatever the number of seconds.
-class HeldClock : public test::ForwardingClock {
-  public:
-    void sleep(std::chrono::seconds duration) override {
-        std::unique_lock lock(mutex_);
-        asked_.push_back(duration.count());
-        changed_.notify_all();
-        changed_.wait(lock, [this] { return released_ > 0; });
-        --released_;
-    }
-
-    // Lets one sleeper wake, now or when it comes.
-    void release() {
-        const std::lock_guard lock(mutex_);
-        ++released_;
-        changed_.notify_all();
-    }
-    // The seconds asked for, once there are `count` of them.
-    std::vector<std::int64_t> asked(std::size_t count) {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, 10s, [&] { return asked_.size() >= count; });
-        return asked_;
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<std::int64_t> asked_;
-    int released_ = 0;
-};
-
-void serveMainThreadUntil(const std::function<bool()>& condition) {
-    const auto end = steady_clock::now() + 10s;
-    while (!condition() && steady_clock::now() < end)
-        MainRunLoop::run(RunLoopMode::Default, steady_clock::now() + 1ms);
-}
-
-// Knows how many of the threads that it was asked for still run.
-class CountingMainThread : public test::ForwardingMainThread {
-  public:
-    void detachNewThread(std::function<void()> body) override {
-        ++*running_;
-        next().detachNewThread([running = running_, body = std::move(body)] {
-            body();
-            --*running;
-        });
-    }
-    int running() const { return *running_; }
-
-  private:
-    std::shared_ptr<std::atomic<int>> running_ = std::make_shared<std::atomic<int>>(0);
-};
-
-// A held clock in force. In the end every time-out is let go, and the log is done with the clock,
-// before it goes.
-class HeldTime {
-  public:
-    explicit HeldTime(test::ScopedPlatform& platform) : platform_(platform) {
-        platform_->clock = &clock_;
-        platform_->mainThread = &mainThread_;
-    }
-    ~HeldTime() {
-        for (int count = mainThread_.running(); count > 0; --count) clock_.release();
-        serveUntilOver();
-        KXLog::finishWriting();
-        platform_->clock = platform::native().clock;
-        platform_->mainThread = platform::native().mainThread;
-    }
-    HeldTime(const HeldTime&) = delete;
-    HeldTime& operator=(const HeldTime&) = delete;
-
-    HeldClock* operator->() { return &clock_; }
-    // Serves the main thread until the thread of every time-out has ended.
-    void serveUntilOver() {
-        serveMainThreadUntil([this] { return mainThread_.running() == 0; });
-    }
-
-  private:
-    test::ScopedPlatform& platform_;
-    HeldClock clock_;
-    CountingMainThread mainThread_;
-};
 
 class TaskTimeout : public test::TaskTest {
   protected:
@@ -189,13 +102,25 @@ TEST_F(TaskTimeout, OfTextTakesAnEncoding) {
     EXPECT_EQ(KXTaskEx::stringFromTask(tool, word, StringEncoding::UTF8, 30s), "é");
 }
 
+// The time-out passes while the tool runs and is read; the tool is then ended in another way.
 TEST_F(TaskTimeout, OfDataOnTheMainThreadComesAfterTheReading) {
-    time_->release();
-    const auto data = KXTaskEx::dataFromTask(childPath("grandchild_keeps_pipe"), std::nullopt, 0s);
+    std::thread killer([this] {
+        const pid_t tool = test::pidIn(pidFile_);
+        time_->release();
+        EXPECT_TRUE(test::eventually([this] { return time_.passed(); }));
+        std::this_thread::sleep_for(20ms);
+        EXPECT_TRUE(console_.logged.all().empty());
+        ::kill(tool, SIGKILL);
+    });
+    const auto data =
+        KXTaskEx::dataFromTask(childPath("write_then_hang"), StringList{pidFile_, "so far"}, 30s);
+    killer.join();
     ASSERT_TRUE(data);
-    EXPECT_EQ(data->view(), "late");
+    EXPECT_EQ(data->view(), "so far");
+    EXPECT_FALSE(time_.over());
     time_.serveUntilOver();
     EXPECT_THAT(console_.logged.all(), IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
 }
 
 TEST_F(TaskTimeout, DoesNothingToAToolThatHasEnded) {
@@ -275,11 +200,72 @@ TEST_F(TaskTimeout, OfAnEarlierRunTerminatesTheNextToolOfTheSameInstance) {
     const auto runner = KXTaskEx::create();
     EXPECT_EQ(
         runner->terminationCodeFromTaskOnInstance(childPath("exit_with"), StringList{"0"}, 30s), 0);
-    std::thread passer = passWhenRunning(pidFile_);
+    std::thread passer([this] {
+        test::pidIn(pidFile_);
+        time_->releaseOneOf(30s);
+    });
     EXPECT_EQ(
         runner->terminationCodeFromTaskOnInstance(childPath("hang"), StringList{pidFile_}, 600s),
         SIGTERM);
     passer.join();
+    EXPECT_THAT(logged(), ElementsAre(told("hang")));
+    EXPECT_FALSE(time_.over());
+}
+
+// The clock is the real one: a sleep of no seconds or less is over at once.
+class ImmediateTimeout : public TaskTimeout, public ::testing::WithParamInterface<double> {
+  protected:
+    ImmediateTimeout() { platform_->clock = platform::native().clock; }
+    static KXTaskEx::Timeout timeout() { return KXTaskEx::Timeout(GetParam()); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Seconds, ImmediateTimeout, ::testing::Values(0.0, 0.9, -5.0));
+
+TEST_P(ImmediateTimeout, TerminatesAToolThatRunsAtOnce) {
+    std::atomic<bool> done{false};
+    long code = 0;
+    std::thread caller([&] {
+        code =
+            KXTaskEx::terminationCodeFromTask(childPath("hang"), StringList{pidFile_}, timeout());
+        done = true;
+    });
+    EXPECT_GT(test::pidIn(pidFile_), 0);  // it runs, and the main thread has not acted yet
+    serveMainThreadUntil([&] { return done.load(); });
+    caller.join();
+    EXPECT_EQ(code, SIGTERM);
+    EXPECT_THAT(logged(), ElementsAre(told("hang")));
+}
+
+// Answers the launch check only when every time-out is over.
+class LateFileManager : public test::ForwardingFileManager {
+  public:
+    explicit LateFileManager(const HeldTime& time) : time_(time) {}
+    bool isExecutableFile(const std::string& path) override {
+        EXPECT_TRUE(test::eventually([this] { return time_.over(); }));
+        return ForwardingFileManager::isExecutableFile(path);
+    }
+
+  private:
+    const HeldTime& time_;
+};
+
+TEST_P(ImmediateTimeout, BeforeTheStartLeavesTheRunWithoutALimit) {
+    LateFileManager late(time_);
+    platform_->fileManager = &late;
+    std::atomic<bool> done{false};
+    long code = 0;
+    std::thread caller([&] {
+        code =
+            KXTaskEx::terminationCodeFromTask(childPath("exit_with"), StringList{"3"}, timeout());
+        done = true;
+    });
+    serveMainThreadUntil([&] { return done.load(); });
+    caller.join();
+    platform_->fileManager = platform::native().fileManager;
+    EXPECT_EQ(code, 3);
+    EXPECT_TRUE(time_.passed());
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
 }
 
 TEST_F(TaskTimeout, TheFieldNamesTheToolWhileItRunsAndNothingBeforeAndAfter) {
@@ -370,14 +356,16 @@ TEST_F(TimeoutSteps, ARunningTaskIsToldOfAndThenTerminated) {
 
 TEST_F(TimeoutSteps, TheFieldIsClearedBeforeARunAndAfterIt) {
     runner_->setTheTask(launched());
-    std::string seen;
-    tasks_.script.wait = [&] { seen = runner_->theTask() != nullptr ? "named" : "empty"; };
-    fileManager_.executable = false;
-    runner_->runTaskOnInstance("/refused", std::nullopt, 5s);
-    EXPECT_EQ(runner_->theTask(), nullptr);
-    fileManager_.executable = true;
+    const std::size_t before = steps().size();
+    journal_.remark = [this] {
+        return std::string(runner_->theTask() != nullptr ? ", named" : "");
+    };
     runner_->runTaskOnInstance("/tool", std::nullopt, 5s);
-    EXPECT_EQ(seen, "named");
+    const StringList all = steps();
+    EXPECT_THAT(StringList(all.begin() + static_cast<long>(before), all.end()),
+                ElementsAre("released", "executable?", "package?", "make task", "path /tool, named",
+                            "error null, named", "output null, named", "launch, named",
+                            "wait, named", "released"));
     EXPECT_EQ(runner_->theTask(), nullptr);
 }
 

@@ -105,7 +105,11 @@ class ScriptedTask : public platform::Task {
         journal_.note(step);
     }
     void setStandardInput(platform::Pipe pipe) override { note("input", pipe.reading); }
-    void setStandardOutput(platform::Pipe pipe) override { note("output", pipe.writing); }
+    void setStandardOutput(platform::Pipe pipe) override {
+        note("output", pipe.writing);
+        output_ = pipe.reading;
+    }
+    std::shared_ptr<platform::FileHandle> standardOutput() override { return output_; }
     void setStandardOutput(std::shared_ptr<platform::FileHandle> handle) override {
         note("output", handle);
     }
@@ -142,6 +146,7 @@ class ScriptedTask : public platform::Task {
     const Script& script_;
     std::string path_;
     bool running_ = false;
+    std::shared_ptr<platform::FileHandle> output_;
 };
 
 class ScriptedTasks : public ForwardingTasks {

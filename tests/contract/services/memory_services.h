@@ -18,8 +18,22 @@ namespace quillmoor::test {
 class MemoryClock : public platform::Clock {
   public:
     std::chrono::system_clock::time_point now() override { return now_; }
-    void sleep(std::chrono::seconds duration) override {
-        now_ += std::max(duration, std::chrono::seconds::zero());
+    void sleep(std::chrono::microseconds duration) override {
+        now_ += std::max(duration, std::chrono::microseconds::zero());
+    }
+    // This computer stands in Greenwich.
+    std::tm localTime(std::chrono::system_clock::time_point date) override {
+        const auto day = std::chrono::floor<std::chrono::days>(date);
+        const std::chrono::year_month_day calendar(day);
+        const std::chrono::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(date - day));
+        std::tm parts{};
+        parts.tm_year = static_cast<int>(calendar.year()) - 1900;
+        parts.tm_mon = static_cast<int>(static_cast<unsigned>(calendar.month())) - 1;
+        parts.tm_mday = static_cast<int>(static_cast<unsigned>(calendar.day()));
+        parts.tm_hour = static_cast<int>(time.hours().count());
+        parts.tm_min = static_cast<int>(time.minutes().count());
+        parts.tm_sec = static_cast<int>(time.seconds().count());
+        return parts;
     }
     std::int64_t processorTime() override { return ++ticks_; }
 

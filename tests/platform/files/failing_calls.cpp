@@ -58,7 +58,8 @@ const SystemCalls failingCalls =
             &Calls::symlinkat, &Calls::linkat, &Calls::unlinkat, &Calls::renameat,
             &Calls::renameNoReplace, &Calls::fchmod, &Calls::fchmodat, &Calls::fchown,
             &Calls::fchownat, &Calls::futimens, &Calls::utimensat, &Calls::cloneFile,
-            &Calls::flistxattr, &Calls::fgetxattr, &Calls::fsetxattr>();
+            &Calls::flistxattr, &Calls::fgetxattr, &Calls::fsetxattr, &Calls::isHfsPlus,
+            &Calls::isImmutable, &Calls::getItemFlags, &Calls::setItemFlags>();
 
 }  // namespace
 

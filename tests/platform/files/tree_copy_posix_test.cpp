@@ -16,6 +16,7 @@
 #include "platform/native_services.h"
 #include "platform/posix/descriptor.h"
 #include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/files/stop_at_call.h"
 
 namespace quillmoor::platform::posix {
 namespace {
@@ -163,7 +164,7 @@ TEST(TreeCopy, AVeryDeepTreeIsCopiedWithFewDescriptors) {
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
     rlimit few = before;
-    few.rlim_cur = 120;
+    few.rlim_cur = 64;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
     EXPECT_EQ(codeOf(copyItem(folder / "deep", folder / "copy")), 0);
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
@@ -241,6 +242,53 @@ TEST(TreeCopy, AFolderSwappedForALinkMeanwhileIsNeverFollowed) {
     }
     ended = true;
     swapper.join();
+}
+
+TEST(TreeCopy, AStopWithinALargeFileLeavesNothing) {
+    const TempFolder folder;
+    folder.writeFile("tree/large", std::string(5 << 20, 'x'));
+    const test::StopAtCall stop(test::StopAtCall::Kind::Write, 2);
+    TreeProgress progress;
+    const Outcome outcome =
+        nativeFileTree()->copy(folder / "tree", folder / "copy", &progress, stop.token());
+    EXPECT_EQ(codeOf(outcome), ECANCELED);
+    EXPECT_LT(progress.bytes, 5U << 20U);
+    EXPECT_EQ(test::listing(folder.path()), "tree");
+}
+
+TEST(TreeCopy, AStopAtAnyMomentLeavesNothing) {
+    const TempFolder folder;
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 30; ++j)
+            folder.writeFile("tree/" + std::to_string(i) + "/" + std::to_string(j), "text");
+    const std::string before = describeTree(folder / "tree");
+    for (int nth = 1; nth < 280; nth += 31) {
+        const test::StopAtCall stop(test::StopAtCall::Kind::OpenAt, nth);
+        const Outcome outcome =
+            nativeFileTree()->copy(folder / "tree", folder / "copy", nullptr, stop.token());
+        EXPECT_EQ(codeOf(outcome), ECANCELED) << nth;
+        EXPECT_EQ(test::listing(folder.path()), "tree") << nth;
+    }
+    EXPECT_EQ(describeTree(folder / "tree"), before);
+}
+
+TEST(TreeCopy, ProgressCountsHolesAsWell) {
+    const TempFolder folder;
+    folder.writeFile("tree/sparse", "begin");
+    ASSERT_EQ(::truncate((folder / "tree/sparse").c_str(), 3 << 20), 0);
+    TreeProgress progress;
+    ASSERT_TRUE(nativeFileTree()->copy(folder / "tree", folder / "copy", &progress, {}));
+    EXPECT_EQ(progress.bytes, 3U << 20U);
+    EXPECT_EQ(progress.items, 2U);
+}
+
+TEST(TreeCopy, ALargeTreeOfEveryKindIsCopiedByManyThreads) {
+    const TempFolder folder;
+    for (int i = 0; i < 12; ++i) test::makeNastyTree(folder, "tree/nasty " + std::to_string(i));
+    for (int i = 0; i < 300; ++i)
+        folder.writeFile("tree/flat/" + std::to_string(i), std::string(1000, 'x'));
+    ASSERT_EQ(codeOf(copyItem(folder / "tree", folder / "copy")), 0);
+    EXPECT_EQ(describeTree(folder / "copy"), describeTree(folder / "tree"));
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "platform/native_services.h"
 #include "platform/posix/descriptor.h"
 #include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/files/stop_at_call.h"
 
 namespace quillmoor::platform::posix {
 namespace {
@@ -59,7 +60,7 @@ TEST(TreeRemove, AVeryDeepTreeGoesWithFewDescriptorsAndLittleStack) {
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
     rlimit few = before;
-    few.rlim_cur = 100;
+    few.rlim_cur = 64;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
     EXPECT_TRUE(removeItem(folder / "deep"));
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
@@ -269,6 +270,45 @@ TEST(TreeRemove, AFolderMovedAwayMeanwhileDoesNotLeadItAstray) {
                 ASSERT_TRUE(removeItem(folder / name));
             }
     }
+}
+
+TEST(TreeRemove, AStopLeavesTheRest) {
+    for (int nth = 1; nth < 100; nth += 24) {
+        const TempFolder folder;
+        for (int i = 0; i < 4; ++i)
+            for (int j = 0; j < 30; ++j)
+                folder.writeFile("tree/" + std::to_string(i) + "/" + std::to_string(j));
+        const test::StopAtCall stop(test::StopAtCall::Kind::UnlinkAt, nth);
+        const Outcome outcome = nativeFileTree()->remove(folder / "tree", stop.token());
+        ASSERT_FALSE(outcome) << nth;
+        EXPECT_EQ(outcome.error().code, ECANCELED) << nth;
+        EXPECT_GT(nativeFileTree()->count(folder / "tree", {}).items, 1U) << nth;
+    }
+}
+
+TEST(TreeRemove, AStopThatComesTooLateIsASuccess) {
+    const TempFolder folder;
+    folder.writeFile("tree/file");
+    const test::StopAtCall stop(test::StopAtCall::Kind::UnlinkAt, 3);
+    EXPECT_TRUE(nativeFileTree()->remove(folder / "tree", stop.token()));
+    EXPECT_FALSE(somethingAt(folder / "tree"));
+}
+
+TEST(TreeRemove, InALargeTreeWhatMayNotBeRemovedStaysAndTheRestGoes) {
+    if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
+    const TempFolder folder;
+    for (int i = 0; i < 200; ++i) {
+        const std::string name = "tree/" + std::to_string(i % 20) + "/" + std::to_string(i);
+        folder.writeFile(name + "/file");
+        if (i % 50 == 7) {
+            ASSERT_EQ(::chmod((folder / name).c_str(), 0555), 0);
+        }
+    }
+    const Outcome outcome = removeItem(folder / "tree");
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(outcome.error().code, EACCES);
+    // The tree, two folders (7 and 17), and in each two that are closed, with a file.
+    EXPECT_EQ(nativeFileTree()->count(folder / "tree", {}).items, 1U + 2U + 4U + 4U);
 }
 
 }  // namespace

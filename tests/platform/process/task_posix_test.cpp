@@ -148,11 +148,14 @@ TEST(Task, OnlyTheOutputPipeHasMoreRoom) {
     const Pipe output = native().fileHandles->makePipe();
     const Pipe error = native().fileHandles->makePipe();
     const int usual = size(error);
+    const Pipe probe = native().fileHandles->makePipe();
+    if (::fcntl(numberOf(probe.writing), F_SETPIPE_SZ, 1 << 20) <= usual)
+        GTEST_SKIP() << "the system gives pipes no more room";
     task->setStandardInput(input);
     task->setStandardOutput(output);
     task->setStandardError(error);
     task->launch();
-    EXPECT_GE(size(output), usual);
+    EXPECT_GT(size(output), usual);
     EXPECT_EQ(size(error), usual);
     EXPECT_EQ(size(input), usual);
     task->waitUntilExit();

@@ -1,0 +1,91 @@
+#include <chrono>
+
+#include "auth/KXAuthorization.h"
+#include "auth/checks.h"
+#include "base/arguments.h"
+#include "base/format.h"
+#include "base/paths.h"
+#include "paths/KXLocalPaths.h"
+#include "platform/platform.h"
+#include "task/KXTaskEx.h"
+
+namespace quillmoor {
+namespace {
+
+// For the tool to make the folder, most of the time.
+constexpr std::chrono::microseconds kPauseAfterCreating{500};
+
+void tell(const std::string& text) {
+    platform::current().console->log(text);
+}
+
+}  // namespace
+
+bool KXAuthorization::authRemoveFile(const OptionalPath& path) {
+    if (isProtected(path)) {
+        tell(formatted("Unable to delete path %@ because it is a system directory.", path));
+        return false;
+    }
+    return authExecTask("/bin/rm", upToFirstNil({"-Rdf", path})) == 0;
+}
+
+bool KXAuthorization::authMoveFolderContents(const OptionalPath& folder,
+                                             const OptionalPath& toPath) {
+    if (isProtected(folder)) {
+        tell(formatted("Unable to move contents of path %@ because it is a system directory.",
+                       folder));
+        return false;
+    }
+    bool allMoved = true;
+    for (const std::string& name : folderEntries(folder))
+        allMoved =
+            authMoveFile(appendPathComponent(folder, name), appendPathComponent(toPath, name)) &&
+            allMoved;
+    return allMoved;
+}
+
+bool KXAuthorization::authMoveFile(const OptionalPath& path, const OptionalPath& toPath) {
+    if (!path) {
+        tell("Error in authMoveFile: old path is null");
+        return false;
+    }
+    if (!toPath) {
+        tell("Error in authMoveFile: new path is null");
+        return false;
+    }
+    if (isProtected(path)) {
+        tell(formatted("Unable to move path %@ because it is a system directory.", path));
+        return false;
+    }
+    if (!somethingAt(path)) return false;
+    return startTool("/bin/mv", {"-f", *path, *toPath});
+}
+
+bool KXAuthorization::authCopyFile(const OptionalPath& path, const OptionalPath& toPath) {
+    if (!path) {
+        tell("Error in authCopyFile: old path is null");
+        return false;
+    }
+    if (!toPath) {
+        tell("Error in authCopyFile: new path is null");
+        return false;
+    }
+    if (!somethingAt(path)) return false;
+    return startTool("/bin/cp", {"-f", "-p", "-R", *path, *toPath});
+}
+
+bool KXAuthorization::authCreateDir(const OptionalPath& path) {
+    const bool asked = !isSuperUser();
+    if (!startTool("/bin/mkdir", upToFirstNil({"-p", path}))) return false;
+    if (asked) platform::current().clock->sleep(kPauseAfterCreating);
+    return true;
+}
+
+// The super-user's own tools answer YES whatever became of the start.
+bool KXAuthorization::startTool(const std::string& tool, const StringList& arguments) {
+    if (!isSuperUser()) return authExecTask(tool, arguments) == 0;
+    KXTaskEx::runTaskAndReturn(tool, arguments);
+    return true;
+}
+
+}  // namespace quillmoor

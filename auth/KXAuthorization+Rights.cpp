@@ -1,0 +1,98 @@
+#include "auth/KXAuthorization.h"
+#include "auth/checks.h"
+#include "base/format.h"
+#include "log/KXLog.h"
+#include "platform/platform.h"
+
+namespace quillmoor {
+namespace {
+
+using platform::AuthorizationItem;
+using platform::AuthorizationItemSet;
+using platform::AuthorizationStatus;
+using platform::kAuthorizationFlagDefaults;
+using platform::kAuthorizationSuccess;
+
+constexpr char kRefused[] = "Authorization failed. Invalid username or password";
+
+platform::Authorization& authorization() {
+    return *platform::current().authorization;
+}
+
+const AuthorizationItemSet& administratorRights() {
+    static const AuthorizationItemSet rights{
+        {AuthorizationItem{platform::kAuthorizationRightAdmin, std::nullopt, 0}}};
+    return rights;
+}
+
+}  // namespace
+
+bool KXAuthorization::isAuthorized() const {
+    return isSuperUser() || authRef_ != nullptr;
+}
+
+bool KXAuthorization::canAuthorize() const {
+    return hasGUI_ || isSuperUser();
+}
+
+bool KXAuthorization::authStart() {
+    if (isAuthorized()) return true;
+    if (!hasGUI_) {
+        platform::current().console->log("Unable to authorize");
+        return false;
+    }
+    const AuthorizationStatus status =
+        authorization().create(std::nullopt, std::nullopt, kAuthorizationFlagDefaults, authRef_);
+    if (status != kAuthorizationSuccess) {
+        setAuthRef(nullptr);
+        return false;
+    }
+    return askForRights(std::nullopt, platform::kAuthorizationFlagInteractionAllowed |
+                                          platform::kAuthorizationFlagExtendRights |
+                                          platform::kAuthorizationFlagPreAuthorize);
+}
+
+bool KXAuthorization::authStartWithUser(const OptionalString& user,
+                                        const OptionalString& password) {
+    if (isSuperUser()) return true;
+    if (!user || !password) return false;
+    const AuthorizationItemSet environment{
+        {AuthorizationItem{platform::kAuthorizationEnvironmentUsername, *user, 0},
+         AuthorizationItem{platform::kAuthorizationEnvironmentPassword, *password, 0}}};
+    platform::Console& console = *platform::current().console;
+    const AuthorizationStatus status =
+        authorization().create(std::nullopt, environment, kAuthorizationFlagDefaults, authRef_);
+    if (status != kAuthorizationSuccess) {
+        console.log(formatted("Unable to create authRef - error %ld", long{status}));
+        setAuthRef(nullptr);
+        return false;
+    }
+    if (askForRights(environment, platform::kAuthorizationFlagExtendRights |
+                                      platform::kAuthorizationFlagPreAuthorize))
+        return true;
+    console.log(kRefused);
+    KXLog::appendLog(kRefused);
+    return false;
+}
+
+// Without the rights the reference is of no use: it is freed and forgotten.
+bool KXAuthorization::askForRights(const AuthorizationItemSet& environment,
+                                   platform::AuthorizationFlags flags) {
+    if (authorization().copyRights(authRef_, administratorRights(), environment, flags) ==
+        kAuthorizationSuccess)
+        return true;
+    freeReference();
+    return false;
+}
+
+void KXAuthorization::authEnd() {
+    if (isAuthorized() && !isSuperUser()) freeReference();
+    setAuthRef(nullptr);
+}
+
+void KXAuthorization::freeReference() {
+    authorization().free(authRef_, kAuthorizationFlagDefaults);
+    setAuthRef(nullptr);
+}
+
+}  // namespace quillmoor

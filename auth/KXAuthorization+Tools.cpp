@@ -1,0 +1,39 @@
+#include "auth/KXAuthorization.h"
+#include "auth/checks.h"
+#include "base/format.h"
+#include "platform/platform.h"
+#include "task/KXTaskEx.h"
+
+namespace quillmoor {
+
+std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const StringList& parameters) {
+    return authExecTask(path, parameters, Async::Yes);
+}
+
+std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const StringList& parameters,
+                                           Async async) {
+    const platform::Platform& system = platform::current();
+    if (!somethingAt(path)) {
+        system.console->log(formatted("Unable to execute task: path %@ doesn't exist", path));
+        return kToolMissing;
+    }
+    if (isSuperUser()) {
+        if (async == Async::Yes)
+            KXTaskEx::runTaskAndReturn(path, parameters);
+        else
+            KXTaskEx::runTask(path, parameters);
+        return platform::kAuthorizationSuccess;
+    }
+    if (!isAuthorized()) authStart();
+    if (!isAuthorized()) return kNotAuthorized;
+    // The tool's stream is never closed from here: what it still writes must not end it.
+    std::shared_ptr<platform::AuthorizedToolStream> stream;
+    const std::int32_t status = system.authorization->executeWithPrivileges(
+        authRef_, *path, platform::kAuthorizationFlagDefaults, parameters, stream);
+    if (status == platform::kAuthorizationSuccess && async == Async::No)
+        while (stream->readCharacter() >= 0) {
+        }
+    return status;
+}
+
+}  // namespace quillmoor

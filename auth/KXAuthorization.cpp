@@ -1,0 +1,70 @@
+#include "auth/KXAuthorization.h"
+
+#include <mutex>
+
+#include "auth/checks.h"
+#include "paths/KXLocalPaths.h"
+#include "platform/platform.h"
+
+namespace quillmoor {
+namespace {
+
+// The lock of the class. Never destroyed, as the session is not.
+std::recursive_mutex& classLock() {
+    static auto& lock = *new std::recursive_mutex;
+    return lock;
+}
+
+KXAuthorization* sharedAuth = nullptr;
+
+}  // namespace
+
+KXAuthorization* KXAuthorization::sharedController() {
+    return sharedController(WithGUI::Yes);
+}
+
+KXAuthorization* KXAuthorization::sharedController(WithGUI withGUI) {
+    const std::lock_guard guard(classLock());
+    if (sharedAuth == nullptr) {
+        KXAuthorization* session = allocWithZone();
+        withGUI == WithGUI::Yes ? session->init() : session->initWithoutGUI();
+    }
+    return sharedAuth;
+}
+
+KXAuthorization* KXAuthorization::allocWithZone() {
+    const std::lock_guard guard(classLock());
+    if (sharedAuth != nullptr) return nullptr;
+    sharedAuth = new KXAuthorization;
+    return sharedAuth;
+}
+
+KXAuthorization* KXAuthorization::init() {
+    return initWithGUI(true);
+}
+
+KXAuthorization* KXAuthorization::initWithoutGUI() {
+    return initWithGUI(false);
+}
+
+KXAuthorization* KXAuthorization::initWithGUI(bool hasGUI) {
+    const platform::Platform& system = platform::current();
+    setHasGUI(hasGUI);
+    setAuthRef(nullptr);
+    platform::AuthorizationRef handedOver = nullptr;
+    const platform::AuthorizationStatus status = system.authorization->copyPrivilegedReference(
+        platform::kAuthorizationFlagDefaults, handedOver);
+    if (status == platform::kAuthorizationSuccess && handedOver != nullptr) setAuthRef(handedOver);
+    if (!isSuperUser()) userDirectory_ = KXLocalPaths::userDirectory();
+    return this;
+}
+
+void KXAuthorization::dealloc() {
+    authEnd();
+}
+
+void KXAuthorization::finalize() {
+    authEnd();
+}
+
+}  // namespace quillmoor

@@ -1,0 +1,155 @@
+// Does to trees what the peers of bench/tree/run do, one work a process; the wildcards are timed in
+// the process, against glob.
+#include <glob.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/paths.h"
+#include "platform/native_services.h"
+
+namespace quillmoor::bench {
+namespace {
+
+using platform::nativeFileManager;
+using platform::nativeFileTree;
+
+int endOf(const Outcome& outcome) {
+    if (outcome) return 0;
+    std::fprintf(stderr, "bench_tree: %s\n", outcome.error().description.c_str());
+    return 1;
+}
+
+int copy(const std::string& path, const std::string& destination) {
+    return endOf(nativeFileTree()->copy(path, destination, nullptr, {}));
+}
+
+// With an observer, whose counts must be right in the end.
+int copyWatched(const std::string& path, const std::string& destination) {
+    platform::TreeProgress progress;
+    const int result = endOf(nativeFileTree()->copy(path, destination, &progress, {}));
+    std::printf("%llu %llu\n", static_cast<unsigned long long>(progress.bytes),
+                static_cast<unsigned long long>(progress.items));
+    return result;
+}
+
+int remove(const std::string& path) {
+    return endOf(nativeFileTree()->remove(path, {}));
+}
+
+int size(const std::string& path) {
+    std::printf("%llu\n", static_cast<unsigned long long>(nativeFileTree()->size(path, {})));
+    return 0;
+}
+
+// Those that exist.
+StringList joined(const StringList& folders, const std::string& component) {
+    StringList found;
+    for (const std::string& folder : folders) {
+        std::string path = *appendPathComponent(folder, component);
+        if (nativeFileManager()->fileExists(path)) found.push_back(std::move(path));
+    }
+    return found;
+}
+
+// Component by component, as the library expands a path.
+StringList expanded(const std::string& path) {
+    StringList found;
+    for (const std::string& component : pathComponents(path)) {
+        if (component == "/")
+            found = {"/"};
+        else if (component.find('*') != std::string::npos)
+            found = nativeFileTree()->match(found, component);
+        else
+            found = joined(found, component);
+    }
+    return found;
+}
+
+StringList globbed(const std::string& path) {
+    glob_t result{};
+    StringList found;
+    if (::glob(path.c_str(), GLOB_NOSORT, nullptr, &result) == 0)
+        found.assign(result.gl_pathv, result.gl_pathv + result.gl_pathc);
+    ::globfree(&result);
+    return found;
+}
+
+StringList sorted(StringList paths) {
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+// Only the call itself is timed, not what it takes to hand on glob's answer.
+double globTime(const std::string& path) {
+    glob_t result{};
+    const auto start = std::chrono::steady_clock::now();
+    ::glob(path.c_str(), GLOB_NOSORT, nullptr, &result);
+    const auto end = std::chrono::steady_clock::now();
+    ::globfree(&result);
+    return std::chrono::duration<double>(end - start).count();
+}
+
+double ownTime(const std::string& path) {
+    const auto start = std::chrono::steady_clock::now();
+    const StringList found = expanded(path);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// A line for each round: seconds of ours and of glob's, each first in turn.
+int match(const std::string& path, int rounds) {
+    if (expanded(path).empty() || sorted(expanded(path)) != sorted(globbed(path))) {
+        std::fprintf(stderr, "bench_tree: other matches than glob's for %s\n", path.c_str());
+        return 1;
+    }
+    for (int round = 0; round < rounds; ++round) {
+        const bool oursFirst = round % 2 == 0;
+        const double first = oursFirst ? ownTime(path) : globTime(path);
+        const double second = oursFirst ? globTime(path) : ownTime(path);
+        std::printf("%.6f %.6f\n", oursFirst ? first : second, oursFirst ? second : first);
+    }
+    return 0;
+}
+
+// The largest resident set of a command in bytes, on a line of its own behind what it prints.
+int peak(char** command) {
+    pid_t child = 0;
+    int status = 0;
+    rusage usage{};
+    if (::posix_spawnp(&child, command[0], nullptr, nullptr, command, environ) != 0 ||
+        ::wait4(child, &status, 0, &usage) != child || status != 0)
+        return 1;
+    std::printf("%lld\n", static_cast<long long>(usage.ru_maxrss) * 1024);
+    return 0;
+}
+
+int run(const std::vector<std::string>& words) {
+    if (words.size() == 2 && words[0] == "size") return size(words[1]);
+    if (words.size() == 2 && words[0] == "remove") return remove(words[1]);
+    if (words.size() == 3 && words[0] == "copy") return copy(words[1], words[2]);
+    if (words.size() == 3 && words[0] == "copy-watched") return copyWatched(words[1], words[2]);
+    if (words.size() == 3 && words[0] == "match")
+        return match(words[1], std::atoi(words[2].c_str()));
+    std::fprintf(stderr,
+                 "Usage: bench_tree size|remove PATH, copy|copy-watched PATH NEW,"
+                 " match PATTERN ROUNDS, peak COMMAND…\n");
+    return 2;
+}
+
+}  // namespace
+}  // namespace quillmoor::bench
+
+int main(int argc, char** argv) {
+    if (argc > 2 && std::string_view(argv[1]) == "peak") return quillmoor::bench::peak(argv + 2);
+    return quillmoor::bench::run(std::vector<std::string>(argv + 1, argv + argc));
+}

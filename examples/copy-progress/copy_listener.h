@@ -1,0 +1,43 @@
+// What the two faces of this program share: a copy that is watched and can be stopped.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "files/KXFileManager.h"
+
+namespace quillmoor::copy_progress {
+
+// How far the copy has come.
+struct Progress {
+    double done = 0;  // 0 to 1
+    double bytes = 0;
+    double bytesPerSecond = 0;
+};
+
+// Hears of the copy on the main thread, and cancels it when asked.
+class CopyListener : public FileOperationDelegate {
+  public:
+    std::function<void(const Progress&)> progressed = [](const Progress&) {};
+    std::function<void()> finished = [] {};
+
+    // Takes effect at the next progress notice, which brings the operation to be cancelled.
+    void cancel() { cancelled_ = true; }
+
+    bool implements(Notice notice) const override;
+    using FileOperationDelegate::fileOperationFinished;
+    using FileOperationDelegate::fileOperationProgress;
+    void fileOperationProgress(const FileOperationNotice& notice,
+                               const platform::FileOperationRef& fileOperation) override;
+    void fileOperationFinished(const FileOperationNotice& notice,
+                               const platform::FileOperationRef& fileOperation) override;
+
+  private:
+    bool cancelled_ = false;
+};
+
+// "12.50 MB, 3.10 MB a second"
+std::string description(const Progress& progress);
+
+}  // namespace quillmoor::copy_progress

@@ -1,0 +1,113 @@
+#include <functional>
+
+#include "base/paths.h"
+#include "files/KXFileManager.h"
+#include "files/item.h"
+#include "files/tree_walk.h"
+#include "log/KXLog.h"
+#include "task/KXTaskEx.h"
+
+namespace quillmoor {
+namespace {
+
+constexpr char kTouchTool[] = "/usr/bin/touch";
+constexpr std::chrono::duration<double> kLongestTouch{5.0};
+
+platform::Attributes& attributes() {
+    return *platform::current().attributes;
+}
+
+// Locking tells of a failure in the words of unlocking. Kept so.
+void setLocked(const OptionalPath& path, bool locked) {
+    const Outcome changed = attributes().setImmutable(path.value_or(""), locked);
+    if (!changed)
+        KXLog::fastAppendLog("Unable to unlock file %@: %@", path, changed.error().description);
+}
+
+void setAllLocked(const OptionalPath& folder, bool locked) {
+    if (!folder) return;
+    TreeWalk walk;
+    walk.visit = [locked](const std::string& item, const std::string&) {
+        setLocked(item, locked);
+        return true;
+    };
+    walkTree(*folder, walk);
+}
+
+void setCreatedNow(const std::string& path) {
+    // Refused by most systems; the touch counts all the same.
+    static_cast<void>(attributes().setCreationDate(path, platform::current().clock->now()));
+}
+
+bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
+    KXTaskEx::runTask(kTouchTool, StringList{"-c", path}, kLongestTouch);
+    if (setCreationDate == SetCreationDate::Yes) setCreatedNow(path);
+    return true;
+}
+
+// Here the creation date comes first.
+bool touchWithRights(const std::string& path, SetCreationDate setCreationDate) {
+    if (setCreationDate == SetCreationDate::Yes) setCreatedNow(path);
+    return rights().authExecTask(kTouchTool, {"-c", path}, Async::No) == 0;
+}
+
+// Tells the workspace of a change when the scope ends, be it by an exception.
+class NoteOfChange {
+  public:
+    explicit NoteOfChange(const std::string& path) : path_(path) {}
+    ~NoteOfChange() { platform::current().workspace->noteFileSystemChanged(path_); }
+    NoteOfChange(const NoteOfChange&) = delete;
+    NoteOfChange& operator=(const NoteOfChange&) = delete;
+
+  private:
+    const std::string& path_;
+};
+
+}  // namespace
+
+bool KXFileManager::isFileLocked(const OptionalPath& path) {
+    if (!path) return false;
+    const auto found = attributes().attributesOfItem(*path);
+    return found && found->isImmutable;
+}
+
+void KXFileManager::lockFile(const OptionalPath& path) {
+    setLocked(path, true);
+}
+
+void KXFileManager::unlockFile(const OptionalPath& path) {
+    setLocked(path, false);
+}
+
+void KXFileManager::lockFolder(const OptionalPath& path) {
+    setAllLocked(path, true);
+}
+
+void KXFileManager::unlockFolder(const OptionalPath& path) {
+    setAllLocked(path, false);
+}
+
+void KXFileManager::setPosixPermissions(unsigned permissions, const OptionalPath& forFile) {
+    const Outcome changed = attributes().setPosixPermissions(forFile.value_or(""), permissions);
+    if (!changed)
+        KXLog::appendLog("Error setting permissions for file %@: %@", forFile,
+                         changed.error().description);
+}
+
+bool KXFileManager::touchFile(const OptionalPath& path) {
+    return touchFile(path, SetCreationDate::No);
+}
+
+bool KXFileManager::touchFile(const OptionalPath& path, SetCreationDate setCreationDate) {
+    if (!path) return false;
+    const NoteOfChange note(*path);
+    return fileManager().isWritableFile(*path) ? touchAsUser(*path, setCreationDate)
+                                               : touchWithRights(*path, setCreationDate);
+}
+
+bool KXFileManager::setModificationDate(std::chrono::system_clock::time_point date,
+                                        const OptionalPath& forFile) {
+    return static_cast<bool>(attributes().setModificationDate(forFile.value_or(""), date));
+}
+
+}  // namespace quillmoor

@@ -1,0 +1,46 @@
+#include "base/paths.h"
+#include "files/KXFileManager.h"
+#include "files/item.h"
+#include "log/KXLog.h"
+
+namespace quillmoor {
+
+bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath) {
+    return copyFile(path, toPath, ShouldAuth::Yes);
+}
+
+bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath,
+                             ShouldAuth shouldAuth) {
+    if (!path) {
+        KXLog::appendLogAndPrint("Error copying file: source path is nil");
+        return false;
+    }
+    if (!toPath) {
+        KXLog::appendLogAndPrint("Error copying file %@: destination path is nil", path);
+        return false;
+    }
+    unlockFile(deleteLastPathComponent(*toPath));
+    const Outcome copied = fileManager().copyItem(*path, *toPath);
+    if (copied) return true;
+    KXLog::appendLog("Error copying file: %@. Authorizing...", copied.error().description);
+    return shouldAuth == ShouldAuth::Yes && rights().authCopyFile(path, toPath);
+}
+
+bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath,
+                             std::chrono::seconds timeout) {
+    return copyFile(path, toPath) && waitUntil([&] { return fileExistsAtPath(toPath); }, timeout);
+}
+
+bool KXFileManager::copyContentsOfDirectory(const OptionalPath& directory,
+                                            const OptionalPath& toPath,
+                                            std::chrono::seconds timeout) {
+    for (const std::string& name : entriesOf(directory)) {
+        KXLog::fastAppendLog("File: %@", name);
+        if (!copyFile(appendPathComponent(directory, name), appendPathComponent(toPath, name),
+                      timeout))
+            return false;
+    }
+    return true;
+}
+
+}  // namespace quillmoor

@@ -1,0 +1,148 @@
+#include <utility>
+
+#include "base/format.h"
+#include "base/paths.h"
+#include "files/KXFileManager.h"
+#include "files/item.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::FileOperationRef;
+using platform::FileOperationReport;
+using platform::FileOperationStage;
+using Notice = FileOperationDelegate::Notice;
+
+constexpr std::chrono::seconds kLongestCreation{10};
+constexpr std::chrono::milliseconds kStatusInterval{1000};
+
+void tell(const std::string& text) {
+    platform::current().console->log(text);
+}
+
+FileOperationNotice contextOf(const std::string& source, const std::string& destination,
+                              const FileOperationDelegateRef& delegate, const CallerObject& object,
+                              const CallerObject& object2) {
+    FileOperationNotice context{
+        {"source", source}, {"destination", destination}, {"operationtype", std::string("copy")}};
+    if (delegate != nullptr) context["delegate"] = delegate;
+    if (object != nullptr) context["object"] = object;
+    if (object2 != nullptr) context["object2"] = object2;
+    return context;
+}
+
+FileOperationDelegateRef delegateOf(const FileOperationNotice& context) {
+    const auto found = context.find("delegate");
+    return found != context.end() ? std::get<FileOperationDelegateRef>(found->second) : nullptr;
+}
+
+// One event, in its form with the operation and in the one without.
+struct Event {
+    using Plain = void (FileOperationDelegate::*)(const FileOperationNotice&);
+    using WithOperation = void (FileOperationDelegate::*)(const FileOperationNotice&,
+                                                          const FileOperationRef&);
+    Notice plain;
+    Plain tellPlain;
+    Notice withOperation;
+    WithOperation tellWithOperation;
+};
+
+const Event kProgress{Notice::Progress, &FileOperationDelegate::fileOperationProgress,
+                      Notice::ProgressWithOperation, &FileOperationDelegate::fileOperationProgress};
+const Event kFinished{Notice::Finished, &FileOperationDelegate::fileOperationFinished,
+                      Notice::FinishedWithOperation, &FileOperationDelegate::fileOperationFinished};
+
+// Queued: it runs after the callback has returned.
+void send(const Event& event, FileOperationNotice notice, const FileOperationRef& operation) {
+    const FileOperationDelegateRef delegate = delegateOf(notice);
+    if (delegate == nullptr) return;
+    std::function<void()> call;
+    if (delegate->implements(event.withOperation))
+        call = [delegate, &event, notice = std::move(notice), operation] {
+            ((*delegate).*event.tellWithOperation)(notice, operation);
+        };
+    else if (delegate->implements(event.plain))
+        call = [delegate, &event, notice = std::move(notice)] {
+            ((*delegate).*event.tellPlain)(notice);
+        };
+    else
+        return;
+    platform::current().mainThread->performOnMainThread(std::move(call),
+                                                        platform::WaitUntilDone::No);
+}
+
+FileOperationNotice noticeOf(const FileOperationReport& report,
+                             const FileOperationNotice& context) {
+    FileOperationNotice notice = context;
+    notice.emplace("stage", static_cast<long>(report.stage));
+    if (report.stage == FileOperationStage::Running && report.status)
+        for (const auto& [key, value] : *report.status) notice[key] = value;
+    return notice;
+}
+
+void statusCallback(const FileOperationReport& report, const FileOperationNotice& context) {
+    if (report.stage == FileOperationStage::Running && report.status)
+        send(kProgress, noticeOf(report, context), report.operation);
+    if (report.stage != FileOperationStage::Complete) return;
+    send(kFinished, noticeOf(report, context), report.operation);
+    const std::int32_t status = platform::current().fileOperations->unschedule(report.operation);
+    if (status != 0)
+        tell(formatted("Failed to unschedule operation from run loop: %d", int{status}));
+}
+
+bool makeParent(const std::string& source, const std::string& parent) {
+    if (KXFileManager::fileExistsAtPath(parent) ||
+        KXFileManager::createDirectory(parent, kLongestCreation))
+        return true;
+    tell(
+        formatted("Unable to copy file %@ - destination directory %@ doesn't exist. Aborting copy "
+                  "process...",
+                  source, parent));
+    return false;
+}
+
+bool start(const FileOperationRef& operation, const FileOperationNotice& context,
+           const std::string& parent, const std::string& name) {
+    const std::int32_t status = platform::current().fileOperations->copy(
+        operation, std::get<std::string>(context.at("source")), parent, name,
+        [context](const FileOperationReport& report) { statusCallback(report, context); },
+        kStatusInterval);
+    if (status == 0) return true;
+    tell(formatted("Failed to begin asynchronous object copy: %ld", long{status}));
+    return false;
+}
+
+}  // namespace
+
+bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
+                                         FileOperationDelegateRef delegate, CallerObject object) {
+    return copyFileWithProgress(path, destination, std::move(delegate), std::move(object), nullptr);
+}
+
+bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
+                                         FileOperationDelegateRef delegate, CallerObject object,
+                                         CallerObject object2) {
+    if (!fileExistsAtPath(path)) {
+        tell(formatted("Error: File %@ doesn't exist. Aborting copy process...", path));
+        return false;
+    }
+    const std::string target = destination.value_or("");
+    const std::string parent = deleteLastPathComponent(target);
+    if (!makeParent(*path, parent)) return false;
+    platform::FileOperations& operations = *platform::current().fileOperations;
+    const FileOperationRef operation = operations.create();
+    const std::int32_t status = operations.schedule(operation);
+    if (status != 0) {
+        tell(formatted("Failed to schedule operation with run loop: %ld", long{status}));
+        return false;
+    }
+    return start(operation, contextOf(*path, target, delegate, object, object2), parent,
+                 lastPathComponent(target));
+}
+
+void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) {
+    if (operation != nullptr) platform::current().fileOperations->cancel(operation);
+}
+
+}  // namespace quillmoor

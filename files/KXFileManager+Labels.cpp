@@ -1,0 +1,62 @@
+#include <array>
+
+#include "files/KXFileManager.h"
+#include "files/item.h"
+
+namespace quillmoor {
+namespace {
+
+constexpr unsigned kLabelBits = 0x000E;
+
+// By label; the lowest bit of a value says something else and is overlooked.
+struct Label {
+    int value;
+    FinderColor color;
+};
+constexpr std::array<Label, 7> kLabels{{{2, {0.0, 0.0, 0.72, 1.0}},
+                                        {4, {0.2056, 0.5, 0.85, 1.0}},
+                                        {6, {0.7917, 0.26, 0.86, 1.0}},
+                                        {8, {0.5789, 0.56, 0.98, 1.0}},
+                                        {10, {0.1388, 0.54, 0.95, 1.0}},
+                                        {12, {0.0083, 0.54, 1.0, 1.0}},
+                                        {14, {0.0888, 0.52, 0.98, 1.0}}}};
+
+struct Item {
+    platform::FileReference reference;
+    platform::CatalogInfo info;
+};
+
+std::optional<Item> itemAt(const OptionalPath& path) {
+    platform::FinderInfo& finder = *platform::current().finderInfo;
+    Item item;
+    if (!path || !finder.makeReference(*path, item.reference)) return std::nullopt;
+    if (finder.catalogInfo(item.reference, item.info) != 0) return std::nullopt;
+    return item;
+}
+
+}  // namespace
+
+int KXFileManager::finderColorIndexForPath(const OptionalPath& path) {
+    const auto item = itemAt(path);
+    return item ? item->info.finderFlags() : 0;
+}
+
+void KXFileManager::setFinderColorIndex(unsigned index, const OptionalPath& forPath) {
+    auto item = itemAt(forPath);
+    if (!item) return;
+    const unsigned others = item->info.finderFlags() & ~kLabelBits;
+    item->info.setFinderFlags(static_cast<std::uint16_t>(others | (index & kLabelBits)));
+    platform::current().finderInfo->setFinderInfo(item->reference, item->info);
+}
+
+std::optional<FinderColor> KXFileManager::finderColorForColorIndex(int index) {
+    for (const Label& label : kLabels)
+        if (index == label.value || index == label.value + 1) return label.color;
+    return std::nullopt;
+}
+
+std::optional<FinderColor> KXFileManager::finderColorForPath(const OptionalPath& path) {
+    return finderColorForColorIndex(finderColorIndexForPath(path));
+}
+
+}  // namespace quillmoor

@@ -1,0 +1,52 @@
+#include "base/paths.h"
+#include "files/KXFileManager.h"
+#include "files/item.h"
+#include "log/KXLog.h"
+
+namespace quillmoor {
+namespace {
+
+// For the file system to settle on the new name.
+constexpr std::chrono::microseconds kPauseAfterRename{500};
+
+bool onlyCaseChanges(const OptionalPath& path, const OptionalPath& toPath) {
+    platform::Text& text = *platform::current().text;
+    return path && toPath && text.lowercase(*path) == text.lowercase(*toPath);
+}
+
+bool movedByWayOfAFreeName(const std::string& path, const std::string& toPath) {
+    const std::string between = KXFileManager::uniqueFilename(toPath).value_or(toPath);
+    return fileManager().moveItem(path, between) && fileManager().moveItem(between, toPath);
+}
+
+}  // namespace
+
+bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath) {
+    return moveFile(path, toPath, ShouldAuth::Yes);
+}
+
+bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath,
+                             ShouldAuth shouldAuth) {
+    if (fileExistsAtPath(toPath)) unlockFile(toPath);
+    // As if the destination were a folder that receives the item. Kept so.
+    if (path) unlockFolder(appendPathComponent(toPath, lastPathComponent(*path)));
+    if (onlyCaseChanges(path, toPath) && movedByWayOfAFreeName(*path, *toPath)) return true;
+    const Outcome moved = fileManager().moveItem(path.value_or(""), toPath.value_or(""));
+    if (moved) return true;
+    KXLog::appendLog("Error moving file: %@.", moved.error().description);
+    if (shouldAuth == ShouldAuth::No) return false;
+    KXLog::appendLog("Authorizing...");
+    return rights().authMoveFile(path, toPath);
+}
+
+bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath,
+                             std::chrono::seconds timeout) {
+    if (!moveFile(path, toPath)) return false;
+    if (onlyCaseChanges(path, toPath)) {
+        platform::current().clock->sleep(kPauseAfterRename);
+        return true;
+    }
+    return waitUntil([&] { return !fileExistsAtPath(path); }, timeout);
+}
+
+}  // namespace quillmoor

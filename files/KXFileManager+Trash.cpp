@@ -1,0 +1,77 @@
+#include <functional>
+
+#include "base/paths.h"
+#include "files/KXFileManager.h"
+#include "files/item.h"
+#include "files/tree_walk.h"
+#include "paths/KXLocalPaths.h"
+
+namespace quillmoor {
+namespace {
+
+using NameTest = std::function<bool(const std::string& name)>;
+
+bool movedToTrash(const std::string& path) {
+    return platform::current().workspace->recycle(
+        deleteLastPathComponent(path), KXLocalPaths::trashDirectory(), {lastPathComponent(path)});
+}
+
+// Trashes every file whose name passes, and answers them all.
+StringList swept(const OptionalPath& folder, const NameTest& matches) {
+    StringList found;
+    if (!folder) return found;
+    TreeWalk walk;
+    walk.visit = [&](const std::string& item, const std::string& name) {
+        if (matches(name)) {
+            KXFileManager::trashFile(item);
+            found.push_back(item);
+        }
+        return true;
+    };
+    walkTree(*folder, walk);
+    return found;
+}
+
+}  // namespace
+
+bool KXFileManager::trashFile(const OptionalPath& path) {
+    return trashFile(path, ShouldAuth::Yes);
+}
+
+bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) {
+    unlockFile(path);
+    if (!fileExistsAtPath(path)) return true;
+    if (movedToTrash(*path)) return true;
+    return shouldAuth == ShouldAuth::Yes && rights().authTrashFile(path);
+}
+
+bool KXFileManager::trashFile(const OptionalPath& path, std::chrono::seconds timeout) {
+    return trashFile(path) && waitUntil([&] { return !fileExistsAtPath(path); }, timeout);
+}
+
+bool KXFileManager::trashDirectoryContents(const OptionalPath& folder) {
+    return trashDirectoryContents(folder, ShouldAuth::Yes);
+}
+
+bool KXFileManager::trashDirectoryContents(const OptionalPath& folder, ShouldAuth shouldAuth) {
+    bool allTrashed = true;
+    for (const std::string& name : entriesOf(folder))
+        allTrashed = trashFile(appendPathComponent(folder, name), shouldAuth) && allTrashed;
+    return allTrashed;
+}
+
+StringList KXFileManager::trashFilesOfType(const OptionalString& type,
+                                           const OptionalPath& inFolder) {
+    platform::Text& text = *platform::current().text;
+    const OptionalString wanted = type ? OptionalString(text.lowercase(*type)) : std::nullopt;
+    return swept(inFolder, [&](const std::string& name) {
+        return text.lowercase(pathExtension(name)) == wanted;
+    });
+}
+
+StringList KXFileManager::trashFilesNamed(const OptionalString& name,
+                                          const OptionalPath& inFolder) {
+    return swept(inFolder, [&](const std::string& each) { return each == name; });
+}
+
+}  // namespace quillmoor

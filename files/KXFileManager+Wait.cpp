@@ -1,0 +1,100 @@
+#include "base/paths.h"
+#include "files/KXFileManager.h"
+#include "files/item.h"
+#include "log/KXLog.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using TimePoint = std::chrono::system_clock::time_point;
+// Not the clock's own unit, in which dates and time-outs that are far away overflow.
+using Seconds = std::chrono::duration<double>;
+
+constexpr std::chrono::milliseconds kNextEvent{10};
+constexpr std::chrono::milliseconds kPause{300};
+constexpr std::chrono::microseconds kShortPause{500};
+constexpr std::chrono::seconds kSettleTime{4};
+
+platform::Clock& clock() {
+    return *platform::current().clock;
+}
+
+void waitAMoment() {
+    platform::MainThread& mainThread = *platform::current().mainThread;
+    if (mainThread.isMainThread())
+        mainThread.sendNextEvent(kNextEvent);
+    else
+        clock().sleep(kPause);
+}
+
+std::optional<platform::ItemAttributes> attributesOf(const OptionalPath& path) {
+    if (!path) return std::nullopt;
+    return platform::current().attributes->attributesOfItem(*path);
+}
+
+std::optional<TimePoint> modificationDateOf(const OptionalPath& path) {
+    const auto attributes = attributesOf(path);
+    if (!attributes) return std::nullopt;
+    return attributes->modificationDate;
+}
+
+Seconds since(TimePoint date) {
+    return Seconds(clock().now().time_since_epoch()) - Seconds(date.time_since_epoch());
+}
+
+bool isRecent(TimePoint date) {
+    return since(date) <= kSettleTime;
+}
+
+// A file without a date is one that is being made.
+bool isSettling(const std::optional<TimePoint>& date) {
+    return !date || isRecent(*date);
+}
+
+bool isBeingWritten(const OptionalPath& path, const std::optional<TimePoint>& date,
+                    const OptionalString& lockFile) {
+    if (date && isRecent(*date)) return true;
+    if (!lockFile || !path) return false;
+    return KXFileManager::fileExistsAtPath(
+        appendPathComponent(deleteLastPathComponent(*path), *lockFile));
+}
+
+}  // namespace
+
+bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds timeout) {
+    const TimePoint start = clock().now();
+    if (!condition()) {
+        while (since(start) < timeout) {
+            waitAMoment();
+            if (condition()) break;
+        }
+    }
+    return condition();
+}
+
+void KXFileManager::waitForFileCreation(const OptionalPath& path, std::chrono::seconds timeout) {
+    const TimePoint start = clock().now();
+    const auto attributes = fileExistsAtPath(path) ? attributesOf(path) : std::nullopt;
+    if (attributes && attributes->size != 0) return;
+    if (timeout <= 0s || since(start) > timeout) return;
+    KXLog::appendLog("File %@ is not yet created. Waiting...", path);
+    clock().sleep(kShortPause);
+}
+
+void KXFileManager::waitForFileWrites(const OptionalPath& path) {
+    waitForFileWrites(path, std::nullopt);
+}
+
+void KXFileManager::waitForFileWrites(const OptionalPath& path, const OptionalString& lockFile) {
+    std::optional<TimePoint> date = modificationDateOf(path);
+    if (!isBeingWritten(path, date, lockFile)) return;
+    KXLog::appendLog("File %@ is currently being written to. Waiting...", path);
+    while (isSettling(date)) {
+        clock().sleep(kShortPause);
+        date = modificationDateOf(path);
+    }
+    KXLog::appendLog("File %@ finished writing.", path);
+}
+
+}  // namespace quillmoor

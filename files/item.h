@@ -1,0 +1,33 @@
+// What the file operations share: questions about one item, the fall-back to administrator rights,
+// and the wait for a result.
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+#include "auth/KXAuthorization.h"
+#include "base/types.h"
+#include "platform/platform.h"
+
+namespace quillmoor {
+
+inline platform::FileManager& fileManager() {
+    return *platform::current().fileManager;
+}
+
+// An operation with administrator rights, through the process's session.
+inline KXAuthorization& rights() {
+    return *KXAuthorization::sharedController();
+}
+
+// Names in listing order, hidden ones included; none when the folder cannot be listed.
+inline StringList entriesOf(const OptionalPath& folder) {
+    if (!folder) return {};
+    return fileManager().contentsOfDirectory(*folder).value_or(StringList{});
+}
+
+// Waits until `condition` holds, at most `timeout` and the length of one pass more. Answers whether
+// it holds in the end. On the main thread events are sent meanwhile.
+bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds timeout);
+
+}  // namespace quillmoor

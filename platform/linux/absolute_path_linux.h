@@ -1,0 +1,14 @@
+// Paths that stay right when the working folder changes.
+#pragma once
+
+#include <string>
+
+#include "base/types.h"
+
+namespace quillmoor::platform::linux_ {
+
+// The path from the root of the file system, without trailing slashes; nothing else is normalised.
+// nil for an empty path, for one with a NUL, and where the working folder cannot be told.
+OptionalPath absolutePath(const std::string& path);
+
+}  // namespace quillmoor::platform::linux_

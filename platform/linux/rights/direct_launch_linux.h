@@ -1,0 +1,17 @@
+// Starting tools from a process that has the super-user's rights itself.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "base/types.h"
+#include "platform/authorization.h"
+
+namespace quillmoor::platform::linux_::rights {
+
+// Starts `tool` as a child and does not wait for it. kAuthorizationToolExecuteFailure when it
+// cannot be started.
+AuthorizationStatus executeDirectly(const std::string& tool, const StringList& arguments,
+                                    std::shared_ptr<AuthorizedToolStream>& stream);
+
+}  // namespace quillmoor::platform::linux_::rights

@@ -1,0 +1,26 @@
+#include "platform/linux/rights/helper/session_linux.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/linux/rights/helper/receiver_linux.h"
+#include "platform/linux/rights/helper/tool_linux.h"
+#include "platform/linux/rights/message_linux.h"
+#include "platform/linux/rights/tool_environment_linux.h"
+
+namespace quillmoor::platform::linux_::rights::helper {
+
+void serve(const Client& client) {
+    const int socket = client.socket.get();
+    const Environment environment = toolEnvironment(std::to_string(client.uid));
+    Receiver receiver(client);
+    if (!sendMessage(socket, MessageKind::Hello, {})) return;
+    while (std::optional<Request> request = receiver.next()) {
+        const ReplyBody error = startTool(*request, environment);
+        const std::string_view reply(reinterpret_cast<const char*>(&error), sizeof error);
+        if (!sendMessage(socket, MessageKind::Reply, reply)) return;
+    }
+}
+
+}  // namespace quillmoor::platform::linux_::rights::helper

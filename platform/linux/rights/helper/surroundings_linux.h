@@ -1,0 +1,11 @@
+// What a process with rights must not take over from whoever had it started.
+#pragma once
+
+namespace quillmoor::platform::linux_::rights::helper {
+
+// Leaves nothing of the user's that could mislead this process or the tools it starts: descriptors
+// but standard error, environment, signals, limits, groups, terminal, working folder. NO when that
+// cannot be had.
+bool leaveSurroundings();
+
+}  // namespace quillmoor::platform::linux_::rights::helper

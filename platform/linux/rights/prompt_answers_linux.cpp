@@ -1,0 +1,34 @@
+#include "platform/linux/rights/prompt_answers_linux.h"
+
+#include <sys/socket.h>
+#include <sys/types.h>
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+constexpr std::size_t kLongestText = 65536;
+
+}  // namespace
+
+bool PromptAnswers::hear(std::string_view text) {
+    heard_ += text;
+    if (heard_.size() > kLongestText) return false;
+    while (answered_ < prompts_.size()) {
+        const std::string& prompt = prompts_[answered_];
+        const std::size_t at = heard_.find(prompt);
+        if (at == std::string::npos) return true;
+        heard_.erase(0, at + prompt.size());
+        ++answered_;
+        if (!answer()) return false;
+    }
+    return heard_.find(prompts_.back()) == std::string::npos;
+}
+
+// A socket, since writing to a program that has gone must not raise a signal.
+bool PromptAnswers::answer() {
+    const std::string_view line = line_.view();
+    return ::send(input_, line.data(), line.size(), MSG_NOSIGNAL) ==
+           static_cast<ssize_t>(line.size());
+}
+
+}  // namespace quillmoor::platform::linux_::rights

@@ -1,0 +1,115 @@
+#include "platform/linux/rights/rendezvous_linux.h"
+
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <utility>
+
+#include "platform/linux/environment_linux.h"
+#include "platform/linux/rights/peer_linux.h"
+#include "platform/linux/tool_path_linux.h"
+#include "platform/posix/standard_streams_posix.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+using posix::Descriptor;
+
+constexpr char kHelper[] = "quillmoor-rights-helper";
+constexpr char kFolderName[] = "/quillmoor-XXXXXX";
+constexpr char kSocketName[] = "/rights";
+
+// As a socket's address; false when the path is too long for one.
+bool setPath(sockaddr_un& address, const std::string& path) {
+    if (path.size() >= sizeof address.sun_path) return false;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    return true;
+}
+
+Descriptor listenAt(const std::string& path) {
+    sockaddr_un address{};
+    if (!setPath(address, path)) return {};
+    Descriptor socket = posix::aboveStandardStreams(
+        Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)));
+    constexpr int kWaiting = 16;
+    if (!socket ||
+        ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(socket.get(), kWaiting) != 0)
+        return {};
+    return socket;
+}
+
+// Where this user's short-lived files belong, then where anybody's do.
+StringList placesForFolders() {
+    const char* const runtime = ::secure_getenv("XDG_RUNTIME_DIR");
+    StringList places;
+    if (runtime != nullptr && runtime[0] == '/') places.emplace_back(runtime);
+    places.emplace_back("/tmp");
+    return places;
+}
+
+void removeFolder(const std::string& folder) {
+    ::unlink((folder + kSocketName).c_str());
+    ::rmdir(folder.c_str());
+}
+
+}  // namespace
+
+Rendezvous::Rendezvous(std::string folder, Descriptor socket)
+    : folder_(std::move(folder)), socket_(std::move(socket)) {}
+
+Rendezvous::Rendezvous(Rendezvous&& other) noexcept
+    : folder_(std::exchange(other.folder_, {})), socket_(std::move(other.socket_)) {}
+
+Rendezvous& Rendezvous::operator=(Rendezvous&& other) noexcept {
+    std::swap(folder_, other.folder_);
+    std::swap(socket_, other.socket_);
+    return *this;
+}
+
+Rendezvous::~Rendezvous() {
+    if (!folder_.empty()) removeFolder(folder_);
+}
+
+std::optional<Rendezvous> Rendezvous::open() {
+    for (const std::string& place : placesForFolders()) {
+        std::string folder = place + kFolderName;
+        if (::mkdtemp(folder.data()) == nullptr) continue;
+        if (Descriptor socket = listenAt(folder + kSocketName))
+            return Rendezvous(std::move(folder), std::move(socket));
+        removeFolder(folder);
+    }
+    return std::nullopt;
+}
+
+StringList Rendezvous::helperArguments() const {
+    return {"--connect", folder_ + kSocketName,     "--uid", std::to_string(::getuid()),
+            "--pid",     std::to_string(::getpid())};
+}
+
+StringList Rendezvous::helperCommand() const {
+    // The installed one is the super-user's own, as a rule.
+    OptionalPath helper = installedTool(kHelper);
+    if (!helper) helper = ownTool(kHelper);
+    if (!helper) return {};
+    StringList command = helperArguments();
+    command.insert(command.begin(), *helper);
+    return command;
+}
+
+std::optional<Channel> Rendezvous::accept(pid_t launcher) {
+    Descriptor caller = posix::aboveStandardStreams(
+        Descriptor(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
+    if (!caller) return std::nullopt;
+    const std::optional<Peer> peer = peerOf(caller.get());
+    if (!peer || peer->uid != 0 || !descendsFrom(peer->pid, launcher) || hasEnded(peer->process))
+        return std::nullopt;
+    return Channel::greet(std::move(caller));
+}
+
+}  // namespace quillmoor::platform::linux_::rights

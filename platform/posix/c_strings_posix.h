@@ -1,0 +1,31 @@
+// Lists of texts as the system's calls take them.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quillmoor::platform::posix {
+
+// A null-terminated list of C strings. Texts with a NUL in them, which would arrive cut, are told.
+class CStrings {
+  public:
+    void add(std::string text) {
+        valid_ = valid_ && text.find('\0') == std::string::npos;
+        texts_.push_back(std::move(text));
+    }
+    bool valid() const { return valid_; }
+    char* const* get() {
+        pointers_.clear();
+        for (std::string& text : texts_) pointers_.push_back(text.data());
+        pointers_.push_back(nullptr);
+        return pointers_.data();
+    }
+
+  private:
+    std::vector<std::string> texts_;
+    std::vector<char*> pointers_;
+    bool valid_ = true;
+};
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,217 @@
+#include "platform/file_operations.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <mutex>
+#include <stop_token>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "base/paths.h"
+#include "platform/exception.h"
+#include "platform/main_run_loop.h"
+#include "platform/native_services.h"
+
+namespace quillmoor::platform {
+namespace {
+
+using std::chrono::steady_clock;
+
+// The platform's statuses.
+constexpr std::int32_t kParameterError = -50;
+constexpr std::int32_t kNoMemory = -108;
+constexpr std::int32_t kCanceled = -128;
+constexpr std::int32_t kNotFound = -43;
+constexpr std::int32_t kDuplicateName = -48;
+constexpr std::int32_t kInputOutputError = -36;
+
+std::int32_t statusOf(const Outcome& outcome) {
+    if (outcome) return 0;
+    switch (outcome.error().code) {
+        case ECANCELED:
+            return kCanceled;
+        case ENOENT:
+            return kNotFound;
+        case EEXIST:
+            return kDuplicateName;
+        default:
+            return kInputOutputError;
+    }
+}
+
+struct Work {
+    std::string source;
+    std::string destination;
+    FileOperationCallback callback;
+    std::chrono::milliseconds interval{};
+};
+
+// The worker copies, a second thread looks at how far it has come, and the main thread is told.
+class PosixFileOperation final : public FileOperation,
+                                 public std::enable_shared_from_this<PosixFileOperation> {
+  public:
+    bool setScheduled(bool scheduled) { return scheduled_.exchange(scheduled) != scheduled; }
+
+    std::int32_t start(Work work) {
+        if (!scheduled_ || started_.exchange(true)) return kParameterError;
+        work_ = std::move(work);
+        try {
+            nativeMainThread()->detachNewThread([self = shared_from_this()] { self->run(); });
+        } catch (const Exception&) {
+            work_ = {};
+            return kNoMemory;
+        }
+        return 0;
+    }
+
+    void cancel() {
+        stop_.request_stop();
+        counting_.request_stop();
+    }
+
+  private:
+    void run() {
+        report(FileOperationStage::Preflighting);
+        report(FileOperationStage::Running);
+        start_ = steady_clock::now();
+        std::thread watcher = startWatching();
+        const Outcome copied =
+            nativeFileTree()->copy(work_.source, work_.destination, &progress_, stop_.get_token());
+        endWatching(watcher);
+        report(FileOperationStage::Complete, statusOf(copied));
+    }
+
+    // Without a second thread the copy goes on all the same, and tells less.
+    std::thread startWatching() {
+        try {
+            return std::thread([this] { watch(); });
+        } catch (const std::system_error&) {
+            return {};
+        }
+    }
+
+    void endWatching(std::thread& watcher) {
+        {
+            const std::lock_guard lock(mutex_);
+            copied_ = true;
+        }
+        ended_.notify_all();
+        counting_.request_stop();
+        if (watcher.joinable()) watcher.join();
+    }
+
+    void watch() {
+        std::unique_lock lock(mutex_);
+        while (!ended_.wait_for(lock, work_.interval, [this] { return copied_; })) {
+            lock.unlock();
+            // While the main thread is elsewhere one status is kept for it, not one for each
+            // second.
+            if (!statusIsQueued_.exchange(true)) {
+                FileOperationStatus status = currentStatus();
+                // A count that was broken off is none.
+                if (counting_.stop_requested()) return;
+                report(FileOperationStage::Running, 0, std::move(status));
+            }
+            lock.lock();
+        }
+    }
+
+    // The whole is counted when it is first told of: a short copy does without.
+    FileOperationStatus currentStatus() {
+        if (!total_) total_ = nativeFileTree()->count(work_.source, counting_.get_token());
+        const auto bytes = static_cast<double>(progress_.bytes.load(std::memory_order_relaxed));
+        const auto items = static_cast<double>(progress_.items.load(std::memory_order_relaxed));
+        const double allBytes = std::max(static_cast<double>(total_->bytes), bytes);
+        const double allItems = std::max(static_cast<double>(total_->items), items);
+        const std::chrono::duration<double> passed = steady_clock::now() - start_;
+        return {{kFSOperationTotalBytesKey, allBytes},
+                {kFSOperationBytesCompleteKey, bytes},
+                {kFSOperationBytesRemainingKey, allBytes - bytes},
+                {kFSOperationTotalObjectsKey, allItems},
+                {kFSOperationObjectsCompleteKey, items},
+                {kFSOperationObjectsRemainingKey, allItems - items},
+                {kFSOperationThroughputKey, bytes / passed.count()}};
+    }
+
+    void report(FileOperationStage stage, std::int32_t error = 0,
+                std::optional<FileOperationStatus> status = std::nullopt) {
+        MainRunLoop::postToDefaultMode(
+            [self = shared_from_this(),
+             report = FileOperationReport{shared_from_this(), work_.source, stage, error,
+                                          std::move(status)}] { self->deliver(report); });
+    }
+
+    // On the main thread.
+    void deliver(const FileOperationReport& report) {
+        if (report.status) statusIsQueued_ = false;
+        const FileOperationCallback callback = report.stage == FileOperationStage::Complete
+                                                   ? std::move(work_.callback)
+                                                   : work_.callback;
+        if (scheduled_ && callback) callback(report);
+    }
+
+    std::atomic<bool> scheduled_{false};
+    std::atomic<bool> started_{false};
+    std::atomic<bool> statusIsQueued_{false};
+    std::stop_source stop_;
+    std::stop_source counting_;  // of the whole
+    Work work_;                  // set before the worker starts; the callback is the main thread's
+    TreeProgress progress_;
+    steady_clock::time_point start_;
+    std::optional<TreeCount> total_;  // the watcher's
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    bool copied_ = false;
+};
+
+std::shared_ptr<PosixFileOperation> own(const FileOperationRef& operation) {
+    return std::dynamic_pointer_cast<PosixFileOperation>(operation);
+}
+
+bool isOneName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
+}
+
+class PosixFileOperations final : public FileOperations {
+  public:
+    FileOperationRef create() override { return std::make_shared<PosixFileOperation>(); }
+
+    std::int32_t schedule(const FileOperationRef& operation) override {
+        const auto ours = own(operation);
+        return ours != nullptr && ours->setScheduled(true) ? 0 : kParameterError;
+    }
+
+    std::int32_t unschedule(const FileOperationRef& operation) override {
+        const auto ours = own(operation);
+        return ours != nullptr && ours->setScheduled(false) ? 0 : kParameterError;
+    }
+
+    std::int32_t copy(const FileOperationRef& operation, const std::string& source,
+                      const std::string& folder, const std::string& name,
+                      FileOperationCallback callback, std::chrono::milliseconds interval) override {
+        const auto ours = own(operation);
+        if (ours == nullptr || !isOneName(name)) return kParameterError;
+        return ours->start(
+            {source, *appendPathComponent(folder, name), std::move(callback), interval});
+    }
+
+    std::int32_t cancel(const FileOperationRef& operation) override {
+        const auto ours = own(operation);
+        if (ours == nullptr) return kParameterError;
+        ours->cancel();
+        return 0;
+    }
+};
+
+}  // namespace
+
+FileOperations* nativeFileOperations() {
+    static auto* const operations = new PosixFileOperations;
+    return operations;
+}
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,46 @@
+#include "platform/file_tree.h"
+
+#include "platform/native_services.h"
+#include "platform/posix/error_text_posix.h"
+#include "platform/posix/move_posix.h"
+#include "platform/posix/tree_match_posix.h"
+#include "platform/posix/tree_remove_posix.h"
+#include "platform/posix/tree_size_posix.h"
+
+namespace quillmoor::platform {
+namespace posix {
+namespace {
+
+class PosixFileTree : public FileTree {
+  public:
+    std::uint64_t size(const std::string& path, const std::stop_token& stop) override {
+        return treeSize(path, stop);
+    }
+
+    TreeCount count(const std::string& path, const std::stop_token& stop) override {
+        return treeCount(path, stop);
+    }
+
+    Outcome remove(const std::string& path, const std::stop_token& stop) override {
+        return fileOutcome(FileVerb::Removed, path, removePath(path, stop));
+    }
+
+    Outcome copy(const std::string& path, const std::string& destination, TreeProgress* progress,
+                 const std::stop_token& stop) override {
+        return fileOutcome(FileVerb::Copied, path, copyPath(path, destination, {progress, stop}));
+    }
+
+    StringList match(const StringList& folders, const std::string& pattern) override {
+        return matchEntries(folders, pattern);
+    }
+};
+
+}  // namespace
+}  // namespace posix
+
+FileTree* nativeFileTree() {
+    static auto* const trees = new posix::PosixFileTree;
+    return trees;
+}
+
+}  // namespace quillmoor::platform

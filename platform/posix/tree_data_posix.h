@@ -1,0 +1,48 @@
+// The data of files that are copied.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <thread>
+
+#include "platform/file_tree.h"
+
+namespace quillmoor::platform::posix {
+
+// Who watches a copy, and who may stop it.
+struct CopyControl {
+    TreeProgress* progress = nullptr;
+    std::stop_token stop{};
+
+    void add(std::uint64_t bytes, std::uint64_t items) const {
+        if (progress != nullptr) progress->add(bytes, items);
+    }
+};
+
+// Copies file after file; one thread at a time.
+class FileDataCopier {
+  public:
+    // `control` is told of bytes, not of items.
+    explicit FileDataCopier(const CopyControl& control) : control_(control) {}
+
+    // Fills the empty file `to` with what `from` holds, from where both stand: shares the blocks
+    // where the file system can, else reads and writes, and leaves holes where there are holes.
+    // `status` is of `from`. Answers 0 or the error number, ECANCELED after a stop.
+    int copy(int from, int to, const struct stat& status);
+
+  private:
+    int copyRegions(int from, int to, off_t size);
+    int copyWhole(int from, int to, off_t size);
+    int copyNext(int from, int to, off_t length, off_t& copied);
+    void skip(off_t length) const;
+    char* buffer();
+
+    const CopyControl& control_;
+    std::unique_ptr<char[]> buffer_;
+    bool mayClone_ = true;  // until the file system says that it cannot
+};
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,13 @@
+// Entries of folders that match a pattern.
+#pragma once
+
+#include <string>
+
+#include "base/types.h"
+
+namespace quillmoor::platform::posix {
+
+// As FileTree::match.
+StringList matchEntries(const StringList& folders, const std::string& pattern);
+
+}  // namespace quillmoor::platform::posix

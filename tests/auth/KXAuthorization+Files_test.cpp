@@ -1,0 +1,180 @@
+#include "tests/auth/auth_fixture.h"
+
+namespace quillmoor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+class PrivilegedFiles : public test::AuthTest {
+  protected:
+    std::string file_ = folder_.writeFile("a file", "text");
+};
+
+TEST_F(PrivilegedFiles, AreRemovedByTheSystemsTool) {
+    EXPECT_TRUE(authorized().authRemoveFile(file_));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/rm -Rdf " + file_));
+}
+
+TEST_F(PrivilegedFiles, AreRemovedWithoutALookAtThemFirst) {
+    KXAuthorization& session = authorized();
+    EXPECT_TRUE(session.authRemoveFile("/no/such/item"));
+    EXPECT_TRUE(session.authRemoveFile(std::nullopt));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre("/bin/rm -Rdf /no/such/item", "/bin/rm -Rdf"));
+}
+
+TEST_F(PrivilegedFiles, AreMoved) {
+    EXPECT_TRUE(authorized().authMoveFile(file_, "/new"));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mv -f " + file_ + " /new"));
+}
+
+TEST_F(PrivilegedFiles, AreCopied) {
+    EXPECT_TRUE(authorized().authCopyFile(file_, "/new"));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/cp -f -p -R " + file_ + " /new"));
+}
+
+TEST_F(PrivilegedFiles, ThatAreMissingAreNeitherMovedNorCopied) {
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    authorization_.calls.clear();
+    EXPECT_FALSE(session.authMoveFile(folder_ / "gone", "/new"));
+    EXPECT_FALSE(session.authCopyFile(folder_ / "gone", "/new"));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+TEST_F(PrivilegedFiles, WithoutAPathAreToldOnTheConsole) {
+    KXAuthorization& session = authorized();
+    EXPECT_FALSE(session.authMoveFile(std::nullopt, std::nullopt));
+    EXPECT_FALSE(session.authMoveFile(file_, std::nullopt));
+    EXPECT_FALSE(session.authCopyFile(std::nullopt, std::nullopt));
+    EXPECT_FALSE(session.authCopyFile(file_, std::nullopt));
+    EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: old path is null",
+                                             "Error in authMoveFile: new path is null",
+                                             "Error in authCopyFile: old path is null",
+                                             "Error in authCopyFile: new path is null"));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(PrivilegedFiles, OfTheSystemAreRefusedBeforeAnythingIsAsked) {
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    authorization_.calls.clear();
+    EXPECT_FALSE(session.authRemoveFile("/"));
+    EXPECT_FALSE(session.authMoveFile("/Library", "/new"));
+    EXPECT_FALSE(session.authMoveFolderContents("/Applications", "/new"));
+    EXPECT_FALSE(session.authRemoveFile(locations_.home));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(console_.logged,
+                ElementsAre("Unable to delete path / because it is a system directory.",
+                            "Unable to move path /Library because it is a system directory.",
+                            "Unable to move contents of path /Applications because it is a system "
+                            "directory.",
+                            "Unable to delete path " + locations_.home +
+                                " because it is a system directory."));
+}
+
+TEST_F(PrivilegedFiles, OfTheSystemAreRefusedToTheSuperUserToo) {
+    becomeSuperUser();
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    EXPECT_FALSE(session.authRemoveFile("/Library"));
+    EXPECT_FALSE(session.authMoveFile("/Volumes", "/new"));
+    EXPECT_THAT(tasks_.launched, IsEmpty());
+}
+
+// Only the folders themselves are protected, and only spelled without a slash at the end.
+TEST_F(PrivilegedFiles, InsideTheSystemsFoldersAreNotProtected) {
+    KXAuthorization& session = authorized();
+    EXPECT_TRUE(session.authRemoveFile("/Library/Startup"));
+    EXPECT_TRUE(session.authRemoveFile("/usr"));
+    EXPECT_TRUE(session.authRemoveFile("/Library/"));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre("/bin/rm -Rdf /Library/Startup", "/bin/rm -Rdf /usr",
+                            "/bin/rm -Rdf /Library/"));
+}
+
+TEST_F(PrivilegedFiles, OfTheSystemMayBeCopiedAndMovedTo) {
+    KXAuthorization& session = authorized();
+    EXPECT_TRUE(session.authCopyFile("/", "/new"));
+    EXPECT_TRUE(session.authMoveFile(file_, "/Library"));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre("/bin/cp -f -p -R / /new", "/bin/mv -f " + file_ + " /Library"));
+}
+
+TEST_F(PrivilegedFiles, OfAFolderAreMovedOneByOne) {
+    folder_.writeFile("full/one");
+    folder_.writeFile("full/.hidden");
+    folder_.makeFolder("full/two words");
+    const std::string full = folder_ / "full";
+    EXPECT_TRUE(authorized().authMoveFolderContents(full, "/to"));
+    EXPECT_THAT(authorization_.started(),
+                UnorderedElementsAre("/bin/mv -f " + full + "/one /to/one",
+                                     "/bin/mv -f " + full + "/.hidden /to/.hidden",
+                                     "/bin/mv -f " + full + "/two words /to/two words"));
+}
+
+TEST_F(PrivilegedFiles, OfAFolderAreAllTriedWhenOneFails) {
+    folder_.makeLink("full/dangling", "nowhere");
+    folder_.writeFile("full/one");
+    folder_.writeFile("full/two");
+    const std::string full = folder_ / "full";
+    EXPECT_FALSE(authorized().authMoveFolderContents(full, "/to"));
+    EXPECT_THAT(authorization_.started(),
+                UnorderedElementsAre("/bin/mv -f " + full + "/one /to/one",
+                                     "/bin/mv -f " + full + "/two /to/two"));
+}
+
+TEST_F(PrivilegedFiles, OfAnEmptyFolderAreMovedWithoutATool) {
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    authorization_.calls.clear();
+    EXPECT_TRUE(session.authMoveFolderContents(folder_.makeFolder("empty"), "/to"));
+    EXPECT_TRUE(session.authMoveFolderContents(folder_ / "gone", "/to"));
+    EXPECT_TRUE(session.authMoveFolderContents(std::nullopt, "/to"));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(PrivilegedFiles, FoldersAreMadeAndGivenAMoment) {
+    KXAuthorization& session = authorized();
+    EXPECT_TRUE(session.authCreateDir("/a/b"));
+    EXPECT_TRUE(session.authCreateDir(std::nullopt));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mkdir -p /a/b", "/bin/mkdir -p"));
+    EXPECT_THAT(clock_.slept,
+                ElementsAre(std::chrono::microseconds(500), std::chrono::microseconds(500)));
+}
+
+TEST_F(PrivilegedFiles, WithoutRightsAreLeftAlone) {
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    EXPECT_FALSE(session.authRemoveFile(file_));
+    EXPECT_FALSE(session.authMoveFile(file_, "/new"));
+    EXPECT_FALSE(session.authCopyFile(file_, "/new"));
+    EXPECT_FALSE(session.authCreateDir("/a"));
+    EXPECT_THAT(authorization_.started(), IsEmpty());
+    EXPECT_THAT(clock_.slept, IsEmpty());
+}
+
+TEST_F(PrivilegedFiles, WhoseToolIsRefusedAreLeftAlone) {
+    authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
+    EXPECT_FALSE(authorized().authRemoveFile(file_));
+    EXPECT_FALSE(authorized().authMoveFile(file_, "/new"));
+    EXPECT_FALSE(authorized().authCopyFile(file_, "/new"));
+    EXPECT_FALSE(authorized().authCreateDir("/a"));
+    EXPECT_THAT(clock_.slept, IsEmpty());
+}
+
+TEST_F(PrivilegedFiles, OfTheSuperUserNeedNoRightsAndAlwaysAnswerYes) {
+    becomeSuperUser();
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    EXPECT_TRUE(session.authRemoveFile(file_));
+    EXPECT_TRUE(session.authMoveFile(file_, "/new"));
+    EXPECT_TRUE(session.authCopyFile(file_, "/new"));
+    EXPECT_TRUE(session.authCreateDir("/a"));
+    EXPECT_THAT(tasks_.launched,
+                ElementsAre("/bin/rm -Rdf " + file_, "/bin/mv -f " + file_ + " /new",
+                            "/bin/cp -f -p -R " + file_ + " /new", "/bin/mkdir -p /a"));
+    EXPECT_THAT(authorization_.started(), IsEmpty());
+    EXPECT_THAT(clock_.slept, IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillmoor

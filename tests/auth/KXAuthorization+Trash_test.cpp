@@ -1,0 +1,207 @@
+#include <filesystem>
+#include <fstream>
+
+#include "tests/auth/auth_fixture.h"
+
+namespace quillmoor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+class PrivilegedTrash : public test::AuthTest {
+  protected:
+    std::string trashed(const std::string& item, const std::string& name) const {
+        return "/bin/mv -f " + item + " " + trash_ + "/" + name;
+    }
+    std::string file_ = folder_.writeFile("notes.txt", "text");
+    std::string trash_ = locations_.home + "/.Trash";
+};
+
+TEST_F(PrivilegedTrash, IsWhereItemsAreMovedTo) {
+    EXPECT_TRUE(authorized().authTrashFile(file_));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes.txt")));
+}
+
+TEST_F(PrivilegedTrash, IsMadeReadyBeforeTheToolStarts) {
+    EXPECT_TRUE(authorized().authTrashFile(file_));
+    EXPECT_THAT(workspace_.steps,
+                ElementsAre("prepare " + trash_, "announce " + trash_ + " notes.txt " + file_));
+}
+
+TEST_F(PrivilegedTrash, ThatCannotBeUsedKeepsTheItemWhereItIs) {
+    workspace_.trashIsUsable = false;
+    EXPECT_FALSE(authorized().authTrashFile(file_));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(PrivilegedTrash, ThatTakesNoNoteKeepsTheItemWhereItIs) {
+    workspace_.trashTakesNotes = false;
+    EXPECT_FALSE(authorized().authTrashFile(file_));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+// Its folder may come only now, with what the desktop keeps in it.
+TEST_F(PrivilegedTrash, IsLookedIntoOnlyWhenItIsReady) {
+    class Late : public test::AuthWorkspace {
+      public:
+        std::string item;
+        bool prepareTrash(const std::string&) override {
+            std::filesystem::create_directories(std::filesystem::path(item).parent_path());
+            std::ofstream(item) << "older";
+            return true;
+        }
+    };
+    Late workspace;
+    workspace.item = trash_ + "/notes.txt";
+    platform_->workspace = &workspace;
+    EXPECT_TRUE(authorized().authTrashFile(file_));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
+}
+
+TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
+    authorization_.rightsStatus = platform::kAuthorizationCanceled;
+    EXPECT_FALSE(KXAuthorization::sharedController()->authTrashFile(file_));
+    EXPECT_THAT(workspace_.steps,
+                ElementsAre("prepare " + trash_, "announce " + trash_ + " notes.txt " + file_,
+                            "abandon " + trash_ + " notes.txt"));
+}
+
+TEST_F(PrivilegedTrash, LetsGoOfTheToolsStreamAndDoesNotWait) {
+    EXPECT_TRUE(authorized().authTrashFile(file_));
+    ASSERT_EQ(authorization_.streams.size(), 1U);
+    EXPECT_TRUE(authorization_.isLetGo(0));
+    EXPECT_EQ(authorization_.streams[0]->reads, 0);
+}
+
+TEST_F(PrivilegedTrash, GivesATakenNameTheDateOnce) {
+    folder_.writeFile("home/.Trash/notes.txt");
+    EXPECT_TRUE(authorized().authTrashFile(file_));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
+    EXPECT_THAT(workspace_.steps,
+                ElementsAre("prepare " + trash_,
+                            "announce " + trash_ + " notes_20240131235958.txt " + file_));
+}
+
+TEST_F(PrivilegedTrash, DoesNotLookAtTheDatedNameAgain) {
+    folder_.writeFile("home/.Trash/notes.txt");
+    folder_.writeFile("home/.Trash/notes_20240131235958.txt");
+    EXPECT_TRUE(authorized().authTrashFile(file_));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
+}
+
+TEST_F(PrivilegedTrash, GivesATakenNameWithoutAnExtensionAFullStop) {
+    const std::string report = folder_.writeFile("report");
+    folder_.writeFile("home/.Trash/report");
+    EXPECT_TRUE(authorized().authTrashFile(report));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(report, "report_20240131235958.")));
+}
+
+TEST_F(PrivilegedTrash, IsRefusedToFoldersOfTheSystem) {
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    authorization_.calls.clear();
+    EXPECT_FALSE(session.authTrashFile("/Applications"));
+    EXPECT_FALSE(session.authTrashFolderContents(locations_.home + "/Library"));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(workspace_.steps, IsEmpty());
+    EXPECT_THAT(console_.logged,
+                ElementsAre("Unable to trash path /Applications because it is a system directory.",
+                            "Unable to trash folder contents of path " + locations_.home +
+                                "/Library because it is a system directory."));
+}
+
+TEST_F(PrivilegedTrash, TakesNothingThatIsNotThere) {
+    EXPECT_FALSE(authorized().authTrashFile(folder_ / "gone"));
+    EXPECT_THAT(console_.logged, IsEmpty());
+    EXPECT_FALSE(authorized().authTrashFile(std::nullopt));
+    EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: old path is null"));
+    EXPECT_THAT(workspace_.steps, IsEmpty());
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(PrivilegedTrash, OfTheSuperUserIsTheConsoleUsers) {
+    becomeSuperUser();
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    ASSERT_NE(locations_.homeDirectory(), locations_.home);
+    EXPECT_TRUE(session.authTrashFile(file_));
+    EXPECT_THAT(tasks_.launched, ElementsAre(trashed(file_, "notes.txt")));
+}
+
+TEST_F(PrivilegedTrash, IsThatOfTheSessionsHomeWhenTheUserBecameTheSuperUser) {
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    session.setUserDirectory(folder_ / "bob");
+    becomeSuperUser();
+    EXPECT_TRUE(session.authTrashFile(file_, DeleteOnRootAccount::Yes));
+    EXPECT_THAT(tasks_.launched,
+                ElementsAre("/bin/mv -f " + file_ + " " + (folder_ / "bob/.Trash/notes.txt")));
+}
+
+// The item stays, and what has its name in the Trash goes.
+TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesTheItemOfThatName) {
+    becomeSuperUser();
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    EXPECT_TRUE(session.authTrashFile(file_, DeleteOnRootAccount::Yes));
+    EXPECT_THAT(tasks_.launched, ElementsAre("/bin/rm -Rdf " + trash_ + "/notes.txt"));
+    EXPECT_EQ(test::readFile(file_), "text");
+    EXPECT_THAT(workspace_.steps, IsEmpty());
+}
+
+TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesADatedNameIfOneIsThere) {
+    becomeSuperUser();
+    folder_.writeFile("home/.Trash/notes.txt");
+    EXPECT_TRUE(
+        KXAuthorization::sharedController()->authTrashFile(file_, DeleteOnRootAccount::Yes));
+    EXPECT_THAT(tasks_.launched,
+                ElementsAre("/bin/rm -Rdf " + trash_ + "/notes_20240131235958.txt"));
+}
+
+TEST_F(PrivilegedTrash, DeletesNothingForAnOrdinaryUser) {
+    EXPECT_TRUE(authorized().authTrashFile(file_, DeleteOnRootAccount::Yes));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes.txt")));
+}
+
+TEST_F(PrivilegedTrash, TakesAFoldersContentsOneByOne) {
+    const std::string one = folder_.writeFile("full/one");
+    const std::string hidden = folder_.writeFile("full/.hidden");
+    EXPECT_TRUE(authorized().authTrashFolderContents(folder_ / "full"));
+    EXPECT_THAT(authorization_.started(),
+                UnorderedElementsAre(trashed(one, "one"), trashed(hidden, ".hidden")));
+}
+
+TEST_F(PrivilegedTrash, TriesAllOfAFoldersContentsWhenOneFails) {
+    folder_.makeLink("full/dangling", "nowhere");
+    const std::string one = folder_.writeFile("full/one");
+    const std::string two = folder_.writeFile("full/two");
+    EXPECT_FALSE(authorized().authTrashFolderContents(folder_ / "full"));
+    EXPECT_THAT(authorization_.started(),
+                UnorderedElementsAre(trashed(one, "one"), trashed(two, "two")));
+}
+
+TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFoldersContents) {
+    becomeSuperUser();
+    const std::string one = folder_.writeFile("full/one");
+    EXPECT_TRUE(KXAuthorization::sharedController()->authTrashFolderContents(
+        folder_ / "full", DeleteOnRootAccount::Yes));
+    EXPECT_THAT(tasks_.launched, ElementsAre("/bin/rm -R -f " + one));
+    EXPECT_THAT(workspace_.steps, IsEmpty());
+}
+
+TEST_F(PrivilegedTrash, TakesAFoldersContentsFromTheSuperUserIfNotToldToDelete) {
+    becomeSuperUser();
+    const std::string one = folder_.writeFile("full/one");
+    EXPECT_TRUE(KXAuthorization::sharedController()->authTrashFolderContents(folder_ / "full"));
+    EXPECT_THAT(tasks_.launched, ElementsAre(trashed(one, "one")));
+}
+
+TEST_F(PrivilegedTrash, StartsNoToolForAnEmptyFolder) {
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    authorization_.calls.clear();
+    EXPECT_TRUE(session.authTrashFolderContents(folder_.makeFolder("empty")));
+    EXPECT_TRUE(session.authTrashFolderContents(folder_ / "gone"));
+    EXPECT_TRUE(session.authTrashFolderContents(std::nullopt));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillmoor

@@ -1,0 +1,159 @@
+// A session in a made-up computer: nothing is really asked for and no tool is really started.
+#pragma once
+
+#include "auth/KXAuthorization.h"
+#include "tests/auth/fake_authorization.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor::test {
+
+class AuthUser : public ForwardingProcessInfo {
+  public:
+    unsigned uid = 501;
+    unsigned realUserId() override { return uid; }
+};
+
+// The homes are folders of the test's own; the machine's folders stand at the top, as they do.
+class AuthLocations : public ForwardingLocations {
+  public:
+    std::string home;     // of the user at the console
+    std::string ownHome;  // of this process
+    OptionalString console = "alice";
+    StringList searchPaths(platform::SearchPathDirectory directory,
+                           platform::SearchPathDomainMask domain) override {
+        const bool user = domain == platform::SearchPathDomainMask::User;
+        switch (directory) {
+            case platform::SearchPathDirectory::Application:
+                return {(user ? homeDirectory() : "") + "/Applications"};
+            case platform::SearchPathDirectory::Library:
+                return {(user ? homeDirectory() : "") + "/Library"};
+            default:
+                return {};
+        }
+    }
+    std::string homeDirectory() override { return ownHome; }
+    OptionalString consoleUser() override { return console; }
+    OptionalPath homeDirectoryForUser(const OptionalString& name) override {
+        if (!name) return "/var/root";
+        return home;
+    }
+};
+
+// Notes what the super-user's tools are started with, and starts nothing.
+class RecordingTask : public platform::Task {
+  public:
+    explicit RecordingTask(StringList& launched) : launched_(launched) {}
+    void setLaunchPath(std::string path) override { path_ = std::move(path); }
+    std::string launchPath() override { return path_; }
+    void setArguments(StringList arguments) override { arguments_ = std::move(arguments); }
+    void setEnvironment(Environment) override {}
+    void setStandardInput(platform::Pipe) override {}
+    void setStandardOutput(platform::Pipe) override {}
+    void setStandardOutput(std::shared_ptr<platform::FileHandle>) override {}
+    std::shared_ptr<platform::FileHandle> standardOutput() override { return nullptr; }
+    void setStandardError(platform::Pipe) override {}
+    void setStandardError(std::shared_ptr<platform::FileHandle>) override {}
+    void launch() override {
+        std::string line = path_;
+        for (const std::string& argument : arguments_) line += " " + argument;
+        launched_.push_back(line);
+    }
+    bool isRunning() override { return false; }
+    void waitUntilExit() override { launched_.push_back("waited"); }
+    int terminationStatus() override { return 1; }
+    void terminate() override {}
+
+  private:
+    StringList& launched_;
+    std::string path_;
+    StringList arguments_;
+};
+
+class RecordingTasks : public ForwardingTasks {
+  public:
+    StringList launched;
+    std::shared_ptr<platform::Task> makeTask() override {
+        return std::make_shared<RecordingTask>(launched);
+    }
+};
+
+class AuthConsole : public ForwardingConsole {
+  public:
+    StringList logged;
+    void log(std::string_view text) override { logged.emplace_back(text); }
+};
+
+// Time stands still, but for what is slept.
+class AuthClock : public ForwardingClock {
+  public:
+    std::vector<std::chrono::microseconds> slept;
+    void sleep(std::chrono::microseconds duration) override { slept.push_back(duration); }
+    std::tm localTime(std::chrono::system_clock::time_point) override {
+        std::tm parts{};
+        parts.tm_year = 124;
+        parts.tm_mday = 31;
+        parts.tm_hour = 23;
+        parts.tm_min = 59;
+        parts.tm_sec = 58;
+        return parts;
+    }
+};
+
+class AuthWorkspace : public ForwardingWorkspace {
+  public:
+    bool trashIsUsable = true;
+    bool trashTakesNotes = true;
+    StringList steps;
+    bool prepareTrash(const std::string& destination) override {
+        steps.push_back("prepare " + destination);
+        return trashIsUsable;
+    }
+    bool announceTrash(const std::string& destination, const std::string& name,
+                       const std::string& item) override {
+        steps.push_back("announce " + destination + " " + name + " " + item);
+        return trashTakesNotes;
+    }
+    void abandonTrash(const std::string& destination, const std::string& name) override {
+        steps.push_back("abandon " + destination + " " + name);
+    }
+};
+
+class AuthTest : public ::testing::Test {
+  protected:
+    AuthTest() {
+        locations_.home = folder_.makeFolder("home");
+        locations_.ownHome = locations_.home;
+        platform_->processInfo = &user_;
+        platform_->locations = &locations_;
+        platform_->authorization = &authorization_;
+        platform_->tasks = &tasks_;
+        platform_->console = &console_;
+        platform_->clock = &clock_;
+        platform_->workspace = &workspace_;
+    }
+    // Somebody else sits at the console.
+    void becomeSuperUser() {
+        user_.uid = 0;
+        locations_.ownHome = "/var/root";
+    }
+
+    // A session that has rights already, and nothing noted yet.
+    KXAuthorization& authorized() {
+        KXAuthorization& session = *KXAuthorization::sharedController();
+        session.setAuthRef(FakeAuthorization::reference(9));
+        authorization_.calls.clear();
+        return session;
+    }
+
+    TempFolder folder_;
+    AuthUser user_;
+    AuthLocations locations_;
+    FakeAuthorization authorization_;
+    RecordingTasks tasks_;
+    AuthConsole console_;
+    AuthClock clock_;
+    AuthWorkspace workspace_;
+    ScopedPlatform platform_;
+};
+
+}  // namespace quillmoor::test

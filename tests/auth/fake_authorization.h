@@ -1,0 +1,119 @@
+// Authorization services that note every call and answer as the test says.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/format.h"
+#include "platform/platform.h"
+#include "tests/support/forwarding.h"
+
+namespace quillmoor::test {
+
+// Gives its text character by character, then ends. Counts how often it was read.
+class FakeToolStream : public platform::AuthorizedToolStream {
+  public:
+    explicit FakeToolStream(std::string text) : text_(std::move(text)) {}
+    int readCharacter() override {
+        ++reads;
+        if (next_ == text_.size()) return -1;
+        return static_cast<unsigned char>(text_[next_++]);
+    }
+    bool write(std::string_view) override { return true; }
+    int reads = 0;
+
+  private:
+    std::string text_;
+    std::size_t next_ = 0;
+};
+
+class FakeAuthorization : public platform::Authorization {
+  public:
+    using Status = platform::AuthorizationStatus;
+    using Items = platform::AuthorizationItemSet;
+
+    StringList calls;
+    Status createStatus = 0;
+    Status rightsStatus = 0;
+    Status executeStatus = 0;
+    platform::AuthorizationRef handedOver = nullptr;
+    std::string output;
+    std::vector<std::shared_ptr<FakeToolStream>> streams;
+
+    // Whoever asked for the stream has let go of it. It cannot be closed: that is the platform's.
+    bool isLetGo(std::size_t stream) const { return streams.at(stream).use_count() == 1; }
+
+    // The references that create gives out, in order, have the numbers 1, 2, 3 …
+    static platform::AuthorizationRef reference(std::uintptr_t number) {
+        return reinterpret_cast<platform::AuthorizationRef>(number);
+    }
+
+    Status create(const Items& rights, const Items& environment, platform::AuthorizationFlags flags,
+                  platform::AuthorizationRef& result) override {
+        calls.push_back("create " + text(rights) + " " + text(environment) +
+                        formatted(" %u", flags));
+        if (createStatus == 0) result = reference(++created_);
+        return createStatus;
+    }
+    Status copyRights(platform::AuthorizationRef asked, const Items& rights,
+                      const Items& environment, platform::AuthorizationFlags flags) override {
+        calls.push_back("rights " + name(asked) + " " + text(rights) + " " + text(environment) +
+                        formatted(" %u", flags));
+        return rightsStatus;
+    }
+    Status free(platform::AuthorizationRef freed, platform::AuthorizationFlags flags) override {
+        calls.push_back("free " + name(freed) + formatted(" %u", flags));
+        return 0;
+    }
+    Status copyPrivilegedReference(platform::AuthorizationFlags flags,
+                                   platform::AuthorizationRef& result) override {
+        calls.push_back(formatted("privileged %u", flags));
+        if (handedOver == nullptr) return platform::kAuthorizationDenied;
+        result = handedOver;
+        return 0;
+    }
+    Status executeWithPrivileges(platform::AuthorizationRef used, const std::string& tool,
+                                 platform::AuthorizationFlags options, const StringList& arguments,
+                                 std::shared_ptr<platform::AuthorizedToolStream>& stream) override {
+        std::string call = "execute " + name(used) + formatted(" %u ", options) + tool;
+        for (const std::string& argument : arguments) call += " " + argument;
+        calls.push_back(call);
+        if (executeStatus != 0) return executeStatus;
+        streams.push_back(std::make_shared<FakeToolStream>(output));
+        stream = streams.back();
+        return 0;
+    }
+
+    // The tools that were started, with their arguments.
+    StringList started() const {
+        StringList list;
+        for (const std::string& call : calls)
+            if (call.starts_with("execute ")) list.push_back(call.substr(call.find('/')));
+        return list;
+    }
+
+  private:
+    static std::string name(platform::AuthorizationRef reference) {
+        return std::to_string(reinterpret_cast<std::uintptr_t>(reference));
+    }
+    static std::string text(const Items& items) {
+        if (!items) return "nil";
+        std::string list = "[";
+        for (const platform::AuthorizationItem& item : *items) {
+            if (list.size() > 1) list += " ";
+            list += item.name + "=" +
+                    (item.value ? "'" + std::string(*item.value) + "'" : std::string("nil")) +
+                    formatted("/%u", item.flags);
+        }
+        return list + "]";
+    }
+    std::uintptr_t created_ = 0;
+};
+
+}  // namespace quillmoor::test

@@ -1,0 +1,108 @@
+#include "tests/elevation/probe_attacks.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+
+#include "platform/linux/rights/message_linux.h"
+
+namespace quillmoor::probe {
+namespace {
+
+namespace rights = platform::linux_::rights;
+
+constexpr int kHighestDescriptor = 256;
+constexpr unsigned kKeepSeconds = 30;
+constexpr int kSent = 0;
+constexpr int kNotSent = 1;
+constexpr int kNotStolen = 2;
+
+// fork(2) without the library's handlers.
+pid_t rawFork() {
+    return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr));
+}
+
+// The one socket with the super-user at its other end; -1 when there is none.
+int channelDescriptor() {
+    for (int number = 3; number < kHighestDescriptor; ++number) {
+        ucred peer{};
+        socklen_t size = sizeof peer;
+        if (::getsockopt(number, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == 0 &&
+            peer.pid > 0)
+            return number;
+    }
+    return -1;
+}
+
+int sendRequest(int channel, const std::string& file) {
+    const auto body = rights::encodeCommand("/usr/bin/touch", {file});
+    const int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::array<int, rights::kRequestDescriptors> descriptors = {0, 1, 2, folder};
+    const bool sent =
+        body && rights::sendMessage(channel, rights::MessageKind::Request, *body, descriptors);
+    return sent ? kSent : kNotSent;
+}
+
+std::string outcome(pid_t child) {
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return "failed";
+    switch (WEXITSTATUS(status)) {
+        case kSent:
+            return "sent";
+        case kNotStolen:
+            return "denied";
+        default:
+            return "not sent";
+    }
+}
+
+int steal(pid_t victim, int number) {
+    const auto process = static_cast<int>(::syscall(SYS_pidfd_open, victim, 0));
+    return static_cast<int>(::syscall(SYS_pidfd_getfd, process, number, 0));
+}
+
+}  // namespace
+
+std::string askRightfully(const StringList& words) {
+    const int channel = channelDescriptor();
+    if (channel < 0) return "no channel";
+    return sendRequest(channel, words.at(1)) == kSent ? "sent" : "not sent";
+}
+
+std::string askFromForkedChild(const StringList& words) {
+    const int channel = channelDescriptor();
+    if (channel < 0) return "no channel";
+    const pid_t child = rawFork();
+    if (child == 0) ::_exit(sendRequest(channel, words.at(1)));
+    return outcome(child);
+}
+
+std::string askFromThief(const StringList& words) {
+    const int channel = channelDescriptor();
+    if (channel < 0) return "no channel";
+    const pid_t victim = ::getpid();
+    const pid_t child = rawFork();
+    if (child == 0) {
+        ::close(channel);
+        const int stolen = steal(victim, channel);
+        ::_exit(stolen < 0 ? kNotStolen : sendRequest(stolen, words.at(1)));
+    }
+    return outcome(child);
+}
+
+std::string keepInForkedChild(const StringList&) {
+    const pid_t child = rawFork();
+    if (child == 0) {
+        ::close(STDOUT_FILENO);
+        ::sleep(kKeepSeconds);
+        ::_exit(0);
+    }
+    return std::to_string(child);
+}
+
+}  // namespace quillmoor::probe

@@ -1,0 +1,27 @@
+// What a process might do that came by another one's connection to the helper.
+#pragma once
+
+#include <string>
+
+#include "base/types.h"
+
+namespace quillmoor::probe {
+
+// All of these act on the one connection that this process has to a helper. words[1] is a file that
+// they try to have made with the rights that are not theirs.
+
+// No attack: this process sends the very request that the others send. Its connection is of no use
+// afterwards, since nobody has read the reply.
+std::string askRightfully(const StringList& words);
+
+// A child made by fork, which no handler was told of, sends a request that is perfect in itself.
+std::string askFromForkedChild(const StringList& words);
+
+// Another process of the same user takes the descriptor out of this one and does the same.
+// "denied" where the system does not let it.
+std::string askFromThief(const StringList& words);
+
+// A child made by fork keeps the connection open for half a minute. Answers its number.
+std::string keepInForkedChild(const StringList& words);
+
+}  // namespace quillmoor::probe

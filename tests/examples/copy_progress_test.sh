@@ -1,0 +1,30 @@
+#!/bin/sh
+# copy_progress_test.sh FOLDER: the program of FOLDER that copies on a terminal, run for real.
+set -eu
+program=$1/copy-with-progress
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+
+mkdir -p "$work/from/sub"
+echo text >"$work/from/sub/a file"
+ln -s sub "$work/from/link"
+
+"$program" "$work/from" "$work/new/copy" >"$work/out" || fail "the copy failed"
+diff -r "$work/from" "$work/new/copy" || fail "the copy is not the same"
+[ -L "$work/new/copy/link" ] || fail "the link is no link"
+grep -q '^Copied\.$' "$work/out" || fail "it does not say so"
+
+"$program" "$work/from" "$work/new/copy" 2>"$work/err" && fail "it copied over an item"
+grep -q "is there already" "$work/err" || fail "it does not say why"
+
+"$program" "$work/gone" "$work/other" 2>/dev/null && fail "it copied what is not there"
+[ ! -e "$work/other" ] || fail "something is left"
+
+status=0
+"$program" 2>/dev/null || status=$?
+[ "$status" -eq 2 ] || fail "wrong use answers $status"

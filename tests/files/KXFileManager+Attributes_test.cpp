@@ -1,0 +1,267 @@
+#include <signal.h>
+#include <sys/stat.h>
+
+#include "platform/exception.h"
+#include "tests/children/child_tools.h"
+#include "tests/files/deep_tree.h"
+#include "tests/files/files_fixture.h"
+#include "tests/task/held_time.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+// Keeps the flags itself, for an ordinary user cannot set them.
+class Flags : public test::ForwardingAttributes {
+  public:
+    StringList locked;
+    StringList calls;
+    StringList* journal = &calls;  // where the calls are noted
+    bool refuses = false;
+    std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
+        auto attributes = ForwardingAttributes::attributesOfItem(path);
+        if (attributes)
+            attributes->isImmutable = std::find(locked.begin(), locked.end(), path) != locked.end();
+        return attributes;
+    }
+    Outcome setImmutable(const std::string& path, bool immutable) override {
+        if (refuses) return test::FilesManager::refusal();
+        if (immutable)
+            locked.push_back(path);
+        else
+            std::erase(locked, path);
+        return Outcome::success();
+    }
+    Outcome setCreationDate(const std::string& path,
+                            std::chrono::system_clock::time_point) override {
+        journal->push_back("created " + path);
+        return test::FilesManager::refusal();
+    }
+};
+
+class ItemAttributes : public test::FilesTest {
+  protected:
+    ItemAttributes() { platform_->attributes = &flags_; }
+    Flags flags_;
+};
+
+TEST_F(ItemAttributes, AreLockedAndUnlocked) {
+    const std::string file = folder_.writeFile("file");
+    EXPECT_FALSE(KXFileManager::isFileLocked(file));
+    KXFileManager::lockFile(file);
+    EXPECT_TRUE(KXFileManager::isFileLocked(file));
+    KXFileManager::unlockFile(file);
+    EXPECT_FALSE(KXFileManager::isFileLocked(file));
+    EXPECT_FALSE(KXFileManager::isFileLocked(folder_ / "gone"));
+    EXPECT_FALSE(KXFileManager::isFileLocked(std::nullopt));
+}
+
+TEST_F(ItemAttributes, ThatCannotBeLockedAreToldInTheWordsOfUnlocking) {
+    startLog();
+    flags_.refuses = true;
+    KXFileManager::lockFile("/a");
+    KXFileManager::unlockFile("/b");
+    EXPECT_THAT(logged(), ElementsAre("Unable to unlock file /a: no, 100%",
+                                      "Unable to unlock file /b: no, 100%"));
+}
+
+TEST_F(ItemAttributes, OfAMissingItemCannotBeUnlocked) {
+    platform_->attributes = platform::native().attributes;
+    startLog();
+    KXFileManager::unlockFile(folder_ / "gone");
+    ASSERT_EQ(logged().size(), 1U);
+    EXPECT_TRUE(logged().front().ends_with("No such file or directory"));
+    KXFileManager::unlockFile(folder_.writeFile("file"));
+    EXPECT_EQ(logged().size(), 1U);
+}
+
+TEST_F(ItemAttributes, OfAFoldersFilesAreLockedAtEveryDepthAndNotOfItsFolders) {
+    const std::string one = folder_.writeFile("a/b.txt");
+    const std::string two = folder_.writeFile("a/sub/c.txt");
+    const std::string three = folder_.writeFile("a/Some.app/d");
+    KXFileManager::lockFolder(folder_ / "a");
+    EXPECT_THAT(flags_.locked, UnorderedElementsAre(one, two, three));
+    KXFileManager::unlockFolder(folder_ / "a");
+    EXPECT_THAT(flags_.locked, IsEmpty());
+}
+
+TEST_F(ItemAttributes, OfAFolderAreLockedThroughLinksAndALoopEnds) {
+    folder_.writeFile("elsewhere/file");
+    folder_.makeLink("a/out", "../elsewhere");
+    folder_.makeLink("a/loop", ".");
+    folder_.makeLink("a/dangling", "nowhere");
+    KXFileManager::lockFolder(folder_ / "a");
+    EXPECT_THAT(flags_.locked,
+                UnorderedElementsAre(folder_ / "a/out/file", folder_ / "a/dangling"));
+}
+
+TEST_F(ItemAttributes, OfAVeryDeepFoldersFilesAreLocked) {
+    test::DeepTree tree({"file"});
+    platform_->fileManager = &tree;
+    test::onASmallStack([&] {
+        KXFileManager::lockFolder(tree.kTop);
+        EXPECT_THAT(flags_.locked, ElementsAre(tree.inTheEnd("file")));
+        KXFileManager::unlockFolder(tree.kTop);
+        EXPECT_THAT(flags_.locked, IsEmpty());
+    });
+}
+
+TEST_F(ItemAttributes, OfWhatIsNoFolderAreLeftAlone) {
+    KXFileManager::lockFolder(folder_.writeFile("file"));
+    KXFileManager::lockFolder(folder_ / "gone");
+    KXFileManager::lockFolder(std::nullopt);
+    EXPECT_THAT(flags_.locked, IsEmpty());
+}
+
+TEST_F(ItemAttributes, IncludePermissions) {
+    const std::string file = folder_.writeFile("file");
+    KXFileManager::setPosixPermissions(0640, file);
+    struct stat status {};
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+}
+
+TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreTold) {
+    startLog();
+    KXFileManager::setPosixPermissions(0640, folder_ / "gone");
+    ASSERT_EQ(logged().size(), 1U);
+    EXPECT_TRUE(logged().front().starts_with("Error setting permissions for file " +
+                                             (folder_ / "gone") + ": "));
+}
+
+TEST_F(ItemAttributes, IncludeTheDateOfTheLastChange) {
+    startLog();
+    const std::string file = folder_.writeFile("file");
+    const auto date = std::chrono::system_clock::time_point(1000s);
+    EXPECT_TRUE(KXFileManager::setModificationDate(date, file));
+    EXPECT_EQ(platform::current().attributes->attributesOfItem(file)->modificationDate, date);
+    EXPECT_FALSE(KXFileManager::setModificationDate(date, folder_ / "gone"));
+    EXPECT_FALSE(KXFileManager::setModificationDate(date, std::nullopt));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+class Touching : public ItemAttributes {
+  protected:
+    class Desktop : public test::FilesWorkspace {
+      public:
+        StringList noted;
+        void noteFileSystemChanged(const std::string& path) override { noted.push_back(path); }
+    };
+    Touching() {
+        platform_->workspace = &notes_;
+        startLog();  // whose thread is none of those that the time waits for
+        time_.emplace(platform_);
+    }
+    Desktop notes_;
+    std::optional<test::HeldTime> time_;  // the time-out of the tool does not pass by itself
+    std::string file_ = folder_.writeFile("file");
+};
+
+TEST_F(Touching, SetsTheDatesOfWhatTheUserMayWrite) {
+    platform_->tasks = platform::native().tasks;
+    KXFileManager::setModificationDate(std::chrono::system_clock::time_point(1000s), file_);
+    EXPECT_TRUE(KXFileManager::touchFile(file_));
+    EXPECT_GT(platform::current().attributes->attributesOfItem(file_)->modificationDate,
+              std::chrono::system_clock::time_point(1'300'000'000s));
+    EXPECT_THAT(notes_.noted, ElementsAre(file_));
+    EXPECT_THAT(flags_.calls, IsEmpty());
+}
+
+TEST_F(Touching, AnswersYesWhateverTheToolDid) {
+    EXPECT_TRUE(KXFileManager::touchFile(file_));  // the recorded tool fails
+    EXPECT_THAT(tasks_.launched, ElementsAre("/usr/bin/touch -c " + file_, "waited"));
+}
+
+TEST_F(Touching, AnswersYesWhenTheToolTimesOutAfterFiveSeconds) {
+    // Starts a tool that never ends in the place of every other.
+    class Hanging : public test::ForwardingTask {
+      public:
+        Hanging(std::shared_ptr<platform::Task> next, std::string file)
+            : ForwardingTask(std::move(next)), file_(std::move(file)) {}
+        void setLaunchPath(std::string) override {
+            ForwardingTask::setLaunchPath(test::childPath("hang"));
+        }
+        void setArguments(StringList) override { ForwardingTask::setArguments({file_}); }
+
+      private:
+        std::string file_;
+    };
+    class HangingTasks : public test::ForwardingTasks {
+      public:
+        std::string file;
+        std::shared_ptr<platform::Task> made;
+        std::shared_ptr<platform::Task> makeTask() override {
+            return made = std::make_shared<Hanging>(ForwardingTasks::makeTask(), file);
+        }
+    };
+    HangingTasks tasks;
+    tasks.file = folder_ / "pid";
+    platform_->tasks = &tasks;
+    (*time_)->release();
+    EXPECT_TRUE(KXFileManager::touchFile(file_));
+    EXPECT_THAT((*time_)->asked(1), ElementsAre(5));
+    EXPECT_EQ(tasks.made->terminationStatus(), SIGTERM);
+    EXPECT_THAT(console_.logged, ElementsAre("Task timed out. Terminating..."));
+    EXPECT_THAT(logged(), ElementsAre(::testing::EndsWith("timed out. Terminating...")));
+    EXPECT_THAT(notes_.noted, ElementsAre(file_));
+}
+
+TEST_F(Touching, SetsTheCreationDateAfterTheTool) {
+    flags_.journal = &tasks_.launched;
+    EXPECT_TRUE(KXFileManager::touchFile(file_, SetCreationDate::Yes));
+    EXPECT_THAT(tasks_.launched,
+                ElementsAre("/usr/bin/touch -c " + file_, "waited", "created " + file_));
+}
+
+TEST_F(Touching, WithRightsSetsTheCreationDateBeforeTheTool) {
+    authorized();
+    flags_.journal = &authorization_.calls;
+    const std::string gone = folder_ / "gone";
+    EXPECT_TRUE(KXFileManager::touchFile(gone, SetCreationDate::Yes));
+    ASSERT_EQ(authorization_.started().size(), 1U);
+    EXPECT_EQ(authorization_.calls.front(), "created " + gone);
+    EXPECT_TRUE(authorization_.calls.back().ends_with(" /usr/bin/touch -c " + gone));
+}
+
+TEST_F(Touching, NeedsRightsForWhatTheUserMayNotWrite) {
+    authorized();
+    const std::string gone = folder_ / "gone";
+    EXPECT_TRUE(KXFileManager::touchFile(gone));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/usr/bin/touch -c " + gone));
+    EXPECT_GT(authorization_.streams.at(0)->reads, 0);  // waited for
+    EXPECT_THAT(flags_.calls, IsEmpty());
+    EXPECT_THAT(notes_.noted, ElementsAre(gone));
+    EXPECT_FALSE(test::somethingAt(gone));
+}
+
+TEST_F(Touching, WithoutRightsAnswersNo) {
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    EXPECT_FALSE(KXFileManager::touchFile(folder_ / "gone"));
+    EXPECT_THAT(notes_.noted, ElementsAre(folder_ / "gone"));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(Touching, NotesTheChangeWhenAnExceptionPassesThrough) {
+    class Raising : public test::FilesManager {
+      public:
+        bool isWritableFile(const std::string&) override {
+            throw platform::Exception("Name", "reason");
+        }
+    };
+    Raising manager;
+    platform_->fileManager = &manager;
+    EXPECT_THROW(KXFileManager::touchFile(file_), platform::Exception);
+    EXPECT_THAT(notes_.noted, ElementsAre(file_));
+}
+
+TEST_F(Touching, WithoutAPathDoesNothing) {
+    EXPECT_FALSE(KXFileManager::touchFile(std::nullopt));
+    EXPECT_THAT(notes_.noted, IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillmoor

@@ -1,0 +1,191 @@
+#include "tests/files/copy_async_test.h"
+#include "tests/files/passing_time.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::FileOperationStage;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Notice = FileOperationDelegate::Notice;
+using CopyWithProgress = test::CopyWithProgressTest;
+
+TEST_F(CopyWithProgress, OfAMissingSourceIsRefusedAtOnce) {
+    EXPECT_FALSE(KXFileManager::copyFileWithProgress(folder_ / "gone", folder_ / "copy", listener_,
+                                                     nullptr));
+    EXPECT_FALSE(
+        KXFileManager::copyFileWithProgress(std::nullopt, folder_ / "copy", listener_, nullptr));
+    EXPECT_THAT(operations_.calls, IsEmpty());
+    EXPECT_THAT(console_.logged,
+                ElementsAre("Error: File " + (folder_ / "gone") +
+                                " doesn't exist. Aborting copy process...",
+                            "Error: File (null) doesn't exist. Aborting copy process..."));
+    deliver();
+    EXPECT_THAT(listener_->events, IsEmpty());
+}
+
+TEST_F(CopyWithProgress, MakesTheDestinationsFolder) {
+    EXPECT_TRUE(start());
+    EXPECT_TRUE(KXFileManager::isDirectoryAtPath(folder_ / "to"));
+    EXPECT_THAT(operations_.calls,
+                ElementsAre("schedule", "copy " + file_ + " " + (folder_ / "to") + " copy 1000"));
+}
+
+TEST_F(CopyWithProgress, WaitsTenSecondsForTheDestinationsFolder) {
+    test::PassingTime time(platform_);
+    authorized();
+    manager_.refuses = true;
+    EXPECT_FALSE(start());
+    EXPECT_EQ(time.newEvents(), 1000U);
+    EXPECT_THAT(time.events.asked, Each(10ms));
+    EXPECT_EQ(console_.logged.size(), 1U);
+    EXPECT_THAT(operations_.calls, IsEmpty());
+}
+
+TEST_F(CopyWithProgress, GoesOnOnceTheDestinationsFolderIsThere) {
+    test::PassingTime time(platform_);
+    authorized();
+    manager_.refuses = true;
+    time.duringEvent(900, [&] { folder_.makeFolder("to"); });
+    EXPECT_TRUE(start());
+    EXPECT_EQ(time.newEvents(), 900U);
+    EXPECT_EQ(operations_.calls.size(), 2U);
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+TEST_F(CopyWithProgress, WithoutTheDestinationsFolderIsRefused) {
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    manager_.refuses = true;
+    EXPECT_FALSE(start());
+    EXPECT_THAT(operations_.calls, IsEmpty());
+    EXPECT_THAT(console_.logged,
+                ElementsAre("Unable to copy file " + file_ + " - destination directory " +
+                            (folder_ / "to") + " doesn't exist. Aborting copy process..."));
+}
+
+TEST_F(CopyWithProgress, ThatCannotBeScheduledIsTold) {
+    operations_.scheduleStatus = -50;
+    EXPECT_FALSE(start());
+    EXPECT_THAT(operations_.calls, ElementsAre("schedule"));
+    EXPECT_THAT(console_.logged, ElementsAre("Failed to schedule operation with run loop: -50"));
+}
+
+TEST_F(CopyWithProgress, ThatCannotBeginIsTold) {
+    operations_.copyStatus = -48;
+    EXPECT_FALSE(start());
+    EXPECT_THAT(console_.logged, ElementsAre("Failed to begin asynchronous object copy: -48"));
+}
+
+TEST_F(CopyWithProgress, TellsOfStatusesAndOfTheEnd) {
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Undefined);
+    operations_.report(FileOperationStage::Preflighting);
+    operations_.report(FileOperationStage::Running);
+    operations_.report(FileOperationStage::Preflighting, platform::FileOperationStatus{{"a", 1}});
+    deliver();
+    EXPECT_THAT(listener_->events, IsEmpty());
+    operations_.report(FileOperationStage::Running, platform::FileOperationStatus{{"bytes", 5}});
+    EXPECT_THAT(listener_->events, IsEmpty());  // queued
+    deliver();
+    EXPECT_THAT(listener_->events, ElementsAre("progress with operation"));
+    EXPECT_EQ(listener_->operation, operations_.operation);
+    operations_.report(FileOperationStage::Complete, platform::FileOperationStatus{{"bytes", 9}});
+    deliver();
+    EXPECT_THAT(listener_->events,
+                ElementsAre("progress with operation", "finished with operation"));
+    EXPECT_EQ(operations_.calls.back(), "unschedule");
+    EXPECT_TRUE(listener_->onMainThread);
+}
+
+TEST_F(CopyWithProgress, SaysWhatItIsAbout) {
+    const CallerObject one = std::make_shared<int>(1);
+    const CallerObject two = std::make_shared<int>(2);
+    ASSERT_TRUE(start(one, two));
+    operations_.report(FileOperationStage::Running, platform::FileOperationStatus{{"bytes", 5}});
+    deliver();
+    FileOperationNotice expected{{"stage", 2L},
+                                 {"source", file_},
+                                 {"destination", folder_ / "to/copy"},
+                                 {"operationtype", std::string("copy")},
+                                 {"delegate", FileOperationDelegateRef(listener_)},
+                                 {"object", one},
+                                 {"object2", two},
+                                 {"bytes", 5.0}};
+    EXPECT_EQ(listener_->last, expected);
+    operations_.report(FileOperationStage::Complete, platform::FileOperationStatus{{"bytes", 9}});
+    deliver();
+    expected.erase("bytes");
+    expected["stage"] = 3L;
+    EXPECT_EQ(listener_->last, expected);
+}
+
+TEST_F(CopyWithProgress, LeavesOutWhatWasNotGiven) {
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_EQ(listener_->last.size(), 5U);
+    EXPECT_EQ(listener_->last.count("object"), 0U);
+    EXPECT_EQ(listener_->last.count("object2"), 0U);
+}
+
+TEST_F(CopyWithProgress, PrefersTheFormWithTheOperation) {
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_THAT(listener_->events, ElementsAre("finished with operation"));
+}
+
+TEST_F(CopyWithProgress, FallsBackToTheFormWithoutTheOperation) {
+    listener_->implemented = {Notice::Progress, Notice::Finished};
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Running, platform::FileOperationStatus{});
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_THAT(listener_->events, ElementsAre("progress", "finished"));
+}
+
+TEST_F(CopyWithProgress, SendsNothingThatIsNotImplemented) {
+    listener_->implemented = {};
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Running, platform::FileOperationStatus{});
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_THAT(listener_->events, IsEmpty());
+    EXPECT_EQ(operations_.calls.back(), "unschedule");
+}
+
+TEST_F(CopyWithProgress, IsCancelledFromTheProgressNoticeAndStillTellsTheEnd) {
+    listener_->onProgress = [](const platform::FileOperationRef& operation) {
+        KXFileManager::cancelFileOperation(operation);  // its status does not matter
+    };
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Running, platform::FileOperationStatus{{"bytes", 5}});
+    deliver();
+    EXPECT_EQ(operations_.calls.back(), "cancel");
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_THAT(listener_->events,
+                ElementsAre("progress with operation", "finished with operation"));
+    EXPECT_EQ(operations_.calls.back(), "unschedule");
+}
+
+TEST_F(CopyWithProgress, WithoutADelegateIsUnscheduledAllTheSame) {
+    listener_ = nullptr;
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Running, platform::FileOperationStatus{});
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_EQ(operations_.calls.back(), "unschedule");
+}
+
+TEST_F(CopyWithProgress, ThatCannotBeUnscheduledIsTold) {
+    ASSERT_TRUE(start());
+    operations_.unscheduleStatus = -50;
+    operations_.report(FileOperationStage::Complete);
+    EXPECT_THAT(console_.logged, ElementsAre("Failed to unschedule operation from run loop: -50"));
+}
+
+}  // namespace
+}  // namespace quillmoor

@@ -1,0 +1,184 @@
+#include "tests/files/files_fixture.h"
+#include "tests/files/passing_time.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+using Copying = test::FilesTest;
+
+TEST_F(Copying, CopiesAnItemToItsNewPath) {
+    folder_.writeFile("tree/sub/file", "text");
+    folder_.makeLink("tree/link", "sub");
+    EXPECT_TRUE(KXFileManager::copyFile(folder_ / "tree", folder_ / "copy"));
+    EXPECT_EQ(test::readFile(folder_ / "copy/sub/file"), "text");
+    EXPECT_TRUE(KXFileManager::isSymbolicLinkAtPath(folder_ / "copy/link"));
+    EXPECT_EQ(test::readFile(folder_ / "tree/sub/file"), "text");
+}
+
+TEST_F(Copying, UnlocksTheFolderThatReceivesTheItemAndLeavesItSo) {
+    noteChanges();
+    const std::string file = folder_.writeFile("file");
+    const std::string to = folder_.makeFolder("to");
+    EXPECT_TRUE(KXFileManager::copyFile(file, to + "/file"));
+    EXPECT_THAT(changes(), ElementsAre("unlock " + to, "copy " + file + " > " + to + "/file"));
+}
+
+// With the system's own locked flag.
+class RootCopying : public test::FilesTest {
+  protected:
+    class Locked {
+      public:
+        explicit Locked(const std::string& path)
+            : path_(path), outcome_(platform::native().attributes->setImmutable(path, true)) {}
+        ~Locked() {
+            static_cast<void>(bool(platform::native().attributes->setImmutable(path_, false)));
+        }
+        Locked(const Locked&) = delete;
+        Locked& operator=(const Locked&) = delete;
+        // Why it cannot be locked here; empty when it is.
+        std::string excuse() const { return outcome_ ? "" : outcome_.error().description; }
+
+      private:
+        std::string path_;
+        Outcome outcome_;
+    };
+};
+
+TEST_F(RootCopying, IntoALockedFolderSucceedsAndLeavesItUnlocked) {
+    const std::string file = folder_.writeFile("file", "text");
+    const std::string to = folder_.makeFolder("to");
+    const Locked locked(to);
+    if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
+    ASSERT_TRUE(KXFileManager::isFileLocked(to));
+    ASSERT_FALSE(manager_.copyItem(file, to + "/refused"));
+    EXPECT_TRUE(KXFileManager::copyFile(file, to + "/copy", ShouldAuth::No));
+    EXPECT_EQ(test::readFile(to + "/copy"), "text");
+    EXPECT_FALSE(KXFileManager::isFileLocked(to));
+    EXPECT_TRUE(manager_.copyItem(file, to + "/other"));
+}
+
+TEST_F(Copying, OntoAnExistingFileWithoutLeaveToAskLeavesBothAndAnnouncesAuthorizing) {
+    startLog();
+    authorized();
+    const std::string one = folder_.writeFile("one", "1");
+    const std::string two = folder_.writeFile("two", "2");
+    EXPECT_FALSE(KXFileManager::copyFile(one, two, ShouldAuth::No));
+    EXPECT_EQ(test::readFile(one), "1");
+    EXPECT_EQ(test::readFile(two), "2");
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    ASSERT_EQ(logged().size(), 1U);
+    EXPECT_THAT(logged().front(),
+                ::testing::MatchesRegex("Error copying file: .*\\. Authorizing\\.\\.\\."));
+}
+
+TEST_F(Copying, OntoAnExistingFileIsDecidedWithRights) {
+    authorized();
+    const std::string one = folder_.writeFile("one", "1");
+    const std::string two = folder_.writeFile("two", "2");
+    EXPECT_TRUE(KXFileManager::copyFile(one, two));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/cp -f -p -R " + one + " " + two));
+}
+
+TEST_F(Copying, WithoutAPathIsLoggedAndPrinted) {
+    class Printed : public test::ForwardingConsole {
+      public:
+        StringList lines;
+        void putString(std::string_view text) override { lines.emplace_back(text); }
+    };
+    Printed console;
+    platform_->console = &console;
+    startLog();
+    EXPECT_FALSE(KXFileManager::copyFile(std::nullopt, "/to"));
+    EXPECT_FALSE(KXFileManager::copyFile("/from", std::nullopt));
+    EXPECT_THAT(logged(), ElementsAre("Error copying file: source path is nil",
+                                      "Error copying file /from: destination path is nil"));
+    EXPECT_THAT(console.lines, ElementsAre("Error copying file: source path is nil",
+                                           "Error copying file /from: destination path is nil"));
+}
+
+TEST_F(Copying, WithATimeOutOfZeroAnswersAtOnceWhetherTheCopyIsThere) {
+    test::PassingTime time(platform_);
+    const std::string file = folder_.writeFile("file");
+    authorized();
+    EXPECT_TRUE(KXFileManager::copyFile(file, folder_ / "copy", 0s));
+    manager_.refuses = true;
+    for (const bool onMainThread : {true, false}) {
+        time.events.onMainThread = onMainThread;
+        EXPECT_FALSE(KXFileManager::copyFile(file, folder_ / "other", 0s));
+        EXPECT_FALSE(KXFileManager::copyFile(file, folder_ / "other", -1s));
+    }
+    EXPECT_EQ(authorization_.started().size(), 4U);
+    EXPECT_TRUE(time.nothingWaited());
+}
+
+TEST_F(Copying, WithATimeOutThatFailsDoesNotWait) {
+    test::PassingTime time(platform_);
+    authorized();
+    manager_.refuses = true;
+    authorization_.executeStatus = -60031;
+    EXPECT_FALSE(KXFileManager::copyFile(folder_.writeFile("file"), folder_ / "copy", 30s));
+    EXPECT_TRUE(time.nothingWaited());
+}
+
+TEST_F(Copying, WithATimeOutWaitsUntilTheCopyIsThere) {
+    test::PassingTime time(platform_);
+    authorized();
+    manager_.refuses = true;
+    const std::string file = folder_.writeFile("file");
+    time.duringEvent(3, [&] { folder_.writeFile("copy"); });
+    EXPECT_TRUE(KXFileManager::copyFile(file, folder_ / "copy", 5s));
+    EXPECT_EQ(time.newEvents(), 3U);
+    // That the source goes is not what is waited for.
+    time.duringEvent(1, [&] { std::filesystem::remove(file); });
+    EXPECT_FALSE(KXFileManager::copyFile(file, folder_ / "never", 1s));
+    EXPECT_EQ(time.newEvents(), 100U);
+}
+
+TEST_F(Copying, OfContentsCopiesEachEntryAndLogsItsName) {
+    startLog();
+    folder_.writeFile("from/one", "1");
+    folder_.writeFile("from/.hidden", "2");
+    folder_.writeFile("from/sub/deep", "3");
+    folder_.makeFolder("to");
+    EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(folder_ / "from", folder_ / "to", 10s));
+    EXPECT_EQ(test::readFile(folder_ / "to/one"), "1");
+    EXPECT_EQ(test::readFile(folder_ / "to/.hidden"), "2");
+    EXPECT_EQ(test::readFile(folder_ / "to/sub/deep"), "3");
+    EXPECT_THAT(logged(), UnorderedElementsAre("File: one", "File: .hidden", "File: sub"));
+}
+
+TEST_F(Copying, OfContentsEndsWithTheFirstThatFails) {
+    startLog();
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    manager_.refuses = true;
+    folder_.writeFile("from/one");
+    folder_.writeFile("from/two");
+    folder_.makeFolder("to");
+    EXPECT_FALSE(KXFileManager::copyContentsOfDirectory(folder_ / "from", folder_ / "to", 10s));
+    EXPECT_EQ(logged().size(), 2U);  // one name and its error
+}
+
+TEST_F(Copying, OfContentsIntoAMissingFolderGoesToTheRights) {
+    authorized();
+    const std::string one = folder_.writeFile("from/one");
+    EXPECT_FALSE(KXFileManager::copyContentsOfDirectory(folder_ / "from", folder_ / "gone", 0s));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre("/bin/cp -f -p -R " + one + " " + (folder_ / "gone/one")));
+    EXPECT_FALSE(test::somethingAt(folder_ / "gone"));
+}
+
+TEST_F(Copying, OfNoContentsIsASuccessAndLogsNothing) {
+    startLog();
+    EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(folder_.makeFolder("empty"), "/to", 10s));
+    EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(folder_ / "gone", "/to", 10s));
+    EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(std::nullopt, "/to", 10s));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillmoor

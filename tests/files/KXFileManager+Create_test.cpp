@@ -1,0 +1,152 @@
+#include "tests/files/files_fixture.h"
+#include "tests/files/passing_time.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+using Creating = test::FilesTest;
+
+constexpr char kMessage[] = "Error creating folder: no, 100%. Authorizing...";
+
+TEST_F(Creating, MakesAFolderWithThoseAboveIt) {
+    EXPECT_TRUE(KXFileManager::createDirectory(folder_ / "new/deep"));
+    EXPECT_TRUE(KXFileManager::isDirectoryAtPath(folder_ / "new/deep"));
+    EXPECT_TRUE(KXFileManager::createDirectory(folder_ / "new/deep"));
+}
+
+TEST_F(Creating, OnAVolumeThatIsNotMountedIsRefusedWithoutRights) {
+    startLog();
+    authorized();
+    EXPECT_FALSE(KXFileManager::createDirectory("/Volumes/Gone/x"));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(console_.logged, ElementsAre("mountpoint: //Volumes/Gone",
+                                             "Unable to create directory. Drive is not mounted."));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(Creating, ThatFailsIsLoggedAndRepeatedWithRights) {
+    startLog();
+    authorized();
+    manager_.refuses = true;
+    EXPECT_TRUE(KXFileManager::createDirectory(folder_ / "new"));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mkdir -p " + (folder_ / "new")));
+    EXPECT_THAT(logged(), ElementsAre(kMessage));
+}
+
+TEST_F(Creating, ThatFailsAnnouncesAuthorizingWithoutLeaveToAskToo) {
+    startLog();
+    authorized();
+    manager_.refuses = true;
+    EXPECT_FALSE(KXFileManager::createDirectory(folder_ / "new", ShouldAuth::No));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(logged(), ElementsAre(kMessage));
+}
+
+TEST_F(Creating, OverAFileFailsInTheSystemsWords) {
+    startLog();
+    const std::string file = folder_.writeFile("file");
+    EXPECT_FALSE(KXFileManager::createDirectory(file, ShouldAuth::No));
+    ASSERT_EQ(logged().size(), 1U);
+    EXPECT_THAT(logged().front(), ::testing::MatchesRegex("Error creating folder: .*file.*: File "
+                                                          "exists\\. Authorizing\\.\\.\\."));
+}
+
+TEST_F(Creating, WithATimeOutWaitsUntilTheFolderIsThere) {
+    test::PassingTime time(platform_);
+    authorized();
+    manager_.refuses = true;
+    time.duringEvent(3, [&] { folder_.makeFolder("new"); });
+    EXPECT_TRUE(KXFileManager::createDirectory(folder_ / "new", 5s));
+    EXPECT_EQ(time.newEvents(), 3U);
+    EXPECT_FALSE(KXFileManager::createDirectory(folder_ / "never", 1s));
+    EXPECT_EQ(time.newEvents(), 100U);
+    EXPECT_EQ(authorization_.started().size(), 2U);
+}
+
+TEST_F(Creating, WithATimeOutThatFailsOrIsZeroDoesNotWait) {
+    test::PassingTime time(platform_);
+    authorized();
+    EXPECT_TRUE(KXFileManager::createDirectory(folder_ / "new", 0s));
+    manager_.refuses = true;
+    EXPECT_FALSE(KXFileManager::createDirectory(folder_ / "never", 0s));
+    authorization_.executeStatus = -60031;
+    EXPECT_FALSE(KXFileManager::createDirectory(folder_ / "never", 30s));
+    EXPECT_EQ(time.newEvents(), 0U);
+}
+
+TEST_F(Creating, WithoutAPathFails) {
+    EXPECT_FALSE(KXFileManager::createDirectory(std::nullopt, ShouldAuth::No));
+}
+
+TEST_F(Creating, MirrorsAFolderWithAllOfItsPath) {
+    folder_.makeFolder("Movies");
+    const std::string made = (folder_ / "Backup") + (folder_ / "Movies");
+    EXPECT_EQ(KXFileManager::createDirectoryStructure(folder_ / "Movies", folder_ / "Backup"),
+              made);
+    EXPECT_TRUE(KXFileManager::isDirectoryAtPath(made));
+}
+
+TEST_F(Creating, MirrorsTheFolderOfAFileOfAPackageAndOfNothing) {
+    folder_.writeFile("Movies/clip.mov");
+    folder_.makeFolder("Movies/Some.app");
+    const std::string made = (folder_ / "Backup") + (folder_ / "Movies");
+    for (const char* name : {"Movies/clip.mov", "Movies/Some.app", "Movies/gone"})
+        EXPECT_EQ(KXFileManager::createDirectoryStructure(folder_ / name, folder_ / "Backup"), made)
+            << name;
+    EXPECT_TRUE(std::filesystem::is_empty(made));
+}
+
+TEST_F(Creating, MirrorsNothingThatIsThereAlready) {
+    const std::string there = folder_.makeFolder("Backup" + (folder_ / "Movies"));
+    manager_.refuses = true;
+    authorized();
+    EXPECT_EQ(KXFileManager::createDirectoryStructure(folder_ / "Movies/clip", folder_ / "Backup"),
+              there);
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(Creating, AnswersTheMirroredFolderMadeOrNot) {
+    manager_.refuses = true;
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    EXPECT_EQ(KXFileManager::createDirectoryStructure("/gone/clip", folder_ / "Backup"),
+              folder_ / "Backup/gone");
+    EXPECT_FALSE(test::somethingAt(folder_ / "Backup/gone"));
+    EXPECT_EQ(KXFileManager::createDirectoryStructure(std::nullopt, "/x"), std::nullopt);
+    EXPECT_EQ(KXFileManager::createDirectoryStructure("/x/y", std::nullopt), std::nullopt);
+}
+
+TEST_F(Creating, MovesAnEmptyFileIntoPlace) {
+    EXPECT_TRUE(KXFileManager::createEmptyFile(folder_ / "new"));
+    EXPECT_TRUE(test::somethingAt(folder_ / "new"));
+    EXPECT_EQ(test::readFile(folder_ / "new"), "");
+    ASSERT_EQ(manager_.moved.size(), 1U);
+    EXPECT_FALSE(test::somethingAt(manager_.moved[0].substr(0, manager_.moved[0].find(" > "))));
+}
+
+TEST_F(Creating, AnEmptyFileWithoutATemporaryFolderFails) {
+    class NoTemporaryFolder : public test::AuthLocations {
+      public:
+        std::string temporaryDirectory() override { return "/no/such/folder"; }
+    };
+    NoTemporaryFolder locations;
+    platform_->locations = &locations;
+    EXPECT_FALSE(KXFileManager::createEmptyFile(folder_ / "new"));
+    EXPECT_THAT(manager_.moved, IsEmpty());
+}
+
+TEST_F(Creating, AnEmptyFileFallsBackToRightsAsAMoveDoes) {
+    authorized();
+    manager_.refuses = true;
+    EXPECT_TRUE(KXFileManager::createEmptyFile(folder_ / "new"));
+    ASSERT_EQ(authorization_.started().size(), 1U);
+    EXPECT_TRUE(authorization_.started()[0].starts_with("/bin/mv -f "));
+    const std::string scratch = authorization_.started()[0].substr(11);
+    std::filesystem::remove(scratch.substr(0, scratch.find(' ')));
+}
+
+}  // namespace
+}  // namespace quillmoor

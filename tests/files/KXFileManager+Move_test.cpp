@@ -1,0 +1,155 @@
+#include "tests/files/files_fixture.h"
+#include "tests/files/passing_time.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+using Moving = test::FilesTest;
+
+TEST_F(Moving, MovesAnItemToItsNewPath) {
+    const std::string file = folder_.writeFile("file", "text");
+    EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "moved"));
+    EXPECT_FALSE(test::somethingAt(file));
+    EXPECT_EQ(test::readFile(folder_ / "moved"), "text");
+}
+
+TEST_F(Moving, FirstUnlocksWhatIsAtTheDestinationAndWhatIsInAFolderOfThatNameThere) {
+    noteChanges();
+    const std::string file = folder_.writeFile("file");
+    folder_.writeFile("to/file/one");
+    folder_.writeFile("to/file/sub/two");
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "to", ShouldAuth::No));
+    ASSERT_EQ(changes().size(), 4U);
+    EXPECT_EQ(changes()[0], "unlock " + (folder_ / "to"));
+    EXPECT_THAT(StringList(changes().begin() + 1, changes().begin() + 3),
+                UnorderedElementsAre("unlock " + (folder_ / "to/file/one"),
+                                     "unlock " + (folder_ / "to/file/sub/two")));
+    EXPECT_EQ(changes()[3], "move " + file + " > " + (folder_ / "to"));
+}
+
+TEST_F(Moving, UnlocksNothingWhereNothingIs) {
+    noteChanges();
+    const std::string file = folder_.writeFile("file");
+    EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "new"));
+    EXPECT_THAT(changes(), ElementsAre("move " + file + " > " + (folder_ / "new")));
+}
+
+TEST_F(Moving, OntoAnExistingFileIsDecidedWithRights) {
+    startLog();
+    authorized();
+    const std::string one = folder_.writeFile("one", "1");
+    const std::string two = folder_.writeFile("two", "2");
+    EXPECT_TRUE(KXFileManager::moveFile(one, two));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mv -f " + one + " " + two));
+    ASSERT_EQ(logged().size(), 2U);
+    EXPECT_THAT(logged()[0], ::testing::MatchesRegex("Error moving file: .*\\."));
+    EXPECT_EQ(logged()[1], "Authorizing...");
+}
+
+TEST_F(Moving, ThatFailsWithoutLeaveToAskAnnouncesNoAuthorizing) {
+    startLog();
+    authorized();
+    manager_.refuses = true;
+    const std::string file = folder_.writeFile("file");
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "new", ShouldAuth::No));
+    EXPECT_THAT(logged(), ElementsAre("Error moving file: no, 100%."));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(Moving, WithoutAPathFailsInThePlatform) {
+    authorized();
+    EXPECT_FALSE(KXFileManager::moveFile(std::nullopt, folder_ / "new"));
+    EXPECT_FALSE(KXFileManager::moveFile(folder_.writeFile("file"), std::nullopt));
+    EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: old path is null",
+                                             "Error in authMoveFile: new path is null"));
+}
+
+TEST_F(Moving, ThatChangesOnlyTheCaseGoesByWayOfAFreeName) {
+    const std::string file = folder_.writeFile("Report.txt", "text");
+    // What a file system that folds case would say.
+    class Folding : public test::FilesManager {
+      public:
+        std::string other;
+        bool fileExists(const std::string& path) override {
+            return FilesManager::fileExists(path == other ? "/" : path);
+        }
+    };
+    Folding manager;
+    manager.other = folder_ / "report.txt";
+    platform_->fileManager = &manager;
+    EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "report.txt"));
+    EXPECT_THAT(manager.moved,
+                ElementsAre(file + " > " + (folder_ / "report 2.txt"),
+                            (folder_ / "report 2.txt") + " > " + (folder_ / "report.txt")));
+    EXPECT_EQ(test::readFile(folder_ / "report.txt"), "text");
+}
+
+TEST_F(Moving, ThatChangesOnlyTheCaseWorksWhereCaseIsNotFolded) {
+    EXPECT_TRUE(KXFileManager::moveFile(folder_.writeFile("Report.txt", "text"),
+                                        folder_ / "report.txt", 30s));
+    EXPECT_EQ(test::readFile(folder_ / "report.txt"), "text");
+    EXPECT_THAT(clock_.slept, ElementsAre(500us));
+}
+
+TEST_F(Moving, ThatChangesOnlyTheCaseLeavesTheItemInBetweenWhenTheSecondStepFails) {
+    class SecondFails : public test::FilesManager {
+      public:
+        Outcome moveItem(const std::string& path, const std::string& destination) override {
+            if (moved.size() == 1) {
+                moved.push_back(path + " > " + destination);
+                return refusal();
+            }
+            return FilesManager::moveItem(path, destination);
+        }
+        bool fileExists(const std::string& path) override {
+            return path.ends_with("report.txt") || FilesManager::fileExists(path);
+        }
+    };
+    SecondFails manager;
+    platform_->fileManager = &manager;
+    startLog();
+    EXPECT_FALSE(KXFileManager::moveFile(folder_.writeFile("Report.txt", "text"),
+                                         folder_ / "report.txt", ShouldAuth::No));
+    EXPECT_EQ(test::readFile(folder_ / "report 2.txt"), "text");
+    EXPECT_EQ(manager.moved.size(), 3U);
+    EXPECT_TRUE(logged().back().starts_with("Error moving file: "));
+}
+
+TEST_F(Moving, WithATimeOutWaitsUntilTheSourceIsGone) {
+    test::PassingTime time(platform_);
+    authorized();
+    manager_.refuses = true;
+    const std::string file = folder_.writeFile("file");
+    time.duringEvent(3, [&] { std::filesystem::remove(file); });
+    EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "nothing comes here", 5s));
+    EXPECT_EQ(time.newEvents(), 3U);
+}
+
+TEST_F(Moving, WithATimeOutDoesNotLookAtTheDestination) {
+    test::PassingTime time(platform_);
+    authorized();
+    manager_.refuses = true;
+    const std::string file = folder_.writeFile("file");
+    time.duringEvent(1, [&] { folder_.writeFile("new"); });
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "new", 1s));
+    EXPECT_EQ(time.newEvents(), 100U);
+}
+
+TEST_F(Moving, WithATimeOutThatFailsOrIsZeroDoesNotWait) {
+    test::PassingTime time(platform_);
+    authorized();
+    EXPECT_TRUE(KXFileManager::moveFile(folder_.writeFile("file"), folder_ / "new", 0s));
+    manager_.refuses = true;
+    EXPECT_FALSE(KXFileManager::moveFile(folder_.writeFile("stays"), folder_ / "newer", 0s));
+    authorization_.executeStatus = -60031;
+    EXPECT_FALSE(KXFileManager::moveFile(folder_ / "stays", folder_ / "newer", 30s));
+    EXPECT_TRUE(time.nothingWaited());
+}
+
+}  // namespace
+}  // namespace quillmoor

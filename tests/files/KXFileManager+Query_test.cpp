@@ -1,0 +1,219 @@
+#include "tests/files/deep_tree.h"
+#include "tests/files/files_fixture.h"
+
+namespace quillmoor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class Query : public test::FilesTest {
+  protected:
+    // Every path that was asked about.
+    class Asked : public test::FilesManager {
+      public:
+        StringList paths;
+        bool fileExists(const std::string& path) override {
+            paths.push_back(path);
+            return FilesManager::fileExists(path);
+        }
+    };
+};
+
+TEST_F(Query, KnowsWhatIsThere) {
+    const std::string file = folder_.writeFile("a \"file\"\n");
+    const std::string link = folder_.makeLink("link", "a \"file\"\n");
+    const std::string dangling = folder_.makeLink("dangling", "nowhere");
+    EXPECT_TRUE(KXFileManager::fileExistsAtPath(file));
+    EXPECT_TRUE(KXFileManager::fileExistsAtPath(link));
+    EXPECT_FALSE(KXFileManager::fileExistsAtPath(dangling));
+    EXPECT_FALSE(KXFileManager::fileExistsAtPath(""));
+    EXPECT_FALSE(KXFileManager::fileExistsAtPath(std::nullopt));
+    EXPECT_FALSE(KXFileManager::fileExistsAtPath(std::string("/\0tmp", 5)));
+}
+
+TEST_F(Query, KnowsFoldersAndLinks) {
+    folder_.makeFolder("folder");
+    const std::string file = folder_.writeFile("file");
+    const std::string link = folder_.makeLink("link", "folder");
+    const std::string dangling = folder_.makeLink("dangling", "nowhere");
+    EXPECT_TRUE(KXFileManager::isDirectoryAtPath(folder_ / "folder"));
+    EXPECT_TRUE(KXFileManager::isDirectoryAtPath(link));
+    EXPECT_FALSE(KXFileManager::isDirectoryAtPath(file));
+    EXPECT_FALSE(KXFileManager::isDirectoryAtPath(folder_ / "gone"));
+    EXPECT_FALSE(KXFileManager::isDirectoryAtPath(std::nullopt));
+    EXPECT_TRUE(KXFileManager::isSymbolicLinkAtPath(link));
+    EXPECT_TRUE(KXFileManager::isSymbolicLinkAtPath(dangling));
+    EXPECT_FALSE(KXFileManager::isSymbolicLinkAtPath(file));
+    EXPECT_FALSE(KXFileManager::isSymbolicLinkAtPath(std::nullopt));
+}
+
+TEST_F(Query, KnowsPackages) {
+    EXPECT_TRUE(KXFileManager::isPackageAtPath(folder_.makeFolder("Some.app")));
+    EXPECT_FALSE(KXFileManager::isPackageAtPath(folder_.makeFolder("Some")));
+    EXPECT_FALSE(KXFileManager::isPackageAtPath(std::nullopt));
+}
+
+TEST_F(Query, OfPathsOutsideTheVolumesIsMountedWithoutALook) {
+    Asked asked;
+    platform_->fileManager = &asked;
+    EXPECT_TRUE(KXFileManager::isVolumeMountedForPath("/Users/alice/file"));
+    EXPECT_TRUE(KXFileManager::isVolumeMountedForPath("/Volumes"));
+    EXPECT_TRUE(KXFileManager::isVolumeMountedForPath("/Volumes/"));
+    EXPECT_TRUE(KXFileManager::isVolumeMountedForPath(std::nullopt));
+    EXPECT_TRUE(KXFileManager::isDriveMountedForPath("/VolumesX/a/b"));
+    EXPECT_TRUE(KXFileManager::isDriveMountedForPath("/Volumes/"));
+    EXPECT_THAT(asked.paths, IsEmpty());
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+TEST_F(Query, OfPathsOnAVolumeLooksAtTheMountPointWithTwoSlashes) {
+    Asked asked;
+    platform_->fileManager = &asked;
+    EXPECT_FALSE(KXFileManager::isVolumeMountedForPath("/Volumes/Gone/file"));
+    EXPECT_FALSE(KXFileManager::isVolumeMountedForPath("/VolumesX/a/b"));
+    EXPECT_THAT(asked.paths, ElementsAre("//Volumes/Gone", "//VolumesX/a"));
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+TEST_F(Query, OfADriveTellsTheMountPointOnTheConsole) {
+    EXPECT_FALSE(KXFileManager::isDriveMountedForPath("/Volumes/Gone/a/b"));
+    EXPECT_THAT(console_.logged, ElementsAre("mountpoint: //Volumes/Gone"));
+}
+
+TEST_F(Query, FindsAFolderWithLitterAndEmptyFoldersEmpty) {
+    folder_.writeFile("f/.DS_Store");
+    folder_.writeFile("f/Icon\r");
+    folder_.makeFolder("f/sub/sub");
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "f"));
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "f/sub"));
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "gone"));
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(std::nullopt));
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_.writeFile("file")));
+}
+
+TEST_F(Query, FindsAFolderWithLitterAloneEmpty) {
+    folder_.writeFile("one/.DS_Store");
+    folder_.writeFile("two/Icon\r");
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "one"));
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "two"));
+}
+
+TEST_F(Query, FindsAFolderWithAnythingElseNotEmpty) {
+    folder_.writeFile("localized/.localized");
+    folder_.writeFile("fork/._x");
+    folder_.writeFile("deep/.DS_Store");
+    folder_.writeFile("deep/a/b/file");
+    folder_.makeLink("dangling/link", "nowhere");
+    for (const char* name : {"localized", "fork", "deep", "dangling"})
+        EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / name)) << name;
+}
+
+TEST_F(Query, OfALoopOfLinksEnds) {
+    folder_.makeLink("loop/one", ".");
+    folder_.makeLink("loop/two", ".");
+    folder_.makeLink("loop/up", "../loop");
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "loop"));
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "loop"), 0U);
+    folder_.writeFile("loop/zz", "1234567890");
+    EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / "loop"));
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "loop"), 10U);
+}
+
+TEST_F(Query, SumsTheSizesOfFiles) {
+    folder_.writeFile("f/one", "1234567890");
+    folder_.writeFile("f/.two", "1234567890");
+    folder_.makeFolder("f/empty");
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "f"), 20U);
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "f/one"), 10U);
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "f/empty"), 0U);
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "gone"), 0U);
+    EXPECT_EQ(KXFileManager::fileSize(std::nullopt), 0U);
+}
+
+TEST_F(Query, CountsALinkToAFileWithItsOwnSizeAndFollowsOneToAFolder) {
+    folder_.writeFile("other/big", std::string(1000, 'x'));
+    folder_.makeLink("f/file", "../other/big");
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "f"), 12U);
+    folder_.makeLink("f/folder", "../other");
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "f"), 1012U);
+}
+
+TEST_F(Query, FormatsSizesByPowersOf1024) {
+    EXPECT_EQ(KXFileManager::formatFileSize(0), "0 B");
+    EXPECT_EQ(KXFileManager::formatFileSize(1023), "1023 B");
+    EXPECT_EQ(KXFileManager::formatFileSize(1024), "1.00 KB");
+    EXPECT_EQ(KXFileManager::formatFileSize(1536), "1.50 KB");
+    EXPECT_EQ(KXFileManager::formatFileSize(1048575), "1024.00 KB");
+    EXPECT_EQ(KXFileManager::formatFileSize(1048576), "1.00 MB");
+    EXPECT_EQ(KXFileManager::formatFileSize(1073741824), "1.00 GB");
+    EXPECT_EQ(KXFileManager::formatFileSize(5368709120), "5.00 GB");
+    EXPECT_EQ(KXFileManager::formatFileSize(1099511627776), "1024.00 GB");
+    EXPECT_EQ(KXFileManager::formatFileSize(-5), "-5 B");
+}
+
+TEST_F(Query, TurnsPathsIntoReferencesAndBack) {
+    const std::string file = folder_.writeFile("a\nfile");
+    const platform::FileReference reference = KXFileManager::stringToFSRef(file);
+    EXPECT_EQ(KXFileManager::stringWithFSRef(&reference), file);
+    std::filesystem::remove(file);
+    EXPECT_EQ(KXFileManager::stringWithFSRef(&reference), std::nullopt);
+    EXPECT_EQ(KXFileManager::stringWithFSRef(nullptr), std::nullopt);
+    const platform::FileReference none = KXFileManager::stringToFSRef(folder_ / "gone");
+    EXPECT_EQ(KXFileManager::stringWithFSRef(&none), std::nullopt);
+}
+
+TEST_F(Query, TellsTheFileManagerOfChangesQuietly) {
+    class Finder : public test::ForwardingFinderInfo {
+      public:
+        StringList told;
+        std::int32_t sendUpdateEvent(const platform::FileReference& reference) override {
+            told.emplace_back(reference.path.data());
+            return -43;
+        }
+    };
+    Finder finder;
+    platform_->finderInfo = &finder;
+    const std::string file = folder_.writeFile("file");
+    KXFileManager::notifyFileSystemChanged(file);
+    KXFileManager::notifyFileSystemChanged(folder_ / "gone");
+    EXPECT_THAT(finder.told, ElementsAre(file, ""));
+    const platform::FileReference reference = KXFileManager::stringToFSRef(file);
+    EXPECT_EQ(SendFinderSyncEvent(&reference), -43);
+    EXPECT_NE(SendFinderSyncEvent(nullptr), 0);
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+TEST_F(Query, RegistersApplications) {
+    class Desktop : public test::ForwardingWorkspace {
+      public:
+        std::int32_t status = 0;
+        StringList registered;
+        std::int32_t registerApplication(const std::string& path) override {
+            registered.push_back(path);
+            return status;
+        }
+    };
+    Desktop desktop;
+    platform_->workspace = &desktop;
+    EXPECT_TRUE(KXFileManager::registerApplicationWithLaunchServices("/Applications/Some.app"));
+    desktop.status = -10814;
+    EXPECT_FALSE(KXFileManager::registerApplicationWithLaunchServices("/Applications/Some.app"));
+    EXPECT_FALSE(KXFileManager::registerApplicationWithLaunchServices(std::nullopt));
+    EXPECT_THAT(desktop.registered,
+                ElementsAre("/Applications/Some.app", "/Applications/Some.app"));
+}
+
+TEST_F(Query, FindsAVeryDeepFolderEmptyOrNot) {
+    test::DeepTree litter({".DS_Store"});
+    test::DeepTree file({".DS_Store", "file"});
+    test::onASmallStack([&] {
+        platform_->fileManager = &litter;
+        EXPECT_TRUE(KXFileManager::isFolderEmpty(test::DeepTree::kTop));
+        platform_->fileManager = &file;
+        EXPECT_FALSE(KXFileManager::isFolderEmpty(test::DeepTree::kTop));
+    });
+}
+
+}  // namespace
+}  // namespace quillmoor

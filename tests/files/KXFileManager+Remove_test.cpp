@@ -1,0 +1,108 @@
+#include "tests/files/files_fixture.h"
+#include "tests/files/passing_time.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+using Removing = test::FilesTest;
+
+constexpr char kMessage[] = "Error removing file: no, 100%. Authorizing...";
+
+TEST_F(Removing, TakesAnItemWithAllItHolds) {
+    folder_.writeFile("tree/sub/file");
+    EXPECT_TRUE(KXFileManager::removeFile(folder_ / "tree"));
+    EXPECT_FALSE(test::somethingAt(folder_ / "tree"));
+}
+
+TEST_F(Removing, TakesALinkAndNotWhatItLeadsTo) {
+    const std::string file = folder_.writeFile("elsewhere/file");
+    const std::string link = folder_.makeLink("link", "elsewhere");
+    EXPECT_TRUE(KXFileManager::removeFile(link));
+    EXPECT_FALSE(test::somethingAt(link));
+    EXPECT_TRUE(test::somethingAt(file));
+}
+
+TEST_F(Removing, OfWhatIsNotThereIsASuccessAndLeavesADanglingLink) {
+    const std::string dangling = folder_.makeLink("dangling", "nowhere");
+    EXPECT_TRUE(KXFileManager::removeFile(folder_ / "gone"));
+    EXPECT_TRUE(KXFileManager::removeFile(dangling));
+    EXPECT_TRUE(KXFileManager::removeFile(std::nullopt));
+    EXPECT_TRUE(test::somethingAt(dangling));
+}
+
+TEST_F(Removing, ThatFailsIsLoggedAndRepeatedWithRights) {
+    startLog();
+    authorized();
+    manager_.refuses = true;
+    const std::string file = folder_.writeFile("file");
+    EXPECT_TRUE(KXFileManager::removeFile(file));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/rm -Rdf " + file));
+    EXPECT_THAT(logged(), ElementsAre(kMessage));
+}
+
+TEST_F(Removing, ThatFailsAnnouncesAuthorizingWithoutLeaveToAskToo) {
+    startLog();
+    authorized();
+    manager_.refuses = true;
+    EXPECT_FALSE(KXFileManager::removeFile(folder_.writeFile("file"), ShouldAuth::No));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(logged(), ElementsAre(kMessage));
+}
+
+TEST_F(Removing, OfAProtectedFolderIsRefused) {
+    authorized();
+    manager_.refuses = true;
+    EXPECT_FALSE(KXFileManager::removeFile(locations_.home));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(Removing, UnlocksTheItemFirst) {
+    noteChanges();
+    const std::string file = folder_.writeFile("file");
+    EXPECT_TRUE(KXFileManager::removeFile(file));
+    EXPECT_THAT(changes(), ElementsAre("unlock " + file, "remove " + file));
+}
+
+TEST_F(Removing, WithATimeOutWaitsUntilTheItemIsGone) {
+    test::PassingTime time(platform_);
+    authorized();
+    manager_.refuses = true;
+    const std::string file = folder_.writeFile("file");
+    time.duringEvent(3, [&] { std::filesystem::remove(file); });
+    EXPECT_TRUE(KXFileManager::removeFile(file, 5s));
+    EXPECT_EQ(time.newEvents(), 3U);
+    EXPECT_FALSE(KXFileManager::removeFile(folder_.writeFile("stays"), 1s));
+    EXPECT_EQ(time.newEvents(), 100U);
+    EXPECT_EQ(authorization_.started().size(), 2U);
+}
+
+TEST_F(Removing, WithATimeOutThatFailsOrIsZeroDoesNotWait) {
+    test::PassingTime time(platform_);
+    authorized();
+    EXPECT_TRUE(KXFileManager::removeFile(folder_.writeFile("file"), 0s));
+    manager_.refuses = true;
+    EXPECT_FALSE(KXFileManager::removeFile(folder_.writeFile("stays"), 0s));
+    authorization_.executeStatus = -60031;
+    EXPECT_FALSE(KXFileManager::removeFile(folder_ / "stays", 30s));
+    EXPECT_TRUE(time.nothingWaited());
+}
+
+TEST_F(Removing, OfAFolderThatHoldsNothingTakesItsLitterToo) {
+    folder_.writeFile("f/.DS_Store");
+    folder_.makeFolder("f/sub");
+    EXPECT_TRUE(KXFileManager::removeFolderIfEmpty(folder_ / "f"));
+    EXPECT_FALSE(test::somethingAt(folder_ / "f"));
+}
+
+TEST_F(Removing, OfAFolderThatHoldsAFileLeavesItAlone) {
+    folder_.writeFile("f/file");
+    EXPECT_FALSE(KXFileManager::removeFolderIfEmpty(folder_ / "f"));
+    EXPECT_TRUE(test::somethingAt(folder_ / "f/file"));
+}
+
+}  // namespace
+}  // namespace quillmoor

@@ -1,0 +1,221 @@
+#include "tests/files/deep_tree.h"
+#include "tests/files/files_fixture.h"
+#include "tests/files/passing_time.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+class Trashing : public test::FilesTest {
+  protected:
+    // Has rights, so that what needs them is noted.
+    void authorize() { authorized(); }
+};
+
+TEST_F(Trashing, MovesAnItemIntoTheUsersTrash) {
+    const std::string file = folder_.writeFile("a \"name\"\n.txt", "text");
+    EXPECT_TRUE(KXFileManager::trashFile(file));
+    EXPECT_FALSE(test::somethingAt(file));
+    EXPECT_EQ(test::readFile(trash() + "/a \"name\"\n.txt"), "text");
+    EXPECT_THAT(desktop_.recycled,
+                ElementsAre(folder_.path() + " " + trash() + " a \"name\"\n.txt"));
+}
+
+TEST_F(Trashing, OfWhatIsNotThereIsASuccess) {
+    const std::string dangling = folder_.makeLink("dangling", "nowhere");
+    EXPECT_TRUE(KXFileManager::trashFile(folder_ / "gone"));
+    EXPECT_TRUE(KXFileManager::trashFile(std::nullopt));
+    EXPECT_TRUE(KXFileManager::trashFile(dangling));
+    EXPECT_TRUE(test::somethingAt(dangling));
+    EXPECT_THAT(desktop_.recycled, IsEmpty());
+}
+
+TEST_F(Trashing, UnlocksTheItemFirst) {
+    noteChanges();
+    const std::string file = folder_.writeFile("file");
+    EXPECT_TRUE(KXFileManager::trashFile(file));
+    EXPECT_THAT(changes(), ElementsAre("unlock " + file, "recycle " + file));
+}
+
+TEST_F(Trashing, ThatFailsIsRepeatedWithRights) {
+    authorize();
+    desktop_.refusesToRecycle = true;
+    const std::string file = folder_.writeFile("file");
+    EXPECT_TRUE(KXFileManager::trashFile(file));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre("/bin/mv -f " + file + " " + trash() + "/file"));
+}
+
+TEST_F(Trashing, ThatFailsWithoutLeaveToAskAnswersNoAndLogsNothing) {
+    startLog();
+    authorize();
+    desktop_.refusesToRecycle = true;
+    const std::string file = folder_.writeFile("file");
+    EXPECT_FALSE(KXFileManager::trashFile(file, ShouldAuth::No));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
+    EXPECT_TRUE(test::somethingAt(file));
+}
+
+TEST_F(Trashing, OfAProtectedFolderIsRefused) {
+    authorize();
+    desktop_.refusesToRecycle = true;
+    EXPECT_FALSE(KXFileManager::trashFile(locations_.home));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(Trashing, WithATimeOutOfZeroAnswersAtOnceWhetherTheItemIsGone) {
+    test::PassingTime time(platform_);
+    authorize();
+    EXPECT_TRUE(KXFileManager::trashFile(folder_.writeFile("file"), 0s));
+    desktop_.refusesToRecycle = true;
+    const std::string stays = folder_.writeFile("stays");
+    for (const bool onMainThread : {true, false}) {
+        time.events.onMainThread = onMainThread;
+        EXPECT_FALSE(KXFileManager::trashFile(stays, 0s));  // started, and nothing has moved
+        EXPECT_FALSE(KXFileManager::trashFile(stays, -3s));
+    }
+    EXPECT_EQ(authorization_.started().size(), 4U);
+    EXPECT_TRUE(time.nothingWaited());
+}
+
+TEST_F(Trashing, WithATimeOutThatFailsDoesNotWait) {
+    test::PassingTime time(platform_);
+    authorize();
+    desktop_.refusesToRecycle = true;
+    authorization_.executeStatus = -60031;
+    EXPECT_FALSE(KXFileManager::trashFile(folder_.writeFile("file"), 30s));
+    EXPECT_EQ(authorization_.started().size(), 1U);
+    EXPECT_TRUE(time.nothingWaited());
+}
+
+TEST_F(Trashing, WithATimeOutWaitsUntilTheItemIsGone) {
+    test::PassingTime time(platform_);
+    authorize();
+    desktop_.refusesToRecycle = true;
+    const std::string file = folder_.writeFile("file");
+    time.duringEvent(3, [&] { std::filesystem::remove(file); });
+    EXPECT_TRUE(KXFileManager::trashFile(file, 5s));
+    EXPECT_EQ(time.newEvents(), 3U);
+    EXPECT_FALSE(KXFileManager::trashFile(folder_.writeFile("stays"), 1s));
+    EXPECT_EQ(time.newEvents(), 100U);
+}
+
+TEST_F(Trashing, EmptiesAFolder) {
+    folder_.writeFile("full/one");
+    folder_.writeFile("full/.hidden");
+    folder_.writeFile("full/sub/two");
+    EXPECT_TRUE(KXFileManager::trashDirectoryContents(folder_ / "full"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder_ / "full"));
+    EXPECT_TRUE(test::somethingAt(trash() + "/.hidden"));
+    EXPECT_TRUE(test::somethingAt(trash() + "/sub/two"));
+}
+
+TEST_F(Trashing, OfAFolderWithOneItemThatStaysTakesTheOthersAndAnswersNo) {
+    class OneStays : public test::FilesWorkspace {
+      public:
+        bool recycle(const std::string& source, const OptionalPath& destination,
+                     const StringList& names) override {
+            return names.at(0) != "stays" && FilesWorkspace::recycle(source, destination, names);
+        }
+    };
+    OneStays desktop;
+    platform_->workspace = &desktop;
+    for (const char* name : {"full/a", "full/stays", "full/z"}) folder_.writeFile(name);
+    EXPECT_FALSE(KXFileManager::trashDirectoryContents(folder_ / "full", ShouldAuth::No));
+    EXPECT_TRUE(test::somethingAt(folder_ / "full/stays"));
+    EXPECT_TRUE(test::somethingAt(trash() + "/a"));
+    EXPECT_TRUE(test::somethingAt(trash() + "/z"));
+}
+
+TEST_F(Trashing, OfAFolderAsksForRightsItemByItem) {
+    authorize();
+    desktop_.refusesToRecycle = true;
+    const std::string one = folder_.writeFile("full/one");
+    const std::string two = folder_.writeFile("full/two");
+    EXPECT_TRUE(KXFileManager::trashDirectoryContents(folder_ / "full"));
+    EXPECT_THAT(authorization_.started(),
+                UnorderedElementsAre("/bin/mv -f " + one + " " + trash() + "/one",
+                                     "/bin/mv -f " + two + " " + trash() + "/two"));
+}
+
+TEST_F(Trashing, OfAnEmptyOrMissingFolderIsASuccess) {
+    EXPECT_TRUE(KXFileManager::trashDirectoryContents(folder_.makeFolder("empty")));
+    EXPECT_TRUE(KXFileManager::trashDirectoryContents(folder_ / "gone"));
+    EXPECT_TRUE(KXFileManager::trashDirectoryContents(std::nullopt));
+}
+
+TEST_F(Trashing, SweepsATreeByExtensionWhateverItsCase) {
+    const std::string one = folder_.writeFile("tree/clip.mov");
+    const std::string two = folder_.writeFile("tree/sub/CLIP.Mov");
+    const std::string three = folder_.writeFile("tree/Some.app/inside.MOV");
+    folder_.writeFile("tree/x.mov/kept.txt");
+    folder_.writeFile("tree/mov");
+    EXPECT_THAT(KXFileManager::trashFilesOfType("MOV", folder_ / "tree"),
+                UnorderedElementsAre(one, two, three));
+    EXPECT_FALSE(test::somethingAt(one) || test::somethingAt(two) || test::somethingAt(three));
+    EXPECT_TRUE(test::somethingAt(folder_ / "tree/x.mov/kept.txt"));
+    EXPECT_TRUE(test::somethingAt(folder_ / "tree/mov"));
+}
+
+TEST_F(Trashing, SweepsATreeByExactName) {
+    const std::string one = folder_.writeFile("tree/.DS_Store");
+    const std::string two = folder_.writeFile("tree/sub/.DS_Store");
+    folder_.writeFile("tree/.ds_store");
+    folder_.makeFolder("tree/other/.DS_Store/");
+    EXPECT_THAT(KXFileManager::trashFilesNamed(".DS_Store", folder_ / "tree"),
+                UnorderedElementsAre(one, two));
+    EXPECT_TRUE(test::somethingAt(folder_ / "tree/.ds_store"));
+    EXPECT_TRUE(test::somethingAt(folder_ / "tree/other/.DS_Store"));
+}
+
+TEST_F(Trashing, SweepsListWhatMatchedTrashedOrNot) {
+    desktop_.refusesToRecycle = true;
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    const std::string file = folder_.writeFile("tree/a.mov");
+    EXPECT_THAT(KXFileManager::trashFilesOfType("mov", folder_ / "tree"), ElementsAre(file));
+    EXPECT_TRUE(test::somethingAt(file));
+}
+
+TEST_F(Trashing, SweepsFollowLinksToFoldersAndEnd) {
+    const std::string file = folder_.writeFile("elsewhere/a.mov");
+    folder_.makeLink("tree/out", "../elsewhere");
+    folder_.makeLink("tree/loop", ".");
+    EXPECT_THAT(KXFileManager::trashFilesOfType("mov", folder_ / "tree"),
+                ElementsAre(folder_ / "tree/out/a.mov"));
+    EXPECT_FALSE(test::somethingAt(file));
+}
+
+TEST_F(Trashing, SweepsGoToTheBottomOfAVeryDeepTree) {
+    test::DeepTree tree({"a.mov", "b.txt"});
+    platform_->fileManager = &tree;
+    desktop_.refusesToRecycle = true;
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    const std::string file = tree.inTheEnd("a.mov");
+    test::onASmallStack([&] {
+        EXPECT_THAT(KXFileManager::trashFilesOfType("mov", tree.kTop), ElementsAre(file));
+        EXPECT_THAT(KXFileManager::trashFilesNamed("a.mov", tree.kTop), ElementsAre(file));
+    });
+    EXPECT_EQ(desktop_.recycled.size(), 2U);
+}
+
+TEST_F(Trashing, SweepsOfNothingFindNothing) {
+    folder_.writeFile("tree/noextension");
+    EXPECT_THAT(KXFileManager::trashFilesOfType(std::nullopt, folder_ / "tree"), IsEmpty());
+    EXPECT_THAT(KXFileManager::trashFilesOfType("mov", folder_ / "gone"), IsEmpty());
+    EXPECT_THAT(KXFileManager::trashFilesOfType("mov", std::nullopt), IsEmpty());
+    EXPECT_THAT(KXFileManager::trashFilesNamed(std::nullopt, folder_ / "tree"), IsEmpty());
+}
+
+TEST_F(Trashing, SweepsByAnEmptyExtensionTakeNamesWithoutOne) {
+    const std::string file = folder_.writeFile("tree/noextension");
+    folder_.writeFile("tree/a.txt");
+    EXPECT_THAT(KXFileManager::trashFilesOfType("", folder_ / "tree"), ElementsAre(file));
+}
+
+}  // namespace
+}  // namespace quillmoor

@@ -1,0 +1,123 @@
+#include "tests/files/files_fixture.h"
+
+namespace quillmoor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+class Wildcards : public test::FilesTest {
+  protected:
+    StringList matching(const std::string& pattern) const {
+        return KXFileManager::filesMatchingWildcardPath(pattern, folder_.path());
+    }
+};
+
+TEST_F(Wildcards, MatchEveryExistingItemOfThatKind) {
+    folder_.makeFolder("Applications/One.app");
+    folder_.makeFolder("Applications/Two.app");
+    folder_.writeFile("Applications/notes.txt");
+    EXPECT_THAT(
+        KXFileManager::filesMatchingWildcardPath(folder_ / "Applications/*.app"),
+        UnorderedElementsAre(folder_ / "Applications/One.app", folder_ / "Applications/Two.app"));
+}
+
+TEST_F(Wildcards, KeepTheOrderOfTheListing) {
+    for (int i = 0; i < 50; ++i) folder_.writeFile("f/" + std::to_string(i));
+    const StringList names =
+        platform::current().fileManager->contentsOfDirectory(folder_ / "f").value();
+    StringList expected;
+    for (const std::string& name : names) expected.push_back(folder_ / ("f/" + name));
+    EXPECT_EQ(matching("f/*"), expected);
+}
+
+TEST_F(Wildcards, OfARelativePatternWithoutABaseBeginAtTheRoot) {
+    const StringList found = KXFileManager::filesMatchingWildcardPath("us*/bi*");
+    EXPECT_THAT(found, ::testing::Contains("/usr/bin"));
+}
+
+TEST_F(Wildcards, OfAnAbsolutePatternBeginAtTheBase) {
+    folder_.writeFile("a/one");
+    EXPECT_THAT(matching("/a/*"), ElementsAre(folder_ / "a/one"));
+}
+
+TEST_F(Wildcards, WithoutAStarAreThePathItself) {
+    EXPECT_THAT(matching("no/such"), ElementsAre(folder_ / "no/such"));
+    EXPECT_THAT(KXFileManager::filesMatchingWildcardPath("no/such"), ElementsAre("no/such"));
+    EXPECT_THAT(matching("a?c"), ElementsAre(folder_ / "a?c"));
+}
+
+TEST_F(Wildcards, MatchAQuestionMarkBesideAStar) {
+    for (const char* name : {"f/abc",
+                             "f/a\xC3\xA9"
+                             "c.x",
+                             "f/ac"})
+        folder_.writeFile(name);
+    EXPECT_THAT(matching("f/a?c*"), UnorderedElementsAre(folder_ / "f/abc", folder_ / "f/a\xC3\xA9"
+                                                                                      "c.x"));
+}
+
+TEST_F(Wildcards, WhoseMiddleIsMissingMatchNothing) {
+    folder_.writeFile("a/b/c");
+    EXPECT_THAT(matching("a/gone/*"), IsEmpty());
+    EXPECT_THAT(matching("*/b/c"), ElementsAre(folder_ / "a/b/c"));
+    EXPECT_THAT(matching("*/gone"), IsEmpty());
+    EXPECT_EQ(KXFileManager::decodeWildcardPath("a/gone/*", folder_.path()), folder_ / "a/gone/*");
+}
+
+TEST_F(Wildcards, MatchHiddenItemsAndNoDanglingLinks) {
+    folder_.writeFile("f/.hidden");
+    folder_.makeLink("f/dangling", "nowhere");
+    EXPECT_THAT(matching("f/*"), ElementsAre(folder_ / "f/.hidden"));
+}
+
+TEST_F(Wildcards, StayWithinOneLevel) {
+    folder_.writeFile("f/a/b");
+    EXPECT_THAT(matching("f*"), ElementsAre(folder_ / "f"));
+    EXPECT_THAT(matching("*/*/*"), ElementsAre(folder_ / "f/a/b"));
+}
+
+TEST_F(Wildcards, TakeBracketsAndBackslashesAsTheyStand) {
+    folder_.writeFile("f/[a]b");
+    folder_.writeFile("f/a");
+    folder_.writeFile("f/\\x");
+    EXPECT_THAT(matching("f/[a]*"), ElementsAre(folder_ / "f/[a]b"));
+    EXPECT_THAT(matching("f/\\*"), ElementsAre(folder_ / "f/\\x"));
+}
+
+TEST_F(Wildcards, AreDecodedToTheFirstMatch) {
+    folder_.writeFile("f/one.txt");
+    EXPECT_EQ(KXFileManager::decodeWildcardPath("f/*.txt", folder_.path()), folder_ / "f/one.txt");
+    EXPECT_EQ(KXFileManager::decodeWildcardPath("gone", folder_.path()), folder_ / "gone");
+    EXPECT_EQ(KXFileManager::decodeWildcardPath("/no/such/*", std::nullopt), std::nullopt);
+    EXPECT_EQ(KXFileManager::decodeWildcardPath(std::nullopt, folder_.path()), std::nullopt);
+    EXPECT_THAT(KXFileManager::filesMatchingWildcardPath(std::nullopt), IsEmpty());
+}
+
+TEST_F(Wildcards, NamesAreCleanedForFiles) {
+    EXPECT_EQ(KXFileManager::validateFilename(" My/File:1 "), "MyFile1");
+    EXPECT_EQ(KXFileManager::validateFilename("."), "");
+    EXPECT_EQ(KXFileManager::validateFilename(".."), ".");
+    EXPECT_EQ(KXFileManager::validateFilename(" .x"), ".x");
+    EXPECT_EQ(KXFileManager::validateFilename("/"), "");
+    EXPECT_EQ(KXFileManager::validateFilename(std::nullopt), std::nullopt);
+}
+
+TEST_F(Wildcards, NamesAreMadeUnique) {
+    folder_.writeFile("a.txt");
+    folder_.writeFile("a 2.txt");
+    folder_.makeFolder("Untitled");
+    folder_.writeFile("archive.tar.gz");
+    folder_.writeFile("Report 2.txt");
+    EXPECT_EQ(KXFileManager::uniqueFilename(folder_ / "a.txt"), folder_ / "a 3.txt");
+    EXPECT_EQ(KXFileManager::uniqueFilename(folder_ / "Untitled"), folder_ / "Untitled 2");
+    EXPECT_EQ(KXFileManager::uniqueFilename(folder_ / "archive.tar.gz"),
+              folder_ / "archive.tar 2.gz");
+    EXPECT_EQ(KXFileManager::uniqueFilename(folder_ / "Report 2.txt"), folder_ / "Report 2 2.txt");
+    EXPECT_EQ(KXFileManager::uniqueFilename(folder_ / "free"), folder_ / "free");
+    EXPECT_EQ(KXFileManager::uniqueFilename(std::nullopt), std::nullopt);
+}
+
+}  // namespace
+}  // namespace quillmoor

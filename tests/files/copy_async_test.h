@@ -1,0 +1,120 @@
+// What the tests of the copy in the background share: one who listens, and operations that do as
+// they are told.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/main_run_loop.h"
+#include "tests/files/files_fixture.h"
+
+namespace quillmoor::test {
+
+// Notes what it is told, and says that it implements what the test wants.
+class Listener : public FileOperationDelegate {
+  public:
+    std::vector<Notice> implemented{Notice::Progress, Notice::ProgressWithOperation,
+                                    Notice::Finished, Notice::FinishedWithOperation};
+    StringList events;
+    FileOperationNotice last;
+    platform::FileOperationRef operation;
+    bool onMainThread = true;
+    std::function<void(const platform::FileOperationRef& operation)> onProgress =
+        [](const platform::FileOperationRef&) {};
+
+    bool implements(Notice notice) const override {
+        return std::find(implemented.begin(), implemented.end(), notice) != implemented.end();
+    }
+    void fileOperationProgress(const FileOperationNotice& notice) override {
+        note("progress", notice, nullptr);
+    }
+    void fileOperationProgress(const FileOperationNotice& notice,
+                               const platform::FileOperationRef& fileOperation) override {
+        note("progress with operation", notice, fileOperation);
+        onProgress(fileOperation);
+    }
+    void fileOperationFinished(const FileOperationNotice& notice) override {
+        note("finished", notice, nullptr);
+    }
+    void fileOperationFinished(const FileOperationNotice& notice,
+                               const platform::FileOperationRef& fileOperation) override {
+        note("finished with operation", notice, fileOperation);
+    }
+
+  private:
+    void note(const char* event, const FileOperationNotice& notice,
+              const platform::FileOperationRef& fileOperation) {
+        onMainThread = onMainThread && platform::current().mainThread->isMainThread();
+        events.emplace_back(event);
+        last = notice;
+        operation = fileOperation;
+    }
+};
+
+// Reports what the test says, when it says so.
+class ToldOperations : public ForwardingFileOperations {
+  public:
+    using Report = platform::FileOperationReport;
+    using Stage = platform::FileOperationStage;
+
+    StringList calls;
+    std::int32_t scheduleStatus = 0;
+    std::int32_t copyStatus = 0;
+    std::int32_t unscheduleStatus = 0;
+    platform::FileOperationCallback callback;
+    platform::FileOperationRef operation;
+
+    std::int32_t schedule(const platform::FileOperationRef& scheduled) override {
+        calls.emplace_back("schedule");
+        operation = scheduled;
+        return scheduleStatus;
+    }
+    std::int32_t unschedule(const platform::FileOperationRef&) override {
+        calls.emplace_back("unschedule");
+        return unscheduleStatus;
+    }
+    std::int32_t copy(const platform::FileOperationRef&, const std::string& source,
+                      const std::string& folder, const std::string& name,
+                      platform::FileOperationCallback told,
+                      std::chrono::milliseconds interval) override {
+        calls.push_back("copy " + source + " " + folder + " " + name + " " +
+                        std::to_string(interval.count()));
+        if (copyStatus == 0) callback = std::move(told);
+        return copyStatus;
+    }
+    std::int32_t cancel(const platform::FileOperationRef& cancelled) override {
+        calls.emplace_back(cancelled == operation ? "cancel" : "cancel another");
+        return -50;
+    }
+    void report(Stage stage,
+                std::optional<platform::FileOperationStatus> status = std::nullopt) const {
+        callback(Report{operation, "/current", stage, -36, std::move(status)});
+    }
+};
+
+inline void serveDefaultMode(std::chrono::milliseconds time) {
+    platform::MainRunLoop::run(platform::RunLoopMode::Default,
+                               std::chrono::steady_clock::now() + time);
+}
+
+class CopyWithProgressTest : public FilesTest {
+  protected:
+    CopyWithProgressTest() { platform_->fileOperations = &operations_; }
+    bool start(const CallerObject& object = nullptr, const CallerObject& object2 = nullptr) {
+        return KXFileManager::copyFileWithProgress(file_, folder_ / "to/copy", listener_, object,
+                                                   object2);
+    }
+    void deliver() { serveDefaultMode(std::chrono::milliseconds(0)); }
+
+    std::string file_ = folder_.writeFile("file", "text");
+    ToldOperations operations_;
+    std::shared_ptr<Listener> listener_ = std::make_shared<Listener>();
+};
+
+}  // namespace quillmoor::test

@@ -1,0 +1,124 @@
+// A home, a log and a Trash of the test's own. What would run with administrator rights is noted
+// and not run.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "files/KXFileManager.h"
+#include "log/KXLog.h"
+#include "tests/auth/auth_fixture.h"
+
+namespace quillmoor::test {
+
+// Every change that is asked for, in order, where a test has these fakes share one.
+class Changes {
+  public:
+    void note(const std::string& change) { list_.push_back(change); }
+    const StringList& list() const { return list_; }
+
+  private:
+    StringList list_;
+};
+
+class FilesWorkspace : public AuthWorkspace {
+  public:
+    Changes* changes = nullptr;
+    bool refusesToRecycle = false;
+    StringList recycled;  // source, destination, names …
+    bool recycle(const std::string& source, const OptionalPath& destination,
+                 const StringList& names) override {
+        recycled.push_back(source + " " + destination.value_or("nil") + " " + names.at(0));
+        if (changes != nullptr) changes->note("recycle " + source + "/" + names.at(0));
+        return !refusesToRecycle && AuthWorkspace::recycle(source, destination, names);
+    }
+};
+
+// Refuses what it is told to refuse.
+class FilesManager : public ForwardingFileManager {
+  public:
+    Changes* changes = nullptr;
+    bool refuses = false;
+    StringList moved;
+    Outcome createDirectoryWithIntermediates(const std::string& path) override {
+        return refuses ? refusal() : ForwardingFileManager::createDirectoryWithIntermediates(path);
+    }
+    Outcome removeItem(const std::string& path) override {
+        note("remove " + path);
+        return refuses ? refusal() : ForwardingFileManager::removeItem(path);
+    }
+    Outcome moveItem(const std::string& path, const std::string& destination) override {
+        moved.push_back(path + " > " + destination);
+        note("move " + moved.back());
+        return refuses ? refusal() : ForwardingFileManager::moveItem(path, destination);
+    }
+    Outcome copyItem(const std::string& path, const std::string& destination) override {
+        note("copy " + path + " > " + destination);
+        return refuses ? refusal() : ForwardingFileManager::copyItem(path, destination);
+    }
+    static Outcome refusal() { return Outcome::failure({1, "no, 100%"}); }
+
+  private:
+    void note(const std::string& change) {
+        if (changes != nullptr) changes->note(change);
+    }
+};
+
+// Whose locked flags are noted and not changed.
+class NotedFlags : public ForwardingAttributes {
+  public:
+    Changes* changes = nullptr;
+    Outcome setImmutable(const std::string& path, bool immutable) override {
+        changes->note((immutable ? "lock " : "unlock ") + path);
+        return Outcome::success();
+    }
+};
+
+class FilesTest : public AuthTest {
+  protected:
+    FilesTest() {
+        platform_->fileManager = &manager_;
+        platform_->workspace = &desktop_;
+    }
+
+    std::string trash() const { return locations_.home + "/.Trash"; }
+
+    // From now on; locked flags are noted only.
+    void noteChanges() {
+        manager_.changes = desktop_.changes = noted_.changes = &changes_;
+        platform_->attributes = &noted_;
+    }
+    const StringList& changes() const { return changes_.list(); }
+
+    // Begins a log, so that logged() has something to read.
+    void startLog() {
+        KXLog::createNewLog("Files");
+        KXLog::finishWriting();
+        headerSize_ = logText().size();
+    }
+    // The messages since then.
+    StringList logged() const {
+        KXLog::finishWriting();
+        StringList messages;
+        std::string text = logText().substr(headerSize_);
+        for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n')) {
+            messages.push_back(text.substr(28, end - 28));  // "2013-06-04 10:04:31 +0000 - "
+            text.erase(0, end + 1);
+        }
+        return messages;
+    }
+
+    FilesManager manager_;
+    FilesWorkspace desktop_;
+
+  private:
+    Changes changes_;
+    NotedFlags noted_;
+    static std::string logText() {
+        const StringList logs = KXLog::availableLogs();
+        return logs.empty() ? "" : readFile(logs.front());
+    }
+    std::size_t headerSize_ = 0;
+};
+
+}  // namespace quillmoor::test

@@ -1,0 +1,92 @@
+// Time that passes only while somebody waits.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <functional>
+#include <vector>
+
+#include "log/KXLog.h"
+#include "tests/support/forwarding.h"
+
+namespace quillmoor::test {
+
+// Notes what is slept, and then so much time has passed.
+class PassingClock : public ForwardingClock {
+  public:
+    std::chrono::system_clock::time_point time{std::chrono::seconds(1'000'000)};
+    std::vector<std::chrono::microseconds> slept;
+    // Called each time that time has passed.
+    std::function<void()> meanwhile = [] {};
+
+    std::chrono::system_clock::time_point now() override { return time; }
+    void sleep(std::chrono::microseconds duration) override {
+        slept.push_back(duration);
+        pass(duration);
+    }
+    void pass(std::chrono::microseconds duration) {
+        time += duration;
+        meanwhile();
+    }
+};
+
+// A main thread to which no event comes: it waits for one as long as it may.
+class PassingEvents : public ForwardingMainThread {
+  public:
+    explicit PassingEvents(PassingClock& clock) : clock_(clock) {}
+
+    bool onMainThread = true;
+    std::vector<std::chrono::milliseconds> asked;
+
+    bool isMainThread() override { return onMainThread; }
+    bool sendNextEvent(std::chrono::milliseconds longest) override {
+        asked.push_back(longest);
+        clock_.pass(longest);
+        return false;
+    }
+
+  private:
+    PassingClock& clock_;
+};
+
+// Both in force, as long as this lives.
+class PassingTime {
+  public:
+    explicit PassingTime(ScopedPlatform& platform)
+        : platform_(platform), clockBefore_(platform->clock), eventsBefore_(platform->mainThread) {
+        platform_->clock = &clock;
+        platform_->mainThread = &events;
+    }
+    ~PassingTime() {
+        KXLog::finishWriting();
+        platform_->clock = clockBefore_;
+        platform_->mainThread = eventsBefore_;
+    }
+    PassingTime(const PassingTime&) = delete;
+    PassingTime& operator=(const PassingTime&) = delete;
+
+    // Has `action` run during the event of that number, counting from the next.
+    void duringEvent(std::size_t number, const std::function<void()>& action) {
+        clock.meanwhile = [this, action, at = events.asked.size() + number] {
+            if (events.asked.size() == at) action();
+        };
+    }
+    // How many events were waited for since this was asked last.
+    std::size_t newEvents() {
+        return events.asked.size() - std::exchange(seen_, events.asked.size());
+    }
+    // Neither an event was waited for nor anything slept.
+    bool nothingWaited() const { return events.asked.empty() && clock.slept.empty(); }
+
+    PassingClock clock;
+    PassingEvents events{clock};
+
+  private:
+    ScopedPlatform& platform_;
+    platform::Clock* clockBefore_;
+    platform::MainThread* eventsBefore_;
+    std::size_t seen_ = 0;
+};
+
+}  // namespace quillmoor::test

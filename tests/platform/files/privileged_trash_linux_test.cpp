@@ -1,0 +1,137 @@
+// What is done for a tool with more rights, which moves an item into a user's Trash by its path.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "platform/linux/trash_linux.h"
+#include "tests/platform/files/file_fixtures.h"
+
+namespace quillmoor::platform::linux_ {
+namespace {
+
+using test::listing;
+using test::readFile;
+using test::somethingAt;
+using test::TempFolder;
+
+class PrivilegedTrash : public testing::Test {
+  protected:
+    PrivilegedTrash() { ::setenv("HOME", home_.c_str(), 1); }
+    ~PrivilegedTrash() override { ::unsetenv("XDG_DATA_HOME"); }
+
+    const TempFolder folder_;
+    const std::string home_ = folder_.makeFolder("home");
+    const std::string destination_ = home_ + "/.Trash";
+    const std::string trash_ = home_ + "/.local/share/Trash";
+    const std::string item_ = folder_.writeFile("elsewhere/notes.txt", "text");
+};
+
+TEST_F(PrivilegedTrash, IsMadeWithItsLink) {
+    ASSERT_TRUE(prepareTrash(destination_));
+    EXPECT_TRUE(std::filesystem::is_symlink(destination_));
+    EXPECT_TRUE(std::filesystem::equivalent(destination_, trash_ + "/files"));
+    EXPECT_EQ(listing(trash_ + "/info"), "");
+}
+
+TEST_F(PrivilegedTrash, KnowsWhereAnAnnouncedItemCameFrom) {
+    ASSERT_TRUE(prepareTrash(destination_));
+    ASSERT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    std::filesystem::rename(item_, destination_ + "/notes.txt");
+    EXPECT_NE(readFile(trash_ + "/info/notes.txt.trashinfo").find("elsewhere/notes.txt"),
+              std::string::npos);
+    EXPECT_EQ(readFile(trash_ + "/files/notes.txt"), "text");
+}
+
+TEST_F(PrivilegedTrash, ReplacesANoteWithoutAnItemAndKeepsOneWithAnItem) {
+    ASSERT_TRUE(prepareTrash(destination_));
+    const std::string record = trash_ + "/info/notes.txt.trashinfo";
+    folder_.writeFile("home/.local/share/Trash/info/notes.txt.trashinfo", "stale");
+    ASSERT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_NE(readFile(record), "stale");
+    folder_.writeFile("home/.local/share/Trash/info/notes.txt.trashinfo", "its own");
+    folder_.makeLink("home/.local/share/Trash/files/notes.txt", "nowhere");
+    ASSERT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_EQ(readFile(record), "its own");
+    abandonTrash(destination_, "notes.txt");
+    EXPECT_EQ(readFile(record), "its own");
+}
+
+TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
+    ASSERT_TRUE(prepareTrash(destination_));
+    ASSERT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    abandonTrash(destination_, "notes.txt");
+    EXPECT_EQ(listing(trash_ + "/info"), "");
+}
+
+TEST_F(PrivilegedTrash, TakesAnItemWhoseNameLeavesNoRoomForANote) {
+    ASSERT_TRUE(prepareTrash(destination_));
+    EXPECT_TRUE(announceTrash(destination_, std::string(250, 'x'), item_));
+    EXPECT_EQ(listing(trash_ + "/info"), "");
+}
+
+TEST_F(PrivilegedTrash, TakesARelativeItem) {
+    ASSERT_TRUE(prepareTrash(destination_));
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder_ / "elsewhere");
+    EXPECT_TRUE(announceTrash(destination_, "notes.txt", "notes.txt"));
+    std::filesystem::current_path(before);
+    EXPECT_NE(readFile(trash_ + "/info/notes.txt.trashinfo").find("elsewhere/notes.txt"),
+              std::string::npos);
+}
+
+TEST_F(PrivilegedTrash, IsARealFolderWhereTheUserHasOne) {
+    std::filesystem::create_directory(destination_);
+    ASSERT_TRUE(prepareTrash(destination_));
+    EXPECT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_FALSE(somethingAt(trash_));
+}
+
+// The tool would go by the path, and the note lie elsewhere.
+TEST_F(PrivilegedTrash, IsRefusedWhereItsPathLeadsElsewhere) {
+    folder_.makeFolder("other");
+    folder_.makeLink("home/.Trash", "../other");
+    EXPECT_FALSE(prepareTrash(destination_));
+    std::filesystem::remove(destination_);
+    folder_.makeLink("home/.Trash", "nowhere");
+    EXPECT_FALSE(prepareTrash(destination_));
+    std::filesystem::remove(destination_);
+    folder_.writeFile("home/.Trash");
+    EXPECT_FALSE(prepareTrash(destination_));
+}
+
+TEST_F(PrivilegedTrash, IsRefusedWhereTheSettingMovedItAway) {
+    ASSERT_TRUE(prepareTrash(destination_));
+    ::setenv("XDG_DATA_HOME", (home_ + "/data").c_str(), 1);
+    EXPECT_FALSE(prepareTrash(destination_));
+}
+
+TEST_F(PrivilegedTrash, IsRefusedUnderAnyOtherName) {
+    EXPECT_FALSE(prepareTrash(home_ + "/Trash"));
+    EXPECT_FALSE(prepareTrash("relative/.Trash"));
+    ASSERT_TRUE(prepareTrash(destination_));
+    for (const char* name : {"", ".", "..", "a/b"})
+        EXPECT_FALSE(announceTrash(destination_, name, item_)) << name;
+    abandonTrash(destination_, "../escape");
+}
+
+TEST(RootPrivilegedTrash, BelongsToTheUserItIsMadeFor) {
+    if (::getuid() != 0) GTEST_SKIP() << "for the super-user";
+    const TempFolder folder;
+    const std::string home = folder.makeFolder("home");
+    test::letEverybodyIn(folder);
+    ASSERT_EQ(::chown(home.c_str(), test::FakeUser::kId, test::FakeUser::kId), 0);
+    ASSERT_TRUE(prepareTrash(home + "/.Trash"));
+    ASSERT_TRUE(announceTrash(home + "/.Trash", "notes.txt", "/elsewhere/notes.txt"));
+    for (const char* name :
+         {".Trash", ".local/share/Trash/files", ".local/share/Trash/info/notes.txt.trashinfo"}) {
+        struct stat status {};
+        ASSERT_EQ(::lstat((home + "/" + name).c_str(), &status), 0) << name;
+        EXPECT_EQ(status.st_uid, test::FakeUser::kId) << name;
+    }
+}
+
+}  // namespace
+}  // namespace quillmoor::platform::linux_

@@ -1,0 +1,62 @@
+#include "platform/linux/rights/peer_linux.h"
+
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "tests/platform/rights/rights_fixtures.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+TEST(Peer, OfAConnectionIsWhoMadeIt) {
+    const test::Connection connection;
+    const auto peer = peerOf(connection.first.get());
+    ASSERT_TRUE(peer.has_value());
+    EXPECT_EQ(peer->pid, ::getpid());
+    EXPECT_EQ(peer->uid, ::geteuid());
+    EXPECT_FALSE(hasEnded(peer->process));
+}
+
+TEST(Peer, OfSomethingElseIsNobody) {
+    const auto process = test::openProcess(::getpid());
+    EXPECT_FALSE(peerOf(process.get()).has_value());
+    EXPECT_FALSE(peerOf(-1).has_value());
+}
+
+TEST(Ancestry, HoldsTheProcessItselfAndAllAboveIt) {
+    EXPECT_TRUE(descendsFrom(::getpid(), ::getpid()));
+    EXPECT_TRUE(descendsFrom(::getpid(), ::getppid()));
+    EXPECT_FALSE(descendsFrom(::getppid(), ::getpid()));
+    static pid_t test;
+    test = ::getpid();
+    EXPECT_EQ(test::answerOfFork([] {
+                  return test::answerOfFork([] { return descendsFrom(::getpid(), test) ? 1 : 0; });
+              }),
+              1);
+}
+
+TEST(Ancestry, IsNotMisledByTheNameOfAProcess) {
+    static pid_t test;
+    test = ::getpid();
+    EXPECT_EQ(test::answerOfFork([] {
+                  ::prctl(PR_SET_NAME, "x) S 1 (y) 1", 0, 0, 0);
+                  return descendsFrom(::getpid(), test) ? 1 : 0;
+              }),
+              1);
+}
+
+TEST(Ancestry, OfAProcessThatIsNotThereIsNone) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(0);
+    test::exitCodeOf(child);
+    EXPECT_FALSE(descendsFrom(child, ::getpid()));
+    EXPECT_FALSE(descendsFrom(0, ::getpid()));
+    EXPECT_FALSE(descendsFrom(-1, -1));
+}
+
+}  // namespace
+}  // namespace quillmoor::platform::linux_::rights

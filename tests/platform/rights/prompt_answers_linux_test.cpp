@@ -1,0 +1,94 @@
+#include "platform/linux/rights/prompt_answers_linux.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+
+#include <string>
+
+#include "tests/platform/rights/rights_fixtures.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+// The program's standard input is the other end of a connection.
+class PromptAnswersTest : public testing::Test {
+  protected:
+    PromptAnswers answersTo(StringList prompts) {
+        return {-1, input_.first.get(), std::move(prompts), "pass word"};
+    }
+    std::string given() {
+        char line[256];
+        const ssize_t count = ::recv(input_.second.get(), line, sizeof line, MSG_DONTWAIT);
+        return count > 0 ? std::string(line, static_cast<std::size_t>(count)) : "";
+    }
+
+    test::Connection input_;
+};
+
+TEST_F(PromptAnswersTest, GiveThePasswordToThePromptAlone) {
+    PromptAnswers answers = answersTo({"kx-1:"});
+    EXPECT_TRUE(answers.hear("a lecture, Password: "));
+    EXPECT_FALSE(answers.wasAsked());
+    EXPECT_EQ(given(), "");
+    EXPECT_TRUE(answers.hear("kx-1:"));
+    EXPECT_TRUE(answers.wasAsked());
+    EXPECT_EQ(given(), "pass word\n");
+}
+
+TEST_F(PromptAnswersTest, UnderstandAPromptThatComesInPieces) {
+    PromptAnswers answers = answersTo({"kx-1:"});
+    for (const char* piece : {"k", "x-", "", "1"}) ASSERT_TRUE(answers.hear(piece));
+    EXPECT_EQ(given(), "");
+    EXPECT_TRUE(answers.hear(": "));
+    EXPECT_EQ(given(), "pass word\n");
+}
+
+TEST_F(PromptAnswersTest, AnswerSeveralPromptsInTheirOrder) {
+    PromptAnswers answers = answersTo({"first:", "second:"});
+    EXPECT_TRUE(answers.hear("second:"));
+    EXPECT_EQ(given(), "");
+    EXPECT_TRUE(answers.hear("first:"));
+    EXPECT_EQ(given(), "pass word\n");
+    EXPECT_TRUE(answers.hear("second:"));
+    EXPECT_EQ(given(), "pass word\n");
+}
+
+TEST_F(PromptAnswersTest, AnswerPromptsThatComeTogether) {
+    PromptAnswers answers = answersTo({"first:", "second:"});
+    EXPECT_TRUE(answers.hear("first:second:"));
+    EXPECT_EQ(given(), "pass word\npass word\n");
+}
+
+TEST_F(PromptAnswersTest, GiveUpWhenTheyAreAskedAgain) {
+    PromptAnswers answers = answersTo({"kx-1:"});
+    EXPECT_TRUE(answers.hear("kx-1:"));
+    EXPECT_EQ(given(), "pass word\n");
+    EXPECT_TRUE(answers.hear("Sorry, try again.\n"));
+    EXPECT_FALSE(answers.hear("kx-1:"));
+    EXPECT_EQ(given(), "");
+}
+
+TEST_F(PromptAnswersTest, KeepWhatIsWrittenAfterTheLastPrompt) {
+    PromptAnswers answers = answersTo({"kx-1:"});
+    EXPECT_TRUE(answers.hear("before kx-1:after"));
+    EXPECT_TRUE(answers.hear(" that"));
+    EXPECT_EQ(answers.rest(), "after that");
+}
+
+TEST_F(PromptAnswersTest, GiveUpAtTextWithoutAnEnd) {
+    PromptAnswers answers = answersTo({"kx-1:"});
+    EXPECT_TRUE(answers.hear(std::string(65'536, 'x')));
+    EXPECT_FALSE(answers.hear("kx-1:"));
+    EXPECT_EQ(given(), "");
+}
+
+TEST_F(PromptAnswersTest, GiveUpWithoutASignalWhenTheProgramHasGone) {
+    ::signal(SIGPIPE, SIG_DFL);
+    PromptAnswers answers = answersTo({"kx-1:"});
+    input_.second.reset();
+    EXPECT_FALSE(answers.hear("kx-1:"));
+}
+
+}  // namespace
+}  // namespace quillmoor::platform::linux_::rights
