@@ -13,7 +13,7 @@ namespace {
 
 // A folder on the way down. A list of them and no recursion: others decide how deep a tree is.
 struct Level {
-    std::string path;
+    std::size_t pathLength;  // of the walk's own path
     std::optional<platform::FileIdentity> identity;
     StringList names;
     std::size_t next = 0;
@@ -27,13 +27,14 @@ class Walker {
         enter(folder);
         while (!levels_.empty()) {
             Level& level = levels_.back();
+            path_.resize(level.pathLength);
             if (level.next == level.names.size()) {
                 levels_.pop_back();
                 continue;
             }
             const std::string name = std::move(level.names[level.next++]);
             if (walk_.isLeftOut(name)) continue;
-            const std::string item = *appendPathComponent(level.path, name);
+            const std::string item = *appendPathComponent(path_, name);
             if (fileManager().isDirectory(item))
                 enter(item);
             else if (!walk_.visit(item, name))
@@ -48,10 +49,15 @@ class Walker {
         const bool isRound = std::any_of(levels_.begin(), levels_.end(), [&](const Level& level) {
             return level.identity == identity;
         });
-        if (identity && !isRound) levels_.push_back({folder, identity, entriesOf(folder), 0});
+        if (!identity || isRound) return;
+        path_ = folder;
+        // Joining would take them out, and the path could not be cut back to what it was.
+        while (path_.size() > 1 && path_.back() == '/') path_.pop_back();
+        levels_.push_back({path_.size(), identity, entriesOf(folder), 0});
     }
 
     const TreeWalk& walk_;
+    std::string path_;  // of the folder that the walk is in
     std::vector<Level> levels_;
 };
 

@@ -203,6 +203,13 @@ TEST_F(Trashing, SweepsGoToTheBottomOfAVeryDeepTree) {
     EXPECT_EQ(desktop_.recycled.size(), 2U);
 }
 
+TEST_F(Trashing, SweepsFindTheirWayBackWhateverSlashesTheFolderEndsIn) {
+    folder_.writeFile("tree/a/one.mov");
+    folder_.writeFile("tree/b/two.mov");
+    EXPECT_THAT(KXFileManager::trashFilesOfType("mov", (folder_ / "tree") + "//"),
+                UnorderedElementsAre(folder_ / "tree/a/one.mov", folder_ / "tree/b/two.mov"));
+}
+
 TEST_F(Trashing, SweepsOfNothingFindNothing) {
     folder_.writeFile("tree/noextension");
     EXPECT_THAT(KXFileManager::trashFilesOfType(std::nullopt, folder_ / "tree"), IsEmpty());

@@ -54,20 +54,26 @@ class HeldCopy {
     const Calls* before_ = nullptr;
 };
 
-// A count takes a millisecond for every item whose name begins so. One at a time.
+// A count that comes to an item whose name begins so waits there until it is let go, for twenty
+// seconds at most; then it takes two milliseconds for each. One at a time.
 class SlowCount {
   public:
     explicit SlowCount(std::string beginning) {
         beginning_ = std::move(beginning);
         items_ = 0;
+        letGo_ = false;
         table_ = platform::posix::systemCalls();
         fstatat_ = std::exchange(table_.fstatat, slow);
         before_ = platform::posix::exchangeSystemCalls(&table_);
     }
-    ~SlowCount() { platform::posix::exchangeSystemCalls(before_); }
+    ~SlowCount() {
+        letGo();
+        platform::posix::exchangeSystemCalls(before_);
+    }
     SlowCount(const SlowCount&) = delete;
     SlowCount& operator=(const SlowCount&) = delete;
 
+    void letGo() { letGo_ = true; }
     // How many it has come to.
     int items() const { return items_; }
 
@@ -77,7 +83,9 @@ class SlowCount {
     static int slow(int folder, const char* name, struct stat* status, int flags) {
         if (std::string_view(name).starts_with(beginning_)) {
             ++items_;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+            do std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            while (!letGo_ && std::chrono::steady_clock::now() < end);
         }
         return fstatat_(folder, name, status, flags);
     }
@@ -85,6 +93,7 @@ class SlowCount {
     static inline Calls table_;
     static inline std::string beginning_;
     static inline std::atomic<int> items_{0};
+    static inline std::atomic<bool> letGo_{false};
     static inline decltype(Calls::fstatat) fstatat_ = nullptr;
     const Calls* before_ = nullptr;
 };

@@ -1,10 +1,9 @@
 // Time that passes only while somebody waits.
 #pragma once
 
-#include <gmock/gmock.h>
-
 #include <chrono>
 #include <functional>
+#include <utility>
 #include <vector>
 
 #include "log/KXLog.h"

@@ -1,0 +1,302 @@
+#include <atomic>
+#include <random>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tests/children/pattern.h"
+#include "tests/task/async_test.h"
+#include "tests/task/scripted_platform.h"
+
+namespace quillmoor {
+namespace {
+
+using namespace std::chrono_literals;
+using test::childPath;
+using test::eventually;
+using test::selectorOf;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using AsyncTask = test::AsyncTaskTest;
+
+// Runs that follow one another, and what happens at a bad moment.
+
+TEST_F(AsyncTask, MayBeUsedAgain) {
+    for (int run = 1; run <= 3; ++run) {
+        start(childPath("print_streams"), {std::to_string(run)});
+        ASSERT_TRUE(delegate_->waitForEnds(run));
+        ASSERT_TRUE(isIdle());
+    }
+    EXPECT_EQ(delegate_->text(), "123");
+}
+
+TEST_F(AsyncTask, ThatIsTerminatedBeforeItsThreadBeginsIsToldInTheLogAndPrinted) {
+    // Holds the thread back until it is let go.
+    class Held : public test::ForwardingMainThread {
+      public:
+        std::function<void()> body;
+        void detachNewThread(std::function<void()> made) override { body = std::move(made); }
+    };
+    Held thread;
+    platform_->mainThread = &thread;
+    start(childPath("hang"), {folder_ / "pid"});
+    runner_->terminateAsyncTask();
+    thread.body();
+    EXPECT_THAT(logged(), ElementsAre("Unable to launch async task - no task set"));
+    EXPECT_TRUE(console_.printed.contains("Unable to launch async task - no task set"));
+    EXPECT_FALSE(test::somethingAt(folder_ / "pid"));
+}
+
+TEST_F(AsyncTask, ThatIsTerminatedAndStartedAnewLeavesTheSecondRunToItsOwnThread) {
+    class Held : public test::ForwardingMainThread {
+      public:
+        std::vector<std::function<void()>> bodies;
+        void detachNewThread(std::function<void()> made) override {
+            bodies.push_back(std::move(made));
+        }
+    };
+    Held thread;
+    platform_->mainThread = &thread;
+    start(childPath("hang"), {folder_ / "pid"});
+    runner_->terminateAsyncTask();
+    start(childPath("print_streams"), {"second"});
+    thread.bodies.at(0)();
+    EXPECT_EQ(delegate_->ends(), 0);
+    thread.bodies.at(1)();
+    EXPECT_EQ(delegate_->text(), "second");
+    EXPECT_EQ(delegate_->ends(), 1);
+    EXPECT_FALSE(test::somethingAt(folder_ / "pid"));
+}
+
+TEST_F(AsyncTask, ThatIsReplacedGoesOnReadingTheSecondTasksOutput) {
+    const std::string file = folder_ / "pid";
+    start(childPath("write_then_hang"), {file, "first"});
+    ASSERT_TRUE(delegate_->waitForChunks(1));
+    const pid_t first = test::pidIn(file);
+    start(childPath("print_streams"), {"second"});
+    ASSERT_TRUE(delegate_->waitForEnds(1));
+    EXPECT_EQ(delegate_->text(), "firstsecond");
+    ::kill(first, SIGKILL);
+    EXPECT_TRUE(isIdle());
+}
+
+TEST_F(AsyncTask, ThatIsStartedInsideTheLastCallIsEndedByTheCleanUp) {
+    const std::string file = folder_ / "pid";
+    delegate_->meanwhile = [&](const Data& data, KXTaskEx& task) {
+        if (data.empty() && delegate_->ends() == 1)
+            task.asyncDataFromTask(childPath("hang"), StringList{file}, delegate_,
+                                   selectorOf(delegate_), nullptr);
+    };
+    start(childPath("print_streams"), {"out"});
+    ASSERT_TRUE(delegate_->waitForEnds(1));
+    EXPECT_TRUE(isIdle());
+    EXPECT_EQ(delegate_->ends(), 1);
+    if (test::somethingAt(file)) {
+        const pid_t child = test::pidIn(file);
+        EXPECT_TRUE(eventually([&] { return !test::processExists(child); }));
+    }
+}
+
+TEST_F(AsyncTask, ThatIsTerminatedAndStartedAnewInsideTheLastCallGoesOn) {
+    delegate_->meanwhile = [&](const Data& data, KXTaskEx& task) {
+        if (!data.empty() || delegate_->ends() != 1) return;
+        task.terminateAsyncTask();
+        task.asyncDataFromTask(childPath("print_streams"), StringList{"second"}, delegate_,
+                               selectorOf(delegate_), nullptr);
+    };
+    start(childPath("print_streams"), {"first"});
+    ASSERT_TRUE(delegate_->waitForEnds(2));
+    EXPECT_EQ(delegate_->text(), "firstsecond");
+    EXPECT_TRUE(isIdle());
+}
+
+TEST_F(AsyncTask, ThatIsStartedAnewIsNeitherEndedNorFedByTheReaderBefore) {
+    for (int round = 0; round < 100; ++round) {
+        start("/usr/bin/yes");
+        ASSERT_TRUE(delegate_->waitForChunks(1));
+        runner_->terminateAsyncTask();
+        const auto before = std::exchange(delegate_, std::make_shared<test::Delegate>());
+        start(childPath("print_bytes"), {"100000"});
+        ASSERT_TRUE(delegate_->waitForEnds(1));
+        ASSERT_TRUE(delegate_->text() == test::pattern(0, 100000)) << round;
+        ASSERT_TRUE(isIdle());
+        ASSERT_EQ(delegate_->ends(), 1);
+        ASSERT_EQ(before->ends(), 0);
+        delegate_ = std::make_shared<test::Delegate>();
+    }
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(AsyncTask, MayBeStartedAndTerminatedByTwoThreads) {
+    std::atomic<bool> over{false};
+    std::thread terminating([&] {
+        while (!over) runner_->terminateAsyncTask();
+    });
+    for (int round = 0; round < 300; ++round) {
+        runner_->terminateAsyncTask();
+        start(childPath("print_streams"), {"x"});
+    }
+    over = true;
+    terminating.join();
+    runner_->terminateAsyncTask();
+    EXPECT_TRUE(isIdle());
+    EXPECT_TRUE(eventually([] { return test::zombieCount() == 0; }));
+    for (const std::string& line : logged())
+        EXPECT_EQ(line, "Unable to launch async task - no task set");
+    // And the instance is as good as new.
+    delegate_ = std::make_shared<test::Delegate>();
+    start(childPath("print_streams"), {"out"});
+    ASSERT_TRUE(delegate_->waitForEnds(1));
+    EXPECT_EQ(delegate_->text(), "out");
+}
+
+TEST_F(AsyncTask, IsTerminatedFromInsideTheDelegate) {
+    delegate_->meanwhile = [](const Data&, KXTaskEx& task) { task.terminateAsyncTask(); };
+    start("/usr/bin/yes");
+    ASSERT_TRUE(delegate_->waitForChunks(1));
+    EXPECT_TRUE(isIdle());
+    EXPECT_EQ(delegate_->chunks(), 1);
+}
+
+TEST_F(AsyncTask, OfAnIdleInstanceCanBeTerminated) {
+    runner_->terminateAsyncTask();
+    runner_->terminateAsyncTask();
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(AsyncTask, IsTerminatedAtAnyMomentWithoutALeftover) {
+    // What the library starts once and keeps.
+    start(childPath("hang"), {folder_ / "pid"});
+    test::pidIn(folder_ / "pid");
+    runner_->terminateAsyncTask();
+    ASSERT_TRUE(isIdle());
+    ASSERT_TRUE(eventually([] { return test::zombieCount() == 0; }));
+    std::mt19937 random(20240131);
+    std::uniform_int_distribution<int> moments(0, 2500);
+    const int descriptors = test::openDescriptorCount();
+    for (int round = 0; round < (test::kSanitized ? 200 : 1000); ++round) {
+        start("/usr/bin/yes");
+        std::this_thread::sleep_for(std::chrono::microseconds(moments(random)));
+        runner_->terminateAsyncTask();
+    }
+    EXPECT_TRUE(isIdle());
+    EXPECT_TRUE(eventually([] { return test::zombieCount() == 0; }));
+    EXPECT_TRUE(eventually([&] { return test::openDescriptorCount() <= descriptors; }));
+    for (const std::string& line : logged())
+        EXPECT_EQ(line, "Unable to launch async task - no task set");
+}
+
+// The steps, with children and pipes that do as they are told.
+class AsyncSteps : public test::ScriptedTaskTest {
+  protected:
+    std::shared_ptr<test::Delegate> delegate_ = std::make_shared<test::Delegate>();
+    std::shared_ptr<KXTaskEx> runner_ = KXTaskEx::create();
+};
+
+TEST_F(AsyncSteps, AreTheseForARun) {
+    handles_.chunks[1] = {"one", "two"};
+    tasks_.script.runsAfterLaunch = false;
+    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr,
+                               Environment{{"A", "1"}});
+    ASSERT_TRUE(delegate_->waitForEnds(1));
+    ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
+    EXPECT_THAT(steps(),
+                ElementsAre("make task", "make pipe1", "output pipe1.writing", "error null",
+                            "environment A=1", "path /tool", "arguments", "exists?", "executable?",
+                            "launch", "read pipe1.reading", "read pipe1.reading",
+                            "read pipe1.reading", "close pipe1.reading", "running?", "released"));
+    EXPECT_EQ(delegate_->text(), "onetwo");
+    EXPECT_EQ(delegate_->chunks(), 2);
+}
+
+TEST_F(AsyncSteps, IncludeOneSignalForAToolThatStillRunsWhenItsOutputEnds) {
+    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
+    ASSERT_TRUE(delegate_->waitForEnds(1));
+    ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
+    const StringList all = steps();
+    EXPECT_EQ(std::count(all.begin(), all.end(), "terminate"), 1);
+    runner_->terminateAsyncTask();
+    EXPECT_EQ(steps().size(), all.size());
+}
+
+TEST_F(AsyncSteps, EndWithAReadThatFails) {
+    handles_.chunks[1] = {"one", "!"};
+    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
+    ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
+    EXPECT_THAT(logged(),
+                ElementsAre("Exception in -[KXTaskEx launchAsyncTask]. Name - cannot read."));
+    EXPECT_EQ(delegate_->ends(), 0);
+    const StringList all = steps();
+    EXPECT_EQ(std::count(all.begin(), all.end(), "terminate"), 0);
+    runner_->terminateAsyncTask();
+}
+
+TEST_F(AsyncSteps, OfAReaderThatComesBackLateLeaveTheNextRunsOutputAlone) {
+    // Lets the test run the threads' bodies.
+    class Held : public test::ForwardingMainThread {
+      public:
+        std::vector<std::function<void()>> bodies;
+        void detachNewThread(std::function<void()> made) override {
+            bodies.push_back(std::move(made));
+        }
+    };
+    Held thread;
+    platform_->mainThread = &thread;
+    handles_.chunks[1] = {"first", "late"};
+    handles_.chunks[2] = {"second"};
+    const auto begin = [this] {
+        runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_),
+                                   nullptr);
+    };
+    delegate_->meanwhile = [&](const Data& data, KXTaskEx& task) {
+        if (data.view() != "first") return;
+        task.terminateAsyncTask();
+        begin();
+    };
+    begin();
+    thread.bodies.at(0)();
+    EXPECT_EQ(delegate_->ends(), 0);
+    thread.bodies.at(1)();
+    EXPECT_EQ(delegate_->text(), "firstsecond");
+    EXPECT_EQ(delegate_->ends(), 1);
+}
+
+TEST_F(AsyncSteps, OfARunThatIsPreparedAreNotMixedWithATermination) {
+    // Another thread terminates while the pipe of the first run is made.
+    class Interrupted : public test::ScriptedHandles {
+      public:
+        using ScriptedHandles::ScriptedHandles;
+        std::function<void()> meanwhile = [] {};
+        platform::Pipe makePipe() override {
+            std::exchange(meanwhile, [] {})();
+            return ScriptedHandles::makePipe();
+        }
+    };
+    Interrupted handles(journal_);
+    handles.chunks[1] = {"one", "two"};
+    platform_->fileHandles = &handles;
+    std::thread terminating;
+    std::atomic<bool> terminated{false};
+    handles.meanwhile = [&] {
+        terminating = std::thread([&] {
+            runner_->terminateAsyncTask();
+            terminated = true;
+        });
+        // It may have to wait until the run is prepared.
+        for (int i = 0; i < 100 && !terminated; ++i) std::this_thread::sleep_for(1ms);
+    };
+    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
+    const bool cameBefore = terminated;
+    terminating.join();
+    ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
+    EXPECT_EQ(runner_->theTask(), nullptr);
+    // One that comes before the run leaves it whole.
+    if (cameBefore) {
+        EXPECT_EQ(delegate_->text(), "onetwo");
+        EXPECT_EQ(delegate_->ends(), 1);
+    }
+}
+
+}  // namespace
+}  // namespace quillmoor
