@@ -1,6 +1,7 @@
 // The two functions that installer-host finds in the plug-in, and the pane behind them.
 #include <chrono>
 #include <functional>
+#include <list>
 #include <memory>
 #include <string>
 #include <utility>
@@ -123,7 +124,8 @@ void destroy(void* context) {
 struct KeptCallback {
     static void call(void* user) { (*static_cast<std::function<void()>*>(user))(); }
     static void* keep(std::function<void()> callback) {
-        return new std::function<void()>(std::move(callback));
+        static auto& all = *new std::list<std::function<void()>>;
+        return &all.emplace_back(std::move(callback));
     }
 };
 

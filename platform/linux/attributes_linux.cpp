@@ -6,6 +6,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <cstdint>
 
 #include "platform/linux/immutable_flag_linux.h"
 #include "platform/native_services.h"
@@ -37,8 +38,12 @@ system_clock::time_point dateOf(const timespec& time) {
 }
 
 timespec timeOf(system_clock::time_point date) {
-    const auto whole = std::chrono::floor<seconds>(date);
-    return {whole.time_since_epoch().count(), nanoseconds(date - whole).count()};
+    // By division, for the ends of the clock's time do not bear being rounded down.
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    const std::int64_t count = nanoseconds(date.time_since_epoch()).count();
+    const std::int64_t rest = count % kSecond;
+    if (rest < 0) return {count / kSecond - 1, rest + kSecond};
+    return {count / kSecond, rest};
 }
 
 // Finds the item that a call is to change; answers 0 or the error number.

@@ -106,6 +106,12 @@ inline void serveDefaultMode(std::chrono::milliseconds time) {
 class CopyWithProgressTest : public FilesTest {
   protected:
     CopyWithProgressTest() { platform_->fileOperations = &operations_; }
+    // The last notice holds the delegate that keeps it.
+    ~CopyWithProgressTest() override {
+        if (listener_ == nullptr) return;
+        listener_->last.clear();
+        listener_->operation = nullptr;
+    }
     bool start(const CallerObject& object = nullptr, const CallerObject& object2 = nullptr) {
         return KXFileManager::copyFileWithProgress(file_, folder_ / "to/copy", listener_, object,
                                                    object2);

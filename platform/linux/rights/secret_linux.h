@@ -1,6 +1,7 @@
 // A password for as long as it is needed, and no longer.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <vector>
@@ -14,10 +15,11 @@ class Secret {
     // `text` and what follows it, a line end for instance.
     explicit Secret(std::string_view text, std::string_view end = {})
         : bytes_(text.size() + end.size()) {
-        text.copy(bytes_.data(), text.size());
-        end.copy(bytes_.data() + text.size(), end.size());
+        std::copy(end.begin(), end.end(), std::copy(text.begin(), text.end(), bytes_.begin()));
     }
-    ~Secret() { ::explicit_bzero(bytes_.data(), bytes_.size()); }
+    ~Secret() {
+        if (!bytes_.empty()) ::explicit_bzero(bytes_.data(), bytes_.size());
+    }
     Secret(const Secret&) = delete;
     Secret& operator=(const Secret&) = delete;
 
