@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "files/KXFileManager.h"
+#include "log/KXLog.h"
 #include "paths/KXLocalPaths.h"
 #include "task/KXTaskEx.h"
 #include "tests/auth/auth_fixture.h"
@@ -41,6 +42,7 @@ class FakeWorkspace : public test::ForwardingWorkspace {
 class DecompressFile : public ::testing::Test {
   protected:
     DecompressFile() { platform_->workspace = &workspace_; }
+    void TearDown() override { KXLog::finishWriting(); }
 
     // An archive of a small application, made with the same tool.
     std::string makeArchive() {
@@ -60,6 +62,7 @@ class DecompressFile : public ::testing::Test {
     }
 
     FakeWorkspace workspace_;
+    test::AuthUser user_;
     test::ScopedPlatform platform_;
     test::TempFolder folder_;
 };
@@ -159,8 +162,7 @@ TEST_F(CompressFile, PutsAnOldArchiveIntoTheTrashFirst) {
 TEST_F(CompressFile, AnswersYesWhenTheOldArchiveStaysAndTheToolFails) {
     workspace_.tool = failingTool();
     workspace_.reallyRecycles = false;
-    test::AuthUser user;
-    platform_->processInfo = &user;
+    platform_->processInfo = &user_;
     folder_.writeFile("a.zip", "old");
     EXPECT_TRUE(KXFileManager::compressFile("/no/such/item", folder_ / "a.zip"));
     EXPECT_EQ(test::readFile(folder_ / "a.zip"), "old");
@@ -173,8 +175,7 @@ TEST_F(CompressFile, WithoutASourceRunsTheToolWithItsOptionsAlone) {
 }
 
 TEST_F(CompressFile, WithoutASourceAnswersWhetherAnOldArchiveIsStillThere) {
-    test::AuthUser user;
-    platform_->processInfo = &user;
+    platform_->processInfo = &user_;
     workspace_.tool = failingTool();
     workspace_.reallyRecycles = false;
     const std::string archive = folder_.writeFile("a.zip", "old");
@@ -189,8 +190,7 @@ TEST_F(CompressFile, WithoutASourceAnswersWhetherAnOldArchiveIsStillThere) {
 }
 
 TEST_F(CompressFile, WithoutASourceTheRealToolLeavesAnOldArchiveAsItIs) {
-    test::AuthUser user;
-    platform_->processInfo = &user;
+    platform_->processInfo = &user_;
     workspace_.reallyRecycles = false;
     const std::string archive = folder_.writeFile("a.zip", "old");
     EXPECT_TRUE(KXFileManager::compressFile(std::nullopt, archive));

@@ -79,7 +79,11 @@ class FilesTest : public AuthTest {
     FilesTest() {
         platform_->fileManager = &manager_;
         platform_->workspace = &desktop_;
+        // Open from the start, so that the log's worker asks nothing of what a test puts in place.
+        KXLog::createNewLog("Files");
+        KXLog::finishWriting();
     }
+    void TearDown() override { KXLog::finishWriting(); }
 
     std::string trash() const { return locations_.home + "/.Trash"; }
 
@@ -90,9 +94,8 @@ class FilesTest : public AuthTest {
     }
     const StringList& changes() const { return changes_.list(); }
 
-    // Begins a log, so that logged() has something to read.
+    // What logged() tells begins here.
     void startLog() {
-        KXLog::createNewLog("Files");
         KXLog::finishWriting();
         headerSize_ = logText().size();
     }

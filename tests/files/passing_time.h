@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -19,7 +20,10 @@ class PassingClock : public ForwardingClock {
     // Called each time that time has passed.
     std::function<void()> meanwhile = [] {};
 
-    std::chrono::system_clock::time_point now() override { return time; }
+    // The log's worker has the time of day.
+    std::chrono::system_clock::time_point now() override {
+        return std::this_thread::get_id() == thread_ ? time : std::chrono::system_clock::now();
+    }
     void sleep(std::chrono::microseconds duration) override {
         slept.push_back(duration);
         pass(duration);
@@ -28,6 +32,9 @@ class PassingClock : public ForwardingClock {
         time += duration;
         meanwhile();
     }
+
+  private:
+    const std::thread::id thread_ = std::this_thread::get_id();
 };
 
 // A main thread to which no event comes: it waits for one as long as it may.
