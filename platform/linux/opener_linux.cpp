@@ -1,8 +1,6 @@
 #include "platform/linux/opener_linux.h"
 
 #include <dirent.h>
-#include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -15,7 +13,6 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
-#include <vector>
 
 #include "base/paths.h"
 #include "platform/exception.h"
@@ -23,6 +20,9 @@
 #include "platform/linux/environment_linux.h"
 #include "platform/linux/programs_linux.h"
 #include "platform/platform.h"
+#include "platform/posix/c_strings_posix.h"
+#include "platform/posix/child_system_posix.h"
+#include "platform/posix/spawn_setup_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {
@@ -51,55 +51,27 @@ OptionalPath onlyProgramIn(const std::string& folder) {
 }
 
 // What a started program finds: see startOnItsOwn.
-class SpawnSettings {
-  public:
-    SpawnSettings() {
-        ::posix_spawnattr_init(&attributes_);
-        ::posix_spawn_file_actions_init(&actions_);
-    }
-    ~SpawnSettings() {
-        ::posix_spawn_file_actions_destroy(&actions_);
-        ::posix_spawnattr_destroy(&attributes_);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-    // NO when there was no memory for it.
-    bool prepare() {
-        sigset_t none;
-        sigset_t all;
-        ::sigemptyset(&none);
-        ::sigfillset(&all);
-        int error = ::posix_spawnattr_setflags(
-            &attributes_, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-        error |= ::posix_spawnattr_setsigmask(&attributes_, &none);
-        error |= ::posix_spawnattr_setsigdefault(&attributes_, &all);
-        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-            error |= ::posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_RDWR, 0);
-        error |= ::posix_spawn_file_actions_addchdir_np(&actions_, "/");
-        error |= ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
-        return error == 0;
-    }
-
-    const posix_spawnattr_t* attributes() const { return &attributes_; }
-    const posix_spawn_file_actions_t* actions() const { return &actions_; }
-
-  private:
-    posix_spawnattr_t attributes_{};
-    posix_spawn_file_actions_t actions_{};
-};
+void leaveHost(posix::SpawnActions& actions) {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        actions.open(stream, posix::kNullDevice);
+    actions.note(::posix_spawn_file_actions_addchdir_np(actions.get(), "/"));
+    actions.note(posix::closeAllButStandardStreams(actions.get()));
+}
 
 // nil when the system refuses. `arguments` are without the program's own name.
 std::optional<pid_t> spawn(const std::string& program, const StringList& arguments) {
-    std::vector<char*> list{const_cast<char*>(program.c_str())};
-    for (const std::string& each : arguments) list.push_back(const_cast<char*>(each.c_str()));
-    list.push_back(nullptr);
-    SpawnSettings settings;
+    posix::CStrings list;
+    list.add(program);
+    for (const std::string& each : arguments) list.add(each);
+    posix::SpawnActions actions;
+    leaveHost(actions);
+    const posix::SpawnAttributes attributes(posix::SpawnSession::Own);
+    if (!list.valid() || actions.error() != 0 || attributes.error() != 0) return std::nullopt;
     pid_t child = 0;
-    const bool spawned =
-        settings.prepare() && ::posix_spawn(&child, program.c_str(), settings.actions(),
-                                            settings.attributes(), list.data(), environ) == 0;
-    return spawned ? std::optional(child) : std::nullopt;
+    if (::posix_spawn(&child, program.c_str(), actions.get(), attributes.get(), list.get(),
+                      environ) != 0)
+        return std::nullopt;
+    return child;
 }
 
 // In a program that ignores the end of its children there is nothing left to reap; that is as good.

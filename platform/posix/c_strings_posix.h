@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/types.h"
+
 namespace quillmoor::platform::posix {
 
 // A null-terminated list of C strings. Texts with a NUL in them, which would arrive cut, are told.
@@ -13,6 +15,11 @@ class CStrings {
     void add(std::string text) {
         valid_ = valid_ && text.find('\0') == std::string::npos;
         texts_.push_back(std::move(text));
+    }
+    // As an environment has them.
+    void add(const Environment& variables) {
+        for (const auto& [name, value] : variables)
+            add(std::string(name).append("=").append(value));
     }
     bool valid() const { return valid_; }
     char* const* get() {

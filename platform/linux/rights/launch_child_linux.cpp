@@ -1,6 +1,5 @@
 #include "platform/linux/rights/launch_child_linux.h"
 
-#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
@@ -8,7 +7,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
-#include <cstring>
 #include <exception>
 #include <utility>
 
@@ -16,6 +14,7 @@
 #include "platform/native_services.h"
 #include "platform/posix/c_strings_posix.h"
 #include "platform/posix/child_system_posix.h"
+#include "platform/posix/spawn_setup_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -23,74 +22,24 @@ namespace {
 using posix::CStrings;
 using posix::Descriptor;
 
-constexpr char kNullDevice[] = "/dev/null";
 constexpr int kLastStream = 2;
 
-class SpawnActions {
-  public:
-    explicit SpawnActions(const LaunchSetup& setup)
-        : error_(::posix_spawn_file_actions_init(&actions_)) {
-        int last = kLastStream;
-        for (int number = 0; number < static_cast<int>(setup.descriptors.size()); ++number) {
-            const int source = setup.descriptors[static_cast<std::size_t>(number)];
-            if (number == 0 && !setup.terminal.empty()) {
-                // The leader of a session that has no terminal makes the first that it opens its
-                // own.
-                open(number, setup.terminal.c_str());
-            } else if (source >= 0) {
-                note(::posix_spawn_file_actions_adddup2(&actions_, source, number));
-                last = std::max(last, number);
-            } else if (number <= kLastStream) {
-                open(number, kNullDevice);
-            }
+void setDescriptors(posix::SpawnActions& actions, const LaunchSetup& setup) {
+    int last = kLastStream;
+    for (int number = 0; number < static_cast<int>(setup.descriptors.size()); ++number) {
+        const int source = setup.descriptors[static_cast<std::size_t>(number)];
+        if (number == 0 && !setup.terminal.empty()) {
+            // The leader of a session that has no terminal makes the first that it opens its own.
+            actions.open(number, setup.terminal.c_str());
+        } else if (source >= 0) {
+            actions.duplicate(source, number);
+            last = std::max(last, number);
+        } else if (number <= kLastStream) {
+            actions.open(number, posix::kNullDevice);
         }
-        note(::posix_spawn_file_actions_addclosefrom_np(&actions_, last + 1));
     }
-    ~SpawnActions() { ::posix_spawn_file_actions_destroy(&actions_); }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
-
-    bool valid() const { return error_ == 0; }
-    const posix_spawn_file_actions_t* get() const { return &actions_; }
-
-  private:
-    void open(int number, const char* path) {
-        note(::posix_spawn_file_actions_addopen(&actions_, number, path, O_RDWR, 0));
-    }
-    void note(int error) {
-        if (error_ == 0) error_ = error;
-    }
-
-    posix_spawn_file_actions_t actions_{};
-    int error_;
-};
-
-class SpawnAttributes {
-  public:
-    explicit SpawnAttributes(bool ownSession) : error_(::posix_spawnattr_init(&attributes_)) {
-        sigset_t none;
-        ::sigemptyset(&none);
-        // Every bit, also those of the signals that the threads library keeps to itself.
-        sigset_t all;
-        std::memset(&all, 0xff, sizeof all);
-        const int flags =
-            POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | (ownSession ? POSIX_SPAWN_SETSID : 0);
-        if (error_ == 0) error_ = ::posix_spawnattr_setsigmask(&attributes_, &none);
-        if (error_ == 0) error_ = ::posix_spawnattr_setsigdefault(&attributes_, &all);
-        if (error_ == 0)
-            error_ = ::posix_spawnattr_setflags(&attributes_, static_cast<short>(flags));
-    }
-    ~SpawnAttributes() { ::posix_spawnattr_destroy(&attributes_); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-
-    bool valid() const { return error_ == 0; }
-    const posix_spawnattr_t* get() const { return &attributes_; }
-
-  private:
-    posix_spawnattr_t attributes_{};
-    int error_;
-};
+    actions.note(::posix_spawn_file_actions_addclosefrom_np(actions.get(), last + 1));
+}
 
 void waitFor(const Descriptor& exit, pid_t pid) {
     siginfo_t info{};
@@ -115,11 +64,12 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
     arguments.add(setup.path);
     for (const std::string& argument : setup.arguments) arguments.add(argument);
     CStrings environment;
-    for (const auto& [name, value] : setup.environment)
-        environment.add(std::string(name).append("=").append(value));
-    const SpawnActions actions(setup);
-    const SpawnAttributes attributes(!setup.terminal.empty());
-    if (!actions.valid() || !attributes.valid()) return nullptr;
+    environment.add(setup.environment);
+    posix::SpawnActions actions;
+    setDescriptors(actions, setup);
+    const posix::SpawnAttributes attributes(setup.terminal.empty() ? posix::SpawnSession::Inherited
+                                                                   : posix::SpawnSession::Own);
+    if (actions.error() != 0 || attributes.error() != 0) return nullptr;
 
     pid_t pid = -1;
     if (::posix_spawn(&pid, setup.path.c_str(), actions.get(), attributes.get(), arguments.get(),

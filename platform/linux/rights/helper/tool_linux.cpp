@@ -1,99 +1,59 @@
 #include "platform/linux/rights/helper/tool_linux.h"
 
-#include <spawn.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstring>
-#include <string>
-#include <vector>
+#include <cstdlib>
+
+#include "platform/posix/c_strings_posix.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {
 
-// Pointers into `texts`, and the null that ends them.
-std::vector<char*> pointersTo(StringList& texts) {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string& text : texts) pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-StringList linesOf(const Environment& environment) {
-    StringList lines;
-    for (const auto& [name, value] : environment)
-        lines.push_back(std::string(name).append("=").append(value));
-    return lines;
-}
-
-class Attributes {
-  public:
-    Attributes() : error_(::posix_spawnattr_init(&attributes_)) {
-        sigset_t none;
-        ::sigemptyset(&none);
-        // Every bit, also those of the signals that the threads library keeps to itself.
-        sigset_t all;
-        std::memset(&all, 0xff, sizeof all);
-        ::posix_spawnattr_setsigmask(&attributes_, &none);
-        ::posix_spawnattr_setsigdefault(&attributes_, &all);
-        ::posix_spawnattr_setflags(
-            &attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
-    }
-    ~Attributes() { ::posix_spawnattr_destroy(&attributes_); }
-    Attributes(const Attributes&) = delete;
-    Attributes& operator=(const Attributes&) = delete;
-
-    int error() const { return error_; }
-    const posix_spawnattr_t* get() const { return &attributes_; }
-
-  private:
-    posix_spawnattr_t attributes_{};
-    int error_;
+struct Tool {
+    const char* path;
+    char* const* arguments;
+    char* const* environment;
+    const std::vector<posix::Descriptor>& descriptors;
+    int error = 0;
 };
 
-class Actions {
-  public:
-    explicit Actions(const std::vector<posix::Descriptor>& descriptors)
-        : error_(::posix_spawn_file_actions_init(&actions_)) {
-        static_assert(kToolInput == STDIN_FILENO && kToolOutput == STDOUT_FILENO &&
-                      kToolError == STDERR_FILENO);
-        note(::posix_spawn_file_actions_addfchdir_np(&actions_, descriptors[kToolFolder].get()));
-        for (const std::size_t stream : {kToolInput, kToolOutput, kToolError})
-            note(::posix_spawn_file_actions_adddup2(&actions_, descriptors[stream].get(),
-                                                    static_cast<int>(stream)));
-        note(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
-    }
-    ~Actions() { ::posix_spawn_file_actions_destroy(&actions_); }
-    Actions(const Actions&) = delete;
-    Actions& operator=(const Actions&) = delete;
+// In the child, with the helper's memory but signals and descriptors of its own. Every other signal
+// has its default action already.
+[[noreturn]] void becomeTool(Tool& tool) {
+    const auto take = [&tool](RequestDescriptor source, int number) {
+        return ::dup2(tool.descriptors[source].get(), number) == number;
+    };
+    ::signal(SIGCHLD, SIG_DFL);
+    ::signal(SIGPIPE, SIG_DFL);
+    if (::setsid() >= 0 && ::fchdir(tool.descriptors[kToolFolder].get()) == 0 &&
+        take(kToolInput, STDIN_FILENO) && take(kToolOutput, STDOUT_FILENO) &&
+        take(kToolError, STDERR_FILENO) && ::close_range(STDERR_FILENO + 1, ~0U, 0) == 0)
+        ::execve(tool.path, tool.arguments, tool.environment);
+    tool.error = errno;
+    ::_exit(EXIT_FAILURE);
+}
 
-    int error() const { return error_; }
-    const posix_spawn_file_actions_t* get() const { return &actions_; }
-
-  private:
-    void note(int error) {
-        if (error_ == 0) error_ = error;
-    }
-
-    posix_spawn_file_actions_t actions_{};
-    int error_;
-};
+// posix_spawn(3) maps a stack for the child, which makes a start a third dearer; the helper has but
+// one thread, and handles no signal.
+[[gnu::noinline]] int start(Tool& tool) {
+    const pid_t child = ::vfork();  // NOLINT(clang-analyzer-security.insecureAPI.vfork)
+    if (child == 0) becomeTool(tool);
+    return child < 0 ? errno : tool.error;
+}
 
 }  // namespace
 
 int startTool(const Request& request, const Environment& environment) {
-    StringList command = request.command;
-    if (!command.front().starts_with('/')) return EINVAL;
-    StringList lines = linesOf(environment);
-    const Attributes attributes;
-    const Actions actions(request.descriptors);
-    if (attributes.error() != 0) return attributes.error();
-    if (actions.error() != 0) return actions.error();
-    pid_t tool = -1;
-    return ::posix_spawn(&tool, command.front().c_str(), actions.get(), attributes.get(),
-                         pointersTo(command).data(), pointersTo(lines).data());
+    const std::string& path = request.command.front();
+    if (!path.starts_with('/')) return EINVAL;
+    posix::CStrings arguments;
+    for (const std::string& text : request.command) arguments.add(text);
+    posix::CStrings variables;
+    variables.add(environment);
+    Tool tool{path.c_str(), arguments.get(), variables.get(), request.descriptors};
+    return start(tool);
 }
 
 }  // namespace quillmoor::platform::linux_::rights::helper
