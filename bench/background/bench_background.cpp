@@ -1,17 +1,13 @@
 // bench_background FOLDER [ROUNDS]: what runs beside the program.
 //
 //   output    1 GiB of a tool's output, handed to a delegate, against a bare loop that reads the
-//   same
-//             into one buffer; MB a second
+//             same into one buffer; MB a second
 //   starts    how long the call takes that starts a tool or a copy, against the millisecond that it
 //             may take
 //   copies    a copy with progress against the same copy without; a tree of small files
 //
 // Both sides run in turn. Every run is checked: the number of bytes, the number of copied files.
 // Everything is written below FOLDER, which is best a file system in memory.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -27,13 +23,11 @@
 #include <vector>
 
 #include "bench/support/table.h"
-#include "bench/task/blocks.h"
+#include "bench/task/bare_writer.h"
 #include "files/KXFileManager.h"
 #include "platform/main_run_loop.h"
 #include "platform/platform.h"
 #include "task/KXTaskEx.h"
-
-extern char** environ;
 
 namespace quillmoor::bench {
 namespace {
@@ -108,26 +102,11 @@ double rateInBackground(std::vector<double>& starts) {
 double rateOfABareLoop() {
     std::size_t bytes = 0;
     const double took = seconds([&] {
-        int ends[2];
-        if (::pipe2(ends, O_CLOEXEC) != 0) fail("pipe2");
-        ::fcntl(ends[0], F_SETPIPE_SZ, 1 << 20);
-        posix_spawn_file_actions_t actions;
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-        char name[] = KX_WRITE_BLOCKS;
-        std::string count = blockCount();
-        char* arguments[] = {name, count.data(), nullptr};
-        pid_t pid = -1;
-        if (::posix_spawn(&pid, name, &actions, nullptr, arguments, environ) != 0) fail("spawn");
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::close(ends[1]);
+        const BareWriter writer(KX_WRITE_BLOCKS, kOutput);
         static std::array<char, std::size_t{1} << 16> buffer;
-        for (ssize_t count_read = 0;
-             (count_read = ::read(ends[0], buffer.data(), buffer.size())) > 0;)
-            bytes += static_cast<std::size_t>(count_read);
-        ::close(ends[0]);
-        int status = -1;
-        ::waitpid(pid, &status, 0);
+        for (ssize_t count = 0;
+             (count = ::read(writer.output(), buffer.data(), buffer.size())) > 0;)
+            bytes += static_cast<std::size_t>(count);
     });
     if (bytes != kOutput) fail("output is missing");
     return static_cast<double>(bytes) / took / 1e6;

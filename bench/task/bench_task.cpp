@@ -6,7 +6,6 @@
 // round, which a busy machine disturbs less. "from 1 GiB": the parent has that much memory in use.
 //
 // Every run is checked: the tool's success, and the size and a hash of what was captured.
-#include <fcntl.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -26,6 +25,7 @@
 #include <vector>
 
 #include "bench/support/table.h"
+#include "bench/task/bare_writer.h"
 #include "bench/task/blocks.h"
 #include "task/KXTaskEx.h"
 
@@ -206,23 +206,8 @@ std::size_t readAll(int file, char* bytes, std::size_t room) {
 void captureIntoReadyMemory(Times& times, const MemoryInUse& memory, std::uint64_t hash) {
     std::size_t size = 0;
     times.push_back(microseconds([&] {
-        int ends[2];
-        if (::pipe2(ends, O_CLOEXEC) != 0) fail("pipe2");
-        ::fcntl(ends[0], F_SETPIPE_SZ, 1 << 20);
-        posix_spawn_file_actions_t actions;
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-        char name[] = KX_WRITE_BLOCKS;
-        std::string count = blockCount();
-        char* arguments[] = {name, count.data(), nullptr};
-        pid_t pid = -1;
-        if (::posix_spawn(&pid, name, &actions, nullptr, arguments, environ) != 0) fail("spawn");
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::close(ends[1]);
-        size = readAll(ends[0], memory.bytes(), memory.size());
-        ::close(ends[0]);
-        int status = -1;
-        ::waitpid(pid, &status, 0);
+        const BareWriter writer(KX_WRITE_BLOCKS, kCaptured);
+        size = readAll(writer.output(), memory.bytes(), memory.size());
     }));
     check({memory.bytes(), size}, hash);
 }

@@ -171,13 +171,13 @@ TEST_F(BundleLoader, AnInterfaceFileMustNameThePanesClass) {
 
 TEST_F(BundleLoader, AMissingPlugInIsNamed) {
     auto parts = whole();
-    parts.library.clear();
+    parts.program.clear();
     EXPECT_EQ(errorOf(parts), "it has no plug-in “Contents/Linux/Recorder.so”");
 }
 
 TEST_F(BundleLoader, APlugInThatIsNoFileSaysSo) {
     auto parts = whole();
-    parts.library.clear();
+    parts.program.clear();
     folder_.makeFolder("X.bundle/Contents/Linux");
     ASSERT_EQ(::mkfifo((folder_ / "X.bundle/Contents/Linux/Recorder.so").c_str(), 0600), 0);
     EXPECT_EQ(errorOf(parts), "Contents/Linux/Recorder.so is not a regular file");
@@ -185,20 +185,20 @@ TEST_F(BundleLoader, APlugInThatIsNoFileSaysSo) {
 
 TEST_F(BundleLoader, APlugInThatIsNoSharedObjectGivesTheSystemsText) {
     auto parts = whole();
-    parts.library = folder_.writeFile("text", "this is no program");
+    parts.program = folder_.writeFile("text", "this is no program");
     EXPECT_THAT(errorOf(parts),
                 StartsWith("Contents/Linux/Recorder.so cannot be opened: file too short"));
 }
 
 TEST_F(BundleLoader, APlugInThatNeedsWhatNobodyHasGivesTheSystemsText) {
     auto parts = whole();
-    parts.library = UNRESOLVED_PLUGIN;
+    parts.program = UNRESOLVED_PLUGIN;
     EXPECT_THAT(errorOf(parts), HasSubstr("undefined symbol: function_that_nobody_has"));
 }
 
 TEST_F(BundleLoader, AMissingFunctionIsNamed) {
     auto parts = whole();
-    parts.library = LACKING_PLUGIN;
+    parts.program = LACKING_PLUGIN;
     EXPECT_EQ(errorOf(parts),
               "Contents/Linux/Recorder.so exports no function “installer_plugin_create_pane”");
 }

@@ -55,8 +55,8 @@ std::string makeBundle(const TempFolder& folder, const std::string& name,
     folder.writeFile(contents + "Info.plist", infoPlist(parts.info));
     if (!parts.interfaceFile.empty())
         folder.writeFile(contents + "Resources/Recorder.ui", parts.interfaceFile);
-    if (!parts.library.empty())
-        std::filesystem::copy_file(parts.library, folder / (contents + "Linux/Recorder.so"));
+    if (!parts.program.empty())
+        std::filesystem::copy_file(parts.program, folder / (contents + "Linux/Recorder.so"));
     return folder / name;
 }
 

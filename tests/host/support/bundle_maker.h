@@ -15,7 +15,7 @@ struct BundleParts {
                                             {"CFBundleExecutable", "Recorder"},
                                             {"NSMainNibFile", "Recorder"}};
     std::string interfaceFile;               // "" leaves it out
-    std::string library = RECORDING_PLUGIN;  // "" leaves it out
+    std::string program = RECORDING_PLUGIN;  // "" leaves it out
 };
 
 // An interface file whose topmost widget names the pane's class, with a heading, a text and a
