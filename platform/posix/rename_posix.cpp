@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "platform/posix/place_posix.h"
 #include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
@@ -63,7 +64,10 @@ int renameWithoutReplacing(int folder, const std::string& name, int newFolder,
     if (error != EINVAL && error != ENOSYS && error != ENOTSUP) return error;
     struct stat status;
     if (calls.fstatat(folder, renaming.name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
-    return S_ISDIR(status.st_mode) ? renaming.renameFolder() : renaming.renameFile();
+    if (!S_ISDIR(status.st_mode)) return renaming.renameFile();
+    // The same error tells this, and an attempt would change the dates of the folder.
+    if (isSameOrBelow(newFolder, identityOf(status))) return EINVAL;
+    return renaming.renameFolder();
 }
 
 }  // namespace quillmoor::platform::posix

@@ -13,6 +13,7 @@ from stage import DISMISSING_AGENT, PROBE, as_user
 
 LINE_END = "\x1e"  # one that is part of a word
 SUCCESS, DENIED, CANCELED, NOT_ALLOWED, INTERNAL = 0, -60005, -60006, -60007, -60008
+TOOL_FAILED = -60031
 
 
 class Probe:
@@ -169,6 +170,12 @@ class DismissingAgent:
             as_user(user) + ["/usr/bin/python3", DISMISSING_AGENT, str(probe.pid), start],
             stdout=subprocess.PIPE, text=True)
         assert self.process.stdout.readline().startswith("registered")
+
+    def questions(self):
+        """How often it was asked. Ends it."""
+        self.process.kill()
+        self.process.wait()
+        return self.process.stdout.read().count("asked")
 
     def __enter__(self):
         return self

@@ -141,6 +141,7 @@ def main():
         serial += 1
         reply = [(F_REPLY, "u", number), (F_DESTINATION, "s", fields[F_SENDER])]
         if fields[F_MEMBER] == "BeginAuthentication":
+            print("asked", flush=True)
             reply.append((F_ERROR, "s", POLKIT + ".Error.Cancelled"))
             bus.sendall(message(ERROR, serial, reply))
         else:

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdio>
 
 #include "platform/linux/rights/message_linux.h"
 
@@ -27,25 +28,17 @@ pid_t rawFork() {
     return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr));
 }
 
-// The one socket with the super-user at its other end; -1 when there is none.
-int channelDescriptor() {
-    for (int number = 3; number < kHighestDescriptor; ++number) {
-        ucred peer{};
-        socklen_t size = sizeof peer;
-        if (::getsockopt(number, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == 0 &&
-            peer.pid > 0)
-            return number;
-    }
-    return -1;
-}
-
-int sendRequest(int channel, const std::string& file) {
-    const auto body = rights::encodeCommand("/usr/bin/touch", {file});
+int sendRequest(int channel, const std::string& tool, const StringList& arguments) {
+    const auto body = rights::encodeCommand(tool, arguments);
     const int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::array<int, rights::kRequestDescriptors> descriptors = {0, 1, 2, folder};
     const bool sent =
         body && rights::sendMessage(channel, rights::MessageKind::Request, *body, descriptors);
     return sent ? kSent : kNotSent;
+}
+
+int sendRequest(int channel, const std::string& file) {
+    return sendRequest(channel, "/usr/bin/touch", {file});
 }
 
 std::string outcome(pid_t child) {
@@ -67,6 +60,17 @@ int steal(pid_t victim, int number) {
 }
 
 }  // namespace
+
+int channelDescriptor() {
+    for (int number = 3; number < kHighestDescriptor; ++number) {
+        ucred peer{};
+        socklen_t size = sizeof peer;
+        if (::getsockopt(number, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == 0 &&
+            peer.pid > 0)
+            return number;
+    }
+    return -1;
+}
 
 std::string askRightfully(const StringList& words) {
     const int channel = channelDescriptor();
@@ -96,13 +100,39 @@ std::string askFromThief(const StringList& words) {
 }
 
 std::string keepInForkedChild(const StringList&) {
+    const int channel = channelDescriptor();
+    if (channel < 0) return "no channel";
     const pid_t child = rawFork();
     if (child == 0) {
-        ::close(STDOUT_FILENO);
+        for (int number = 0; number < kHighestDescriptor; ++number)
+            if (number != channel) ::close(number);
         ::sleep(kKeepSeconds);
         ::_exit(0);
     }
     return std::to_string(child);
+}
+
+std::string requestTool(const StringList& words) {
+    const int channel = channelDescriptor();
+    if (channel < 0) return "no channel";
+    if (sendRequest(channel, words.at(1), {}) != kSent) return "not sent";
+    rights::MessageHeader header{};
+    rights::ReplyBody error = 0;
+    if (!rights::receiveBytes(channel, &header, sizeof header) ||
+        !rights::receiveBytes(channel, &error, sizeof error))
+        return "closed";
+    return std::to_string(error);
+}
+
+std::string socketsOfChild(const StringList&) {
+    FILE* const child = ::popen("readlink /proc/self/fd/* 2>/dev/null", "re");
+    if (child == nullptr) return "failed";
+    std::string all;
+    std::array<char, 512> line{};
+    while (std::fgets(line.data(), line.size(), child) != nullptr) all += line.data();
+    ::pclose(child);
+    if (all.find("pipe:") == std::string::npos) return "failed";
+    return all.find("socket:") == std::string::npos ? "none" : "some";
 }
 
 }  // namespace quillmoor::probe

@@ -7,6 +7,9 @@
 
 namespace quillmoor::probe {
 
+// The one socket of this process with the super-user at its other end; -1 when there is none.
+int channelDescriptor();
+
 // All of these act on the one connection that this process has to a helper. words[1] is a file that
 // they try to have made with the rights that are not theirs.
 
@@ -23,5 +26,12 @@ std::string askFromThief(const StringList& words);
 
 // A child made by fork keeps the connection open for half a minute. Answers its number.
 std::string keepInForkedChild(const StringList& words);
+
+// Asks for the tool words[1] without the library, which would not send every name. Answers the
+// helper's error number; the connection can be used afterwards.
+std::string requestTool(const StringList& words);
+
+// Does a child that was started like any other have a socket of this process? "none" or "some".
+std::string socketsOfChild(const StringList& words);
 
 }  // namespace quillmoor::probe

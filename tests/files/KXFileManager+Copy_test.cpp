@@ -1,5 +1,6 @@
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
+#include "tests/platform/files/locked_item.h"
 
 namespace quillmoor {
 namespace {
@@ -29,31 +30,14 @@ TEST_F(Copying, UnlocksTheFolderThatReceivesTheItemAndLeavesItSo) {
 }
 
 // With the system's own locked flag.
-class RootCopying : public test::FilesTest {
-  protected:
-    class Locked {
-      public:
-        explicit Locked(const std::string& path)
-            : path_(path), outcome_(platform::native().attributes->setImmutable(path, true)) {}
-        ~Locked() {
-            static_cast<void>(bool(platform::native().attributes->setImmutable(path_, false)));
-        }
-        Locked(const Locked&) = delete;
-        Locked& operator=(const Locked&) = delete;
-        // Why it cannot be locked here; empty when it is.
-        std::string excuse() const { return outcome_ ? "" : outcome_.error().description; }
-
-      private:
-        std::string path_;
-        Outcome outcome_;
-    };
-};
+using RootCopying = test::FilesTest;
 
 TEST_F(RootCopying, IntoALockedFolderSucceedsAndLeavesItUnlocked) {
     const std::string file = folder_.writeFile("file", "text");
     const std::string to = folder_.makeFolder("to");
-    const Locked locked(to);
+    const test::LockedItem locked(to);
     if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
+    ASSERT_TRUE(locked.outcome());
     ASSERT_TRUE(KXFileManager::isFileLocked(to));
     ASSERT_FALSE(manager_.copyItem(file, to + "/refused"));
     EXPECT_TRUE(KXFileManager::copyFile(file, to + "/copy", ShouldAuth::No));

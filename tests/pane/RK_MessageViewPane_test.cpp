@@ -43,7 +43,6 @@ class RecordingNavigation : public platform::PaneNavigation {
 
 class FakeWorkspace : public test::ForwardingWorkspace {
   public:
-    explicit FakeWorkspace(Events& events) : events_(events) {}
     OptionalPath product;
     std::string tool = "/nonexistent/ditto";
     StringList opened;
@@ -55,9 +54,6 @@ class FakeWorkspace : public test::ForwardingWorkspace {
         return test::somethingAt(path);
     }
     std::string toolPath(const std::string&) override { return tool; }
-
-  private:
-    Events& events_;
 };
 
 class OwnBundle : public platform::Bundle {
@@ -94,7 +90,7 @@ class Pane : public ::testing::Test {
     RecordingControl titleText_{"titleText", events_};
     RecordingControl descriptionText_{"descriptionText", events_};
     RecordingControl uninstallBtn_{"uninstallBtn", events_};
-    FakeWorkspace workspace_{events_};
+    FakeWorkspace workspace_;
     FakeBundles bundles_;
     test::ScopedPlatform platform_;
     test::TempFolder folder_;

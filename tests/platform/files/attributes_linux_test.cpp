@@ -13,11 +13,13 @@
 #include "platform/posix/system_calls_posix.h"
 #include "tests/platform/files/failing_calls.h"
 #include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/files/locked_item.h"
 
 namespace quillmoor::platform {
 namespace {
 
 using std::chrono::system_clock;
+using test::LockedItem;
 
 Attributes& attributes() {
     return *native().attributes;
@@ -27,29 +29,6 @@ bool isImmutable(const std::string& path) {
     const auto item = attributes().attributesOfItem(path);
     return item && item->isImmutable;
 }
-
-// Locks an item for as long as this lives.
-class Locked {
-  public:
-    explicit Locked(const std::string& path)
-        : path_(path), outcome_(attributes().setImmutable(path, true)) {}
-    ~Locked() { static_cast<void>(bool(attributes().setImmutable(path_, false))); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-
-    const Outcome& outcome() const { return outcome_; }
-    // Why it could not be locked here, whatever the code under test does; empty when it could.
-    std::string excuse() const {
-        if (outcome_) return "";
-        const int code = outcome_.error().code;
-        const bool known = code == EPERM || code == ENOTTY || code == EOPNOTSUPP;
-        return known ? outcome_.error().description : "";
-    }
-
-  private:
-    std::string path_;
-    Outcome outcome_;
-};
 
 // How many items have been opened for more than naming others in them.
 int opened = 0;
@@ -80,7 +59,7 @@ class LinuxAttributes : public testing::Test {
 
 TEST_F(LinuxAttributes, ALockedFileIsLocked) {
     const std::string file = folder_.writeFile("file", "text");
-    const Locked locked(file);
+    const LockedItem locked(file);
     if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
     ASSERT_TRUE(locked.outcome());
     EXPECT_TRUE(isImmutable(file));
@@ -95,7 +74,7 @@ TEST_F(LinuxAttributes, ALockedFileIsLocked) {
 TEST_F(LinuxAttributes, ALockedFolderIsLockedAndItsFilesAreNot) {
     const std::string inside = folder_.makeFolder("inside");
     const std::string file = folder_.writeFile("inside/file");
-    const Locked locked(inside);
+    const LockedItem locked(inside);
     if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
     ASSERT_TRUE(locked.outcome());
     EXPECT_TRUE(isImmutable(inside));
@@ -106,7 +85,7 @@ TEST_F(LinuxAttributes, ALockedFolderIsLockedAndItsFilesAreNot) {
 
 TEST_F(LinuxAttributes, ALockedFileIsNotChanged) {
     const std::string file = folder_.writeFile("file");
-    const Locked locked(file);
+    const LockedItem locked(file);
     if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
     const std::string expected =
         "\u201cfile\u201d couldn\u2019t be changed: Operation not permitted";
@@ -127,7 +106,7 @@ TEST_F(LinuxAttributes, OtherFlagsOfAnItemStay) {
     if (posix::nativeSystemCalls().getItemFlags(item.get(), &flags) != 0 ||
         posix::nativeSystemCalls().setItemFlags(item.get(), flags | kNoDump) != 0)
         GTEST_SKIP() << "no flags here";
-    const Locked locked(file);
+    const LockedItem locked(file);
     if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
     ASSERT_TRUE(attributes().setImmutable(file, false));
     ASSERT_EQ(posix::nativeSystemCalls().getItemFlags(item.get(), &flags), 0);
@@ -138,7 +117,7 @@ TEST_F(LinuxAttributes, ALinkIsNotLockedNorWhatItLeadsTo) {
     const std::string file = folder_.writeFile("file");
     for (const std::string& link :
          {folder_.makeLink("link", "file"), folder_.makeLink("dangling", "nowhere")}) {
-        const Locked locked(link);
+        const LockedItem locked(link);
         ASSERT_FALSE(locked.outcome());
         EXPECT_EQ(locked.outcome().error().code, EOPNOTSUPP);
     }
@@ -276,7 +255,7 @@ TEST_F(LinuxAttributes, EveryCallMayFail) {
 TEST_F(LinuxAttributes, EveryCallOfALockMayFail) {
     const std::string file = folder_.writeFile("file");
     {
-        const Locked locked(file);
+        const LockedItem locked(file);
         if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
     }
     failEveryCall([&] {

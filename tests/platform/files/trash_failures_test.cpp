@@ -58,8 +58,8 @@ void failEachCall(const Source& source) {
 
 TEST(TrashFailures, LeaveAnItemAtOnePlace) {
     failEachCall([](const TempFolder& folder) {
-        folder.writeFile("work/tree/sub/file", "text");
-        return folder / "work";
+        folder.writeFile("desk/tree/sub/file", "text");
+        return folder / "desk";
     });
 }
 

@@ -32,16 +32,16 @@ class RootTrash : public testing::Test {
         if (!test::isSuperUser()) GTEST_SKIP() << "about the super-user";
         user_ = std::make_unique<FakeUser>(folder_);
         if (!user_->available()) GTEST_SKIP() << "nothing can be mounted here";
-        work_ = user_->makeFolder("work");
-        folder_.writeFile("homes/tester/work/item", "text");
-        ASSERT_EQ(::chown((work_ + "/item").c_str(), FakeUser::kId, FakeUser::kId), 0);
+        desk_ = user_->makeFolder("desk");
+        folder_.writeFile("homes/tester/desk/item", "text");
+        ASSERT_EQ(::chown((desk_ + "/item").c_str(), FakeUser::kId, FakeUser::kId), 0);
         // The super-user's own setting has no say.
         ::setenv("XDG_DATA_HOME", (folder_ / "data").c_str(), 1);
     }
     void TearDown() override { ::unsetenv("XDG_DATA_HOME"); }
 
     bool recycle(const std::string& name = "item") const {
-        return recycleToTrash(work_, user_->home() + "/.Trash", {name});
+        return recycleToTrash(desk_, user_->home() + "/.Trash", {name});
     }
     void link(const std::string& target, const std::string& name) const {
         ASSERT_EQ(::symlink(target.c_str(), (user_->home() + "/" + name).c_str()), 0);
@@ -49,12 +49,12 @@ class RootTrash : public testing::Test {
     }
     void expectRefusal() const {
         EXPECT_FALSE(recycle());
-        EXPECT_EQ(readFile(work_ + "/item"), "text");
+        EXPECT_EQ(readFile(desk_ + "/item"), "text");
     }
 
     const TempFolder folder_;
     std::unique_ptr<FakeUser> user_;
-    std::string work_;
+    std::string desk_;
 };
 
 TEST_F(RootTrash, FoldersLinkAndRecordAreTheUsers) {
@@ -68,9 +68,9 @@ TEST_F(RootTrash, FoldersLinkAndRecordAreTheUsers) {
 }
 
 TEST_F(RootTrash, TheItemKeepsItsOwner) {
-    folder_.writeFile("homes/tester/work/roots");
-    folder_.writeFile("homes/tester/work/others");
-    ASSERT_EQ(::chown((work_ + "/others").c_str(), 1234, 1234), 0);
+    folder_.writeFile("homes/tester/desk/roots");
+    folder_.writeFile("homes/tester/desk/others");
+    ASSERT_EQ(::chown((desk_ + "/others").c_str(), 1234, 1234), 0);
     for (const char* name : {"item", "roots", "others"}) {
         ASSERT_TRUE(recycle(name));
     }
@@ -100,7 +100,7 @@ TEST_F(RootTrash, ALinkThatTheUserMadeInsideHisHomeIsHonoured) {
     ASSERT_TRUE(std::filesystem::remove(user_->home() + "/.Trash"));
     // The same link with an absolute target.
     link(user_->home() + "/my data/Trash/files", ".Trash");
-    folder_.writeFile("homes/tester/work/second");
+    folder_.writeFile("homes/tester/desk/second");
     ASSERT_TRUE(recycle("second"));
     EXPECT_EQ(listing(user_->home() + "/my data/Trash/files"), "item second");
 }
@@ -110,7 +110,7 @@ TEST_F(RootTrash, ALinkThatLeadsOutOfTheHomeIsRefused) {
     folder_.makeFolder("homes/tester 2/Trash/files");
     for (const std::string& target :
          {folder_ / "system/Trash/files", std::string("../../system/Trash/files"),
-          std::string("work/../../../system/Trash/files"), std::string("/"), std::string("files"),
+          std::string("desk/../../../system/Trash/files"), std::string("/"), std::string("files"),
           std::string("nowhere"), user_->home() + "/../../system/Trash/files",
           user_->home() + " 2/Trash/files", user_->home() + "//Trash"}) {
         link(target, ".Trash");
@@ -157,7 +157,7 @@ TEST_F(RootTrash, ARealFolderOfTheUsersIsUsedAsItIs) {
 
 TEST_F(RootTrash, TheSuperUsersOwnTrashIsHisOwn) {
     ::setenv("HOME", folder_.makeFolder("root home").c_str(), 1);
-    ASSERT_TRUE(recycleToTrash(work_, std::nullopt, {"item"}));
+    ASSERT_TRUE(recycleToTrash(desk_, std::nullopt, {"item"}));
     EXPECT_EQ(listing(folder_ / "data/Trash/files"), "item");
     EXPECT_EQ(ownerOf(folder_ / "data/Trash/info/item.trashinfo"), 0U);
     EXPECT_EQ(ownerOf(folder_ / "data/Trash/files/item"), FakeUser::kId);

@@ -27,31 +27,31 @@ class Trash : public testing::Test {
     ~Trash() override { ::unsetenv("XDG_DATA_HOME"); }
 
     bool recycle(const StringList& names, const OptionalPath& destination = std::nullopt) const {
-        return recycleToTrash(work_, destination, names);
+        return recycleToTrash(desk_, destination, names);
     }
 
     const TempFolder folder_;
     const std::string home_ = folder_.makeFolder("home");
-    const std::string work_ = folder_.makeFolder("home/work");
+    const std::string desk_ = folder_.makeFolder("home/desk");
     const std::string trash_ = home_ + "/.local/share/Trash";
     const std::string items_ = trash_ + "/files";
     const std::string records_ = trash_ + "/info";
 };
 
 TEST_F(Trash, AnItemGoesThereWithARecordOfItsPlace) {
-    folder_.writeFile("home/work/report.txt", "text");
+    folder_.writeFile("home/desk/report.txt", "text");
     const std::time_t before = std::time(nullptr);
     ASSERT_TRUE(recycle({"report.txt"}));
     const std::time_t after = std::time(nullptr);
-    EXPECT_EQ(listing(work_), "");
+    EXPECT_EQ(listing(desk_), "");
     EXPECT_EQ(readFile(items_ + "/report.txt"), "text");
     const std::string record = readFile(records_ + "/report.txt.trashinfo");
-    const std::string path = std::filesystem::canonical(work_).string() + "/report.txt";
+    const std::string path = std::filesystem::canonical(desk_).string() + "/report.txt";
     EXPECT_TRUE(record == trashInfo(path, before) || record == trashInfo(path, after)) << record;
 }
 
 TEST_F(Trash, ItsFoldersAreTheUsersAlone) {
-    folder_.writeFile("home/work/report.txt");
+    folder_.writeFile("home/desk/report.txt");
     const mode_t before = ::umask(0);
     ASSERT_TRUE(recycle({"report.txt"}));
     ::umask(before);
@@ -66,9 +66,9 @@ TEST_F(Trash, ItsFoldersAreTheUsersAlone) {
 }
 
 TEST_F(Trash, ItemsOfEveryKindGoThereAsTheyAre) {
-    test::makeNastyTree(folder_, "home/work/tree");
-    folder_.makeLink("home/work/dangling", "nowhere");
-    const std::string before = describeTree(work_ + "/tree");
+    test::makeNastyTree(folder_, "home/desk/tree");
+    folder_.makeLink("home/desk/dangling", "nowhere");
+    const std::string before = describeTree(desk_ + "/tree");
     ASSERT_TRUE(recycle({"tree", "dangling"}));
     EXPECT_EQ(describeTree(items_ + "/tree"), before);
     EXPECT_TRUE(std::filesystem::is_symlink(items_ + "/dangling"));
@@ -77,9 +77,9 @@ TEST_F(Trash, ItemsOfEveryKindGoThereAsTheyAre) {
 
 TEST_F(Trash, AnItemWhoseNameIsTakenGetsANewOne) {
     for (int i = 1; i <= 3; ++i) {
-        folder_.writeFile("home/work/a.txt", std::to_string(i));
-        folder_.writeFile("home/work/.hidden", std::to_string(i));
-        folder_.makeFolder("home/work/folder");
+        folder_.writeFile("home/desk/a.txt", std::to_string(i));
+        folder_.writeFile("home/desk/.hidden", std::to_string(i));
+        folder_.makeFolder("home/desk/folder");
         ASSERT_TRUE(recycle({"a.txt", ".hidden", "folder"}));
     }
     EXPECT_EQ(listing(items_),
@@ -87,14 +87,14 @@ TEST_F(Trash, AnItemWhoseNameIsTakenGetsANewOne) {
     EXPECT_EQ(readFile(items_ + "/a.txt"), "1");
     EXPECT_EQ(readFile(items_ + "/a 3.txt"), "3");
     // The record still tells the old name.
-    EXPECT_NE(readFile(records_ + "/a 3.txt.trashinfo").find("/work/a.txt\n"), std::string::npos);
+    EXPECT_NE(readFile(records_ + "/a 3.txt.trashinfo").find("/desk/a.txt\n"), std::string::npos);
 }
 
 TEST_F(Trash, ANameThatOnlyAnItemOrOnlyARecordHasIsTaken) {
     folder_.writeFile("home/.local/share/Trash/files/one", "without a record");
     folder_.writeFile("home/.local/share/Trash/info/two.trashinfo", "without an item");
-    folder_.writeFile("home/work/one", "new");
-    folder_.writeFile("home/work/two", "new");
+    folder_.writeFile("home/desk/one", "new");
+    folder_.writeFile("home/desk/two", "new");
     ASSERT_TRUE(recycle({"one", "two"}));
     EXPECT_EQ(listing(items_), "one one 2 two 2");
     EXPECT_EQ(listing(records_), "one 2.trashinfo two 2.trashinfo two.trashinfo");
@@ -104,7 +104,7 @@ TEST_F(Trash, ANameThatOnlyAnItemOrOnlyARecordHasIsTaken) {
 TEST_F(Trash, ANameTooLongForItsRecordIsCut) {
     const std::string name = std::string(251, 'n') + ".txt";
     for (int i = 0; i < 2; ++i) {
-        folder_.writeFile("home/work/" + name, std::to_string(i));
+        folder_.writeFile("home/desk/" + name, std::to_string(i));
         ASSERT_TRUE(recycle({name}));
     }
     const std::string kept(231, 'n');
@@ -114,8 +114,8 @@ TEST_F(Trash, ANameTooLongForItsRecordIsCut) {
 }
 
 TEST_F(Trash, AMissingItemIsNoSuccessAndTheOthersGo) {
-    folder_.writeFile("home/work/a");
-    folder_.writeFile("home/work/b");
+    folder_.writeFile("home/desk/a");
+    folder_.writeFile("home/desk/b");
     EXPECT_FALSE(recycle({"a", "missing", "b"}));
     EXPECT_EQ(listing(items_), "a b");
     EXPECT_EQ(listing(records_), "a.trashinfo b.trashinfo");
@@ -124,15 +124,15 @@ TEST_F(Trash, AMissingItemIsNoSuccessAndTheOthersGo) {
 }
 
 TEST_F(Trash, WhatIsNoNameIsRefusedAndTheOthersGo) {
-    folder_.writeFile("home/work/sub/file");
-    folder_.writeFile("home/work/a");
+    folder_.writeFile("home/desk/sub/file");
+    folder_.writeFile("home/desk/a");
     for (const std::string name : {"", ".", "..", "sub/file", "/", "sub/"}) {
         EXPECT_FALSE(recycle({name})) << name;
     }
     EXPECT_FALSE(recycle({std::string("a\0b", 3)}));
     EXPECT_FALSE(recycle({"..", "a"}));
     EXPECT_EQ(listing(items_), "a");
-    EXPECT_EQ(listing(work_), "sub");
+    EXPECT_EQ(listing(desk_), "sub");
 }
 
 TEST_F(Trash, NoNamesAreASuccess) {
@@ -140,7 +140,7 @@ TEST_F(Trash, NoNamesAreASuccess) {
 }
 
 TEST_F(Trash, IsNamedByItsHome) {
-    folder_.writeFile("home/work/a");
+    folder_.writeFile("home/desk/a");
     folder_.makeFolder("home 2");
     ASSERT_TRUE(recycle({"a"}, folder_ / "home 2/.Trash"));
     EXPECT_EQ(listing(folder_ / "home 2/.local/share/Trash/files"), "a");
@@ -149,28 +149,28 @@ TEST_F(Trash, IsNamedByItsHome) {
 }
 
 TEST_F(Trash, AnyOtherDestinationIsRefused) {
-    folder_.writeFile("home/work/a");
+    folder_.writeFile("home/desk/a");
     folder_.makeFolder("home/elsewhere");
     for (const std::string& path : {home_ + "/elsewhere", home_ + "/.Trash/", home_ + "/.Trash/sub",
                                     home_, std::string(".Trash"), std::string("home/.Trash"),
                                     std::string(""), folder_ / "missing/.Trash"})
         EXPECT_FALSE(recycle({"a"}, path)) << path;
-    EXPECT_TRUE(somethingAt(work_ + "/a"));
-    EXPECT_EQ(listing(home_), "elsewhere work");
+    EXPECT_TRUE(somethingAt(desk_ + "/a"));
+    EXPECT_EQ(listing(home_), "desk elsewhere");
 }
 
 TEST_F(Trash, ALinkToItsItemsIsMadeOnceWhereNothingStands) {
-    folder_.writeFile("home/work/a");
+    folder_.writeFile("home/desk/a");
     ASSERT_TRUE(recycle({"a"}));
     EXPECT_EQ(std::filesystem::read_symlink(home_ + "/.Trash"), ".local/share/Trash/files");
     EXPECT_EQ(listing(home_ + "/.Trash"), "a");
-    folder_.writeFile("home/work/b");
+    folder_.writeFile("home/desk/b");
     ASSERT_TRUE(recycle({"b"}, home_ + "/.Trash"));
     EXPECT_EQ(listing(home_ + "/.Trash"), "a b");
 }
 
 TEST_F(Trash, WhatStandsInPlaceOfTheLinkIsLeftAlone) {
-    folder_.writeFile("home/work/a");
+    folder_.writeFile("home/desk/a");
     folder_.makeFolder("home/elsewhere");
     folder_.makeLink("home/.Trash", "elsewhere");
     ASSERT_TRUE(recycle({"a"}));
@@ -178,7 +178,7 @@ TEST_F(Trash, WhatStandsInPlaceOfTheLinkIsLeftAlone) {
     EXPECT_EQ(listing(home_ + "/elsewhere"), "");
     ASSERT_TRUE(std::filesystem::remove(home_ + "/.Trash"));
     folder_.writeFile("home/.Trash", "a file");
-    folder_.writeFile("home/work/b");
+    folder_.writeFile("home/desk/b");
     ASSERT_TRUE(recycle({"b"}));
     EXPECT_EQ(listing(items_), "a b");
     EXPECT_EQ(readFile(home_ + "/.Trash"), "a file");
@@ -187,7 +187,7 @@ TEST_F(Trash, WhatStandsInPlaceOfTheLinkIsLeftAlone) {
 TEST_F(Trash, ARealFolderInPlaceOfTheLinkIsUsedAsItIs) {
     folder_.makeFolder("home/.Trash");
     for (int i = 1; i <= 2; ++i) {
-        folder_.writeFile("home/work/a.txt", std::to_string(i));
+        folder_.writeFile("home/desk/a.txt", std::to_string(i));
         ASSERT_TRUE(recycle({"a.txt"}));
     }
     EXPECT_EQ(listing(home_ + "/.Trash"), "a 2.txt a.txt");
@@ -198,25 +198,25 @@ TEST_F(Trash, ARealFolderInPlaceOfTheLinkIsUsedAsItIs) {
 }
 
 TEST_F(Trash, FollowsTheUsersDataFolder) {
-    folder_.writeFile("home/work/a");
+    folder_.writeFile("home/desk/a");
     const std::string data = folder_ / "data folder/deeper";
     ::setenv("XDG_DATA_HOME", data.c_str(), 1);
     ASSERT_TRUE(recycle({"a"}, home_ + "/.Trash"));
     EXPECT_EQ(listing(data + "/Trash/files"), "a");
     EXPECT_EQ(std::filesystem::read_symlink(home_ + "/.Trash"), data + "/Trash/files");
     // That setting is about this home and no other, and counts only if it is absolute.
-    folder_.writeFile("home/work/b");
+    folder_.writeFile("home/desk/b");
     folder_.makeFolder("home 2");
     ASSERT_TRUE(recycle({"b"}, folder_ / "home 2/.Trash"));
     EXPECT_EQ(listing(folder_ / "home 2/.local/share/Trash/files"), "b");
     ::setenv("XDG_DATA_HOME", "data", 1);
-    folder_.writeFile("home/work/c");
+    folder_.writeFile("home/desk/c");
     ASSERT_TRUE(recycle({"c"}));
     EXPECT_EQ(listing(items_), "c");
 }
 
 TEST_F(Trash, WhatIsInItAlreadyStays) {
-    folder_.writeFile("home/work/tree/inside", "text");
+    folder_.writeFile("home/desk/tree/inside", "text");
     ASSERT_TRUE(recycle({"tree"}));
     const std::string before = describeTree(trash_);
     EXPECT_TRUE(recycleToTrash(items_, std::nullopt, {"tree"}));
@@ -227,7 +227,7 @@ TEST_F(Trash, WhatIsInItAlreadyStays) {
 }
 
 TEST_F(Trash, DoesNotGoIntoItself) {
-    folder_.writeFile("home/work/a");
+    folder_.writeFile("home/desk/a");
     ASSERT_TRUE(recycle({"a"}));
     EXPECT_FALSE(recycleToTrash(home_, std::nullopt, {".local"}));
     EXPECT_FALSE(recycleToTrash(folder_.path(), std::nullopt, {"home"}));
@@ -236,39 +236,39 @@ TEST_F(Trash, DoesNotGoIntoItself) {
 }
 
 TEST_F(Trash, TheRecordTellsTheRealPlaceWhateverTheSpelling) {
-    folder_.writeFile("home/work/a");
-    folder_.writeFile("home/work/b");
-    folder_.makeLink("home/other way", "work");
+    folder_.writeFile("home/desk/a");
+    folder_.writeFile("home/desk/b");
+    folder_.makeLink("home/other way", "desk");
     ASSERT_TRUE(recycleToTrash(home_ + "/other way/", std::nullopt, {"a"}));
     ASSERT_EQ(::chdir(home_.c_str()), 0);
-    ASSERT_TRUE(recycleToTrash("work/../work", std::nullopt, {"b"}));
+    ASSERT_TRUE(recycleToTrash("desk/../desk", std::nullopt, {"b"}));
     ASSERT_EQ(::chdir("/"), 0);
     for (const char* name : {"a", "b"}) {
         EXPECT_NE(readFile(records_ + "/" + name + ".trashinfo")
-                      .find("/home/work/" + std::string(name) + "\n"),
+                      .find("/home/desk/" + std::string(name) + "\n"),
                   std::string::npos);
     }
 }
 
 TEST_F(Trash, WhatMayNotBeMovedStaysAndLeavesNoRecord) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may move everything";
-    folder_.writeFile("home/work/a");
-    ASSERT_EQ(::chmod(work_.c_str(), 0555), 0);
+    folder_.writeFile("home/desk/a");
+    ASSERT_EQ(::chmod(desk_.c_str(), 0555), 0);
     EXPECT_FALSE(recycle({"a"}));
-    ASSERT_EQ(::chmod(work_.c_str(), 0755), 0);
-    EXPECT_TRUE(somethingAt(work_ + "/a"));
+    ASSERT_EQ(::chmod(desk_.c_str(), 0755), 0);
+    EXPECT_TRUE(somethingAt(desk_ + "/a"));
     EXPECT_EQ(listing(items_), "");
     EXPECT_EQ(listing(records_), "");
 }
 
 TEST_F(Trash, ThatCannotBeMadeTakesNothing) {
-    folder_.writeFile("home/work/a", "stays");
+    folder_.writeFile("home/desk/a", "stays");
     folder_.makeLink("home/.local", "nowhere");
     EXPECT_FALSE(recycle({"a"}));
     ASSERT_TRUE(std::filesystem::remove(home_ + "/.local"));
     folder_.writeFile("home/.local", "a file");
     EXPECT_FALSE(recycle({"a"}));
-    EXPECT_EQ(readFile(work_ + "/a"), "stays");
+    EXPECT_EQ(readFile(desk_ + "/a"), "stays");
     EXPECT_FALSE(somethingAt(home_ + "/.Trash"));
 }
 
@@ -311,9 +311,9 @@ TEST_F(Trash, FromAnotherFileSystemAFullDiskLeavesTheItem) {
     const test::OtherFileSystem small(folder_, "64k");
     if (!small.available() || !small.isLimited()) GTEST_SKIP() << "nothing can be mounted here";
     ::setenv("XDG_DATA_HOME", small.path().c_str(), 1);
-    folder_.writeFile("home/work/large", std::string(1 << 20, 'x'));
+    folder_.writeFile("home/desk/large", std::string(1 << 20, 'x'));
     EXPECT_FALSE(recycle({"large"}));
-    EXPECT_EQ(std::filesystem::file_size(work_ + "/large"), 1U << 20U);
+    EXPECT_EQ(std::filesystem::file_size(desk_ + "/large"), 1U << 20U);
     EXPECT_EQ(listing(small / "Trash/files"), "");
     EXPECT_EQ(listing(small / "Trash/info"), "");
 }
@@ -337,19 +337,19 @@ TEST_F(TrashTools, ItemsAreListedAndRestoredWhateverTheirNames) {
     const StringList names{"report.txt", "two words",   "caf\u00e9",      "cafe\u0301",
                            "100%",       "a%20b",       "line\nbreak",    "-rf",
                            "\"quoted\"", "back\\slash", "[Trash Info]=x", "plus+and&more"};
-    for (const std::string& name : names) folder_.writeFile("home/work/" + name, "in " + name);
+    for (const std::string& name : names) folder_.writeFile("home/desk/" + name, "in " + name);
     ASSERT_TRUE(recycle(names));
-    EXPECT_EQ(listing(work_), "");
+    EXPECT_EQ(listing(desk_), "");
     ASSERT_TRUE(succeeds("trash-list")) << output();
     for (const char* name : {"report.txt", "two words", "caf\u00e9", "100%", "a%20b"}) {
-        EXPECT_NE(output().find("/work/" + std::string(name) + "\n"), std::string::npos)
+        EXPECT_NE(output().find("/desk/" + std::string(name) + "\n"), std::string::npos)
             << name << " in " << output();
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
-        ASSERT_TRUE(succeeds("cd '" + work_ + "' && echo 0 | trash-restore")) << output();
+        ASSERT_TRUE(succeeds("cd '" + desk_ + "' && echo 0 | trash-restore")) << output();
     }
     for (const std::string& name : names) {
-        EXPECT_EQ(readFile(work_ + "/" + name), "in " + name) << output();
+        EXPECT_EQ(readFile(desk_ + "/" + name), "in " + name) << output();
     }
     EXPECT_EQ(listing(items_), "");
     EXPECT_EQ(listing(records_), "");
@@ -357,16 +357,16 @@ TEST_F(TrashTools, ItemsAreListedAndRestoredWhateverTheirNames) {
 
 TEST_F(TrashTools, AnItemWithANewNameComesBackUnderItsOldOne) {
     folder_.writeFile("home/.local/share/Trash/files/a.txt", "in the way");
-    folder_.writeFile("home/work/a.txt", "text");
+    folder_.writeFile("home/desk/a.txt", "text");
     ASSERT_TRUE(recycle({"a.txt"}));
-    ASSERT_TRUE(succeeds("cd '" + work_ + "' && echo 0 | trash-restore")) << output();
-    EXPECT_EQ(readFile(work_ + "/a.txt"), "text");
+    ASSERT_TRUE(succeeds("cd '" + desk_ + "' && echo 0 | trash-restore")) << output();
+    EXPECT_EQ(readFile(desk_ + "/a.txt"), "text");
     EXPECT_EQ(readFile(items_ + "/a.txt"), "in the way");
 }
 
 TEST_F(TrashTools, AnEmptiedTrashIsEmpty) {
     if (!succeeds("command -v trash-empty")) GTEST_SKIP() << "trash-empty is not installed";
-    test::makeNastyTree(folder_, "home/work/tree");
+    test::makeNastyTree(folder_, "home/desk/tree");
     ASSERT_TRUE(recycle({"tree"}));
     ASSERT_TRUE(succeeds("echo y | trash-empty")) << output();
     EXPECT_EQ(listing(items_), "");
