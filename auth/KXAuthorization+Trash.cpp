@@ -69,7 +69,7 @@ OptionalPath KXAuthorization::trashFolder() const {
 
 OptionalPath KXAuthorization::trashDestination(const OptionalPath& path) const {
     if (!path) return std::nullopt;
-    const OptionalPath destination = appendPathComponent(trashFolder(), lastPathComponent(*path));
+    OptionalPath destination = appendPathComponent(trashFolder(), lastPathComponent(*path));
     if (!somethingAt(destination)) return destination;
     return stampedPath(*destination, stamp(), pathExtension(*path));
 }

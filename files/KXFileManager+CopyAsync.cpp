@@ -22,13 +22,13 @@ void tell(const std::string& text) {
 }
 
 FileOperationNotice contextOf(const std::string& source, const std::string& destination,
-                              const FileOperationDelegateRef& delegate, const CallerObject& object,
-                              const CallerObject& object2) {
+                              FileOperationDelegateRef delegate, CallerObject object,
+                              CallerObject object2) {
     FileOperationNotice context{
         {"source", source}, {"destination", destination}, {"operationtype", std::string("copy")}};
-    if (delegate != nullptr) context["delegate"] = delegate;
-    if (object != nullptr) context["object"] = object;
-    if (object2 != nullptr) context["object2"] = object2;
+    if (delegate != nullptr) context["delegate"] = std::move(delegate);
+    if (object != nullptr) context["object"] = std::move(object);
+    if (object2 != nullptr) context["object2"] = std::move(object2);
     return context;
 }
 
@@ -137,8 +137,10 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
         tell(formatted("Failed to schedule operation with run loop: %ld", long{status}));
         return false;
     }
-    return start(operation, contextOf(*path, target, delegate, object, object2), parent,
-                 lastPathComponent(target));
+    return start(
+        operation,
+        contextOf(*path, target, std::move(delegate), std::move(object), std::move(object2)),
+        parent, lastPathComponent(target));
 }
 
 void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) {

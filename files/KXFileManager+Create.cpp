@@ -29,7 +29,7 @@ OptionalPath KXFileManager::createDirectoryStructure(const OptionalPath& path,
                                                      const OptionalPath& destination) {
     if (!path) return std::nullopt;
     const bool isFolder = isDirectoryAtPath(path) && !isPackageAtPath(path);
-    const OptionalPath mirrored =
+    OptionalPath mirrored =
         appendPathComponent(destination, isFolder ? *path : deleteLastPathComponent(*path));
     if (mirrored && !fileExistsAtPath(mirrored)) createDirectory(mirrored);
     return mirrored;

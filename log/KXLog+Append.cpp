@@ -37,7 +37,7 @@ class LineBuilder {
     }
 
   private:
-    static constexpr std::size_t kKeptBytes = 64 * 1024;
+    static constexpr std::size_t kKeptBytes = std::size_t{64} << 10;
     std::chrono::sys_seconds second_{};
     std::string line_;
     std::size_t prefix_ = 0;

@@ -13,7 +13,7 @@
 namespace quillmoor {
 namespace {
 
-constexpr std::size_t kBlockBytes = 64 * 1024;
+constexpr std::size_t kBlockBytes = std::size_t{64} << 10;
 constexpr std::size_t kSpareBlocks = 16;
 
 // Waking a sleeping worker costs a caller some microseconds. So for a while after the last text the

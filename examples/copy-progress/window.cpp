@@ -1,4 +1,5 @@
-// copy-with-progress-window SOURCE DESTINATION: the same in a window, with a button that stops the copy.
+// copy-with-progress-window SOURCE DESTINATION: the same in a window, with a button that stops the
+// copy.
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -24,7 +25,7 @@ constexpr int kSteps = 1000;
 
 class CopyWindow : public QWidget {
   public:
-    CopyWindow(const QString& what, std::shared_ptr<CopyListener> listener)
+    CopyWindow(const QString& what, const std::shared_ptr<CopyListener>& listener)
         : bar_(new QProgressBar), detail_(new QLabel(QStringLiteral("Beginning …"))) {
         setWindowTitle(QStringLiteral("Copy"));
         bar_->setRange(0, kSteps);
