@@ -1,6 +1,7 @@
 """The groups of tests. Each is a function of the passwords, in a module of its subject."""
 
 import cases_attacks
+from cases_agents import agents
 from cases_credentials import credentials
 from cases_dialog import dialog
 from cases_fallbacks import fallbacks
@@ -13,6 +14,6 @@ from cases_speed import speed
 from cases_sudo import sudo
 from cases_waiting import waiting
 
-GROUPS = {"speed": speed, "credentials": credentials, "dialog": dialog, "sudo": sudo,
-          "waiting": waiting, "secrets": secrets, "hidden": hidden, "many": many, "files": files,
-          "fallbacks": fallbacks, "guard": guard, **cases_attacks.GROUPS}
+GROUPS = {"speed": speed, "credentials": credentials, "agents": agents, "dialog": dialog,
+          "sudo": sudo, "waiting": waiting, "secrets": secrets, "hidden": hidden, "many": many,
+          "files": files, "fallbacks": fallbacks, "guard": guard, **cases_attacks.GROUPS}

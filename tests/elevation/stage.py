@@ -2,6 +2,7 @@
 passwords, polkit's bus and all processes end with the test."""
 
 import os
+import pwd
 import secrets
 import shutil
 import subprocess
@@ -15,6 +16,8 @@ HELPER_NAME = "quillmoor-rights-helper"
 HELPER = KIT + "/libexec/quillmoor/" + HELPER_NAME
 DISMISSING_AGENT = KIT + "/bin/dismissing_agent.py"
 BUS = "/run/dbus/system_bus_socket"
+SUDOERS = "/etc/sudoers.d/kx"
+RULES = "/etc/polkit-1/rules.d/00-kx.rules"
 
 # name, full name, groups, may be anything unasked
 PEOPLE = [
@@ -58,8 +61,12 @@ def enter():
         skip("no namespaces can be made here")
     environment = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C.UTF-8",
                    "KX_STAGE": "entered", "PYTHONDONTWRITEBYTECODE": "1"}
-    sys.exit(subprocess.run(unshare + ["/usr/bin/python3"] + sys.argv,
-                            env=environment).returncode)
+    status = subprocess.run(unshare + ["/usr/bin/python3"] + sys.argv, env=environment).returncode
+    # All else ends with the namespaces.
+    left = [path for path in (SUDOERS, RULES) if os.path.exists(path)]
+    left += {name for name, _, _ in PEOPLE} & {entry.pw_name for entry in pwd.getpwall()}
+    check(not left, f"nothing of the stage is left outside {left}")
+    sys.exit(status or (1 if check.failures else 0))
 
 
 def run(*command, **options):
@@ -118,12 +125,12 @@ def make_people():
         passwords[name] = "'\"$ \\\x03\x7f\x15é" + secrets.token_hex(8)
     lines = "".join(f"{name}:{word}\n" for name, word in passwords.items())
     run("chpasswd", input=lines.encode())
-    with open("/etc/sudoers.d/kx", "w", encoding="ascii") as file:
+    with open(SUDOERS, "w", encoding="ascii") as file:
         file.write("kxfree ALL=(ALL:ALL) NOPASSWD: ALL\n")
-    os.chmod("/etc/sudoers.d/kx", 0o440)
-    with open("/etc/polkit-1/rules.d/00-kx.rules", "w", encoding="ascii") as file:
+    os.chmod(SUDOERS, 0o440)
+    with open(RULES, "w", encoding="ascii") as file:
         file.write(RULE)
-    os.chmod("/etc/polkit-1/rules.d/00-kx.rules", 0o644)
+    os.chmod(RULES, 0o644)
     return passwords
 
 
@@ -209,7 +216,8 @@ def prepare(probe, helper):
 
 def check_nothing_left():
     gone = lambda: not any(running(word) for word in
-                           (HELPER_NAME, "pkttyagent", "pkexec", "/sudo", "rights_probe"))
+                           (HELPER_NAME, "pkttyagent", "pkexec", "/sudo", "/su ", "rights_probe",
+                            "dismissing_agent"))
     check(eventually(gone), "no helper, agent or launcher is left")
     check(not [name for name in os.listdir("/tmp") if name.startswith("quillmoor-")],
           "no socket is left")

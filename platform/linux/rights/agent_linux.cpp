@@ -100,6 +100,8 @@ void Agent::start(LaunchSetup setup) {
     }
     if (tellsOfNoAuthority(complaint))
         state_ = State::NoAuthority;
+    else if (complaint.find("already exists") != std::string::npos)
+        state_ = State::Taken;
     else if (!isEnding && complaint.find("Error") == std::string::npos)
         state_ = State::Registered;
 }

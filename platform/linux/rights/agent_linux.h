@@ -1,6 +1,7 @@
 // The program that asks for a password on a terminal in polkit's name.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string_view>
 
@@ -17,8 +18,13 @@ class Agent {
     enum class State {
         Registered,
         NoAuthority,  // there is no polkit to serve
+        Taken,        // polkit has another one for this process, or has not noticed yet its end
         Failed
     };
+
+    // How long polkit may take to notice the end of an agent.
+    static constexpr std::chrono::milliseconds kForgetting{2000};
+    static constexpr std::chrono::milliseconds kBetweenAttempts{20};
 
     // On the user's own terminal, where this process stands in the foreground. For a user whom no
     // other agent serves; it is no fall-back agent, since polkit forgets those outside of login

@@ -1,8 +1,11 @@
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <utility>
 
 #include "platform/linux/rights/agent_linux.h"
 #include "platform/linux/rights/launch_pkexec_linux.h"
@@ -24,20 +27,38 @@ std::optional<posix::User> knownUser(std::string_view name) {
     return posix::userWithName(std::string(name));
 }
 
+struct PrivateAgent {
+    PseudoTerminal terminal;
+    Agent agent;
+};
+
+// Each attempt has a terminal of its own: it is of no use once the program on it has ended. nil
+// where the system has none to give.
+std::optional<PrivateAgent> openAgent() {
+    const auto limit = std::chrono::steady_clock::now() + Agent::kForgetting;
+    while (true) {
+        std::optional<PseudoTerminal> terminal = PseudoTerminal::open();
+        if (!terminal) return std::nullopt;
+        Agent agent = Agent::on(*terminal);
+        if (agent.state() != Agent::State::Taken || std::chrono::steady_clock::now() > limit)
+            return PrivateAgent{*std::move(terminal), std::move(agent)};
+        std::this_thread::sleep_for(Agent::kBetweenAttempts);
+    }
+}
+
 // nil where there is no polkit.
 std::optional<AuthorizationStatus> launchWithPolkit(Rendezvous& rendezvous, const posix::User& user,
                                                     std::string_view password,
                                                     std::optional<Channel>& channel,
                                                     bool& wasAsked) {
     if (!systemProgram(kPkexec) || !systemProgram(kAgent)) return std::nullopt;
-    const std::optional<PseudoTerminal> terminal = PseudoTerminal::open();
-    if (!terminal) return kAuthorizationInternal;
-    const Agent agent = Agent::on(*terminal);
-    if (agent.state() == Agent::State::NoAuthority) return std::nullopt;
+    const std::optional<PrivateAgent> ours = openAgent();
+    if (!ours) return kAuthorizationInternal;
+    if (ours->agent.state() == Agent::State::NoAuthority) return std::nullopt;
     // Without an agent of ours the user's would ask.
-    if (agent.state() == Agent::State::Failed) return kAuthorizationInteractionNotAllowed;
+    if (ours->agent.state() != Agent::State::Registered) return kAuthorizationInteractionNotAllowed;
 
-    AgentAnswers answers(*terminal, user.name, password);
+    AgentAnswers answers(ours->terminal, user.name, password);
     const PkexecEnd end = runPkexec(rendezvous, channel, &answers);
     wasAsked = answers.wasAsked();
     if (end == PkexecEnd::NoAuthority) return std::nullopt;

@@ -1,0 +1,26 @@
+"""How long it takes. No tests: rows for the table of benchmarks."""
+
+import statistics
+
+from actors import Probe
+from stage import check, start_bus
+
+
+def speed(passwords):
+    start_bus()
+    with Probe("kxuser") as probe:
+        check(probe.ask("session", "startWithUser", "kxadmin", passwords["kxadmin"]) == "YES",
+              "rights for the benchmark")
+        pairs = [tuple(map(float, probe.ask("compare", "200").split())) for _ in range(5)]
+        ours, bare = (statistics.median(side) for side in zip(*pairs))
+        ratio = statistics.median(pair[0] / pair[1] for pair in pairs)
+        row("start a tool with held rights", f"{ours:.0f} us", f"{bare:.0f} us", ratio, 1.5)
+    with Probe("kxuser") as probe:
+        seconds = min(probe.timed("dialog")[1] for _ in range(5))
+        row("refusal where nobody can be asked", f"{seconds * 1000:.1f} ms", "100 ms",
+            seconds / 0.1, 1)
+
+
+def row(work, ours, peer, ratio, target):
+    met = "met" if ratio <= target else "NOT met"
+    print(f"{work} | {ours} | {peer} | {ratio:.2f} | <= {target:.2f} | {met}", flush=True)

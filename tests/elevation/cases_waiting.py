@@ -1,0 +1,69 @@
+"""What is tried against a client that waits for its helper."""
+
+import os
+import stat
+
+from actors import INTERNAL, SUCCESS, Probe, TypingAgent
+from checks import check_rights
+from stage import HELPER, check, run_as, start_bus
+
+
+def waiting(passwords):
+    """Others knock while the user is asked; then the helper is one that others can exchange."""
+    start_bus()
+    impostors(passwords["kxadmin"])
+    swapped_helper(passwords["kxadmin"])
+
+
+def impostors(word):
+    with Probe("kxuser") as probe, TypingAgent(probe, "kxuser") as agent:
+        probe.say("dialog")
+        check(agent.terminal.shows("AUTHENTICATING FOR"), "a client waits")
+        folder = next("/tmp/" + name for name in os.listdir("/tmp")
+                      if name.startswith("quillmoor-"))
+        path = folder + "/rights"
+        check(stat.S_IMODE(os.stat(folder).st_mode) == 0o700, "its folder is its own")
+        check(knock("kxann", path) == "PermissionError", "a foreign user does not get in")
+        check(knock("kxuser", path) == "closed", "an impostor of the same user is sent away")
+        check(knock("root", path) == "closed", "a foreign process of the super-user is sent away")
+        arguments = ["--connect", path, "--uid", str(os.stat(folder).st_uid),
+                     "--pid", str(probe.pid)]
+        for user in ("root", "kxuser"):
+            check(run_as(user, HELPER, *arguments).returncode > 0,
+                  f"the helper does not serve when {user} starts it by hand")
+        check(run_as("root", HELPER).returncode > 0, "nor without arguments")
+        agent.terminal.choose("kxadmin")
+        agent.terminal.type_password(word)
+        check(int(probe.answer().split()[0]) == SUCCESS, "the right one is still let in")
+        check(not os.path.exists(folder), "its folder has gone")
+        check_rights(probe, "after impostors")
+
+
+KNOCK = """
+import socket, sys
+peer = socket.socket(socket.AF_UNIX)
+peer.settimeout(5)
+try:
+    peer.connect(sys.argv[1])
+    peer.sendall(bytes.fromhex(sys.argv[2]))
+    print("open" if peer.recv(1) else "closed")
+except (ConnectionResetError, BrokenPipeError):
+    print("closed")
+except OSError as error:
+    print(type(error).__name__)
+"""
+
+
+def knock(user, path):
+    """Greets as a helper does."""
+    hello = (0x4B585201).to_bytes(4, "little") + (1).to_bytes(4, "little") + bytes(8)
+    return run_as(user, "/usr/bin/python3", "-c", KNOCK, path, hello.hex()).stdout.strip()
+
+
+def swapped_helper(word):
+    """A helper that others can exchange is not started, whatever it is."""
+    os.chmod(os.path.dirname(HELPER), 0o777)
+    with Probe("kxuser") as probe:
+        check(probe.status("credentials", "kxadmin", word) == INTERNAL,
+              "a helper that others can exchange is not started")
+    os.chmod(os.path.dirname(HELPER), 0o755)

@@ -1,0 +1,35 @@
+"""What several groups check of a client and its helper."""
+
+import os
+
+from actors import DENIED, NOT_ALLOWED, SUCCESS
+from stage import HELPER, HELPER_NAME, check, eventually, running, zombies_of
+
+
+def check_rights(probe, text):
+    """With rights, and after they were given up."""
+    status, output = probe.execute("/usr/bin/id", "-u")
+    check(status == SUCCESS and output == "0\n", text + ": tools run as the super-user")
+    check(len(running(HELPER_NAME)) >= 1, text + ": a helper serves")
+    check(probe.status("free") == SUCCESS, text + ": rights are given up")
+    check(eventually(lambda: not running(HELPER)), text + ": the helper has gone")
+    check(eventually(lambda: not zombies_of(probe.pid)), text + ": every launcher was collected")
+
+
+def refused_before_password(probe, name, word, text):
+    status, seconds = probe.timed("credentials", name, word)
+    check(status == DENIED and seconds < 1.5, f"{text}: denied at once ({status}, {seconds:.2f} s)")
+
+
+def check_nobody_to_ask(probe):
+    """The quickest of some: others may keep the machine busy, and the first wakes polkit."""
+    answers = [probe.timed("dialog") for _ in range(4)]
+    seconds = min(answer[1] for answer in answers)
+    check({answer[0] for answer in answers} == {NOT_ALLOWED} and seconds < 0.1,
+          f"nobody to ask: told at once ({seconds:.3f} s)")
+
+
+def kill_helpers():
+    for pid in running(HELPER):
+        os.kill(pid, 9)
+    check(eventually(lambda: not running(HELPER)), "the helper is killed")
