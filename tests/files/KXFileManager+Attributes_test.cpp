@@ -5,6 +5,8 @@
 #include "tests/children/child_tools.h"
 #include "tests/files/deep_tree.h"
 #include "tests/files/files_fixture.h"
+#include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/files/locked_item.h"
 #include "tests/task/held_time.h"
 
 namespace quillmoor {
@@ -142,6 +144,84 @@ TEST_F(ItemAttributes, IncludeTheDateOfTheLastChange) {
     EXPECT_FALSE(KXFileManager::setModificationDate(date, folder_ / "gone"));
     EXPECT_FALSE(KXFileManager::setModificationDate(date, std::nullopt));
     EXPECT_THAT(logged(), IsEmpty());
+}
+
+// With the system's own locked flag.
+using RootLocking = test::FilesTest;
+
+TEST_F(RootLocking, OfAFolderLocksTheFilesAtEveryDepthAndNotTheFolders) {
+    const std::string one = folder_.writeFile("a/b.txt");
+    const std::string two = folder_.writeFile("a/sub/c.txt");
+    const test::LockedItem probe(folder_.writeFile("probe"));
+    if (!probe.excuse().empty()) GTEST_SKIP() << probe.excuse();
+    startLog();
+    KXFileManager::lockFolder(folder_ / "a");
+    EXPECT_TRUE(KXFileManager::isFileLocked(one) && KXFileManager::isFileLocked(two));
+    EXPECT_FALSE(KXFileManager::isFileLocked(folder_ / "a"));
+    EXPECT_FALSE(KXFileManager::isFileLocked(folder_ / "a/sub"));
+    EXPECT_FALSE(manager_.removeItem(one));
+    KXFileManager::unlockFolder(folder_ / "a");
+    EXPECT_FALSE(KXFileManager::isFileLocked(one) || KXFileManager::isFileLocked(two));
+    EXPECT_TRUE(manager_.removeItem(one));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(RootLocking, HindersNeitherTrashingNorRemovingNorReplacing) {
+    for (const char* name : {"trashed", "removed", "there"}) folder_.writeFile(name, name);
+    const test::LockedItem one(folder_ / "trashed");
+    const test::LockedItem two(folder_ / "removed");
+    const test::LockedItem three(folder_ / "there");
+    if (!one.excuse().empty()) GTEST_SKIP() << one.excuse();
+    EXPECT_TRUE(KXFileManager::trashFile(folder_ / "trashed", ShouldAuth::No));
+    EXPECT_EQ(test::readFile(trash() + "/trashed"), "trashed");
+    EXPECT_TRUE(KXFileManager::removeFile(folder_ / "removed", ShouldAuth::No));
+    EXPECT_FALSE(test::somethingAt(folder_ / "removed"));
+    // What stands at a move's destination loses the flag, and stays.
+    const std::string file = folder_.writeFile("file");
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "there", ShouldAuth::No));
+    EXPECT_FALSE(KXFileManager::isFileLocked(folder_ / "there"));
+    EXPECT_EQ(test::readFile(folder_ / "there"), "there");
+}
+
+TEST_F(RootLocking, OfTheSourceHindersAMoveAndNotACopy) {
+    const std::string file = folder_.writeFile("file", "text");
+    const test::LockedItem locked(file);
+    if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
+    startLog();
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "moved", ShouldAuth::No));
+    EXPECT_THAT(logged(), ElementsAre(::testing::EndsWith("Operation not permitted.")));
+    EXPECT_FALSE(test::somethingAt(folder_ / "moved"));
+    EXPECT_TRUE(KXFileManager::copyFile(file, folder_ / "copy", ShouldAuth::No));
+    EXPECT_FALSE(KXFileManager::isFileLocked(folder_ / "copy"));
+    EXPECT_TRUE(KXFileManager::isFileLocked(file));
+}
+
+TEST_F(RootLocking, OfATreesFileKeepsTheTreeWholeOnItsFileSystem) {
+    const test::OtherFileSystem other(folder_);
+    if (!other.available()) GTEST_SKIP() << "nothing can be mounted here";
+    folder_.writeFile("tree/a", "1");
+    const std::string file = folder_.writeFile("tree/sub/b", "2");
+    const test::LockedItem locked(file);
+    if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
+    EXPECT_FALSE(KXFileManager::moveFile(folder_ / "tree", other / "tree", ShouldAuth::No));
+    EXPECT_EQ(test::readFile(file), "2");
+    // What is gone here has arrived there.
+    EXPECT_TRUE(test::somethingAt(folder_ / "tree/a") || test::readFile(other / "tree/a") == "1");
+    EXPECT_TRUE(!test::somethingAt(other / "tree") || test::readFile(other / "tree/sub/b") == "2");
+}
+
+using UserLocking = test::FilesTest;
+
+TEST_F(UserLocking, IsRefusedInTheWordsOfUnlocking) {
+    if (test::isSuperUser()) GTEST_SKIP() << "the super-user may lock";
+    const std::string file = folder_.writeFile("file");
+    startLog();
+    KXFileManager::lockFile(file);
+    ASSERT_EQ(logged().size(), 1U);
+    EXPECT_TRUE(logged().front().starts_with("Unable to unlock file " + file + ": "));
+    EXPECT_FALSE(KXFileManager::isFileLocked(file));
+    KXFileManager::unlockFile(file);
+    EXPECT_EQ(logged().size(), 1U);
 }
 
 class Touching : public ItemAttributes {

@@ -90,11 +90,23 @@ TEST_F(Labels, OfARealItemAreKept) {
     const std::string probe = folder_.writeFile("probe");
     if (::setxattr(probe.c_str(), "user.test", "", 0, 0) != 0 && errno == EOPNOTSUPP)
         GTEST_SKIP() << "this file system keeps no extended attributes";
-    platform_->finderInfo = platform::native().finderInfo;
-    KXFileManager::setFinderColorIndex(12, file_);
+    platform::FinderInfo& finder = *platform::native().finderInfo;
+    platform_->finderInfo = &finder;
+    KXFileManager::setFinderColorIndex(13, file_);
     EXPECT_EQ(KXFileManager::finderColorIndexForPath(file_), 12);
+    const platform::FileReference reference = KXFileManager::stringToFSRef(file_);
+    platform::CatalogInfo info;
+    ASSERT_EQ(finder.catalogInfo(reference, info), 0);
+    info.setFinderFlags(0x0101 | 4);  // has been inited, on the desktop, green
+    ASSERT_EQ(finder.setFinderInfo(reference, info), 0);
+    EXPECT_EQ(KXFileManager::finderColorIndexForPath(file_), 0x0105);
+    EXPECT_EQ(KXFileManager::finderColorForPath(file_), std::nullopt);
     KXFileManager::setFinderColorIndex(0, file_);
-    EXPECT_EQ(KXFileManager::finderColorIndexForPath(file_), 0);
+    EXPECT_EQ(KXFileManager::finderColorIndexForPath(file_), 0x0101);
+    KXFileManager::setFinderColorIndex(13, file_);
+    EXPECT_EQ(KXFileManager::finderColorIndexForPath(file_), 0x0101 | 12);
+    EXPECT_EQ(KXFileManager::finderColorIndexForPath(folder_ / "gone"), 0);
+    EXPECT_EQ(KXFileManager::finderColorForPath(folder_ / "gone"), std::nullopt);
 }
 
 }  // namespace

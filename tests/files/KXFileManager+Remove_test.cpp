@@ -1,5 +1,9 @@
+#include <sys/stat.h>
+
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
+#include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/files/locked_item.h"
 
 namespace quillmoor {
 namespace {
@@ -51,6 +55,25 @@ TEST_F(Removing, ThatFailsAnnouncesAuthorizingWithoutLeaveToAskToo) {
     EXPECT_FALSE(KXFileManager::removeFile(folder_.writeFile("file"), ShouldAuth::No));
     EXPECT_THAT(authorization_.calls, IsEmpty());
     EXPECT_THAT(logged(), ElementsAre(kMessage));
+}
+
+// In a folder that may not be changed: by its mode, or for the super-user by its locked flag.
+TEST_F(Removing, OfWhatReallyCannotBeRemovedIsToldInTheSystemsWords) {
+    authorized();
+    const std::string file = folder_.writeFile("closed/file", "text");
+    const std::string closed = folder_ / "closed";
+    ASSERT_EQ(::chmod(closed.c_str(), 0555), 0);
+    const test::LockedItem locked(closed);
+    if (test::isSuperUser() && !locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
+    startLog();
+    EXPECT_FALSE(KXFileManager::removeFile(file, ShouldAuth::No));
+    const char* const reason =
+        test::isSuperUser() ? "Operation not permitted" : "Permission denied";
+    EXPECT_THAT(logged(),
+                ElementsAre("Error removing file: \u201cfile\u201d couldn\u2019t be removed: " +
+                            std::string(reason) + ". Authorizing..."));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_EQ(test::readFile(file), "text");
 }
 
 TEST_F(Removing, OfAProtectedFolderIsRefused) {

@@ -1,6 +1,9 @@
+#include <sys/stat.h>
+
 #include "tests/files/deep_tree.h"
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
+#include "tests/platform/files/file_fixtures.h"
 
 namespace quillmoor {
 namespace {
@@ -130,6 +133,24 @@ TEST_F(Trashing, OfAFolderWithOneItemThatStaysTakesTheOthersAndAnswersNo) {
     EXPECT_TRUE(test::somethingAt(folder_ / "full/stays"));
     EXPECT_TRUE(test::somethingAt(trash() + "/a"));
     EXPECT_TRUE(test::somethingAt(trash() + "/z"));
+}
+
+// A folder that may not be changed cannot go elsewhere, nor a folder on which something is mounted.
+TEST_F(Trashing, OfAFolderWithOneItemThatReallyStaysTakesTheOthersAndAnswersNo) {
+    folder_.writeFile("full/a", "1");
+    folder_.writeFile("full/z", "2");
+    const std::string stays = folder_.makeFolder("full/stays");
+    test::PrivateMounts mounts;
+    if (!test::isSuperUser()) {
+        ASSERT_EQ(::chmod(stays.c_str(), 0555), 0);
+    } else if (!mounts.mountMemory(stays, "size=64k")) {
+        GTEST_SKIP() << "nothing can be mounted here";
+    }
+    EXPECT_FALSE(KXFileManager::trashDirectoryContents(folder_ / "full", ShouldAuth::No));
+    EXPECT_EQ(test::listing(folder_ / "full"), "stays");
+    EXPECT_EQ(test::readFile(trash() + "/a"), "1");
+    EXPECT_EQ(test::readFile(trash() + "/z"), "2");
+    EXPECT_EQ(test::listing(trash() + "/../info"), "a.trashinfo z.trashinfo");
 }
 
 TEST_F(Trashing, OfAFolderAsksForRightsItemByItem) {

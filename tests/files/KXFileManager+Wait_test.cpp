@@ -155,6 +155,24 @@ TEST_F(Waiting, ForTheWritesOfAFreshFileTakesUntilItIsFourSecondsOld) {
                                       "File /file finished writing."));
 }
 
+TEST_F(Waiting, ForTheWritesOfARealFileGoesByItsDate) {
+    const std::string file = folder_.writeFile("file");
+    const TimePoint start = passing_.time;
+    ASSERT_TRUE(KXFileManager::setModificationDate(start - 10s, file));
+    startLog();
+    KXFileManager::waitForFileWrites(file);
+    EXPECT_THAT(logged(), IsEmpty());
+    folder_.writeFile(".lock");
+    KXFileManager::waitForFileWrites(file, ".lock");
+    EXPECT_EQ(logged().size(), 2U);
+    EXPECT_EQ(passing_.time, start);
+    ASSERT_TRUE(KXFileManager::setModificationDate(start - 1s, file));
+    startLog();
+    KXFileManager::waitForFileWrites(file);
+    EXPECT_EQ(passing_.time - start, 3s + 500us);
+    EXPECT_EQ(logged().size(), 2U);
+}
+
 TEST_F(Waiting, ForWritesBeginsAnewWithEveryWrite) {
     platform_->attributes = &dates_;
     const TimePoint start = passing_.time;

@@ -1,9 +1,13 @@
 // What is done for a tool with more rights, which moves an item into a user's Trash by its path.
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 
 #include "platform/linux/trash_linux.h"
@@ -131,6 +135,70 @@ TEST(RootPrivilegedTrash, BelongsToTheUserItIsMadeFor) {
         ASSERT_EQ(::lstat((home + "/" + name).c_str(), &status), 0) << name;
         EXPECT_EQ(status.st_uid, test::FakeUser::kId) << name;
     }
+}
+
+// Runs as the user that the home is for; answers 0 or the error number.
+int renamedByUser(const std::string& from, const std::string& to) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool isUser =
+            ::setgroups(0, nullptr) == 0 &&
+            ::setresgid(test::FakeUser::kId, test::FakeUser::kId, test::FakeUser::kId) == 0 &&
+            ::setresuid(test::FakeUser::kId, test::FakeUser::kId, test::FakeUser::kId) == 0;
+        ::_exit(!isUser ? 255 : ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Where items of the super-user's have come into another user's Trash, as the tool leaves them.
+class RootsItemsInTrash : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (::getuid() != 0) GTEST_SKIP() << "for the super-user";
+        test::letEverybodyIn(folder_);
+        ASSERT_EQ(::chown(home_.c_str(), test::FakeUser::kId, test::FakeUser::kId), 0);
+        folder_.writeFile("system/a file", "text");
+        folder_.writeFile("system/folder/inside", "text");
+        ASSERT_TRUE(prepareTrash(trash_));
+        for (const std::string name : {"a file", "folder"}) {
+            ASSERT_TRUE(announceTrash(trash_, name, system_ + "/" + name));
+            std::filesystem::rename(system_ + "/" + name, trash_ + "/" + name);
+        }
+    }
+    static uid_t ownerOf(const std::string& path) {
+        struct stat status {};
+        EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+        return status.st_uid;
+    }
+    const TempFolder folder_;
+    const std::string home_ = folder_.makeFolder("home");
+    const std::string system_ = folder_.makeFolder("system");
+    const std::string trash_ = home_ + "/.Trash";
+};
+
+TEST_F(RootsItemsInTrash, AreOutOfTheUsersReachAtTheirOldPlace) {
+    EXPECT_EQ(renamedByUser(trash_ + "/a file", system_ + "/a file"), EACCES);
+    EXPECT_EQ(renamedByUser(trash_ + "/a file", home_ + "/a file"), 0);
+    EXPECT_EQ(ownerOf(home_ + "/a file"), 0U);
+    EXPECT_EQ(renamedByUser(trash_ + "/folder", home_ + "/folder"), EACCES);
+    EXPECT_EQ(readFile(trash_ + "/folder/inside"), "text");
+}
+
+TEST_F(RootsItemsInTrash, AreRestoredWithTheirOwnerByTheSuperUser) {
+    if (std::system("command -v trash-restore >/dev/null") != 0)
+        GTEST_SKIP() << "trash-cli is not installed";
+    const std::string restore = "cd '" + system_ + "' && export HOME='" + home_ +
+                                "' && echo 0 | trash-restore >/dev/null 2>&1";
+    EXPECT_EQ(std::system(restore.c_str()), 0);
+    EXPECT_EQ(std::system(restore.c_str()), 0);
+    EXPECT_EQ(readFile(system_ + "/a file"), "text");
+    EXPECT_EQ(readFile(system_ + "/folder/inside"), "text");
+    EXPECT_EQ(ownerOf(system_ + "/a file"), 0U);
+    EXPECT_EQ(ownerOf(system_ + "/folder"), 0U);
+    EXPECT_EQ(listing(home_ + "/.local/share/Trash/info"), "");
+    EXPECT_EQ(listing(trash_), "");
 }
 
 }  // namespace
