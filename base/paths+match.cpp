@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "base/paths.h"
 #include "base/strings.h"
 #include "base/utf8.h"
@@ -11,7 +13,19 @@ std::string validateFilename(std::string_view name) {
     return replaceAll(replaceAll(trimmed, "/", ""), ":", "");
 }
 
-// Linear in both lengths: only the last * is ever gone back to.
+namespace {
+
+// Where the rest of a pattern, behind a *, may match at the earliest from `n` on. A byte of ASCII
+// is a character of its own wherever it stands.
+std::size_t nextCandidate(std::string_view rest, std::string_view name, std::size_t n) {
+    const auto first = static_cast<unsigned char>(rest.front());
+    if (first == '*' || first == '?' || first >= 0x80) return n;
+    return std::min(name.find(rest.front(), n), name.size());
+}
+
+}  // namespace
+
+// Only the last * is ever gone back to.
 bool isLike(std::string_view pattern, std::string_view name) {
     constexpr std::size_t kNone = std::string_view::npos;
     std::size_t p = 0;
@@ -21,7 +35,9 @@ bool isLike(std::string_view pattern, std::string_view name) {
     while (n < name.size()) {
         if (p < pattern.size() && pattern[p] == '*') {
             afterStar = ++p;
-            retry = n;
+            if (p == pattern.size()) return true;
+            retry = nextCandidate(pattern.substr(p), name, n);
+            n = retry;
         } else if (p < pattern.size() && pattern[p] == '?') {
             ++p;
             n += utf8CharacterAt(name, n).bytes;
@@ -30,7 +46,8 @@ bool isLike(std::string_view pattern, std::string_view name) {
             ++n;
         } else if (afterStar != kNone) {
             p = afterStar;
-            retry += utf8CharacterAt(name, retry).bytes;
+            retry =
+                nextCandidate(pattern.substr(p), name, retry + utf8CharacterAt(name, retry).bytes);
             n = retry;
         } else {
             return false;
