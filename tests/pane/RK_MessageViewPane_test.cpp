@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "base/paths.h"
+#include "log/KXLog.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 
@@ -83,6 +84,8 @@ class Pane : public ::testing::Test {
         platform_->workspace = &workspace_;
         platform_->bundles = &bundles_;
     }
+    // The log's worker looks at the fakes.
+    void TearDown() override { KXLog::finishWriting(); }
     void install() { workspace_.product = "/Applications/Tallyframe.app"; }
 
     Events events_;

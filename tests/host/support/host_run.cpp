@@ -20,7 +20,6 @@ constexpr std::chrono::seconds kLongest{60};
 std::vector<std::string> environmentWith(std::map<std::string, std::string> added) {
     for (const char* none : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
         added.try_emplace(none, "");
-    added.try_emplace("LSAN_OPTIONS", "print_suppressions=0:suppressions=" LEAKS_OF_LIBRARIES);
     std::vector<std::string> all;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string text = *entry;
