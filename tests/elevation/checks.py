@@ -3,7 +3,7 @@
 import os
 
 from actors import DENIED, NOT_ALLOWED, SUCCESS
-from stage import HELPER, HELPER_NAME, check, eventually, running, zombies_of
+from stage import HELPER, HELPER_NAME, check, eventually, has_ended, running, zombies_of
 
 
 def check_rights(probe, text):
@@ -30,6 +30,7 @@ def check_nobody_to_ask(probe):
 
 
 def kill_helpers():
-    for pid in running(HELPER):
+    helpers = running(HELPER)
+    for pid in helpers:
         os.kill(pid, 9)
-    check(eventually(lambda: not running(HELPER)), "the helper is killed")
+    check(eventually(lambda: all(map(has_ended, helpers))), "the helper is killed")

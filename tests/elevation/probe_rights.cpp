@@ -28,6 +28,7 @@ platform::Authorization& services() {
 
 std::string askForRights(const AuthorizationItemSet& environment,
                          platform::AuthorizationFlags flags) {
+    if (reference != nullptr) services().free(reference, platform::kAuthorizationFlagDefaults);
     const auto begin = Clock::now();
     AuthorizationStatus status = services().create(std::nullopt, environment,
                                                    platform::kAuthorizationFlagDefaults, reference);

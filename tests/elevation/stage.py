@@ -187,17 +187,23 @@ def running(word):
     return [pid for pid, command in processes() if word in command]
 
 
+def state_of(pid):
+    """A process's state as one letter, and its parent's number; nothing of one that is not there."""
+    try:
+        with open(f"/proc/{pid}/stat", encoding="utf-8", errors="replace") as file:
+            state, parent = file.read().rsplit(")", 1)[1].split()[:2]
+    except (OSError, IndexError, ValueError):
+        return None, None
+    return state, int(parent)
+
+
+def has_ended(pid):
+    """Its command line goes first: what it had open is closed only after that."""
+    return state_of(pid)[0] in (None, "Z")
+
+
 def zombies_of(parent):
-    found = []
-    for entry in os.listdir("/proc"):
-        try:
-            with open(f"/proc/{entry}/stat", encoding="utf-8", errors="replace") as file:
-                state, ppid = file.read().rsplit(")", 1)[1].split()[:2]
-        except (OSError, ValueError):
-            continue
-        if state == "Z" and int(ppid) == parent:
-            found.append(entry)
-    return found
+    return [pid for pid in os.listdir("/proc") if state_of(pid) == ("Z", parent)]
 
 
 def prepare(probe, helper):
