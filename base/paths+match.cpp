@@ -5,14 +5,6 @@
 #include "base/utf8.h"
 
 namespace quillmoor {
-
-std::string validateFilename(std::string_view name) {
-    if (name == ".") return "";
-    if (name.starts_with('.')) name.remove_prefix(1);
-    const std::string_view trimmed = trimWhitespaceAndNewlines(name);
-    return replaceAll(replaceAll(trimmed, "/", ""), ":", "");
-}
-
 namespace {
 
 // Where the rest of a pattern, behind a *, may match at the earliest from `n` on. A byte of ASCII
@@ -24,6 +16,13 @@ std::size_t nextCandidate(std::string_view rest, std::string_view name, std::siz
 }
 
 }  // namespace
+
+std::string validateFilename(std::string_view name) {
+    if (name == ".") return "";
+    if (name.starts_with('.')) name.remove_prefix(1);
+    const std::string_view trimmed = trimWhitespaceAndNewlines(name);
+    return replaceAll(replaceAll(trimmed, "/", ""), ":", "");
+}
 
 // Only the last * is ever gone back to.
 bool isLike(std::string_view pattern, std::string_view name) {

@@ -19,6 +19,13 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using AsyncTask = test::AsyncTaskTest;
 
+// Holds threads back until the test runs their bodies.
+class HeldThreads : public test::ForwardingMainThread {
+  public:
+    std::vector<std::function<void()>> bodies;
+    void detachNewThread(std::function<void()> made) override { bodies.push_back(std::move(made)); }
+};
+
 // Runs that follow one another, and what happens at a bad moment.
 
 TEST_F(AsyncTask, MayBeUsedAgain) {
@@ -31,31 +38,18 @@ TEST_F(AsyncTask, MayBeUsedAgain) {
 }
 
 TEST_F(AsyncTask, ThatIsTerminatedBeforeItsThreadBeginsIsToldInTheLogAndPrinted) {
-    // Holds the thread back until it is let go.
-    class Held : public test::ForwardingMainThread {
-      public:
-        std::function<void()> body;
-        void detachNewThread(std::function<void()> made) override { body = std::move(made); }
-    };
-    Held thread;
+    HeldThreads thread;
     platform_->mainThread = &thread;
     start(childPath("hang"), {folder_ / "pid"});
     runner_->terminateAsyncTask();
-    thread.body();
+    thread.bodies.at(0)();
     EXPECT_THAT(logged(), ElementsAre("Unable to launch async task - no task set"));
     EXPECT_TRUE(console_.printed.contains("Unable to launch async task - no task set"));
     EXPECT_FALSE(test::somethingAt(folder_ / "pid"));
 }
 
 TEST_F(AsyncTask, ThatIsTerminatedAndStartedAnewLeavesTheSecondRunToItsOwnThread) {
-    class Held : public test::ForwardingMainThread {
-      public:
-        std::vector<std::function<void()>> bodies;
-        void detachNewThread(std::function<void()> made) override {
-            bodies.push_back(std::move(made));
-        }
-    };
-    Held thread;
+    HeldThreads thread;
     platform_->mainThread = &thread;
     start(childPath("hang"), {folder_ / "pid"});
     runner_->terminateAsyncTask();
@@ -236,15 +230,7 @@ TEST_F(AsyncSteps, EndWithAReadThatFails) {
 }
 
 TEST_F(AsyncSteps, OfAReaderThatComesBackLateLeaveTheNextRunsOutputAlone) {
-    // Lets the test run the threads' bodies.
-    class Held : public test::ForwardingMainThread {
-      public:
-        std::vector<std::function<void()>> bodies;
-        void detachNewThread(std::function<void()> made) override {
-            bodies.push_back(std::move(made));
-        }
-    };
-    Held thread;
+    HeldThreads thread;
     platform_->mainThread = &thread;
     handles_.chunks[1] = {"first", "late"};
     handles_.chunks[2] = {"second"};

@@ -1,7 +1,6 @@
 // The program that asks for a password on a terminal in polkit's name.
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <string_view>
 
@@ -21,10 +20,6 @@ class Agent {
         Taken,        // polkit has another one for this process, or has not noticed yet its end
         Failed
     };
-
-    // How long polkit may take to notice the end of an agent.
-    static constexpr std::chrono::milliseconds kForgetting{2000};
-    static constexpr std::chrono::milliseconds kBetweenAttempts{20};
 
     // On the user's own terminal, where this process stands in the foreground. For a user whom no
     // other agent serves; it is no fall-back agent, since polkit forgets those outside of login

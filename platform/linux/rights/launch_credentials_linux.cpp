@@ -27,6 +27,10 @@ std::optional<posix::User> knownUser(std::string_view name) {
     return posix::userWithName(std::string(name));
 }
 
+// How long polkit may take to notice the end of an agent.
+constexpr std::chrono::milliseconds kForgetting{2000};
+constexpr std::chrono::milliseconds kBetweenAttempts{20};
+
 struct PrivateAgent {
     PseudoTerminal terminal;
     Agent agent;
@@ -35,14 +39,14 @@ struct PrivateAgent {
 // Each attempt has a terminal of its own: it is of no use once the program on it has ended. nil
 // where the system has none to give.
 std::optional<PrivateAgent> openAgent() {
-    const auto limit = std::chrono::steady_clock::now() + Agent::kForgetting;
+    const auto limit = std::chrono::steady_clock::now() + kForgetting;
     while (true) {
         std::optional<PseudoTerminal> terminal = PseudoTerminal::open();
         if (!terminal) return std::nullopt;
         Agent agent = Agent::on(*terminal);
         if (agent.state() != Agent::State::Taken || std::chrono::steady_clock::now() > limit)
             return PrivateAgent{*std::move(terminal), std::move(agent)};
-        std::this_thread::sleep_for(Agent::kBetweenAttempts);
+        std::this_thread::sleep_for(kBetweenAttempts);
     }
 }
 

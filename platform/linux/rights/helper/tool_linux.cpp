@@ -40,8 +40,8 @@ int becomeTool(void* argument) {
 }
 
 // As posix_spawn(3) does, but on a stack that is there already: to map one for each child makes a
-// start a third dearer. The helper has one thread, which waits here for the exec or the end, and
-// handles no signal.
+// start with rights a sixth dearer. The helper has one thread, which waits here for the exec or the
+// end, and handles no signal.
 int start(Tool& tool) {
     constexpr std::size_t kStackSize = std::size_t{64} << 10;
     alignas(std::max_align_t) static std::array<std::byte, kStackSize> stack;
