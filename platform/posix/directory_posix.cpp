@@ -2,11 +2,17 @@
 
 #include <errno.h>
 
-#include <string_view>
-
 #include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
+namespace {
+
+// The folder itself, or the one above it.
+bool isDots(const char* name) {
+    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+}
+
+}  // namespace
 
 DirectoryReader::DirectoryReader(Descriptor folder) {
     stream_.reset(systemCalls().fdopendir(folder.get()));
@@ -25,8 +31,7 @@ const dirent* DirectoryReader::next() {
             error_ = errno;
             return nullptr;
         }
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") return entry;
+        if (!isDots(entry->d_name)) return entry;
     }
 }
 

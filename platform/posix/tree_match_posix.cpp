@@ -28,12 +28,10 @@ Descriptor openForReading(const std::string& path) {
     return Descriptor(calls.openat(folder.get(), ".", flags, 0));
 }
 
-// A piece of the work that one thread does on its own: some of the folders, or, where `openFolder`
-// is one, some entries of it.
+// Some of the folders, which one thread does on its own.
 struct MatchPart : TreeLevel {
-    std::size_t firstFolder = 0;
-    std::size_t endOfFolders = 0;
-    int openFolder = -1;
+    std::size_t first = 0;
+    std::size_t end = 0;
     StringList found;
 };
 
@@ -46,95 +44,69 @@ class Matching {
         StringList found;
         std::size_t i = 0;
         for (; i < folders_.size() && seen_ < kManyEntries; ++i)
-            matchIn(folders_[i], ShareOut::Yes, found);
+            seen_ += matchIn(folders_[i], found);
         for (; i < folders_.size(); i += kFoldersOfPart) {
             MatchPart& part = parts_.emplace_back();
-            part.firstFolder = i;
-            part.endOfFolders = std::min(i + kFoldersOfPart, folders_.size());
-            giveOrDo(part, EntryBatch());
+            part.first = i;
+            part.end = std::min(i + kFoldersOfPart, folders_.size());
+            if (crew_.wantsWork())
+                crew_.give(part, EntryBatch());
+            else
+                doPart(part);
         }
-        collect(parts_, found);
+        collect(found);
         return found;
     }
 
   private:
-    using Parts = std::deque<MatchPart>;
-    enum class ShareOut : bool { No, Yes };
-
     // Less is not worth a thread.
     static constexpr std::size_t kManyEntries = 4096;
     static constexpr std::size_t kFoldersOfPart = 8;
-    static constexpr std::size_t kEntriesOfPart = 2048;
 
     void help() {
         TreeCrew::Share share;
         while (crew_.take(share)) {
-            doPart(static_cast<MatchPart&>(*share.folder), share.entries);
+            doPart(static_cast<MatchPart&>(*share.folder));
             crew_.done(*share.folder);
         }
     }
 
-    void giveOrDo(MatchPart& part, EntryBatch entries) {
-        if (crew_.wantsWork())
-            crew_.give(part, std::move(entries));
-        else
-            doPart(part, entries);
-    }
-
-    void doPart(MatchPart& part, EntryBatch& entries) {
-        for (std::size_t i = part.firstFolder; i < part.endOfFolders; ++i)
-            matchIn(folders_[i], ShareOut::No, part.found);
-        TreeEntry entry;
-        while (entries.next(entry)) matchEntry(part.openFolder, part.name, entry, part.found);
+    void doPart(MatchPart& part) {
+        for (std::size_t i = part.first; i < part.end; ++i) matchIn(folders_[i], part.found);
     }
 
     // In the order in which the parts were made; does itself what nobody has begun with.
-    void collect(Parts& parts, StringList& found) {
-        for (MatchPart& part : parts) {
-            EntryBatch entries;
-            while (crew_.takeBack(part, entries)) doPart(part, entries);
+    void collect(StringList& found) {
+        for (MatchPart& part : parts_) {
+            EntryBatch none;
+            while (crew_.takeBack(part, none)) doPart(part);
             found.insert(found.end(), std::make_move_iterator(part.found.begin()),
                          std::make_move_iterator(part.found.end()));
         }
-        parts.clear();
     }
 
-    void matchIn(const std::string& folder, ShareOut share, StringList& found) {
+    // How many entries the folder has.
+    std::size_t matchIn(const std::string& folder, StringList& found) const {
         DirectoryReader reader(openForReading(folder));
         // What is listed exists, unless it is a link; but where a folder may not be searched,
         // nothing in it can be seen to exist.
-        if (reader.error() != 0 || !exists(reader.folder(), ".")) return;
+        if (reader.error() != 0 || !exists(reader.folder(), ".")) return 0;
         std::string prefix = *appendPathComponent(folder, ".");
         prefix.pop_back();
         const std::size_t before = found.size();
-        const dirent* entry = nullptr;
-        while ((share == ShareOut::No || ++seen_ <= kManyEntries) &&
-               (entry = reader.next()) != nullptr)
-            matchEntry(reader.folder(), prefix, {entry->d_name, typeOf(*entry)}, found);
-        if (entry != nullptr) matchRest(reader, prefix, found);
+        std::size_t entries = 0;
+        for (; const dirent* entry = reader.next(); ++entries)
+            matchEntry(reader.folder(), prefix, *entry, found);
         if (reader.error() != 0) found.resize(before);
+        return entries;
     }
 
-    void matchRest(DirectoryReader& reader, const std::string& prefix, StringList& found) {
-        Parts parts;
-        const dirent* entry = reader.next();
-        while (entry != nullptr) {
-            EntryBatch entries;
-            for (; entry != nullptr && entries.size() < kEntriesOfPart; entry = reader.next())
-                entries.add({entry->d_name, typeOf(*entry)});
-            MatchPart& part = parts.emplace_back();
-            part.name = prefix;
-            part.openFolder = reader.folder();
-            giveOrDo(part, std::move(entries));
-        }
-        collect(parts, found);
-    }
-
-    void matchEntry(int folder, const std::string& prefix, const TreeEntry& entry,
+    void matchEntry(int folder, const std::string& prefix, const dirent& entry,
                     StringList& found) const {
-        const std::string_view name = entry.name;
+        const std::string_view name = entry.d_name;
         if (!isLike(pattern_, name)) return;
-        if ((entry.type == 0 || entry.type == S_IFLNK) && !exists(folder, entry.name)) return;
+        const mode_t type = typeOf(entry);
+        if ((type == 0 || type == S_IFLNK) && !exists(folder, entry.d_name)) return;
         std::string& path = found.emplace_back();
         path.reserve(prefix.size() + name.size());
         path.append(prefix).append(name);
@@ -142,8 +114,8 @@ class Matching {
 
     const StringList& folders_;
     const std::string& pattern_;
-    std::size_t seen_ = 0;  // entries that the caller's thread has met before it shared them out
-    Parts parts_;
+    std::size_t seen_ = 0;  // entries that the caller's thread has met before it shared work out
+    std::deque<MatchPart> parts_;
     TreeCrew crew_;
 };
 
