@@ -3,7 +3,8 @@
 import os
 
 from actors import DENIED, NOT_ALLOWED, SUCCESS
-from stage import HELPER, HELPER_NAME, check, eventually, has_ended, running, zombies_of
+from stage import (HELPER, HELPER_NAME, check, eventually, has_ended, processes, read_file, running,
+                   zombies_of)
 
 
 def check_rights(probe, text):
@@ -11,9 +12,27 @@ def check_rights(probe, text):
     status, output = probe.execute("/usr/bin/id", "-u")
     check(status == SUCCESS and output == "0\n", text + ": tools run as the super-user")
     check(len(running(HELPER_NAME)) >= 1, text + ": a helper serves")
+    check_terminals(probe, text)
     check(probe.status("free") == SUCCESS, text + ": rights are given up")
     check(eventually(lambda: not running(HELPER)), text + ": the helper has gone")
     check(eventually(lambda: not zombies_of(probe.pid)), text + ": every launcher was collected")
+
+
+def check_terminals(probe, text):
+    """Whatever terminal a launcher had, nobody types at what runs as the super-user."""
+    pid, _, group, terminal = place_of(probe.execute("/bin/cat", "/proc/self/stat")[1])
+    check(terminal == "0", text + ": tools have no terminal")
+    check(pid == group, text + ": and are signalled on their own")
+    helpers = [pid for pid, command in processes() if command.startswith(HELPER)]
+    terminals = [place_of(read_file(f"/proc/{pid}/stat").decode())[3] for pid in helpers]
+    check(terminals == ["0"], f"{text}: nor has the helper ({terminals})")
+
+
+def place_of(status):
+    """Number, state, group and terminal of a process, from the system's line about it."""
+    number, rest = status.split(" ", 1)
+    state, _, group, _, terminal = rest.rsplit(")", 1)[1].split()[:5]
+    return number, state, group, terminal
 
 
 def refused_before_password(probe, name, word, text):

@@ -4,12 +4,15 @@
 #include <grp.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+
+#include "platform/posix/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {
@@ -61,6 +64,17 @@ void resetLimits() {
     ::setrlimit(RLIMIT_CORE, &kNoCore);
 }
 
+// A launcher may have made this process the leader of a group, which cannot have a session of its
+// own, or of a session that has a terminal.
+void leaveTerminal() {
+    if (::setsid() >= 0) return;
+    const posix::Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (!terminal) return;
+    ::signal(SIGHUP, SIG_IGN);  // the leader's whole group is told
+    ::ioctl(terminal.get(), TIOCNOTTY);
+    ::signal(SIGHUP, SIG_DFL);
+}
+
 bool becomeSuperUser() {
     return ::setgroups(0, nullptr) == 0 && ::setresgid(0, 0, 0) == 0 && ::setresuid(0, 0, 0) == 0;
 }
@@ -70,7 +84,7 @@ bool becomeSuperUser() {
 bool leaveSurroundings() {
     resetSignals();
     ::umask(S_IWGRP | S_IWOTH);
-    ::setsid();  // fails where a session of its own was made for it already
+    leaveTerminal();
     resetLimits();
     return closeDescriptors() && becomeSuperUser() && ::chdir("/") == 0 &&
            ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && ::clearenv() == 0;

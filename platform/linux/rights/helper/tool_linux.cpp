@@ -23,7 +23,8 @@ struct Tool {
 };
 
 // In the child, with the helper's memory but signals and descriptors of its own. Every other signal
-// has its default action already.
+// has its default action already. A session of its own would make the system weigh this process
+// against all others as one of two: the helper's answer would wait until the tool ends.
 int becomeTool(void* argument) {
     Tool& tool = *static_cast<Tool*>(argument);
     const auto take = [&tool](RequestDescriptor source, int number) {
@@ -31,7 +32,7 @@ int becomeTool(void* argument) {
     };
     ::signal(SIGCHLD, SIG_DFL);
     ::signal(SIGPIPE, SIG_DFL);
-    if (::setsid() >= 0 && ::fchdir(tool.descriptors[kToolFolder].get()) == 0 &&
+    if (::setpgid(0, 0) == 0 && ::fchdir(tool.descriptors[kToolFolder].get()) == 0 &&
         take(kToolInput, STDIN_FILENO) && take(kToolOutput, STDOUT_FILENO) &&
         take(kToolError, STDERR_FILENO) && ::close_range(STDERR_FILENO + 1, ~0U, 0) == 0)
         ::execve(tool.path, tool.arguments, tool.environment);
