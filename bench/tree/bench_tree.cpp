@@ -1,5 +1,6 @@
 // Does to trees what the peers of bench/tree/run do, one work a process; the wildcards are timed in
 // the process, against glob.
+#include <dirent.h>
 #include <glob.h>
 #include <spawn.h>
 #include <sys/resource.h>
@@ -7,9 +8,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -90,33 +93,54 @@ StringList sorted(StringList paths) {
     return paths;
 }
 
-// Only the call itself is timed, not what it takes to hand on glob's answer.
-double globTime(const std::string& path) {
-    glob_t result{};
+double secondsOf(const std::function<void()>& work) {
     const auto start = std::chrono::steady_clock::now();
-    ::glob(path.c_str(), GLOB_NOSORT, nullptr, &result);
-    const auto end = std::chrono::steady_clock::now();
-    ::globfree(&result);
-    return std::chrono::duration<double>(end - start).count();
-}
-
-double ownTime(const std::string& path) {
-    const auto start = std::chrono::steady_clock::now();
-    const StringList found = expanded(path);
+    work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// A line for each round: seconds of ours and of glob's, each first in turn.
+// Only the call itself is timed, not what it takes to hand on glob's answer.
+double globTime(const std::string& path, int flags) {
+    glob_t result{};
+    const double seconds = secondsOf([&] { ::glob(path.c_str(), flags, nullptr, &result); });
+    ::globfree(&result);
+    return seconds;
+}
+
+double ownTime(const std::string& path) {
+    StringList found;
+    return secondsOf([&] { found = expanded(path); });
+}
+
+// What nobody can do without: reading the folders through.
+double readingTime(const StringList& folders) {
+    return secondsOf([&] {
+        for (const std::string& folder : folders) {
+            DIR* const stream = ::opendir(folder.c_str());
+            while (::readdir(stream) != nullptr) continue;
+            ::closedir(stream);
+        }
+    });
+}
+
+// A line for each round: seconds of ours, of glob's, of glob's without its sorting, and of reading
+// the folders; each first in turn.
 int match(const std::string& path, int rounds) {
     if (expanded(path).empty() || sorted(expanded(path)) != sorted(globbed(path))) {
         std::fprintf(stderr, "bench_tree: other matches than glob's for %s\n", path.c_str());
         return 1;
     }
+    const StringList folders = expanded(deleteLastPathComponent(path));
+    const std::array<std::function<double()>, 4> works{
+        [&] { return ownTime(path); }, [&] { return globTime(path, 0); },
+        [&] { return globTime(path, GLOB_NOSORT); }, [&] { return readingTime(folders); }};
     for (int round = 0; round < rounds; ++round) {
-        const bool oursFirst = round % 2 == 0;
-        const double first = oursFirst ? ownTime(path) : globTime(path);
-        const double second = oursFirst ? globTime(path) : ownTime(path);
-        std::printf("%.6f %.6f\n", oursFirst ? first : second, oursFirst ? second : first);
+        std::array<double, works.size()> seconds{};
+        for (std::size_t i = 0; i < works.size(); ++i) {
+            const std::size_t which = (i + static_cast<std::size_t>(round)) % works.size();
+            seconds[which] = works[which]();
+        }
+        std::printf("%.6f %.6f %.6f %.6f\n", seconds[0], seconds[1], seconds[2], seconds[3]);
     }
     return 0;
 }

@@ -2,9 +2,11 @@
 
 #include <spawn.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -43,6 +45,57 @@ std::ptrdiff_t settledDescriptors(KXAuthorization& session, std::ptrdiff_t expec
     return openDescriptors();
 }
 
+// A process that sends back what it gets, which is what any other process costs.
+class Echo {
+  public:
+    Echo() {
+        std::array<int, 2> ends{};
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) std::abort();
+        near_ = ends[0];
+        child_ = ::fork();
+        if (child_ == 0) {
+            ::close(ends[0]);
+            char byte = 0;
+            while (::read(ends[1], &byte, 1) == 1 && ::write(ends[1], &byte, 1) == 1) continue;
+            ::_exit(0);
+        }
+        ::close(ends[1]);
+    }
+    ~Echo() {
+        ::close(near_);
+        ::waitpid(child_, nullptr, 0);
+    }
+    Echo(const Echo&) = delete;
+    Echo& operator=(const Echo&) = delete;
+
+    void ask() const {
+        char byte = 0;
+        if (::write(near_, &byte, 1) != 1 || ::read(near_, &byte, 1) != 1) std::abort();
+    }
+
+  private:
+    int near_ = -1;
+    pid_t child_ = -1;
+};
+
+// Each finds the processors idle, as most starts do.
+double microsecondsFromIdle(const std::function<void()>& work) {
+    std::this_thread::sleep_for(1ms);
+    return microseconds(work);
+}
+
+void startWithRights() {
+    if (KXAuthorization::sharedController()->authExecTask("/bin/true", {}) != 0) std::abort();
+}
+
+pid_t startBare() {
+    char tool[] = "/bin/true";
+    char* const arguments[] = {tool, nullptr};
+    pid_t child = -1;
+    if (::posix_spawn(&child, tool, nullptr, nullptr, arguments, environ) != 0) std::abort();
+    return child;
+}
+
 }  // namespace
 
 std::string callSession(const StringList& words) {
@@ -64,23 +117,19 @@ std::string callSession(const StringList& words) {
     return "unknown";
 }
 
+// Microseconds of a start with rights, of a bare one, and of a message to a process and back.
 std::string compareStarts(const StringList& words) {
-    std::vector<double> ours, bare;
+    const Echo echo;
+    std::vector<double> ours, bare, message;
     for (int left = std::stoi(words.at(1)); left > 0; --left) {
-        ours.push_back(microseconds([] {
-            if (KXAuthorization::sharedController()->authExecTask("/bin/true", {}) != 0)
-                std::abort();
-        }));
+        ours.push_back(microsecondsFromIdle(startWithRights));
         pid_t child = -1;
-        bare.push_back(microseconds([&child] {
-            char tool[] = "/bin/true";
-            char* const arguments[] = {tool, nullptr};
-            if (::posix_spawn(&child, tool, nullptr, nullptr, arguments, environ) != 0)
-                std::abort();
-        }));
+        bare.push_back(microsecondsFromIdle([&child] { child = startBare(); }));
         ::waitpid(child, nullptr, 0);
+        message.push_back(microsecondsFromIdle([&echo] { echo.ask(); }));
     }
-    return std::to_string(bench::median(ours)) + " " + std::to_string(bench::median(bare));
+    return std::to_string(bench::median(ours)) + " " + std::to_string(bench::median(bare)) + " " +
+           std::to_string(bench::median(message));
 }
 
 std::string startMany(const StringList& words) {
