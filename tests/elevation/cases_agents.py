@@ -3,7 +3,7 @@
 import os
 
 from actors import NOT_ALLOWED, SUCCESS, DismissingAgent, Probe
-from stage import check, run, start_bus
+from stage import check, left_of, run, start_bus
 
 
 def agents(passwords):
@@ -15,8 +15,12 @@ def agents(passwords):
 def one_after_the_other(word):
     """polkit notices the end of an agent only a moment later."""
     with Probe("kxuser") as probe:
-        statuses = [probe.status("credentials", "kxadmin", word) for _ in range(20)]
-        check(set(statuses) == {SUCCESS}, f"rights, asked for over and over {set(statuses)}")
+        statuses, left = set(), []
+        for _ in range(20):
+            statuses.add(probe.status("credentials", "kxadmin", word))
+            left += left_of("pkttyagent")
+        check(statuses == {SUCCESS}, f"rights, asked for over and over {statuses}")
+        check(not left, f"the agent has ended when the answer comes ({len(left)} had not)")
     with Probe("kxuser") as probe, DismissingAgent(probe, "kxuser") as agent:
         check(probe.status("credentials", "kxadmin", word) == NOT_ALLOWED and
               agent.questions() == 0, "the client's own agent is not asked for a given password")

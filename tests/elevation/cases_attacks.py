@@ -7,7 +7,7 @@ import time
 from actors import SUCCESS, TOOL_FAILED, Probe
 from cases_secrets import check_secrets
 from launchers import LAUNCHERS, helper, programs_between
-from stage import HELPER, check, eventually, helpers_left, running, start_bus
+from stage import HELPER, HELPER_NAME, check, eventually, left_of, running, start_bus
 
 MADE = "/srv/made"
 EINVAL = 22
@@ -29,7 +29,7 @@ class Attacks:
 
     def check_helper_ends(self, probe, text):
         """Nothing was done, and nothing can be done any more."""
-        check(eventually(lambda: not helpers_left()) and not os.path.exists(MADE),
+        check(eventually(lambda: not left_of(HELPER_NAME)) and not os.path.exists(MADE),
               text + " ends the helper")
         status = probe.execute("/usr/bin/id")[0]
         check(status == self.launcher.after_loss, f"{text}: the rights are gone ({status})")

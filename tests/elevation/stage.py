@@ -202,7 +202,7 @@ def has_ended(pid):
     return state_of(pid)[0] in (None, "Z")
 
 
-def helpers_left():
+def left_of(program):
     """Also those whose command line has gone already. The system cuts the names of processes."""
     left = []
     for pid in filter(str.isdigit, os.listdir("/proc")):
@@ -210,7 +210,7 @@ def helpers_left():
             name = read_file(f"/proc/{pid}/comm").decode().strip()
         except OSError:
             continue
-        if name == HELPER_NAME[:15] and not has_ended(pid):
+        if name == program[:15] and not has_ended(pid):
             left.append(pid)
     return left
 

@@ -16,6 +16,7 @@ namespace quillmoor::platform::linux_::rights {
 namespace {
 
 constexpr std::chrono::milliseconds kRegistrationTimeout{10'000};
+constexpr std::chrono::milliseconds kEndTimeout{1000};
 constexpr int kNotifyDescriptor = 3;
 
 // "PID,START": names this process also when its number is given out anew.
@@ -66,8 +67,12 @@ Agent Agent::on(const PseudoTerminal& terminal) {
     return agent;
 }
 
+// Polkit learns of the end once the agent's descriptors are closed, and until then asks it instead
+// of the next one.
 Agent::~Agent() {
-    if (child_) child_->kill();
+    if (!child_) return;
+    child_->kill();
+    isReadable(child_->exitDescriptor(), kEndTimeout);
 }
 
 void Agent::start(LaunchSetup setup) {
