@@ -26,18 +26,23 @@ inline double quantile(std::vector<double> values, double part) {
 
 enum class Better { Lower, Higher };
 
-// One row: medians of the rounds, and the median of the ratios taken round by round.
-inline void printRow(const std::string& work, const std::vector<double>& ours,
-                     const std::vector<double>& peer, const char* unit, double target,
-                     Better better) {
+// The median of the ratios taken round by round.
+inline double medianRatio(const std::vector<double>& ours, const std::vector<double>& peer) {
     std::vector<double> ratios;
     for (std::size_t i = 0; i < std::min(ours.size(), peer.size()); ++i)
         ratios.push_back(ours[i] / peer[i]);
-    const double ratio = median(ratios);
+    return median(ratios);
+}
+
+// One row: medians of the rounds, and the ratio. `why` says what stands against the target.
+inline void printRow(const std::string& work, const std::vector<double>& ours,
+                     const std::vector<double>& peer, const char* unit, double target,
+                     Better better, const std::string& why = "") {
+    const double ratio = medianRatio(ours, peer);
     const bool met = better == Better::Lower ? ratio <= target : ratio >= target;
-    std::printf("%s | %.4g %s | %.4g %s | %.2f | %s %.2f | %s\n", work.c_str(), median(ours), unit,
-                median(peer), unit, ratio, better == Better::Lower ? "<=" : ">=", target,
-                met ? "met" : "NOT met");
+    std::printf("%s | %.4g %s | %.4g %s | %.2f | %s %.2f | %s%s\n", work.c_str(), median(ours),
+                unit, median(peer), unit, ratio, better == Better::Lower ? "<=" : ">=", target,
+                met ? "met" : "NOT met", met || why.empty() ? "" : (": " + why).c_str());
     std::fflush(stdout);
 }
 
