@@ -115,9 +115,9 @@ TEST_F(ChannelTest, GivesTheSuperUsersEnvironmentAndNothingOfTheCallers) {
     EXPECT_EQ(std::count(output.begin(), output.end(), '\0'), 7);
 }
 
-TEST_F(ChannelTest, GivesEachToolASessionOfItsOwn) {
+TEST_F(ChannelTest, GivesEachToolAProcessGroupOfItsOwn) {
     EXPECT_EQ(
-        outputOf(channel(), "/bin/sh", {"-c", "test \"$(ps -o sid= -p $$)\" -eq $$ && echo yes"}),
+        outputOf(channel(), "/bin/sh", {"-c", "test \"$(ps -o pgid= -p $$)\" -eq $$ && echo yes"}),
         "yes\n");
 }
 
