@@ -7,6 +7,13 @@
 
 namespace quillmoor::platform::posix {
 
+ssize_t readSome(int file, char* bytes, std::size_t size) {
+    for (;;) {
+        const ssize_t count = systemCalls().read(file, bytes, size);
+        if (count >= 0 || errno != EINTR) return count;
+    }
+}
+
 int writeAll(int file, const char* bytes, std::size_t size) {
     while (size > 0) {
         const ssize_t written = systemCalls().write(file, bytes, size);

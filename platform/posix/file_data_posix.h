@@ -1,11 +1,16 @@
 // The data of open files.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 
 #include "platform/posix/descriptor.h"
 
 namespace quillmoor::platform::posix {
+
+// As read(2), again after an interruption.
+ssize_t readSome(int file, char* bytes, std::size_t size);
 
 // Writes all of it; answers 0 or the error number.
 int writeAll(int file, const char* bytes, std::size_t size);

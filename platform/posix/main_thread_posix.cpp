@@ -19,6 +19,7 @@
 #include "platform/native_services.h"
 #include "platform/posix/error_text_posix.h"
 #include "platform/posix/main_thread_posix.h"
+#include "platform/posix/signals_blocked_posix.h"
 
 namespace quillmoor::platform {
 namespace posix {
@@ -47,22 +48,6 @@ class Completion {
     std::mutex mutex_;
     std::condition_variable changed_;
     bool done_ = false;
-};
-
-// Every signal is blocked in this thread, and in those it makes meanwhile.
-class SignalsBlocked {
-  public:
-    SignalsBlocked() {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-  private:
-    sigset_t before_{};
 };
 
 using TerminationObserver = void (*)();

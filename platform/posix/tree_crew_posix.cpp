@@ -1,7 +1,5 @@
 #include "platform/posix/tree_crew_posix.h"
 
-#include <pthread.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -9,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/posix/signals_blocked_posix.h"
 #include "platform/posix/tree_worker_posix.h"
 
 namespace quillmoor::platform::posix {
@@ -125,16 +124,12 @@ void TreeCrew::end() {
 void TreeCrew::addThread() {
     const std::size_t working = helpers_.size() + 1 - std::min(waiting_, helpers_.size());
     if (!mayStart_ || working >= threads_ || helpers_.size() + 1 >= 2 * threads_) return;
-    sigset_t all;
-    sigset_t before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    const SignalsBlocked blocked;
     try {
         helpers_.emplace_back(help_);
     } catch (const std::system_error&) {
         mayStart_ = false;  // whoever gives takes back in the end
     }
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 void TreeCrew::queueChanged() {

@@ -6,24 +6,27 @@
 
 #include <algorithm>
 #include <limits>
+#include <string_view>
 
 #include "platform/posix/file_data_posix.h"
+#include "platform/posix/read_ahead_posix.h"
 #include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {
 
 // Large reads and writes beat the kernel's own copying calls, which go page by page.
-constexpr off_t kBufferSize = off_t{1} << 20;
+constexpr off_t kBufferSize = off_t{512} << 10;
 
 // What st_blocks counts.
 constexpr off_t kBlock = 512;
 
-ssize_t readSome(int file, char* buffer, std::size_t size) {
-    for (;;) {
-        const ssize_t count = systemCalls().read(file, buffer, size);
-        if (count >= 0 || errno != EINTR) return count;
-    }
+constexpr off_t kUnknownLength = std::numeric_limits<off_t>::max();
+
+// Reading ahead is worth a thread.
+bool isLong(off_t length) {
+    constexpr off_t kLong = off_t{16} << 20;
+    return length >= kLong && length != kUnknownLength;
 }
 
 // Room for a large file in one piece, where the file system can; the size stays as it is. Nothing
@@ -87,27 +90,40 @@ int FileDataCopier::copyRegions(int from, int to, off_t size) {
 int FileDataCopier::copyWhole(int from, int to, off_t size) {
     reserve(to, size);
     off_t copied = 0;
-    const off_t length = size > 0 ? size : std::numeric_limits<off_t>::max();
-    const int error = copyNext(from, to, length, copied);
+    const int error = copyNext(from, to, size > 0 ? size : kUnknownLength, copied);
     if (error != 0 || copied >= size) return error;
     return systemCalls().ftruncate(to, copied) == 0 ? 0 : errno;
 }
 
 // So much, or less where the file ends; adds what has been copied to `copied`.
 int FileDataCopier::copyNext(int from, int to, off_t length, off_t& copied) {
-    while (length > 0) {
-        if (control_.stop.stop_requested()) return ECANCELED;
-        const auto wanted = static_cast<std::size_t>(std::min(length, kBufferSize));
-        const ssize_t count = readSome(from, buffer(), wanted);
-        if (count < 0) return errno;
-        if (count == 0) return 0;
-        const int error = writeAll(to, buffer(), static_cast<std::size_t>(count));
-        if (error != 0) return error;
-        control_.add(static_cast<std::uint64_t>(count), 0);
-        length -= count;
-        copied += count;
+    if (isLong(length)) {
+        ReadAhead ahead(from, length);
+        if (ahead.started())
+            return writePieces(to, copied, [&ahead](auto& piece) { return ahead.next(piece); });
     }
-    return 0;
+    return writePieces(to, copied, [&](std::string_view& piece) {
+        const auto wanted = static_cast<std::size_t>(std::min(length, kBufferSize));
+        const ssize_t count = wanted > 0 ? readSome(from, buffer(), wanted) : 0;
+        if (count < 0) return errno;
+        piece = {buffer(), static_cast<std::size_t>(count)};
+        length -= count;
+        return 0;
+    });
+}
+
+// `next` sets the next piece, an empty one at the end, and answers 0 or the error number.
+template <typename Next>
+int FileDataCopier::writePieces(int to, off_t& copied, const Next& next) {
+    for (;;) {
+        if (control_.stop.stop_requested()) return ECANCELED;
+        std::string_view piece;
+        if (const int error = next(piece); error != 0) return error;
+        if (piece.empty()) return 0;
+        if (const int error = writeAll(to, piece.data(), piece.size()); error != 0) return error;
+        control_.add(piece.size(), 0);
+        copied += static_cast<off_t>(piece.size());
+    }
 }
 
 }  // namespace quillmoor::platform::posix

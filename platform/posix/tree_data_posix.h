@@ -37,6 +37,8 @@ class FileDataCopier {
     int copyRegions(int from, int to, off_t size);
     int copyWhole(int from, int to, off_t size);
     int copyNext(int from, int to, off_t length, off_t& copied);
+    template <typename Next>
+    int writePieces(int to, off_t& copied, const Next& next);
     void skip(off_t length) const;
     char* buffer();
 

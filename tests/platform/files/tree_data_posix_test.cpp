@@ -74,6 +74,69 @@ TEST(TreeData, AFileThatDoesNotTellItsSizeIsReadToItsEnd) {
     EXPECT_FALSE(test::readFile(folder / "copy").empty());
 }
 
+// Long enough to be read ahead.
+constexpr std::size_t kLong = (std::size_t{20} << 20) + 4321;
+
+TEST(TreeData, ALongFileIsCopiedWhole) {
+    const TempFolder folder;
+    std::string text;
+    while (text.size() < kLong) text += std::to_string(text.size()) + ' ';
+    const std::string file = folder.writeFile("file", text);
+    TreeProgress progress;
+    EXPECT_EQ(copyData(file, folder / "copy", {&progress, {}}), 0);
+    EXPECT_TRUE(test::readFile(folder / "copy") == text);
+    EXPECT_EQ(progress.bytes, text.size());
+}
+
+TEST(TreeData, ALongFileCutMeanwhileIsCopiedAsFarAsItGoes) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", std::string(kLong, 'x'));
+    const ResizedBeforeReading resized(file, 3 << 20);
+    EXPECT_EQ(copyData(file, folder / "copy"), 0);
+    EXPECT_TRUE(test::readFile(folder / "copy") == std::string(3 << 20, 'x'));
+}
+
+TEST(TreeData, ALongFileGrownMeanwhileIsCopiedAsLargeAsItWas) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", std::string(kLong, 'x'));
+    const ResizedBeforeReading resized(file, 2 * kLong);
+    EXPECT_EQ(copyData(file, folder / "copy"), 0);
+    EXPECT_TRUE(test::readFile(folder / "copy") == std::string(kLong, 'x'));
+}
+
+TEST(TreeData, ALongFilesHolesStayHoles) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", std::string(kLong, 'x'));
+    constexpr off_t kEnd = off_t{64} << 20;
+    ASSERT_EQ(::truncate(file.c_str(), kEnd), 0);
+    EXPECT_EQ(copyData(file, folder / "copy"), 0);
+    struct stat status {};
+    ASSERT_EQ(::stat((folder / "copy").c_str(), &status), 0);
+    EXPECT_EQ(status.st_size, kEnd);
+    EXPECT_LT(status.st_blocks * 512, off_t{2 * kLong});
+    const std::string text = test::readFile(folder / "copy").substr(0, 2 * kLong);
+    EXPECT_TRUE(text == std::string(kLong, 'x') + std::string(kLong, '\0'));
+}
+
+TEST(TreeData, AStopEndsALongFile) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", std::string(kLong, 'x'));
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_EQ(copyData(file, folder / "copy", {nullptr, stop.get_token()}), ECANCELED);
+}
+
+TEST(TreeData, AFullDiskEndsALongFile) {
+    const TempFolder folder;
+    const Descriptor source(
+        ::open(folder.writeFile("file", std::string(kLong, 'x')).c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    struct stat status {};
+    ASSERT_EQ(::fstat(source.get(), &status), 0);
+    const CopyControl control;
+    EXPECT_EQ(FileDataCopier(control).copy(source.get(), full.get(), status), ENOSPC);
+}
+
 TEST(TreeData, AStopEndsIt) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", "text");
