@@ -39,7 +39,8 @@ class Text {
   public:
     virtual ~Text() = default;
 
-    // The bytes as UTF-8; nil when they are not valid in the encoding.
+    // The bytes as UTF-8; nil when they are not valid in the encoding. No bytes are an empty text
+    // in any encoding.
     virtual OptionalString decode(std::string_view bytes, StringEncoding encoding) = 0;
 
     // Unicode's simple lower case, and i with a dot for U+0130; bytes that are no UTF-8 stay.

@@ -78,7 +78,7 @@ void KXTaskEx::read(Run run) {
 // Terminating waits until the launch is over, so that no tool slips through between the two.
 bool KXTaskEx::launchTheTask(Run run) {
     const std::lock_guard launching(launchMutex_);
-    const TaskReference task = run == terminations_ ? theTask() : nullptr;
+    const TaskReference task = taskOf(run);
     if (task == nullptr) {
         KXLog::appendLogAndPrint("Unable to launch async task - no task set");
         return false;
@@ -91,10 +91,19 @@ bool KXTaskEx::launchTheTask(Run run) {
     return true;
 }
 
-// NO when that was the end. Another run may have replaced the task meanwhile; then its output is
-// read here as well.
+// None, when the run is over. Under the lock, or the next run's task might be taken for this one's.
+KXTaskEx::TaskReference KXTaskEx::taskOf(Run run) const {
+    return run == terminations_ ? theTask() : nullptr;
+}
+
+// NO when that was the end. Another run may have replaced the task without a termination; then its
+// output is read here as well.
 bool KXTaskEx::returnNextChunk(Run run) {
-    const TaskReference task = theTask();
+    TaskReference task;
+    {
+        const std::lock_guard launching(launchMutex_);
+        task = taskOf(run);
+    }
     const auto output = task != nullptr ? task->standardOutput() : nullptr;
     platform::ByteBuffer chunk;
     bool more = false;
@@ -105,7 +114,7 @@ bool KXTaskEx::returnNextChunk(Run run) {
         if (run == terminations_) throw;
     }
     returnData(envelope(chunk.takeData()), run);
-    return more && run == terminations_;
+    return more;
 }
 
 void KXTaskEx::asyncTaskReturnData(const AsyncTaskNotification& notification) {

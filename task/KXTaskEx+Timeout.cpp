@@ -1,7 +1,9 @@
 #include <utility>
 
 #include "base/seconds.h"
+#include "log/KXException.h"
 #include "log/KXLog.h"
+#include "platform/exception.h"
 #include "platform/platform.h"
 #include "task/KXTaskEx.h"
 
@@ -80,7 +82,11 @@ void KXTaskEx::startTimeout(Timeout timeout) {
 void KXTaskEx::setupTimeout(std::chrono::seconds seconds) {
     const platform::Platform& system = platform::current();
     system.clock->sleep(seconds);
-    system.mainThread->performOnMainThread([this] { timeout(); }, platform::WaitUntilDone::Yes);
+    try {
+        system.mainThread->performOnMainThread([this] { timeout(); }, platform::WaitUntilDone::Yes);
+    } catch (const platform::Exception& exception) {
+        KXException::logException(&exception, "-[KXTaskEx setupTimeout:]");
+    }
 }
 
 void KXTaskEx::timeout() {

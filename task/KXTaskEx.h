@@ -235,6 +235,7 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     Run prepare(Listener& listener, const TaskReference& task);
     void read(Run run);
     bool launchTheTask(Run run);
+    TaskReference taskOf(Run run) const;
     bool returnNextChunk(Run run);
     void returnData(const AsyncTaskNotification& notification, Run run);
     void terminate(std::optional<Run> run);

@@ -174,6 +174,7 @@ OptionalString decodeNonLossyASCII(std::string_view text) {
 class PosixText : public Text {
   public:
     OptionalString decode(std::string_view bytes, StringEncoding encoding) override {
+        if (bytes.empty()) return std::string();
         switch (encoding) {
             case StringEncoding::ASCII:
                 return isASCII(bytes) ? OptionalString(bytes) : std::nullopt;

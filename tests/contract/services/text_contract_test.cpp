@@ -37,7 +37,8 @@ TEST_P(TextContract, NulsAreKept) {
 TEST_P(TextContract, NothingDecodesToNothing) {
     for (const StringEncoding encoding :
          {StringEncoding::ASCII, StringEncoding::UTF8, StringEncoding::UTF16,
-          StringEncoding::ISOLatin1, StringEncoding::ShiftJIS, StringEncoding::NonLossyASCII})
+          StringEncoding::ISOLatin1, StringEncoding::ShiftJIS, StringEncoding::NonLossyASCII,
+          StringEncoding{987654}})
         EXPECT_EQ(decode("", encoding), "");
 }
 
