@@ -81,7 +81,7 @@ bool KXAuthorization::authCreateDir(const OptionalPath& path) {
     return true;
 }
 
-// The super-user's own tools answer YES whatever became of the start.
+// A tool of the super-user's own that was started answers YES whatever becomes of it.
 bool KXAuthorization::startTool(const std::string& tool, const StringList& arguments) {
     if (!isSuperUser()) return authExecTask(tool, arguments) == 0;
     KXTaskEx::runTaskAndReturn(tool, arguments);

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "auth/KXAuthorization.h"
 #include "auth/checks.h"
 #include "base/format.h"
@@ -16,6 +18,32 @@ std::string stamp() {
                      now.tm_hour, now.tm_min, now.tm_sec);
 }
 
+// Takes the note of an item that is not coming out of the Trash again, also after an exception.
+class Announced {
+  public:
+    Announced(std::string trash, std::string name)
+        : trash_(std::move(trash)), name_(std::move(name)) {}
+    ~Announced() {
+        if (!isComing) platform::current().workspace->abandonTrash(trash_, name_);
+    }
+    Announced(const Announced&) = delete;
+    Announced& operator=(const Announced&) = delete;
+
+    bool isComing = false;
+
+  private:
+    std::string trash_;
+    std::string name_;
+};
+
+// Where the item comes to.
+OptionalPath trashDestination(const OptionalPath& trash, const OptionalPath& path) {
+    if (!path) return std::nullopt;
+    OptionalPath destination = appendPathComponent(trash, lastPathComponent(*path));
+    if (!somethingAt(destination)) return destination;
+    return stampedPath(*destination, stamp(), pathExtension(*path));
+}
+
 }  // namespace
 
 bool KXAuthorization::authTrashFile(const OptionalPath& path) {
@@ -29,8 +57,9 @@ bool KXAuthorization::authTrashFile(const OptionalPath& path,
             formatted("Unable to trash path %@ because it is a system directory.", path));
         return false;
     }
-    // What has the item's name in the Trash is removed, and the item stays. Kept so.
-    if (isOwnAccountOfSuperUser(deleteOnRootAccount)) return authRemoveFile(trashDestination(path));
+    // The item stays, and what has its new name in the Trash is removed. Kept so.
+    if (isOwnAccountOfSuperUser(deleteOnRootAccount))
+        return authRemoveFile(trashDestination(trashFolder(), path));
     return moveToTrash(path);
 }
 
@@ -67,26 +96,19 @@ OptionalPath KXAuthorization::trashFolder() const {
     return KXLocalPaths::trashDirectory();
 }
 
-OptionalPath KXAuthorization::trashDestination(const OptionalPath& path) const {
-    if (!path) return std::nullopt;
-    OptionalPath destination = appendPathComponent(trashFolder(), lastPathComponent(*path));
-    if (!somethingAt(destination)) return destination;
-    return stampedPath(*destination, stamp(), pathExtension(*path));
-}
-
 // The tool knows nothing of the Trash: the back-end makes it ready first, so that the name is
 // looked for where the item will come to.
 bool KXAuthorization::moveToTrash(const OptionalPath& path) {
     platform::Workspace& workspace = *platform::current().workspace;
     const OptionalPath trash = trashFolder();
-    if (!somethingAt(path) || !trash) return authMoveFile(path, trashDestination(path));
+    if (!somethingAt(path) || !trash) return authMoveFile(path, trashDestination(trash, path));
     if (!workspace.prepareTrash(*trash)) return false;
-    const OptionalPath destination = trashDestination(path);
+    const OptionalPath destination = trashDestination(trash, path);
     const std::string name = lastPathComponent(*destination);
     if (!workspace.announceTrash(*trash, name, *path)) return false;
-    if (authMoveFile(path, destination)) return true;
-    workspace.abandonTrash(*trash, name);
-    return false;
+    Announced announced{*trash, name};
+    announced.isComing = authMoveFile(path, destination);
+    return announced.isComing;
 }
 
 }  // namespace quillmoor

@@ -101,7 +101,7 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
     // `authTrashFile:` and `authTrashFile:deleteOnRootAccount:`: moves an item into the user's
     // Trash. A name that is taken there gets the date and time, once: a second item of that name
     // within the second replaces the first. With DeleteOnRootAccount::Yes in the super-user's own
-    // account the item stays, and what has its name in the Trash is removed.
+    // account the item stays, and what has its new name in the Trash, dated or not, is removed.
     bool authTrashFile(const OptionalPath& path);
     bool authTrashFile(const OptionalPath& path, DeleteOnRootAccount deleteOnRootAccount);
 
@@ -150,7 +150,6 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
     bool isOwnAccountOfSuperUser(DeleteOnRootAccount deleteOnRootAccount) const;
     bool startTool(const std::string& tool, const StringList& arguments);
     OptionalPath trashFolder() const;
-    OptionalPath trashDestination(const OptionalPath& path) const;
     bool moveToTrash(const OptionalPath& path);
 
     platform::AuthorizationRef authRef_ = nullptr;

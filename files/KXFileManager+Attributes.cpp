@@ -48,7 +48,8 @@ bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
 // Here the creation date comes first.
 bool touchWithRights(const std::string& path, SetCreationDate setCreationDate) {
     if (setCreationDate == SetCreationDate::Yes) setCreatedNow(path);
-    return rights().authExecTask(kTouchTool, {"-c", path}, Async::No) == 0;
+    return KXAuthorization::sharedController()->authExecTask(kTouchTool, {"-c", path}, Async::No) ==
+           0;
 }
 
 // Tells the workspace of a change when the scope ends, be it by an exception.

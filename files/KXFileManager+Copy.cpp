@@ -23,7 +23,9 @@ bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPat
     const Outcome copied = fileManager().copyItem(*path, *toPath);
     if (copied) return true;
     KXLog::appendLog("Error copying file: %@. Authorizing...", copied.error().description);
-    return shouldAuth == ShouldAuth::Yes && rights().authCopyFile(path, toPath);
+    return shouldAuth == ShouldAuth::Yes &&
+           withRights("+[KXFileManager copyFile:toPath:shouldAuth:]",
+                      [&](KXAuthorization& rights) { return rights.authCopyFile(path, toPath); });
 }
 
 bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath,

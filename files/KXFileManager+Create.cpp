@@ -18,7 +18,9 @@ bool KXFileManager::createDirectory(const OptionalPath& path, ShouldAuth shouldA
     const Outcome created = fileManager().createDirectoryWithIntermediates(path.value_or(""));
     if (created) return true;
     KXLog::appendLog("Error creating folder: %@. Authorizing...", created.error().description);
-    return shouldAuth == ShouldAuth::Yes && rights().authCreateDir(path);
+    return shouldAuth == ShouldAuth::Yes &&
+           withRights("+[KXFileManager createDirectory:shouldAuth:]",
+                      [&](KXAuthorization& rights) { return rights.authCreateDir(path); });
 }
 
 bool KXFileManager::createDirectory(const OptionalPath& path, std::chrono::seconds timeout) {

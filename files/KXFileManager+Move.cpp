@@ -36,7 +36,8 @@ bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPat
     KXLog::appendLog("Error moving file: %@.", moved.error().description);
     if (shouldAuth == ShouldAuth::No) return false;
     KXLog::appendLog("Authorizing...");
-    return rights().authMoveFile(path, toPath);
+    return withRights("+[KXFileManager moveFile:toPath:shouldAuth:]",
+                      [&](KXAuthorization& rights) { return rights.authMoveFile(path, toPath); });
 }
 
 bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath,

@@ -14,7 +14,9 @@ bool KXFileManager::removeFile(const OptionalPath& path, ShouldAuth shouldAuth) 
     const Outcome removed = fileManager().removeItem(*path);
     if (removed) return true;
     KXLog::appendLog("Error removing file: %@. Authorizing...", removed.error().description);
-    return shouldAuth == ShouldAuth::Yes && rights().authRemoveFile(path);
+    return shouldAuth == ShouldAuth::Yes &&
+           withRights("+[KXFileManager removeFile:shouldAuth:]",
+                      [&](KXAuthorization& rights) { return rights.authRemoveFile(path); });
 }
 
 bool KXFileManager::removeFile(const OptionalPath& path, std::chrono::seconds timeout) {

@@ -42,7 +42,9 @@ bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) {
     unlockFile(path);
     if (!fileExistsAtPath(path)) return true;
     if (movedToTrash(*path)) return true;
-    return shouldAuth == ShouldAuth::Yes && rights().authTrashFile(path);
+    return shouldAuth == ShouldAuth::Yes &&
+           withRights("+[KXFileManager trashFile:shouldAuth:]",
+                      [&](KXAuthorization& rights) { return rights.authTrashFile(path); });
 }
 
 bool KXFileManager::trashFile(const OptionalPath& path, std::chrono::seconds timeout) {

@@ -15,10 +15,9 @@ inline platform::FileManager& fileManager() {
     return *platform::current().fileManager;
 }
 
-// An operation with administrator rights, through the process's session.
-inline KXAuthorization& rights() {
-    return *KXAuthorization::sharedController();
-}
+// An operation with administrator rights, through the process's session. NO, and a report under the
+// name of `method`, when a tool of the super-user's cannot be started.
+bool withRights(const char* method, const std::function<bool(KXAuthorization&)>& operation);
 
 // Names in listing order, hidden ones included; none when the folder cannot be listed.
 inline StringList entriesOf(const OptionalPath& folder) {

@@ -101,6 +101,15 @@ TEST_F(PrivilegedFiles, OfTheSystemMayBeCopiedAndMovedTo) {
                 ElementsAre("/bin/cp -f -p -R / /new", "/bin/mv -f " + file_ + " /Library"));
 }
 
+TEST_F(PrivilegedFiles, OfAFolderWithoutANewFolderAreToldOneByOne) {
+    folder_.writeFile("full/one");
+    folder_.writeFile("full/two");
+    EXPECT_FALSE(authorized().authMoveFolderContents(folder_ / "full", std::nullopt));
+    EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: new path is null",
+                                             "Error in authMoveFile: new path is null"));
+    EXPECT_THAT(authorization_.started(), IsEmpty());
+}
+
 TEST_F(PrivilegedFiles, OfAFolderAreMovedOneByOne) {
     folder_.writeFile("full/one");
     folder_.writeFile("full/.hidden");
@@ -160,6 +169,23 @@ TEST_F(PrivilegedFiles, WhoseToolIsRefusedAreLeftAlone) {
     EXPECT_FALSE(authorized().authCopyFile(file_, "/new"));
     EXPECT_FALSE(authorized().authCreateDir("/a"));
     EXPECT_THAT(clock_.slept, IsEmpty());
+}
+
+TEST_F(PrivilegedFiles, OfTheSuperUserAnswerYesWithoutATool) {
+    class NoTools : public test::ForwardingFileManager {
+      public:
+        bool fileExists(const std::string& path) override {
+            return !path.starts_with("/bin/") && ForwardingFileManager::fileExists(path);
+        }
+    };
+    NoTools manager;
+    platform_->fileManager = &manager;
+    becomeSuperUser();
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    EXPECT_TRUE(session.authMoveFile(file_, "/new"));
+    EXPECT_TRUE(session.authCopyFile(file_, "/new"));
+    EXPECT_TRUE(session.authCreateDir("/a"));
+    EXPECT_FALSE(session.authRemoveFile(file_));
 }
 
 TEST_F(PrivilegedFiles, OfTheSuperUserNeedNoRightsAndAlwaysAnswerYes) {

@@ -115,6 +115,27 @@ TEST_F(Rights, ForAWrongPasswordAreToldOnTheConsoleAndInTheLog) {
     EXPECT_EQ(log.find("secret"), std::string::npos);
 }
 
+TEST_F(Rights, ForAWrongPasswordAreToldOnTheConsoleFirst) {
+    class Console : public test::AuthConsole {
+      public:
+        std::string logBefore;
+        void log(std::string_view text) override {
+            KXLog::finishWriting();
+            logBefore = test::readFile(KXLog::availableLogs().front());
+            AuthConsole::log(text);
+        }
+    };
+    Console console;
+    platform_->console = &console;
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    locations_.home = folder_.makeFolder("log home");
+    KXLog::createNewLog("Rights");
+    EXPECT_FALSE(session().authStartWithUser("ann", "secret"));
+    KXLog::finishWriting();
+    EXPECT_EQ(console.logBefore.find(kRefused), std::string::npos);
+    EXPECT_NE(test::readFile(KXLog::availableLogs().front()).find(kRefused), std::string::npos);
+}
+
 TEST_F(Rights, WithoutAReferenceForANameAreToldOnTheConsole) {
     authorization_.createStatus = -60008;
     KXAuthorization& refused = session();

@@ -137,7 +137,49 @@ TEST_F(PrivilegedTrash, IsThatOfTheSessionsHomeWhenTheUserBecameTheSuperUser) {
                 ElementsAre("/bin/mv -f " + file_ + " " + (folder_ / "bob/.Trash/notes.txt")));
 }
 
-// The item stays, and what has its name in the Trash goes.
+// A home that is found until it is not.
+class LosableHome : public test::AuthLocations {
+  public:
+    bool isLost = false;
+    OptionalPath homeDirectoryForUser(const OptionalString& name) override {
+        return isLost ? std::nullopt : AuthLocations::homeDirectoryForUser(name);
+    }
+};
+
+TEST_F(PrivilegedTrash, ThatIsNowhereTakesNothing) {
+    LosableHome locations;
+    locations.isLost = true;
+    locations.ownHome = "/var/root";
+    platform_->locations = &locations;
+    becomeSuperUser();
+    EXPECT_FALSE(KXAuthorization::sharedController()->authTrashFile(file_));
+    EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: new path is null"));
+    EXPECT_THAT(workspace_.steps, IsEmpty());
+    EXPECT_THAT(tasks_.launched, IsEmpty());
+}
+
+// The user at the console may leave at any moment.
+TEST_F(PrivilegedTrash, IsTheSameForAllOfOneOperation) {
+    LosableHome locations;
+    locations.home = locations_.home;
+    locations.ownHome = "/var/root";
+    platform_->locations = &locations;
+    becomeSuperUser();
+    class Leaving : public test::AuthWorkspace {
+      public:
+        explicit Leaving(bool& isLost) : isLost_(isLost) {}
+        bool prepareTrash(const std::string&) override { return isLost_ = true; }
+
+      private:
+        bool& isLost_;
+    };
+    Leaving workspace(locations.isLost);
+    platform_->workspace = &workspace;
+    EXPECT_TRUE(KXAuthorization::sharedController()->authTrashFile(file_));
+    EXPECT_THAT(tasks_.launched, ElementsAre(trashed(file_, "notes.txt")));
+}
+
+// The item stays, and what has its new name in the Trash goes.
 TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesTheItemOfThatName) {
     becomeSuperUser();
     KXAuthorization& session = *KXAuthorization::sharedController();
@@ -185,6 +227,24 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFoldersContents) {
         folder_ / "full", DeleteOnRootAccount::Yes));
     EXPECT_THAT(tasks_.launched, ElementsAre("/bin/rm -R -f " + one));
     EXPECT_THAT(workspace_.steps, IsEmpty());
+}
+
+TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountNeedsTheToolToDeleteAFoldersContents) {
+    class NoTools : public test::ForwardingFileManager {
+      public:
+        bool fileExists(const std::string& path) override {
+            return path != "/bin/rm" && ForwardingFileManager::fileExists(path);
+        }
+    };
+    NoTools manager;
+    platform_->fileManager = &manager;
+    becomeSuperUser();
+    folder_.writeFile("full/one");
+    folder_.writeFile("full/two");
+    EXPECT_FALSE(KXAuthorization::sharedController()->authTrashFolderContents(
+        folder_ / "full", DeleteOnRootAccount::Yes));
+    EXPECT_EQ(console_.logged.size(), 2U);  // all are tried
+    EXPECT_THAT(tasks_.launched, IsEmpty());
 }
 
 TEST_F(PrivilegedTrash, TakesAFoldersContentsFromTheSuperUserIfNotToldToDelete) {
