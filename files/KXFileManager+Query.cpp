@@ -60,8 +60,8 @@ bool KXFileManager::isDriveMountedForPath(const OptionalPath& path) {
 
 bool KXFileManager::isFolderEmpty(const OptionalPath& path) {
     if (!path) return true;
-    return walkTree(*path,
-                    {isLitter, [](const std::string&, const std::string&) { return false; }});
+    constexpr auto isContent = [](const std::string&, const std::string&) { return false; };
+    return walkTree(*path, {isLitter, isContent, /*visitsLoops=*/true});
 }
 
 std::uint64_t KXFileManager::fileSize(const OptionalPath& path) {

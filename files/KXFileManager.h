@@ -80,7 +80,8 @@ class KXFileManager {
     static bool isDriveMountedForPath(const OptionalPath& path);
 
     // `isFolderEmpty:`: holds nothing but .DS_Store, the custom icon's file and folders that are
-    // empty likewise, links to folders followed. YES for what cannot be listed.
+    // empty likewise, links to folders followed; a link back to a folder on the way down is
+    // something. YES for what cannot be listed.
     static bool isFolderEmpty(const OptionalPath& path);
 
     // `fileSize:`: bytes of a file or of all files in a folder, hidden ones included. Links to

@@ -35,25 +35,28 @@ class Walker {
             const std::string name = std::move(level.names[level.next++]);
             if (walk_.isLeftOut(name)) continue;
             const std::string item = *appendPathComponent(path_, name);
-            if (fileManager().isDirectory(item))
-                enter(item);
-            else if (!walk_.visit(item, name))
-                return false;
+            const bool goesOn = fileManager().isDirectory(item)
+                                    ? enter(item) || !walk_.visitsLoops || walk_.visit(item, name)
+                                    : walk_.visit(item, name);
+            if (!goesOn) return false;
         }
         return true;
     }
 
   private:
-    void enter(const std::string& folder) {
+    // NO when it is on the way down already.
+    bool enter(const std::string& folder) {
         const auto identity = fileManager().identityOfItem(folder);
-        const bool isRound = std::any_of(levels_.begin(), levels_.end(), [&](const Level& level) {
+        if (!identity) return true;
+        const bool isLoop = std::any_of(levels_.begin(), levels_.end(), [&](const Level& level) {
             return level.identity == identity;
         });
-        if (!identity || isRound) return;
+        if (isLoop) return false;
         path_ = folder;
         // Joining would take them out, and the path could not be cut back to what it was.
         while (path_.size() > 1 && path_.back() == '/') path_.pop_back();
         levels_.push_back({path_.size(), identity, entriesOf(folder), 0});
+        return true;
     }
 
     const TreeWalk& walk_;

@@ -13,9 +13,11 @@ struct TreeWalk {
     };
     // Every other entry that is no folder. NO ends the walk.
     std::function<bool(const std::string& item, const std::string& name)> visit;
+    // A link back to a folder on the way down is visited as well.
+    bool visitsLoops = false;
 };
 
-// Links to folders are followed; a folder that is already on the way down holds nothing, so that a
+// Links to folders are followed; a folder that is already on the way down is not entered, so that a
 // loop of links ends. What cannot be listed holds nothing. Each folder is listed when the walk
 // comes to it. NO when the walk was ended.
 bool walkTree(const std::string& folder, const TreeWalk& walk);

@@ -65,8 +65,8 @@ class PosixFileManager : public FileManager {
 
     std::optional<StringList> contentsOfDirectory(const std::string& path) override {
         Descriptor folder;
-        if (openFolder(path, folder) != 0) return std::nullopt;
-        DirectoryReader reader(Descriptor(systemCalls().openat(folder.get(), ".", kReadFolder, 0)));
+        if (openForReading(path, folder) != 0) return std::nullopt;
+        DirectoryReader reader(std::move(folder));
         StringList names;
         while (const dirent* entry = reader.next()) names.emplace_back(entry->d_name);
         if (reader.error() != 0) return std::nullopt;

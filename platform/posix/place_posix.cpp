@@ -66,6 +66,21 @@ int locate(std::string_view path, Place& place) {
     return openFolder(start == 0 ? "." : path.substr(0, start), place.folder);
 }
 
+int openForReading(const std::string& path, Descriptor& folder) {
+    constexpr int kFlags = kReadFolder & ~O_NOFOLLOW;
+    Place place;
+    const char* name = path.c_str();
+    if (!fitsOneCall(path)) {
+        if (const int error = locate(path, place); error != 0) return error;
+        name = place.name.c_str();
+    }
+    const int from = place.folder ? place.folder.get() : AT_FDCWD;
+    Descriptor opened(systemCalls().openat(from, name, kFlags, 0));
+    if (!opened) return errno;
+    folder = std::move(opened);
+    return 0;
+}
+
 int statusOf(const Place& place, FollowLink follow, struct stat& status) {
     const SystemCalls& calls = systemCalls();
     const int flags = follow == FollowLink::Yes ? 0 : AT_SYMLINK_NOFOLLOW;

@@ -57,6 +57,10 @@ int locate(std::string_view path, Place& place);
 // Opens the folder `path` itself for searching, links followed.
 int openFolder(std::string_view path, Descriptor& folder);
 
+// Opens the folder `path` itself for reading its entries, links followed. Unlike the above it needs
+// no right to search the folder.
+int openForReading(const std::string& path, Descriptor& folder);
+
 // fstatat; a final link is followed or not. With `asFolder` anything but a folder, or a link to
 // one, is ENOTDIR.
 enum class FollowLink : bool { No, Yes };

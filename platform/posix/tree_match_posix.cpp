@@ -19,15 +19,6 @@ bool exists(int folder, const char* name) {
     return systemCalls().fstatat(folder, name, &status, 0) == 0;
 }
 
-Descriptor openForReading(const std::string& path) {
-    constexpr int flags = kReadFolder & ~O_NOFOLLOW;
-    const SystemCalls& calls = systemCalls();
-    if (fitsOneCall(path)) return Descriptor(calls.openat(AT_FDCWD, path.c_str(), flags, 0));
-    Descriptor folder;
-    if (openFolder(path, folder) != 0) return Descriptor();
-    return Descriptor(calls.openat(folder.get(), ".", flags, 0));
-}
-
 // Some of the folders, which one thread does on its own.
 struct MatchPart : TreeLevel {
     std::size_t first = 0;
@@ -87,7 +78,9 @@ class Matching {
 
     // How many entries the folder has.
     std::size_t matchIn(const std::string& folder, StringList& found) const {
-        DirectoryReader reader(openForReading(folder));
+        Descriptor opened;
+        if (openForReading(folder, opened) != 0) return 0;
+        DirectoryReader reader(std::move(opened));
         // What is listed exists, unless it is a link; but where a folder may not be searched,
         // nothing in it can be seen to exist.
         if (reader.error() != 0 || !exists(reader.folder(), ".")) return 0;

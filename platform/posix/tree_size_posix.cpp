@@ -45,7 +45,8 @@ class SizeWorker : public TreeWorker {
 
     void measure(int folder, const std::string& name) {
         if (work_.follow == FollowLink::Yes) {
-            if (!enterFolder(nullptr, folder, name.c_str(), kReadFolder & ~O_NOFOLLOW))
+            if (!isFolder(folder, name.c_str()) ||
+                !enterFolder(nullptr, folder, name.c_str(), kReadFolder & ~O_NOFOLLOW))
                 addItem(folder, name.c_str());
         } else {
             visitEntry(nullptr, folder, {name.c_str(), 0});
@@ -76,9 +77,8 @@ class SizeWorker : public TreeWorker {
     }
 
     bool enterThroughLink(SizeLevel* level, int folder, const char* name) {
-        struct stat status;
         return work_.follow == FollowLink::Yes && level->links < kMostLinks &&
-               statusOf(folder, name, 0, status) && S_ISDIR(status.st_mode) &&
+               isFolder(folder, name) &&
                enterFolder(level, folder, name, kReadFolder & ~O_NOFOLLOW);
     }
 
@@ -115,6 +115,12 @@ class SizeWorker : public TreeWorker {
         const bool counts =
             work_.follow == FollowLink::Yes ? !S_ISDIR(status.st_mode) : S_ISREG(status.st_mode);
         if (counts) count_.bytes += static_cast<std::uint64_t>(status.st_size);
+    }
+
+    // Or a link to one.
+    static bool isFolder(int folder, const char* name) {
+        struct stat status;
+        return statusOf(folder, name, 0, status) && S_ISDIR(status.st_mode);
     }
 
     static bool statusOf(int folder, const char* name, int flags, struct stat& status) {

@@ -7,7 +7,7 @@
 #include "log/KXLog.h"
 #include "paths/KXLocalPaths.h"
 #include "task/KXTaskEx.h"
-#include "tests/auth/auth_fixture.h"
+#include "tests/files/files_fixture.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 
@@ -157,6 +157,28 @@ TEST_F(CompressFile, PutsAnOldArchiveIntoTheTrashFirst) {
         ElementsAre(folder_.path(), KXLocalPaths::trashDirectory().value_or("nil"), "a.zip"));
     EXPECT_EQ(test::readFile(folder_ / "recycled a.zip"), "old");
     EXPECT_NE(test::readFile(folder_ / "a.zip"), "old");
+}
+
+// Only where an archive is made are rights asked for: the two differ on purpose.
+class OldItems : public test::FilesTest {
+  protected:
+    OldItems() {
+        desktop_.refusesToRecycle = true;
+        authorized();
+    }
+    std::string old_ = folder_.writeFile("old", "old");
+};
+
+TEST_F(OldItems, ThatMayNotBeTrashedFallBackToRightsWhenPacking) {
+    KXFileManager::compressFile(folder_ / "item", old_);
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre("/bin/mv -f " + old_ + " " + trash() + "/old"));
+}
+
+TEST_F(OldItems, ThatMayNotBeTrashedStayWhenUnpacking) {
+    KXFileManager::decompressFile(folder_ / "archive.zip", old_);
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_EQ(test::readFile(old_), "old");
 }
 
 TEST_F(CompressFile, AnswersYesWhenTheOldArchiveStaysAndTheToolFails) {

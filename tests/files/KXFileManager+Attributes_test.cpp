@@ -318,6 +318,13 @@ TEST_F(Touching, NeedsRightsForWhatTheUserMayNotWrite) {
     EXPECT_FALSE(test::somethingAt(gone));
 }
 
+TEST_F(Touching, WithRightsToAToolThatCannotBeStartedAnswersNo) {
+    authorized();
+    authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
+    EXPECT_FALSE(KXFileManager::touchFile(folder_ / "gone"));
+    EXPECT_EQ(authorization_.started().size(), 1U);
+}
+
 TEST_F(Touching, WithoutRightsAnswersNo) {
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     EXPECT_FALSE(KXFileManager::touchFile(folder_ / "gone"));

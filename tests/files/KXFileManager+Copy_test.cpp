@@ -147,6 +147,20 @@ TEST_F(Copying, OfContentsEndsWithTheFirstThatFails) {
     EXPECT_EQ(logged().size(), 2U);  // one name and its error
 }
 
+TEST_F(Copying, OfContentsThatFailsLeavesWhatWasCopiedBefore) {
+    startLog();
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    for (const char* name : {"a", "b", "c", "d"}) folder_.writeFile(std::string("from/") + name);
+    const StringList names = manager_.contentsOfDirectory(folder_ / "from").value();
+    folder_.writeFile("to/" + names.at(2), "in the way");
+    EXPECT_FALSE(KXFileManager::copyContentsOfDirectory(folder_ / "from", folder_ / "to", 10s));
+    EXPECT_TRUE(test::somethingAt(folder_ / "to/" + names.at(0)));
+    EXPECT_TRUE(test::somethingAt(folder_ / "to/" + names.at(1)));
+    EXPECT_EQ(test::readFile(folder_ / "to/" + names.at(2)), "in the way");
+    EXPECT_FALSE(test::somethingAt(folder_ / "to/" + names.at(3)));
+    EXPECT_EQ(logged().size(), 4U);  // three names and an error
+}
+
 TEST_F(Copying, OfContentsIntoAMissingFolderGoesToTheRights) {
     authorized();
     const std::string one = folder_.writeFile("from/one");

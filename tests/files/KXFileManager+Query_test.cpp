@@ -1,10 +1,14 @@
+#include <sys/stat.h>
+
 #include "tests/files/deep_tree.h"
 #include "tests/files/files_fixture.h"
+#include "tests/platform/files/file_fixtures.h"
 
 namespace quillmoor {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class Query : public test::FilesTest {
@@ -109,11 +113,64 @@ TEST_F(Query, FindsAFolderWithAnythingElseNotEmpty) {
         EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / name)) << name;
 }
 
+TEST_F(Query, OverlooksFoldersWithTheNamesOfLitterWhateverTheyHold) {
+    folder_.writeFile("f/.DS_Store/file");
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "f"));
+    folder_.writeFile("f/Icon\r/file");
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "f"));
+}
+
+TEST_F(Query, FindsAFolderThatALinkOfItsOwnLeadsOutOfEmptyIfTheOtherIs) {
+    folder_.makeFolder("other");
+    folder_.makeLink("f/link", "../other");
+    folder_.makeLink("f/again", "../other");
+    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "f"));
+    folder_.writeFile("other/file");
+    EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / "f"));
+}
+
+using UserQuery = Query;
+
+// What it holds is there to see, though nothing more can be told of it.
+TEST_F(UserQuery, OfAFolderThatMayOnlyBeListedSeesItsNames) {
+    if (test::isSuperUser()) GTEST_SKIP() << "the super-user may search everything";
+    const std::string file = folder_.writeFile("f/sub/file", "text");
+    const std::string closed = folder_ / "f/sub";
+    authorized();
+    ASSERT_EQ(::chmod(closed.c_str(), 0444), 0);
+    EXPECT_FALSE(KXFileManager::isFolderEmpty(closed));
+    EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / "f"));
+    EXPECT_FALSE(KXFileManager::removeFolderIfEmpty(closed));
+    EXPECT_THAT(KXFileManager::trashFilesNamed("file", closed), ElementsAre(file));
+    startLog();
+    EXPECT_FALSE(KXFileManager::copyContentsOfDirectory(closed, folder_.makeFolder("to"),
+                                                        std::chrono::seconds(0)));
+    EXPECT_THAT(logged(), ElementsAre("File: file", HasSubstr("Authorizing...")));
+    EXPECT_THAT(authorization_.started(), IsEmpty());
+    ASSERT_EQ(::chmod(closed.c_str(), 0700), 0);
+    EXPECT_EQ(test::readFile(file), "text");
+}
+
+TEST_F(UserQuery, OfALinkIntoAFolderThatMayNotBeSearchedIsTheLinksOwnSize) {
+    if (test::isSuperUser()) GTEST_SKIP() << "the super-user may search everything";
+    folder_.writeFile("closed/file", "text");
+    folder_.makeLink("link", "closed/file");
+    const std::string closed = folder_ / "closed";
+    ASSERT_EQ(::chmod(closed.c_str(), 0), 0);
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "link"), std::string("closed/file").size());
+    ASSERT_EQ(::chmod(closed.c_str(), 0700), 0);
+}
+
+TEST_F(Query, OfALinkToANameThatCannotBeIsTheLinksOwnSize) {
+    folder_.makeLink("link", std::string(300, 'x'));
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "link"), 300U);
+}
+
 TEST_F(Query, OfALoopOfLinksEnds) {
     folder_.makeLink("loop/one", ".");
     folder_.makeLink("loop/two", ".");
     folder_.makeLink("loop/up", "../loop");
-    EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "loop"));
+    EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / "loop"));
     EXPECT_EQ(KXFileManager::fileSize(folder_ / "loop"), 0U);
     folder_.writeFile("loop/zz", "1234567890");
     EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / "loop"));

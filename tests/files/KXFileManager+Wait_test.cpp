@@ -208,6 +208,22 @@ TEST_F(Waiting, ForWritesOfAMissingFileWithALockFileEndsOnlyWhenItIsMade) {
     EXPECT_GT(passing_.time - start, 11s);
 }
 
+TEST_F(Waiting, ForWritesLooksAtTheLockFileOnceOnly) {
+    platform_->attributes = &dates_;
+    const TimePoint start = passing_.time;
+    dates_.date = start;
+    const std::string lock = folder_.writeFile(".lock");
+    passing_.meanwhile = [&] { std::filesystem::remove(lock); };
+    KXFileManager::waitForFileWrites(folder_ / "file", ".lock");
+    EXPECT_EQ(passing_.time - start, 4s + 500us);
+    // Nor does one that comes make the wait longer.
+    dates_.date = passing_.time - 1s;
+    const TimePoint later = passing_.time;
+    passing_.meanwhile = [&] { folder_.writeFile(".lock"); };
+    KXFileManager::waitForFileWrites(folder_ / "file", ".lock");
+    EXPECT_EQ(passing_.time - later, 3s + 500us);
+}
+
 TEST_F(Waiting, ForWritesOfAMissingFileReturnsAtOnce) {
     startLog();
     KXFileManager::waitForFileWrites(folder_ / "gone");

@@ -58,6 +58,13 @@ TEST_F(Wildcards, MatchAQuestionMarkBesideAStar) {
                                                                                       "c.x"));
 }
 
+TEST_F(Wildcards, TakeAQuestionMarkWithoutAStarInItsComponentAsItStands) {
+    folder_.writeFile("f/bxc");
+    EXPECT_THAT(matching("*/b?c"), IsEmpty());
+    folder_.writeFile("f/b?c");
+    EXPECT_THAT(matching("*/b?c"), ElementsAre(folder_ / "f/b?c"));
+}
+
 TEST_F(Wildcards, WhoseMiddleIsMissingMatchNothing) {
     folder_.writeFile("a/b/c");
     EXPECT_THAT(matching("a/gone/*"), IsEmpty());
@@ -90,6 +97,7 @@ TEST_F(Wildcards, AreDecodedToTheFirstMatch) {
     folder_.writeFile("f/one.txt");
     EXPECT_EQ(KXFileManager::decodeWildcardPath("f/*.txt", folder_.path()), folder_ / "f/one.txt");
     EXPECT_EQ(KXFileManager::decodeWildcardPath("gone", folder_.path()), folder_ / "gone");
+    EXPECT_EQ(KXFileManager::decodeWildcardPath("gone", std::nullopt), "gone");
     EXPECT_EQ(KXFileManager::decodeWildcardPath("/no/such/*", std::nullopt), std::nullopt);
     EXPECT_EQ(KXFileManager::decodeWildcardPath(std::nullopt, folder_.path()), std::nullopt);
     EXPECT_THAT(KXFileManager::filesMatchingWildcardPath(std::nullopt), IsEmpty());

@@ -147,6 +147,16 @@ TEST_F(KXLogFiles, AreNotDisabledByAnyOtherValue) {
     }
 }
 
+TEST_F(KXLogFiles, AreNotDisabledByPreferencesWithoutTheKey) {
+    folder_.writeFile("user/Preferences/com.quillmoor.shared.plist",
+                      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+                      "<key>other</key><true/></dict></plist>\n");
+    KXLog::createNewLog();
+    EXPECT_FALSE(KXLog::sharedController()->loggingDisabled());
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(logPath(1)).size(), 4U);
+}
+
 TEST_F(KXLogFiles, AreNotDisabledByAFileThatIsNoPropertyList) {
     folder_.writeFile("user/Preferences/com.quillmoor.shared.plist", "disable-logging=1");
     KXLog::createNewLog();
