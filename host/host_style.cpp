@@ -88,6 +88,15 @@ void HostStyle::drawControl(ControlElement element, const QStyleOption* option, 
     QProxyStyle::drawControl(CE_PushButtonLabel, &label, painter, widget);
 }
 
+void HostStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                   QPainter* painter, const QWidget* widget) const {
+    const auto draw = [&] { QProxyStyle::drawComplexControl(control, option, painter, widget); };
+    if (control == CC_ScrollBar)
+        drawInPieces(*painter, option->rect, draw);
+    else
+        draw();
+}
+
 QSize HostStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
                                   const QWidget* widget) const {
     if (type != CT_PushButton) return QProxyStyle::sizeFromContents(type, option, size, widget);

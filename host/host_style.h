@@ -1,5 +1,5 @@
 // How the window's buttons are drawn; everything else is the toolkit's own drawing in the window's
-// colours.
+// colours, scroll bars in pieces.
 #pragma once
 
 #include <QProxyStyle>
@@ -18,6 +18,8 @@ class HostStyle : public QProxyStyle {
     void polish(QWidget* widget) override;
     void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override;
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                            QPainter* painter, const QWidget* widget) const override;
     QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
                            const QWidget* widget) const override;
     QRect subElementRect(SubElement element, const QStyleOption* option,
