@@ -16,6 +16,7 @@
 #include "host/host_style.h"
 #include "host/installer_controller.h"
 #include "host/load_error.h"
+#include "host/private_temporary_folder.h"
 #include "host/quit_signals.h"
 #include "host/script.h"
 #include "host/script_runner.h"
@@ -187,6 +188,13 @@ int runHost(const Options& options) {
     } catch (const LoadError& error) {
         say(error.what());
         return kWrongUse;
+    }
+    std::optional<PrivateTemporaryFolder> temporary;
+    try {
+        temporary.emplace();
+    } catch (const LoadError& error) {
+        say(error.what());
+        return kFailed;
     }
     const int status = runInToolkit(options, screen, std::move(steps), *transcript);
     if (!transcript->incomplete()) return status;

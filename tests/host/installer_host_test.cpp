@@ -216,6 +216,12 @@ TEST_F(InstallerHost, APictureThatCannotBeWrittenFailsTheStep) {
     EXPECT_THAT(run.error, HasSubstr("one.png” cannot be written: Not a directory"));
 }
 
+TEST_F(InstallerHost, WithoutATemporaryFolderOfItsOwnSaysSo) {
+    const auto run = play("quit\n", "Shows", {}, {{"TMPDIR", "/proc"}});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.error, HasSubstr("no folder could be made in the temporary folder “/proc”: "));
+}
+
 TEST_F(InstallerHost, WithoutADisplayAScriptIsNeeded) {
     const auto run = runHost(folder_, {makeBundle(folder_, "X.bundle", "Shows")});
     EXPECT_EQ(run.status, 2);

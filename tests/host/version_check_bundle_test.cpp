@@ -20,6 +20,8 @@ using ::testing::IsSupersetOf;
 using ::testing::Not;
 using ::testing::StartsWith;
 
+namespace fs = std::filesystem;
+
 constexpr const char* kExplanation =
     "A copy of Tallyframe is on this computer. If you remove it first, nothing of the old version "
     "is left beside the new one.\n\n"
@@ -136,6 +138,23 @@ TEST_F(VersionCheckBundle, TheButtonUnpacksTheUninstallerAndOpensIt) {
     EXPECT_THAT(opened()[0], StartsWith(computer_.temporary() + "/"));
     EXPECT_THAT(opened()[0], EndsWith("/Tallyframe Uninstaller.app/Contents/Linux/Stub"));
     EXPECT_TRUE(somethingAt(opened()[0])) << "the unpacked copy must stay";
+}
+
+// Whoever may look there could put something else in the uninstaller's place.
+TEST_F(VersionCheckBundle, UnpacksWhereNobodyElseMayLook) {
+    computer_.install();
+    const auto run = play("continue\npress uninstallBtn\nwait file ${OPENED}\n", "en",
+                          computer_.bundleWithStub());
+    ASSERT_EQ(run.status, 0) << run.error;
+    const fs::path own = *fs::directory_iterator(computer_.temporary());
+    EXPECT_THAT(opened().at(0), StartsWith(own.string() + "/"));
+    EXPECT_EQ(fs::status(own).permissions(), fs::perms::owner_all);
+}
+
+TEST_F(VersionCheckBundle, LeavesNoEmptyTemporaryFolder) {
+    const auto run = play("expect pane Introduction\n");
+    ASSERT_EQ(run.status, 0) << run.error;
+    EXPECT_TRUE(fs::is_empty(computer_.temporary()));
 }
 
 TEST_F(VersionCheckBundle, PressingTwiceOpensTwoCopies) {

@@ -1,0 +1,28 @@
+#include "host/private_temporary_folder.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/load_error.h"
+#include "host/text.h"
+#include "platform/platform.h"
+
+namespace quillmoor::host {
+
+PrivateTemporaryFolder::PrivateTemporaryFolder() {
+    const std::string shared = platform::native().locations->temporaryDirectory();
+    path_ = shared + "/installer-host-XXXXXX";
+    if (::mkdtemp(path_.data()) == nullptr)
+        throw LoadError("no folder could be made in the temporary folder " + inQuotes(shared) +
+                        ": " + std::strerror(errno));
+    ::setenv("TMPDIR", path_.c_str(), 1);
+}
+
+PrivateTemporaryFolder::~PrivateTemporaryFolder() {
+    ::rmdir(path_.c_str());
+}
+
+}  // namespace quillmoor::host
