@@ -36,6 +36,20 @@ Descriptor openStepByStep(int root, std::string_view path) {
     return folder;
 }
 
+using Identity = std::pair<dev_t, ino_t>;
+
+Identity identityOf(int folder) {
+    struct stat info = {};
+    if (::fstat(folder, &info) != 0) failWithErrno(".", "examined");
+    return {info.st_dev, info.st_ino};
+}
+
+// One on the way down.
+struct Step {
+    std::string name;
+    Identity parent;
+};
+
 // Opens a folder that is to be emptied, and sees to it that this is possible.
 Descriptor openToEmpty(int parent, const char* name) {
     Descriptor folder(::openat(parent, name, kFolderFlags));
@@ -97,9 +111,18 @@ int FolderCache::open(std::string_view path) {
     return folder_.get();
 }
 
+bool isEmpty(int folder) {
+    const FolderStream stream = streamOf(folder);
+    if (!stream) return false;
+    errno = 0;
+    while (const dirent* entry = ::readdir(stream.get()))
+        if (!isDots(entry->d_name)) return false;
+    return errno == 0;
+}
+
 void removeContents(int folder) {
     // Two descriptors however deep the tree is: the way back up is "..".
-    std::vector<std::string> names;
+    std::vector<Step> way;
     Descriptor at(::openat(folder, ".", kFolderFlags));
     if (!at) failWithErrno(".", "opened");
     for (;;) {
@@ -107,15 +130,18 @@ void removeContents(int folder) {
         if (!inner.empty()) {
             Descriptor next = openToEmpty(at.get(), inner.c_str());
             if (!next) failWithErrno(inner, "opened");
+            way.push_back({std::move(inner), identityOf(at.get())});
             at = std::move(next);
-            names.push_back(std::move(inner));
             continue;
         }
-        if (names.empty()) return;
+        if (way.empty()) return;
+        const Step& last = way.back();
         at = Descriptor(::openat(at.get(), "..", kFolderFlags));
-        if (!at || ::unlinkat(at.get(), names.back().c_str(), AT_REMOVEDIR) != 0)
-            failWithErrno(names.back(), "removed");
-        names.pop_back();
+        // A folder that was moved meanwhile leads somewhere else.
+        if (at && identityOf(at.get()) != last.parent) failWithError(last.name, "removed", EBUSY);
+        if (!at || ::unlinkat(at.get(), last.name.c_str(), AT_REMOVEDIR) != 0)
+            failWithErrno(last.name, "removed");
+        way.pop_back();
     }
 }
 

@@ -43,8 +43,12 @@ class FolderCache {
     Descriptor folder_;
 };
 
+// It holds nothing, and that can be seen.
+bool isEmpty(int folder);
+
 // Removes all that stands in the folder, whatever its rights and depth, without following links.
-// Throws Failure for the first item that cannot be removed.
+// Throws Failure for the first item that cannot be removed, and where a folder inside is moved out
+// meanwhile.
 void removeContents(int folder);
 
 }  // namespace quillmoor::ditto

@@ -94,6 +94,16 @@ void Destination::makeStage() {
     stage_ = Descriptor(::openat(parent_.get(), stageName_.c_str(),
                                  O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!stage_) failWithErrno(path_, "opened");
+    requireEmptyStage();
+}
+
+// In a folder that others may write to, another may have been put in its place: what that one
+// holds is left alone.
+void Destination::requireEmptyStage() {
+    if (isEmpty(stage_.get())) return;
+    stage_.reset();
+    stageName_.clear();
+    failWithError(path_, "written to", EBUSY);
 }
 
 FoldCase Destination::foldCase() const {

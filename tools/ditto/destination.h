@@ -40,6 +40,7 @@ class Destination {
     void openParent(const std::string& path);
     void makeParents(const std::string& path);
     void makeStage();
+    void requireEmptyStage();
     void moveUp(const std::vector<std::string_view>& names);
     void removeStage() noexcept;
     void rollBack() noexcept;

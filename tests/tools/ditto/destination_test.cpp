@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/temp_folder.h"
@@ -134,6 +135,34 @@ TEST_F(DittoDestination, ADeepTreeIsRemoved) {
     removeContents(root.get());
     EXPECT_TRUE(fs::is_empty(folder_ / "root"));
     EXPECT_EQ(test::readFile(folder_ / "outside/kept"), "kept");
+}
+
+TEST_F(DittoDestination, AFolderMovedOutWhileItIsEmptiedEndsTheEmptying) {
+    constexpr int kFiles = 4000;
+    folder_.writeFile("other/precious", "kept");
+    for (int i = 0; i < kFiles; ++i) folder_.writeFile("root/inner/" + std::to_string(i));
+    const Descriptor root = open(folder_ / "root");
+    const std::string inner = folder_ / "root/inner";
+    std::thread mover([&] {
+        const auto hasBegun = [&] {
+            for (int i = 0; i < kFiles; i += 50)
+                if (!somethingAt(inner + "/" + std::to_string(i))) return true;
+            return false;
+        };
+        while (!hasBegun()) continue;
+        fs::rename(inner, folder_ / "other/inner");
+    });
+    EXPECT_THROW(removeContents(root.get()), Failure);
+    mover.join();
+    EXPECT_EQ(test::readFile(folder_ / "other/precious"), "kept");
+}
+
+TEST_F(DittoDestination, AFolderIsEmptyWhenItHoldsNothingThatCanBeSeen) {
+    const Descriptor empty = open(folder_.makeFolder("empty"));
+    EXPECT_TRUE(isEmpty(empty.get()));
+    folder_.writeFile("empty/.hidden");
+    EXPECT_FALSE(isEmpty(empty.get()));
+    EXPECT_FALSE(isEmpty(-1));
 }
 
 }  // namespace
