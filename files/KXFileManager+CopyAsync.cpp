@@ -54,8 +54,8 @@ const Event kFinished{Notice::Finished, &FileOperationDelegate::fileOperationFin
                       Notice::FinishedWithOperation, &FileOperationDelegate::fileOperationFinished};
 
 // Queued: it runs after the callback has returned.
-void send(const Event& event, FileOperationNotice notice, const FileOperationRef& operation) {
-    const FileOperationDelegateRef delegate = delegateOf(notice);
+void send(const Event& event, const FileOperationDelegateRef& delegate, FileOperationNotice notice,
+          const FileOperationRef& operation) {
     if (delegate == nullptr) return;
     std::function<void()> call;
     if (delegate->implements(event.withOperation))
@@ -82,16 +82,17 @@ FileOperationNotice noticeOf(const FileOperationReport& report,
 }
 
 void statusCallback(const FileOperationReport& report, const FileOperationNotice& context) {
+    const FileOperationDelegateRef delegate = delegateOf(context);
     if (report.stage == FileOperationStage::Running && report.status)
-        send(kProgress, noticeOf(report, context), report.operation);
+        send(kProgress, delegate, noticeOf(report, context), report.operation);
     if (report.stage != FileOperationStage::Complete) return;
-    send(kFinished, noticeOf(report, context), report.operation);
+    send(kFinished, delegate, noticeOf(report, context), report.operation);
     const std::int32_t status = platform::current().fileOperations->unschedule(report.operation);
     if (status != 0)
         tell(formatted("Failed to unschedule operation from run loop: %d", int{status}));
 }
 
-bool makeParent(const std::string& source, const std::string& parent) {
+bool makeParent(const std::string& source, const OptionalPath& parent) {
     if (KXFileManager::fileExistsAtPath(parent) ||
         KXFileManager::createDirectory(parent, kLongestCreation))
         return true;
@@ -127,8 +128,8 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
         tell(formatted("Error: File %@ doesn't exist. Aborting copy process...", path));
         return false;
     }
-    const std::string target = destination.value_or("");
-    const std::string parent = deleteLastPathComponent(target);
+    const OptionalPath parent =
+        destination ? OptionalPath(deleteLastPathComponent(*destination)) : std::nullopt;
     if (!makeParent(*path, parent)) return false;
     platform::FileOperations& operations = *platform::current().fileOperations;
     const FileOperationRef operation = operations.create();
@@ -137,10 +138,11 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
         tell(formatted("Failed to schedule operation with run loop: %ld", long{status}));
         return false;
     }
+    const std::string target = destination.value_or("");
     return start(
         operation,
         contextOf(*path, target, std::move(delegate), std::move(object), std::move(object2)),
-        parent, lastPathComponent(target));
+        parent.value_or(""), lastPathComponent(target));
 }
 
 void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) {

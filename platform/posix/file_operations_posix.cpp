@@ -59,6 +59,7 @@ class PosixFileOperation final : public FileOperation,
         if (!scheduled_ || started_.exchange(true)) return kParameterError;
         work_ = std::move(work);
         try {
+            MainRunLoop::descriptor(RunLoopMode::Default);  // it is there before it is needed
             nativeMainThread()->detachNewThread([self = shared_from_this()] { self->run(); });
         } catch (const Exception&) {
             work_ = {};

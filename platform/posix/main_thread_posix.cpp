@@ -129,6 +129,15 @@ bool onlyDefaultModeHasWork() {
     return ::poll(modes, 2, 0) > 0 && modes[0].revents != 0 && modes[1].revents == 0;
 }
 
+// NO when there are no descriptors for it: then nothing can have been posted either.
+bool hasRunLoop() {
+    try {
+        return MainRunLoop::descriptor(RunLoopMode::Default) >= 0;
+    } catch (const Exception&) {
+        return false;
+    }
+}
+
 bool sendNextEventOfHost(milliseconds longest) {
     const auto until = steady_clock::now() + longest;
     struct State {
@@ -171,6 +180,10 @@ class PosixMainThread final : public MainThread {
     bool sendNextEvent(milliseconds longest) override {
         if (!isMainThread()) return false;
         longest = std::clamp(longest, milliseconds::zero(), kLongestWait);
+        if (!hasRunLoop()) {
+            std::this_thread::sleep_for(longest);
+            return false;
+        }
         if (nextEventOfHost()) return sendNextEventOfHost(longest);
         MainRunLoop::run(RunLoopMode::ModalPanel, steady_clock::now() + longest);
         return false;

@@ -4,6 +4,7 @@
 #include "tests/children/child_tools.h"
 #include "tests/files/copy_async_test.h"
 #include "tests/files/held_calls.h"
+#include "tests/support/few_descriptors.h"
 
 namespace quillmoor {
 namespace {
@@ -131,6 +132,18 @@ TEST_F(RealCopyWithProgress, TellsNothingWhileTheMainThreadIsInTheModalMode) {
     EXPECT_THAT(listener_->events, IsEmpty());
     EXPECT_EQ(test::readFile(folder_ / "to/copy"), "text");
     ASSERT_TRUE(serveUntilFinished());
+}
+
+// None of the run loop's own are there yet: nobody has asked for it.
+TEST_F(RealCopyWithProgress, WithoutDescriptorsToTellOfItCannotBegin) {
+    folder_.makeFolder("to");
+    {
+        const test::FewDescriptors none(0);
+        EXPECT_FALSE(start());
+        std::this_thread::sleep_for(20ms);
+    }
+    EXPECT_THAT(console_.logged, ElementsAre("Failed to begin asynchronous object copy: -108"));
+    EXPECT_FALSE(test::somethingAt(folder_ / "to/copy"));
 }
 
 TEST_F(RealCopyWithProgress, OfNoOperationCannotBeCancelled) {

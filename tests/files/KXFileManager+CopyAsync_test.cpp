@@ -65,6 +65,17 @@ TEST_F(CopyWithProgress, WithoutTheDestinationsFolderIsRefused) {
                             (folder_ / "to") + " doesn't exist. Aborting copy process..."));
 }
 
+TEST_F(CopyWithProgress, WithoutADestinationIsRefused) {
+    test::PassingTime time(platform_);
+    authorized();
+    EXPECT_FALSE(KXFileManager::copyFileWithProgress(file_, std::nullopt, listener_, nullptr));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mkdir -p"));
+    EXPECT_THAT(operations_.calls, IsEmpty());
+    EXPECT_THAT(console_.logged, ElementsAre("Unable to copy file " + file_ +
+                                             " - destination directory (null) doesn't exist. "
+                                             "Aborting copy process..."));
+}
+
 TEST_F(CopyWithProgress, ThatCannotBeScheduledIsTold) {
     operations_.scheduleStatus = -50;
     EXPECT_FALSE(start());
@@ -119,6 +130,27 @@ TEST_F(CopyWithProgress, SaysWhatItIsAbout) {
     expected.erase("bytes");
     expected["stage"] = 3L;
     EXPECT_EQ(listener_->last, expected);
+}
+
+// Its keys are the platform's.
+TEST_F(CopyWithProgress, TakesEveryKeyOfAStatusIntoTheNotice) {
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Running,
+                       {{{"delegate", 1.5}, {"source", 2.5}, {"stage", 3.5}}});
+    deliver();
+    EXPECT_THAT(listener_->events, ElementsAre("progress with operation"));
+    EXPECT_EQ(std::get<double>(listener_->last.at("delegate")), 1.5);
+    EXPECT_EQ(std::get<double>(listener_->last.at("source")), 2.5);
+    EXPECT_EQ(std::get<double>(listener_->last.at("stage")), 3.5);
+}
+
+TEST_F(CopyWithProgress, TakesADifferentFormForEachEvent) {
+    listener_->implemented = {Notice::Progress, Notice::FinishedWithOperation};
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Running, {{{"bytes", 1.0}}});
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_THAT(listener_->events, ElementsAre("progress", "finished with operation"));
 }
 
 TEST_F(CopyWithProgress, LeavesOutWhatWasNotGiven) {

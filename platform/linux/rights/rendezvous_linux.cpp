@@ -1,11 +1,13 @@
 #include "platform/linux/rights/rendezvous_linux.h"
 
+#include <poll.h>
 #include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -105,7 +107,12 @@ StringList Rendezvous::helperCommand() const {
 std::optional<Channel> Rendezvous::accept(pid_t launcher) {
     Descriptor caller = posix::aboveStandardStreams(
         Descriptor(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
-    if (!caller) return std::nullopt;
+    if (!caller) {
+        // Whoever knocks stays at the door until there is a descriptor.
+        constexpr int kMilliseconds = 100;
+        if (errno == EMFILE || errno == ENFILE) ::poll(nullptr, 0, kMilliseconds);
+        return std::nullopt;
+    }
     const std::optional<Peer> peer = peerOf(caller.get());
     if (!peer || peer->uid != 0 || !descendsFrom(peer->pid, launcher) || hasEnded(peer->process))
         return std::nullopt;

@@ -17,6 +17,7 @@
 #include "platform/main_run_loop.h"
 #include "platform/platform.h"
 #include "tests/children/child_tools.h"
+#include "tests/support/few_descriptors.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -142,6 +143,14 @@ TEST(UserMainThread, AThreadThatCannotBeMadeIsAnException) {
     }
     ASSERT_EQ(::setrlimit(RLIMIT_NPROC, &before), 0);
     EXPECT_TRUE(thrown);
+}
+
+// None of the run loop's own are there yet: nobody has asked for it.
+TEST(MainThread, WithoutDescriptorsWaitsForAnEventThatCannotCome) {
+    const test::FewDescriptors none(0);
+    const auto begin = steady_clock::now();
+    EXPECT_FALSE(mainThread().sendNextEvent(20ms));
+    EXPECT_GE(steady_clock::now() - begin, 20ms);
 }
 
 void say(const char* text) {

@@ -13,6 +13,7 @@
 #include "platform/linux/rights/message_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/platform/rights/rights_fixtures.h"
+#include "tests/support/few_descriptors.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform::linux_::rights {

@@ -9,6 +9,7 @@
 
 #include "tests/children/child_tools.h"
 #include "tests/platform/rights/rights_fixtures.h"
+#include "tests/support/few_descriptors.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

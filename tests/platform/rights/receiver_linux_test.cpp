@@ -13,6 +13,7 @@
 #include "platform/linux/rights/peer_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/platform/rights/rights_fixtures.h"
+#include "tests/support/few_descriptors.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +19,7 @@
 #include "base/paths.h"
 #include "platform/linux/rights/message_linux.h"
 #include "tests/platform/rights/rights_fixtures.h"
+#include "tests/support/few_descriptors.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform::linux_::rights {
@@ -48,6 +50,16 @@ class RendezvousTest : public testing::Test {
 
     std::optional<Rendezvous> rendezvous_ = Rendezvous::open();
 };
+
+TEST_F(RendezvousTest, WithoutADescriptorForWhoeverKnocksWaitsAMoment) {
+    const posix::Descriptor caller = knock();
+    ASSERT_TRUE(isKnockedAt());
+    const test::FewDescriptors none(0);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(rendezvous_->accept(::getpid()));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(100));
+    EXPECT_TRUE(isKnockedAt());
+}
 
 TEST_F(RendezvousTest, IsInAFolderThatOnlyThisUserMayEnter) {
     ASSERT_TRUE(rendezvous_.has_value());

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -134,21 +133,6 @@ std::string outputOf(Channel& channel, const std::string& tool, const StringList
     std::shared_ptr<platform::AuthorizedToolStream> stream;
     const auto status = channel.execute(tool, arguments, stream);
     return status == 0 ? allOf(*stream) : "failed: " + std::to_string(status);
-}
-
-FewDescriptors::FewDescriptors(unsigned long most) : before_(0) {
-    rlimit limit{};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    before_ = limit.rlim_cur;
-    limit.rlim_cur = most;
-    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-}
-
-FewDescriptors::~FewDescriptors() {
-    rlimit limit{};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = before_;
-    ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 }  // namespace quillmoor::test

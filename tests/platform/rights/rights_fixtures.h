@@ -88,16 +88,4 @@ std::string allOf(platform::AuthorizedToolStream& stream);
 std::string outputOf(platform::linux_::rights::Channel& channel, const std::string& tool,
                      const StringList& arguments = {});
 
-// Fewer descriptors than the system allows, for as long as this lives.
-class FewDescriptors {
-  public:
-    explicit FewDescriptors(unsigned long most);
-    ~FewDescriptors();
-    FewDescriptors(const FewDescriptors&) = delete;
-    FewDescriptors& operator=(const FewDescriptors&) = delete;
-
-  private:
-    unsigned long before_;
-};
-
 }  // namespace quillmoor::test
