@@ -61,8 +61,9 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
     bool authStart();
 
     // `authStartWithUser:password:`: asks for rights with these, without asking the user, also when
-    // there are rights already: those are let go of without being given up. NO when either is nil.
-    // A refusal is told on the console and in the log. Wiping the password is the caller's.
+    // there are rights already: those are let go of without being given up. NO when either is nil,
+    // YES in any case for the super-user. A refusal is told on the console and in the log. Wiping
+    // the password is the caller's.
     bool authStartWithUser(const OptionalString& user, const OptionalString& password);
 
     // `authEnd`: gives the rights up. Tools that were started with them run on.
@@ -136,8 +137,9 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
     static constexpr std::int32_t kNotAuthorized = -1;
 
     // `authExecTask:parameters:` and `authExecTask:parameters:async:`: starts a tool as the
-    // super-user. 0 when it was started. With Async::No it returns when the tool has closed its
-    // output, normally at its end; as the super-user, at its end. The exit status is not asked.
+    // super-user. 0 when it was started; under the super-user also when KXTaskEx refuses the path,
+    // which is told there. With Async::No it returns when the tool has closed its output, normally
+    // at its end; as the super-user, at its end. The exit status is not asked.
     std::int32_t authExecTask(const OptionalPath& path, const StringList& parameters);
     std::int32_t authExecTask(const OptionalPath& path, const StringList& parameters, Async async);
 

@@ -44,8 +44,8 @@ struct FinderColor {
 };
 
 // No instance and no state; may be used from any thread. A failure is an answer, never an
-// exception. Nothing expands a tilde or normalises a path, and a nil path is answered like a
-// missing item.
+// exception, but in touchFile. Nothing expands a tilde or normalises a path, and a nil path is
+// answered like a missing item.
 //
 // What removes, moves, copies or creates has up to three forms:
 //   short            the next one with ShouldAuth::Yes
@@ -53,10 +53,9 @@ struct FinderColor {
 //                    with administrator rights (see KXAuthorization, which may ask the user). That
 //                    answer is then the answer: YES means that a tool was started.
 //   with timeout     the short form, then a wait until the file system shows the result. On the
-//   main
-//                    thread user-interface events are sent meanwhile, so that other code may run;
-//                    any other thread looks every 0.3 s. Zero and less do not wait. A NO after the
-//                    wait does not stop the operation.
+//                    main thread user-interface events are sent meanwhile, so that other code may
+//                    run; any other thread looks every 0.3 s. Zero and less do not wait. A NO after
+//                    the wait does not stop the operation.
 class KXFileManager {
   public:
     KXFileManager() = delete;
@@ -165,7 +164,8 @@ class KXFileManager {
     // `copyFile:toPath:` and its forms: copies an item to the path that it is to have, links as
     // links, with modes and dates. The folder that receives it is unlocked and stays so. What
     // stands at the destination is never replaced, except by the copy with administrator rights. A
-    // failure is logged and leaves nothing of the copy.
+    // failure is logged and leaves nothing of the copy; what a copy with administrator rights makes
+    // before it fails stays.
     static bool copyFile(const OptionalPath& path, const OptionalPath& toPath);
     static bool copyFile(const OptionalPath& path, const OptionalPath& toPath,
                          ShouldAuth shouldAuth);
@@ -186,9 +186,9 @@ class KXFileManager {
     // console.
     //
     // The delegate, which may be null like the caller's objects, hears of progress and, once, of
-    // the end, on the main thread and only while its run loop is in the default mode. Whether the
-    // copy succeeded is not told: look at the destination, where nothing is left of a copy that
-    // failed or was cancelled.
+    // the end, on the main thread. A notice begins while its run loop is in the default mode, and
+    // may then be delivered in any. Whether the copy succeeded is not told: look at the
+    // destination, where nothing is left of a copy that failed or was cancelled.
     static bool copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
                                      FileOperationDelegateRef delegate, CallerObject object);
     static bool copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
@@ -231,7 +231,8 @@ class KXFileManager {
 
     // `touchFile:` and `touchFile:setCreationDate:`: sets the item's dates to now with the system's
     // tool, for at most 5 s. What the user may not write is touched with administrator rights; what
-    // is missing, too, and is not made. YES when a tool ran, whatever it did.
+    // is missing, too, and is not made. YES when a tool ran, whatever it did. Throws
+    // platform::Exception when no thread can be started for the time-out.
     static bool touchFile(const OptionalPath& path);
     static bool touchFile(const OptionalPath& path, SetCreationDate setCreationDate);
 

@@ -73,7 +73,8 @@ class KXLog : public SharedObject<KXLog> {
     // `createNewLog` and `createNewLog:`: shifts the generations by one, starts an empty newest one
     // and writes the header. Generation 5 is lost. The name is taken only when there is no other.
     // Where the user's preferences say so, logging is disabled for the rest of the process. After a
-    // failure no log is open; the text on standard output says what failed.
+    // failure no log is open; the text on standard output says what failed, unless it was the
+    // opening of the new file, of which nothing is said.
     // Calls are not serialised against each other: start the log before logging heavily.
     static void createNewLog();
     static void createNewLog(const OptionalString& appName);

@@ -51,7 +51,8 @@ struct AsyncTaskNotification {
 // SIGTERM; the operation then ends as it would have, and only two messages tell, one on the console
 // and one in the log. The termination runs on the main thread, so it waits until that thread
 // services its run loop. A time-out of less than a second terminates the tool at once if it runs
-// already, and never if it does not. A tool that ignores SIGTERM is waited for.
+// already, and never if it does not. A tool that ignores SIGTERM is waited for. Throws
+// platform::Exception, and starts nothing, when no thread can be started for the time-out.
 class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
   public:
     using Timeout = std::chrono::duration<double>;
@@ -75,8 +76,8 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     static void runTaskAndReturn(const OptionalPath& path, const OptionalArguments& arguments);
 
     // `terminationCodeFromTask:arguments:`: the exit status; for a tool ended by a signal, the
-    // signal's number; -1 when the path was refused, which goes to the console and the log. Throws
-    // platform::Exception when the tool cannot be started.
+    // signal's number; -1 when the path was refused, which goes to the console and the log, or when
+    // the program ignores SIGCHLD. Throws platform::Exception when the tool cannot be started.
     static long terminationCodeFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments);
     // `terminationCodeFromTask:arguments:task:`
@@ -174,7 +175,8 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     // its thread and returns. That thread starts the tool and hands each chunk of its output over
     // as it comes; standard error is discarded, standard input inherited. After the empty chunk the
     // instance cleans itself up as terminateAsyncTask does, and may be used again; a run that the
-    // delegate starts from inside that last call is ended by the clean-up that follows.
+    // delegate starts from inside that last call, with no terminateAsyncTask before it, is ended by
+    // the clean-up that follows.
     //
     // Without a delegate or an operation the output is read and thrown away. A tool that is missing
     // or not executable is told in the log only, and one that cannot be started, like whatever the

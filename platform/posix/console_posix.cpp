@@ -60,6 +60,7 @@ class PosixConsole : public Console {
 
     // What is printed here tells of trouble: it must be out before the process can die of it.
     void print(std::string_view text) override {
+        const posix::BrokenPipeGuard guard;
         std::fwrite(text.data(), 1, text.size(), stdout);
         std::fflush(stdout);
     }

@@ -81,9 +81,11 @@ int FileDataCopier::copyRegions(int from, int to, off_t size) {
         if (error != 0) return error;
         at = hole;
     }
-    if (at < size) skip(size - at);
-    // The hole at the end.
-    return calls.ftruncate(to, std::max(at, size)) == 0 ? 0 : errno;
+    // The hole at the end, unless the file has been cut meanwhile.
+    const off_t end = std::min(size, calls.lseek(from, 0, SEEK_END));
+    if (end < 0) return errno;
+    if (at < end) skip(end - at);
+    return calls.ftruncate(to, end) == 0 ? 0 : errno;
 }
 
 // So much as it had at the start, unless it has been cut meanwhile or does not tell its size.

@@ -136,7 +136,7 @@ class RemovalWorker : public TreeWorker {
         const SystemCalls& calls = systemCalls();
         opened = Descriptor(calls.openat(folder, name, kReadFolder, 0));
         if (!opened && errno == EACCES && work_.kind == TreeKind::OurOwn) {
-            if (calls.fchmodat(folder, name, S_IRWXU, 0) != 0) return errno;
+            if (calls.fchmodat(folder, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) != 0) return errno;
             opened = Descriptor(calls.openat(folder, name, kReadFolder, 0));
         }
         if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;

@@ -59,6 +59,15 @@ TEST(TreeData, AFileCutMeanwhileIsCopiedAsFarAsItGoes) {
     EXPECT_LT(status.st_blocks * 512, 1 << 20);
 }
 
+TEST(TreeData, AFileWithHolesCutMeanwhileIsCopiedAsFarAsItGoes) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", std::string(100000, 'x'));
+    ASSERT_EQ(::truncate(file.c_str(), 10 << 20), 0);
+    const ResizedBeforeReading resized(file, 50000);
+    EXPECT_EQ(copyData(file, folder / "copy"), 0);
+    EXPECT_EQ(test::readFile(folder / "copy"), std::string(50000, 'x'));
+}
+
 TEST(TreeData, AFileGrownMeanwhileIsCopiedAsLargeAsItWas) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", std::string(3000, 'x'));

@@ -100,6 +100,12 @@ TEST(PosixConsole, ALogLineThatNobodyReadsIsLostAndNothingElse) {
         const Redirected redirected(STDERR_FILENO, writing.get());
         console().log("to nobody");
     }
+    {
+        const Redirected redirected(STDOUT_FILENO, writing.get());
+        console().print("to nobody");
+        console().putString("to nobody");
+    }
+    std::clearerr(stdout);
     sigset_t pending;
     sigset_t mask;
     ::sigpending(&pending);
