@@ -2,8 +2,11 @@
 
 #include <QPainter>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QStyleFactory>
 #include <QStyleOptionButton>
+#include <QStyleOptionSlider>
+#include <algorithm>
 
 #include "host/appearance.h"
 #include "host/shapes.h"
@@ -16,6 +19,8 @@ constexpr int kRing = HostStyle::kFocusRoom;
 constexpr int kPaddingAcross = 18;
 constexpr int kPaddingDown = 8;
 constexpr int kLeastWidth = 104;
+constexpr int kHandleWidth = 6;
+constexpr int kShortestHandle = 24;
 
 using State = QStyle::StateFlag;
 
@@ -67,6 +72,21 @@ void drawShape(QPainter& painter, const QStyleOptionButton& button, const Button
     fillRoundedWithEdge(painter, shape, kRadius, colours.fill, colours.edge);
 }
 
+// The scroll bar's handle, as long as what is in sight is of the whole.
+QRect handleOf(const QStyleOptionSlider& bar) {
+    const bool isVertical = bar.orientation == Qt::Vertical;
+    const int room = isVertical ? bar.rect.height() : bar.rect.width();
+    const int range = bar.maximum - bar.minimum;
+    const int share = range + bar.pageStep > 0
+                          ? static_cast<int>(qint64{room} * bar.pageStep / (range + bar.pageStep))
+                          : room;
+    const int length = std::clamp(share, std::min(kShortestHandle, room), room);
+    const int start = QStyle::sliderPositionFromValue(bar.minimum, bar.maximum, bar.sliderPosition,
+                                                      room - length, bar.upsideDown);
+    return isVertical ? QRect(bar.rect.left(), bar.rect.top() + start, bar.rect.width(), length)
+                      : QRect(bar.rect.left() + start, bar.rect.top(), length, bar.rect.height());
+}
+
 }  // namespace
 
 HostStyle::HostStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
@@ -74,6 +94,9 @@ HostStyle::HostStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusio
 void HostStyle::polish(QWidget* widget) {
     QProxyStyle::polish(widget);
     if (qobject_cast<QPushButton*>(widget) != nullptr) widget->setAttribute(Qt::WA_Hover);
+    // What is beside the handle is the ground's.
+    if (qobject_cast<QScrollBar*>(widget) != nullptr)
+        widget->setAttribute(Qt::WA_OpaquePaintEvent, false);
 }
 
 void HostStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
@@ -90,11 +113,17 @@ void HostStyle::drawControl(ControlElement element, const QStyleOption* option, 
 
 void HostStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                                    QPainter* painter, const QWidget* widget) const {
-    const auto draw = [&] { QProxyStyle::drawComplexControl(control, option, painter, widget); };
-    if (control == CC_ScrollBar)
-        drawInPieces(*painter, option->rect, draw);
-    else
-        draw();
+    const auto* bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
+    if (control != CC_ScrollBar || bar == nullptr)
+        return QProxyStyle::drawComplexControl(control, option, painter, widget);
+    if (bar->maximum == bar->minimum) return;
+    QRect handle = handleOf(*bar);
+    const int edge = (std::min(handle.width(), handle.height()) - kHandleWidth) / 2;
+    handle = bar->orientation == Qt::Vertical ? handle.adjusted(edge, 0, -edge, 0)
+                                              : handle.adjusted(0, edge, 0, -edge);
+    const bool isHeld = (bar->state & State_Sunken) != 0;
+    fillRounded(*painter, handle, kHandleWidth / 2,
+                bar->palette.color(isHeld ? QPalette::WindowText : QPalette::Dark));
 }
 
 QSize HostStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
@@ -109,6 +138,36 @@ QRect HostStyle::subElementRect(SubElement element, const QStyleOption* option,
     if (element == SE_PushButtonLayoutItem)
         return option->rect.adjusted(kRing, kRing, -kRing, -kRing);
     return QProxyStyle::subElementRect(element, option, widget);
+}
+
+// No arrows: a press beside the handle goes on by a page.
+QRect HostStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option,
+                                SubControl subControl, const QWidget* widget) const {
+    const auto* bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
+    if (control != CC_ScrollBar || bar == nullptr)
+        return QProxyStyle::subControlRect(control, option, subControl, widget);
+    const QRect handle = handleOf(*bar);
+    QRect before = bar->rect;
+    QRect after = bar->rect;
+    if (bar->orientation == Qt::Vertical) {
+        before.setBottom(handle.top() - 1);
+        after.setTop(handle.bottom() + 1);
+    } else {
+        before.setRight(handle.left() - 1);
+        after.setLeft(handle.right() + 1);
+    }
+    switch (subControl) {
+        case SC_ScrollBarSlider:
+            return handle;
+        case SC_ScrollBarSubPage:
+            return before;
+        case SC_ScrollBarAddPage:
+            return after;
+        case SC_ScrollBarGroove:
+            return bar->rect;
+        default:
+            return {};
+    }
 }
 
 int HostStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,

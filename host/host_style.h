@@ -1,12 +1,12 @@
-// How the window's buttons are drawn; everything else is the toolkit's own drawing in the window's
-// colours, scroll bars in pieces.
+// How the window's buttons and scroll bars are drawn; everything else is the toolkit's own drawing
+// in the window's colours.
 #pragma once
 
 #include <QProxyStyle>
 
 namespace quillmoor::host {
 
-// Underlines of mnemonics appear while Alt is held.
+// Underlines of mnemonics appear while Alt is held. Scroll bars are a handle and nothing else.
 class HostStyle : public QProxyStyle {
   public:
     // Room around a button for the ring that shows the focus. Layouts align the button's shape;
@@ -24,6 +24,8 @@ class HostStyle : public QProxyStyle {
                            const QWidget* widget) const override;
     QRect subElementRect(SubElement element, const QStyleOption* option,
                          const QWidget* widget) const override;
+    QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option,
+                         SubControl subControl, const QWidget* widget) const override;
     int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                   QStyleHintReturn* data) const override;
 

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "host/load_error.h"
 #include "host/text.h"
@@ -22,6 +24,10 @@ PrivateTemporaryFolder::PrivateTemporaryFolder() {
 }
 
 PrivateTemporaryFolder::~PrivateTemporaryFolder() {
+    // The toolkit leaves an empty folder of its own here where the user has no other place for it.
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(path_, ignored))
+        ::rmdir(entry.path().c_str());
     ::rmdir(path_.c_str());
 }
 

@@ -13,7 +13,7 @@ class PrivateTemporaryFolder {
     // Makes it in the temporary folder there is, and names it in the environment; before any
     // thread is started. Throws LoadError when it cannot be made.
     PrivateTemporaryFolder();
-    // Removes it, unless something has been left in it.
+    // Removes it, unless something more than empty folders has been left in it.
     ~PrivateTemporaryFolder();
     PrivateTemporaryFolder(const PrivateTemporaryFolder&) = delete;
     PrivateTemporaryFolder& operator=(const PrivateTemporaryFolder&) = delete;

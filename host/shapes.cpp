@@ -6,7 +6,6 @@
 namespace quillmoor::host {
 namespace {
 
-// Rows, also where one of them is three on the screen, and where each row is filled in pieces.
 constexpr int kStrip = 8;
 
 // Pieces meet without a seam only where they end between two pixels of the screen.
@@ -36,19 +35,14 @@ void fillCorners(QPainter& painter, const QRectF& shape, int radius, const QBrus
 
 }  // namespace
 
-void drawInPieces(QPainter& painter, const QRect& box, const std::function<void()>& draw) {
-    for (int top = box.top(); top <= box.bottom(); top += kStrip) {
-        const QRect strip(box.left(), top, box.width(), std::min(kStrip, box.bottom() - top + 1));
-        painter.save();
-        painter.setClipRect(strip, Qt::IntersectClip);
-        draw();
-        painter.restore();
-    }
-}
-
 void fillShape(QPainter& painter, const QPainterPath& shape, const QBrush& fill) {
-    drawInPieces(painter, shape.boundingRect().toAlignedRect(),
-                 [&] { painter.fillPath(shape, fill); });
+    const QRect box = shape.boundingRect().toAlignedRect();
+    painter.save();
+    for (int top = box.top(); top <= box.bottom(); top += kStrip) {
+        painter.setClipRect(box.left(), top, box.width(), std::min(kStrip, box.bottom() - top + 1));
+        painter.fillPath(shape, fill);
+    }
+    painter.restore();
 }
 
 void fillRounded(QPainter& painter, const QRect& shape, int radius, const QBrush& fill) {

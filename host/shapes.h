@@ -6,12 +6,8 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QRect>
-#include <functional>
 
 namespace quillmoor::host {
-
-// Has `draw` draw what lies within `box` in pieces that no thread is started for.
-void drawInPieces(QPainter& painter, const QRect& box, const std::function<void()>& draw);
 
 // A small shape with slanting or round edges.
 void fillShape(QPainter& painter, const QPainterPath& shape, const QBrush& fill);

@@ -54,10 +54,12 @@ class RendezvousTest : public testing::Test {
 TEST_F(RendezvousTest, WithoutADescriptorForWhoeverKnocksWaitsAMoment) {
     const posix::Descriptor caller = knock();
     ASSERT_TRUE(isKnockedAt());
-    const test::FewDescriptors none(0);
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_FALSE(rendezvous_->accept(::getpid()));
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(100));
+    {
+        const test::FewDescriptors none(0);
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_FALSE(rendezvous_->accept(::getpid()));
+        EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(100));
+    }
     EXPECT_TRUE(isKnockedAt());
 }
 
