@@ -114,10 +114,11 @@ class TrashTools : public test::FilesTest {
     // this spelling, its own items too.
     static std::string inGiosSpelling(const std::string& name) {
         std::string spelled;
-        for (const unsigned char byte : name) {
-            std::array<char, 8> text{static_cast<char>(byte)};
+        for (const char byte : name) {
+            std::array<char, 8> text{byte};
             if (byte < ' ' || byte > '~' || byte == '\\')
-                std::snprintf(text.data(), text.size(), "\\x%02x", byte);
+                std::snprintf(text.data(), text.size(), "\\x%02x",
+                              static_cast<unsigned char>(byte));
             spelled += text.data();
         }
         return spelled;
