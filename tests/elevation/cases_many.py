@@ -4,7 +4,7 @@ import os
 
 from actors import Probe
 from launchers import helper
-from stage import check, start_bus
+from stage import check, eventually, start_bus
 
 TOOLS, DESCRIPTORS = 5000, 1024
 
@@ -19,5 +19,6 @@ def many(passwords):
         failures, more, seconds = probe.ask("many", str(TOOLS), str(DESCRIPTORS)).split()
         check(int(failures) == 0, f"{TOOLS} tools are started ({float(seconds):.1f} s)")
         check(int(more) <= 0, f"the client has no more descriptors than before ({more} more)")
-        check(helper() == process and len(os.listdir(f"/proc/{process}/fd")) == before,
-              "nor has the helper, which is still the same")
+        # It closes what the last tool was given only after it has answered.
+        check(eventually(lambda: len(os.listdir(f"/proc/{process}/fd")) == before) and
+              helper() == process, "nor has the helper, which is still the same")
