@@ -35,10 +35,8 @@ class Walker {
             const std::string name = std::move(level.names[level.next++]);
             if (walk_.isLeftOut(name)) continue;
             const std::string item = *appendPathComponent(path_, name);
-            const bool goesOn = fileManager().isDirectory(item)
-                                    ? enter(item) || !walk_.visitsLoops || walk_.visit(item, name)
-                                    : walk_.visit(item, name);
-            if (!goesOn) return false;
+            if (fileManager().isDirectory(item) && (enter(item) || !walk_.visitsLoops)) continue;
+            if (!walk_.visit(item, name)) return false;
         }
         return true;
     }

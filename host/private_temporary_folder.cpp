@@ -25,9 +25,10 @@ PrivateTemporaryFolder::PrivateTemporaryFolder() {
 
 PrivateTemporaryFolder::~PrivateTemporaryFolder() {
     // The toolkit leaves an empty folder of its own here where the user has no other place for it.
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(path_, ignored))
-        ::rmdir(entry.path().c_str());
+    // Without exceptions, which nobody could catch here.
+    std::error_code error;
+    std::filesystem::directory_iterator entry(path_, error);
+    for (; !error && entry != end(entry); entry.increment(error)) ::rmdir(entry->path().c_str());
     ::rmdir(path_.c_str());
 }
 

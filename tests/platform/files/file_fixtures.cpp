@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sched.h>
+#include <signal.h>
 #include <stdio.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -67,6 +68,12 @@ void setDate(const std::string& path, long seconds) {
 
 bool isSuperUser() {
     return ::geteuid() == 0;
+}
+
+bool isSignalBlocked(int signal) {
+    sigset_t blocked;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    return ::sigismember(&blocked, signal) == 1;
 }
 
 std::string describeTree(const std::string& path) {

@@ -11,6 +11,9 @@ namespace quillmoor::test {
 
 bool isSuperUser();
 
+// By the calling thread.
+bool isSignalBlocked(int signal);
+
 // One line for each item of the tree, sorted by name: its path in the tree, type, mode, owner,
 // date, and contents or target. Equal texts, equal trees.
 std::string describeTree(const std::string& path);

@@ -172,9 +172,7 @@ TEST(ReadAhead, ItsThreadBlocksSignals) {
     const Descriptor file = opened(folder.writeFile("file", longText()));
     static std::atomic<bool> blocked{false};
     const OtherRead asked([](int number, void* bytes, std::size_t size) -> ssize_t {
-        sigset_t mask;
-        ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-        blocked = ::sigismember(&mask, SIGTERM) == 1;
+        blocked = test::isSignalBlocked(SIGTERM);
         return ::read(number, bytes, size);
     });
     {
@@ -183,9 +181,7 @@ TEST(ReadAhead, ItsThreadBlocksSignals) {
         EXPECT_EQ(ahead.next(piece), 0);
     }
     EXPECT_TRUE(blocked);
-    sigset_t own;
-    ::pthread_sigmask(SIG_SETMASK, nullptr, &own);
-    EXPECT_EQ(::sigismember(&own, SIGTERM), 0);
+    EXPECT_FALSE(test::isSignalBlocked(SIGTERM));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "platform/posix/tree_crew_posix.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "platform/posix/tree_worker_posix.h"
+#include "tests/platform/files/file_fixtures.h"
 
 namespace quillmoor::platform::posix {
 namespace {
@@ -88,18 +88,14 @@ TEST(TreeCrew, FurtherThreadsBlockSignals) {
     TreeCrew crew(4, [&] {
         TreeCrew::Share share;
         while (crew.take(share)) {
-            sigset_t mask;
-            ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-            blocked = ::sigismember(&mask, SIGTERM) == 1;
+            blocked = test::isSignalBlocked(SIGTERM);
             crew.done(*share.folder);
         }
     });
     crew.give(folder, batchOf({"a"}));
     while (folder.given != 0) std::this_thread::yield();
     EXPECT_TRUE(blocked);
-    sigset_t own;
-    ::pthread_sigmask(SIG_SETMASK, nullptr, &own);
-    EXPECT_EQ(::sigismember(&own, SIGTERM), 0);
+    EXPECT_FALSE(test::isSignalBlocked(SIGTERM));
 }
 
 }  // namespace
