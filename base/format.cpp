@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 
 #include "base/strings.h"
 
@@ -12,7 +13,7 @@ namespace {
 using Kind = FormatArgument::Kind;
 using format_detail::isDigit;
 using format_detail::isFlag;
-using format_detail::isLength;
+using format_detail::lengthAt;
 
 constexpr std::size_t kMaximumWidth = 4096;
 
@@ -20,6 +21,7 @@ struct Directive {
     bool left = false, plus = false, space = false, alternative = false, zero = false;
     std::size_t width = 0;
     std::optional<std::size_t> precision;
+    std::string_view length;
     char conversion = 0;
     std::size_t bytes = 0;  // of the whole directive, with its %
 };
@@ -58,7 +60,8 @@ Directive parseDirective(std::string_view text) {
     for (; i < text.size() && isFlag(text[i]); ++i) setFlag(directive, text[i]);
     directive.width = readNumber(text, i);
     if (i < text.size() && text[i] == '.') directive.precision = readNumber(text, ++i);
-    while (i < text.size() && isLength(text[i])) ++i;
+    directive.length = lengthAt(text.substr(i));
+    i += directive.length.size();
     if (i < text.size()) {
         directive.conversion = text[i];
         directive.bytes = i + 1;
@@ -101,6 +104,12 @@ std::string_view signPrefix(const Directive& directive, bool negative) {
     return directive.plus ? "+" : directive.space ? " " : "";
 }
 
+// Nothing in a number sorts behind the letters.
+void makeCapital(std::string& digits) {
+    for (char& c : digits)
+        if (c >= 'a') c = static_cast<char>(c - 'a' + 'A');
+}
+
 void appendInteger(std::string& out, const Directive& directive, std::uint64_t magnitude,
                    std::string_view prefix) {
     const char conversion = directive.conversion;
@@ -110,12 +119,13 @@ void appendInteger(std::string& out, const Directive& directive, std::uint64_t m
     char buffer[24];
     const auto end = std::to_chars(buffer, buffer + sizeof buffer, magnitude, base).ptr;
     std::string digits(buffer, end);
-    if (conversion == 'X')
-        std::transform(digits.begin(), digits.end(), digits.begin(),
-                       [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+    if (conversion == 'X') makeCapital(digits);
     if (directive.precision && *directive.precision == 0 && magnitude == 0) digits.clear();
     if (directive.precision && *directive.precision > digits.size())
         digits.insert(0, *directive.precision - digits.size(), '0');
+    // Unlike a prefix, it is one of the digits that the precision counts.
+    if (directive.alternative && conversion == 'o' && !digits.starts_with('0'))
+        digits.insert(0, 1, '0');
     appendNumber(out, directive, prefix, digits, directive.zero && !directive.precision);
 }
 
@@ -130,9 +140,37 @@ void appendUnsigned(std::string& out, const Directive& directive, std::uint64_t 
     if (directive.alternative && value != 0) {
         if (directive.conversion == 'x') prefix = "0x";
         if (directive.conversion == 'X') prefix = "0X";
-        if (directive.conversion == 'o') prefix = "0";
     }
     appendInteger(out, directive, value, prefix);
+}
+
+std::string floatingDigits(double value, std::chars_format style, std::size_t precision) {
+    // The longest double has 309 digits before its point.
+    std::string digits(400 + precision, '\0');
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, style,
+                                   static_cast<int>(precision))
+                         .ptr;
+    digits.resize(static_cast<std::size_t>(end - digits.data()));
+    return digits;
+}
+
+// As %#g: `precision` significant digits, trailing zeros included.
+std::string generalDigitsWithZeros(double value, std::size_t precision) {
+    const std::size_t significant = std::max<std::size_t>(precision, 1);
+    std::string digits = floatingDigits(value, std::chars_format::scientific, significant - 1);
+    int exponent = 0;
+    const std::size_t mark = digits.find('e');
+    const char* number = digits.data() + mark + (digits[mark + 1] == '+' ? 2 : 1);
+    std::from_chars(number, digits.data() + digits.size(), exponent);
+    if (exponent < -4 || exponent >= static_cast<int>(significant)) return digits;
+    const auto decimals = static_cast<int>(significant) - 1 - exponent;
+    return floatingDigits(value, std::chars_format::fixed, static_cast<std::size_t>(decimals));
+}
+
+// As the # flag asks: with a decimal point, whether or not a digit follows.
+void addPoint(std::string& digits) {
+    if (digits.find('.') == std::string::npos)
+        digits.insert(std::min(digits.find('e'), digits.size()), 1, '.');
 }
 
 void appendFloating(std::string& out, const Directive& directive, double value) {
@@ -140,15 +178,13 @@ void appendFloating(std::string& out, const Directive& directive, double value) 
     const auto style = lower == 'f'   ? std::chars_format::fixed
                        : lower == 'e' ? std::chars_format::scientific
                                       : std::chars_format::general;
-    // The longest double has 309 digits before its point.
-    std::string digits(400 + directive.precision.value_or(0), '\0');
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), std::fabs(value),
-                                   style, static_cast<int>(directive.precision.value_or(6)))
-                         .ptr;
-    digits.resize(static_cast<std::size_t>(end - digits.data()));
-    if (directive.conversion != lower)
-        std::transform(digits.begin(), digits.end(), digits.begin(),
-                       [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+    const std::size_t precision = directive.precision.value_or(6);
+    const double magnitude = std::fabs(value);
+    const bool alternative = directive.alternative && std::isfinite(value);
+    std::string digits = alternative && lower == 'g' ? generalDigitsWithZeros(magnitude, precision)
+                                                     : floatingDigits(magnitude, style, precision);
+    if (alternative) addPoint(digits);
+    if (directive.conversion != lower) makeCapital(digits);
     appendNumber(out, directive, signPrefix(directive, std::signbit(value)), digits,
                  directive.zero && std::isfinite(value));
 }
@@ -164,11 +200,18 @@ std::uint64_t unsignedValue(const FormatArgument& argument) {
     }
 }
 
-// A negative int in %x shows its own 32 bits, not 64.
-std::uint64_t unsignedOfItsLength(const FormatArgument& argument, std::string_view directive) {
-    const std::uint64_t value = unsignedValue(argument);
-    const bool isLong = directive.find_first_of("lqjzt") != std::string_view::npos;
-    return isLong ? value : value & 0xFFFFFFFFU;
+// What is left of the value in an integer of the directive's length. A negative int in %x, for one,
+// shows its own 32 bits, not 64.
+std::uint64_t unsignedOfItsLength(std::uint64_t value, std::string_view length) {
+    if (length == "hh") return value & 0xFFU;
+    if (length == "h") return value & 0xFFFFU;
+    return length.empty() ? value & 0xFFFFFFFFU : value;
+}
+
+std::int64_t signedOfItsLength(std::uint64_t value, std::string_view length) {
+    if (length == "hh") return static_cast<std::int8_t>(value);
+    if (length == "h") return static_cast<std::int16_t>(value);
+    return static_cast<std::int64_t>(value);
 }
 
 void appendCharacter(std::string& out, const Directive& directive, const FormatArgument& argument) {
@@ -183,8 +226,7 @@ void appendPointer(std::string& out, const Directive& directive, const FormatArg
 }
 
 // Answers false for a conversion that nobody knows.
-bool appendDirective(std::string& out, const Directive& directive, const FormatArgument& argument,
-                     std::string_view source) {
+bool appendDirective(std::string& out, const Directive& directive, const FormatArgument& argument) {
     switch (directive.conversion) {
         case '@':
         case 's':
@@ -193,13 +235,15 @@ bool appendDirective(std::string& out, const Directive& directive, const FormatA
             return true;
         case 'd':
         case 'i':
-            appendSigned(out, directive, static_cast<std::int64_t>(unsignedValue(argument)));
+            appendSigned(out, directive,
+                         signedOfItsLength(unsignedValue(argument), directive.length));
             return true;
         case 'u':
         case 'x':
         case 'X':
         case 'o':
-            appendUnsigned(out, directive, unsignedOfItsLength(argument, source));
+            appendUnsigned(out, directive,
+                           unsignedOfItsLength(unsignedValue(argument), directive.length));
             return true;
         case 'f':
         case 'F':
@@ -235,19 +279,18 @@ void renderFormat(std::string& out, std::string_view format,
         if (percent == std::string_view::npos) return;
         format.remove_prefix(percent);
         const Directive directive = parseDirective(format);
-        const std::string_view source = format.substr(0, directive.bytes);
         if (directive.conversion == '%') {
             out += '%';
         } else {
             const FormatArgument argument =
                 used < arguments.size() ? arguments[used] : FormatArgument{};
-            if (directive.conversion != 0 && appendDirective(out, directive, argument, source)) {
+            if (directive.conversion != 0 && appendDirective(out, directive, argument)) {
                 ++used;
             } else if (directive.bytes == 0) {
                 out.append(format);
                 return;
             } else {
-                out.append(source);
+                out.append(format.substr(0, directive.bytes));
             }
         }
         format.remove_prefix(directive.bytes);

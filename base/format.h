@@ -6,8 +6,10 @@
 //   formatted("%li CPU(s), %0.2f GB RAM", count, gigabytes)
 //
 // Directives: %@ %s (text; nil gives "(null)"), %c, %d %i %u %x %X %o with the lengths hh h l ll q
-// j z t, %f %e %g and their capitals, %p, %%. Flags, width and precision are printf's; * is
-// refused.
+// j z t, %f %e %g and their capitals, %p, %%. Flags, lengths, width and precision are printf's;
+// %hhd, for one, writes the value of the argument's low byte. Refused when compiled: *, a # where
+// printf has no alternative form (it has one for x X o f F e E g G), an h where no integer is
+// written, and a length that printf does not have.
 #pragma once
 
 #include <concepts>
@@ -85,13 +87,33 @@ constexpr bool isLength(char c) {
     return c == 'h' || c == 'l' || c == 'q' || c == 'j' || c == 'z' || c == 't';
 }
 
-// Bytes that an integer directive reads. hh and h arguments are promoted to int.
-constexpr std::size_t integerSize(char length) {
-    return length == 0 || length == 'h' ? sizeof(int) : sizeof(long long);
+// The length at the start of `text`, which may be empty: "h", "hh", "l", "ll", "q", "j", "z", "t".
+constexpr std::string_view lengthAt(std::string_view text) {
+    std::size_t size = 0;
+    while (size < text.size() && isLength(text[size])) ++size;
+    return text.substr(0, size);
+}
+constexpr bool isKnownLength(std::string_view length) {
+    return length.size() < 2 || length == "hh" || length == "ll";
 }
 
-consteval void checkDirective(char conversion, char length, const ArgumentType& type) {
+// Bytes that an integer directive reads. hh and h arguments are promoted to int.
+constexpr std::size_t integerSize(std::string_view length) {
+    return length.empty() || length.front() == 'h' ? sizeof(int) : sizeof(long long);
+}
+
+constexpr bool isIntegerConversion(char c) {
+    return std::string_view("diuxXo").find(c) != std::string_view::npos;
+}
+constexpr bool hasAlternativeForm(char c) {
+    return std::string_view("xXofFeEgG").find(c) != std::string_view::npos;
+}
+
+consteval void checkDirective(char conversion, std::string_view length, const ArgumentType& type) {
     using Kind = FormatArgument::Kind;
+    if (!isKnownLength(length)) formatDoesNotFitItsArguments("unknown length");
+    if (length.starts_with('h') && !isIntegerConversion(conversion))
+        formatDoesNotFitItsArguments("h is for integers");
     const bool integer = type.kind == Kind::Signed || type.kind == Kind::Unsigned;
     switch (conversion) {
         case '@':
@@ -136,11 +158,17 @@ consteval void checkFormat(std::string_view format, std::span<const ArgumentType
         if (format[i] != '%') continue;
         if (++i == format.size()) return formatDoesNotFitItsArguments("% at the end");
         if (format[i] == '%') continue;
-        while (i < format.size() && isFlag(format[i])) ++i;
-        while (i < format.size() && (isDigit(format[i]) || format[i] == '.')) ++i;
-        char length = 0;
-        while (i < format.size() && isLength(format[i])) length = format[i++];
+        bool alternative = false;
+        for (; i < format.size() && isFlag(format[i]); ++i)
+            if (format[i] == '#') alternative = true;
+        while (i < format.size() && isDigit(format[i])) ++i;
+        if (i < format.size() && format[i] == '.') ++i;
+        while (i < format.size() && isDigit(format[i])) ++i;
+        const std::string_view length = lengthAt(format.substr(i));
+        i += length.size();
         if (i == format.size()) return formatDoesNotFitItsArguments("unfinished directive");
+        if (alternative && !hasAlternativeForm(format[i]))
+            formatDoesNotFitItsArguments("# has no effect here");
         if (used == types.size()) return formatDoesNotFitItsArguments("too few arguments");
         checkDirective(format[i], length, types[used++]);
     }
