@@ -48,6 +48,12 @@ TEST(IsLike, BracketsAndBackslashesAreOrdinary) {
     EXPECT_FALSE(isLike("\\*", "*"));
 }
 
+TEST(IsLike, NothingBehindThePatternCounts) {
+    const std::string_view longer = "abX*";
+    EXPECT_FALSE(isLike(longer.substr(0, 2), "abX"));
+    EXPECT_FALSE(isLike(longer.substr(0, 3), "abXy"));
+}
+
 TEST(IsLike, CaseMatters) {
     EXPECT_FALSE(isLike("A*", "abc"));
 }

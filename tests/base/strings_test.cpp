@@ -57,6 +57,8 @@ TEST(Trim, LeavesWhatOnlyLooksLikeSpace) {
 TEST(Trim, OfSpaceOnlyIsEmpty) {
     EXPECT_EQ(trimWhitespaceAndNewlines(" \n\u3000\t "), "");
     EXPECT_EQ(trimWhitespaceAndNewlines(""), "");
+    for (const char* space : {"\u00A0", "\u2028", "\u3000"})
+        EXPECT_EQ(trimWhitespaceAndNewlines(space), "");
 }
 
 TEST(Comparing, IsByBytesSoCompositionMatters) {
