@@ -139,7 +139,9 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
     // `authExecTask:parameters:` and `authExecTask:parameters:async:`: starts a tool as the
     // super-user. 0 when it was started; under the super-user also when KXTaskEx refuses the path,
     // which is told there. With Async::No it returns when the tool has closed its output, normally
-    // at its end; as the super-user, at its end. The exit status is not asked.
+    // at its end; as the super-user, at its end. The exit status is not asked. The tool has this
+    // process's working folder; on Linux an empty one where root may not enter that folder, so that
+    // relative paths among `parameters` fail.
     std::int32_t authExecTask(const OptionalPath& path, const StringList& parameters);
     std::int32_t authExecTask(const OptionalPath& path, const StringList& parameters, Async async);
 

@@ -6,6 +6,7 @@ from cases_credentials import credentials
 from cases_dialog import dialog
 from cases_fallbacks import fallbacks
 from cases_files import files
+from cases_folders import folders
 from cases_guard import guard
 from cases_hidden import hidden
 from cases_many import many
@@ -16,4 +17,5 @@ from cases_waiting import waiting
 
 GROUPS = {"speed": speed, "credentials": credentials, "agents": agents, "dialog": dialog,
           "sudo": sudo, "waiting": waiting, "secrets": secrets, "hidden": hidden, "many": many,
-          "files": files, "fallbacks": fallbacks, "guard": guard, **cases_attacks.GROUPS}
+          "files": files, "folders": folders, "fallbacks": fallbacks, "guard": guard,
+          **cases_attacks.GROUPS}

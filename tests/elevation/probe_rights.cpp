@@ -1,5 +1,8 @@
 #include "tests/elevation/probe_rights.h"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
 #include <memory>
 #include <string_view>
@@ -108,6 +111,10 @@ std::string executeBytes(const StringList& words) {
     for (auto word = words.begin() + 1; word != words.end(); ++word)
         decoded.push_back(bytesOf(*word));
     return execute(decoded);
+}
+
+std::string enterFolder(const StringList& words) {
+    return std::to_string(::chdir(words.at(1).c_str()) == 0 ? 0 : errno);
 }
 
 std::string begin(const StringList& words) {

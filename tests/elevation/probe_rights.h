@@ -23,6 +23,9 @@ std::string execute(const StringList& words);
 // The same with every word but the first in hexadecimal digits: arguments of any bytes.
 std::string executeBytes(const StringList& words);
 
+// Makes words[1] the working folder. Answers the error number.
+std::string enterFolder(const StringList& words);
+
 // Starts a tool like execute, but does not wait for it. Answers the status.
 std::string begin(const StringList& words);
 

@@ -42,6 +42,7 @@ std::string perform(const StringList& words) {
         {"bytes", probe::executeBytes},
         {"large", probe::executeLarge},
         {"begin", probe::begin},
+        {"enter", probe::enterFolder},
         {"thread", performOnThread},
         {"session", probe::callSession},
         {"compare", probe::compareStarts},

@@ -78,12 +78,20 @@ struct Surroundings {
     Descriptor noError;  // where this process has no standard error
 };
 
+constexpr char kNowhere[] = "/dev/null";
+
+// A process can stand in a folder that it may no longer enter: then it has none to give.
+Descriptor openWorkingFolder() {
+    Descriptor folder = openAbove(".", O_PATH | O_DIRECTORY);
+    return folder || errno == EMFILE ? std::move(folder) : openAbove(kNowhere, O_PATH);
+}
+
 bool openSurroundings(Surroundings& surroundings) {
     return openWithRoom([&surroundings] {
-        surroundings.folder = openAbove(".", O_PATH | O_DIRECTORY);
+        surroundings.folder = openWorkingFolder();
         if (!surroundings.folder) return false;
         if (::fcntl(STDERR_FILENO, F_GETFD) >= 0) return true;
-        surroundings.noError = openAbove("/dev/null", O_RDWR);
+        surroundings.noError = openAbove(kNowhere, O_RDWR);
         return static_cast<bool>(surroundings.noError);
     });
 }

@@ -34,7 +34,8 @@ inline constexpr std::uint32_t kMessageMagic = 0x4b585201;
 // More arguments no tool can be given.
 inline constexpr std::size_t kLargestBody = std::size_t{2} << 20;
 
-// Of a request: the tool's three standard streams and its working folder.
+// Of a request: the tool's three standard streams and its working folder. A client that has none to
+// give sends anything that is not a folder in its place.
 enum RequestDescriptor : std::size_t { kToolInput, kToolOutput, kToolError, kToolFolder };
 inline constexpr std::size_t kRequestDescriptors = 4;
 

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdlib>
 
+#include "platform/linux/rights/helper/empty_folder_linux.h"
 #include "platform/posix/c_strings_posix.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
@@ -19,7 +20,9 @@ struct Tool {
     char* const* arguments;
     char* const* environment;
     const std::vector<posix::Descriptor>& descriptors;
+    int folder = -1;
     int error = 0;
+    bool isFolderClosed = false;
 };
 
 // In the child, with the helper's memory but signals and descriptors of its own. Every other signal
@@ -32,9 +35,10 @@ int becomeTool(void* argument) {
     };
     ::signal(SIGCHLD, SIG_DFL);
     ::signal(SIGPIPE, SIG_DFL);
-    if (::setpgid(0, 0) == 0 && ::fchdir(tool.descriptors[kToolFolder].get()) == 0 &&
-        take(kToolInput, STDIN_FILENO) && take(kToolOutput, STDOUT_FILENO) &&
-        take(kToolError, STDERR_FILENO) && ::close_range(STDERR_FILENO + 1, ~0U, 0) == 0)
+    tool.isFolderClosed = ::fchdir(tool.folder) != 0;
+    if (!tool.isFolderClosed && ::setpgid(0, 0) == 0 && take(kToolInput, STDIN_FILENO) &&
+        take(kToolOutput, STDOUT_FILENO) && take(kToolError, STDERR_FILENO) &&
+        ::close_range(STDERR_FILENO + 1, ~0U, 0) == 0)
         ::execve(tool.path, tool.arguments, tool.environment);
     tool.error = errno;
     return EXIT_FAILURE;
@@ -46,6 +50,7 @@ int becomeTool(void* argument) {
 int start(Tool& tool) {
     constexpr std::size_t kStackSize = std::size_t{64} << 10;
     alignas(std::max_align_t) static std::array<std::byte, kStackSize> stack;
+    tool.error = 0;
     const int child =
         ::clone(becomeTool, stack.data() + stack.size(), CLONE_VM | CLONE_VFORK | SIGCHLD, &tool);
     return child < 0 ? errno : tool.error;
@@ -60,7 +65,14 @@ int startTool(const Request& request, const Environment& environment) {
     for (const std::string& text : request.command) arguments.add(text);
     posix::CStrings variables;
     variables.add(environment);
-    Tool tool{path.c_str(), arguments.get(), variables.get(), request.descriptors};
+    Tool tool{path.c_str(), arguments.get(), variables.get(), request.descriptors,
+              request.descriptors[kToolFolder].get()};
+    const int error = start(tool);
+    if (!tool.isFolderClosed) return error;
+    // Root may not enter a FUSE file system of the user's own, nor every folder on a network.
+    const posix::Descriptor empty = openEmptyFolder();
+    if (!empty) return error;
+    tool.folder = empty.get();
     return start(tool);
 }
 
