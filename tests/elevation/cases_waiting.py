@@ -1,26 +1,52 @@
 """What is tried against a client that waits for its helper."""
 
 import os
+import signal
 import stat
 
 from actors import INTERNAL, SUCCESS, Probe, TypingAgent
 from checks import check_rights
-from stage import HELPER, check, run_as, start_bus
+from stage import HELPER, PROBE, check, run_as, start_bus
 
 
 def waiting(passwords):
     """Others knock while the user is asked; then the helper is one that others can exchange."""
     start_bus()
+    left_over()
     impostors(passwords["kxadmin"])
     swapped_helper(passwords["kxadmin"])
+
+
+def waiting_folders():
+    return sorted(name for name in os.listdir("/tmp") if name.startswith("quillmoor-"))
+
+
+def left_over():
+    """A client that a signal ends while the user is asked leaves its folder to the next one."""
+    for number in (signal.SIGKILL, signal.SIGTERM, signal.SIGINT):
+        with Probe("kxuser") as probe, TypingAgent(probe, "kxuser") as agent:
+            probe.say("dialog")
+            check(agent.terminal.shows("AUTHENTICATING FOR"), "a client waits")
+            before = waiting_folders()
+            probe.process.send_signal(number)
+            probe.process.wait()
+        check(len(before) == 1 and waiting_folders() == before,
+              f"signal {number} leaves the client's folder")
+        with Probe("kxann") as probe:
+            probe.ask("dialog")
+            check(waiting_folders() == before, "another user's client does not remove it")
+        with Probe("kxuser") as probe:
+            probe.ask("dialog")
+            check(not waiting_folders(), "the same user's next client does")
 
 
 def impostors(word):
     with Probe("kxuser") as probe, TypingAgent(probe, "kxuser") as agent:
         probe.say("dialog")
         check(agent.terminal.shows("AUTHENTICATING FOR"), "a client waits")
-        folder = next("/tmp/" + name for name in os.listdir("/tmp")
-                      if name.startswith("quillmoor-"))
+        folder = "/tmp/" + waiting_folders()[0]
+        check(run_as("kxuser", PROBE, input="dialog\n").returncode == 0 and
+              os.path.exists(folder), "another client leaves it alone")
         path = folder + "/rights"
         check(stat.S_IMODE(os.stat(folder).st_mode) == 0o700, "its folder is its own")
         check(knock("kxann", path) == "PermissionError", "a foreign user does not get in")

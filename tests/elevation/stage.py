@@ -148,9 +148,9 @@ def as_user(name):
     return ["setpriv", "--reuid", name, "--regid", name, "--init-groups", "--reset-env"]
 
 
-def run_as(name, *command):
+def run_as(name, *command, **options):
     return subprocess.run(as_user(name) + list(command), stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, text=True, check=False)
+                          stderr=subprocess.STDOUT, text=True, check=False, **options)
 
 
 def start_bus():

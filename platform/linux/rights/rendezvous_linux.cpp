@@ -3,7 +3,6 @@
 #include <poll.h>
 #include <stdlib.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -22,8 +21,6 @@ namespace {
 using posix::Descriptor;
 
 constexpr char kHelper[] = "quillmoor-rights-helper";
-constexpr char kFolderName[] = "/quillmoor-XXXXXX";
-constexpr char kSocketName[] = "/rights";
 
 // As a socket's address; false when the path is too long for one.
 bool setPath(sockaddr_un& address, const std::string& path) {
@@ -55,42 +52,25 @@ StringList placesForFolders() {
     return places;
 }
 
-void removeFolder(const std::string& folder) {
-    ::unlink((folder + kSocketName).c_str());
-    ::rmdir(folder.c_str());
-}
-
 }  // namespace
 
-Rendezvous::Rendezvous(std::string folder, Descriptor socket)
+Rendezvous::Rendezvous(RendezvousFolder folder, Descriptor socket)
     : folder_(std::move(folder)), socket_(std::move(socket)) {}
 
-Rendezvous::Rendezvous(Rendezvous&& other) noexcept
-    : folder_(std::exchange(other.folder_, {})), socket_(std::move(other.socket_)) {}
-
-Rendezvous& Rendezvous::operator=(Rendezvous&& other) noexcept {
-    std::swap(folder_, other.folder_);
-    std::swap(socket_, other.socket_);
-    return *this;
-}
-
-Rendezvous::~Rendezvous() {
-    if (!folder_.empty()) removeFolder(folder_);
-}
-
 std::optional<Rendezvous> Rendezvous::open() {
-    for (const std::string& place : placesForFolders()) {
-        std::string folder = place + kFolderName;
-        if (::mkdtemp(folder.data()) == nullptr) continue;
-        if (Descriptor socket = listenAt(folder + kSocketName))
-            return Rendezvous(std::move(folder), std::move(socket));
-        removeFolder(folder);
+    const StringList places = placesForFolders();
+    for (const std::string& place : places) removeAbandonedFolders(place);
+    for (const std::string& place : places) {
+        std::optional<RendezvousFolder> folder = RendezvousFolder::make(place);
+        if (!folder) continue;
+        if (Descriptor socket = listenAt(folder->socketPath()))
+            return Rendezvous(*std::move(folder), std::move(socket));
     }
     return std::nullopt;
 }
 
 StringList Rendezvous::helperArguments() const {
-    return {"--connect", folder_ + kSocketName,     "--uid", std::to_string(::getuid()),
+    return {"--connect", folder_.socketPath(),      "--uid", std::to_string(::getuid()),
             "--pid",     std::to_string(::getpid())};
 }
 

@@ -8,6 +8,7 @@
 
 #include "base/types.h"
 #include "platform/linux/rights/channel_linux.h"
+#include "platform/linux/rights/rendezvous_folder_linux.h"
 #include "platform/posix/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights {
@@ -15,12 +16,9 @@ namespace quillmoor::platform::linux_::rights {
 // A socket in a folder of its own that only this user may enter; both are gone with this object.
 class Rendezvous {
   public:
-    // nil when no such folder can be made.
+    // nil when no such folder can be made. Removes the folders of this user's killed processes
+    // first.
     static std::optional<Rendezvous> open();
-
-    Rendezvous(Rendezvous&& other) noexcept;
-    Rendezvous& operator=(Rendezvous&& other) noexcept;
-    ~Rendezvous();
 
     // Readable when somebody knocks.
     int descriptor() const { return socket_.get(); }
@@ -35,9 +33,9 @@ class Rendezvous {
     std::optional<Channel> accept(pid_t launcher);
 
   private:
-    Rendezvous(std::string folder, posix::Descriptor socket);
+    Rendezvous(RendezvousFolder folder, posix::Descriptor socket);
 
-    std::string folder_;
+    RendezvousFolder folder_;
     posix::Descriptor socket_;
 };
 

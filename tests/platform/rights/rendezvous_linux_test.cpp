@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <utility>
 
@@ -82,6 +83,23 @@ TEST_F(RendezvousTest, IsGoneWithTheObject) {
     EXPECT_TRUE(test::somethingAt(path()));
     rendezvous_.reset();
     EXPECT_FALSE(test::somethingAt(folder));
+}
+
+TEST_F(RendezvousTest, RemovesWhatAKilledProcessLeft) {
+    const pid_t killed = ::fork();
+    if (killed == 0) {
+        const auto rendezvous = Rendezvous::open();
+        ::kill(::getpid(), rendezvous ? SIGKILL : SIGTERM);
+    }
+    ASSERT_EQ(test::exitCodeOf(killed), 128 + SIGKILL);
+    const std::filesystem::path place(std::getenv("XDG_RUNTIME_DIR"));
+    const auto count = [&place] {
+        return std::distance(std::filesystem::directory_iterator(place), {});
+    };
+    EXPECT_EQ(count(), 2);
+    const auto another = Rendezvous::open();
+    EXPECT_EQ(count(), 2);
+    EXPECT_TRUE(test::somethingAt(path()));
 }
 
 TEST_F(RendezvousTest, TellsTheHelperWhereAndWhoItIs) {
