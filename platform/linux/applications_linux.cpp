@@ -1,6 +1,6 @@
 #include "platform/linux/applications_linux.h"
 
-#include <dirent.h>
+#include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 
@@ -17,6 +17,8 @@
 #include "platform/linux/programs_linux.h"
 #include "platform/linux/small_file_linux.h"
 #include "platform/platform.h"
+#include "platform/posix/directory_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {
@@ -26,15 +28,16 @@ constexpr char kDataFolders[] = "/usr/local/share:/usr/share";
 
 bool isFolder(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return posix::systemCalls().fstatat(AT_FDCWD, path.c_str(), &status, 0) == 0 &&
+           S_ISDIR(status.st_mode);
 }
 
 // The visible folders in `folder`, links to folders among them, sorted by name.
 StringList foldersIn(const std::string& folder) {
     StringList paths;
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(folder.c_str()), &::closedir);
-    if (listing == nullptr) return paths;
-    while (const dirent* entry = ::readdir(listing.get())) {
+    posix::DirectoryReader listing(posix::Descriptor(
+        posix::systemCalls().openat(AT_FDCWD, folder.c_str(), O_RDONLY | O_DIRECTORY, 0)));
+    while (const dirent* entry = listing.next()) {
         const std::string_view name(entry->d_name);
         if (name.starts_with('.')) continue;
         std::string path = *appendPathComponent(folder, std::string(name));
@@ -74,8 +77,8 @@ OptionalPath findBundle(const std::string& folder, const std::string& identifier
 
 // The .app that the program, or what it is a link to, lies in.
 OptionalPath applicationAround(const std::string& program) {
-    const std::unique_ptr<char, decltype(&::free)> real(::realpath(program.c_str(), nullptr),
-                                                        &::free);
+    const std::unique_ptr<char, decltype(&::free)> real(
+        posix::systemCalls().realpath(program.c_str(), nullptr), &::free);
     for (const std::string& path : {program, std::string(real != nullptr ? real.get() : "")}) {
         OptionalPath bundle = bundleFolderOf(path);
         if (bundle && isApplicationBundle(*bundle)) return bundle;

@@ -1,6 +1,7 @@
 #include "platform/linux/bundle_linux.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <limits.h>
 #include <link.h>
 #include <stdlib.h>
@@ -16,6 +17,7 @@
 #include "base/paths.h"
 #include "base/strings.h"
 #include "platform/native_services.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform {
 namespace linux_ {
@@ -23,7 +25,7 @@ namespace {
 
 bool exists(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0;
+    return posix::systemCalls().fstatat(AT_FDCWD, path.c_str(), &status, 0) == 0;
 }
 
 std::string joined(std::string_view folder, std::string_view name) {
@@ -170,7 +172,8 @@ class LinuxBundles : public Bundles {
         // The loader keeps no name for the program itself.
         const char* name = static_cast<const link_map*>(extra)->l_name;
         if (*name == '\0') return mainBundle();
-        const std::unique_ptr<char, decltype(&::free)> file(::realpath(name, nullptr), &::free);
+        const std::unique_ptr<char, decltype(&::free)> file(
+            posix::systemCalls().realpath(name, nullptr), &::free);
         return file != nullptr ? linux_::bundleOf(OptionalPath(file.get())) : nullptr;
     }
 };

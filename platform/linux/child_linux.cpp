@@ -10,6 +10,7 @@ extern "C" {
 
 #include "platform/posix/child_system_posix.h"
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 
@@ -18,23 +19,24 @@ int closeAllButStandardStreams(posix_spawn_file_actions_t* actions) {
 }
 
 Descriptor openExitDescriptor(pid_t child) {
-    return aboveStandardStreams(Descriptor(::pidfd_open(child, 0)));
+    return aboveStandardStreams(Descriptor(systemCalls().pidfd_open(child, 0)));
 }
 
 int waitForChild(const Descriptor& exitDescriptor, pid_t child, siginfo_t* info, int options) {
-    return exitDescriptor
-               ? ::waitid(P_PIDFD, static_cast<id_t>(exitDescriptor.get()), info, options)
-               : ::waitid(P_PID, static_cast<id_t>(child), info, options);
+    return exitDescriptor ? systemCalls().waitid(P_PIDFD, static_cast<id_t>(exitDescriptor.get()),
+                                                 info, options)
+                          : systemCalls().waitid(P_PID, static_cast<id_t>(child), info, options);
 }
 
 int signalChild(const Descriptor& exitDescriptor, pid_t child, int signal) {
-    return exitDescriptor ? ::pidfd_send_signal(exitDescriptor.get(), signal, nullptr, 0)
-                          : ::kill(child, signal);
+    return exitDescriptor
+               ? systemCalls().pidfd_send_signal(exitDescriptor.get(), signal, nullptr, 0)
+               : systemCalls().kill(child, signal);
 }
 
 void enlargePipe(int descriptor) {
     constexpr int kSize = 1 << 20;  // what an ordinary user may ask for
-    ::fcntl(descriptor, F_SETPIPE_SZ, kSize);
+    systemCalls().fcntl(descriptor, F_SETPIPE_SZ, kSize);
 }
 
 }  // namespace quillmoor::platform::posix

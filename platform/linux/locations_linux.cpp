@@ -1,5 +1,6 @@
 #include "platform/locations.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include "platform/linux/environment_linux.h"
 #include "platform/linux/search_paths_linux.h"
 #include "platform/native_services.h"
+#include "platform/posix/system_calls_posix.h"
 #include "platform/posix/users_posix.h"
 
 namespace quillmoor::platform {
@@ -20,7 +22,8 @@ constexpr uid_t kSuperUser = 0;
 
 bool isFolder(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return posix::systemCalls().fstatat(AT_FDCWD, path.c_str(), &status, 0) == 0 &&
+           S_ISDIR(status.st_mode);
 }
 
 class LinuxLocations : public Locations {

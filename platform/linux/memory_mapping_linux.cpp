@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "platform/posix/memory_mapping_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {
@@ -11,8 +12,8 @@ namespace {
 // they move from one such address to another. Older kernels do not choose them by themselves.
 char* reserveAligned(std::size_t size) {
     const std::size_t whole = size + kMappingUnit;
-    void* const reserved =
-        ::mmap(nullptr, whole, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    void* const reserved = systemCalls().mmap(nullptr, whole, PROT_NONE,
+                                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (reserved == MAP_FAILED) return nullptr;
     char* const start = static_cast<char*>(reserved);
     const std::size_t past = reinterpret_cast<std::uintptr_t>(start) % kMappingUnit;
@@ -27,8 +28,8 @@ char* reserveAligned(std::size_t size) {
 char* mapMemory(std::size_t size) {
     char* const bytes = reserveAligned(size);
     if (bytes == nullptr) return nullptr;
-    if (::mmap(bytes, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
-               0) == MAP_FAILED) {
+    if (systemCalls().mmap(bytes, size, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == MAP_FAILED) {
         ::munmap(bytes, size);
         return nullptr;
     }
@@ -37,10 +38,11 @@ char* mapMemory(std::size_t size) {
 }
 
 char* growMapping(char* bytes, std::size_t size, std::size_t newSize) {
-    if (::mremap(bytes, size, newSize, 0) != MAP_FAILED) return bytes;
+    if (systemCalls().mremap(bytes, size, newSize, 0, nullptr) != MAP_FAILED) return bytes;
     char* const place = reserveAligned(newSize);
     if (place == nullptr) return nullptr;
-    if (::mremap(bytes, size, newSize, MREMAP_MAYMOVE | MREMAP_FIXED, place) == MAP_FAILED) {
+    if (systemCalls().mremap(bytes, size, newSize, MREMAP_MAYMOVE | MREMAP_FIXED, place) ==
+        MAP_FAILED) {
         ::munmap(place, newSize);
         return nullptr;
     }

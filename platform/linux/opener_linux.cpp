@@ -1,6 +1,6 @@
 #include "platform/linux/opener_linux.h"
 
-#include <dirent.h>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -22,7 +22,9 @@
 #include "platform/platform.h"
 #include "platform/posix/c_strings_posix.h"
 #include "platform/posix/child_system_posix.h"
+#include "platform/posix/directory_posix.h"
 #include "platform/posix/spawn_setup_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {
@@ -39,15 +41,15 @@ OptionalString executableName(const std::string& application) {
 
 OptionalPath onlyProgramIn(const std::string& folder) {
     OptionalPath only;
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(folder.c_str()), &::closedir);
-    if (listing == nullptr) return std::nullopt;
-    while (const dirent* entry = ::readdir(listing.get())) {
+    posix::DirectoryReader listing(posix::Descriptor(
+        posix::systemCalls().openat(AT_FDCWD, folder.c_str(), O_RDONLY | O_DIRECTORY, 0)));
+    while (const dirent* entry = listing.next()) {
         std::string path = folder + "/" + entry->d_name;
         if (!isProgram(path)) continue;
         if (only) return std::nullopt;
         only = std::move(path);
     }
-    return only;
+    return listing.error() == 0 ? only : std::nullopt;
 }
 
 // What a started program finds: see startOnItsOwn.
@@ -68,8 +70,8 @@ std::optional<pid_t> spawn(const std::string& program, const StringList& argumen
     const posix::SpawnAttributes attributes(posix::SpawnSession::Own);
     if (!list.valid() || actions.error() != 0 || attributes.error() != 0) return std::nullopt;
     pid_t child = 0;
-    if (::posix_spawn(&child, program.c_str(), actions.get(), attributes.get(), list.get(),
-                      environ) != 0)
+    if (posix::systemCalls().posix_spawn(&child, program.c_str(), actions.get(), attributes.get(),
+                                         list.get(), environ) != 0)
         return std::nullopt;
     return child;
 }
@@ -129,7 +131,8 @@ bool openFile(const std::string& path) {
     if (path.empty() || path.find('\0') != std::string::npos) return false;
     const OptionalPath full = absolute(path);
     struct stat status {};
-    if (!full || ::stat(full->c_str(), &status) != 0) return false;
+    if (!full || posix::systemCalls().fstatat(AT_FDCWD, full->c_str(), &status, 0) != 0)
+        return false;
     if (!S_ISDIR(status.st_mode) || !equalsIgnoringCase(pathExtension(*full), "app"))
         return openByDesktop(*full);
     const OptionalPath program = programOfApplication(*full);

@@ -1,3 +1,4 @@
+#include "platform/posix/system_calls_posix.h"
 #include "platform/process_info.h"
 
 #include <pthread.h>
@@ -25,7 +26,7 @@ constexpr std::size_t kLongestReleaseFile = std::size_t{64} << 10;
 // counter that follow still tell one string from the next.
 std::string randomUUID() {
     std::array<unsigned char, 16> b{};
-    [[maybe_unused]] const ssize_t filled = ::getrandom(b.data(), b.size(), 0);
+    [[maybe_unused]] const ssize_t filled = posix::systemCalls().getrandom(b.data(), b.size(), 0);
     b[6] = static_cast<unsigned char>((b[6] & 0x0F) | 0x40);
     b[8] = static_cast<unsigned char>((b[8] & 0x3F) | 0x80);
     std::array<char, 37> text{};

@@ -10,6 +10,7 @@
 
 #include "base/paths.h"
 #include "platform/linux/environment_linux.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {
@@ -33,7 +34,8 @@ bool guards(const struct stat& folder) {
 
 bool isProgram(const std::string& path) {
     struct stat status {};
-    return path.find('\0') == std::string::npos && ::stat(path.c_str(), &status) == 0 &&
+    return path.find('\0') == std::string::npos &&
+           posix::systemCalls().fstatat(AT_FDCWD, path.c_str(), &status, 0) == 0 &&
            S_ISREG(status.st_mode) && ::faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
 }
 
@@ -49,17 +51,22 @@ OptionalPath findProgram(const std::string& name) {
 
 OptionalPath trustedProgram(const std::string& path) {
     if (!path.starts_with('/') || !isProgram(path)) return std::nullopt;
-    const std::unique_ptr<char, decltype(&::free)> real(::realpath(path.c_str(), nullptr), &::free);
+    const std::unique_ptr<char, decltype(&::free)> real(
+        posix::systemCalls().realpath(path.c_str(), nullptr), &::free);
     if (real == nullptr) return std::nullopt;
     const std::string program(real.get());
     struct stat status {};
-    if (::lstat(program.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || !isOurs(status) ||
-        othersMayWrite(status))
+    if (posix::systemCalls().fstatat(AT_FDCWD, program.c_str(), &status, AT_SYMLINK_NOFOLLOW) !=
+            0 ||
+        !S_ISREG(status.st_mode) || !isOurs(status) || othersMayWrite(status))
         return std::nullopt;
     // Below a folder that guards what is ours, everything on the way down must be ours.
     for (std::string folder = program; folder != "/";) {
         folder = deleteLastPathComponent(folder);
-        if (::lstat(folder.c_str(), &status) != 0 || !guards(status)) return std::nullopt;
+        if (posix::systemCalls().fstatat(AT_FDCWD, folder.c_str(), &status, AT_SYMLINK_NOFOLLOW) !=
+                0 ||
+            !guards(status))
+            return std::nullopt;
     }
     return program;
 }

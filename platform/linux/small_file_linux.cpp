@@ -8,6 +8,7 @@
 #include <cerrno>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {
@@ -21,7 +22,8 @@ std::optional<std::string> readAtMost(const Descriptor& file, std::size_t expect
     std::string contents(expected + 1, '\0');
     std::size_t size = 0;
     for (;;) {
-        const ssize_t got = ::read(file.get(), contents.data() + size, contents.size() - size);
+        const ssize_t got =
+            posix::systemCalls().read(file.get(), contents.data() + size, contents.size() - size);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return std::nullopt;
         if (got == 0) break;
@@ -36,10 +38,11 @@ std::optional<std::string> readAtMost(const Descriptor& file, std::size_t expect
 std::optional<std::string> read(const std::string& path, std::size_t limit, int flags,
                                 const std::optional<uid_t>& owner) {
     if (path.find('\0') != std::string::npos) return std::nullopt;
-    const Descriptor file(
-        ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
+    const Descriptor file(posix::systemCalls().openat(AT_FDCWD, path.c_str(),
+                                                      O_RDONLY | O_NONBLOCK | O_NOCTTY | flags, 0));
     struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    if (!file || posix::systemCalls().fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
     if (owner && status.st_uid != *owner) return std::nullopt;
     const auto expected = static_cast<std::size_t>(status.st_size);
     return expected <= limit ? readAtMost(file, expected, limit) : std::nullopt;

@@ -9,6 +9,7 @@
 #include "platform/posix/c_strings_posix.h"
 #include "platform/posix/child_system_posix.h"
 #include "platform/posix/spawn_setup_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 extern char** environ;  // not every system's headers declare it
 
@@ -26,7 +27,7 @@ CStrings argumentList(const ChildSetup& setup) {
 // take its number otherwise. One that the host keeps from its children is given all the same:
 // copied onto itself it loses its mark.
 void inheritStream(SpawnActions& actions, int number) {
-    const int flags = ::fcntl(number, F_GETFD);
+    const int flags = systemCalls().fcntl(number, F_GETFD, 0);
     if (flags < 0)
         actions.open(number, kNullDevice);
     else if ((flags & FD_CLOEXEC) != 0)
@@ -59,8 +60,9 @@ std::shared_ptr<Child> Child::start(const ChildSetup& setup) {
     if (actions.error() != 0 || attributes.error() != 0) return nullptr;
 
     auto child = std::make_shared<Child>();
-    if (::posix_spawn(&child->pid_, setup.path.c_str(), actions.get(), attributes.get(),
-                      arguments.get(), setup.environment ? environment.get() : environ) != 0)
+    if (systemCalls().posix_spawn(&child->pid_, setup.path.c_str(), actions.get(), attributes.get(),
+                                  arguments.get(),
+                                  setup.environment ? environment.get() : environ) != 0)
         return nullptr;
     child->exit_ = openExitDescriptor(child->pid_);
     return child;

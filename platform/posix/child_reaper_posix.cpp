@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/native_services.h"
+#include "platform/posix/system_calls_posix.h"
 #include "platform/posix/wake_descriptor_posix.h"
 
 namespace quillmoor::platform::posix {
@@ -56,8 +57,8 @@ class ChildReaper {
             allTell = allTell && child->exitDescriptor() >= 0;
         }
         polled_.push_back({wake_.get(), POLLIN, 0});
-        ::poll(polled_.data(), static_cast<nfds_t>(polled_.size()),
-               allTell ? -1 : kLookAgainMilliseconds);
+        systemCalls().poll(polled_.data(), static_cast<nfds_t>(polled_.size()),
+                           allTell ? -1 : kLookAgainMilliseconds);
     }
 
     void collectEnded() {

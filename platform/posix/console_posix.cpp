@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/time.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include "base/paths.h"
 #include "platform/native_services.h"
 #include "platform/posix/broken_pipe_posix.h"
+#include "platform/posix/system_calls_posix.h"
 #include "platform/posix/thread_id_posix.h"
 
 namespace quillmoor::platform {
@@ -19,7 +21,7 @@ namespace {
 void writeToStandardError(std::string_view text) {
     const posix::BrokenPipeGuard guard;
     while (!text.empty()) {
-        const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+        const ssize_t written = posix::systemCalls().write(STDERR_FILENO, text.data(), text.size());
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return;
         text.remove_prefix(static_cast<std::size_t>(written));
@@ -53,7 +55,7 @@ class PosixConsole : public Console {
         line.append(":").append(std::to_string(posix::currentThreadId())).append("] ");
         line.append(text).append("\n");
         writeToStandardError(line);
-        if (::access("/dev/log", W_OK) == 0) {
+        if (posix::systemCalls().faccessat(AT_FDCWD, "/dev/log", W_OK, 0) == 0) {
             ::syslog(LOG_USER | LOG_NOTICE, "%s", std::string(text).c_str());
         }
     }

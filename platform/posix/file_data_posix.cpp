@@ -28,7 +28,7 @@ int writeAll(int file, const char* bytes, std::size_t size) {
 }
 
 int closeChecked(Descriptor& file) {
-    return ::close(file.release()) == 0 || errno == EINTR ? 0 : errno;
+    return systemCalls().close(file.release()) == 0 || errno == EINTR ? 0 : errno;
 }
 
 }  // namespace quillmoor::platform::posix

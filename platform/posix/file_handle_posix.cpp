@@ -98,7 +98,7 @@ std::size_t DescriptorHandle::readAvailableData(ByteBuffer& buffer) {
     char* const room = roomFor(buffer);
     for (;;) {
         pollfd both[] = {{descriptor_.get(), POLLIN, 0}, {closed.get(), POLLIN, 0}};
-        if (::poll(both, 2, -1) < 0) {
+        if (systemCalls().poll(both, 2, -1) < 0) {
             if (errno == EINTR) continue;
             throwRefused(kRead, errno);
         }
@@ -153,8 +153,8 @@ class PosixFileHandles final : public FileHandles {
         Descriptor file = aboveStandardStreams(Descriptor(systemCalls().openat(
             AT_FDCWD, path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0)));
         if (!file) return nullptr;
-        const int flags = ::fcntl(file.get(), F_GETFL);
-        if (::fcntl(file.get(), F_SETFL, flags & ~O_NONBLOCK) != 0) return nullptr;
+        const int flags = systemCalls().fcntl(file.get(), F_GETFL, 0);
+        if (systemCalls().fcntl(file.get(), F_SETFL, flags & ~O_NONBLOCK) != 0) return nullptr;
         return std::make_shared<DescriptorHandle>(std::move(file));
     }
 
@@ -164,7 +164,7 @@ class PosixFileHandles final : public FileHandles {
 
     Pipe makePipe() override {
         int ends[2];
-        if (makePipeEnds(ends) != 0) throwRefused(kPipeMade, errno);
+        if (systemCalls().pipe(ends) != 0) throwRefused(kPipeMade, errno);
         Descriptor first(ends[0]);
         Descriptor second(ends[1]);
         Descriptor reading = aboveStandardStreams(std::move(first));
@@ -173,18 +173,6 @@ class PosixFileHandles final : public FileHandles {
         if (!writing) throwRefused(kPipeMade, errno);
         return {std::make_shared<DescriptorHandle>(std::move(reading)),
                 std::make_shared<DescriptorHandle>(std::move(writing))};
-    }
-
-  private:
-    static int makePipeEnds(int ends[2]) {
-#ifdef __linux__
-        return ::pipe2(ends, O_CLOEXEC);
-#else
-        if (::pipe(ends) != 0) return -1;
-        ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
-        ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
-        return 0;
-#endif
     }
 };
 

@@ -7,13 +7,13 @@
 #include <mutex>
 #include <stop_token>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "base/paths.h"
 #include "platform/exception.h"
 #include "platform/main_run_loop.h"
 #include "platform/native_services.h"
+#include "platform/posix/thread_posix.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -78,7 +78,7 @@ class PosixFileOperation final : public FileOperation,
         report(FileOperationStage::Preflighting);
         report(FileOperationStage::Running);
         start_ = steady_clock::now();
-        std::thread watcher = startWatching();
+        posix::Thread watcher = startWatching();
         const Outcome copied =
             nativeFileTree()->copy(work_.source, work_.destination, &progress_, stop_.get_token());
         endWatching(watcher);
@@ -86,15 +86,15 @@ class PosixFileOperation final : public FileOperation,
     }
 
     // Without a second thread the copy goes on all the same, and tells less.
-    std::thread startWatching() {
+    posix::Thread startWatching() {
         try {
-            return std::thread([this] { watch(); });
+            return posix::Thread([this] { watch(); });
         } catch (const std::system_error&) {
             return {};
         }
     }
 
-    void endWatching(std::thread& watcher) {
+    void endWatching(posix::Thread& watcher) {
         {
             const std::lock_guard lock(mutex_);
             copied_ = true;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/posix/main_thread_posix.h"
+#include "platform/posix/system_calls_posix.h"
 #include "platform/posix/wake_descriptor_posix.h"
 
 namespace quillmoor::platform {
@@ -134,7 +135,7 @@ void MainRunLoop::run(RunLoopMode mode, steady_clock::time_point until) {
         const int left = millisecondsUntil(until);
         if (left == 0) return;
         pollfd queued{descriptor(mode), POLLIN, 0};
-        ::poll(&queued, 1, left);
+        posix::systemCalls().poll(&queued, 1, left);
     }
 }
 
@@ -145,7 +146,7 @@ void serveDefaultModeUntilReadable(int descriptor, int milliseconds) {
     for (;;) {
         pollfd both[] = {{descriptor, POLLIN, 0},
                          {MainRunLoop::descriptor(RunLoopMode::Default), POLLIN, 0}};
-        if (::poll(both, 2, milliseconds) == 0) return;
+        if (systemCalls().poll(both, 2, milliseconds) == 0) return;
         if (both[0].revents != 0) return;
         if (both[1].revents != 0) MainRunLoop::drain(RunLoopMode::Default);
     }

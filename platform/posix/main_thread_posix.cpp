@@ -20,6 +20,8 @@
 #include "platform/posix/error_text_posix.h"
 #include "platform/posix/main_thread_posix.h"
 #include "platform/posix/signals_blocked_posix.h"
+#include "platform/posix/system_calls_posix.h"
+#include "platform/posix/thread_posix.h"
 
 namespace quillmoor::platform {
 namespace posix {
@@ -126,7 +128,7 @@ std::function<bool(milliseconds)>& nextEventOfHost() {
 bool onlyDefaultModeHasWork() {
     pollfd modes[] = {{MainRunLoop::descriptor(RunLoopMode::Default), POLLIN, 0},
                       {MainRunLoop::descriptor(RunLoopMode::ModalPanel), POLLIN, 0}};
-    return ::poll(modes, 2, 0) > 0 && modes[0].revents != 0 && modes[1].revents == 0;
+    return systemCalls().poll(modes, 2, 0) > 0 && modes[0].revents != 0 && modes[1].revents == 0;
 }
 
 // NO when there are no descriptors for it: then nothing can have been posted either.
@@ -192,7 +194,7 @@ class PosixMainThread final : public MainThread {
     void detachNewThread(std::function<void()> body) override {
         const SignalsBlocked blocked;
         try {
-            std::thread(std::move(body)).detach();
+            Thread(std::move(body)).detach();
         } catch (const std::system_error& error) {
             throw Exception("NSGenericException",
                             "no thread could be started: " + systemErrorText(error.code().value()));

@@ -15,7 +15,7 @@ ReadAhead::ReadAhead(int file, off_t length)
     if (buffer_ == nullptr) return;
     const SignalsBlocked blocked;
     try {
-        thread_ = std::thread([this] { run(); });
+        thread_ = Thread([this] { run(); });
     } catch (const std::system_error&) {
         return;
     }

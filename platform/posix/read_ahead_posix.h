@@ -9,7 +9,8 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
-#include <thread>
+
+#include "platform/posix/thread_posix.h"
 
 namespace quillmoor::platform::posix {
 
@@ -51,7 +52,7 @@ class ReadAhead {
     bool ended_ = false;     // nothing more is read
     bool stopped_ = false;   // nothing more is asked for
     int error_ = 0;
-    std::thread thread_;
+    Thread thread_;
 };
 
 }  // namespace quillmoor::platform::posix

@@ -4,11 +4,13 @@
 
 #include <cerrno>
 
+#include "platform/posix/system_calls_posix.h"
+
 namespace quillmoor::platform::posix {
 
 Descriptor aboveStandardStreams(Descriptor descriptor) {
     if (!descriptor || descriptor.get() >= kFirstOwnDescriptor) return descriptor;
-    Descriptor moved(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
+    Descriptor moved(systemCalls().fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
     const int error = errno;
     descriptor.reset();
     errno = error;

@@ -1,13 +1,19 @@
 // The system calls that a test may want to fail or to watch, in one table. A test build differs
 // from any other only in what is in the table.
 //
-// Each entry is its system call: the same arguments, -1 (or null) and errno on failure. Every
-// descriptor that is opened is close-on-exec.
+// Each entry is its system call: the same arguments, and the same result on failure: -1 (or null,
+// or MAP_FAILED) and errno, or the error number itself where the call returns that. openat and pipe
+// open close-on-exec descriptors.
 #pragma once
 
 #include <dirent.h>
+#include <poll.h>
+#include <pthread.h>
+#include <spawn.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <sys/wait.h>
 
 #include <atomic>
 #include <cstddef>
@@ -20,14 +26,19 @@ struct SystemCalls {
     ssize_t (*write)(int file, const void* buffer, std::size_t size);
     off_t (*lseek)(int file, off_t offset, int whence);
     int (*ftruncate)(int file, off_t size);
+    // Where a failure of writing may be reported last. The descriptor is closed in any case.
+    int (*close)(int file);
+    int (*fcntl)(int file, int command, int argument);
 
     int (*fstat)(int file, struct stat* status);
     int (*fstatat)(int folder, const char* name, struct stat* status, int flags);
     int (*faccessat)(int folder, const char* name, int mode, int flags);
     ssize_t (*readlinkat)(int folder, const char* name, char* buffer, std::size_t size);
+    char* (*realpath)(const char* name, char* resolved);
     DIR* (*fdopendir)(int folder);
     dirent* (*readdir)(DIR* stream);
 
+    char* (*mkdtemp)(char* name);
     int (*mkdirat)(int folder, const char* name, mode_t mode);
     int (*mkfifoat)(int folder, const char* name, mode_t mode);
     int (*symlinkat)(const char* target, int folder, const char* name);
@@ -59,6 +70,38 @@ struct SystemCalls {
     // All flags of an open item, the immutable one among them.
     int (*getItemFlags)(int file, int* flags);
     int (*setItemFlags)(int file, int flags);
+
+    int (*pipe)(int ends[2]);
+    int (*poll)(pollfd* polled, nfds_t count, int milliseconds);
+    int (*socket)(int domain, int type, int protocol);
+    int (*socketpair)(int domain, int type, int protocol, int ends[2]);
+    int (*bind)(int socket, const sockaddr* address, socklen_t size);
+    int (*listen)(int socket, int waiting);
+    int (*getsockopt)(int socket, int level, int name, void* value, socklen_t* size);
+    ssize_t (*sendmsg)(int socket, const msghdr* message, int flags);
+    ssize_t (*send)(int socket, const void* bytes, std::size_t size, int flags);
+    ssize_t (*recv)(int socket, void* bytes, std::size_t size, int flags);
+
+    // These two return an error number.
+    int (*posix_spawn)(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
+                       const posix_spawnattr_t* attributes, char* const arguments[],
+                       char* const environment[]);
+    int (*pthread_create)(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                          void* argument);
+    int (*waitid)(idtype_t kind, id_t child, siginfo_t* info, int options);
+    int (*kill)(pid_t process, int signal);
+
+    void* (*mmap)(void* start, std::size_t size, int protection, int flags, int file, off_t offset);
+
+#ifdef __linux__
+    int (*fallocate)(int file, int mode, off_t offset, off_t size);
+    int (*eventfd)(unsigned value, int flags);
+    int (*accept4)(int socket, sockaddr* address, socklen_t* size, int flags);
+    int (*pidfd_open)(pid_t process, unsigned flags);
+    int (*pidfd_send_signal)(int process, int signal, siginfo_t* info, unsigned flags);
+    void* (*mremap)(void* start, std::size_t size, std::size_t newSize, int flags, void* place);
+    ssize_t (*getrandom)(void* bytes, std::size_t size, unsigned flags);
+#endif
 };
 
 namespace detail {

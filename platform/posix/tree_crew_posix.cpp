@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "platform/posix/signals_blocked_posix.h"
@@ -115,7 +116,7 @@ void TreeCrew::end() {
         ended_ = true;
     }
     given_.notify_all();
-    for (std::thread& helper : helpers_) helper.join();
+    for (Thread& helper : helpers_) helper.join();
     helpers_.clear();
 }
 

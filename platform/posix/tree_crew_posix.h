@@ -10,8 +10,9 @@
 #include <functional>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "platform/posix/thread_posix.h"
 
 namespace quillmoor::platform::posix {
 
@@ -90,7 +91,7 @@ class TreeCrew {
     std::condition_variable given_;
     std::condition_variable finished_;
     std::deque<Share> queue_;
-    std::vector<std::thread> helpers_;
+    std::vector<Thread> helpers_;
     std::size_t idle_ = 0;     // helpers that wait for something to do
     std::size_t waiting_ = 0;  // those that wait for what they have given
     bool mayStart_ = true;

@@ -33,7 +33,7 @@ bool isLong(off_t length) {
 // depends on it.
 void reserve([[maybe_unused]] int file, [[maybe_unused]] off_t size) {
 #ifdef __linux__
-    if (size > kBufferSize) ::fallocate(file, FALLOC_FL_KEEP_SIZE, 0, size);
+    if (size > kBufferSize) systemCalls().fallocate(file, FALLOC_FL_KEEP_SIZE, 0, size);
 #endif
 }
 

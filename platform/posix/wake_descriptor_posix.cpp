@@ -6,6 +6,7 @@
 #include "platform/exception.h"
 #include "platform/posix/error_text_posix.h"
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 #ifdef __linux__
 #include <sys/eventfd.h>
@@ -26,19 +27,20 @@ namespace {
 #ifdef __linux__
 
 WakeDescriptor::WakeDescriptor()
-    : waiting_(aboveStandardStreams(Descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)))) {
+    : waiting_(
+          aboveStandardStreams(Descriptor(systemCalls().eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)))) {
     if (!waiting_) throwNoDescriptor();
 }
 
 void WakeDescriptor::signal() {
     const std::uint64_t one = 1;
-    while (::write(waiting_.get(), &one, sizeof one) < 0 && errno == EINTR) {
+    while (systemCalls().write(waiting_.get(), &one, sizeof one) < 0 && errno == EINTR) {
     }
 }
 
 void WakeDescriptor::clear() {
     std::uint64_t count;
-    while (::read(waiting_.get(), &count, sizeof count) < 0 && errno == EINTR) {
+    while (systemCalls().read(waiting_.get(), &count, sizeof count) < 0 && errno == EINTR) {
     }
 }
 
@@ -46,26 +48,24 @@ void WakeDescriptor::clear() {
 
 WakeDescriptor::WakeDescriptor() {
     int ends[2];
-    if (::pipe(ends) != 0) throwNoDescriptor();
+    if (systemCalls().pipe(ends) != 0) throwNoDescriptor();
     waiting_ = aboveStandardStreams(Descriptor(ends[0]));
     signalling_ = aboveStandardStreams(Descriptor(ends[1]));
     if (!waiting_ || !signalling_) throwNoDescriptor();
-    for (const int end : {waiting_.get(), signalling_.get()}) {
-        ::fcntl(end, F_SETFD, FD_CLOEXEC);
-        ::fcntl(end, F_SETFL, O_NONBLOCK);
-    }
+    for (const int end : {waiting_.get(), signalling_.get()})
+        systemCalls().fcntl(end, F_SETFL, O_NONBLOCK);
 }
 
 void WakeDescriptor::signal() {
     const char one = 1;
-    while (::write(signalling_.get(), &one, 1) < 0 && errno == EINTR) {
+    while (systemCalls().write(signalling_.get(), &one, 1) < 0 && errno == EINTR) {
     }
 }
 
 void WakeDescriptor::clear() {
     char bytes[64];
     ssize_t count = 0;
-    do count = ::read(waiting_.get(), bytes, sizeof bytes);
+    do count = systemCalls().read(waiting_.get(), bytes, sizeof bytes);
     while (count > 0 || (count < 0 && errno == EINTR));
 }
 

@@ -11,6 +11,7 @@
 
 #include "platform/linux/rights/launch_programs_linux.h"
 #include "platform/linux/small_file_linux.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -43,7 +44,7 @@ bool tellsOfNoAuthority(const std::string& complaint) {
 bool isReadable(int descriptor, std::chrono::milliseconds timeout) {
     pollfd polled{descriptor, POLLIN, 0};
     int count = 0;
-    do count = ::poll(&polled, 1, static_cast<int>(timeout.count()));
+    do count = posix::systemCalls().poll(&polled, 1, static_cast<int>(timeout.count()));
     while (count < 0 && errno == EINTR);
     return count > 0;
 }

@@ -14,6 +14,7 @@
 #include "platform/linux/rights/message_linux.h"
 #include "platform/linux/rights/tool_stream_linux.h"
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 
@@ -56,7 +57,7 @@ class OpenSockets {
 bool isReadable(int descriptor, int milliseconds) {
     pollfd polled{descriptor, POLLIN, 0};
     int count = 0;
-    do count = ::poll(&polled, 1, milliseconds);
+    do count = posix::systemCalls().poll(&polled, 1, milliseconds);
     while (count < 0 && errno == EINTR);
     return count > 0;
 }
@@ -69,7 +70,8 @@ bool receiveHeader(int socket, MessageKind kind, std::size_t size) {
 }
 
 Descriptor openAbove(const char* path, int flags) {
-    return posix::aboveStandardStreams(Descriptor(::open(path, flags | O_CLOEXEC)));
+    return posix::aboveStandardStreams(
+        Descriptor(posix::systemCalls().openat(AT_FDCWD, path, flags, 0)));
 }
 
 // What a tool has from this process beside its stream.
@@ -90,7 +92,7 @@ bool openSurroundings(Surroundings& surroundings) {
     return openWithRoom([&surroundings] {
         surroundings.folder = openWorkingFolder();
         if (!surroundings.folder) return false;
-        if (::fcntl(STDERR_FILENO, F_GETFD) >= 0) return true;
+        if (posix::systemCalls().fcntl(STDERR_FILENO, F_GETFD, 0) >= 0) return true;
         surroundings.noError = openAbove(kNowhere, O_RDWR);
         return static_cast<bool>(surroundings.noError);
     });

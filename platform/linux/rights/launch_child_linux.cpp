@@ -15,6 +15,7 @@
 #include "platform/posix/c_strings_posix.h"
 #include "platform/posix/child_system_posix.h"
 #include "platform/posix/spawn_setup_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -72,12 +73,12 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
     if (actions.error() != 0 || attributes.error() != 0) return nullptr;
 
     pid_t pid = -1;
-    if (::posix_spawn(&pid, setup.path.c_str(), actions.get(), attributes.get(), arguments.get(),
-                      environment.get()) != 0)
+    if (posix::systemCalls().posix_spawn(&pid, setup.path.c_str(), actions.get(), attributes.get(),
+                                         arguments.get(), environment.get()) != 0)
         return nullptr;
     Descriptor exit = posix::openExitDescriptor(pid);
     if (!exit) {
-        ::kill(pid, SIGKILL);
+        posix::systemCalls().kill(pid, SIGKILL);
         collectLater(Descriptor(), pid);
         return nullptr;
     }

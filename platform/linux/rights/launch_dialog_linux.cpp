@@ -13,6 +13,7 @@
 #include "platform/linux/rights/launch_programs_linux.h"
 #include "platform/linux/rights/launchers_linux.h"
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -24,8 +25,8 @@ using posix::Descriptor;
 class OwnTerminal {
   public:
     OwnTerminal()
-        : descriptor_(posix::aboveStandardStreams(
-              Descriptor(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)))) {
+        : descriptor_(posix::aboveStandardStreams(Descriptor(
+              posix::systemCalls().openat(AT_FDCWD, "/dev/tty", O_RDWR | O_NOCTTY, 0)))) {
         usable_ = descriptor_ && ::tcgetpgrp(descriptor_.get()) == ::getpgrp() &&
                   ::tcgetattr(descriptor_.get(), &settings_) == 0;
     }

@@ -13,6 +13,7 @@
 #include "platform/linux/rights/launch_programs_linux.h"
 #include "platform/linux/rights/prompt_answers_linux.h"
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -34,7 +35,8 @@ class PasswordLaunch {
     LaunchAttempt run(Rendezvous* rendezvous, std::string_view password, bool& wasAsked) {
         // No pipe: writing to a program that has gone must not raise a signal.
         int ends[2] = {-1, -1};
-        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return {};
+        if (posix::systemCalls().socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+            return {};
         const Descriptor ours = posix::aboveStandardStreams(Descriptor(ends[0]));
         Descriptor theirs = posix::aboveStandardStreams(Descriptor(ends[1]));
         Pipe errors = Pipe::open();
@@ -60,7 +62,9 @@ class PasswordLaunch {
 // A word that no other text can be mistaken for; empty when there is no randomness to be had.
 std::string randomWord() {
     std::array<std::uint8_t, 12> bytes{};
-    if (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) return {};
+    if (posix::systemCalls().getrandom(bytes.data(), bytes.size(), 0) !=
+        static_cast<ssize_t>(bytes.size()))
+        return {};
     constexpr char kDigits[] = "0123456789abcdef";
     std::string word = "kx-";
     for (const std::uint8_t byte : bytes) {

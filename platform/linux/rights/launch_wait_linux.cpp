@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -44,7 +45,8 @@ class Wait {
 
     // NO when the waiting is over.
     bool step() {
-        if (::poll(polled_.data(), polled_.size(), conversation_ ? kTickMilliseconds : -1) < 0) {
+        if (posix::systemCalls().poll(polled_.data(), polled_.size(),
+                                      conversation_ ? kTickMilliseconds : -1) < 0) {
             if (errno != EINTR) return giveUp();
             return true;
         }
@@ -82,7 +84,8 @@ class Wait {
 
     // Also takes what the launcher wrote before it ended. Others may hold the pipe still.
     bool noteEnd() {
-        for (pollfd& errors = polled_[kErrors]; errors.fd >= 0 && ::poll(&errors, 1, 0) > 0;)
+        for (pollfd& errors = polled_[kErrors];
+             errors.fd >= 0 && posix::systemCalls().poll(&errors, 1, 0) > 0;)
             noteComplaint();
         attempt_.end = launcher_.end();
         return false;
@@ -100,7 +103,7 @@ class Wait {
 
 Pipe Pipe::open() {
     int ends[2] = {-1, -1};
-    if (::pipe2(ends, O_CLOEXEC) != 0) return {};
+    if (posix::systemCalls().pipe(ends) != 0) return {};
     Pipe pipe{posix::aboveStandardStreams(Descriptor(ends[0])),
               posix::aboveStandardStreams(Descriptor(ends[1]))};
     return pipe.read && pipe.write ? std::move(pipe) : Pipe{};
@@ -114,7 +117,7 @@ LaunchAttempt waitForHelper(Rendezvous* rendezvous, LaunchChild& launcher, const
 std::optional<std::string> readPiece(int descriptor) {
     std::array<char, 4096> bytes;
     ssize_t count = 0;
-    do count = ::read(descriptor, bytes.data(), bytes.size());
+    do count = posix::systemCalls().read(descriptor, bytes.data(), bytes.size());
     while (count < 0 && errno == EINTR);
     if (count <= 0) return std::nullopt;
     return std::string(bytes.data(), static_cast<std::size_t>(count));

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/posix/system_calls_posix.h"
+
 namespace quillmoor::platform::linux_::rights {
 namespace {
 
@@ -65,14 +67,15 @@ ssize_t sendStart(int socket, std::span<iovec> pieces, std::span<const int> desc
     message.msg_iovlen = pieces.size();
     attach(descriptors, room, message);
     ssize_t count = 0;
-    do count = ::sendmsg(socket, &message, MSG_NOSIGNAL);
+    do count = posix::systemCalls().sendmsg(socket, &message, MSG_NOSIGNAL);
     while (count < 0 && errno == EINTR);
     return count;
 }
 
 bool sendRest(int socket, std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const ssize_t count =
+            posix::systemCalls().send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (count >= 0)
             bytes.remove_prefix(static_cast<std::size_t>(count));
         else if (errno != EINTR)
@@ -127,7 +130,7 @@ bool receiveBytes(int socket, void* bytes, std::size_t size) {
     ssize_t count = 0;
     auto* next = static_cast<char*>(bytes);
     for (; size > 0; size -= static_cast<std::size_t>(count), next += count) {
-        do count = ::recv(socket, next, size, 0);
+        do count = posix::systemCalls().recv(socket, next, size, 0);
         while (count < 0 && errno == EINTR);
         if (count <= 0) return false;
     }

@@ -15,6 +15,8 @@ extern "C" {
 #include <string>
 #include <string_view>
 
+#include "platform/posix/system_calls_posix.h"
+
 namespace quillmoor::platform::linux_::rights {
 namespace {
 
@@ -29,19 +31,20 @@ constexpr int kPeerProcess = 77;  // from Linux 6.5 on
 Descriptor openPeer(int socket, pid_t pid) {
     int process = -1;
     socklen_t size = sizeof process;
-    if (::getsockopt(socket, SOL_SOCKET, kPeerProcess, &process, &size) == 0) {
-        ::fcntl(process, F_SETFD, FD_CLOEXEC);
+    if (posix::systemCalls().getsockopt(socket, SOL_SOCKET, kPeerProcess, &process, &size) == 0) {
+        posix::systemCalls().fcntl(process, F_SETFD, FD_CLOEXEC);
         return Descriptor(process);
     }
-    return errno == ENOPROTOOPT ? Descriptor(::pidfd_open(pid, 0)) : Descriptor();
+    return errno == ENOPROTOOPT ? Descriptor(posix::systemCalls().pidfd_open(pid, 0))
+                                : Descriptor();
 }
 
 // 0 where there is none, or it cannot be told.
 pid_t parentOf(pid_t process) {
     const std::string path = "/proc/" + std::to_string(process) + "/stat";
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor file(posix::systemCalls().openat(AT_FDCWD, path.c_str(), O_RDONLY, 0));
     char buffer[512];
-    const ssize_t size = file ? ::read(file.get(), buffer, sizeof buffer) : -1;
+    const ssize_t size = file ? posix::systemCalls().read(file.get(), buffer, sizeof buffer) : -1;
     if (size <= 0) return 0;
     // "number (name) state parent ...", where the name may hold anything.
     const std::string_view text(buffer, static_cast<std::size_t>(size));
@@ -58,7 +61,8 @@ pid_t parentOf(pid_t process) {
 std::optional<Peer> peerOf(int socket) {
     ucred credentials{};
     socklen_t size = sizeof credentials;
-    if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0 ||
+    if (posix::systemCalls().getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) !=
+            0 ||
         credentials.pid <= 0)
         return std::nullopt;
     Peer peer{credentials.pid, credentials.uid, openPeer(socket, credentials.pid)};
@@ -68,7 +72,7 @@ std::optional<Peer> peerOf(int socket) {
 
 bool hasEnded(const Descriptor& process) {
     pollfd ended{process.get(), POLLIN, 0};
-    return ::poll(&ended, 1, 0) != 0;
+    return posix::systemCalls().poll(&ended, 1, 0) != 0;
 }
 
 bool descendsFrom(pid_t process, pid_t ancestor) {

@@ -3,6 +3,8 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
+#include "platform/posix/system_calls_posix.h"
+
 namespace quillmoor::platform::linux_::rights {
 namespace {
 
@@ -27,7 +29,7 @@ bool PromptAnswers::hear(std::string_view text) {
 // A socket, since writing to a program that has gone must not raise a signal.
 bool PromptAnswers::answer() {
     const std::string_view line = line_.view();
-    return ::send(input_, line.data(), line.size(), MSG_NOSIGNAL) ==
+    return posix::systemCalls().send(input_, line.data(), line.size(), MSG_NOSIGNAL) ==
            static_cast<ssize_t>(line.size());
 }
 

@@ -13,6 +13,7 @@
 
 #include "base/types.h"
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -25,8 +26,8 @@ constexpr char kSocketName[] = "rights";
 
 // The lock ends with the process, however that ends; unlike a number, it is never another's.
 Descriptor openLocked(int parent, const char* folder) {
-    Descriptor locked = posix::aboveStandardStreams(
-        Descriptor(::openat(parent, folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));
+    Descriptor locked = posix::aboveStandardStreams(Descriptor(
+        posix::systemCalls().openat(parent, folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW, 0)));
     return locked && ::flock(locked.get(), LOCK_EX | LOCK_NB) == 0 ? std::move(locked)
                                                                    : Descriptor();
 }
@@ -88,7 +89,7 @@ RendezvousFolder::~RendezvousFolder() {
 std::optional<RendezvousFolder> RendezvousFolder::make(const std::string& place) {
     std::string path = place + '/';
     path.append(kPrefix).append(kVariable);
-    if (::mkdtemp(path.data()) == nullptr) return std::nullopt;
+    if (posix::systemCalls().mkdtemp(path.data()) == nullptr) return std::nullopt;
     Descriptor locked = openLocked(AT_FDCWD, path.c_str());
     if (!locked) {
         ::rmdir(path.c_str());

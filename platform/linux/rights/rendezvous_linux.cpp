@@ -14,6 +14,7 @@
 #include "platform/linux/rights/peer_linux.h"
 #include "platform/linux/tool_path_linux.h"
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -33,12 +34,13 @@ bool setPath(sockaddr_un& address, const std::string& path) {
 Descriptor listenAt(const std::string& path) {
     sockaddr_un address{};
     if (!setPath(address, path)) return {};
-    Descriptor socket = posix::aboveStandardStreams(
-        Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)));
+    Descriptor socket = posix::aboveStandardStreams(Descriptor(
+        posix::systemCalls().socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)));
     constexpr int kWaiting = 16;
     if (!socket ||
-        ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(socket.get(), kWaiting) != 0)
+        posix::systemCalls().bind(socket.get(), reinterpret_cast<const sockaddr*>(&address),
+                                  sizeof address) != 0 ||
+        posix::systemCalls().listen(socket.get(), kWaiting) != 0)
         return {};
     return socket;
 }
@@ -86,11 +88,12 @@ StringList Rendezvous::helperCommand() const {
 
 std::optional<Channel> Rendezvous::accept(pid_t launcher) {
     Descriptor caller = posix::aboveStandardStreams(
-        Descriptor(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
+        Descriptor(posix::systemCalls().accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
     if (!caller) {
         // Whoever knocks stays at the door until there is a descriptor.
         constexpr int kMilliseconds = 100;
-        if (errno == EMFILE || errno == ENFILE) ::poll(nullptr, 0, kMilliseconds);
+        if (errno == EMFILE || errno == ENFILE)
+            posix::systemCalls().poll(nullptr, 0, kMilliseconds);
         return std::nullopt;
     }
     const std::optional<Peer> peer = peerOf(caller.get());

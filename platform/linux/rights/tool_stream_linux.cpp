@@ -15,6 +15,7 @@
 
 #include "platform/posix/broken_pipe_posix.h"
 #include "platform/posix/standard_streams_posix.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -34,7 +35,7 @@ pollfd otherEndOf(const Descriptor& end) {
 
 bool isOver(const Descriptor& end) {
     pollfd polled = otherEndOf(end);
-    return ::poll(&polled, 1, 0) > 0;
+    return posix::systemCalls().poll(&polled, 1, 0) > 0;
 }
 
 // The ends of streams that were let go of, whose other ends tools still have.
@@ -53,7 +54,8 @@ class AbandonedEnds {
         if (ends_.empty()) return false;
         polled_.clear();
         for (const Descriptor& end : ends_) polled_.push_back(otherEndOf(end));
-        if (::poll(polled_.data(), polled_.size(), milliseconds) <= 0) return true;
+        if (posix::systemCalls().poll(polled_.data(), polled_.size(), milliseconds) <= 0)
+            return true;
         std::size_t index = 0;
         std::erase_if(ends_,
                       [this, &index](const Descriptor&) { return polled_[index++].revents != 0; });
@@ -94,7 +96,8 @@ class PipeStream final : public AuthorizedToolStream {
     bool write(std::string_view bytes) override {
         const posix::BrokenPipeGuard guard;
         while (!bytes.empty()) {
-            const ssize_t count = ::write(ends_.toTool.get(), bytes.data(), bytes.size());
+            const ssize_t count =
+                posix::systemCalls().write(ends_.toTool.get(), bytes.data(), bytes.size());
             if (count >= 0)
                 bytes.remove_prefix(static_cast<std::size_t>(count));
             else if (errno != EINTR)
@@ -107,7 +110,7 @@ class PipeStream final : public AuthorizedToolStream {
     bool fill() {
         if (!ends_.fromTool) return false;
         ssize_t count = 0;
-        do count = ::read(ends_.fromTool.get(), buffer_.data(), buffer_.size());
+        do count = posix::systemCalls().read(ends_.fromTool.get(), buffer_.data(), buffer_.size());
         while (count < 0 && errno == EINTR);
         next_ = 0;
         filled_ = count > 0 ? static_cast<std::size_t>(count) : 0;
@@ -123,7 +126,7 @@ class PipeStream final : public AuthorizedToolStream {
 
 bool openPipe(Descriptor& reading, Descriptor& writing) {
     int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) return false;
+    if (posix::systemCalls().pipe(ends) != 0) return false;
     Descriptor first(ends[0]);
     Descriptor second(ends[1]);
     reading = posix::aboveStandardStreams(std::move(first));

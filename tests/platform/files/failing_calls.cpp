@@ -1,5 +1,8 @@
 #include "tests/platform/files/failing_calls.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <cerrno>
 #include <type_traits>
@@ -17,9 +20,30 @@ int failingCall = 0;
 int failingError = 0;
 Failing howOften = Failing::Once;
 
+template <auto First, auto Second>
+constexpr bool isSame = false;
+template <auto Member>
+constexpr bool isSame<Member, Member> = true;
+template <auto Member, auto... Others>
+constexpr bool isOneOf = (isSame<Member, Others> || ...);
+
 bool isToFail() {
     const int number = ++count;
     return howOften == Failing::Once ? number == failingCall : number >= failingCall;
+}
+
+template <auto Member, typename Result, typename... Arguments>
+Result failure(Arguments... arguments) {
+    if constexpr (isOneOf<Member, &SystemCalls::close>) ::close(arguments...);
+    if constexpr (isOneOf<Member, &SystemCalls::posix_spawn, &SystemCalls::pthread_create>)
+        return failingError;
+    errno = failingError;
+    if constexpr (isOneOf<Member, &SystemCalls::mmap, &SystemCalls::mremap>)
+        return MAP_FAILED;
+    else if constexpr (std::is_pointer_v<Result>)
+        return nullptr;
+    else
+        return -1;
 }
 
 template <auto Member, typename Function>
@@ -28,11 +52,7 @@ template <auto Member, typename Result, typename... Arguments>
 struct Wrapper<Member, Result (*)(Arguments...)> {
     static Result call(Arguments... arguments) {
         if (!isToFail()) return (next->*Member)(arguments...);
-        errno = failingError;
-        if constexpr (std::is_pointer_v<Result>)
-            return nullptr;
-        else
-            return -1;
+        return failure<Member, Result>(arguments...);
     }
 };
 
@@ -51,15 +71,19 @@ SystemCalls wrapped() {
 }
 
 using Calls = SystemCalls;
-const SystemCalls failingCalls =
-    wrapped<&Calls::openat, &Calls::read, &Calls::write, &Calls::lseek, &Calls::ftruncate,
-            &Calls::fstat, &Calls::fstatat, &Calls::faccessat, &Calls::readlinkat,
-            &Calls::fdopendir, &Calls::readdir, &Calls::mkdirat, &Calls::mkfifoat,
-            &Calls::symlinkat, &Calls::linkat, &Calls::unlinkat, &Calls::renameat,
-            &Calls::renameNoReplace, &Calls::fchmod, &Calls::fchmodat, &Calls::fchown,
-            &Calls::fchownat, &Calls::futimens, &Calls::utimensat, &Calls::cloneFile,
-            &Calls::flistxattr, &Calls::fgetxattr, &Calls::fsetxattr, &Calls::isHfsPlus,
-            &Calls::isImmutable, &Calls::getItemFlags, &Calls::setItemFlags>();
+const SystemCalls failingCalls = wrapped<
+    &Calls::openat, &Calls::read, &Calls::write, &Calls::lseek, &Calls::ftruncate, &Calls::fstat,
+    &Calls::fstatat, &Calls::faccessat, &Calls::readlinkat, &Calls::fdopendir, &Calls::readdir,
+    &Calls::mkdirat, &Calls::mkfifoat, &Calls::symlinkat, &Calls::linkat, &Calls::unlinkat,
+    &Calls::renameat, &Calls::renameNoReplace, &Calls::fchmod, &Calls::fchmodat, &Calls::fchown,
+    &Calls::fchownat, &Calls::futimens, &Calls::utimensat, &Calls::cloneFile, &Calls::flistxattr,
+    &Calls::fgetxattr, &Calls::fsetxattr, &Calls::isHfsPlus, &Calls::isImmutable,
+    &Calls::getItemFlags, &Calls::setItemFlags, &Calls::close, &Calls::fcntl, &Calls::realpath,
+    &Calls::mkdtemp, &Calls::pipe, &Calls::poll, &Calls::socket, &Calls::socketpair, &Calls::bind,
+    &Calls::listen, &Calls::getsockopt, &Calls::sendmsg, &Calls::send, &Calls::recv,
+    &Calls::posix_spawn, &Calls::pthread_create, &Calls::waitid, &Calls::kill, &Calls::mmap,
+    &Calls::fallocate, &Calls::eventfd, &Calls::accept4, &Calls::pidfd_open,
+    &Calls::pidfd_send_signal, &Calls::mremap, &Calls::getrandom>();
 
 }  // namespace
 
