@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QUiLoader>
+#include <QXmlStreamReader>
 #include <filesystem>
 
 #include "host/files.h"
@@ -46,7 +47,26 @@ class Loader : public QUiLoader {
     }
 };
 
+// Elements inside one another; a pane that people lay out stays below 50.
+constexpr int kDeepest = 200;
+
+// The toolkit reads each level of an interface file in a function call of its own, and a file of
+// many levels would overflow the stack. A file that is not well-formed is left to the toolkit.
+void checkDepth(const std::string& contents) {
+    QXmlStreamReader reader(
+        QByteArray::fromRawData(contents.data(), static_cast<qsizetype>(contents.size())));
+    int depth = 0;
+    while (!reader.atEnd()) {
+        const auto token = reader.readNext();
+        if (token == QXmlStreamReader::EndElement) --depth;
+        if (token == QXmlStreamReader::StartElement && ++depth > kDeepest)
+            throw LoadError("line " + std::to_string(reader.lineNumber()) + ": more than " +
+                            std::to_string(kDeepest) + " elements are nested");
+    }
+}
+
 std::unique_ptr<QWidget> parsed(const std::string& contents, const std::string& folder) {
+    checkDepth(contents);
     const WithoutDesignerPlugins faster;
     Loader loader;
     loader.setWorkingDirectory(QDir(QFile::decodeName(folder.c_str())));

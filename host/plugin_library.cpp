@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/load_error.h"
+#include "host/shared_object.h"
 #include "host/text.h"
 
 namespace quillmoor::host {
@@ -20,6 +21,16 @@ std::string loaderMessage(const std::string& path) {
     return text.starts_with(path + ": ") ? text.substr(path.size() + 2) : text;
 }
 
+// The loader maps a file without asking how long it is, and a process that then reads beyond the
+// end is killed.
+void checkIsWhole(const std::string& file, const std::string& path) {
+    try {
+        checkIsComplete(path);
+    } catch (const LoadError& error) {
+        throw LoadError(file + " is truncated: " + error.what());
+    }
+}
+
 void* opened(const BundleInfo& info) {
     const std::string file = info.libraryInBundle();
     const std::string path = info.inBundle(file);
@@ -28,6 +39,7 @@ void* opened(const BundleInfo& info) {
         throw LoadError("it has no plug-in " + inQuotes(file));
     if (!std::filesystem::is_regular_file(path, error))
         throw LoadError(file + " is not a regular file");
+    checkIsWhole(file, path);
     void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) throw LoadError(file + " cannot be opened: " + loaderMessage(path));
     return handle;

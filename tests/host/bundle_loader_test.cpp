@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <cstdlib>
+#include <filesystem>
 
 #include "host/host_services.h"
 #include "host/load_error.h"
@@ -154,6 +155,31 @@ TEST_F(BundleLoader, AnInterfaceFileThatDoesNotParseNamesTheLine) {
                                  HasSubstr("line 3")));
 }
 
+std::string nested(int depth) {
+    std::string file = "<ui version=\"4.0\">";
+    for (int i = 1; i < depth; ++i) file += "\n<widget class=\"QWidget\" name=\"w\">";
+    for (int i = 1; i < depth; ++i) file += "</widget>";
+    return file + "</ui>";
+}
+
+TEST_F(BundleLoader, AnInterfaceFileIsReadToADepthOf200) {
+    auto parts = whole();
+    parts.interfaceFile = nested(200);
+    EXPECT_THAT(errorOf(parts), HasSubstr("names no pane class"));
+    std::filesystem::remove_all(folder_ / "X.bundle");
+    parts.interfaceFile = nested(201);
+    EXPECT_EQ(errorOf(parts),
+              "Contents/Resources/Recorder.ui cannot be read: line 201: more than 200 elements are "
+              "nested");
+}
+
+// The toolkit would overflow the stack.
+TEST_F(BundleLoader, AnInterfaceFileThatIsNestedTooDeepIsRefusedBeforeTheToolkitReadsIt) {
+    auto parts = whole();
+    parts.interfaceFile = nested(30000);
+    EXPECT_THAT(errorOf(parts), HasSubstr("more than 200 elements are nested"));
+}
+
 TEST_F(BundleLoader, AnInterfaceFileThatIsNoFileSaysSo) {
     auto parts = whole();
     parts.interfaceFile.clear();
@@ -188,6 +214,20 @@ TEST_F(BundleLoader, APlugInThatIsNoSharedObjectGivesTheSystemsText) {
     parts.program = folder_.writeFile("text", "this is no program");
     EXPECT_THAT(errorOf(parts),
                 StartsWith("Contents/Linux/Recorder.so cannot be opened: file too short"));
+}
+
+// The loader alone would end the process where it reads beyond the file's end.
+TEST_F(BundleLoader, ATruncatedPlugInIsRefusedBeforeItIsLoaded) {
+    auto parts = whole();
+    parts.program = folder_ / "cut.so";
+    for (const std::uintmax_t size : {500, 5000, 20000}) {
+        std::filesystem::remove(parts.program);
+        std::filesystem::copy_file(RECORDING_PLUGIN, parts.program);
+        std::filesystem::resize_file(parts.program, size);
+        EXPECT_THAT(errorOf(parts), StartsWith("Contents/Linux/Recorder.so is truncated: a part "));
+        std::filesystem::remove_all(folder_ / "X.bundle");
+    }
+    EXPECT_THAT(record(), ::testing::IsEmpty());
 }
 
 TEST_F(BundleLoader, APlugInThatNeedsWhatNobodyHasGivesTheSystemsText) {
