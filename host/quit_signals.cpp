@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <initializer_list>
 
 namespace quillmoor::host {
 namespace {
@@ -15,8 +16,18 @@ namespace {
 // A signal becomes a byte, and the byte an event. The descriptors stay open until the process ends.
 std::array<int, 2> wake{-1, -1};
 
+void actWith(void (*handler)(int), std::initializer_list<int> which) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    // One at a time, so that a second signal meets what the first has set.
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ::sigaddset(&action.sa_mask, signal);
+    for (const int signal : which) ::sigaction(signal, &action, nullptr);
+}
+
 void passOn(int) {
     const int before = errno;
+    actWith(SIG_DFL, {SIGTERM, SIGINT});
     const char byte = 0;
     [[maybe_unused]] const auto written = ::write(wake[1], &byte, 1);
     errno = before;
@@ -33,10 +44,7 @@ void quitOnSignals() {
         // To quit would ask the window, and the window the user.
         QCoreApplication::exit();
     });
-    struct sigaction action {};
-    action.sa_handler = passOn;
-    action.sa_flags = SA_RESTART;
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ::sigaction(signal, &action, nullptr);
+    actWith(passOn, {SIGTERM, SIGINT, SIGHUP});
 }
 
 }  // namespace quillmoor::host

@@ -4,6 +4,7 @@
 #include <QImage>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <thread>
 
 #include "tests/host/support/bundle_maker.h"
@@ -42,11 +43,14 @@ class InstallerHost : public ::testing::Test {
     QImage picture(const std::string& name) const {
         return QImage(QString::fromStdString(folder_ / ("pictures/" + name + ".png")));
     }
-    void waitForTranscript(const std::string& line) const {
+    // Until it is the last line of the file.
+    void waitForLine(const char* file, const std::string& line) const {
         const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while ((transcript().empty() || transcript().back() != line) &&
-               std::chrono::steady_clock::now() < until)
+        for (auto lines = linesOf(folder_ / file); lines.empty() || lines.back() != line;
+             lines = linesOf(folder_ / file)) {
+            ASSERT_LT(std::chrono::steady_clock::now(), until) << line;
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
     }
     static std::string complaint(int line, const std::string& folder, const std::string& text) {
         return "installer-host: " + folder + "/script:" + std::to_string(line) + ": " + text + "\n";
@@ -108,7 +112,7 @@ TEST_F(InstallerHost, EndsInOrderWhenItIsTerminated) {
                      {bundle, "--script", folder_.writeFile("script", "note up\nwait 50000\n"),
                       "--transcript", folder_ / "transcript"},
                      {{"INSTALLER_TEST_RECORD", folder_ / "record"}});
-    waitForTranscript("note: up");
+    waitForLine("transcript", "note: up");
     ::kill(host.id(), SIGTERM);
     EXPECT_EQ(host.wait().status, 0);
     EXPECT_THAT(record(), Contains("terminating"));
@@ -121,10 +125,34 @@ TEST_F(InstallerHost, IsTerminatedWithoutAQuestion) {
     HostProcess host(
         folder_, {bundle, "--transcript", folder_ / "transcript"},
         {{"INSTALLER_TEST_RECORD", folder_ / "record"}, {"QT_QPA_PLATFORM", "minimal"}});
-    waitForTranscript("on screen: “Introduction”");
+    waitForLine("transcript", "on screen: “Introduction”");
     ::kill(host.id(), SIGTERM);
     EXPECT_EQ(host.wait().status, 0);
     EXPECT_EQ(record().back(), "Shows destroyed");
+}
+
+// A first signal only asks the event loop to end, and a plug-in that hangs never returns to it.
+TEST_F(InstallerHost, ThatAPlugInHoldsUpEndsAtTheSecondSignal) {
+    const std::string bundle = makeBundle(folder_, "X.bundle", "Hangs");
+    for (const int second : {SIGTERM, SIGINT}) {
+        HostProcess host(folder_, {bundle, "--script", folder_.writeFile("script", "continue\n")},
+                         {{"INSTALLER_TEST_RECORD", folder_ / "record"}});
+        waitForLine("record", "Hangs entered 0");
+        ::kill(host.id(), SIGHUP);
+        ::kill(host.id(), second);
+        EXPECT_EQ(host.wait().status, -second);
+        EXPECT_THAT(record(), ::testing::Not(Contains("terminating")));
+        std::filesystem::remove(folder_ / "record");
+    }
+}
+
+// Two pending signals of one number are one, so it is sent until the process has ended.
+TEST_F(InstallerHost, ThatAPlugInHoldsUpEndsWhenItIsTerminatedAgain) {
+    const std::string bundle = makeBundle(folder_, "X.bundle", "Hangs");
+    HostProcess host(folder_, {bundle, "--script", folder_.writeFile("script", "continue\n")},
+                     {{"INSTALLER_TEST_RECORD", folder_ / "record"}});
+    waitForLine("record", "Hangs entered 0");
+    EXPECT_EQ(host.wait(SIGTERM).status, -SIGTERM);
 }
 
 TEST_F(InstallerHost, ServesItsPlugIns) {

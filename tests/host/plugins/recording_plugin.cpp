@@ -73,6 +73,8 @@ void didEnter(void* context, int direction) {
     if (pane.className == "AlwaysNext") return pane.goNext();
     if (pane.className == "AlwaysPrevious") return pane.goPrevious();
     if (pane.className == "Pumps") pump();
+    if (pane.className == "Hangs")
+        for (;;) ::pause();
     showAll(pane);
 }
 

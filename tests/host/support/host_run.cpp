@@ -60,11 +60,12 @@ HostProcess::~HostProcess() {
     if (child_ > 0) wait();
 }
 
-HostRun HostProcess::wait() {
+HostRun HostProcess::wait(int signal) {
     const auto until = std::chrono::steady_clock::now() + kLongest;
     int status = 0;
     while (::waitpid(child_, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() > until) ::kill(child_, SIGKILL);
+        if (std::chrono::steady_clock::now() > until) signal = SIGKILL;
+        ::kill(child_, signal);
         std::this_thread::sleep_for(std::chrono::milliseconds(3));
     }
     child_ = -1;

@@ -28,7 +28,8 @@ class HostProcess {
     HostProcess& operator=(const HostProcess&) = delete;
 
     pid_t id() const { return child_; }
-    HostRun wait();
+    // `signal` is sent to it again and again until it has ended; 0 sends none.
+    HostRun wait(int signal = 0);
 
   private:
     std::string outputFile_;
