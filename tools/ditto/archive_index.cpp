@@ -83,6 +83,8 @@ void applyAttributes(std::uint8_t host, std::uint32_t attributes, Entry& entry) 
         switch (mode & S_IFMT) {
             case 0:
             case S_IFREG:
+            // What a packer read from its standard input, and typed as the pipe that this was.
+            case S_IFIFO:
                 break;
             case S_IFDIR:
                 entry.kind = Entry::Kind::Folder;
@@ -125,6 +127,37 @@ Entry nextEntry(const InputFile& archive, DirectoryReader& directory, EntryList&
     return entry;
 }
 
+// One of a local header's two sizes. The wide field holds both, in this order.
+enum class SizePlace : std::size_t { Size = 0, CompressedSize = 8 };
+
+std::uint64_t localSize(std::uint32_t narrow, Bytes wide, SizePlace place) {
+    const auto at = static_cast<std::size_t>(place);
+    return narrow == zip::kMax32 && wide.size() >= at + 8 ? get64(&wide[at]) : narrow;
+}
+
+// Its checksum and sizes are others than the directory's. A writer that did not know them yet
+// leaves them 0 and marks the header.
+bool sumsDiffer(Bytes header, Bytes wide, const Entry& entry) {
+    const bool follow = (get16(&header[6]) & zip::kFlagSumsFollow) != 0;
+    const auto differs = [follow](std::uint64_t local, std::uint64_t declared) {
+        return local != declared && !(follow && local == 0);
+    };
+    return differs(get32(&header[14]), entry.crc) ||
+           differs(localSize(get32(&header[18]), wide, SizePlace::CompressedSize),
+                   entry.compressedSize) ||
+           differs(localSize(get32(&header[22]), wide, SizePlace::Size), entry.size);
+}
+
+// Its name, or how its content is to be read, is another than in the directory.
+bool meaningDiffers(Bytes header, const Entry& entry) {
+    constexpr unsigned kMeanings =
+        zip::kFlagEncrypted | zip::kFlagPatched | zip::kFlagStrongEncryption | zip::kFlagMasked;
+    return get16(&header[26]) != entry.name.size() ||
+           textOf(header.subspan(zip::kLocalSize)) != entry.name ||
+           get16(&header[8]) != entry.method ||
+           ((get16(&header[6]) ^ entry.flags) & kMeanings) != 0;
+}
+
 // Reads the header in front of the data, which says where the data begins.
 void readLocalHeader(const InputFile& archive, std::uint64_t dataEnd, Entry& entry,
                      std::vector<unsigned char>& buffer) {
@@ -133,16 +166,21 @@ void readLocalHeader(const InputFile& archive, std::uint64_t dataEnd, Entry& ent
         failAtEntry(archive.path(), entry.name, "damaged: it begins beyond its archive's end");
     buffer.resize(size);
     archive.readAt(entry.headerOffset, buffer);
-    if (get32(buffer.data()) != zip::kLocalSignature)
+    const unsigned char* header = buffer.data();
+    if (get32(header) != zip::kLocalSignature)
         failAtEntry(archive.path(), entry.name, "damaged: it is not where the directory says");
-    const std::size_t nameSize = get16(&buffer[26]);
-    entry.dataOffset = entry.headerOffset + zip::kLocalSize + nameSize + get16(&buffer[28]);
+    const std::size_t extraSize = get16(&header[28]);
+    const std::uint64_t extraOffset = entry.headerOffset + zip::kLocalSize + get16(&header[26]);
+    entry.dataOffset = extraOffset + extraSize;
     if (entry.dataOffset > dataEnd || entry.compressedSize > dataEnd - entry.dataOffset)
         failAtEntry(archive.path(), entry.name, "damaged: it reaches beyond its archive's end");
-    const Bytes name = Bytes(buffer).subspan(zip::kLocalSize);
-    entry.localHeaderDiffers = nameSize != entry.name.size() || textOf(name) != entry.name ||
-                               get16(&buffer[8]) != entry.method ||
-                               ((get16(&buffer[6]) ^ entry.flags) & zip::kFlagEncrypted) != 0;
+    std::vector<unsigned char> extra;
+    if (get32(&header[18]) == zip::kMax32 || get32(&header[22]) == zip::kMax32) {
+        extra.resize(extraSize);
+        archive.readAt(extraOffset, extra);
+    }
+    entry.localHeaderDiffers = meaningDiffers(buffer, entry) ||
+                               sumsDiffer(buffer, extraField(extra, zip::kExtraZip64), entry);
 }
 
 // Collects a link's target.

@@ -23,6 +23,7 @@ inline constexpr std::uint16_t kStored = 0;
 inline constexpr std::uint16_t kDeflated = 8;
 
 inline constexpr std::uint16_t kFlagEncrypted = 1U << 0U;
+inline constexpr std::uint16_t kFlagSumsFollow = 1U << 3U;  // sizes and checksum behind the data
 inline constexpr std::uint16_t kFlagPatched = 1U << 5U;
 inline constexpr std::uint16_t kFlagStrongEncryption = 1U << 6U;
 inline constexpr std::uint16_t kFlagUtf8 = 1U << 11U;

@@ -90,7 +90,7 @@ TEST_F(DittoIndex, KindsComeFromModeAndName) {
     const auto& entries =
         read(buildZip({zipFile("file"), zipFolder("folder"), zipLink("link", "file"), fifo,
                        noFormat, setuid, dosFolder, dosSlash, dosLink}));
-    const Kind kinds[] = {Kind::File, Kind::Folder, Kind::Link,   Kind::Special, Kind::File,
+    const Kind kinds[] = {Kind::File, Kind::Folder, Kind::Link,   Kind::File, Kind::File,
                           Kind::File, Kind::Folder, Kind::Folder, Kind::File};
     const int modes[] = {0644, 0755, 0777, 0644, 0640, 0755, -1, -1, -1};
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -170,6 +170,14 @@ TEST_F(DittoIndex, SeveralVolumesAreRefused) {
     std::string archive = buildZip({zipFile("a")});
     archive[archive.size() - 18] = 1;
     EXPECT_TRUE(fails(archive, "one of several volumes"));
+    archive[archive.size() - 16] = 1;
+    EXPECT_TRUE(fails(archive, "one of several volumes"));
+}
+
+TEST_F(DittoIndex, TheWideRecordMayHoldTheNumberOfTheVolume) {
+    std::string archive = buildZip({zipFile("a")}, true);
+    for (std::size_t i = 15; i <= 18; ++i) archive[archive.size() - i] = '\xff';
+    EXPECT_EQ(read(archive).size(), 1U);
 }
 
 TEST_F(DittoIndex, ALocalHeaderWithAnotherNameIsNoticed) {
@@ -177,6 +185,76 @@ TEST_F(DittoIndex, ALocalHeaderWithAnotherNameIsNoticed) {
     item.localName = "../../x!";
     EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
     item.localName = "harmless but longer";
+    EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+}
+
+TEST_F(DittoIndex, DevicesAndSocketsAreSpecial) {
+    ZipItem item = zipFile("a");
+    for (const std::uint32_t mode : {0020666U, 0060666U, 0140666U}) {
+        item.mode = mode;
+        EXPECT_EQ(read(buildZip({item}))[0].kind, Kind::Special) << mode;
+    }
+}
+
+TEST_F(DittoIndex, ALocalHeaderThatContradictsTheDirectoryIsNoticed) {
+    ZipItem good = zipFile("a", std::string(1000, 'x'));
+    good.deflated = true;
+    const auto differs = [&](auto change) {
+        ZipItem item = good;
+        change(item);
+        return read(buildZip({zipFile("first"), item, zipFile("last")}))[1].localHeaderDiffers;
+    };
+    EXPECT_FALSE(differs([](ZipItem&) {}));
+    EXPECT_TRUE(differs([](ZipItem& item) { item.localSize = 1001; }));
+    EXPECT_TRUE(differs([](ZipItem& item) { item.localSize = 0; }));
+    EXPECT_TRUE(differs([](ZipItem& item) { item.localCompressedSize = 1; }));
+    EXPECT_TRUE(differs([](ZipItem& item) { item.localCompressedSize = 0; }));
+    EXPECT_TRUE(differs([](ZipItem& item) { item.localCrc = 1; }));
+    EXPECT_TRUE(differs([](ZipItem& item) { item.localCrc = 0; }));
+    EXPECT_TRUE(differs([](ZipItem& item) { item.localMethod = zip::kStored; }));
+    for (const std::uint16_t flag :
+         {zip::kFlagEncrypted, zip::kFlagPatched, zip::kFlagStrongEncryption, zip::kFlagMasked})
+        EXPECT_TRUE(differs([=](ZipItem& item) { item.localFlags = flag; })) << flag;
+    EXPECT_FALSE(differs([](ZipItem& item) { item.localFlags = zip::kFlagUtf8; }));
+}
+
+TEST_F(DittoIndex, WideSizesInALocalHeaderAreCompared) {
+    ZipItem item = zipFile("a", std::string(1000, 'x'));
+    item.deflated = true;
+    item.localZip64 = true;
+    EXPECT_FALSE(read(buildZip({item}))[0].localHeaderDiffers);
+    item.localSize = 1000ULL + (1ULL << 32U);
+    EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+    item.localSize.reset();
+    item.localCompressedSize = 1ULL << 32U;
+    EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+    item.localZip64 = false;
+    item.localCompressedSize = zip::kMax32;  // and no wide field
+    EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+}
+
+TEST_F(DittoIndex, SumsThatFollowTheContentMayBeMissingButNotWrong) {
+    ZipItem item = zipFile("a", std::string(1000, 'x'));
+    item.deflated = true;
+    item.flags = zip::kFlagSumsFollow;
+    for (const bool wide : {false, true}) {
+        item.localZip64 = wide;
+        item.localSize = item.localCompressedSize = item.localCrc = 0;
+        EXPECT_FALSE(read(buildZip({item}))[0].localHeaderDiffers);
+        item.localSize = 1000;
+        EXPECT_FALSE(read(buildZip({item}))[0].localHeaderDiffers);
+        item.localSize = 999;
+        EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+        item.localSize = 0;
+        item.localCompressedSize = 1;
+        EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+        item.localCompressedSize = 0;
+        item.localCrc = 1;
+        EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
+    }
+    // What counts is the mark in the local header itself.
+    item.localCrc = 0;
+    item.localFlags = 0;
     EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
 }
 

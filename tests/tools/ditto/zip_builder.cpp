@@ -56,25 +56,38 @@ std::string extraFor(const ZipItem& item, const Written& values) {
     return extra;
 }
 
-void putMiddle(std::string& out, const ZipItem& item, const Written& values) {
+void putMiddle(std::string& out, const Written& values, std::uint16_t flags, bool wide) {
     put16(out, 20);
-    put16(out, item.flags);
+    put16(out, flags);
     put16(out, values.method);
     put16(out, kTime);
     put16(out, kDate);
     put32(out, values.crc);
-    put32(out, item.zip64 ? zip::kMax32 : values.compressedSize);
-    put32(out, item.zip64 ? zip::kMax32 : values.size);
+    put32(out, wide ? zip::kMax32 : values.compressedSize);
+    put32(out, wide ? zip::kMax32 : values.size);
 }
 
-std::string localHeader(const ZipItem& item, const Written& values) {
+std::string localHeader(const ZipItem& item, const Written& declared) {
     const std::string& name = item.localName ? *item.localName : item.name;
+    const bool wide = item.zip64 || item.localZip64;
+    Written values;
+    values.size = item.localSize.value_or(declared.size);
+    values.compressedSize = item.localCompressedSize.value_or(declared.compressedSize);
+    values.crc = item.localCrc.value_or(declared.crc);
+    values.method = item.localMethod.value_or(declared.method);
+    std::string extra;
+    if (wide) {
+        put16(extra, zip::kExtraZip64);
+        put16(extra, 16);
+        put64(extra, values.size);
+        put64(extra, values.compressedSize);
+    }
     std::string out;
     put32(out, zip::kLocalSignature);
-    putMiddle(out, item, values);
+    putMiddle(out, values, item.localFlags.value_or(item.flags), wide);
     put16(out, name.size());
-    put16(out, 0);
-    return out + name;
+    put16(out, extra.size());
+    return out + name + extra;
 }
 
 std::string centralHeader(const ZipItem& item, const Written& values) {
@@ -82,7 +95,7 @@ std::string centralHeader(const ZipItem& item, const Written& values) {
     std::string out;
     put32(out, zip::kCentralSignature);
     put16(out, item.host * 256U + 20U);
-    putMiddle(out, item, values);
+    putMiddle(out, values, item.flags, item.zip64);
     put16(out, item.name.size());
     put16(out, extra.size());
     put16(out, 0);

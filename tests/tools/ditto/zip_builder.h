@@ -16,6 +16,11 @@ struct ZipItem {
 
     // What the headers say where it is not the truth.
     std::optional<std::string> localName;
+    std::optional<std::uint64_t> localSize;
+    std::optional<std::uint64_t> localCompressedSize;
+    std::optional<std::uint32_t> localCrc;
+    std::optional<std::uint16_t> localMethod;
+    std::optional<std::uint16_t> localFlags;
     std::optional<std::uint64_t> size;
     std::optional<std::uint64_t> compressedSize;
     std::optional<std::uint32_t> crc;
@@ -26,6 +31,7 @@ struct ZipItem {
     std::uint32_t attributes = 0;           // beside the mode
     std::optional<std::uint32_t> modified;  // in an extra field
     bool zip64 = false;                     // sizes and offset in an extra field
+    bool localZip64 = false;                // only the local header's sizes
 };
 
 ZipItem zipFile(std::string name, std::string content = "content");
