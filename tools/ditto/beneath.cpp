@@ -113,15 +113,16 @@ int FolderCache::open(std::string_view path) {
 
 bool isEmpty(int folder) {
     const FolderStream stream = streamOf(folder);
-    if (!stream) return false;
+    if (!stream) failWithErrno(".", "listed");
     errno = 0;
     while (const dirent* entry = ::readdir(stream.get()))
         if (!isDots(entry->d_name)) return false;
-    return errno == 0;
+    if (errno != 0) failWithErrno(".", "listed");
+    return true;
 }
 
 void removeContents(int folder) {
-    // Two descriptors however deep the tree is: the way back up is "..".
+    // However deep the tree is, the way back up is "..".
     std::vector<Step> way;
     Descriptor at(::openat(folder, ".", kFolderFlags));
     if (!at) failWithErrno(".", "opened");

@@ -3,6 +3,7 @@
 
 #include <dirent.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -43,12 +44,13 @@ class FolderCache {
     Descriptor folder_;
 };
 
-// It holds nothing, and that can be seen.
+// Throws Failure where that cannot be seen.
 bool isEmpty(int folder);
 
 // Removes all that stands in the folder, whatever its rights and depth, without following links.
 // Throws Failure for the first item that cannot be removed, and where a folder inside is moved out
-// meanwhile.
+// meanwhile. Opens so many descriptors at a time, however deep the tree is.
+inline constexpr std::size_t kDescriptorsToRemove = 2;
 void removeContents(int folder);
 
 }  // namespace quillmoor::ditto

@@ -19,7 +19,6 @@ namespace quillmoor::ditto {
 namespace {
 
 constexpr std::string_view kMark = ".ditto-";
-constexpr int kAttempts = 100;
 
 bool existsAt(int folder, const std::string& name) {
     struct stat info = {};
@@ -83,27 +82,28 @@ void Destination::makeParents(const std::string& path) {
 }
 
 void Destination::makeStage() {
-    const std::string_view name = exists_ ? std::string_view() : std::string_view(name_);
-    for (int attempt = 0; stageName_.empty(); ++attempt) {
-        const std::string tried = temporaryName(name);
-        if (::mkdirat(parent_.get(), tried.c_str(), S_IRWXU) == 0)
-            stageName_ = tried;
-        else if (errno != EEXIST || attempt == kAttempts)
-            failWithErrno(path_, exists_ ? "written to" : "made");
+    const char* const what = exists_ ? "written to" : "made";
+    // While others use up all descriptors, the stage can still be removed.
+    for (Descriptor& spare : spare_) {
+        spare = Descriptor(::fcntl(parent_.get(), F_DUPFD_CLOEXEC, 0));
+        if (!spare) failWithErrno(path_, what);
     }
-    stage_ = Descriptor(::openat(parent_.get(), stageName_.c_str(),
-                                 O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!stage_) failWithErrno(path_, "opened");
-    requireEmptyStage();
-}
-
-// In a folder that others may write to, another may have been put in its place: what that one
-// holds is left alone.
-void Destination::requireEmptyStage() {
-    if (isEmpty(stage_.get())) return;
-    stage_.reset();
-    stageName_.clear();
-    failWithError(path_, "written to", EBUSY);
+    stageName_ = temporaryName(exists_ ? std::string_view() : std::string_view(name_));
+    if (::mkdirat(parent_.get(), stageName_.c_str(), S_IRWXU) != 0) {
+        const int error = errno;
+        stageName_.clear();
+        failWithError(path_, what, error);
+    }
+    Descriptor stage(::openat(parent_.get(), stageName_.c_str(),
+                              O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!stage) failWithErrno(path_, "opened");
+    // In a folder that others may write to, another may have been put in its place: what that one
+    // holds is left unchanged.
+    if (!isEmpty(stage.get())) {
+        stageName_.clear();
+        failWithError(path_, "written to", EBUSY);
+    }
+    stage_ = std::move(stage);
 }
 
 FoldCase Destination::foldCase() const {
@@ -157,9 +157,10 @@ void Destination::rollBack() noexcept {
 }
 
 void Destination::removeStage() noexcept {
+    for (Descriptor& spare : spare_) spare.reset();
     try {
         if (stage_) removeContents(stage_.get());
-    } catch (const Failure& failure) {
+    } catch (const std::exception& failure) {
         std::fprintf(stderr, "ditto: %s\n", failure.what());
     }
     if (!stageName_.empty() && ::unlinkat(parent_.get(), stageName_.c_str(), AT_REMOVEDIR) != 0)

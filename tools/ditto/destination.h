@@ -1,6 +1,7 @@
 // The folder that archives are unpacked into: a stage of its own until all is done.
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,7 +41,6 @@ class Destination {
     void openParent(const std::string& path);
     void makeParents(const std::string& path);
     void makeStage();
-    void requireEmptyStage();
     void moveUp(const std::vector<std::string_view>& names);
     void removeStage() noexcept;
     void rollBack() noexcept;
@@ -54,6 +54,7 @@ class Destination {
     std::string name_;   // of the destination in its parent, where it does not exist
     std::string stageName_;
     Descriptor stage_;
+    std::array<Descriptor, kDescriptorsToRemove> spare_;  // closed when the stage is removed
 };
 
 // Renames without ever replacing anything. Answers false with errno.

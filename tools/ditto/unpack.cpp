@@ -113,7 +113,6 @@ class Unpacking {
   private:
     void readArchives() {
         if (options_.sources.size() > kMostArchives) throw Failure("too many archives");
-        archives_.reserve(options_.sources.size());
         for (const std::string& source : options_.sources) {
             archives_.emplace_back(source);
             readIndex(archives_.back(), static_cast<std::uint16_t>(archives_.size() - 1), limits_,

@@ -162,7 +162,7 @@ TEST_F(DittoDestination, AFolderIsEmptyWhenItHoldsNothingThatCanBeSeen) {
     EXPECT_TRUE(isEmpty(empty.get()));
     folder_.writeFile("empty/.hidden");
     EXPECT_FALSE(isEmpty(empty.get()));
-    EXPECT_FALSE(isEmpty(-1));
+    EXPECT_THROW(isEmpty(-1), Failure);
 }
 
 }  // namespace
