@@ -29,6 +29,7 @@ void watchForInterruption() {
         ::sigaction(number, &action, nullptr);
     }
     ::signal(SIGXFSZ, SIG_IGN);
+    ::signal(SIGPIPE, SIG_IGN);
 }
 
 int interruptingSignal() {

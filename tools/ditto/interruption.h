@@ -12,7 +12,8 @@ class Interrupted : public std::exception {
 };
 
 // Signals that were ignored before stay ignored. A file that outgrows the process's limit becomes
-// an error of the write instead of a deadly signal.
+// an error of the write instead of a deadly signal, and so does a reader of the messages that ends:
+// the work goes on without it.
 void watchForInterruption();
 
 // The signal that came, or 0. From any thread.

@@ -1,5 +1,7 @@
 // ditto: packs and unpacks zip archives on systems that have no such tool of their own.
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +17,18 @@ namespace {
 
 using namespace quillmoor::ditto;  // NOLINT(google-build-using-namespace): the program's own
 
-// Answers whether the text was written.
+// Makes sure that no file of the work gets the number of a standard stream that the caller has
+// closed: messages would be written into it. Using such a stream still fails.
+void occupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) >= 0) continue;
+        // It gets the lowest free number, which is this one.
+        if (::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY) != stream)
+            std::_Exit(EXIT_FAILURE);
+    }
+}
+
+// Returns whether the text was written.
 bool show(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
     return std::fflush(stdout) == 0;
@@ -42,6 +55,7 @@ int run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    occupyStandardStreams();
     watchForInterruption();
     try {
         return run(parseOptions({argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)}));
