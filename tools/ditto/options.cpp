@@ -146,8 +146,9 @@ whenever the exit status is not 0, nothing that ditto wrote is left.
   --version       show the version
 
 Archives are judged whole before anything is written: names and links that lead out of FOLDER,
-names that stand twice, encrypted entries, devices and the like refuse the archive. Plain copies
-(ditto SOURCE FOLDER) are not offered.
+names that stand twice, encrypted entries, devices and the like refuse the archive. Packing warns of
+links that would be refused. SOURCE_DATE_EPOCH in the environment is the latest date that an archive
+gets. Plain copies (ditto SOURCE FOLDER) are not offered.
 )";
 }
 

@@ -10,7 +10,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <deque>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -21,7 +23,9 @@
 #include "tools/ditto/entry_tree.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/interruption.h"
+#include "tools/ditto/packed_links.h"
 #include "tools/ditto/pending_archive.h"
+#include "tools/ditto/source_date.h"
 #include "tools/ditto/source_tree.h"
 #include "tools/ditto/text.h"
 #include "tools/ditto/zip_format.h"
@@ -39,11 +43,6 @@ constexpr std::size_t kMostJobs = 16;
 
 unsigned threadCount() {
     return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
-}
-
-EntryHeader headerFor(std::string name, const struct stat& info) {
-    if (name.size() > kLongestName) throw Failure(quoted(name) + ": its name is too long");
-    return {std::move(name), info.st_mode & (S_IFMT | 0777U), info.st_mtim.tv_sec};
 }
 
 // Reads until the room is full or the file ends.
@@ -70,9 +69,12 @@ std::string targetOf(int folder, const std::string& name, const std::string& pat
 // a few blocks are under way at any time.
 class Packer {
   public:
-    Packer(const SourceTree& tree, std::string prefix, bool verbose, ZipWriter& writer)
+    // `newest` is the date of everything that is newer.
+    Packer(const SourceTree& tree, std::string prefix, std::int64_t newest, bool verbose,
+           ZipWriter& writer)
         : tree_(tree),
           prefix_(std::move(prefix)),
+          newest_(newest),
           verbose_(verbose),
           writer_(writer),
           folders_(tree.root()),
@@ -88,6 +90,9 @@ class Packer {
         while (!jobs_.empty()) finishOldest();
     }
 
+    // After packAll(): why this tool will not unpack the archive, or "".
+    std::string objection() const { return linkObjection(tree_, prefix_, linkTargets_); }
+
   private:
     // A block of a file, or else a whole folder or link.
     struct Job {
@@ -97,6 +102,12 @@ class Packer {
         bool wide = false;
         std::string linkTarget;
     };
+
+    EntryHeader headerFor(std::string name, const struct stat& info) const {
+        if (name.size() > kLongestName) throw Failure(quoted(name) + ": its name is too long");
+        return {std::move(name), info.st_mode & (S_IFMT | 0777U),
+                std::min<std::int64_t>(info.st_mtim.tv_sec, newest_)};
+    }
 
     void packRoot() {
         struct stat info = {};
@@ -111,12 +122,17 @@ class Packer {
         struct stat info = {};
         if (::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
             failWithErrno(item.path, "examined");
+        const bool isFolder = item.kind == SourceItem::Kind::Folder;
+        if (isFolder ? !S_ISDIR(info.st_mode) : !S_ISLNK(info.st_mode))
+            throw Failure(quoted(item.path) + " was replaced while it was packed");
         Job job;
         job.header = headerFor(prefix_ + item.path, info);
-        if (item.kind == SourceItem::Kind::Folder)
+        if (isFolder) {
             job.header.name += '/';
-        else
+        } else {
             job.linkTarget = targetOf(folder, name, item.path);
+            linkTargets_.push_back(job.linkTarget);
+        }
         keepBounded();
         jobs_.push_back(std::move(job));
     }
@@ -200,11 +216,13 @@ class Packer {
 
     const SourceTree& tree_;
     const std::string prefix_;  // of every name; ends in a slash
+    const std::int64_t newest_;
     const bool verbose_;
     ZipWriter& writer_;
     FolderCache folders_;
     std::deque<Job> jobs_;
     std::vector<std::unique_ptr<Block>> spare_;
+    std::vector<std::string> linkTargets_;
     std::uint32_t crc_ = 0;  // of the large file under way
     std::uint64_t size_ = 0;
     BlockDeflater deflater_;  // ends before the blocks do
@@ -213,15 +231,23 @@ class Packer {
 }  // namespace
 
 void pack(const Options& options, unsigned umask) {
+    const std::optional<std::int64_t> newest = sourceDateEpoch();
     PendingArchive pending(options.destination, umask);
     const SourceTree tree(options.sources.front(), pending.place());
     pending.create();
-    ZipWriter writer(pending.file(), options.destination);
+    ZipWriter writer(pending.file(), options.destination, newest ? DateZone::Utc : DateZone::Local);
     const bool prefixed = options.keepParent && tree.isFolder() && !tree.name().empty();
-    Packer(tree, prefixed ? tree.name() + '/' : std::string(), options.verbose, writer).packAll();
+    Packer packer(tree, prefixed ? tree.name() + '/' : std::string(),
+                  newest.value_or(std::numeric_limits<std::int64_t>::max()), options.verbose,
+                  writer);
+    packer.packAll();
     writer.finish();
+    const std::string objection = packer.objection();
     throwIfInterrupted();
     pending.putInPlace();
+    if (!objection.empty())
+        std::fprintf(stderr, "ditto: warning: %s; ditto will not unpack this archive\n",
+                     objection.c_str());
 }
 
 }  // namespace quillmoor::ditto

@@ -33,18 +33,6 @@ std::span<const unsigned char> bytesOf(std::string_view text) {
     return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
 }
 
-// The old form of a date: local time from 1980 to 2107 in steps of two seconds.
-std::uint32_t dosDate(std::int64_t modified) {
-    const auto seconds = static_cast<std::time_t>(modified);
-    std::tm parts = {};
-    if (::localtime_r(&seconds, &parts) == nullptr || parts.tm_year < 80)
-        return 1U << 21U | 1U << 16U;
-    const int year = std::min(parts.tm_year - 80, 127);
-    return static_cast<std::uint32_t>(year << 25 | (parts.tm_mon + 1) << 21 | parts.tm_mday << 16 |
-                                      parts.tm_hour << 11 | parts.tm_min << 5 |
-                                      std::min(parts.tm_sec, 59) / 2);
-}
-
 // The exact date, where 32 bits hold it.
 std::string timestampField(std::int64_t modified) {
     std::string field;
@@ -58,14 +46,6 @@ std::string timestampField(std::int64_t modified) {
     return field;
 }
 
-// What both headers have in common, from the needed version to the date.
-void putCommon(std::string& out, const EntryHeader& header, std::uint16_t method, bool wide) {
-    put16(out, wide ? kWideVersion : kVersion);
-    put16(out, isUtf8(header.name) ? zip::kFlagUtf8 : 0);
-    put16(out, method);
-    put32(out, dosDate(header.modified));
-}
-
 bool needsWide(std::uint64_t value) {
     return value >= zip::kMax32;
 }
@@ -76,7 +56,8 @@ std::uint64_t narrow(std::uint64_t value) {
 
 }  // namespace
 
-ZipWriter::ZipWriter(int file, std::string path) : file_(file), path_(std::move(path)) {
+ZipWriter::ZipWriter(int file, std::string path, DateZone zone)
+    : file_(file), path_(std::move(path)), zone_(zone) {
     buffer_.reserve(2 * kBufferSize);
 }
 
@@ -119,6 +100,28 @@ void ZipWriter::end(std::uint32_t crc, std::uint64_t size) {
                    path_);
     }
     addToDirectory(current_, sums, currentOffset_);
+}
+
+// The old form of a date: from 1980 to 2107 in steps of two seconds.
+std::uint32_t ZipWriter::dosDate(std::int64_t modified) const {
+    const auto seconds = static_cast<std::time_t>(modified);
+    std::tm parts = {};
+    const auto* done =
+        zone_ == DateZone::Utc ? ::gmtime_r(&seconds, &parts) : ::localtime_r(&seconds, &parts);
+    if (done == nullptr || parts.tm_year < 80) return 1U << 21U | 1U << 16U;
+    const int year = std::min(parts.tm_year - 80, 127);
+    return static_cast<std::uint32_t>(year << 25 | (parts.tm_mon + 1) << 21 | parts.tm_mday << 16 |
+                                      parts.tm_hour << 11 | parts.tm_min << 5 |
+                                      std::min(parts.tm_sec, 59) / 2);
+}
+
+// What both headers have in common, from the needed version to the date.
+void ZipWriter::putCommon(std::string& out, const EntryHeader& header, std::uint16_t method,
+                          bool wide) const {
+    put16(out, wide ? kWideVersion : kVersion);
+    put16(out, isUtf8(header.name) ? zip::kFlagUtf8 : 0);
+    put16(out, method);
+    put32(out, dosDate(header.modified));
 }
 
 void ZipWriter::writeLocalHeader(const EntryHeader& header, const Sums& sums, bool wide) {

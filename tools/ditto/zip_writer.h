@@ -14,12 +14,16 @@ struct EntryHeader {
     std::int64_t modified = 0;
 };
 
+// Whose hours the headers' old form of a date is in. It has no time zone: readers take it for their
+// own, which hardly matters, as the exact date stands beside it.
+enum class DateZone : bool { Local, Utc };
+
 // Entries beyond 4 GiB and archives beyond 65,535 entries take the format's wide form. Throws
 // Failure when the file cannot be written. What is buffered is lost without finish().
 class ZipWriter {
   public:
     // `file` stays the caller's and is at its beginning; `path` is for messages.
-    ZipWriter(int file, std::string path);
+    ZipWriter(int file, std::string path, DateZone zone = DateZone::Local);
 
     // A whole entry.
     void add(const EntryHeader& header, std::uint16_t method, std::uint32_t crc, std::uint64_t size,
@@ -42,6 +46,9 @@ class ZipWriter {
         std::uint64_t compressedSize = 0;
     };
 
+    std::uint32_t dosDate(std::int64_t modified) const;
+    void putCommon(std::string& out, const EntryHeader& header, std::uint16_t method,
+                   bool wide) const;
     void writeLocalHeader(const EntryHeader& header, const Sums& sums, bool wide);
     void addToDirectory(const EntryHeader& header, const Sums& sums, std::uint64_t offset);
     void write(std::string_view bytes);
@@ -49,6 +56,7 @@ class ZipWriter {
 
     int file_;
     std::string path_;
+    DateZone zone_;
     std::string buffer_;
     std::uint64_t offset_ = 0;  // of what comes next
     std::string directory_;

@@ -9,11 +9,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -246,6 +248,182 @@ TEST_F(DittoPack, ASignalLeavesTheOldArchive) {
 TEST_F(DittoPack, TheArchiveHasTheUsualRights) {
     ASSERT_EQ(runDitto({"-ck", folder_.writeFile("file"), zip_}, [] { ::umask(026); }).status, 0);
     EXPECT_EQ(static_cast<unsigned>(fs::status(zip_).permissions()), 0640U);
+}
+
+TEST_F(DittoPack, ALinkThatItsOwnUnpackingRefusesIsWarnedOfOnce) {
+    folder_.writeFile("src/d/file");
+    folder_.makeLink("src/d/fine", "../d/./file");
+    folder_.makeLink("src/m", "../outside");
+    folder_.makeLink("src/d/first\n", "/etc/passwd");
+    folder_.makeLink("src/z", "/");
+    const DittoResult packed = runDitto({"-ck", folder_ / "src", zip_});
+    EXPECT_EQ(packed.status, 0);
+    EXPECT_EQ(packed.errors,
+              "ditto: warning: “d/first\\x0a” is a link to an absolute path; ditto will not unpack "
+              "this archive\n");
+    EXPECT_EQ(readWithPeer(zip_).size(), 6U);
+    const DittoResult refused = runDitto({"-xk", zip_, folder_ / "back"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.errors.find("“d/first\\x0a”: it is a link to an absolute path"),
+              std::string::npos)
+        << refused.errors;
+}
+
+TEST_F(DittoPack, WhereALinkLeadsDependsOnTheArchivesTop) {
+    folder_.writeFile("src/file");
+    folder_.makeLink("src/link", "../src/file");
+    const DittoResult out = runDitto({"-ck", folder_ / "src", zip_});
+    EXPECT_NE(out.errors.find("warning: “link” is a link that leads out"), std::string::npos)
+        << out.errors;
+    EXPECT_EQ(runDitto({"-ck", "--keepParent", folder_ / "src", zip_}).errors, "");
+    EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
+}
+
+TEST_F(DittoPack, ALinkThroughAFileIsWarnedOf) {
+    folder_.writeFile("src/file");
+    folder_.makeLink("src/link", "file/../file");
+    const DittoResult result = runDitto({"-ck", folder_ / "src", zip_});
+    EXPECT_NE(result.errors.find("warning: “link” is a link that climbs out of what is no folder"),
+              std::string::npos)
+        << result.errors;
+    EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 1);
+}
+
+TEST_F(DittoPack, ATreeThatCanBeUnpackedIsPackedWithoutAWord) {
+    EXPECT_EQ(runDitto({"-ck", makeBundle(), zip_}).errors, "");
+}
+
+std::function<void()> withEnvironment(const std::string& sourceDate, const char* zone = "UTC") {
+    return [=] {
+        ::setenv("TZ", zone, 1);
+        ::setenv("SOURCE_DATE_EPOCH", sourceDate.c_str(), 1);
+    };
+}
+
+TEST_F(DittoPack, TheSameInputGivesTheSameBytes) {
+    const std::string app = makeBundle();
+    folder_.writeFile("src/X é.app/large", noise(3U << 20U) + std::string(1U << 20U, 'x'));
+    setDate(app + "/large", 1000000);
+    ASSERT_EQ(runDitto({"-ck", "--keepParent", app, zip_}, withEnvironment("1000000500")).status,
+              0);
+    const std::string first = readFile(zip_);
+    // Copied in another order, later, elsewhere in the world.
+    const fs::path copy = folder_.makeFolder("copy/X é.app");
+    std::vector<fs::path> items;
+    for (const auto& item : fs::recursive_directory_iterator(app)) items.push_back(item.path());
+    std::sort(items.rbegin(), items.rend());
+    for (const fs::path& item : items)
+        if (fs::is_directory(fs::symlink_status(item)))
+            fs::create_directories(copy / item.lexically_relative(app));
+    for (const fs::path& item : items)
+        if (!fs::is_directory(fs::symlink_status(item)))
+            fs::copy(item, copy / item.lexically_relative(app), fs::copy_options::copy_symlinks);
+    for (const fs::path& item : items)
+        if (!fs::is_symlink(item))
+            fs::permissions(copy / item.lexically_relative(app), fs::status(item).permissions());
+    setDate(copy / "large", 1000000);
+    ASSERT_EQ(
+        runDitto({"-ck", "--keepParent", copy, zip_}, withEnvironment("1000000500", "Asia/Kolkata"))
+            .status,
+        0);
+    EXPECT_TRUE(readFile(zip_) == first);
+}
+
+TEST_F(DittoPack, NewerDatesBecomeTheSourceDateAndOlderOnesStay) {
+    const std::int64_t date = 1000000000;
+    setDate(folder_.writeFile("src/older"), date - 1);
+    setDate(folder_.writeFile("src/same"), date);
+    setDate(folder_.writeFile("src/newer"), date + 1);
+    setDate(folder_.makeLink("src/link", "same"), date + 100);
+    folder_.makeFolder("src/folder");
+    ASSERT_EQ(runDitto({"-ck", "--keepParent", folder_ / "src", zip_},
+                       withEnvironment(std::to_string(date)))
+                  .status,
+              0);
+    const auto entries = readWithPeer(zip_);
+    ASSERT_EQ(entries.size(), 6U);
+    for (const PeerEntry& entry : entries)
+        EXPECT_EQ(entry.modified, entry.name == "src/older" ? date - 1 : date) << entry.name;
+}
+
+TEST_F(DittoPack, ABadSourceDateIsAnErrorAndLeavesTheOldArchive) {
+    const std::string file = folder_.writeFile("file", "content");
+    folder_.writeFile("out/a.zip", "old");
+    const DittoResult result = runDitto({"-ck", file, zip_}, withEnvironment("tomorrow"));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors,
+              "ditto: SOURCE_DATE_EPOCH needs a number of seconds since 1970, not “tomorrow”\n");
+    EXPECT_EQ(readFile(zip_), "old");
+    EXPECT_EQ(itemsIn(out_), 1U);
+    // Unpacking does not look at it.
+    ASSERT_EQ(runDitto({"-ck", file, zip_}).status, 0);
+    EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}, withEnvironment("tomorrow")).status, 0);
+}
+
+TEST_F(DittoPack, AnItemThatChangesItsKindMeanwhileIsAnError) {
+    for (int i = 0; i < 200; ++i)
+        folder_.writeFile("src/" + std::to_string(i) + std::string(50, 'n'), "x");
+    const std::string item = folder_ / "src/z";
+    const auto packWhile = [&](const std::function<void()>& change) {
+        return test::pauseDitto({"-ck", folder_ / "src", zip_}, [&](pid_t) { change(); });
+    };
+    const auto expectFailure = [&](const DittoResult& result, const char* why) {
+        EXPECT_EQ(result.status, 1);
+        EXPECT_NE(result.errors.find(why), std::string::npos) << result.errors;
+        EXPECT_EQ(itemsIn(out_), 0U);
+        fs::remove_all(item);
+    };
+    folder_.makeFolder("src/z");
+    expectFailure(packWhile([&] { fs::remove(item), folder_.writeFile("src/z", "lost"); }),
+                  "“z” was replaced while it was packed");
+    folder_.makeFolder("src/z");
+    expectFailure(packWhile([&] { fs::remove(item), folder_.makeLink("src/z", "/etc"); }),
+                  "“z” was replaced while it was packed");
+    folder_.makeLink("src/z", "x");
+    expectFailure(packWhile([&] { fs::remove(item), folder_.makeFolder("src/z"); }),
+                  "“z” was replaced while it was packed");
+    folder_.writeFile("src/z", "x");
+    expectFailure(packWhile([&] { fs::remove(item), folder_.makeLink("src/z", "/etc/passwd"); }),
+                  "“z” couldn’t be opened");
+    folder_.writeFile("src/z", "x");
+    expectFailure(packWhile([&] { fs::remove(item), ::mkfifo(item.c_str(), 0600); }),
+                  "“z” is no file any more");
+    // Folders on the way are not left through links either.
+    folder_.writeFile("src/z/file", "x");
+    expectFailure(packWhile([&] { fs::remove_all(item), folder_.makeLink("src/z", "/etc"); }),
+                  "“z” was replaced while it was packed");
+}
+
+TEST_F(DittoPack, WithoutEnoughDescriptorsTheOldArchiveStays) {
+    folder_.writeFile("out/a.zip", "old");
+    folder_.writeFile("src/d/e/file", "content");
+    folder_.makeLink("src/link", "d");
+    int failures = 0;
+    bool done = false;
+    for (unsigned count = 4; count < 40 && !done; ++count) {
+        const DittoResult result =
+            runDitto({"-ck", folder_ / "src", zip_}, test::withDescriptors(count));
+        done = result.status == 0;
+        EXPECT_EQ(itemsIn(out_), 1U) << count;
+        if (done) continue;
+        ++failures;
+        EXPECT_NE(result.errors.find("Too many open files"), std::string::npos)
+            << count << result.errors;
+        EXPECT_EQ(readFile(zip_), "old");
+    }
+    EXPECT_TRUE(done);
+    EXPECT_GT(failures, 1);
+}
+
+TEST_F(DittoPack, AMessageNeverGetsIntoTheArchive) {
+    folder_.writeFile("src/file", "content");
+    const auto closed = [] {
+        for (const int stream : {0, 1, 2}) ::close(stream);
+    };
+    ASSERT_EQ(runDitto({"-ckV", folder_ / "src", zip_}, closed).status, 0);
+    ASSERT_EQ(readWithPeer(zip_).size(), 1U);
+    EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
+    EXPECT_EQ(readFile(folder_ / "back/file"), "content");
 }
 
 using UserDittoPack = DittoPack;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -90,7 +91,16 @@ DittoResult runDitto(const std::vector<std::string>& arguments,
     return finish(startDitto(arguments, prepare));
 }
 
-DittoResult interruptDitto(std::vector<std::string> arguments, int signal) {
+std::function<void()> withDescriptors(unsigned count) {
+    return [count] {
+        ::close_range(STDERR_FILENO + 1, ~0U, 0);
+        const rlimit most = {count, count};
+        ::setrlimit(RLIMIT_NOFILE, &most);
+    };
+}
+
+DittoResult pauseDitto(std::vector<std::string> arguments,
+                       const std::function<void(pid_t)>& inTheMiddle) {
     arguments.insert(arguments.begin(), "-V");
     const Child child = startDitto(arguments, {});
     // A whole line no longer fits once this much is there.
@@ -103,8 +113,12 @@ DittoResult interruptDitto(std::vector<std::string> arguments, int signal) {
             break;
         ::usleep(1000);
     }
-    ::kill(child.process, signal);
+    inTheMiddle(child.process);
     return finish(child);
+}
+
+DittoResult interruptDitto(const std::vector<std::string>& arguments, int signal) {
+    return pauseDitto(arguments, [signal](pid_t process) { ::kill(process, signal); });
 }
 
 std::vector<std::string> describeTree(const std::string& folder) {

@@ -21,9 +21,16 @@ struct DittoResult {
 DittoResult runDitto(const std::vector<std::string>& arguments,
                      const std::function<void()>& prepare = {});
 
+// To prepare with: the tool can have so many descriptors, the three standard streams included.
+std::function<void()> withDescriptors(unsigned count);
+
 // Runs it with -V added and its standard error full, so that it stands still in the middle of the
-// work; sends the signal, and then lets it go on.
-DittoResult interruptDitto(std::vector<std::string> arguments, int signal);
+// work; does something meanwhile, and then lets it go on.
+DittoResult pauseDitto(std::vector<std::string> arguments,
+                       const std::function<void(pid_t)>& inTheMiddle);
+
+// Sends it a signal in the middle of the work.
+DittoResult interruptDitto(const std::vector<std::string>& arguments, int signal);
 
 // One line for each item below `folder`, sorted: path, kind, rights, date, and a link's target or a
 // file's content. Links are not followed.

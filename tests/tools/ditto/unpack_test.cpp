@@ -6,8 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -458,6 +460,111 @@ TEST_F(DittoUnpack, AnIgnoredSignalStaysIgnored) {
     const DittoResult result = test::interruptDitto({"-xk", path, dest_}, SIGHUP);
     ::signal(SIGHUP, SIG_DFL);
     EXPECT_EQ(result.status, 0);
+}
+
+// Archives that zip, bsdtar and Python's zipfile made of one small tree; archives/make made them.
+TEST_F(DittoUnpack, ArchivesOfOtherPackersComeOutAsTheyWere) {
+    const std::string date = "|" + std::to_string(kDate);
+    const std::string file = "one.txt|33184" + date + "|one\n";
+    const std::string inner = "sub/long|33188" + date + '|' + std::string(3000, 'z');
+    const std::string link = "link|41471" + date + "|one.txt";
+    const std::string folder = "sub|16877" + date;
+    const std::string wide = "wide|33152" + date + "|wide";
+    using Lines = std::vector<std::string>;
+    const auto inUtc = [] { ::setenv("TZ", "UTC", 1); };
+    for (const char* name : {"zip", "zip-wide", "bsdtar", "bsdtar-stored", "bsdtar-wide"}) {
+        const std::string path = std::string(DITTO_ARCHIVES) + name + ".zip";
+        EXPECT_EQ(runDitto({"-xk", path, work_ + '/' + name}, inUtc).errors, "");
+        EXPECT_TRUE(test::describeTree(work_ + '/' + name) == (Lines{link, file, inner, folder}))
+            << name;
+    }
+    for (const char* name : {"python", "python-streamed"}) {
+        const std::string path = std::string(DITTO_ARCHIVES) + name + ".zip";
+        EXPECT_EQ(runDitto({"-xk", path, work_ + '/' + name}, inUtc).errors, "");
+        EXPECT_TRUE(test::describeTree(work_ + '/' + name) == (Lines{file, inner, folder, wide}))
+            << name;
+    }
+    EXPECT_EQ(runDitto({"-xk", DITTO_ARCHIVES "zip-streamed.zip", dest_}).errors, "");
+    EXPECT_EQ(readFile(dest_ + "/one.txt"), "one\n");
+    EXPECT_EQ(readFile(dest_ + "/sub/long"), std::string(3000, 'z'));
+}
+
+TEST_F(DittoUnpack, WhatWasPackedFromAPipeIsAFile) {
+    for (const char* name : {"zip-pipe", "zip-pipe-streamed"}) {
+        const std::string path = std::string(DITTO_ARCHIVES) + name + ".zip";
+        EXPECT_EQ(runDitto({"-xk", path, work_ + '/' + name}).errors, "");
+        EXPECT_TRUE(fs::is_regular_file(work_ + '/' + name + "/-"));
+        EXPECT_EQ(readFile(work_ + '/' + name + "/-"), std::string(3000, 'z'));
+        EXPECT_EQ(modeOf(work_ + '/' + name + "/-"), 0600U);
+    }
+}
+
+TEST_F(DittoUnpack, ALocalHeaderThatContradictsTheDirectoryIsRefused) {
+    ZipItem item = zipFile("a");
+    item.localSize = 8;
+    expectRefusal(buildZip({item}), "its two headers contradict each other");
+    item.localSize.reset();
+    item.localCrc = 1;
+    expectRefusal(buildZip({item}), "its two headers contradict each other");
+}
+
+TEST_F(DittoUnpack, NamesThatDifferInCaseAreTwoWhereTheFileSystemSaysSo) {
+    EXPECT_EQ(unpack(buildZip({zipFile("a", "1"), zipFile("A", "2")})).status, 0);
+    EXPECT_EQ(readFile(dest_ + "/a"), "1");
+    EXPECT_EQ(readFile(dest_ + "/A"), "2");
+}
+
+TEST_F(DittoUnpack, AFolderThatCannotBeMadeIsNamed) {
+    const std::string path = archive(buildZip({zipFile("a")}));
+    const DittoResult result = runDitto({"-xk", path, "/proc/made/dest"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("“/proc/made” couldn’t be made"), std::string::npos)
+        << result.errors;
+}
+
+// From as many as the loader needs up to enough for everything.
+TEST_F(DittoUnpack, WithoutEnoughDescriptorsNothingIsLeft) {
+    const std::string path = archive(
+        buildZip({zipFolder("d/", 0555), zipFile("d/e/f"), zipFile("g"), zipLink("l", "g")}));
+    folder_.writeFile("work/old/old", "old");
+    const auto before = test::describeTree(work_ + "/old");
+    for (const char* name : {"/p/dest", "/old"}) {
+        int failures = 0;
+        for (unsigned count = 4;; ++count) {
+            ASSERT_LT(count, 40U);
+            const DittoResult result =
+                runDitto({"-xk", path, work_ + name}, test::withDescriptors(count));
+            if (result.status == 0) break;
+            ++failures;
+            EXPECT_NE(result.errors.find("Too many open files"), std::string::npos)
+                << count << result.errors;
+            EXPECT_EQ(result.errors.find("left behind"), std::string::npos) << result.errors;
+            ASSERT_EQ(itemsLeft(), 1U) << count << result.errors;
+            ASSERT_EQ(test::describeTree(work_ + "/old"), before) << count << result.errors;
+        }
+        EXPECT_GT(failures, 5);
+        const Descriptor made(::open((work_ + "/p").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (made) removeContents(made.get());
+        fs::remove(work_ + "/p");
+    }
+}
+
+TEST_F(DittoUnpack, MessagesThatNobodyReadsDoNotEndIt) {
+    const std::string path = archive(buildZip(manyFiles()));
+    const auto closedPipe = [] {
+        std::array<int, 2> ends = {};
+        if (::pipe(ends.data()) != 0) ::_exit(77);
+        ::dup2(ends[1], STDERR_FILENO);
+        ::close(ends[0]);
+        ::close(ends[1]);
+    };
+    EXPECT_EQ(runDitto({"-xkV", path, dest_}, closedPipe).status, 0);
+    EXPECT_EQ(readFile(dest_ + "/d/1" + std::string(50, 'n')), "content");
+}
+
+TEST_F(DittoUnpack, HelpWithoutAStandardOutputIsAFailure) {
+    EXPECT_EQ(runDitto({"--help"}, [] { ::close(1); }).status, 1);
+    EXPECT_EQ(runDitto({"--help"}, [] { ::close(0), ::close(1); }).status, 1);
 }
 
 // Whatever one byte of an archive is changed to: all or nothing, and nothing elsewhere.
