@@ -5,11 +5,12 @@ import fcntl
 import os
 import pty
 import select
+import socket
 import subprocess
 import termios
 import time
 
-from stage import DISMISSING_AGENT, PROBE, as_user
+from stage import DISMISSING_AGENT, PROBE, as_user, start_time
 
 LINE_END = "\x1e"  # one that is part of a word
 SUCCESS, DENIED, CANCELED, NOT_ALLOWED, INTERNAL = 0, -60005, -60006, -60007, -60008
@@ -17,27 +18,37 @@ TOOL_FAILED = -60031
 
 
 class Probe:
-    """The client, as an ordinary user, with a terminal of its own if it is given one."""
+    """The client, as an ordinary user, with a terminal of its own if it is given one. It is spoken
+    to through pipes, which other processes of its user can read, or through a socket."""
 
-    def __init__(self, user, terminal=None, ignore_children=False):
+    def __init__(self, user, terminal=None, ignore_children=False, on_socket=False):
         def take_terminal():
             if terminal is not None:
                 fcntl.ioctl(terminal.slave, termios.TIOCSCTTY, 0)
 
         program = ["sh", "-c", "trap '' CHLD; exec " + PROBE] if ignore_children else [PROBE]
-        self.process = subprocess.Popen(as_user(user) + program, stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, text=True, bufsize=1,
-                                        start_new_session=True, preexec_fn=take_terminal)
-        ready = self.process.stdout.readline().split()
+        ends = [os.pipe(), os.pipe()]
+        if on_socket:
+            ours, theirs = (end.detach() for end in socket.socketpair())
+            ends = [(theirs, ours), (os.dup(ours), os.dup(theirs))]
+        (child_input, ours_out), (ours_in, child_output) = ends
+        self.process = subprocess.Popen(as_user(user) + program, stdin=child_input,
+                                        stdout=child_output, start_new_session=True,
+                                        preexec_fn=take_terminal)
+        os.close(child_input)
+        os.close(child_output)
+        self.commands = open(ours_out, "w", encoding="utf-8")
+        self.answers = open(ours_in, encoding="utf-8")
+        ready = self.answers.readline().split()
         assert ready and ready[0] == "ready", "the probe has not started"
         self.pid = int(ready[1])
 
     def say(self, *words):
-        self.process.stdin.write("\t".join(words).replace("\n", LINE_END) + "\n")
-        self.process.stdin.flush()
+        self.commands.write("\t".join(words).replace("\n", LINE_END) + "\n")
+        self.commands.flush()
 
     def answer(self):
-        return self.process.stdout.readline().strip()
+        return self.answers.readline().strip()
 
     def ask(self, *words):
         self.say(*words)
@@ -57,9 +68,9 @@ class Probe:
         return int(parts[0]), output
 
     def end(self):
-        self.process.stdin.close()
+        self.commands.close()
+        self.answers.close()
         self.process.wait()
-        self.process.stdout.close()
 
     def __enter__(self):
         return self
@@ -164,10 +175,9 @@ class DismissingAgent:
     """polkit's agent in a desktop, and a user who closes its dialog."""
 
     def __init__(self, probe, user):
-        with open(f"/proc/{probe.pid}/stat", encoding="utf-8") as file:
-            start = file.read().rsplit(")", 1)[1].split()[19]
         self.process = subprocess.Popen(
-            as_user(user) + ["/usr/bin/python3", DISMISSING_AGENT, str(probe.pid), start],
+            as_user(user) + ["/usr/bin/python3", DISMISSING_AGENT, str(probe.pid),
+                             start_time(probe.pid)],
             stdout=subprocess.PIPE, text=True)
         assert self.process.stdout.readline().startswith("registered")
 

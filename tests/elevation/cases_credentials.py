@@ -22,7 +22,7 @@ def credentials(passwords):
         check(probe.status("credentials", "kxadmin", "wrong") == DENIED, "a wrong password")
         status, seconds = probe.timed("unasked")
         check(status != SUCCESS and seconds < 0.1, "no credentials and no interaction")
-        check(eventually(lambda: not running("pkttyagent")), "no agent stays")
+        check(eventually(lambda: not running("pkttyagent")), "no agent on a terminal is used")
         check_not_asked_again(probe, passwords["kxadmin"])
     with Probe("kxfree") as probe:
         check(probe.status("credentials", "kxfree", "wrong") == DENIED,

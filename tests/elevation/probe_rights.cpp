@@ -6,6 +6,7 @@
 #include <chrono>
 #include <memory>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "platform/authorization.h"
@@ -89,6 +90,27 @@ std::string askWithDialog(const StringList&) {
 
 std::string askWithNeither(const StringList&) {
     return askForRights(std::nullopt, kExtend);
+}
+
+std::string askTwice(const StringList& words) {
+    const std::vector<AuthorizationItem> environment = {
+        {platform::kAuthorizationEnvironmentUsername, words.at(2), 0},
+        {platform::kAuthorizationEnvironmentPassword, words.at(3), 0}};
+    const std::vector<AuthorizationItem> rights = {
+        {platform::kAuthorizationRightAdmin, std::nullopt, 0}};
+    const auto ask = [&](AuthorizationStatus& status) {
+        platform::AuthorizationRef own = nullptr;
+        services().create(std::nullopt, std::nullopt, platform::kAuthorizationFlagDefaults, own);
+        status = services().copyRights(own, rights, environment, kExtend);
+        services().free(own, platform::kAuthorizationFlagDefaults);
+    };
+    AuthorizationStatus first = 1;
+    AuthorizationStatus second = 1;
+    std::thread other([&] { ask(first); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(words.at(1))));
+    ask(second);
+    other.join();
+    return std::to_string(first) + " " + std::to_string(second);
 }
 
 std::string giveUp(const StringList&) {

@@ -13,6 +13,10 @@ std::string askWithCredentials(const StringList& words);  // words[1] and [2]: n
 std::string askWithDialog(const StringList&);
 std::string askWithNeither(const StringList&);
 
+// Asks with credentials on two threads, words[1] milliseconds apart; words[2] and [3] are name and
+// password. Answers both statuses.
+std::string askTwice(const StringList& words);
+
 // Gives the authorization up and answers the status.
 std::string giveUp(const StringList&);
 

@@ -37,6 +37,7 @@ std::string perform(const StringList& words) {
         {"credentials", probe::askWithCredentials},
         {"dialog", probe::askWithDialog},
         {"unasked", probe::askWithNeither},
+        {"twice", probe::askTwice},
         {"free", probe::giveUp},
         {"execute", probe::execute},
         {"bytes", probe::executeBytes},

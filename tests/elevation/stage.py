@@ -15,6 +15,9 @@ PROBE = KIT + "/bin/rights_probe"
 HELPER_NAME = "quillmoor-rights-helper"
 HELPER = KIT + "/libexec/quillmoor/" + HELPER_NAME
 DISMISSING_AGENT = KIT + "/bin/dismissing_agent.py"
+THIEF = KIT + "/bin/thief.py"
+AGENT_SERVICE = KIT + "/bin/agent_service.py"
+AGENT_HELPER = "/usr/lib/polkit-1/polkit-agent-helper-1"
 BUS = "/run/dbus/system_bus_socket"
 SUDOERS = "/etc/sudoers.d/kx"
 RULES = "/etc/polkit-1/rules.d/00-kx.rules"
@@ -197,6 +200,11 @@ def state_of(pid):
     return state, int(parent)
 
 
+def start_time(pid):
+    """When a process was started, as polkit counts it."""
+    return read_file(f"/proc/{pid}/stat").decode("utf-8", "replace").rsplit(")", 1)[1].split()[19]
+
+
 def has_ended(pid):
     """Its command line goes first: what it had open is closed only after that."""
     return state_of(pid)[0] in (None, "Z")
@@ -221,9 +229,10 @@ def zombies_of(parent):
 
 def prepare(probe, helper):
     here = os.path.dirname(os.path.abspath(__file__))
-    agent = here + "/dismissing_agent.py"
     # Read first: the checkout may stand in one of the folders that are replaced.
-    kit = {PROBE: read_file(probe), HELPER: read_file(helper), DISMISSING_AGENT: read_file(agent)}
+    kit = {PROBE: read_file(probe), HELPER: read_file(helper)}
+    for script in (DISMISSING_AGENT, THIEF, AGENT_SERVICE):
+        kit[script] = read_file(here + "/" + os.path.basename(script))
     policy = read_file(here + "/../../resources/com.quillmoor.rights.policy.in")
     replace_folders()
     make_kit(kit)
@@ -235,7 +244,8 @@ def prepare(probe, helper):
 
 def check_nothing_left():
     gone = lambda: not any(running(word) for word in
-                           (HELPER_NAME, "pkttyagent", "pkexec", "/sudo", "/su ", "rights_probe",
+                           (HELPER_NAME, "pkttyagent", "pkexec", "agent-helper", "/sudo", "/su ",
+                            "rights_probe",
                             "dismissing_agent"))
     check(eventually(gone), "no helper, agent or launcher is left")
     check(not [name for name in os.listdir("/tmp") if name.startswith("quillmoor-")],

@@ -10,6 +10,7 @@
 #include <exception>
 #include <utility>
 
+#include "platform/linux/rights/peer_linux.h"
 #include "platform/linux/small_file_linux.h"
 #include "platform/native_services.h"
 #include "platform/posix/c_strings_posix.h"
@@ -29,10 +30,7 @@ void setDescriptors(posix::SpawnActions& actions, const LaunchSetup& setup) {
     int last = kLastStream;
     for (int number = 0; number < static_cast<int>(setup.descriptors.size()); ++number) {
         const int source = setup.descriptors[static_cast<std::size_t>(number)];
-        if (number == 0 && !setup.terminal.empty()) {
-            // The leader of a session that has no terminal makes the first that it opens its own.
-            actions.open(number, setup.terminal.c_str());
-        } else if (source >= 0) {
+        if (source >= 0) {
             actions.duplicate(source, number);
             last = std::max(last, number);
         } else if (number <= kLastStream) {
@@ -68,8 +66,7 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
     environment.add(setup.environment);
     posix::SpawnActions actions;
     setDescriptors(actions, setup);
-    const posix::SpawnAttributes attributes(setup.terminal.empty() ? posix::SpawnSession::Inherited
-                                                                   : posix::SpawnSession::Own);
+    const posix::SpawnAttributes attributes(posix::SpawnSession::Inherited);
     if (actions.error() != 0 || attributes.error() != 0) return nullptr;
 
     pid_t pid = -1;
@@ -87,6 +84,10 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
 
 LaunchChild::~LaunchChild() {
     if (!end()) collectLater(std::move(exit_), pid_);
+}
+
+bool LaunchChild::isRunning() const {
+    return !hasEnded(exit_);
 }
 
 std::optional<LaunchEnd> LaunchChild::end() {

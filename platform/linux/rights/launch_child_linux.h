@@ -19,9 +19,6 @@ struct LaunchSetup {
     Environment environment;
     // What becomes of the descriptors 0 to 3. -1 is the null device, for the last one nothing.
     std::array<int, 4> descriptors = {-1, -1, -1, -1};
-    // If not empty, a terminal that nobody uses: the program leads a session of its own, which this
-    // terminal belongs to.
-    std::string terminal;
 };
 
 // How a program ended. Both nil: the system gave the status to somebody else, because the host
@@ -46,6 +43,8 @@ class LaunchChild {
     // Readable once the child has ended.
     int exitDescriptor() const { return exit_.get(); }
 
+    // It has not ended, so that its number is its own.
+    bool isRunning() const;
     // nil while it runs.
     std::optional<LaunchEnd> end();
     // It has ended or is about to: the system takes its memory first, then closes its descriptors,

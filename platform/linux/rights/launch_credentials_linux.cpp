@@ -1,18 +1,17 @@
-
-#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 
-#include "platform/linux/rights/agent_linux.h"
 #include "platform/linux/rights/launch_pkexec_linux.h"
 #include "platform/linux/rights/launch_programs_linux.h"
 #include "platform/linux/rights/launch_sudo_linux.h"
+#include "platform/linux/rights/launch_turn_linux.h"
 #include "platform/linux/rights/launchers_linux.h"
-#include "platform/linux/rights/pseudo_terminal_linux.h"
+#include "platform/linux/rights/polkit_agent_linux.h"
+#include "platform/linux/rights/polkit_helper_linux.h"
+#include "platform/linux/rights/sd_bus_linux.h"
 #include "platform/posix/users_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
@@ -27,46 +26,28 @@ std::optional<posix::User> knownUser(std::string_view name) {
     return posix::userWithName(std::string(name));
 }
 
-// How long polkit may take to notice the end of an agent.
-constexpr std::chrono::milliseconds kForgetting{2000};
-constexpr std::chrono::milliseconds kBetweenAttempts{20};
-
-struct PrivateAgent {
-    PseudoTerminal terminal;
-    Agent agent;
-};
-
-// Each attempt has a terminal of its own: it is of no use once the program on it has ended. nil
-// where the system has none to give.
-std::optional<PrivateAgent> openAgent() {
-    const auto limit = std::chrono::steady_clock::now() + kForgetting;
-    while (true) {
-        std::optional<PseudoTerminal> terminal = PseudoTerminal::open();
-        if (!terminal) return std::nullopt;
-        Agent agent = Agent::on(*terminal);
-        if (agent.state() != Agent::State::Taken || std::chrono::steady_clock::now() > limit)
-            return PrivateAgent{*std::move(terminal), std::move(agent)};
-        std::this_thread::sleep_for(kBetweenAttempts);
-    }
-}
-
-// nil where there is no polkit.
+// nil where there is no polkit, or nothing to answer it with.
 std::optional<AuthorizationStatus> launchWithPolkit(Rendezvous& rendezvous, const posix::User& user,
                                                     std::string_view password,
                                                     std::optional<Channel>& channel,
                                                     bool& wasAsked) {
-    if (!systemProgram(kPkexec) || !systemProgram(kAgent)) return std::nullopt;
-    const std::optional<PrivateAgent> ours = openAgent();
-    if (!ours) return kAuthorizationInternal;
-    if (ours->agent.state() == Agent::State::NoAuthority) return std::nullopt;
+    const SdBus* const bus = sdBus();
+    const PolkitHelper helper = PolkitHelper::ofSystem();
+    if (!systemProgram(kPkexec) || bus == nullptr || !helper.exists()) return std::nullopt;
+    PolkitAgent agent(*bus, kSystemBusAddress, user.id, [&](const std::string& cookie) {
+        return helper.start(user.name, cookie, password);
+    });
+    if (agent.state() == PolkitAgent::State::NoAuthority) return std::nullopt;
     // Without an agent of ours the user's would ask.
-    if (ours->agent.state() != Agent::State::Registered) return kAuthorizationInteractionNotAllowed;
+    if (agent.state() != PolkitAgent::State::Registered) return kAuthorizationInteractionNotAllowed;
 
-    AgentAnswers answers(ours->terminal, user.name, password);
-    const PkexecEnd end = runPkexec(rendezvous, channel, &answers);
-    wasAsked = answers.wasAsked();
-    if (end == PkexecEnd::NoAuthority) return std::nullopt;
-    return end == PkexecEnd::Helped ? kAuthorizationSuccess : kAuthorizationDenied;
+    const PkexecEnd end = runPkexec(rendezvous, channel, &agent);
+    wasAsked = agent.wasAsked();
+    if (end == PkexecEnd::Helped) return kAuthorizationSuccess;
+    // A password that was refused goes to nobody else.
+    if (end == PkexecEnd::NoAuthority && !wasAsked) return std::nullopt;
+    if (agent.hasFailed()) return kAuthorizationInteractionNotAllowed;
+    return end == PkexecEnd::Dismissed ? kAuthorizationCanceled : kAuthorizationDenied;
 }
 
 }  // namespace
@@ -79,6 +60,7 @@ AuthorizationStatus launchWithCredentials(Rendezvous& rendezvous, std::string_vi
     const std::optional<posix::User> user = knownUser(userName);
     if (!user || password.size() > kLongestPassword) return kAuthorizationDenied;
 
+    const LaunchTurn turn;
     bool wasAsked = false;
     std::optional<Channel> helper;
     std::optional<AuthorizationStatus> status =

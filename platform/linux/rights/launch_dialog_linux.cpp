@@ -8,10 +8,11 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/rights/agent_linux.h"
 #include "platform/linux/rights/launch_pkexec_linux.h"
 #include "platform/linux/rights/launch_programs_linux.h"
+#include "platform/linux/rights/launch_turn_linux.h"
 #include "platform/linux/rights/launchers_linux.h"
+#include "platform/linux/rights/terminal_agent_linux.h"
 #include "platform/posix/standard_streams_posix.h"
 #include "platform/posix/system_calls_posix.h"
 
@@ -50,8 +51,8 @@ class OwnTerminal {
 PkexecEnd askOnTerminal(Rendezvous& rendezvous, std::optional<Channel>& channel) {
     const OwnTerminal terminal;
     if (!terminal.isUsable()) return PkexecEnd::NoAgent;
-    const Agent agent = Agent::onOwnTerminal();
-    if (agent.state() != Agent::State::Registered) return PkexecEnd::NoAgent;
+    const TerminalAgent agent;
+    if (!agent.isRegistered()) return PkexecEnd::NoAgent;
     return runPkexec(rendezvous, channel, nullptr);
 }
 
@@ -82,6 +83,7 @@ AuthorizationStatus askWithSudo(Rendezvous& rendezvous, std::optional<Channel>& 
 AuthorizationStatus launchWithDialog(Rendezvous& rendezvous, std::optional<Channel>& channel) {
     if (isConfined()) return kAuthorizationInteractionNotAllowed;
     if (rendezvous.helperCommand().empty()) return kAuthorizationInternal;
+    const LaunchTurn turn;
     PkexecEnd end = runPkexec(rendezvous, channel, nullptr);
     if (end == PkexecEnd::NoAgent) end = askOnTerminal(rendezvous, channel);
     switch (end) {

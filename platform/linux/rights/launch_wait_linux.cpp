@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -18,7 +19,6 @@ namespace {
 using posix::Descriptor;
 using Clock = std::chrono::steady_clock;
 
-constexpr int kTickMilliseconds = 5;
 // More than any launcher says that has something to say.
 constexpr std::size_t kLongestComplaint = 16384;
 
@@ -28,8 +28,7 @@ class Wait {
          Conversation* conversation)
         : rendezvous_(rendezvous), launcher_(launcher), conversation_(conversation) {
         polled_ = {pollfd{rendezvous ? rendezvous->descriptor() : -1, POLLIN, 0},
-                   pollfd{launcher.exitDescriptor(), POLLIN, 0}, pollfd{errors.get(), POLLIN, 0},
-                   pollfd{conversation ? conversation->descriptor() : -1, POLLIN, 0}};
+                   pollfd{launcher.exitDescriptor(), POLLIN, 0}, pollfd{errors.get(), POLLIN, 0}};
     }
 
     LaunchAttempt run() {
@@ -39,22 +38,30 @@ class Wait {
     }
 
   private:
-    enum { kKnock, kExit, kErrors, kTalk };
+    enum { kKnock, kExit, kErrors, kTalk };  // from kTalk on, they are the conversation's
 
     bool came(std::size_t which) const { return polled_[which].revents != 0; }
 
     // NO when the waiting is over.
     bool step() {
+        polled_.resize(kTalk);
+        if (conversation_) conversation_->await(polled_);
         if (posix::systemCalls().poll(polled_.data(), polled_.size(),
-                                      conversation_ ? kTickMilliseconds : -1) < 0) {
+                                      conversation_ ? millisecondsLeft() : -1) < 0) {
             if (errno != EINTR) return giveUp();
             return true;
         }
         if (came(kErrors)) noteComplaint();
         if (came(kKnock) && answerKnock()) return false;
-        if (conversation_ && !talk()) return giveUp();
+        if (conversation_ && (!conversation_->proceed(launcher_) || Clock::now() >= deadline_))
+            return giveUp();
         if (came(kExit)) return noteEnd();
         return true;
+    }
+
+    int millisecondsLeft() const {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
+        return static_cast<int>(std::max(left.count(), std::chrono::milliseconds::rep{0}));
     }
 
     bool answerKnock() {
@@ -68,13 +75,6 @@ class Wait {
             polled_[kErrors].fd = -1;
         else if (attempt_.complaint.size() < kLongestComplaint)
             attempt_.complaint += *piece;
-    }
-
-    bool talk() {
-        std::optional<std::string> piece = std::string();
-        if (came(kTalk)) piece = readPiece(polled_[kTalk].fd);
-        if (!piece) polled_[kTalk].fd = -1;
-        return Clock::now() < deadline_ && conversation_->hear(piece.value_or(std::string()));
     }
 
     bool giveUp() {
@@ -94,7 +94,7 @@ class Wait {
     Rendezvous* rendezvous_;
     LaunchChild& launcher_;
     Conversation* conversation_;
-    std::array<pollfd, 4> polled_;
+    std::vector<pollfd> polled_;
     Clock::time_point deadline_ = Clock::now() + kCredentialsTimeout;
     LaunchAttempt attempt_;
 };
@@ -112,6 +112,14 @@ Pipe Pipe::open() {
 LaunchAttempt waitForHelper(Rendezvous* rendezvous, LaunchChild& launcher, const Descriptor& errors,
                             Conversation* conversation) {
     return Wait(rendezvous, launcher, errors, conversation).run();
+}
+
+bool isReadable(int descriptor, std::chrono::milliseconds timeout) {
+    pollfd polled{descriptor, POLLIN, 0};
+    int count = 0;
+    do count = posix::systemCalls().poll(&polled, 1, static_cast<int>(timeout.count()));
+    while (count < 0 && errno == EINTR);
+    return count > 0;
 }
 
 std::optional<std::string> readPiece(int descriptor) {

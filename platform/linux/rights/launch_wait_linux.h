@@ -1,10 +1,12 @@
 // Waiting for a helper that a launcher is to bring.
 #pragma once
 
+#include <poll.h>
+
 #include <chrono>
 #include <optional>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "platform/linux/rights/channel_linux.h"
 #include "platform/linux/rights/launch_child_linux.h"
@@ -28,10 +30,10 @@ class Conversation {
   public:
     virtual ~Conversation() = default;
 
-    // Where their texts come from.
-    virtual int descriptor() const = 0;
-    // Told every piece of text, and an empty one every few milliseconds. NO gives the launch up.
-    virtual bool hear(std::string_view text) = 0;
+    // Adds the descriptors where something may happen.
+    virtual void await(std::vector<pollfd>& polled) const = 0;
+    // Called when something may have happened there; never waits. False gives the launch up.
+    virtual bool proceed(const LaunchChild& launcher) = 0;
 };
 
 struct LaunchAttempt {
@@ -46,6 +48,8 @@ struct LaunchAttempt {
 LaunchAttempt waitForHelper(Rendezvous* rendezvous, LaunchChild& launcher,
                             const posix::Descriptor& errors, Conversation* conversation);
 
+// Waits until something can be read, or the end of the text. False when that takes too long.
+bool isReadable(int descriptor, std::chrono::milliseconds timeout);
 // Reads what is there, and only once; nil at the end of the text, and where nothing can be read.
 std::optional<std::string> readPiece(int descriptor);
 

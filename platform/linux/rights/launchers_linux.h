@@ -11,7 +11,7 @@
 namespace quillmoor::platform::linux_::rights {
 
 // Both wait until the helper has come back, or cannot any more, and answer how that ended;
-// `channel` is set on success only. They block, and are used by one thread at a time. The
+// `channel` is set on success only. They block; of several threads, one at a time is served. The
 // rendezvous is used up by the one call.
 
 // Asks the user: the desktop's dialog, or a prompt on the program's own terminal.

@@ -12,6 +12,18 @@ constexpr std::size_t kLongestText = 65536;
 
 }  // namespace
 
+void PromptAnswers::await(std::vector<pollfd>& polled) const {
+    polled.push_back({texts_, POLLIN, 0});
+}
+
+bool PromptAnswers::proceed(const LaunchChild&) {
+    if (texts_ < 0 || !isReadable(texts_, std::chrono::milliseconds(0))) return true;
+    const std::optional<std::string> piece = readPiece(texts_);
+    if (piece) return hear(*piece);
+    texts_ = -1;
+    return true;
+}
+
 bool PromptAnswers::hear(std::string_view text) {
     heard_ += text;
     if (heard_.size() > kLongestText) return false;

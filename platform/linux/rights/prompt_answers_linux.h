@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/types.h"
 #include "platform/linux/rights/launch_wait_linux.h"
@@ -20,8 +21,10 @@ class PromptAnswers : public Conversation {
     PromptAnswers(int texts, int input, StringList prompts, std::string_view password)
         : texts_(texts), input_(input), prompts_(std::move(prompts)), line_(password, "\n") {}
 
-    int descriptor() const override { return texts_; }
-    bool hear(std::string_view text) override;
+    void await(std::vector<pollfd>& polled) const override;
+    bool proceed(const LaunchChild& launcher) override;
+    // Takes the next piece of text. False gives the launch up.
+    bool hear(std::string_view text);
 
     bool wasAsked() const { return answered_ > 0; }
     // What was written after the last prompt.
@@ -30,7 +33,7 @@ class PromptAnswers : public Conversation {
   private:
     bool answer();
 
-    int texts_;
+    int texts_;  // -1 once they have ended
     int input_;
     StringList prompts_;
     Secret line_;

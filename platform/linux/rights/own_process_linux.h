@@ -1,0 +1,13 @@
+// This process, as others are told of it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace quillmoor::platform::linux_::rights {
+
+// When this process was started, in ticks since the system's start. With its number it names the
+// process also when the number has been given out anew. nil where the system hides it.
+std::optional<std::uint64_t> ownStartTime();
+
+}  // namespace quillmoor::platform::linux_::rights
