@@ -225,5 +225,17 @@ TEST_F(CompressFile, WithoutAnArchiveAnswersNo) {
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n/from\n");
 }
 
+TEST_F(CompressFile, ReturnsOnceTheToolHasEnded) {
+    const std::string tool =
+        folder_.writeFile("slow tool", "#!/bin/sh\nsleep 0.3\n: > '" + (folder_ / "ended") + "'\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    workspace_.tool = tool;
+    KXFileManager::compressFile("/from", folder_ / "a.zip");
+    EXPECT_TRUE(test::somethingAt(folder_ / "ended"));
+    std::filesystem::remove(folder_ / "ended");
+    KXFileManager::decompressFile("/a.zip", folder_ / "out");
+    EXPECT_TRUE(test::somethingAt(folder_ / "ended"));
+}
+
 }  // namespace
 }  // namespace quillmoor

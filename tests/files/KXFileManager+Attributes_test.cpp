@@ -1,10 +1,13 @@
 #include <signal.h>
 #include <sys/stat.h>
 
+#include <thread>
+
 #include "platform/exception.h"
 #include "tests/children/child_tools.h"
 #include "tests/files/deep_tree.h"
 #include "tests/files/files_fixture.h"
+#include "tests/files/slow_log.h"
 #include "tests/platform/files/file_fixtures.h"
 #include "tests/platform/files/locked_item.h"
 #include "tests/task/held_time.h"
@@ -112,6 +115,31 @@ TEST_F(ItemAttributes, OfAVeryDeepFoldersFilesAreLocked) {
     });
 }
 
+TEST_F(ItemAttributes, OfAFolderAreAllTriedWhenTheFirstCannotBeLocked) {
+    class FirstRefused : public Flags {
+      public:
+        StringList tried;
+        Outcome setImmutable(const std::string& path, bool immutable) override {
+            tried.push_back(path);
+            if (tried.size() == 1) return test::FilesManager::refusal();
+            return Flags::setImmutable(path, immutable);
+        }
+    };
+    test::OrderedManager manager;
+    platform_->fileManager = &manager;
+    folder_.writeFile("a/one");
+    folder_.writeFile("a/two");
+    manager.order[folder_ / "a"] = {"two", "one"};
+    startLog();
+    FirstRefused flags;
+    platform_->attributes = &flags;
+    KXFileManager::lockFolder(folder_ / "a");
+    EXPECT_THAT(flags.locked, ElementsAre(folder_ / "a/one"));
+    EXPECT_THAT(flags.tried, ElementsAre(folder_ / "a/two", folder_ / "a/one"));
+    EXPECT_THAT(logged(),
+                ElementsAre("Unable to unlock file " + (folder_ / "a/two") + ": no, 100%"));
+}
+
 TEST_F(ItemAttributes, OfWhatIsNoFolderAreLeftAlone) {
     KXFileManager::lockFolder(folder_.writeFile("file"));
     KXFileManager::lockFolder(folder_ / "gone");
@@ -133,6 +161,15 @@ TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreTold) {
     ASSERT_EQ(logged().size(), 1U);
     EXPECT_TRUE(logged().front().starts_with("Error setting permissions for file " +
                                              (folder_ / "gone") + ": "));
+}
+
+// Off the main thread a short line is written before the call returns.
+TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreReportedByTheTimeOfTheReturn) {
+    test::SlowLog log(platform_);
+    std::thread([&] {
+        KXFileManager::setPosixPermissions(0640, "/g");
+        EXPECT_THAT(log.text(), ::testing::HasSubstr("Error setting permissions for file /g: "));
+    }).join();
 }
 
 TEST_F(ItemAttributes, IncludeTheDateOfTheLastChange) {
@@ -323,6 +360,10 @@ TEST_F(Touching, WithRightsToAToolThatCannotBeStartedAnswersNo) {
     authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
     EXPECT_FALSE(KXFileManager::touchFile(folder_ / "gone"));
     EXPECT_EQ(authorization_.started().size(), 1U);
+    for (const int status : {-1, -2, 5, 1}) {
+        authorization_.executeStatus = status;
+        EXPECT_FALSE(KXFileManager::touchFile(folder_ / "gone")) << status;
+    }
 }
 
 TEST_F(Touching, WithoutRightsAnswersNo) {

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <filesystem>
 #include <thread>
 
@@ -115,6 +116,34 @@ TEST_F(RealCopyWithProgress, CopiesAndTellsTheEndOnce) {
     EXPECT_TRUE(listener_->onMainThread);
     EXPECT_EQ(test::readFile(folder_ / "copy/a/b"), "1");
     EXPECT_TRUE(KXFileManager::isSymbolicLinkAtPath(folder_ / "copy/link"));
+}
+
+TEST_F(RealCopyWithProgress, StartedOnAnotherThreadReportsOnTheMainThread) {
+    // Notes on which thread the platform calls back.
+    class Callbacks : public test::ForwardingFileOperations {
+      public:
+        std::atomic<int> callbacks{0};
+        std::atomic<bool> onMainThread{true};
+        std::int32_t copy(const platform::FileOperationRef& operation, const std::string& source,
+                          const std::string& folder, const std::string& name,
+                          platform::FileOperationCallback callback,
+                          std::chrono::milliseconds interval) override {
+            const auto note = [this, callback = std::move(callback)](const auto& report) {
+                ++callbacks;
+                if (!platform::current().mainThread->isMainThread()) onMainThread = false;
+                callback(report);
+            };
+            return ForwardingFileOperations::copy(operation, source, folder, name, note, interval);
+        }
+    };
+    Callbacks operations;
+    platform_->fileOperations = &operations;
+    std::thread([this] { EXPECT_TRUE(start()); }).join();
+    ASSERT_TRUE(serveUntilFinished());
+    EXPECT_TRUE(listener_->onMainThread);
+    EXPECT_GE(operations.callbacks, 3);
+    EXPECT_TRUE(operations.onMainThread);
+    EXPECT_EQ(test::readFile(folder_ / "to/copy"), "text");
 }
 
 TEST_F(RealCopyWithProgress, ThatFailsStillTellsTheEndOnceAndLeavesWhatWasThere) {

@@ -29,8 +29,7 @@ TEST_F(CopyWithProgress, OfAMissingSourceIsRefusedAtOnce) {
 TEST_F(CopyWithProgress, MakesTheDestinationsFolder) {
     EXPECT_TRUE(start());
     EXPECT_TRUE(KXFileManager::isDirectoryAtPath(folder_ / "to"));
-    EXPECT_THAT(operations_.calls,
-                ElementsAre("schedule", "copy " + file_ + " " + (folder_ / "to") + " copy 1000"));
+    EXPECT_THAT(operations_.copied, ElementsAre(file_, folder_ / "to", "copy", "1000"));
 }
 
 TEST_F(CopyWithProgress, WaitsTenSecondsForTheDestinationsFolder) {
@@ -51,7 +50,7 @@ TEST_F(CopyWithProgress, GoesOnOnceTheDestinationsFolderIsThere) {
     time.duringEvent(900, [&] { folder_.makeFolder("to"); });
     EXPECT_TRUE(start());
     EXPECT_EQ(time.newEvents(), 900U);
-    EXPECT_EQ(operations_.calls.size(), 2U);
+    EXPECT_EQ(operations_.calls.back(), "copy");
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
@@ -79,8 +78,71 @@ TEST_F(CopyWithProgress, WithoutADestinationIsRefused) {
 TEST_F(CopyWithProgress, ThatCannotBeScheduledIsTold) {
     operations_.scheduleStatus = -50;
     EXPECT_FALSE(start());
-    EXPECT_THAT(operations_.calls, ElementsAre("schedule"));
+    EXPECT_THAT(operations_.calls, ElementsAre("create", "schedule"));
     EXPECT_THAT(console_.logged, ElementsAre("Failed to schedule operation with run loop: -50"));
+}
+
+TEST_F(CopyWithProgress, KeepsNoOperationOnceTheEndHasBeenDelivered) {
+    ASSERT_TRUE(start());
+    const std::weak_ptr<platform::FileOperation> operation = operations_.operation;
+    operations_.report(FileOperationStage::Complete);
+    operations_.callback = nullptr;
+    operations_.operation = nullptr;
+    EXPECT_EQ(operation.use_count(), 1);  // of the notice that is queued
+    deliver();
+    listener_->operation = nullptr;
+    EXPECT_TRUE(operation.expired());
+}
+
+TEST_F(CopyWithProgress, MakesTheOperationThenSchedulesItThenStartsIt) {
+    EXPECT_TRUE(start());
+    EXPECT_THAT(operations_.calls, ElementsAre("create", "schedule", "copy"));
+}
+
+TEST_F(CopyWithProgress, QueuesTheEndBeforeItUnschedules) {
+    class Queue : public test::ForwardingMainThread {
+      public:
+        StringList* calls = nullptr;
+        void performOnMainThread(std::function<void()> function,
+                                 platform::WaitUntilDone wait) override {
+            calls->emplace_back(wait == platform::WaitUntilDone::No ? "queue" : "wait");
+            ForwardingMainThread::performOnMainThread(std::move(function), wait);
+        }
+    };
+    Queue queue;
+    queue.calls = &operations_.calls;
+    platform_->mainThread = &queue;
+    ASSERT_TRUE(start());
+    operations_.calls.clear();
+    operations_.report(FileOperationStage::Complete);
+    EXPECT_THAT(operations_.calls, ElementsAre("queue", "unschedule"));
+    deliver();
+}
+
+TEST_F(CopyWithProgress, IntoAFolderThatIsThereMakesNone) {
+    manager_.refuses = true;
+    EXPECT_TRUE(KXFileManager::copyFileWithProgress(file_, folder_ / "copy", listener_, nullptr));
+    EXPECT_THAT(console_.logged, IsEmpty());
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+// Its reports go to the console alone.
+TEST_F(CopyWithProgress, WritesNothingToTheLog) {
+    startLog();
+    EXPECT_FALSE(KXFileManager::copyFileWithProgress(folder_ / "gone", folder_ / "copy", listener_,
+                                                     nullptr));
+    folder_.makeFolder("to");
+    operations_.scheduleStatus = -50;
+    EXPECT_FALSE(start());
+    operations_.scheduleStatus = 0;
+    operations_.copyStatus = -48;
+    EXPECT_FALSE(start());
+    operations_.copyStatus = 0;
+    operations_.unscheduleStatus = -50;
+    EXPECT_TRUE(start());
+    operations_.report(FileOperationStage::Complete);
+    EXPECT_EQ(console_.logged.size(), 4U);
+    EXPECT_THAT(logged(), IsEmpty());
 }
 
 TEST_F(CopyWithProgress, ThatCannotBeginIsTold) {

@@ -1,12 +1,19 @@
+#include <atomic>
+#include <future>
+#include <thread>
+
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
+#include "tests/files/slow_log.h"
 #include "tests/platform/files/locked_item.h"
 
 namespace quillmoor {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::_;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
@@ -26,7 +33,8 @@ TEST_F(Copying, UnlocksTheFolderThatReceivesTheItemAndLeavesItSo) {
     const std::string file = folder_.writeFile("file");
     const std::string to = folder_.makeFolder("to");
     EXPECT_TRUE(KXFileManager::copyFile(file, to + "/file"));
-    EXPECT_THAT(changes(), ElementsAre("unlock " + to, "copy " + file + " > " + to + "/file"));
+    EXPECT_THAT(changes(),
+                ElementsAre(ElementsAre("unlock", to), ElementsAre("copy", file, to + "/file")));
 }
 
 // With the system's own locked flag.
@@ -83,6 +91,67 @@ TEST_F(Copying, WithoutAPathIsLoggedAndPrinted) {
                                       "Error copying file /from: destination path is nil"));
     EXPECT_THAT(console.lines, ElementsAre("Error copying file: source path is nil",
                                            "Error copying file /from: destination path is nil"));
+}
+
+// The message is a format when it is printed, and once more when it is logged.
+TEST_F(Copying, WithoutADestinationTakesThePathAsAFormatAgain) {
+    test::WholeConsole console;
+    platform_->console = &console;
+    startLog();
+    EXPECT_FALSE(KXFileManager::copyFile("/a%%b", std::nullopt));
+    EXPECT_THAT(logged(), ElementsAre("Error copying file /a%b: destination path is nil"));
+    EXPECT_THAT(console.lines, ElementsAre("Error copying file /a%%%%b: destination path is nil"));
+}
+
+TEST_F(Copying, WithoutEitherPathReportsTheSourceAlone) {
+    startLog();
+    EXPECT_FALSE(KXFileManager::copyFile(std::nullopt, std::nullopt));
+    EXPECT_THAT(logged(), ElementsAre("Error copying file: source path is nil"));
+}
+
+TEST_F(Copying, WithATimeOutCountsFromTheEndOfTheCopy) {
+    test::PassingTime time(platform_);
+    class SlowManager : public test::FilesManager {
+      public:
+        test::PassingClock* clock = nullptr;
+        Outcome copyItem(const std::string&, const std::string&) override {
+            clock->pass(5s);
+            return Outcome::success();
+        }
+    };
+    SlowManager manager;
+    manager.clock = &time.clock;
+    platform_->fileManager = &manager;
+    EXPECT_FALSE(KXFileManager::copyFile(folder_.writeFile("file"), folder_ / "never", 1s));
+    EXPECT_EQ(time.newEvents(), 100U);
+}
+
+// Both copies are under way before either ends.
+TEST_F(Copying, OnSeveralThreadsTakesPlaceAtTheSameTime) {
+    class Meeting : public test::FilesManager {
+      public:
+        std::atomic<int> inside{0};
+        std::atomic<int> met{0};
+        Outcome copyItem(const std::string& path, const std::string& destination) override {
+            const auto end = std::chrono::steady_clock::now() + 60s;
+            ++inside;
+            while (inside < 8 && std::chrono::steady_clock::now() < end)
+                std::this_thread::sleep_for(1ms);
+            if (inside == 8) ++met;
+            return platform::native().fileManager->copyItem(path, destination);
+        }
+    };
+    Meeting manager;
+    platform_->fileManager = &manager;
+    const std::string file = folder_.writeFile("file", "text");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back([&, to = folder_ / std::to_string(i)] {
+            EXPECT_TRUE(KXFileManager::copyFile(file, to, ShouldAuth::No));
+            EXPECT_EQ(test::readFile(to), "text");
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(manager.met, 8);
 }
 
 TEST_F(Copying, WithATimeOutOfZeroAnswersAtOnceWhetherTheCopyIsThere) {
@@ -176,6 +245,44 @@ TEST_F(Copying, OfNoContentsIsASuccessAndLogsNothing) {
     EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(folder_ / "gone", "/to", 10s));
     EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(std::nullopt, "/to", 10s));
     EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(Copying, OfContentsLogsEachNameBeforeItsCopy) {
+    class LogsSeen : public test::OrderedManager {
+      public:
+        std::function<StringList()> logged;
+        std::vector<StringList> atCopy;
+        Outcome copyItem(const std::string& path, const std::string& destination) override {
+            atCopy.push_back(logged());
+            return OrderedManager::copyItem(path, destination);
+        }
+    };
+    LogsSeen manager;
+    manager.logged = [this] { return logged(); };
+    platform_->fileManager = &manager;
+    folder_.writeFile("from/one");
+    folder_.writeFile("from/two");
+    folder_.makeFolder("to");
+    manager.order[folder_ / "from"] = {"two", "one"};
+    startLog();
+    EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(folder_ / "from", folder_ / "to", 10s));
+    EXPECT_THAT(manager.atCopy,
+                ElementsAre(ElementsAre("File: two"), ElementsAre("File: two", "File: one")));
+}
+
+TEST_F(Copying, OfContentsDoesNotWaitForTheLog) {
+    folder_.writeFile("from/one", "1");
+    folder_.makeFolder("to");
+    test::SlowLog log(platform_);
+    log.hold();
+    auto copied = std::async(std::launch::async, [&] {
+        return KXFileManager::copyContentsOfDirectory(folder_ / "from", folder_ / "to", 10s);
+    });
+    EXPECT_EQ(copied.wait_for(60s), std::future_status::ready);
+    log.letGo();
+    EXPECT_TRUE(copied.get());
+    KXLog::finishWriting();
+    EXPECT_THAT(log.text(), HasSubstr("File: one"));
 }
 
 }  // namespace

@@ -124,7 +124,7 @@ TEST_F(Creating, MovesAnEmptyFileIntoPlace) {
     EXPECT_TRUE(test::somethingAt(folder_ / "new"));
     EXPECT_EQ(test::readFile(folder_ / "new"), "");
     ASSERT_EQ(manager_.moved.size(), 1U);
-    EXPECT_FALSE(test::somethingAt(manager_.moved[0].substr(0, manager_.moved[0].find(" > "))));
+    EXPECT_FALSE(test::somethingAt(manager_.moved[0].at(0)));
 }
 
 TEST_F(Creating, AnEmptyFileWithoutATemporaryFolderFails) {
@@ -146,6 +146,29 @@ TEST_F(Creating, AnEmptyFileFallsBackToRightsAsAMoveDoes) {
     EXPECT_TRUE(authorization_.started()[0].starts_with("/bin/mv -f "));
     const std::string scratch = authorization_.started()[0].substr(11);
     std::filesystem::remove(scratch.substr(0, scratch.find(' ')));
+}
+
+TEST_F(Creating, AnEmptyFileThatCannotBeMovedStaysInTheTemporaryFolder) {
+    manager_.refuses = true;
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    EXPECT_FALSE(KXFileManager::createEmptyFile(folder_ / "new"));
+    ASSERT_EQ(manager_.moved.size(), 1U);
+    const std::string scratch = manager_.moved[0].at(0);
+    EXPECT_TRUE(test::somethingAt(scratch));
+    std::filesystem::remove(scratch);
+}
+
+TEST_F(Creating, AnEmptyFileLeavesAnExistingOneToTheRights) {
+    authorized();
+    startLog();
+    const std::string file = folder_.writeFile("file", "text");
+    EXPECT_TRUE(KXFileManager::createEmptyFile(file));
+    EXPECT_EQ(test::readFile(file), "text");
+    EXPECT_THAT(logged(),
+                ElementsAre(::testing::MatchesRegex("Error moving file: .*: File exists\\."),
+                            "Authorizing..."));
+    EXPECT_EQ(authorization_.started().size(), 1U);
+    std::filesystem::remove(manager_.moved.at(0).at(0));
 }
 
 }  // namespace

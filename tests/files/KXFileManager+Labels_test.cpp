@@ -109,5 +109,20 @@ TEST_F(Labels, OfARealItemAreKept) {
     EXPECT_EQ(KXFileManager::finderColorForPath(folder_ / "gone"), std::nullopt);
 }
 
+TEST_F(Labels, ReportNothingWhateverFails) {
+    test::WholeConsole console;
+    platform_->console = &console;
+    startLog();
+    KXFileManager::setFinderColorIndex(2, file_);
+    EXPECT_EQ(finder_.written, 1);  // and failed
+    finder_.status = -36;
+    EXPECT_EQ(KXFileManager::finderColorIndexForPath(file_), 0);
+    KXFileManager::setFinderColorIndex(2, file_);
+    KXFileManager::setFinderColorIndex(2, folder_ / "gone");
+    EXPECT_EQ(KXFileManager::finderColorForPath(folder_ / "gone"), std::nullopt);
+    EXPECT_THAT(logged(), ::testing::IsEmpty());
+    EXPECT_THAT(console.lines, ::testing::IsEmpty());
+}
+
 }  // namespace
 }  // namespace quillmoor

@@ -25,18 +25,18 @@ TEST_F(Moving, FirstUnlocksWhatIsAtTheDestinationAndWhatIsInAFolderOfThatNameThe
     folder_.writeFile("to/file/sub/two");
     EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "to", ShouldAuth::No));
     ASSERT_EQ(changes().size(), 4U);
-    EXPECT_EQ(changes()[0], "unlock " + (folder_ / "to"));
-    EXPECT_THAT(StringList(changes().begin() + 1, changes().begin() + 3),
-                UnorderedElementsAre("unlock " + (folder_ / "to/file/one"),
-                                     "unlock " + (folder_ / "to/file/sub/two")));
-    EXPECT_EQ(changes()[3], "move " + file + " > " + (folder_ / "to"));
+    EXPECT_THAT(changes()[0], ElementsAre("unlock", folder_ / "to"));
+    EXPECT_THAT(test::Calls(changes().begin() + 1, changes().begin() + 3),
+                UnorderedElementsAre(ElementsAre("unlock", folder_ / "to/file/one"),
+                                     ElementsAre("unlock", folder_ / "to/file/sub/two")));
+    EXPECT_THAT(changes()[3], ElementsAre("move", file, folder_ / "to"));
 }
 
 TEST_F(Moving, UnlocksNothingWhereNothingIs) {
     noteChanges();
     const std::string file = folder_.writeFile("file");
     EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "new"));
-    EXPECT_THAT(changes(), ElementsAre("move " + file + " > " + (folder_ / "new")));
+    EXPECT_THAT(changes(), ElementsAre(ElementsAre("move", file, folder_ / "new")));
 }
 
 TEST_F(Moving, OntoAnExistingFileIsDecidedWithRights) {
@@ -63,7 +63,10 @@ TEST_F(Moving, ThatFailsWithoutLeaveToAskAnnouncesNoAuthorizing) {
 
 TEST_F(Moving, WithoutAPathFailsInThePlatform) {
     authorized();
+    startLog();
     EXPECT_FALSE(KXFileManager::moveFile(std::nullopt, folder_ / "new"));
+    EXPECT_THAT(logged(),
+                ElementsAre(::testing::StartsWith("Error moving file: "), "Authorizing..."));
     EXPECT_FALSE(KXFileManager::moveFile(folder_.writeFile("file"), std::nullopt));
     EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: old path is null",
                                              "Error in authMoveFile: new path is null"));
@@ -84,8 +87,8 @@ TEST_F(Moving, ThatChangesOnlyTheCaseGoesByWayOfAFreeName) {
     platform_->fileManager = &manager;
     EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "report.txt"));
     EXPECT_THAT(manager.moved,
-                ElementsAre(file + " > " + (folder_ / "report 2.txt"),
-                            (folder_ / "report 2.txt") + " > " + (folder_ / "report.txt")));
+                ElementsAre(ElementsAre(file, folder_ / "report 2.txt"),
+                            ElementsAre(folder_ / "report 2.txt", folder_ / "report.txt")));
     EXPECT_EQ(test::readFile(folder_ / "report.txt"), "text");
 }
 
@@ -101,7 +104,7 @@ TEST_F(Moving, ThatChangesOnlyTheCaseLeavesTheItemInBetweenWhenTheSecondStepFail
       public:
         Outcome moveItem(const std::string& path, const std::string& destination) override {
             if (moved.size() == 1) {
-                moved.push_back(path + " > " + destination);
+                moved.push_back({path, destination});
                 return refusal();
             }
             return FilesManager::moveItem(path, destination);
@@ -117,7 +120,61 @@ TEST_F(Moving, ThatChangesOnlyTheCaseLeavesTheItemInBetweenWhenTheSecondStepFail
                                          folder_ / "report.txt", ShouldAuth::No));
     EXPECT_EQ(test::readFile(folder_ / "report 2.txt"), "text");
     EXPECT_EQ(manager.moved.size(), 3U);
-    EXPECT_TRUE(logged().back().starts_with("Error moving file: "));
+    // Of the moves' errors only the last one's is reported.
+    EXPECT_THAT(
+        logged(),
+        ElementsAre(::testing::StartsWith("Unable to unlock file "),
+                    ::testing::EndsWith("couldn\u2019t be moved: No such file or directory.")));
+}
+
+TEST_F(Moving, ThatChangesOnlyTheCaseIsTriedDirectlyWhenTheFirstStepFails) {
+    class FirstFails : public test::FilesManager {
+      public:
+        Outcome moveItem(const std::string& path, const std::string& destination) override {
+            refuses = moved.empty();
+            return FilesManager::moveItem(path, destination);
+        }
+    };
+    FirstFails manager;
+    platform_->fileManager = &manager;
+    startLog();
+    const std::string file = folder_.writeFile("Report.txt", "text");
+    EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "report.txt", ShouldAuth::No));
+    ASSERT_EQ(manager.moved.size(), 2U);
+    EXPECT_THAT(manager.moved[1], ElementsAre(file, folder_ / "report.txt"));
+    EXPECT_EQ(test::readFile(folder_ / "report.txt"), "text");
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+// The letters are not ASCII's alone, and a path onto itself changes none.
+TEST_F(Moving, ThatChangesOnlyTheCaseIsToldByEveryScriptsLetters) {
+    const std::string upper = folder_.writeFile("\u00c9.txt", "text");
+    EXPECT_TRUE(KXFileManager::moveFile(upper, folder_ / "\u00e9.txt"));
+    EXPECT_EQ(manager_.moved.size(), 2U);
+    const std::string lower = folder_ / "\u00e9.txt";
+    const std::string between = folder_ / "\u00e9 2.txt";
+    EXPECT_TRUE(KXFileManager::moveFile(lower, lower, ShouldAuth::No));
+    ASSERT_EQ(manager_.moved.size(), 4U);
+    EXPECT_THAT(manager_.moved[2], ElementsAre(lower, between));
+    EXPECT_THAT(manager_.moved[3], ElementsAre(between, lower));
+    EXPECT_EQ(test::readFile(lower), "text");
+}
+
+TEST_F(Moving, ThatChangesOnlyTheCaseIsNotLookedAtAfterwards) {
+    class Looks : public test::FilesManager {
+      public:
+        bool fileExists(const std::string& path) override {
+            changes->push_back({"exists", path});
+            return FilesManager::fileExists(path);
+        }
+    };
+    noteChanges();
+    Looks manager;
+    manager.changes = manager_.changes;
+    platform_->fileManager = &manager;
+    const std::string file = folder_.writeFile("Report.txt");
+    EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "report.txt", 30s));
+    EXPECT_EQ(changes().back().front(), "move");
 }
 
 TEST_F(Moving, WithATimeOutWaitsUntilTheSourceIsGone) {

@@ -1,4 +1,6 @@
 #include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 #include "tests/files/deep_tree.h"
 #include "tests/files/files_fixture.h"
@@ -109,7 +111,8 @@ TEST_F(Query, FindsAFolderWithAnythingElseNotEmpty) {
     folder_.writeFile("deep/.DS_Store");
     folder_.writeFile("deep/a/b/file");
     folder_.makeLink("dangling/link", "nowhere");
-    for (const char* name : {"localized", "fork", "deep", "dangling"})
+    folder_.writeFile("icon/Icon");  // the litter's name ends in a carriage return
+    for (const char* name : {"localized", "fork", "deep", "dangling", "icon"})
         EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / name)) << name;
 }
 
@@ -270,6 +273,63 @@ TEST_F(Query, FindsAVeryDeepFolderEmptyOrNot) {
         platform_->fileManager = &file;
         EXPECT_FALSE(KXFileManager::isFolderEmpty(test::DeepTree::kTop));
     });
+}
+
+TEST_F(Query, OfAFolderThatIsNotEmptyEndsAtTheFirstContent) {
+    test::OrderedManager manager;
+    platform_->fileManager = &manager;
+    folder_.writeFile("f/file");
+    folder_.makeFolder("f/sub");
+    manager.order[folder_ / "f"] = {".DS_Store", "file", "sub"};
+    EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / "f"));
+    EXPECT_THAT(manager.listed, ElementsAre(folder_ / "f"));
+}
+
+TEST_F(Query, OfADriveReportsTheMountPointBeforeItLooksThere) {
+    static StringList steps;
+    class Console : public test::ForwardingConsole {
+        void log(std::string_view text) override { steps.emplace_back(text); }
+    };
+    class Manager : public test::FilesManager {
+        bool fileExists(const std::string& path) override {
+            steps.push_back("exists " + path);
+            return true;
+        }
+    };
+    Console console;
+    Manager manager;
+    platform_->console = &console;
+    platform_->fileManager = &manager;
+    EXPECT_TRUE(KXFileManager::isDriveMountedForPath("/Volumes/Disk/a"));
+    EXPECT_THAT(steps, ElementsAre("mountpoint: //Volumes/Disk", "exists //Volumes/Disk"));
+}
+
+TEST_F(Query, CountsAnItemOnceForEachOfItsNames) {
+    const std::string file = folder_.writeFile("f/one", "1234567890");
+    std::filesystem::create_hard_link(file, folder_ / "f/two");
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "f"), 20U);
+}
+
+TEST_F(Query, CountsSizesBeyond32BitsAndTheHolesOfAFile) {
+    constexpr std::uint64_t kSize = 5'368'709'120;
+    const std::string file = folder_.writeFile("f/sparse");
+    ASSERT_EQ(::truncate(file.c_str(), static_cast<off_t>(kSize)), 0);
+    EXPECT_EQ(KXFileManager::fileSize(file), kSize);
+    EXPECT_EQ(KXFileManager::fileSize(folder_ / "f"), kSize);
+}
+
+TEST_F(Query, CountsNoExtendedAttributes) {
+    const std::string file = folder_.writeFile("file", "1234567890");
+    const std::string value(100, 'x');
+    if (::setxattr(file.c_str(), "user.test", value.data(), value.size(), 0) != 0)
+        GTEST_SKIP() << "this file system keeps no extended attributes";
+    EXPECT_EQ(KXFileManager::fileSize(file), 10U);
+}
+
+TEST_F(Query, ChoosesTheUnitBeforeItRounds) {
+    EXPECT_EQ(KXFileManager::formatFileSize(1023.6), "1024 B");
+    EXPECT_EQ(KXFileManager::formatFileSize(1048575.9), "1024.00 KB");
+    EXPECT_EQ(KXFileManager::formatFileSize(1073741823), "1024.00 MB");
 }
 
 }  // namespace

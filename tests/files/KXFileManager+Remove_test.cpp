@@ -87,7 +87,7 @@ TEST_F(Removing, UnlocksTheItemFirst) {
     noteChanges();
     const std::string file = folder_.writeFile("file");
     EXPECT_TRUE(KXFileManager::removeFile(file));
-    EXPECT_THAT(changes(), ElementsAre("unlock " + file, "remove " + file));
+    EXPECT_THAT(changes(), ElementsAre(ElementsAre("unlock", file), ElementsAre("remove", file)));
 }
 
 TEST_F(Removing, WithATimeOutWaitsUntilTheItemIsGone) {
@@ -125,6 +125,43 @@ TEST_F(Removing, OfAFolderThatHoldsAFileLeavesItAlone) {
     folder_.writeFile("f/file");
     EXPECT_FALSE(KXFileManager::removeFolderIfEmpty(folder_ / "f"));
     EXPECT_TRUE(test::somethingAt(folder_ / "f/file"));
+}
+
+// The item is unlocked whatever is found afterwards.
+TEST_F(Removing, UnlocksBeforeItLooksWhetherTheItemExists) {
+    class Looks : public test::FilesManager {
+      public:
+        bool fileExists(const std::string& path) override {
+            changes->push_back({"exists", path});
+            return FilesManager::fileExists(path);
+        }
+    };
+    noteChanges();
+    Looks manager;
+    manager.changes = manager_.changes;
+    platform_->fileManager = &manager;
+    EXPECT_TRUE(KXFileManager::removeFile(folder_ / "gone"));
+    EXPECT_THAT(changes(), ElementsAre(ElementsAre("unlock", folder_ / "gone"),
+                                       ElementsAre("exists", folder_ / "gone")));
+}
+
+TEST_F(Removing, ThatFailsReportsToTheLogAlone) {
+    test::WholeConsole console;
+    platform_->console = &console;
+    startLog();
+    manager_.refuses = true;
+    EXPECT_FALSE(KXFileManager::removeFile(folder_.writeFile("file"), ShouldAuth::No));
+    EXPECT_FALSE(KXFileManager::createDirectory(folder_ / "new", ShouldAuth::No));
+    EXPECT_EQ(logged().size(), 2U);
+    EXPECT_THAT(console.lines, IsEmpty());
+}
+
+// Neither can be listed, so that both count as empty.
+TEST_F(Removing, OfAnEmptyFolderTakesAPlainFileAndSucceedsWhereNothingIs) {
+    const std::string file = folder_.writeFile("file", "text");
+    EXPECT_TRUE(KXFileManager::removeFolderIfEmpty(file));
+    EXPECT_FALSE(test::somethingAt(file));
+    EXPECT_TRUE(KXFileManager::removeFolderIfEmpty(folder_ / "gone"));
 }
 
 }  // namespace

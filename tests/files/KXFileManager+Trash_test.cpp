@@ -25,7 +25,7 @@ TEST_F(Trashing, MovesAnItemIntoTheUsersTrash) {
     EXPECT_FALSE(test::somethingAt(file));
     EXPECT_EQ(test::readFile(trash() + "/a \"name\"\n.txt"), "text");
     EXPECT_THAT(desktop_.recycled,
-                ElementsAre(folder_.path() + " " + trash() + " a \"name\"\n.txt"));
+                ElementsAre(ElementsAre(folder_.path(), trash(), "a \"name\"\n.txt")));
 }
 
 TEST_F(Trashing, OfWhatIsNotThereIsASuccess) {
@@ -41,7 +41,8 @@ TEST_F(Trashing, UnlocksTheItemFirst) {
     noteChanges();
     const std::string file = folder_.writeFile("file");
     EXPECT_TRUE(KXFileManager::trashFile(file));
-    EXPECT_THAT(changes(), ElementsAre("unlock " + file, "recycle " + file));
+    EXPECT_THAT(changes(), ElementsAre(ElementsAre("unlock", file),
+                                       ElementsAre("recycle", folder_.path(), "file")));
 }
 
 TEST_F(Trashing, ThatFailsIsRepeatedWithRights) {
@@ -243,6 +244,58 @@ TEST_F(Trashing, SweepsByAnEmptyExtensionTakeNamesWithoutOne) {
     const std::string file = folder_.writeFile("tree/noextension");
     folder_.writeFile("tree/a.txt");
     EXPECT_THAT(KXFileManager::trashFilesOfType("", folder_ / "tree"), ElementsAre(file));
+}
+
+// Where the recycling says that it has moved the item, that is the result.
+TEST_F(Trashing, UnlocksThenLooksThenRecyclesAndDoesNotLookAgain) {
+    class Looks : public test::FilesManager {
+      public:
+        bool fileExists(const std::string& path) override {
+            changes->push_back({"exists", path});
+            return FilesManager::fileExists(path);
+        }
+    };
+    class Claims : public test::FilesWorkspace {
+      public:
+        bool recycle(const std::string&, const OptionalPath&, const StringList&) override {
+            changes->push_back({"recycle"});
+            return true;
+        }
+    };
+    noteChanges();
+    Looks manager;
+    Claims desktop;
+    manager.changes = desktop.changes = manager_.changes;
+    platform_->fileManager = &manager;
+    platform_->workspace = &desktop;
+    const std::string file = folder_.writeFile("file");
+    EXPECT_TRUE(KXFileManager::trashFile(file));
+    EXPECT_TRUE(test::somethingAt(file));
+    EXPECT_THAT(changes(), ElementsAre(ElementsAre("unlock", file), ElementsAre("exists", file),
+                                       ElementsAre("recycle")));
+}
+
+TEST_F(Trashing, OfAFoldersContentsGoesThroughThemInListedOrder) {
+    test::OrderedManager manager;
+    platform_->fileManager = &manager;
+    const StringList names{"m", "a", "z", "b"};
+    for (const std::string& name : names) folder_.writeFile("full/" + name);
+    manager.order[folder_ / "full"] = names;
+    EXPECT_TRUE(KXFileManager::trashDirectoryContents(folder_ / "full"));
+    StringList recycled;
+    for (const StringList& call : desktop_.recycled) recycled.push_back(call.at(2));
+    EXPECT_EQ(recycled, names);
+}
+
+TEST_F(Trashing, SweepsListASubfoldersItemsAtItsPlace) {
+    test::OrderedManager manager;
+    platform_->fileManager = &manager;
+    for (const char* name : {"a.mov", "sub/x.mov", "z.mov"})
+        folder_.writeFile("tree/" + std::string(name));
+    manager.order[folder_ / "tree"] = {"z.mov", "sub", "a.mov"};
+    EXPECT_THAT(
+        KXFileManager::trashFilesOfType("mov", folder_ / "tree"),
+        ElementsAre(folder_ / "tree/z.mov", folder_ / "tree/sub/x.mov", folder_ / "tree/a.mov"));
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
+#include <thread>
+
 #include "files/item.h"
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
+#include "tests/files/slow_log.h"
 
 namespace quillmoor {
 namespace {
@@ -8,6 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using TimePoint = std::chrono::system_clock::time_point;
 
@@ -27,6 +31,8 @@ class Waiting : public test::FilesTest {
     test::PassingEvents& events_ = time_.events;
     Dates dates_;
 };
+
+using SlowlyLogged = test::FilesTest;
 
 TEST_F(Waiting, OnTheMainThreadSendsEventsUntilTheTimeIsOver) {
     EXPECT_FALSE(waitUntil([] { return false; }, 1s));
@@ -143,6 +149,14 @@ TEST_F(Waiting, ForTheWritesOfAFileOfTheFutureTakesUntilItIsOld) {
     EXPECT_EQ(passing_.slept.size(), 3U);
 }
 
+TEST_F(Waiting, ForTheWritesOfAFileOfTheNearFutureTakesUntilItIsFourSecondsOld) {
+    platform_->attributes = &dates_;
+    const TimePoint start = passing_.time;
+    dates_.date = start + 2s;
+    KXFileManager::waitForFileWrites("/file");
+    EXPECT_EQ(passing_.time - start, 6s + 500us);
+}
+
 TEST_F(Waiting, ForTheWritesOfAFreshFileTakesUntilItIsFourSecondsOld) {
     startLog();
     platform_->attributes = &dates_;
@@ -230,6 +244,15 @@ TEST_F(Waiting, ForWritesOfAMissingFileReturnsAtOnce) {
     KXFileManager::waitForFileWrites(folder_ / "gone", "no lock");
     KXFileManager::waitForFileWrites(std::nullopt, "lock");
     EXPECT_THAT(logged(), IsEmpty());
+}
+
+// Off the main thread a short line is written before the call returns.
+TEST_F(SlowlyLogged, WaitingIsReportedByTheTimeOfTheReturn) {
+    test::SlowLog log(platform_);
+    std::thread([&] {
+        KXFileManager::waitForFileCreation("/g", 30s);
+        EXPECT_THAT(log.text(), HasSubstr("File /g is not yet created. Waiting..."));
+    }).join();
 }
 
 }  // namespace

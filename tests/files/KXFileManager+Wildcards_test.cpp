@@ -127,5 +127,65 @@ TEST_F(Wildcards, NamesAreMadeUnique) {
     EXPECT_EQ(KXFileManager::uniqueFilename(std::nullopt), std::nullopt);
 }
 
+TEST_F(Wildcards, CleaningANameChangesNothingElseAndTrimsFirst) {
+    EXPECT_EQ(KXFileManager::validateFilename("/ a :"), " a ");
+    EXPECT_EQ(KXFileManager::validateFilename("/.a"), ".a");
+    EXPECT_EQ(KXFileManager::validateFilename(":.a"), ".a");
+    const std::string odd = "a\\b*?\"<>|\u0001";
+    EXPECT_EQ(KXFileManager::validateFilename(odd), odd);
+    const std::string endless(10'000, 'n');
+    EXPECT_EQ(KXFileManager::validateFilename(endless), endless);
+}
+
+TEST_F(Wildcards, ADanglingLinksNameIsFree) {
+    const std::string dangling = folder_.makeLink("dangling", "nowhere");
+    EXPECT_EQ(KXFileManager::uniqueFilename(dangling), dangling);
+}
+
+TEST_F(Wildcards, NumbersForNamesHaveNoBound) {
+    class Crowded : public test::FilesManager {
+      public:
+        int left = 100'000;  // /a.txt and the numbers 2 to 100,000
+        bool fileExists(const std::string&) override { return left-- > 0; }
+    };
+    Crowded manager;
+    platform_->fileManager = &manager;
+    EXPECT_EQ(KXFileManager::uniqueFilename("/a.txt"), "/a 100001.txt");
+}
+
+// What one folder gives comes before what the next gives, and twice what is listed twice.
+TEST_F(Wildcards, KeepCandidatesInTheirOrderAndTwiceWhatIsListedTwice) {
+    class Tree : public test::ForwardingFileTree {
+      public:
+        StringList asked;
+        StringList match(const StringList& folders, const std::string& pattern) override {
+            asked = folders;
+            if (pattern == "*") return {"/z", "/a", "/z"};
+            return ForwardingFileTree::match(folders, pattern);
+        }
+    };
+    class Everything : public test::FilesManager {
+        bool fileExists(const std::string&) override { return true; }
+    };
+    Tree tree;
+    Everything manager;
+    platform_->fileTree = &tree;
+    platform_->fileManager = &manager;
+    EXPECT_THAT(KXFileManager::filesMatchingWildcardPath("/*"), ElementsAre("/z", "/a", "/z"));
+    EXPECT_THAT(KXFileManager::filesMatchingWildcardPath("/*/b"),
+                ElementsAre("/z/b", "/a/b", "/z/b"));
+    KXFileManager::filesMatchingWildcardPath("/*/b/x*");
+    EXPECT_THAT(tree.asked, ElementsAre("/z/b", "/a/b", "/z/b"));
+}
+
+TEST_F(Wildcards, ExpandOneFolderAfterTheOther) {
+    for (const char* name : {"z/one", "z/two", "a/one", "a/two"}) folder_.writeFile(name);
+    const StringList found =
+        platform::current().fileTree->match({folder_ / "z", folder_ / "a"}, "*");
+    ASSERT_EQ(found.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_TRUE(found[i].starts_with(folder_ / (i < 2 ? "z/" : "a/"))) << found[i];
+}
+
 }  // namespace
 }  // namespace quillmoor

@@ -64,15 +64,23 @@ class ToldOperations : public ForwardingFileOperations {
     using Stage = platform::FileOperationStage;
 
     StringList calls;
+    StringList copied;  // source, folder, name, interval
     std::int32_t scheduleStatus = 0;
     std::int32_t copyStatus = 0;
     std::int32_t unscheduleStatus = 0;
     platform::FileOperationCallback callback;
     platform::FileOperationRef operation;
 
+    std::function<void()> onSchedule = [] {};
+
+    platform::FileOperationRef create() override {
+        calls.emplace_back("create");
+        return ForwardingFileOperations::create();
+    }
     std::int32_t schedule(const platform::FileOperationRef& scheduled) override {
         calls.emplace_back("schedule");
         operation = scheduled;
+        onSchedule();
         return scheduleStatus;
     }
     std::int32_t unschedule(const platform::FileOperationRef&) override {
@@ -83,8 +91,8 @@ class ToldOperations : public ForwardingFileOperations {
                       const std::string& folder, const std::string& name,
                       platform::FileOperationCallback told,
                       std::chrono::milliseconds interval) override {
-        calls.push_back("copy " + source + " " + folder + " " + name + " " +
-                        std::to_string(interval.count()));
+        calls.emplace_back("copy");
+        copied = {source, folder, name, std::to_string(interval.count())};
         if (copyStatus == 0) callback = std::move(told);
         return copyStatus;
     }

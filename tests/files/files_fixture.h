@@ -3,7 +3,10 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "files/KXFileManager.h"
 #include "log/KXLog.h"
@@ -11,25 +14,19 @@
 
 namespace quillmoor::test {
 
-// Every change that is asked for, in order, where a test has these fakes share one.
-class Changes {
-  public:
-    void note(const std::string& change) { list_.push_back(change); }
-    const StringList& list() const { return list_; }
-
-  private:
-    StringList list_;
-};
+// What was asked for, in order: each call's name and arguments, apart from each other.
+using Calls = std::vector<StringList>;
 
 class FilesWorkspace : public AuthWorkspace {
   public:
-    Changes* changes = nullptr;
+    Calls* changes = nullptr;
     bool refusesToRecycle = false;
-    StringList recycled;  // source, destination, names …
+    Calls recycled;  // source, destination, names …
     bool recycle(const std::string& source, const OptionalPath& destination,
                  const StringList& names) override {
-        recycled.push_back(source + " " + destination.value_or("nil") + " " + names.at(0));
-        if (changes != nullptr) changes->note("recycle " + source + "/" + names.at(0));
+        recycled.push_back({source, destination.value_or("nil")});
+        recycled.back().insert(recycled.back().end(), names.begin(), names.end());
+        if (changes != nullptr) changes->push_back({"recycle", source, names.at(0)});
         return !refusesToRecycle && AuthWorkspace::recycle(source, destination, names);
     }
 };
@@ -37,39 +34,60 @@ class FilesWorkspace : public AuthWorkspace {
 // Refuses what it is told to refuse.
 class FilesManager : public ForwardingFileManager {
   public:
-    Changes* changes = nullptr;
+    Calls* changes = nullptr;
     bool refuses = false;
-    StringList moved;
+    Calls moved;  // source, destination
     Outcome createDirectoryWithIntermediates(const std::string& path) override {
         return refuses ? refusal() : ForwardingFileManager::createDirectoryWithIntermediates(path);
     }
     Outcome removeItem(const std::string& path) override {
-        note("remove " + path);
+        note({"remove", path});
         return refuses ? refusal() : ForwardingFileManager::removeItem(path);
     }
     Outcome moveItem(const std::string& path, const std::string& destination) override {
-        moved.push_back(path + " > " + destination);
-        note("move " + moved.back());
+        moved.push_back({path, destination});
+        note({"move", path, destination});
         return refuses ? refusal() : ForwardingFileManager::moveItem(path, destination);
     }
     Outcome copyItem(const std::string& path, const std::string& destination) override {
-        note("copy " + path + " > " + destination);
+        note({"copy", path, destination});
         return refuses ? refusal() : ForwardingFileManager::copyItem(path, destination);
     }
     static Outcome refusal() { return Outcome::failure({1, "no, 100%"}); }
 
   private:
-    void note(const std::string& change) {
-        if (changes != nullptr) changes->note(change);
+    void note(StringList change) {
+        if (changes != nullptr) changes->push_back(std::move(change));
     }
+};
+
+// Lists folders in the order that a test wants, and notes which were listed.
+class OrderedManager : public FilesManager {
+  public:
+    std::map<std::string, StringList> order;
+    StringList listed;
+    std::optional<StringList> contentsOfDirectory(const std::string& path) override {
+        listed.push_back(path);
+        const auto found = order.find(path);
+        return found != order.end() ? found->second : FilesManager::contentsOfDirectory(path);
+    }
+};
+
+// All that reaches the console, whichever way.
+class WholeConsole : public ForwardingConsole {
+  public:
+    StringList lines;
+    void log(std::string_view text) override { lines.emplace_back(text); }
+    void print(std::string_view text) override { lines.emplace_back(text); }
+    void putString(std::string_view text) override { lines.emplace_back(text); }
 };
 
 // Whose locked flags are noted and not changed.
 class NotedFlags : public ForwardingAttributes {
   public:
-    Changes* changes = nullptr;
+    Calls* changes = nullptr;
     Outcome setImmutable(const std::string& path, bool immutable) override {
-        changes->note((immutable ? "lock " : "unlock ") + path);
+        changes->push_back({immutable ? "lock" : "unlock", path});
         return Outcome::success();
     }
 };
@@ -92,7 +110,7 @@ class FilesTest : public AuthTest {
         manager_.changes = desktop_.changes = noted_.changes = &changes_;
         platform_->attributes = &noted_;
     }
-    const StringList& changes() const { return changes_.list(); }
+    const Calls& changes() const { return changes_; }
 
     // What logged() tells begins here.
     void startLog() {
@@ -115,7 +133,7 @@ class FilesTest : public AuthTest {
     FilesWorkspace desktop_;
 
   private:
-    Changes changes_;
+    Calls changes_;
     NotedFlags noted_;
     static std::string logText() {
         const StringList logs = KXLog::availableLogs();

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "paths/KXLocalPaths.h"
-#include "tests/support/forwarding.h"
+#include "tests/paths/paths_support.h"
 
 namespace quillmoor {
 namespace {
@@ -19,7 +19,11 @@ class Folders : public test::ForwardingLocations, public test::ForwardingProcess
 
     unsigned realUserId() override { return uid; }
     OptionalString consoleUser() override { return console; }
-    std::string homeDirectory() override { return uid == 0 ? "/var/root" : "/Users/alice"; }
+    std::string home = "/Users/alice";
+    std::string homeDirectory() override {
+        asked.emplace_back("home");
+        return ownHome();
+    }
     OptionalPath homeDirectoryForUser(const OptionalString& name) override {
         if (!name) return "/var/root";
         return "/Users/" + *name;
@@ -33,8 +37,11 @@ class Folders : public test::ForwardingLocations, public test::ForwardingProcess
                         kind);
         if (!hasFolders) return {};
         if (domain == SearchPathDomainMask::System) return {"/Core" + kind};
-        return {(user ? homeDirectory() : "") + kind};
+        return {(user ? ownHome() : "") + kind};
     }
+
+  private:
+    std::string ownHome() const { return uid == 0 ? "/var/root" : home; }
 };
 
 class Guard : public ::testing::Test {
@@ -90,6 +97,42 @@ TEST_F(Guard, TakesTheCharacterBeforeATrailingSlashAlong) {
     EXPECT_TRUE(both("/Volumes//"));
 }
 
+// What is cut is neither the root nor too short any more.
+TEST_F(Guard, RepeatsNoEarlierTestAfterTheCut) {
+    EXPECT_FALSE(either("/a/"));
+    EXPECT_FALSE(either("///"));
+    folders_.home = "/a";
+    EXPECT_TRUE(both("/ab/"));
+}
+
+TEST_F(Guard, ProtectsNoFurtherFolderOfTheSystem) {
+    for (const char* path : {"/etc", "/bin", "/sbin", "/boot", "/opt", "/home", "/tmp", "/root",
+                             "/lib", "/dev", "/proc", "/sys", "/srv", "/mnt", "/media", "/run"})
+        EXPECT_FALSE(either(path)) << path;
+}
+
+TEST_F(Guard, WritesNothingToTheConsole) {
+    test::SilentConsole console;
+    platform_->console = &console;
+    EXPECT_TRUE(both("/"));
+    EXPECT_TRUE(both("/Volumes"));
+    EXPECT_FALSE(either("/elsewhere"));
+    folders_.hasFolders = false;
+    EXPECT_FALSE(either("/elsewhere"));
+    EXPECT_EQ(console.lines, 0);
+}
+
+TEST_F(Guard, MayBeCalledFromAnyThread) {
+    platform_->locations = platform::native().locations;
+    platform_->processInfo = platform::native().processInfo;
+    test::onEightThreads([] {
+        for (int i = 0; i < 100; ++i) {
+            EXPECT_TRUE(both("/Volumes"));
+            EXPECT_FALSE(either("/elsewhere"));
+        }
+    });
+}
+
 TEST_F(Guard, ProtectsTheFoldersOfTheUserAndOfTheMachine) {
     for (const char* kind : {"/K1", "/K4", "/K9", "/K5", "/K13", "/K14"}) {
         EXPECT_TRUE(both(std::string("/Users/alice") + kind)) << kind;
@@ -128,9 +171,10 @@ TEST_F(Guard, ComparesTheTextAsItStands) {
 
 TEST_F(Guard, AsksForTheFoldersInTheirOrder) {
     EXPECT_FALSE(exact("/elsewhere"));
-    EXPECT_EQ(folders_.asked, (StringList{"user/K1", "/K1", "user/K4", "/K4", "user/K9", "/K9",
-                                          "user/K5", "/K5", "user/K5", "/K5", "user/K13", "/K13",
-                                          "user/K14", "/K14", "user/K12", "system/K5", "/K8"}));
+    EXPECT_EQ(folders_.asked,
+              (StringList{"user/K1", "/K1", "user/K4", "/K4", "user/K9", "/K9", "user/K5", "/K5",
+                          "user/K5", "/K5", "user/K13", "/K13", "user/K14", "/K14", "user/K12",
+                          "home", "system/K5", "/K8"}));
 }
 
 TEST_F(Guard, StopsAtTheFirstThatIsEqual) {

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <mutex>
+#include <set>
 
 #include "base/paths.h"
 #include "paths/KXLocalPaths.h"
-#include "tests/support/forwarding.h"
+#include "tests/paths/paths_support.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor {
@@ -55,8 +57,29 @@ TEST(RandomString, SeedsEvenForNoLength) {
     EXPECT_EQ(std::rand(), first);
 }
 
-TEST(Uuid, IsNewOnEveryCall) {
-    EXPECT_NE(KXLocalPaths::uuid(), KXLocalPaths::uuid());
+// One for each character, so that the generator stands where that many draws leave it.
+TEST(RandomString, DrawsOnceForEachCharacter) {
+    StoppedClock clock;
+    test::ScopedPlatform platform;
+    platform->clock = &clock;
+    constexpr unsigned kLength = 1000;
+    std::srand(70'000U * 1'700'000'000U);
+    for (unsigned i = 0; i < kLength; ++i) static_cast<void>(std::rand());
+    const int next = std::rand();
+    EXPECT_EQ(KXLocalPaths::randomString(kLength).size(), kLength);
+    EXPECT_EQ(std::rand(), next);
+}
+
+TEST(Uuid, IsNewOnEveryCallOnEveryThread) {
+    std::set<std::string> all;
+    std::mutex mutex;
+    test::onEightThreads([&] {
+        StringList own;
+        for (int i = 0; i < 1250; ++i) own.push_back(KXLocalPaths::uuid());
+        const std::lock_guard lock(mutex);
+        all.insert(own.begin(), own.end());
+    });
+    EXPECT_EQ(all.size(), 10'000U);
 }
 
 TEST(TempFile, IsAUniqueStringAndEightCharactersInTheTemporaryFolder) {
@@ -76,6 +99,48 @@ TEST(TempFile, DiffersEvenWithinOneTick) {
     const std::string two = KXLocalPaths::tempFile();
     EXPECT_NE(one, two);
     EXPECT_EQ(one.substr(one.size() - 8), two.substr(two.size() - 8));
+}
+
+TEST(TempFile, AsksForTheFolderThenForTheUniqueStringThenForTheCharacters) {
+    static StringList asked;
+    class Recorder : public test::ForwardingLocations,
+                     public test::ForwardingProcessInfo,
+                     public test::ForwardingClock {
+        std::string temporaryDirectory() override {
+            asked.emplace_back("folder");
+            return "/tmp";
+        }
+        std::string globallyUniqueString() override {
+            asked.emplace_back("unique");
+            return "U";
+        }
+        std::int64_t processorTime() override {
+            asked.emplace_back("seed");
+            return 1;
+        }
+    };
+    Recorder recorder;
+    test::ScopedPlatform platform;
+    platform->locations = &recorder;
+    platform->processInfo = &recorder;
+    platform->clock = &recorder;
+    const std::string path = KXLocalPaths::tempFile();
+    EXPECT_EQ(path.substr(0, 6), "/tmp/U");
+    EXPECT_EQ(path.size(), 14U);
+    EXPECT_EQ(asked, (StringList{"folder", "unique", "seed"}));
+}
+
+TEST(TempFile, MayBeMadeOnAnyThread) {
+    std::set<std::string> all;
+    std::mutex mutex;
+    test::onEightThreads([&] {
+        for (int i = 0; i < 50; ++i) {
+            std::string path = KXLocalPaths::tempFile();
+            const std::lock_guard lock(mutex);
+            all.insert(std::move(path));
+        }
+    });
+    EXPECT_EQ(all.size(), 400U);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "tests/support/forwarding.h"
+#include "tests/paths/paths_support.h"
 
 namespace quillmoor {
 namespace {
@@ -25,7 +25,8 @@ class FakeMac : public test::ForwardingLocations, public test::ForwardingProcess
 
     unsigned realUserId() override { return uid; }
     OptionalString consoleUser() override { return console; }
-    std::string homeDirectory() override { return uid == 0 ? superUserHome : "/Users/alice"; }
+    std::string ownHome = "/Users/alice";  // of an ordinary user
+    std::string homeDirectory() override { return uid == 0 ? superUserHome : ownHome; }
     std::string userName() override { return uid == 0 ? "root" : "alice"; }
     OptionalPath homeDirectoryForUser(const OptionalString& name) override {
         if (!name) return superUserHome;
@@ -98,10 +99,11 @@ TEST_F(LocalPaths, OfAnOrdinaryUserAreTheSystemsOwn) {
 }
 
 TEST_F(LocalPaths, OfAnOrdinaryUserAreNeverRewritten) {
-    mac_.hasFolders = true;
-    mac_.superUserHome = "/var/root";
-    mac_.console = "bob";
-    EXPECT_EQ(KXLocalPaths::prefsDirectory(UserDomain::Yes), "/Users/alice/Library/Preferences");
+    for (const char* home : {"/var/root", "/private/var/root"}) {
+        mac_.ownHome = home;
+        EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), std::string(home) + "/Library");
+        EXPECT_EQ(KXLocalPaths::userDirectory(), home);
+    }
 }
 
 TEST_F(LocalPaths, EachOperationAsksForItsKindAndDomain) {
@@ -262,6 +264,42 @@ TEST(IsPathOnTimeMachineVolume, NeedsTheVolumesFolderAndTheExactComponent) {
 TEST(IsPathOnTimeMachineVolume, NormalisesNothing) {
     EXPECT_FALSE(KXLocalPaths::isPathOnTimeMachineVolume("//Volumes/Disk/Backups.backupdb"));
     EXPECT_TRUE(KXLocalPaths::isPathOnTimeMachineVolume("/Volumes/../Backups.backupdb"));
+}
+
+TEST_F(LocalPaths, WriteNothingToTheConsole) {
+    test::SilentConsole console;
+    platform_->console = &console;
+    const auto askAll = [] {
+        KXLocalPaths::prefsDirectory(UserDomain::Yes);
+        KXLocalPaths::trashDirectory();
+        KXLocalPaths::darwinCacheDirectory();
+        KXLocalPaths::username();
+        KXLocalPaths::isPathOnTimeMachineVolume("/Volumes/x");
+    };
+    mac_.hasFolders = false;
+    mac_.cache.clear();
+    mac_.console = std::nullopt;
+    askAll();
+    becomeSuperUser();
+    askAll();
+    mac_.console = "ghost";
+    askAll();
+    EXPECT_EQ(console.lines, 0);
+}
+
+TEST_F(LocalPaths, MayBeAskedFromAnyThread) {
+    platform_->locations = platform::native().locations;
+    platform_->processInfo = platform::native().processInfo;
+    const OptionalPath library = KXLocalPaths::libraryDirectory(UserDomain::Yes);
+    const OptionalString user = KXLocalPaths::username();
+    const OptionalPath cache = KXLocalPaths::darwinCacheDirectory();
+    test::onEightThreads([&] {
+        for (int i = 0; i < 50; ++i) {
+            EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), library);
+            EXPECT_EQ(KXLocalPaths::username(), user);
+            EXPECT_EQ(KXLocalPaths::darwinCacheDirectory(), cache);
+        }
+    });
 }
 
 }  // namespace

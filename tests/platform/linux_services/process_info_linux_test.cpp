@@ -71,5 +71,17 @@ TEST(LinuxProcessInfo, TheFunctionIsCalledInAForkedChildOnly) {
     EXPECT_FALSE(forked);
 }
 
+// Only root may have two different ones.
+TEST(RootProcessInfo, TheUserIdIsTheRealOne) {
+    if (::getuid() != 0) GTEST_SKIP() << "not root";
+    constexpr uid_t kOther = 12345;
+    ASSERT_EQ(::seteuid(kOther), 0);
+    EXPECT_EQ(processInfo().realUserId(), 0U);
+    ASSERT_EQ(::seteuid(0), 0);
+    ASSERT_EQ(::setreuid(kOther, 0), 0);
+    EXPECT_EQ(processInfo().realUserId(), kOther);
+    ASSERT_EQ(::setreuid(0, 0), 0);
+}
+
 }  // namespace
 }  // namespace quillmoor::platform
