@@ -19,7 +19,7 @@ bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPat
         KXLog::appendLogAndPrint("Error copying file %@: destination path is nil", path);
         return false;
     }
-    unlockFile(deleteLastPathComponent(*toPath));
+    unlockFile(parentFolder(*toPath));
     const Outcome copied = fileManager().copyItem(*path, *toPath);
     if (copied) return true;
     KXLog::appendLog("Error copying file: %@. Authorizing...", copied.error().description);

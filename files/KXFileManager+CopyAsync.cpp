@@ -129,7 +129,7 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
         return false;
     }
     const OptionalPath parent =
-        destination ? OptionalPath(deleteLastPathComponent(*destination)) : std::nullopt;
+        destination ? OptionalPath(parentFolder(*destination)) : std::nullopt;
     if (!makeParent(*path, parent)) return false;
     platform::FileOperations& operations = *platform::current().fileOperations;
     const FileOperationRef operation = operations.create();

@@ -47,6 +47,12 @@ struct FinderColor {
 // exception, but in touchFile. Nothing expands a tilde or normalises a path, and a nil path is
 // answered like a missing item.
 //
+// A path without a leading slash is relative to the process's current folder (a wildcard pattern is
+// not: see there); a name without a folder part is an item of that folder. The current folder must
+// not change while an operation runs, and copyFileWithProgress runs on after it has returned. The
+// tools that some operations start take a path that begins with a dash as an option: pass ./-name
+// instead.
+//
 // What removes, moves, copies or creates has up to three forms:
 //   short            the next one with ShouldAuth::Yes
 //   with shouldAuth  as the process's own user first; when that fails, and with ShouldAuth::Yes,

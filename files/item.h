@@ -4,8 +4,11 @@
 
 #include <chrono>
 #include <functional>
+#include <string>
+#include <string_view>
 
 #include "auth/KXAuthorization.h"
+#include "base/paths.h"
 #include "base/types.h"
 #include "platform/platform.h"
 
@@ -18,6 +21,12 @@ inline platform::FileManager& fileManager() {
 // An operation with administrator rights, through the process's session. NO, and a report under the
 // name of `method`, when a tool of the super-user's cannot be started.
 bool withRights(const char* method, const std::function<bool(KXAuthorization&)>& operation);
+
+// The folder that holds the item `path` names: the current folder for a name without a folder part.
+inline std::string parentFolder(std::string_view path) {
+    std::string parent = deleteLastPathComponent(path);
+    return parent.empty() && !path.empty() ? "." : parent;
+}
 
 // Names in listing order, hidden ones included; none when the folder cannot be listed.
 inline StringList entriesOf(const OptionalPath& folder) {

@@ -100,7 +100,8 @@ std::optional<TrashFolder> openTrash(const OptionalPath& destination) {
     return TrashFolder::open(withoutTrailingSlashes(*home));
 }
 
-bool recycleOne(const TrashFolder& trash, const std::string& source, const std::string& name) {
+bool recycleOne(const TrashFolder& trash, const std::string& folderPath, const std::string& name) {
+    const std::string source = folderPath.empty() ? "." : folderPath;
     posix::Place from;
     struct stat status;
     if (!isOneName(name) || posix::openFolder(source, from.folder) != 0) return false;
