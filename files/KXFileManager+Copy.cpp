@@ -4,6 +4,17 @@
 #include "log/KXLog.h"
 
 namespace quillmoor {
+namespace {
+
+// A link has no locked flag of its own: the folder that it leads to is unlocked.
+std::string receivingFolder(const std::string& destination) {
+    const std::string parent = parentFolder(destination);
+    const bool isLinkToFolder =
+        KXFileManager::isSymbolicLinkAtPath(parent) && KXFileManager::isDirectoryAtPath(parent);
+    return isLinkToFolder ? *appendPathComponent(parent, ".") : parent;
+}
+
+}  // namespace
 
 bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath) {
     return copyFile(path, toPath, ShouldAuth::Yes);
@@ -19,7 +30,7 @@ bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPat
         KXLog::appendLogAndPrint("Error copying file %@: destination path is nil", path);
         return false;
     }
-    unlockFile(parentFolder(*toPath));
+    unlockFile(receivingFolder(*toPath));
     const Outcome copied = fileManager().copyItem(*path, *toPath);
     if (copied) return true;
     KXLog::appendLog("Error copying file: %@. Authorizing...", copied.error().description);

@@ -168,10 +168,10 @@ class KXFileManager {
     // Copying -----------------------------------------------------------------------------------
 
     // `copyFile:toPath:` and its forms: copies an item to the path that it is to have, links as
-    // links, with modes and dates. The folder that receives it is unlocked and stays so. What
-    // stands at the destination is never replaced, except by the copy with administrator rights. A
-    // failure is logged and leaves nothing of the copy; what a copy with administrator rights makes
-    // before it fails stays.
+    // links, with modes and dates. The folder that receives it, also one that a link leads to, is
+    // unlocked and stays so. What stands at the destination is never replaced, except by the copy
+    // with administrator rights. A failure is logged and leaves nothing of the copy; what a copy
+    // with administrator rights makes before it fails stays.
     static bool copyFile(const OptionalPath& path, const OptionalPath& toPath);
     static bool copyFile(const OptionalPath& path, const OptionalPath& toPath,
                          ShouldAuth shouldAuth);

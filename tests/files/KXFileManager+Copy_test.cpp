@@ -37,6 +37,28 @@ TEST_F(Copying, UnlocksTheFolderThatReceivesTheItemAndLeavesItSo) {
                 ElementsAre(ElementsAre("unlock", to), ElementsAre("copy", file, to + "/file")));
 }
 
+TEST_F(Copying, ThroughALinkUnlocksTheFolderThatTheLinkLeadsTo) {
+    noteChanges();
+    const std::string file = folder_.writeFile("file");
+    folder_.makeFolder("to");
+    const std::string link = folder_.makeLink("link", "to");
+    EXPECT_TRUE(KXFileManager::copyFile(file, link + "/file"));
+    EXPECT_THAT(changes(), ElementsAre(ElementsAre("unlock", link + "/."),
+                                       ElementsAre("copy", file, link + "/file")));
+}
+
+// Where the copy fails, only a folder would have received it.
+TEST_F(Copying, ThroughALinkToNoFolderUnlocksNothingBehindIt) {
+    noteChanges();
+    const std::string file = folder_.writeFile("file");
+    const std::string link = folder_.makeLink("link", "file");
+    const std::string dangling = folder_.makeLink("dangling", "gone");
+    EXPECT_FALSE(KXFileManager::copyFile(file, link + "/copy", ShouldAuth::No));
+    EXPECT_FALSE(KXFileManager::copyFile(file, dangling + "/copy", ShouldAuth::No));
+    EXPECT_THAT(changes(),
+                ElementsAre(ElementsAre("unlock", link), _, ElementsAre("unlock", dangling), _));
+}
+
 // With the system's own locked flag.
 using RootCopying = test::FilesTest;
 
@@ -52,6 +74,20 @@ TEST_F(RootCopying, IntoALockedFolderSucceedsAndLeavesItUnlocked) {
     EXPECT_EQ(test::readFile(to + "/copy"), "text");
     EXPECT_FALSE(KXFileManager::isFileLocked(to));
     EXPECT_TRUE(manager_.copyItem(file, to + "/other"));
+}
+
+TEST_F(RootCopying, IntoALockedFolderThroughALinkUnlocksTheFolder) {
+    startLog();
+    const std::string file = folder_.writeFile("file", "text");
+    const std::string to = folder_.makeFolder("to");
+    const std::string link = folder_.makeLink("link", "to");
+    const test::LockedItem locked(to);
+    if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
+    ASSERT_TRUE(locked.outcome());
+    EXPECT_TRUE(KXFileManager::copyFile(file, link + "/copy", ShouldAuth::No));
+    EXPECT_EQ(test::readFile(to + "/copy"), "text");
+    EXPECT_FALSE(KXFileManager::isFileLocked(to));
+    EXPECT_THAT(logged(), IsEmpty());
 }
 
 TEST_F(Copying, OntoAnExistingFileWithoutLeaveToAskLeavesBothAndAnnouncesAuthorizing) {
