@@ -1,4 +1,6 @@
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "base/format.h"
 #include "base/paths.h"
@@ -32,9 +34,12 @@ FileOperationNotice contextOf(const std::string& source, const std::string& dest
     return context;
 }
 
-FileOperationDelegateRef delegateOf(const FileOperationNotice& context) {
-    const auto found = context.find("delegate");
-    return found != context.end() ? std::get<FileOperationDelegateRef>(found->second) : nullptr;
+FileOperationDelegateRef delegateOf(const FileOperationNotice* info) {
+    if (info == nullptr) return nullptr;
+    const auto found = info->find("delegate");
+    if (found == info->end()) return nullptr;
+    const auto* delegate = std::get_if<FileOperationDelegateRef>(&found->second);
+    return delegate != nullptr ? *delegate : nullptr;
 }
 
 // One event, in its form with the operation and in the one without.
@@ -72,24 +77,12 @@ void send(const Event& event, const FileOperationDelegateRef& delegate, FileOper
                                                         platform::WaitUntilDone::No);
 }
 
-FileOperationNotice noticeOf(const FileOperationReport& report,
-                             const FileOperationNotice& context) {
-    FileOperationNotice notice = context;
+FileOperationNotice noticeOf(const FileOperationReport& report, const FileOperationNotice* info) {
+    FileOperationNotice notice = info != nullptr ? *info : FileOperationNotice{};
     notice.emplace("stage", static_cast<long>(report.stage));
     if (report.stage == FileOperationStage::Running && report.status)
         for (const auto& [key, value] : *report.status) notice[key] = value;
     return notice;
-}
-
-void statusCallback(const FileOperationReport& report, const FileOperationNotice& context) {
-    const FileOperationDelegateRef delegate = delegateOf(context);
-    if (report.stage == FileOperationStage::Running && report.status)
-        send(kProgress, delegate, noticeOf(report, context), report.operation);
-    if (report.stage != FileOperationStage::Complete) return;
-    send(kFinished, delegate, noticeOf(report, context), report.operation);
-    const std::int32_t status = platform::current().fileOperations->unschedule(report.operation);
-    if (status != 0)
-        tell(formatted("Failed to unschedule operation from run loop: %d", int{status}));
 }
 
 bool makeParent(const std::string& source, const OptionalPath& parent) {
@@ -103,12 +96,22 @@ bool makeParent(const std::string& source, const OptionalPath& parent) {
     return false;
 }
 
-bool start(const FileOperationRef& operation, const FileOperationNotice& context,
+// Kept for compatibility: an operation that could not be scheduled is never released.
+void keepUntilExit(FileOperationRef operation) {
+    static std::mutex mutex;
+    static auto* const kept = new std::vector<FileOperationRef>;
+    const std::lock_guard lock(mutex);
+    kept->push_back(std::move(operation));
+}
+
+// Releases the operation once it has been started: the platform keeps it while it is scheduled.
+bool start(FileOperationRef operation, const FileOperationNotice& context,
            const std::string& parent, const std::string& name) {
     const std::int32_t status = platform::current().fileOperations->copy(
         operation, std::get<std::string>(context.at("source")), parent, name,
-        [context](const FileOperationReport& report) { statusCallback(report, context); },
+        [context](const FileOperationReport& report) { statusCallback(report, &context); },
         kStatusInterval);
+    operation = nullptr;
     if (status == 0) return true;
     tell(formatted("Failed to begin asynchronous object copy: %ld", long{status}));
     return false;
@@ -132,17 +135,30 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
         destination ? OptionalPath(parentFolder(*destination)) : std::nullopt;
     if (!makeParent(*path, parent)) return false;
     platform::FileOperations& operations = *platform::current().fileOperations;
-    const FileOperationRef operation = operations.create();
+    FileOperationRef operation = operations.create();
     const std::int32_t status = operations.schedule(operation);
     if (status != 0) {
         tell(formatted("Failed to schedule operation with run loop: %ld", long{status}));
+        keepUntilExit(std::move(operation));
         return false;
     }
     const std::string target = destination.value_or("");
     return start(
-        operation,
+        std::move(operation),
         contextOf(*path, target, std::move(delegate), std::move(object), std::move(object2)),
         parent.value_or(""), lastPathComponent(target));
+}
+
+void statusCallback(const FileOperationReport& report, const FileOperationNotice* info) {
+    const FileOperationRef operation = report.operation;
+    const FileOperationDelegateRef delegate = delegateOf(info);
+    if (report.stage == FileOperationStage::Running && report.status)
+        send(kProgress, delegate, noticeOf(report, info), operation);
+    if (report.stage != FileOperationStage::Complete) return;
+    send(kFinished, delegate, noticeOf(report, info), operation);
+    const std::int32_t status = platform::current().fileOperations->unschedule(operation);
+    if (status != 0)
+        tell(formatted("Failed to unschedule operation from run loop: %d", int{status}));
 }
 
 void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) {

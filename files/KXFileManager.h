@@ -313,6 +313,11 @@ class KXFileManager {
     static bool decompressFile(const OptionalPath& path, const OptionalPath& toDestinationFolder);
 };
 
+// `statusCallback`: called by the platform, on the main thread, for a copy that
+// copyFileWithProgress has started. Queues the notice for the delegate in `info`, the copy's
+// context (null when there is none), and removes an operation that is complete from the run loop.
+void statusCallback(const platform::FileOperationReport& report, const FileOperationNotice* info);
+
 // `SendFinderSyncEvent`: has the file manager show the item anew. Answers the platform's status.
 std::int32_t SendFinderSyncEvent(const platform::FileReference* reference);
 

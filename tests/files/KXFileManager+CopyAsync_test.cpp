@@ -82,6 +82,39 @@ TEST_F(CopyWithProgress, ThatCannotBeScheduledIsTold) {
     EXPECT_THAT(console_.logged, ElementsAre("Failed to schedule operation with run loop: -50"));
 }
 
+TEST_F(CopyWithProgress, ThatCannotBeScheduledKeepsItsOperation) {
+    operations_.scheduleStatus = -50;
+    std::weak_ptr<platform::FileOperation> kept;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(start());
+        kept = std::exchange(operations_.operation, nullptr);
+        EXPECT_EQ(kept.use_count(), 1);
+    }
+}
+
+// The platform keeps what it has started; what it could not start is gone before that is reported.
+TEST_F(CopyWithProgress, ReleasesItsOperationRightAfterTheStart) {
+    class CountsAtReport : public test::AuthConsole {
+      public:
+        std::weak_ptr<platform::FileOperation> operation;
+        long references = -1;
+        void log(std::string_view text) override {
+            references = operation.use_count();
+            AuthConsole::log(text);
+        }
+    };
+    CountsAtReport console;
+    platform_->console = &console;
+    operations_.onSchedule = [&] { console.operation = operations_.operation; };
+    for (const std::int32_t status : {0, -48}) {
+        operations_.copyStatus = status;
+        EXPECT_EQ(start(), status == 0);
+        EXPECT_EQ(operations_.operation.use_count(), 1) << status;
+    }
+    EXPECT_EQ(console.references, 1);
+    EXPECT_THAT(console.logged, ElementsAre("Failed to begin asynchronous object copy: -48"));
+}
+
 TEST_F(CopyWithProgress, KeepsNoOperationOnceTheEndHasBeenDelivered) {
     ASSERT_TRUE(start());
     const std::weak_ptr<platform::FileOperation> operation = operations_.operation;
@@ -143,6 +176,26 @@ TEST_F(CopyWithProgress, WritesNothingToTheLog) {
     operations_.report(FileOperationStage::Complete);
     EXPECT_EQ(console_.logged.size(), 4U);
     EXPECT_THAT(logged(), IsEmpty());
+}
+
+// A caller may have a platform of its own report to the library.
+TEST_F(CopyWithProgress, HasACallbackThatAnyoneMayCall) {
+    const FileOperationNotice info{{"delegate", FileOperationDelegateRef(listener_)},
+                                   {"source", std::string("/from")}};
+    const platform::FileOperationRef operation = operations_.create();
+    statusCallback({operation, std::nullopt, FileOperationStage::Running, 0, {{{"bytes", 1.0}}}},
+                   &info);
+    statusCallback({operation, "/item", FileOperationStage::Complete, -36, std::nullopt}, &info);
+    statusCallback({operation, "/item", FileOperationStage::Complete, 0, std::nullopt}, nullptr);
+    deliver();
+    EXPECT_THAT(listener_->events,
+                ElementsAre("progress with operation", "finished with operation"));
+    EXPECT_EQ(listener_->last,
+              (FileOperationNotice{{"delegate", FileOperationDelegateRef(listener_)},
+                                   {"source", std::string("/from")},
+                                   {"stage", 3L}}));
+    EXPECT_EQ(listener_->operation, operation);
+    EXPECT_THAT(operations_.calls, ElementsAre("create", "unschedule", "unschedule"));
 }
 
 TEST_F(CopyWithProgress, ThatCannotBeginIsTold) {
