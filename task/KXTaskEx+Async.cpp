@@ -134,18 +134,28 @@ void KXTaskEx::terminateAsyncTask() {
     terminate(std::nullopt);
 }
 
-// Only if it is still this run's turn, where one is given.
+// Only if it is still this run's turn, where one is given. What the caller gave is released with
+// nothing locked, since it may come back to this instance; a reader that has not launched the task
+// by then never will.
 void KXTaskEx::terminate(std::optional<Run> run) {
-    Listener forgotten;  // given up when nothing is locked
-    const std::lock_guard launching(launchMutex_);
-    if (run && *run != terminations_) return;
-    ++terminations_;
-    const TaskReference task = theTask();
-    const auto output = task != nullptr ? task->standardOutput() : nullptr;
-    if (output != nullptr) output->closeFile();
-    exchangeListener(forgotten);
+    TaskReference task;
+    Listener forgotten;
+    {
+        const std::lock_guard launching(launchMutex_);
+        if (run && *run != terminations_) return;
+        ++terminations_;
+        task = theTask();
+        const auto output = task != nullptr ? task->standardOutput() : nullptr;
+        if (output != nullptr) output->closeFile();
+        exchangeListener(forgotten);
+    }
+    forgotten.delegate.reset();
+    forgotten.object.reset();
+    forgotten.selector = nullptr;
     if (task != nullptr && task->isRunning()) task->terminate();
-    setTheTask(nullptr);
+    const std::lock_guard launching(launchMutex_);
+    // Not that of a run that was started meanwhile.
+    if (theTask() == task) setTheTask(nullptr);
 }
 
 // Nobody, when the run is over.

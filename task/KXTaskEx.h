@@ -195,9 +195,9 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     // `asyncTaskReturnData:`: hands one chunk over, on the calling thread.
     void asyncTaskReturnData(const AsyncTaskNotification& notification);
 
-    // `terminateAsyncTask`: ends the run: forgets the delegate, its operation and the object, stops
-    // the reading, and sends the tool one SIGTERM if it runs. A call of the delegate that is under
-    // way goes on to its end.
+    // `terminateAsyncTask`: ends the run: stops the reading, releases the delegate, the object and
+    // the operation in this order, and then sends the tool one SIGTERM if it runs. A call of the
+    // delegate that is under way goes on to its end.
     void terminateAsyncTask();
 
     // `theTask`: the running tool of this instance, null when there is none. Any thread.

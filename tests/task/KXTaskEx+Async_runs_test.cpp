@@ -19,11 +19,15 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using AsyncTask = test::AsyncTaskTest;
 
-// Holds threads back until the test runs their bodies.
+// Holds threads back until the test runs their bodies, except the first `letThrough`.
 class HeldThreads : public test::ForwardingMainThread {
   public:
+    int letThrough = 0;
     std::vector<std::function<void()>> bodies;
-    void detachNewThread(std::function<void()> made) override { bodies.push_back(std::move(made)); }
+    void detachNewThread(std::function<void()> made) override {
+        if (letThrough-- > 0) return next().detachNewThread(std::move(made));
+        bodies.push_back(std::move(made));
+    }
 };
 
 // Runs that follow one another, and what happens at a bad moment.
@@ -62,15 +66,25 @@ TEST_F(AsyncTask, ThatIsTerminatedAndStartedAnewLeavesTheSecondRunToItsOwnThread
     EXPECT_FALSE(test::somethingAt(folder_ / "pid"));
 }
 
+// The second run's own thread never begins: what arrives was read by the first one's.
 TEST_F(AsyncTask, ThatIsReplacedGoesOnReadingTheSecondTasksOutput) {
     const std::string file = folder_ / "pid";
+    HeldThreads threads;
+    threads.letThrough = 1;
+    platform_->mainThread = &threads;
+    const auto second = std::make_shared<test::Delegate>();
+    delegate_->meanwhile = [&](const Data&, KXTaskEx& task) {
+        task.asyncDataFromTask(childPath("print_streams"), StringList{"second"}, second,
+                               selectorOf(second), nullptr);
+        task.theTask()->launch();
+    };
     start(childPath("write_then_hang"), {file, "first"});
-    ASSERT_TRUE(delegate_->waitForChunks(1));
-    const pid_t first = test::pidIn(file);
-    start(childPath("print_streams"), {"second"});
-    ASSERT_TRUE(delegate_->waitForEnds(1));
-    EXPECT_EQ(delegate_->text(), "firstsecond");
-    ::kill(first, SIGKILL);
+    ASSERT_TRUE(second->waitForEnds(1));
+    EXPECT_EQ(delegate_->text(), "first");
+    EXPECT_EQ(delegate_->ends(), 0);
+    EXPECT_EQ(second->text(), "second");
+    ::kill(test::pidIn(file), SIGKILL);
+    threads.bodies.clear();
     EXPECT_TRUE(isIdle());
 }
 
@@ -200,8 +214,8 @@ TEST_F(AsyncSteps, AreTheseForARun) {
     ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
     EXPECT_THAT(steps(),
                 ElementsAre("make task", "make pipe1", "output pipe1.writing", "error null",
-                            "environment A=1", "path /tool", "arguments", "exists?", "executable?",
-                            "launch", "read pipe1.reading", "read pipe1.reading",
+                            "environment 'A'='1'", "path /tool", "arguments", "exists?",
+                            "executable?", "launch", "read pipe1.reading", "read pipe1.reading",
                             "read pipe1.reading", "close pipe1.reading", "running?", "released"));
     EXPECT_EQ(delegate_->text(), "onetwo");
     EXPECT_EQ(delegate_->chunks(), 2);
@@ -215,6 +229,103 @@ TEST_F(AsyncSteps, IncludeOneSignalForAToolThatStillRunsWhenItsOutputEnds) {
     EXPECT_EQ(std::count(all.begin(), all.end(), "terminate"), 1);
     runner_->terminateAsyncTask();
     EXPECT_EQ(steps().size(), all.size());
+}
+
+// Notes its release.
+std::shared_ptr<void> tracked(test::Journal& journal, const std::string& name) {
+    return {nullptr, [&journal, name](void*) { journal.note(name + " released"); }};
+}
+
+// What the caller gave is released before the tool is signalled, and with nothing locked.
+TEST_F(AsyncSteps, OfATerminationAreTheseInThisOrder) {
+    HeldThreads thread;
+    platform_->mainThread = &thread;
+    journal_.remark = [this] { return std::string(runner_->theTask() != nullptr ? "" : ", idle"); };
+    runner_->asyncDataFromTask(
+        "/tool", std::nullopt, tracked(journal_, "delegate"),
+        [kept = tracked(journal_, "operation")](const Data&, KXTaskEx&, const auto&) {},
+        tracked(journal_, "object"));
+    runner_->theTask()->launch();
+    const std::size_t before = steps().size();
+    runner_->terminateAsyncTask();
+    const StringList all = steps();
+    EXPECT_THAT(StringList(all.begin() + static_cast<long>(before), all.end()),
+                ElementsAre("close pipe1.reading", "delegate released", "object released",
+                            "operation released", "running?", "terminate", "released, idle"));
+}
+
+TEST_F(AsyncSteps, OfATerminationMayStartTheNextRun) {
+    HeldThreads thread;
+    platform_->mainThread = &thread;
+    handles_.chunks[2] = {"second"};
+    KXTaskEx::Object delegate(nullptr, [this](void*) {
+        runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_),
+                                   nullptr);
+    });
+    runner_->asyncDataFromTask("/tool", std::nullopt, std::move(delegate), nullptr, nullptr);
+    const auto task = runner_->theTask();
+    task->launch();
+    runner_->terminateAsyncTask();
+    EXPECT_TRUE(journal_.steps.contains("terminate"));
+    EXPECT_NE(runner_->theTask(), nullptr);
+    EXPECT_NE(runner_->theTask(), task);
+    thread.bodies.at(1)();
+    EXPECT_EQ(delegate_->text(), "second");
+}
+
+TEST_F(AsyncSteps, OfAStartReleaseWhatTheRunBeforeLeftInThisOrder) {
+    HeldThreads thread;
+    platform_->mainThread = &thread;
+    runner_->asyncDataFromTask(
+        "/tool", std::nullopt, tracked(journal_, "delegate"),
+        [kept = tracked(journal_, "operation")](const Data&, KXTaskEx&, const auto&) {},
+        tracked(journal_, "object"));
+    const std::size_t before = steps().size();
+    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
+    StringList all = steps();
+    all.erase(all.begin(), all.begin() + static_cast<long>(before));
+    ASSERT_GE(all.size(), 4U);
+    all.resize(4);
+    EXPECT_THAT(all, ElementsAre("delegate released", "operation released", "object released",
+                                 "make task"));
+    EXPECT_EQ(delegate_.use_count(), 2);
+    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
+    EXPECT_EQ(delegate_.use_count(), 2);
+    thread.bodies.at(2)();
+    EXPECT_EQ(delegate_->object(), nullptr);
+    EXPECT_EQ(delegate_->ends(), 1);
+}
+
+TEST_F(AsyncSteps, OfAMissingToolAreLoggedAndNotPrinted) {
+    fileManager_.exists = false;
+    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
+    ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
+    EXPECT_THAT(logged(), ElementsAre("Unable to launch async task - task does not exist or is not "
+                                      "executable"));
+    EXPECT_THAT(console_.printed.all(), IsEmpty());
+    EXPECT_THAT(console_.logged.all(), IsEmpty());
+    runner_->terminateAsyncTask();
+}
+
+TEST(AsyncTaskField, MayBeSetAndReadByManyThreads) {
+    const auto runner = KXTaskEx::create();
+    std::atomic<bool> over{false};
+    std::vector<std::thread> threads;
+    for (int n = 0; n < 2; ++n)
+        threads.emplace_back([&] {
+            while (!over) {
+                const auto task = runner->theTask();
+                EXPECT_FALSE(task != nullptr && task->isRunning());
+            }
+        });
+    for (int i = 0; i < 2000; ++i) runner->setTheTask(platform::current().tasks->makeTask());
+    over = true;
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_NE(runner->theTask(), nullptr);
+}
+
+TEST(AsyncTaskNotification, HasTheNameThatCallersCompare) {
+    EXPECT_STREQ(KXAsyncTaskDataNotification, "KXAsyncTaskDataNotification");
 }
 
 TEST_F(AsyncSteps, EndWithAReadThatFails) {
