@@ -1,5 +1,6 @@
 #include <signal.h>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -81,6 +82,14 @@ TEST_F(AsyncTask, GivesTheToolItsEnvironmentAlone) {
     ASSERT_TRUE(delegate_->waitForEnds(1));
     EXPECT_THAT(delegate_->text(), ::testing::HasSubstr("ONE=1"));
     EXPECT_EQ(delegate_->text().find("PATH="), std::string::npos);
+}
+
+TEST_F(AsyncTask, WithoutAnEnvironmentTheToolInheritsTheProgramsOwn) {
+    ASSERT_EQ(::setenv("KX_TEST_INHERITED", "yes", 1), 0);
+    start(childPath("print_env"));
+    ASSERT_TRUE(delegate_->waitForEnds(1));
+    ASSERT_EQ(::unsetenv("KX_TEST_INHERITED"), 0);
+    EXPECT_THAT(delegate_->text(), ::testing::HasSubstr("KX_TEST_INHERITED=yes"));
 }
 
 TEST_F(AsyncTask, ReadsToTheEndWithoutADelegateOrAnOperation) {

@@ -71,6 +71,9 @@ TEST_F(TaskOutput, WithoutLogOutputIsStandardErrorAlone) {
     const std::string inherited = ::testing::internal::GetCapturedStdout();
     EXPECT_EQ(textOf(errors), "err");
     EXPECT_EQ(textOf(nothing), "");
+    // Nor does the flag decide what is written to the log, in spite of its name.
+    EXPECT_EQ(dataOf("print_streams", {"out", "err"}), "out");
+    EXPECT_THAT(logged(), IsEmpty());
     EXPECT_NE(inherited.find("out"), std::string::npos);
     EXPECT_NE(inherited.find("more"), std::string::npos);
 }

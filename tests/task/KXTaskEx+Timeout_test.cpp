@@ -343,12 +343,16 @@ TEST_F(TimeoutSteps, ATaskThatDoesNotRunIsLeftAlone) {
 
 TEST_F(TimeoutSteps, ARunningTaskIsToldOfAndThenTerminated) {
     runner_->setTheTask(launched());
+    bool wasLogged = true;
+    console_.meanwhile = [&] { wasLogged = !logged().empty(); };
     journal_.remark = [this] {
-        return console_.logged.all().empty() ? std::string() : std::string(", told");
+        return std::string(console_.logged.all().empty() ? "" : ", told") +
+               (logged().empty() ? "" : ", logged");
     };
     runner_->timeout();
-    EXPECT_THAT(steps(),
-                ElementsAre("make task", "path /tool", "launch", "running?", "terminate, told"));
+    EXPECT_FALSE(wasLogged);
+    EXPECT_THAT(steps(), ElementsAre("make task", "path /tool", "launch", "running?",
+                                     "terminate, told, logged"));
     EXPECT_THAT(console_.logged.all(), ElementsAre("Task timed out. Terminating..."));
     EXPECT_THAT(logged(), ElementsAre("Task /tool timed out. Terminating..."));
     EXPECT_NE(runner_->theTask(), nullptr);
@@ -367,6 +371,31 @@ TEST_F(TimeoutSteps, TheFieldIsClearedBeforeARunAndAfterIt) {
                             "error null, named", "output null, named", "launch, named",
                             "wait, named", "released"));
     EXPECT_EQ(runner_->theTask(), nullptr);
+}
+
+// A time-out of no seconds may thus find the task that was named before.
+TEST_F(TimeoutSteps, TheThreadIsStartedBeforeTheFieldIsCleared) {
+    class Noting : public test::ForwardingMainThread {
+      public:
+        explicit Noting(const KXTaskEx& runner) : runner_(runner) {}
+        void detachNewThread(std::function<void()>) override {
+            named.push_back(runner_.theTask() != nullptr);
+        }
+        std::vector<bool> named;
+
+      private:
+        const KXTaskEx& runner_;
+    };
+    Noting thread(*runner_);
+    platform_->mainThread = &thread;
+    runner_->setTheTask(launched());
+    runner_->runTaskOnInstance("/tool", std::nullopt, 5s);
+    runner_->setTheTask(launched());
+    runner_->dataFromTaskOnInstance("/tool", std::nullopt, 5s);
+    runner_->setTheTask(launched());
+    runner_->terminationCodeFromTaskOnInstance("/tool", std::nullopt, 5s);
+    EXPECT_EQ(thread.named, (std::vector<bool>{true, true, true}));
+    platform_->mainThread = platform::native().mainThread;
 }
 
 // The task becomes known to the time-out only when the launch is near.

@@ -96,12 +96,13 @@ class ScriptedTask : public platform::Task {
     std::string launchPath() override { return path_; }
     void setArguments(StringList arguments) override {
         std::string step = "arguments";
-        for (const std::string& argument : arguments) step += " " + argument;
+        for (const std::string& argument : arguments) step += " '" + argument + "'";
         journal_.note(step);
     }
     void setEnvironment(Environment environment) override {
         std::string step = "environment";
-        for (const auto& [name, value] : environment) step.append(" " + name + "=" + value);
+        for (const auto& [name, value] : environment)
+            step.append(" '" + name + "'='" + value + "'");
         journal_.note(step);
     }
     void setStandardInput(platform::Pipe pipe) override { note("input", pipe.reading); }
@@ -164,21 +165,24 @@ class ScriptedTasks : public ForwardingTasks {
     Journal& journal_;
 };
 
-// Asks that are answered as the test says, and noted.
+// Questions that are answered as the test says, and noted. An answer may throw.
 class ScriptedFileManager : public ForwardingFileManager {
   public:
     explicit ScriptedFileManager(Journal& journal) : journal_(journal) {}
     bool fileExists(const std::string&) override {
         journal_.note("exists?");
+        meanwhile();
         return exists;
     }
     bool isExecutableFile(const std::string&) override {
         journal_.note("executable?");
+        meanwhile();
         return executable;
     }
 
     bool exists = true;
     bool executable = true;
+    std::function<void()> meanwhile = [] {};
 
   private:
     Journal& journal_;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <vector>
 
 #include "task/KXTaskEx.h"
 #include "tests/task/scripted_platform.h"
@@ -24,10 +25,10 @@ class TaskSteps : public test::ScriptedTaskTest {
 };
 
 TEST_F(TaskSteps, RunDiscardsBothStreamsAndWaits) {
-    EXPECT_TRUE(KXTaskEx::runTask("/tool", StringList{"a", "b"}));
-    EXPECT_THAT(steps(),
-                ElementsAre("executable?", "package?", "make task", "path /tool", "arguments a b",
-                            "error null", "output null", "launch", "wait", "released"));
+    EXPECT_TRUE(KXTaskEx::runTask("/tool", StringList{"a", "b c"}));
+    EXPECT_THAT(steps(), ElementsAre("executable?", "package?", "make task", "path /tool",
+                                     "arguments 'a' 'b c'", "error null", "output null", "launch",
+                                     "wait", "released"));
 }
 
 TEST_F(TaskSteps, RunStoresTheTaskBeforeItIsConfigured) {
@@ -59,6 +60,12 @@ TEST_F(TaskSteps, RunGuardsTheWaitingToo) {
     EXPECT_THAT(logged(), ElementsAre("Exception running task /tool: in the wait"));
 }
 
+TEST_F(TaskSteps, RunDoesNotGuardTheLaunchCheck) {
+    fileManager_.meanwhile = [] { throw platform::Exception("Name", "in the check"); };
+    EXPECT_EQ(exceptionOf([] { KXTaskEx::runTask("/tool", std::nullopt); }), "Name: in the check");
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 TEST_F(TaskSteps, RunLetsExceptionsOfAnotherKindPass) {
     tasks_.script.launch = [] { throw std::runtime_error("other"); };
     EXPECT_THROW(KXTaskEx::runTask("/tool", std::nullopt), std::runtime_error);
@@ -67,7 +74,7 @@ TEST_F(TaskSteps, RunLetsExceptionsOfAnotherKindPass) {
 
 TEST_F(TaskSteps, RunAndReturnNeitherWaitsNorAsks) {
     KXTaskEx::runTaskAndReturn("/tool", StringList{"a"});
-    EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "arguments a", "error null",
+    EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "arguments 'a'", "error null",
                                            "output null", "launch", "released"));
 }
 
@@ -85,6 +92,17 @@ TEST_F(TaskSteps, RunAndReturnLetsExceptionsReachTheCaller) {
     EXPECT_THAT(console_.logged.all(), IsEmpty());
 }
 
+// Both operations report a refusal twice: on the console, and then in the log.
+TEST_F(TaskSteps, RefusalsAreOnTheConsoleBeforeTheyAreInTheLog) {
+    fileManager_.executable = false;
+    std::vector<std::size_t> loggedBefore;
+    console_.meanwhile = [&] { loggedBefore.push_back(logged().size()); };
+    KXTaskEx::runTaskAndReturn("/tool", std::nullopt);
+    KXTaskEx::terminationCodeFromTask("/tool", std::nullopt);
+    EXPECT_THAT(loggedBefore, ElementsAre(0, 1));
+    EXPECT_EQ(logged().size(), 2U);
+}
+
 TEST_F(TaskSteps, RunAndReturnAsksNothingOfANilPath) {
     KXTaskEx::runTaskAndReturn(std::nullopt, std::nullopt);
     EXPECT_THAT(steps(), IsEmpty());
@@ -95,7 +113,7 @@ TEST_F(TaskSteps, RunAndReturnAsksNothingOfANilPath) {
 TEST_F(TaskSteps, TerminationCodeStoresTheTaskJustBeforeTheLaunch) {
     remarkStored();
     EXPECT_EQ(KXTaskEx::terminationCodeFromTask("/tool", StringList{"a"}, &task_), 0);
-    EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "arguments a", "error null",
+    EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "arguments 'a'", "error null",
                                            "output null", "launch, stored", "running?, stored",
                                            "wait, stored", "status, stored"));
 }
@@ -129,7 +147,7 @@ TEST_F(TaskSteps, DataIsReadFromOnePipeAfterTheOther) {
     EXPECT_EQ(data->view(), "one two");
     EXPECT_THAT(steps(), ElementsAre("exists?", "executable?", "package?", "make task",
                                      "make pipe1", "make pipe2", "path /tool, stored",
-                                     "arguments a, stored", "output pipe1.writing, stored",
+                                     "arguments 'a', stored", "output pipe1.writing, stored",
                                      "make pipe3, stored", "input pipe3.reading, stored",
                                      "error pipe2.writing, stored", "launch, stored",
                                      "read pipe1.reading, stored", "read pipe1.reading, stored",
@@ -161,7 +179,7 @@ TEST_F(TaskSteps, DataSetsTheEnvironmentOnlyWhenThereIsOne) {
     KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr, Environment());
     EXPECT_TRUE(journal_.steps.contains("environment"));
     KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr, Environment{{"A", "1"}});
-    EXPECT_TRUE(journal_.steps.contains("environment A=1"));
+    EXPECT_TRUE(journal_.steps.contains("environment 'A'='1'"));
 }
 
 TEST_F(TaskSteps, DataLeavesStandardOutputAloneWithoutLogOutput) {
@@ -182,6 +200,14 @@ TEST_F(TaskSteps, DataTellsAnExceptionOnTheConsoleOnly) {
     EXPECT_THAT(console_.logged.all(), ElementsAre("Exception running task /tool: the reason"));
     EXPECT_THAT(console_.printed.all(), IsEmpty());
     EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(TaskSteps, DataGuardsTheLaunchCheckToo) {
+    fileManager_.meanwhile = [] { throw platform::Exception("Name", "in the check"); };
+    EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
+    EXPECT_THAT(console_.logged.all(), ElementsAre("Exception running task /tool: in the check"));
+    EXPECT_THAT(logged(), IsEmpty());
+    EXPECT_THAT(stepsOfTask(), IsEmpty());
 }
 
 TEST_F(TaskSteps, DataGuardsTheReadingToo) {

@@ -41,12 +41,17 @@ class SharedList {
 
 class RecordingConsole : public ForwardingConsole {
   public:
-    void log(std::string_view text) override { logged.add(std::string(text)); }
+    void log(std::string_view text) override {
+        logged.add(std::string(text));
+        meanwhile();
+    }
     void print(std::string_view text) override { printed.add(std::string(text)); }
     void putString(std::string_view text) override { printed.add(std::string(text)); }
 
     SharedList logged;
     SharedList printed;
+    // Called with each line of the console's log, after it was noted.
+    std::function<void()> meanwhile = [] {};
 };
 
 // The log's open file.
