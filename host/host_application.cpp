@@ -94,6 +94,8 @@ InstallerController::Setting settingFor(const Options& options, const QStringLis
     setting.window.confirm = screen == Screen::Display && options.script.empty()
                                  ? InstallerWindow::Confirm::Yes
                                  : InstallerWindow::Confirm::No;
+    setting.window.fitScreen = screen == Screen::Display ? InstallerWindow::FitScreen::Yes
+                                                         : InstallerWindow::FitScreen::No;
     return setting;
 }
 

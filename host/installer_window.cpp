@@ -7,6 +7,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
+#include <QScreen>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -20,6 +21,8 @@ namespace {
 
 constexpr QSize kSize(820, 530);
 constexpr QSize kLeastSize(660, 440);
+// The window manager's frame, whose size is known only when the window is on screen.
+constexpr QSize kFrame(16, 48);
 constexpr int kRailWidth = 232;
 constexpr int kRailMargin = 26;
 constexpr int kMargin = 32;
@@ -180,6 +183,14 @@ QWidget* InstallerWindow::widgetNamed(const QString& name) const {
     return findChild<QWidget*>(name);
 }
 
+// Window managers leave a window as large as it asks to be, and its lower edge with the buttons off
+// the screen.
+void InstallerWindow::fitScreen() {
+    const QSize room = screen()->availableSize() - kFrame;
+    setMinimumSize(kLeastSize.boundedTo(room));
+    resize(size().boundedTo(room));
+}
+
 void InstallerWindow::showMnemonics(bool areShown) {
     if (auto* style = dynamic_cast<HostStyle*>(QApplication::style()))
         style->setMnemonicsShown(areShown, *this);
@@ -201,6 +212,11 @@ bool InstallerWindow::event(QEvent* event) {
             break;
     }
     return QWidget::event(event);
+}
+
+void InstallerWindow::showEvent(QShowEvent* event) {
+    if (setting_.fitScreen == FitScreen::Yes) fitScreen();
+    QWidget::showEvent(event);
 }
 
 void InstallerWindow::keyPressEvent(QKeyEvent* event) {

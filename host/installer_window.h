@@ -20,9 +20,13 @@ class InstallerWindow : public QWidget {
   public:
     // Asks before the window is closed early.
     enum class Confirm : bool { No, Yes };
+    // Keeps the window within the screen that it is shown on. Off screen the size of a screen means
+    // nothing.
+    enum class FitScreen : bool { No, Yes };
     struct Setting {
         AppearanceMode appearance = AppearanceMode::System;
         Confirm confirm = Confirm::No;
+        FitScreen fitScreen = FitScreen::No;
     };
 
     InstallerWindow(const ProductName& product, const std::vector<StepList::Step>& steps,
@@ -49,6 +53,7 @@ class InstallerWindow : public QWidget {
 
   protected:
     bool event(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
@@ -59,6 +64,7 @@ class InstallerWindow : public QWidget {
     QLayout* makeButtons();
     QPushButton* mainButton() const;
     void markWhatReturnPresses(QWidget* focus);
+    void fitScreen();
     void showMnemonics(bool areShown);
     bool userWantsToQuit();
     void describe(std::size_t step);

@@ -5,6 +5,7 @@
 #include <QAccessible>
 #include <QLabel>
 #include <QMessageBox>
+#include <QScreen>
 #include <QStyle>
 #include <QTest>
 #include <QTimer>
@@ -248,6 +249,21 @@ TEST(WindowInUse, DoesNotAskOnTheLastStep) {
     window.showStep(0);
     window.show();
     EXPECT_TRUE(window.close());
+}
+
+// The screen that the toolkit draws in memory has 800 by 800 points, and the window wants 820.
+TEST(WindowInUse, IsFittedToTheScreenWhereThatIsWanted) {
+    for (const auto fit : {InstallerWindow::FitScreen::No, InstallerWindow::FitScreen::Yes}) {
+        InstallerWindow window(ProductName::of("Tape"), {{"One", false}},
+                               {AppearanceMode::Dark, InstallerWindow::Confirm::No, fit});
+        window.showStep(0);
+        window.show();
+        const bool fits = fit == InstallerWindow::FitScreen::Yes;
+        const int screen = window.screen()->availableSize().width();
+        EXPECT_EQ(window.width(), fits ? screen - 16 : 820);
+        EXPECT_EQ(window.height(), 530);
+        EXPECT_EQ(window.minimumSize(), QSize(660, 440));
+    }
 }
 
 TEST(WindowInUse, WithoutAProductsNameItIsDescribed) {
