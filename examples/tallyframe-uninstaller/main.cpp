@@ -1,18 +1,44 @@
 // Finds what is there of Tallyframe, asks, and moves it to the Trash.
-//
-// Nobody at the screen? TALLYFRAME_UNINSTALLER_ANSWER=remove presses the button and quits after the
-// report. TALLYFRAME_UNINSTALLER_PICTURES=FOLDER keeps a picture of each page there. The exit
-// status is 1 when something is left that should have gone, or when nobody could answer.
 #include <QApplication>
 #include <cstdio>
+#include <string_view>
 
 #include "examples/look/look.h"
 #include "examples/tallyframe-uninstaller/uninstall_plan.h"
 #include "examples/tallyframe-uninstaller/uninstaller_window.h"
 #include "log/KXLog.h"
 
+namespace {
+
+constexpr char kHelp[] =
+    "Usage: Tallyframe Uninstaller [--help]\n"
+    "Finds what is there of Tallyframe, asks, and moves it to the Trash.\n"
+    "\n"
+    "Environment:\n"
+    "  TALLYFRAME_UNINSTALLER_ANSWER=remove  answers the question itself and quits after the\n"
+    "                                        report; no display is needed\n"
+    "  TALLYFRAME_UNINSTALLER_PICTURES=FOLDER\n"
+    "                                        keeps a picture of each page in an existing folder\n"
+    "  TALLYFRAME_APPEARANCE=light|dark      instead of the desktop's appearance\n"
+    "\n"
+    "Exit status: 0 when Tallyframe was removed or was not there; 1 when something of it is left\n"
+    "that should have been moved, or without a display and an answer; 3 when the question was\n"
+    "cancelled, with nothing moved.\n";
+
+constexpr int kFailed = 1;
+constexpr int kCancelled = 3;
+
+bool asksForHelp(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i)
+        if (std::string_view(argv[i]) == "--help" || std::string_view(argv[i]) == "-h") return true;
+    return false;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
     using namespace quillmoor::tallyframe;  // NOLINT(google-build-using-namespace): a main function
+    if (asksForHelp(argc, argv)) return std::fputs(kHelp, stdout) < 0 ? kFailed : 0;
     chooseDisplay();
     const QApplication application(argc, argv);
     applyLook(QStringLiteral("Tallyframe Uninstaller"));
@@ -22,12 +48,13 @@ int main(int argc, char** argv) {
     if (!isUnattended && !canBeSeen()) {
         std::fputs("Tallyframe Uninstaller: there is no display, so nobody could answer.\n",
                    stderr);
-        return 1;
+        return kFailed;
     }
     UninstallerWindow window(findItems());
     window.keepPicturesIn(qEnvironmentVariable("TALLYFRAME_UNINSTALLER_PICTURES"));
     window.show();
     if (isUnattended) window.answerByItself();
     QApplication::exec();
-    return window.isSomethingLeft() ? 1 : 0;
+    if (window.isUnanswered()) return kCancelled;
+    return window.isSomethingLeft() ? kFailed : 0;
 }

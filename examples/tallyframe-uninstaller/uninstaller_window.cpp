@@ -1,5 +1,6 @@
 #include "examples/tallyframe-uninstaller/uninstaller_window.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
 #include <QHBoxLayout>
@@ -72,8 +73,11 @@ UninstallerWindow::UninstallerWindow(std::vector<Item> items)
     layout->addSpacing(24);
     layout->addLayout(buttons);
 
-    move_->setAutoDefault(false);
-    close_->setDefault(true);
+    move_->setObjectName(QStringLiteral("moveButton"));
+    close_->setObjectName(QStringLiteral("closeButton"));
+    connect(qApp, &QApplication::focusChanged, this,
+            [this](QWidget*, QWidget* now) { markWhatReturnPresses(now); });
+    markWhatReturnPresses(nullptr);
     close_->setFocus();
     connect(move_, &QPushButton::clicked, this, &UninstallerWindow::startMoving);
     connect(close_, &QPushButton::clicked, this, &QWidget::close);
@@ -81,6 +85,8 @@ UninstallerWindow::UninstallerWindow(std::vector<Item> items)
 }
 
 UninstallerWindow::~UninstallerWindow() {
+    // The focus leaves each button that goes, and by then others have gone.
+    disconnect(qApp, nullptr, this, nullptr);
     if (worker_) worker_->wait();
 }
 
@@ -159,6 +165,12 @@ void UninstallerWindow::addCard(const Item& item, std::optional<Fate> fate) {
     if (fate) add(*fate == Fate::NotMoved ? "warning" : "good", stateOf(*fate));
     cards_->addWidget(card);
     card->show();
+}
+
+// The button that has the focus, else the one that changes nothing.
+void UninstallerWindow::markWhatReturnPresses(const QWidget* focus) {
+    move_->setDefault(focus == move_);
+    close_->setDefault(focus != move_);
 }
 
 void UninstallerWindow::fitHeight() {

@@ -31,6 +31,8 @@ class UninstallerWindow : public QWidget {
 
     // The user asked for it, and it is still there.
     bool isSomethingLeft() const { return isSomethingLeft_; }
+    // There was something to remove, and the user did not ask for it.
+    bool isUnanswered() const { return !items_.empty() && reports_.empty(); }
 
   protected:
     void showEvent(QShowEvent* event) override;
@@ -46,6 +48,7 @@ class UninstallerWindow : public QWidget {
     void addCard(const Item& item, std::optional<Fate> fate = std::nullopt);
     void replaceCards();
     void settle();
+    void markWhatReturnPresses(const QWidget* focus);
     void fitHeight();
     void takePicture(const QString& name);
 

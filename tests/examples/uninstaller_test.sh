@@ -33,6 +33,14 @@ remove() {
 }
 has_picture() { [ -s "$pictures/uninstaller-$1.png" ] || fail "no picture of the $1"; }
 
+# The help needs no display, and not even a toolkit that works.
+for word in --help -h; do
+    QT_QPA_PLATFORM=xcb DISPLAY=:none timeout 60 "$uninstaller" $word >"$TMPDIR/help" ||
+        fail "help: status $?"
+    grep -q TALLYFRAME_UNINSTALLER_ANSWER=remove "$TMPDIR/help" || fail "help: no ANSWER"
+    grep -q "3 when the question was" "$TMPDIR/help" || fail "help: no exit status"
+done
+
 # Nobody could answer: told, and not waited for.
 install_product
 status=0

@@ -1,0 +1,111 @@
+#include "examples/tallyframe-uninstaller/uninstaller_window.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QTest>
+#include <cstdlib>
+
+#include "log/KXLog.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor::tallyframe {
+namespace {
+
+class Toolkit : public ::testing::Environment {
+  public:
+    void SetUp() override {
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+        application_ = std::make_unique<QApplication>(argc_, argv_);
+    }
+    void TearDown() override {
+        application_.reset();
+        KXLog::finishWriting();
+    }
+
+  private:
+    int argc_ = 1;
+    char name_[5] = "test";
+    char* argv_[2] = {name_, nullptr};
+    std::unique_ptr<QApplication> application_;
+};
+
+[[maybe_unused]] const auto* const toolkit = ::testing::AddGlobalTestEnvironment(new Toolkit);
+
+// One item, which is gone before it can be moved.
+std::vector<Item> items() {
+    return {{Item::Kind::Application, "/nonexistent/Tallyframe.app"}};
+}
+
+class Uninstaller : public ::testing::Test {
+  protected:
+    void open(UninstallerWindow& window) {
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    }
+    static QPushButton* find(const UninstallerWindow& window, const char* name) {
+        return window.findChild<QPushButton*>(name);
+    }
+    static void press(Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); }
+};
+
+TEST_F(Uninstaller, ReturnPressesTheButtonThatHasTheFocus) {
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        UninstallerWindow window(items());
+        open(window);
+        find(window, "moveButton")->setFocus();
+        press(key);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !window.isUnanswered(); }, 20000));
+        EXPECT_TRUE(window.isVisible());
+    }
+}
+
+TEST_F(Uninstaller, BeginsWithTheFocusOnCancel) {
+    UninstallerWindow window(items());
+    open(window);
+    EXPECT_EQ(QApplication::focusWidget(), find(window, "closeButton"));
+    press(Qt::Key_Return);
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_TRUE(window.isUnanswered());
+}
+
+TEST_F(Uninstaller, ItsButtonThatReturnPressesStandsOut) {
+    UninstallerWindow window(items());
+    open(window);
+    EXPECT_TRUE(find(window, "closeButton")->isDefault());
+    EXPECT_FALSE(find(window, "moveButton")->isDefault());
+    press(Qt::Key_Backtab);
+    EXPECT_EQ(QApplication::focusWidget(), find(window, "moveButton"));
+    EXPECT_FALSE(find(window, "closeButton")->isDefault());
+    EXPECT_TRUE(find(window, "moveButton")->isDefault());
+}
+
+TEST_F(Uninstaller, AfterTheReportReturnClosesIt) {
+    UninstallerWindow window(items());
+    open(window);
+    find(window, "moveButton")->setFocus();
+    press(Qt::Key_Return);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return find(window, "moveButton")->isHidden(); }, 20000));
+    press(Qt::Key_Return);
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_FALSE(window.isSomethingLeft());
+}
+
+TEST_F(Uninstaller, EscapeCancels) {
+    UninstallerWindow window(items());
+    open(window);
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_TRUE(window.isUnanswered());
+}
+
+TEST_F(Uninstaller, HasNothingToAnswerWhereNothingIsFound) {
+    UninstallerWindow window({});
+    open(window);
+    press(Qt::Key_Return);
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_FALSE(window.isUnanswered());
+}
+
+}  // namespace
+}  // namespace quillmoor::tallyframe
