@@ -87,6 +87,15 @@ TEST_F(InstallerHost, GoesThroughAWholeScript) {
                             "Shows entered 0", "Shows asked 0", "terminating", "Shows destroyed"));
 }
 
+TEST_F(InstallerHost, AsksAPaneForItsTitleBeforeItEntersIt) {
+    EXPECT_EQ(play("continue\n", "TellsOfItsTitle").status, 0);
+    const auto lines = record();
+    const auto title = std::ranges::find(lines, "title");
+    const auto entered = std::ranges::find(lines, "TellsOfItsTitle entered 0");
+    ASSERT_NE(entered, lines.end());
+    EXPECT_LT(title - lines.begin(), entered - lines.begin());
+}
+
 TEST_F(InstallerHost, PassesAPaneOver) {
     const auto run =
         play("continue\nexpect pane Summary\nback\nexpect pane Introduction\n", "PassesOver");

@@ -3,10 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
 
 #include "base/paths.h"
 #include "log/KXLog.h"
+#include "tests/children/child_tools.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 
@@ -47,7 +51,9 @@ class FakeWorkspace : public test::ForwardingWorkspace {
     OptionalPath product;
     std::string tool = "/nonexistent/ditto";
     StringList opened;
+    StringList looked;
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
+        looked.push_back(identifier);
         return identifier == "com.quillmoor.tallyframe" ? product : std::nullopt;
     }
     bool openFile(const std::string& path) override {
@@ -61,10 +67,12 @@ class OwnBundle : public platform::Bundle {
   public:
     OptionalPath archive;
     StringList asked;
+    std::function<void()> meanwhile = [] {};
     OptionalPath executablePath() override { return std::nullopt; }
     OptionalString infoDictionaryText(const std::string&) override { return std::nullopt; }
     OptionalPath pathForResource(const std::string& name, const std::string& type) override {
         asked = {name, type};
+        meanwhile();
         return archive;
     }
 };
@@ -73,6 +81,15 @@ class FakeBundles : public test::ForwardingBundles {
   public:
     std::shared_ptr<OwnBundle> own = std::make_shared<OwnBundle>();
     std::shared_ptr<platform::Bundle> bundleForCode(const void*) override { return own; }
+};
+
+class FakeLocations : public test::ForwardingLocations {
+  public:
+    int asked = 0;
+    std::string temporaryDirectory() override {
+        ++asked;
+        return ForwardingLocations::temporaryDirectory();
+    }
 };
 
 class Pane : public ::testing::Test {
@@ -165,11 +182,31 @@ TEST_F(Pane, AMissingOutletIsPassedOver) {
     EXPECT_THAT(events_, ElementsAre("show uninstallBtn"));
 }
 
-// Stands for the archiving tool: notes its arguments and makes the folder it is given.
+TEST_F(Pane, IsEnteredWithOneQuestionAboutTheProduct) {
+    pane_.didEnterPane(InstallerDirection::Forward);
+    EXPECT_THAT(workspace_.looked, ElementsAre("com.quillmoor.tallyframe"));
+    install();
+    pane_.didEnterPane(InstallerDirection::Backward);
+    EXPECT_EQ(workspace_.looked.size(), 2U);
+}
+
+TEST_F(Pane, IsEnteredWithoutTheLog) {
+    const int threads = test::threadCount();
+    pane_.didEnterPane(InstallerDirection::Forward);
+    install();
+    pane_.didEnterPane(InstallerDirection::Forward);
+    EXPECT_EQ(test::threadCount(), threads);
+    EXPECT_FALSE(test::somethingAt(std::string(std::getenv("HOME")) + "/Library"));
+}
+
+// Stands for the archiving tool: notes its arguments, each in brackets, and whether the folder it
+// is given exists already, and makes it.
 std::string writeTool(const test::TempFolder& folder) {
-    const std::string tool = folder.writeFile(
-        "tool", "#!/bin/sh\nprintf '%s\\n' \"$@\" >> '" + (folder / "arguments") +
-                    "'\n[ $# -lt 3 ] || mkdir -p \"$3/Tallyframe Uninstaller.app\"\n");
+    const std::string tool =
+        folder.writeFile("tool", "#!/bin/sh\nexec >> '" + (folder / "arguments") +
+                                     "'\nprintf '[%s]' \"$@\"\n[ $# -ge 3 ] || exit 0\n"
+                                     "[ ! -e \"$3\" ] || printf '(exists)'\n"
+                                     "mkdir -p \"$3/Tallyframe Uninstaller.app\"\n");
     std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
     return tool;
 }
@@ -184,8 +221,40 @@ TEST_F(Pane, TheButtonUnpacksTheUninstallerIntoAFreshFolderAndOpensIt) {
     EXPECT_EQ(lastPathComponent(opened), "Tallyframe Uninstaller.app");
     EXPECT_TRUE(test::somethingAt(opened));
     EXPECT_EQ(test::readFile(folder_ / "arguments"),
-              "-xk\n" + *bundles_.own->archive + "\n" + deleteLastPathComponent(opened) + "\n");
+              "[-xk][" + *bundles_.own->archive + "][" + deleteLastPathComponent(opened) + "]");
     EXPECT_THAT(events_, IsEmpty());
+}
+
+TEST_F(Pane, TheButtonLooksForTheArchiveBeforeItTakesAScratchPath) {
+    FakeLocations locations;
+    platform_->locations = &locations;
+    bundles_.own->meanwhile = [&] { EXPECT_EQ(locations.asked, 0); };
+    pane_.uninstall(nullptr);
+    EXPECT_FALSE(bundles_.own->asked.empty());
+    EXPECT_GT(locations.asked, 0);
+    KXLog::finishWriting();
+    platform_->locations = platform::native().locations;
+}
+
+TEST_F(Pane, TheButtonLogsNothingWhateverFails) {
+    class LogFile : public platform::FileHandle {
+      public:
+        std::atomic<int> lines{0};
+        void writeData(std::string_view) override { ++lines; }
+        void seekToEndOfFile() override {}
+        std::size_t readAvailableData(platform::ByteBuffer&) override { return 0; }
+        void closeFile() override {}
+    };
+    const auto file = std::make_shared<LogFile>();
+    KXLog::sharedController()->setFileHandle(file);
+    workspace_.tool = writeTool(folder_);
+    pane_.uninstall(nullptr);
+    bundles_.own = nullptr;
+    pane_.uninstall(nullptr);
+    KXLog::finishWriting();
+    EXPECT_EQ(workspace_.opened.size(), 2U);
+    EXPECT_EQ(file->lines, 0);
+    KXLog::sharedController()->setFileHandle(nullptr);
 }
 
 TEST_F(Pane, PressingTwiceUnpacksTwoCopiesWhichStay) {
@@ -202,7 +271,7 @@ TEST_F(Pane, PressingTwiceUnpacksTwoCopiesWhichStay) {
 TEST_F(Pane, AMissingArchiveRunsTheToolWithItsOptionsAlone) {
     workspace_.tool = writeTool(folder_);
     pane_.uninstall(nullptr);
-    EXPECT_EQ(test::readFile(folder_ / "arguments"), "-xk\n");
+    EXPECT_EQ(test::readFile(folder_ / "arguments"), "[-xk]");
     ASSERT_EQ(workspace_.opened.size(), 1U);
     EXPECT_FALSE(test::somethingAt(workspace_.opened[0]));
 }

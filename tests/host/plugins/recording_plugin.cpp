@@ -46,7 +46,14 @@ Pane& self(void* context) {
     return *static_cast<Pane*>(context);
 }
 
+// Panes are called on the main thread only.
+void expectMainThread(const char* call) {
+    if (services->is_main_thread(services->context) == 0) record(std::string(call) + " elsewhere");
+}
+
 const char* title(void* context) {
+    expectMainThread("title");
+    if (self(context).className == "TellsOfItsTitle") record("title");
     if (self(context).className == "Untitled") return nullptr;
     return self(context).className.c_str();
 }
@@ -64,6 +71,7 @@ void pump() {
 }
 
 void didEnter(void* context, int direction) {
+    expectMainThread("entered");
     const Pane& pane = self(context);
     record(pane.className + " entered " + std::to_string(direction));
     if (pane.className == "PassesOver") {
@@ -79,6 +87,7 @@ void didEnter(void* context, int direction) {
 }
 
 int shouldExit(void* context, int direction) {
+    expectMainThread("asked");
     const Pane& pane = self(context);
     record(pane.className + " asked " + std::to_string(direction));
     if (pane.className == "RefusesAndGoes") pane.goNext();
@@ -93,6 +102,7 @@ int setOutlet(void* context, const char* name, const installer_control* control)
 }
 
 int performAction(void* context, const char* name, const installer_control* sender) {
+    expectMainThread("action");
     const Pane& pane = self(context);
     const std::string_view action = name;
     record(pane.className + " action " + name);
