@@ -101,12 +101,16 @@ TEST_P(TextContract, NonLossyAsciiSpellsEverythingElse) {
               "b");
     EXPECT_EQ(decode("\\351\\\\", StringEncoding::NonLossyASCII), "\xC3\xA9\\");
     EXPECT_EQ(decode("\\ud83d\\ude00", StringEncoding::NonLossyASCII), "\xF0\x9F\x98\x80");
+    EXPECT_EQ(decode("\\377", StringEncoding::NonLossyASCII), "\xC3\xBF");
+    EXPECT_EQ(decode("\\ud800\\udc00", StringEncoding::NonLossyASCII), "\xF0\x90\x80\x80");
+    EXPECT_EQ(decode("\\udbff\\udfff", StringEncoding::NonLossyASCII), "\xF4\x8F\xBF\xBF");
     EXPECT_EQ(decode("\\000", StringEncoding::NonLossyASCII), "\0"s);
 }
 
 TEST_P(TextContract, DamagedNonLossyAsciiIsNoText) {
-    for (const char* bytes : {"\xE9", "\\", "\\u12", "\\u+123", "\\x", "\\48", "\\777", "\\ud83d",
-                              "\\ud83dx", "\\ud83d\\u0041", "\\ude00", "\\ud83d\\"})
+    for (const char* bytes :
+         {"\xE9", "\\", "\\u12", "\\u+123", "\\x", "\\48", "\\777", "\\ud83d", "\\ud83dx",
+          "\\ud83d\\u0041", "\\ude00", "\\udc00", "\\udfff", "\\400", "\\ud83d\\"})
         EXPECT_EQ(decode(bytes, StringEncoding::NonLossyASCII), std::nullopt) << bytes;
 }
 

@@ -57,6 +57,16 @@ TEST(Child, TerminatingOneThatHasEndedSignalsNobody) {
     EXPECT_EQ(child->status(), 5);
 }
 
+TEST(Child, ThatHasEndedIsNeverRunningAgain) {
+    const auto child = Child::start(setupOf("exit_with", {"0"}));
+    ASSERT_NE(child, nullptr);
+    child->wait();
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_FALSE(child->isRunning());
+        EXPECT_EQ(child->status(), 0);
+    }
+}
+
 // The system then throws statuses away; nobody is left waiting for one.
 TEST(Child, IsOverWithoutAStatusInAProgramThatIgnoresItsChildren) {
     struct sigaction before {};

@@ -5,9 +5,11 @@
 #include <poll.h>
 #include <sys/resource.h>
 
+#include <cerrno>
 #include <thread>
 
 #include "platform/exception.h"
+#include "platform/posix/system_calls_posix.h"
 #include "tests/children/child_tools.h"
 
 namespace quillmoor::platform::posix {
@@ -49,6 +51,54 @@ TEST(WakeDescriptor, IsNotInheritedAndStandsAboveTheStandardStreams) {
     WakeDescriptor wake;
     EXPECT_GE(wake.get(), 3);
     EXPECT_NE(::fcntl(wake.get(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+// Reading and writing fail with `failure` twice, and then no more.
+int failure = 0;
+int calls = 0;
+
+bool fails() {
+    errno = failure;
+    return calls++ < 2;
+}
+
+class WakeDescriptorWithFaults : public ::testing::Test {
+  protected:
+    WakeDescriptorWithFaults() {
+        calls = 0;
+        table_.read = [](int file, void* buffer, std::size_t size) -> ssize_t {
+            return fails() ? -1 : nativeSystemCalls().read(file, buffer, size);
+        };
+        table_.write = [](int file, const void* buffer, std::size_t size) -> ssize_t {
+            return fails() ? -1 : nativeSystemCalls().write(file, buffer, size);
+        };
+    }
+    ~WakeDescriptorWithFaults() override { exchangeSystemCalls(nullptr); }
+
+    SystemCalls table_ = nativeSystemCalls();
+    WakeDescriptor wake_;
+};
+
+TEST_F(WakeDescriptorWithFaults, InterruptedCallsAreRepeated) {
+    failure = EINTR;
+    exchangeSystemCalls(&table_);
+    wake_.signal();
+    EXPECT_EQ(calls, 3);
+    EXPECT_TRUE(isReadable(wake_));
+    calls = 0;
+    wake_.clear();
+    EXPECT_EQ(calls, 3);
+    EXPECT_FALSE(isReadable(wake_));
+}
+
+// As when it is signalled or cleared already.
+TEST_F(WakeDescriptorWithFaults, OtherFailuresAreNotRepeated) {
+    failure = EAGAIN;
+    exchangeSystemCalls(&table_);
+    wake_.signal();
+    EXPECT_EQ(calls, 1);
+    wake_.clear();
+    EXPECT_EQ(calls, 2);
 }
 
 TEST(WakeDescriptor, SaysSoWhenTheProcessHasNoDescriptorsLeft) {
