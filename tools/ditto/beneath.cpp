@@ -36,14 +36,6 @@ Descriptor openStepByStep(int root, std::string_view path) {
     return folder;
 }
 
-using Identity = std::pair<dev_t, ino_t>;
-
-Identity identityOf(int folder) {
-    struct stat info = {};
-    if (::fstat(folder, &info) != 0) failWithErrno(".", "examined");
-    return {info.st_dev, info.st_ino};
-}
-
 // One on the way down.
 struct Step {
     std::string name;
@@ -98,6 +90,18 @@ FolderStream streamOf(int folder) {
 
 bool isDots(std::string_view name) {
     return name == "." || name == "..";
+}
+
+Identity identityOf(int item) {
+    struct stat info = {};
+    if (::fstat(item, &info) != 0) failWithErrno(".", "examined");
+    return {info.st_dev, info.st_ino};
+}
+
+bool isItem(int folder, const std::string& name, int item) {
+    struct stat info = {};
+    return ::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+           Identity(info.st_dev, info.st_ino) == identityOf(item);
 }
 
 int FolderCache::open(std::string_view path) {

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <dirent.h>
+#include <sys/types.h>
 
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/posix/descriptor.h"
 
@@ -29,6 +31,14 @@ using FolderStream = std::unique_ptr<DIR, CloseFolder>;
 FolderStream streamOf(int folder);
 
 bool isDots(std::string_view name);
+
+// What tells one file or folder from all others.
+using Identity = std::pair<dev_t, ino_t>;
+Identity identityOf(int item);
+
+// `name` in `folder` is the open item, and not something else that was put in its place. False for
+// a link.
+bool isItem(int folder, const std::string& name, int item);
 
 // Keeps the folder open that was asked for last, as neighbours mostly follow each other.
 class FolderCache {

@@ -106,6 +106,13 @@ void Destination::makeStage() {
     stage_ = std::move(stage);
 }
 
+// Who may write to the folder above can have moved the stage and put something else in its place.
+void Destination::requireOwnStage() {
+    if (isItem(parent_.get(), stageName_, stage_.get())) return;
+    stageName_.clear();
+    failWithError(path_, "made", EBUSY);
+}
+
 FoldCase Destination::foldCase() const {
     std::string other = stageName_;
     for (std::size_t i = other.rfind(kMark); i < other.rfind('-'); ++i)
@@ -126,6 +133,7 @@ void Destination::commit(const std::vector<std::string_view>& names) {
         committed_ = true;
         removeStage();
     } else {
+        requireOwnStage();
         if (::fchmod(stage_.get(), 0777 & ~umask_) != 0) failWithErrno(path_, "given its rights");
         if (!moveWithoutReplacing(parent_.get(), stageName_, parent_.get(), name_))
             failWithErrno(path_, "made");

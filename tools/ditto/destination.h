@@ -41,6 +41,7 @@ class Destination {
     void openParent(const std::string& path);
     void makeParents(const std::string& path);
     void makeStage();
+    void requireOwnStage();
     void moveUp(const std::vector<std::string_view>& names);
     void removeStage() noexcept;
     void rollBack() noexcept;

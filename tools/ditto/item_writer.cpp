@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <string>
 
 #include "tools/ditto/failure.h"
@@ -23,6 +24,13 @@ std::array<timespec, 2> datesOf(const Entry& entry) {
 mode_t modeOf(const Entry* entry, unsigned standard, unsigned umask) {
     if (entry != nullptr && entry->mode >= 0) return static_cast<mode_t>(entry->mode);
     return standard & ~umask;
+}
+
+void finish(const Descriptor& opened, const PlannedItem& folder, unsigned umask) {
+    if (::fchmod(opened.get(), modeOf(folder.entry, 0777, umask)) != 0)
+        failWithErrno(folder.path, "given its rights");
+    if (folder.entry != nullptr && ::futimens(opened.get(), datesOf(*folder.entry).data()) != 0)
+        failWithErrno(folder.path, "dated");
 }
 
 }  // namespace
@@ -68,11 +76,13 @@ void makeLink(FolderCache& folders, const PlannedItem& link) {
 }
 
 void finishFolder(int root, const PlannedItem& folder, unsigned umask) {
+    finish(openFolderBeneath(root, folder.path), folder, umask);
+}
+
+void finishFolder(int root, const PlannedItem& folder, unsigned umask, const Identity& identity) {
     const Descriptor opened = openFolderBeneath(root, folder.path);
-    if (::fchmod(opened.get(), modeOf(folder.entry, 0777, umask)) != 0)
-        failWithErrno(folder.path, "given its rights");
-    if (folder.entry != nullptr && ::futimens(opened.get(), datesOf(*folder.entry).data()) != 0)
-        failWithErrno(folder.path, "dated");
+    if (identityOf(opened.get()) != identity) failWithError(folder.path, "given its rights", EBUSY);
+    finish(opened, folder, umask);
 }
 
 }  // namespace quillmoor::ditto

@@ -37,4 +37,8 @@ void makeLink(FolderCache& folders, const PlannedItem& link);
 // Rights and date of a folder, once nothing will be written into it any more.
 void finishFolder(int root, const PlannedItem& folder, unsigned umask);
 
+// The same, where others may have put something else in its place: that is left unchanged, and is a
+// Failure.
+void finishFolder(int root, const PlannedItem& folder, unsigned umask, const Identity& identity);
+
 }  // namespace quillmoor::ditto

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "base/paths.h"
@@ -43,6 +44,11 @@ void PendingArchive::create() {
 }
 
 void PendingArchive::putInPlace() {
+    if (!isItem(folder_.get(), temporaryName_, file_.get())) {
+        // Another's, who may write to the folder.
+        temporaryName_.clear();
+        failWithError(path_, "replaced", EBUSY);
+    }
     // Some file systems tell only now that the disk is full.
     if (::close(file_.release()) != 0) failWithErrno(path_, "written");
     if (::renameat(folder_.get(), temporaryName_.c_str(), folder_.get(), name_.c_str()) != 0)

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tools/ditto/archive_index.h"
@@ -104,7 +105,7 @@ class Unpacking {
         write(plan, destination);
         throwIfInterrupted();
         destination.commit(plan.topNames);
-        finishTopFolders(plan, destination);
+        finishTopFolders(destination);
         if (plan.leftOut > 0)
             std::fprintf(stderr, "ditto: note: %zu AppleDouble entries (__MACOSX) are left out\n",
                          plan.leftOut);
@@ -129,7 +130,7 @@ class Unpacking {
     }
 
     // Links come after the files, so that no file can be written through one.
-    void write(const UnpackPlan& plan, const Destination& destination) const {
+    void write(const UnpackPlan& plan, const Destination& destination) {
         FolderCache folders(destination.stage());
         for (const PlannedItem& folder : plan.folders) {
             throwIfInterrupted();
@@ -145,7 +146,9 @@ class Unpacking {
         }
         for (auto folder = plan.folders.rbegin(); folder != plan.folders.rend(); ++folder) {
             throwIfInterrupted();
-            if (!waitsForMove(*folder, destination))
+            if (waitsForMove(*folder, destination))
+                waiting_.emplace_back(*folder, identityOf(folders.open(folder->path)));
+            else
                 finishFolder(destination.stage(), *folder, umask_);
         }
     }
@@ -156,10 +159,9 @@ class Unpacking {
                folder.entry->mode >= 0 && (folder.entry->mode & S_IWUSR) == 0;
     }
 
-    void finishTopFolders(const UnpackPlan& plan, const Destination& destination) const {
-        for (const PlannedItem& folder : plan.folders)
-            if (waitsForMove(folder, destination))
-                finishFolder(destination.folder(), folder, umask_);
+    void finishTopFolders(const Destination& destination) const {
+        for (const auto& [folder, identity] : waiting_)
+            finishFolder(destination.folder(), folder, umask_, identity);
     }
 
     const Options& options_;
@@ -167,6 +169,7 @@ class Unpacking {
     const Limits limits_{options_.maxSize};
     std::vector<InputFile> archives_;
     EntryList list_;
+    std::vector<std::pair<PlannedItem, Identity>> waiting_;  // folders to finish in their place
 };
 
 }  // namespace

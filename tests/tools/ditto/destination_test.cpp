@@ -60,6 +60,22 @@ TEST_F(DittoDestination, ANameThatComesUpMeanwhileIsNotReplaced) {
     EXPECT_EQ(test::describeTree(folder_.path()).size(), 1U);
 }
 
+TEST_F(DittoDestination, AStageThatWasReplacedIsNotPutInPlace) {
+    fs::path stage;
+    {
+        Destination destination(dest_, 022);
+        write(destination.stage(), "a");
+        stage = *fs::directory_iterator(folder_.path());
+        fs::rename(stage, folder_ / "moved away");
+        folder_.writeFile("of another/file", "kept");
+        fs::rename(folder_ / "of another", stage);
+        EXPECT_THROW(destination.commit({"a"}), Failure);
+    }
+    EXPECT_FALSE(somethingAt(dest_));
+    EXPECT_EQ(test::readFile(stage / "file"), "kept");
+    EXPECT_TRUE(fs::is_empty(folder_ / "moved away"));
+}
+
 TEST_F(DittoDestination, WhatWasMovedUpIsTakenBackWhenTheRestCannotFollow) {
     folder_.makeFolder("dest");
     {

@@ -454,6 +454,33 @@ TEST_F(DittoUnpack, ASignalDuringAMergeLeavesTheFolderAsItWas) {
     EXPECT_EQ(test::describeTree(dest_), before);
 }
 
+TEST_F(DittoUnpack, ADestinationIsFollowedOnceAndForAll) {
+    folder_.makeFolder("work/real");
+    folder_.makeFolder("work/victim");
+    folder_.makeLink("work/dest", "real");
+    const std::string path = archive(buildZip(manyFiles()));
+    const DittoResult result = test::pauseDitto({"-xk", path, dest_}, [this](pid_t) {
+        fs::remove(dest_);
+        folder_.makeLink("work/dest", "victim");
+    });
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_TRUE(fs::is_empty(work_ + "/victim"));
+    EXPECT_EQ(readFile(work_ + "/real/d/1" + std::string(50, 'n')), "content");
+}
+
+TEST_F(DittoUnpack, AFolderThatIsReplacedByALinkMeanwhileIsNotWrittenThrough) {
+    folder_.makeFolder("victim");
+    const std::string path = archive(buildZip(manyFiles()));
+    const DittoResult result = test::pauseDitto({"-xk", path, dest_}, [this](pid_t) {
+        const fs::path stage = *fs::directory_iterator(work_);
+        fs::rename(stage / "d", stage / "moved");
+        fs::create_symlink(folder_ / "victim", stage / "d");
+    });
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(fs::is_empty(folder_ / "victim"));
+    EXPECT_EQ(itemsLeft(), 0U);
+}
+
 TEST_F(DittoUnpack, AnIgnoredSignalStaysIgnored) {
     const std::string path = archive(buildZip(manyFiles()));
     ::signal(SIGHUP, SIG_IGN);
