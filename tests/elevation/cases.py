@@ -10,6 +10,7 @@ from cases_folders import folders
 from cases_guard import guard
 from cases_hidden import hidden
 from cases_many import many
+from cases_record import record
 from cases_same_user import same_user
 from cases_secrets import secrets
 from cases_speed import speed
@@ -19,4 +20,4 @@ from cases_waiting import waiting
 GROUPS = {"speed": speed, "credentials": credentials, "agents": agents, "dialog": dialog,
           "sudo": sudo, "waiting": waiting, "secrets": secrets, "hidden": hidden, "many": many,
           "files": files, "folders": folders, "fallbacks": fallbacks, "guard": guard,
-          "same-user": same_user, **cases_attacks.GROUPS}
+          "record": record, "same-user": same_user, **cases_attacks.GROUPS}

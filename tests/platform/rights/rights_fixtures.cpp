@@ -45,7 +45,7 @@ HelperInThread::HelperInThread() {
     Connection connection;
     Client client = thisProcessAsClient(std::move(connection.second));
     thread_ = std::thread([served = std::move(client)] {
-        platform::linux_::rights::helper::serve(served);
+        platform::linux_::rights::helper::serve(served, [](const Client&, const StringList&) {});
         // The other end sees it at once.
         ::shutdown(served.socket.get(), SHUT_RDWR);
     });

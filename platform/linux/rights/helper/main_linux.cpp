@@ -13,6 +13,7 @@
 #include "platform/linux/rights/helper/client_linux.h"
 #include "platform/linux/rights/helper/session_linux.h"
 #include "platform/linux/rights/helper/surroundings_linux.h"
+#include "platform/linux/rights/helper/tool_record_linux.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ int run(std::span<const char* const> texts) {
     if (!helper::leaveSurroundings()) return refuse(kRefused, "the surroundings cannot be left");
     const std::optional<helper::Client> client = helper::connectToClient(*arguments);
     if (!client) return refuse(kRefused, "the client is not there");
-    helper::serve(*client);
+    helper::serve(*client, helper::logTool);
     return kServed;
 }
 

@@ -11,13 +11,14 @@
 
 namespace quillmoor::platform::linux_::rights::helper {
 
-void serve(const Client& client) {
+void serve(const Client& client, ToolStarted started) {
     const int socket = client.socket.get();
     const Environment environment = toolEnvironment(std::to_string(client.uid));
     Receiver receiver(client);
     if (!sendMessage(socket, MessageKind::Hello, {})) return;
     while (std::optional<Request> request = receiver.next()) {
         const ReplyBody error = startTool(*request, environment);
+        if (error == 0) started(client, request->command);
         const std::string_view reply(reinterpret_cast<const char*>(&error), sizeof error);
         if (!sendMessage(socket, MessageKind::Reply, reply)) return;
     }
