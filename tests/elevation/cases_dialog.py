@@ -1,11 +1,13 @@
 """polkit asks the user, through whatever agent there is."""
 
 import os
+import pwd
+import re
 import subprocess
 
 from actors import CANCELED, DENIED, SUCCESS, DismissingAgent, Probe, Terminal, TypingAgent
 from checks import check_nobody_to_ask, check_rights, kill_helpers
-from stage import check, eventually, running, start_bus, zombies_of
+from stage import HELPER, check, eventually, running, start_bus, zombies_of
 
 
 def dialog(passwords):
@@ -16,6 +18,7 @@ def dialog(passwords):
             probe.say("dialog")
             check(agent.terminal.shows("AUTHENTICATING FOR com.quillmoor.rights "),
                   "the question is the product's own")
+            check_message(probe, agent.terminal.read_until("Multiple identities"))
             agent.answer("kxadmin", passwords["kxadmin"])
             check(int(probe.answer().split()[0]) == SUCCESS, "the dialog is accepted")
             check_rights(probe, "dialog")
@@ -36,6 +39,18 @@ def dialog(passwords):
     with Probe("kxfree") as probe:
         check(probe.status("dialog") == SUCCESS, "the administrator lets this user do anything")
         check_rights(probe, "unasked")
+
+
+def check_message(probe, message):
+    """It says no less than the question that pkexec asks for other programs."""
+    text = " ".join(message.split())
+    user = pwd.getpwnam("kxuser").pw_uid
+    check(re.search(rf"runs \W*{re.escape(HELPER)}\W* as root", text),
+          "it says which program is run, and as whom")
+    check(re.search(rf"own claim: {re.escape(HELPER)} --connect \S+ --uid {user} "
+                    rf"--pid {probe.pid}$", text),
+          f"and for which process, by its own claim ({text})")
+    check("$" not in text, "and nothing stands for a name that polkit does not know")
 
 
 def killed_helper(passwords):
