@@ -40,9 +40,18 @@ endforeach()
 if(TARGET ditto)
     install(TARGETS ditto RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quillmoor)
 endif()
-if(TARGET versioncheck_plugin)
+# Without the uninstaller, which needs the host's toolkit, the pane's button would do nothing.
+if(TARGET versioncheck_plugin AND TARGET tallyframe_uninstaller_archive)
     install(DIRECTORY "${CMAKE_BINARY_DIR}/VersionCheck.bundle" USE_SOURCE_PERMISSIONS
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/quillmoor)
     install(FILES "${CMAKE_BINARY_DIR}/InstallerSections.plist"
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/quillmoor)
 endif()
+
+# The log folder of programs that run as root: made at each start of the system from a package, and
+# at once by an installation that may write there. An existing one is left as it is.
+if(NOT APPLE)
+    install(FILES "${PROJECT_SOURCE_DIR}/resources/quillmoor.tmpfiles.conf" RENAME quillmoor.conf
+        DESTINATION lib/tmpfiles.d COMPONENT log_folder)
+endif()
+install(SCRIPT "${CMAKE_CURRENT_LIST_DIR}/MakeLogFolder.cmake" COMPONENT log_folder)
