@@ -14,7 +14,16 @@ fail() {
     exit 1
 }
 
-"$cmake" --install "$build" --prefix "$work/installed" >"$work/install.txt"
+# Below a folder of this test's own: an installation also writes outside of its prefix.
+DESTDIR=$work "$cmake" --install "$build" --prefix /installed >"$work/install.txt"
+[ -d "$work/Library/Logs/Quillmoor" ] || fail "the log folder of root's programs is not made"
+bundle=$(find "$work/installed" -name VersionCheck.bundle)
+[ -z "$bundle" ] || [ -s "$bundle/Contents/Resources/Tallyframe Uninstaller.zip" ] ||
+    fail "the bundle has no uninstaller to open"
+if [ -n "$bundle" ]; then
+    "$source/tests/examples/libraries_test.sh" "$work/installed" "$source/docs/libraries.md" ||
+        fail "docs/libraries.md names other libraries than are linked"
+fi
 [ -z "$(find "$work/installed/include" -name '*_posix.h' -o -name '*_linux.h')" ] ||
     fail "a back-end's header is installed"
 
