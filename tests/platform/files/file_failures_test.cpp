@@ -22,7 +22,7 @@ std::string makeTree(const TempFolder& folder) {
     folder.writeFile("in/tree/other", std::string(3000, 'x'));
     folder.makeLink("in/tree/link", "sub");
     ::mkfifo((folder / "in/tree/fifo").c_str(), 0600);
-    ::truncate((folder / "in/tree/other").c_str(), 200000);
+    EXPECT_EQ(::truncate((folder / "in/tree/other").c_str(), 200000), 0);
     ::chmod((folder / "in/tree/other").c_str(), 0444);
     folder.makeFolder("out");
     return folder / "in/tree";

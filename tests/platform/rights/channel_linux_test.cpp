@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 #include <utility>
 
@@ -192,6 +193,29 @@ TEST_F(OddHelper, ThatHasGoneIsDeniedWithoutASignal) {
     EXPECT_EQ(channel->execute("/bin/true", {}, stream), kAuthorizationDenied);
     EXPECT_EQ(channel->execute("/bin/true", {}, stream), kAuthorizationDenied);
     EXPECT_EQ(stream, nullptr);
+}
+
+template <int kError>
+ssize_t failToSend(int, const msghdr*, int) {
+    errno = kError;
+    return -1;
+}
+
+TEST_F(OddHelper, IsKeptWhereTooManyDescriptorsAreOnTheirWay) {
+    ASSERT_TRUE(say(MessageKind::Hello));
+    std::optional<Channel> channel = greeted();
+    ASSERT_TRUE(channel.has_value());
+    std::shared_ptr<AuthorizedToolStream> stream;
+    {
+        const test::ChangedCalls calls(
+            [](posix::SystemCalls& table) { table.sendmsg = failToSend<ETOOMANYREFS>; });
+        EXPECT_EQ(channel->execute("/bin/true", {}, stream), kAuthorizationToolExecuteFailure);
+        EXPECT_TRUE(channel->isOpen());
+    }
+    const test::ChangedCalls calls(
+        [](posix::SystemCalls& table) { table.sendmsg = failToSend<EPIPE>; });
+    EXPECT_EQ(channel->execute("/bin/true", {}, stream), kAuthorizationDenied);
+    EXPECT_FALSE(channel->isOpen());
 }
 
 TEST_F(OddHelper, ThatGoesInsteadOfAnsweringIsDenied) {

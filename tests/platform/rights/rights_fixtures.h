@@ -15,6 +15,7 @@
 #include "platform/linux/rights/helper/client_linux.h"
 #include "platform/linux/rights/rendezvous_linux.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/system_calls_posix.h"
 
 namespace quillmoor::test {
 
@@ -27,6 +28,22 @@ struct Connection {
 
 // This process as a helper's client, at the other end of `socket`.
 platform::linux_::rights::helper::Client thisProcessAsClient(platform::posix::Descriptor socket);
+
+// Puts a changed copy of the table of system calls in force for as long as it lives.
+class ChangedCalls {
+  public:
+    explicit ChangedCalls(void (*change)(platform::posix::SystemCalls& calls)) {
+        change(calls_);
+        before_ = platform::posix::exchangeSystemCalls(&calls_);
+    }
+    ~ChangedCalls() { platform::posix::exchangeSystemCalls(before_); }
+    ChangedCalls(const ChangedCalls&) = delete;
+    ChangedCalls& operator=(const ChangedCalls&) = delete;
+
+  private:
+    platform::posix::SystemCalls calls_ = platform::posix::systemCalls();
+    const platform::posix::SystemCalls* before_ = nullptr;
+};
 
 // The helper's own code in a thread of this process: its tools have this process's rights. Ends
 // with the channel.

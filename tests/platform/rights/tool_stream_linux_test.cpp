@@ -42,6 +42,26 @@ TEST(ToolStream, ReadsMoreThanItHoldsAtOnce) {
     writer.join();
 }
 
+TEST(ToolStream, ReadsOnAfterASignalAndEndsAllTheSame) {
+    static int interruptions;
+    interruptions = 2;
+    const test::ChangedCalls calls([](posix::SystemCalls& table) {
+        table.read = [](int file, void* bytes, std::size_t size) -> ssize_t {
+            if (interruptions-- <= 0) return posix::nativeSystemCalls().read(file, bytes, size);
+            errno = EINTR;
+            return -1;
+        };
+    });
+    auto pipes = openToolPipes();
+    ASSERT_TRUE(pipes.has_value());
+    writeTo(pipes->output, "x");
+    pipes->output.reset();
+    EXPECT_EQ(pipes->stream->readCharacter(), 'x');
+    // The end is told apart from an interruption though the error number is still that one's.
+    interruptions = 2;
+    EXPECT_EQ(pipes->stream->readCharacter(), -1);
+}
+
 TEST(ToolStream, WritesAllOfItToTheTool) {
     auto pipes = openToolPipes();
     ASSERT_TRUE(pipes.has_value());
