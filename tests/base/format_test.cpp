@@ -43,6 +43,13 @@ TEST(RuntimeFormat, WhatNobodyKnowsIsCopied) {
     EXPECT_EQ(atRunTime("50% off"), "500ff");  // a space flag and an octal directive
 }
 
+TEST(RuntimeFormat, NothingBehindItsEndIsRead) {
+    const std::string_view whole = "a%-08.3lld|%5%%#x.%2.4@%lu.";
+    for (std::size_t size = 0; size <= whole.size(); ++size)
+        EXPECT_EQ(atRunTime(whole.substr(0, size)), atRunTime(std::string(whole, 0, size))) << size;
+    EXPECT_EQ(atRunTime(std::string_view("%5.2f").substr(0, 2)), "%5");
+}
+
 TEST(RuntimeFormat, HugeWidthsAreBounded) {
     EXPECT_LT(atRunTime("%999999999d").size(), 10000U);
     EXPECT_LT(atRunTime("%.999999999f").size(), 10000U);

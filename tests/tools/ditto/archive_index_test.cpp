@@ -107,6 +107,12 @@ TEST_F(DittoIndex, LinkTargetsAreRead) {
     EXPECT_EQ(entries[1].linkTarget, std::string(300, 'y'));
 }
 
+TEST_F(DittoIndex, ATargetMayBeAsLongAsAPath) {
+    const std::string longest(kLongestName, 'y');
+    EXPECT_EQ(read(buildZip({zipLink("a", longest)}))[0].linkTarget, longest);
+    EXPECT_EQ(read(buildZip({zipLink("a", longest + 'y')}))[0].linkTarget, "");
+}
+
 TEST_F(DittoIndex, AnOldDateIsLocalTime) {
     ::setenv("TZ", "UTC-2", 1);
     ::tzset();
@@ -172,6 +178,44 @@ TEST_F(DittoIndex, SeveralVolumesAreRefused) {
     EXPECT_TRUE(fails(archive, "one of several volumes"));
     archive[archive.size() - 16] = 1;
     EXPECT_TRUE(fails(archive, "one of several volumes"));
+}
+
+// An archive of one entry with both end records, changed at some bytes before its end.
+std::string wideWith(std::size_t beforeEnd, std::string_view bytes) {
+    std::string archive = buildZip({zipFile("a")}, true);
+    return archive.replace(archive.size() - beforeEnd, bytes.size(), bytes);
+}
+
+constexpr std::size_t kEnd = 22;
+constexpr std::size_t kLocator = kEnd + 20;
+constexpr std::size_t kEnd64 = kLocator + 56;
+
+TEST_F(DittoIndex, SeveralVolumesAreRefusedInTheWideRecordsToo) {
+    for (const std::size_t place :
+         {kLocator - 4, kEnd64 - 16, kEnd64 - 20, kEnd64 - 24, kEnd64 - 32})
+        EXPECT_TRUE(fails(wideWith(place, "\2"), "one of several volumes")) << place;
+    EXPECT_TRUE(fails(wideWith(kLocator - 16, "\2"), "one of several volumes"));
+    EXPECT_EQ(errorOf(wideWith(kLocator - 16, std::string_view("\0", 1))), "");
+}
+
+TEST_F(DittoIndex, WideRecordsThatLeadNowhereAreDamage) {
+    EXPECT_TRUE(fails(wideWith(kEnd64, "x"), "end record cannot be found"));
+    EXPECT_TRUE(fails(wideWith(kLocator - 8, "\1"), "end record cannot be found"));
+    EXPECT_TRUE(fails(wideWith(kLocator - 15, "\1"), "end record cannot be found"));
+    EXPECT_TRUE(fails(wideWith(kEnd64 - 40, "\1"), "central directory is not where"));
+    EXPECT_TRUE(fails(wideWith(kEnd64 - 48, "\1"), "central directory is not where"));
+    EXPECT_TRUE(fails(wideWith(kEnd64 - 48, "\xff"), "central directory is not where"));
+}
+
+TEST_F(DittoIndex, TwoEndRecordsMustAgree) {
+    const std::string good = buildZip({zipFile("a")}, true);
+    const std::string size = {good[good.size() - kEnd64 + 40], 0, 0, 0};
+    const std::string offset = {good[good.size() - kEnd64 + 48], 0, 0, 0};
+    using namespace std::string_literals;
+    EXPECT_EQ(errorOf(wideWith(kEnd - 8, "\1\0\1\0"s + size + offset)), "");
+    EXPECT_TRUE(fails(wideWith(kEnd - 8, "\2\0\2\0"s), "two end records disagree"));
+    EXPECT_TRUE(fails(wideWith(kEnd - 12, "\1\0\0\0"s), "two end records disagree"));
+    EXPECT_TRUE(fails(wideWith(kEnd - 16, "\1\0\0\0"s), "two end records disagree"));
 }
 
 TEST_F(DittoIndex, TheWideRecordMayHoldTheNumberOfTheVolume) {

@@ -85,6 +85,24 @@ TEST_F(DittoJudge, UnusableNamesAreRefused) {
     std::string deep;
     while (deep.size() < kLongestName) deep += "d/";
     EXPECT_EQ(verdictOnName(deep), "its name is too long");
+    deep.pop_back();
+    EXPECT_EQ(verdictOnName(deep), "");
+}
+
+TEST_F(DittoJudge, UnusableLinksAreRefused) {
+    Entry& link = add("l", Kind::Link, "a");
+    limits_.size = 1U << 20U;
+    link.size = link.compressedSize = kLongestName;
+    EXPECT_EQ(verdict(), "");
+    link.size = link.compressedSize = kLongestName + 1;
+    EXPECT_EQ(verdict(), "it is a link with too long a target");
+    link.size = link.compressedSize = 0;
+    EXPECT_EQ(verdict(), "it is a link without a target");
+    link.size = link.compressedSize = 3;
+    link.linkTarget = std::string_view("a\0b", 3);
+    EXPECT_EQ(verdict(), "it is a link whose target holds a NUL");
+    link.name = "l/";
+    EXPECT_EQ(verdict(), "it is a folder by its name and a link by its mode");
 }
 
 TEST_F(DittoJudge, TheRootItselfMayBeAnEntry) {

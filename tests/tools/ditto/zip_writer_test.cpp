@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
+#include <ctime>
+#include <limits>
 #include <string>
 
 #include "platform/posix/descriptor.h"
@@ -53,6 +56,32 @@ TEST_F(DittoZipWriter, MoreThan65535EntriesAreCounted) {
 TEST_F(DittoZipWriter, ExactlyTheLargestOldCountIsWrittenTheNewWay) {
     for (int i = 0; i < 65535; ++i) writer_.add(header(std::to_string(i)), zip::kStored, 0, 0, {});
     expectEntries(65535);
+}
+
+// 1901 to 2038 exactly, then to 2107 in the old form.
+TEST_F(DittoZipWriter, DatesAreKeptAsFarAsTheFormatHoldsThem) {
+    ::setenv("TZ", "UTC", 1);
+    ::tzset();
+    const std::int64_t least = std::numeric_limits<std::int32_t>::min();
+    const std::int64_t most = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int64_t kIn1980 = 315532800;
+    constexpr std::int64_t kEndOf2107 = 4354819198;
+    for (const std::int64_t date : {least, least - 1, most, most + 1, kEndOf2107}) {
+        EntryHeader entry = header("a");
+        entry.modified = date;
+        writer_.add(entry, zip::kStored, 0, 0, {});
+    }
+    writer_.finish();
+    EntryList list;
+    readIndex(InputFile(path_), 0, {1U << 20U}, list);
+    ASSERT_EQ(list.entries.size(), 5U);
+    EXPECT_EQ(list.entries[0].modified, least);
+    EXPECT_EQ(list.entries[1].modified, kIn1980);
+    EXPECT_EQ(list.entries[2].modified, most);
+    EXPECT_EQ(list.entries[3].modified, most + 1);
+    EXPECT_EQ(list.entries[4].modified, kEndOf2107);
+    ::unsetenv("TZ");
+    ::tzset();
 }
 
 TEST_F(DittoZipWriter, AWideEntryHasItsSizesInBothHeaders) {
