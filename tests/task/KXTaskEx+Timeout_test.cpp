@@ -301,7 +301,8 @@ TEST_F(TaskTimeout, TheThreadKeepsTheInstanceUntilTheDelayHasPassed) {
 TEST_F(TaskTimeout, ARefusalIsAnsweredAtOnceAndTheThreadSleepsOn) {
     EXPECT_EQ(KXTaskEx::terminationCodeFromTask(folder_ / "missing", std::nullopt, 30s), -1);
     EXPECT_FALSE(KXTaskEx::dataFromTask(folder_ / "missing", std::nullopt, 30s));
-    EXPECT_EQ(time_->asked(2), (std::vector<std::int64_t>{30, 30}));
+    EXPECT_EQ(KXTaskEx::stringFromTask(folder_ / "missing", std::nullopt, 30s), "");
+    EXPECT_EQ(time_->asked(3), (std::vector<std::int64_t>{30, 30, 30}));
 }
 
 TEST_F(TaskTimeout, AnExceptionOfTheLaunchReachesTheCallerAndLeavesNoTask) {
