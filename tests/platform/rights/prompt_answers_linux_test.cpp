@@ -76,6 +76,39 @@ TEST_F(PromptAnswersTest, KeepWhatIsWrittenAfterTheLastPrompt) {
     EXPECT_EQ(answers.rest(), "after that");
 }
 
+TEST_F(PromptAnswersTest, TakeTheTextsThatHaveComeAndWaitForNone) {
+    const test::Connection texts;
+    LaunchSetup setup;
+    setup.path = "/bin/true";
+    const auto launcher = LaunchChild::start(setup);
+    ASSERT_NE(launcher, nullptr);
+    PromptAnswers answers(texts.first.get(), input_.first.get(), {"kx-1:"}, "pass word");
+    EXPECT_TRUE(answers.proceed(*launcher));
+    ASSERT_EQ(::send(texts.second.get(), "kx-1:", 5, 0), 5);
+    std::vector<pollfd> polled;
+    answers.await(polled);
+    EXPECT_EQ(::poll(polled.data(), polled.size(), 10'000), 1);
+    EXPECT_TRUE(answers.proceed(*launcher));
+    EXPECT_EQ(given(), "pass word\n");
+    ASSERT_EQ(::send(texts.second.get(), "kx-1:", 5, 0), 5);
+    EXPECT_FALSE(answers.proceed(*launcher));
+}
+
+TEST_F(PromptAnswersTest, WaitForNothingWhenTheTextsHaveEnded) {
+    test::Connection texts;
+    LaunchSetup setup;
+    setup.path = "/bin/true";
+    const auto launcher = LaunchChild::start(setup);
+    ASSERT_NE(launcher, nullptr);
+    PromptAnswers answers(texts.first.get(), input_.first.get(), {"kx-1:"}, "pass word");
+    texts.second.reset();
+    EXPECT_TRUE(answers.proceed(*launcher));
+    std::vector<pollfd> polled;
+    answers.await(polled);
+    EXPECT_EQ(::poll(polled.data(), polled.size(), 0), 0);
+    EXPECT_TRUE(answers.proceed(*launcher));
+}
+
 TEST_F(PromptAnswersTest, GiveUpAtTextWithoutAnEnd) {
     PromptAnswers answers = answersTo({"kx-1:"});
     EXPECT_TRUE(answers.hear(std::string(65'536, 'x')));
