@@ -21,9 +21,10 @@ class Workspace {
     virtual bool openFile(const std::string& path) = 0;
 
     // `performFileOperation:` with the recycle operation: puts the items `names` of the folder
-    // `source` into the user's Trash, from where the desktop can restore them. An item whose name
-    // is taken there gets a new one. `destination` names the Trash folder; nil is the user's own.
-    // YES when all were moved; an item is never in both places.
+    // `source` into the user's Trash, from where the desktop can restore them. An empty `source` is
+    // the current folder. An item whose name is taken there gets a new one. `destination` names the
+    // Trash folder; nil is the user's own. YES when all were moved; an item is never in both
+    // places.
     virtual bool recycle(const std::string& source, const OptionalPath& destination,
                          const StringList& names) = 0;
 
