@@ -201,6 +201,14 @@ ssize_t failToSend(int, const msghdr*, int) {
     return -1;
 }
 
+TEST_F(OddHelper, ThatSaysNothingIsThereWhateverFailedBefore) {
+    ASSERT_TRUE(say(MessageKind::Hello));
+    std::optional<Channel> channel = greeted();
+    ASSERT_TRUE(channel.has_value());
+    errno = EINTR;
+    EXPECT_TRUE(channel->isOpen());
+}
+
 TEST_F(OddHelper, IsKeptWhereTooManyDescriptorsAreOnTheirWay) {
     ASSERT_TRUE(say(MessageKind::Hello));
     std::optional<Channel> channel = greeted();

@@ -65,6 +65,9 @@ void expectEmptyFolderOfRoot() {
     }
     for (const char* const name : {"tmp", "../tmp", "../run", "../lock", "../../../etc", "etc"})
         EXPECT_EQ(::faccessat(folder.get(), name, F_OK, 0), -1) << name;
+    std::string upwards;
+    for (int level = 0; level < 32; ++level) upwards += "../";
+    EXPECT_EQ(::faccessat(folder.get(), (upwards + "etc").c_str(), F_OK, 0), -1);
 }
 
 TEST_F(RootEmptyFolder, IsRootsAndNoRelativePathLeadsAnywhere) {
