@@ -19,6 +19,14 @@ TEST(DittoText, ControlCharactersAreEscaped) {
     EXPECT_EQ(quoted("a"), "“a”");
 }
 
+TEST(DittoText, OnlyWhatSteersATerminalIsEscaped) {
+    for (const char* character : {" ", "~", "\u00a0", "\u2029", "\u202f", "\u2065", "\u206a"})
+        EXPECT_EQ(printable(character), character);
+    for (const char* character :
+         {"\x01", "\x1f", "\x7f", "\u0080", "\u009f", "\u202a", "\u202e", "\u2066", "\u2069"})
+        EXPECT_TRUE(printable(character).starts_with("\\x")) << character;
+}
+
 TEST(DittoText, Utf8IsRecognised) {
     EXPECT_TRUE(isUtf8(""));
     EXPECT_TRUE(isUtf8("é 😀"));
