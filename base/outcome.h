@@ -10,6 +10,9 @@ namespace quillmoor {
 struct Error {
     int code = 0;             // the system's error number
     std::string description;  // as in: “name” couldn’t be removed: Permission denied
+    // Of a move: the whole item is at its destination, and a part of it could not be removed from
+    // its old place.
+    bool copyRemains = false;
 };
 
 class [[nodiscard]] Outcome {

@@ -34,9 +34,7 @@ bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& t
 bool KXFileManager::decompressFile(const OptionalPath& path,
                                    const OptionalPath& toDestinationFolder) {
     if (fileExistsAtPath(toDestinationFolder))
-        platform::current().workspace->recycle(deleteLastPathComponent(*toDestinationFolder),
-                                               KXLocalPaths::trashDirectory(),
-                                               {lastPathComponent(*toDestinationFolder)});
+        moveToTrash(*toDestinationFolder);
     runArchivingTool(upToFirstNil({"-xk", path, toDestinationFolder}));
     return fileExistsAtPath(toDestinationFolder);
 }

@@ -14,9 +14,24 @@ bool onlyCaseChanges(const OptionalPath& path, const OptionalPath& toPath) {
     return path && toPath && text.lowercase(*path) == text.lowercase(*toPath);
 }
 
-bool movedByWayOfAFreeName(const std::string& path, const std::string& toPath) {
+Outcome moveOnce(const std::string& path, const std::string& toPath) {
+    Outcome moved = fileManager().moveItem(path, toPath);
+    if (!moved && moved.error().copyRemains) reportRemainingCopy(path, toPath);
+    return moved;
+}
+
+Outcome moveByWayOfAFreeName(const std::string& path, const std::string& toPath) {
     const std::string between = KXFileManager::uniqueFilename(toPath).value_or(toPath);
-    return fileManager().moveItem(path, between) && fileManager().moveItem(between, toPath);
+    const Outcome moved = moveOnce(path, between);
+    return moved ? moveOnce(between, toPath) : moved;
+}
+
+Outcome moveAsUser(const OptionalPath& path, const OptionalPath& toPath) {
+    if (onlyCaseChanges(path, toPath)) {
+        const Outcome moved = moveByWayOfAFreeName(*path, *toPath);
+        if (moved || moved.error().copyRemains) return moved;
+    }
+    return moveOnce(path.value_or(""), toPath.value_or(""));
 }
 
 }  // namespace
@@ -30,11 +45,11 @@ bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPat
     if (fileExistsAtPath(toPath)) unlockFile(toPath);
     // As if the destination were a folder that receives the item. Kept so.
     if (path) unlockFolder(appendPathComponent(toPath, lastPathComponent(*path)));
-    if (onlyCaseChanges(path, toPath) && movedByWayOfAFreeName(*path, *toPath)) return true;
-    const Outcome moved = fileManager().moveItem(path.value_or(""), toPath.value_or(""));
+    const Outcome moved = moveAsUser(path, toPath);
     if (moved) return true;
     KXLog::appendLog("Error moving file: %@.", moved.error().description);
-    if (shouldAuth == ShouldAuth::No) return false;
+    // The destination is this call's own then: a tool must not put the rest of the source into it.
+    if (moved.error().copyRemains || shouldAuth == ShouldAuth::No) return false;
     KXLog::appendLog("Authorizing...");
     return withRights("+[KXFileManager moveFile:toPath:shouldAuth:]",
                       [&](KXAuthorization& rights) { return rights.authMoveFile(path, toPath); });

@@ -4,17 +4,11 @@
 #include "files/KXFileManager.h"
 #include "files/item.h"
 #include "files/tree_walk.h"
-#include "paths/KXLocalPaths.h"
 
 namespace quillmoor {
 namespace {
 
 using NameTest = std::function<bool(const std::string& name)>;
-
-bool movedToTrash(const std::string& path) {
-    return platform::current().workspace->recycle(
-        deleteLastPathComponent(path), KXLocalPaths::trashDirectory(), {lastPathComponent(path)});
-}
 
 // Trashes every file whose name passes, and answers them all.
 StringList swept(const OptionalPath& folder, const NameTest& matches) {
@@ -41,7 +35,10 @@ bool KXFileManager::trashFile(const OptionalPath& path) {
 bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) {
     unlockFile(path);
     if (!fileExistsAtPath(path)) return true;
-    if (movedToTrash(*path)) return true;
+    const platform::RecycleOutcome outcome = moveToTrash(*path);
+    if (outcome) return true;
+    // A tool would make a second item of the one that is in the Trash already.
+    if (!outcome.remainingCopies.empty()) return false;
     return shouldAuth == ShouldAuth::Yes &&
            withRights("+[KXFileManager trashFile:shouldAuth:]",
                       [&](KXAuthorization& rights) { return rights.authTrashFile(path); });

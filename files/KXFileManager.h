@@ -113,7 +113,9 @@ class KXFileManager {
     // Trash -------------------------------------------------------------------------------------
 
     // `trashFile:` and its forms: unlocks an item and moves it into the user's Trash, where a taken
-    // name gets a number. YES when nothing is there. A dangling link is left where it is.
+    // name gets a number. YES when nothing is there. A dangling link is left where it is. An item
+    // that becomes unremovable in part while it is copied from another file system: as for
+    // moveFile.
     static bool trashFile(const OptionalPath& path);
     static bool trashFile(const OptionalPath& path, ShouldAuth shouldAuth);
     // YES when nothing is at the path in the end.
@@ -212,6 +214,11 @@ class KXFileManager {
     // move with administrator rights. Only the case of letters changing, the item goes by way of a
     // free name and stays under it if the second step fails. A failure is logged and otherwise
     // leaves the item where it was.
+    //
+    // A move to another file system begins only when every part of the item may be removed. If a
+    // part becomes unremovable while the item is copied, the destination keeps the complete copy,
+    // the source keeps what could not be removed, both places are told on the console, and the
+    // result is NO without a try with administrator rights.
     static bool moveFile(const OptionalPath& path, const OptionalPath& toPath);
     static bool moveFile(const OptionalPath& path, const OptionalPath& toPath,
                          ShouldAuth shouldAuth);

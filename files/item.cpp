@@ -1,6 +1,9 @@
 #include "files/item.h"
 
+#include "base/format.h"
+#include "base/paths.h"
 #include "log/KXException.h"
+#include "paths/KXLocalPaths.h"
 #include "platform/exception.h"
 
 namespace quillmoor {
@@ -12,6 +15,19 @@ bool withRights(const char* method, const std::function<bool(KXAuthorization&)>&
         KXException::logException(&exception, method);
         return false;
     }
+}
+
+void reportRemainingCopy(const std::string& item, const std::string& copy) {
+    platform::current().console->log(
+        formatted("Unable to remove %@ completely after copying it. The complete copy is at %@.",
+                  item, copy));
+}
+
+platform::RecycleOutcome moveToTrash(const std::string& path) {
+    platform::RecycleOutcome outcome = platform::current().workspace->recycle(
+        deleteLastPathComponent(path), KXLocalPaths::trashDirectory(), {lastPathComponent(path)});
+    for (const auto& [item, copy] : outcome.remainingCopies) reportRemainingCopy(item, copy);
+    return outcome;
 }
 
 }  // namespace quillmoor

@@ -28,6 +28,13 @@ inline std::string parentFolder(std::string_view path) {
     return parent.empty() && !path.empty() ? "." : parent;
 }
 
+// Tells on the console that `item` was copied and could not be removed completely.
+void reportRemainingCopy(const std::string& item, const std::string& copy);
+
+// Moves the item into the user's Trash with the process's own rights. Copies that remain are
+// reported.
+platform::RecycleOutcome moveToTrash(const std::string& path);
+
 // Names in listing order, hidden ones included; none when the folder cannot be listed.
 inline StringList entriesOf(const OptionalPath& folder) {
     if (!folder) return {};

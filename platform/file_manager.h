@@ -54,9 +54,15 @@ class FileManager {
     // to. After a failure the folder holds what could not be removed.
     virtual Outcome removeItem(const std::string& path) = 0;
 
-    // Renames, across file systems too; then it copies under a temporary name beside the
-    // destination, renames, and removes the source. Never replaces: an existing destination, also a
-    // dangling link, is an error, but moving an item onto its own directory entry succeeds.
+    // Renames. Across file systems it first checks that every part of the source may be removed,
+    // then copies under a temporary name beside the destination, renames the copy, and removes the
+    // source. Never replaces: an existing destination, also a dangling link, is an error, but
+    // moving an item onto its own directory entry succeeds.
+    //
+    // After an error the source is whole and nothing is at the destination that was not there
+    // before, with one exception: when a part of the source becomes unremovable after the check,
+    // the destination keeps the complete copy, the source keeps what could not be removed, and the
+    // error says `copyRemains`.
     virtual Outcome moveItem(const std::string& path, const std::string& destination) = 0;
 
     // Copies an item, a folder with all it holds, links as links, with modes and dates, the owner

@@ -3,10 +3,25 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "base/types.h"
 
 namespace quillmoor::platform {
+
+// What became of items that were to go into the Trash.
+struct RecycleOutcome {
+    bool allMoved = false;
+    // Items that are complete in the Trash, though a part of each could not be removed from its old
+    // place.
+    struct RemainingCopy {
+        std::string item;  // its old place
+        std::string copy;  // its place in the Trash
+    };
+    std::vector<RemainingCopy> remainingCopies;
+
+    explicit operator bool() const { return allMoved; }
+};
 
 // May be called from any thread.
 class Workspace {
@@ -23,10 +38,10 @@ class Workspace {
     // `performFileOperation:` with the recycle operation: puts the items `names` of the folder
     // `source` into the user's Trash, from where the desktop can restore them. An empty `source` is
     // the current folder. An item whose name is taken there gets a new one. `destination` names the
-    // Trash folder; nil is the user's own. YES when all were moved; an item is never in both
-    // places.
-    virtual bool recycle(const std::string& source, const OptionalPath& destination,
-                         const StringList& names) = 0;
+    // Trash folder; nil is the user's own. An item that is not moved stays whole where it is and
+    // nothing of it is in the Trash, but for those among `remainingCopies`. All items are tried.
+    virtual RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                                   const StringList& names) = 0;
 
     // Before another process, one with more rights, moves an item into the Trash folder
     // `destination`: makes that folder what it must be, as its user's. NO when it cannot be used;

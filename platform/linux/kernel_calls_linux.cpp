@@ -8,9 +8,22 @@
 #include <sys/vfs.h>
 #include <sys/xattr.h>
 
+#include <cstdint>
 #include <string_view>
 
+#include "platform/posix/system_calls_posix.h"
+
 namespace quillmoor::platform::posix {
+namespace {
+
+constexpr int kItemItself = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+
+// Any of them. What the file system does not know is not set.
+bool hasAttribute(const struct statx& status, std::uint64_t attributes) {
+    return (status.stx_attributes & status.stx_attributes_mask & attributes) != 0;
+}
+
+}  // namespace
 
 int renameNoReplace(int folder, const char* name, int newFolder, const char* newName) {
     return ::renameat2(folder, name, newFolder, newName, RENAME_NOREPLACE);
@@ -42,10 +55,19 @@ int isHfsPlus(int file, bool* answer) {
 }
 
 int isImmutable(int folder, const char* name, bool* answer) {
-    constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
     struct statx status {};
-    if (::statx(folder, name, flags, 0, &status) != 0) return -1;
-    *answer = (status.stx_attributes & status.stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0;
+    if (::statx(folder, name, kItemItself, 0, &status) != 0) return -1;
+    *answer = hasAttribute(status, STATX_ATTR_IMMUTABLE);
+    return 0;
+}
+
+int getRemovalTraits(int folder, const char* name, RemovalTraits* traits) {
+    struct statx status {};
+    if (::statx(folder, name, kItemItself, STATX_TYPE | STATX_UID, &status) != 0) return -1;
+    traits->isFixed = hasAttribute(status, STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND);
+    traits->isMountPoint = hasAttribute(status, STATX_ATTR_MOUNT_ROOT);
+    traits->owner = status.stx_uid;
+    traits->type = status.stx_mode & S_IFMT;
     return 0;
 }
 

@@ -55,7 +55,12 @@ class Recycling {
         if (!to_.folder) return false;
         uniqueFilename(posix::shortenedName(from_.name, TrashFolder::kLongestName),
                        [this](const std::string& name) { return isTaken(name); });
-        return moved_;
+        return result_.error == 0;
+    }
+
+    // After a failure: the name that the whole item has in the Trash all the same; nil if none.
+    OptionalString remainingCopy() const {
+        return result_.copyRemains ? OptionalString(to_.name) : std::nullopt;
     }
 
   private:
@@ -64,11 +69,10 @@ class Recycling {
         const int error = trash_.reserve(name, originalPath_);
         if (error != 0) return error == EEXIST;
         to_.name = name;
-        const posix::MoveResult result = posix::moveItemTo(from_, to_);
-        moved_ = result.error == 0;
-        if (result.arrived) return false;
+        result_ = posix::moveItemTo(from_, to_);
+        if (result_.error == 0 || result_.copyRemains) return false;
         trash_.release(name);
-        return result.error == EEXIST && somethingStands();
+        return result_.error == EEXIST && somethingStands();
     }
 
     bool somethingStands() const {
@@ -80,7 +84,7 @@ class Recycling {
     const posix::Place& from_;
     const std::string originalPath_;
     posix::Place to_;
-    bool moved_ = false;
+    posix::MoveResult result_{EIO};
 };
 
 // The item's path as it is to be put back to. The item itself may be out of this process's reach.
@@ -100,7 +104,9 @@ std::optional<TrashFolder> openTrash(const OptionalPath& destination) {
     return TrashFolder::open(withoutTrailingSlashes(*home));
 }
 
-bool recycleOne(const TrashFolder& trash, const std::string& folderPath, const std::string& name) {
+// `items` is the path of the Trash as its caller knows it.
+bool recycleOne(const TrashFolder& trash, const std::string& items, const std::string& folderPath,
+                const std::string& name, RecycleOutcome& outcome) {
     const std::string source = folderPath.empty() ? "." : folderPath;
     posix::Place from;
     struct stat status;
@@ -108,19 +114,28 @@ bool recycleOne(const TrashFolder& trash, const std::string& folderPath, const s
     from.name = name;
     if (posix::statusOf(from, posix::FollowLink::No, status) != 0) return false;
     if (trash.holds(from.folder.get())) return true;
-    const std::string folder = pathOf(from.folder.get(), source);
-    return Recycling(trash, from, (folder == "/" ? "" : folder) + "/" + name).run();
+    std::string folder = pathOf(from.folder.get(), source);
+    if (folder == "/") folder.clear();
+    Recycling recycling(trash, from, folder + "/" + name);
+    const bool moved = recycling.run();
+    if (const OptionalString copy = recycling.remainingCopy())
+        outcome.remainingCopies.push_back(
+            {folder + "/" + name, pathOf(trash.items(), items) + "/" + *copy});
+    return moved;
 }
 
 }  // namespace
 
-bool recycleToTrash(const std::string& source, const OptionalPath& destination,
-                    const StringList& names) {
+RecycleOutcome recycleToTrash(const std::string& source, const OptionalPath& destination,
+                              const StringList& names) {
+    RecycleOutcome outcome;
     const auto trash = openTrash(destination);
-    if (!trash) return false;
-    bool allMoved = true;
-    for (const std::string& name : names) allMoved = recycleOne(*trash, source, name) && allMoved;
-    return allMoved;
+    if (!trash) return outcome;
+    const std::string items = destination.value_or(homeOfThisProcess() + "/.Trash");
+    outcome.allMoved = true;
+    for (const std::string& name : names)
+        outcome.allMoved = recycleOne(*trash, items, source, name, outcome) && outcome.allMoved;
+    return outcome;
 }
 
 // The other process goes by the path: it must lead to the folder that is open here.

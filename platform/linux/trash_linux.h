@@ -4,14 +4,16 @@
 #include <string>
 
 #include "base/types.h"
+#include "platform/workspace.h"
 
 namespace quillmoor::platform::linux_ {
 
 // As Workspace::recycle. `destination` is nil, for the Trash of this process's own home, or the
 // path .Trash in a home; anything else is refused. From another file system an item is copied, then
-// removed; what is in the Trash already stays where it is and counts as moved.
-bool recycleToTrash(const std::string& source, const OptionalPath& destination,
-                    const StringList& names);
+// removed; what is in the Trash already stays where it is and counts as moved. A copy that remains
+// keeps its record.
+RecycleOutcome recycleToTrash(const std::string& source, const OptionalPath& destination,
+                              const StringList& names);
 
 // As Workspace's operations of these names. A record without an item is replaced. A name that
 // leaves no room for a record's is not noted.

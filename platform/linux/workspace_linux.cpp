@@ -27,8 +27,8 @@ class LinuxWorkspace : public Workspace {
 
     bool openFile(const std::string& path) override { return linux_::openFile(path); }
 
-    bool recycle(const std::string& source, const OptionalPath& destination,
-                 const StringList& names) override {
+    RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                           const StringList& names) override {
         return linux_::recycleToTrash(source, destination, names);
     }
 

@@ -4,6 +4,8 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "platform/native_services.h"
 #include "platform/posix/atomic_write_posix.h"
 #include "platform/posix/create_folder_posix.h"
@@ -82,7 +84,11 @@ class PosixFileManager : public FileManager {
     }
 
     Outcome moveItem(const std::string& path, const std::string& destination) override {
-        return fileOutcome(FileVerb::Moved, path, movePath(path, destination));
+        const MoveResult result = movePath(path, destination);
+        if (result.error == 0) return Outcome::success();
+        Error error = fileError(FileVerb::Moved, path, result.error);
+        error.copyRemains = result.copyRemains;
+        return Outcome::failure(std::move(error));
     }
 
     Outcome copyItem(const std::string& path, const std::string& destination) override {

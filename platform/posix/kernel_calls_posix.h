@@ -8,6 +8,8 @@
 
 namespace quillmoor::platform::posix {
 
+struct RemovalTraits;
+
 int renameNoReplace(int folder, const char* name, int newFolder, const char* newName);
 int cloneFile(int from, int to);
 ssize_t listExtendedAttributes(int file, char* names, std::size_t size);
@@ -15,6 +17,7 @@ ssize_t getExtendedAttribute(int file, const char* name, void* value, std::size_
 int setExtendedAttribute(int file, const char* name, const void* value, std::size_t size);
 int isHfsPlus(int file, bool* answer);
 int isImmutable(int folder, const char* name, bool* answer);
+int getRemovalTraits(int folder, const char* name, RemovalTraits* traits);
 int getItemFlags(int file, int* flags);
 int setItemFlags(int file, int flags);
 

@@ -1,10 +1,10 @@
 #include "platform/posix/move_posix.h"
 
 #include <errno.h>
-#include <unistd.h>
 
 #include "platform/posix/directory_posix.h"
 #include "platform/posix/names_posix.h"
+#include "platform/posix/removal_check_posix.h"
 #include "platform/posix/rename_posix.h"
 #include "platform/posix/system_calls_posix.h"
 #include "platform/posix/tree_copy_posix.h"
@@ -13,28 +13,19 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// Whether the item may be taken out of its folder, as far as that can be told before trying.
-int checkRemovable(const Place& place) {
-    const SystemCalls& calls = systemCalls();
-    struct stat folder;
-    struct stat item;
-    if (calls.faccessat(place.folder.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) return errno;
-    if (calls.fstat(place.folder.get(), &folder) != 0) return errno;
-    if ((folder.st_mode & S_ISVTX) == 0 || ::geteuid() == 0) return 0;
-    if (calls.fstatat(place.folder.get(), place.name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0)
-        return errno;
-    const uid_t user = ::geteuid();
-    return folder.st_uid == user || item.st_uid == user ? 0 : EPERM;
-}
-
-// Takes away what this process has put there, if it is still that.
+// Frees the name of a copy that this process has made there, and removes the copy. False when the
+// whole copy still has that name.
 bool takeAway(const Place& place, const Identity& expected) {
     struct stat status;
     const int folder = place.folder.get();
-    if (systemCalls().fstatat(folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return errno == ENOENT;
+    const int error = statusOf(place, FollowLink::No, status);
+    if (error != 0) return error == ENOENT;
     if (identityOf(status) != expected) return true;
-    return removeTree(folder, place.name, TreeKind::OurOwn).error == 0;
+    // In one step, so that a removal that fails does not leave a part of the copy under that name.
+    const std::string aside = temporaryName(place.name);
+    if (renameWithoutReplacing(folder, place.name, folder, aside) != 0) return false;
+    removeTree(folder, aside, TreeKind::OurOwn);
+    return true;
 }
 
 MoveResult moveAcross(const Place& from, const Place& to) {
@@ -43,12 +34,12 @@ MoveResult moveAcross(const Place& from, const Place& to) {
     int error = statusOf(from, FollowLink::No, original);
     if (error == 0) error = checkRemovable(from);
     if (error == 0) error = copyItemTo(from, to, copy);
-    if (error != 0) return {error, false};
+    if (error != 0) return {error};
     struct stat now;
     if (statusOf(from, FollowLink::No, now) == 0 && identityOf(now) != identityOf(original))
         return {ESTALE, !takeAway(to, copy)};
     const RemovalResult removal = removeTree(from.folder.get(), from.name, TreeKind::Given);
-    if (removal.error == 0 || statusOf(from, FollowLink::No, now) == ENOENT) return {0, true};
+    if (removal.error == 0 || statusOf(from, FollowLink::No, now) == ENOENT) return {};
     return {removal.error, removal.removedSomething || !takeAway(to, copy)};
 }
 
@@ -100,10 +91,10 @@ int locateBoth(const std::string& path, const std::string& destination, Place& f
 MoveResult moveItemTo(const Place& from, const Place& to) {
     const int error =
         renameWithoutReplacing(from.folder.get(), from.name, to.folder.get(), to.name);
-    return error == EXDEV ? moveAcross(from, to) : MoveResult{error, error == 0};
+    return error == EXDEV ? moveAcross(from, to) : MoveResult{error};
 }
 
-int movePath(const std::string& path, const std::string& destination) {
+MoveResult movePath(const std::string& path, const std::string& destination) {
     Place from;
     Place to;
     struct stat status;
@@ -111,10 +102,10 @@ int movePath(const std::string& path, const std::string& destination) {
     if (error == 0 && !from.hasNameOfItsOwn()) error = EINVAL;
     if (error == 0) error = statusOf(from, FollowLink::No, status);
     if (error == 0 && to.asFolder && !S_ISDIR(status.st_mode)) error = ENOTDIR;
-    if (error != 0) return error;
-    error = moveItemTo(from, to).error;
-    if (error != EEXIST || !isSameEntry(from, to)) return error;
-    return from.name == to.name ? 0 : respell(from, to);
+    if (error != 0) return {error};
+    const MoveResult result = moveItemTo(from, to);
+    if (result.error != EEXIST || !isSameEntry(from, to)) return result;
+    return {from.name == to.name ? 0 : respell(from, to)};
 }
 
 int copyPath(const std::string& path, const std::string& destination, const CopyControl& control) {

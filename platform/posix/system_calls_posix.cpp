@@ -88,6 +88,7 @@ constexpr SystemCalls kNative{
     .fsetxattr = setExtendedAttribute,
     .isHfsPlus = isHfsPlus,
     .isImmutable = isImmutable,
+    .getRemovalTraits = getRemovalTraits,
     .getItemFlags = getItemFlags,
     .setItemFlags = setItemFlags,
     .pipe = openPipe,

@@ -20,6 +20,14 @@
 
 namespace quillmoor::platform::posix {
 
+// What decides, besides the modes, whether an item may be removed.
+struct RemovalTraits {
+    bool isFixed = false;       // immutable or append-only
+    bool isMountPoint = false;  // something is mounted on it
+    uid_t owner = 0;
+    mode_t type = 0;  // the type bits of its mode
+};
+
 struct SystemCalls {
     int (*openat)(int folder, const char* name, int flags, mode_t mode);
     ssize_t (*read)(int file, void* buffer, std::size_t size);
@@ -67,6 +75,8 @@ struct SystemCalls {
     // The item cannot be changed, renamed or removed; of a link, the link itself. NO where the file
     // system does not know.
     int (*isImmutable)(int folder, const char* name, bool* answer);
+    // What else may forbid an item's removal; of a link, the link itself.
+    int (*getRemovalTraits)(int folder, const char* name, RemovalTraits* traits);
     // All flags of an open item, the immutable one among them.
     int (*getItemFlags)(int file, int* flags);
     int (*setItemFlags)(int file, int flags);

@@ -21,14 +21,14 @@ class FakeWorkspace : public test::ForwardingWorkspace {
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
         return identifier == "com.quillmoor.tallyframe" ? application : std::nullopt;
     }
-    bool recycle(const std::string& source, const OptionalPath& destination,
-                 const StringList& names) override {
+    platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                                     const StringList& names) override {
         const std::string& name = names.front();
         recycled.push_back(formatted("%@|%@|%@", source, name, destination));
-        if (name == refused) return false;
+        if (name == refused) return {};
         std::filesystem::create_directories(*destination);
         std::filesystem::rename(source + "/" + name, *destination + "/" + name);
-        return true;
+        return {true, {}};
     }
 
     OptionalPath application;

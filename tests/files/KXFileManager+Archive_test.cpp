@@ -27,14 +27,14 @@ class FakeWorkspace : public test::ForwardingWorkspace {
         asked.push_back(path);
         return tool;
     }
-    bool recycle(const std::string& source, const OptionalPath& destination,
-                 const StringList& names) override {
+    platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                                     const StringList& names) override {
         recycled = {source, destination.value_or("nil")};
         recycled.insert(recycled.end(), names.begin(), names.end());
-        if (!reallyRecycles) return false;
+        if (!reallyRecycles) return {};
         for (const std::string& name : names)
             std::filesystem::rename(source + "/" + name, source + "/recycled " + name);
-        return true;
+        return {true, {}};
     }
     bool prepareTrash(const std::string&) override { return false; }
 };

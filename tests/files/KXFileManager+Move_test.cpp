@@ -177,6 +177,44 @@ TEST_F(Moving, ThatChangesOnlyTheCaseIsNotLookedAtAfterwards) {
     EXPECT_EQ(changes().back().front(), "move");
 }
 
+// Copies to another file system and can only half remove the source.
+class HalfRemoving : public test::FilesManager {
+  public:
+    Outcome moveItem(const std::string& path, const std::string& destination) override {
+        moved.push_back({path, destination});
+        return Outcome::failure({1, "half", true});
+    }
+};
+
+TEST_F(Moving, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
+    HalfRemoving manager;
+    platform_->fileManager = &manager;
+    authorized();
+    startLog();
+    const std::string file = folder_.writeFile("file");
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "copy"));
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "copy", 5s));
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "copy", ShouldAuth::No));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(logged(), ElementsAre("Error moving file: half.", "Error moving file: half.",
+                                      "Error moving file: half."));
+    const std::string told = "Unable to remove " + file +
+                             " completely after copying it. The complete copy is at " +
+                             (folder_ / "copy") + ".";
+    EXPECT_THAT(console_.logged, ElementsAre(told, told, told));
+}
+
+TEST_F(Moving, OfWhichACopyRemainsUnderTheFreeNameGoesNoFurther) {
+    HalfRemoving manager;
+    platform_->fileManager = &manager;
+    authorized();
+    const std::string file = folder_.writeFile("Report.txt");
+    EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "report.txt"));
+    EXPECT_THAT(manager.moved, ElementsAre(ElementsAre(file, folder_ / "report.txt")));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_EQ(console_.logged.size(), 1U);
+}
+
 TEST_F(Moving, WithATimeOutWaitsUntilTheSourceIsGone) {
     test::PassingTime time(platform_);
     authorized();

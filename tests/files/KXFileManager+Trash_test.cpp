@@ -119,12 +119,33 @@ TEST_F(Trashing, EmptiesAFolder) {
     EXPECT_TRUE(test::somethingAt(trash() + "/sub/two"));
 }
 
+TEST_F(Trashing, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
+    class HalfRemoving : public test::FilesWorkspace {
+      public:
+        platform::RecycleOutcome recycle(const std::string& source, const OptionalPath&,
+                                         const StringList& names) override {
+            return {false, {{source + "/" + names.at(0), "/trash/copy"}}};
+        }
+    };
+    HalfRemoving desktop;
+    platform_->workspace = &desktop;
+    authorized();
+    const std::string file = folder_.writeFile("file");
+    EXPECT_FALSE(KXFileManager::trashFile(file));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(desktop.steps, IsEmpty());
+    EXPECT_THAT(console_.logged, ElementsAre("Unable to remove " + file +
+                                             " completely after copying it. The complete copy is "
+                                             "at /trash/copy."));
+}
+
 TEST_F(Trashing, OfAFolderWithOneItemThatStaysTakesTheOthersAndAnswersNo) {
     class OneStays : public test::FilesWorkspace {
       public:
-        bool recycle(const std::string& source, const OptionalPath& destination,
-                     const StringList& names) override {
-            return names.at(0) != "stays" && FilesWorkspace::recycle(source, destination, names);
+        platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                                         const StringList& names) override {
+            if (names.at(0) == "stays") return {};
+            return FilesWorkspace::recycle(source, destination, names);
         }
     };
     OneStays desktop;
@@ -257,9 +278,10 @@ TEST_F(Trashing, UnlocksThenLooksThenRecyclesAndDoesNotLookAgain) {
     };
     class Claims : public test::FilesWorkspace {
       public:
-        bool recycle(const std::string&, const OptionalPath&, const StringList&) override {
+        platform::RecycleOutcome recycle(const std::string&, const OptionalPath&,
+                                         const StringList&) override {
             changes->push_back({"recycle"});
-            return true;
+            return {true, {}};
         }
     };
     noteChanges();

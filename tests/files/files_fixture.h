@@ -22,12 +22,13 @@ class FilesWorkspace : public AuthWorkspace {
     Calls* changes = nullptr;
     bool refusesToRecycle = false;
     Calls recycled;  // source, destination, names …
-    bool recycle(const std::string& source, const OptionalPath& destination,
-                 const StringList& names) override {
+    platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                                     const StringList& names) override {
         recycled.push_back({source, destination.value_or("nil")});
         recycled.back().insert(recycled.back().end(), names.begin(), names.end());
         if (changes != nullptr) changes->push_back({"recycle", source, names.at(0)});
-        return !refusesToRecycle && AuthWorkspace::recycle(source, destination, names);
+        if (refusesToRecycle) return {};
+        return AuthWorkspace::recycle(source, destination, names);
     }
 };
 

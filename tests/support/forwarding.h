@@ -285,8 +285,8 @@ class ForwardingWorkspace : public Forwarding<platform::Workspace> {
         return next().absolutePathForAppBundle(identifier);
     }
     bool openFile(const std::string& path) override { return next().openFile(path); }
-    bool recycle(const std::string& source, const OptionalPath& destination,
-                 const StringList& names) override {
+    platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                                     const StringList& names) override {
         return next().recycle(source, destination, names);
     }
     bool prepareTrash(const std::string& destination) override {

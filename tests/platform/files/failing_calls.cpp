@@ -78,12 +78,12 @@ const SystemCalls failingCalls = wrapped<
     &Calls::renameat, &Calls::renameNoReplace, &Calls::fchmod, &Calls::fchmodat, &Calls::fchown,
     &Calls::fchownat, &Calls::futimens, &Calls::utimensat, &Calls::cloneFile, &Calls::flistxattr,
     &Calls::fgetxattr, &Calls::fsetxattr, &Calls::isHfsPlus, &Calls::isImmutable,
-    &Calls::getItemFlags, &Calls::setItemFlags, &Calls::close, &Calls::fcntl, &Calls::realpath,
-    &Calls::mkdtemp, &Calls::pipe, &Calls::poll, &Calls::socket, &Calls::socketpair, &Calls::bind,
-    &Calls::listen, &Calls::getsockopt, &Calls::sendmsg, &Calls::send, &Calls::recv,
-    &Calls::posix_spawn, &Calls::pthread_create, &Calls::waitid, &Calls::kill, &Calls::mmap,
-    &Calls::fallocate, &Calls::eventfd, &Calls::accept4, &Calls::pidfd_open,
-    &Calls::pidfd_send_signal, &Calls::mremap, &Calls::getrandom>();
+    &Calls::getRemovalTraits, &Calls::getItemFlags, &Calls::setItemFlags, &Calls::close,
+    &Calls::fcntl, &Calls::realpath, &Calls::mkdtemp, &Calls::pipe, &Calls::poll, &Calls::socket,
+    &Calls::socketpair, &Calls::bind, &Calls::listen, &Calls::getsockopt, &Calls::sendmsg,
+    &Calls::send, &Calls::recv, &Calls::posix_spawn, &Calls::pthread_create, &Calls::waitid,
+    &Calls::kill, &Calls::mmap, &Calls::fallocate, &Calls::eventfd, &Calls::accept4,
+    &Calls::pidfd_open, &Calls::pidfd_send_signal, &Calls::mremap, &Calls::getrandom>();
 
 }  // namespace
 

@@ -8,10 +8,14 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <string_view>
+#include <utility>
 
 #include "platform/native_services.h"
 #include "platform/posix/system_calls_posix.h"
 #include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/files/locked_item.h"
+#include "tests/platform/files/resisting_item.h"
 
 namespace quillmoor::platform::posix {
 namespace {
@@ -25,6 +29,23 @@ int moved(const std::string& path, const std::string& destination) {
     const Outcome outcome = nativeFileManager()->moveItem(path, destination);
     return outcome ? 0 : outcome.error().code;
 }
+
+// Holds while nothing is made in an empty folder, be it removed again.
+class Untouched {
+  public:
+    explicit Untouched(std::string path) : path_(std::move(path)) {
+        const timespec longAgo[2]{{1, 0}, {1, 0}};
+        EXPECT_EQ(::utimensat(AT_FDCWD, path_.c_str(), longAgo, 0), 0);
+    }
+    bool holds() const {
+        struct stat status {};
+        return ::stat(path_.c_str(), &status) == 0 && status.st_mtime == 1 &&
+               test::listing(path_).empty();
+    }
+
+  private:
+    std::string path_;
+};
 
 TEST(Move, ATreeIsRenamed) {
     const TempFolder folder;
@@ -158,19 +179,94 @@ TEST(Move, AcrossFileSystemsATreeInAFolderThatMayNotBeChangedStaysWhole) {
     EXPECT_EQ(test::listing(other.path()), "");
 }
 
-TEST(Move, AcrossFileSystemsASourceThatGoesInPartLeavesTheWholeCopyAndAnError) {
+TEST(Move, AcrossFileSystemsASourceThatMayOnlyGoInPartIsNotEvenCopied) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
     const TempFolder folder;
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     folder.writeFile("tree/loose", "loose");
-    folder.writeFile("tree/closed/file", "fixed");
-    ASSERT_EQ(::chmod((folder / "tree/closed").c_str(), 0555), 0);
+    folder.writeFile("tree/sub/closed/file", "fixed");
+    ASSERT_EQ(::chmod((folder / "tree/sub/closed").c_str(), 0555), 0);
     const std::string before = describeTree(folder / "tree");
+    const Untouched untouched(other.path());
     EXPECT_EQ(moved(folder / "tree", other / "tree"), EACCES);
+    EXPECT_EQ(describeTree(folder / "tree"), before);
+    EXPECT_TRUE(untouched.holds());
+    ASSERT_EQ(::chmod((folder / "tree/sub/closed").c_str(), 0755), 0);
+}
+
+TEST(Move, AcrossFileSystemsALockedItemTwoLevelsDownKeepsTheSourceWhole) {
+    const TempFolder folder;
+    const OtherFileSystem other(folder);
+    if (!other.available()) GTEST_SKIP() << "no other file system here";
+    folder.writeFile("tree/loose", "loose");
+    folder.writeFile("tree/sub/file", "fixed");
+    const test::LockedItem locked(folder / "tree/sub/file");
+    if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
+    const std::string before = describeTree(folder / "tree");
+    const Untouched untouched(other.path());
+    EXPECT_EQ(moved(folder / "tree", other / "tree"), EPERM);
+    EXPECT_EQ(describeTree(folder / "tree"), before);
+    EXPECT_TRUE(untouched.holds());
+}
+
+TEST(Move, AcrossFileSystemsAPartThatResistsAfterAllLeavesTheWholeCopy) {
+    const TempFolder folder;
+    const OtherFileSystem other(folder);
+    if (!other.available()) GTEST_SKIP() << "no other file system here";
+    folder.writeFile("tree/loose", "loose");
+    folder.writeFile("tree/sub/resists", "fixed");
+    const std::string before = describeTree(folder / "tree");
+    {
+        const test::ResistingItem resisting("resists");
+        const Outcome outcome = nativeFileManager()->moveItem(folder / "tree", other / "tree");
+        ASSERT_FALSE(outcome);
+        EXPECT_EQ(outcome.error().code, EPERM);
+        EXPECT_TRUE(outcome.error().copyRemains);
+    }
     EXPECT_EQ(describeTree(other / "tree"), before);
-    EXPECT_EQ(test::readFile(folder / "tree/closed/file"), "fixed");
-    ASSERT_EQ(::chmod((other / "tree/closed").c_str(), 0755), 0);
+    EXPECT_EQ(test::listing(other.path()), "tree");
+    EXPECT_EQ(test::listing(folder / "tree"), "sub");
+    EXPECT_EQ(test::listing(folder / "tree/sub"), "resists");
+}
+
+TEST(Move, AcrossFileSystemsAnItemOfWhichNothingGoesAfterAllLeavesNoCopy) {
+    const TempFolder folder;
+    const OtherFileSystem other(folder);
+    if (!other.available()) GTEST_SKIP() << "no other file system here";
+    folder.writeFile("resists", "fixed");
+    const test::ResistingItem resisting("resists");
+    const Outcome outcome = nativeFileManager()->moveItem(folder / "resists", other / "copy");
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(outcome.error().code, EPERM);
+    EXPECT_FALSE(outcome.error().copyRemains);
+    EXPECT_EQ(test::listing(other.path()), "");
+    EXPECT_EQ(test::readFile(folder / "resists"), "fixed");
+}
+
+// Neither the source can be removed nor the copy be put aside.
+TEST(Move, AcrossFileSystemsACopyThatCannotBeTakenAwayIsReported) {
+    const TempFolder folder;
+    const OtherFileSystem other(folder);
+    if (!other.available()) GTEST_SKIP() << "no other file system here";
+    folder.writeFile("resists", "fixed");
+    const test::ResistingItem resisting("resists");
+    static const SystemCalls* next = nullptr;
+    next = &systemCalls();
+    SystemCalls calls = *next;
+    calls.renameNoReplace = [](int from, const char* name, int to, const char* newName) {
+        if (std::string_view(name) != "copy") return next->renameNoReplace(from, name, to, newName);
+        errno = EIO;
+        return -1;
+    };
+    exchangeSystemCalls(&calls);
+    const Outcome outcome = nativeFileManager()->moveItem(folder / "resists", other / "copy");
+    exchangeSystemCalls(next);
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(outcome.error().code, EPERM);
+    EXPECT_TRUE(outcome.error().copyRemains);
+    EXPECT_EQ(test::listing(other.path()), "copy");
+    EXPECT_EQ(test::readFile(other / "copy"), "fixed");
 }
 
 TEST(Move, AcrossFileSystemsAStickyFolderKeepsOtherUsersItems) {

@@ -33,7 +33,7 @@ void failEachCall(const Source& source) {
         bool moved = false;
         {
             const FailingCalls failure(nth, EIO);
-            moved = platform::linux_::recycleToTrash(in, std::nullopt, {"tree"});
+            moved = bool(platform::linux_::recycleToTrash(in, std::nullopt, {"tree"}));
             happened = failure.happened();
         }
         EXPECT_EQ(openDescriptors(), descriptors);

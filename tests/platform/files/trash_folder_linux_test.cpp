@@ -41,7 +41,7 @@ class RootTrash : public testing::Test {
     void TearDown() override { ::unsetenv("XDG_DATA_HOME"); }
 
     bool recycle(const std::string& name = "item") const {
-        return recycleToTrash(desk_, user_->home() + "/.Trash", {name});
+        return bool(recycleToTrash(desk_, user_->home() + "/.Trash", {name}));
     }
     void link(const std::string& target, const std::string& name) const {
         ASSERT_EQ(::symlink(target.c_str(), (user_->home() + "/" + name).c_str()), 0);

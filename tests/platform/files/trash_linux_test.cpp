@@ -10,6 +10,7 @@
 
 #include "platform/linux/trashinfo_linux.h"
 #include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/files/resisting_item.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {
@@ -27,7 +28,7 @@ class Trash : public testing::Test {
     ~Trash() override { ::unsetenv("XDG_DATA_HOME"); }
 
     bool recycle(const StringList& names, const OptionalPath& destination = std::nullopt) const {
-        return recycleToTrash(desk_, destination, names);
+        return bool(recycleToTrash(desk_, destination, names));
     }
 
     const TempFolder folder_;
@@ -303,6 +304,41 @@ TEST_F(Trash, FromAnotherFileSystemAnItemThatMayNotGoIsAtItsOldPlaceOnly) {
     EXPECT_FALSE(recycleToTrash(other / "closed", std::nullopt, {"file"}));
     ASSERT_EQ(::chmod((other / "closed").c_str(), 0755), 0);
     EXPECT_EQ(readFile(other / "closed/file"), "stays");
+TEST_F(Trash, FromAnotherFileSystemAnItemThatResistsInPartIsWholeThereAndReported) {
+    const test::OtherFileSystem other(folder_);
+    if (!other.available()) GTEST_SKIP() << "no other file system here";
+    test::makeDeepTree(other / "tree", 2, "sub");
+    ASSERT_EQ(::mkdir((other / "tree/resists").c_str(), 0755), 0);
+    ASSERT_EQ(::mkdir((other / "whole").c_str(), 0755), 0);
+    const std::string before = describeTree(other / "tree");
+    RecycleOutcome outcome;
+    {
+        const test::ResistingItem resisting("resists");
+        outcome = recycleToTrash(other.path(), std::nullopt, {"tree", "whole"});
+    }
+    EXPECT_FALSE(outcome);
+    ASSERT_EQ(outcome.remainingCopies.size(), 1U);
+    EXPECT_TRUE(std::filesystem::equivalent(outcome.remainingCopies[0].item, other / "tree"));
+    EXPECT_TRUE(std::filesystem::equivalent(outcome.remainingCopies[0].copy, items_ + "/tree"));
+    EXPECT_EQ(listing(other.path()), "tree");
+    EXPECT_EQ(listing(other / "tree"), "resists");
+    EXPECT_EQ(listing(items_), "tree whole");
+    EXPECT_EQ(describeTree(items_ + "/tree"), before);
+    EXPECT_EQ(listing(records_), "tree.trashinfo whole.trashinfo");
+}
+
+TEST_F(Trash, FromAnotherFileSystemAnItemOfWhichNothingGoesIsNotThere) {
+    const test::OtherFileSystem other(folder_);
+    if (!other.available()) GTEST_SKIP() << "no other file system here";
+    ASSERT_EQ(::mkdir((other / "resists").c_str(), 0755), 0);
+    const test::ResistingItem resisting("resists");
+    const RecycleOutcome outcome = recycleToTrash(other.path(), std::nullopt, {"resists"});
+    EXPECT_FALSE(outcome);
+    EXPECT_TRUE(outcome.remainingCopies.empty());
+    EXPECT_EQ(listing(items_), "");
+    EXPECT_EQ(listing(records_), "");
+}
+
     EXPECT_EQ(listing(items_), "");
     EXPECT_EQ(listing(records_), "");
 }
