@@ -102,12 +102,21 @@ bool KXAuthorization::moveToTrash(const OptionalPath& path) {
     platform::Workspace& workspace = *platform::current().workspace;
     const OptionalPath trash = trashFolder();
     if (!somethingAt(path) || !trash) return authMoveFile(path, trashDestination(trash, path));
-    if (!workspace.prepareTrash(*trash)) return false;
+    platform::Console& console = *platform::current().console;
+    if (!workspace.prepareTrash(*trash)) {
+        console.log(
+            formatted("Unable to trash path %@ because the Trash %@ cannot be used.", path, trash));
+        return false;
+    }
     const OptionalPath destination = trashDestination(trash, path);
     const std::string name = lastPathComponent(*destination);
-    if (!workspace.announceTrash(*trash, name, *path)) return false;
+    const bool canBeRestored = workspace.announceTrash(*trash, name, *path);
     Announced announced{*trash, name};
     announced.isComing = authMoveFile(path, destination);
+    if (announced.isComing && !canBeRestored)
+        console.log(
+            formatted("The desktop cannot restore %@ because its Trash has no record of %@.", path,
+                      destination));
     return announced.isComing;
 }
 

@@ -101,7 +101,9 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
 
     // `authTrashFile:` and `authTrashFile:deleteOnRootAccount:`: moves an item into the user's
     // Trash. A name that is taken there gets the date and time, once: a second item of that name
-    // within the second replaces the first. With DeleteOnRootAccount::Yes in the super-user's own
+    // within the second replaces the first. NO, told on the console, when the Trash cannot be used;
+    // an item of which the desktop's Trash can keep no record is moved all the same, and the
+    // console tells that the desktop cannot restore it. With DeleteOnRootAccount::Yes in the super-user's own
     // account the item stays, and what has its new name in the Trash, dated or not, is removed.
     bool authTrashFile(const OptionalPath& path);
     bool authTrashFile(const OptionalPath& path, DeleteOnRootAccount deleteOnRootAccount);

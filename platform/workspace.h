@@ -44,12 +44,13 @@ class Workspace {
                                    const StringList& names) = 0;
 
     // Before another process, one with more rights, moves an item into the Trash folder
-    // `destination`: makes that folder what it must be, as its user's. NO when it cannot be used;
-    // then nothing must be moved there.
+    // `destination`: makes that folder what it must be, as its user's. NO when it cannot be used,
+    // as one that leads out of its home; then nothing must be moved there.
     virtual bool prepareTrash(const std::string& destination) = 0;
 
     // Notes, in a Trash that was prepared, that `item` is about to come under `name`. An item of
-    // that name keeps the note that it has. NO when the Trash cannot be used.
+    // that name keeps the note that it has. NO when there is no note: the item may be moved there
+    // all the same, but the desktop cannot restore it.
     virtual bool announceTrash(const std::string& destination, const std::string& name,
                                const std::string& item) = 0;
 

@@ -74,60 +74,64 @@ void makeLink(int home, const std::string& trash, const std::optional<posix::Own
 
 }  // namespace
 
-std::optional<TrashFolder> TrashFolder::open(const std::string& homePath) {
+std::optional<TrashFolder> TrashFolder::open(const std::string& homePath, int& error) {
     TrashFolder trash;
     Descriptor home;
-    if (!homePath.starts_with('/') || posix::openFolder(homePath, home) != 0) return std::nullopt;
+    error = homePath.starts_with('/') ? posix::openFolder(homePath, home) : EINVAL;
+    if (error != 0) return std::nullopt;
     const auto status = statusOf(home.get(), nullptr);
-    if (!status) return std::nullopt;
+    error = status ? 0 : errno;
+    if (error != 0) return std::nullopt;
     if (::geteuid() == 0 && status->st_uid != 0)
         trash.owner_ = posix::Owner{status->st_uid, status->st_gid};
     const auto standing = statusOf(home.get(), kLinkName);
-    const bool opened = standing && S_ISDIR(standing->st_mode) ? trash.openPlainFolder(home)
-                                                               : trash.openLocation(home, homePath);
-    if (!opened) return std::nullopt;
+    error = standing && S_ISDIR(standing->st_mode) ? trash.openPlainFolder(home)
+                                                   : trash.openLocation(home, homePath);
+    if (error != 0) return std::nullopt;
     return trash;
 }
 
-bool TrashFolder::openPlainFolder(const Descriptor& home) {
+int TrashFolder::openPlainFolder(const Descriptor& home) {
     items_ = Descriptor(systemCalls().openat(home.get(), kLinkName, posix::kReadFolder, 0));
     const auto status = items_ ? statusOf(items_.get(), nullptr) : std::nullopt;
-    if (!status) return false;
+    if (!status) return errno;
     top_ = posix::identityOf(*status);
-    return true;
+    return 0;
 }
 
-bool TrashFolder::openLocation(const Descriptor& home, const std::string& homePath) {
+int TrashFolder::openLocation(const Descriptor& home, const std::string& homePath) {
     const StringList usual{".local", "share", "Trash"};
     const auto standing = statusOf(home.get(), kLinkName);
     if (owner_ && standing && S_ISLNK(standing->st_mode)) {
         const StringList components = trashOfLink(readLink(home.get(), kLinkName), homePath);
-        return !components.empty() && openTrash(home, components);
+        return components.empty() ? ELOOP : openTrash(home, components);
     }
     const auto homeStatus = statusOf(home.get(), nullptr);
     const OptionalPath data = owner_ || !homeStatus
                                   ? std::nullopt
                                   : dataFolderInEnvironment(posix::identityOf(*homeStatus));
     Descriptor dataFolder;
-    if (data && (posix::createFolders(*data) != 0 || posix::openFolder(*data, dataFolder) != 0))
-        return false;
-    if (!(data ? openTrash(dataFolder, {"Trash"}) : openTrash(home, usual))) return false;
-    if (!standing)
+    int error = data ? posix::createFolders(*data) : 0;
+    if (data && error == 0) error = posix::openFolder(*data, dataFolder);
+    if (error == 0) error = data ? openTrash(dataFolder, {"Trash"}) : openTrash(home, usual);
+    if (error == 0 && !standing)
         makeLink(home.get(), data ? *data + "/Trash" : componentsJoined(usual, "/"), owner_);
-    return true;
+    return error;
 }
 
-bool TrashFolder::openTrash(const Descriptor& start, const StringList& components) {
+int TrashFolder::openTrash(const Descriptor& start, const StringList& components) {
     Descriptor trash;
     int at = start.get();
     for (const std::string& component : components) {
-        if (enter(at, component, trash) != 0) return false;
+        const int error = enter(at, component, trash);
+        if (error != 0) return error;
         at = trash.get();
     }
     const auto status = statusOf(at, nullptr);
-    if (!status || enter(at, kItemsName, items_) != 0) return false;
+    if (!status) return errno;
     top_ = posix::identityOf(*status);
-    return enter(at, kRecordsName, records_) == 0;
+    const int error = enter(at, kItemsName, items_);
+    return error != 0 ? error : enter(at, kRecordsName, records_);
 }
 
 // Opens the folder `name`, making it if it is missing.

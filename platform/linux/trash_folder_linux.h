@@ -18,11 +18,15 @@ class TrashFolder {
   public:
     // Opens the Trash of the home `home`, making what is missing: the folders, and ~/.Trash as a
     // link to its items where nothing stands. nil when it cannot be used, or when the super-user
-    // would be led out of another user's home.
-    static std::optional<TrashFolder> open(const std::string& home);
+    // would be led out of another user's home; `error` is EACCES then where this process may not
+    // enter or change a folder on the way.
+    static std::optional<TrashFolder> open(const std::string& home, int& error);
 
     // The open folder is the Trash or lies in it.
     bool holds(int folder) const { return posix::isSameOrBelow(folder, top_); }
+
+    // A real folder ~/.Trash does not.
+    bool keepsRecords() const { return bool(records_); }
 
     // The folder that items are moved to.
     int items() const { return items_.get(); }
@@ -46,9 +50,9 @@ class TrashFolder {
     static constexpr std::size_t kLongestName = 235;
 
   private:
-    bool openLocation(const posix::Descriptor& home, const std::string& homePath);
-    bool openPlainFolder(const posix::Descriptor& home);
-    bool openTrash(const posix::Descriptor& home, const StringList& components);
+    int openLocation(const posix::Descriptor& home, const std::string& homePath);
+    int openPlainFolder(const posix::Descriptor& home);
+    int openTrash(const posix::Descriptor& home, const StringList& components);
     int makeRecord(const std::string& name, std::string_view originalPath) const;
     int make(int folder, const std::string& name, posix::Descriptor& next) const;
     int enter(int folder, const std::string& name, posix::Descriptor& next) const;

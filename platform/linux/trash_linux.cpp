@@ -53,6 +53,8 @@ class Recycling {
         const posix::SystemCalls& calls = posix::systemCalls();
         to_.folder = posix::Descriptor(calls.openat(trash_.items(), ".", posix::kSearchFolder, 0));
         if (!to_.folder) return false;
+        // Without a record the whole name has room, unless it needs a number.
+        if (!trash_.keepsRecords() && !isTaken(from_.name)) return result_.error == 0;
         uniqueFilename(posix::shortenedName(from_.name, TrashFolder::kLongestName),
                        [this](const std::string& name) { return isTaken(name); });
         return result_.error == 0;
@@ -98,10 +100,58 @@ std::string originalPathOf(const std::string& item) {
     return (path == "/" ? "" : path) + "/" + lastPathComponent(item);
 }
 
-std::optional<TrashFolder> openTrash(const OptionalPath& destination) {
+std::optional<TrashFolder> openTrash(const OptionalPath& destination, int& error) {
     const OptionalPath home = homeOf(destination);
     if (!home) return std::nullopt;
-    return TrashFolder::open(withoutTrailingSlashes(*home));
+    return TrashFolder::open(withoutTrailingSlashes(*home), error);
+}
+
+bool leadsTo(const std::string& path, const TrashFolder& trash) {
+    struct stat byPath;
+    struct stat open;
+    return ::stat(path.c_str(), &byPath) == 0 && ::fstat(trash.items(), &open) == 0 &&
+           posix::identityOf(byPath) == posix::identityOf(open);
+}
+
+// The super-user has none where he acts for another user.
+bool isOwnHome(const std::string& home) {
+    struct stat status;
+    return ::stat(home.c_str(), &status) == 0 && (::geteuid() != 0 || status.st_uid == 0);
+}
+
+OptionalPath realPath(const std::string& path) {
+    char real[PATH_MAX];
+    const bool isThere = posix::systemCalls().realpath(path.c_str(), real) != nullptr;
+    return isThere ? OptionalPath(real) : std::nullopt;
+}
+
+// Where the path leads. What is behind a folder that this process may not search is taken as it is
+// spelled; nil when nothing is there, as far as can be told.
+OptionalPath realPathAsFarAsSeen(std::string path) {
+    std::string unseen;
+    for (;;) {
+        if (const OptionalPath real = realPath(path)) return *real + unseen;
+        if (errno != EACCES) return std::nullopt;
+        const std::string name = lastPathComponent(path);
+        if (!isOneName(name)) return std::nullopt;
+        unseen = "/" + name + unseen;
+        path = deleteLastPathComponent(path);
+    }
+}
+
+// ~/.Trash is a folder, or a link that leads to an item in the home.
+bool staysInHome(const std::string& home, const std::string& path) {
+    struct stat status;
+    if (::lstat(path.c_str(), &status) != 0) return false;
+    if (!S_ISLNK(status.st_mode)) return S_ISDIR(status.st_mode);
+    char target[PATH_MAX];
+    const ssize_t size = ::readlink(path.c_str(), target, sizeof target);
+    if (size <= 0) return false;
+    const std::string spelled(target, static_cast<std::size_t>(size));
+    const OptionalPath inside = realPath(home);
+    const OptionalPath real =
+        realPathAsFarAsSeen(spelled.starts_with('/') ? spelled : home + "/" + spelled);
+    return inside && real && real->starts_with(*inside + "/");
 }
 
 // `items` is the path of the Trash as its caller knows it.
@@ -129,7 +179,8 @@ bool recycleOne(const TrashFolder& trash, const std::string& items, const std::s
 RecycleOutcome recycleToTrash(const std::string& source, const OptionalPath& destination,
                               const StringList& names) {
     RecycleOutcome outcome;
-    const auto trash = openTrash(destination);
+    int error = 0;
+    const auto trash = openTrash(destination, error);
     if (!trash) return outcome;
     const std::string items = destination.value_or(homeOfThisProcess() + "/.Trash");
     outcome.allMoved = true;
@@ -138,28 +189,34 @@ RecycleOutcome recycleToTrash(const std::string& source, const OptionalPath& des
     return outcome;
 }
 
-// The other process goes by the path: it must lead to the folder that is open here.
+// The other process goes by the path: only where that leads to the very folder that is open here
+// has an item there to do with a record.
 bool prepareTrash(const std::string& destination) {
-    const auto trash = openTrash(destination);
-    struct stat byPath;
-    struct stat open;
-    return trash && ::stat(destination.c_str(), &byPath) == 0 &&
-           ::fstat(trash->items(), &open) == 0 && byPath.st_dev == open.st_dev &&
-           byPath.st_ino == open.st_ino;
+    int error = 0;
+    const auto trash = openTrash(destination, error);
+    if (trash && leadsTo(destination, *trash)) return true;
+    const OptionalPath home = homeOf(destination);
+    if (!home || !isOwnHome(*home) || (!trash && error != EACCES)) return false;
+    // Where the user's own is out of reach there must be another place; no other trouble makes one,
+    // for it is there to stay.
+    if (!trash && ::mkdir(destination.c_str(), S_IRWXU) == 0) return true;
+    return staysInHome(*home, destination);
 }
 
 bool announceTrash(const std::string& destination, const std::string& name,
                    const std::string& item) {
-    const auto trash = openTrash(destination);
-    if (!trash || !isOneName(name)) return false;
-    if (trash->hasItem(name)) return true;
-    const int error = trash->record(name, originalPathOf(item));
-    return error == 0 || error == ENAMETOOLONG;
+    int error = 0;
+    const auto trash = openTrash(destination, error);
+    if (!trash || !isOneName(name) || !leadsTo(destination, *trash)) return false;
+    if (!trash->keepsRecords()) return false;
+    return trash->hasItem(name) || trash->record(name, originalPathOf(item)) == 0;
 }
 
 void abandonTrash(const std::string& destination, const std::string& name) {
-    const auto trash = openTrash(destination);
-    if (trash && isOneName(name) && !trash->hasItem(name)) trash->release(name);
+    int error = 0;
+    const auto trash = openTrash(destination, error);
+    if (trash && isOneName(name) && leadsTo(destination, *trash) && !trash->hasItem(name))
+        trash->release(name);
 }
 
 }  // namespace quillmoor::platform::linux_

@@ -15,8 +15,10 @@ namespace quillmoor::platform::linux_ {
 RecycleOutcome recycleToTrash(const std::string& source, const OptionalPath& destination,
                               const StringList& names);
 
-// As Workspace's operations of these names. A record without an item is replaced. A name that
-// leaves no room for a record's is not noted.
+// As Workspace's operations of these names. Where a folder of the user's own Trash may not be
+// entered or changed, because it belongs to somebody else, ~/.Trash is used as it stands; where
+// nothing stands it is made as a real folder. No item there has a record. A record without an item
+// is replaced; a name that leaves no room for a record's has none.
 bool prepareTrash(const std::string& destination);
 bool announceTrash(const std::string& destination, const std::string& name,
                    const std::string& item);

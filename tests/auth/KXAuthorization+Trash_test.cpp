@@ -28,18 +28,32 @@ TEST_F(PrivilegedTrash, IsMadeReadyBeforeTheToolStarts) {
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(workspace_.steps,
                 ElementsAre("prepare " + trash_, "announce " + trash_ + " notes.txt " + file_));
+    EXPECT_THAT(console_.logged, IsEmpty());
 }
 
 TEST_F(PrivilegedTrash, ThatCannotBeUsedKeepsTheItemWhereItIs) {
     workspace_.trashIsUsable = false;
     EXPECT_FALSE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(workspace_.steps, ElementsAre("prepare " + trash_));
+    EXPECT_THAT(console_.logged, ElementsAre("Unable to trash path " + file_ +
+                                             " because the Trash " + trash_ + " cannot be used."));
 }
 
-TEST_F(PrivilegedTrash, ThatTakesNoNoteKeepsTheItemWhereItIs) {
+TEST_F(PrivilegedTrash, ThatTakesNoNoteTakesTheItemAndTellsIt) {
     workspace_.trashTakesNotes = false;
+    EXPECT_TRUE(authorized().authTrashFile(file_));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes.txt")));
+    EXPECT_THAT(console_.logged,
+                ElementsAre("The desktop cannot restore " + file_ +
+                            " because its Trash has no record of " + trash_ + "/notes.txt."));
+}
+
+TEST_F(PrivilegedTrash, TellsNothingOfAnItemThatIsNotComing) {
+    workspace_.trashTakesNotes = false;
+    authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
     EXPECT_FALSE(authorized().authTrashFile(file_));
-    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(console_.logged, IsEmpty());
 }
 
 // Its folder may come only now, with what the desktop keeps in it.

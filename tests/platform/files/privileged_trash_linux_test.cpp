@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "platform/linux/trash_linux.h"
+#include "tests/platform/files/failing_calls.h"
 #include "tests/platform/files/file_fixtures.h"
 
 namespace quillmoor::platform::linux_ {
@@ -70,9 +71,9 @@ TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
     EXPECT_EQ(listing(trash_ + "/info"), "");
 }
 
-TEST_F(PrivilegedTrash, TakesAnItemWhoseNameLeavesNoRoomForANote) {
+TEST_F(PrivilegedTrash, HasNoNoteOfAnItemWhoseNameLeavesNoRoomForOne) {
     ASSERT_TRUE(prepareTrash(destination_));
-    EXPECT_TRUE(announceTrash(destination_, std::string(250, 'x'), item_));
+    EXPECT_FALSE(announceTrash(destination_, std::string(250, 'x'), item_));
     EXPECT_EQ(listing(trash_ + "/info"), "");
 }
 
@@ -89,12 +90,12 @@ TEST_F(PrivilegedTrash, TakesARelativeItem) {
 TEST_F(PrivilegedTrash, IsARealFolderWhereTheUserHasOne) {
     std::filesystem::create_directory(destination_);
     ASSERT_TRUE(prepareTrash(destination_));
-    EXPECT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
     EXPECT_FALSE(somethingAt(trash_));
 }
 
 // The tool would go by the path, and the note lie elsewhere.
-TEST_F(PrivilegedTrash, IsRefusedWhereItsPathLeadsElsewhere) {
+TEST_F(PrivilegedTrash, IsRefusedWhereItsPathLeadsOutOfTheHomeOrNowhere) {
     folder_.makeFolder("other");
     folder_.makeLink("home/.Trash", "../other");
     EXPECT_FALSE(prepareTrash(destination_));
@@ -106,10 +107,110 @@ TEST_F(PrivilegedTrash, IsRefusedWhereItsPathLeadsElsewhere) {
     EXPECT_FALSE(prepareTrash(destination_));
 }
 
-TEST_F(PrivilegedTrash, IsRefusedWhereTheSettingMovedItAway) {
+// The tool goes by the path. A record would lie beside other items.
+TEST_F(PrivilegedTrash, HasNoNotesWhereTheSettingMovedTheDesktopsAway) {
     ASSERT_TRUE(prepareTrash(destination_));
     ::setenv("XDG_DATA_HOME", (home_ + "/data").c_str(), 1);
+    EXPECT_TRUE(prepareTrash(destination_));
+    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_EQ(listing(home_ + "/data/Trash/info"), "");
+    folder_.writeFile("home/data/Trash/info/notes.txt.trashinfo", "another item's");
+    abandonTrash(destination_, "notes.txt");
+    EXPECT_EQ(readFile(home_ + "/data/Trash/info/notes.txt.trashinfo"), "another item's");
+}
+
+// An ordinary user's Trash that belongs to somebody else, as a desktop's program leaves it that was
+// once run as the super-user.
+class ForeignTrash : public PrivilegedTrash {
+  protected:
+    ForeignTrash() {
+        folder_.makeFolder("home/.local/share/Trash/files");
+        folder_.makeFolder("home/.local/share/Trash/info");
+        if (test::isSuperUser()) {
+            test::letEverybodyIn(folder_);
+            for (const char* name : {"", "/.local", "/.local/share"})
+                EXPECT_EQ(::chown((home_ + name).c_str(), test::FakeUser::kId, test::FakeUser::kId),
+                          0);
+        }
+    }
+    ~ForeignTrash() override {
+        becomeOwner();
+        for (const std::string& path : {trash_, trash_ + "/files", trash_ + "/info"})
+            ::chmod(path.c_str(), 0755);
+    }
+    // The super-user plays that user; anybody else may not use the folder himself.
+    void close(const std::string& path, mode_t mode) const {
+        ASSERT_EQ(::chmod(path.c_str(), test::isSuperUser() ? mode : mode & 0555U), 0);
+        if (test::isSuperUser()) {
+            ASSERT_EQ(::seteuid(test::FakeUser::kId), 0);
+        }
+    }
+    static void becomeOwner() {
+        if (::getuid() == 0) ::seteuid(0);
+    }
+};
+
+TEST_F(ForeignTrash, ThatIsClosedLetsAFolderOfTheUsersOwnBeMade) {
+    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
+    ASSERT_TRUE(prepareTrash(destination_));
+    EXPECT_TRUE(prepareTrash(destination_));
+    struct stat status {};
+    ASSERT_EQ(::lstat(destination_.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode, S_IFDIR | 0700U);
+    EXPECT_EQ(status.st_uid, ::geteuid());
+    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
+    abandonTrash(destination_, "notes.txt");
+    becomeOwner();
+    EXPECT_EQ(::rename(item_.c_str(), (destination_ + "/notes.txt").c_str()), 0);
+}
+
+TEST_F(ForeignTrash, ThatIsClosedIsReachedByTheLinkThatWasThere) {
+    folder_.makeLink("home/.Trash", ".local/share/Trash/files");
+    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
+    EXPECT_TRUE(prepareTrash(destination_));
+    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
+    becomeOwner();
+    EXPECT_TRUE(std::filesystem::is_symlink(destination_));
+}
+
+TEST_F(ForeignTrash, ThatIsClosedIsRefusedWhereItsPathLeadsOut) {
+    folder_.makeFolder("closed/inside");
+    for (const char* target : {"../closed", "../closed/inside", "/", "..", ".", "nowhere",
+                               ".local/share/Trash/../../../../closed"}) {
+        std::filesystem::remove(destination_);
+        folder_.makeLink("home/.Trash", target);
+        ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
+        EXPECT_FALSE(prepareTrash(destination_)) << target;
+        becomeOwner();
+    }
+    std::filesystem::remove(destination_);
+    folder_.writeFile("home/.Trash", "a file");
+    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
     EXPECT_FALSE(prepareTrash(destination_));
+}
+
+TEST_F(ForeignTrash, ThatMayBeLookedIntoTakesTheItemWithoutANote) {
+    ASSERT_NO_FATAL_FAILURE(close(trash_ + "/info", 0755));
+    EXPECT_TRUE(prepareTrash(destination_));
+    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
+    becomeOwner();
+    EXPECT_TRUE(std::filesystem::equivalent(destination_, trash_ + "/files"));
+    EXPECT_EQ(listing(trash_ + "/info"), "");
+}
+
+// Only a Trash out of reach is done without, and no other trouble makes a folder that stays.
+TEST_F(PrivilegedTrash, IsRefusedWhereNoneCanBeMade) {
+    folder_.writeFile("home/.local", "a file");
+    EXPECT_FALSE(prepareTrash(destination_));
+    EXPECT_FALSE(somethingAt(destination_));
+    std::filesystem::remove(home_ + "/.local");
+    for (int nth = 1; nth < 12; ++nth) {
+        const test::FailingCalls failure(nth, EMFILE);
+        const bool isPrepared = prepareTrash(destination_);
+        EXPECT_EQ(std::filesystem::is_symlink(destination_), isPrepared) << nth;
+        std::filesystem::remove(destination_);
+    }
+    EXPECT_FALSE(prepareTrash(folder_ / "missing/.Trash"));
 }
 
 TEST_F(PrivilegedTrash, IsRefusedUnderAnyOtherName) {
