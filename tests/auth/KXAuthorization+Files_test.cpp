@@ -1,3 +1,4 @@
+#include "log/KXLog.h"
 #include "tests/auth/auth_fixture.h"
 
 namespace quillmoor {
@@ -14,7 +15,8 @@ class PrivilegedFiles : public test::AuthTest {
 
 TEST_F(PrivilegedFiles, AreRemovedByTheSystemsTool) {
     EXPECT_TRUE(authorized().authRemoveFile(file_));
-    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/rm -Rdf " + file_));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre(test::commandLine("/bin/rm", {"-Rdf", file_})));
 }
 
 TEST_F(PrivilegedFiles, AreRemovedWithoutALookAtThemFirst) {
@@ -27,12 +29,14 @@ TEST_F(PrivilegedFiles, AreRemovedWithoutALookAtThemFirst) {
 
 TEST_F(PrivilegedFiles, AreMoved) {
     EXPECT_TRUE(authorized().authMoveFile(file_, "/new"));
-    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mv -f " + file_ + " /new"));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre(test::commandLine("/bin/mv", {"-f", file_, "/new"})));
 }
 
 TEST_F(PrivilegedFiles, AreCopied) {
     EXPECT_TRUE(authorized().authCopyFile(file_, "/new"));
-    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/cp -f -p -R " + file_ + " /new"));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre(test::commandLine("/bin/cp", {"-f", "-p", "-R", file_, "/new"})));
 }
 
 TEST_F(PrivilegedFiles, ThatAreMissingAreNeitherMovedNorCopied) {
@@ -98,7 +102,8 @@ TEST_F(PrivilegedFiles, OfTheSystemMayBeCopiedAndMovedTo) {
     EXPECT_TRUE(session.authCopyFile("/", "/new"));
     EXPECT_TRUE(session.authMoveFile(file_, "/Library"));
     EXPECT_THAT(authorization_.started(),
-                ElementsAre("/bin/cp -f -p -R / /new", "/bin/mv -f " + file_ + " /Library"));
+                ElementsAre("/bin/cp -f -p -R / /new",
+                            test::commandLine("/bin/mv", {"-f", file_, "/Library"})));
 }
 
 TEST_F(PrivilegedFiles, OfAFolderWithoutANewFolderAreToldOneByOne) {
@@ -116,21 +121,46 @@ TEST_F(PrivilegedFiles, OfAFolderAreMovedOneByOne) {
     folder_.makeFolder("full/two words");
     const std::string full = folder_ / "full";
     EXPECT_TRUE(authorized().authMoveFolderContents(full, "/to"));
-    EXPECT_THAT(authorization_.started(),
-                UnorderedElementsAre("/bin/mv -f " + full + "/one /to/one",
-                                     "/bin/mv -f " + full + "/.hidden /to/.hidden",
-                                     "/bin/mv -f " + full + "/two words /to/two words"));
+    EXPECT_THAT(
+        authorization_.started(),
+        UnorderedElementsAre(
+            "/bin/mv -f " + full + "/one /to/one", "/bin/mv -f " + full + "/.hidden /to/.hidden",
+            test::commandLine("/bin/mv", {"-f", full + "/two words", "/to/two words"})));
 }
 
 TEST_F(PrivilegedFiles, OfAFolderAreAllTriedWhenOneFails) {
-    folder_.makeLink("full/dangling", "nowhere");
-    folder_.writeFile("full/one");
-    folder_.writeFile("full/two");
-    const std::string full = folder_ / "full";
-    EXPECT_FALSE(authorized().authMoveFolderContents(full, "/to"));
-    EXPECT_THAT(authorization_.started(),
-                UnorderedElementsAre("/bin/mv -f " + full + "/one /to/one",
-                                     "/bin/mv -f " + full + "/two /to/two"));
+    test::ListingFileManager manager;
+    manager.listings["/from"] = {"one", "two", "three"};
+    platform_->fileManager = &manager;
+    for (std::size_t failing = 0; failing < 3; ++failing) {
+        KXAuthorization& session = authorized();
+        authorization_.executeStatuses = {0, 0, 0};
+        authorization_.executeStatuses[failing] = platform::kAuthorizationToolExecuteFailure;
+        EXPECT_FALSE(session.authMoveFolderContents("/from", "/to"));
+        EXPECT_THAT(authorization_.started(),
+                    ElementsAre("/bin/mv -f /from/one /to/one", "/bin/mv -f /from/two /to/two",
+                                "/bin/mv -f /from/three /to/three"));
+    }
+}
+
+TEST_F(PrivilegedFiles, OfAFolderMayGoIntoAFolderOfTheSystem) {
+    test::ListingFileManager manager;
+    manager.listings["/from"] = {"one"};
+    platform_->fileManager = &manager;
+    EXPECT_TRUE(authorized().authMoveFolderContents("/from", "/Users/Shared"));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mv -f /from/one /Users/Shared/one"));
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+TEST_F(PrivilegedFiles, OfTheSystemWithoutANewPathMissThePath) {
+    EXPECT_FALSE(authorized().authMoveFile("/", std::nullopt));
+    EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: new path is null"));
+}
+
+TEST_F(PrivilegedFiles, FoldersOfTheSystemMayBeMade) {
+    EXPECT_TRUE(authorized().authCreateDir("/Volumes"));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mkdir -p /Volumes"));
+    EXPECT_THAT(console_.logged, IsEmpty());
 }
 
 TEST_F(PrivilegedFiles, OfAnEmptyFolderAreMovedWithoutATool) {
@@ -185,7 +215,9 @@ TEST_F(PrivilegedFiles, OfTheSuperUserAnswerYesWithoutATool) {
     EXPECT_TRUE(session.authMoveFile(file_, "/new"));
     EXPECT_TRUE(session.authCopyFile(file_, "/new"));
     EXPECT_TRUE(session.authCreateDir("/a"));
+    EXPECT_THAT(console_.logged, IsEmpty());
     EXPECT_FALSE(session.authRemoveFile(file_));
+    EXPECT_THAT(console_.logged, ElementsAre("Unable to execute task: path /bin/rm doesn't exist"));
 }
 
 TEST_F(PrivilegedFiles, OfTheSuperUserNeedNoRightsAndAlwaysAnswerYes) {
@@ -196,10 +228,33 @@ TEST_F(PrivilegedFiles, OfTheSuperUserNeedNoRightsAndAlwaysAnswerYes) {
     EXPECT_TRUE(session.authCopyFile(file_, "/new"));
     EXPECT_TRUE(session.authCreateDir("/a"));
     EXPECT_THAT(tasks_.launched,
-                ElementsAre("/bin/rm -Rdf " + file_, "/bin/mv -f " + file_ + " /new",
-                            "/bin/cp -f -p -R " + file_ + " /new", "/bin/mkdir -p /a"));
+                ElementsAre(test::commandLine("/bin/rm", {"-Rdf", file_}),
+                            test::commandLine("/bin/mv", {"-f", file_, "/new"}),
+                            test::commandLine("/bin/cp", {"-f", "-p", "-R", file_, "/new"}),
+                            "/bin/mkdir -p /a"));
     EXPECT_THAT(authorization_.started(), IsEmpty());
     EXPECT_THAT(clock_.slept, IsEmpty());
+}
+
+// Every text of the privileged operations.
+TEST_F(PrivilegedFiles, AreNeverReportedInTheLog) {
+    KXLog::createNewLog("Files");
+    KXLog::finishWriting();
+    const std::string before = test::readFile(KXLog::availableLogs().front());
+    KXAuthorization& session = authorized();
+    EXPECT_EQ(session.authExecTask("/no/tool", {}), -2);
+    EXPECT_FALSE(session.authRemoveFile("/"));
+    EXPECT_FALSE(session.authTrashFile("/"));
+    EXPECT_FALSE(session.authTrashFolderContents("/"));
+    EXPECT_FALSE(session.authMoveFolderContents("/", "/new"));
+    EXPECT_FALSE(session.authMoveFile("/", "/new"));
+    EXPECT_FALSE(session.authMoveFile(std::nullopt, "/new"));
+    EXPECT_FALSE(session.authMoveFile("/", std::nullopt));
+    EXPECT_FALSE(session.authCopyFile(std::nullopt, "/new"));
+    EXPECT_FALSE(session.authCopyFile("/", std::nullopt));
+    KXLog::finishWriting();
+    EXPECT_EQ(console_.logged.size(), 10U);
+    EXPECT_EQ(test::readFile(KXLog::availableLogs().front()), before);
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "log/KXLog.h"
 #include "tests/auth/auth_fixture.h"
 
@@ -21,6 +23,16 @@ class Rights : public test::AuthTest {
         KXAuthorization& shared = *KXAuthorization::sharedController(withGUI);
         authorization_.calls.clear();
         return shared;
+    }
+    // A log of the test's own, and what is in it now.
+    std::string openLog() {
+        locations_.home = folder_.makeFolder("log home");
+        KXLog::createNewLog("Rights");
+        return logText();
+    }
+    static std::string logText() {
+        KXLog::finishWriting();
+        return test::readFile(KXLog::availableLogs().front());
     }
 };
 
@@ -47,7 +59,44 @@ TEST_F(Rights, ThatTheUserRefusesAreReportedNowhere) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
+// The refusal is not remembered.
+TEST_F(Rights, ThatTheUserRefusesAreAskedForAgain) {
+    KXAuthorization& shared = session();
+    authorization_.rightsStatus = platform::kAuthorizationCanceled;
+    EXPECT_FALSE(shared.authStart());
+    authorization_.rightsStatus = platform::kAuthorizationSuccess;
+    EXPECT_TRUE(shared.authStart());
+    EXPECT_THAT(authorization_.calls,
+                ElementsAre(kCreate, kAskUser, "free 1 0", kCreate,
+                            "rights 2 [system.privilege.admin=nil/0] nil 19"));
+    EXPECT_EQ(shared.authRef(), FakeAuthorization::reference(2));
+}
+
+TEST_F(Rights, AreAskedForOnTheCallersThread) {
+    KXAuthorization& shared = session();
+    bool isAuthorizedWhileAsked = false;
+    authorization_.whenAsked = [&] { isAuthorizedWhileAsked = shared.authRef() != nullptr; };
+    EXPECT_TRUE(shared.authStart());
+    EXPECT_THAT(authorization_.askedOn, ElementsAre(std::this_thread::get_id()));
+    EXPECT_TRUE(isAuthorizedWhileAsked);
+}
+
+TEST_F(Rights, ThatAreRefusedAreNotInTheLog) {
+    const std::string before = openLog();
+    authorization_.rightsStatus = platform::kAuthorizationCanceled;
+    EXPECT_FALSE(session().authStart());
+    authorization_.createStatus = platform::kAuthorizationInternal;
+    EXPECT_FALSE(session().authStart());
+    EXPECT_FALSE(session().authStartWithUser("ann", "secret"));
+    session().setHasGUI(false);
+    EXPECT_FALSE(session().authStart());
+    EXPECT_THAT(console_.logged,
+                ElementsAre("Unable to create authRef - error -60008", "Unable to authorize"));
+    EXPECT_EQ(logText(), before);
+}
+
 TEST_F(Rights, WithoutAReferenceAreNotAskedFor) {
+    authorization_.stray = FakeAuthorization::reference(99);
     authorization_.createStatus = platform::kAuthorizationInternal;
     KXAuthorization& refused = session();
     EXPECT_FALSE(refused.authStart());
@@ -144,6 +193,32 @@ TEST_F(Rights, WithoutAReferenceForANameAreToldOnTheConsole) {
     EXPECT_THAT(authorization_.calls, ElementsAre(kCreateWithAnn));
     EXPECT_EQ(refused.authRef(), nullptr);
     EXPECT_THAT(console_.logged, ElementsAre("Unable to create authRef - error -60008"));
+}
+
+TEST_F(Rights, WithoutANameOrAPasswordStayAsTheyWere) {
+    KXAuthorization& held = session();
+    held.setAuthRef(FakeAuthorization::reference(5));
+    EXPECT_FALSE(held.authStartWithUser(std::nullopt, "secret"));
+    EXPECT_FALSE(held.authStartWithUser("ann", std::nullopt));
+    EXPECT_EQ(held.authRef(), FakeAuthorization::reference(5));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+}
+
+TEST_F(Rights, ForAWrongPasswordAreFreedBeforeTheyAreTold) {
+    class Console : public test::AuthConsole {
+      public:
+        explicit Console(const StringList& calls) : calls_(calls) {}
+        StringList callsBefore;
+        void log(std::string_view) override { callsBefore = calls_; }
+
+      private:
+        const StringList& calls_;
+    };
+    Console console(authorization_.calls);
+    platform_->console = &console;
+    authorization_.rightsStatus = platform::kAuthorizationDenied;
+    EXPECT_FALSE(session().authStartWithUser("ann", "secret"));
+    EXPECT_THAT(console.callsBefore, ElementsAre(kCreateWithAnn, kAskWithAnn, "free 1 0"));
 }
 
 TEST_F(Rights, WithoutANameOrAPasswordAreRefusedWithoutAWord) {

@@ -1,3 +1,7 @@
+#include <sys/stat.h>
+
+#include <thread>
+
 #include "tests/auth/auth_fixture.h"
 
 namespace quillmoor {
@@ -10,7 +14,7 @@ using PrivilegedTool = test::AuthTest;
 
 TEST_F(PrivilegedTool, IsStartedWithRightsAndNotWaitedFor) {
     EXPECT_EQ(authorized().authExecTask("/bin/ls", {"-l", "a b", "", "\n$(id)\xFF"}), 0);
-    EXPECT_THAT(authorization_.calls, ElementsAre("execute 9 0 /bin/ls -l a b  \n$(id)\xFF"));
+    EXPECT_THAT(authorization_.calls, ElementsAre("execute 9 0 /bin/ls -l 'a b' '' '\n$(id)\xFF'"));
     ASSERT_EQ(authorization_.streams.size(), 1U);
     EXPECT_EQ(authorization_.streams[0]->reads, 0);
 }
@@ -60,6 +64,37 @@ TEST_F(PrivilegedTool, ThatThePlatformRefusesAnswersItsStatus) {
     authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
     EXPECT_EQ(authorized().authExecTask("/bin/ls", {}, Async::No), -60031);
     EXPECT_THAT(authorization_.streams, IsEmpty());
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+TEST_F(PrivilegedTool, ThatIsNoProgramIsThePlatformsToRefuse) {
+    const std::string file = folder_.writeFile("file");
+    ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+    authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
+    EXPECT_EQ(authorized().authExecTask(file, {"x"}), -60031);
+    EXPECT_THAT(authorization_.started(), ElementsAre(file + " x"));
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+// Whoever may be asked waits for the answer.
+TEST_F(PrivilegedTool, IsStartedOnlyAfterTheUserHasAnswered) {
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    std::size_t startedWhileAsked = 1;
+    authorization_.whenAsked = [&] { startedWhileAsked = authorization_.started().size(); };
+    EXPECT_TRUE(session.authRemoveFile("/item"));
+    EXPECT_EQ(startedWhileAsked, 0U);
+    EXPECT_THAT(authorization_.askedOn, ElementsAre(std::this_thread::get_id()));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/rm -Rdf /item"));
+}
+
+TEST_F(PrivilegedTool, OfTheSuperUserThatIsNoProgramCountsAsStarted) {
+    becomeSuperUser();
+    const std::string file = folder_.writeFile("file");
+    ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+    KXAuthorization& session = *KXAuthorization::sharedController();
+    EXPECT_EQ(session.authExecTask(file, {}), 0);
+    EXPECT_EQ(session.authExecTask(file, {}, Async::No), 0);
+    EXPECT_THAT(tasks_.launched, IsEmpty());
 }
 
 TEST_F(PrivilegedTool, OfTheSuperUserIsStartedDirectly) {

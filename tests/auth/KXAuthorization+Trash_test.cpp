@@ -112,6 +112,30 @@ TEST_F(PrivilegedTrash, GivesATakenNameWithoutAnExtensionAFullStop) {
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(report, "report_20240131235958.")));
 }
 
+TEST_F(PrivilegedTrash, PutsTheDateBeforeTheLastExtensionOnly) {
+    const std::string archive = folder_.writeFile("a.tar.gz");
+    folder_.writeFile("home/.Trash/a.tar.gz");
+    EXPECT_TRUE(authorized().authTrashFile(archive));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(archive, "a.tar_20240131235958.gz")));
+}
+
+TEST_F(PrivilegedTrash, SeesNoExtensionInAHiddenName) {
+    const std::string profile = folder_.writeFile(".profile");
+    folder_.writeFile("home/.Trash/.profile");
+    EXPECT_TRUE(authorized().authTrashFile(profile));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre(trashed(profile, ".profile_20240131235958.")));
+}
+
+TEST_F(PrivilegedTrash, IsTheOneOfTheUsersHomeAtThatMoment) {
+    KXAuthorization& session = authorized();
+    locations_.home = locations_.ownHome = folder_.makeFolder("new home");
+    EXPECT_TRUE(session.authTrashFile(file_));
+    EXPECT_THAT(authorization_.started(),
+                ElementsAre(test::commandLine(
+                    "/bin/mv", {"-f", file_, folder_ / "new home/.Trash/notes.txt"})));
+}
+
 TEST_F(PrivilegedTrash, IsRefusedToFoldersOfTheSystem) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     authorization_.calls.clear();
@@ -226,12 +250,81 @@ TEST_F(PrivilegedTrash, TakesAFoldersContentsOneByOne) {
 }
 
 TEST_F(PrivilegedTrash, TriesAllOfAFoldersContentsWhenOneFails) {
-    folder_.makeLink("full/dangling", "nowhere");
-    const std::string one = folder_.writeFile("full/one");
-    const std::string two = folder_.writeFile("full/two");
-    EXPECT_FALSE(authorized().authTrashFolderContents(folder_ / "full"));
-    EXPECT_THAT(authorization_.started(),
-                UnorderedElementsAre(trashed(one, "one"), trashed(two, "two")));
+    test::ListingFileManager manager;
+    manager.listings["/full"] = {"one", "two", "three"};
+    platform_->fileManager = &manager;
+    for (std::size_t failing = 0; failing < 3; ++failing) {
+        KXAuthorization& session = authorized();
+        authorization_.executeStatuses = {0, 0, 0};
+        authorization_.executeStatuses[failing] = platform::kAuthorizationToolExecuteFailure;
+        EXPECT_FALSE(session.authTrashFolderContents("/full"));
+        EXPECT_THAT(authorization_.started(),
+                    ElementsAre(trashed("/full/one", "one"), trashed("/full/two", "two"),
+                                trashed("/full/three", "three")));
+    }
+}
+
+TEST_F(PrivilegedTrash, TakesAFoldersContentsInTheOrderInWhichTheyAreListed) {
+    test::ListingFileManager manager;
+    manager.listings["/full"] = {"b", "c", "a"};
+    platform_->fileManager = &manager;
+    EXPECT_TRUE(authorized().authTrashFolderContents("/full"));
+    EXPECT_THAT(
+        authorization_.started(),
+        ElementsAre(trashed("/full/b", "b"), trashed("/full/c", "c"), trashed("/full/a", "a")));
+}
+
+TEST_F(PrivilegedTrash, RefusesAFolderOfTheSystemAmongAFoldersContents) {
+    test::ListingFileManager manager;
+    manager.listings["/Users"] = {"Shared", "x"};
+    platform_->fileManager = &manager;
+    EXPECT_FALSE(authorized().authTrashFolderContents("/Users"));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed("/Users/x", "x")));
+    EXPECT_THAT(console_.logged, ElementsAre("Unable to trash path /Users/Shared because it is a "
+                                             "system directory."));
+}
+
+TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFolderOfTheSystemAmongAFoldersContents) {
+    becomeSuperUser();
+    test::ListingFileManager manager;
+    manager.listings["/Users"] = {"Shared"};
+    platform_->fileManager = &manager;
+    EXPECT_TRUE(KXAuthorization::sharedController()->authTrashFolderContents(
+        "/Users", DeleteOnRootAccount::Yes));
+    EXPECT_THAT(tasks_.launched, ElementsAre("/bin/rm -R -f /Users/Shared"));
+    EXPECT_THAT(console_.logged, IsEmpty());
+}
+
+// The user changes while the first item is deleted.
+TEST_F(PrivilegedTrash, DecidesOnceWhetherAFoldersContentsAreDeleted) {
+    class Leaving : public test::RecordingTasks {
+      public:
+        explicit Leaving(unsigned& user) : user_(user) {}
+        std::shared_ptr<platform::Task> makeTask() override {
+            user_ = 501;
+            return RecordingTasks::makeTask();
+        }
+
+      private:
+        unsigned& user_;
+    };
+    test::ListingFileManager manager;
+    manager.listings["/full"] = {"one", "two"};
+    platform_->fileManager = &manager;
+    becomeSuperUser();
+    Leaving tasks(user_.uid);
+    platform_->tasks = &tasks;
+    EXPECT_TRUE(authorized().authTrashFolderContents("/full", DeleteOnRootAccount::Yes));
+    EXPECT_THAT(tasks.launched, ElementsAre("/bin/rm -R -f /full/one"));
+    EXPECT_THAT(authorization_.started(), ElementsAre("/bin/rm -R -f /full/two"));
+}
+
+TEST_F(PrivilegedTrash, OfAFolderThatCannotBeListedTakesNothingWithoutAWord) {
+    KXAuthorization& session = authorized();
+    EXPECT_TRUE(session.authTrashFolderContents(folder_ / "missing"));
+    EXPECT_TRUE(session.authTrashFolderContents(file_));
+    EXPECT_THAT(authorization_.calls, IsEmpty());
+    EXPECT_THAT(console_.logged, IsEmpty());
 }
 
 TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFoldersContents) {

@@ -1,5 +1,7 @@
 #include "auth/KXAuthorization.h"
 
+#include <barrier>
+#include <future>
 #include <thread>
 
 #include "tests/auth/auth_fixture.h"
@@ -8,6 +10,7 @@ namespace quillmoor {
 namespace {
 
 using test::FakeAuthorization;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -46,13 +49,39 @@ TEST_F(AuthorizationSession, AnInstanceOfOnesOwnIsTheSharedOne) {
 }
 
 TEST_F(AuthorizationSession, IsMadeOnceByManyThreads) {
-    std::vector<KXAuthorization*> seen(8);
+    constexpr int kThreads = 32;
+    authorization_.handedOver = FakeAuthorization::reference(7);
+    std::barrier together(kThreads);
+    std::vector<KXAuthorization*> seen(kThreads);
+    std::vector<platform::AuthorizationRef> held(kThreads);
     std::vector<std::thread> threads;
-    for (KXAuthorization*& each : seen)
-        threads.emplace_back([&each] { each = KXAuthorization::sharedController(WithGUI::No); });
+    for (std::size_t i = 0; i < kThreads; ++i)
+        threads.emplace_back([&, i] {
+            together.arrive_and_wait();
+            seen[i] = KXAuthorization::sharedController(WithGUI::No);
+            held[i] = seen[i]->authRef();
+        });
     for (std::thread& thread : threads) thread.join();
-    for (const KXAuthorization* each : seen) EXPECT_EQ(each, seen.front());
+    EXPECT_THAT(seen, Each(seen.front()));
+    EXPECT_THAT(held, Each(FakeAuthorization::reference(7)));
     EXPECT_THAT(authorization_.calls, ElementsAre("privileged 0"));
+}
+
+// While a session is being made nobody else gets it, or is told that there is one. A thread that
+// did not wait would be done long before this gives up on it.
+TEST_F(AuthorizationSession, IsGivenToNobodyBeforeItIsReady) {
+    std::future<KXAuthorization*> shared;
+    std::future<KXAuthorization*> second;
+    authorization_.whenMade = [&] {
+        shared = std::async(std::launch::async, [] { return KXAuthorization::sharedController(); });
+        second = std::async(std::launch::async, [] { return KXAuthorization::allocWithZone(); });
+        const auto patience = std::chrono::milliseconds(200);
+        EXPECT_EQ(shared.wait_for(patience), std::future_status::timeout);
+        EXPECT_EQ(second.wait_for(patience), std::future_status::timeout);
+    };
+    KXAuthorization* const session = KXAuthorization::sharedController();
+    EXPECT_EQ(shared.get(), session);
+    EXPECT_EQ(second.get(), nullptr);
 }
 
 TEST_F(AuthorizationSession, CannotBeCopiedReleasedOrCounted) {
@@ -76,6 +105,26 @@ TEST_F(AuthorizationSession, TakesOverWhatAPrivilegedParentHandedOver) {
     KXAuthorization* const session = KXAuthorization::sharedController();
     EXPECT_EQ(session->authRef(), FakeAuthorization::reference(7));
     EXPECT_TRUE(session->isAuthorized());
+}
+
+TEST_F(AuthorizationSession, TakesNothingOverFromAFailure) {
+    authorization_.handedOver = FakeAuthorization::reference(7);
+    authorization_.handOverStatus = -60008;
+    KXAuthorization* const session = KXAuthorization::sharedController();
+    EXPECT_EQ(session->authRef(), nullptr);
+    EXPECT_FALSE(session->isAuthorized());
+}
+
+TEST_F(AuthorizationSession, HasNoRightsWhereAParentHandedOverNone) {
+    authorization_.handsOverNothing = true;
+    EXPECT_FALSE(KXAuthorization::sharedController()->isAuthorized());
+}
+
+TEST_F(AuthorizationSession, NotesTheUsersHomeOnce) {
+    KXAuthorization* const session = KXAuthorization::sharedController();
+    const std::string home = locations_.home;
+    locations_.home = locations_.ownHome = folder_.makeFolder("new home");
+    EXPECT_EQ(session->userDirectory(), home);
 }
 
 TEST_F(AuthorizationSession, NotesTheUsersHome) {

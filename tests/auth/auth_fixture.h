@@ -1,6 +1,9 @@
 // A session in a made-up computer: nothing is really asked for and no tool is really started.
 #pragma once
 
+#include <algorithm>
+#include <map>
+
 #include "auth/KXAuthorization.h"
 #include "tests/auth/fake_authorization.h"
 #include "tests/support/temp_folder.h"
@@ -53,11 +56,7 @@ class RecordingTask : public platform::Task {
     std::shared_ptr<platform::FileHandle> standardOutput() override { return nullptr; }
     void setStandardError(platform::Pipe) override {}
     void setStandardError(std::shared_ptr<platform::FileHandle>) override {}
-    void launch() override {
-        std::string line = path_;
-        for (const std::string& argument : arguments_) line += " " + argument;
-        launched_.push_back(line);
-    }
+    void launch() override { launched_.push_back(commandLine(path_, arguments_)); }
     bool isRunning() override { return false; }
     void waitUntilExit() override { launched_.push_back("waited"); }
     int terminationStatus() override { return 1; }
@@ -74,6 +73,26 @@ class RecordingTasks : public ForwardingTasks {
     StringList launched;
     std::shared_ptr<platform::Task> makeTask() override {
         return std::make_shared<RecordingTask>(launched);
+    }
+};
+
+// Folders that list what the test says, in that order, and items that are there though they are
+// not.
+class ListingFileManager : public ForwardingFileManager {
+  public:
+    std::map<std::string, StringList> listings;
+    StringList missing;  // though they are there
+    std::optional<StringList> contentsOfDirectory(const std::string& path) override {
+        const auto found = listings.find(path);
+        return found != listings.end() ? found->second
+                                       : ForwardingFileManager::contentsOfDirectory(path);
+    }
+    bool fileExists(const std::string& path) override {
+        if (std::find(missing.begin(), missing.end(), path) != missing.end()) return false;
+        for (const auto& [folder, names] : listings)
+            for (const std::string& name : names)
+                if (path == folder + "/" + name) return true;
+        return ForwardingFileManager::fileExists(path);
     }
 };
 

@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -15,6 +17,18 @@
 #include "tests/support/forwarding.h"
 
 namespace quillmoor::test {
+
+// A tool and its arguments in one line. An argument in which a blank would hide where it begins and
+// ends is quoted: two arguments never look like one.
+inline std::string commandLine(const std::string& tool, const StringList& arguments) {
+    std::string line = tool;
+    for (const std::string& argument : arguments) {
+        const bool isPlain =
+            !argument.empty() && argument.find_first_of(" \n'") == std::string::npos;
+        line += isPlain ? " " + argument : " '" + argument + "'";
+    }
+    return line;
+}
 
 // Gives its text character by character, then ends. Counts how often it was read.
 class FakeToolStream : public platform::AuthorizedToolStream {
@@ -42,7 +56,14 @@ class FakeAuthorization : public platform::Authorization {
     Status createStatus = 0;
     Status rightsStatus = 0;
     Status executeStatus = 0;
+    std::deque<Status> executeStatuses;          // of the next starts; executeStatus afterwards
+    platform::AuthorizationRef stray = nullptr;  // left behind by a create that fails
+    Status handOverStatus = 0;
     platform::AuthorizationRef handedOver = nullptr;
+    bool handsOverNothing = false;    // a success without a reference
+    std::function<void()> whenAsked;  // while the user is asked
+    std::function<void()> whenMade;   // while a session is made
+    std::vector<std::thread::id> askedOn;
     std::string output;
     std::vector<std::shared_ptr<FakeToolStream>> streams;
 
@@ -58,6 +79,7 @@ class FakeAuthorization : public platform::Authorization {
                   platform::AuthorizationRef& result) override {
         calls.push_back("create " + text(rights) + " " + text(environment) +
                         formatted(" %u", flags));
+        if (createStatus != 0) result = stray;
         if (createStatus == 0) result = reference(++created_);
         return createStatus;
     }
@@ -65,6 +87,8 @@ class FakeAuthorization : public platform::Authorization {
                       const Items& environment, platform::AuthorizationFlags flags) override {
         calls.push_back("rights " + name(asked) + " " + text(rights) + " " + text(environment) +
                         formatted(" %u", flags));
+        askedOn.push_back(std::this_thread::get_id());
+        if (whenAsked) whenAsked();
         return rightsStatus;
     }
     Status free(platform::AuthorizationRef freed, platform::AuthorizationFlags flags) override {
@@ -74,17 +98,22 @@ class FakeAuthorization : public platform::Authorization {
     Status copyPrivilegedReference(platform::AuthorizationFlags flags,
                                    platform::AuthorizationRef& result) override {
         calls.push_back(formatted("privileged %u", flags));
-        if (handedOver == nullptr) return platform::kAuthorizationDenied;
+        if (whenMade) whenMade();
+        if (handedOver == nullptr && !handsOverNothing) return platform::kAuthorizationDenied;
         result = handedOver;
-        return 0;
+        return handOverStatus;
     }
     Status executeWithPrivileges(platform::AuthorizationRef used, const std::string& tool,
                                  platform::AuthorizationFlags options, const StringList& arguments,
                                  std::shared_ptr<platform::AuthorizedToolStream>& stream) override {
-        std::string call = "execute " + name(used) + formatted(" %u ", options) + tool;
-        for (const std::string& argument : arguments) call += " " + argument;
-        calls.push_back(call);
-        if (executeStatus != 0) return executeStatus;
+        calls.push_back("execute " + name(used) + formatted(" %u ", options) +
+                        commandLine(tool, arguments));
+        Status status = executeStatus;
+        if (!executeStatuses.empty()) {
+            status = executeStatuses.front();
+            executeStatuses.pop_front();
+        }
+        if (status != 0) return status;
         streams.push_back(std::make_shared<FakeToolStream>(output));
         stream = streams.back();
         return 0;
