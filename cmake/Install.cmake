@@ -10,10 +10,13 @@ target_include_directories(kx INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCL
 # The headers are C++20.
 target_compile_features(kx INTERFACE cxx_std_20)
 
-# Our warnings are ours: whoever uses the library chooses his own.
-get_target_property(compile_options kx_options INTERFACE_COMPILE_OPTIONS)
-set_property(TARGET kx_options PROPERTY
-    INTERFACE_COMPILE_OPTIONS "$<BUILD_INTERFACE:${compile_options}>")
+# Users of the library choose warnings and hardening of their own.
+foreach(property INTERFACE_COMPILE_OPTIONS INTERFACE_COMPILE_DEFINITIONS INTERFACE_LINK_OPTIONS)
+    get_target_property(options kx_options ${property})
+    if(options)
+        set_property(TARGET kx_options PROPERTY ${property} "$<BUILD_INTERFACE:${options}>")
+    endif()
+endforeach()
 
 install(TARGETS kx kx_options EXPORT quillmoor-kx
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})

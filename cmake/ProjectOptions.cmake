@@ -3,6 +3,8 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
 endif()
 
+include(CheckPIESupported)
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -27,6 +29,17 @@ target_compile_options(kx_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -W
 target_compile_options(kx_options INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
 target_link_libraries(kx_options INTERFACE Threads::Threads)
+
+# Hardening; scripts/check-hardening reads it from what was built. A sanitizer has checks of its own.
+check_pie_supported(LANGUAGES C CXX)
+target_link_options(kx_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+if(NOT KX_SANITIZE)
+    target_compile_options(kx_options INTERFACE -fstack-protector-strong)
+    target_compile_definitions(kx_options INTERFACE _GLIBCXX_ASSERTIONS)
+    # The C library's checks need an optimised build. Some compilers set another level themselves.
+    target_compile_options(kx_options INTERFACE
+        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+endif()
 if(KX_SANITIZE)
     # The sanitizers need every frame and their own runtime in every link.
     target_compile_options(kx_options INTERFACE -fsanitize=${KX_SANITIZE} -fno-omit-frame-pointer)
