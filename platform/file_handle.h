@@ -5,10 +5,25 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/byte_buffer.h"
+#include "platform/exception.h"
 
 namespace quillmoor::platform {
+
+// What writeData throws when the system refuses a write that was begun: the first `written` bytes
+// are in the file.
+class WriteFailure : public Exception {
+  public:
+    WriteFailure(std::string reason, std::size_t written)
+        : Exception(kFileHandleOperationException, std::move(reason)), written_(written) {}
+
+    std::size_t written() const { return written_; }
+
+  private:
+    std::size_t written_;
+};
 
 // One open file or pipe end. Calls throw platform::Exception named kFileHandleOperationException
 // when the system refuses, and after closeFile. Any thread may call closeFile: it ends a read that
@@ -18,10 +33,15 @@ class FileHandle {
   public:
     virtual ~FileHandle() = default;
 
-    // Writes all of it, in one system call where the system takes it whole.
+    // Writes all of it, in one system call where the system takes it whole. Throws WriteFailure
+    // when the system refuses.
     virtual void writeData(std::string_view bytes) = 0;
 
     virtual void seekToEndOfFile() = 0;
+
+    // From now on each write goes to the end of the file, wherever other writers have moved it:
+    // what two of them write in one system call each is whole. What is not a file is left as it is.
+    virtual void writeAtEndOnly() {}
 
     // `availableData`: waits until some bytes are there and appends them to `buffer`. Answers their
     // number, 0 only at the end of the stream.

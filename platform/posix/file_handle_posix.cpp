@@ -29,9 +29,12 @@ constexpr char kWritten[] = "the file couldn’t be written";
 constexpr char kSearched[] = "the file’s end couldn’t be found";
 constexpr char kPipeMade[] = "the pipe couldn’t be made";
 
+std::string refusal(const char* what, int error) {
+    return std::string(what) + ": " + systemErrorText(error);
+}
+
 [[noreturn]] void throwRefused(const char* what, int error) {
-    throw Exception(kFileHandleOperationException,
-                    std::string(what) + ": " + systemErrorText(error));
+    throw Exception(kFileHandleOperationException, refusal(what, error));
 }
 
 // No memory for what was read is reported as the platform reports it.
@@ -68,19 +71,27 @@ class DescriptorHandle::Use {
 
 void DescriptorHandle::writeData(std::string_view bytes) {
     const Use use(*this, kWritten);
-    while (!bytes.empty()) {
-        const ssize_t count = systemCalls().write(descriptor_.get(), bytes.data(),
-                                                  std::min(bytes.size(), kMostAtOnce));
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t count = systemCalls().write(descriptor_.get(), bytes.data() + written,
+                                                  std::min(bytes.size() - written, kMostAtOnce));
         if (count >= 0)
-            bytes.remove_prefix(static_cast<std::size_t>(count));
+            written += static_cast<std::size_t>(count);
         else if (errno != EINTR)
-            throwRefused(kWritten, errno);
+            throw WriteFailure(refusal(kWritten, errno), written);
     }
 }
 
 void DescriptorHandle::seekToEndOfFile() {
     const Use use(*this, kSearched);
     if (systemCalls().lseek(descriptor_.get(), 0, SEEK_END) < 0) throwRefused(kSearched, errno);
+}
+
+void DescriptorHandle::writeAtEndOnly() {
+    const Use use(*this, kWritten);
+    const int flags = ::fcntl(descriptor_.get(), F_GETFL);
+    if (flags < 0 || ::fcntl(descriptor_.get(), F_SETFL, flags | O_APPEND) != 0)
+        throwRefused(kWritten, errno);
 }
 
 const WakeDescriptor& DescriptorHandle::closing() {

@@ -20,6 +20,7 @@ class DescriptorHandle final : public FileHandle {
 
     void writeData(std::string_view bytes) override;
     void seekToEndOfFile() override;
+    void writeAtEndOnly() override;
     std::size_t readAvailableData(ByteBuffer& buffer) override;
     void closeFile() override;
 

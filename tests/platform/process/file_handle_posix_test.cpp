@@ -254,6 +254,42 @@ TEST(FileHandle, AFullDiskIsTold) {
     }
 }
 
+TEST(FileHandle, AFullDiskReportsHowMuchWasWritten) {
+    test::TempFolder folder;
+    const std::string path = folder.writeFile("f");
+    const auto handle = handles().openForWriting(path);
+    ScopedCalls calls;
+    calls->write = [](int file, const void* bytes, std::size_t) -> ssize_t {
+        static int call = 0;
+        if (call++ < 2) return ::write(file, bytes, 2);
+        errno = ENOSPC;
+        return -1;
+    };
+    try {
+        handle->writeData("abcdefg");
+        FAIL();
+    } catch (const WriteFailure& failure) {
+        EXPECT_EQ(failure.written(), 4U);
+        EXPECT_EQ(failure.name(), kFileHandleOperationException);
+    }
+    EXPECT_EQ(test::readFile(path), "abcd");
+}
+
+TEST(FileHandle, WritesAtTheEndOnlyFromThenOn) {
+    test::TempFolder folder;
+    const std::string path = folder.writeFile("f", "abc");
+    const auto first = handles().openForWriting(path);
+    const auto second = handles().openForWriting(path);
+    first->writeAtEndOnly();
+    second->writeAtEndOnly();
+    first->writeData("1");
+    second->writeData("2");
+    first->writeData("3");
+    EXPECT_EQ(test::readFile(path), "abc123");
+    first->closeFile();
+    EXPECT_EQ(nameOfException([&] { first->writeAtEndOnly(); }), kFileHandleOperationException);
+}
+
 TEST(FileHandle, AnInterruptedWriteGoesOnWhereItStopped) {
     test::TempFolder folder;
     const std::string path = folder.writeFile("f");
