@@ -3,17 +3,25 @@
 #include <cxxabi.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <memory>
 #include <string>
+#include <thread>
 #include <typeinfo>
+
+#include "platform/fork.h"
 
 namespace quillmoor::platform {
 namespace {
 
 std::atomic<UncaughtExceptionHandler> handlerSlot{nullptr};
 std::terminate_handler previousTerminate = nullptr;
+
+// The handler has been called, and by which thread.
+constinit std::atomic<bool> isReported{false};
+thread_local bool isReporter = false;
 
 std::string currentExceptionTypeName() {
     const std::type_info* type = abi::__cxa_current_exception_type();
@@ -24,14 +32,26 @@ std::string currentExceptionTypeName() {
     return status == 0 ? readable.get() : type->name();
 }
 
-// Whatever the handler itself lets escape ends up here again and is not reported.
+[[noreturn]] void waitForTheEnd() {
+    while (true) std::this_thread::sleep_for(std::chrono::hours(1));
+}
+
+// Whatever the handler itself lets escape ends up here again and is not reported. Another thread
+// must not end the process meanwhile.
 void onTerminate() {
-    static std::atomic_flag reported;
     const UncaughtExceptionHandler handler = handlerSlot.load();
-    if (handler != nullptr && std::current_exception() && !reported.test_and_set())
+    if (handler != nullptr && std::current_exception() && !isReported.exchange(true)) {
+        isReporter = true;
         handler(currentException());
+    }
+    if (isReported && !isReporter) waitForTheEnd();
     if (previousTerminate != nullptr) previousTerminate();
     std::abort();
+}
+
+// The thread that reports may not exist in the child.
+void onForkInChild() {
+    isReported = isReporter;
 }
 
 }  // namespace
@@ -52,6 +72,7 @@ Exception currentException() {
 void setUncaughtExceptionHandler(UncaughtExceptionHandler handler) {
     handlerSlot.store(handler);
     static const bool installed = [] {
+        callAroundFork(nullptr, nullptr, onForkInChild);
         previousTerminate = std::set_terminate(onTerminate);
         return true;
     }();
