@@ -2,6 +2,8 @@
 #include "platform/process_info.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <set>
 
@@ -38,8 +40,21 @@ TEST_P(ProcessInfoContract, ThereIsAProcessorAndSomeMemory) {
     EXPECT_GT(processInfo().physicalMemory(), std::uint64_t{1} << 20);
 }
 
-TEST_P(ProcessInfoContract, TheUserStaysTheSame) {
-    EXPECT_EQ(processInfo().realUserId(), processInfo().realUserId());
+TEST_P(ProcessInfoContract, TheUserIsTheOneThatRunsTheProcess) {
+    EXPECT_EQ(processInfo().realUserId(), ::getuid());
+}
+
+// A child of root's that acts for another user is root's all the same.
+TEST_P(ProcessInfoContract, TheUserIsTheRealOneNotTheEffective) {
+    if (::getuid() != 0) GTEST_SKIP() << "only root may act for another user";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::seteuid(65534) != 0) ::_exit(2);
+        ::_exit(processInfo().realUserId() == 0 ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, ProcessInfoContract, backEnds(), nameOf<BackEnd>);

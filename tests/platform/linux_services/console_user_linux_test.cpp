@@ -76,12 +76,20 @@ TEST(ConsoleUser, WithoutALoginManagerThereIsNone) {
 }
 
 TEST(ConsoleUser, WhoeverCalledSudoDoesNotMatter) {
-    const OptionalString before = native().locations->consoleUser();
-    const test::ScopedEnvironment sudo("SUDO_USER", "nobody");
-    EXPECT_EQ(native().locations->consoleUser(), before);
+    const std::optional<posix::User> caller = posix::userWithId(1);
+    ASSERT_TRUE(caller);
+    const test::ScopedEnvironment sudoUser("SUDO_USER", caller->name);
+    const test::ScopedEnvironment sudoId("SUDO_UID", "1");
+    const test::ScopedEnvironment pkexecId("PKEXEC_UID", "1");
+    const test::ScopedEnvironment user("USER", caller->name);
+    const test::ScopedEnvironment login("LOGNAME", caller->name);
     session = {};
+    session.user = 0;
+    EXPECT_EQ(consoleUser(&kManager), posix::userWithId(0)->name);
     session.active = -ENODATA;
     EXPECT_EQ(consoleUser(&kManager), std::nullopt);
+    EXPECT_EQ(consoleUser(nullptr), std::nullopt);
+    EXPECT_EQ(native().locations->consoleUser(), consoleUser(loginManager()));
 }
 
 TEST(LoginManager, IsLoadedOnceWhereItsLibraryIs) {
