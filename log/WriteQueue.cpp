@@ -86,6 +86,7 @@ void WriteQueue::add(std::string_view text) {
     const std::size_t needed = sizeof(Length) + text.size();
     Block* fresh = nullptr;
     std::unique_lock lock(lock_);
+    if (isRestricted_ && !isAccepted()) return;
     while (!findRoom(needed, fresh)) {
         lock.unlock();
         fresh = Block::create(std::max(kBlockBytes, needed));
@@ -97,6 +98,17 @@ void WriteQueue::add(std::string_view text) {
     lock.unlock();
     if (wake) wakeWorker();
     if (fresh != nullptr) recycle(fresh);
+}
+
+void WriteQueue::acceptOnlyFromThisThread() {
+    const std::lock_guard guard(lock_);
+    accepted_ = std::this_thread::get_id();
+    isRestricted_ = true;
+}
+
+bool WriteQueue::isAccepted() const {
+    const std::thread::id caller = std::this_thread::get_id();
+    return caller == accepted_ || caller == worker_.load();
 }
 
 void WriteQueue::wakeWorker() {
@@ -112,21 +124,24 @@ std::size_t WriteQueue::operationCount() const {
     return static_cast<std::size_t>(added_.load() - done);
 }
 
-// A waiter counts as one before it looks, and the worker counts a text as done before it looks for
-// waiters: one of the two sees the other.
 void WriteQueue::waitUntilAllOperationsAreFinished() {
     if (worker_.load() == std::this_thread::get_id()) return;
-    std::uint64_t queuedBefore = 0;
-    {
-        const std::lock_guard guard(lock_);
-        queuedBefore = added_.load(std::memory_order_relaxed);
-        workerSleeps_ = false;
-    }
+    waitUntilQueuedIsWritten();
+    waitUntilQueuedIsWritten();  // what the worker has queued meanwhile
+}
+
+// A waiter says what it waits for before it looks, and the worker counts a text as done before it
+// looks for waiters: one of the two sees the other.
+void WriteQueue::waitUntilQueuedIsWritten() {
+    const std::uint64_t queued = added_.load();
+    if (done_.load() >= queued) return;
     wakeWorker();
     std::unique_lock sleeping(sleepLock_);
-    ++waiters_;
-    finished_.wait(sleeping, [&] { return emptyAfter_ >= queuedBefore || operationCount() == 0; });
-    --waiters_;
+    while (true) {
+        awaited_.store(std::min(awaited_.load(), queued));
+        if (done_.load() >= queued) return;
+        finished_.wait(sleeping);
+    }
 }
 
 void WriteQueue::run() {
@@ -172,11 +187,13 @@ void WriteQueue::writeBlock(Block& block) {
     }
 }
 
+// Those that wait for more than has been done say so again.
 void WriteQueue::finishOne() {
-    done_.store(done_.load(std::memory_order_relaxed) + 1);
-    if (waiters_.load() == 0 || operationCount() != 0) return;
+    const std::uint64_t done = done_.load(std::memory_order_relaxed) + 1;
+    done_.store(done);
+    if (done < awaited_.load()) return;
     const std::lock_guard guard(sleepLock_);
-    emptyAfter_ = done_.load(std::memory_order_relaxed);
+    awaited_.store(kNobodyWaits);
     finished_.notify_all();
 }
 

@@ -25,14 +25,19 @@ class WriteQueue {
     // platform::Exception when no thread can be started.
     static WriteQueue* create(std::function<void(std::string_view)> write);
 
-    // Queues a copy of `text`. From any thread; never waits for a write.
+    // Queues a copy of `text`. From any thread; never waits for a write. Throws std::bad_alloc, and
+    // has then queued nothing.
     void add(std::string_view text);
+
+    // From now on only the calling thread and the worker queue texts: those of others are dropped.
+    void acceptOnlyFromThisThread();
 
     // Texts queued or being written.
     std::size_t operationCount() const;
 
-    // Waits until nothing is queued or being written, what is added meanwhile included. On the
-    // worker itself it returns at once, for there it would wait for itself.
+    // Waits until everything queued before the call has been written, and what had been queued by
+    // then: what the writing itself adds is written too. Ends however much is added after that. On
+    // the worker itself it returns at once, for there it would wait for itself.
     void waitUntilAllOperationsAreFinished();
 
   private:
@@ -52,7 +57,9 @@ class WriteQueue {
     explicit WriteQueue(std::function<void(std::string_view)> write);
 
     bool findRoom(std::size_t needed, Block*& fresh);
+    bool isAccepted() const;
     void wakeWorker();
+    void waitUntilQueuedIsWritten();
     void run();
     void waitForWork(bool untilWoken);
     bool takeQueued(Chain& taken, bool sleepIfEmpty);
@@ -67,6 +74,7 @@ class WriteQueue {
     // there for sleeping lie on cache lines of their own.
     alignas(kCacheLine) SpinLock lock_;  // of the rest of this line
     bool workerSleeps_ = false;          // it must be woken for new work
+    bool isRestricted_ = false;          // to one thread
     Chain queued_;
     Chain spare_;
     std::size_t spareCount_ = 0;
@@ -74,10 +82,12 @@ class WriteQueue {
 
     alignas(kCacheLine) std::atomic<std::uint64_t> done_{0};
 
-    alignas(kCacheLine) std::atomic<unsigned> waiters_{0};
+    // The least number of texts done that anybody waits for.
+    static constexpr std::uint64_t kNobodyWaits = ~std::uint64_t{0};
+    alignas(kCacheLine) std::atomic<std::uint64_t> awaited_{kNobodyWaits};
+    std::thread::id accepted_{};  // the one thread that a restricted queue accepts texts from
     std::mutex sleepLock_;
     bool wakeRequested_ = false;
-    std::uint64_t emptyAfter_ = 0;  // texts done when a waiter's queue was last seen empty
     std::condition_variable work_;
     std::condition_variable finished_;
 };

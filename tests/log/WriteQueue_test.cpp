@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -56,15 +57,44 @@ TEST(WriteQueue, TheWorkerWaitingForItselfReturnsAtOnce) {
 
 TEST(WriteQueue, WaitingIsForTheTextsThatAWriteAddsToo) {
     static WriteQueue* queue = nullptr;
+    static std::atomic<int> written{0};
+    queue = WriteQueue::create([](std::string_view text) {
+        ++written;
+        if (text == "first")
+            for (int i = 0; i < 5; ++i) queue->add("added");
+    });
+    queue->add("first");
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(queue->operationCount(), 0U);
+    EXPECT_EQ(written, 6);
+}
+
+// Each text that is written adds another: the queue is never empty.
+TEST(WriteQueue, WaitingEndsThoughTheQueueIsNeverEmpty) {
+    static WriteQueue* queue = nullptr;
+    static std::atomic<bool> before{false};
+    queue = WriteQueue::create([](std::string_view text) {
+        if (text == "before") before = true;
+        queue->add("more");
+    });
+    queue->add("before");
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_TRUE(before);
+}
+
+TEST(WriteQueue, RestrictedToAThreadItDropsTheTextsOfOthers) {
+    static WriteQueue* queue = nullptr;
     static std::vector<std::string> written;
     queue = WriteQueue::create([](std::string_view text) {
         written.emplace_back(text);
-        if (text.size() < 100) queue->add(std::string(text) + "x");
+        if (text == "own") queue->add("the worker's");
     });
-    queue->add("x");
+    std::thread([] { queue->add("before"); }).join();
+    queue->acceptOnlyFromThisThread();
+    std::thread([] { queue->add("dropped"); }).join();
+    queue->add("own");
     queue->waitUntilAllOperationsAreFinished();
-    EXPECT_EQ(queue->operationCount(), 0U);
-    EXPECT_EQ(written.size(), 100U);
+    EXPECT_EQ(written, (std::vector<std::string>{"before", "own", "the worker's"}));
 }
 
 TEST(WriteQueue, ManyWaitersAndWritersGetDone) {
