@@ -1,4 +1,5 @@
 #include <chrono>
+#include <memory>
 
 #include "base/dates.h"
 #include "base/strings.h"
@@ -14,33 +15,61 @@ constexpr std::size_t kGenerationBytes = 500'000;
 // Short messages with little before them are worth waiting for.
 constexpr std::size_t kShortUnits = 99;
 
-// The line of a message, in memory that is used again. The date is worked out once a second.
-class LineBuilder {
+using platform::FileHandle;
+
+// Writes the line of a message, built in memory that is used again. The date is worked out once a
+// second.
+class LineWriter {
   public:
-    std::string_view line(std::string_view message) {
+    // Returns the bytes written. After a line that the file took only in part, as a full disk does,
+    // the next begins with a newline, in the same write.
+    std::size_t write(const std::shared_ptr<FileHandle>& file, std::string_view message) {
+        const bool afterPart = hasPart_ && partIn_.lock() == file;
+        const std::string_view line = build(message).substr(afterPart ? 0 : 1);
+        try {
+            file->writeData(line);
+        } catch (const platform::WriteFailure& failure) {
+            if (failure.written() > 0) notePart(file, failure.written() > (afterPart ? 1 : 0));
+            throw;
+        }
+        if (afterPart) notePart(nullptr, false);
+        const std::size_t written = line.size();
+        forgetLongLine();
+        return written;
+    }
+
+  private:
+    // With a newline before it.
+    std::string_view build(std::string_view message) {
         const auto now = platform::current().clock->now();
         const auto second = std::chrono::floor<std::chrono::seconds>(now);
         if (second != second_ || line_.empty()) {
-            second_ = second;
-            line_ = dateDescription(now) + " - ";
+            line_ = "\n" + dateDescription(now) + " - ";
             prefix_ = line_.size();
+            second_ = second;
         }
         line_.resize(prefix_);
         line_.append(message).push_back('\n');
         return line_;
     }
 
-    // Gives the memory of an unusually long line back.
+    // Releases the memory of an unusually long line.
     void forgetLongLine() {
         if (line_.capacity() <= kKeptBytes) return;
         line_ = std::string();
     }
 
-  private:
+    void notePart(const std::shared_ptr<FileHandle>& file, bool isPart) {
+        hasPart_ = isPart;
+        partIn_ = file;
+    }
+
     static constexpr std::size_t kKeptBytes = std::size_t{64} << 10;
     std::chrono::sys_seconds second_{};
     std::string line_;
     std::size_t prefix_ = 0;
+    bool hasPart_ = false;
+    std::weak_ptr<FileHandle> partIn_;
 };
 
 // Whether a message of this length may be waited for at all.
@@ -79,29 +108,32 @@ void KXLog::appendMessageAndPrint(std::string_view message) {
     platform::current().console->putString(shown);
 }
 
-void KXLog::finishWriting() {
+void KXLog::finishWriting() noexcept {
     KXLog* const log = sharedController();
     WriteQueue* const queue = log != nullptr ? log->writeQueue() : nullptr;
     if (queue != nullptr) queue->waitUntilAllOperationsAreFinished();
 }
 
-void KXLog::appendTextToLog(std::string_view message) {
+void KXLog::appendTextToLog(std::string_view message) noexcept {
     const std::string_view text = trimWhitespaceAndNewlines(message);
     if (text.empty()) return;
     const std::size_t units = lengthInUnits(text);
     unitsQueued_.fetch_add(units, std::memory_order_relaxed);
-    if (WriteQueue* queue = writeQueue()) return queue->add(text);
-    if (!hasNoWorker_) return;
-    reportLoss(text);
+    try {
+        if (WriteQueue* queue = writeQueue()) return queue->add(text);
+        if (!hasNoWorker_) return;
+        reportLoss(text);
+    } catch (...) {
+        reportCaughtException();
+    }
     unitsDone_.fetch_add(units, std::memory_order_relaxed);
 }
 
-void KXLog::appendLogOnThread(std::string_view message) {
+void KXLog::appendLogOnThread(std::string_view message) noexcept {
     try {
         writeMessage(message);
-    } catch (const platform::Exception& exception) {
-        if (!loggingDisabled())
-            print(formatted("Exception writing to log: %s\n", exception.reason()));
+    } catch (...) {
+        reportCaughtException();
     }
 }
 
@@ -110,12 +142,9 @@ void KXLog::writeMessage(std::string_view message) {
     if (loggingDisabled()) return;
     const std::shared_ptr<platform::FileHandle> handle = openHandle();
     if (handle) {
-        thread_local LineBuilder builder;
-        const std::string_view line = builder.line(message);
-        handle->writeData(line);
-        const std::size_t written = bytesWritten() + line.size();
+        thread_local LineWriter writer;
+        const std::size_t written = bytesWritten() + writer.write(handle, message);
         setBytesWritten(written);
-        builder.forgetLongLine();
         if (written >= kGenerationBytes) startNextGeneration();
     } else {
         reportLoss(message);
@@ -132,6 +161,7 @@ std::shared_ptr<platform::FileHandle> KXLog::openHandle() {
     if (!handle) return nullptr;
     setFileHandle(handle);
     handle->seekToEndOfFile();
+    handle->writeAtEndOnly();
     return handle;
 }
 

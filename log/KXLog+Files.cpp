@@ -48,33 +48,42 @@ bool meansYes(const platform::PropertyListValue& value) {
 
 }  // namespace
 
-void KXLog::createNewLog() {
+void KXLog::createNewLog() noexcept {
     createNewLog(std::nullopt);
 }
 
-void KXLog::createNewLog(const OptionalString& appName) {
+// A child made by fork would shift the generations of its parent, and write nothing.
+void KXLog::createNewLog(const OptionalString& appName) noexcept {
     KXLog* const log = sharedController();
-    if (log == nullptr) return;
-    log->setFileHandle(nullptr);
+    if (log == nullptr || log->isForkedCopy_) return;
+    try {
+        startLog(*log, appName);
+    } catch (...) {
+        reportCaughtException();
+    }
+}
+
+void KXLog::startLog(KXLog& log, const OptionalString& appName) {
+    log.setFileHandle(nullptr);
     if (isDisabledByPreferences()) {
         print("Logging is disabled\n");
-        log->setLoggingDisabled(true);
+        log.setLoggingDisabled(true);
         return;
     }
-    if (appName && !log->appName()) log->setAppName(appName);
-    log->setBytesWritten(0);
-    if (log->appName().value_or("").empty()) log->setAppName("Unknown");
+    if (appName && !log.appName()) log.setAppName(appName);
+    log.setBytesWritten(0);
+    if (log.appName().value_or("").empty()) log.setAppName("Unknown");
 
-    const std::string name = log->appName().value_or("");
+    const std::string name = log.appName().value_or("");
     const OptionalPath folder = logFolder(UserDomain::Yes);
-    const OptionalPath current = log->currentLogPath(name);
+    const OptionalPath current = log.currentLogPath(name);
     if (!exists(folder) &&
         (!folder || !platform::current().fileManager->createDirectoryWithIntermediates(*folder))) {
         print(formatted("Unable to create folder %s.\n", folder));
         return;
     }
-    if (exists(current) && !log->rotate(folder, name)) return;
-    if (log->startFile(current)) log->appendHeader();
+    if (exists(current) && !log.rotate(folder, name)) return;
+    if (log.startFile(current)) log.appendHeader();
 }
 
 bool KXLog::isDisabledByPreferences() {
@@ -118,6 +127,7 @@ bool KXLog::startFile(const OptionalPath& path) {
     }
     auto handle = platform::current().fileHandles->openForWriting(*path);
     if (!handle) return false;
+    handle->writeAtEndOnly();
     setFileHandle(std::move(handle));
     return true;
 }
@@ -146,14 +156,18 @@ void KXLog::appendHeader() {
     }
 }
 
-StringList KXLog::availableLogs() {
+StringList KXLog::availableLogs() noexcept {
     StringList found;
     KXLog* const log = sharedController();
     if (log == nullptr) return found;
-    const OptionalPath folder = logFolder(UserDomain::Yes);
-    for (long n = 1; n <= kGenerations; ++n) {
-        const OptionalPath path = generationPath(folder, log->appName(), n);
-        if (exists(path)) found.push_back(*path);
+    try {
+        const OptionalPath folder = logFolder(UserDomain::Yes);
+        for (long n = 1; n <= kGenerations; ++n) {
+            const OptionalPath path = generationPath(folder, log->appName(), n);
+            if (exists(path)) found.push_back(*path);
+        }
+    } catch (...) {
+        reportCaughtException();
     }
     return found;
 }

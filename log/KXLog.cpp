@@ -1,11 +1,14 @@
 #include "log/KXLog.h"
 
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "base/paths.h"
 #include "log/KXException.h"
+#include "log/ReentrantLock.h"
 #include "platform/exception.h"
+#include "platform/fork.h"
 #include "platform/platform.h"
 #include "platform/uncaught_exceptions.h"
 
@@ -15,106 +18,168 @@ namespace {
 // Quitting must not be held up by a long backlog.
 constexpr std::size_t kPendingWorthWaitingFor = 20;
 
-// The lock of the class. Never destroyed, for threads may still log while the process ends.
-std::recursive_mutex& classLock() {
-    static auto& lock = *new std::recursive_mutex;
-    return lock;
-}
+// The lock of the class, and what it guards.
+constinit ReentrantLock classLock;
+constinit std::atomic<KXLog*> shared{nullptr};
+constinit std::atomic<bool> sharedIsSetUp{false};
+constinit bool isAllocated = false;
+constinit bool controllerIsLockedForFork = false;
 
-std::atomic<KXLog*> shared{nullptr};
-std::atomic<bool> sharedIsSetUp{false};
-
+// What other threads log while the process dies is dropped: it would put off the end, and would
+// carry the reason away into generations that are lost.
 void reportUncaught(const platform::Exception& exception) {
+    const KXLog* const log = KXLog::sharedController();
+    WriteQueue* const queue = log != nullptr ? log->writeQueue() : nullptr;
+    if (queue != nullptr) queue->acceptOnlyFromThisThread();
     uncaughtExceptionHandler(&exception);
 }
 
 }  // namespace
 
-KXLog* KXLog::sharedController() {
+KXLog* KXLog::sharedController() noexcept {
     if (!sharedIsSetUp.load(std::memory_order_acquire)) setUpSharedController();
     return shared.load(std::memory_order_relaxed);
 }
 
-void KXLog::setUpSharedController() {
-    const std::lock_guard guard(classLock());
+void KXLog::setUpSharedController() noexcept {
+    watchForks();
+    const std::lock_guard guard(classLock);
     if (sharedIsSetUp.load(std::memory_order_relaxed)) return;
-    KXLog* controller = allocWithZone();
-    shared = controller;
-    if (controller != nullptr) {
-        controller->makeQueue();
-        platform::current().processInfo->callInForkedChild(dropQueueInForkedChild);
-    }
-    platform::current().mainThread->addTerminationObserver(willTerminate);
+    shared = allocWithZone();
+    if (KXLog* controller = shared) controller->setUp();
     platform::setUncaughtExceptionHandler(reportUncaught);
     sharedIsSetUp.store(true, std::memory_order_release);
 }
 
+// Without memory for the observer the end of the program is not waited for.
+void KXLog::setUp() noexcept {
+    makeQueue();
+    platform::MainThread& mainThread = *platform::current().mainThread;
+    try {
+        mainThread.addTerminationObserver(willTerminate);
+    } catch (...) {
+        reportCaughtException();
+    }
+    // Each message asks this. What the first question makes is made here, where no fork comes
+    // between.
+    static_cast<void>(mainThread.isMainThread());
+}
+
 // Where no thread can be started there is no queue, and every message is reported as lost.
-void KXLog::makeQueue() {
+void KXLog::makeQueue() noexcept {
     try {
         setWriteQueue(
             WriteQueue::create([this](std::string_view message) { appendLogOnThread(message); }));
-    } catch (const platform::Exception&) {
+    } catch (...) {
         hasNoWorker_ = true;
     }
 }
 
-KXLog* KXLog::allocWithZone() {
-    const std::lock_guard guard(classLock());
-    static bool allocated = false;
-    if (allocated) return nullptr;
-    auto* instance = new KXLog;
-    allocated = true;
+KXLog* KXLog::allocWithZone() noexcept {
+    const std::lock_guard guard(classLock);
+    if (isAllocated) return nullptr;
+    auto* instance = new (std::nothrow) KXLog;
+    isAllocated = instance != nullptr;
     return instance;
 }
 
-// The worker does not exist in the child, and whoever held the lock may not either.
-void KXLog::dropQueueInForkedChild() {
-    KXLog* controller = shared.load(std::memory_order_relaxed);
-    controller->setWriteQueue(nullptr);
-    controller->lock_.unlock();
+// A fork waits until the controller is set up: in the child the thread that does it is gone.
+// Threads that come here together each register, which does no harm. To wait for each other would:
+// in a child that is made meanwhile, for ever.
+void KXLog::watchForks() {
+    static constinit std::atomic<bool> watched{false};
+    if (watched.load(std::memory_order_acquire)) return;
+    platform::callAroundFork(lockBeforeFork, unlockAfterFork, dropQueueInForkedChild);
+    watched.store(true, std::memory_order_release);
 }
 
-void KXLog::willTerminate() {
+void KXLog::lockBeforeFork() {
+    classLock.lock();
+    KXLog* const controller = shared;
+    if (controller == nullptr || controllerIsLockedForFork) return;
+    controller->lock_.lock();
+    controllerIsLockedForFork = true;
+}
+
+void KXLog::unlockAfterFork() {
+    if (controllerIsLockedForFork) shared.load()->lock_.unlock();
+    controllerIsLockedForFork = false;
+    classLock.unlock();
+}
+
+// The worker does not exist in the child.
+void KXLog::dropQueueInForkedChild() {
+    if (KXLog* const controller = shared) {
+        controller->setWriteQueue(nullptr);
+        controller->isForkedCopy_ = true;
+    }
+    unlockAfterFork();
+}
+
+// No memory for the report either: then there is none.
+void KXLog::reportCaughtException() noexcept {
+    try {
+        const KXLog* const log = shared;
+        if (log != nullptr && log->loggingDisabled()) return;
+        platform::current().console->print(
+            formatted("Exception writing to log: %s\n", platform::currentException().reason()));
+    } catch (...) {
+    }
+}
+
+void KXLog::willTerminate() noexcept {
     platform::current().mainThread->removeTerminationObserver(willTerminate);
     if (KXLog* controller = sharedController()) controller->shutDown();
 }
 
-void KXLog::dealloc() {
+void KXLog::dealloc() noexcept {
     shutDown();
 }
 
-void KXLog::shutDown() {
+void KXLog::shutDown() noexcept {
     WriteQueue* queue = writeQueue();
     if (queue != nullptr && queue->operationCount() < kPendingWorthWaitingFor) finishWriting();
     setAppName(std::nullopt);
     setWriteQueue(nullptr);
     hasNoWorker_ = false;
-    if (const auto handle = fileHandle()) handle->closeFile();
+    try {
+        if (const auto handle = fileHandle()) handle->closeFile();
+    } catch (...) {
+        reportCaughtException();
+    }
     setFileHandle(nullptr);
 }
 
-OptionalString KXLog::appName() const {
-    {
-        const std::lock_guard guard(lock_);
-        if (appName_) return appName_;
+OptionalString KXLog::appName() const noexcept {
+    try {
+        {
+            const std::lock_guard guard(lock_);
+            if (appName_) return appName_;
+        }
+        const OptionalPath program = platform::current().bundles->mainBundle()->executablePath();
+        if (program) return deletePathExtension(lastPathComponent(*program));
+    } catch (...) {
+        reportCaughtException();
     }
-    const OptionalPath program = platform::current().bundles->mainBundle()->executablePath();
-    if (!program) return std::nullopt;
-    return deletePathExtension(lastPathComponent(*program));
+    return std::nullopt;
 }
 
-void KXLog::setAppName(const OptionalString& name) {
-    const std::lock_guard guard(lock_);
-    appName_ = name;
+void KXLog::setAppName(const OptionalString& name) noexcept {
+    try {
+        OptionalString copy = name;
+        const std::lock_guard guard(lock_);
+        appName_.swap(copy);
+    } catch (...) {
+        reportCaughtException();
+    }
 }
 
-std::shared_ptr<platform::FileHandle> KXLog::fileHandle() const {
+std::shared_ptr<platform::FileHandle> KXLog::fileHandle() const noexcept {
     const std::lock_guard guard(lock_);
     return fileHandle_;
 }
 
-void KXLog::setFileHandle(std::shared_ptr<platform::FileHandle> handle) {
+void KXLog::setFileHandle(std::shared_ptr<platform::FileHandle> handle) noexcept {
     const std::lock_guard guard(lock_);
     fileHandle_.swap(handle);
 }

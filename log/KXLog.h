@@ -23,9 +23,10 @@
 
 namespace quillmoor {
 
-// Nothing here throws or answers an error. What goes wrong with the log itself is told on standard
-// output. A format is checked against its arguments when it is compiled; one that is known only at
-// run time is passed as RuntimeFormat, and nil (std::nullopt) does nothing.
+// Nothing here throws or returns an error. What goes wrong with the log itself, a lack of memory
+// included, is reported on standard output. A format is checked against its arguments when it is
+// compiled; one that is known only at run time is passed as RuntimeFormat, and nil (std::nullopt)
+// does nothing.
 class KXLog : public SharedObject<KXLog> {
   public:
     // Appending, from any thread ----------------------------------------------------------------
@@ -33,22 +34,16 @@ class KXLog : public SharedObject<KXLog> {
     // worker, as one line "date - message". One that is empty after trimming is not written.
 
     // `appendLog:`: returns at once; but off the main thread, for a message of 1 to 99 characters
-    // while no more than 99 are queued, it returns when the queue is empty.
+    // while no more than 99 are queued, it returns when everything queued so far is written.
     template <typename... Arguments>
-    static void appendLog(Format<Arguments...> format, const Arguments&... arguments) {
-        if (format.isNil()) return;
-        std::string message;
-        appendFormatted<Arguments...>(message, format, arguments...);
-        appendMessage(message);
+    static void appendLog(Format<Arguments...> format, const Arguments&... arguments) noexcept {
+        build<&KXLog::appendMessage, Arguments...>(format, arguments...);
     }
 
     // `fastAppendLog:`: always returns at once.
     template <typename... Arguments>
-    static void fastAppendLog(Format<Arguments...> format, const Arguments&... arguments) {
-        if (format.isNil()) return;
-        std::string message;
-        appendFormatted<Arguments...>(message, format, arguments...);
-        fastAppendMessage(message);
+    static void fastAppendLog(Format<Arguments...> format, const Arguments&... arguments) noexcept {
+        build<&KXLog::fastAppendMessage, Arguments...>(format, arguments...);
     }
 
     // `appendLogAndPrint:`: as appendLog, and on standard output too. The message becomes a format
@@ -56,17 +51,15 @@ class KXLog : public SharedObject<KXLog> {
     // output "%@" is left out and every other percent sign is doubled. Where logging is disabled
     // nothing is printed either.
     template <typename... Arguments>
-    static void appendLogAndPrint(Format<Arguments...> format, const Arguments&... arguments) {
-        if (format.isNil()) return;
-        std::string message;
-        appendFormatted<Arguments...>(message, format, arguments...);
-        appendMessageAndPrint(message);
+    static void appendLogAndPrint(Format<Arguments...> format,
+                                  const Arguments&... arguments) noexcept {
+        build<&KXLog::appendMessageAndPrint, Arguments...>(format, arguments...);
     }
 
-    // `finishWriting`: waits until the queue is empty: everything queued has been written, what
-    // other threads and a change of files queue meanwhile included. Returns at once on the log's
-    // own worker.
-    static void finishWriting();
+    // `finishWriting`: waits until everything queued so far is written, with the header and the
+    // notice where a line of it starts the next generation. Ends however much other threads add
+    // meanwhile. Returns at once on the log's own worker.
+    static void finishWriting() noexcept;
 
     // Files -------------------------------------------------------------------------------------
 
@@ -75,37 +68,40 @@ class KXLog : public SharedObject<KXLog> {
     // Where the user's preferences say so, logging is disabled for the rest of the process. After a
     // failure no log is open; the text on standard output says what failed, unless it was the
     // opening of the new file, of which nothing is said.
-    // Calls are not serialised against each other: start the log before logging heavily.
-    static void createNewLog();
-    static void createNewLog(const OptionalString& appName);
+    // Calls are not serialised against each other: start the log before logging heavily. Another
+    // process, or another copy of the library in this one, that writes to the same file keeps its
+    // file under the new name, as generation 2, 3 and so on, and writes there until it starts a new
+    // generation itself. In a child made by fork nothing happens.
+    static void createNewLog() noexcept;
+    static void createNewLog(const OptionalString& appName) noexcept;
 
     // `availableLogs`: the paths of the user's generations that exist, newest first.
-    static StringList availableLogs();
+    static StringList availableLogs() noexcept;
 
     // The shared controller ---------------------------------------------------------------------
 
     // `sharedController`: made on the first call, and with it the queue, the hook for the end of
     // the program and the handler for exceptions that nobody catches. null only if somebody has
-    // used allocWithZone before.
-    static KXLog* sharedController();
+    // used allocWithZone before, or there was no memory for it: then nothing is logged.
+    static KXLog* sharedController() noexcept;
 
-    // `allocWithZone:`: the one instance, once; afterwards null.
-    static KXLog* allocWithZone();
+    // `allocWithZone:`: the one instance, once; afterwards null, and null without memory for it.
+    static KXLog* allocWithZone() noexcept;
 
     // `willTerminate:`: waits for the queue if fewer than 20 messages are pending, closes the file
     // and ends logging. Called on the main thread when the application terminates.
-    static void willTerminate();
+    static void willTerminate() noexcept;
 
     // `dealloc`: the same without waiting to be told. Nobody calls it, for nobody can release.
-    void dealloc();
+    void dealloc() noexcept;
 
     // `appName`: the stored name, else the main program's, without its extension.
-    OptionalString appName() const;
-    void setAppName(const OptionalString& name);
+    OptionalString appName() const noexcept;
+    void setAppName(const OptionalString& name) noexcept;
 
     // `fileHandle`: null when no log is open.
-    std::shared_ptr<platform::FileHandle> fileHandle() const;
-    void setFileHandle(std::shared_ptr<platform::FileHandle> handle);
+    std::shared_ptr<platform::FileHandle> fileHandle() const noexcept;
+    void setFileHandle(std::shared_ptr<platform::FileHandle> handle) noexcept;
 
     // `bytesWritten`: to the current file since createNewLog started it.
     std::size_t bytesWritten() const { return bytesWritten_.load(std::memory_order_relaxed); }
@@ -133,22 +129,43 @@ class KXLog : public SharedObject<KXLog> {
     void setLoggingDisabled(bool disabled) { loggingDisabled_ = disabled; }
 
     // `appendTextToLog:`: trims and queues a finished message.
-    void appendTextToLog(std::string_view message);
+    void appendTextToLog(std::string_view message) noexcept;
 
-    // `appendLogOnThread:`: writes one message; the body of the queue's worker.
-    void appendLogOnThread(std::string_view message);
+    // `appendLogOnThread:`: writes one message; the body of the queue's worker. Whatever goes wrong
+    // loses this message only; where a part of it reached the file, the next one begins a line of
+    // its own.
+    void appendLogOnThread(std::string_view message) noexcept;
 
   private:
     KXLog() = default;
 
+    template <auto appendMessage, typename... Arguments>
+    static void build(Format<Arguments...> format, const Arguments&... arguments) noexcept {
+        if (format.isNil()) return;
+        try {
+            std::string message;
+            appendFormatted<Arguments...>(message, format, arguments...);
+            appendMessage(message);
+        } catch (...) {
+            reportCaughtException();
+        }
+    }
     static void appendMessage(std::string_view message);
     static void fastAppendMessage(std::string_view message);
     static void appendMessageAndPrint(std::string_view message);
 
-    static void setUpSharedController();
-    void makeQueue();
+    static void reportCaughtException() noexcept;
+
+    static void setUpSharedController() noexcept;
+    void setUp() noexcept;
+    void makeQueue() noexcept;
+    static void watchForks();
+    static void lockBeforeFork();
+    static void unlockAfterFork();
     static void dropQueueInForkedChild();
-    void shutDown();
+    void shutDown() noexcept;
+
+    static void startLog(KXLog& log, const OptionalString& appName);
 
     static bool isDisabledByPreferences();
     bool rotate(const OptionalPath& logFolder, const std::string& name);
@@ -166,6 +183,7 @@ class KXLog : public SharedObject<KXLog> {
 
     std::atomic<WriteQueue*> writeQueue_{nullptr};
     std::atomic<bool> hasNoWorker_{false};
+    std::atomic<bool> isForkedCopy_{false};
     std::atomic<bool> loggingDisabled_{false};
 
     // bytesInQueue is the difference of two counters, one changed by callers and one by the worker,

@@ -6,8 +6,8 @@
 
 namespace quillmoor {
 
-// Fit for std::lock_guard. Unlike a mutex it can be set free in a forked child, where the thread
-// that held it is gone.
+// Fit for std::lock_guard. Unlike a mutex it can be released in a child made by fork by the copy of
+// the thread that locked it.
 class SpinLock {
   public:
     void lock() {

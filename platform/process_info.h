@@ -26,10 +26,6 @@ class ProcessInfo {
 
     // Bytes.
     virtual std::uint64_t physicalMemory() = 0;
-
-    // `function` is called in every child that is made by fork without exec, before fork returns
-    // there. It runs with one thread and must only store to memory.
-    virtual void callInForkedChild(void (*function)()) = 0;
 };
 
 }  // namespace quillmoor::platform

@@ -1,7 +1,6 @@
 #include "platform/posix/system_calls_posix.h"
 #include "platform/process_info.h"
 
-#include <pthread.h>
 #include <sys/random.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -88,10 +87,6 @@ class LinuxProcessInfo : public ProcessInfo {
         const long pageSize = ::sysconf(_SC_PAGESIZE);
         if (pages <= 0 || pageSize <= 0) return 0;
         return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
-    }
-
-    void callInForkedChild(void (*function)()) override {
-        ::pthread_atfork(nullptr, nullptr, function);
     }
 };
 

@@ -6,6 +6,8 @@
 
 #include <condition_variable>
 #include <fstream>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -121,6 +123,21 @@ class GatedHandle : public ForwardingFileHandle {
 
   private:
     Gate* gate_;
+};
+
+// Whatever the log opens is wrapped first.
+class WrappedHandles : public ForwardingFileHandles {
+  public:
+    using Wrap =
+        std::function<std::shared_ptr<platform::FileHandle>(std::shared_ptr<platform::FileHandle>)>;
+    explicit WrappedHandles(Wrap wrap) : wrap_(std::move(wrap)) {}
+    std::shared_ptr<platform::FileHandle> openForWriting(const std::string& path) override {
+        auto handle = ForwardingFileHandles::openForWriting(path);
+        return handle ? wrap_(std::move(handle)) : nullptr;
+    }
+
+  private:
+    Wrap wrap_;
 };
 
 class LogTest : public ::testing::Test {

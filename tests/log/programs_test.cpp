@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <regex>
 #include <string>
 #include <vector>
@@ -90,8 +91,48 @@ TEST(LoggingProgram, ThatDiesOfAnythingElseLeavesItsType) {
 TEST(LoggingProgram, ThatAbortsWithoutAnExceptionReportsNone) {
     SKIP_FOR_ROOT();
     const test::TempFolder home;
-    runProgram(home, "abort", "0");
+    const int status = runProgram(home, "nothing", "1");
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
     EXPECT_EQ(test::readFile(home / "output"), "");
+}
+
+// What a second thread dies of meanwhile is not reported, and must not end the program.
+void expectWholeLogOfTheFirst(const std::string& secondDiesOf) {
+    const test::TempFolder home;
+    const int status = runProgram(home, "second " + secondDiesOf, "17800");
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) << status;
+    EXPECT_EQ(test::readFile(home / "output"), "dying of a platform exception\n");
+    std::size_t linesOfProgram = 0;
+    bool hasReason = false;
+    for (const auto& entry : fs::directory_iterator(home / "Library/Logs/Quillmoor"))
+        for (const std::string& line : lines(entry.path())) {
+            linesOfProgram += line.find(" - line ") != std::string::npos ? 1 : 0;
+            hasReason |= line.ends_with(" - dying of a platform exception");
+        }
+    EXPECT_EQ(linesOfProgram, 17800U);
+    EXPECT_TRUE(hasReason);
+}
+
+TEST(LoggingProgram, ThatDiesOnTwoThreadsAtOnceLosesNothing) {
+    SKIP_FOR_ROOT();
+    expectWholeLogOfTheFirst("throws");
+}
+
+TEST(LoggingProgram, WhoseSecondThreadTerminatesMeanwhileLosesNothing) {
+    SKIP_FOR_ROOT();
+    expectWholeLogOfTheFirst("terminates");
+}
+
+TEST(LoggingProgram, ThatDiesWhileOthersLogWithoutAPauseEndsAndKeepsItsReason) {
+    SKIP_FOR_ROOT();
+    const test::TempFolder home;
+    const int status = runProgram(home, "flood", "0");
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) << status;
+    bool hasReason = false;
+    for (const auto& entry : fs::directory_iterator(home / "Library/Logs/Quillmoor"))
+        for (const std::string& line : lines(entry.path()))
+            hasReason |= line.ends_with(" - dying of a platform exception");
+    EXPECT_TRUE(hasReason);
 }
 
 TEST(LoggingProgram, ThatIsKilledLeavesWholeLinesButTheLast) {
@@ -120,7 +161,35 @@ TEST(LoggingProgram, ItsForkedChildDropsTheQueueAndEnds) {
     const test::TempFolder home;
     EXPECT_EQ(runProgram(home, "fork", "0"), 0);
     EXPECT_EQ(lastMessage(home), "line 2");
+    EXPECT_EQ(lines(newest(home)).size(), 4U + 3U);
+    EXPECT_EQ(test::readFile(home / "output"), "");
 }
+
+TEST(LoggingProgram, ThatEndsLeavesItsToolsRunning) {
+    const test::TempFolder home;
+    EXPECT_EQ(runProgram(home, "tools", "0"), 0);
+    for (const char* name : {"returned", "asynchronous"}) {
+        const pid_t tool = std::atoi(test::readFile(home / name).c_str());
+        ASSERT_GT(tool, 0) << name;
+        EXPECT_EQ(::kill(tool, 0), 0) << name;
+        ::kill(tool, SIGKILL);
+    }
+}
+
+TEST(LoggingProgram, ThatEndsDoesNotGiveUpItsRights) {
+    SKIP_FOR_ROOT();
+    const test::TempFolder home;
+    EXPECT_EQ(runProgram(home, "rights", "0"), 0);
+}
+
+#ifdef KX_BUNDLE_CODE
+TEST(LoadingTheBundle, BeginsNothing) {
+    const test::TempFolder home;
+    EXPECT_EQ(runProgram(home, "load", KX_BUNDLE_CODE), 0);
+    const fs::directory_iterator entries(home.path());
+    EXPECT_EQ(std::distance(entries, fs::directory_iterator()), 1);  // its output
+}
+#endif
 
 TEST(LoggingProgram, OfEightThreadsLosesNoLineAcrossGenerations) {
     SKIP_FOR_ROOT();

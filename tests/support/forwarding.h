@@ -49,7 +49,6 @@ class ForwardingProcessInfo : public Forwarding<platform::ProcessInfo> {
     }
     long processorCount() override { return next().processorCount(); }
     std::uint64_t physicalMemory() override { return next().physicalMemory(); }
-    void callInForkedChild(void (*function)()) override { next().callInForkedChild(function); }
 };
 
 class ForwardingLocations : public Forwarding<platform::Locations> {
@@ -164,6 +163,7 @@ class ForwardingFileHandle : public platform::FileHandle {
         : next_(std::move(next)) {}
     void writeData(std::string_view bytes) override { next_->writeData(bytes); }
     void seekToEndOfFile() override { next_->seekToEndOfFile(); }
+    void writeAtEndOnly() override { next_->writeAtEndOnly(); }
     std::size_t readAvailableData(platform::ByteBuffer& buffer) override {
         return next_->readAvailableData(buffer);
     }

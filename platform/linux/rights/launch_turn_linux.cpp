@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "platform/native_services.h"
+#include "platform/fork.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {
@@ -17,7 +17,7 @@ std::mutex* makeMutex() {
 std::mutex& sharedMutex() {
     static std::mutex* const mutex = [] {
         // A thread that holds the mutex never releases it in the child.
-        nativeProcessInfo()->callInForkedChild([] { makeMutex(); });
+        callAroundFork(nullptr, nullptr, [] { makeMutex(); });
         return makeMutex();
     }();
     return *mutex;

@@ -1,17 +1,28 @@
 // A program that logs as it is told: log_program MODE FOLDER [COUNT]. FOLDER stands for the user's
 // home. The tests look at what is left when it has ended.
+#include <dlfcn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "auth/KXAuthorization.h"
 #include "log/KXLog.h"
 #include "platform/exception.h"
+#include "task/KXTaskEx.h"
 #include "tests/support/forwarding.h"
 
 using quillmoor::KXLog;
@@ -46,12 +57,15 @@ void logFromThreads(int threads, int lines) {
     KXLog::finishWriting();
 }
 
+// A test that would wait for ever ends with this signal instead.
+constexpr unsigned kSecondsUntilAlarm = 100;
+
 [[noreturn]] void dieOf(const std::string& what) {
     if (what == "platform")
         throw quillmoor::platform::Exception("Bad", "dying of a platform exception");
     if (what == "standard") throw std::runtime_error("dying of a standard exception");
     if (what == "other") throw 42;
-    std::abort();
+    std::terminate();
 }
 
 // The child has no worker: it must neither hang nor write.
@@ -59,19 +73,143 @@ int forkAndLog() {
     writeLines(3);
     const pid_t child = ::fork();
     if (child == 0) {
+        ::alarm(kSecondsUntilAlarm);
         KXLog::appendLog("from the child");
+        KXLog::createNewLog();
         KXLog::finishWriting();
         std::exit(0);
     }
-    return child > 0 ? 0 : 1;
+    int status = -1;
+    return ::waitpid(child, &status, 0) == child && status == 0 ? 0 : 1;
+}
+
+// Writes nothing until it is opened.
+class HeldHandle : public quillmoor::test::ForwardingFileHandle {
+  public:
+    using ForwardingFileHandle::ForwardingFileHandle;
+    void writeData(std::string_view bytes) override {
+        {
+            std::unique_lock guard(lock_);
+            opened_.wait(guard, [this] { return isOpen_; });
+        }
+        ForwardingFileHandle::writeData(bytes);
+    }
+    void open() {
+        const std::lock_guard guard(lock_);
+        isOpen_ = true;
+        opened_.notify_all();
+    }
+
+  private:
+    std::mutex lock_;
+    std::condition_variable opened_;
+    bool isOpen_ = false;
+};
+
+// While the first thread's reason waits to be written, a second thread dies too.
+[[noreturn]] void dieTwice(const std::string& secondDiesOf, int lines) {
+    KXLog* const log = KXLog::sharedController();
+    const auto held = std::make_shared<HeldHandle>(log->fileHandle());
+    log->setFileHandle(held);
+    writeLines(lines);
+    const quillmoor::WriteQueue& queue = *log->writeQueue();
+    std::thread([] { dieOf("platform"); }).detach();
+    while (queue.operationCount() <= static_cast<std::size_t>(lines)) ::usleep(1000);
+    std::thread([secondDiesOf] { dieOf(secondDiesOf); }).detach();
+    ::usleep(200'000);  // enough for the second to end the process, if it does not wait
+    held->open();
+    while (true) ::pause();
+}
+
+// Two threads log without a pause while a third dies.
+[[noreturn]] void dieInAFlood() {
+    for (int t = 0; t < 2; ++t)
+        std::thread([] {
+            while (true) KXLog::fastAppendLog("a line of the flood, with some words more");
+        }).detach();
+    while (KXLog::sharedController()->writeQueue()->operationCount() < 100)
+        std::this_thread::yield();
+    dieOf("platform");
+}
+
+long threadCount() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"),
+                         std::filesystem::directory_iterator());
+}
+
+// Nothing may have begun because the bundle was loaded: no thread, no child, no handler.
+int load(const char* bundle) {
+    const long threads = threadCount();
+    const std::terminate_handler handler = std::get_terminate();
+    if (::dlopen(bundle, RTLD_NOW) == nullptr) return 1;
+    if (threadCount() != threads) return 2;
+    if (std::get_terminate() != handler) return 3;
+    return ::waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD ? 0 : 4;
+}
+
+// Starts a tool in either way, waits until both have written their process numbers, and ends.
+int leaveTools(const std::string& folder) {
+    const auto tool = [&folder](const std::string& name) {
+        const std::string path = folder + "/" + name;
+        return quillmoor::StringList{"-c", "echo $$ > '" + path + ".new'; mv '" + path + ".new' '" +
+                                               path + "'; exec sleep 300"};
+    };
+    quillmoor::KXTaskEx::runTaskAndReturn("/bin/sh", tool("returned"));
+    const auto run = quillmoor::KXTaskEx::create();
+    run->asyncDataFromTask(
+        "/bin/sh", tool("asynchronous"), std::make_shared<int>(0),
+        [](const quillmoor::Data&, quillmoor::KXTaskEx&, const std::shared_ptr<void>&) {}, nullptr);
+    for (const char* name : {"/returned", "/asynchronous"})
+        while (!std::filesystem::exists(folder + name)) ::usleep(1000);
+    KXLog::appendLog("started");
+    return 0;
+}
+
+// Grants everything and counts what is freed.
+class CountingAuthorization : public quillmoor::test::ForwardingAuthorization {
+  public:
+    int freed = 0;
+    quillmoor::platform::AuthorizationStatus create(
+        const quillmoor::platform::AuthorizationItemSet&,
+        const quillmoor::platform::AuthorizationItemSet&, quillmoor::platform::AuthorizationFlags,
+        quillmoor::platform::AuthorizationRef& reference) override {
+        reference = reinterpret_cast<quillmoor::platform::AuthorizationRef>(this);
+        return quillmoor::platform::kAuthorizationSuccess;
+    }
+    quillmoor::platform::AuthorizationStatus copyRights(
+        quillmoor::platform::AuthorizationRef, const quillmoor::platform::AuthorizationItemSet&,
+        const quillmoor::platform::AuthorizationItemSet&,
+        quillmoor::platform::AuthorizationFlags) override {
+        return quillmoor::platform::kAuthorizationSuccess;
+    }
+    quillmoor::platform::AuthorizationStatus free(
+        quillmoor::platform::AuthorizationRef, quillmoor::platform::AuthorizationFlags) override {
+        ++freed;
+        return quillmoor::platform::kAuthorizationSuccess;
+    }
+};
+
+CountingAuthorization* authorization = nullptr;
+
+// Ends with rights held. What is registered first runs last.
+int endWithRights() {
+    static quillmoor::test::ScopedPlatform platform;
+    authorization = new CountingAuthorization;
+    platform->authorization = authorization;
+    std::atexit([] { ::_exit(authorization->freed == 0 ? 0 : 1); });
+    KXLog::appendLog("before");
+    return quillmoor::KXAuthorization::sharedController()->authStart() ? 0 : 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::string mode = argc > 1 ? argv[1] : "";
+    if (mode == "load") return load(argv[3]);
+    if (mode == "rights") return endWithRights();
     const int count = argc > 3 ? std::atoi(argv[3]) : 0;
     ::setenv("HOME", argc > 2 ? argv[2] : "/nonexistent", 1);
+    ::alarm(kSecondsUntilAlarm);
     KXLog::createNewLog();
     KXLog::finishWriting();
     if (mode == "end") {
@@ -90,7 +228,11 @@ int main(int argc, char** argv) {
         logFromThreads(8, count);
         return 0;
     }
+    if (mode == "tools") return leaveTools(argv[2]);
     if (mode == "fork") return forkAndLog();
+    if (mode == "second throws") dieTwice("standard", count);
+    if (mode == "second terminates") dieTwice("nothing", count);
+    if (mode == "flood") dieInAFlood();
     writeLines(count);
     std::thread([mode] { dieOf(mode); }).join();
 }

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/sysinfo.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <mutex>
@@ -57,18 +56,6 @@ TEST(LinuxProcessInfo, MemoryIsCountedInBytes) {
     ASSERT_EQ(::sysinfo(&info), 0);
     EXPECT_EQ(processInfo().physicalMemory(),
               static_cast<std::uint64_t>(info.totalram) * info.mem_unit);
-}
-
-bool forked = false;
-
-TEST(LinuxProcessInfo, TheFunctionIsCalledInAForkedChildOnly) {
-    processInfo().callInForkedChild([] { forked = true; });
-    const pid_t child = ::fork();
-    if (child == 0) ::_exit(forked ? 7 : 8);
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 7);
-    EXPECT_FALSE(forked);
 }
 
 // Only root may have two different ones.

@@ -1,0 +1,286 @@
+// What a log loses when something fails below it: one message, and never the process.
+#include <cerrno>
+#include <new>
+
+#include "platform/exception.h"
+#include "platform/posix/system_calls_posix.h"
+#include "tests/log/log_fixture.h"
+
+namespace quillmoor {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class FailingLog : public test::LogTest {
+  protected:
+    FailingLog() {
+        KXLog::createNewLog();
+        KXLog::finishWriting();
+        header_ = generation(1);
+    }
+    static void append(const char* message) {
+        KXLog::fastAppendLog("%@", message);
+        KXLog::finishWriting();
+    }
+    // The messages behind the header; each line has its date.
+    StringList written() {
+        StringList all = messages(logPath(1));
+        all.erase(all.begin(), all.begin() + std::min<long>(4, static_cast<long>(all.size())));
+        return all;
+    }
+    std::string header_;
+};
+
+// Takes so many bytes, then nothing.
+class FullDisk {
+  public:
+    explicit FullDisk(std::size_t room) {
+        room_ = room;
+        calls_ = platform::posix::nativeSystemCalls();
+        calls_.write = [](int file, const void* bytes, std::size_t size) -> ssize_t {
+            if (room_ == 0) {
+                errno = ENOSPC;
+                return -1;
+            }
+            const ssize_t count = ::write(file, bytes, std::min(size, room_));
+            if (count > 0) room_ -= static_cast<std::size_t>(count);
+            return count;
+        };
+        before_ = platform::posix::exchangeSystemCalls(&calls_);
+    }
+    ~FullDisk() { platform::posix::exchangeSystemCalls(before_); }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+  private:
+    static inline std::size_t room_ = 0;
+    platform::posix::SystemCalls calls_;
+    const platform::posix::SystemCalls* before_ = nullptr;
+};
+
+constexpr char kFull[] =
+    "Exception writing to log: the file couldn’t be written: No space left on device\n";
+
+TEST_F(FailingLog, AMessageAfterAHalfLineIsALineOfItsOwn) {
+    {
+        const FullDisk full(28 + 4);
+        append("half a line");
+    }
+    append("whole");
+    append("next");
+    EXPECT_THAT(written(), ElementsAre("half", "whole", "next"));
+    EXPECT_EQ(console_.printed(), kFull);
+}
+
+TEST_F(FailingLog, AfterALineOfWhichNothingWasWrittenNoEmptyLineFollows) {
+    {
+        const FullDisk full(0);
+        append("lost");
+    }
+    append("whole");
+    EXPECT_THAT(written(), ElementsAre("whole"));
+}
+
+TEST_F(FailingLog, AHalfLineStaysOneWhileTheDiskStaysFull) {
+    {
+        const FullDisk full(28 + 4);
+        append("half a line");
+        append("lost");
+        append("lost too");
+    }
+    append("whole");
+    append("next");
+    EXPECT_THAT(written(), ElementsAre("half", "whole", "next"));
+}
+
+TEST_F(FailingLog, ANewlineThatJustFittedIsNotWrittenTwice) {
+    {
+        const FullDisk full(28 + 4);
+        append("half a line");
+    }
+    {
+        const FullDisk full(1);
+        append("lost");
+    }
+    append("whole");
+    EXPECT_THAT(written(), ElementsAre("half", "whole"));
+}
+
+TEST_F(FailingLog, AHalfLineAfterAHalfLineIsCutOffTheSameWay) {
+    {
+        const FullDisk full(28 + 4);
+        append("half a line");
+    }
+    {
+        const FullDisk full(1 + 28 + 6);
+        append("second half");
+    }
+    append("whole");
+    EXPECT_THAT(written(), ElementsAre("half", "second", "whole"));
+}
+
+TEST_F(FailingLog, ANewFileAfterAHalfLineBeginsWithItsHeader) {
+    {
+        const FullDisk full(28 + 4);
+        append("half a line");
+    }
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    EXPECT_NE(generation(1).front(), '\n');
+    EXPECT_EQ(messages(logPath(1)).size(), 4U);
+}
+
+TEST_F(FailingLog, TheNewlineAfterAHalfLineIsCounted) {
+    {
+        const FullDisk full(28 + 4);
+        append("half a line");
+    }
+    KXLog* const log = KXLog::sharedController();
+    const std::size_t before = log->bytesWritten();
+    append("whole");
+    EXPECT_EQ(log->bytesWritten(), before + 1 + 28 + 6);
+}
+
+template <typename Thrown>
+class ThrowingHandle : public test::ForwardingFileHandle {
+  public:
+    using ForwardingFileHandle::ForwardingFileHandle;
+    void writeData(std::string_view) override { throw Thrown{}; }
+};
+
+template <typename Thrown>
+std::shared_ptr<platform::FileHandle> throwing() {
+    return std::make_shared<ThrowingHandle<Thrown>>(KXLog::sharedController()->fileHandle());
+}
+
+TEST_F(FailingLog, WithoutMemoryForALineItsMessageIsLost) {
+    KXLog* const log = KXLog::sharedController();
+    const auto file = log->fileHandle();
+    log->setFileHandle(throwing<std::bad_alloc>());
+    append("lost");
+    log->setFileHandle(file);
+    append("written");
+    EXPECT_THAT(written(), ElementsAre("written"));
+    EXPECT_EQ(console_.printed(), "Exception writing to log: std::bad_alloc\n");
+}
+
+TEST_F(FailingLog, AnExceptionOfAnyOtherKindLosesItsMessageOnly) {
+    KXLog* const log = KXLog::sharedController();
+    const auto file = log->fileHandle();
+    log->setFileHandle(throwing<int>());
+    append("lost");
+    log->setFileHandle(file);
+    append("written");
+    EXPECT_THAT(written(), ElementsAre("written"));
+    EXPECT_EQ(console_.printed(), "Exception writing to log: int\n");
+}
+
+// Fails wherever the log asks for anything of its files.
+class NoMemoryForFiles : public test::ForwardingFileManager {
+  public:
+    bool fileExists(const std::string&) override { throw std::bad_alloc(); }
+};
+
+TEST_F(FailingLog, WithoutMemoryForANewFileTheProgramGoesOnWithoutALog) {
+    NoMemoryForFiles files;
+    platform_->fileManager = &files;
+    KXLog::createNewLog();
+    EXPECT_TRUE(KXLog::availableLogs().empty());
+    platform_->fileManager = platform::native().fileManager;
+    EXPECT_EQ(KXLog::sharedController()->fileHandle(), nullptr);
+    EXPECT_THAT(console_.printed(), HasSubstr("Exception writing to log: std::bad_alloc\n"));
+}
+
+TEST_F(FailingLog, WithoutMemoryForTheNextGenerationTheWorkerGoesOn) {
+    NoMemoryForFiles files;
+    platform_->fileManager = &files;
+    KXLog::sharedController()->setBytesWritten(499'999);
+    append("crossing");
+    platform_->fileManager = platform::native().fileManager;
+    append("after");
+    EXPECT_EQ(messages(logPath(1)).back(), "after");
+}
+
+class NoMemoryForObservers : public test::ForwardingMainThread {
+  public:
+    void addTerminationObserver(void (*)()) override { throw std::bad_alloc(); }
+};
+
+using FirstLogCall = test::LogTest;
+
+TEST_F(FirstLogCall, WithoutMemoryForTheObserverStillLogs) {
+    static NoMemoryForObservers mainThread;
+    platform_->mainThread = &mainThread;
+    KXLog::createNewLog();
+    KXLog::appendLog("line");
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(logPath(1)).back(), "line");
+}
+
+class NoMemoryForThreads : public test::ForwardingMainThread {
+  public:
+    void detachNewThread(std::function<void()>) override { throw std::bad_alloc(); }
+};
+
+TEST_F(FirstLogCall, WithoutMemoryForTheWorkerReportsEachMessageAsLost) {
+    static NoMemoryForThreads mainThread;
+    platform_->mainThread = &mainThread;
+    KXLog::appendLog("one");
+    EXPECT_EQ(console_.printed(),
+              "Unable to log the following information: one\nUnable to open log for output\n");
+}
+
+class FailingClose : public test::ForwardingFileHandle {
+  public:
+    using ForwardingFileHandle::ForwardingFileHandle;
+    void closeFile() override { throw platform::Exception("Bad", "cannot be closed"); }
+};
+
+TEST_F(FailingLog, AFileThatCannotBeClosedDoesNotKeepTheLogFromItsEnd) {
+    KXLog* const log = KXLog::sharedController();
+    log->setFileHandle(std::make_shared<FailingClose>(log->fileHandle()));
+    KXLog::willTerminate();
+    EXPECT_EQ(log->fileHandle(), nullptr);
+    EXPECT_EQ(console_.printed(), "Exception writing to log: cannot be closed\n");
+}
+
+// Another process, or another copy of the library in this one, that has the same file open.
+class TwoWriters : public FailingLog {
+  protected:
+    void otherWrites(const std::string& line) {
+        std::ofstream(logPath(1), std::ios::app) << line << std::flush;
+    }
+};
+
+TEST_F(TwoWriters, OfANewFileKeepEachOthersLines) {
+    append("one");
+    otherWrites("line of the other\n");
+    append("two");
+    EXPECT_THAT(generation(1), HasSubstr(" - one\nline of the other\n"));
+    EXPECT_THAT(generation(1), ::testing::EndsWith(" - two\n"));
+}
+
+TEST_F(TwoWriters, OfAnEarlierRunsFileKeepEachOthersLines) {
+    KXLog::sharedController()->setFileHandle(nullptr);
+    append("one");
+    otherWrites("line of the other\n");
+    append("two");
+    EXPECT_THAT(generation(1), HasSubstr(" - one\nline of the other\n"));
+    EXPECT_THAT(generation(1), ::testing::EndsWith(" - two\n"));
+}
+
+// As the header says: whoever did not start the new generation goes on in the old one.
+TEST_F(TwoWriters, StayInTheirOwnFilesWhenOneStartsTheNext) {
+    const auto other = platform::current().fileHandles->openForWriting(logPath(1));
+    other->seekToEndOfFile();
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    other->writeData("line of the other\n");
+    append("own");
+    EXPECT_THAT(generation(2), ::testing::EndsWith("line of the other\n"));
+    EXPECT_THAT(generation(1), ::testing::EndsWith(" - own\n"));
+}
+
+}  // namespace
+}  // namespace quillmoor
