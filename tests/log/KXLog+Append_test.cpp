@@ -1,5 +1,7 @@
 #include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <vector>
 
 #include "platform/exception.h"
 #include "tests/log/log_fixture.h"
@@ -171,6 +173,21 @@ TEST_F(HeldLog, AFastMessageIsNeverWaitedFor) {
     EXPECT_TRUE(returnsWhileHeld());
 }
 
+TEST_F(HeldLog, AMessageOfSpaceOnlyIsNotQueuedButWaitsForTheQueue) {
+    KXLog::fastAppendLog("before");
+    call([] { KXLog::appendLog("  "); });
+    EXPECT_TRUE(waits());
+    EXPECT_EQ(queued(), 6U);
+    finish();
+    EXPECT_TRUE(returned_);
+}
+
+TEST_F(HeldLog, AnEmptyMessageWaitsForNothing) {
+    KXLog::fastAppendLog("before");
+    call([] { KXLog::appendLog("%@", ""); });
+    EXPECT_TRUE(returnsWhileHeld());
+}
+
 TEST_F(HeldLog, APrintedMessageIsWaitedForLikeAnyOther) {
     call([] { KXLog::appendLogAndPrint("x"); });
     EXPECT_TRUE(waits());
@@ -191,6 +208,133 @@ TEST_F(HeldLog, FinishWritingWaitsForEverythingQueued) {
     finish();
     EXPECT_TRUE(returned_);
     EXPECT_EQ(written(), (StringList{"a", "b"}));
+}
+
+// Shows only what the test says.
+class SetClock : public test::ForwardingClock {
+  public:
+    std::atomic<int> second{0};
+    std::chrono::system_clock::time_point now() override {
+        return std::chrono::system_clock::time_point(std::chrono::seconds(second));
+    }
+};
+
+TEST_F(OpenLog, ALineHasTheDateOfItsWritingNotOfItsQueueing) {
+    SetClock clock;
+    platform_->clock = &clock;
+    test::Gate gate;
+    holdWritesAt(gate);
+    KXLog::fastAppendLog("first");
+    gate.waitForSomebody();
+    KXLog::fastAppendLog("second");
+    clock.second = 3;
+    gate.open();
+    KXLog::finishWriting();
+    EXPECT_THAT(generation(1), HasSubstr("1970-01-01 00:00:00 +0000 - first\n"
+                                         "1970-01-01 00:00:03 +0000 - second\n"));
+    platform_->clock = platform::native().clock;
+}
+
+// What the log holds when something is printed.
+class LookingConsole : public test::RecordingConsole {
+  public:
+    std::function<void()> look = [] {};
+    void print(std::string_view text) override {
+        look();
+        RecordingConsole::print(text);
+    }
+    void putString(std::string_view text) override {
+        look();
+        RecordingConsole::putString(text);
+    }
+};
+
+TEST_F(OpenLog, AMessageIsQueuedBeforeItIsPrinted) {
+    test::Gate gate;
+    holdWritesAt(gate);
+    LookingConsole console;
+    std::size_t seen = 0;
+    console.look = [&seen] { seen = queued(); };
+    platform_->console = &console;
+    KXLog::appendLogAndPrint("12345");
+    platform_->console = &console_;
+    EXPECT_EQ(seen, 5U);
+    EXPECT_EQ(console.printed(), "12345\n");
+    gate.open();
+    KXLog::finishWriting();  // the worker is through the gate
+}
+
+class NoThreads : public test::ForwardingMainThread {
+  public:
+    void detachNewThread(std::function<void()>) override {
+        throw platform::Exception("NSGenericException", "no thread could be started");
+    }
+};
+
+TEST_F(KXLogAppend, AMessageIsCountedBeforeItIsHandedOn) {
+    static NoThreads threads;
+    platform_->mainThread = &threads;
+    LookingConsole console;
+    std::vector<std::size_t> seen;
+    console.look = [&seen] { seen.push_back(queued()); };
+    platform_->console = &console;
+    KXLog::appendLog("12345");
+    platform_->console = &console_;
+    EXPECT_EQ(seen, (std::vector<std::size_t>{5, 5}));
+    EXPECT_EQ(queued(), 0U);
+}
+
+// What is counted while the log starts a new file.
+class CountingFiles : public test::ForwardingFileManager {
+  public:
+    std::vector<std::size_t> seen;
+    Outcome writeAtomically(const std::string& path, std::string_view contents) override {
+        seen.push_back(queued());
+        return ForwardingFileManager::writeAtomically(path, contents);
+    }
+};
+
+TEST_F(OpenLog, TheLineThatCrossesTheLimitIsCountedUntilTheNextFileIsStarted) {
+    CountingFiles files;
+    platform_->fileManager = &files;
+    KXLog::sharedController()->setBytesWritten(499'999);
+    KXLog::fastAppendLog("crossing");
+    KXLog::finishWriting();
+    EXPECT_EQ(files.seen, std::vector<std::size_t>{8});
+    platform_->fileManager = platform::native().fileManager;
+}
+
+class ThreadRecord : public test::ForwardingFileHandle {
+  public:
+    ThreadRecord(std::shared_ptr<platform::FileHandle> next, std::vector<std::thread::id>* writers)
+        : ForwardingFileHandle(std::move(next)), writers_(writers) {}
+    void writeData(std::string_view bytes) override {
+        writers_->push_back(std::this_thread::get_id());
+        ForwardingFileHandle::writeData(bytes);
+    }
+
+  private:
+    std::vector<std::thread::id>* writers_;
+};
+
+TEST_F(KXLogAppend, OnlyTheWorkerWrites) {
+    std::vector<std::thread::id> writers;
+    test::WrappedHandles handles([&writers](std::shared_ptr<platform::FileHandle> handle) {
+        return std::make_shared<ThreadRecord>(std::move(handle), &writers);
+    });
+    platform_->fileHandles = &handles;
+    KXLog::createNewLog();
+    KXLog::appendLog("from the main thread");
+    onAnotherThread([] { KXLog::appendLog("from another"); });
+    onAnotherThread([] { KXLog::createNewLog(); });
+    KXLog::finishWriting();
+    KXLog::sharedController()->setBytesWritten(499'999);
+    onAnotherThread([] { KXLog::appendLogAndPrint("crossing"); });
+    KXLog::finishWriting();
+    ASSERT_EQ(writers.size(), 4U + 2U + 4U + 1U + 5U);
+    EXPECT_EQ(writers, std::vector<std::thread::id>(writers.size(), writers.front()));
+    EXPECT_NE(writers.front(), std::this_thread::get_id());
+    platform_->fileHandles = platform::native().fileHandles;
 }
 
 TEST_F(OpenLog, PrintingDoublesPercentSignsOnTheConsoleOnly) {

@@ -1,5 +1,11 @@
 #include <sys/stat.h>
 
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+
+#include "platform/exception.h"
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {
@@ -70,6 +76,14 @@ TEST_F(KXLogFiles, GapsMoveAlong) {
     EXPECT_EQ(generation(4), "three");
     EXPECT_EQ(generation(2), "one");
     EXPECT_FALSE(test::somethingAt(logPath(3)));
+}
+
+TEST_F(KXLogFiles, TheOldestIsLostThoughNothingMovesOntoIt) {
+    folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "one");
+    folder_.writeFile("user/Logs/Quillmoor/Host.5.log", "five");
+    KXLog::createNewLog();
+    EXPECT_FALSE(test::somethingAt(logPath(5)));
+    EXPECT_EQ(generation(2), "one");
 }
 
 TEST_F(KXLogFiles, WithoutANewestGenerationNothingIsShifted) {
@@ -177,9 +191,211 @@ TEST_F(KXLogFiles, DisabledOnceTheyStayDisabled) {
     EXPECT_EQ(generation(1), "");
 }
 
+// The state of the log at each step of a start.
+class LookingPropertyLists : public test::ForwardingPropertyLists {
+  public:
+    bool hadFile = false;
+    std::optional<platform::PropertyListDictionary> dictionaryWithContentsOfFile(
+        const std::string& path) override {
+        hadFile = KXLog::sharedController()->fileHandle() != nullptr;
+        return ForwardingPropertyLists::dictionaryWithContentsOfFile(path);
+    }
+};
+
+TEST_F(KXLogFiles, TheOldFileIsReleasedBeforeThePreferencesAreRead) {
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    LookingPropertyLists lists;
+    lists.hadFile = true;
+    platform_->propertyLists = &lists;
+    writePreferences("<true/>");
+    KXLog::createNewLog();
+    EXPECT_FALSE(lists.hadFile);
+    EXPECT_EQ(KXLog::sharedController()->fileHandle(), nullptr);
+    platform_->propertyLists = platform::native().propertyLists;
+}
+
+TEST_F(KXLogFiles, DisabledIsPrintedBeforeTheLogIsDisabled) {
+    class LookingConsole : public test::RecordingConsole {
+      public:
+        bool wasDisabled = true;
+        void print(std::string_view text) override {
+            wasDisabled = KXLog::sharedController()->loggingDisabled();
+            RecordingConsole::print(text);
+        }
+    } console;
+    platform_->console = &console;
+    writePreferences("<true/>");
+    KXLog::createNewLog();
+    platform_->console = &console_;
+    EXPECT_EQ(console.printed(), "Logging is disabled\n");
+    EXPECT_FALSE(console.wasDisabled);
+    EXPECT_TRUE(KXLog::sharedController()->loggingDisabled());
+}
+
+TEST_F(KXLogFiles, DisabledNoNameIsTakenNoFolderMadeAndNothingShifted) {
+    KXLog* const log = KXLog::sharedController();
+    bundles_.main->executable = std::nullopt;
+    writePreferences("<true/>");
+    log->setBytesWritten(5);
+    KXLog::createNewLog("Passed");
+    EXPECT_EQ(log->appName(), std::nullopt);
+    EXPECT_EQ(log->bytesWritten(), 5U);
+    EXPECT_FALSE(test::somethingAt(folder_ / "user/Logs"));
+    log->setAppName("Host");
+    folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "one");
+    KXLog::createNewLog();
+    EXPECT_EQ(generation(1), "one");
+    EXPECT_FALSE(test::somethingAt(logPath(2)));
+}
+
+TEST_F(KXLogFiles, AreNotKeptOpenByTheNext) {
+    const auto openFiles = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                             std::filesystem::directory_iterator());
+    };
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    const auto before = openFiles();
+    for (int i = 0; i < 100; ++i) {
+        KXLog::createNewLog();
+        KXLog::finishWriting();
+    }
+    EXPECT_EQ(openFiles(), before);
+}
+
+// The folder is made only once two callers want it.
+class MeetingFiles : public test::ForwardingFileManager {
+  public:
+    bool fileExists(const std::string& path) override {
+        return !path.ends_with("/Quillmoor") && ForwardingFileManager::fileExists(path);
+    }
+    Outcome createDirectoryWithIntermediates(const std::string& path) override {
+        std::unique_lock guard(lock_);
+        ++inside_;
+        changed_.notify_all();
+        const bool met =
+            changed_.wait_for(guard, std::chrono::seconds(30), [this] { return inside_ == 2; });
+        EXPECT_TRUE(met);
+        return ForwardingFileManager::createDirectoryWithIntermediates(path);
+    }
+
+  private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    int inside_ = 0;
+};
+
+TEST_F(KXLogFiles, TwoStartsAtOnceDoNotWaitForEachOther) {
+    MeetingFiles files;
+    platform_->fileManager = &files;
+    std::thread other([] { KXLog::createNewLog(); });
+    KXLog::createNewLog();
+    other.join();
+    KXLog::finishWriting();
+    platform_->fileManager = platform::native().fileManager;
+}
+
+// Lets so many writes through, then holds.
+class CountedWrites {
+  public:
+    void allow(int writes) {
+        const std::lock_guard guard(lock_);
+        allowed_ += writes;
+        changed_.notify_all();
+    }
+    void take() {
+        std::unique_lock guard(lock_);
+        changed_.wait(guard, [this] { return allowed_ > 0; });
+        --allowed_;
+    }
+
+  private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    int allowed_ = 0;
+};
+
+class CountedHandle : public test::ForwardingFileHandle {
+  public:
+    CountedHandle(std::shared_ptr<platform::FileHandle> next, CountedWrites* writes)
+        : ForwardingFileHandle(std::move(next)), writes_(writes) {}
+    void writeData(std::string_view bytes) override {
+        writes_->take();
+        ForwardingFileHandle::writeData(bytes);
+    }
+
+  private:
+    CountedWrites* writes_;
+};
+
+// Says that nothing is queued just before the line of the system is appended.
+class ProcessWithNothingQueued : public test::LogProcess {
+  public:
+    std::uint64_t physicalMemory() override {
+        KXLog::sharedController()->setBytesInQueue(0);
+        return LogProcess::physicalMemory();
+    }
+};
+
+TEST_F(KXLogFiles, OnlyTheSystemsLineOfTheHeaderMayBeWaitedFor) {
+    CountedWrites writes;
+    test::WrappedHandles handles([&writes](std::shared_ptr<platform::FileHandle> handle) {
+        return std::make_shared<CountedHandle>(std::move(handle), &writes);
+    });
+    platform_->fileHandles = &handles;
+    ProcessWithNothingQueued process;
+    platform_->processInfo = &process;
+    bundles_.main->executable = "/Host";
+    bundles_.main->version = "1";
+    const WriteQueue& queue = *KXLog::sharedController()->writeQueue();
+    std::atomic<bool> started{false};
+    std::thread starter([&started] {
+        KXLog::createNewLog();
+        started = true;
+    });
+    // All but the last line are queued, and that comes only when they are written.
+    while (queue.operationCount() < 4) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(queue.operationCount(), 4U);
+    EXPECT_FALSE(started);
+    writes.allow(4);
+    starter.join();  // would wait for ever, were the last line waited for
+    EXPECT_EQ(queue.operationCount(), 1U);
+    writes.allow(1);
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(logPath(1)).size(), 5U);
+    platform_->fileHandles = platform::native().fileHandles;
+    platform_->processInfo = &process_;
+}
+
+TEST_F(KXLogFiles, VersionAndPathAreThoseOfTheBundleThatHoldsTheLog) {
+    bundles_.main->version = "1 of the program";
+    bundles_.own = std::make_shared<test::LogBundle>();
+    bundles_.own->executable = "/Library/Plugin.bundle/Plugin";
+    bundles_.own->version = "2 of the plug-in";
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(logPath(1))[1], "Version: 2 of the plug-in");
+    EXPECT_EQ(messages(logPath(1))[2], "Path: /Library/Plugin.bundle/Plugin");
+}
+
+TEST_F(KXLogFiles, FolderHasTheModeThatTheProcessGivesItsFolders) {
+    ::umask(027);
+    folder_.makeFolder("user");
+    KXLog::createNewLog();
+    for (const char* name : {"user/Logs", "user/Logs/Quillmoor"}) {
+        struct stat facts {};
+        ASSERT_EQ(::stat((folder_ / name).c_str(), &facts), 0);
+        EXPECT_EQ(facts.st_mode & 07777U, 0750U) << name;
+    }
+}
+
 TEST_F(KXLogFiles, AFolderThatCannotBeMadeIsTold) {
     folder_.writeFile("user/Logs", "a file in the way");
+    KXLog::sharedController()->setBytesWritten(123);
     KXLog::createNewLog();
+    EXPECT_EQ(KXLog::sharedController()->bytesWritten(), 0U);
     EXPECT_EQ(console_.printed(),
               "Unable to create folder " + (folder_ / "user/Logs/Quillmoor") + ".\n");
     EXPECT_EQ(KXLog::sharedController()->fileHandle(), nullptr);

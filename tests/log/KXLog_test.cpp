@@ -1,5 +1,8 @@
 #include "log/KXLog.h"
 
+#include <atomic>
+#include <chrono>
+
 #include "platform/exception.h"
 #include "tests/log/log_fixture.h"
 
@@ -19,12 +22,66 @@ TEST_F(KXLogController, IsOneForTheProcess) {
     EXPECT_EQ(log->retainCount(), 4294967295UL);
 }
 
+// Makes the controller only once all threads have asked for it.
+class CrowdedSetUp : public test::ForwardingMainThread {
+  public:
+    static constexpr int kThreads = 8;
+    std::atomic<int> asking{0};
+    std::atomic<int> workers{0};
+    std::atomic<int> observers{0};
+    void detachNewThread(std::function<void()> body) override {
+        ++workers;
+        while (asking < kThreads) std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ForwardingMainThread::detachNewThread(std::move(body));
+    }
+    void addTerminationObserver(void (*)()) override { ++observers; }
+};
+
 TEST_F(KXLogController, IsMadeOnceByManyThreads) {
+    static CrowdedSetUp crowd;
+    platform_->mainThread = &crowd;
     std::vector<std::thread> threads;
-    std::vector<KXLog*> seen(8);
-    for (KXLog*& each : seen) threads.emplace_back([&each] { each = KXLog::sharedController(); });
+    std::vector<KXLog*> seen(CrowdedSetUp::kThreads);
+    for (KXLog*& each : seen)
+        threads.emplace_back([&each] {
+            ++crowd.asking;
+            each = KXLog::sharedController();
+        });
     for (std::thread& thread : threads) thread.join();
+    ASSERT_NE(KXLog::sharedController(), nullptr);
     for (KXLog* each : seen) EXPECT_EQ(each, KXLog::sharedController());
+    EXPECT_EQ(crowd.workers, 1);
+    EXPECT_EQ(crowd.observers, 1);
+}
+
+// Allocates while the controller is made: on the same thread, and on another.
+class AllocatingSetUp : public test::ForwardingMainThread {
+  public:
+    KXLog* allocatedHere = nullptr;
+    KXLog* allocatedThere = nullptr;
+    std::atomic<bool> hasReturned{false};
+    bool hadReturned = true;
+    std::thread other;
+    void addTerminationObserver(void (*)()) override {
+        allocatedHere = KXLog::allocWithZone();
+        other = std::thread([this] {
+            allocatedThere = KXLog::allocWithZone();
+            hasReturned = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        hadReturned = hasReturned;
+    }
+};
+
+TEST_F(KXLogController, AllocationTakesTheLockOfTheCreation) {
+    static AllocatingSetUp setUp;
+    platform_->mainThread = &setUp;
+    EXPECT_NE(KXLog::sharedController(), nullptr);
+    setUp.other.join();
+    EXPECT_EQ(setUp.allocatedHere, nullptr);
+    EXPECT_EQ(setUp.allocatedThere, nullptr);
+    EXPECT_FALSE(setUp.hadReturned);
 }
 
 TEST_F(KXLogController, ASecondAllocationIsNil) {
@@ -120,6 +177,40 @@ TEST_F(KXLogController, AfterTerminatingQueueNameAndFileAreGone) {
     KXLog::finishWriting();
     EXPECT_EQ(log->bytesInQueue(), before + 4);
     EXPECT_EQ(console_.printed(), "");
+}
+
+// Looks at the log when it is closed.
+class LookingHandle : public test::ForwardingFileHandle {
+  public:
+    using ForwardingFileHandle::ForwardingFileHandle;
+    int closed = 0;
+    OptionalString name;
+    WriteQueue* queue = nullptr;
+    bool isStored = false;
+    void closeFile() override {
+        KXLog* const log = KXLog::sharedController();
+        name = log->appName();
+        queue = log->writeQueue();
+        isStored = log->fileHandle().get() == this;
+        ++closed;
+        ForwardingFileHandle::closeFile();
+    }
+};
+
+TEST_F(KXLogController, TerminatingClosesTheFileAfterNameAndQueueAreGone) {
+    KXLog* const log = KXLog::sharedController();
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    const auto handle = std::make_shared<LookingHandle>(log->fileHandle());
+    log->setFileHandle(handle);
+    log->setAppName("Stored");
+    handle->queue = log->writeQueue();
+    KXLog::willTerminate();
+    EXPECT_EQ(handle->closed, 1);
+    EXPECT_EQ(handle->name, "Host");
+    EXPECT_EQ(handle->queue, nullptr);
+    EXPECT_TRUE(handle->isStored);
+    EXPECT_EQ(log->fileHandle(), nullptr);
 }
 
 TEST_F(KXLogController, TearingDownDoesTheSame) {
