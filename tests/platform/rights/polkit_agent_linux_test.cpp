@@ -317,8 +317,7 @@ TEST_F(PolkitAgentTest, RefusesWhatComesBeforeItIsRegistered) {
 TEST_F(PolkitAgentTest, GivesUpWhenPolkitHasGone) {
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
     polkit_.changeOwner(":1.8");  // so says somebody, but not the bus
-    EXPECT_EQ(answerTo(polkit_.cancel(":1.8", "x")), kRefused);
-    EXPECT_TRUE(goesOn_);
+    for (int round = 0; round < 10; ++round) EXPECT_TRUE(agent_->proceed(*launcher_));
     polkit_.changeOwner("org.freedesktop.DBus");
     for (int round = 0; round < 10'000 && goesOn_; ++round) goesOn_ = agent_->proceed(*launcher_);
     EXPECT_FALSE(goesOn_);
