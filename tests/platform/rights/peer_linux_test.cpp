@@ -7,9 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstring>
-
 #include <csignal>
+#include <cstring>
 
 #include "tests/platform/rights/rights_fixtures.h"
 #include "tests/support/temp_folder.h"
