@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/exception.h"
 #include "tests/auth/auth_fixture.h"
 
 namespace quillmoor {
@@ -80,6 +81,21 @@ TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
     EXPECT_THAT(workspace_.steps,
                 ElementsAre("prepare " + trash_, "announce " + trash_ + " notes.txt " + file_,
                             "abandon " + trash_ + " notes.txt"));
+}
+
+TEST_F(PrivilegedTrash, ForgetsAnItemWhoseToolCannotBeMade) {
+    class NoTasks : public test::ForwardingTasks {
+      public:
+        std::shared_ptr<platform::Task> makeTask() override {
+            throw platform::Exception("Name", "no means");
+        }
+    };
+    NoTasks tasks;
+    platform_->tasks = &tasks;
+    becomeSuperUser();
+    EXPECT_THROW(KXAuthorization::sharedController()->authTrashFile(file_), platform::Exception);
+    ASSERT_EQ(workspace_.steps.size(), 3U);
+    EXPECT_EQ(workspace_.steps[2], "abandon " + trash_ + " notes.txt");
 }
 
 TEST_F(PrivilegedTrash, LetsGoOfTheToolsStreamAndDoesNotWait) {
