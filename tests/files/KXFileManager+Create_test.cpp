@@ -149,11 +149,19 @@ TEST_F(Creating, AnEmptyFileFallsBackToRightsAsAMoveDoes) {
 }
 
 TEST_F(Creating, AnEmptyFileThatCannotBeMovedStaysInTheTemporaryFolder) {
-    manager_.refuses = true;
+    class RefusesMoves : public test::FilesManager {
+      public:
+        Outcome moveItem(const std::string& path, const std::string& destination) override {
+            moved.push_back({path, destination});
+            return refusal();
+        }
+    };
+    RefusesMoves manager;
+    platform_->fileManager = &manager;
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     EXPECT_FALSE(KXFileManager::createEmptyFile(folder_ / "new"));
-    ASSERT_EQ(manager_.moved.size(), 1U);
-    const std::string scratch = manager_.moved[0].at(0);
+    ASSERT_EQ(manager.moved.size(), 1U);
+    const std::string scratch = manager.moved[0].at(0);
     EXPECT_TRUE(test::somethingAt(scratch));
     std::filesystem::remove(scratch);
 }
