@@ -79,7 +79,7 @@ class FakeAuthorization : public platform::Authorization {
                   platform::AuthorizationRef& result) override {
         calls.push_back("create " + text(rights) + " " + text(environment) +
                         formatted(" %u", flags));
-        if (createStatus != 0) result = stray;
+        if (createStatus != 0 && stray != nullptr) result = stray;
         if (createStatus == 0) result = reference(++created_);
         return createStatus;
     }
