@@ -1,3 +1,4 @@
+#include <exception>
 #include <utility>
 
 #include "auth/KXAuthorization.h"
@@ -24,7 +25,12 @@ class Announced {
     Announced(std::string trash, std::string name)
         : trash_(std::move(trash)), name_(std::move(name)) {}
     ~Announced() {
-        if (!isComing) platform::current().workspace->abandonTrash(trash_, name_);
+        if (isComing) return;
+        try {
+            platform::current().workspace->abandonTrash(trash_, name_);
+        } catch (const std::exception&) {
+            return;  // without memory the record stays
+        }
     }
     Announced(const Announced&) = delete;
     Announced& operator=(const Announced&) = delete;

@@ -16,27 +16,35 @@ void runArchivingTool(const StringList& arguments) {
 
 }  // namespace
 
-bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& toDestinationFile) {
+bool KXFileManager::compressFile(const OptionalPath& path,
+                                 const OptionalPath& toDestinationFile) try {
     return compressFile(path, toDestinationFile, IncludeParent::Yes);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager compressFile:toDestinationFile:]", false);
 }
 
 bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& toDestinationFile,
-                                 IncludeParent includeParent) {
+                                 IncludeParent includeParent) try {
     if (fileExistsAtPath(toDestinationFile)) trashFile(toDestinationFile);
     StringList arguments = upToFirstNil({"-ck", path, toDestinationFile});
     if (includeParent == IncludeParent::Yes)
         arguments.insert(arguments.begin() + 1, "--keepParent");
     runArchivingTool(arguments);
     return fileExistsAtPath(toDestinationFile);
+} catch (const std::exception& exception) {
+    return afterException(exception,
+                          "+[KXFileManager compressFile:toDestinationFile:includeParent:]", false);
 }
 
 // Straight to the user's Trash, where packing falls back to administrator rights.
 bool KXFileManager::decompressFile(const OptionalPath& path,
-                                   const OptionalPath& toDestinationFolder) {
+                                   const OptionalPath& toDestinationFolder) try {
     if (fileExistsAtPath(toDestinationFolder))
         moveToTrash(*toDestinationFolder);
     runArchivingTool(upToFirstNil({"-xk", path, toDestinationFolder}));
     return fileExistsAtPath(toDestinationFolder);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager decompressFile:toDestinationFolder:]", false);
 }
 
 }  // namespace quillmoor

@@ -66,33 +66,45 @@ class NoteOfChange {
 
 }  // namespace
 
-bool KXFileManager::isFileLocked(const OptionalPath& path) {
+bool KXFileManager::isFileLocked(const OptionalPath& path) try {
     if (!path) return false;
     const auto found = attributes().attributesOfItem(*path);
     return found && found->isImmutable;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager isFileLocked:]", false);
 }
 
-void KXFileManager::lockFile(const OptionalPath& path) {
+void KXFileManager::lockFile(const OptionalPath& path) try {
     setLocked(path, true);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager lockFile:]");
 }
 
-void KXFileManager::unlockFile(const OptionalPath& path) {
+void KXFileManager::unlockFile(const OptionalPath& path) try {
     setLocked(path, false);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager unlockFile:]");
 }
 
-void KXFileManager::lockFolder(const OptionalPath& path) {
+void KXFileManager::lockFolder(const OptionalPath& path) try {
     setAllLocked(path, true);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager lockFolder:]");
 }
 
-void KXFileManager::unlockFolder(const OptionalPath& path) {
+void KXFileManager::unlockFolder(const OptionalPath& path) try {
     setAllLocked(path, false);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager unlockFolder:]");
 }
 
-void KXFileManager::setPosixPermissions(unsigned permissions, const OptionalPath& forFile) {
+void KXFileManager::setPosixPermissions(unsigned permissions, const OptionalPath& forFile) try {
     const Outcome changed = attributes().setPosixPermissions(forFile.value_or(""), permissions);
     if (!changed)
         KXLog::appendLog("Error setting permissions for file %@: %@", forFile,
                          changed.error().description);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager setPosixPermissions:forFile:]");
 }
 
 bool KXFileManager::touchFile(const OptionalPath& path) {
@@ -107,8 +119,10 @@ bool KXFileManager::touchFile(const OptionalPath& path, SetCreationDate setCreat
 }
 
 bool KXFileManager::setModificationDate(std::chrono::system_clock::time_point date,
-                                        const OptionalPath& forFile) {
+                                        const OptionalPath& forFile) try {
     return static_cast<bool>(attributes().setModificationDate(forFile.value_or(""), date));
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager setModificationDate:forFile:]", false);
 }
 
 }  // namespace quillmoor

@@ -16,12 +16,14 @@ std::string receivingFolder(const std::string& destination) {
 
 }  // namespace
 
-bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath) {
+bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath) try {
     return copyFile(path, toPath, ShouldAuth::Yes);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager copyFile:toPath:]", false);
 }
 
 bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath,
-                             ShouldAuth shouldAuth) {
+                             ShouldAuth shouldAuth) try {
     if (!path) {
         KXLog::appendLogAndPrint("Error copying file: source path is nil");
         return false;
@@ -37,16 +39,20 @@ bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPat
     return shouldAuth == ShouldAuth::Yes &&
            withRights("+[KXFileManager copyFile:toPath:shouldAuth:]",
                       [&](KXAuthorization& rights) { return rights.authCopyFile(path, toPath); });
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager copyFile:toPath:shouldAuth:]", false);
 }
 
 bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath,
-                             std::chrono::seconds timeout) {
+                             std::chrono::seconds timeout) try {
     return copyFile(path, toPath) && waitUntil([&] { return fileExistsAtPath(toPath); }, timeout);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager copyFile:toPath:timeout:]", false);
 }
 
 bool KXFileManager::copyContentsOfDirectory(const OptionalPath& directory,
                                             const OptionalPath& toPath,
-                                            std::chrono::seconds timeout) {
+                                            std::chrono::seconds timeout) try {
     for (const std::string& name : entriesOf(directory)) {
         KXLog::fastAppendLog("File: %@", name);
         if (!copyFile(appendPathComponent(directory, name), appendPathComponent(toPath, name),
@@ -54,6 +60,9 @@ bool KXFileManager::copyContentsOfDirectory(const OptionalPath& directory,
             return false;
     }
     return true;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager copyContentsOfDirectory:toPath:timeout:]",
+                          false);
 }
 
 }  // namespace quillmoor

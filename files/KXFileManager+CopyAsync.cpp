@@ -120,13 +120,17 @@ bool start(FileOperationRef operation, const FileOperationNotice& context,
 }  // namespace
 
 bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
-                                         FileOperationDelegateRef delegate, CallerObject object) {
+                                         FileOperationDelegateRef delegate,
+                                         CallerObject object) try {
     return copyFileWithProgress(path, destination, std::move(delegate), std::move(object), nullptr);
+} catch (const std::exception& exception) {
+    return afterException(
+        exception, "+[KXFileManager copyFileWithProgress:destination:delegate:object:]", false);
 }
 
 bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
                                          FileOperationDelegateRef delegate, CallerObject object,
-                                         CallerObject object2) {
+                                         CallerObject object2) try {
     if (!fileExistsAtPath(path)) {
         tell(formatted("Error: File %@ doesn't exist. Aborting copy process...", path));
         return false;
@@ -147,6 +151,10 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
         std::move(operation),
         contextOf(*path, target, std::move(delegate), std::move(object), std::move(object2)),
         parent.value_or(""), lastPathComponent(target));
+} catch (const std::exception& exception) {
+    return afterException(
+        exception, "+[KXFileManager copyFileWithProgress:destination:delegate:object:object2:]",
+        false);
 }
 
 void statusCallback(const FileOperationReport& report, const FileOperationNotice* info) {
@@ -161,8 +169,10 @@ void statusCallback(const FileOperationReport& report, const FileOperationNotice
         tell(formatted("Failed to unschedule operation from run loop: %d", int{status}));
 }
 
-void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) {
+void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) try {
     if (operation != nullptr) platform::current().fileOperations->cancel(operation);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager cancelFileOperation:]");
 }
 
 }  // namespace quillmoor

@@ -6,11 +6,13 @@
 
 namespace quillmoor {
 
-bool KXFileManager::createDirectory(const OptionalPath& path) {
+bool KXFileManager::createDirectory(const OptionalPath& path) try {
     return createDirectory(path, ShouldAuth::Yes);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager createDirectory:]", false);
 }
 
-bool KXFileManager::createDirectory(const OptionalPath& path, ShouldAuth shouldAuth) {
+bool KXFileManager::createDirectory(const OptionalPath& path, ShouldAuth shouldAuth) try {
     if (!isDriveMountedForPath(path)) {
         platform::current().console->log("Unable to create directory. Drive is not mounted.");
         return false;
@@ -21,25 +23,34 @@ bool KXFileManager::createDirectory(const OptionalPath& path, ShouldAuth shouldA
     return shouldAuth == ShouldAuth::Yes &&
            withRights("+[KXFileManager createDirectory:shouldAuth:]",
                       [&](KXAuthorization& rights) { return rights.authCreateDir(path); });
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager createDirectory:shouldAuth:]", false);
 }
 
-bool KXFileManager::createDirectory(const OptionalPath& path, std::chrono::seconds timeout) {
+bool KXFileManager::createDirectory(const OptionalPath& path, std::chrono::seconds timeout) try {
     return createDirectory(path) && waitUntil([&] { return fileExistsAtPath(path); }, timeout);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager createDirectory:timeout:]", false);
 }
 
 OptionalPath KXFileManager::createDirectoryStructure(const OptionalPath& path,
-                                                     const OptionalPath& destination) {
+                                                     const OptionalPath& destination) try {
     if (!path) return std::nullopt;
     const bool isFolder = isDirectoryAtPath(path) && !isPackageAtPath(path);
     OptionalPath mirrored =
         appendPathComponent(destination, isFolder ? *path : deleteLastPathComponent(*path));
     if (mirrored && !fileExistsAtPath(mirrored)) createDirectory(mirrored);
     return mirrored;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager createDirectoryStructure:destination:]",
+                          OptionalPath());
 }
 
-bool KXFileManager::createEmptyFile(const OptionalPath& path) {
+bool KXFileManager::createEmptyFile(const OptionalPath& path) try {
     const std::string scratch = KXLocalPaths::tempFile();
     return fileManager().writeAtomically(scratch, "") && moveFile(scratch, path);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager createEmptyFile:]", false);
 }
 
 }  // namespace quillmoor

@@ -36,27 +36,37 @@ std::optional<Item> itemAt(const OptionalPath& path) {
 
 }  // namespace
 
-int KXFileManager::finderColorIndexForPath(const OptionalPath& path) {
+int KXFileManager::finderColorIndexForPath(const OptionalPath& path) try {
     const auto item = itemAt(path);
     return item ? item->info.finderFlags() : 0;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager finderColorIndexForPath:]", 0);
 }
 
-void KXFileManager::setFinderColorIndex(unsigned index, const OptionalPath& forPath) {
+void KXFileManager::setFinderColorIndex(unsigned index, const OptionalPath& forPath) try {
     auto item = itemAt(forPath);
     if (!item) return;
     const unsigned others = item->info.finderFlags() & ~kLabelBits;
     item->info.setFinderFlags(static_cast<std::uint16_t>(others | (index & kLabelBits)));
     platform::current().finderInfo->setFinderInfo(item->reference, item->info);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager setFinderColorIndex:forPath:]");
 }
 
-std::optional<FinderColor> KXFileManager::finderColorForColorIndex(int index) {
+std::optional<FinderColor> KXFileManager::finderColorForColorIndex(int index) try {
     for (const Label& label : kLabels)
         if (index == label.value || index == label.value + 1) return label.color;
     return std::nullopt;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager finderColorForColorIndex:]",
+                          std::optional<FinderColor>());
 }
 
-std::optional<FinderColor> KXFileManager::finderColorForPath(const OptionalPath& path) {
+std::optional<FinderColor> KXFileManager::finderColorForPath(const OptionalPath& path) try {
     return finderColorForColorIndex(finderColorIndexForPath(path));
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager finderColorForPath:]",
+                          std::optional<FinderColor>());
 }
 
 }  // namespace quillmoor

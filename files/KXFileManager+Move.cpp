@@ -36,12 +36,14 @@ Outcome moveAsUser(const OptionalPath& path, const OptionalPath& toPath) {
 
 }  // namespace
 
-bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath) {
+bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath) try {
     return moveFile(path, toPath, ShouldAuth::Yes);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager moveFile:toPath:]", false);
 }
 
 bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath,
-                             ShouldAuth shouldAuth) {
+                             ShouldAuth shouldAuth) try {
     if (fileExistsAtPath(toPath)) unlockFile(toPath);
     // As if the destination were a folder that receives the item. Kept so.
     if (path) unlockFolder(appendPathComponent(toPath, lastPathComponent(*path)));
@@ -53,16 +55,20 @@ bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPat
     KXLog::appendLog("Authorizing...");
     return withRights("+[KXFileManager moveFile:toPath:shouldAuth:]",
                       [&](KXAuthorization& rights) { return rights.authMoveFile(path, toPath); });
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager moveFile:toPath:shouldAuth:]", false);
 }
 
 bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath,
-                             std::chrono::seconds timeout) {
+                             std::chrono::seconds timeout) try {
     if (!moveFile(path, toPath)) return false;
     if (onlyCaseChanges(path, toPath)) {
         platform::current().clock->sleep(kPauseAfterRename);
         return true;
     }
-    return waitUntil([&] { return !fileExistsAtPath(path); }, timeout);
+    return waitUntil([&] { return isGone(path); }, timeout);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager moveFile:toPath:timeout:]", false);
 }
 
 }  // namespace quillmoor

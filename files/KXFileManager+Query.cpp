@@ -30,71 +30,102 @@ bool isLitter(const std::string& name) {
 
 }  // namespace
 
-bool KXFileManager::fileExistsAtPath(const OptionalPath& path) {
+bool holdsNothing(const std::string& folder, Unlisted unlisted) {
+    constexpr auto isContent = [](const std::string&, const std::string&) { return false; };
+    return walkTree(folder, {isLitter, isContent, /*visitsLoops=*/true,
+                             /*endsAtUnlisted=*/unlisted == Unlisted::IsNot});
+}
+
+bool KXFileManager::fileExistsAtPath(const OptionalPath& path) try {
     return path && fileManager().fileExists(*path);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager fileExistsAtPath:]", false);
 }
 
-bool KXFileManager::isDirectoryAtPath(const OptionalPath& path) {
+bool KXFileManager::isDirectoryAtPath(const OptionalPath& path) try {
     return path && fileManager().isDirectory(*path);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager isDirectoryAtPath:]", false);
 }
 
-bool KXFileManager::isPackageAtPath(const OptionalPath& path) {
+bool KXFileManager::isPackageAtPath(const OptionalPath& path) try {
     return path && platform::current().workspace->isFilePackage(*path);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager isPackageAtPath:]", false);
 }
 
-bool KXFileManager::isSymbolicLinkAtPath(const OptionalPath& path) {
+bool KXFileManager::isSymbolicLinkAtPath(const OptionalPath& path) try {
     return path && fileManager().destinationOfSymbolicLink(*path);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager isSymbolicLinkAtPath:]", false);
 }
 
-bool KXFileManager::isVolumeMountedForPath(const OptionalPath& path) {
+bool KXFileManager::isVolumeMountedForPath(const OptionalPath& path) try {
     const OptionalPath volume = mountPoint(path, "/Volumes");
     return !volume || fileExistsAtPath(volume);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager isVolumeMountedForPath:]", false);
 }
 
-bool KXFileManager::isDriveMountedForPath(const OptionalPath& path) {
+bool KXFileManager::isDriveMountedForPath(const OptionalPath& path) try {
     const OptionalPath drive = mountPoint(path, "/Volumes/");
     if (!drive) return true;
     platform::current().console->log(formatted("mountpoint: %@", drive));
     return fileExistsAtPath(drive);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager isDriveMountedForPath:]", false);
 }
 
-bool KXFileManager::isFolderEmpty(const OptionalPath& path) {
-    if (!path) return true;
-    constexpr auto isContent = [](const std::string&, const std::string&) { return false; };
-    return walkTree(*path, {isLitter, isContent, /*visitsLoops=*/true});
+bool KXFileManager::isFolderEmpty(const OptionalPath& path) try {
+    return !path || holdsNothing(*path, Unlisted::IsEmpty);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager isFolderEmpty:]", false);
 }
 
-std::uint64_t KXFileManager::fileSize(const OptionalPath& path) {
+std::uint64_t KXFileManager::fileSize(const OptionalPath& path) try {
     return path ? platform::current().fileTree->size(*path, {}) : 0;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager fileSize:]", std::uint64_t{0});
 }
 
-std::string KXFileManager::formatFileSize(double bytes) {
+std::string KXFileManager::formatFileSize(double bytes) try {
     const double kilobytes = bytes * kThousandth;
     const double megabytes = kilobytes * kThousandth;
     if (kilobytes < 1) return formatted("%0.0f B", bytes);
     if (megabytes < 1) return formatted("%0.2f KB", kilobytes);
     if (megabytes < 1024) return formatted("%0.2f MB", megabytes);
     return formatted("%0.2f GB", megabytes * kThousandth);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager formatFileSize:]", std::string());
 }
 
-platform::FileReference KXFileManager::stringToFSRef(const OptionalPath& path) {
+platform::FileReference KXFileManager::stringToFSRef(const OptionalPath& path) try {
     platform::FileReference reference;
     if (path) platform::current().finderInfo->makeReference(*path, reference);
     return reference;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager stringToFSRef:]", platform::FileReference());
 }
 
-OptionalPath KXFileManager::stringWithFSRef(const platform::FileReference* reference) {
+OptionalPath KXFileManager::stringWithFSRef(const platform::FileReference* reference) try {
     if (reference == nullptr) return std::nullopt;
     return platform::current().finderInfo->pathOfReference(*reference);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager stringWithFSRef:]", OptionalPath());
 }
 
-bool KXFileManager::registerApplicationWithLaunchServices(const OptionalPath& path) {
+bool KXFileManager::registerApplicationWithLaunchServices(const OptionalPath& path) try {
     return path && platform::current().workspace->registerApplication(*path) == 0;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager registerApplicationWithLaunchServices:]",
+                          false);
 }
 
-void KXFileManager::notifyFileSystemChanged(const OptionalPath& path) {
+void KXFileManager::notifyFileSystemChanged(const OptionalPath& path) try {
     const platform::FileReference reference = stringToFSRef(path);
     SendFinderSyncEvent(&reference);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager notifyFileSystemChanged:]");
 }
 
 std::int32_t SendFinderSyncEvent(const platform::FileReference* reference) {

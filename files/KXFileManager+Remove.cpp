@@ -4,28 +4,35 @@
 
 namespace quillmoor {
 
-bool KXFileManager::removeFile(const OptionalPath& path) {
+bool KXFileManager::removeFile(const OptionalPath& path) try {
     return removeFile(path, ShouldAuth::Yes);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager removeFile:]", false);
 }
 
-bool KXFileManager::removeFile(const OptionalPath& path, ShouldAuth shouldAuth) {
+bool KXFileManager::removeFile(const OptionalPath& path, ShouldAuth shouldAuth) try {
     unlockFile(path);
-    if (!fileExistsAtPath(path)) return true;
+    if (isGone(path)) return true;
     const Outcome removed = fileManager().removeItem(*path);
     if (removed) return true;
     KXLog::appendLog("Error removing file: %@. Authorizing...", removed.error().description);
     return shouldAuth == ShouldAuth::Yes &&
            withRights("+[KXFileManager removeFile:shouldAuth:]",
                       [&](KXAuthorization& rights) { return rights.authRemoveFile(path); });
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager removeFile:shouldAuth:]", false);
 }
 
-bool KXFileManager::removeFile(const OptionalPath& path, std::chrono::seconds timeout) {
-    return removeFile(path, ShouldAuth::Yes) &&
-           waitUntil([&] { return !fileExistsAtPath(path); }, timeout);
+bool KXFileManager::removeFile(const OptionalPath& path, std::chrono::seconds timeout) try {
+    return removeFile(path, ShouldAuth::Yes) && waitUntil([&] { return isGone(path); }, timeout);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager removeFile:timeout:]", false);
 }
 
-bool KXFileManager::removeFolderIfEmpty(const OptionalPath& folder) {
-    return isFolderEmpty(folder) && removeFile(folder);
+bool KXFileManager::removeFolderIfEmpty(const OptionalPath& folder) try {
+    return (!folder || holdsNothing(*folder, Unlisted::IsNot)) && removeFile(folder);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager removeFolderIfEmpty:]", false);
 }
 
 }  // namespace quillmoor

@@ -28,13 +28,15 @@ StringList swept(const OptionalPath& folder, const NameTest& matches) {
 
 }  // namespace
 
-bool KXFileManager::trashFile(const OptionalPath& path) {
+bool KXFileManager::trashFile(const OptionalPath& path) try {
     return trashFile(path, ShouldAuth::Yes);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager trashFile:]", false);
 }
 
-bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) {
+bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) try {
     unlockFile(path);
-    if (!fileExistsAtPath(path)) return true;
+    if (isGone(path)) return true;
     const platform::RecycleOutcome outcome = moveToTrash(*path);
     if (outcome) return true;
     // A tool would make a second item of the one that is in the Trash already.
@@ -42,35 +44,47 @@ bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) {
     return shouldAuth == ShouldAuth::Yes &&
            withRights("+[KXFileManager trashFile:shouldAuth:]",
                       [&](KXAuthorization& rights) { return rights.authTrashFile(path); });
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager trashFile:shouldAuth:]", false);
 }
 
-bool KXFileManager::trashFile(const OptionalPath& path, std::chrono::seconds timeout) {
-    return trashFile(path) && waitUntil([&] { return !fileExistsAtPath(path); }, timeout);
+bool KXFileManager::trashFile(const OptionalPath& path, std::chrono::seconds timeout) try {
+    return trashFile(path) && waitUntil([&] { return isGone(path); }, timeout);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager trashFile:timeout:]", false);
 }
 
-bool KXFileManager::trashDirectoryContents(const OptionalPath& folder) {
+bool KXFileManager::trashDirectoryContents(const OptionalPath& folder) try {
     return trashDirectoryContents(folder, ShouldAuth::Yes);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager trashDirectoryContents:]", false);
 }
 
-bool KXFileManager::trashDirectoryContents(const OptionalPath& folder, ShouldAuth shouldAuth) {
+bool KXFileManager::trashDirectoryContents(const OptionalPath& folder, ShouldAuth shouldAuth) try {
     bool allTrashed = true;
     for (const std::string& name : entriesOf(folder))
         allTrashed = trashFile(appendPathComponent(folder, name), shouldAuth) && allTrashed;
     return allTrashed;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager trashDirectoryContents:shouldAuth:]", false);
 }
 
 StringList KXFileManager::trashFilesOfType(const OptionalString& type,
-                                           const OptionalPath& inFolder) {
+                                           const OptionalPath& inFolder) try {
     platform::Text& text = *platform::current().text;
     const OptionalString wanted = type ? OptionalString(text.lowercase(*type)) : std::nullopt;
     return swept(inFolder, [&](const std::string& name) {
         return text.lowercase(pathExtension(name)) == wanted;
     });
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager trashFilesOfType:inFolder:]", StringList());
 }
 
 StringList KXFileManager::trashFilesNamed(const OptionalString& name,
-                                          const OptionalPath& inFolder) {
+                                          const OptionalPath& inFolder) try {
     return swept(inFolder, [&](const std::string& each) { return each == name; });
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager trashFilesNamed:inFolder:]", StringList());
 }
 
 }  // namespace quillmoor

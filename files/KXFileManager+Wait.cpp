@@ -73,20 +73,26 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds time
     return condition();
 }
 
-void KXFileManager::waitForFileCreation(const OptionalPath& path, std::chrono::seconds timeout) {
+void KXFileManager::waitForFileCreation(const OptionalPath& path,
+                                        std::chrono::seconds timeout) try {
     const TimePoint start = clock().now();
     const auto attributes = fileExistsAtPath(path) ? attributesOf(path) : std::nullopt;
     if (attributes && attributes->size != 0) return;
     if (timeout <= 0s || since(start) > timeout) return;
     KXLog::appendLog("File %@ is not yet created. Waiting...", path);
     clock().sleep(kShortPause);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager waitForFileCreation:timeout:]");
 }
 
-void KXFileManager::waitForFileWrites(const OptionalPath& path) {
+void KXFileManager::waitForFileWrites(const OptionalPath& path) try {
     waitForFileWrites(path, std::nullopt);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager waitForFileWrites:]");
 }
 
-void KXFileManager::waitForFileWrites(const OptionalPath& path, const OptionalString& lockFile) {
+void KXFileManager::waitForFileWrites(const OptionalPath& path,
+                                      const OptionalString& lockFile) try {
     std::optional<TimePoint> date = modificationDateOf(path);
     if (!isBeingWritten(path, date, lockFile)) return;
     KXLog::appendLog("File %@ is currently being written to. Waiting...", path);
@@ -95,6 +101,8 @@ void KXFileManager::waitForFileWrites(const OptionalPath& path, const OptionalSt
         date = modificationDateOf(path);
     }
     KXLog::appendLog("File %@ finished writing.", path);
+} catch (const std::exception& exception) {
+    reportCaught(exception, "+[KXFileManager waitForFileWrites:lockFile:]");
 }
 
 }  // namespace quillmoor

@@ -21,12 +21,14 @@ StringList withItem(const StringList& candidates, const std::string& name) {
 
 }  // namespace
 
-StringList KXFileManager::filesMatchingWildcardPath(const OptionalPath& path) {
+StringList KXFileManager::filesMatchingWildcardPath(const OptionalPath& path) try {
     return filesMatchingWildcardPath(path, std::nullopt);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager filesMatchingWildcardPath:]", StringList());
 }
 
 StringList KXFileManager::filesMatchingWildcardPath(const OptionalPath& path,
-                                                    const OptionalPath& fromBasePath) {
+                                                    const OptionalPath& fromBasePath) try {
     if (!path) return {};
     if (!isWildcard(*path))
         return {fromBasePath ? *appendPathComponent(fromBasePath, path) : *path};
@@ -39,24 +41,34 @@ StringList KXFileManager::filesMatchingWildcardPath(const OptionalPath& path,
             candidates = component == "/" ? start : withItem(candidates, component);
     }
     return candidates;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager filesMatchingWildcardPath:fromBasePath:]",
+                          StringList());
 }
 
 OptionalPath KXFileManager::decodeWildcardPath(const OptionalPath& path,
-                                               const OptionalPath& fromBasePath) {
+                                               const OptionalPath& fromBasePath) try {
     const StringList found = filesMatchingWildcardPath(path, fromBasePath);
     if (!found.empty()) return found.front();
     return appendPathComponent(fromBasePath, path);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager decodeWildcardPath:fromBasePath:]",
+                          OptionalPath());
 }
 
-OptionalString KXFileManager::validateFilename(const OptionalString& name) {
+OptionalString KXFileManager::validateFilename(const OptionalString& name) try {
     if (!name) return std::nullopt;
     return quillmoor::validateFilename(*name);
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager validateFilename:]", OptionalString());
 }
 
-OptionalPath KXFileManager::uniqueFilename(const OptionalPath& path) {
+OptionalPath KXFileManager::uniqueFilename(const OptionalPath& path) try {
     if (!path) return std::nullopt;
     return quillmoor::uniqueFilename(
         *path, [](const std::string& candidate) { return fileManager().fileExists(candidate); });
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager uniqueFilename:]", OptionalPath());
 }
 
 }  // namespace quillmoor

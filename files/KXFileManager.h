@@ -145,6 +145,7 @@ class KXFileManager {
     static bool removeFile(const OptionalPath& path, std::chrono::seconds timeout);
 
     // `removeFolderIfEmpty:`: in the sense of isFolderEmpty; what that overlooks goes too.
+    // NO, and nothing is removed, where a folder cannot be listed.
     static bool removeFolderIfEmpty(const OptionalPath& folder);
 
     // Creating ----------------------------------------------------------------------------------

@@ -30,4 +30,17 @@ platform::RecycleOutcome moveToTrash(const std::string& path) {
     return outcome;
 }
 
+void reportCaught(const std::exception& exception, const char* method) noexcept {
+    try {
+        if (const auto* known = dynamic_cast<const platform::Exception*>(&exception)) {
+            KXException::logException(known, method);
+            return;
+        }
+        const platform::Exception named("NSGenericException", exception.what());
+        KXException::logException(&named, method);
+    } catch (const std::exception&) {
+        return;  // not even a report can be made
+    }
+}
+
 }  // namespace quillmoor

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,11 @@ namespace quillmoor {
 
 inline platform::FileManager& fileManager() {
     return *platform::current().fileManager;
+}
+
+// What cannot be looked at may be there.
+inline bool isGone(const OptionalPath& path) {
+    return !path || fileManager().isMissing(*path);
 }
 
 // An operation with administrator rights, through the process's session. NO, and a report under the
@@ -34,6 +40,22 @@ void reportRemainingCopy(const std::string& item, const std::string& copy);
 // Moves the item into the user's Trash with the process's own rights. Copies that remain are
 // reported.
 platform::RecycleOutcome moveToTrash(const std::string& path);
+
+// The last step of an operation that something was thrown out of: nothing leaves a file operation
+// but its answer. Reported under the name of `method`, if there is memory for that.
+void reportCaught(const std::exception& exception, const char* method) noexcept;
+
+template <typename Answer>
+Answer afterException(const std::exception& exception, const char* method, Answer failed) noexcept {
+    reportCaught(exception, method);
+    return failed;
+}
+
+// How a folder that cannot be listed counts in holdsNothing.
+enum class Unlisted : bool { IsEmpty, IsNot };
+
+// As isFolderEmpty. What cannot be listed must not be removed as empty.
+bool holdsNothing(const std::string& folder, Unlisted unlisted);
 
 // Names in listing order, hidden ones included; none when the folder cannot be listed.
 inline StringList entriesOf(const OptionalPath& folder) {

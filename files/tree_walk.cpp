@@ -25,7 +25,7 @@ class Walker {
 
     bool run(const std::string& folder) {
         enter(folder);
-        while (!levels_.empty()) {
+        while (!levels_.empty() && !isEnded_) {
             Level& level = levels_.back();
             path_.resize(level.pathLength);
             if (level.next == level.names.size()) {
@@ -38,14 +38,17 @@ class Walker {
             if (fileManager().isDirectory(item) && (enter(item) || !walk_.visitsLoops)) continue;
             if (!walk_.visit(item, name)) return false;
         }
-        return true;
+        return !isEnded_;
     }
 
   private:
     // NO when it is on the way down already.
     bool enter(const std::string& folder) {
         const auto identity = fileManager().identityOfItem(folder);
-        if (!identity) return true;
+        if (!identity) {
+            isEnded_ = walk_.endsAtUnlisted && mayBeFolder(folder);
+            return true;
+        }
         const bool isLoop = std::any_of(levels_.begin(), levels_.end(), [&](const Level& level) {
             return level.identity == identity;
         });
@@ -53,13 +56,22 @@ class Walker {
         path_ = folder;
         // Joining would take them out, and the path could not be cut back to what it was.
         while (path_.size() > 1 && path_.back() == '/') path_.pop_back();
-        levels_.push_back({path_.size(), identity, entriesOf(folder), 0});
+        std::optional<StringList> names = fileManager().contentsOfDirectory(folder);
+        if (!names) isEnded_ = walk_.endsAtUnlisted && mayBeFolder(folder);
+        levels_.push_back({path_.size(), identity, std::move(names).value_or(StringList()), 0});
         return true;
+    }
+
+    // Not missing, and not known to be anything else.
+    static bool mayBeFolder(const std::string& path) {
+        if (fileManager().isMissing(path)) return false;
+        return fileManager().isDirectory(path) || !fileManager().fileExists(path);
     }
 
     const TreeWalk& walk_;
     std::string path_;  // of the folder that the walk is in
     std::vector<Level> levels_;
+    bool isEnded_ = false;
 };
 
 }  // namespace

@@ -15,11 +15,14 @@ struct TreeWalk {
     std::function<bool(const std::string& item, const std::string& name)> visit;
     // A link back to a folder on the way down is visited as well.
     bool visitsLoops = false;
+    // A folder that cannot be listed ends the walk, instead of holding nothing.
+    bool endsAtUnlisted = false;
 };
 
 // Links to folders are followed; a folder that is already on the way down is not entered, so that a
 // loop of links ends. What cannot be listed holds nothing. Each folder is listed when the walk
-// comes to it. NO when the walk was ended.
+// comes to it. NO when the walk was
+// ended.
 bool walkTree(const std::string& folder, const TreeWalk& walk);
 
 }  // namespace quillmoor

@@ -67,9 +67,9 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArgum
         output.reading->closeFile();
         task.reset();
         return chosen(std::move(read));
-    } catch (const platform::Exception& exception) {
+    } catch (const std::exception& exception) {
         system.console->log(
-            formatted(task_detail::kExceptionRunningTask, path, exception.reason()));
+            formatted(task_detail::kExceptionRunningTask, path, std::string(exception.what())));
         return std::nullopt;
     }
 }

@@ -42,8 +42,8 @@ bool KXTaskEx::run(const OptionalPath& path, const OptionalArguments& arguments,
         task->launch();
         task->waitUntilExit();
         return true;
-    } catch (const platform::Exception& exception) {
-        KXLog::appendLog(task_detail::kExceptionRunningTask, path, exception.reason());
+    } catch (const std::exception& exception) {
+        KXLog::appendLog(task_detail::kExceptionRunningTask, path, std::string(exception.what()));
         return false;
     }
 }

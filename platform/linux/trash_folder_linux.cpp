@@ -174,12 +174,12 @@ int TrashFolder::makeRecord(const std::string& name, std::string_view originalPa
     const posix::SystemCalls& calls = systemCalls();
     if (!records_) return 0;
     const std::string record = name + std::string(kTrashInfoSuffix);
+    const std::string text = trashInfo(originalPath, std::time(nullptr));
     Descriptor file(calls.openat(records_.get(), record.c_str(),
                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR));
     if (!file) return errno;
     int error = 0;
     if (owner_ && calls.fchown(file.get(), owner_->user, owner_->group) != 0) error = errno;
-    const std::string text = trashInfo(originalPath, std::time(nullptr));
     if (error == 0) error = posix::writeAll(file.get(), text.data(), text.size());
     if (error == 0) error = posix::closeChecked(file);
     if (error != 0) release(name);

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <new>
 #include <string_view>
 
 #include "base/paths.h"
@@ -68,13 +69,22 @@ class Recycling {
   private:
     // Tries that name. NO ends the search, be it that the item has arrived or that it cannot.
     bool isTaken(const std::string& name) {
+        to_.name = name;
         const int error = trash_.reserve(name, originalPath_);
         if (error != 0) return error == EEXIST;
-        to_.name = name;
-        result_ = posix::moveItemTo(from_, to_);
+        result_ = move();
         if (result_.error == 0 || result_.copyRemains) return false;
         trash_.release(name);
         return result_.error == EEXIST && somethingStands();
+    }
+
+    // An exception would leave the record of an item that never came.
+    posix::MoveResult move() const {
+        try {
+            return posix::moveItemTo(from_, to_);
+        } catch (const std::bad_alloc&) {
+            return {ENOMEM, false};
+        }
     }
 
     bool somethingStands() const {

@@ -4,6 +4,8 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "platform/native_services.h"
@@ -29,11 +31,22 @@ bool permits(const std::string& path, int mode) {
     return systemCalls().faccessat(place.folder.get(), place.name.c_str(), mode, 0) == 0;
 }
 
+// No such item, or none that this user can see.
+bool saysMissing(int error) {
+    constexpr int kMissing[] = {ENOENT, ENOTDIR, EACCES, ELOOP, ENAMETOOLONG, EINVAL};
+    return std::find(std::begin(kMissing), std::end(kMissing), error) != std::end(kMissing);
+}
+
 class PosixFileManager : public FileManager {
   public:
     bool fileExists(const std::string& path) override {
         struct stat status;
         return statusAt(path, status) == 0;
+    }
+
+    bool isMissing(const std::string& path) override {
+        struct stat status;
+        return saysMissing(statusAt(path, status));
     }
 
     bool isDirectory(const std::string& path) override {

@@ -61,6 +61,8 @@ class CheckWorker : public TreeWorker {
   private:
     bool isEnded() const override { return work_.error.load(std::memory_order_relaxed) != 0; }
 
+    void runOutOfMemory() noexcept override { work_.fail(ENOMEM); }
+
     void visit(TreeLevel& level, const TreeEntry& entry) override {
         const int error = checkEntry(static_cast<CheckLevel&>(level).rights, level.folder(), entry);
         // What has gone meanwhile needs no removal.

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 
 #include <atomic>
+#include <new>
 #include <utility>
 
 #include "platform/posix/item_copy_posix.h"
@@ -50,7 +51,11 @@ class CopyWorker : public TreeWorker {
 
     CopyResult copy(int folder, const std::string& name, int newFolder,
                     const std::string& newName) {
-        copyEntry(folder, {name.c_str(), 0}, newFolder, newName.c_str());
+        try {
+            copyEntry(folder, {name.c_str(), 0}, newFolder, newName.c_str());
+        } catch (const std::bad_alloc&) {
+            runOutOfMemory();
+        }
         work();
         return {work_.error, copier_.somethingMade() || work_.topMade};
     }
@@ -60,6 +65,8 @@ class CopyWorker : public TreeWorker {
         if (work_.control.stop.stop_requested()) work_.fail(ECANCELED);
         return work_.error.load(std::memory_order_relaxed) != 0;
     }
+
+    void runOutOfMemory() noexcept override { work_.fail(ENOMEM); }
 
     void visit(TreeLevel& level, const TreeEntry& entry) override {
         copyEntry(level.folder(), entry, static_cast<CopyLevel&>(level).copyFolder(), entry.name);

@@ -76,6 +76,11 @@ class RemovalWorker : public TreeWorker {
         return work_.lost.load(std::memory_order_relaxed) || work_.stop.stop_requested();
     }
 
+    void runOutOfMemory() noexcept override {
+        noteFailure(nullptr, ENOMEM);
+        work_.lost = true;
+    }
+
     void visit(TreeLevel& level, const TreeEntry& entry) override {
         removeEntry(static_cast<RemovalLevel*>(&level), level.folder(), entry);
     }

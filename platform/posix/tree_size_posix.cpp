@@ -57,6 +57,8 @@ class SizeWorker : public TreeWorker {
   private:
     bool isEnded() const override { return lost_ || work_.stop.stop_requested(); }
 
+    void runOutOfMemory() noexcept override { lost_ = true; }
+
     void visit(TreeLevel& level, const TreeEntry& entry) override {
         visitEntry(static_cast<SizeLevel*>(&level), level.folder(), entry);
     }

@@ -3,6 +3,7 @@
 #include <errno.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "platform/posix/system_calls_posix.h"
@@ -15,32 +16,51 @@ void TreeWorker::help() {
     TreeCrew::Share share;
     while (crew_.take(share)) {
         TreeLevel& owner = *share.folder;
-        std::unique_ptr<TreeLevel> level = standIn(owner);
-        level->identity = owner.identity;
-        level->borrowed = owner.folder();
-        level->waiting = std::move(share.entries);
-        levels_.push_back(std::move(level));
-        work();
-        report(owner, *levels_.front());
-        popTop();
+        try {
+            helpWith(share);
+        } catch (const std::bad_alloc&) {
+            runOutOfMemory();
+        }
         crew_.done(owner);
     }
 }
 
+void TreeWorker::helpWith(TreeCrew::Share& share) {
+    TreeLevel& owner = *share.folder;
+    std::unique_ptr<TreeLevel> level = standIn(owner);
+    level->identity = owner.identity;
+    level->borrowed = owner.folder();
+    level->waiting = std::move(share.entries);
+    levels_.push_back(std::move(level));
+    work();
+    report(owner, *levels_.front());
+    popTop();
+}
+
 void TreeWorker::work() {
     while (!levels_.empty() && !isEnded()) {
-        TreeLevel& level = top();
-        TreeEntry entry;
-        if (next(level, entry))
-            visit(level, entry);
-        else if (crew_.takeBack(level, level.waiting))
-            continue;
-        else if (helping_ && levels_.size() == 1)
-            return;
-        else
-            leaveTop();
+        try {
+            if (!step()) return;
+        } catch (const std::bad_alloc&) {
+            runOutOfMemory();
+        }
     }
     abandon();
+}
+
+// NO when what was given to this thread is done.
+bool TreeWorker::step() {
+    TreeLevel& level = top();
+    TreeEntry entry;
+    if (next(level, entry))
+        visit(level, entry);
+    else if (crew_.takeBack(level, level.waiting))
+        return true;
+    else if (helping_ && levels_.size() == 1)
+        return false;
+    else
+        leaveTop();
+    return true;
 }
 
 // What is with others is waited for: it uses folders of this thread's.

@@ -1,0 +1,82 @@
+#include "tests/faults/public_operations.h"
+
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+#include "base/types.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor::test {
+namespace {
+
+// One statement a line, without comments, preprocessing and the inside of functions.
+std::string statementsOf(const std::string& header) {
+    std::string code;
+    std::istringstream lines(readFile(std::string(KX_SOURCE_FOLDER "/") + header));
+    for (std::string line; std::getline(lines, line);) {
+        line = line.substr(0, line.find("//"));
+        if (line.find('#') == std::string::npos) code += line + " ";
+    }
+    if (code.empty()) throw std::runtime_error("no header " + header);
+    return code;
+}
+
+// From the class's opening brace to its private part.
+std::string publicPartOf(const std::string& name, const std::string& code) {
+    const std::regex start("class " + name + "\\b[^;{]*\\{");
+    std::smatch found;
+    if (!std::regex_search(code, found, start)) throw std::runtime_error("no class " + name);
+    const std::string rest = found.suffix();
+    return rest.substr(0, std::min(rest.find(" private:"), rest.find("};")));
+}
+
+StringList parameterNames(const std::string& parameters) {
+    StringList names;
+    std::string depthless;
+    int depth = 0;
+    for (const char each : parameters) {
+        if (each == '<' || each == '(') ++depth;
+        if (depth == 0) depthless += each;
+        if (each == '>' || each == ')') --depth;
+    }
+    const std::regex name("(\\w+)\\s*(,|$)");
+    for (std::sregex_iterator it(depthless.begin(), depthless.end(), name), end; it != end; ++it)
+        names.push_back((*it)[1]);
+    return names;
+}
+
+std::string selector(const std::string& operation, const StringList& parameters) {
+    std::string text = operation;
+    for (std::size_t at = 0; at < parameters.size(); ++at)
+        text += (at == 0 ? "" : parameters[at]) + ":";
+    return text;
+}
+
+void add(std::set<std::string>& operations, const std::string& name, const std::string& header) {
+    const std::string part = publicPartOf(name, statementsOf(header));
+    // A type, a name and parameters; no operator, constructor or type.
+    const std::regex declaration(
+        R"([\w>&*:]\s+[&*]?(\w+)\(([^()]*)\)\s*(const)?\s*(override)?\s*(;|\{))");
+    for (std::sregex_iterator it(part.begin(), part.end(), declaration), end; it != end; ++it) {
+        const std::string operation = (*it)[1];
+        if (operation == name || operation == "if") continue;
+        operations.insert(name + " " + selector(operation, parameterNames((*it)[2])));
+    }
+}
+
+}  // namespace
+
+std::set<std::string> publicOperations() {
+    std::set<std::string> operations;
+    add(operations, "KXFileManager", "files/KXFileManager.h");
+    add(operations, "KXLocalPaths", "paths/KXLocalPaths.h");
+    add(operations, "KXLog", "log/KXLog.h");
+    add(operations, "KXException", "log/KXException.h");
+    add(operations, "KXTaskEx", "task/KXTaskEx.h");
+    add(operations, "KXAuthorization", "auth/KXAuthorization.h");
+    add(operations, "RK_MessageViewPane", "pane/RK_MessageViewPane.h");
+    return operations;
+}
+
+}  // namespace quillmoor::test

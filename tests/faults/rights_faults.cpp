@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include "tests/auth/auth_fixture.h"
+#include "tests/faults/fault_loop.h"
+#include "tests/faults/kept_log.h"
+
+namespace quillmoor::test {
+namespace {
+
+class RightsWorld : public AuthTest {
+  public:
+    RightsWorld() { session = &authorized(); }
+    void TestBody() override {}
+
+    KXAuthorization* session = nullptr;
+    KeptLog log;
+    std::string item = folder_.writeFile("folder/item", "text");
+    std::string inside = folder_.path() + "/folder";
+    std::string target = folder_.makeFolder("target");
+    std::size_t started() const { return authorization_.started().size(); }
+};
+
+using Operation = std::function<bool(RightsWorld&)>;
+
+// YES says that a tool has been started, and nothing else does.
+FaultScenario starts(std::string name, const std::string& operation, Operation run) {
+    return {std::move(name),
+            {"KXAuthorization " + operation},
+            [=](FaultRun& faults) {
+                RightsWorld world;
+                bool succeeded = false;
+                faults.inject([&] { succeeded = run(world); });
+                EXPECT_TRUE(succeeded || faults.faulted());
+                if (succeeded && !faults.faulted()) {
+                    EXPECT_GE(world.started(), 1U);
+                }
+            },
+            Throws::AndMemory};
+}
+
+std::vector<FaultScenario> sessionScenarios() {
+    return {
+        {"RightsSession",
+         {"KXAuthorization sharedController", "KXAuthorization sharedController:",
+          "KXAuthorization allocWithZone", "KXAuthorization init", "KXAuthorization initWithoutGUI",
+          "KXAuthorization dealloc", "KXAuthorization finalize", "KXAuthorization authStart",
+          "KXAuthorization authStartWithUser:password:", "KXAuthorization authEnd",
+          "KXAuthorization authRef", "KXAuthorization setAuthRef:", "KXAuthorization isAuthorized",
+          "KXAuthorization canAuthorize", "KXAuthorization hasGUI", "KXAuthorization setHasGUI:",
+          "KXAuthorization userDirectory", "KXAuthorization setUserDirectory:"},
+         [](FaultRun& run) {
+             RightsWorld world;
+             bool started = false;
+             run.inject([&] {
+                 KXAuthorization* const session = KXAuthorization::sharedController();
+                 KXAuthorization::sharedController(WithGUI::Yes);
+                 KXAuthorization::allocWithZone();
+                 session->init();
+                 session->initWithoutGUI();
+                 session->setHasGUI(true);
+                 session->setUserDirectory(session->userDirectory());
+                 started = session->authStart() && session->isAuthorized() &&
+                           session->canAuthorize() && session->hasGUI();
+                 session->authStartWithUser(given("user"), given("a password"));
+                 session->setAuthRef(session->authRef());
+                 session->authEnd();
+                 session->dealloc();
+                 session->finalize();
+             });
+             EXPECT_TRUE(started || run.faulted());
+             EXPECT_EQ(world.session->authRef(), nullptr);
+         },
+         Throws::AndMemory},
+    };
+}
+
+std::vector<FaultScenario> toolScenarios() {
+    return {
+        starts("AuthRemoveFile", "authRemoveFile:",
+               [](RightsWorld& world) { return world.session->authRemoveFile(given(world.item)); }),
+        starts("AuthTrashFile", "authTrashFile:",
+               [](RightsWorld& world) { return world.session->authTrashFile(given(world.item)); }),
+        starts("AuthTrashFileOnRootAccount", "authTrashFile:deleteOnRootAccount:",
+               [](RightsWorld& world) {
+                   return world.session->authTrashFile(given(world.item), DeleteOnRootAccount::Yes);
+               }),
+        starts("AuthTrashFolderContents", "authTrashFolderContents:",
+               [](RightsWorld& world) {
+                   return world.session->authTrashFolderContents(given(world.inside));
+               }),
+        starts("AuthTrashFolderContentsOnRootAccount",
+               "authTrashFolderContents:deleteOnRootAccount:",
+               [](RightsWorld& world) {
+                   return world.session->authTrashFolderContents(given(world.inside),
+                                                                 DeleteOnRootAccount::Yes);
+               }),
+        starts("AuthMoveFolderContents", "authMoveFolderContents:toPath:",
+               [](RightsWorld& world) {
+                   return world.session->authMoveFolderContents(given(world.inside),
+                                                                given(world.target));
+               }),
+        starts("AuthMoveFile", "authMoveFile:toPath:",
+               [](RightsWorld& world) {
+                   return world.session->authMoveFile(given(world.item), given(world.target));
+               }),
+        starts("AuthCopyFile", "authCopyFile:toPath:",
+               [](RightsWorld& world) {
+                   return world.session->authCopyFile(given(world.item), given(world.target));
+               }),
+        starts("AuthCreateDir", "authCreateDir:",
+               [](RightsWorld& world) {
+                   return world.session->authCreateDir(given(world.target + "/new"));
+               }),
+        starts("AuthExecTask", "authExecTask:parameters:",
+               [](RightsWorld& world) {
+                   return world.session->authExecTask(given("/bin/true"), {"a"}) == 0;
+               }),
+        starts("AuthExecTaskAndWait", "authExecTask:parameters:async:",
+               [](RightsWorld& world) {
+                   return world.session->authExecTask(given("/bin/true"), {"a"}, Async::No) == 0;
+               }),
+    };
+}
+
+}  // namespace
+
+std::vector<FaultScenario> rightsScenarios() {
+    std::vector<FaultScenario> all;
+    for (const auto& part : {sessionScenarios, toolScenarios})
+        for (FaultScenario& scenario : part()) all.push_back(std::move(scenario));
+    return all;
+}
+
+}  // namespace quillmoor::test
