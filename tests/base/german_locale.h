@@ -25,7 +25,7 @@ class GermanLocale {
                                     "' >/dev/null 2>&1";
         // Missing categories are a warning and answered as such; the locale tells whether it is
         // made.
-        static_cast<void>(std::system(command.c_str()));
+        [[maybe_unused]] const int status = std::system(command.c_str());
         ::setenv("LOCPATH", folder_.path().c_str(), 1);
         ::setenv("LC_ALL", kName, 1);
         ::setenv("LANGUAGE", "de", 1);

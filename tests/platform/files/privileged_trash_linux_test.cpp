@@ -146,7 +146,9 @@ class ForeignTrash : public PrivilegedTrash {
         }
     }
     static void becomeOwner() {
-        if (::getuid() == 0) ::seteuid(0);
+        if (::getuid() == 0) {
+            EXPECT_EQ(::seteuid(0), 0);
+        }
     }
 };
 
