@@ -48,7 +48,7 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArgum
             KXLog::appendLogAndPrint(task_detail::kNotExecutable, path);
             return std::nullopt;
         }
-        TaskReference task = system.tasks->makeTask();
+        const TaskReference task = system.tasks->makeTask();
         const platform::Pipe output = system.fileHandles->makePipe();
         const platform::Pipe error = system.fileHandles->makePipe();
         store(task);
@@ -65,7 +65,6 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArgum
         readOutput(read, captured ? output.reading.get() : nullptr, *error.reading);
         error.reading->closeFile();
         output.reading->closeFile();
-        task.reset();
         return chosen(std::move(read));
     } catch (const std::exception& exception) {
         system.console->log(

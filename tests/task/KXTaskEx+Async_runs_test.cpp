@@ -296,15 +296,32 @@ TEST_F(AsyncSteps, OfAStartReleaseWhatTheRunBeforeLeftInThisOrder) {
     EXPECT_EQ(delegate_->ends(), 1);
 }
 
-TEST_F(AsyncSteps, OfAMissingToolAreLoggedAndNotPrinted) {
-    fileManager_.exists = false;
-    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
-    ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
-    EXPECT_THAT(logged(), ElementsAre("Unable to launch async task - task does not exist or is not "
-                                      "executable"));
+TEST_F(AsyncSteps, OfAToolThatCannotBeLaunchedAreLoggedAndNotPrinted) {
+    fileManager_.executable = false;
+    for (const bool exists : {false, true}) {
+        fileManager_.exists = exists;
+        runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_),
+                                   nullptr);
+        ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
+        EXPECT_NE(runner_->theTask(), nullptr);
+    }
+    const std::string text =
+        "Unable to launch async task - task does not exist or is not executable";
+    EXPECT_THAT(logged(), ElementsAre(text, text));
     EXPECT_THAT(console_.printed.all(), IsEmpty());
     EXPECT_THAT(console_.logged.all(), IsEmpty());
+    EXPECT_EQ(delegate_->ends(), 0);
     runner_->terminateAsyncTask();
+}
+
+TEST_F(AsyncSteps, WithoutATaskNeverReachTheDelegate) {
+    HeldThreads thread;
+    platform_->mainThread = &thread;
+    runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
+    runner_->setTheTask(nullptr);
+    thread.bodies.at(0)();
+    EXPECT_THAT(logged(), ElementsAre("Unable to launch async task - no task set"));
+    EXPECT_EQ(delegate_->ends(), 0);
 }
 
 TEST(AsyncTaskField, MayBeSetAndReadByManyThreads) {

@@ -410,6 +410,22 @@ TEST_F(TimeoutSteps, OfATerminationCodeTheFieldIsFilledJustBeforeTheLaunch) {
                             "running?, named", "wait, named", "status, named", "released"));
 }
 
+TEST_F(TimeoutSteps, OfAThreadThatCannotReachTheMainThreadEndInTheLog) {
+    class Unreachable : public test::ForwardingMainThread {
+      public:
+        void performOnMainThread(std::function<void()>, platform::WaitUntilDone) override {
+            throw platform::Exception("Name", "the reason");
+        }
+    };
+    Unreachable thread;
+    platform_->mainThread = &thread;
+    time_->release();
+    runner_->setupTimeout(5s);
+    EXPECT_THAT(logged(),
+                ElementsAre("Exception in -[KXTaskEx setupTimeout:]. Name - the reason."));
+    platform_->mainThread = platform::native().mainThread;
+}
+
 TEST_F(TimeoutSteps, TheThreadSleepsAndHasTheMainThreadDoIt) {
     runner_->setTheTask(launched());
     std::atomic<bool> done{false};
