@@ -39,8 +39,7 @@ bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& t
 // Straight to the user's Trash, where packing falls back to administrator rights.
 bool KXFileManager::decompressFile(const OptionalPath& path,
                                    const OptionalPath& toDestinationFolder) try {
-    if (fileExistsAtPath(toDestinationFolder))
-        moveToTrash(*toDestinationFolder);
+    if (fileExistsAtPath(toDestinationFolder)) moveToTrash(*toDestinationFolder);
     runArchivingTool(upToFirstNil({"-xk", path, toDestinationFolder}));
     return fileExistsAtPath(toDestinationFolder);
 } catch (const std::exception& exception) {

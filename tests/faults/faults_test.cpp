@@ -36,8 +36,8 @@ std::set<std::string> operationsInLoop() {
     return operations;
 }
 
-// The log, and those that run children or copy in the background: their scenarios are still to be written.
-// Nothing is added here: a new operation comes with its scenario.
+// The log, and those that run children or copy in the background: their scenarios are still to be
+// written. Nothing is added here: a new operation comes with its scenario.
 bool isStillToCome(const std::string& operation) {
     constexpr const char* kFileOperations[] = {
         "KXFileManager compressFile:toDestinationFile:",
