@@ -37,6 +37,15 @@ OptionalString decoded(const std::optional<Data>& data, StringEncoding encoding)
     return platform::current().text->decode(data->view(), encoding);
 }
 
+// Without memory for the text nothing is reported.
+void reportException(const OptionalPath& path, const std::exception& exception) noexcept {
+    try {
+        platform::current().console->log(
+            formatted(task_detail::kExceptionRunningTask, path, std::string(exception.what())));
+    } catch (const std::exception&) {
+    }
+}
+
 }  // namespace
 
 std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArguments& arguments,
@@ -67,8 +76,7 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArgum
         output.reading->closeFile();
         return chosen(std::move(read));
     } catch (const std::exception& exception) {
-        system.console->log(
-            formatted(task_detail::kExceptionRunningTask, path, std::string(exception.what())));
+        reportException(path, exception);
         return std::nullopt;
     }
 }

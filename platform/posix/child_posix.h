@@ -52,6 +52,9 @@ class Child {
     // Readable once the child has ended; -1 where the system has nothing of the kind.
     int exitDescriptor() const { return exit_.get(); }
 
+    // In the list of those that nobody waits for, which allocates nothing.
+    std::shared_ptr<Child> next;
+
   private:
     bool collectIfEnded();
 

@@ -2,11 +2,14 @@
 
 #include <poll.h>
 
-#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <exception>
-#include <iterator>
 #include <mutex>
+#include <new>
+#include <optional>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -17,80 +20,126 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// How often children without an exit descriptor are looked after.
-constexpr int kLookAgainMilliseconds = 100;
+// How often children are looked after whose end the system does not report.
+constexpr std::chrono::milliseconds kLookAgain{100};
 
-class ChildReaper {
+// Linked through the children themselves: none is lost for want of memory.
+class ChildList {
   public:
+    bool isEmpty() const { return first_ == nullptr; }
+    const Child* first() const { return first_.get(); }
+
     void add(std::shared_ptr<Child> child) {
-        const std::lock_guard lock(mutex_);
-        given_.push_back(std::move(child));
-        if (!running_) {
-            nativeMainThread()->detachNewThread([this] { run(); });
-            running_ = true;
+        child->next = std::move(first_);
+        first_ = std::move(child);
+    }
+
+    void takeAll(ChildList& other) {
+        while (!other.isEmpty()) add(other.takeFirst());
+    }
+
+    void collectEnded() {
+        ChildList running;
+        while (!isEmpty()) {
+            std::shared_ptr<Child> child = takeFirst();
+            if (child->isRunning()) running.add(std::move(child));
         }
-        wake_.signal();
+        first_ = std::move(running.first_);
     }
 
   private:
-    void run() {
+    std::shared_ptr<Child> takeFirst() {
+        std::shared_ptr<Child> child = std::move(first_);
+        first_ = std::move(child->next);
+        return child;
+    }
+
+    std::shared_ptr<Child> first_;
+};
+
+class ChildReaper {
+  public:
+    void add(std::shared_ptr<Child> child) noexcept {
+        const std::lock_guard lock(mutex_);
+        given_.add(std::move(child));
+        handOver();
+    }
+
+    void tryAgain() noexcept {
+        const std::lock_guard lock(mutex_);
+        if (!given_.isEmpty()) handOver();
+    }
+
+  private:
+    // To the thread. Where none can be started, what still runs waits for the next call.
+    void handOver() noexcept {
+        try {
+            if (!wake_) wake_.emplace();
+            if (!running_) nativeMainThread()->detachNewThread([this] { run(); });
+            running_ = true;
+            wake_->signal();
+        } catch (const std::exception&) {
+            given_.collectEnded();
+        }
+    }
+
+    void run() noexcept {
         for (;;) {
             takeGiven();
             waitForChange();
-            collectEnded();
+            watched_.collectEnded();
         }
     }
 
     void takeGiven() {
-        wake_.clear();
+        wake_->clear();
         const std::lock_guard lock(mutex_);
-        std::move(given_.begin(), given_.end(), std::back_inserter(watched_));
-        given_.clear();
+        watched_.takeAll(given_);
     }
 
-    // Afterwards polled_ holds an entry for each child watched, and one for the wake descriptor.
     void waitForChange() {
-        polled_.clear();
-        bool allTell = true;
-        for (const auto& child : watched_) {
-            polled_.push_back({child->exitDescriptor(), POLLIN, 0});
-            allTell = allTell && child->exitDescriptor() >= 0;
+        try {
+            if (pollAll() >= 0 || errno == EINTR) return;
+        } catch (const std::bad_alloc&) {
         }
-        polled_.push_back({wake_.get(), POLLIN, 0});
-        systemCalls().poll(polled_.data(), static_cast<nfds_t>(polled_.size()),
-                           allTell ? -1 : kLookAgainMilliseconds);
+        std::this_thread::sleep_for(kLookAgain);
     }
 
-    void collectEnded() {
-        std::size_t index = 0;
-        std::erase_if(watched_, [this, &index](const std::shared_ptr<Child>& child) {
-            const pollfd& told = polled_[index++];
-            return (told.fd < 0 || told.revents != 0) && !child->isRunning();
-        });
+    int pollAll() {
+        polled_.assign(1, {wake_->get(), POLLIN, 0});
+        bool allReport = true;
+        for (const Child* child = watched_.first(); child != nullptr; child = child->next.get()) {
+            polled_.push_back({child->exitDescriptor(), POLLIN, 0});
+            allReport = allReport && child->exitDescriptor() >= 0;
+        }
+        return systemCalls().poll(polled_.data(), static_cast<nfds_t>(polled_.size()),
+                                  allReport ? -1 : static_cast<int>(kLookAgain.count()));
     }
 
     std::mutex mutex_;
-    std::vector<std::shared_ptr<Child>> given_;
+    ChildList given_;
     bool running_ = false;
-    WakeDescriptor wake_;
+    std::optional<WakeDescriptor> wake_;  // made once, before the thread
     // Of the thread alone.
-    std::vector<std::shared_ptr<Child>> watched_;
+    ChildList watched_;
     std::vector<pollfd> polled_;
 };
 
+// Never destroyed, and there without an allocation.
 ChildReaper& reaper() {
-    static ChildReaper* const shared = new ChildReaper;
+    alignas(ChildReaper) static std::byte storage[sizeof(ChildReaper)];
+    static auto* const shared = new (storage) ChildReaper;
     return *shared;
 }
 
 }  // namespace
 
 void reapLater(std::shared_ptr<Child> child) noexcept {
-    try {
-        reaper().add(std::move(child));
-    } catch (const std::exception&) {
-        return;  // it stays listed, or uncollected
-    }
+    reaper().add(std::move(child));
+}
+
+void reapLeftOver() noexcept {
+    reaper().tryAgain();
 }
 
 }  // namespace quillmoor::platform::posix

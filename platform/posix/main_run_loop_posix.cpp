@@ -3,9 +3,12 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
+#include <exception>
 #include <list>
 #include <mutex>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -105,6 +108,26 @@ int millisecondsUntil(steady_clock::time_point until) {
     return static_cast<int>(std::chrono::ceil<milliseconds>(until - now).count());
 }
 
+// Between two attempts to wait.
+constexpr milliseconds kPause{10};
+
+// poll(2), with a pause where it fails: a caller that tries again would not wait at all.
+int pollOrPause(pollfd* polled, nfds_t count, int longest) {
+    const int readable = posix::systemCalls().poll(polled, count, longest);
+    if (readable < 0 && errno != EINTR)
+        std::this_thread::sleep_for(longest < 0 ? kPause : std::min(kPause, milliseconds(longest)));
+    return readable;
+}
+
+// -1 when there are no descriptors for it: then nothing can have been posted either.
+int descriptorOfDefaultMode() {
+    try {
+        return MainRunLoop::descriptor(RunLoopMode::Default);
+    } catch (const std::exception&) {
+        return -1;
+    }
+}
+
 }  // namespace
 
 void MainRunLoop::postToAllModes(std::function<void()> function) {
@@ -135,7 +158,7 @@ void MainRunLoop::run(RunLoopMode mode, steady_clock::time_point until) {
         const int left = millisecondsUntil(until);
         if (left == 0) return;
         pollfd queued{descriptor(mode), POLLIN, 0};
-        posix::systemCalls().poll(&queued, 1, left);
+        pollOrPause(&queued, 1, left);
     }
 }
 
@@ -144,11 +167,16 @@ namespace posix {
 void serveDefaultModeUntilReadable(int descriptor, int milliseconds) {
     const ModeOnTop onTop(RunLoopMode::Default);
     for (;;) {
-        pollfd both[] = {{descriptor, POLLIN, 0},
-                         {MainRunLoop::descriptor(RunLoopMode::Default), POLLIN, 0}};
-        if (systemCalls().poll(both, 2, milliseconds) == 0) return;
-        if (both[0].revents != 0) return;
-        if (both[1].revents != 0) MainRunLoop::drain(RunLoopMode::Default);
+        pollfd both[] = {{descriptor, POLLIN, 0}, {descriptorOfDefaultMode(), POLLIN, 0}};
+        const bool canBePostedTo = both[1].fd >= 0;
+        const int longest =
+            canBePostedTo || milliseconds >= 0 ? milliseconds : static_cast<int>(kPause.count());
+        const int readable = pollOrPause(both, 2, longest);
+        const bool failed = readable < 0 && errno != EINTR;
+        if (readable == 0 || both[0].revents != 0) return;
+        if (canBePostedTo && (failed || both[1].revents != 0))
+            MainRunLoop::drain(RunLoopMode::Default);
+        if (failed) return;
     }
 }
 

@@ -22,7 +22,8 @@ void leaveTerminationToHost();
 void callTerminationObservers();
 
 // Serves the run loop's default mode until `descriptor` is readable or `milliseconds` have passed;
-// less than 0 is for ever. -1 is never readable. On the main thread.
+// less than 0 is for ever. -1 is never readable. Returns sooner, but not at once, where the system
+// has no descriptors or memory for the wait. On the main thread.
 void serveDefaultModeUntilReadable(int descriptor, int milliseconds);
 
 }  // namespace quillmoor::platform::posix

@@ -74,6 +74,7 @@ class PosixTask final : public Task {
                           streamOf(error_.handle)};
         // Only this one: a tool that fills its error pipe waits as it does everywhere.
         if (output_.isPipe) enlargePipe(setup_.streams[1].descriptor);
+        reapLeftOver();
         child_ = Child::start(setup_);
         if (child_ == nullptr) throwNotAccessible();
         giveAway(output_);

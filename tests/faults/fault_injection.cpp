@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -68,6 +69,7 @@ struct OpenAt {};
 struct Control {};
 struct Wait {};
 struct Option {};
+struct Transfer {};
 Troubles narrowed(Troubles possible, OpenAt, int, const char*, int flags, mode_t) {
     return (flags & O_CREAT) != 0 ? possible : possible & ~kFull;
 }
@@ -80,6 +82,12 @@ Troubles narrowed(Troubles possible, Wait, idtype_t, id_t, siginfo_t*, int optio
 // A descriptor for the peer is what only one option makes.
 Troubles narrowed(Troubles possible, Option, int, int, int name, void*, socklen_t*) {
     return name == SO_PEERCRED ? kNone : possible;
+}
+// There is nothing behind an event descriptor that could break or be full.
+Troubles narrowed(Troubles possible, Transfer, int descriptor, const void*, std::size_t) {
+    struct stat status {};
+    const bool isEvent = ::fstat(descriptor, &status) == 0 && (status.st_mode & S_IFMT) == 0;
+    return isEvent ? possible & kInterrupted : possible;
 }
 
 template <auto First, auto Second>
@@ -146,8 +154,8 @@ void wrap(SystemCalls& calls) {
 void wrapFileCalls(SystemCalls& calls) {
     wrap<&Calls::openat, "openat", kBroken | kFull | kInterrupted | kDescriptors | kMemory, OpenAt>(
         calls);
-    wrap<&Calls::read, "read", kBroken | kInterrupted | kMemory>(calls);
-    wrap<&Calls::write, "write", kBroken | kFull | kInterrupted>(calls);
+    wrap<&Calls::read, "read", kBroken | kInterrupted | kMemory, Transfer>(calls);
+    wrap<&Calls::write, "write", kBroken | kFull | kInterrupted, Transfer>(calls);
     wrap<&Calls::lseek, "lseek", kBroken>(calls);
     wrap<&Calls::ftruncate, "ftruncate", kBroken | kFull | kInterrupted>(calls);
     wrap<&Calls::close, "close", kBroken | kFull | kInterrupted>(calls);

@@ -67,5 +67,6 @@ std::vector<FaultScenario> fileChangeScenarios();
 std::vector<FaultScenario> pathScenarios();
 std::vector<FaultScenario> rightsScenarios();
 std::vector<FaultScenario> paneScenarios();
+std::vector<FaultScenario> taskScenarios();
 
 }  // namespace quillmoor::test

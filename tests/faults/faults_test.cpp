@@ -36,8 +36,8 @@ std::set<std::string> operationsInLoop() {
     return operations;
 }
 
-// The log, and those that run children or copy in the background: their scenarios are still to be
-// written. Nothing is added here: a new operation comes with its scenario.
+// The log, and file operations that run tools or copy in the background: their scenarios are still
+// to be written. Nothing is added here: a new operation comes with its scenario.
 bool isStillToCome(const std::string& operation) {
     constexpr const char* kFileOperations[] = {
         "KXFileManager compressFile:toDestinationFile:",
@@ -50,8 +50,7 @@ bool isStillToCome(const std::string& operation) {
         "KXFileManager cancelFileOperation:",
         "KXFileManager registerApplicationWithLaunchServices:",
         "RK_MessageViewPane uninstall:"};
-    return operation.starts_with("KXTaskEx ") || operation.starts_with("KXLog ") ||
-           operation.starts_with("KXException ") ||
+    return operation.starts_with("KXLog ") || operation.starts_with("KXException ") ||
            std::find(std::begin(kFileOperations), std::end(kFileOperations), operation) !=
                std::end(kFileOperations);
 }
@@ -71,7 +70,7 @@ const std::vector<FaultScenario>& faultScenarios() {
     static const std::vector<FaultScenario> all = [] {
         std::vector<FaultScenario> list;
         for (const auto& part : {fileQueryScenarios, fileChangeScenarios, pathScenarios,
-                                 rightsScenarios, paneScenarios}) {
+                                 rightsScenarios, paneScenarios, taskScenarios}) {
             const std::vector<FaultScenario> scenarios = part();
             list.insert(list.end(), scenarios.begin(), scenarios.end());
         }
