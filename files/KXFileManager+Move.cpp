@@ -22,13 +22,13 @@ Outcome moveOnce(const std::string& path, const std::string& toPath) {
 
 Outcome moveByWayOfAFreeName(const std::string& path, const std::string& toPath) {
     const std::string between = KXFileManager::uniqueFilename(toPath).value_or(toPath);
-    const Outcome moved = moveOnce(path, between);
+    Outcome moved = moveOnce(path, between);
     return moved ? moveOnce(between, toPath) : moved;
 }
 
 Outcome moveAsUser(const OptionalPath& path, const OptionalPath& toPath) {
     if (onlyCaseChanges(path, toPath)) {
-        const Outcome moved = moveByWayOfAFreeName(*path, *toPath);
+        Outcome moved = moveByWayOfAFreeName(*path, *toPath);
         if (moved || moved.error().copyRemains) return moved;
     }
     return moveOnce(path.value_or(""), toPath.value_or(""));

@@ -144,7 +144,7 @@ OptionalPath realPathAsFarAsSeen(std::string path) {
         if (errno != EACCES) return std::nullopt;
         const std::string name = lastPathComponent(path);
         if (!isOneName(name)) return std::nullopt;
-        unseen = "/" + name + unseen;
+        unseen.insert(0, name).insert(0, 1, '/');
         path = deleteLastPathComponent(path);
     }
 }
