@@ -5,19 +5,25 @@
 
 namespace quillmoor {
 
-std::string KXException::logException(const platform::Exception* exception, const char* forMethod) {
-    OptionalString name;
-    OptionalString reason;
-    if (exception != nullptr) {
-        name = exception->name();
-        reason = exception->reason();
+std::string KXException::logException(const platform::Exception* exception,
+                                      const char* forMethod) noexcept {
+    std::string report;
+    try {
+        OptionalString name;
+        OptionalString reason;
+        if (exception != nullptr) {
+            name = exception->name();
+            reason = exception->reason();
+        }
+        appendFormatted(report, "Exception in %s. %@ - %@.", forMethod, name, reason);
+        KXLog::appendLogAndPrint(RuntimeFormat{report});
+    } catch (...) {
+        KXLog::reportCaughtException();
     }
-    std::string report = formatted("Exception in %s. %@ - %@.", forMethod, name, reason);
-    KXLog::appendLogAndPrint(RuntimeFormat{report});
     return report;
 }
 
-bool KXException::didTimeout(const platform::Exception* exception) {
+bool KXException::didTimeout(const platform::Exception* exception) noexcept {
     return exception != nullptr && exception->name() == "NSPortTimeoutException";
 }
 

@@ -156,12 +156,13 @@ void KXLog::writeMessage(std::string_view message) {
 std::shared_ptr<platform::FileHandle> KXLog::openHandle() {
     std::shared_ptr<platform::FileHandle> handle = fileHandle();
     if (handle) return handle;
-    const OptionalPath path = currentLogPath(appName());
+    const OptionalPath path = currentLogPath(findName());
     if (path) handle = platform::current().fileHandles->openForWriting(*path);
     if (!handle) return nullptr;
-    setFileHandle(handle);
+    // Stored last: one that is not at the end would write over the earlier run's lines.
     handle->seekToEndOfFile();
     handle->writeAtEndOnly();
+    setFileHandle(handle);
     return handle;
 }
 

@@ -37,6 +37,11 @@ bool exists(const OptionalPath& path) {
     return path && platform::current().fileManager->fileExists(*path);
 }
 
+// A file that cannot be looked at counts as there: what it holds must not be replaced.
+bool mayExist(const OptionalPath& path) {
+    return path && !platform::current().fileManager->isMissing(*path);
+}
+
 // A string "1", or a number that is 1: true is one.
 bool meansYes(const platform::PropertyListValue& value) {
     if (const auto* text = std::get_if<std::string>(&value.value)) return *text == "1";
@@ -70,11 +75,11 @@ void KXLog::startLog(KXLog& log, const OptionalString& appName) {
         log.setLoggingDisabled(true);
         return;
     }
-    if (appName && !log.appName()) log.setAppName(appName);
+    if (appName && !log.findName()) log.storeName(appName);
     log.setBytesWritten(0);
-    if (log.appName().value_or("").empty()) log.setAppName("Unknown");
+    if (log.findName().value_or("").empty()) log.storeName("Unknown");
 
-    const std::string name = log.appName().value_or("");
+    const std::string name = log.findName().value_or("");
     const OptionalPath folder = logFolder(UserDomain::Yes);
     const OptionalPath current = log.currentLogPath(name);
     if (!exists(folder) &&
@@ -82,7 +87,7 @@ void KXLog::startLog(KXLog& log, const OptionalString& appName) {
         print(formatted("Unable to create folder %s.\n", folder));
         return;
     }
-    if (exists(current) && !log.rotate(folder, name)) return;
+    if (mayExist(current) && !log.rotate(folder, name)) return;
     if (log.startFile(current)) log.appendHeader();
 }
 
@@ -107,11 +112,11 @@ bool KXLog::rotate(const OptionalPath& logFolder, const std::string& name) {
     platform::FileManager& files = *platform::current().fileManager;
     const OptionalPath oldest = generationPath(logFolder, name, kGenerations);
     // A failure shows when the generation before it is moved there.
-    if (exists(oldest)) static_cast<void>(files.removeItem(*oldest));
+    if (mayExist(oldest)) static_cast<void>(files.removeItem(*oldest));
     for (long n = kGenerations - 1; n >= 1; --n) {
         const OptionalPath from = generationPath(logFolder, name, n);
         const OptionalPath to = generationPath(logFolder, name, n + 1);
-        if (!exists(from) || files.moveItem(*from, *to)) continue;
+        if (!mayExist(from) || files.moveItem(*from, *to)) continue;
         print(formatted("Unable to move file %s to %s.\n", from, to));
         return false;
     }
@@ -163,7 +168,7 @@ StringList KXLog::availableLogs() noexcept {
     try {
         const OptionalPath folder = logFolder(UserDomain::Yes);
         for (long n = 1; n <= kGenerations; ++n) {
-            const OptionalPath path = generationPath(folder, log->appName(), n);
+            const OptionalPath path = generationPath(folder, log->findName(), n);
             if (exists(path)) found.push_back(*path);
         }
     } catch (...) {

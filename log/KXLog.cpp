@@ -1,5 +1,7 @@
 #include "log/KXLog.h"
 
+#include <cstddef>
+#include <cstdio>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -18,11 +20,15 @@ namespace {
 // Quitting must not be held up by a long backlog.
 constexpr std::size_t kPendingWorthWaitingFor = 20;
 
+constexpr char kExceptionReport[] = "Exception writing to log: %s\n";
+
 // The lock of the class, and what it guards.
 constinit ReentrantLock classLock;
 constinit std::atomic<KXLog*> shared{nullptr};
 constinit std::atomic<bool> sharedIsSetUp{false};
 constinit bool isAllocated = false;
+// A log that needs memory of its own could be refused it, and could then not report a loss either.
+alignas(KXLog) constinit std::byte instanceStorage[sizeof(KXLog)]{};
 constinit bool controllerIsLockedForFork = false;
 
 // What other threads log while the process dies is dropped: it would put off the end, and would
@@ -54,15 +60,14 @@ void KXLog::setUpSharedController() noexcept {
 // Without memory for the observer the end of the program is not waited for.
 void KXLog::setUp() noexcept {
     makeQueue();
-    platform::MainThread& mainThread = *platform::current().mainThread;
     try {
-        mainThread.addTerminationObserver(willTerminate);
+        // Each message asks this. What the first question makes is made here, where no fork comes
+        // between.
+        static_cast<void>(platform::current().mainThread->isMainThread());
+        platform::current().mainThread->addTerminationObserver(willTerminate);
     } catch (...) {
         reportCaughtException();
     }
-    // Each message asks this. What the first question makes is made here, where no fork comes
-    // between.
-    static_cast<void>(mainThread.isMainThread());
 }
 
 // Where no thread can be started there is no queue, and every message is reported as lost.
@@ -78,9 +83,8 @@ void KXLog::makeQueue() noexcept {
 KXLog* KXLog::allocWithZone() noexcept {
     const std::lock_guard guard(classLock);
     if (isAllocated) return nullptr;
-    auto* instance = new (std::nothrow) KXLog;
-    isAllocated = instance != nullptr;
-    return instance;
+    isAllocated = true;
+    return new (instanceStorage) KXLog;
 }
 
 // A fork waits until the controller is set up: in the child the thread that does it is gone.
@@ -116,19 +120,30 @@ void KXLog::dropQueueInForkedChild() {
     unlockAfterFork();
 }
 
-// No memory for the report either: then there is none.
+// Where there is no memory for the report either, that is what is reported.
 void KXLog::reportCaughtException() noexcept {
+    const KXLog* const log = shared;
+    if (log != nullptr && log->loggingDisabled()) return;
     try {
-        const KXLog* const log = shared;
-        if (log != nullptr && log->loggingDisabled()) return;
         platform::current().console->print(
-            formatted("Exception writing to log: %s\n", platform::currentException().reason()));
+            formatted(kExceptionReport, platform::currentException().reason()));
+        return;
+    } catch (...) {
+    }
+    try {
+        char text[sizeof kExceptionReport + 16];
+        std::snprintf(text, sizeof text, kExceptionReport, "std::bad_alloc");
+        platform::current().console->print(text);
     } catch (...) {
     }
 }
 
 void KXLog::willTerminate() noexcept {
-    platform::current().mainThread->removeTerminationObserver(willTerminate);
+    try {
+        platform::current().mainThread->removeTerminationObserver(willTerminate);
+    } catch (...) {
+        reportCaughtException();
+    }
     if (KXLog* controller = sharedController()) controller->shutDown();
 }
 
@@ -152,26 +167,34 @@ void KXLog::shutDown() noexcept {
 
 OptionalString KXLog::appName() const noexcept {
     try {
-        {
-            const std::lock_guard guard(lock_);
-            if (appName_) return appName_;
-        }
-        const OptionalPath program = platform::current().bundles->mainBundle()->executablePath();
-        if (program) return deletePathExtension(lastPathComponent(*program));
+        return findName();
     } catch (...) {
         reportCaughtException();
     }
     return std::nullopt;
 }
 
+OptionalString KXLog::findName() const {
+    {
+        const std::lock_guard guard(lock_);
+        if (appName_) return appName_;
+    }
+    const OptionalPath program = platform::current().bundles->mainBundle()->executablePath();
+    if (!program) return std::nullopt;
+    return deletePathExtension(lastPathComponent(*program));
+}
+
 void KXLog::setAppName(const OptionalString& name) noexcept {
     try {
-        OptionalString copy = name;
-        const std::lock_guard guard(lock_);
-        appName_.swap(copy);
+        storeName(name);
     } catch (...) {
         reportCaughtException();
     }
+}
+
+void KXLog::storeName(OptionalString name) {
+    const std::lock_guard guard(lock_);
+    appName_.swap(name);
 }
 
 std::shared_ptr<platform::FileHandle> KXLog::fileHandle() const noexcept {

@@ -82,10 +82,10 @@ class KXLog : public SharedObject<KXLog> {
 
     // `sharedController`: made on the first call, and with it the queue, the hook for the end of
     // the program and the handler for exceptions that nobody catches. null only if somebody has
-    // used allocWithZone before, or there was no memory for it: then nothing is logged.
+    // used allocWithZone before: then nothing is logged.
     static KXLog* sharedController() noexcept;
 
-    // `allocWithZone:`: the one instance, once; afterwards null, and null without memory for it.
+    // `allocWithZone:`: the one instance, once; afterwards null.
     static KXLog* allocWithZone() noexcept;
 
     // `willTerminate:`: waits for the queue if fewer than 20 messages are pending, closes the file
@@ -95,7 +95,8 @@ class KXLog : public SharedObject<KXLog> {
     // `dealloc`: the same without waiting to be told. Nobody calls it, for nobody can release.
     void dealloc() noexcept;
 
-    // `appName`: the stored name, else the main program's, without its extension.
+    // `appName`: the stored name, else the main program's, without its extension. nil where there
+    // is neither, or no memory.
     OptionalString appName() const noexcept;
     void setAppName(const OptionalString& name) noexcept;
 
@@ -137,6 +138,8 @@ class KXLog : public SharedObject<KXLog> {
     void appendLogOnThread(std::string_view message) noexcept;
 
   private:
+    friend class KXException;  // what goes wrong there is reported in the same way
+
     KXLog() = default;
 
     template <auto appendMessage, typename... Arguments>
@@ -166,6 +169,11 @@ class KXLog : public SharedObject<KXLog> {
     void shutDown() noexcept;
 
     static void startLog(KXLog& log, const OptionalString& appName);
+
+    // As appName and setAppName, but without memory they throw: no log may be started, or messages
+    // be written, under another name for that.
+    OptionalString findName() const;
+    void storeName(OptionalString name);
 
     static bool isDisabledByPreferences();
     bool rotate(const OptionalPath& logFolder, const std::string& name);

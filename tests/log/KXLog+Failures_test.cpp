@@ -142,6 +142,47 @@ TEST_F(FailingLog, TheNewlineAfterAHalfLineIsCounted) {
     EXPECT_EQ(log->bytesWritten(), before + 1 + 28 + 6);
 }
 
+// A name or a file that cannot be found out about for the moment is not taken for missing.
+class NoMemoryForOneName : public test::LogBundles {
+  public:
+    std::shared_ptr<platform::Bundle> mainBundle() override {
+        if (std::exchange(isFirst, false)) throw std::bad_alloc();
+        return LogBundles::mainBundle();
+    }
+    bool isFirst = true;
+};
+
+TEST_F(FailingLog, WithoutMemoryForItsNameNoLogIsStartedUnderAnother) {
+    NoMemoryForOneName bundles;
+    platform_->bundles = &bundles;
+    KXLog::createNewLog(std::string("Other"));
+    EXPECT_EQ(KXLog::sharedController()->appName(), "Host");
+    EXPECT_EQ(KXLog::sharedController()->fileHandle(), nullptr);
+    EXPECT_EQ(console_.printed(), "Exception writing to log: std::bad_alloc\n");
+    platform_->bundles = &bundles_;
+}
+
+class UnseenFiles : public test::ForwardingFileManager {
+  public:
+    bool fileExists(const std::string& path) override {
+        return !path.ends_with(".log") && ForwardingFileManager::fileExists(path);
+    }
+    bool isMissing(const std::string& path) override {
+        return platform::native().fileManager->isMissing(path);
+    }
+};
+
+TEST_F(FailingLog, AFileThatCannotBeLookedAtIsNotReplaced) {
+    append("kept");
+    UnseenFiles files;
+    platform_->fileManager = &files;
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    platform_->fileManager = platform::native().fileManager;
+    EXPECT_THAT(messages(logPath(2)), ::testing::Contains("kept"));
+    EXPECT_EQ(messages(logPath(1)).size(), 4U);
+}
+
 template <typename Thrown>
 class ThrowingHandle : public test::ForwardingFileHandle {
   public:
