@@ -1,9 +1,12 @@
+#include <atomic>
 #include <chrono>
 #include <memory>
+#include <mutex>
 
 #include "base/dates.h"
 #include "base/strings.h"
 #include "log/KXLog.h"
+#include "log/SpinLock.h"
 #include "platform/exception.h"
 #include "platform/platform.h"
 
@@ -17,6 +20,31 @@ constexpr std::size_t kShortUnits = 99;
 
 using platform::FileHandle;
 
+// Where a file has taken only a part of a line. Of all threads: appendLogOnThread has its callers.
+class PartialLine {
+  public:
+    static PartialLine& shared() {
+        static auto* const partialLine = new PartialLine;  // the worker outlives the program's end
+        return *partialLine;
+    }
+    bool isIn(const std::shared_ptr<FileHandle>& file) {
+        if (!exists_.load(std::memory_order_relaxed)) return false;
+        const std::lock_guard guard(lock_);
+        return file_.lock() == file;
+    }
+    void setIn(const std::shared_ptr<FileHandle>& file) {
+        const std::lock_guard guard(lock_);
+        file_ = file;
+        exists_.store(file != nullptr, std::memory_order_relaxed);
+    }
+    void clear() { setIn(nullptr); }
+
+  private:
+    SpinLock lock_;  // of the file
+    std::atomic<bool> exists_{false};
+    std::weak_ptr<FileHandle> file_;
+};
+
 // Writes the line of a message, built in memory that is used again. The date is worked out once a
 // second.
 class LineWriter {
@@ -24,15 +52,19 @@ class LineWriter {
     // Returns the bytes written. After a line that the file took only in part, as a full disk does,
     // the next begins with a newline, in the same write.
     std::size_t write(const std::shared_ptr<FileHandle>& file, std::string_view message) {
-        const bool afterPart = hasPart_ && partIn_.lock() == file;
+        PartialLine& partialLine = PartialLine::shared();
+        const bool afterPart = partialLine.isIn(file);
         const std::string_view line = build(message).substr(afterPart ? 0 : 1);
         try {
             file->writeData(line);
         } catch (const platform::WriteFailure& failure) {
-            if (failure.written() > 0) notePart(file, failure.written() > (afterPart ? 1 : 0));
+            if (failure.written() > (afterPart ? 1 : 0))
+                partialLine.setIn(file);
+            else if (failure.written() > 0)
+                partialLine.clear();
             throw;
         }
-        if (afterPart) notePart(nullptr, false);
+        if (afterPart) partialLine.clear();
         const std::size_t written = line.size();
         forgetLongLine();
         return written;
@@ -59,17 +91,10 @@ class LineWriter {
         line_ = std::string();
     }
 
-    void notePart(const std::shared_ptr<FileHandle>& file, bool isPart) {
-        hasPart_ = isPart;
-        partIn_ = file;
-    }
-
     static constexpr std::size_t kKeptBytes = std::size_t{64} << 10;
     std::chrono::sys_seconds second_{};
     std::string line_;
     std::size_t prefix_ = 0;
-    bool hasPart_ = false;
-    std::weak_ptr<FileHandle> partIn_;
 };
 
 // Whether a message of this length may be waited for at all.
@@ -152,7 +177,8 @@ void KXLog::writeMessage(std::string_view message) {
     unitsDone_.fetch_add(lengthInUnits(message), std::memory_order_relaxed);
 }
 
-// The open file; else the newest generation of an earlier run, at its end. Never creates a file.
+// The open file; else the newest generation of an earlier run, at its end. Never creates a file. An
+// earlier run that died, or whose disk was full, may have left half a line.
 std::shared_ptr<platform::FileHandle> KXLog::openHandle() {
     std::shared_ptr<platform::FileHandle> handle = fileHandle();
     if (handle) return handle;
@@ -162,6 +188,7 @@ std::shared_ptr<platform::FileHandle> KXLog::openHandle() {
     // Stored last: one that is not at the end would write over the earlier run's lines.
     handle->seekToEndOfFile();
     handle->writeAtEndOnly();
+    if (platform::current().fileHandles->endsWithinLine(*path)) PartialLine::shared().setIn(handle);
     setFileHandle(handle);
     return handle;
 }

@@ -65,6 +65,10 @@ class FileHandles {
     // opened. Never creates the file.
     virtual std::shared_ptr<FileHandle> openForWriting(const std::string& path) = 0;
 
+    // The file's last byte is not a newline, or cannot be read. NO for an empty file, for what is
+    // not a file, and where nothing is.
+    virtual bool endsWithinLine(const std::string& path) = 0;
+
     // `fileHandleWithNullDevice`.
     virtual std::shared_ptr<FileHandle> nullDevice() = 0;
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -167,6 +168,21 @@ class PosixFileHandles final : public FileHandles {
         const int flags = systemCalls().fcntl(file.get(), F_GETFL, 0);
         if (systemCalls().fcntl(file.get(), F_SETFL, flags & ~O_NONBLOCK) != 0) return nullptr;
         return std::make_shared<DescriptorHandle>(std::move(file));
+    }
+
+    bool endsWithinLine(const std::string& path) override {
+        const Descriptor file = aboveStandardStreams(Descriptor(systemCalls().openat(
+            AT_FDCWD, path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0)));
+        if (!file) return errno != ENOENT;
+        struct stat status;
+        if (systemCalls().fstat(file.get(), &status) != 0) return true;
+        if (!S_ISREG(status.st_mode) || status.st_size == 0) return false;
+        if (systemCalls().lseek(file.get(), -1, SEEK_END) < 0) return true;
+        char last = 0;
+        ssize_t count = 0;
+        do count = systemCalls().read(file.get(), &last, 1);
+        while (count < 0 && errno == EINTR);
+        return count != 1 || last != '\n';
     }
 
     std::shared_ptr<FileHandle> nullDevice() override {

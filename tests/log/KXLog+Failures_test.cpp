@@ -120,6 +120,16 @@ TEST_F(FailingLog, AHalfLineAfterAHalfLineIsCutOffTheSameWay) {
     EXPECT_THAT(written(), ElementsAre("half", "second", "whole"));
 }
 
+TEST_F(FailingLog, AHalfLineOfAnotherThreadIsCutOffTheSameWay) {
+    {
+        const FullDisk full(28 + 4);
+        append("half a line");
+    }
+    KXLog::sharedController()->appendLogOnThread("whole");
+    append("next");
+    EXPECT_THAT(written(), ElementsAre("half", "whole", "next"));
+}
+
 TEST_F(FailingLog, ANewFileAfterAHalfLineBeginsWithItsHeader) {
     {
         const FullDisk full(28 + 4);
@@ -140,6 +150,68 @@ TEST_F(FailingLog, TheNewlineAfterAHalfLineIsCounted) {
     const std::size_t before = log->bytesWritten();
     append("whole");
     EXPECT_EQ(log->bytesWritten(), before + 1 + 28 + 6);
+}
+
+// What an earlier run has left is continued: the log has no file open yet.
+class ContinuedLog : public test::LogTest {
+  protected:
+    void leave(const std::string& text) {
+        folder_.writeFile("user/Logs/Quillmoor/Host.1.log", text);
+    }
+    StringList written() const { return messages(logPath(1)); }
+    const std::string date_ = "2013-06-04 10:04:31 +0000 - ";
+};
+
+TEST_F(ContinuedLog, BeginsALineOfItsOwnAfterHalfALine) {
+    leave(date_ + "earlier\n" + date_ + "half a li");
+    KXLog::fastAppendLog("first");
+    KXLog::fastAppendLog("second");
+    KXLog::finishWriting();
+    EXPECT_THAT(written(), ElementsAre("earlier", "half a li", "first", "second"));
+}
+
+TEST_F(ContinuedLog, WritesNoEmptyLineAfterAWholeOne) {
+    leave(date_ + "earlier\n");
+    KXLog::fastAppendLog("first");
+    KXLog::finishWriting();
+    EXPECT_THAT(written(), ElementsAre("earlier", "first"));
+}
+
+TEST_F(ContinuedLog, WritesNoEmptyLineIntoAnEmptyFile) {
+    leave("");
+    KXLog::fastAppendLog("first");
+    KXLog::finishWriting();
+    EXPECT_THAT(written(), ElementsAre("first"));
+}
+
+TEST_F(ContinuedLog, CountsTheNewlineAfterHalfALine) {
+    leave(date_ + "half a li");
+    KXLog::fastAppendLog("first");
+    KXLog::finishWriting();
+    EXPECT_EQ(KXLog::sharedController()->bytesWritten(), 1U + 28 + 6);
+}
+
+class FailsToSeekOnce : public test::ForwardingFileHandle {
+  public:
+    using ForwardingFileHandle::ForwardingFileHandle;
+    void seekToEndOfFile() override {
+        if (std::exchange(isFirst, false)) throw platform::Exception("Bad", "no seeking");
+        ForwardingFileHandle::seekToEndOfFile();
+    }
+    static inline bool isFirst = true;
+};
+
+TEST_F(ContinuedLog, IsNotWrittenOverWhereItsEndWasNotFound) {
+    leave(date_ + "earlier\n");
+    static test::WrappedHandles handles([](std::shared_ptr<platform::FileHandle> next) {
+        return std::make_shared<FailsToSeekOnce>(std::move(next));
+    });
+    platform_->fileHandles = &handles;
+    KXLog::fastAppendLog("lost");
+    KXLog::fastAppendLog("written");
+    KXLog::finishWriting();
+    EXPECT_THAT(written(), ElementsAre("earlier", "written"));
+    EXPECT_EQ(console_.printed(), "Exception writing to log: no seeking\n");
 }
 
 // A name or a file that cannot be found out about for the moment is not taken for missing.

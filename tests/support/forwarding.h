@@ -152,6 +152,7 @@ class ForwardingFileHandles : public Forwarding<platform::FileHandles> {
     std::shared_ptr<platform::FileHandle> openForWriting(const std::string& path) override {
         return next().openForWriting(path);
     }
+    bool endsWithinLine(const std::string& path) override { return next().endsWithinLine(path); }
     std::shared_ptr<platform::FileHandle> nullDevice() override { return next().nullDevice(); }
     platform::Pipe makePipe() override { return next().makePipe(); }
 };
