@@ -68,5 +68,6 @@ std::vector<FaultScenario> pathScenarios();
 std::vector<FaultScenario> rightsScenarios();
 std::vector<FaultScenario> paneScenarios();
 std::vector<FaultScenario> taskScenarios();
+std::vector<FaultScenario> logScenarios();
 
 }  // namespace quillmoor::test

@@ -57,7 +57,7 @@ void add(std::set<std::string>& operations, const std::string& name, const std::
     const std::string part = publicPartOf(name, statementsOf(header));
     // A type, a name and parameters; no operator, constructor or type.
     const std::regex declaration(
-        R"([\w>&*:]\s+[&*]?(\w+)\(([^()]*)\)\s*(const)?\s*(override)?\s*(;|\{))");
+        R"([\w>&*:]\s+[&*]?(\w+)\(([^()]*)\)\s*(const)?\s*(noexcept)?\s*(override)?\s*(;|\{))");
     for (std::sregex_iterator it(part.begin(), part.end(), declaration), end; it != end; ++it) {
         const std::string operation = (*it)[1];
         if (operation == name || operation == "if") continue;
