@@ -111,11 +111,16 @@ bool KXFileManager::touchFile(const OptionalPath& path) {
     return touchFile(path, SetCreationDate::No);
 }
 
-bool KXFileManager::touchFile(const OptionalPath& path, SetCreationDate setCreationDate) {
+// Exceptions of the platform's reach the caller, for compatibility.
+bool KXFileManager::touchFile(const OptionalPath& path, SetCreationDate setCreationDate) try {
     if (!path) return false;
     const NoteOfChange note(*path);
     return fileManager().isWritableFile(*path) ? touchAsUser(*path, setCreationDate)
                                                : touchWithRights(*path, setCreationDate);
+} catch (const platform::Exception&) {
+    throw;
+} catch (const std::exception& exception) {
+    return afterException(exception, "+[KXFileManager touchFile:setCreationDate:]", false);
 }
 
 bool KXFileManager::setModificationDate(std::chrono::system_clock::time_point date,

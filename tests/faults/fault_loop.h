@@ -64,6 +64,7 @@ const std::vector<FaultScenario>& faultScenarios();
 // By class.
 std::vector<FaultScenario> fileQueryScenarios();
 std::vector<FaultScenario> fileChangeScenarios();
+std::vector<FaultScenario> fileToolScenarios();
 std::vector<FaultScenario> pathScenarios();
 std::vector<FaultScenario> rightsScenarios();
 std::vector<FaultScenario> paneScenarios();

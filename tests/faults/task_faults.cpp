@@ -2,15 +2,14 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
 #include <thread>
 
-#include "platform/main_run_loop.h"
 #include "task/KXTaskEx.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/faults/given_up_child.h"
+#include "tests/faults/held_timeouts.h"
 #include "tests/faults/kept_log.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
@@ -27,63 +26,17 @@ class SilentConsole : public ForwardingConsole {
     void putString(std::string_view) override {}
 };
 
-// Time-outs last until the end of the run.
-class HeldClock : public ForwardingClock {
-  public:
-    void sleep(std::chrono::microseconds) override {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return over_; });
-    }
-    void end() {
-        const std::lock_guard lock(mutex_);
-        over_ = true;
-        changed_.notify_all();
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool over_ = false;
-};
-
-class CountedThreads : public ForwardingMainThread {
-  public:
-    std::atomic<int> running{0};
-    void detachNewThread(std::function<void()> body) override {
-        ForwardingMainThread::detachNewThread([counted = Counted(running), body] { body(); });
-    }
-
-  private:
-    struct Counted {
-        explicit Counted(std::atomic<int>& running) : count(running) { ++count; }
-        Counted(const Counted& other) : count(other.count) { ++count; }
-        ~Counted() { --count; }
-        std::atomic<int>& count;
-    };
-};
-
 struct TaskWorld {
-    TaskWorld() {
-        platform->console = &console;
-        platform->clock = &clock;
-        platform->mainThread = &threads;
-    }
-    // The threads of time-outs end once the main thread has served them. The run loop exists then
-    // in each run, however early the tool has ended.
+    TaskWorld() { platform->console = &console; }
     ~TaskWorld() {
-        clock.end();
-        do
-            platform::MainRunLoop::run(platform::RunLoopMode::Default,
-                                       std::chrono::steady_clock::now() + 1ms);
-        while (threads.running > 0);
+        timeouts.end();
         giveUpARunningChild();
     }
 
     SilentConsole console;
-    HeldClock clock;
-    CountedThreads threads;
     ScopedPlatform platform;
     KeptLog log;
+    HeldTimeouts timeouts{platform};  // after the log, whose thread is not one of them
     TempFolder folder;
     std::string file = folder / "made";
     OptionalPath touch = "/usr/bin/touch";
@@ -334,7 +287,7 @@ std::vector<FaultScenario> backgroundScenarios() {
           "KXTaskEx setTheTask:"},
          [](FaultRun& run) {
              TaskWorld world;
-             world.clock.end();
+             world.timeouts.end();
              run.inject([&] {
                  const auto runner = KXTaskEx::create();
                  runner->setTheTask(platform::current().tasks->makeTask());
