@@ -1,3 +1,4 @@
+#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -23,14 +24,19 @@ void tell(const std::string& text) {
     platform::current().console->log(text);
 }
 
-FileOperationNotice contextOf(const std::string& source, const std::string& destination,
-                              FileOperationDelegateRef delegate, CallerObject object,
-                              CallerObject object2) {
-    FileOperationNotice context{
-        {"source", source}, {"destination", destination}, {"operationtype", std::string("copy")}};
-    if (delegate != nullptr) context["delegate"] = std::move(delegate);
-    if (object != nullptr) context["object"] = std::move(object);
-    if (object2 != nullptr) context["object2"] = std::move(object2);
+using Context = std::shared_ptr<const FileOperationNotice>;
+
+// Shared and filled in place: to copy a variant with a text in it ends the process where memory
+// runs out meanwhile (libstdc++ 12).
+Context contextOf(const std::string& source, const std::string& destination,
+                  FileOperationDelegateRef delegate, CallerObject object, CallerObject object2) {
+    auto context = std::make_shared<FileOperationNotice>();
+    (*context)["source"] = source;
+    (*context)["destination"] = destination;
+    (*context)["operationtype"] = std::string("copy");
+    if (delegate != nullptr) (*context)["delegate"] = std::move(delegate);
+    if (object != nullptr) (*context)["object"] = std::move(object);
+    if (object2 != nullptr) (*context)["object2"] = std::move(object2);
     return context;
 }
 
@@ -105,11 +111,11 @@ void keepUntilExit(FileOperationRef operation) {
 }
 
 // Releases the operation once it has been started: the platform keeps it while it is scheduled.
-bool start(FileOperationRef operation, const FileOperationNotice& context,
+bool start(FileOperationRef operation, const std::string& source, const Context& context,
            const std::string& parent, const std::string& name) {
     const std::int32_t status = platform::current().fileOperations->copy(
-        operation, std::get<std::string>(context.at("source")), parent, name,
-        [context](const FileOperationReport& report) { statusCallback(report, &context); },
+        operation, source, parent, name,
+        [context](const FileOperationReport& report) { statusCallback(report, context.get()); },
         kStatusInterval);
     operation = nullptr;
     if (status == 0) return true;
@@ -148,7 +154,7 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
     }
     const std::string target = destination.value_or("");
     return start(
-        std::move(operation),
+        std::move(operation), *path,
         contextOf(*path, target, std::move(delegate), std::move(object), std::move(object2)),
         parent.value_or(""), lastPathComponent(target));
 } catch (const std::exception& exception) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <initializer_list>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +53,10 @@ struct FaultScenario {
     std::function<void(FaultRun& run)> body;
     Throws throws = Throws::Nothing;
 };
+
+inline void PrintTo(const FaultScenario& scenario, std::ostream* out) {
+    *out << scenario.name;
+}
 
 // First without a fault, then with each. Fails the test on a broken expectation, a crash, a hang,
 // and a descriptor, thread or child that a run without a fault does not leave. Returns the number

@@ -1,9 +1,11 @@
-// The operations that run a tool.
+// The operations that run a tool, or copy in the background.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 
 #include "platform/main_run_loop.h"
+#include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/faults/files_world.h"
 #include "tests/faults/given_up_child.h"
@@ -33,6 +35,7 @@ class ToolWorld : public FilesWorld {
     std::string text = folder().writeFile("source/App.app/Contents/Info.plist", "<plist/>");
     std::string archive = folder().path() + "/archive.zip";
     std::string out = folder().path() + "/out";
+    std::string copied = out + "/source";
 
   private:
     class Tools : public FilesWorkspace {
@@ -117,8 +120,88 @@ std::vector<FaultScenario> touchScenarios() {
     };
 }
 
-std::vector<FaultScenario> applicationScenarios() {
+// Each look at the clock is a second later than the last: no tool makes the folder that is waited
+// for.
+class SteppingClock : public ForwardingClock {
+  public:
+    std::chrono::system_clock::time_point now() override {
+        return ForwardingClock::now() + std::chrono::seconds(++looks_);
+    }
+
+  private:
+    std::atomic<int> looks_{0};
+};
+
+class CopyWorld : public ToolWorld {
+  public:
+    CopyWorld() { platform()->clock = &clock_; }
+
+  private:
+    SteppingClock clock_;
+};
+
+class Ending : public FileOperationDelegate {
+  public:
+    using FileOperationDelegate::fileOperationFinished;
+    bool hasEnded = false;
+    bool implements(Notice notice) const override {
+        return notice == Notice::FinishedWithOperation;
+    }
+    void fileOperationFinished(const FileOperationNotice&,
+                               const platform::FileOperationRef&) override {
+        hasEnded = true;
+    }
+};
+
+using Copy = std::function<bool(const ToolWorld&, const FileOperationDelegateRef&)>;
+
+// Whether it succeeded is seen at the destination alone.
+void copyInBackground(FaultRun& run, const Copy& copy) {
+    const CopyWorld world;
+    const auto delegate = std::make_shared<Ending>();
+    bool started = false;
+    run.inject([&] {
+        started = copy(world, delegate);
+        const NotCounted notCounted;
+        for (int pass = 0; started && !delegate->hasEnded && pass < 10'000; ++pass)
+            platform::MainRunLoop::run(platform::RunLoopMode::Default,
+                                       std::chrono::steady_clock::now() + 1ms);
+    });
+    EXPECT_TRUE(started || run.faulted());
+    EXPECT_EQ(delegate->hasEnded, started);
+    EXPECT_EQ(readFile(world.text), "<plist/>");
+    const bool copied = somethingAt(world.copied);
+    EXPECT_TRUE(copied || run.faulted());
+    if (copied) {
+        EXPECT_EQ(describeTree(world.copied), describeTree(world.source));
+    }
+    if (somethingAt(world.out) && !run.isLasting()) {
+        EXPECT_EQ(listing(world.out), copied ? "source" : "");
+    }
+}
+
+std::vector<FaultScenario> backgroundScenarios() {
     return {
+        {"CopyFileWithProgress",
+         {"KXFileManager copyFileWithProgress:destination:delegate:object:"},
+         [](FaultRun& run) {
+             copyInBackground(run,
+                              [](const ToolWorld& world, const FileOperationDelegateRef& delegate) {
+                                  return KXFileManager::copyFileWithProgress(
+                                      given(world.source), given(world.copied), delegate, nullptr);
+                              });
+         }},
+        {"CopyFileWithProgressAndTwoObjects",
+         {"KXFileManager copyFileWithProgress:destination:delegate:object:object2:",
+          "KXFileManager cancelFileOperation:"},
+         [](FaultRun& run) {
+             copyInBackground(
+                 run, [](const ToolWorld& world, const FileOperationDelegateRef& delegate) {
+                     KXFileManager::cancelFileOperation(nullptr);
+                     return KXFileManager::copyFileWithProgress(
+                         given(world.source), given(world.copied), delegate, nullptr, nullptr);
+                 });
+         }},
         {"RegisterApplication",
          {"KXFileManager registerApplicationWithLaunchServices:"},
          [](FaultRun& run) {
@@ -139,7 +222,7 @@ std::vector<FaultScenario> applicationScenarios() {
 
 std::vector<FaultScenario> fileToolScenarios() {
     std::vector<FaultScenario> all;
-    for (const auto& part : {archiveScenarios, touchScenarios, applicationScenarios})
+    for (const auto& part : {archiveScenarios, touchScenarios, backgroundScenarios})
         for (FaultScenario& scenario : part()) all.push_back(std::move(scenario));
     return all;
 }
