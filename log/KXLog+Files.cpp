@@ -54,7 +54,9 @@ bool meansYes(const platform::PropertyListValue& value) {
 }  // namespace
 
 void KXLog::createNewLog() noexcept {
-    createNewLog(std::nullopt);
+    // Not a temporary: g++ 12 takes one for uninitialised at -O3.
+    static constinit const OptionalString noName;
+    createNewLog(noName);
 }
 
 // A child made by fork would shift the generations of its parent, and write nothing.
