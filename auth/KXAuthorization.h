@@ -101,15 +101,15 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
 
     // `authTrashFile:` and `authTrashFile:deleteOnRootAccount:`: moves an item into the user's
     // Trash. A name that is taken there gets the date and time, once: a second item of that name
-    // within the second replaces the first. NO, told on the console, when the Trash cannot be used;
+    // within the second replaces the first. False, reported on the console, when the Trash cannot be used;
     // an item of which the desktop's Trash can keep no record is moved all the same, and the
-    // console tells that the desktop cannot restore it. With DeleteOnRootAccount::Yes in the super-user's own
+    // console reports that the desktop cannot restore it. With DeleteOnRootAccount::Yes in root's own
     // account the item stays, and what has its new name in the Trash, dated or not, is removed.
     bool authTrashFile(const OptionalPath& path);
     bool authTrashFile(const OptionalPath& path, DeleteOnRootAccount deleteOnRootAccount);
 
     // `authTrashFolderContents:` and `authTrashFolderContents:deleteOnRootAccount:`: every entry of
-    // a folder, hidden ones included, goes into the Trash; in the super-user's own account, with
+    // a folder, hidden ones included, goes into the Trash; in root's own account, with
     // DeleteOnRootAccount::Yes, it is removed instead. The folder stays. All entries are tried; YES
     // when all were started, or when there are none or they cannot be listed.
     bool authTrashFolderContents(const OptionalPath& folder);
@@ -141,7 +141,7 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
     // `authExecTask:parameters:` and `authExecTask:parameters:async:`: starts a tool as the
     // super-user. 0 when it was started; under the super-user also when KXTaskEx refuses the path,
     // which is told there. With Async::No it returns when the tool has closed its output, normally
-    // at its end; as the super-user, at its end. The exit status is not asked. The tool has this
+    // at its end; as root, at its end. The exit status is not asked. The tool has this
     // process's working folder; on Linux an empty one where root may not enter that folder, so that
     // relative paths among `parameters` fail.
     std::int32_t authExecTask(const OptionalPath& path, const StringList& parameters);

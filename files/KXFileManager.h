@@ -218,7 +218,7 @@ class KXFileManager {
     //
     // A move to another file system begins only when every part of the item may be removed. If a
     // part becomes unremovable while the item is copied, the destination keeps the complete copy,
-    // the source keeps what could not be removed, both places are told on the console, and the
+    // the source keeps what could not be removed, both places are reported on the console, and the
     // result is NO without a try with administrator rights.
     static bool moveFile(const OptionalPath& path, const OptionalPath& toPath);
     static bool moveFile(const OptionalPath& path, const OptionalPath& toPath,

@@ -15,7 +15,7 @@ class KXException {
     // `logException:forMethod:`: writes "Exception in <method>. <name> - <reason>." to the log and
     // to standard output, and answers the text. A directive in the reason is rendered by the log. A
     // null exception has "(null)" for name and reason. Without memory for it the report is lost,
-    // which standard output says, and the answer is empty or the part that could be made.
+    // which standard output says, and the result is empty or the part that could be made.
     static std::string logException(const platform::Exception* exception,
                                     const char* forMethod) noexcept;
 

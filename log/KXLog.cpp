@@ -89,7 +89,7 @@ KXLog* KXLog::allocWithZone() noexcept {
 
 // A fork waits until the controller is set up: in the child the thread that does it is gone.
 // Threads that come here together each register, which does no harm. To wait for each other would:
-// in a child that is made meanwhile, for ever.
+// in a child that is made meanwhile, until it exits.
 void KXLog::watchForks() {
     static constinit std::atomic<bool> watched{false};
     if (watched.load(std::memory_order_acquire)) return;

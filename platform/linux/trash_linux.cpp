@@ -123,7 +123,7 @@ bool leadsTo(const std::string& path, const TrashFolder& trash) {
            posix::identityOf(byPath) == posix::identityOf(open);
 }
 
-// The super-user has none where he acts for another user.
+// Root has none where it acts for another user.
 bool isOwnHome(const std::string& home) {
     struct stat status;
     return ::stat(home.c_str(), &status) == 0 && (::geteuid() != 0 || status.st_uid == 0);

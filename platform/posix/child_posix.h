@@ -52,7 +52,7 @@ class Child {
     // Readable once the child has ended; -1 where the system has nothing of the kind.
     int exitDescriptor() const { return exit_.get(); }
 
-    // In the list of those that nobody waits for, which allocates nothing.
+    // In the list of those that are not waited for, which allocates nothing.
     std::shared_ptr<Child> next;
 
   private:

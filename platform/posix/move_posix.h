@@ -24,7 +24,7 @@ MoveResult moveItemTo(const Place& from, const Place& to);
 // As FileManager::moveItem.
 MoveResult movePath(const std::string& path, const std::string& destination);
 
-// As FileManager::copyItem; answers 0 or the error number.
+// As FileManager::copyItem; returns 0 or the error number.
 int copyPath(const std::string& path, const std::string& destination,
              const CopyControl& control = {});
 

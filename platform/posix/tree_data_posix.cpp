@@ -114,7 +114,7 @@ int FileDataCopier::copyNext(int from, int to, off_t length, off_t& copied) {
     });
 }
 
-// `next` sets the next piece, an empty one at the end, and answers 0 or the error number.
+// `next` sets the next piece, an empty one at the end, and returns 0 or the error number.
 template <typename Next>
 int FileDataCopier::writePieces(int to, off_t& copied, const Next& next) {
     for (;;) {

@@ -79,7 +79,7 @@ class TreeWorker {
     // A level for entries that were given from `owner`, another thread's; told of when they are
     // done, before `owner` is left.
     virtual std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) = 0;
-    // Has isEnded() answer YES from now on, with a failure: there is no memory to go on.
+    // Makes isEnded() return true from now on, with a failure: there is no memory to go on.
     virtual void runOutOfMemory() noexcept = 0;
     virtual void report(TreeLevel& owner, TreeLevel& standIn);
     virtual bool isPassedOver(const TreeLevel& level, const char* name) const;

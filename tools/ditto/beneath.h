@@ -32,7 +32,7 @@ FolderStream streamOf(int folder);
 
 bool isDots(std::string_view name);
 
-// What tells one file or folder from all others.
+// What distinguishes a file or folder from all others.
 using Identity = std::pair<dev_t, ino_t>;
 Identity identityOf(int item);
 

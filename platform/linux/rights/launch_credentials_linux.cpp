@@ -44,7 +44,7 @@ std::optional<AuthorizationStatus> launchWithPolkit(Rendezvous& rendezvous, cons
     const PkexecEnd end = runPkexec(rendezvous, channel, &agent);
     wasAsked = agent.wasAsked();
     if (end == PkexecEnd::Helped) return kAuthorizationSuccess;
-    // A password that was refused goes to nobody else.
+    // A refused password is not given to another program.
     if (end == PkexecEnd::NoAuthority && !wasAsked) return std::nullopt;
     if (agent.hasFailed()) return kAuthorizationInteractionNotAllowed;
     return end == PkexecEnd::Dismissed ? kAuthorizationCanceled : kAuthorizationDenied;

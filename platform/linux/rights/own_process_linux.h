@@ -1,4 +1,4 @@
-// This process, as others are told of it.
+// This process, as it is described to others.
 #pragma once
 
 #include <cstdint>

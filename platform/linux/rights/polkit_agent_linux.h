@@ -19,7 +19,7 @@ namespace quillmoor::platform::linux_::rights {
 inline constexpr char kSystemBusAddress[] = "unix:path=/run/dbus/system_bus_socket";
 
 // Registered with polkit for this process alone, before any other agent, until the object is gone.
-// It answers one request, the launcher's own, and refuses every other. A process has one at a time.
+// It serves one request, the launcher's own, and refuses every other. A process has one at a time.
 class PolkitAgent : public Conversation {
   public:
     enum class State {
@@ -57,7 +57,6 @@ class PolkitAgent : public Conversation {
     BusMessage replyTo(std::uint64_t cookie, BusConnection::Clock::time_point limit);
     void unregisterSelf();
 
-    bool handle(const BusMessage& message, const LaunchChild& launcher);
     void begin(BusMessage call, const LaunchChild& launcher);
     void cancel(const BusMessage& call);
     void continueAuthentication();

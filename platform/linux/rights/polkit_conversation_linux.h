@@ -18,7 +18,7 @@ class PolkitConversation {
   public:
     enum class Outcome {
         Undecided,
-        Granted,  // polkit has been told so already
+        Granted,  // already reported to polkit
         Refused,
         Failed  // the program ended before it wanted the password
     };

@@ -49,7 +49,7 @@ std::unique_ptr<PolkitConversation> startProgram(const std::string& program,
     return std::make_unique<PolkitConversation>(std::move(ours), std::move(child), password);
 }
 
-// Whoever listens there is told the password: only root may.
+// The listener receives the password: it must be root.
 std::unique_ptr<PolkitConversation> connectTo(const std::string& path, std::string_view password) {
     sockaddr_un address{};
     if (path.size() >= sizeof address.sun_path) return nullptr;

@@ -12,7 +12,7 @@ namespace quillmoor::platform::linux_::rights {
 
 struct PolkitHelper {
     OptionalPath program;  // started by us, and made root by its setuid bit
-    OptionalPath socket;   // or started by the system for whoever connects
+    OptionalPath socket;   // or started by the system for each connection
 
     // This system's own: its program, else its socket.
     static PolkitHelper ofSystem();
@@ -25,7 +25,7 @@ struct PolkitHelper {
 };
 
 // The canonical path of the program at `path` when it belongs to root, bears a setuid bit and can
-// be exchanged by nobody else; nil otherwise.
+// be replaced by root only; nil otherwise.
 OptionalPath setuidProgram(const std::string& path);
 
 }  // namespace quillmoor::platform::linux_::rights

@@ -39,7 +39,7 @@ Descriptor openRemoved(Descriptor folder, int depth) {
     return innermost;
 }
 
-// More than that many times "../" nobody writes.
+// Paths with more "../" than that are not expected.
 constexpr int kDepth = 32;
 
 }  // namespace
