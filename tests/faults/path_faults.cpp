@@ -6,35 +6,32 @@
 namespace quillmoor::test {
 namespace {
 
-// A path that is right, or nil after a fault.
-FaultScenario location(std::string name, const std::string& operation,
-                       std::function<OptionalPath()> ask) {
+enum class AfterFault { RightOrNil, AnyPath };
+
+FaultScenario pathScenario(std::string name, const std::string& operation,
+                           std::function<OptionalPath()> ask, AfterFault afterFault) {
     return {std::move(name),
             {"KXLocalPaths " + operation},
             [=](FaultRun& run) {
                 const OptionalPath expected = ask();
                 OptionalPath path;
                 run.inject([&] { path = ask(); });
-                if (run.faulted() && !path) return;
+                if (run.faulted() && (!path || afterFault == AfterFault::AnyPath)) return;
                 EXPECT_EQ(path, expected);
             },
             Throws::AndMemory};
 }
 
+// A path that is right, or nil after a fault.
+FaultScenario location(std::string name, const std::string& operation,
+                       std::function<OptionalPath()> ask) {
+    return pathScenario(std::move(name), operation, std::move(ask), AfterFault::RightOrNil);
+}
+
 // Where the user's own setting cannot be read, the usual place is given.
 FaultScenario settable(std::string name, const std::string& operation,
                        std::function<OptionalPath()> ask) {
-    return {std::move(name),
-            {"KXLocalPaths " + operation},
-            [=](FaultRun& run) {
-                const OptionalPath expected = ask();
-                OptionalPath path;
-                run.inject([&] { path = ask(); });
-                if (!run.faulted()) {
-                    EXPECT_EQ(path, expected);
-                }
-            },
-            Throws::AndMemory};
+    return pathScenario(std::move(name), operation, std::move(ask), AfterFault::AnyPath);
 }
 
 std::vector<FaultScenario> folderScenarios() {
