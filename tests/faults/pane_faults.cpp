@@ -1,7 +1,17 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "base/paths.h"
+#include "files/KXFileManager.h"
 #include "pane/RK_MessageViewPane.h"
+#include "platform/main_run_loop.h"
+#include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
+#include "tests/faults/given_up_child.h"
 #include "tests/faults/kept_log.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
@@ -24,10 +34,11 @@ class Navigation : public platform::PaneNavigation {
 
 class PaneBundle : public platform::Bundle {
   public:
+    OptionalPath archive;
     OptionalPath executablePath() override { return std::nullopt; }
     OptionalString infoDictionaryText(const std::string&) override { return std::nullopt; }
     OptionalPath pathForResource(const std::string&, const std::string&) override {
-        return std::nullopt;
+        return archive;
     }
 };
 
@@ -41,7 +52,17 @@ class PaneBundles : public ForwardingBundles {
 class PaneWorkspace : public ForwardingWorkspace {
   public:
     OptionalPath product;
+    OptionalPath opened;
+    bool hasOpened = false;
     OptionalPath absolutePathForAppBundle(const std::string&) override { return product; }
+    bool openFile(const std::string& path) override {
+        {
+            const NotCounted notCounted;
+            opened = path;
+        }
+        return hasOpened = ForwardingWorkspace::openFile(path);
+    }
+    std::string toolPath(const std::string&) override { return KX_DITTO; }
 };
 
 class SilentPaneConsole : public ForwardingConsole {
@@ -73,10 +94,57 @@ struct PaneWorld {
     RK_MessageViewPane pane{navigation};
 };
 
+// With an uninstaller in the bundle that leaves a file where it was started.
+struct UninstallerWorld : PaneWorld {
+    UninstallerWorld() {
+        folder.writeFile("source/" + kName + kProgram, "#!/bin/sh\nexec touch '" + started + "'\n");
+        std::filesystem::permissions(application + kProgram, std::filesystem::perms::owner_all);
+        EXPECT_TRUE(KXFileManager::compressFile(application, folder / "uninstaller.zip"));
+        bundles.own->archive = folder / "uninstaller.zip";
+    }
+    // The run loop exists from now on in each run, and its descriptors are allowed to stay. The
+    // uninstaller ends before its world does.
+    ~UninstallerWorld() {
+        platform::MainRunLoop::run(platform::RunLoopMode::Default,
+                                   std::chrono::steady_clock::now());
+        giveUpARunningChild();
+        siginfo_t child{};
+        while (::waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) == 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+
+    const std::string kName = "Tallyframe Uninstaller.app";
+    const std::string kProgram = "/Contents/Linux/uninstaller";
+    std::string application = folder / ("source/" + kName);
+    std::string started = folder / "started";
+};
+
+FaultScenario uninstalls() {
+    return {"PaneOpensTheUninstaller",
+            {"RK_MessageViewPane uninstall:"},
+            [](FaultRun& run) {
+                UninstallerWorld world;
+                run.inject([&] { world.pane.uninstall(&world.button); });
+                ASSERT_TRUE(world.workspace.opened);
+                const std::string& unpacked = *world.workspace.opened;
+                EXPECT_TRUE(world.workspace.hasOpened || run.faulted());
+                if (world.workspace.hasOpened) {
+                    EXPECT_TRUE(eventually([&] { return somethingAt(world.started); }));
+                }
+                // Whole, or not there.
+                if (somethingAt(deleteLastPathComponent(unpacked))) {
+                    EXPECT_EQ(readFile(unpacked + world.kProgram),
+                              readFile(world.application + world.kProgram));
+                }
+            },
+            Throws::AndMemory};
+}
+
 }  // namespace
 
 std::vector<FaultScenario> paneScenarios() {
     return {
+        uninstalls(),
         {"PaneIsEnteredAndLeft",
          {"RK_MessageViewPane title",
           "RK_MessageViewPane didEnterPane:", "RK_MessageViewPane shouldExitPane:"},
