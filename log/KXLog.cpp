@@ -88,13 +88,10 @@ KXLog* KXLog::allocWithZone() noexcept {
 }
 
 // A fork waits until the controller is set up: in the child the thread that does it is gone.
-// Threads that come here together each register, which does no harm. To wait for each other would:
-// in a child that is made meanwhile, until it exits.
+// Threads that make the first call together each register, which does no harm. To wait for each
+// other would: in a child that is made meanwhile, until it exits.
 void KXLog::watchForks() {
-    static constinit std::atomic<bool> watched{false};
-    if (watched.load(std::memory_order_acquire)) return;
     platform::callAroundFork(lockBeforeFork, unlockAfterFork, dropQueueInForkedChild);
-    watched.store(true, std::memory_order_release);
 }
 
 void KXLog::lockBeforeFork() {
