@@ -289,6 +289,26 @@ TEST_F(FailingLog, AnExceptionOfAnyOtherKindLosesItsMessageOnly) {
     EXPECT_EQ(console_.printed(), "Exception writing to log: int\n");
 }
 
+class NoMemoryForOneReport : public test::RecordingConsole {
+  public:
+    void print(std::string_view text) override {
+        if (std::exchange(isFirst_, false)) throw std::bad_alloc();
+        RecordingConsole::print(text);
+    }
+
+  private:
+    bool isFirst_ = true;
+};
+
+TEST_F(FailingLog, WithoutMemoryForAReportTheLackOfItIsReported) {
+    NoMemoryForOneReport console;
+    platform_->console = &console;
+    KXLog::sharedController()->setFileHandle(throwing<int>());
+    append("lost");
+    platform_->console = &console_;
+    EXPECT_EQ(console.printed(), "Exception writing to log: std::bad_alloc\n");
+}
+
 // Fails wherever the log asks for anything of its files.
 class NoMemoryForFiles : public test::ForwardingFileManager {
   public:
