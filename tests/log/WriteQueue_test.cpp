@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <ctime>
 #include <future>
 #include <string>
 #include <thread>
@@ -45,6 +46,16 @@ TEST(WriteQueue, IsWokenByATextAfterALongRest) {
     std::this_thread::sleep_for(std::chrono::milliseconds(250));  // the worker sleeps deeply now
     queue->add("b");
     EXPECT_EQ(written.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+}
+
+TEST(WriteQueue, ARestingWorkerTakesNoProcessorTime) {
+    WriteQueue* const queue = WriteQueue::create([](std::string_view) {});
+    queue->add("a");
+    queue->waitUntilAllOperationsAreFinished();
+    std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    const std::clock_t before = std::clock();
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 20);
 }
 
 TEST(WriteQueue, TheWorkerWaitingForItselfReturnsAtOnce) {
