@@ -256,3 +256,10 @@ int failEachCall(const FaultScenario& scenario) {
 }
 
 }  // namespace quillmoor::test
+
+// A process of the loop need not linger for races that show as it ends: with hundreds of them that
+// comes to minutes.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() {
+    return "atexit_sleep_ms=0";
+}
