@@ -92,16 +92,18 @@ bool isDots(std::string_view name) {
     return name == "." || name == "..";
 }
 
-Identity identityOf(int item) {
+Identity identityOf(int item, std::string_view name) {
     struct stat info = {};
-    if (::fstat(item, &info) != 0) failWithErrno(".", "examined");
+    if (::fstat(item, &info) != 0) failWithErrno(name, "examined");
     return {info.st_dev, info.st_ino};
 }
 
 bool isItem(int folder, const std::string& name, int item) {
     struct stat info = {};
-    return ::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
-           Identity(info.st_dev, info.st_ino) == identityOf(item);
+    if (::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0)
+        return Identity(info.st_dev, info.st_ino) == identityOf(item, name);
+    if (errno != ENOENT) failWithErrno(name, "examined");
+    return false;
 }
 
 int FolderCache::open(std::string_view path) {

@@ -32,12 +32,12 @@ FolderStream streamOf(int folder);
 
 bool isDots(std::string_view name);
 
-// What distinguishes a file or folder from all others.
+// What distinguishes a file or folder from all others. `name` is for the Failure.
 using Identity = std::pair<dev_t, ino_t>;
-Identity identityOf(int item);
+Identity identityOf(int item, std::string_view name = ".");
 
 // `name` in `folder` is the open item, and not something else that was put in its place. False for
-// a link.
+// a link. Throws Failure where that cannot be seen.
 bool isItem(int folder, const std::string& name, int item);
 
 // Keeps the folder open that was asked for last, as neighbours mostly follow each other.

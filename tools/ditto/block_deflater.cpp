@@ -2,9 +2,8 @@
 
 #include <zlib.h>
 
-#include <algorithm>
+#include <exception>
 #include <new>
-#include <system_error>
 
 namespace quillmoor::ditto {
 namespace {
@@ -49,7 +48,7 @@ BlockDeflater::BlockDeflater(unsigned threads) {
     try {
         for (const auto& deflater : deflaters_)
             threads_.emplace_back([this, one = deflater.get()] { work(*one); });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         // Fewer threads do the work as well; without any there is no work.
         if (threads_.empty()) throw;
     }
@@ -68,6 +67,7 @@ BlockDeflater::~BlockDeflater() {
 void BlockDeflater::submit(Block& block) {
     {
         const std::lock_guard lock(mutex_);
+        block.finished = false;
         waiting_.push_back(&block);
     }
     submitted_.notify_one();
@@ -75,12 +75,7 @@ void BlockDeflater::submit(Block& block) {
 
 void BlockDeflater::wait(const Block& block) {
     std::unique_lock lock(mutex_);
-    auto at = finished_.end();
-    done_.wait(lock, [&] {
-        at = std::find(finished_.begin(), finished_.end(), &block);
-        return at != finished_.end();
-    });
-    finished_.erase(at);
+    done_.wait(lock, [&] { return block.finished; });
 }
 
 void BlockDeflater::work(Deflater& deflater) {
@@ -93,7 +88,7 @@ void BlockDeflater::work(Deflater& deflater) {
         lock.unlock();
         deflater.compress(block);
         lock.lock();
-        finished_.push_back(&block);
+        block.finished = true;
         done_.notify_one();
     }
 }

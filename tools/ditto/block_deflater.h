@@ -29,6 +29,7 @@ struct Block {
     std::size_t outputSize = 0;
     std::uint32_t crc = 0;  // of the input
     bool failed = false;
+    bool finished = false;  // between submit() and wait(): the deflater's
 
     std::string_view compressed() const {
         return {reinterpret_cast<const char*>(output.data()), outputSize};
@@ -57,7 +58,6 @@ class BlockDeflater {
     std::condition_variable submitted_;
     std::condition_variable done_;
     std::deque<Block*> waiting_;
-    std::vector<const Block*> finished_;
     bool ended_ = false;
     std::vector<std::unique_ptr<Deflater>> deflaters_;
     std::vector<std::thread> threads_;

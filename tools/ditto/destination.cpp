@@ -20,9 +20,10 @@ namespace {
 
 constexpr std::string_view kMark = ".ditto-";
 
+// What cannot be examined counts as there.
 bool existsAt(int folder, const std::string& name) {
     struct stat info = {};
-    return ::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+    return ::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT;
 }
 
 std::string withoutTrailingSlashes(std::string path) {
@@ -71,11 +72,10 @@ void Destination::makeParents(const std::string& path) {
     for (std::size_t end = 0; end < path.size();) {
         end = std::min(path.find('/', end + 1), path.size());
         const std::string part = path.substr(0, end);
-        if (::mkdir(part.c_str(), 0777 & ~umask_) == 0) {
-            madeFolders_.push_back(part);
-            continue;
-        }
+        madeFolders_.push_back(part);
+        if (::mkdir(part.c_str(), 0777 & ~umask_) == 0) continue;
         const int error = errno;
+        madeFolders_.pop_back();
         struct stat info = {};
         if (error != EEXIST && ::stat(part.c_str(), &info) != 0) failWithError(part, "made", error);
     }
@@ -142,24 +142,35 @@ void Destination::commit(const std::vector<std::string_view>& names) {
 }
 
 void Destination::moveUp(const std::vector<std::string_view>& names) {
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const std::string name(names[i]);
-        if (moveWithoutReplacing(stage_.get(), name, parent_.get(), name)) continue;
+    // Complete before the first move, which memory that runs out must not leave alone.
+    const std::vector<std::string> items(names.begin(), names.end());
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (moveWithoutReplacing(stage_.get(), items[i], parent_.get(), items[i])) continue;
         const int error = errno;
-        while (i-- > 0) {
-            const std::string moved(names[i]);
-            if (!moveWithoutReplacing(parent_.get(), moved, stage_.get(), moved))
-                failWithErrno(moved, "taken back");
-        }
-        failWithError(name, "put in its place", error);
+        takeBack(std::span(items).first(i));
+        failWithError(items[i], "put in its place", error);
     }
+}
+
+// As many as possible.
+void Destination::takeBack(std::span<const std::string> items) {
+    const std::string* kept = nullptr;
+    int error = 0;
+    for (const std::string& item : items) {
+        if (moveWithoutReplacing(parent_.get(), item, stage_.get(), item)) continue;
+        error = errno;
+        kept = &item;
+    }
+    if (kept != nullptr) failWithError(*kept, "taken back", error);
 }
 
 void Destination::rollBack() noexcept {
     if (committed_) return;
     removeStage();
     while (!madeFolders_.empty()) {
-        ::rmdir(madeFolders_.back().c_str());
+        // Another may use it by now.
+        if (::rmdir(madeFolders_.back().c_str()) != 0 && errno != ENOTEMPTY)
+            warnOfResidue(madeFolders_.back());
         madeFolders_.pop_back();
     }
 }
@@ -172,7 +183,7 @@ void Destination::removeStage() noexcept {
         std::fprintf(stderr, "ditto: %s\n", failure.what());
     }
     if (!stageName_.empty() && ::unlinkat(parent_.get(), stageName_.c_str(), AT_REMOVEDIR) != 0)
-        std::fprintf(stderr, "ditto: %s is left behind\n", printable(stageName_).c_str());
+        warnOfResidue(stageName_);
 }
 
 bool moveWithoutReplacing(int fromFolder, const std::string& from, int toFolder,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,6 +44,7 @@ class Destination {
     void makeStage();
     void requireOwnStage();
     void moveUp(const std::vector<std::string_view>& names);
+    void takeBack(std::span<const std::string> items);
     void removeStage() noexcept;
     void rollBack() noexcept;
 

@@ -1,6 +1,8 @@
 #include "tools/ditto/failure.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <exception>
 #include <system_error>
 
 #include "tools/ditto/text.h"
@@ -14,6 +16,14 @@ void failWithErrno(std::string_view path, std::string_view what) {
 void failWithError(std::string_view path, std::string_view what, int error) {
     throw Failure(quoted(path) + " couldn’t be " + std::string(what) + ": " +
                   std::generic_category().message(error));
+}
+
+void warnOfResidue(const std::string& name) noexcept {
+    try {
+        std::fprintf(stderr, "ditto: %s is left behind\n", printable(name).c_str());
+    } catch (const std::exception&) {
+        std::fputs("ditto: a temporary item is left behind\n", stderr);
+    }
 }
 
 }  // namespace quillmoor::ditto

@@ -15,4 +15,7 @@ class Failure : public std::runtime_error {
 [[noreturn]] void failWithErrno(std::string_view path, std::string_view what);
 [[noreturn]] void failWithError(std::string_view path, std::string_view what, int error);
 
+// Reports on standard error that something temporary could not be removed.
+void warnOfResidue(const std::string& name) noexcept;
+
 }  // namespace quillmoor::ditto

@@ -159,8 +159,9 @@ class Packer {
             block.last = last = block.size < block.input.size();
             block.dictionary = std::exchange(dictionary, {});
             if (!last) dictionary = {block.input.end() - kDictionarySize, block.input.end()};
-            deflater_.submit(block);
+            // A block outlives the deflater, whatever is thrown.
             jobs_.push_back(std::move(job));
+            deflater_.submit(block);
         }
     }
 

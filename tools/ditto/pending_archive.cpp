@@ -25,7 +25,8 @@ PendingArchive::PendingArchive(std::string path, unsigned umask)
 }
 
 PendingArchive::~PendingArchive() {
-    if (!temporaryName_.empty()) ::unlinkat(folder_.get(), temporaryName_.c_str(), 0);
+    if (!temporaryName_.empty() && ::unlinkat(folder_.get(), temporaryName_.c_str(), 0) != 0)
+        warnOfResidue(temporaryName_);
 }
 
 Place PendingArchive::place() const {
@@ -35,12 +36,14 @@ Place PendingArchive::place() const {
 }
 
 void PendingArchive::create() {
-    const std::string name = temporaryName(name_);
+    temporaryName_ = temporaryName(name_);
     file_ =
-        Descriptor(::openat(folder_.get(), name.c_str(),
+        Descriptor(::openat(folder_.get(), temporaryName_.c_str(),
                             O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666 & ~umask_));
-    if (!file_) failWithErrno(path_, "made");
-    temporaryName_ = name;
+    if (file_) return;
+    const int error = errno;
+    temporaryName_.clear();
+    failWithError(path_, "made", error);
 }
 
 void PendingArchive::putInPlace() {

@@ -103,8 +103,8 @@ std::vector<SourceItem> SourceTree::itemsIn(const std::string& path) const {
 
 bool SourceTree::isArchivesFolder(int folder) const {
     struct stat info = {};
-    return ::fstat(folder, &info) == 0 && info.st_dev == archive_.device &&
-           info.st_ino == archive_.folder;
+    if (::fstat(folder, &info) != 0) failWithErrno(".", "examined");
+    return info.st_dev == archive_.device && info.st_ino == archive_.folder;
 }
 
 }  // namespace quillmoor::ditto

@@ -48,7 +48,7 @@ class FileTeam {
         const auto count = std::min<std::size_t>(threadCount(), files_.size());
         try {
             while (others.size() + 1 < count) others.emplace_back([this] { work(); });
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) {
             // Fewer threads do the work as well.
         }
         work();
