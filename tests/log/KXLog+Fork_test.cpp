@@ -3,6 +3,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <thread>
+#include <vector>
+
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {
@@ -23,6 +29,18 @@ SlowSetUp& slowSetUp() {
     return *slow;
 }
 
+// The status of a child that does `body` and ends, with 0 if that is true.
+int statusOfChild(const std::function<bool()>& body) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(30);
+        ::_exit(body() ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return status;
+}
+
 TEST(ForkDuringTheFirstLogCall, ItsChildLogsNothingAndEnds) {
     const test::TempFolder home;
     test::ScopedPlatform platform;
@@ -30,17 +48,13 @@ TEST(ForkDuringTheFirstLogCall, ItsChildLogsNothingAndEnds) {
     std::thread caller([] { KXLog::sharedController(); });
     slowSetUp().gate.waitForSomebody();
     ASSERT_EQ(::pthread_atfork([] { slowSetUp().gate.open(); }, nullptr, nullptr), 0);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::alarm(30);
+    const int status = statusOfChild([] {
         KXLog::appendLog("from the child");
         KXLog::appendLogAndPrint(" ");
         KXLog::createNewLog();
         KXLog::finishWriting();
-        ::_exit(KXLog::sharedController()->writeQueue() == nullptr ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
+        return KXLog::sharedController()->writeQueue() == nullptr;
+    });
     EXPECT_EQ(status, 0);
     caller.join();
     EXPECT_NE(KXLog::sharedController()->writeQueue(), nullptr);
@@ -52,15 +66,55 @@ using LogOfAForkedChild = test::LogTest;
 TEST_F(LogOfAForkedChild, StartsNoNewFile) {
     KXLog::createNewLog();
     KXLog::finishWriting();
-    const pid_t child = ::fork();
-    if (child == 0) {
+    const int status = statusOfChild([] {
         KXLog::createNewLog();
-        ::_exit(KXLog::sharedController()->fileHandle() != nullptr ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
+        return KXLog::sharedController()->fileHandle() != nullptr;
+    });
     EXPECT_EQ(status, 0);
     EXPECT_FALSE(test::somethingAt(logPath(2)));
+}
+
+TEST_F(LogOfAForkedChild, WithoutItsInstanceDoesNothing) {
+    static KXLog* const taken = KXLog::allocWithZone();  // kept, for nobody can release it
+    EXPECT_NE(taken, nullptr);
+    EXPECT_EQ(KXLog::sharedController(), nullptr);
+    const int status = statusOfChild([] {
+        KXLog::appendLog("lost");
+        return KXLog::sharedController() == nullptr;
+    });
+    EXPECT_EQ(status, 0);
+}
+
+// Sets the log up only once all threads have asked for it.
+class AwaitedSetUp : public test::ForwardingMainThread {
+  public:
+    static constexpr int kThreads = 8;
+    std::atomic<int> asking{0};
+    void addTerminationObserver(void (*)()) override {
+        while (asking < kThreads) std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+};
+
+// Each of the threads has registered for forks.
+TEST_F(LogOfAForkedChild, IsDroppedOnceThoughManyThreadsMadeTheFirstCall) {
+    static AwaitedSetUp setUp;
+    platform_->mainThread = &setUp;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < AwaitedSetUp::kThreads; ++i)
+        threads.emplace_back([] {
+            ++setUp.asking;
+            KXLog::sharedController();
+        });
+    for (std::thread& thread : threads) thread.join();
+    ::alarm(60);  // a fork that waits for itself would never end
+    const int status =
+        statusOfChild([] { return KXLog::sharedController()->writeQueue() == nullptr; });
+    ::alarm(0);
+    EXPECT_EQ(status, 0);
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(logPath(1)).size(), 4U);
 }
 
 }  // namespace
