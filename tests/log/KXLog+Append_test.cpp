@@ -1,3 +1,5 @@
+#include <malloc.h>
+
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -549,6 +551,23 @@ TEST_F(OpenLog, AMessageLongerThanABlockOfTheQueueIsWhole) {
     const std::string text = std::string(300'000, 'a') + "z";
     onAnotherThread([&] { KXLog::appendLog("%@", text); });
     EXPECT_EQ(written(), StringList{text});
+}
+
+std::size_t bytesAllocated() {
+    const struct mallinfo2 info = ::mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+// The worker frees the last of it just after it has counted the message as written.
+TEST_F(OpenLog, AVeryLongMessageLeavesItsMemoryToOthers) {
+    constexpr std::size_t kBytes = 64UL << 20;
+    const std::size_t before = bytesAllocated();
+    KXLog::fastAppendLog("%@", std::string(kBytes, 'a'));
+    KXLog::finishWriting();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (bytesAllocated() > before + kBytes / 2 && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+    EXPECT_LT(bytesAllocated(), before + kBytes / 2);
 }
 
 }  // namespace
