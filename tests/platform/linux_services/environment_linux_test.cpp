@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <string>
+
 #include "platform/posix/users_posix.h"
 #include "tests/platform/linux_services/scoped_environment.h"
 
@@ -38,6 +40,16 @@ TEST(Environment, WithoutAnAbsoluteHomeThePasswordDatabaseSpeaks) {
         const ScopedEnvironment home("HOME", value);
         EXPECT_EQ(homeOfThisProcess(), user->home);
     }
+}
+
+TEST(RootEnvironment, WhomTheDatabaseDoesNotKnowIsAtHomeInTheRootFolder) {
+    if (::getuid() != 0) GTEST_SKIP() << "for the super-user, who can become anybody";
+    constexpr uid_t kUnknown = 4242424;
+    const ScopedEnvironment home("HOME", nullptr);
+    ASSERT_EQ(::seteuid(kUnknown), 0);
+    const std::string found = homeOfThisProcess();
+    ASSERT_EQ(::seteuid(0), 0);
+    EXPECT_EQ(found, "/");
 }
 
 TEST(Environment, AListOfFoldersLeavesOutWhatIsNotAbsolute) {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <span>
+#include <string>
 
 #include "platform/platform.h"
 #include "platform/posix/users_posix.h"
@@ -62,6 +63,21 @@ TEST(LinuxLocations, TheUserIsTheOneThatTheProcessRunsFor) {
     const ScopedEnvironment user("USER", "somebody else");
     const ScopedEnvironment sudo("SUDO_USER", "somebody else");
     EXPECT_EQ(locations().userName(), posix::userWithId(::geteuid())->name);
+}
+
+TEST(RootLocations, WhomTheDatabaseDoesNotKnowIsCalledAsTheEnvironmentSaysElseByNumber) {
+    if (::getuid() != 0) GTEST_SKIP() << "for the super-user, who can become anybody";
+    constexpr uid_t kUnknown = 4242424;
+    const auto nameWith = [](const char* value) {
+        const ScopedEnvironment user("USER", value);
+        EXPECT_EQ(::seteuid(kUnknown), 0);
+        const std::string name = locations().userName();
+        EXPECT_EQ(::seteuid(0), 0);
+        return name;
+    };
+    EXPECT_EQ(nameWith("somebody"), "somebody");
+    EXPECT_EQ(nameWith(""), "4242424");
+    EXPECT_EQ(nameWith(nullptr), "4242424");
 }
 
 TEST(LinuxLocations, WithoutANameTheHomeIsTheSuperUsers) {
