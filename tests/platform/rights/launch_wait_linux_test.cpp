@@ -4,10 +4,12 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/platform/rights/rights_fixtures.h"
 
@@ -125,6 +127,63 @@ TEST(IsReadableTest, IsTrueForTextAndForItsEnd) {
     pipe.write.reset();
     EXPECT_TRUE(isReadable(pipe.read.get(), soon));
     EXPECT_EQ(readPiece(pipe.read.get()), std::nullopt);
+}
+
+// What the calls below still answer with before the system's own is asked, from the first on: a
+// number of bytes or descriptors, or a negated error.
+std::vector<int> given;
+
+bool nextGiven(int& result) {
+    if (given.empty()) return false;
+    result = given.front();
+    given.erase(given.begin());
+    if (result < 0) errno = -std::exchange(result, -1);
+    return true;
+}
+
+void giveResults(posix::SystemCalls& table) {
+    table.poll = [](pollfd* polled, nfds_t count, int milliseconds) {
+        int result = 0;
+        if (nextGiven(result)) return result;
+        return posix::nativeSystemCalls().poll(polled, count, milliseconds);
+    };
+    table.read = [](int file, void* buffer, std::size_t size) -> ssize_t {
+        int result = 0;
+        if (nextGiven(result)) return result;
+        return posix::nativeSystemCalls().read(file, buffer, size);
+    };
+}
+
+class InterruptedTest : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_EQ(::write(pipe_.write.get(), "x", 1), 1); }
+    void TearDown() override { given.clear(); }
+
+    Pipe pipe_ = Pipe::open();
+    const test::ChangedCalls calls_{giveResults};
+};
+
+TEST_F(InterruptedTest, CallsAreMadeAgain) {
+    given = {-EINTR, -EINTR};
+    EXPECT_TRUE(isReadable(pipe_.read.get(), std::chrono::milliseconds(0)));
+    given = {-EINTR, -EINTR};
+    EXPECT_EQ(readPiece(pipe_.read.get()), "x");
+}
+
+TEST_F(InterruptedTest, FailingCallsAreNotMadeAgain) {
+    given = {-EIO};
+    EXPECT_FALSE(isReadable(pipe_.read.get(), std::chrono::milliseconds(0)));
+    given = {-EIO};
+    EXPECT_EQ(readPiece(pipe_.read.get()), std::nullopt);
+}
+
+TEST_F(InterruptedTest, AnEarlierInterruptionIsNotTheEnds) {
+    given = {0};
+    errno = EINTR;
+    EXPECT_FALSE(isReadable(pipe_.read.get(), std::chrono::milliseconds(0)));
+    given = {0};
+    errno = EINTR;
+    EXPECT_EQ(readPiece(pipe_.read.get()), std::nullopt);
 }
 
 }  // namespace
