@@ -234,6 +234,15 @@ TEST_F(FailingLog, WithoutMemoryForItsNameNoLogIsStartedUnderAnother) {
     platform_->bundles = &bundles_;
 }
 
+TEST_F(FailingLog, WithoutMemoryForItsNameItHasNoneForTheMoment) {
+    NoMemoryForOneName bundles;
+    platform_->bundles = &bundles;
+    EXPECT_EQ(KXLog::sharedController()->appName(), std::nullopt);
+    EXPECT_EQ(console_.printed(), "Exception writing to log: std::bad_alloc\n");
+    EXPECT_EQ(KXLog::sharedController()->appName(), "Host");
+    platform_->bundles = &bundles_;
+}
+
 class UnseenFiles : public test::ForwardingFileManager {
   public:
     bool fileExists(const std::string& path) override {
@@ -319,10 +328,13 @@ TEST_F(FailingLog, WithoutMemoryForANewFileTheProgramGoesOnWithoutALog) {
     NoMemoryForFiles files;
     platform_->fileManager = &files;
     KXLog::createNewLog();
+    EXPECT_EQ(console_.printed(), "Exception writing to log: std::bad_alloc\n");
     EXPECT_TRUE(KXLog::availableLogs().empty());
+    EXPECT_EQ(console_.printed(),
+              "Exception writing to log: std::bad_alloc\n"
+              "Exception writing to log: std::bad_alloc\n");
     platform_->fileManager = platform::native().fileManager;
     EXPECT_EQ(KXLog::sharedController()->fileHandle(), nullptr);
-    EXPECT_THAT(console_.printed(), HasSubstr("Exception writing to log: std::bad_alloc\n"));
 }
 
 TEST_F(FailingLog, WithoutMemoryForTheNextGenerationTheWorkerGoesOn) {
@@ -349,6 +361,7 @@ TEST_F(FirstLogCall, WithoutMemoryForTheObserverStillLogs) {
     KXLog::appendLog("line");
     KXLog::finishWriting();
     EXPECT_EQ(messages(logPath(1)).back(), "line");
+    EXPECT_EQ(console_.printed(), "Exception writing to log: std::bad_alloc\n");
 }
 
 class NoMemoryForThreads : public test::ForwardingMainThread {
@@ -376,6 +389,21 @@ TEST_F(FailingLog, AFileThatCannotBeClosedDoesNotKeepTheLogFromItsEnd) {
     KXLog::willTerminate();
     EXPECT_EQ(log->fileHandle(), nullptr);
     EXPECT_EQ(console_.printed(), "Exception writing to log: cannot be closed\n");
+}
+
+class KeptObservers : public test::ForwardingMainThread {
+  public:
+    void removeTerminationObserver(void (*)()) override {
+        throw platform::Exception("Bad", "cannot be removed");
+    }
+};
+
+TEST_F(FailingLog, AnObserverThatCannotBeRemovedDoesNotKeepTheLogFromItsEnd) {
+    static KeptObservers mainThread;
+    platform_->mainThread = &mainThread;
+    KXLog::willTerminate();
+    EXPECT_EQ(KXLog::sharedController()->fileHandle(), nullptr);
+    EXPECT_EQ(console_.printed(), "Exception writing to log: cannot be removed\n");
 }
 
 // Another process, or another copy of the library in this one, that has the same file open.
