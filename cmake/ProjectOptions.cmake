@@ -30,6 +30,9 @@ target_compile_options(kx_options INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
 target_link_libraries(kx_options INTERFACE Threads::Threads)
 
+# What is linked does not depend on the compiler, which may have this by default or not.
+target_link_options(kx_options INTERFACE -Wl,--as-needed)
+
 # Hardening; scripts/check-hardening reads it from what was built. A sanitizer has checks of its own.
 check_pie_supported(LANGUAGES C CXX)
 target_link_options(kx_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
