@@ -279,6 +279,10 @@ class MeetingFiles : public test::ForwardingFileManager {
         EXPECT_TRUE(met);
         return ForwardingFileManager::createDirectoryWithIntermediates(path);
     }
+    int made() {
+        const std::lock_guard guard(lock_);
+        return inside_;
+    }
 
   private:
     std::mutex lock_;
@@ -294,6 +298,7 @@ TEST_F(KXLogFiles, TwoStartsAtOnceDoNotWaitForEachOther) {
     other.join();
     KXLog::finishWriting();
     platform_->fileManager = platform::native().fileManager;
+    EXPECT_EQ(files.made(), 2);
 }
 
 // Lets so many writes through, then holds.
