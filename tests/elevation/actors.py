@@ -19,9 +19,10 @@ TOOL_FAILED = -60031
 
 class Probe:
     """The client, as an ordinary user, with a terminal of its own if it is given one. It is spoken
-    to through pipes, which other processes of its user can read, or through a socket."""
+    to through pipes, which other processes of its user can read, or through a socket. Its console
+    is this one's, or the file `errors`."""
 
-    def __init__(self, user, terminal=None, ignore_children=False, on_socket=False):
+    def __init__(self, user, terminal=None, ignore_children=False, on_socket=False, errors=None):
         def take_terminal():
             if terminal is not None:
                 fcntl.ioctl(terminal.slave, termios.TIOCSCTTY, 0)
@@ -33,7 +34,8 @@ class Probe:
             ends = [(theirs, ours), (os.dup(ours), os.dup(theirs))]
         (child_input, ours_out), (ours_in, child_output) = ends
         self.process = subprocess.Popen(as_user(user) + program, stdin=child_input,
-                                        stdout=child_output, start_new_session=True,
+                                        stdout=child_output, stderr=errors,
+                                        start_new_session=True,
                                         preexec_fn=take_terminal)
         os.close(child_input)
         os.close(child_output)

@@ -15,9 +15,10 @@ from cases_same_user import same_user
 from cases_secrets import secrets
 from cases_speed import speed
 from cases_sudo import sudo
+from cases_trash import trash
 from cases_waiting import waiting
 
 GROUPS = {"speed": speed, "credentials": credentials, "agents": agents, "dialog": dialog,
           "sudo": sudo, "waiting": waiting, "secrets": secrets, "hidden": hidden, "many": many,
           "files": files, "folders": folders, "fallbacks": fallbacks, "guard": guard,
-          "record": record, "same-user": same_user, **cases_attacks.GROUPS}
+          "record": record, "trash": trash, "same-user": same_user, **cases_attacks.GROUPS}
