@@ -135,16 +135,12 @@ OptionalPath realPath(const std::string& path) {
     return isThere ? OptionalPath(real) : std::nullopt;
 }
 
-// Where the path leads. What is behind a folder that this process may not search is taken as it is
-// spelled; nil when nothing is there, as far as can be told.
-OptionalPath realPathAsFarAsSeen(std::string path) {
-    std::string unseen;
+// Where the path leads, as far as this process can see: what is behind a folder that it may not
+// search is in that folder. nil when nothing is there, or when the rest leads out again.
+OptionalPath nearestRealPath(std::string path) {
     for (;;) {
-        if (const OptionalPath real = realPath(path)) return *real + unseen;
-        if (errno != EACCES) return std::nullopt;
-        const std::string name = lastPathComponent(path);
-        if (!isOneName(name)) return std::nullopt;
-        unseen.insert(0, name).insert(0, 1, '/');
+        if (OptionalPath real = realPath(path)) return real;
+        if (errno != EACCES || !isOneName(lastPathComponent(path))) return std::nullopt;
         path = deleteLastPathComponent(path);
     }
 }
@@ -160,7 +156,7 @@ bool staysInHome(const std::string& home, const std::string& path) {
     const std::string spelled(target, static_cast<std::size_t>(size));
     const OptionalPath inside = realPath(home);
     const OptionalPath real =
-        realPathAsFarAsSeen(spelled.starts_with('/') ? spelled : home + "/" + spelled);
+        nearestRealPath(spelled.starts_with('/') ? spelled : home + "/" + spelled);
     return inside && real && real->starts_with(*inside + "/");
 }
 

@@ -177,8 +177,10 @@ TEST_F(ForeignTrash, ThatIsClosedIsReachedByTheLinkThatWasThere) {
 
 TEST_F(ForeignTrash, ThatIsClosedIsRefusedWhereItsPathLeadsOut) {
     folder_.makeFolder("closed/inside");
-    for (const char* target : {"../closed", "../closed/inside", "/", "..", ".", "nowhere",
-                               ".local/share/Trash/../../../../closed"}) {
+    for (const char* target :
+         {"../closed", "../closed/inside", "/", "..", ".", "nowhere", ".local/nowhere",
+          ".local/share/Trash/../../../../closed", ".local/share/Trash/files/../../../../../closed",
+          ".local/share/Trash/files/..", ".local/share/Trash/files/."}) {
         std::filesystem::remove(destination_);
         folder_.makeLink("home/.Trash", target);
         ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
