@@ -202,6 +202,25 @@ TEST(ToolStream, IsNoneWhereNoDescriptorsAreLeftAndNoToolRuns) {
     EXPECT_FALSE(openToolPipes().has_value());
 }
 
+TEST(ToolStream, OpeningIsTriedForFiveSecondsWhileToolsRun) {
+    auto running = openToolPipes();
+    ASSERT_TRUE(running);
+    running->stream.reset();
+    static int waited;
+    waited = 0;
+    const test::ChangedCalls calls([](posix::SystemCalls& table) {
+        table.poll = [](pollfd*, nfds_t, int milliseconds) {
+            waited += milliseconds;
+            return 0;
+        };
+    });
+    EXPECT_FALSE(openWithRoom([] {
+        errno = EMFILE;
+        return false;
+    }));
+    EXPECT_EQ(waited, 5000);
+}
+
 TEST(ToolStream, OpeningIsNotTriedAgainForAnotherReason) {
     int tries = 0;
     EXPECT_FALSE(openWithRoom([&tries] {
