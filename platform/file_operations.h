@@ -62,8 +62,9 @@ class FileOperations {
     // `FSPathCopyObjectAsync`: starts copying `source` into `folder` under `name`, once for each
     // operation, and returns. What stands there is not replaced. The callback hears of each stage
     // and, while it runs, about once in `interval`; the last report is always one of the stage
-    // Complete. The callback is kept until then. After a failure or a cancellation nothing stands
-    // at the destination that was not there before.
+    // Complete; other reports are left out when memory is short. The callback is kept until then.
+    // After a failure or a cancellation nothing stands at the destination that was not there
+    // before.
     virtual std::int32_t copy(const FileOperationRef& operation, const std::string& source,
                               const std::string& folder, const std::string& name,
                               FileOperationCallback callback,

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
+#include <list>
 
 namespace quillmoor::platform {
 
@@ -10,12 +12,21 @@ namespace quillmoor::platform {
 // panel is up goes to the default mode only.
 enum class RunLoopMode { Default, ModalPanel };
 
-// Everything but post() belongs to the main thread, which is the process's first.
+// Everything that does not post belongs to the main thread, which is the process's first.
 class MainRunLoop {
   public:
     // Queues `function` for the modes; it runs once. From any thread.
     static void postToAllModes(std::function<void()> function);
     static void postToDefaultMode(std::function<void()> function);
+
+    // The same for the default mode in two steps, of which the second cannot fail.
+    struct Item {
+        std::function<void()> function;
+        bool alsoModal = false;
+        std::uint64_t number = 0;  // the run loop's
+    };
+    static std::list<Item> prepareForDefaultMode(std::function<void()> function);
+    static void post(std::list<Item> prepared) noexcept;
 
     // Runs what is queued for `mode`, and what is queued meanwhile, until `until`. The mode is on
     // top of the stack of modes as long as that lasts; calls may nest.

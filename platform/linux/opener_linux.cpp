@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <exception>
 #include <filesystem>
 #include <future>
 #include <memory>
@@ -76,6 +77,15 @@ std::optional<pid_t> spawn(const std::string& program, const StringList& argumen
     return child;
 }
 
+// On a thread that nothing may leave.
+std::optional<pid_t> spawnOrNone(const std::string& program, const StringList& arguments) noexcept {
+    try {
+        return spawn(program, arguments);
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
 // In a program that ignores the end of its children there is nothing left to reap; that is as good.
 void reap(pid_t child) {
     while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
@@ -117,7 +127,7 @@ bool startOnItsOwn(const std::string& program, const StringList& arguments) {
     try {
         // The thread comes first: a program that is started is reaped.
         current().mainThread->detachNewThread([started, program, arguments] {
-            const std::optional<pid_t> child = spawn(program, arguments);
+            const std::optional<pid_t> child = spawnOrNone(program, arguments);
             started->set_value(child.has_value());
             if (child) reap(*child);
         });

@@ -4,7 +4,9 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
+#include <list>
 #include <mutex>
+#include <new>
 #include <stop_token>
 #include <system_error>
 #include <utility>
@@ -59,9 +61,21 @@ class PosixFileOperation final : public FileOperation,
         if (!scheduled_ || started_.exchange(true)) return kParameterError;
         work_ = std::move(work);
         try {
-            MainRunLoop::descriptor(RunLoopMode::Default);  // it is there before it is needed
-            nativeMainThread()->detachNewThread([self = shared_from_this()] { self->run(); });
+            // The last report arrives even when there is no memory at the end of the copy.
+            Prepared last = MainRunLoop::prepareForDefaultMode(
+                [self = shared_from_this(),
+                 report = reportOf(FileOperationStage::Complete)]() mutable {
+                    report.error = self->status_;
+                    self->deliver(report);
+                });
+            nativeMainThread()->detachNewThread(
+                [self = shared_from_this(), last = std::move(last)]() mutable {
+                    self->run(std::move(last));
+                });
         } catch (const Exception&) {
+            work_ = {};
+            return kNoMemory;
+        } catch (const std::bad_alloc&) {
             work_ = {};
             return kNoMemory;
         }
@@ -74,15 +88,25 @@ class PosixFileOperation final : public FileOperation,
     }
 
   private:
-    void run() {
+    using Prepared = std::list<MainRunLoop::Item>;
+
+    void run(Prepared last) {
         report(FileOperationStage::Preflighting);
         report(FileOperationStage::Running);
         start_ = steady_clock::now();
         posix::Thread watcher = startWatching();
-        const Outcome copied =
-            nativeFileTree()->copy(work_.source, work_.destination, &progress_, stop_.get_token());
+        status_ = copy();
         endWatching(watcher);
-        report(FileOperationStage::Complete, statusOf(copied));
+        MainRunLoop::post(std::move(last));
+    }
+
+    std::int32_t copy() {
+        try {
+            return statusOf(nativeFileTree()->copy(work_.source, work_.destination, &progress_,
+                                                   stop_.get_token()));
+        } catch (const std::bad_alloc&) {
+            return kNoMemory;
+        }
     }
 
     // Without a second thread the copy goes on all the same, and tells less.
@@ -90,6 +114,8 @@ class PosixFileOperation final : public FileOperation,
         try {
             return posix::Thread([this] { watch(); });
         } catch (const std::system_error&) {
+            return {};
+        } catch (const std::bad_alloc&) {
             return {};
         }
     }
@@ -110,13 +136,19 @@ class PosixFileOperation final : public FileOperation,
             lock.unlock();
             // While the main thread is elsewhere one status is kept for it, not one for each
             // second.
-            if (!statusIsQueued_.exchange(true)) {
-                FileOperationStatus status = currentStatus();
-                // A count that was broken off is none.
-                if (counting_.stop_requested()) return;
-                report(FileOperationStage::Running, 0, std::move(status));
-            }
+            if (!statusIsQueued_.exchange(true)) reportStatus();
             lock.lock();
+        }
+    }
+
+    void reportStatus() {
+        try {
+            FileOperationStatus status = currentStatus();
+            // A count that was broken off is none.
+            if (!counting_.stop_requested())
+                post(reportOf(FileOperationStage::Running, std::move(status)));
+        } catch (const std::bad_alloc&) {
+            statusIsQueued_ = false;
         }
     }
 
@@ -137,12 +169,22 @@ class PosixFileOperation final : public FileOperation,
                 {kFSOperationThroughputKey, bytes / passed.count()}};
     }
 
-    void report(FileOperationStage stage, std::int32_t error = 0,
-                std::optional<FileOperationStatus> status = std::nullopt) {
+    // A stage that there is no memory for is not reported.
+    void report(FileOperationStage stage) {
+        try {
+            post(reportOf(stage));
+        } catch (const std::bad_alloc&) {
+        }
+    }
+
+    void post(FileOperationReport report) {
         MainRunLoop::postToDefaultMode(
-            [self = shared_from_this(),
-             report = FileOperationReport{shared_from_this(), work_.source, stage, error,
-                                          std::move(status)}] { self->deliver(report); });
+            [self = shared_from_this(), report = std::move(report)] { self->deliver(report); });
+    }
+
+    FileOperationReport reportOf(FileOperationStage stage,
+                                 std::optional<FileOperationStatus> status = std::nullopt) {
+        return {shared_from_this(), work_.source, stage, 0, std::move(status)};
     }
 
     // On the main thread.
@@ -160,6 +202,7 @@ class PosixFileOperation final : public FileOperation,
     std::stop_source stop_;
     std::stop_source counting_;  // of the whole
     Work work_;                  // set before the worker starts; the callback is the main thread's
+    std::int32_t status_ = 0;    // the worker's until it posts the last report
     TreeProgress progress_;
     steady_clock::time_point start_;
     std::optional<TreeCount> total_;  // the watcher's

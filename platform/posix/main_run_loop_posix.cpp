@@ -22,19 +22,15 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// Everything queued is for the default mode; some of it is for the modal panel mode as well.
-struct Item {
-    std::function<void()> function;
-    bool alsoModal = false;
-    std::uint64_t number = 0;  // rises from item to item
-};
+using Item = MainRunLoop::Item;
 
+// Everything queued is for the default mode; some of it is for the modal panel mode as well. The
+// numbers rise from item to item.
 class Queue {
   public:
-    void post(std::function<void()> function, bool alsoModal) {
-        std::list<Item> made;
-        made.push_back({std::move(function), alsoModal, 0});
+    void post(std::list<Item> made) {
         const std::lock_guard lock(mutex_);
+        const bool alsoModal = made.front().alsoModal;
         made.front().number = ++lastNumber_;
         items_.splice(items_.end(), made);
         if (items_.size() == 1) default_.signal();
@@ -119,6 +115,12 @@ int pollOrPause(pollfd* polled, nfds_t count, int longest) {
     return readable;
 }
 
+std::list<Item> prepare(std::function<void()> function, bool alsoModal) {
+    std::list<Item> made;
+    made.push_back({std::move(function), alsoModal, 0});
+    return made;
+}
+
 // -1 when there are no descriptors for it: then nothing can have been posted either.
 int descriptorOfDefaultMode() {
     try {
@@ -131,11 +133,20 @@ int descriptorOfDefaultMode() {
 }  // namespace
 
 void MainRunLoop::postToAllModes(std::function<void()> function) {
-    queue().post(std::move(function), true);
+    queue().post(prepare(std::move(function), true));
 }
 
 void MainRunLoop::postToDefaultMode(std::function<void()> function) {
-    queue().post(std::move(function), false);
+    queue().post(prepare(std::move(function), false));
+}
+
+std::list<MainRunLoop::Item> MainRunLoop::prepareForDefaultMode(std::function<void()> function) {
+    descriptor(RunLoopMode::Default);  // it is there before it is needed
+    return prepare(std::move(function), false);
+}
+
+void MainRunLoop::post(std::list<Item> prepared) noexcept {
+    queue().post(std::move(prepared));
 }
 
 int MainRunLoop::descriptor(RunLoopMode mode) {

@@ -1,10 +1,8 @@
 #include "tests/faults/fault_injection.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -13,6 +11,7 @@
 #include <type_traits>
 
 #include "platform/posix/system_calls_posix.h"
+#include "tests/support/failed_call.h"
 
 namespace quillmoor::test {
 namespace {
@@ -44,7 +43,7 @@ Fault fault{};
 std::array<std::atomic<int>, kTroubles.size()> callsOf{};
 std::atomic<bool> hasHappened{false};
 std::atomic<const char*> firstCall{""};
-thread_local bool countsAllocations = false;
+thread_local bool isTheTests = false;  // what this thread allocates
 
 // Counts a call for one trouble; true when it is to fail with it.
 bool hits(Trouble trouble, const char* call) {
@@ -90,30 +89,7 @@ Troubles narrowed(Troubles possible, Transfer, int descriptor, const void*, std:
     return isEvent ? possible & kInterrupted : possible;
 }
 
-template <auto First, auto Second>
-constexpr bool isSame = false;
-template <auto Member>
-constexpr bool isSame<Member, Member> = true;
-template <auto Member, auto... Others>
-constexpr bool isOneOf = (isSame<Member, Others> || ...);
-
 using Calls = SystemCalls;
-
-template <auto Member, typename Result, typename... Arguments>
-Result failed(int error, Arguments... arguments) {
-    // The descriptor is closed all the same.
-    if constexpr (isSame<Member, &Calls::close>) ::close(arguments...);
-    // There is no other error for a thread that cannot be had.
-    if constexpr (isSame<Member, &Calls::pthread_create>) return EAGAIN;
-    if constexpr (isSame<Member, &Calls::posix_spawn>) return error;
-    errno = error;
-    if constexpr (isOneOf<Member, &Calls::mmap, &Calls::mremap>)
-        return MAP_FAILED;
-    else if constexpr (std::is_pointer_v<Result>)
-        return nullptr;
-    else
-        return -1;
-}
 
 // A name as a template's argument.
 template <std::size_t Size>
@@ -135,7 +111,7 @@ struct Wrapper<Member, kName, kPossible, Narrow, Result (*)(Arguments...)> {
         if constexpr (!std::is_void_v<Narrow>)
             possible = narrowed(kPossible, Narrow{}, arguments...);
         if (const int error = errorFor(possible, kName.text))
-            return failed<Member, Result>(error, arguments...);
+            return failedCall<Member, Result>(error, arguments...);
         // The table below may be the test's own guard.
         const NotCounted notCounted;
         return (next->*Member)(arguments...);
@@ -241,7 +217,8 @@ SystemCalls wrapped() {
 const SystemCalls failingCalls = wrapped();
 
 bool allocationFails() {
-    return countsAllocations && hits(Trouble::NoAllocation, "operator new");
+    return isArmed.load(std::memory_order_acquire) && !isTheTests &&
+           hits(Trouble::NoAllocation, "operator new");
 }
 
 }  // namespace
@@ -265,12 +242,10 @@ FaultInjection::FaultInjection(const std::optional<Fault>& wanted) {
     firstCall = "";
     next = platform::posix::exchangeSystemCalls(&failingCalls);
     isArmed.store(true, std::memory_order_release);
-    countsAllocations = true;
 }
 
 // The table stays: a thread of the operation's may be inside a call.
 FaultInjection::~FaultInjection() {
-    countsAllocations = false;
     isArmed.store(false, std::memory_order_release);
     platform::posix::exchangeSystemCalls(next);
 }
@@ -289,12 +264,12 @@ CallCounts FaultInjection::counts() {
     return result;
 }
 
-NotCounted::NotCounted() : before_(countsAllocations) {
-    countsAllocations = false;
+NotCounted::NotCounted() : before_(isTheTests) {
+    isTheTests = true;
 }
 
 NotCounted::~NotCounted() {
-    countsAllocations = before_;
+    isTheTests = before_;
 }
 
 }  // namespace quillmoor::test

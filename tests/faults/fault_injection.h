@@ -20,8 +20,7 @@ enum class Lasting {
     FromThenOn  // that call and every one after it
 };
 
-// The `nth` call, counting from 1, of those that can be hit. System calls count on any thread,
-// allocations on the thread that injects the fault alone.
+// The `nth` call, counting from 1, of those that can be hit, on any thread.
 struct Fault {
     Trouble trouble;
     Lasting lasting;

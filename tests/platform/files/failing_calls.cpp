@@ -1,13 +1,10 @@
 #include "tests/platform/files/failing_calls.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <cerrno>
 #include <type_traits>
 
 #include "platform/posix/system_calls_posix.h"
+#include "tests/support/failed_call.h"
 
 namespace quillmoor::test {
 namespace {
@@ -20,30 +17,9 @@ int failingCall = 0;
 int failingError = 0;
 Failing howOften = Failing::Once;
 
-template <auto First, auto Second>
-constexpr bool isSame = false;
-template <auto Member>
-constexpr bool isSame<Member, Member> = true;
-template <auto Member, auto... Others>
-constexpr bool isOneOf = (isSame<Member, Others> || ...);
-
 bool isToFail() {
     const int number = ++count;
     return howOften == Failing::Once ? number == failingCall : number >= failingCall;
-}
-
-template <auto Member, typename Result, typename... Arguments>
-Result failure(Arguments... arguments) {
-    if constexpr (isOneOf<Member, &SystemCalls::close>) ::close(arguments...);
-    if constexpr (isOneOf<Member, &SystemCalls::posix_spawn, &SystemCalls::pthread_create>)
-        return failingError;
-    errno = failingError;
-    if constexpr (isOneOf<Member, &SystemCalls::mmap, &SystemCalls::mremap>)
-        return MAP_FAILED;
-    else if constexpr (std::is_pointer_v<Result>)
-        return nullptr;
-    else
-        return -1;
 }
 
 template <auto Member, typename Function>
@@ -52,7 +28,7 @@ template <auto Member, typename Result, typename... Arguments>
 struct Wrapper<Member, Result (*)(Arguments...)> {
     static Result call(Arguments... arguments) {
         if (!isToFail()) return (next->*Member)(arguments...);
-        return failure<Member, Result>(arguments...);
+        return failedCall<Member, Result>(failingError, arguments...);
     }
 };
 
