@@ -126,7 +126,7 @@ class BinaryMeasure {
         Object object{byteAt(at) >> 4, byteAt(at) & 0x0F, at + 1};
         const bool counted = object.kind >= 0x4 && object.kind != 0x8;
         if (!counted || object.count != 0x0F) return object;
-        if (object.contents >= table_) return std::nullopt;
+        // At the table's own begin there still is a byte, and no room for a count.
         const std::size_t size = std::size_t{1} << (byteAt(object.contents) & 0x0F);
         if (size > 8 || object.contents + 1 + size > table_) return std::nullopt;
         object.count = numberAt(object.contents + 1, size);

@@ -134,6 +134,8 @@ TEST(ModestBinary, TablesThatLeadOutOfTheFileAreRefused) {
         EXPECT_FALSE(isModestBinary(honest.substr(0, size))) << size;
     EXPECT_FALSE(isModestBinary(binaryPropertyList({"\xA1" + reference(9)})));
     EXPECT_FALSE(isModestBinary(binaryPropertyList({"\xAF\x13" + std::string(8, '\xFF')})));
+    for (const char* cut : {"\x5F", "\xAF", "\x5F\x10", "\x5F\x11x"})
+        EXPECT_FALSE(isModestBinary(binaryPropertyList({cut})));
 }
 
 }  // namespace
