@@ -1,10 +1,12 @@
 #include "log/WriteQueue.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <ctime>
+#include <fstream>
 #include <future>
 #include <string>
 #include <thread>
@@ -35,24 +37,47 @@ TEST(WriteQueue, KeepsEmptyAndHugeTexts) {
     EXPECT_EQ(sizes, (std::vector<std::size_t>{0, 65'532, 65'533, 1'000'000, 1}));
 }
 
+// How often the thread has waited for anything.
+long waitsOf(pid_t thread) {
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+    std::string word;
+    while (status >> word && word != "voluntary_ctxt_switches:") {
+    }
+    long count = -1;
+    status >> count;
+    return count;
+}
+
+// Until the thread no longer looks for work at short intervals.
+void waitUntilAsleep(pid_t thread) {
+    long before = 0;
+    do {
+        before = waitsOf(thread);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    } while (waitsOf(thread) != before);
+}
+
 // By the text itself: a caller that waits for the queue would wake the worker too.
 TEST(WriteQueue, IsWokenByATextAfterALongRest) {
+    static std::atomic<pid_t> worker{0};
     static std::promise<void> written;
     WriteQueue* const queue = WriteQueue::create([](std::string_view text) {
+        worker = ::gettid();
         if (text == "b") written.set_value();
     });
     queue->add("a");
     queue->waitUntilAllOperationsAreFinished();
-    std::this_thread::sleep_for(std::chrono::milliseconds(250));  // the worker sleeps deeply now
+    waitUntilAsleep(worker);
     queue->add("b");
     EXPECT_EQ(written.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
 }
 
 TEST(WriteQueue, ARestingWorkerTakesNoProcessorTime) {
-    WriteQueue* const queue = WriteQueue::create([](std::string_view) {});
+    static std::atomic<pid_t> worker{0};
+    WriteQueue* const queue = WriteQueue::create([](std::string_view) { worker = ::gettid(); });
     queue->add("a");
     queue->waitUntilAllOperationsAreFinished();
-    std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    waitUntilAsleep(worker);
     const std::clock_t before = std::clock();
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 20);
