@@ -481,6 +481,19 @@ class ClosedHandles : public test::ForwardingFileHandles {
     }
 };
 
+TEST_F(KXLogFiles, ANewFileIsOpenedOnceAndKept) {
+    static int opened = 0;
+    static test::WrappedHandles handles([](std::shared_ptr<platform::FileHandle> handle) {
+        ++opened;
+        return handle;
+    });
+    platform_->fileHandles = &handles;
+    KXLog::createNewLog();
+    KXLog::finishWriting();
+    EXPECT_EQ(messages(logPath(1)).size(), 4U);
+    EXPECT_EQ(opened, 1);
+}
+
 TEST_F(KXLogFiles, AFileThatCannotBeOpenedIsNotTold) {
     ClosedHandles handles;
     platform_->fileHandles = &handles;
