@@ -1,14 +1,17 @@
 #include "platform/linux/trash_linux.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <ctime>
 #include <filesystem>
 
 #include "platform/linux/trashinfo_linux.h"
+#include "platform/posix/system_calls_posix.h"
 #include "tests/platform/files/file_fixtures.h"
 #include "tests/platform/files/resisting_item.h"
 
@@ -100,6 +103,51 @@ TEST_F(Trash, ANameThatOnlyAnItemOrOnlyARecordHasIsTaken) {
     EXPECT_EQ(listing(items_), "one one 2 two 2");
     EXPECT_EQ(listing(records_), "one 2.trashinfo two 2.trashinfo two.trashinfo");
     EXPECT_EQ(readFile(items_ + "/one"), "without a record");
+}
+
+// The system's calls, but for the renaming that the test gives.
+class Renaming {
+  public:
+    explicit Renaming(decltype(posix::SystemCalls::renameNoReplace) renaming) {
+        count = 0;
+        calls_.renameNoReplace = renaming;
+        before_ = posix::exchangeSystemCalls(&calls_);
+    }
+    ~Renaming() { posix::exchangeSystemCalls(before_); }
+    Renaming(const Renaming&) = delete;
+    Renaming& operator=(const Renaming&) = delete;
+
+    static inline int count = 0;
+
+  private:
+    posix::SystemCalls calls_ = posix::systemCalls();
+    const posix::SystemCalls* before_ = nullptr;
+};
+
+TEST_F(Trash, ANameThatIsTakenAtTheLastMomentIsLeftToItsItem) {
+    folder_.writeFile("home/desk/report.txt", "mine");
+    const Renaming renaming([](int folder, const char* name, int newFolder, const char* newName) {
+        if (++Renaming::count == 1)
+            ::close(::openat(newFolder, newName, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        return posix::nativeSystemCalls().renameNoReplace(folder, name, newFolder, newName);
+    });
+    EXPECT_TRUE(recycle({"report.txt"}));
+    EXPECT_EQ(Renaming::count, 2);
+    EXPECT_EQ(readFile(items_ + "/report.txt"), "");
+    EXPECT_FALSE(somethingAt(records_ + "/report.txt.trashinfo"));
+    EXPECT_EQ(listing(desk_), "");
+}
+
+TEST_F(Trash, ANameThatIsTakenByNothingIsNotTriedAgain) {
+    folder_.writeFile("home/desk/report.txt", "mine");
+    const Renaming renaming([](int, const char*, int, const char*) {
+        errno = ++Renaming::count < 5 ? EEXIST : EIO;
+        return -1;
+    });
+    EXPECT_FALSE(recycle({"report.txt"}));
+    EXPECT_EQ(Renaming::count, 1);
+    EXPECT_EQ(listing(items_) + listing(records_), "");
+    EXPECT_EQ(readFile(desk_ + "/report.txt"), "mine");
 }
 
 TEST_F(Trash, ANameTooLongForItsRecordIsCut) {
