@@ -47,7 +47,7 @@ const std::vector<FaultScenario>& faultScenarios() {
         std::vector<FaultScenario> list;
         for (const auto& part :
              {fileQueryScenarios, fileChangeScenarios, fileToolScenarios, pathScenarios,
-              rightsScenarios, paneScenarios, taskScenarios, logScenarios}) {
+              rightsScenarios, helperScenarios, paneScenarios, taskScenarios, logScenarios}) {
             const std::vector<FaultScenario> scenarios = part();
             list.insert(list.end(), scenarios.begin(), scenarios.end());
         }

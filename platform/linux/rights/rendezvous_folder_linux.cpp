@@ -82,7 +82,8 @@ RendezvousFolder& RendezvousFolder::operator=(RendezvousFolder&& other) noexcept
 
 RendezvousFolder::~RendezvousFolder() {
     if (path_.empty()) return;
-    ::unlink(socketPath().c_str());
+    // Without memory, which may have run out.
+    ::unlinkat(locked_.get(), kSocketName, 0);
     ::rmdir(path_.c_str());
 }
 
