@@ -42,12 +42,23 @@ class Announced {
     std::string name_;
 };
 
+OptionalPath datedDestination(const OptionalPath& destination, const OptionalPath& path) {
+    return stampedPath(*destination, stamp(), pathExtension(*path));
+}
+
 // Where the item comes to.
 OptionalPath trashDestination(const OptionalPath& trash, const OptionalPath& path) {
     if (!path) return std::nullopt;
     OptionalPath destination = appendPathComponent(trash, lastPathComponent(*path));
     if (!somethingAt(destination)) return destination;
-    return stampedPath(*destination, stamp(), pathExtension(*path));
+    return datedDestination(destination, path);
+}
+
+// The same in a Trash that is ready. The tool would replace an item that only it can see.
+OptionalPath readyDestination(const std::string& trash, const OptionalPath& path) {
+    const bool namesAreSeen = somethingAt(trash + "/.");
+    if (namesAreSeen) return trashDestination(trash, path);
+    return datedDestination(appendPathComponent(trash, lastPathComponent(*path)), path);
 }
 
 }  // namespace
@@ -114,7 +125,7 @@ bool KXAuthorization::moveToTrash(const OptionalPath& path) {
             formatted("Unable to trash path %@ because the Trash %@ cannot be used.", path, trash));
         return false;
     }
-    const OptionalPath destination = trashDestination(trash, path);
+    const OptionalPath destination = readyDestination(*trash, path);
     const std::string name = lastPathComponent(*destination);
     const bool canBeRestored = workspace.announceTrash(*trash, name, *path);
     Announced announced{*trash, name};

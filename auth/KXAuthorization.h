@@ -103,10 +103,9 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
     // Trash. A name that is taken there gets the date and time, once: a second item of that name
     // within the second replaces the first. False, reported on the console, when the Trash cannot
     // be used; an item of which the desktop's Trash can keep no record is moved all the same, and
-    // the console reports that the desktop cannot restore it. The names in a Trash that this
-    // process may not search are not seen: the item replaces one of its name there. With
-    // DeleteOnRootAccount::Yes in root's own account the item stays, and what has its new name in
-    // the Trash, dated or not, is removed.
+    // the console reports that the desktop cannot restore it. In a Trash that this process may not
+    // search each name counts as taken. With DeleteOnRootAccount::Yes in root's own account the
+    // item stays, and what has its new name in the Trash, dated or not, is removed.
     bool authTrashFile(const OptionalPath& path);
     bool authTrashFile(const OptionalPath& path, DeleteOnRootAccount deleteOnRootAccount);
 

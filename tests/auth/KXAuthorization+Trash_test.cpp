@@ -121,6 +121,18 @@ TEST_F(PrivilegedTrash, DoesNotLookAtTheDatedNameAgain) {
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
 }
 
+// As in one that belongs to root.
+TEST_F(PrivilegedTrash, CountsEachNameAsTakenWhereNamesCannotBeSeen) {
+    class Closed : public test::AuthWorkspace {
+        bool prepareTrash(const std::string&) override { return true; }
+    };
+    Closed workspace;
+    platform_->workspace = &workspace;
+    folder_.makeLink("home/.Trash", "nowhere to be seen");
+    EXPECT_TRUE(authorized().authTrashFile(file_));
+    EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
+}
+
 TEST_F(PrivilegedTrash, GivesATakenNameWithoutAnExtensionAFullStop) {
     const std::string report = folder_.writeFile("report");
     folder_.writeFile("home/.Trash/report");
@@ -222,7 +234,10 @@ TEST_F(PrivilegedTrash, IsTheSameForAllOfOneOperation) {
     class Leaving : public test::AuthWorkspace {
       public:
         explicit Leaving(bool& isLost) : isLost_(isLost) {}
-        bool prepareTrash(const std::string&) override { return isLost_ = true; }
+        bool prepareTrash(const std::string& destination) override {
+            isLost_ = true;
+            return AuthWorkspace::prepareTrash(destination);
+        }
 
       private:
         bool& isLost_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 
 #include "auth/KXAuthorization.h"
@@ -125,6 +126,8 @@ class AuthWorkspace : public ForwardingWorkspace {
     StringList steps;
     bool prepareTrash(const std::string& destination) override {
         steps.push_back("prepare " + destination);
+        std::error_code error;
+        if (trashIsUsable) std::filesystem::create_directories(destination, error);
         return trashIsUsable;
     }
     bool announceTrash(const std::string& destination, const std::string& name,

@@ -2,6 +2,7 @@
 leaves it that was once run with sudo."""
 
 import os
+import re
 import shutil
 
 from actors import Probe
@@ -42,8 +43,13 @@ def folder_of_the_users_own(probe):
 
 
 def link_in_the_home(probe):
+    """The user cannot see what is in there, so each name gets the date: none is replaced."""
     lead_to(".local/share/Trash/files")
-    trashed(probe, "second", DESKTOPS + "/files")
+    trashed(probe, "second", DESKTOPS + "/files", dated=True)
+    with open(DESKTOPS + "/files/taken", "w", encoding="ascii") as file:
+        file.write("kept")
+    trashed(probe, "taken", DESKTOPS + "/files", dated=True)
+    check(read_file(DESKTOPS + "/files/taken") == b"kept", "an item of that name stays")
 
 
 def link_out_of_the_home(probe):
@@ -61,7 +67,7 @@ def through_the_file_manager(probe):
     lead_to(".local/share/Trash/files")
     path = item("fourth")
     check(probe.ask("files", "trash", "yes", path) == "YES", "the file manager falls back")
-    check_moved(path, DESKTOPS + "/files")
+    check_moved(path, DESKTOPS + "/files", dated=True)
 
 
 def lead_to(target):
@@ -79,22 +85,30 @@ def item(name):
     return path
 
 
-def trashed(probe, name, folder):
+def trashed(probe, name, folder, dated=False):
     path = item(name)
     check(probe.ask("session", "trash", path) == "YES", f"{name}: the tool is started")
-    check_moved(path, folder)
+    moved = check_moved(path, folder, dated)
     check(told(f"The desktop cannot restore {path} because its Trash has no record of "
-               f"{LINK}/{name}."), f"{name}: what the desktop cannot do is told")
+               f"{LINK}/{moved}."), f"{name}: what the desktop cannot do is told")
 
 
-def check_moved(path, folder):
+def check_moved(path, folder, dated):
+    """Returns the item's name in the Trash."""
     name = os.path.basename(path)
-    moved = f"{folder}/{name}"
-    check(eventually(lambda: os.path.lexists(moved) and not os.path.lexists(path)),
-          f"{name}: it is in the Trash")
-    check(os.path.lexists(moved) and read_file(moved) == name.encode() and
-          os.lstat(moved).st_uid == 0, f"{name}: with its contents and its owner")
+    pattern = re.compile(re.escape(name) + (r"_\d{14}\." if dated else "") + "$")
+    found = []
+
+    def has_come():
+        found[:] = [entry for entry in os.listdir(folder) if pattern.match(entry)]
+        return found and not os.path.lexists(path)
+
+    check(eventually(has_come), f"{name}: it is in the Trash")
+    moved = f"{folder}/{found[0]}"
+    check(len(found) == 1 and read_file(moved) == name.encode() and os.lstat(moved).st_uid == 0,
+          f"{name}: with its contents and its owner")
     check(not os.listdir(DESKTOPS + "/info"), f"{name}: without a record")
+    return found[0]
 
 
 def told(text):
