@@ -135,6 +135,11 @@ class SteppingClock : public ForwardingClock {
 class CopyWorld : public ToolWorld {
   public:
     CopyWorld() { platform()->clock = &clock_; }
+    // The log's worker asks the clock for each line that is still queued.
+    ~CopyWorld() override {
+        KXLog::finishWriting();
+        platform()->clock = platform::native().clock;
+    }
 
   private:
     SteppingClock clock_;

@@ -7,6 +7,7 @@
 #include <functional>
 #include <mutex>
 
+#include "log/KXLog.h"
 #include "platform/main_run_loop.h"
 #include "tests/support/forwarding.h"
 
@@ -15,10 +16,21 @@ namespace quillmoor::test {
 // Lets each thread that sleeps wait until the end, and counts the threads.
 class HeldTimeouts {
   public:
-    explicit HeldTimeouts(ScopedPlatform& platform) {
-        platform->clock = &clock_;
-        platform->mainThread = &threads_;
+    explicit HeldTimeouts(ScopedPlatform& platform)
+        : platform_(platform),
+          clockBefore_(platform->clock),
+          mainThreadBefore_(platform->mainThread) {
+        platform_->clock = &clock_;
+        platform_->mainThread = &threads_;
     }
+    // The log's worker asks the clock for each line that is still queued.
+    ~HeldTimeouts() {
+        KXLog::finishWriting();
+        platform_->clock = clockBefore_;
+        platform_->mainThread = mainThreadBefore_;
+    }
+    HeldTimeouts(const HeldTimeouts&) = delete;
+    HeldTimeouts& operator=(const HeldTimeouts&) = delete;
 
     // Wakes the threads and serves them on the main thread until the last one is about to end. The
     // run loop exists from now on in each run, and its descriptors are allowed to stay.
@@ -66,6 +78,9 @@ class HeldTimeouts {
         };
     };
 
+    ScopedPlatform& platform_;
+    platform::Clock* const clockBefore_;
+    platform::MainThread* const mainThreadBefore_;
     HeldClock clock_;
     CountedThreads threads_;
 };
