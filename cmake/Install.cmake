@@ -17,6 +17,10 @@ foreach(property INTERFACE_COMPILE_OPTIONS INTERFACE_COMPILE_DEFINITIONS INTERFA
         set_property(TARGET kx_options PROPERTY ${property} "$<BUILD_INTERFACE:${options}>")
     endif()
 endforeach()
+# What was built with a sanitizer can only be linked with it.
+if(KX_SANITIZE)
+    target_link_options(kx INTERFACE $<INSTALL_INTERFACE:-fsanitize=${KX_SANITIZE}>)
+endif()
 
 install(TARGETS kx kx_options EXPORT quillmoor-kx
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
