@@ -42,15 +42,18 @@ def dialog(passwords):
 
 
 def check_message(probe, message):
-    """It says no less than the question that pkexec asks for other programs."""
+    """All of it, with what polkit fills in: no less than it asks for other programs."""
     text = " ".join(message.split())
     user = pwd.getpwnam("kxuser").pw_uid
-    check(re.search(rf"runs \W*{re.escape(HELPER)}\W* as root", text),
-          "it says which program is run, and as whom")
-    check(re.search(rf"own claim: {re.escape(HELPER)} --connect \S+ --uid {user} "
-                    rf"--pid {probe.pid}$", text),
-          f"and for which process, by its own claim ({text})")
-    check("$" not in text, "and nothing stands for a name that polkit does not know")
+    full_name = pwd.getpwnam("root").pw_gecos.split(",")[0]
+    root = f"{full_name} (root)" if full_name else "root"
+    expected = ("An application needs an administrator’s rights to change files that belong to the "
+                f"system. It runs “{HELPER}” as {root}. Which process asks (--pid), and for which "
+                f"user (--uid), is that process’s own claim: {HELPER} --connect PLACE --uid {user} "
+                f"--pid {probe.pid}")
+    pattern = re.escape(expected).replace("PLACE", r"\S+")
+    check(re.search(rf"^=*\s*(\x1b\[0m)?{pattern}$", text),
+          f"it says which program is run, as whom and for which process ({text})")
 
 
 def killed_helper(passwords):
