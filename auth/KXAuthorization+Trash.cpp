@@ -118,7 +118,8 @@ OptionalPath KXAuthorization::trashFolder() const {
 bool KXAuthorization::moveToTrash(const OptionalPath& path) {
     platform::Workspace& workspace = *platform::current().workspace;
     const OptionalPath trash = trashFolder();
-    if (!somethingAt(path) || !trash) return authMoveFile(path, trashDestination(trash, path));
+    if (!path || !trash) return authMoveFile(path, trashDestination(trash, path));
+    if (!somethingAt(path)) return false;
     platform::Console& console = *platform::current().console;
     if (!workspace.prepareTrash(*trash)) {
         console.log(

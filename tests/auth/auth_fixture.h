@@ -126,8 +126,7 @@ class AuthWorkspace : public ForwardingWorkspace {
     StringList steps;
     bool prepareTrash(const std::string& destination) override {
         steps.push_back("prepare " + destination);
-        std::error_code error;
-        if (trashIsUsable) std::filesystem::create_directories(destination, error);
+        if (trashIsUsable) makeDesktopsTrash(destination);
         return trashIsUsable;
     }
     bool announceTrash(const std::string& destination, const std::string& name,
@@ -137,6 +136,15 @@ class AuthWorkspace : public ForwardingWorkspace {
     }
     void abandonTrash(const std::string& destination, const std::string& name) override {
         steps.push_back("abandon " + destination + " " + name);
+    }
+
+  private:
+    // A link to it, unless something is there already.
+    static void makeDesktopsTrash(const std::string& link) {
+        const std::filesystem::path home = std::filesystem::path(link).parent_path();
+        std::error_code ignored;
+        std::filesystem::create_directories(home / ".local/share/Trash/files", ignored);
+        std::filesystem::create_directory_symlink(".local/share/Trash/files", link, ignored);
     }
 };
 
