@@ -72,7 +72,7 @@ std::vector<FaultScenario> fileChangeScenarios();
 std::vector<FaultScenario> fileToolScenarios();
 std::vector<FaultScenario> pathScenarios();
 std::vector<FaultScenario> rightsScenarios();
-std::vector<FaultScenario> helperScenarios();  // none for an ordinary user
+std::vector<FaultScenario> helperScenarios();  // fewer for an ordinary user
 std::vector<FaultScenario> paneScenarios();
 std::vector<FaultScenario> taskScenarios();
 std::vector<FaultScenario> logScenarios();

@@ -1,4 +1,5 @@
-// The client's calls for a real helper and a tool of its, each failing in turn.
+// The start of a launcher, and the client's calls for a real helper and a tool of its, each failing
+// in turn.
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "platform/linux/rights/launch_child_linux.h"
 #include "platform/linux/rights/tool_stream_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
@@ -18,6 +20,8 @@ namespace {
 
 using platform::AuthorizedToolStream;
 using platform::linux_::rights::Channel;
+using platform::linux_::rights::LaunchChild;
+using platform::linux_::rights::LaunchSetup;
 using platform::linux_::rights::openToolPipes;
 using platform::linux_::rights::Rendezvous;
 
@@ -90,11 +94,28 @@ FaultScenario toolOfTheHelper() {
             Throws::AndMemory};
 }
 
+// A start that fails leaves no child, which the loop looks for.
+FaultScenario startOfALauncher() {
+    return {"StartOfALauncher",
+            {},
+            [](FaultRun& run) {
+                LaunchSetup setup;
+                setup.path = "/bin/true";
+                std::unique_ptr<LaunchChild> child;
+                run.inject([&] { child = LaunchChild::start(setup); });
+                EXPECT_TRUE(child || run.faulted());
+                if (!child) return;
+                EXPECT_TRUE(eventually([&] { return child->end().has_value(); }));
+                EXPECT_EQ(child->end()->code, 0);
+            },
+            Throws::AndMemory};
+}
+
 }  // namespace
 
 std::vector<FaultScenario> helperScenarios() {
-    if (::geteuid() != 0) return {};
-    return {toolOfTheHelper()};
+    if (::geteuid() != 0) return {startOfALauncher()};
+    return {toolOfTheHelper(), startOfALauncher()};
 }
 
 }  // namespace quillmoor::test

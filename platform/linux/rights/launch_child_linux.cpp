@@ -68,6 +68,8 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
     setDescriptors(actions, setup);
     const posix::SpawnAttributes attributes(posix::SpawnSession::Inherited);
     if (actions.error() != 0 || attributes.error() != 0) return nullptr;
+    // First: once the program runs, nothing may be thrown that leaves it without an owner.
+    std::unique_ptr<LaunchChild> child(new LaunchChild);
 
     pid_t pid = -1;
     if (posix::systemCalls().posix_spawn(&pid, setup.path.c_str(), actions.get(), attributes.get(),
@@ -75,15 +77,20 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
         return nullptr;
     Descriptor exit = posix::openExitDescriptor(pid);
     if (!exit) {
-        posix::systemCalls().kill(pid, SIGKILL);
-        collectLater(Descriptor(), pid);
+        // A program that has taken other rights already cannot be killed.
+        if (posix::systemCalls().kill(pid, SIGKILL) == 0)
+            waitFor(exit, pid);
+        else
+            collectLater(std::move(exit), pid);
         return nullptr;
     }
-    return std::unique_ptr<LaunchChild>(new LaunchChild(pid, std::move(exit)));
+    child->pid_ = pid;
+    child->exit_ = std::move(exit);
+    return child;
 }
 
 LaunchChild::~LaunchChild() {
-    if (!end()) collectLater(std::move(exit_), pid_);
+    if (pid_ > 0 && !end()) collectLater(std::move(exit_), pid_);
 }
 
 bool LaunchChild::isRunning() const {

@@ -31,7 +31,7 @@ struct LaunchEnd {
 // A direct child of this process, with default signals, an empty mask and no other descriptors.
 class LaunchChild {
   public:
-    // Null when the system cannot start it.
+    // Null when the system cannot start it. Throws std::bad_alloc; no child is left then.
     static std::unique_ptr<LaunchChild> start(const LaunchSetup& setup);
 
     // A child that still runs then runs on, and is collected when it ends.
@@ -54,9 +54,9 @@ class LaunchChild {
     void kill();
 
   private:
-    LaunchChild(pid_t pid, posix::Descriptor exit) : pid_(pid), exit_(std::move(exit)) {}
+    LaunchChild() = default;
 
-    pid_t pid_;
+    pid_t pid_ = -1;  // until it is started
     posix::Descriptor exit_;
     std::optional<LaunchEnd> end_;
 };
