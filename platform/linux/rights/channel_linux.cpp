@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <mutex>
@@ -82,10 +83,18 @@ struct Surroundings {
 
 constexpr char kNowhere[] = "/dev/null";
 
-// A process can stand in a folder that it may no longer enter: then it has none to give.
+// The folder may not be entered, is gone, or lies on a file system that no longer responds: a soft
+// network mount reports EIO. A lack of descriptors or memory says nothing about the folder.
+bool isOutOfReach(int error) {
+    constexpr std::array kErrors{EACCES, EPERM,    ENOENT,       ENOTDIR,   ESTALE,
+                                 EIO,    ENOTCONN, ECONNABORTED, ETIMEDOUT, EHOSTDOWN};
+    return std::find(kErrors.begin(), kErrors.end(), error) != kErrors.end();
+}
+
+// A process can stand in a folder that is out of its reach: then it has none to give.
 Descriptor openWorkingFolder() {
     Descriptor folder = openAbove(".", O_PATH | O_DIRECTORY);
-    return folder || errno == EMFILE ? std::move(folder) : openAbove(kNowhere, O_PATH);
+    return folder || !isOutOfReach(errno) ? std::move(folder) : openAbove(kNowhere, O_PATH);
 }
 
 bool openSurroundings(Surroundings& surroundings) {

@@ -89,6 +89,41 @@ TEST_F(ChannelTest, GivesTheCallersStandardErrorAndWorkingFolder) {
     ASSERT_EQ(::chdir("/"), 0);
 }
 
+// The working folder cannot be opened; notes whether another item is opened in its place.
+int folderError;
+bool hasReplacedFolder;
+int failToOpenFolder(int folder, const char* name, int flags, mode_t mode) {
+    if (std::string_view(name) == ".") {
+        errno = folderError;
+        return -1;
+    }
+    if ((flags & O_PATH) != 0) hasReplacedFolder = true;
+    return ::openat(folder, name, flags | O_CLOEXEC, mode);
+}
+
+TEST_F(ChannelTest, GivesNoFolderWhereItIsOutOfReachOnly) {
+    const test::ChangedCalls calls(
+        [](posix::SystemCalls& table) { table.openat = failToOpenFolder; });
+    for (const int error : {EACCES, EPERM, ENOENT, ENOTDIR, ESTALE, EIO, ENOTCONN, ECONNABORTED,
+                            ETIMEDOUT, EHOSTDOWN}) {
+        folderError = error;
+        hasReplacedFolder = false;
+        const AuthorizationStatus status = statusOf("/bin/true");
+        EXPECT_TRUE(hasReplacedFolder) << error;
+        // Only root can have the empty folder.
+        if (::geteuid() == 0) {
+            EXPECT_EQ(status, kAuthorizationSuccess) << error;
+        }
+    }
+    for (const int error : {EMFILE, ENFILE, ENOMEM, EINTR}) {
+        folderError = error;
+        hasReplacedFolder = false;
+        EXPECT_EQ(statusOf("/bin/true"), kAuthorizationToolExecuteFailure) << error;
+        EXPECT_FALSE(hasReplacedFolder) << error;
+    }
+    EXPECT_TRUE(channel().isOpen());
+}
+
 TEST_F(ChannelTest, GivesNoErrorsWhereTheCallerHasNone) {
     const posix::Descriptor before(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
     ::close(STDERR_FILENO);
