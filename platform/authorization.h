@@ -90,9 +90,10 @@ class Authorization {
 
     // `AuthorizationExecuteWithPrivileges`: starts `tool`, an absolute path, as the super-user and
     // does not wait for it. Arguments arrive byte for byte. Its standard input and output are
-    // `stream`; the rest it has from this process: standard error and the working folder.
-    // Rights that a dialog gave and the system has lost are asked for once more first, which waits
-    // for the answer.
+    // `stream`; the rest it has from this process: standard error and the working folder. Where
+    // root or this process can no longer enter that folder, the tool has an empty one instead, in
+    // which relative paths fail. Rights that a dialog gave and the system has lost are asked for
+    // once more first, which waits for the answer.
     virtual AuthorizationStatus executeWithPrivileges(
         AuthorizationRef reference, const std::string& tool, AuthorizationFlags options,
         const StringList& arguments, std::shared_ptr<AuthorizedToolStream>& stream) = 0;
