@@ -19,14 +19,16 @@ class MainRunLoop {
     static void postToAllModes(std::function<void()> function);
     static void postToDefaultMode(std::function<void()> function);
 
-    // The same for the default mode in two steps, of which the second cannot fail.
+    // The same in two steps, of which the second cannot fail.
     struct Item {
         std::function<void()> function;
         bool alsoModal = false;
         std::uint64_t number = 0;  // the run loop's
     };
-    static std::list<Item> prepareForDefaultMode(std::function<void()> function);
-    static void post(std::list<Item> prepared) noexcept;
+    using Prepared = std::list<Item>;  // one item
+    static Prepared prepareForAllModes(std::function<void()> function);
+    static Prepared prepareForDefaultMode(std::function<void()> function);
+    static void post(Prepared prepared) noexcept;
 
     // Runs what is queued for `mode`, and what is queued meanwhile, until `until`. The mode is on
     // top of the stack of modes as long as that lasts; calls may nest.

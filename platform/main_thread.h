@@ -4,9 +4,14 @@
 #include <chrono>
 #include <functional>
 
+#include "platform/main_run_loop.h"
+
 namespace quillmoor::platform {
 
 enum class WaitUntilDone : bool { No, Yes };
+
+// A call for the main thread that has not been queued yet. It may be dropped.
+using PreparedCall = MainRunLoop::Prepared;
 
 // May be called from any thread.
 class MainThread {
@@ -18,6 +23,11 @@ class MainThread {
     // Has the run loop of the main thread run `function`, in every mode. With Yes it returns when
     // that is done; on the main thread it then runs at once. An exception in it is not caught.
     virtual void performOnMainThread(std::function<void()> function, WaitUntilDone wait) = 0;
+
+    // performOnMainThread with No in two steps, of which the second cannot fail: for what must run
+    // even when there is no memory by then. A call is queued once.
+    virtual PreparedCall prepareCall(std::function<void()> function) = 0;
+    virtual void queue(PreparedCall call) noexcept = 0;
 
     // The run loop in its modal panel mode for one event: waits up to `longest` for the
     // application's next user-interface event and has it sent. What is performed on the main thread

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
-#include <list>
 #include <mutex>
 #include <new>
 #include <stop_token>
@@ -47,7 +46,8 @@ std::int32_t statusOf(const Outcome& outcome) {
 struct Work {
     std::string source;
     std::string destination;
-    FileOperationCallback callback;
+    // Shared: to copy the function itself may take memory.
+    std::shared_ptr<const FileOperationCallback> callback;
     std::chrono::milliseconds interval{};
 };
 
@@ -62,7 +62,7 @@ class PosixFileOperation final : public FileOperation,
         work_ = std::move(work);
         try {
             // The last report arrives even when there is no memory at the end of the copy.
-            Prepared last = MainRunLoop::prepareForDefaultMode(
+            MainRunLoop::Prepared last = MainRunLoop::prepareForDefaultMode(
                 [self = shared_from_this(),
                  report = reportOf(FileOperationStage::Complete)]() mutable {
                     report.error = self->status_;
@@ -88,9 +88,7 @@ class PosixFileOperation final : public FileOperation,
     }
 
   private:
-    using Prepared = std::list<MainRunLoop::Item>;
-
-    void run(Prepared last) {
+    void run(MainRunLoop::Prepared last) {
         report(FileOperationStage::Preflighting);
         report(FileOperationStage::Running);
         start_ = steady_clock::now();
@@ -190,10 +188,10 @@ class PosixFileOperation final : public FileOperation,
     // On the main thread.
     void deliver(const FileOperationReport& report) {
         if (report.status) statusIsQueued_ = false;
-        const FileOperationCallback callback = report.stage == FileOperationStage::Complete
-                                                   ? std::move(work_.callback)
-                                                   : work_.callback;
-        if (scheduled_ && callback) callback(report);
+        const auto callback = report.stage == FileOperationStage::Complete
+                                  ? std::move(work_.callback)
+                                  : work_.callback;
+        if (scheduled_ && callback != nullptr && *callback) (*callback)(report);
     }
 
     std::atomic<bool> scheduled_{false};
@@ -239,8 +237,9 @@ class PosixFileOperations final : public FileOperations {
                       FileOperationCallback callback, std::chrono::milliseconds interval) override {
         const auto ours = own(operation);
         if (ours == nullptr || !isOneName(name)) return kParameterError;
-        return ours->start(
-            {source, *appendPathComponent(folder, name), std::move(callback), interval});
+        return ours->start({source, *appendPathComponent(folder, name),
+                            std::make_shared<const FileOperationCallback>(std::move(callback)),
+                            interval});
     }
 
     std::int32_t cancel(const FileOperationRef& operation) override {

@@ -10,7 +10,6 @@
 #include <mutex>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "platform/posix/main_thread_posix.h"
 #include "platform/posix/system_calls_posix.h"
@@ -23,12 +22,13 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 using Item = MainRunLoop::Item;
+using Prepared = MainRunLoop::Prepared;
 
 // Everything queued is for the default mode; some of it is for the modal panel mode as well. The
 // numbers rise from item to item.
 class Queue {
   public:
-    void post(std::list<Item> made) {
+    void post(Prepared made) {
         const std::lock_guard lock(mutex_);
         const bool alsoModal = made.front().alsoModal;
         made.front().number = ++lastNumber_;
@@ -43,8 +43,8 @@ class Queue {
     }
 
     // The oldest item for `mode` up to `number`, taken out; an empty list when there is none.
-    std::list<Item> take(RunLoopMode mode, std::uint64_t number) {
-        std::list<Item> taken;
+    Prepared take(RunLoopMode mode, std::uint64_t number) {
+        Prepared taken;
         const std::lock_guard lock(mutex_);
         auto item = items_.begin();
         if (mode == RunLoopMode::ModalPanel)
@@ -76,23 +76,19 @@ Queue& queue() {
     return *shared;
 }
 
-// The modes that run() was asked for and has not left, of the main thread alone. Below them lies
-// the default mode.
-std::vector<RunLoopMode>& modes() {
-    static auto* const stack = new std::vector<RunLoopMode>;
-    return *stack;
-}
-
-RunLoopMode topMode() {
-    return modes().empty() ? RunLoopMode::Default : modes().back();
-}
+// The mode that run() was last asked for and has not left, of the main thread alone. Below all of
+// them lies the default mode.
+RunLoopMode topMode = RunLoopMode::Default;
 
 class ModeOnTop {
   public:
-    explicit ModeOnTop(RunLoopMode mode) { modes().push_back(mode); }
-    ~ModeOnTop() { modes().pop_back(); }
+    explicit ModeOnTop(RunLoopMode mode) : below_(topMode) { topMode = mode; }
+    ~ModeOnTop() { topMode = below_; }
     ModeOnTop(const ModeOnTop&) = delete;
     ModeOnTop& operator=(const ModeOnTop&) = delete;
+
+  private:
+    RunLoopMode below_;
 };
 
 // For poll(2): rounded up, so that the last wait is not a busy one, and never more than a minute.
@@ -115,8 +111,8 @@ int pollOrPause(pollfd* polled, nfds_t count, int longest) {
     return readable;
 }
 
-std::list<Item> prepare(std::function<void()> function, bool alsoModal) {
-    std::list<Item> made;
+Prepared prepare(std::function<void()> function, bool alsoModal) {
+    Prepared made;
     made.push_back({std::move(function), alsoModal, 0});
     return made;
 }
@@ -140,12 +136,17 @@ void MainRunLoop::postToDefaultMode(std::function<void()> function) {
     queue().post(prepare(std::move(function), false));
 }
 
-std::list<MainRunLoop::Item> MainRunLoop::prepareForDefaultMode(std::function<void()> function) {
-    descriptor(RunLoopMode::Default);  // it is there before it is needed
+MainRunLoop::Prepared MainRunLoop::prepareForAllModes(std::function<void()> function) {
+    queue();  // it is there before it is needed
+    return prepare(std::move(function), true);
+}
+
+MainRunLoop::Prepared MainRunLoop::prepareForDefaultMode(std::function<void()> function) {
+    queue();
     return prepare(std::move(function), false);
 }
 
-void MainRunLoop::post(std::list<Item> prepared) noexcept {
+void MainRunLoop::post(Prepared prepared) noexcept {
     queue().post(std::move(prepared));
 }
 
@@ -154,7 +155,7 @@ int MainRunLoop::descriptor(RunLoopMode mode) {
 }
 
 void MainRunLoop::drain(RunLoopMode mode) {
-    if (topMode() != mode) return;
+    if (topMode != mode) return;
     // What is posted meanwhile waits for the next call, so that a function that posts itself again
     // does not keep the caller here.
     const std::uint64_t last = queue().lastNumber();

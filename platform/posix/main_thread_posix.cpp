@@ -179,6 +179,12 @@ class PosixMainThread final : public MainThread {
         completion->wait();
     }
 
+    PreparedCall prepareCall(std::function<void()> function) override {
+        return MainRunLoop::prepareForAllModes(std::move(function));
+    }
+
+    void queue(PreparedCall call) noexcept override { MainRunLoop::post(std::move(call)); }
+
     bool sendNextEvent(milliseconds longest) override {
         if (!isMainThread()) return false;
         longest = std::clamp(longest, milliseconds::zero(), kLongestWait);

@@ -247,6 +247,10 @@ class ForwardingMainThread : public Forwarding<platform::MainThread> {
                              platform::WaitUntilDone wait) override {
         next().performOnMainThread(std::move(function), wait);
     }
+    platform::PreparedCall prepareCall(std::function<void()> function) override {
+        return next().prepareCall(std::move(function));
+    }
+    void queue(platform::PreparedCall call) noexcept override { next().queue(std::move(call)); }
     bool sendNextEvent(std::chrono::milliseconds longest) override {
         return next().sendNextEvent(longest);
     }
