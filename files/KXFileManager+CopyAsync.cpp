@@ -1,3 +1,5 @@
+#include <exception>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -7,6 +9,7 @@
 #include "base/paths.h"
 #include "files/KXFileManager.h"
 #include "files/item.h"
+#include "platform/exception.h"
 
 namespace quillmoor {
 namespace {
@@ -24,26 +27,26 @@ void tell(const std::string& text) {
     platform::current().console->log(text);
 }
 
-using Context = std::shared_ptr<const FileOperationNotice>;
+constexpr char kStatusCallback[] = "statusCallback";
 
-// Shared and filled in place: to copy a variant with a text in it ends the process where memory
-// runs out meanwhile (libstdc++ 12).
-Context contextOf(const std::string& source, const std::string& destination,
-                  FileOperationDelegateRef delegate, CallerObject object, CallerObject object2) {
-    auto context = std::make_shared<FileOperationNotice>();
-    (*context)["source"] = source;
-    (*context)["destination"] = destination;
-    (*context)["operationtype"] = std::string("copy");
-    if (delegate != nullptr) (*context)["delegate"] = std::move(delegate);
-    if (object != nullptr) (*context)["object"] = std::move(object);
-    if (object2 != nullptr) (*context)["object2"] = std::move(object2);
+// Filled in place: to copy a variant with a text in it ends the process where memory runs out
+// meanwhile (libstdc++ 12).
+FileOperationNotice contextOf(const std::string& source, const std::string& destination,
+                              FileOperationDelegateRef delegate, CallerObject object,
+                              CallerObject object2) {
+    FileOperationNotice context;
+    context["source"] = source;
+    context["destination"] = destination;
+    context["operationtype"] = std::string("copy");
+    if (delegate != nullptr) context["delegate"] = std::move(delegate);
+    if (object != nullptr) context["object"] = std::move(object);
+    if (object2 != nullptr) context["object2"] = std::move(object2);
     return context;
 }
 
-FileOperationDelegateRef delegateOf(const FileOperationNotice* info) {
-    if (info == nullptr) return nullptr;
-    const auto found = info->find("delegate");
-    if (found == info->end()) return nullptr;
+FileOperationDelegateRef delegateOf(const FileOperationNotice& info) {
+    const auto found = info.find("delegate");
+    if (found == info.end()) return nullptr;
     const auto* delegate = std::get_if<FileOperationDelegateRef>(&found->second);
     return delegate != nullptr ? *delegate : nullptr;
 }
@@ -64,31 +67,122 @@ const Event kProgress{Notice::Progress, &FileOperationDelegate::fileOperationPro
 const Event kFinished{Notice::Finished, &FileOperationDelegate::fileOperationFinished,
                       Notice::FinishedWithOperation, &FileOperationDelegate::fileOperationFinished};
 
+// A notice and the delegate it is for.
+class Message {
+  public:
+    FileOperationNotice notice;
+
+    // False when the delegate implements neither form. Allocates nothing.
+    bool address(const Event& event, FileOperationDelegateRef delegate,
+                 const FileOperationRef& operation) {
+        if (delegate == nullptr) return false;
+        hasOperation_ = delegate->implements(event.withOperation);
+        if (!hasOperation_ && !delegate->implements(event.plain)) return false;
+        event_ = &event;
+        delegate_ = std::move(delegate);
+        operation_ = operation;
+        return true;
+    }
+
+    void deliver() const {
+        if (hasOperation_)
+            ((*delegate_).*event_->tellWithOperation)(notice, operation_);
+        else
+            ((*delegate_).*event_->tellPlain)(notice);
+    }
+
+  private:
+    const Event* event_ = nullptr;
+    bool hasOperation_ = false;
+    FileOperationDelegateRef delegate_;
+    FileOperationRef operation_;
+};
+
+std::function<void()> deliveryOf(std::shared_ptr<const Message> message) {
+    return [message = std::move(message)] { message->deliver(); };
+}
+
+// Of one copy. All that its last notice needs is made before the copy starts, so that the notice
+// arrives even when there is no memory at the end.
+class Context {
+  public:
+    explicit Context(FileOperationNotice info) {
+        last_->notice = std::move(info);
+        FileOperationNotice stage;
+        stage["stage"] = static_cast<long>(FileOperationStage::Complete);
+        stage_ = stage.extract(stage.begin());
+        prepareDelivery();
+    }
+
+    const FileOperationNotice& info() const { return last_->notice; }
+
+    // Until the last notice has been sent.
+    bool isPrepared() const { return !delivery_.empty(); }
+
+    // The info becomes the notice.
+    void sendFinished(const FileOperationRef& operation) {
+        platform::PreparedCall delivery;
+        delivery.swap(delivery_);
+        last_->notice.insert(std::move(stage_));
+        if (last_->address(kFinished, delegateOf(last_->notice), operation))
+            platform::current().mainThread->queue(std::move(delivery));
+    }
+
+  private:
+    // Without descriptors for it there is nothing to prepare: the platform says whether it can
+    // begin.
+    void prepareDelivery() {
+        try {
+            delivery_ = platform::current().mainThread->prepareCall(deliveryOf(last_));
+        } catch (const platform::Exception&) {
+            return;
+        }
+    }
+
+    const std::shared_ptr<Message> last_ = std::make_shared<Message>();
+    FileOperationNotice::node_type stage_;
+    platform::PreparedCall delivery_;
+};
+
+// Value by value, for the reason above.
+void fill(FileOperationNotice& notice, const FileOperationReport& report,
+          const FileOperationNotice& info) {
+    notice["stage"] = static_cast<long>(report.stage);
+    for (const auto& [key, value] : info)
+        std::visit([&entry = notice[key]](const auto& content) { entry = content; }, value);
+    if (report.stage == FileOperationStage::Running && report.status)
+        for (const auto& [key, value] : *report.status) notice[key] = value;
+}
+
 // Queued: it runs after the callback has returned.
-void send(const Event& event, const FileOperationDelegateRef& delegate, FileOperationNotice notice,
-          const FileOperationRef& operation) {
-    if (delegate == nullptr) return;
-    std::function<void()> call;
-    if (delegate->implements(event.withOperation))
-        call = [delegate, &event, notice = std::move(notice), operation] {
-            ((*delegate).*event.tellWithOperation)(notice, operation);
-        };
-    else if (delegate->implements(event.plain))
-        call = [delegate, &event, notice = std::move(notice)] {
-            ((*delegate).*event.tellPlain)(notice);
-        };
-    else
-        return;
-    platform::current().mainThread->performOnMainThread(std::move(call),
+void send(const Event& event, const FileOperationReport& report, const FileOperationNotice& info) {
+    const auto message = std::make_shared<Message>();
+    if (!message->address(event, delegateOf(info), report.operation)) return;
+    fill(message->notice, report, info);
+    platform::current().mainThread->performOnMainThread(deliveryOf(message),
                                                         platform::WaitUntilDone::No);
 }
 
-FileOperationNotice noticeOf(const FileOperationReport& report, const FileOperationNotice* info) {
-    FileOperationNotice notice = info != nullptr ? *info : FileOperationNotice{};
-    notice.emplace("stage", static_cast<long>(report.stage));
-    if (report.stage == FileOperationStage::Running && report.status)
-        for (const auto& [key, value] : *report.status) notice[key] = value;
-    return notice;
+// Removes the operation from the run loop.
+void unschedule(const FileOperationRef& operation) try {
+    const std::int32_t status = platform::current().fileOperations->unschedule(operation);
+    if (status != 0)
+        tell(formatted("Failed to unschedule operation from run loop: %d", int{status}));
+} catch (const std::exception& exception) {
+    reportCaught(exception, kStatusCallback);
+}
+
+// statusCallback for a copy with a context of this file's.
+void callBack(const FileOperationReport& report, Context& context) {
+    if (report.stage != FileOperationStage::Complete || !context.isPrepared())
+        return statusCallback(report, &context.info());
+    const FileOperationRef operation = report.operation;
+    try {
+        context.sendFinished(operation);
+    } catch (const std::exception& exception) {
+        reportCaught(exception, kStatusCallback);
+    }
+    unschedule(operation);
 }
 
 bool makeParent(const std::string& source, const OptionalPath& parent) {
@@ -111,11 +205,12 @@ void keepUntilExit(FileOperationRef operation) {
 }
 
 // Releases the operation once it has been started: the platform keeps it while it is scheduled.
-bool start(FileOperationRef operation, const std::string& source, const Context& context,
+bool start(FileOperationRef operation, const std::string& source, FileOperationNotice info,
            const std::string& parent, const std::string& name) {
+    const auto context = std::make_shared<Context>(std::move(info));
     const std::int32_t status = platform::current().fileOperations->copy(
         operation, source, parent, name,
-        [context](const FileOperationReport& report) { statusCallback(report, context.get()); },
+        [context](const FileOperationReport& report) { callBack(report, *context); },
         kStatusInterval);
     operation = nullptr;
     if (status == 0) return true;
@@ -165,14 +260,15 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
 
 void statusCallback(const FileOperationReport& report, const FileOperationNotice* info) {
     const FileOperationRef operation = report.operation;
-    const FileOperationDelegateRef delegate = delegateOf(info);
-    if (report.stage == FileOperationStage::Running && report.status)
-        send(kProgress, delegate, noticeOf(report, info), operation);
-    if (report.stage != FileOperationStage::Complete) return;
-    send(kFinished, delegate, noticeOf(report, info), operation);
-    const std::int32_t status = platform::current().fileOperations->unschedule(operation);
-    if (status != 0)
-        tell(formatted("Failed to unschedule operation from run loop: %d", int{status}));
+    const bool isComplete = report.stage == FileOperationStage::Complete;
+    const bool hasStatus = report.stage == FileOperationStage::Running && report.status;
+    try {
+        if (info != nullptr && (isComplete || hasStatus))
+            send(isComplete ? kFinished : kProgress, report, *info);
+    } catch (const std::exception& exception) {
+        reportCaught(exception, kStatusCallback);
+    }
+    if (isComplete) unschedule(operation);
 }
 
 void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) try {

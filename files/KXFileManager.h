@@ -324,6 +324,8 @@ class KXFileManager {
 // `statusCallback`: called by the platform, on the main thread, for a copy that
 // copyFileWithProgress has started. Queues the notice for the delegate in `info`, the copy's
 // context (null when there is none), and removes an operation that is complete from the run loop.
+// Throws nothing: a notice that cannot be queued is logged and not sent; of a copy that
+// copyFileWithProgress has started the last notice always is.
 void statusCallback(const platform::FileOperationReport& report, const FileOperationNotice* info);
 
 // `SendFinderSyncEvent`: has the file manager show the item anew. Answers the platform's status.

@@ -145,35 +145,48 @@ class CopyWorld : public ToolWorld {
     SteppingClock clock_;
 };
 
-class Ending : public FileOperationDelegate {
+class Listening : public FileOperationDelegate {
   public:
     using FileOperationDelegate::fileOperationFinished;
-    bool hasEnded = false;
+    using FileOperationDelegate::fileOperationProgress;
+    int statuses = 0;
+    int ends = 0;
+    StringList keys;  // of the last notice
     bool implements(Notice notice) const override {
-        return notice == Notice::FinishedWithOperation;
+        return notice == Notice::ProgressWithOperation || notice == Notice::FinishedWithOperation;
     }
-    void fileOperationFinished(const FileOperationNotice&,
+    void fileOperationProgress(const FileOperationNotice&,
                                const platform::FileOperationRef&) override {
-        hasEnded = true;
+        ++statuses;
+    }
+    void fileOperationFinished(const FileOperationNotice& notice,
+                               const platform::FileOperationRef&) override {
+        const NotCounted notCounted;
+        ++ends;
+        keys.clear();
+        for (const auto& [key, value] : notice) keys.push_back(key);
     }
 };
 
 using Copy = std::function<bool(const ToolWorld&, const FileOperationDelegateRef&)>;
 
-// Whether it succeeded is seen at the destination alone.
+// Whether it succeeded is seen at the destination alone. The end is reported in full all the same.
 void copyInBackground(FaultRun& run, const Copy& copy) {
     const CopyWorld world;
-    const auto delegate = std::make_shared<Ending>();
+    const auto delegate = std::make_shared<Listening>();
     bool started = false;
     run.inject([&] {
         started = copy(world, delegate);
-        const NotCounted notCounted;
-        for (int pass = 0; started && !delegate->hasEnded && pass < 10'000; ++pass)
+        for (int pass = 0; started && delegate->ends == 0 && pass < 10'000; ++pass)
             platform::MainRunLoop::run(platform::RunLoopMode::Default,
                                        std::chrono::steady_clock::now() + 1ms);
     });
     EXPECT_TRUE(started || run.faulted());
-    EXPECT_EQ(delegate->hasEnded, started);
+    EXPECT_EQ(delegate->ends, started ? 1 : 0);
+    if (started) {
+        EXPECT_EQ(delegate->keys,
+                  (StringList{"delegate", "destination", "operationtype", "source", "stage"}));
+    }
     EXPECT_EQ(readFile(world.text), "<plist/>");
     const bool copied = somethingAt(world.copied);
     EXPECT_TRUE(copied || run.faulted());
@@ -185,8 +198,45 @@ void copyInBackground(FaultRun& run, const Copy& copy) {
     }
 }
 
+// By a caller with a platform of its own, which has the run loop already.
+void reportWithOwnContext(FaultRun& run) {
+    using platform::FileOperationStage;
+    ToolWorld world;
+    platform::FileOperations& operations = *platform::native().fileOperations;
+    const platform::FileOperationRef operation = operations.create();
+    ASSERT_EQ(operations.schedule(operation), 0);
+    const auto delegate = std::make_shared<Listening>();
+    const FileOperationNotice info{
+        {"delegate", FileOperationDelegateRef(delegate)},
+        {"source", std::string("a source with a path that takes memory of its own")}};
+    const platform::FileOperationReport running{
+        operation, std::nullopt, FileOperationStage::Running, 0, {{{"bytes", 1.0}}}};
+    const platform::FileOperationReport complete{operation, std::nullopt,
+                                                 FileOperationStage::Complete, 0, std::nullopt};
+    const auto serve = [] {
+        platform::MainRunLoop::run(platform::RunLoopMode::Default,
+                                   std::chrono::steady_clock::now());
+    };
+    serve();
+    run.inject([&] {
+        statusCallback(running, &info);
+        statusCallback(complete, &info);
+        serve();
+    });
+    EXPECT_EQ(operations.schedule(operation), 0) << "is still scheduled";
+    const int notices = delegate->statuses + delegate->ends;
+    EXPECT_TRUE(notices == 2 || run.faulted());
+    if (!run.isLasting()) {
+        EXPECT_EQ(notices, world.hasLogged("Exception in statusCallback.") ? 1 : 2);
+    }
+    if (delegate->ends > 0) {
+        EXPECT_EQ(delegate->keys, (StringList{"delegate", "source", "stage"}));
+    }
+}
+
 std::vector<FaultScenario> backgroundScenarios() {
     return {
+        {"StatusCallback", {}, reportWithOwnContext},
         {"CopyFileWithProgress",
          {"KXFileManager copyFileWithProgress:destination:delegate:object:"},
          [](FaultRun& run) {

@@ -136,10 +136,9 @@ TEST_F(CopyWithProgress, QueuesTheEndBeforeItUnschedules) {
     class Queue : public test::ForwardingMainThread {
       public:
         StringList* calls = nullptr;
-        void performOnMainThread(std::function<void()> function,
-                                 platform::WaitUntilDone wait) override {
-            calls->emplace_back(wait == platform::WaitUntilDone::No ? "queue" : "wait");
-            ForwardingMainThread::performOnMainThread(std::move(function), wait);
+        void queue(platform::PreparedCall call) noexcept override {
+            calls->emplace_back("queue");
+            ForwardingMainThread::queue(std::move(call));
         }
     };
     Queue queue;
@@ -324,6 +323,43 @@ TEST_F(CopyWithProgress, WithoutADelegateIsUnscheduledAllTheSame) {
     operations_.report(FileOperationStage::Running, platform::FileOperationStatus{});
     operations_.report(FileOperationStage::Complete);
     deliver();
+    EXPECT_EQ(operations_.calls.back(), "unschedule");
+}
+
+TEST_F(CopyWithProgress, WithADelegateThatThrowsIsUnscheduledAllTheSame) {
+    class Throwing : public test::Listener {
+      public:
+        bool implements(Notice) const override {
+            throw platform::Exception("NSGenericException", "unknown");
+        }
+    };
+    startLog();
+    listener_ = std::make_shared<Throwing>();
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Running, platform::FileOperationStatus{});
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_THAT(listener_->events, IsEmpty());
+    EXPECT_THAT(operations_.calls, ElementsAre("create", "schedule", "copy", "unschedule"));
+    EXPECT_THAT(logged(),
+                ElementsAre("Exception in statusCallback. NSGenericException - unknown.",
+                            "Exception in statusCallback. NSGenericException - unknown."));
+}
+
+TEST_F(CopyWithProgress, WhoseEndCouldNotBePreparedTellsItAllTheSame) {
+    class Unprepared : public test::ForwardingMainThread {
+      public:
+        platform::PreparedCall prepareCall(std::function<void()>) override {
+            throw platform::Exception("NSGenericException", "no descriptors");
+        }
+    };
+    Unprepared mainThread;
+    platform_->mainThread = &mainThread;
+    ASSERT_TRUE(start());
+    operations_.report(FileOperationStage::Complete);
+    deliver();
+    EXPECT_THAT(listener_->events, ElementsAre("finished with operation"));
+    EXPECT_EQ(listener_->last.size(), 5U);
     EXPECT_EQ(operations_.calls.back(), "unschedule");
 }
 
