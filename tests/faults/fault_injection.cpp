@@ -274,7 +274,16 @@ NotCounted::~NotCounted() {
 
 }  // namespace quillmoor::test
 
-// Every allocation of this program. The other forms call these.
+namespace {
+
+void* alignedMemory(std::size_t size, std::align_val_t alignment) {
+    const auto step = static_cast<std::size_t>(alignment);
+    return std::aligned_alloc(step, (size + step - 1) / step * step);
+}
+
+}  // namespace
+
+// Every allocation of this program: the forms for arrays call these.
 void* operator new(std::size_t size) {
     if (quillmoor::test::allocationFails()) throw std::bad_alloc();
     if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;
@@ -285,10 +294,28 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return quillmoor::test::allocationFails() ? nullptr : std::malloc(size > 0 ? size : 1);
 }
 
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    if (quillmoor::test::allocationFails()) throw std::bad_alloc();
+    if (void* const memory = alignedMemory(size, alignment)) return memory;
+    throw std::bad_alloc();
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return quillmoor::test::allocationFails() ? nullptr : alignedMemory(size, alignment);
+}
+
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::align_val_t) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
     std::free(memory);
 }

@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <iostream>
+#include <new>
 #include <set>
 
 #include "tests/faults/fault_loop.h"
@@ -32,6 +34,31 @@ std::set<std::string> operationsInLoop() {
     for (const FaultScenario& scenario : faultScenarios())
         operations.insert(scenario.operations.begin(), scenario.operations.end());
     return operations;
+}
+
+// Called by name: a compiler may leave out a new-expression whose result it does not need.
+TEST(FaultLoop, HitsAllocationsOfEveryAlignment) {
+    constexpr std::align_val_t kCacheLine{64};
+    bool threw = false;
+    const void* withoutThrowing = &threw;
+    {
+        const FaultInjection injection(Fault{Trouble::NoAllocation, Lasting::FromThenOn, 1});
+        try {
+            ::operator delete(::operator new(64, kCacheLine), kCacheLine);
+        } catch (const std::bad_alloc&) {
+            threw = true;
+        }
+        withoutThrowing = ::operator new(64, kCacheLine, std::nothrow);
+    }
+    EXPECT_TRUE(threw);
+    EXPECT_EQ(withoutThrowing, nullptr);
+}
+
+TEST(FaultLoop, AlignsWhatItAllocates) {
+    constexpr std::align_val_t kPage{4096};
+    void* const memory = ::operator new(1, kPage);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % 4096, 0U);
+    ::operator delete(memory, kPage);
 }
 
 TEST(FaultLoop, HasEveryPublicOperation) {
