@@ -8,8 +8,8 @@
 namespace quillmoor {
 
 // Notices that Tallyframe is on this computer and offers its uninstaller; otherwise it passes
-// itself over in the user's direction of travel. Reports nothing: no alert, no log line. Everything
-// runs on the installer's main thread.
+// itself over in the user's direction of travel. Reports nothing: no alert, no log line. Throws
+// nothing but std::bad_alloc. Everything runs on the installer's main thread.
 class RK_MessageViewPane : public platform::InstallerPane {
   public:
     using InstallerPane::InstallerPane;

@@ -53,6 +53,9 @@ struct AsyncTaskNotification {
 // services its run loop. A time-out of less than a second terminates the tool at once if it runs
 // already, and never if it does not. A tool that ignores SIGTERM is waited for. Throws
 // platform::Exception, and starts nothing, when no thread can be started for the time-out.
+//
+// Without memory each operation throws std::bad_alloc, except runTask and dataFromTask without a
+// time-out: for these it is a failure like any other.
 class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
   public:
     using Timeout = std::chrono::duration<double>;

@@ -26,6 +26,9 @@ class SilentConsole : public ForwardingConsole {
     void putString(std::string_view) override {}
 };
 
+// It does not fit into a string without memory of its own.
+constexpr std::string_view kOutput = "what the tool writes to its output";
+
 struct TaskWorld {
     TaskWorld() { platform->console = &console; }
     ~TaskWorld() {
@@ -43,8 +46,9 @@ struct TaskWorld {
     OptionalPath print = childPath("print_streams");
     OptionalPath exits = childPath("exit_with");
     OptionalArguments touchArguments = StringList{file};
-    OptionalArguments printArguments = StringList{"out", "err"};
+    OptionalArguments printArguments = StringList{std::string(kOutput), "err"};
     OptionalArguments exitArguments = StringList{"3"};
+    OptionalEnvironment environment = Environment{{"A", "b"}};
     KXTaskEx::Timeout timeout = 1000s;
 };
 
@@ -93,7 +97,7 @@ FaultScenario output(std::string name, const std::string& operation, Throws thro
                 OptionalString text;
                 run.inject([&] { text = outputOf(world); });
                 if (run.faulted() && text.value_or("").empty()) return;
-                EXPECT_EQ(text, "out");
+                EXPECT_EQ(text, kOutput);
             },
             throws};
 }
@@ -164,10 +168,10 @@ std::vector<FaultScenario> outputScenarios() {
                    return textOf(KXTaskEx::dataFromTask(world.print, world.printArguments, &task));
                }),
         output("DataFromTaskWithEnvironment",
-               "dataFromTask:arguments:task:environment:", Throws::AndMemory,
+               "dataFromTask:arguments:task:environment:", Throws::Nothing,
                [](TaskWorld& world) {
                    return textOf(KXTaskEx::dataFromTask(world.print, world.printArguments, nullptr,
-                                                        Environment{{"A", "b"}}));
+                                                        world.environment));
                }),
         output("DataFromTaskLogged",
                "dataFromTask:arguments:task:environment:logOutput:", Throws::Nothing,
@@ -259,7 +263,7 @@ FaultScenario background(std::string name, const std::string& operation, Start s
                 // The end is told after all of the output alone.
                 EXPECT_LE(heard->ends, 1);
                 if (heard->ends == 1) {
-                    EXPECT_EQ(heard->text, "out");
+                    EXPECT_EQ(heard->text, kOutput);
                 }
                 EXPECT_TRUE(heard->ends == 1 || run.faulted());
             },
