@@ -65,7 +65,8 @@ class FileManager {
     // After an error the source is whole and nothing is at the destination that was not there
     // before, with one exception: when a part of the source becomes unremovable after the check,
     // the destination keeps the complete copy, the source keeps what could not be removed, and the
-    // error says `copyRemains`.
+    // error says `copyRemains`. The same holds when memory for the removal is lacking. The move
+    // itself throws nothing; the error is ENOMEM then, perhaps without a text.
     virtual Outcome moveItem(const std::string& path, const std::string& destination) = 0;
 
     // Copies an item, a folder with all it holds, links as links, with modes and dates, the owner

@@ -186,9 +186,13 @@ int TrashFolder::makeRecord(const std::string& name, std::string_view originalPa
     return error;
 }
 
-void TrashFolder::release(const std::string& name) const {
-    const std::string record = name + std::string(kTrashInfoSuffix);
-    if (records_) systemCalls().unlinkat(records_.get(), record.c_str(), 0);
+// Without an allocation: a record must go for lack of memory, too.
+void TrashFolder::release(const std::string& name) const noexcept {
+    char record[NAME_MAX + 1] = {};
+    if (!records_ || name.size() + kTrashInfoSuffix.size() > NAME_MAX) return;
+    char* const end = std::copy(name.begin(), name.end(), record);
+    std::copy(kTrashInfoSuffix.begin(), kTrashInfoSuffix.end(), end);
+    systemCalls().unlinkat(records_.get(), record, 0);
 }
 
 }  // namespace quillmoor::platform::linux_

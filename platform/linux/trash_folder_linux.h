@@ -44,7 +44,7 @@ class TrashFolder {
     int record(const std::string& name, std::string_view originalPath) const;
 
     // Takes the record away again, of an item that has not arrived.
-    void release(const std::string& name) const;
+    void release(const std::string& name) const noexcept;
 
     // The longest name that leaves room for the record's suffix and for a number.
     static constexpr std::size_t kLongestName = 235;

@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <new>
+#include <exception>
 #include <string_view>
 
 #include "base/paths.h"
@@ -61,10 +61,8 @@ class Recycling {
         return result_.error == 0;
     }
 
-    // After a failure: the name that the whole item has in the Trash all the same; nil if none.
-    OptionalString remainingCopy() const {
-        return result_.copyRemains ? OptionalString(to_.name) : std::nullopt;
-    }
+    // After a failure: the name that the whole item has in the Trash all the same; null if none.
+    const std::string* remainingCopy() const { return result_.copyRemains ? &to_.name : nullptr; }
 
   private:
     // Tries that name. NO ends the search, be it that the item has arrived or that it cannot.
@@ -72,19 +70,10 @@ class Recycling {
         to_.name = name;
         const int error = trash_.reserve(name, originalPath_);
         if (error != 0) return error == EEXIST;
-        result_ = move();
+        result_ = posix::moveItemTo(from_, to_);
         if (result_.error == 0 || result_.copyRemains) return false;
         trash_.release(name);
         return result_.error == EEXIST && somethingStands();
-    }
-
-    // An exception would leave the record of an item that never came.
-    posix::MoveResult move() const {
-        try {
-            return posix::moveItemTo(from_, to_);
-        } catch (const std::bad_alloc&) {
-            return {ENOMEM, false};
-        }
     }
 
     bool somethingStands() const {
@@ -160,9 +149,10 @@ bool staysInHome(const std::string& home, const std::string& path) {
     return inside && real && real->starts_with(*inside + "/");
 }
 
-// `items` is the path of the Trash as its caller knows it.
+// `items` is the path of the Trash as its caller knows it. No exception leaves it: the outcome
+// tells of the items before this one.
 bool recycleOne(const TrashFolder& trash, const std::string& items, const std::string& folderPath,
-                const std::string& name, RecycleOutcome& outcome) {
+                const std::string& name, RecycleOutcome& outcome) noexcept try {
     const std::string source = folderPath.empty() ? "." : folderPath;
     posix::Place from;
     struct stat status;
@@ -173,11 +163,19 @@ bool recycleOne(const TrashFolder& trash, const std::string& items, const std::s
     std::string folder = pathOf(from.folder.get(), source);
     if (folder == "/") folder.clear();
     Recycling recycling(trash, from, folder + "/" + name);
+    // Made first, so that a copy that remains can be reported without memory.
+    RecycleOutcome::RemainingCopy remaining{folder + "/" + name,
+                                            pathOf(trash.items(), items) + "/"};
+    remaining.copy.reserve(remaining.copy.size() + NAME_MAX);
+    outcome.remainingCopies.reserve(outcome.remainingCopies.size() + 1);
     const bool moved = recycling.run();
-    if (const OptionalString copy = recycling.remainingCopy())
-        outcome.remainingCopies.push_back(
-            {folder + "/" + name, pathOf(trash.items(), items) + "/" + *copy});
+    if (const std::string* const copy = recycling.remainingCopy()) {
+        remaining.copy += *copy;
+        outcome.remainingCopies.push_back(std::move(remaining));
+    }
     return moved;
+} catch (const std::exception&) {
+    return false;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include "platform/native_services.h"
@@ -99,8 +100,12 @@ class PosixFileManager : public FileManager {
     Outcome moveItem(const std::string& path, const std::string& destination) override {
         const MoveResult result = movePath(path, destination);
         if (result.error == 0) return Outcome::success();
-        Error error = fileError(FileVerb::Moved, path, result.error);
-        error.copyRemains = result.copyRemains;
+        Error error{result.error, {}, result.copyRemains};
+        try {
+            error.description = fileError(FileVerb::Moved, path, result.error).description;
+        } catch (const std::bad_alloc&) {
+            // What remains is to be known without a text as well.
+        }
         return Outcome::failure(std::move(error));
     }
 

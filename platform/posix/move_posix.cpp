@@ -2,6 +2,9 @@
 
 #include <errno.h>
 
+#include <exception>
+#include <new>
+
 #include "platform/posix/directory_posix.h"
 #include "platform/posix/names_posix.h"
 #include "platform/posix/removal_check_posix.h"
@@ -13,19 +16,43 @@
 namespace quillmoor::platform::posix {
 namespace {
 
+// For the exception that is being handled.
+int errorOfException() noexcept {
+    try {
+        throw;
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    } catch (const std::exception&) {
+        return EIO;
+    }
+}
+
 // Frees the name of a copy that this process has made there, and removes the copy. False when the
-// whole copy still has that name.
-bool takeAway(const Place& place, const Identity& expected) {
+// whole copy still has that name. `aside` is a free name beside it.
+bool takeAway(const Place& place, const Identity& expected, const std::string& aside) noexcept {
     struct stat status;
     const int folder = place.folder.get();
     const int error = statusOf(place, FollowLink::No, status);
     if (error != 0) return error == ENOENT;
     if (identityOf(status) != expected) return true;
     // In one step, so that a removal that fails does not leave a part of the copy under that name.
-    const std::string aside = temporaryName(place.name);
     if (renameWithoutReplacing(folder, place.name, folder, aside) != 0) return false;
-    removeTree(folder, aside, TreeKind::OurOwn);
-    return true;
+    const RemovalResult removal = removeTree(folder, aside, TreeKind::OurOwn);
+    if (removal.error == 0 || removal.removedSomething) return true;
+    // Still whole, it must not stay under a name that nobody is told.
+    return renameWithoutReplacing(folder, aside, folder, place.name) != 0;
+}
+
+// The second half of a move, when the item has been copied. No exception leaves it: the caller
+// could not tell any more what is where.
+MoveResult removeCopied(const Place& from, const Identity& original, const Place& to,
+                        const Identity& copy, const std::string& aside) noexcept {
+    struct stat now;
+    if (statusOf(from, FollowLink::No, now) == 0 && identityOf(now) != original)
+        return {ESTALE, !takeAway(to, copy, aside)};
+    const RemovalResult removal = removeTree(from.folder.get(), from.name, TreeKind::Given);
+    if (removal.error == 0 || statusOf(from, FollowLink::No, now) == ENOENT) return {};
+    return {removal.error, removal.removedSomething || !takeAway(to, copy, aside)};
 }
 
 MoveResult moveAcross(const Place& from, const Place& to) {
@@ -33,14 +60,10 @@ MoveResult moveAcross(const Place& from, const Place& to) {
     Identity copy;
     int error = statusOf(from, FollowLink::No, original);
     if (error == 0) error = checkRemovable(from);
+    const std::string aside = temporaryName(to.name);
     if (error == 0) error = copyItemTo(from, to, copy);
     if (error != 0) return {error};
-    struct stat now;
-    if (statusOf(from, FollowLink::No, now) == 0 && identityOf(now) != identityOf(original))
-        return {ESTALE, !takeAway(to, copy)};
-    const RemovalResult removal = removeTree(from.folder.get(), from.name, TreeKind::Given);
-    if (removal.error == 0 || statusOf(from, FollowLink::No, now) == ENOENT) return {};
-    return {removal.error, removal.removedSomething || !takeAway(to, copy)};
+    return removeCopied(from, identityOf(original), to, copy, aside);
 }
 
 // Exactly these bytes are among the folder's entries, or nobody can tell.
@@ -88,13 +111,16 @@ int locateBoth(const std::string& path, const std::string& destination, Place& f
 
 }  // namespace
 
-MoveResult moveItemTo(const Place& from, const Place& to) {
+// What throws leaves nothing behind: neither a new item nor a changed one.
+MoveResult moveItemTo(const Place& from, const Place& to) noexcept try {
     const int error =
         renameWithoutReplacing(from.folder.get(), from.name, to.folder.get(), to.name);
     return error == EXDEV ? moveAcross(from, to) : MoveResult{error};
+} catch (const std::exception&) {
+    return {errorOfException()};
 }
 
-MoveResult movePath(const std::string& path, const std::string& destination) {
+MoveResult movePath(const std::string& path, const std::string& destination) noexcept try {
     Place from;
     Place to;
     struct stat status;
@@ -106,6 +132,8 @@ MoveResult movePath(const std::string& path, const std::string& destination) {
     const MoveResult result = moveItemTo(from, to);
     if (result.error != EEXIST || !isSameEntry(from, to)) return result;
     return {from.name == to.name ? 0 : respell(from, to)};
+} catch (const std::exception&) {
+    return {errorOfException()};
 }
 
 int copyPath(const std::string& path, const std::string& destination, const CopyControl& control) {

@@ -18,11 +18,11 @@ struct MoveResult {
 // that the whole source may be removed (see checkRemovable), copies (see copyItemTo), then removes
 // the source. Where the source cannot be removed all the same the copy is removed again, unless a
 // part of the source is removed already; nothing is ever lost but what somebody else adds to a
-// folder while it is moved across file systems.
-MoveResult moveItemTo(const Place& from, const Place& to);
+// folder while it is moved across file systems. ENOMEM for lack of memory.
+MoveResult moveItemTo(const Place& from, const Place& to) noexcept;
 
-// As FileManager::moveItem.
-MoveResult movePath(const std::string& path, const std::string& destination);
+// As FileManager::moveItem; ENOMEM for lack of memory.
+MoveResult movePath(const std::string& path, const std::string& destination) noexcept;
 
 // As FileManager::copyItem; returns 0 or the error number.
 int copyPath(const std::string& path, const std::string& destination,

@@ -61,8 +61,9 @@ TreeCrew::TreeCrew(std::size_t threads, std::function<void()> help)
 
 void TreeCrew::give(TreeLevel& folder, EntryBatch entries) {
     const std::lock_guard lock(mutex_);
-    folder.given.fetch_add(1, std::memory_order_relaxed);
     queue_.push_back({&folder, std::move(entries)});
+    // Not before it is there: without memory for it, takeBack() would wait for it in vain.
+    folder.given.fetch_add(1, std::memory_order_relaxed);
     queueChanged();
     if (idle_ > 0)
         given_.notify_one();

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <new>
 #include <set>
 #include <utility>
 
@@ -39,6 +40,11 @@ struct Removal {
     std::atomic<bool> removedSomething{false};
     std::atomic<bool> lost{false};  // a folder has been moved away meanwhile
     std::atomic<bool> topIsGone{false};
+
+    void fail(int code) {
+        int none = 0;
+        error.compare_exchange_strong(none, code);
+    }
 };
 
 // What has become of some of a folder's entries.
@@ -77,7 +83,7 @@ class RemovalWorker : public TreeWorker {
     }
 
     void runOutOfMemory() noexcept override {
-        noteFailure(nullptr, ENOMEM);
+        work_.fail(ENOMEM);
         work_.lost = true;
     }
 
@@ -229,8 +235,7 @@ class RemovalWorker : public TreeWorker {
     }
 
     void noteFailure(RemovalLevel* level, int error) {
-        int none = 0;
-        work_.error.compare_exchange_strong(none, error);
+        work_.fail(error);
         if (level != nullptr) level->left.something = true;
     }
 
@@ -240,18 +245,21 @@ class RemovalWorker : public TreeWorker {
 }  // namespace
 
 RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
-                         const std::stop_token& stop) {
+                         const std::stop_token& stop) noexcept {
     if (stop.stop_requested()) return {ECANCELED, false};
     Removal work{folder, kind, stop};
-    TreeCrew crew(work.limits.threads, [&] { RemovalWorker(crew, work).help(); });
-    RemovalWorker(crew, work).remove(name);
-    crew.end();
+    try {
+        TreeCrew crew(work.limits.threads, [&] { RemovalWorker(crew, work).help(); });
+        RemovalWorker(crew, work).remove(name);
+    } catch (const std::bad_alloc&) {
+        work.fail(ENOMEM);
+    }
     int error = work.error;
     if (stop.stop_requested() && !work.topIsGone) error = ECANCELED;
     return {error, work.removedSomething};
 }
 
-int removePath(const std::string& path, const std::stop_token& stop) {
+int removePath(const std::string& path, const std::stop_token& stop) noexcept try {
     Place place;
     struct stat status;
     int error = locate(path, place);
@@ -259,6 +267,8 @@ int removePath(const std::string& path, const std::stop_token& stop) {
     if (error == 0 && place.asFolder) error = statusOf(place, FollowLink::No, status);
     if (error != 0) return error;
     return removeTree(place.folder.get(), place.name, TreeKind::Given, stop).error;
+} catch (const std::bad_alloc&) {
+    return ENOMEM;
 }
 
 }  // namespace quillmoor::platform::posix

@@ -21,11 +21,11 @@ struct RemovalResult {
 // when it holds much. No link is ever followed, also when a folder is swapped for one meanwhile.
 // What cannot be removed is passed over and the rest goes. Needs a bounded number of descriptors
 // and no stack, however deep the tree is. A folder that is moved elsewhere while it is being
-// emptied ends the removal.
+// emptied ends the removal. Lack of memory ends it with ENOMEM.
 RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
-                         const std::stop_token& stop = {});
+                         const std::stop_token& stop = {}) noexcept;
 
-// As FileTree::remove; answers 0 or the error number.
-int removePath(const std::string& path, const std::stop_token& stop = {});
+// As FileTree::remove; answers 0 or the error number, ENOMEM for lack of memory.
+int removePath(const std::string& path, const std::stop_token& stop = {}) noexcept;
 
 }  // namespace quillmoor::platform::posix

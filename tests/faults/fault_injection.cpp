@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <new>
 #include <type_traits>
 
 #include "platform/posix/system_calls_posix.h"
@@ -43,7 +42,6 @@ Fault fault{};
 std::array<std::atomic<int>, kTroubles.size()> callsOf{};
 std::atomic<bool> hasHappened{false};
 std::atomic<const char*> firstCall{""};
-thread_local bool isTheTests = false;  // what this thread allocates
 
 // Counts a call for one trouble; true when it is to fail with it.
 bool hits(Trouble trouble, const char* call) {
@@ -217,8 +215,7 @@ SystemCalls wrapped() {
 const SystemCalls failingCalls = wrapped();
 
 bool allocationFails() {
-    return isArmed.load(std::memory_order_acquire) && !isTheTests &&
-           hits(Trouble::NoAllocation, "operator new");
+    return hits(Trouble::NoAllocation, "operator new");
 }
 
 }  // namespace
@@ -242,10 +239,12 @@ FaultInjection::FaultInjection(const std::optional<Fault>& wanted) {
     firstCall = "";
     next = platform::posix::exchangeSystemCalls(&failingCalls);
     isArmed.store(true, std::memory_order_release);
+    setAllocationFails(allocationFails);
 }
 
 // The table stays: a thread of the operation's may be inside a call.
 FaultInjection::~FaultInjection() {
+    setAllocationFails(nullptr);
     isArmed.store(false, std::memory_order_release);
     platform::posix::exchangeSystemCalls(next);
 }
@@ -264,58 +263,4 @@ CallCounts FaultInjection::counts() {
     return result;
 }
 
-NotCounted::NotCounted() : before_(isTheTests) {
-    isTheTests = true;
-}
-
-NotCounted::~NotCounted() {
-    isTheTests = before_;
-}
-
 }  // namespace quillmoor::test
-
-namespace {
-
-void* alignedMemory(std::size_t size, std::align_val_t alignment) {
-    const auto step = static_cast<std::size_t>(alignment);
-    return std::aligned_alloc(step, (size + step - 1) / step * step);
-}
-
-}  // namespace
-
-// Every allocation of this program: the forms for arrays call these.
-void* operator new(std::size_t size) {
-    if (quillmoor::test::allocationFails()) throw std::bad_alloc();
-    if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return quillmoor::test::allocationFails() ? nullptr : std::malloc(size > 0 ? size : 1);
-}
-
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    if (quillmoor::test::allocationFails()) throw std::bad_alloc();
-    if (void* const memory = alignedMemory(size, alignment)) return memory;
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
-    return quillmoor::test::allocationFails() ? nullptr : alignedMemory(size, alignment);
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::align_val_t) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    std::free(memory);
-}

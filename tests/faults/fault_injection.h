@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "tests/support/failing_allocations.h"
+
 namespace quillmoor::test {
 
 // What is wrong with the system. A call fails only where it can give that error.
@@ -45,19 +47,6 @@ class FaultInjection {
     static bool happened();
     static const char* call();  // the first that failed
     static CallCounts counts();
-};
-
-// The caller's own allocations are none of the operation's: none of this thread's is counted while
-// it lives.
-class NotCounted {
-  public:
-    NotCounted();
-    ~NotCounted();
-    NotCounted(const NotCounted&) = delete;
-    NotCounted& operator=(const NotCounted&) = delete;
-
-  private:
-    bool before_;
 };
 
 }  // namespace quillmoor::test

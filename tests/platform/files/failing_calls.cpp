@@ -5,45 +5,60 @@
 
 #include "platform/posix/system_calls_posix.h"
 #include "tests/support/failed_call.h"
+#include "tests/support/failing_allocations.h"
 
 namespace quillmoor::test {
 namespace {
 
 using platform::posix::SystemCalls;
 
-const SystemCalls* next = nullptr;
-std::atomic<int> count{0};
-int failingCall = 0;
-int failingError = 0;
-Failing howOften = Failing::Once;
+// Which of many fails.
+struct Plan {
+    std::atomic<int> count{0};
+    int nth = 0;
+    Failing howOften = Failing::Once;
 
-bool isToFail() {
-    const int number = ++count;
-    return howOften == Failing::Once ? number == failingCall : number >= failingCall;
-}
+    void start(int wanted, Failing failing) {
+        count = 0;
+        nth = wanted;
+        howOften = failing;
+    }
+    bool isToFail() {
+        const int number = ++count;
+        return howOften == Failing::Once ? number == nth : number >= nth;
+    }
+    bool happened() const { return count >= nth; }
+};
+
+const SystemCalls* next = nullptr;
+Plan calls;
+int failingError = 0;
+Plan allocations;
 
 template <auto Member, typename Function>
 struct Wrapper;
 template <auto Member, typename Result, typename... Arguments>
 struct Wrapper<Member, Result (*)(Arguments...)> {
     static Result call(Arguments... arguments) {
-        if (!isToFail()) return (next->*Member)(arguments...);
-        return failedCall<Member, Result>(failingError, arguments...);
+        if (calls.isToFail()) return failedCall<Member, Result>(failingError, arguments...);
+        // The table below may be the test's own guard.
+        const NotCounted notCounted;
+        return (next->*Member)(arguments...);
     }
 };
 
 template <auto Member>
-void wrap(SystemCalls& calls) {
-    using Function = std::remove_reference_t<decltype(calls.*Member)>;
-    calls.*Member = Wrapper<Member, Function>::call;
+void wrap(SystemCalls& table) {
+    using Function = std::remove_reference_t<decltype(table.*Member)>;
+    table.*Member = Wrapper<Member, Function>::call;
 }
 
 template <auto... Members>
 SystemCalls wrapped() {
     static_assert(sizeof(SystemCalls) == sizeof...(Members) * sizeof(void*), "one is missing");
-    SystemCalls calls{};
-    (wrap<Members>(calls), ...);
-    return calls;
+    SystemCalls table{};
+    (wrap<Members>(table), ...);
+    return table;
 }
 
 using Calls = SystemCalls;
@@ -64,10 +79,8 @@ const SystemCalls failingCalls = wrapped<
 }  // namespace
 
 FailingCalls::FailingCalls(int nth, int error, Failing failing) {
-    count = 0;
-    failingCall = nth;
+    calls.start(nth, failing);
     failingError = error;
-    howOften = failing;
     next = platform::posix::exchangeSystemCalls(&failingCalls);
 }
 
@@ -76,7 +89,20 @@ FailingCalls::~FailingCalls() {
 }
 
 bool FailingCalls::happened() const {
-    return count >= failingCall;
+    return calls.happened();
+}
+
+FailingAllocations::FailingAllocations(int nth, Failing failing) {
+    allocations.start(nth, failing);
+    setAllocationFails([] { return allocations.isToFail(); });
+}
+
+FailingAllocations::~FailingAllocations() {
+    setAllocationFails(nullptr);
+}
+
+bool FailingAllocations::happened() const {
+    return allocations.happened();
 }
 
 }  // namespace quillmoor::test

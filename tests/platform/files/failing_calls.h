@@ -1,5 +1,9 @@
-// System calls that fail when the test wants it.
+// System calls, and allocations, that fail when the test wants it.
 #pragma once
+
+#include <cerrno>
+#include <optional>
+#include <string>
 
 namespace quillmoor::test {
 
@@ -19,6 +23,54 @@ class FailingCalls {
 
     // The call has come and has failed.
     bool happened() const;
+};
+
+// As long as this lives, the `nth` allocation (counting from 1) throws std::bad_alloc. What the
+// test's own layers of the table of system calls allocate does not count. One at a time; any
+// thread's allocations count.
+class FailingAllocations {
+  public:
+    explicit FailingAllocations(int nth, Failing failing = Failing::Once);
+    ~FailingAllocations();
+    FailingAllocations(const FailingAllocations&) = delete;
+    FailingAllocations& operator=(const FailingAllocations&) = delete;
+
+    // The allocation has come and has failed.
+    bool happened() const;
+
+  private:
+    const FailingCalls none_{0, 0};
+};
+
+// What a test makes fail: calls, with EIO, or allocations.
+struct FailureKind {
+    enum class Of { Calls, Allocations } of;
+    Failing failing;
+
+    bool isOfAllocations() const { return of == Of::Allocations; }
+    // What fails for good cannot be tidied up after.
+    bool isLasting() const { return failing == Failing::FromThenOn; }
+    // As part of a test's name.
+    std::string name() const {
+        return std::string(isOfAllocations() ? "Allocations" : "Calls") +
+               (isLasting() ? "FromThenOn" : "Once");
+    }
+};
+
+// One of them, the `nth`.
+class OneFailure {
+  public:
+    OneFailure(const FailureKind& kind, int nth) {
+        if (kind.isOfAllocations())
+            allocations_.emplace(nth, kind.failing);
+        else
+            calls_.emplace(nth, EIO, kind.failing);
+    }
+    bool happened() const { return calls_ ? calls_->happened() : allocations_->happened(); }
+
+  private:
+    std::optional<FailingCalls> calls_;
+    std::optional<FailingAllocations> allocations_;
 };
 
 }  // namespace quillmoor::test

@@ -6,9 +6,12 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <new>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/tree_worker_posix.h"
+#include "tests/platform/files/failing_calls.h"
 #include "tests/platform/files/file_fixtures.h"
 
 namespace quillmoor::platform::posix {
@@ -80,6 +83,27 @@ TEST(TreeCrew, WhatIsGivenIsDoneOnceByWhoeverComesFirst) {
         EXPECT_EQ(done, 15U * static_cast<std::size_t>(round + 1));
     }
     crew.end();
+}
+
+TEST(TreeCrew, WhatThereIsNoMemoryForIsNotGiven) {
+    TreeCrew crew(1, [] {});
+    TreeLevel folder;
+    int given = 0;
+    for (bool refused = false; !refused; given += refused ? 0 : 1) {
+        ASSERT_LT(given, 1000) << "there was memory for all";
+        EntryBatch batch = batchOf({"a"});
+        const test::FailingAllocations failing(1);
+        try {
+            crew.give(folder, std::move(batch));
+        } catch (const std::bad_alloc&) {
+            refused = true;
+        }
+    }
+    // One more would be waited for in vain.
+    ASSERT_EQ(folder.given, given);
+    EntryBatch back;
+    while (crew.takeBack(folder, back)) --given;
+    EXPECT_EQ(given, 0);
 }
 
 TEST(TreeCrew, FurtherThreadsBlockSignals) {
