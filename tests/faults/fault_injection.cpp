@@ -225,10 +225,10 @@ const char* nameOf(Trouble trouble) {
     return kNames[index(trouble)];
 }
 
-std::string describe(const Fault& fault) {
-    return std::string(nameOf(fault.trouble)) +
-           (fault.lasting == Lasting::Once ? " once" : " from then on") + ", call " +
-           std::to_string(fault.nth);
+std::string describe(const Fault& one) {
+    return std::string(nameOf(one.trouble)) +
+           (one.lasting == Lasting::Once ? " once" : " from then on") + ", call " +
+           std::to_string(one.nth);
 }
 
 FaultInjection::FaultInjection(const std::optional<Fault>& wanted) {

@@ -220,7 +220,7 @@ TEST_F(BundleLoader, APlugInThatIsNoSharedObjectGivesTheSystemsText) {
 TEST_F(BundleLoader, ATruncatedPlugInIsRefusedBeforeItIsLoaded) {
     auto parts = whole();
     parts.program = folder_ / "cut.so";
-    for (const std::uintmax_t size : {500, 5000, 20000}) {
+    for (const std::uintmax_t size : {500U, 5000U, 20000U}) {
         std::filesystem::remove(parts.program);
         std::filesystem::copy_file(RECORDING_PLUGIN, parts.program);
         std::filesystem::resize_file(parts.program, size);

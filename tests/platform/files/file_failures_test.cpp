@@ -90,6 +90,8 @@ std::string parentOf(const std::string& path) {
 
 class FileFailures : public testing::TestWithParam<FailureKind> {
   protected:
+    // The service itself is made with its first use, not by what is tested.
+    FileFailures() { files(); }
     static platform::FileManager& files() { return *platform::nativeFileManager(); }
     static bool isTidy() { return !GetParam().isLasting(); }
 };

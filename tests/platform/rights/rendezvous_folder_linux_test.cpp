@@ -91,7 +91,7 @@ TEST_F(RendezvousFolderTest, WithoutASocketIsKept) {
 
 TEST_F(RendezvousFolderTest, ThatOthersMayEnterIsKept) {
     const std::string folder = makeLeftOver();
-    for (const mode_t mode : {0701, 0710, 0777, 0500}) {
+    for (const mode_t mode : {0701U, 0710U, 0777U, 0500U}) {
         ::chmod(folder.c_str(), mode);
         EXPECT_TRUE(isKept(folder)) << mode;
     }
