@@ -42,23 +42,15 @@ class Announced {
     std::string name_;
 };
 
-OptionalPath datedDestination(const OptionalPath& destination, const OptionalPath& path) {
-    return stampedPath(*destination, stamp(), pathExtension(*path));
-}
+enum class NamesSeen : bool { No, Yes };
 
-// Where the item comes to.
-OptionalPath trashDestination(const OptionalPath& trash, const OptionalPath& path) {
+// The item's new path. A name that cannot be seen counts as taken: the tool would replace its item.
+OptionalPath trashDestination(const OptionalPath& trash, const OptionalPath& path,
+                              NamesSeen seen = NamesSeen::Yes) {
     if (!path) return std::nullopt;
     OptionalPath destination = appendPathComponent(trash, lastPathComponent(*path));
-    if (!somethingAt(destination)) return destination;
-    return datedDestination(destination, path);
-}
-
-// The same in a Trash that is ready. The tool would replace an item that only it can see.
-OptionalPath readyDestination(const std::string& trash, const OptionalPath& path) {
-    const bool namesAreSeen = somethingAt(trash + "/.");
-    if (namesAreSeen) return trashDestination(trash, path);
-    return datedDestination(appendPathComponent(trash, lastPathComponent(*path)), path);
+    if (seen == NamesSeen::Yes && !somethingAt(destination)) return destination;
+    return stampedPath(*destination, stamp(), pathExtension(*path));
 }
 
 }  // namespace
@@ -126,7 +118,8 @@ bool KXAuthorization::moveToTrash(const OptionalPath& path) {
             formatted("Unable to trash path %@ because the Trash %@ cannot be used.", path, trash));
         return false;
     }
-    const OptionalPath destination = readyDestination(*trash, path);
+    const NamesSeen seen{somethingAt(*trash + "/.")};
+    const OptionalPath destination = trashDestination(trash, path, seen);
     const std::string name = lastPathComponent(*destination);
     const bool canBeRestored = workspace.announceTrash(*trash, name, *path);
     Announced announced{*trash, name};

@@ -33,8 +33,8 @@ enum class Async : bool { No, Yes };
 //
 // sharedController and allocWithZone may be called from any thread; all else is for one thread at a
 // time and blocks it while the user is asked. What is refused is told on the system console.
-// Nothing is thrown but std::bad_alloc and, by the super-user's tools, a platform::Exception when
-// the system cannot start one, for want of means or because an argument has a NUL in it or is too
+// Nothing is thrown but std::bad_alloc and, in a process of root's, a platform::Exception when the
+// system cannot start a tool, for want of means or because an argument has a NUL in it or is too
 // long. Tools that were started before that run on.
 class KXAuthorization : public SharedObject<KXAuthorization> {
   public:

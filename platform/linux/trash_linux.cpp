@@ -150,7 +150,7 @@ bool staysInHome(const std::string& home, const std::string& path) {
 }
 
 // `items` is the path of the Trash as its caller knows it. No exception leaves it: the outcome
-// tells of the items before this one.
+// reports the items before this one.
 bool recycleOne(const TrashFolder& trash, const std::string& items, const std::string& folderPath,
                 const std::string& name, RecycleOutcome& outcome) noexcept try {
     const std::string source = folderPath.empty() ? "." : folderPath;

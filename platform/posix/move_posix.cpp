@@ -39,12 +39,12 @@ bool takeAway(const Place& place, const Identity& expected, const std::string& a
     if (renameWithoutReplacing(folder, place.name, folder, aside) != 0) return false;
     const RemovalResult removal = removeTree(folder, aside, TreeKind::OurOwn);
     if (removal.error == 0 || removal.removedSomething) return true;
-    // Still whole, it must not stay under a name that nobody is told.
+    // Still whole, it must not stay under a name that is not reported.
     return renameWithoutReplacing(folder, aside, folder, place.name) != 0;
 }
 
 // The second half of a move, when the item has been copied. No exception leaves it: the caller
-// could not tell any more what is where.
+// could no longer know what is where.
 MoveResult removeCopied(const Place& from, const Identity& original, const Place& to,
                         const Identity& copy, const std::string& aside) noexcept {
     struct stat now;

@@ -25,7 +25,7 @@ struct RemovalResult {
 RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
                          const std::stop_token& stop = {}) noexcept;
 
-// As FileTree::remove; answers 0 or the error number, ENOMEM for lack of memory.
+// As FileTree::remove; returns 0 or the error number, ENOMEM for lack of memory.
 int removePath(const std::string& path, const std::stop_token& stop = {}) noexcept;
 
 }  // namespace quillmoor::platform::posix

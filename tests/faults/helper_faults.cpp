@@ -25,7 +25,7 @@ using platform::linux_::rights::LaunchSetup;
 using platform::linux_::rights::openToolPipes;
 using platform::linux_::rights::Rendezvous;
 
-// A helper that this process, which is the super-user's, starts itself.
+// A helper that this process, which is root's, starts itself.
 class HelperWorld {
   public:
     HelperWorld() {

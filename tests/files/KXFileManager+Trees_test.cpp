@@ -262,7 +262,7 @@ TEST_F(UserTrees, WithAFolderThatMayNotBeReadCountTheRest) {
     EXPECT_EQ(test::readFile(closed_ + "/b"), "22");
 }
 
-// A folder that may not be read counts as empty, but nobody knows that it is.
+// A folder that cannot be read counts as empty, but need not be.
 TEST_F(UserTrees, ThatOnlySeemEmptyAreNotRemoved) {
     EXPECT_TRUE(KXFileManager::isFolderEmpty(closed_));
     EXPECT_FALSE(KXFileManager::removeFolderIfEmpty(closed_));

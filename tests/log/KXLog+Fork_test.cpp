@@ -75,7 +75,7 @@ TEST_F(LogOfAForkedChild, StartsNoNewFile) {
 }
 
 TEST_F(LogOfAForkedChild, WithoutItsInstanceDoesNothing) {
-    static KXLog* const taken = KXLog::allocWithZone();  // kept, for nobody can release it
+    static KXLog* const taken = KXLog::allocWithZone();  // kept: it is never released
     EXPECT_NE(taken, nullptr);
     EXPECT_EQ(KXLog::sharedController(), nullptr);
     const int status = statusOfChild([] {

@@ -90,7 +90,7 @@ TEST_F(KXLogController, ASecondAllocationIsNil) {
 }
 
 TEST_F(KXLogController, WithoutItsInstanceTheLogDoesNothing) {
-    static KXLog* const taken = KXLog::allocWithZone();  // kept, for nobody can release it
+    static KXLog* const taken = KXLog::allocWithZone();  // kept: it is never released
     EXPECT_NE(taken, nullptr);
     EXPECT_EQ(KXLog::sharedController(), nullptr);
     KXLog::createNewLog();

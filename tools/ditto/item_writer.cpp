@@ -81,7 +81,8 @@ void finishFolder(int root, const PlannedItem& folder, unsigned umask) {
 
 void finishFolder(int root, const PlannedItem& folder, unsigned umask, const Identity& identity) {
     const Descriptor opened = openFolderBeneath(root, folder.path);
-    if (identityOf(opened.get(), folder.path) != identity) failWithError(folder.path, "given its rights", EBUSY);
+    if (identityOf(opened.get(), folder.path) != identity)
+        failWithError(folder.path, "given its rights", EBUSY);
     finish(opened, folder, umask);
 }
 
