@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
+#include <exception>
 #include <mutex>
 #include <new>
 #include <stop_token>
@@ -104,6 +105,8 @@ class PosixFileOperation final : public FileOperation,
                                                    stop_.get_token()));
         } catch (const std::bad_alloc&) {
             return kNoMemory;
+        } catch (const std::exception&) {
+            return kInputOutputError;
         }
     }
 

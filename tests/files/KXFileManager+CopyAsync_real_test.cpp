@@ -1,7 +1,9 @@
 #include <atomic>
 #include <filesystem>
+#include <stdexcept>
 #include <thread>
 
+#include "platform/posix/system_calls_posix.h"
 #include "tests/children/child_tools.h"
 #include "tests/files/copy_async_test.h"
 #include "tests/files/held_calls.h"
@@ -153,6 +155,19 @@ TEST_F(RealCopyWithProgress, ThatFailsStillTellsTheEndOnceAndLeavesWhatWasThere)
     EXPECT_THAT(listener_->events, ElementsAre("finished with operation"));
     EXPECT_EQ(std::get<long>(listener_->last.at("stage")), 3L);
     EXPECT_EQ(test::readFile(folder_ / "copy"), "old");
+}
+
+TEST_F(RealCopyWithProgress, ThatMeetsAnExceptionFailsAndTellsTheEnd) {
+    folder_.makeFolder("tree");
+    platform::posix::SystemCalls calls = platform::posix::systemCalls();
+    calls.mkdirat = [](int, const char*, mode_t) -> int { throw std::runtime_error("unexpected"); };
+    const auto* const before = platform::posix::exchangeSystemCalls(&calls);
+    EXPECT_TRUE(KXFileManager::copyFileWithProgress(folder_ / "tree", folder_ / "copy", listener_,
+                                                    nullptr));
+    EXPECT_TRUE(serveUntilFinished());
+    platform::posix::exchangeSystemCalls(before);
+    EXPECT_THAT(listener_->events, ElementsAre("finished with operation"));
+    EXPECT_THAT(itemsInFolder(), testing::Not(testing::Contains("copy")));
 }
 
 TEST_F(RealCopyWithProgress, TellsNothingWhileTheMainThreadIsInTheModalMode) {
