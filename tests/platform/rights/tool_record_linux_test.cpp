@@ -17,8 +17,15 @@
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {
 
+StringList recordsOf(const StringList& command) {
+    return toolRecords(Client{4242, 1000, {}, {}}, command);
+}
+
+// Of a command that one record holds.
 std::string recordOf(const StringList& command) {
-    return toolRecord(Client{4242, 1000, {}, {}}, command);
+    const StringList records = recordsOf(command);
+    EXPECT_EQ(records.size(), 1U);
+    return records.front();
 }
 
 TEST(ToolRecord, NamesUserProcessToolAndArguments) {
@@ -41,18 +48,35 @@ TEST(ToolRecord, IsOneLineOfPrintableCharacters) {
                             [](char letter) { return letter >= ' ' && letter <= '~'; }));
 }
 
-TEST(ToolRecord, HasABound) {
-    const std::size_t fixed = recordOf({"/t", "x"}).size() - 1;
-    const std::size_t most = kLongestRecord - std::string("... (1 arguments)").size() - fixed;
-    EXPECT_EQ(recordOf({"/t", std::string(most, 'x')}).back(), 'x');
-    const std::string cut = recordOf({"/t", std::string(most + 1, 'x')});
-    EXPECT_EQ(cut.size(), kLongestRecord);
-    EXPECT_THAT(cut, testing::EndsWith("x... (1 arguments)"));
+TEST(ToolRecord, GoesOnInAnotherWhereItGetsTooLong) {
+    const std::size_t most = kLongestRecord - recordOf({"/t", "x"}).size() + 1;
+    const std::string longest(most, 'x');
+    EXPECT_EQ(recordOf({"/t", longest}).size(), kLongestRecord);
+    EXPECT_THAT(recordsOf({"/t", longest + "yz"}),
+                testing::ElementsAre("uid 1000, process 4242: /t " + longest,
+                                     "uid 1000, process 4242, continued:yz"));
+    EXPECT_THAT(recordsOf({"/t", longest, "/hidden"}),
+                testing::ElementsAre("uid 1000, process 4242: /t " + longest,
+                                     "uid 1000, process 4242, continued: /hidden"));
     // An escape is never cut.
-    EXPECT_THAT(recordOf({"/t", std::string(most - 2, 'x') + "\n"}),
-                testing::EndsWith("x... (1 arguments)"));
-    EXPECT_THAT(recordOf(StringList(100'000, "")), testing::EndsWith("... (99999 arguments)"));
-    EXPECT_LE(recordOf({std::string(2'000'000, '\n')}).size(), kLongestRecord);
+    EXPECT_THAT(recordsOf({"/t", longest.substr(3) + "\n"}),
+                testing::ElementsAre("uid 1000, process 4242: /t " + longest.substr(3),
+                                     R"(uid 1000, process 4242, continued:\x0a)"));
+}
+
+TEST(ToolRecord, LosesNothingOfAVeryLongCommand) {
+    const std::string start = "uid 1000, process 4242";
+    std::string whole;
+    const StringList records = recordsOf({"/t", std::string(100'000, '\n'), "", "/end"});
+    for (const std::string& record : records) {
+        EXPECT_LE(record.size(), kLongestRecord);
+        const std::string head = start + (whole.empty() ? ":" : ", continued:");
+        ASSERT_TRUE(record.starts_with(head)) << record;
+        whole += record.substr(head.size());
+    }
+    std::string expected = " /t ";
+    for (int count = 0; count < 100'000; ++count) expected += R"(\x0a)";
+    EXPECT_TRUE(whole == expected + R"( "" /end)");
 }
 
 std::vector<StringList>& recorded() {

@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <string_view>
+#include <utility>
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {
@@ -16,36 +17,44 @@ std::string escaped(char letter) {
     return {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
 }
 
-// False when `record` would get longer than that, and is not complete.
-bool append(std::string& record, std::string_view text, std::size_t longest) {
-    if (record.size() + text.size() > longest) return false;
-    record += text;
-    return true;
-}
+// Fills one record after the other.
+class Records {
+  public:
+    explicit Records(const Client& client)
+        : start_("uid " + std::to_string(client.uid) + ", process " + std::to_string(client.pid)),
+          all_{start_ + ":"} {}
 
-bool appendWord(std::string& record, std::string_view word, std::size_t longest) {
-    if (!append(record, " ", longest)) return false;
-    if (word.empty()) return append(record, "\"\"", longest);
-    for (const char letter : word)
-        if (!append(record, escaped(letter), longest)) return false;
-    return true;
-}
+    // Is never cut.
+    void append(std::string_view text) {
+        if (all_.back().size() + text.size() > kLongestRecord)
+            all_.push_back(start_ + ", continued:");
+        all_.back() += text;
+    }
+
+    StringList take() { return std::move(all_); }
+
+  private:
+    std::string start_;
+    StringList all_;
+};
 
 }  // namespace
 
-std::string toolRecord(const Client& client, const StringList& command) {
-    std::string record =
-        "uid " + std::to_string(client.uid) + ", process " + std::to_string(client.pid) + ":";
-    const std::string rest = "... (" + std::to_string(command.size() - 1) + " arguments)";
-    for (const std::string& word : command)
-        if (!appendWord(record, word, kLongestRecord - rest.size())) return record + rest;
-    return record;
+StringList toolRecords(const Client& client, const StringList& command) {
+    Records records(client);
+    for (const std::string& word : command) {
+        records.append(" ");
+        if (word.empty()) records.append("\"\"");
+        for (const char letter : word) records.append(escaped(letter));
+    }
+    return records.take();
 }
 
 void logTool(const Client& client, const StringList& command) {
     // The log is not kept open: the service behind it may be started anew meanwhile.
     ::openlog("quillmoor-rights-helper", LOG_PID, LOG_AUTHPRIV);
-    ::syslog(LOG_NOTICE, "%s", toolRecord(client, command).c_str());
+    for (const std::string& record : toolRecords(client, command))
+        ::syslog(LOG_NOTICE, "%s", record.c_str());
     ::closelog();
 }
 
