@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #ifdef __linux__
@@ -63,6 +64,7 @@ constexpr SystemCalls kNative{
     .fcntl = control,
     .fstat = ::fstat,
     .fstatat = ::fstatat,
+    .flock = ::flock,
     .faccessat = ::faccessat,
     .readlinkat = ::readlinkat,
     .realpath = ::realpath,
@@ -101,12 +103,14 @@ constexpr SystemCalls kNative{
     .sendmsg = ::sendmsg,
     .send = ::send,
     .recv = ::recv,
+    .recvmsg = ::recvmsg,
     .posix_spawn = ::posix_spawn,
     .pthread_create = ::pthread_create,
     .waitid = ::waitid,
     .kill = ::kill,
     .mmap = ::mmap,
 #ifdef __linux__
+    .statx = ::statx,
     .fallocate = ::fallocate,
     .eventfd = ::eventfd,
     .accept4 = ::accept4,

@@ -40,6 +40,7 @@ struct SystemCalls {
 
     int (*fstat)(int file, struct stat* status);
     int (*fstatat)(int folder, const char* name, struct stat* status, int flags);
+    int (*flock)(int file, int operation);
     int (*faccessat)(int folder, const char* name, int mode, int flags);
     ssize_t (*readlinkat)(int folder, const char* name, char* buffer, std::size_t size);
     char* (*realpath)(const char* name, char* resolved);
@@ -91,6 +92,7 @@ struct SystemCalls {
     ssize_t (*sendmsg)(int socket, const msghdr* message, int flags);
     ssize_t (*send)(int socket, const void* bytes, std::size_t size, int flags);
     ssize_t (*recv)(int socket, void* bytes, std::size_t size, int flags);
+    ssize_t (*recvmsg)(int socket, msghdr* message, int flags);
 
     // These two return an error number.
     int (*posix_spawn)(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
@@ -104,6 +106,7 @@ struct SystemCalls {
     void* (*mmap)(void* start, std::size_t size, int protection, int flags, int file, off_t offset);
 
 #ifdef __linux__
+    int (*statx)(int folder, const char* name, int flags, unsigned mask, struct statx* status);
     int (*fallocate)(int file, int mode, off_t offset, off_t size);
     int (*eventfd)(unsigned value, int flags);
     int (*accept4)(int socket, sockaddr* address, socklen_t* size, int flags);

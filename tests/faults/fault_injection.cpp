@@ -136,6 +136,8 @@ void wrapFileCalls(SystemCalls& calls) {
     wrap<&Calls::fcntl, "fcntl", kDescriptors, Control>(calls);
     wrap<&Calls::fstat, "fstat", kBroken | kMemory>(calls);
     wrap<&Calls::fstatat, "fstatat", kBroken | kMemory>(calls);
+    wrap<&Calls::flock, "flock", kInterrupted | kMemory>(calls);
+    wrap<&Calls::statx, "statx", kBroken | kMemory>(calls);
     wrap<&Calls::faccessat, "faccessat", kBroken | kMemory>(calls);
     wrap<&Calls::readlinkat, "readlinkat", kBroken | kMemory>(calls);
     wrap<&Calls::realpath, "realpath", kBroken | kMemory>(calls);
@@ -198,6 +200,7 @@ void wrapSocketCalls(SystemCalls& calls) {
     wrap<&Calls::sendmsg, "sendmsg", kInterrupted | kMemory>(calls);
     wrap<&Calls::send, "send", kInterrupted | kMemory>(calls);
     wrap<&Calls::recv, "recv", kInterrupted | kMemory>(calls);
+    wrap<&Calls::recvmsg, "recvmsg", kInterrupted | kMemory>(calls);
 }
 
 SystemCalls wrapped() {

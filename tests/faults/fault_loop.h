@@ -47,7 +47,7 @@ enum class Throws {
 
 struct FaultScenario {
     std::string name;  // letters and digits
-    // "KXFileManager removeFile:shouldAuth:": what runs inside inject().
+    // "KXFileManager removeFile:shouldAuth:" or "statusCallback": what runs inside inject().
     StringList operations;
     // Sets up, injects, checks.
     std::function<void(FaultRun& run)> body;

@@ -175,7 +175,7 @@ std::vector<FaultScenario> referenceScenarios() {
     return {
         {"FileReference",
          {"KXFileManager stringToFSRef:", "KXFileManager stringWithFSRef:",
-          "KXFileManager notifyFileSystemChanged:"},
+          "KXFileManager notifyFileSystemChanged:", "SendFinderSyncEvent"},
          [](FaultRun& run) {
              const Items items;
              OptionalPath path;
@@ -184,6 +184,7 @@ std::vector<FaultScenario> referenceScenarios() {
                      KXFileManager::stringToFSRef(given(items.file));
                  path = KXFileManager::stringWithFSRef(&reference);
                  KXFileManager::notifyFileSystemChanged(given(items.file));
+                 SendFinderSyncEvent(&reference);
              });
              if (run.faulted() && !path) return;
              EXPECT_EQ(path, items.file);

@@ -236,7 +236,7 @@ void reportWithOwnContext(FaultRun& run) {
 
 std::vector<FaultScenario> backgroundScenarios() {
     return {
-        {"StatusCallback", {}, reportWithOwnContext},
+        {"StatusCallback", {"statusCallback"}, reportWithOwnContext},
         {"CopyFileWithProgress",
          {"KXFileManager copyFileWithProgress:destination:delegate:object:"},
          [](FaultRun& run) {

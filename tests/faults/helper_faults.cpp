@@ -1,19 +1,27 @@
-// The start of a launcher, and the client's calls for a real helper and a tool of its, each failing
-// in turn.
+// The start of a launcher, the client's calls for a real helper and a tool of its, and the helper's
+// own, each failing in turn.
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <new>
+#include <thread>
+#include <utility>
 
+#include "platform/linux/rights/helper/session_linux.h"
 #include "platform/linux/rights/launch_child_linux.h"
 #include "platform/linux/rights/tool_stream_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/platform/rights/rights_fixtures.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/write_guard.h"
 
 namespace quillmoor::test {
 namespace {
@@ -24,22 +32,36 @@ using platform::linux_::rights::LaunchChild;
 using platform::linux_::rights::LaunchSetup;
 using platform::linux_::rights::openToolPipes;
 using platform::linux_::rights::Rendezvous;
+using platform::linux_::rights::helper::Client;
+using platform::linux_::rights::helper::serve;
 
-// A helper that this process, which is root's, starts itself.
-class HelperWorld {
+// The pipes that were let go of are closed when another tool gets its own, once theirs has ended.
+class ClosedPipes {
   public:
-    HelperWorld() {
+    ClosedPipes() {
         openToolPipes();
         descriptors_ = openDescriptorCount();
     }
-    ~HelperWorld() {
-        endHelper();
-        // What was let go of is closed when another tool gets its pipes, once the tool has ended.
+    ~ClosedPipes() {
         eventually([this] {
             openToolPipes();
             return openDescriptorCount() <= descriptors_;
         });
     }
+    ClosedPipes(const ClosedPipes&) = delete;
+    ClosedPipes& operator=(const ClosedPipes&) = delete;
+
+  private:
+    int descriptors_ = 0;
+};
+
+// A helper that this process, which is root's, starts itself.
+class HelperWorld {
+  public:
+    HelperWorld() { ::setenv("XDG_RUNTIME_DIR", meetingPlace_.path().c_str(), 1); }
+    ~HelperWorld() { endHelper(); }
+    HelperWorld(const HelperWorld&) = delete;
+    HelperWorld& operator=(const HelperWorld&) = delete;
 
     std::optional<Channel> letIn() {
         std::optional<Rendezvous> rendezvous = Rendezvous::open();
@@ -53,6 +75,8 @@ class HelperWorld {
         return rendezvous->accept(helper_);
     }
 
+    const std::string& meetingPlace() const { return meetingPlace_.path(); }
+
   private:
     void endHelper() const {
         if (helper_ <= 0) return;
@@ -63,7 +87,10 @@ class HelperWorld {
         ::waitpid(helper_, nullptr, 0);
     }
 
-    int descriptors_ = 0;
+    ClosedPipes closedPipes_;
+    TempFolder meetingPlace_;
+    // Where they meet when that place has trouble.
+    AllowWritesBelow otherPlace_{"/tmp"};
     pid_t helper_ = -1;
 };
 
@@ -86,10 +113,63 @@ FaultScenario toolOfTheHelper() {
                 EXPECT_TRUE(isStarted || run.faulted());
                 EXPECT_TRUE(output == "text\n" || run.faulted());
                 EXPECT_TRUE(std::string_view("text\n").starts_with(output)) << output;
-                // The folder in which they met is gone.
-                if (!run.isLasting()) {
-                    EXPECT_TRUE(std::filesystem::is_empty(std::getenv("TMPDIR")));
+                // The folder in which they met is gone, if it could be removed.
+                if (!run.isLasting() && std::string_view(FaultInjection::call()) != "unlinkat") {
+                    EXPECT_TRUE(std::filesystem::is_empty(world.meetingPlace()));
                 }
+            },
+            Throws::AndMemory};
+}
+
+// The helper's work in a thread. Without memory it ends, as the program does.
+class HelperThread {
+  public:
+    explicit HelperThread(Client client)
+        : client_(std::move(client)), thread_([this] { serveUntilTheEnd(); }) {}
+    ~HelperThread() { thread_.join(); }
+    HelperThread(const HelperThread&) = delete;
+    HelperThread& operator=(const HelperThread&) = delete;
+
+    static inline std::atomic<int> started = 0;
+
+  private:
+    void serveUntilTheEnd() {
+        try {
+            serve(client_, [](const Client&, const StringList&) { ++started; });
+        } catch (const std::bad_alloc&) {
+        }
+        // The other end sees it at once.
+        ::shutdown(client_.socket.get(), SHUT_RDWR);
+    }
+
+    Client client_;
+    std::thread thread_;
+};
+
+// The helper's side of a channel, beside its client's.
+FaultScenario helperThatServes() {
+    return {"HelperThatServes",
+            {},
+            [](FaultRun& run) {
+                const ClosedPipes closedPipes;
+                // As in the helper: nobody waits for the tools.
+                ::signal(SIGCHLD, SIG_IGN);
+                std::optional<Connection> connection(std::in_place);
+                Client client = thisProcessAsClient(std::move(connection->second));
+                bool isStarted = false;
+                std::string output;
+                run.inject([&] {
+                    HelperThread helper(std::move(client));
+                    std::optional<Channel> channel = Channel::greet(std::move(connection->first));
+                    if (!channel) return;
+                    std::shared_ptr<AuthorizedToolStream> stream;
+                    isStarted = channel->execute("/bin/echo", {"text"}, stream) == 0;
+                    if (isStarted) output = allOf(*stream);
+                });
+                EXPECT_TRUE(isStarted || run.faulted());
+                EXPECT_TRUE(output == "text\n" || run.faulted());
+                // A start that the client knows of is on record.
+                EXPECT_TRUE(HelperThread::started == 1 || !isStarted);
             },
             Throws::AndMemory};
 }
@@ -114,8 +194,8 @@ FaultScenario startOfALauncher() {
 }  // namespace
 
 std::vector<FaultScenario> helperScenarios() {
-    if (::geteuid() != 0) return {startOfALauncher()};
-    return {toolOfTheHelper(), startOfALauncher()};
+    if (::geteuid() != 0) return {helperThatServes(), startOfALauncher()};
+    return {toolOfTheHelper(), helperThatServes(), startOfALauncher()};
 }
 
 }  // namespace quillmoor::test

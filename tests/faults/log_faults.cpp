@@ -328,11 +328,22 @@ FaultScenario exceptions() {
             }};
 }
 
+FaultScenario uncaught() {
+    return {"UncaughtExceptionIsLogged", {"uncaughtExceptionHandler"}, [](FaultRun& run) {
+                LogWorld world;
+                world.startLog();
+                const platform::Exception exception("Bad", "no path longer than sixteen");
+                run.inject([&] { uncaughtExceptionHandler(&exception); });
+                world.expectKept(run, {"no path longer than sixteen"});
+                world.expectGoesOn();
+            }};
+}
+
 }  // namespace
 
 std::vector<FaultScenario> logScenarios() {
-    return {started(),    appended(), continued(),   rotated(),
-            properties(), ended(),    endedUnused(), exceptions()};
+    return {started(), appended(),    continued(),  rotated(), properties(),
+            ended(),   endedUnused(), exceptions(), uncaught()};
 }
 
 }  // namespace quillmoor::test

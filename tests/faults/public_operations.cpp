@@ -53,8 +53,29 @@ std::string selector(const std::string& operation, const StringList& parameters)
     return text;
 }
 
+// What is in the namespace, and in none of its classes and functions.
+std::string outsideClasses(const std::string& code) {
+    std::string outside;
+    int depth = 0;
+    for (const char each : code) {
+        if (each == '}') --depth;
+        if (depth == 1) outside += each;
+        if (each == '{') ++depth;
+    }
+    return outside;
+}
+
+void addFunctions(std::set<std::string>& operations, const std::string& code) {
+    const std::regex declaration(R"([\w>&*]\s+[&*]?(\w+)\([^()]*\)\s*(noexcept)?\s*[;{])");
+    const std::string outside = outsideClasses(code);
+    for (std::sregex_iterator it(outside.begin(), outside.end(), declaration), end; it != end; ++it)
+        operations.insert((*it)[1]);
+}
+
 void add(std::set<std::string>& operations, const std::string& name, const std::string& header) {
-    const std::string part = publicPartOf(name, statementsOf(header));
+    const std::string code = statementsOf(header);
+    addFunctions(operations, code);
+    const std::string part = publicPartOf(name, code);
     // A type, a name and parameters; no operator, constructor or type.
     const std::regex declaration(
         R"([\w>&*:]\s+[&*]?(\w+)\(([^()]*)\)\s*(const)?\s*(noexcept)?\s*(override)?\s*(;|\{))");

@@ -1,17 +1,16 @@
 #include "platform/linux/rights/rendezvous_folder_linux.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <memory>
 #include <string_view>
 #include <utility>
 
 #include "base/types.h"
+#include "platform/posix/directory_posix.h"
 #include "platform/posix/standard_streams_posix.h"
 #include "platform/posix/system_calls_posix.h"
 
@@ -28,8 +27,8 @@ constexpr char kSocketName[] = "rights";
 Descriptor openLocked(int parent, const char* folder) {
     Descriptor locked = posix::aboveStandardStreams(Descriptor(
         posix::systemCalls().openat(parent, folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW, 0)));
-    return locked && ::flock(locked.get(), LOCK_EX | LOCK_NB) == 0 ? std::move(locked)
-                                                                   : Descriptor();
+    if (!locked || posix::systemCalls().flock(locked.get(), LOCK_EX | LOCK_NB) != 0) return {};
+    return locked;
 }
 
 // Of this user's own item that is no mount point, 0 of all others. Another user may have mounted a
@@ -37,7 +36,7 @@ Descriptor openLocked(int parent, const char* folder) {
 mode_t modeOfOwn(int parent, const char* name) {
     struct statx status {};
     constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-    if (::statx(parent, name, kFlags, STATX_BASIC_STATS, &status) != 0 ||
+    if (posix::systemCalls().statx(parent, name, kFlags, STATX_BASIC_STATS, &status) != 0 ||
         (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0 || status.stx_uid != ::geteuid())
         return 0;
     return status.stx_mode;
@@ -52,13 +51,13 @@ void removeIfAbandoned(int place, const char* name) {
     // A folder without a socket may be one that is just being made.
     const Descriptor folder = openLocked(place, name);
     if (!folder || !S_ISSOCK(modeOfOwn(folder.get(), kSocketName))) return;
-    ::unlinkat(folder.get(), kSocketName, 0);
-    ::unlinkat(place, name, AT_REMOVEDIR);
+    posix::systemCalls().unlinkat(folder.get(), kSocketName, 0);
+    posix::systemCalls().unlinkat(place, name, AT_REMOVEDIR);
 }
 
-StringList namesOfFolders(DIR* place) {
+StringList namesOfFolders(posix::DirectoryReader& place) {
     StringList names;
-    while (const dirent* const entry = ::readdir(place)) {
+    while (const dirent* const entry = place.next()) {
         const std::string_view name = entry->d_name;
         if (name.starts_with(kPrefix) && name.size() == kPrefix.size() + kVariable.size())
             names.emplace_back(name);
@@ -83,8 +82,8 @@ RendezvousFolder& RendezvousFolder::operator=(RendezvousFolder&& other) noexcept
 RendezvousFolder::~RendezvousFolder() {
     if (path_.empty()) return;
     // Without memory, which may have run out.
-    ::unlinkat(locked_.get(), kSocketName, 0);
-    ::rmdir(path_.c_str());
+    posix::systemCalls().unlinkat(locked_.get(), kSocketName, 0);
+    posix::systemCalls().unlinkat(AT_FDCWD, path_.c_str(), AT_REMOVEDIR);
 }
 
 std::optional<RendezvousFolder> RendezvousFolder::make(const std::string& place) {
@@ -93,7 +92,7 @@ std::optional<RendezvousFolder> RendezvousFolder::make(const std::string& place)
     if (posix::systemCalls().mkdtemp(path.data()) == nullptr) return std::nullopt;
     Descriptor locked = openLocked(AT_FDCWD, path.c_str());
     if (!locked) {
-        ::rmdir(path.c_str());
+        posix::systemCalls().unlinkat(AT_FDCWD, path.c_str(), AT_REMOVEDIR);
         return std::nullopt;
     }
     return RendezvousFolder(std::move(path), std::move(locked));
@@ -104,10 +103,10 @@ std::string RendezvousFolder::socketPath() const {
 }
 
 void removeAbandonedFolders(const std::string& place) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(place.c_str()), &::closedir);
-    if (!listing) return;
-    for (const std::string& name : namesOfFolders(listing.get()))
-        removeIfAbandoned(::dirfd(listing.get()), name.c_str());
+    posix::DirectoryReader reader(Descriptor(
+        posix::systemCalls().openat(AT_FDCWD, place.c_str(), O_RDONLY | O_DIRECTORY, 0)));
+    for (const std::string& name : namesOfFolders(reader))
+        removeIfAbandoned(reader.folder(), name.c_str());
 }
 
 }  // namespace quillmoor::platform::linux_::rights

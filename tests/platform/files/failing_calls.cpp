@@ -74,7 +74,8 @@ const SystemCalls failingCalls = wrapped<
     &Calls::socketpair, &Calls::bind, &Calls::listen, &Calls::getsockopt, &Calls::sendmsg,
     &Calls::send, &Calls::recv, &Calls::posix_spawn, &Calls::pthread_create, &Calls::waitid,
     &Calls::kill, &Calls::mmap, &Calls::fallocate, &Calls::eventfd, &Calls::accept4,
-    &Calls::pidfd_open, &Calls::pidfd_send_signal, &Calls::mremap, &Calls::getrandom>();
+    &Calls::pidfd_open, &Calls::pidfd_send_signal, &Calls::mremap, &Calls::getrandom, &Calls::flock,
+    &Calls::statx, &Calls::recvmsg>();
 
 }  // namespace
 

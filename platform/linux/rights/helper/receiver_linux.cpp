@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/posix/system_calls_posix.h"
+
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {
 
@@ -35,15 +37,14 @@ bool isFrom(const Client& client, const cmsghdr& control) {
     return credentials.pid == client.pid && credentials.uid == client.uid;
 }
 
-Sender senderOf(msghdr& message, const Client& client) {
-    Sender sender;
+// Needs no memory where `sender` has room for all descriptors.
+void readSender(msghdr& message, const Client& client, Sender& sender) {
     for (cmsghdr* control = CMSG_FIRSTHDR(&message); control != nullptr;
          control = CMSG_NXTHDR(&message, control)) {
         if (control->cmsg_level != SOL_SOCKET) continue;
         if (control->cmsg_type == SCM_RIGHTS) takeDescriptors(*control, sender.descriptors);
         if (control->cmsg_type == SCM_CREDENTIALS) sender.isClient = isFrom(client, *control);
     }
-    return sender;
 }
 
 bool isRequest(const MessageHeader& header, std::size_t descriptors) {
@@ -90,7 +91,7 @@ bool Receiver::waitForBytes() {
     std::array<pollfd, 2> polled{
         {{client_.socket.get(), POLLIN, 0}, {client_.process.get(), POLLIN, 0}}};
     int count = 0;
-    do count = ::poll(polled.data(), polled.size(), -1);
+    do count = posix::systemCalls().poll(polled.data(), polled.size(), -1);
     while (count < 0 && errno == EINTR);
     return count > 0 && polled[1].revents == 0;
 }
@@ -108,11 +109,13 @@ std::size_t Receiver::receiveSome(void* bytes, std::size_t size,
     message.msg_iovlen = 1;
     message.msg_control = room.data();
     message.msg_controllen = room.size();
+    Sender sender;
+    sender.descriptors.reserve(room.size() / sizeof(int));
     ssize_t count = 0;
-    do count = ::recvmsg(client_.socket.get(), &message, MSG_CMSG_CLOEXEC);
+    do count = posix::systemCalls().recvmsg(client_.socket.get(), &message, MSG_CMSG_CLOEXEC);
     while (count < 0 && errno == EINTR);
     if (count <= 0) return 0;
-    Sender sender = senderOf(message, client_);
+    readSender(message, client_, sender);
     if (!sender.isClient || (message.msg_flags & (MSG_CTRUNC | MSG_TRUNC)) != 0) return 0;
     descriptors = std::move(sender.descriptors);
     return static_cast<std::size_t>(count);
