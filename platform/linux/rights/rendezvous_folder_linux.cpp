@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <string_view>
@@ -46,12 +47,22 @@ bool isClosedToOthers(mode_t folder) {
     return S_ISDIR(folder) && (folder & (S_IRWXU | S_IRWXG | S_IRWXO)) == S_IRWXU;
 }
 
+// It is locked, and gets its socket, a moment after it has been made.
+bool mayBeInTheMaking(int folder) {
+    constexpr time_t kSeconds = 600;
+    struct stat status {};
+    return posix::systemCalls().fstat(folder, &status) != 0 ||
+           ::time(nullptr) - status.st_mtime < kSeconds;
+}
+
 void removeIfAbandoned(int place, const char* name) {
     if (!isClosedToOthers(modeOfOwn(place, name))) return;
-    // A folder without a socket may be one that is just being made.
     const Descriptor folder = openLocked(place, name);
-    if (!folder || !S_ISSOCK(modeOfOwn(folder.get(), kSocketName))) return;
-    posix::systemCalls().unlinkat(folder.get(), kSocketName, 0);
+    if (!folder) return;
+    if (S_ISSOCK(modeOfOwn(folder.get(), kSocketName)))
+        posix::systemCalls().unlinkat(folder.get(), kSocketName, 0);
+    else if (mayBeInTheMaking(folder.get()))
+        return;
     posix::systemCalls().unlinkat(place, name, AT_REMOVEDIR);
 }
 

@@ -31,8 +31,9 @@ class RendezvousFolder {
 };
 
 // Removes what killed processes of this user have left in `place`: folders that are named as make()
-// names them, belong to this user and are closed to all others, hold a socket, and are locked by
-// no process. Follows no link, leaves mount points alone, and ignores failures.
+// names them, belong to this user and are closed to all others, are locked by no process, and hold
+// a socket or have been empty for ten minutes. Follows no link, leaves mount points alone, and
+// ignores failures.
 void removeAbandonedFolders(const std::string& place);
 
 }  // namespace quillmoor::platform::linux_::rights

@@ -11,6 +11,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
@@ -87,6 +88,26 @@ TEST_F(RendezvousFolderTest, WithoutASocketIsKept) {
     EXPECT_TRUE(test::somethingAt(folder));
     place_.writeFile("quillmoor-AbC012/rights");
     EXPECT_TRUE(isKept(folder));
+}
+
+TEST_F(RendezvousFolderTest, WithoutASocketIsRemovedWhenItHasLongBeenEmpty) {
+    // As a process leaves it that is killed before it has made the socket.
+    const std::string folder = place_.makeFolder("quillmoor-AbC012");
+    ::chmod(folder.c_str(), 0700);
+    const auto setAge = [&](std::chrono::minutes age) {
+        fs::last_write_time(folder, fs::file_time_type::clock::now() - age);
+    };
+    setAge(std::chrono::minutes(9));
+    removeAbandonedFolders(place_.path());
+    EXPECT_TRUE(test::somethingAt(folder));
+    setAge(std::chrono::minutes(11));
+    removeAbandonedFolders(place_.path());
+    EXPECT_FALSE(test::somethingAt(folder));
+    place_.writeFile("quillmoor-AbC012/kept");
+    ::chmod(folder.c_str(), 0700);
+    setAge(std::chrono::minutes(11));
+    removeAbandonedFolders(place_.path());
+    EXPECT_TRUE(test::somethingAt(folder + "/kept"));
 }
 
 TEST_F(RendezvousFolderTest, ThatOthersMayEnterIsKept) {
