@@ -12,9 +12,26 @@ from stage import HELPER, PROBE, check, run_as, start_bus
 def waiting(passwords):
     """Others knock while the user is asked; then the helper is one that others can exchange."""
     start_bus()
+    no_handlers(passwords["kxadmin"])
     left_over()
     impostors(passwords["kxadmin"])
     swapped_helper(passwords["kxadmin"])
+
+
+def caught_signals(probe):
+    """But for the two that threads need, which the system's library catches."""
+    with open(f"/proc/{probe.pid}/status", encoding="ascii") as status:
+        mask = next(line.split()[1] for line in status if line.startswith("SigCgt"))
+    return int(mask, 16) & ~(3 << (32 - 1))
+
+
+def no_handlers(word):
+    """The client's signals stay its own."""
+    with Probe("kxadmin") as probe:
+        before = caught_signals(probe)
+        check(probe.status("credentials", "kxadmin", word) == SUCCESS, "rights are granted")
+        check(probe.execute("/usr/bin/id", "-u") == (SUCCESS, "0\n"), "a tool runs")
+        check(caught_signals(probe) == before, "no signal handler was installed in the client")
 
 
 def waiting_folders():
