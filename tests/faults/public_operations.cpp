@@ -1,5 +1,6 @@
 #include "tests/faults/public_operations.h"
 
+#include <filesystem>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
@@ -10,16 +11,26 @@
 namespace quillmoor::test {
 namespace {
 
+const std::filesystem::path kSources = KX_SOURCE_FOLDER;
+
 // One statement a line, without comments, preprocessing and the inside of functions.
-std::string statementsOf(const std::string& header) {
+std::string statementsOf(const std::filesystem::path& header) {
     std::string code;
-    std::istringstream lines(readFile(std::string(KX_SOURCE_FOLDER "/") + header));
+    std::istringstream lines(readFile(header));
     for (std::string line; std::getline(lines, line);) {
         line = line.substr(0, line.find("//"));
         if (line.find('#') == std::string::npos) code += line + " ";
     }
-    if (code.empty()) throw std::runtime_error("no header " + header);
     return code;
+}
+
+// The classes that are offered to a product, which have a prefix.
+std::set<std::string> classesIn(const std::string& code) {
+    const std::regex definition(R"(class ((KX|RK_)\w+)\b[^;{]*\{)");
+    std::set<std::string> names;
+    for (std::sregex_iterator it(code.begin(), code.end(), definition), end; it != end; ++it)
+        names.insert((*it)[1]);
+    return names;
 }
 
 // From the class's opening brace to its private part.
@@ -72,9 +83,8 @@ void addFunctions(std::set<std::string>& operations, const std::string& code) {
         operations.insert((*it)[1]);
 }
 
-void add(std::set<std::string>& operations, const std::string& name, const std::string& header) {
-    const std::string code = statementsOf(header);
-    addFunctions(operations, code);
+void addMethods(std::set<std::string>& operations, const std::string& name,
+                const std::string& code) {
     const std::string part = publicPartOf(name, code);
     // A type, a name and parameters; no operator, constructor or type.
     const std::regex declaration(
@@ -86,17 +96,21 @@ void add(std::set<std::string>& operations, const std::string& name, const std::
     }
 }
 
+void add(std::set<std::string>& operations, const std::filesystem::path& header) {
+    const std::string code = statementsOf(header);
+    const std::set<std::string> classes = classesIn(code);
+    if (classes.empty()) return;
+    addFunctions(operations, code);
+    for (const std::string& name : classes) addMethods(operations, name, code);
+}
+
 }  // namespace
 
 std::set<std::string> publicOperations() {
     std::set<std::string> operations;
-    add(operations, "KXFileManager", "files/KXFileManager.h");
-    add(operations, "KXLocalPaths", "paths/KXLocalPaths.h");
-    add(operations, "KXLog", "log/KXLog.h");
-    add(operations, "KXException", "log/KXException.h");
-    add(operations, "KXTaskEx", "task/KXTaskEx.h");
-    add(operations, "KXAuthorization", "auth/KXAuthorization.h");
-    add(operations, "RK_MessageViewPane", "pane/RK_MessageViewPane.h");
+    for (const char* const floor : {"paths", "log", "task", "auth", "files", "pane"})
+        for (const auto& file : std::filesystem::directory_iterator(kSources / floor))
+            if (file.path().extension() == ".h") add(operations, file.path());
     return operations;
 }
 
