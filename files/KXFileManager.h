@@ -219,7 +219,8 @@ class KXFileManager {
     // A move to another file system begins only when every part of the item may be removed. If a
     // part becomes unremovable while the item is copied, the destination keeps the complete copy,
     // the source keeps what could not be removed, both places are reported on the console, and the
-    // result is NO without a try with administrator rights.
+    // result is NO without a try with administrator rights. If nothing can be removed any more, the
+    // copy is taken away again, and the move with administrator rights is tried.
     static bool moveFile(const OptionalPath& path, const OptionalPath& toPath);
     static bool moveFile(const OptionalPath& path, const OptionalPath& toPath,
                          ShouldAuth shouldAuth);

@@ -18,6 +18,13 @@
 
 namespace quillmoor::test {
 
+// With each quote in it doubled.
+inline std::string quoted(const std::string& text) {
+    std::string result = "'";
+    for (const char letter : text) result.append(letter == '\'' ? 2 : 1, letter);
+    return result + "'";
+}
+
 // A tool and its arguments in one line. An argument in which a blank would hide where it begins and
 // ends is quoted: two arguments never look like one.
 inline std::string commandLine(const std::string& tool, const StringList& arguments) {
@@ -25,7 +32,7 @@ inline std::string commandLine(const std::string& tool, const StringList& argume
     for (const std::string& argument : arguments) {
         const bool isPlain =
             !argument.empty() && argument.find_first_of(" \n'") == std::string::npos;
-        line += isPlain ? " " + argument : " '" + argument + "'";
+        line += isPlain ? " " + argument : " " + quoted(argument);
     }
     return line;
 }
