@@ -8,7 +8,7 @@
 
 #include "pane/RK_MessageViewPane.h"
 #include "pane/installer_plugin.h"
-#include "platform/posix/host_services_posix.h"
+#include "platform/posix/run_loop/host_services_posix.h"
 
 namespace quillmoor {
 namespace {

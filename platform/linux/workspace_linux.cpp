@@ -5,12 +5,12 @@
 #include <string_view>
 
 #include "base/paths.h"
-#include "platform/linux/applications_linux.h"
-#include "platform/linux/ascii_linux.h"
-#include "platform/linux/opener_linux.h"
-#include "platform/linux/registration_linux.h"
-#include "platform/linux/tool_path_linux.h"
-#include "platform/linux/trash_linux.h"
+#include "platform/linux/desktop/applications_linux.h"
+#include "platform/linux/desktop/opener_linux.h"
+#include "platform/linux/desktop/registration_linux.h"
+#include "platform/linux/desktop/tool_path_linux.h"
+#include "platform/linux/ground/ascii_linux.h"
+#include "platform/linux/trash/trash_linux.h"
 #include "platform/native_services.h"
 
 namespace quillmoor::platform {

@@ -10,14 +10,14 @@
 #include <utility>
 
 #include "platform/native_services.h"
-#include "platform/posix/atomic_write_posix.h"
-#include "platform/posix/create_folder_posix.h"
-#include "platform/posix/directory_posix.h"
-#include "platform/posix/error_text_posix.h"
-#include "platform/posix/move_posix.h"
-#include "platform/posix/place_posix.h"
-#include "platform/posix/system_calls_posix.h"
-#include "platform/posix/tree_remove_posix.h"
+#include "platform/posix/fs/atomic_write_posix.h"
+#include "platform/posix/fs/create_folder_posix.h"
+#include "platform/posix/fs/directory_posix.h"
+#include "platform/posix/fs/move_posix.h"
+#include "platform/posix/fs/place_posix.h"
+#include "platform/posix/fs/tree_remove_posix.h"
+#include "platform/posix/ground/error_text_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform {
 namespace posix {

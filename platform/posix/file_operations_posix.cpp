@@ -15,7 +15,7 @@
 #include "platform/exception.h"
 #include "platform/main_run_loop.h"
 #include "platform/native_services.h"
-#include "platform/posix/thread_posix.h"
+#include "platform/posix/ground/thread_posix.h"
 
 namespace quillmoor::platform {
 namespace {

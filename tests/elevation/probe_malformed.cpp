@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/rights/message_linux.h"
-#include "platform/posix/descriptor.h"
+#include "platform/linux/authorization/channel/message_linux.h"
+#include "platform/posix/ground/descriptor.h"
 #include "tests/elevation/probe_attacks.h"
 
 namespace quillmoor::probe {

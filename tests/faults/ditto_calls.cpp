@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <system_error>
 
-#include "platform/posix/system_calls_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 
 namespace {
 

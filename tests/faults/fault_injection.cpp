@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <type_traits>
 
-#include "platform/posix/system_calls_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tests/support/failed_call.h"
 
 namespace quillmoor::test {

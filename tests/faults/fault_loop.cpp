@@ -24,7 +24,7 @@ extern "C" {
 #include <thread>
 
 #include "platform/exception.h"
-#include "platform/posix/descriptor.h"
+#include "platform/posix/ground/descriptor.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/temp_folder.h"
 

@@ -7,7 +7,7 @@
 
 #include "tests/faults/kept_log.h"
 #include "tests/files/files_fixture.h"
-#include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::test {
 

@@ -14,12 +14,12 @@
 #include <thread>
 #include <utility>
 
-#include "platform/linux/rights/helper/session_linux.h"
-#include "platform/linux/rights/launch_child_linux.h"
-#include "platform/linux/rights/tool_stream_linux.h"
+#include "platform/linux/authorization/channel/launch_child_linux.h"
+#include "platform/linux/authorization/channel/tool_stream_linux.h"
+#include "platform/linux/authorization/helper/session_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
-#include "tests/platform/rights/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/rights_fixtures.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/write_guard.h"
 

@@ -8,8 +8,8 @@
 #include "tests/files/deep_tree.h"
 #include "tests/files/files_fixture.h"
 #include "tests/files/slow_log.h"
-#include "tests/platform/files/file_fixtures.h"
-#include "tests/platform/files/locked_item.h"
+#include "tests/platform/support/file_fixtures.h"
+#include "tests/platform/support/locked_item.h"
 #include "tests/task/held_time.h"
 
 namespace quillmoor {

@@ -5,7 +5,7 @@
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
 #include "tests/files/slow_log.h"
-#include "tests/platform/files/locked_item.h"
+#include "tests/platform/support/locked_item.h"
 
 namespace quillmoor {
 namespace {

@@ -1,6 +1,6 @@
 // On a volume that folds the case of names.
 #include "tests/files/files_fixture.h"
-#include "tests/platform/files/folding_file_system.h"
+#include "tests/platform/support/folding_file_system.h"
 
 namespace quillmoor {
 namespace {

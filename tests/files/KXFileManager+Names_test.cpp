@@ -1,6 +1,6 @@
 // Names of every kind of bytes, and paths longer than one system call takes.
 #include "tests/files/copy_async_test.h"
-#include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor {
 namespace {

@@ -2,7 +2,7 @@
 #include <filesystem>
 
 #include "tests/files/copy_async_test.h"
-#include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor {
 namespace {

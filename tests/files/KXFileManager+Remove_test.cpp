@@ -2,8 +2,8 @@
 
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
-#include "tests/platform/files/file_fixtures.h"
-#include "tests/platform/files/locked_item.h"
+#include "tests/platform/support/file_fixtures.h"
+#include "tests/platform/support/locked_item.h"
 
 namespace quillmoor {
 namespace {

@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "tests/files/files_fixture.h"
-#include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor {
 namespace {

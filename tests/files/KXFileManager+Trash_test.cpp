@@ -3,7 +3,7 @@
 #include "tests/files/deep_tree.h"
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
-#include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor {
 namespace {

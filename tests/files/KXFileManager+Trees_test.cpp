@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "tests/files/files_fixture.h"
-#include "tests/platform/files/file_fixtures.h"
+#include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor {
 namespace {

@@ -3,7 +3,7 @@
 #include <new>
 
 #include "platform/exception.h"
-#include "platform/posix/system_calls_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <type_traits>
 
-#include "platform/posix/system_calls_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::test {
 

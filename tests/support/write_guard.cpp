@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/descriptor.h"
-#include "platform/posix/system_calls_posix.h"
+#include "platform/posix/ground/descriptor.h"
+#include "platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::test {
 namespace {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/posix/descriptor.h"
+#include "platform/posix/ground/descriptor.h"
 
 namespace quillmoor::ditto {
 

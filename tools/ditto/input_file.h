@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "platform/posix/descriptor.h"
+#include "platform/posix/ground/descriptor.h"
 
 namespace quillmoor::ditto {
 

@@ -1,0 +1,156 @@
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/linux/authorization/channel/channel_linux.h"
+#include "platform/linux/authorization/channel/rendezvous_linux.h"
+#include "platform/linux/authorization/channel/tool_environment_linux.h"
+#include "platform/linux/authorization/direct_launch_linux.h"
+#include "platform/linux/authorization/grant_linux.h"
+#include "platform/linux/authorization/launch/launchers_linux.h"
+#include "platform/native_services.h"
+
+namespace quillmoor::platform {
+
+// Without either of them, a reference that has no rights.
+struct AuthorizationOpaque {
+    bool isDirect = false;  // this process can do by itself what the rights are for
+    std::optional<linux_::rights::Grant> grant;
+};
+
+namespace linux_::rights {
+namespace {
+
+bool isSuperUser() {
+    return ::getuid() == 0;
+}
+
+// Not in a program with a setuid bit: its environment is somebody else's.
+bool wasStartedWithRights() {
+    return ::geteuid() == 0 && ::secure_getenv(kAuthorizedUid) != nullptr;
+}
+
+std::optional<std::string_view> valueOf(const AuthorizationItemSet& items, std::string_view name) {
+    if (!items) return std::nullopt;
+    for (const AuthorizationItem& item : *items)
+        if (item.name == name) return item.value;
+    return std::nullopt;
+}
+
+// Either would end the text early on its way.
+bool isOneLine(std::string_view text) {
+    return text.find_first_of(std::string_view("\0\n", 2)) == std::string_view::npos;
+}
+
+// The texts are the caller's own and stay where they are.
+struct Credentials {
+    std::string_view user;
+    std::string_view password;
+};
+
+std::optional<Credentials> credentialsIn(const AuthorizationItemSet& environment) {
+    const auto user = valueOf(environment, kAuthorizationEnvironmentUsername);
+    const auto password = valueOf(environment, kAuthorizationEnvironmentPassword);
+    if (!user || !password) return std::nullopt;
+    return Credentials{*user, *password};
+}
+
+bool areGrantable(const AuthorizationItemSet& rights) {
+    return std::all_of(rights->begin(), rights->end(), [](const AuthorizationItem& item) {
+        return item.name == kAuthorizationRightAdmin;
+    });
+}
+
+// nil as well where there is no helper to be trusted: nobody would come.
+std::optional<Rendezvous> openRendezvous() {
+    std::optional<Rendezvous> rendezvous = Rendezvous::open();
+    if (rendezvous && rendezvous->helperCommand().empty()) return std::nullopt;
+    return rendezvous;
+}
+
+AuthorizationStatus askUser(std::optional<Channel>& channel) {
+    std::optional<Rendezvous> rendezvous = openRendezvous();
+    return rendezvous ? launchWithDialog(*rendezvous, channel) : kAuthorizationInternal;
+}
+
+AuthorizationStatus tryCredentials(const std::optional<Credentials>& credentials,
+                                   std::optional<Channel>& channel) {
+    if (!credentials) return kAuthorizationInteractionNotAllowed;
+    if (!isOneLine(credentials->user) || !isOneLine(credentials->password))
+        return kAuthorizationDenied;
+    std::optional<Rendezvous> rendezvous = openRendezvous();
+    if (!rendezvous) return kAuthorizationInternal;
+    return launchWithCredentials(*rendezvous, credentials->user, credentials->password, channel);
+}
+
+class LinuxAuthorization final : public Authorization {
+  public:
+    AuthorizationStatus create(const AuthorizationItemSet&, const AuthorizationItemSet&,
+                               AuthorizationFlags, AuthorizationRef& reference) override {
+        reference = new AuthorizationOpaque;
+        return kAuthorizationSuccess;
+    }
+
+    AuthorizationStatus copyRights(AuthorizationRef reference, const AuthorizationItemSet& rights,
+                                   const AuthorizationItemSet& environment,
+                                   AuthorizationFlags flags) override {
+        if (reference == nullptr) return kAuthorizationInvalidReference;
+        if (!rights || rights->empty()) return kAuthorizationSuccess;
+        if (!areGrantable(rights)) return kAuthorizationDenied;
+        if (reference->isDirect) return kAuthorizationSuccess;
+        if (isSuperUser()) {
+            reference->isDirect = true;
+            return kAuthorizationSuccess;
+        }
+        const std::optional<Credentials> credentials = credentialsIn(environment);
+        const bool isHeld = reference->grant && reference->grant->isHeld();
+        if (isHeld && !credentials) return kAuthorizationSuccess;
+        const bool mayAsk = (flags & kAuthorizationFlagInteractionAllowed) != 0;
+        std::optional<Channel> channel;
+        const AuthorizationStatus status =
+            mayAsk ? askUser(channel) : tryCredentials(credentials, channel);
+        // The user can be asked again when the helper goes; a password is not kept.
+        if (status == kAuthorizationSuccess)
+            reference->grant.emplace(*std::move(channel), mayAsk ? askUser : nullptr);
+        return status;
+    }
+
+    AuthorizationStatus free(AuthorizationRef reference, AuthorizationFlags) override {
+        if (reference == nullptr) return kAuthorizationInvalidReference;
+        delete reference;
+        return kAuthorizationSuccess;
+    }
+
+    AuthorizationStatus copyPrivilegedReference(AuthorizationFlags,
+                                                AuthorizationRef& reference) override {
+        if (!wasStartedWithRights()) return kAuthorizationDenied;
+        reference = new AuthorizationOpaque{true, std::nullopt};
+        return kAuthorizationSuccess;
+    }
+
+    AuthorizationStatus executeWithPrivileges(
+        AuthorizationRef reference, const std::string& tool, AuthorizationFlags,
+        const StringList& arguments, std::shared_ptr<AuthorizedToolStream>& stream) override {
+        if (reference == nullptr) return kAuthorizationInvalidReference;
+        if (!reference->isDirect && !reference->grant) return kAuthorizationDenied;
+        if (!tool.starts_with('/')) return kAuthorizationToolExecuteFailure;
+        return reference->isDirect ? executeDirectly(tool, arguments, stream)
+                                   : reference->grant->execute(tool, arguments, stream);
+    }
+};
+
+}  // namespace
+}  // namespace linux_::rights
+
+Authorization* nativeAuthorization() {
+    static Authorization* const authorization = new linux_::rights::LinuxAuthorization;
+    return authorization;
+}
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,168 @@
+#include "platform/linux/authorization/channel/channel_linux.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/authorization/channel/message_linux.h"
+#include "platform/linux/authorization/channel/tool_stream_linux.h"
+#include "platform/posix/ground/standard_streams_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::linux_::rights {
+
+using posix::Descriptor;
+
+namespace {
+
+// Every channel's descriptor, for a child made by fork to close: the helper ends when somebody else
+// than its client talks to it.
+class OpenSockets {
+  public:
+    static OpenSockets& shared() {
+        static OpenSockets* const sockets = new OpenSockets;
+        return *sockets;
+    }
+
+    void add(Descriptor* socket) {
+        const std::lock_guard lock(mutex_);
+        sockets_.push_back(socket);
+    }
+    void remove(Descriptor* socket) {
+        const std::lock_guard lock(mutex_);
+        std::erase(sockets_, socket);
+    }
+
+  private:
+    OpenSockets() {
+        ::pthread_atfork([] { shared().mutex_.lock(); }, [] { shared().mutex_.unlock(); },
+                         [] { shared().closeInChild(); });
+    }
+    void closeInChild() {
+        for (Descriptor* const socket : sockets_) socket->reset();
+        mutex_.unlock();
+    }
+
+    std::mutex mutex_;
+    std::vector<Descriptor*> sockets_;
+};
+
+bool isReadable(int descriptor, int milliseconds) {
+    pollfd polled{descriptor, POLLIN, 0};
+    int count = 0;
+    do count = posix::systemCalls().poll(&polled, 1, milliseconds);
+    while (count < 0 && errno == EINTR);
+    return count > 0;
+}
+
+// A message's header, from a helper that is trusted to send all of it once it has begun.
+bool receiveHeader(int socket, MessageKind kind, std::size_t size) {
+    MessageHeader header{};
+    return receiveBytes(socket, &header, sizeof header) && header.magic == kMessageMagic &&
+           header.kind == static_cast<std::uint32_t>(kind) && header.size == size;
+}
+
+Descriptor openAbove(const char* path, int flags) {
+    return posix::aboveStandardStreams(
+        Descriptor(posix::systemCalls().openat(AT_FDCWD, path, flags, 0)));
+}
+
+// What a tool has from this process beside its stream.
+struct Surroundings {
+    Descriptor folder;
+    Descriptor noError;  // where this process has no standard error
+};
+
+constexpr char kNowhere[] = "/dev/null";
+
+// The folder may not be entered, is gone, or lies on a file system that no longer responds: a soft
+// network mount reports EIO. A lack of descriptors or memory says nothing about the folder.
+bool isOutOfReach(int error) {
+    constexpr std::array kErrors{EACCES, EPERM,    ENOENT,       ENOTDIR,   ESTALE,
+                                 EIO,    ENOTCONN, ECONNABORTED, ETIMEDOUT, EHOSTDOWN};
+    return std::find(kErrors.begin(), kErrors.end(), error) != kErrors.end();
+}
+
+// A process can stand in a folder that is out of its reach: then it has none to give.
+Descriptor openWorkingFolder() {
+    Descriptor folder = openAbove(".", O_PATH | O_DIRECTORY);
+    return folder || !isOutOfReach(errno) ? std::move(folder) : openAbove(kNowhere, O_PATH);
+}
+
+bool openSurroundings(Surroundings& surroundings) {
+    return openWithRoom([&surroundings] {
+        surroundings.folder = openWorkingFolder();
+        if (!surroundings.folder) return false;
+        if (posix::systemCalls().fcntl(STDERR_FILENO, F_GETFD, 0) >= 0) return true;
+        surroundings.noError = openAbove(kNowhere, O_RDWR);
+        return static_cast<bool>(surroundings.noError);
+    });
+}
+
+}  // namespace
+
+struct Channel::Socket {
+    explicit Socket(Descriptor connected) : descriptor(std::move(connected)) {
+        OpenSockets::shared().add(&descriptor);
+    }
+    ~Socket() { OpenSockets::shared().remove(&descriptor); }
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+
+    Descriptor descriptor;
+};
+
+Channel::Channel(std::unique_ptr<Socket> socket) : socket_(std::move(socket)) {}
+Channel::Channel(Channel&& other) noexcept = default;
+Channel& Channel::operator=(Channel&& other) noexcept = default;
+Channel::~Channel() = default;
+
+std::optional<Channel> Channel::greet(Descriptor socket) {
+    constexpr int kMilliseconds = 5000;
+    if (!socket || !isReadable(socket.get(), kMilliseconds) ||
+        !receiveHeader(socket.get(), MessageKind::Hello, 0))
+        return std::nullopt;
+    return Channel(std::make_unique<Socket>(std::move(socket)));
+}
+
+bool Channel::isOpen() const {
+    // The helper speaks only when it is spoken to.
+    return socket_->descriptor && !isReadable(socket_->descriptor.get(), 0);
+}
+
+AuthorizationStatus Channel::execute(const std::string& tool, const StringList& arguments,
+                                     std::shared_ptr<AuthorizedToolStream>& stream) {
+    if (!isOpen()) return kAuthorizationDenied;
+    const std::optional<std::string> body = encodeCommand(tool, arguments);
+    Surroundings surroundings;
+    if (!body || !openSurroundings(surroundings)) return kAuthorizationToolExecuteFailure;
+    std::optional<ToolPipes> pipes = openToolPipes();
+    if (!pipes) return kAuthorizationToolExecuteFailure;
+    const std::array<int, kRequestDescriptors> descriptors{
+        pipes->input.get(), pipes->output.get(),
+        surroundings.noError ? surroundings.noError.get() : STDERR_FILENO,
+        surroundings.folder.get()};
+
+    const int socket = socket_->descriptor.get();
+    const bool isSent = sendMessage(socket, MessageKind::Request, *body, descriptors);
+    if (!isSent && errno == ETOOMANYREFS) return kAuthorizationToolExecuteFailure;
+    ReplyBody error = 0;
+    if (!isSent || !receiveHeader(socket, MessageKind::Reply, sizeof error) ||
+        !receiveBytes(socket, &error, sizeof error)) {
+        socket_->descriptor.reset();
+        return kAuthorizationDenied;
+    }
+    if (error != 0) return kAuthorizationToolExecuteFailure;
+    stream = std::move(pipes->stream);
+    return kAuthorizationSuccess;
+}
+
+}  // namespace quillmoor::platform::linux_::rights

@@ -1,0 +1,122 @@
+#include "platform/linux/authorization/channel/launch_child_linux.h"
+
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <exception>
+#include <utility>
+
+#include "platform/linux/authorization/channel/peer_linux.h"
+#include "platform/linux/ground/small_file_linux.h"
+#include "platform/native_services.h"
+#include "platform/posix/ground/c_strings_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+#include "platform/posix/process/child_system_posix.h"
+#include "platform/posix/process/spawn_setup_posix.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+using posix::CStrings;
+using posix::Descriptor;
+
+constexpr int kLastStream = 2;
+
+void setDescriptors(posix::SpawnActions& actions, const LaunchSetup& setup) {
+    int last = kLastStream;
+    for (int number = 0; number < static_cast<int>(setup.descriptors.size()); ++number) {
+        const int source = setup.descriptors[static_cast<std::size_t>(number)];
+        if (source >= 0) {
+            actions.duplicate(source, number);
+            last = std::max(last, number);
+        } else if (number <= kLastStream) {
+            actions.open(number, posix::kNullDevice);
+        }
+    }
+    actions.note(::posix_spawn_file_actions_addclosefrom_np(actions.get(), last + 1));
+}
+
+void waitFor(const Descriptor& exit, pid_t pid) {
+    siginfo_t info{};
+    while (posix::waitForChild(exit, pid, &info, WEXITED) != 0 && errno == EINTR) {
+    }
+}
+
+// Waits for the end of a child that nobody else waits for, on a thread of its own.
+void collectLater(Descriptor exit, pid_t pid) noexcept {
+    try {
+        const auto shared = std::make_shared<Descriptor>(std::move(exit));
+        nativeMainThread()->detachNewThread([shared, pid] { waitFor(*shared, pid); });
+    } catch (const std::exception&) {
+        return;  // without memory or threads it stays uncollected
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
+    CStrings arguments;
+    arguments.add(setup.path);
+    for (const std::string& argument : setup.arguments) arguments.add(argument);
+    CStrings environment;
+    environment.add(setup.environment);
+    posix::SpawnActions actions;
+    setDescriptors(actions, setup);
+    const posix::SpawnAttributes attributes(posix::SpawnSession::Inherited);
+    if (actions.error() != 0 || attributes.error() != 0) return nullptr;
+    // First: once the program runs, nothing may be thrown that leaves it without an owner.
+    std::unique_ptr<LaunchChild> child(new LaunchChild);
+
+    pid_t pid = -1;
+    if (posix::systemCalls().posix_spawn(&pid, setup.path.c_str(), actions.get(), attributes.get(),
+                                         arguments.get(), environment.get()) != 0)
+        return nullptr;
+    Descriptor exit = posix::openExitDescriptor(pid);
+    if (!exit) {
+        // A program that has taken other rights already cannot be killed.
+        if (posix::systemCalls().kill(pid, SIGKILL) == 0)
+            waitFor(exit, pid);
+        else
+            collectLater(std::move(exit), pid);
+        return nullptr;
+    }
+    child->pid_ = pid;
+    child->exit_ = std::move(exit);
+    return child;
+}
+
+LaunchChild::~LaunchChild() {
+    if (pid_ > 0 && !end()) collectLater(std::move(exit_), pid_);
+}
+
+bool LaunchChild::isRunning() const {
+    return !hasEnded(exit_);
+}
+
+std::optional<LaunchEnd> LaunchChild::end() {
+    if (end_) return end_;
+    siginfo_t info{};
+    int result = 0;
+    do result = posix::waitForChild(exit_, pid_, &info, WEXITED | WNOHANG);
+    while (result != 0 && errno == EINTR);
+    if (result == 0 && info.si_pid == 0) return std::nullopt;
+    end_.emplace();
+    if (result == 0) (info.si_code == CLD_EXITED ? end_->code : end_->signal) = info.si_status;
+    return end_;
+}
+
+bool LaunchChild::isEnding() const {
+    constexpr std::size_t kLimit = 65536;
+    const auto command = readSmallFile("/proc/" + std::to_string(pid_) + "/cmdline", kLimit);
+    return !command || command->empty();
+}
+
+void LaunchChild::kill() {
+    if (!end()) posix::signalChild(exit_, pid_, SIGKILL);
+}
+
+}  // namespace quillmoor::platform::linux_::rights

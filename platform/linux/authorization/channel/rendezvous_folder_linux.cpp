@@ -1,0 +1,123 @@
+#include "platform/linux/authorization/channel/rendezvous_folder_linux.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <string_view>
+#include <utility>
+
+#include "base/types.h"
+#include "platform/posix/fs/directory_posix.h"
+#include "platform/posix/ground/standard_streams_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+using posix::Descriptor;
+
+constexpr std::string_view kPrefix = "quillmoor-";
+constexpr std::string_view kVariable = "XXXXXX";
+constexpr char kSocketName[] = "rights";
+
+// The lock ends with the process, however that ends; unlike a number, it is never another's.
+Descriptor openLocked(int parent, const char* folder) {
+    Descriptor locked = posix::aboveStandardStreams(Descriptor(
+        posix::systemCalls().openat(parent, folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW, 0)));
+    if (!locked || posix::systemCalls().flock(locked.get(), LOCK_EX | LOCK_NB) != 0) return {};
+    return locked;
+}
+
+// Of this user's own item that is no mount point, 0 of all others. Another user may have mounted a
+// program's file system to keep this process waiting: no such program is asked.
+mode_t modeOfOwn(int parent, const char* name) {
+    struct statx status {};
+    constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+    if (posix::systemCalls().statx(parent, name, kFlags, STATX_BASIC_STATS, &status) != 0 ||
+        (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0 || status.stx_uid != ::geteuid())
+        return 0;
+    return status.stx_mode;
+}
+
+bool isClosedToOthers(mode_t folder) {
+    return S_ISDIR(folder) && (folder & (S_IRWXU | S_IRWXG | S_IRWXO)) == S_IRWXU;
+}
+
+// It is locked, and gets its socket, a moment after it has been made.
+bool mayBeInTheMaking(int folder) {
+    constexpr time_t kSeconds = 600;
+    struct stat status {};
+    return posix::systemCalls().fstat(folder, &status) != 0 ||
+           ::time(nullptr) - status.st_mtime < kSeconds;
+}
+
+void removeIfAbandoned(int place, const char* name) {
+    if (!isClosedToOthers(modeOfOwn(place, name))) return;
+    const Descriptor folder = openLocked(place, name);
+    if (!folder) return;
+    if (S_ISSOCK(modeOfOwn(folder.get(), kSocketName)))
+        posix::systemCalls().unlinkat(folder.get(), kSocketName, 0);
+    else if (mayBeInTheMaking(folder.get()))
+        return;
+    posix::systemCalls().unlinkat(place, name, AT_REMOVEDIR);
+}
+
+StringList namesOfFolders(posix::DirectoryReader& place) {
+    StringList names;
+    while (const dirent* const entry = place.next()) {
+        const std::string_view name = entry->d_name;
+        if (name.starts_with(kPrefix) && name.size() == kPrefix.size() + kVariable.size())
+            names.emplace_back(name);
+    }
+    return names;
+}
+
+}  // namespace
+
+RendezvousFolder::RendezvousFolder(std::string path, Descriptor locked)
+    : path_(std::move(path)), locked_(std::move(locked)) {}
+
+RendezvousFolder::RendezvousFolder(RendezvousFolder&& other) noexcept
+    : path_(std::exchange(other.path_, {})), locked_(std::move(other.locked_)) {}
+
+RendezvousFolder& RendezvousFolder::operator=(RendezvousFolder&& other) noexcept {
+    std::swap(path_, other.path_);
+    std::swap(locked_, other.locked_);
+    return *this;
+}
+
+RendezvousFolder::~RendezvousFolder() {
+    if (path_.empty()) return;
+    // Without memory, which may have run out.
+    posix::systemCalls().unlinkat(locked_.get(), kSocketName, 0);
+    posix::systemCalls().unlinkat(AT_FDCWD, path_.c_str(), AT_REMOVEDIR);
+}
+
+std::optional<RendezvousFolder> RendezvousFolder::make(const std::string& place) {
+    std::string path = place + '/';
+    path.append(kPrefix).append(kVariable);
+    if (posix::systemCalls().mkdtemp(path.data()) == nullptr) return std::nullopt;
+    Descriptor locked = openLocked(AT_FDCWD, path.c_str());
+    if (!locked) {
+        posix::systemCalls().unlinkat(AT_FDCWD, path.c_str(), AT_REMOVEDIR);
+        return std::nullopt;
+    }
+    return RendezvousFolder(std::move(path), std::move(locked));
+}
+
+std::string RendezvousFolder::socketPath() const {
+    return path_ + '/' + kSocketName;
+}
+
+void removeAbandonedFolders(const std::string& place) {
+    posix::DirectoryReader reader(Descriptor(
+        posix::systemCalls().openat(AT_FDCWD, place.c_str(), O_RDONLY | O_DIRECTORY, 0)));
+    for (const std::string& name : namesOfFolders(reader))
+        removeIfAbandoned(reader.folder(), name.c_str());
+}
+
+}  // namespace quillmoor::platform::linux_::rights

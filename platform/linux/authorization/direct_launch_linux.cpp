@@ -1,0 +1,44 @@
+#include "platform/linux/authorization/direct_launch_linux.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <optional>
+#include <utility>
+
+#include "platform/linux/authorization/channel/tool_environment_linux.h"
+#include "platform/linux/authorization/channel/tool_stream_linux.h"
+#include "platform/posix/process/child_posix.h"
+#include "platform/posix/process/child_reaper_posix.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+// The user who asked in the first place, in a process that was itself started with rights.
+std::string authorizedUid() {
+    const char* const given = ::secure_getenv(kAuthorizedUid);
+    return given != nullptr ? given : std::to_string(::getuid());
+}
+
+}  // namespace
+
+AuthorizationStatus executeDirectly(const std::string& tool, const StringList& arguments,
+                                    std::shared_ptr<AuthorizedToolStream>& stream) {
+    using Kind = posix::ChildStream::Kind;
+    std::optional<ToolPipes> pipes = openToolPipes();
+    if (!pipes) return kAuthorizationToolExecuteFailure;
+    posix::ChildSetup setup;
+    setup.path = tool;
+    setup.arguments = arguments;
+    setup.environment = toolEnvironment(authorizedUid());
+    setup.streams = {{{Kind::Descriptor, pipes->input.get()},
+                      {Kind::Descriptor, pipes->output.get()},
+                      {Kind::Inherited, -1}}};
+    std::shared_ptr<posix::Child> child = posix::Child::start(setup);
+    if (child == nullptr) return kAuthorizationToolExecuteFailure;
+    posix::reapLater(std::move(child));
+    stream = std::move(pipes->stream);
+    return kAuthorizationSuccess;
+}
+
+}  // namespace quillmoor::platform::linux_::rights

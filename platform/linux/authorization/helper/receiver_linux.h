@@ -1,0 +1,39 @@
+// Takes the client's requests, and nobody else's.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/authorization/channel/message_linux.h"
+#include "platform/linux/authorization/helper/client_linux.h"
+#include "platform/posix/ground/descriptor.h"
+
+namespace quillmoor::platform::linux_::rights::helper {
+
+struct Request {
+    StringList command;                          // the tool, then its arguments
+    std::vector<posix::Descriptor> descriptors;  // kRequestDescriptors
+};
+
+class Receiver {
+  public:
+    // `client` outlives this.
+    explicit Receiver(const Client& client) : client_(client) {}
+
+    // Waits for a request; nil when there will be no more: the client has ended or has closed its
+    // end, somebody else has sent something, or it was no request.
+    std::optional<Request> next();
+
+  private:
+    // The descriptors that come with the bytes go to `descriptors`; none may where it is null.
+    bool receive(void* bytes, std::size_t size, std::vector<posix::Descriptor>* descriptors);
+    bool waitForBytes();
+    std::size_t receiveSome(void* bytes, std::size_t size,
+                            std::vector<posix::Descriptor>& descriptors);
+
+    const Client& client_;
+};
+
+}  // namespace quillmoor::platform::linux_::rights::helper

@@ -1,0 +1,93 @@
+#include "platform/linux/authorization/helper/surroundings_linux.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "platform/posix/ground/descriptor.h"
+
+namespace quillmoor::platform::linux_::rights::helper {
+namespace {
+
+// Standard input and output lead nowhere, and standard error too where there is none.
+bool closeDescriptors() {
+    if (::close_range(STDERR_FILENO + 1, ~0U, 0) != 0) return false;
+    const bool hasError = ::fcntl(STDERR_FILENO, F_GETFD) >= 0;
+    const int nowhere = ::open("/dev/null", O_RDWR);
+    if (nowhere < 0) return false;
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (number == STDERR_FILENO && hasError) break;
+        if (::dup2(nowhere, number) < 0) return false;
+    }
+    if (nowhere > STDERR_FILENO) ::close(nowhere);
+    return true;
+}
+
+// A tool that is started becomes nobody's child to wait for.
+void resetSignals() {
+    for (int number = 1; number < NSIG; ++number) ::signal(number, SIG_DFL);
+    ::signal(SIGPIPE, SIG_IGN);
+    ::signal(SIGCHLD, SIG_IGN);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+// As much as the system allows where it does not allow to raise a limit.
+void setLimit(decltype(RLIMIT_CORE) resource, rlim_t soft, rlim_t hard) {
+    rlimit limit{};
+    ::getrlimit(resource, &limit);
+    const rlimit wanted{soft, std::max(hard, limit.rlim_max)};
+    if (::setrlimit(resource, &wanted) == 0) return;
+    limit.rlim_cur = std::min(soft, limit.rlim_max);
+    ::setrlimit(resource, &limit);
+}
+
+// A tool that the user's limits end half-way would leave half of its work.
+void resetLimits() {
+    constexpr rlim_t kStack = rlim_t{8} << 20;
+    constexpr rlim_t kFiles = 1024;
+    constexpr rlim_t kMostFiles = 4096;
+    for (const auto resource : {RLIMIT_FSIZE, RLIMIT_CPU, RLIMIT_AS, RLIMIT_DATA})
+        setLimit(resource, RLIM_INFINITY, RLIM_INFINITY);
+    setLimit(RLIMIT_STACK, kStack, RLIM_INFINITY);
+    setLimit(RLIMIT_NOFILE, kFiles, kMostFiles);
+    constexpr rlimit kNoCore{0, 0};
+    ::setrlimit(RLIMIT_CORE, &kNoCore);
+}
+
+// A launcher may have made this process the leader of a group, which cannot have a session of its
+// own, or of a session that has a terminal.
+void leaveTerminal() {
+    if (::setsid() >= 0) return;
+    const posix::Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (!terminal) return;
+    ::signal(SIGHUP, SIG_IGN);  // the leader's whole group is told
+    ::ioctl(terminal.get(), TIOCNOTTY);
+    ::signal(SIGHUP, SIG_DFL);
+}
+
+bool becomeSuperUser() {
+    return ::setgroups(0, nullptr) == 0 && ::setresgid(0, 0, 0) == 0 && ::setresuid(0, 0, 0) == 0;
+}
+
+}  // namespace
+
+bool leaveSurroundings() {
+    resetSignals();
+    ::umask(S_IWGRP | S_IWOTH);
+    leaveTerminal();
+    resetLimits();
+    return closeDescriptors() && becomeSuperUser() && ::chdir("/") == 0 &&
+           ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && ::clearenv() == 0;
+}
+
+}  // namespace quillmoor::platform::linux_::rights::helper

@@ -1,0 +1,23 @@
+// What the system's log keeps of each tool.
+#pragma once
+
+#include <cstddef>
+
+#include "base/types.h"
+#include "platform/linux/authorization/helper/client_linux.h"
+
+namespace quillmoor::platform::linux_::rights::helper {
+
+// No record has more bytes.
+inline constexpr std::size_t kLongestRecord = 1000;
+
+// Lines of printable ASCII, as a rule one: the client's user and process, then the tool and its
+// arguments, each after a space. Every other byte, a space, a quote and a backslash inside one of
+// them is written as \xHH, an empty argument as "". What is too long for one record goes on in the
+// next, after ", continued:", so that nothing can be hidden behind long arguments.
+StringList toolRecords(const Client& client, const StringList& command);
+
+// Writes the records to the system's log, as notices of facility authpriv, where there is one.
+void logTool(const Client& client, const StringList& command);
+
+}  // namespace quillmoor::platform::linux_::rights::helper

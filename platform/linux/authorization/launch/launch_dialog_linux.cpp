@@ -1,0 +1,105 @@
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "platform/linux/authorization/launch/launch_pkexec_linux.h"
+#include "platform/linux/authorization/launch/launch_programs_linux.h"
+#include "platform/linux/authorization/launch/launch_turn_linux.h"
+#include "platform/linux/authorization/launch/launchers_linux.h"
+#include "platform/linux/authorization/launch/terminal_agent_linux.h"
+#include "platform/posix/ground/standard_streams_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+using posix::Descriptor;
+
+// The terminal that this process reads from and writes to by right. Whatever a program did to it
+// meanwhile is undone at the end: one that is killed leaves the echo off.
+class OwnTerminal {
+  public:
+    OwnTerminal()
+        : descriptor_(posix::aboveStandardStreams(Descriptor(
+              posix::systemCalls().openat(AT_FDCWD, "/dev/tty", O_RDWR | O_NOCTTY, 0)))) {
+        usable_ = descriptor_ && ::tcgetpgrp(descriptor_.get()) == ::getpgrp() &&
+                  ::tcgetattr(descriptor_.get(), &settings_) == 0;
+    }
+    ~OwnTerminal() {
+        if (usable_ && ::tcgetpgrp(descriptor_.get()) == ::getpgrp())
+            ::tcsetattr(descriptor_.get(), TCSANOW, &settings_);
+    }
+    OwnTerminal(const OwnTerminal&) = delete;
+    OwnTerminal& operator=(const OwnTerminal&) = delete;
+
+    // It is there, and this process stands in its foreground.
+    bool isUsable() const { return usable_; }
+    int descriptor() const { return descriptor_.get(); }
+
+  private:
+    Descriptor descriptor_;
+    termios settings_{};
+    bool usable_ = false;
+};
+
+PkexecEnd askOnTerminal(Rendezvous& rendezvous, std::optional<Channel>& channel) {
+    const OwnTerminal terminal;
+    if (!terminal.isUsable()) return PkexecEnd::NoAgent;
+    const TerminalAgent agent;
+    if (!agent.isRegistered()) return PkexecEnd::NoAgent;
+    return runPkexec(rendezvous, channel, nullptr);
+}
+
+// Its standard input and output are no terminal, so that it leaves the terminal alone afterwards.
+AuthorizationStatus askWithSudo(Rendezvous& rendezvous, std::optional<Channel>& channel) {
+    const OwnTerminal terminal;
+    const OptionalPath program = systemProgram(kSudo);
+    if (!terminal.isUsable() || !program) return kAuthorizationInteractionNotAllowed;
+    LaunchSetup setup;
+    setup.path = *program;
+    setup.arguments = {"-k", "-u", "root", "--"};
+    for (std::string& argument : rendezvous.helperCommand())
+        setup.arguments.push_back(std::move(argument));
+    setup.environment = userEnvironment();
+    setup.descriptors[2] = terminal.descriptor();
+    const std::unique_ptr<LaunchChild> launcher = LaunchChild::start(setup);
+    if (!launcher) return kAuthorizationDenied;
+
+    LaunchAttempt attempt = waitForHelper(&rendezvous, *launcher, Descriptor(), nullptr);
+    channel = std::move(attempt.channel);
+    if (channel) return kAuthorizationSuccess;
+    const bool dismissed = attempt.end && attempt.end->signal;
+    return dismissed ? kAuthorizationCanceled : kAuthorizationDenied;
+}
+
+}  // namespace
+
+AuthorizationStatus launchWithDialog(Rendezvous& rendezvous, std::optional<Channel>& channel) {
+    if (isConfined()) return kAuthorizationInteractionNotAllowed;
+    if (rendezvous.helperCommand().empty()) return kAuthorizationInternal;
+    const LaunchTurn turn;
+    PkexecEnd end = runPkexec(rendezvous, channel, nullptr);
+    if (end == PkexecEnd::NoAgent) end = askOnTerminal(rendezvous, channel);
+    switch (end) {
+        case PkexecEnd::Helped:
+            return kAuthorizationSuccess;
+        case PkexecEnd::NoAuthority:
+            return askWithSudo(rendezvous, channel);
+        case PkexecEnd::NoAgent:
+        case PkexecEnd::Confined:
+            return kAuthorizationInteractionNotAllowed;
+        case PkexecEnd::Dismissed:
+            return kAuthorizationCanceled;
+        case PkexecEnd::Refused:
+            return kAuthorizationDenied;
+    }
+    return kAuthorizationDenied;
+}
+
+}  // namespace quillmoor::platform::linux_::rights

@@ -1,0 +1,35 @@
+#include "platform/linux/authorization/launch/launch_programs_linux.h"
+
+#include <stdlib.h>
+#include <sys/prctl.h>
+
+#include "platform/linux/ground/programs_linux.h"
+
+namespace quillmoor::platform::linux_::rights {
+
+OptionalPath systemProgram(const std::string& name) {
+    for (const char* folder : {"/usr/bin/", "/bin/", "/run/wrappers/bin/"}) {
+        std::string path = folder + name;
+        // Started by this name: what a link leads to may go by the name it was called.
+        if (isProgram(path) && trustedProgram(path)) return path;
+    }
+    return std::nullopt;
+}
+
+bool isConfined() {
+    return ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
+}
+
+Environment plainEnvironment() {
+    return {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}, {"LC_ALL", "C"}};
+}
+
+Environment userEnvironment() {
+    Environment environment = plainEnvironment();
+    environment.erase("LC_ALL");
+    for (const char* name : {"LANG", "LANGUAGE", "LC_ALL", "LC_CTYPE", "LC_MESSAGES", "TERM"})
+        if (const char* value = ::secure_getenv(name)) environment.emplace(name, value);
+    return environment;
+}
+
+}  // namespace quillmoor::platform::linux_::rights

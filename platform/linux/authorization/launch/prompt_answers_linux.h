@@ -1,0 +1,44 @@
+// Answering programs that ask for a password on their standard input.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/types.h"
+#include "platform/linux/authorization/channel/launch_wait_linux.h"
+#include "platform/linux/authorization/channel/secret_linux.h"
+
+namespace quillmoor::platform::linux_::rights {
+
+// Answers each of the expected prompts once, in their order, with the one password. A prompt that
+// comes again gives the launch up: the password was wrong.
+class PromptAnswers : public Conversation {
+  public:
+    // `texts` is where the prompts come from; `input`, a socket, is where the password goes.
+    PromptAnswers(int texts, int input, StringList prompts, std::string_view password)
+        : texts_(texts), input_(input), prompts_(std::move(prompts)), line_(password, "\n") {}
+
+    void await(std::vector<pollfd>& polled) const override;
+    bool proceed(const LaunchChild& launcher) override;
+    // Takes the next piece of text. False gives the launch up.
+    bool hear(std::string_view text);
+
+    bool wasAsked() const { return answered_ > 0; }
+    // What was written after the last prompt.
+    const std::string& rest() const { return heard_; }
+
+  private:
+    bool answer();
+
+    int texts_;  // -1 once they have ended
+    int input_;
+    StringList prompts_;
+    Secret line_;
+    std::string heard_;
+    std::size_t answered_ = 0;
+};
+
+}  // namespace quillmoor::platform::linux_::rights

@@ -1,0 +1,70 @@
+#include "platform/linux/authorization/launch/terminal_agent_linux.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "base/types.h"
+#include "platform/linux/authorization/channel/launch_wait_linux.h"
+#include "platform/linux/authorization/launch/launch_programs_linux.h"
+#include "platform/linux/authorization/polkit/own_process_linux.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+constexpr std::chrono::milliseconds kRegistrationTimeout{10'000};
+constexpr std::chrono::milliseconds kEndTimeout{1000};
+constexpr std::chrono::milliseconds kAtOnce{0};
+constexpr int kNotifyDescriptor = 3;
+
+std::string textAt(int descriptor) {
+    std::string text;
+    while (isReadable(descriptor, kAtOnce)) {
+        const std::optional<std::string> piece = readPiece(descriptor);
+        if (!piece) break;
+        text += *piece;
+    }
+    return text;
+}
+
+}  // namespace
+
+TerminalAgent::TerminalAgent() {
+    isRegistered_ = start();
+}
+
+// Polkit learns of the end once the agent's descriptors are closed, and until then asks it instead
+// of the next one.
+TerminalAgent::~TerminalAgent() {
+    if (!child_) return;
+    child_->kill();
+    isReadable(child_->exitDescriptor(), kEndTimeout);
+}
+
+bool TerminalAgent::start() {
+    const OptionalPath program = systemProgram(kAgent);
+    const std::optional<std::uint64_t> startTime = ownStartTime();
+    Pipe notice = Pipe::open();
+    Pipe errors = Pipe::open();
+    if (!program || !startTime || !notice.read || !errors.read) return false;
+
+    LaunchSetup setup;
+    setup.path = *program;
+    setup.arguments = {"--process", std::to_string(::getpid()) + "," + std::to_string(*startTime),
+                       "--notify-fd", std::to_string(kNotifyDescriptor)};
+    setup.environment = userEnvironment();
+    setup.descriptors[2] = errors.write.get();
+    setup.descriptors[kNotifyDescriptor] = notice.write.get();
+    child_ = LaunchChild::start(setup);
+    notice.write.reset();
+    errors.write.reset();
+    if (!child_ || !isReadable(notice.read.get(), kRegistrationTimeout)) return false;
+    // The notice ends when the agent is registered, and when it ends itself, for whatever reason.
+    return !child_->isEnding() && textAt(errors.read.get()).find("Error") == std::string::npos;
+}
+
+}  // namespace quillmoor::platform::linux_::rights

@@ -1,0 +1,175 @@
+#include "platform/linux/authorization/polkit/polkit_agent_linux.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <utility>
+
+#include "platform/linux/authorization/polkit/own_process_linux.h"
+#include "platform/linux/authorization/polkit/polkit_request_linux.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+using Clock = BusConnection::Clock;
+
+constexpr std::chrono::seconds kRegistrationTimeout{10};
+constexpr std::chrono::seconds kEndTimeout{1};
+
+constexpr char kBusName[] = "org.freedesktop.DBus";
+constexpr char kPolkitName[] = "org.freedesktop.PolicyKit1";
+constexpr char kAuthority[] = "org.freedesktop.PolicyKit1.Authority";
+constexpr char kAgentInterface[] = "org.freedesktop.PolicyKit1.AuthenticationAgent";
+constexpr char kAgentPath[] = "/com/quillmoor/rights/Agent";
+constexpr char kNotAuthenticated[] = "org.freedesktop.PolicyKit1.Error.Failed";
+constexpr char kCancelled[] = "org.freedesktop.PolicyKit1.Error.Cancelled";
+constexpr char kNameChanged[] = "NameOwnerChanged";
+constexpr char kNameRule[] =
+    "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+    "member='NameOwnerChanged',arg0='org.freedesktop.PolicyKit1'";
+
+}  // namespace
+
+PolkitAgent::PolkitAgent(const SdBus& bus, const std::string& address, uid_t user,
+                         Authentication authentication)
+    : bus_(bus), user_(user), authentication_(std::move(authentication)) {
+    connection_ = BusConnection::open(bus, address);
+    state_ = connection_ ? registerSelf() : State::NoAuthority;
+}
+
+PolkitAgent::~PolkitAgent() {
+    conversation_.reset();
+    if (state_ == State::Registered) unregisterSelf();
+}
+
+PolkitAgent::State PolkitAgent::registerSelf() {
+    const auto limit = Clock::now() + kRegistrationTimeout;
+    const BusMessage call = newRegistryCall("RegisterAuthenticationAgent");
+    if (!call || !appendSubject(call) || bus_.append(call.get(), "ss", "C", kAgentPath) < 0 ||
+        !watchPolkit())
+        return State::Failed;
+    const std::optional<std::uint64_t> cookie = connection_->send(call);
+    const BusMessage reply = cookie ? replyTo(*cookie, limit) : BusMessage();
+    if (!reply) return connection_->isOpen() ? State::Failed : State::NoAuthority;
+    if (bus_.isMethodError(reply.get(), nullptr) > 0)
+        // The bus itself answers for a service that it cannot reach.
+        return isFrom(reply, kBusName) ? State::NoAuthority : State::Failed;
+    // The name that was called may change hands; this one is given out once.
+    const char* const sender = bus_.getSender(reply.get());
+    if (sender == nullptr) return State::Failed;
+    polkit_ = sender;
+    return State::Registered;
+}
+
+BusMessage PolkitAgent::newRegistryCall(const char* member) const {
+    return connection_->newCall(kPolkitName, "/org/freedesktop/PolicyKit1/Authority", kAuthority,
+                                member);
+}
+
+bool PolkitAgent::appendSubject(const BusMessage& call) const {
+    const std::optional<std::uint64_t> start = ownStartTime();
+    return start && bus_.append(call.get(), "(sa{sv})", "unix-process", 3U,          //
+                                "pid", "u", static_cast<std::uint32_t>(::getpid()),  //
+                                "start-time", "t", *start,                           //
+                                "uid", "i", static_cast<std::int32_t>(::getuid())) >= 0;
+}
+
+bool PolkitAgent::watchPolkit() {
+    const BusMessage call =
+        connection_->newCall(kBusName, "/org/freedesktop/DBus", kBusName, "AddMatch");
+    return call && bus_.append(call.get(), "s", kNameRule) >= 0 && connection_->send(call);
+}
+
+// Null without a reply by then. No request is answered meanwhile: there is none of ours.
+BusMessage PolkitAgent::replyTo(std::uint64_t cookie, Clock::time_point limit) {
+    do {
+        while (BusMessage message = connection_->receive()) {
+            std::uint64_t answered = 0;
+            if (bus_.getReplyCookie(message.get(), &answered) >= 0 && answered == cookie)
+                return message;
+            if (bus_.isMethodCall(message.get(), nullptr, nullptr) > 0) refuse(message);
+        }
+    } while (connection_->isOpen() && connection_->wait(limit));
+    return {};
+}
+
+// Explicitly: a forked child would keep the connection open.
+void PolkitAgent::unregisterSelf() {
+    const BusMessage call = newRegistryCall("UnregisterAuthenticationAgent");
+    if (!call || !appendSubject(call) || bus_.append(call.get(), "s", kAgentPath) < 0) return;
+    if (const std::optional<std::uint64_t> cookie = connection_->send(call))
+        replyTo(*cookie, Clock::now() + kEndTimeout);
+}
+
+void PolkitAgent::await(std::vector<pollfd>& polled) const {
+    polled.push_back({connection_->descriptor(), connection_->events(), 0});
+    if (conversation_) polled.push_back({conversation_->descriptor(), POLLIN, 0});
+}
+
+bool PolkitAgent::proceed(const LaunchChild& launcher) {
+    while (BusMessage message = connection_->receive()) {
+        if (bus_.isMethodCall(message.get(), kAgentInterface, "BeginAuthentication") > 0)
+            begin(std::move(message), launcher);
+        else if (bus_.isMethodCall(message.get(), kAgentInterface, "CancelAuthentication") > 0)
+            cancel(message);
+        else if (bus_.isSignal(message.get(), kBusName, kNameChanged) > 0 &&
+                 isFrom(message, kBusName))
+            return false;
+    }
+    if (conversation_) continueAuthentication();
+    return connection_->isOpen();
+}
+
+void PolkitAgent::begin(BusMessage call, const LaunchChild& launcher) {
+    std::optional<PolkitRequest> request = readPolkitRequest(bus_, call.get());
+    // A number alone may be somebody else's by now: the launcher must live.
+    if (hasBegun_ || !isFrom(call, polkit_) || !request ||
+        !isForLauncher(*request, launcher.pid(), user_) || !launcher.isRunning()) {
+        refuse(call);
+        return;
+    }
+    hasBegun_ = true;
+    conversation_ = authentication_(request->cookie);
+    if (!conversation_) {
+        hasFailed_ = true;
+        refuse(call);
+        return;
+    }
+    cookie_ = std::move(request->cookie);
+    call_ = std::move(call);
+}
+
+void PolkitAgent::cancel(const BusMessage& call) {
+    const char* cookie = nullptr;
+    if (!conversation_ || !isFrom(call, polkit_) || bus_.read(call.get(), "s", &cookie) <= 0 ||
+        cookie_ != cookie) {
+        refuse(call);
+        return;
+    }
+    conversation_.reset();
+    bus_.replyMethodError(call_.get(), kCancelled, "%s", "Cancelled");
+    bus_.replyMethodReturn(call.get(), nullptr);
+}
+
+void PolkitAgent::continueAuthentication() {
+    const PolkitConversation::Outcome outcome = conversation_->proceed();
+    wasAsked_ = conversation_->wasAsked();
+    if (outcome == PolkitConversation::Outcome::Undecided) return;
+    if (outcome == PolkitConversation::Outcome::Granted)
+        bus_.replyMethodReturn(call_.get(), nullptr);
+    else
+        refuse(call_);
+    hasFailed_ = outcome == PolkitConversation::Outcome::Failed;
+    conversation_.reset();
+}
+
+void PolkitAgent::refuse(const BusMessage& call) const {
+    bus_.replyMethodError(call.get(), kNotAuthenticated, "%s", "Not authenticated");
+}
+
+bool PolkitAgent::isFrom(const BusMessage& message, const std::string& sender) const {
+    const char* const name = bus_.getSender(message.get());
+    return name != nullptr && name == sender;
+}
+
+}  // namespace quillmoor::platform::linux_::rights

@@ -1,0 +1,81 @@
+// polkit's authentication agent for this process, with a password that is known already.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/authorization/channel/launch_wait_linux.h"
+#include "platform/linux/authorization/polkit/bus_connection_linux.h"
+#include "platform/linux/authorization/polkit/polkit_conversation_linux.h"
+
+namespace quillmoor::platform::linux_::rights {
+
+inline constexpr char kSystemBusAddress[] = "unix:path=/run/dbus/system_bus_socket";
+
+// Registered with polkit for this process alone, before any other agent, until the object is gone.
+// It serves one request, the launcher's own, and refuses every other. A process has one at a time.
+class PolkitAgent : public Conversation {
+  public:
+    enum class State {
+        Registered,
+        NoAuthority,  // there is no bus or no polkit
+        Failed        // polkit refuses it, or says nothing
+    };
+    // Begins to authenticate for the request `cookie`; null when that cannot be begun.
+    using Authentication =
+        std::function<std::unique_ptr<PolkitConversation>(const std::string& cookie)>;
+
+    // Waits until it is registered, 10 seconds at the longest. `user` is who authenticates.
+    PolkitAgent(const SdBus& bus, const std::string& address, uid_t user,
+                Authentication authentication);
+    ~PolkitAgent() override;
+    PolkitAgent(const PolkitAgent&) = delete;
+    PolkitAgent& operator=(const PolkitAgent&) = delete;
+
+    State state() const { return state_; }
+
+    void await(std::vector<pollfd>& polled) const override;
+    // False when polkit has gone: it has forgotten this agent.
+    bool proceed(const LaunchChild& launcher) override;
+
+    // The password was wanted.
+    bool wasAsked() const { return wasAsked_; }
+    // The launcher's request was taken on, but there was nothing to check the password with.
+    bool hasFailed() const { return hasFailed_; }
+
+  private:
+    State registerSelf();
+    BusMessage newRegistryCall(const char* member) const;
+    bool appendSubject(const BusMessage& call) const;
+    bool watchPolkit();
+    BusMessage replyTo(std::uint64_t cookie, BusConnection::Clock::time_point limit);
+    void unregisterSelf();
+
+    void begin(BusMessage call, const LaunchChild& launcher);
+    void cancel(const BusMessage& call);
+    void continueAuthentication();
+    void refuse(const BusMessage& call) const;
+    bool isFrom(const BusMessage& message, const std::string& sender) const;
+
+    const SdBus& bus_;
+    uid_t user_;
+    Authentication authentication_;
+    std::optional<BusConnection> connection_;
+    std::string polkit_;  // the unique name of the daemon that has registered this agent
+    State state_;
+
+    bool hasBegun_ = false;
+    BusMessage call_;  // the request that is being answered
+    std::string cookie_;
+    std::unique_ptr<PolkitConversation> conversation_;
+    bool wasAsked_ = false;
+    bool hasFailed_ = false;
+};
+
+}  // namespace quillmoor::platform::linux_::rights

@@ -1,0 +1,70 @@
+#include "platform/linux/authorization/polkit/polkit_conversation_linux.h"
+
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::linux_::rights {
+namespace {
+
+constexpr std::size_t kLongestText = 65536;
+
+}  // namespace
+
+PolkitConversation::~PolkitConversation() {
+    // Closing alone would not do if a forked child holds the socket as well.
+    ::shutdown(socket_.get(), SHUT_RDWR);
+    // The program would count an answer that does not come as a second failure.
+    if (program_ && outcome_ != Outcome::Granted) program_->kill();
+}
+
+bool PolkitConversation::say(std::string_view text) {
+    // Without a signal when the program has ended. The socket's buffer holds far more.
+    return posix::systemCalls().send(socket_.get(), text.data(), text.size(),
+                                     MSG_NOSIGNAL | MSG_DONTWAIT) ==
+           static_cast<ssize_t>(text.size());
+}
+
+PolkitConversation::Outcome PolkitConversation::proceed() {
+    std::array<char, 4096> bytes;
+    while (outcome_ == Outcome::Undecided) {
+        const ssize_t count =
+            posix::systemCalls().recv(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
+        if (count <= 0)
+            outcome_ = wasAsked_ ? Outcome::Refused : Outcome::Failed;
+        else
+            outcome_ = hear({bytes.data(), static_cast<std::size_t>(count)});
+    }
+    return outcome_;
+}
+
+PolkitConversation::Outcome PolkitConversation::hear(std::string_view text) {
+    heard_ += text;
+    if (heard_.size() > kLongestText) return Outcome::Refused;
+    Outcome outcome = Outcome::Undecided;
+    for (std::size_t end = 0;
+         outcome == Outcome::Undecided && (end = heard_.find('\n')) != std::string::npos;) {
+        const std::string line = heard_.substr(0, end);
+        heard_.erase(0, end + 1);
+        outcome = hearLine(line);
+    }
+    return outcome;
+}
+
+PolkitConversation::Outcome PolkitConversation::hearLine(std::string_view line) {
+    if (line == "SUCCESS") return Outcome::Granted;
+    if (line.starts_with("PAM_ERROR_MSG ") || line.starts_with("PAM_TEXT_INFO "))
+        return Outcome::Undecided;
+    // A failure, a second prompt, or one that is not for a password.
+    if (!line.starts_with("PAM_PROMPT_ECHO_OFF ") || wasAsked_) return Outcome::Refused;
+    wasAsked_ = true;
+    return say(line_.view()) ? Outcome::Undecided : Outcome::Refused;
+}
+
+}  // namespace quillmoor::platform::linux_::rights

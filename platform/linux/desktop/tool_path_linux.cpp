@@ -1,0 +1,49 @@
+#include "platform/linux/desktop/tool_path_linux.h"
+
+#include <memory>
+#include <optional>
+
+#include "base/paths.h"
+#include "platform/linux/bundles/bundle_linux.h"
+#include "platform/linux/ground/programs_linux.h"
+#include "platform/native_services.h"
+
+namespace quillmoor::platform::linux_ {
+namespace {
+
+constexpr char kDitto[] = "/usr/bin/ditto";
+constexpr char kInstallation[] = KX_LIBEXECDIR "/";
+
+}  // namespace
+
+StringList ownTools(const std::string& name) {
+    StringList places;
+    const auto here = nativeBundles()->bundleForCode(reinterpret_cast<const void*>(&ownTools));
+    const OptionalPath code = here != nullptr ? here->executablePath() : std::nullopt;
+    const OptionalPath bundle = code ? bundleFolderOf(*code) : std::nullopt;
+    if (bundle) places.push_back(*bundle + "/Contents/Linux/" + name);
+    places.push_back(kInstallation + name);
+    if (const OptionalPath program = nativeBundles()->mainBundle()->executablePath()) {
+        const std::string prefix = deleteLastPathComponent(deleteLastPathComponent(*program));
+        places.push_back(*appendPathComponent(prefix, "libexec/quillmoor/" + name));
+    }
+    return places;
+}
+
+OptionalPath ownTool(const std::string& name) {
+    for (const std::string& place : ownTools(name)) {
+        if (OptionalPath tool = trustedProgram(place)) return tool;
+    }
+    return std::nullopt;
+}
+
+OptionalPath installedTool(const std::string& name) {
+    return trustedProgram(kInstallation + name);
+}
+
+std::string toolPath(const std::string& path) {
+    if (path != kDitto || isProgram(path)) return path;
+    return ownTool(lastPathComponent(path)).value_or(path);
+}
+
+}  // namespace quillmoor::platform::linux_

@@ -1,0 +1,120 @@
+#include "platform/attributes.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "platform/linux/kernel/immutable_flag_linux.h"
+#include "platform/native_services.h"
+#include "platform/posix/fs/place_posix.h"
+#include "platform/posix/ground/error_text_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform {
+namespace linux_ {
+namespace {
+
+using posix::FileVerb;
+using posix::FollowLink;
+using posix::Place;
+using posix::systemCalls;
+using std::chrono::nanoseconds;
+using std::chrono::seconds;
+using std::chrono::system_clock;
+
+constexpr mode_t kPermissions = 07777;
+
+// File systems keep dates that the clock does not reach.
+system_clock::time_point dateOf(const timespec& time) {
+    using Duration = system_clock::duration;
+    constexpr seconds kEarliest = std::chrono::ceil<seconds>(Duration::min());
+    constexpr seconds kLatest = std::chrono::floor<seconds>(Duration::max()) - seconds(1);
+    const seconds whole = std::clamp(seconds(time.tv_sec), kEarliest, kLatest);
+    return system_clock::time_point(whole + nanoseconds(time.tv_nsec));
+}
+
+timespec timeOf(system_clock::time_point date) {
+    // By division, for the ends of the clock's time do not bear being rounded down.
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    const std::int64_t count = nanoseconds(date.time_since_epoch()).count();
+    const std::int64_t rest = count % kSecond;
+    if (rest < 0) return {count / kSecond - 1, rest + kSecond};
+    return {count / kSecond, rest};
+}
+
+// Finds the item that a call is to change; answers 0 or the error number.
+int find(const std::string& path, Place& place, FollowLink follow) {
+    struct stat status;
+    const int error = posix::locate(path, place);
+    return error != 0 ? error : posix::statusOf(place, follow, status);
+}
+
+int changeMode(const std::string& path, unsigned permissions) {
+    Place place;
+    const int error = find(path, place, FollowLink::Yes);
+    if (error != 0) return error;
+    const mode_t mode = permissions & kPermissions;
+    const int folder = place.folder.get();
+    return systemCalls().fchmodat(folder, place.name.c_str(), mode, 0) == 0 ? 0 : errno;
+}
+
+int changeDate(const std::string& path, system_clock::time_point date) {
+    Place place;
+    const int error = find(path, place, FollowLink::Yes);
+    if (error != 0) return error;
+    const timespec times[2] = {{0, UTIME_OMIT}, timeOf(date)};
+    const int folder = place.folder.get();
+    return systemCalls().utimensat(folder, place.name.c_str(), times, 0) == 0 ? 0 : errno;
+}
+
+class LinuxAttributes : public Attributes {
+  public:
+    std::optional<ItemAttributes> attributesOfItem(const std::string& path) override {
+        Place place;
+        struct stat status;
+        ItemAttributes item;
+        if (posix::locate(path, place) != 0 ||
+            posix::statusOf(place, FollowLink::No, status) != 0 ||
+            systemCalls().isImmutable(place.folder.get(), place.name.c_str(), &item.isImmutable))
+            return std::nullopt;
+        item.size = static_cast<std::uint64_t>(status.st_size);
+        item.modificationDate = dateOf(status.st_mtim);
+        return item;
+    }
+
+    Outcome setImmutable(const std::string& path, bool immutable) override {
+        Place place;
+        int error = posix::locate(path, place);
+        if (error == 0) error = linux_::setImmutable(place, immutable);
+        return posix::fileOutcome(FileVerb::Changed, path, error);
+    }
+
+    Outcome setPosixPermissions(const std::string& path, unsigned permissions) override {
+        return posix::fileOutcome(FileVerb::Changed, path, changeMode(path, permissions));
+    }
+
+    Outcome setModificationDate(const std::string& path, system_clock::time_point date) override {
+        return posix::fileOutcome(FileVerb::Changed, path, changeDate(path, date));
+    }
+
+    // The kernel keeps this date itself.
+    Outcome setCreationDate(const std::string& path, system_clock::time_point) override {
+        Place place;
+        const int error = find(path, place, FollowLink::Yes);
+        return posix::fileOutcome(FileVerb::Changed, path, error != 0 ? error : EOPNOTSUPP);
+    }
+};
+
+}  // namespace
+}  // namespace linux_
+
+Attributes* nativeAttributes() {
+    static auto* const attributes = new linux_::LinuxAttributes;
+    return attributes;
+}
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,42 @@
+#include <fcntl.h>
+#include <sys/wait.h>
+
+// Early versions of this header forget to say that they declare C functions.
+extern "C" {
+#include <sys/pidfd.h>
+}
+
+#include <cerrno>
+
+#include "platform/posix/ground/standard_streams_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+#include "platform/posix/process/child_system_posix.h"
+
+namespace quillmoor::platform::posix {
+
+int closeAllButStandardStreams(posix_spawn_file_actions_t* actions) {
+    return ::posix_spawn_file_actions_addclosefrom_np(actions, kFirstOwnDescriptor);
+}
+
+Descriptor openExitDescriptor(pid_t child) {
+    return aboveStandardStreams(Descriptor(systemCalls().pidfd_open(child, 0)));
+}
+
+int waitForChild(const Descriptor& exitDescriptor, pid_t child, siginfo_t* info, int options) {
+    return exitDescriptor ? systemCalls().waitid(P_PIDFD, static_cast<id_t>(exitDescriptor.get()),
+                                                 info, options)
+                          : systemCalls().waitid(P_PID, static_cast<id_t>(child), info, options);
+}
+
+int signalChild(const Descriptor& exitDescriptor, pid_t child, int signal) {
+    return exitDescriptor
+               ? systemCalls().pidfd_send_signal(exitDescriptor.get(), signal, nullptr, 0)
+               : systemCalls().kill(child, signal);
+}
+
+void enlargePipe(int descriptor) {
+    constexpr int kSize = 1 << 20;  // what an ordinary user may ask for
+    systemCalls().fcntl(descriptor, F_SETPIPE_SZ, kSize);
+}
+
+}  // namespace quillmoor::platform::posix

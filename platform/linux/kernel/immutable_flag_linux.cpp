@@ -1,0 +1,42 @@
+#include "platform/linux/kernel/immutable_flag_linux.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/stat.h>
+
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::linux_ {
+namespace {
+
+using posix::systemCalls;
+
+int change(int file, bool immutable) {
+    int flags = 0;
+    if (systemCalls().getItemFlags(file, &flags) != 0) return errno;
+    const int wanted = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
+    return systemCalls().setItemFlags(file, wanted) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+int setImmutable(const posix::Place& place, bool immutable) {
+    const int folder = place.folder.get();
+    const char* name = place.name.c_str();
+    struct stat status;
+    const int missing = posix::statusOf(place, posix::FollowLink::No, status);
+    if (missing != 0) return missing;
+    bool isImmutable = false;
+    if (systemCalls().isImmutable(folder, name, &isImmutable) != 0) return errno;
+    if (isImmutable == immutable) return 0;
+    // Opening a device or a pipe would not leave it alone, and a link has no such flag.
+    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) return EOPNOTSUPP;
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+    const posix::Descriptor file(systemCalls().openat(folder, name, flags, 0));
+    if (!file) return errno;
+    const int error = change(file.get(), immutable);
+    return error == ENOTTY ? EOPNOTSUPP : error;
+}
+
+}  // namespace quillmoor::platform::linux_

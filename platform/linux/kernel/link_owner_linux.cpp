@@ -1,0 +1,21 @@
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/posix/fs/ownership_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+
+int giveLink(int folder, const std::string& name, const Owner& owner) {
+    const SystemCalls& calls = systemCalls();
+    const Descriptor link(calls.openat(folder, name.c_str(), O_PATH | O_NOFOLLOW, 0));
+    struct stat status;
+    if (!link || calls.fstat(link.get(), &status) != 0) return errno;
+    if (!S_ISLNK(status.st_mode) || status.st_uid != ::geteuid()) return ESTALE;
+    const int changed = calls.fchownat(link.get(), "", owner.user, owner.group, AT_EMPTY_PATH);
+    return changed == 0 ? 0 : errno;
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,11 @@
+#include <unistd.h>
+
+#include "platform/posix/run_loop/main_thread_posix.h"
+
+namespace quillmoor::platform::posix {
+
+bool isFirstThread() {
+    return ::gettid() == ::getpid();
+}
+
+}  // namespace quillmoor::platform::posix

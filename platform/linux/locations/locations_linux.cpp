@@ -1,0 +1,88 @@
+#include "platform/locations.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "base/paths.h"
+#include "platform/linux/ground/environment_linux.h"
+#include "platform/linux/locations/console_user_linux.h"
+#include "platform/linux/locations/search_paths_linux.h"
+#include "platform/native_services.h"
+#include "platform/posix/ground/system_calls_posix.h"
+#include "platform/posix/ground/users_posix.h"
+
+namespace quillmoor::platform {
+namespace {
+
+constexpr uid_t kSuperUser = 0;
+
+bool isFolder(const std::string& path) {
+    struct stat status {};
+    return posix::systemCalls().fstatat(AT_FDCWD, path.c_str(), &status, 0) == 0 &&
+           S_ISDIR(status.st_mode);
+}
+
+class LinuxLocations : public Locations {
+  public:
+    StringList searchPaths(SearchPathDirectory directory, SearchPathDomainMask domain) override {
+        return linux_::standardFolders(userDomain(), directory, domain);
+    }
+
+    std::string homeDirectory() override { return linux_::homeOfThisProcess(); }
+
+    OptionalPath homeDirectoryForUser(const OptionalString& name) override {
+        const std::optional<posix::User> user =
+            name ? posix::userWithName(*name) : posix::userWithId(kSuperUser);
+        if (!user || !user->home.starts_with('/')) return std::nullopt;
+        return linux_::withoutTrailingSlashes(user->home);
+    }
+
+    std::string userName() override {
+        if (const auto user = posix::userWithId(::geteuid())) return user->name;
+        const char* name = ::secure_getenv("USER");
+        return name != nullptr && *name != '\0' ? name : std::to_string(::geteuid());
+    }
+
+    OptionalString consoleUser() override { return linux_::consoleUser(linux_::loginManager()); }
+
+    std::size_t confstr(int name, std::span<char> buffer) override {
+        if (name != kDarwinUserCacheDirectory) return 0;
+        const std::string value = cacheFolder();
+        if (!buffer.empty()) {
+            const std::size_t copied = std::min(value.size(), buffer.size() - 1);
+            std::copy_n(value.begin(), copied, buffer.begin());
+            buffer[copied] = '\0';
+        }
+        return value.size() + 1;
+    }
+
+    std::string temporaryDirectory() override {
+        const OptionalPath folder = linux_::absolutePathInEnvironment("TMPDIR");
+        return folder && isFolder(*folder) ? *folder : "/tmp";
+    }
+
+  private:
+    std::string cacheFolder() {
+        const OptionalPath folder = linux_::absolutePathInEnvironment("XDG_CACHE_HOME");
+        return folder ? *folder : *appendPathComponent(homeDirectory(), ".cache");
+    }
+
+    linux_::UserDomainFolders userDomain() {
+        if (::getuid() != kSuperUser) return linux_::foldersOfThisUser();
+        const OptionalString name = consoleUser();
+        return linux_::foldersOfSuperUser(name ? posix::userWithName(*name) : std::nullopt);
+    }
+};
+
+}  // namespace
+
+Locations* nativeLocations() {
+    static auto* const locations = new LinuxLocations;
+    return locations;
+}
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,226 @@
+#include "platform/linux/trash/trash_linux.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <exception>
+#include <string_view>
+
+#include "base/paths.h"
+#include "platform/linux/ground/environment_linux.h"
+#include "platform/linux/trash/trash_folder_linux.h"
+#include "platform/posix/fs/move_posix.h"
+#include "platform/posix/fs/place_posix.h"
+#include "platform/posix/ground/names_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::linux_ {
+namespace {
+
+// The home whose Trash is meant; nil when the destination is none.
+OptionalPath homeOf(const OptionalPath& destination) {
+    constexpr std::string_view suffix = "/.Trash";
+    if (!destination) return homeOfThisProcess();
+    if (!destination->starts_with('/') || !destination->ends_with(suffix)) return std::nullopt;
+    const std::string home = destination->substr(0, destination->size() - suffix.size());
+    return home.empty() ? "/" : home;
+}
+
+bool isOneName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
+}
+
+// Where the open folder really is: links on the way to it may be gone when the item is put back.
+std::string pathOf(int folder, const std::string& spelled) {
+    char path[PATH_MAX];
+    const std::string self = "/proc/self/fd/" + std::to_string(folder);
+    const ssize_t size = ::readlink(self.c_str(), path, sizeof path);
+    if (size > 0 && path[0] == '/') return {path, static_cast<std::size_t>(size)};
+    if (spelled.starts_with('/') || ::getcwd(path, sizeof path) == nullptr) return spelled;
+    return std::string(path) + "/" + spelled;
+}
+
+// One item on its way into the Trash.
+class Recycling {
+  public:
+    Recycling(const TrashFolder& trash, const posix::Place& from, std::string originalPath)
+        : trash_(trash), from_(from), originalPath_(std::move(originalPath)) {}
+
+    bool run() {
+        const posix::SystemCalls& calls = posix::systemCalls();
+        to_.folder = posix::Descriptor(calls.openat(trash_.items(), ".", posix::kSearchFolder, 0));
+        if (!to_.folder) return false;
+        // Without a record the whole name has room, unless it needs a number.
+        if (!trash_.keepsRecords() && !isTaken(from_.name)) return result_.error == 0;
+        uniqueFilename(posix::shortenedName(from_.name, TrashFolder::kLongestName),
+                       [this](const std::string& name) { return isTaken(name); });
+        return result_.error == 0;
+    }
+
+    // After a failure: the name that the whole item has in the Trash all the same; null if none.
+    const std::string* remainingCopy() const { return result_.copyRemains ? &to_.name : nullptr; }
+
+  private:
+    // Tries that name. NO ends the search, be it that the item has arrived or that it cannot.
+    bool isTaken(const std::string& name) {
+        to_.name = name;
+        const int error = trash_.reserve(name, originalPath_);
+        if (error != 0) return error == EEXIST;
+        result_ = posix::moveItemTo(from_, to_);
+        if (result_.error == 0 || result_.copyRemains) return false;
+        trash_.release(name);
+        return result_.error == EEXIST && somethingStands();
+    }
+
+    bool somethingStands() const {
+        struct stat status;
+        return posix::statusOf(to_, posix::FollowLink::No, status) == 0;
+    }
+
+    const TrashFolder& trash_;
+    const posix::Place& from_;
+    const std::string originalPath_;
+    posix::Place to_;
+    posix::MoveResult result_{EIO};
+};
+
+// The item's path as it is to be put back to. The item itself may be out of this process's reach.
+std::string originalPathOf(const std::string& item) {
+    std::string parent = deleteLastPathComponent(item);
+    if (parent.empty()) parent = ".";
+    const posix::Descriptor folder(
+        posix::systemCalls().openat(AT_FDCWD, parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0));
+    if (!folder) return item;
+    const std::string path = pathOf(folder.get(), parent);
+    return (path == "/" ? "" : path) + "/" + lastPathComponent(item);
+}
+
+std::optional<TrashFolder> openTrash(const OptionalPath& destination, int& error) {
+    const OptionalPath home = homeOf(destination);
+    if (!home) return std::nullopt;
+    return TrashFolder::open(withoutTrailingSlashes(*home), error);
+}
+
+bool leadsTo(const std::string& path, const TrashFolder& trash) {
+    struct stat byPath;
+    struct stat open;
+    return ::stat(path.c_str(), &byPath) == 0 && ::fstat(trash.items(), &open) == 0 &&
+           posix::identityOf(byPath) == posix::identityOf(open);
+}
+
+// Root has none where it acts for another user.
+bool isOwnHome(const std::string& home) {
+    struct stat status;
+    return ::stat(home.c_str(), &status) == 0 && (::geteuid() != 0 || status.st_uid == 0);
+}
+
+OptionalPath realPath(const std::string& path) {
+    char real[PATH_MAX];
+    const bool isThere = posix::systemCalls().realpath(path.c_str(), real) != nullptr;
+    return isThere ? OptionalPath(real) : std::nullopt;
+}
+
+// Where the path leads, as far as this process can see: what is behind a folder that it may not
+// search is in that folder. nil when nothing is there, or when the rest leads out again.
+OptionalPath nearestRealPath(std::string path) {
+    for (;;) {
+        if (OptionalPath real = realPath(path)) return real;
+        if (errno != EACCES || !isOneName(lastPathComponent(path))) return std::nullopt;
+        path = deleteLastPathComponent(path);
+    }
+}
+
+// ~/.Trash is a folder, or a link that leads to an item in the home.
+bool staysInHome(const std::string& home, const std::string& path) {
+    struct stat status;
+    if (::lstat(path.c_str(), &status) != 0) return false;
+    if (!S_ISLNK(status.st_mode)) return S_ISDIR(status.st_mode);
+    char target[PATH_MAX];
+    const ssize_t size = ::readlink(path.c_str(), target, sizeof target);
+    if (size <= 0) return false;
+    const std::string spelled(target, static_cast<std::size_t>(size));
+    const OptionalPath inside = realPath(home);
+    const OptionalPath real =
+        nearestRealPath(spelled.starts_with('/') ? spelled : home + "/" + spelled);
+    return inside && real && real->starts_with(*inside + "/");
+}
+
+// `items` is the path of the Trash as its caller knows it. No exception leaves it: the outcome
+// reports the items before this one.
+bool recycleOne(const TrashFolder& trash, const std::string& items, const std::string& folderPath,
+                const std::string& name, RecycleOutcome& outcome) noexcept try {
+    const std::string source = folderPath.empty() ? "." : folderPath;
+    posix::Place from;
+    struct stat status;
+    if (!isOneName(name) || posix::openFolder(source, from.folder) != 0) return false;
+    from.name = name;
+    if (posix::statusOf(from, posix::FollowLink::No, status) != 0) return false;
+    if (trash.holds(from.folder.get())) return true;
+    std::string folder = pathOf(from.folder.get(), source);
+    if (folder == "/") folder.clear();
+    Recycling recycling(trash, from, folder + "/" + name);
+    // Made first, so that a copy that remains can be reported without memory.
+    RecycleOutcome::RemainingCopy remaining{folder + "/" + name,
+                                            pathOf(trash.items(), items) + "/"};
+    remaining.copy.reserve(remaining.copy.size() + NAME_MAX);
+    outcome.remainingCopies.reserve(outcome.remainingCopies.size() + 1);
+    const bool moved = recycling.run();
+    if (const std::string* const copy = recycling.remainingCopy()) {
+        remaining.copy += *copy;
+        outcome.remainingCopies.push_back(std::move(remaining));
+    }
+    return moved;
+} catch (const std::exception&) {
+    return false;
+}
+
+}  // namespace
+
+RecycleOutcome recycleToTrash(const std::string& source, const OptionalPath& destination,
+                              const StringList& names) {
+    RecycleOutcome outcome;
+    int error = 0;
+    const auto trash = openTrash(destination, error);
+    if (!trash) return outcome;
+    const std::string items = destination.value_or(homeOfThisProcess() + "/.Trash");
+    outcome.allMoved = true;
+    for (const std::string& name : names)
+        outcome.allMoved = recycleOne(*trash, items, source, name, outcome) && outcome.allMoved;
+    return outcome;
+}
+
+// The other process goes by the path: only where that leads to the very folder that is open here
+// has an item there to do with a record.
+bool prepareTrash(const std::string& destination) {
+    int error = 0;
+    const auto trash = openTrash(destination, error);
+    if (trash && leadsTo(destination, *trash)) return true;
+    const OptionalPath home = homeOf(destination);
+    if (!home || !isOwnHome(*home) || (!trash && error != EACCES)) return false;
+    // Where the user's own is out of reach there must be another place; no other trouble makes one,
+    // for it is there to stay.
+    if (!trash && ::mkdir(destination.c_str(), S_IRWXU) == 0) return true;
+    return staysInHome(*home, destination);
+}
+
+bool announceTrash(const std::string& destination, const std::string& name,
+                   const std::string& item) {
+    int error = 0;
+    const auto trash = openTrash(destination, error);
+    if (!trash || !isOneName(name) || !leadsTo(destination, *trash)) return false;
+    if (!trash->keepsRecords()) return false;
+    return trash->hasItem(name) || trash->record(name, originalPathOf(item)) == 0;
+}
+
+void abandonTrash(const std::string& destination, const std::string& name) {
+    int error = 0;
+    const auto trash = openTrash(destination, error);
+    if (trash && isOneName(name) && leadsTo(destination, *trash) && !trash->hasItem(name))
+        trash->release(name);
+}
+
+}  // namespace quillmoor::platform::linux_

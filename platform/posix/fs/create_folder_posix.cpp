@@ -1,0 +1,71 @@
+#include "platform/posix/fs/create_folder_posix.h"
+
+#include <errno.h>
+
+#include <optional>
+
+#include "base/paths.h"
+#include "platform/posix/fs/ownership_posix.h"
+#include "platform/posix/fs/place_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+constexpr mode_t kUsualMode = 0777;
+
+// Goes down a path, making what is missing.
+class FolderMaker {
+  public:
+    int run(const StringList& components) {
+        const int error = openFolder(components.front() == "/" ? "/" : ".", at_);
+        if (error != 0) return error;
+        for (const std::string& component : components) {
+            if (component == "/") continue;
+            const int stepError = enter(component, &component == &components.back());
+            if (stepError != 0) return stepError;
+        }
+        return 0;
+    }
+
+  private:
+    int enter(const std::string& name, bool last) {
+        int error = open(name);
+        if (error != ENOENT) return error == ENOTDIR && last ? EEXIST : error;
+        error = make(name, last);
+        // Somebody else has made it meanwhile, or a link leads nowhere.
+        return error == EEXIST && open(name) == 0 ? 0 : error;
+    }
+
+    int open(const std::string& name, int flags = 0) {
+        Descriptor next(systemCalls().openat(at_.get(), name.c_str(), kSearchFolder | flags, 0));
+        if (!next) return errno;
+        at_ = std::move(next);
+        return 0;
+    }
+
+    // Makes the folder and goes into it, if there is more to come.
+    int make(const std::string& name, bool last) {
+        if (const std::optional<Owner> owner = ownerOfNewItemsIn(at_.get())) {
+            Descriptor made;
+            const int error = makeFolderFor(*owner, at_.get(), name, kUsualMode, made);
+            if (error == 0) at_ = std::move(made);
+            return error;
+        }
+        if (systemCalls().mkdirat(at_.get(), name.c_str(), kUsualMode) != 0) return errno;
+        return last ? 0 : open(name, O_NOFOLLOW);
+    }
+
+    Descriptor at_;
+};
+
+}  // namespace
+
+int createFolders(const std::string& path) {
+    if (path.empty() || path.find('\0') != std::string::npos) return ENOENT;
+    struct stat status;
+    if (statusAt(path, status) == 0) return S_ISDIR(status.st_mode) ? 0 : EEXIST;
+    return FolderMaker().run(pathComponents(path));
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,46 @@
+#include "platform/posix/fs/directory_posix.h"
+
+#include <errno.h>
+
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// The folder itself, or the one above it.
+bool isDots(const char* name) {
+    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+}
+
+}  // namespace
+
+DirectoryReader::DirectoryReader(Descriptor folder) {
+    stream_.reset(systemCalls().fdopendir(folder.get()));
+    if (stream_ == nullptr)
+        error_ = errno;
+    else
+        folder_ = folder.release();
+}
+
+const dirent* DirectoryReader::next() {
+    if (error_ != 0) return nullptr;
+    for (;;) {
+        errno = 0;
+        const dirent* entry = systemCalls().readdir(stream_.get());
+        if (entry == nullptr) {
+            error_ = errno;
+            return nullptr;
+        }
+        if (!isDots(entry->d_name)) return entry;
+    }
+}
+
+void DirectoryReader::rewind() {
+    ::rewinddir(stream_.get());
+}
+
+mode_t typeOf(const dirent& entry) {
+    return static_cast<mode_t>(DTTOIF(entry.d_type));
+}
+
+}  // namespace quillmoor::platform::posix

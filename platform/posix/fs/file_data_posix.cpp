@@ -1,0 +1,34 @@
+#include "platform/posix/fs/file_data_posix.h"
+
+#include <errno.h>
+#include <unistd.h>
+
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+
+ssize_t readSome(int file, char* bytes, std::size_t size) {
+    for (;;) {
+        const ssize_t count = systemCalls().read(file, bytes, size);
+        if (count >= 0 || errno != EINTR) return count;
+    }
+}
+
+int writeAll(int file, const char* bytes, std::size_t size) {
+    while (size > 0) {
+        const ssize_t written = systemCalls().write(file, bytes, size);
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        bytes += written;
+        size -= static_cast<std::size_t>(written);
+    }
+    return 0;
+}
+
+int closeChecked(Descriptor& file) {
+    return systemCalls().close(file.release()) == 0 || errno == EINTR ? 0 : errno;
+}
+
+}  // namespace quillmoor::platform::posix

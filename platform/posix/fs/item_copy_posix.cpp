@@ -1,0 +1,185 @@
+#include "platform/posix/fs/item_copy_posix.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/posix/fs/file_data_posix.h"
+#include "platform/posix/fs/ownership_posix.h"
+#include "platform/posix/ground/kernel_calls_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+constexpr int kReadItem = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+constexpr int kCreateFile = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
+constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
+
+// The file system, or the system, does not do that here; the data is none the worse for it.
+bool isRefusal(int error) {
+    constexpr int refusals[] = {EPERM, EACCES, EINVAL, ENOSYS, ENOTSUP, EOPNOTSUPP};
+    return std::find(std::begin(refusals), std::end(refusals), error) != std::end(refusals);
+}
+
+int unlessRefused(int result) {
+    return result == 0 || isRefusal(errno) ? 0 : errno;
+}
+
+struct Dates {
+    timespec times[2];
+    explicit Dates(const struct stat& status)
+#ifdef __APPLE__
+        : times{status.st_atimespec, status.st_mtimespec} {}
+#else
+        : times{status.st_atim, status.st_mtim} {
+    }
+#endif
+};
+
+int copyAttribute(int original, int made, const char* name) {
+    const SystemCalls& calls = systemCalls();
+    std::string value(256, '\0');
+    ssize_t size = calls.fgetxattr(original, name, value.data(), value.size());
+    while (size < 0 && errno == ERANGE) {
+        size = calls.fgetxattr(original, name, nullptr, 0);
+        if (size < 0) break;
+        value.resize(static_cast<std::size_t>(size));
+        size = calls.fgetxattr(original, name, value.data(), value.size());
+    }
+    if (size < 0) return isRefusal(errno) || errno == ENODATA ? 0 : errno;
+    return unlessRefused(calls.fsetxattr(made, name, value.data(), static_cast<std::size_t>(size)));
+}
+
+int copyExtendedAttributes(int original, int made, bool ownerKept) {
+    const SystemCalls& calls = systemCalls();
+    std::string names(256, '\0');
+    ssize_t size = calls.flistxattr(original, names.data(), names.size());
+    while (size < 0 && errno == ERANGE) {
+        size = calls.flistxattr(original, nullptr, 0);
+        if (size < 0) break;
+        names.resize(static_cast<std::size_t>(size) + 1);
+        size = calls.flistxattr(original, names.data(), names.size());
+    }
+    if (size < 0) return unlessRefused(-1);
+    names.resize(static_cast<std::size_t>(size));
+    for (std::size_t at = 0; at < names.size();) {
+        const char* name = names.c_str() + at;
+        at += std::char_traits<char>::length(name) + 1;
+        const int error =
+            isCopiedAttribute(name, ownerKept) ? copyAttribute(original, made, name) : 0;
+        if (error != 0) return error;
+    }
+    return 0;
+}
+
+// Answers in `kept` whether owner and group are the original's.
+int copyOwner(int made, const struct stat& status, bool& kept) {
+    const SystemCalls& calls = systemCalls();
+    struct stat now;
+    if (calls.fstat(made, &now) != 0) return errno;
+    if (now.st_uid != status.st_uid || now.st_gid != status.st_gid) {
+        const uid_t unchanged = static_cast<uid_t>(-1);
+        if (calls.fchown(made, status.st_uid, status.st_gid) != 0 &&
+            (!isRefusal(errno) ||
+             (calls.fchown(made, unchanged, status.st_gid) != 0 && !isRefusal(errno))))
+            return errno;
+        if (calls.fstat(made, &now) != 0) return errno;
+    }
+    kept = now.st_uid == status.st_uid && now.st_gid == status.st_gid;
+    return 0;
+}
+
+int readLink(int folder, const char* name, std::string& target) {
+    for (target.resize(256);; target.resize(target.size() * 2)) {
+        const ssize_t size = systemCalls().readlinkat(folder, name, target.data(), target.size());
+        if (size < 0) return errno;
+        if (static_cast<std::size_t>(size) < target.size()) {
+            target.resize(static_cast<std::size_t>(size));
+            return 0;
+        }
+    }
+}
+
+// Opens an item that should be of this type.
+int openAs(mode_t type, int folder, const char* name, Descriptor& opened, struct stat& status) {
+    const SystemCalls& calls = systemCalls();
+    opened = Descriptor(calls.openat(folder, name, kReadItem, 0));
+    if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
+    return (status.st_mode & S_IFMT) == type ? 0 : ESTALE;
+}
+
+}  // namespace
+
+int copyAttributes(int original, int made, const struct stat& status) {
+    const SystemCalls& calls = systemCalls();
+    bool ownerKept = false;
+    int error = copyOwner(made, status, ownerKept);
+    if (error == 0 && original >= 0) error = copyExtendedAttributes(original, made, ownerKept);
+    if (error != 0) return error;
+    const mode_t kept = ownerKept ? 07777 : 01777;
+    error = unlessRefused(calls.fchmod(made, status.st_mode & kept));
+    return error != 0 ? error : unlessRefused(calls.futimens(made, Dates(status).times));
+}
+
+int ItemCopier::copy(int folder, const char* name, mode_t type, int newFolder,
+                     const char* newName) {
+    int error = EOPNOTSUPP;
+    if (type == S_IFREG) error = copyFile(folder, name, newFolder, newName);
+    if (type == S_IFLNK) error = copyLink(folder, name, newFolder, newName);
+    if (type == S_IFIFO) error = copyFifo(folder, name, newFolder, newName);
+    if (error == 0) control_.add(0, 1);
+    return error;
+}
+
+int ItemCopier::copyFile(int folder, const char* name, int newFolder, const char* newName) {
+    const SystemCalls& calls = systemCalls();
+    Descriptor original;
+    struct stat status;
+    int error = openAs(S_IFREG, folder, name, original, status);
+    if (error != 0) return error;
+    Descriptor made(calls.openat(newFolder, newName, kCreateFile, kPrivate));
+    if (!made) return errno;
+    somethingMade_ = true;
+    error = data_.copy(original.get(), made.get(), status);
+    if (error == 0) error = copyAttributes(original.get(), made.get(), status);
+    return error != 0 ? error : closeChecked(made);
+}
+
+int ItemCopier::copyLink(int folder, const char* name, int newFolder, const char* newName) {
+    const SystemCalls& calls = systemCalls();
+    struct stat status;
+    std::string target;
+    if (calls.fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    const int error = readLink(folder, name, target);
+    if (error != 0) return error;
+    if (calls.symlinkat(target.c_str(), newFolder, newName) != 0) return errno;
+    somethingMade_ = true;
+    const bool foreign = status.st_uid != ::geteuid() || status.st_gid != ::getegid();
+    if (foreign) {
+        const int ownerError = giveLink(newFolder, newName, Owner{status.st_uid, status.st_gid});
+        if (ownerError != 0 && !isRefusal(ownerError)) return ownerError;
+    }
+    return unlessRefused(
+        calls.utimensat(newFolder, newName, Dates(status).times, AT_SYMLINK_NOFOLLOW));
+}
+
+int ItemCopier::copyFifo(int folder, const char* name, int newFolder, const char* newName) {
+    const SystemCalls& calls = systemCalls();
+    struct stat status;
+    if (calls.fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    if (calls.mkfifoat(newFolder, newName, kPrivate) != 0) return errno;
+    somethingMade_ = true;
+    // By its descriptor, so that whoever puts another item in its place gains nothing.
+    Descriptor made;
+    struct stat madeStatus;
+    const int error = openAs(S_IFIFO, newFolder, newName, made, madeStatus);
+    if (error != 0) return error;
+    if (madeStatus.st_uid != ::geteuid()) return ESTALE;
+    return copyAttributes(-1, made.get(), status);
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,117 @@
+#include "platform/posix/fs/place_posix.h"
+
+#include <errno.h>
+#include <limits.h>
+
+#include <algorithm>
+
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// What one call takes, without the NUL.
+constexpr std::size_t kLongestPath = PATH_MAX - 1;
+
+int openSearchable(int folder, const std::string& path, Descriptor& opened) {
+    Descriptor found(systemCalls().openat(folder, path.c_str(), kSearchFolder | O_CLOEXEC, 0));
+    if (!found) return errno;
+    opened = std::move(found);
+    return 0;
+}
+
+// How much of a long path the next call takes: whole components, and the slashes after them.
+std::size_t nextStretch(std::string_view path) {
+    if (path.size() <= kLongestPath) return path.size();
+    const std::size_t slash = path.rfind('/', kLongestPath - 1);
+    return slash == std::string_view::npos ? 0 : slash + 1;
+}
+
+}  // namespace
+
+bool fitsOneCall(const std::string& path) {
+    return path.size() <= kLongestPath && path.find('\0') == std::string::npos;
+}
+
+int openFolder(std::string_view path, Descriptor& folder) {
+    if (path.empty() || path.find('\0') != std::string_view::npos) return ENOENT;
+    Descriptor reached;
+    int from = AT_FDCWD;
+    while (!path.empty()) {
+        const std::size_t length = nextStretch(path);
+        if (length == 0) return ENAMETOOLONG;
+        const int error = openSearchable(from, std::string(path.substr(0, length)), reached);
+        if (error != 0) return error;
+        from = reached.get();
+        path.remove_prefix(length);
+        // A stretch begins inside the folder reached, never at the root.
+        path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+    }
+    folder = std::move(reached);
+    return 0;
+}
+
+int locate(std::string_view path, Place& place) {
+    if (path.empty() || path.find('\0') != std::string_view::npos) return ENOENT;
+    const std::size_t last = path.find_last_not_of('/');
+    if (last == std::string_view::npos) {
+        place.name = ".";
+        return openFolder("/", place.folder);
+    }
+    place.asFolder = last + 1 < path.size();
+    path = path.substr(0, last + 1);
+    const std::size_t slash = path.rfind('/');
+    const std::size_t start = slash == std::string_view::npos ? 0 : slash + 1;
+    place.name = path.substr(start);
+    return openFolder(start == 0 ? "." : path.substr(0, start), place.folder);
+}
+
+int openForReading(const std::string& path, Descriptor& folder) {
+    constexpr int kFlags = kReadFolder & ~O_NOFOLLOW;
+    Place place;
+    const char* name = path.c_str();
+    if (!fitsOneCall(path)) {
+        if (const int error = locate(path, place); error != 0) return error;
+        name = place.name.c_str();
+    }
+    const int from = place.folder ? place.folder.get() : AT_FDCWD;
+    Descriptor opened(systemCalls().openat(from, name, kFlags, 0));
+    if (!opened) return errno;
+    folder = std::move(opened);
+    return 0;
+}
+
+int statusOf(const Place& place, FollowLink follow, struct stat& status) {
+    const SystemCalls& calls = systemCalls();
+    const int flags = follow == FollowLink::Yes ? 0 : AT_SYMLINK_NOFOLLOW;
+    if (calls.fstatat(place.folder.get(), place.name.c_str(), &status, flags) != 0) return errno;
+    if (!place.asFolder || S_ISDIR(status.st_mode)) return 0;
+    struct stat target;
+    if (calls.fstatat(place.folder.get(), place.name.c_str(), &target, 0) != 0) return errno;
+    return S_ISDIR(target.st_mode) ? 0 : ENOTDIR;
+}
+
+int statusAt(const std::string& path, struct stat& status) {
+    if (fitsOneCall(path))
+        return systemCalls().fstatat(AT_FDCWD, path.c_str(), &status, 0) == 0 ? 0 : errno;
+    Place place;
+    const int error = locate(path, place);
+    return error != 0 ? error : statusOf(place, FollowLink::Yes, status);
+}
+
+bool isSameOrBelow(int folder, const Identity& ancestor) {
+    const SystemCalls& calls = systemCalls();
+    Descriptor above;
+    Identity previous;
+    for (int at = folder;; at = above.get()) {
+        struct stat status;
+        if (calls.fstat(at, &status) != 0) return false;
+        const Identity here = identityOf(status);
+        if (here == ancestor) return true;
+        if (here == previous) return false;
+        previous = here;
+        if (openSearchable(at, "..", above) != 0) return false;
+    }
+}
+
+}  // namespace quillmoor::platform::posix

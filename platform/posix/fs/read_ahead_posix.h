@@ -1,0 +1,58 @@
+// A large file, read while something else is done with what has been read of it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include "platform/posix/ground/thread_posix.h"
+
+namespace quillmoor::platform::posix {
+
+// Reads on a thread of its own, a few pieces ahead of the one thread that asks for them.
+class ReadAhead {
+  public:
+    // Begins to read `file` from where it stands. The file stays open, and nobody else moves in
+    // it, as long as this lives.
+    ReadAhead(int file, off_t length);
+    // Waits for the read that is under way.
+    ~ReadAhead();
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+
+    // NO when the system had no thread or no memory for it: nothing is read then.
+    bool started() const { return thread_.joinable(); }
+
+    // Waits for the next piece, which stays as it is until the next call; an empty one after
+    // `length` bytes or at the file's end, whichever comes first. 0 or the error number.
+    int next(std::string_view& piece);
+
+  private:
+    // Together they fit into a processor's own cache: what is read is still there to be written.
+    static constexpr std::size_t kPieces = 4;
+    static constexpr std::size_t kPieceSize = std::size_t{512} << 10;
+
+    void run();
+    bool waitForRoom();
+    char* room(std::size_t piece) { return buffer_.get() + piece % kPieces * kPieceSize; }
+
+    const int file_;
+    off_t left_;
+    std::unique_ptr<char[]> buffer_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::array<std::size_t, kPieces> sizes_{};
+    std::size_t read_ = 0;   // pieces, since the start
+    std::size_t given_ = 0;  // of them; the last one is in use
+    bool ended_ = false;     // nothing more is read
+    bool stopped_ = false;   // nothing more is asked for
+    int error_ = 0;
+    Thread thread_;
+};
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,130 @@
+#include "platform/posix/fs/removal_check_posix.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <memory>
+#include <utility>
+
+#include "platform/posix/fs/tree_worker_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// How many entries are given to another thread at once.
+constexpr std::size_t kBatch = 128;
+
+// What a folder's entries need in order to be removed.
+struct FolderRights {
+    int error = 0;         // why none of them may be
+    bool ownOnly = false;  // the folder is sticky: only those that belong to this user
+};
+
+// The open folder may be searched: its own name in itself leads to it.
+FolderRights rightsIn(int folder) {
+    const SystemCalls& calls = systemCalls();
+    struct stat status;
+    if (calls.faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) return {errno};
+    if (calls.fstat(folder, &status) != 0) return {errno};
+    const uid_t user = ::geteuid();
+    return {0, (status.st_mode & S_ISVTX) != 0 && user != 0 && user != status.st_uid};
+}
+
+// One operation, which several threads work on.
+struct Check {
+    TreeLimits limits = treeLimits(1);
+    std::atomic<int> error{0};
+
+    void fail(int code) {
+        int none = 0;
+        error.compare_exchange_strong(none, code);
+    }
+};
+
+struct CheckLevel : TreeLevel {
+    FolderRights rights;
+};
+
+class CheckWorker : public TreeWorker {
+  public:
+    CheckWorker(TreeCrew& crew, Check& work) : TreeWorker(crew, work.limits, kBatch), work_(work) {}
+
+    void check(const Place& place, const FolderRights& rights) {
+        const int error = checkEntry(rights, place.folder.get(), {place.name.c_str(), 0});
+        if (error != 0) return work_.fail(error);
+        work();
+    }
+
+  private:
+    bool isEnded() const override { return work_.error.load(std::memory_order_relaxed) != 0; }
+
+    void runOutOfMemory() noexcept override { work_.fail(ENOMEM); }
+
+    void visit(TreeLevel& level, const TreeEntry& entry) override {
+        const int error = checkEntry(static_cast<CheckLevel&>(level).rights, level.folder(), entry);
+        // What has gone meanwhile needs no removal.
+        if (error != 0 && error != ENOENT) work_.fail(error);
+    }
+
+    int checkEntry(const FolderRights& rights, int folder, const TreeEntry& entry) {
+        if (rights.error != 0) return rights.error;
+        RemovalTraits traits;
+        if (systemCalls().getRemovalTraits(folder, entry.name, &traits) != 0) return errno;
+        if (traits.isMountPoint) return EBUSY;
+        if (traits.isFixed || (rights.ownOnly && traits.owner != ::geteuid())) return EPERM;
+        return traits.type == S_IFDIR ? enterFolder(folder, entry.name) : 0;
+    }
+
+    int enterFolder(int folder, const char* name) {
+        const SystemCalls& calls = systemCalls();
+        Descriptor opened(calls.openat(folder, name, kReadFolder, 0));
+        struct stat status;
+        if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
+        auto level = std::make_unique<CheckLevel>();
+        level->name = name;
+        level->identity = identityOf(status);
+        level->rights = rightsIn(opened.get());
+        level->reader.emplace(std::move(opened));
+        if (level->reader->error() != 0) return level->reader->error();
+        enter(std::move(level));
+        return 0;
+    }
+
+    void leaveTop() override {
+        const int readError = top().reader->error();
+        const int error =
+            readError != 0 && readError != ENOENT ? readError : takeUpAbove(ReadOn::Yes);
+        if (error != 0) return work_.fail(error);
+        popTop();
+    }
+
+    std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) override {
+        auto level = std::make_unique<CheckLevel>();
+        level->rights = static_cast<const CheckLevel&>(owner).rights;
+        return level;
+    }
+
+    Check& work_;
+};
+
+}  // namespace
+
+int checkRemovable(const Place& place) {
+    const int folder = place.folder.get();
+    FolderRights rights = rightsIn(folder);
+    RemovalTraits traits;
+    if (rights.error == 0 && systemCalls().getRemovalTraits(folder, ".", &traits) != 0)
+        rights.error = errno;
+    if (rights.error == 0 && traits.isFixed) rights.error = EPERM;
+    if (rights.error != 0) return rights.error;
+    Check work;
+    TreeCrew crew(work.limits.threads, [&] { CheckWorker(crew, work).help(); });
+    CheckWorker(crew, work).check(place, rights);
+    crew.end();
+    return work.error;
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,197 @@
+#include "platform/posix/fs/tree_copy_posix.h"
+
+#include <errno.h>
+#include <fcntl.h>
+
+#include <atomic>
+#include <new>
+#include <utility>
+
+#include "platform/posix/fs/item_copy_posix.h"
+#include "platform/posix/fs/ownership_posix.h"
+#include "platform/posix/fs/rename_posix.h"
+#include "platform/posix/fs/tree_remove_posix.h"
+#include "platform/posix/fs/tree_worker_posix.h"
+#include "platform/posix/ground/names_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// How many entries are given to another thread at once.
+constexpr std::size_t kBatch = 16;
+
+// One operation, which several threads work on.
+struct Copying {
+    const CopyControl& control;
+    TreeLimits limits = treeLimits(2);
+    Identity top{};        // the folder at the top of the copy
+    bool topMade = false;  // set before there are other threads
+    std::atomic<int> error{0};
+
+    void fail(int code) {
+        int none = 0;
+        error.compare_exchange_strong(none, code);
+    }
+};
+
+struct CopyLevel : TreeLevel {
+    int copyFolder() const { return copy ? copy.get() : borrowedCopy; }
+
+    struct stat status {};
+    Identity copyIdentity;
+    Descriptor copy;
+    int borrowedCopy = -1;
+};
+
+class CopyWorker : public TreeWorker {
+  public:
+    CopyWorker(TreeCrew& crew, Copying& work)
+        : TreeWorker(crew, work.limits, kBatch), work_(work), copier_(work.control) {}
+
+    CopyResult copy(int folder, const std::string& name, int newFolder,
+                    const std::string& newName) {
+        try {
+            copyEntry(folder, {name.c_str(), 0}, newFolder, newName.c_str());
+        } catch (const std::bad_alloc&) {
+            runOutOfMemory();
+        }
+        work();
+        return {work_.error, copier_.somethingMade() || work_.topMade};
+    }
+
+  private:
+    bool isEnded() const override {
+        if (work_.control.stop.stop_requested()) work_.fail(ECANCELED);
+        return work_.error.load(std::memory_order_relaxed) != 0;
+    }
+
+    void runOutOfMemory() noexcept override { work_.fail(ENOMEM); }
+
+    void visit(TreeLevel& level, const TreeEntry& entry) override {
+        copyEntry(level.folder(), entry, static_cast<CopyLevel&>(level).copyFolder(), entry.name);
+    }
+
+    void copyEntry(int folder, const TreeEntry& entry, int newFolder, const char* newName) {
+        mode_t type = entry.type;
+        struct stat status;
+        if (type == 0) {
+            if (systemCalls().fstatat(folder, entry.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+                return work_.fail(errno);
+            type = status.st_mode & S_IFMT;
+        }
+        const int error = type == S_IFDIR
+                              ? enterFolder(folder, entry.name, newFolder, newName)
+                              : copier_.copy(folder, entry.name, type, newFolder, newName);
+        if (error != 0) work_.fail(error);
+    }
+
+    int enterFolder(int folder, const char* name, int newFolder, const char* newName) {
+        const SystemCalls& calls = systemCalls();
+        auto level = std::make_unique<CopyLevel>();
+        Descriptor original(calls.openat(folder, name, kReadFolder, 0));
+        if (!original || calls.fstat(original.get(), &level->status) != 0) return errno;
+        level->identity = identityOf(level->status);
+        // The copy itself, come upon in the tree that is being copied.
+        if (work_.topMade && level->identity == work_.top) return EINVAL;
+        const int error = makeFolder(newFolder, newName, S_IRWXU, level->copy);
+        if (error != 0) return error;
+        // Written once only: others read it.
+        const bool isTop = !work_.topMade;
+        if (isTop) work_.topMade = true;
+        struct stat copyStatus;
+        if (calls.fstat(level->copy.get(), &copyStatus) != 0) return errno;
+        level->copyIdentity = identityOf(copyStatus);
+        if (isTop) work_.top = level->copyIdentity;
+        level->reader.emplace(std::move(original));
+        if (level->reader->error() != 0) return level->reader->error();
+        enter(std::move(level));
+        return 0;
+    }
+
+    // The folder on top is copied but for its own attributes.
+    void leaveTop() override {
+        auto& level = static_cast<CopyLevel&>(top());
+        int error = level.reader->error();
+        if (error == 0) error = takeUp(level);
+        if (error == 0) error = copyAttributes(level.folder(), level.copy.get(), level.status);
+        if (error != 0) return work_.fail(error);
+        work_.control.add(0, 1);
+        popTop();
+    }
+
+    int takeUp(const CopyLevel& level) {
+        auto* const above = static_cast<CopyLevel*>(aboveTop());
+        if (above == nullptr || above->isOpen()) return 0;
+        const int error = takeUpAbove(ReadOn::Yes);
+        return error != 0 ? error : openParent(level.copy.get(), above->copyIdentity, above->copy);
+    }
+
+    void putAside(TreeLevel& level) override {
+        static_cast<CopyLevel&>(level).copy.reset();
+        TreeWorker::putAside(level);
+    }
+
+    std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) override {
+        auto level = std::make_unique<CopyLevel>();
+        level->borrowedCopy = static_cast<CopyLevel&>(owner).copyFolder();
+        return level;
+    }
+
+    Copying& work_;
+    ItemCopier copier_;
+};
+
+// Under the temporary name `temporary`, beside its place.
+int copyBeside(const Place& from, const Place& to, const CopyControl& control,
+               std::string& temporary) {
+    for (int attempt = 0; attempt < kTemporaryNameAttempts; ++attempt) {
+        temporary = temporaryName(to.name);
+        const CopyResult result =
+            copyTree(from.folder.get(), from.name, to.folder.get(), temporary, control);
+        if (result.error == 0) return 0;
+        if (result.somethingMade) removeTree(to.folder.get(), temporary, TreeKind::OurOwn);
+        if (result.somethingMade || result.error != EEXIST) return result.error;
+    }
+    return EEXIST;
+}
+
+int checkPlaces(const Place& from, const Place& to) {
+    struct stat status;
+    struct stat other;
+    const int error = statusOf(from, FollowLink::No, status);
+    if (error != 0) return error;
+    if (systemCalls().fstatat(to.folder.get(), to.name.c_str(), &other, AT_SYMLINK_NOFOLLOW) == 0)
+        return EEXIST;
+    if (errno != ENOENT) return errno;
+    if (!S_ISDIR(status.st_mode)) return to.asFolder ? ENOTDIR : 0;
+    return isSameOrBelow(to.folder.get(), identityOf(status)) ? EINVAL : 0;
+}
+
+}  // namespace
+
+CopyResult copyTree(int folder, const std::string& name, int newFolder, const std::string& newName,
+                    const CopyControl& control) {
+    if (control.stop.stop_requested()) return {ECANCELED, false};
+    Copying work{control};
+    TreeCrew crew(work.limits.threads, [&] { CopyWorker(crew, work).help(); });
+    return CopyWorker(crew, work).copy(folder, name, newFolder, newName);
+}
+
+int copyItemTo(const Place& from, const Place& to, Identity& copy, const CopyControl& control) {
+    const int folder = to.folder.get();
+    std::string temporary;
+    int error = checkPlaces(from, to);
+    if (error == 0) error = copyBeside(from, to, control, temporary);
+    if (error != 0) return error;
+    struct stat status;
+    if (systemCalls().fstatat(folder, temporary.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        error = errno;
+    else
+        copy = identityOf(status);
+    if (error == 0) error = renameWithoutReplacing(folder, temporary, folder, to.name);
+    if (error != 0) removeTree(folder, temporary, TreeKind::OurOwn);
+    return error;
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,141 @@
+#include "platform/posix/fs/tree_crew_posix.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "platform/posix/fs/tree_worker_posix.h"
+#include "platform/posix/ground/signals_blocked_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+constexpr std::size_t kFewestThreads =
+    4;  // a disk that is slow keeps more than the processors busy
+constexpr std::size_t kMostThreads = 8;
+constexpr rlim_t kPlentyOfDescriptors = 1024;
+
+// Where a status keeps the type.
+constexpr unsigned kTypeShift = 12;
+
+std::size_t descriptorLimit() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;
+    return static_cast<std::size_t>(std::min(limit.rlim_cur, kPlentyOfDescriptors));
+}
+
+}  // namespace
+
+void EntryBatch::add(const TreeEntry& entry) {
+    bytes_ += static_cast<char>((entry.type & S_IFMT) >> kTypeShift);
+    bytes_.append(entry.name).push_back('\0');
+    ++size_;
+}
+
+bool EntryBatch::next(TreeEntry& entry) {
+    if (at_ == bytes_.size()) return false;
+    entry.type = static_cast<mode_t>(static_cast<unsigned char>(bytes_[at_])) << kTypeShift;
+    entry.name = bytes_.data() + at_ + 1;
+    at_ = bytes_.find('\0', at_ + 1) + 1;
+    return true;
+}
+
+TreeLimits treeLimits(std::size_t descriptorsOfLevel) {
+    const std::size_t limit = descriptorLimit();
+    TreeLimits limits{};
+    limits.openLevels = limit < kPlentyOfDescriptors ? 8 : 16;
+    const std::size_t wanted =
+        std::clamp<std::size_t>(std::thread::hardware_concurrency(), kFewestThreads, kMostThreads);
+    // A quarter of the descriptors: others need some, and given folders stay open as well.
+    const std::size_t affordable = limit / 4 / (limits.openLevels * descriptorsOfLevel);
+    limits.threads = std::clamp<std::size_t>(affordable, 1, wanted);
+    return limits;
+}
+
+TreeCrew::TreeCrew(std::size_t threads, std::function<void()> help)
+    : threads_(threads), help_(std::move(help)), room_(threads > 1) {}
+
+void TreeCrew::give(TreeLevel& folder, EntryBatch entries) {
+    const std::lock_guard lock(mutex_);
+    queue_.push_back({&folder, std::move(entries)});
+    // Not before it is there: without memory for it, takeBack() would wait for it in vain.
+    folder.given.fetch_add(1, std::memory_order_relaxed);
+    queueChanged();
+    if (idle_ > 0)
+        given_.notify_one();
+    else
+        addThread();
+}
+
+bool TreeCrew::takeBack(TreeLevel& folder, EntryBatch& entries) {
+    if (folder.given.load(std::memory_order_acquire) == 0) return false;
+    std::unique_lock lock(mutex_);
+    while (folder.given.load(std::memory_order_relaxed) > 0) {
+        const auto own = std::find_if(queue_.rbegin(), queue_.rend(),
+                                      [&](const Share& share) { return share.folder == &folder; });
+        if (own != queue_.rend()) {
+            entries = std::move(own->entries);
+            queue_.erase(std::next(own).base());
+            queueChanged();
+            folder.given.fetch_sub(1, std::memory_order_relaxed);
+            return true;
+        }
+        ++waiting_;
+        if (!queue_.empty() && idle_ == 0) addThread();
+        finished_.wait(lock);
+        --waiting_;
+    }
+    return false;
+}
+
+bool TreeCrew::take(Share& share) {
+    std::unique_lock lock(mutex_);
+    ++idle_;
+    given_.wait(lock, [this] { return ended_ || !queue_.empty(); });
+    --idle_;
+    if (queue_.empty()) return false;
+    // The oldest stand nearest to the top, with the most below them.
+    share = std::move(queue_.front());
+    queue_.pop_front();
+    queueChanged();
+    return true;
+}
+
+void TreeCrew::done(TreeLevel& folder) {
+    const std::lock_guard lock(mutex_);
+    if (folder.given.fetch_sub(1, std::memory_order_release) == 1 && waiting_ > 0)
+        finished_.notify_all();
+}
+
+void TreeCrew::end() {
+    {
+        const std::lock_guard lock(mutex_);
+        ended_ = true;
+    }
+    given_.notify_all();
+    for (Thread& helper : helpers_) helper.join();
+    helpers_.clear();
+}
+
+// One more, as long as fewer work than may; who waits for others does not count, up to a point.
+// Called under the lock.
+void TreeCrew::addThread() {
+    const std::size_t working = helpers_.size() + 1 - std::min(waiting_, helpers_.size());
+    if (!mayStart_ || working >= threads_ || helpers_.size() + 1 >= 2 * threads_) return;
+    const SignalsBlocked blocked;
+    try {
+        helpers_.emplace_back(help_);
+    } catch (const std::system_error&) {
+        mayStart_ = false;  // whoever gives takes back in the end
+    }
+}
+
+void TreeCrew::queueChanged() {
+    room_.store(queue_.size() < 2 * threads_, std::memory_order_relaxed);
+}
+
+}  // namespace quillmoor::platform::posix

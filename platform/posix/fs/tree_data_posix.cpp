@@ -1,0 +1,131 @@
+#include "platform/posix/fs/tree_data_posix.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+#include <string_view>
+
+#include "platform/posix/fs/file_data_posix.h"
+#include "platform/posix/fs/read_ahead_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// Large reads and writes beat the kernel's own copying calls, which go page by page.
+constexpr off_t kBufferSize = off_t{512} << 10;
+
+// What st_blocks counts.
+constexpr off_t kBlock = 512;
+
+constexpr off_t kUnknownLength = std::numeric_limits<off_t>::max();
+
+// Reading ahead is worth a thread.
+bool isLong(off_t length) {
+    constexpr off_t kLong = off_t{16} << 20;
+    return length >= kLong && length != kUnknownLength;
+}
+
+// Room for a large file in one piece, where the file system can; the size stays as it is. Nothing
+// depends on it.
+void reserve([[maybe_unused]] int file, [[maybe_unused]] off_t size) {
+#ifdef __linux__
+    if (size > kBufferSize) systemCalls().fallocate(file, FALLOC_FL_KEEP_SIZE, 0, size);
+#endif
+}
+
+}  // namespace
+
+int FileDataCopier::copy(int from, int to, const struct stat& status) {
+    const off_t size = status.st_size;
+    if (size > 0 && mayClone_) {
+        if (systemCalls().cloneFile(from, to) == 0) {
+            skip(size);
+            return 0;
+        }
+        mayClone_ = false;
+    }
+    const bool hasHoles = status.st_blocks < size / kBlock;
+    return hasHoles ? copyRegions(from, to, size) : copyWhole(from, to, size);
+}
+
+char* FileDataCopier::buffer() {
+    if (buffer_ == nullptr) buffer_.reset(new char[static_cast<std::size_t>(kBufferSize)]);
+    return buffer_.get();
+}
+
+// Nothing needs to be written.
+void FileDataCopier::skip(off_t length) const {
+    control_.add(static_cast<std::uint64_t>(length), 0);
+}
+
+// Region by region, data alone.
+int FileDataCopier::copyRegions(int from, int to, off_t size) {
+    const SystemCalls& calls = systemCalls();
+    off_t at = 0;
+    while (at < size) {
+        const off_t data = calls.lseek(from, at, SEEK_DATA);
+        if (data < 0 && errno == ENXIO) break;  // a hole up to the end
+        if (data < 0 && at == 0) return copyWhole(from, to, size);
+        if (data < 0) return errno;
+        const off_t hole = calls.lseek(from, data, SEEK_HOLE);
+        if (hole < 0) return errno;
+        if (calls.lseek(from, data, SEEK_SET) < 0 || calls.lseek(to, data, SEEK_SET) < 0)
+            return errno;
+        skip(data - at);
+        off_t copied = 0;
+        const int error = copyNext(from, to, hole - data, copied);
+        if (error != 0) return error;
+        at = hole;
+    }
+    // The hole at the end, unless the file has been cut meanwhile.
+    const off_t end = std::min(size, calls.lseek(from, 0, SEEK_END));
+    if (end < 0) return errno;
+    if (at < end) skip(end - at);
+    return calls.ftruncate(to, end) == 0 ? 0 : errno;
+}
+
+// So much as it had at the start, unless it has been cut meanwhile or does not tell its size.
+int FileDataCopier::copyWhole(int from, int to, off_t size) {
+    reserve(to, size);
+    off_t copied = 0;
+    const int error = copyNext(from, to, size > 0 ? size : kUnknownLength, copied);
+    if (error != 0 || copied >= size) return error;
+    return systemCalls().ftruncate(to, copied) == 0 ? 0 : errno;
+}
+
+// So much, or less where the file ends; adds what has been copied to `copied`.
+int FileDataCopier::copyNext(int from, int to, off_t length, off_t& copied) {
+    if (isLong(length)) {
+        ReadAhead ahead(from, length);
+        if (ahead.started())
+            return writePieces(to, copied, [&ahead](auto& piece) { return ahead.next(piece); });
+    }
+    return writePieces(to, copied, [&](std::string_view& piece) {
+        const auto wanted = static_cast<std::size_t>(std::min(length, kBufferSize));
+        const ssize_t count = wanted > 0 ? readSome(from, buffer(), wanted) : 0;
+        if (count < 0) return errno;
+        piece = {buffer(), static_cast<std::size_t>(count)};
+        length -= count;
+        return 0;
+    });
+}
+
+// `next` sets the next piece, an empty one at the end, and returns 0 or the error number.
+template <typename Next>
+int FileDataCopier::writePieces(int to, off_t& copied, const Next& next) {
+    for (;;) {
+        if (control_.stop.stop_requested()) return ECANCELED;
+        std::string_view piece;
+        if (const int error = next(piece); error != 0) return error;
+        if (piece.empty()) return 0;
+        if (const int error = writeAll(to, piece.data(), piece.size()); error != 0) return error;
+        control_.add(piece.size(), 0);
+        copied += static_cast<off_t>(piece.size());
+    }
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,121 @@
+#include "platform/posix/fs/tree_match_posix.h"
+
+#include <algorithm>
+#include <deque>
+#include <iterator>
+#include <utility>
+
+#include "base/paths.h"
+#include "platform/posix/fs/directory_posix.h"
+#include "platform/posix/fs/place_posix.h"
+#include "platform/posix/fs/tree_worker_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+bool exists(int folder, const char* name) {
+    struct stat status;
+    return systemCalls().fstatat(folder, name, &status, 0) == 0;
+}
+
+// Some of the folders, which one thread does on its own.
+struct MatchPart : TreeLevel {
+    std::size_t first = 0;
+    std::size_t end = 0;
+    StringList found;
+};
+
+class Matching {
+  public:
+    Matching(const StringList& folders, const std::string& pattern)
+        : folders_(folders), pattern_(pattern), crew_(treeLimits(1).threads, [this] { help(); }) {}
+
+    StringList run() {
+        StringList found;
+        std::size_t i = 0;
+        for (; i < folders_.size() && seen_ < kManyEntries; ++i)
+            seen_ += matchIn(folders_[i], found);
+        for (; i < folders_.size(); i += kFoldersOfPart) {
+            MatchPart& part = parts_.emplace_back();
+            part.first = i;
+            part.end = std::min(i + kFoldersOfPart, folders_.size());
+            if (crew_.wantsWork())
+                crew_.give(part, EntryBatch());
+            else
+                doPart(part);
+        }
+        collect(found);
+        return found;
+    }
+
+  private:
+    // Less is not worth a thread.
+    static constexpr std::size_t kManyEntries = 4096;
+    static constexpr std::size_t kFoldersOfPart = 8;
+
+    void help() {
+        TreeCrew::Share share;
+        while (crew_.take(share)) {
+            doPart(static_cast<MatchPart&>(*share.folder));
+            crew_.done(*share.folder);
+        }
+    }
+
+    void doPart(MatchPart& part) {
+        for (std::size_t i = part.first; i < part.end; ++i) matchIn(folders_[i], part.found);
+    }
+
+    // In the order in which the parts were made; does itself what nobody has begun with.
+    void collect(StringList& found) {
+        for (MatchPart& part : parts_) {
+            EntryBatch none;
+            while (crew_.takeBack(part, none)) doPart(part);
+            found.insert(found.end(), std::make_move_iterator(part.found.begin()),
+                         std::make_move_iterator(part.found.end()));
+        }
+    }
+
+    // How many entries the folder has.
+    std::size_t matchIn(const std::string& folder, StringList& found) const {
+        Descriptor opened;
+        if (openForReading(folder, opened) != 0) return 0;
+        DirectoryReader reader(std::move(opened));
+        // What is listed exists, unless it is a link; but where a folder may not be searched,
+        // nothing in it can be seen to exist.
+        if (reader.error() != 0 || !exists(reader.folder(), ".")) return 0;
+        std::string prefix = *appendPathComponent(folder, ".");
+        prefix.pop_back();
+        const std::size_t before = found.size();
+        std::size_t entries = 0;
+        for (; const dirent* entry = reader.next(); ++entries)
+            matchEntry(reader.folder(), prefix, *entry, found);
+        if (reader.error() != 0) found.resize(before);
+        return entries;
+    }
+
+    void matchEntry(int folder, const std::string& prefix, const dirent& entry,
+                    StringList& found) const {
+        const std::string_view name = entry.d_name;
+        if (!isLike(pattern_, name)) return;
+        const mode_t type = typeOf(entry);
+        if ((type == 0 || type == S_IFLNK) && !exists(folder, entry.d_name)) return;
+        std::string& path = found.emplace_back();
+        path.reserve(prefix.size() + name.size());
+        path.append(prefix).append(name);
+    }
+
+    const StringList& folders_;
+    const std::string& pattern_;
+    std::size_t seen_ = 0;  // entries that the caller's thread has met before it shared work out
+    std::deque<MatchPart> parts_;
+    TreeCrew crew_;
+};
+
+}  // namespace
+
+StringList matchEntries(const StringList& folders, const std::string& pattern) {
+    return Matching(folders, pattern).run();
+}
+
+}  // namespace quillmoor::platform::posix

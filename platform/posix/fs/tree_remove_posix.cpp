@@ -1,0 +1,274 @@
+#include "platform/posix/fs/tree_remove_posix.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <mutex>
+#include <new>
+#include <set>
+#include <utility>
+
+#include "platform/posix/fs/place_posix.h"
+#include "platform/posix/fs/tree_worker_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// How often one folder is read, which somebody may be filling meanwhile.
+constexpr int kMostPasses = 64;
+
+// How many entries are given to another thread at once.
+constexpr std::size_t kBatch = 64;
+
+// unlinkat's answers when the item is a folder: Linux's, and everybody else's. Both have other
+// reasons as well.
+bool mayBeFolder(int error) {
+    return error == EISDIR || error == EPERM;
+}
+
+// One operation, which several threads work on.
+struct Removal {
+    const int base;
+    const TreeKind kind;
+    const std::stop_token& stop;
+    TreeLimits limits = treeLimits(1);
+    std::mutex mutex{};  // for what threads report to each other
+    std::atomic<int> error{0};
+    std::atomic<bool> removedSomething{false};
+    std::atomic<bool> lost{false};  // a folder has been moved away meanwhile
+    std::atomic<bool> topIsGone{false};
+
+    void fail(int code) {
+        int none = 0;
+        error.compare_exchange_strong(none, code);
+    }
+};
+
+// What has become of some of a folder's entries.
+struct Leavings {
+    std::set<std::string, std::less<>> folders;  // those that could not be emptied or removed
+    bool something = false;                      // is left
+    bool removedSomething = false;               // in this pass
+
+    void add(Leavings&& other) {
+        folders.merge(other.folders);
+        something = something || other.something;
+        removedSomething = removedSomething || other.removedSomething;
+        other = Leavings();
+    }
+};
+
+struct RemovalLevel : TreeLevel {
+    Leavings left;
+    Leavings leftByOthers;  // under the mutex
+    int passes = 1;
+};
+
+class RemovalWorker : public TreeWorker {
+  public:
+    RemovalWorker(TreeCrew& crew, Removal& work)
+        : TreeWorker(crew, work.limits, kBatch), work_(work) {}
+
+    void remove(const std::string& name) {
+        removeEntry(nullptr, work_.base, {name.c_str(), 0});
+        work();
+    }
+
+  private:
+    bool isEnded() const override {
+        return work_.lost.load(std::memory_order_relaxed) || work_.stop.stop_requested();
+    }
+
+    void runOutOfMemory() noexcept override {
+        work_.fail(ENOMEM);
+        work_.lost = true;
+    }
+
+    void visit(TreeLevel& level, const TreeEntry& entry) override {
+        removeEntry(static_cast<RemovalLevel*>(&level), level.folder(), entry);
+    }
+
+    // Removes the entry, or puts its folder on top of the levels. The level is null for the tree.
+    void removeEntry(RemovalLevel* level, int folder, const TreeEntry& entry) {
+        if (entry.type != S_IFDIR) {
+            const int error = unlink(level, folder, entry.name, 0);
+            if (error == 0 || (error == ENOENT && level != nullptr)) return;
+            if (!mayBeFolder(error) || !isFolder(folder, entry.name))
+                return noteFailure(level, error);
+        }
+        const int error = enterFolder(folder, entry.name);
+        if (error == 0 || (error == ENOENT && level != nullptr)) return;
+        // It is no folder any more, or one that may not be read but perhaps is empty.
+        const bool replaced = error == ENOTDIR || error == ELOOP;
+        if (unlink(level, folder, entry.name, replaced ? 0 : AT_REMOVEDIR) == 0) return;
+        if (level != nullptr) level->left.folders.emplace(entry.name);
+        noteFailure(level, error);
+    }
+
+    static bool isFolder(int folder, const char* name) {
+        struct stat status;
+        return systemCalls().fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+               S_ISDIR(status.st_mode);
+    }
+
+    int unlink(RemovalLevel* level, int folder, const char* name, int flags) {
+        if (systemCalls().unlinkat(folder, name, flags) != 0) return errno;
+        noteRemoval(level);
+        return 0;
+    }
+
+    void noteRemoval(RemovalLevel* level) {
+        if (!work_.removedSomething.load(std::memory_order_relaxed)) work_.removedSomething = true;
+        if (level != nullptr)
+            level->left.removedSomething = true;
+        else
+            work_.topIsGone = true;
+    }
+
+    int enterFolder(int folder, const char* name) {
+        Descriptor opened;
+        struct stat status;
+        const int error = openForReading(folder, name, opened, status);
+        if (error != 0) return error;
+        auto level = std::make_unique<RemovalLevel>();
+        level->name = name;
+        level->identity = identityOf(status);
+        level->reader.emplace(std::move(opened));
+        if (level->reader->error() != 0) return level->reader->error();
+        enter(std::move(level));
+        return 0;
+    }
+
+    int openForReading(int folder, const char* name, Descriptor& opened,
+                       struct stat& status) const {
+        const SystemCalls& calls = systemCalls();
+        opened = Descriptor(calls.openat(folder, name, kReadFolder, 0));
+        if (!opened && errno == EACCES && work_.kind == TreeKind::OurOwn) {
+            if (calls.fchmodat(folder, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+            opened = Descriptor(calls.openat(folder, name, kReadFolder, 0));
+        }
+        if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
+        const bool closed = (status.st_mode & S_IRWXU) != S_IRWXU;
+        if (closed && work_.kind == TreeKind::OurOwn && calls.fchmod(opened.get(), S_IRWXU) != 0)
+            return errno;
+        return 0;
+    }
+
+    void leaveTop() override {
+        auto& level = static_cast<RemovalLevel&>(top());
+        collect(level);
+        const int readError = level.reader->error();
+        if (readError != 0 && readError != ENOENT) {
+            noteFailure(&level, readError);
+        } else if (!level.left.something) {
+            if (!takeUp()) return;
+            const int error = unlinkTop(level);
+            if (error == 0) return popTop();
+            // Entries may be passed over while others are removed under the reader's hands.
+            const bool notEmpty = error == ENOTEMPTY || error == EEXIST;
+            if (notEmpty && level.left.removedSomething && level.passes < kMostPasses)
+                return readAgain(level);
+            noteFailure(&level, error);
+        }
+        leaveStanding(level);
+    }
+
+    static void readAgain(RemovalLevel& level) {
+        level.left.removedSomething = false;
+        ++level.passes;
+        level.reader->rewind();
+        level.atEnd = false;
+    }
+
+    int unlinkTop(const RemovalLevel& level) {
+        auto* const above = static_cast<RemovalLevel*>(aboveTop());
+        const int folder = above != nullptr ? above->folder() : work_.base;
+        const int error = unlink(above, folder, level.name.c_str(), AT_REMOVEDIR);
+        if (error == ENOENT && above == nullptr) work_.topIsGone = true;
+        return error == ENOENT ? 0 : error;
+    }
+
+    void leaveStanding(RemovalLevel& level) {
+        if (!takeUp()) return;
+        if (auto* const above = static_cast<RemovalLevel*>(aboveTop())) {
+            above->left.folders.insert(std::move(level.name));
+            above->left.something = true;
+        }
+        popTop();
+    }
+
+    // Read from its start again: what was removed there is gone, what could not be is known.
+    bool takeUp() {
+        const int error = takeUpAbove(ReadOn::No);
+        if (error == 0) return true;
+        noteFailure(static_cast<RemovalLevel*>(&top()), error);
+        work_.lost = true;
+        return false;
+    }
+
+    void putAside(TreeLevel& level) override {
+        collect(static_cast<RemovalLevel&>(level));
+        TreeWorker::putAside(level);
+    }
+
+    void collect(RemovalLevel& level) {
+        const std::lock_guard lock(work_.mutex);
+        level.left.add(std::move(level.leftByOthers));
+    }
+
+    bool isPassedOver(const TreeLevel& level, const char* name) const override {
+        const auto& folders = static_cast<const RemovalLevel&>(level).left.folders;
+        return !folders.empty() && folders.contains(std::string_view(name));
+    }
+
+    std::unique_ptr<TreeLevel> standIn(TreeLevel&) override {
+        return std::make_unique<RemovalLevel>();
+    }
+
+    void report(TreeLevel& owner, TreeLevel& standIn) override {
+        const std::lock_guard lock(work_.mutex);
+        static_cast<RemovalLevel&>(owner).leftByOthers.add(
+            std::move(static_cast<RemovalLevel&>(standIn).left));
+    }
+
+    void noteFailure(RemovalLevel* level, int error) {
+        work_.fail(error);
+        if (level != nullptr) level->left.something = true;
+    }
+
+    Removal& work_;
+};
+
+}  // namespace
+
+RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
+                         const std::stop_token& stop) noexcept {
+    if (stop.stop_requested()) return {ECANCELED, false};
+    Removal work{folder, kind, stop};
+    try {
+        TreeCrew crew(work.limits.threads, [&] { RemovalWorker(crew, work).help(); });
+        RemovalWorker(crew, work).remove(name);
+    } catch (const std::bad_alloc&) {
+        work.fail(ENOMEM);
+    }
+    int error = work.error;
+    if (stop.stop_requested() && !work.topIsGone) error = ECANCELED;
+    return {error, work.removedSomething};
+}
+
+int removePath(const std::string& path, const std::stop_token& stop) noexcept try {
+    Place place;
+    struct stat status;
+    int error = locate(path, place);
+    if (error == 0 && !place.hasNameOfItsOwn()) error = EINVAL;
+    if (error == 0 && place.asFolder) error = statusOf(place, FollowLink::No, status);
+    if (error != 0) return error;
+    return removeTree(place.folder.get(), place.name, TreeKind::Given, stop).error;
+} catch (const std::bad_alloc&) {
+    return ENOMEM;
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,176 @@
+#include "platform/posix/fs/tree_size_posix.h"
+
+#include <errno.h>
+
+#include <mutex>
+#include <utility>
+
+#include "platform/posix/fs/tree_worker_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// A path that leads through more links than this leads nowhere.
+constexpr int kMostLinks = 40;
+
+// How many entries are given to another thread at once.
+constexpr std::size_t kBatch = 128;
+
+// One operation, which several threads work on.
+struct Measuring {
+    const std::stop_token& stop;
+    FollowLink follow;
+    TreeLimits limits = treeLimits(1);
+    std::mutex mutex{};
+    TreeCount total{};
+
+    void add(const TreeCount& count) {
+        const std::lock_guard lock(mutex);
+        total.bytes += count.bytes;
+        total.items += count.items;
+    }
+};
+
+struct SizeLevel : TreeLevel {
+    const SizeLevel* above = nullptr;  // on the way down, be it another thread's
+    int links = 0;                     // how many links the way down leads through
+};
+
+class SizeWorker : public TreeWorker {
+  public:
+    SizeWorker(TreeCrew& crew, Measuring& work)
+        : TreeWorker(crew, work.limits, kBatch), work_(work) {}
+    ~SizeWorker() override { work_.add(count_); }
+
+    void measure(int folder, const std::string& name) {
+        if (work_.follow == FollowLink::Yes) {
+            if (!isFolder(folder, name.c_str()) ||
+                !enterFolder(nullptr, folder, name.c_str(), kReadFolder & ~O_NOFOLLOW))
+                addItem(folder, name.c_str());
+        } else {
+            visitEntry(nullptr, folder, {name.c_str(), 0});
+        }
+        work();
+    }
+
+  private:
+    bool isEnded() const override { return lost_ || work_.stop.stop_requested(); }
+
+    void runOutOfMemory() noexcept override { lost_ = true; }
+
+    void visit(TreeLevel& level, const TreeEntry& entry) override {
+        visitEntry(static_cast<SizeLevel*>(&level), level.folder(), entry);
+    }
+
+    void visitEntry(SizeLevel* level, int folder, const TreeEntry& entry) {
+        mode_t type = entry.type;
+        struct stat status;
+        if (type == 0) {
+            if (!statusOf(folder, entry.name, AT_SYMLINK_NOFOLLOW, status)) return;
+            type = status.st_mode & S_IFMT;
+        }
+        if (type == S_IFDIR) {
+            ++count_.items;
+            enterFolder(level, folder, entry.name, kReadFolder);
+        } else if (type != S_IFLNK || !enterThroughLink(level, folder, entry.name)) {
+            addItem(folder, entry.name);
+        }
+    }
+
+    bool enterThroughLink(SizeLevel* level, int folder, const char* name) {
+        return work_.follow == FollowLink::Yes && level->links < kMostLinks &&
+               isFolder(folder, name) &&
+               enterFolder(level, folder, name, kReadFolder & ~O_NOFOLLOW);
+    }
+
+    // NO when it is no folder. One that cannot be read is like an empty one.
+    bool enterFolder(SizeLevel* above, int folder, const char* name, int flags) {
+        Descriptor opened(systemCalls().openat(folder, name, flags, 0));
+        if (!opened) return errno != ENOTDIR && errno != ENOENT && errno != ELOOP;
+        struct stat status;
+        if (systemCalls().fstat(opened.get(), &status) != 0) return true;
+        const bool throughLink = above != nullptr && (flags & O_NOFOLLOW) == 0;
+        auto level = std::make_unique<SizeLevel>();
+        level->identity = identityOf(status);
+        level->above = above;
+        if (above != nullptr) level->links = above->links + (throughLink ? 1 : 0);
+        if (level->links > 0 && isOnTheWayDown(*level)) return true;
+        level->reader.emplace(std::move(opened));
+        if (level->reader->error() != 0) return true;
+        if (throughLink) above->staysOpen = true;
+        enter(std::move(level));
+        return true;
+    }
+
+    // Only links lead back to a folder on the way down.
+    static bool isOnTheWayDown(const SizeLevel& level) {
+        for (const SizeLevel* each = level.above; each != nullptr; each = each->above)
+            if (each->identity == level.identity) return true;
+        return false;
+    }
+
+    void addItem(int folder, const char* name) {
+        struct stat status;
+        if (!statusOf(folder, name, AT_SYMLINK_NOFOLLOW, status)) return;
+        ++count_.items;
+        const bool counts =
+            work_.follow == FollowLink::Yes ? !S_ISDIR(status.st_mode) : S_ISREG(status.st_mode);
+        if (counts) count_.bytes += static_cast<std::uint64_t>(status.st_size);
+    }
+
+    // Or a link to one.
+    static bool isFolder(int folder, const char* name) {
+        struct stat status;
+        return statusOf(folder, name, 0, status) && S_ISDIR(status.st_mode);
+    }
+
+    static bool statusOf(int folder, const char* name, int flags, struct stat& status) {
+        return systemCalls().fstatat(folder, name, &status, flags) == 0;
+    }
+
+    void leaveTop() override {
+        TreeLevel* const above = aboveTop();
+        if (above != nullptr) above->staysOpen = false;
+        lost_ = takeUpAbove(ReadOn::Yes) != 0;
+        popTop();
+    }
+
+    std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) override {
+        const auto& folder = static_cast<const SizeLevel&>(owner);
+        auto level = std::make_unique<SizeLevel>();
+        level->above = folder.above;
+        level->links = folder.links;
+        return level;
+    }
+
+    Measuring& work_;
+    TreeCount count_;
+    bool lost_ = false;  // a folder has been moved away meanwhile
+};
+
+TreeCount measured(const Place& place, FollowLink follow, const std::stop_token& stop) {
+    Measuring work{stop, follow};
+    TreeCrew crew(work.limits.threads, [&] { SizeWorker(crew, work).help(); });
+    SizeWorker(crew, work).measure(place.folder.get(), place.name);
+    crew.end();
+    return work.total;
+}
+
+}  // namespace
+
+std::uint64_t treeSize(const std::string& path, const std::stop_token& stop) {
+    Place place;
+    struct stat status;
+    if (locate(path, place) != 0 || statusOf(place, FollowLink::No, status) != 0) return 0;
+    return measured(place, FollowLink::Yes, stop).bytes;
+}
+
+TreeCount treeCount(const std::string& path, const std::stop_token& stop) {
+    Place place;
+    struct stat status;
+    if (locate(path, place) != 0 || statusOf(place, FollowLink::No, status) != 0) return {};
+    return measured(place, FollowLink::No, stop);
+}
+
+}  // namespace quillmoor::platform::posix

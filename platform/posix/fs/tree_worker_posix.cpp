@@ -1,0 +1,185 @@
+#include "platform/posix/fs/tree_worker_posix.h"
+
+#include <errno.h>
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+
+void TreeWorker::help() {
+    seen_ = kAlone;
+    helping_ = true;
+    TreeCrew::Share share;
+    while (crew_.take(share)) {
+        TreeLevel& owner = *share.folder;
+        try {
+            helpWith(share);
+        } catch (const std::bad_alloc&) {
+            runOutOfMemory();
+        }
+        crew_.done(owner);
+    }
+}
+
+void TreeWorker::helpWith(TreeCrew::Share& share) {
+    TreeLevel& owner = *share.folder;
+    std::unique_ptr<TreeLevel> level = standIn(owner);
+    level->identity = owner.identity;
+    level->borrowed = owner.folder();
+    level->waiting = std::move(share.entries);
+    levels_.push_back(std::move(level));
+    work();
+    report(owner, *levels_.front());
+    popTop();
+}
+
+void TreeWorker::work() {
+    while (!levels_.empty() && !isEnded()) {
+        try {
+            if (!step()) return;
+        } catch (const std::bad_alloc&) {
+            runOutOfMemory();
+        }
+    }
+    abandon();
+}
+
+// NO when what was given to this thread is done.
+bool TreeWorker::step() {
+    TreeLevel& level = top();
+    TreeEntry entry;
+    if (next(level, entry))
+        visit(level, entry);
+    else if (crew_.takeBack(level, level.waiting))
+        return true;
+    else if (helping_ && levels_.size() == 1)
+        return false;
+    else
+        leaveTop();
+    return true;
+}
+
+// What is with others is waited for: it uses folders of this thread's.
+void TreeWorker::abandon() {
+    for (;;) {
+        if (levels_.empty()) return;
+        EntryBatch dropped;
+        while (crew_.takeBack(top(), dropped)) dropped = EntryBatch();
+        if (helping_ && levels_.size() == 1) return;
+        popTop();
+    }
+}
+
+void TreeWorker::enter(std::unique_ptr<TreeLevel> level) {
+    levels_.push_back(std::move(level));
+    if (++readers_ > openLevels_) putOneAside();
+}
+
+void TreeWorker::popTop() {
+    if (top().reader) --readers_;
+    levels_.pop_back();
+    firstOpen_ = std::min(firstOpen_, levels_.size());
+}
+
+// The one nearest to the tree's top: it is needed last.
+void TreeWorker::putOneAside() {
+    while (!levels_[firstOpen_]->isOpen()) ++firstOpen_;
+    for (std::size_t i = firstOpen_; i + 1 < levels_.size(); ++i) {
+        TreeLevel& level = *levels_[i];
+        if (!level.reader || level.staysOpen || level.given.load(std::memory_order_acquire) != 0)
+            continue;
+        if (level.last != nullptr) level.lastName = level.last->d_name;
+        level.last = nullptr;
+        putAside(level);
+        --readers_;
+        return;
+    }
+}
+
+void TreeWorker::putAside(TreeLevel& level) {
+    level.reader.reset();
+}
+
+void TreeWorker::report(TreeLevel&, TreeLevel&) {}
+
+bool TreeWorker::isPassedOver(const TreeLevel&, const char*) const {
+    return false;
+}
+
+int TreeWorker::takeUpAbove(ReadOn readOn) {
+    TreeLevel* const above = aboveTop();
+    if (above == nullptr || above->isOpen()) return 0;
+    Descriptor opened;
+    int error = openParent(top().folder(), above->identity, opened);
+    if (error != 0) return error;
+    DirectoryReader reader(std::move(opened));
+    if (reader.error() != 0) return reader.error();
+    above->reader.emplace(std::move(reader));
+    ++readers_;
+    firstOpen_ = std::min(firstOpen_, levels_.size() - 2);
+    if (readOn == ReadOn::No) {
+        above->waiting = EntryBatch();
+        above->atEnd = false;
+        return 0;
+    }
+    if (above->atEnd) return 0;
+    while (const dirent* entry = above->reader->next())
+        if (above->lastName == entry->d_name) return 0;
+    error = above->reader->error();
+    return error != 0 ? error : ENOENT;
+}
+
+bool TreeWorker::next(TreeLevel& level, TreeEntry& entry) {
+    if (level.waiting.next(entry)) return true;
+    if (++seen_ > kAlone && level.reader && !level.atEnd && crew_.wantsWork()) {
+        share(level);
+        return level.waiting.next(entry);
+    }
+    return read(level, entry);
+}
+
+// One entry is kept, so that whoever gives has something to do himself.
+void TreeWorker::share(TreeLevel& level) {
+    EntryBatch batch;
+    TreeEntry entry;
+    while (batch.size() < batch_ && read(level, entry)) {
+        batch.add(entry);
+        if (entry.type == S_IFDIR) break;
+    }
+    level.waiting = EntryBatch();
+    if (level.atEnd || !read(level, entry)) {
+        level.waiting = std::move(batch);
+        return;
+    }
+    level.waiting.add(entry);
+    crew_.give(level, std::move(batch));
+}
+
+bool TreeWorker::read(TreeLevel& level, TreeEntry& entry) const {
+    while (level.reader && !level.atEnd) {
+        const dirent* const found = level.reader->next();
+        level.last = found;
+        level.atEnd = found == nullptr;
+        if (level.atEnd) break;
+        if (isPassedOver(level, found->d_name)) continue;
+        entry = {found->d_name, typeOf(*found)};
+        return true;
+    }
+    return false;
+}
+
+int openParent(int folder, const Identity& expected, Descriptor& parent) {
+    const SystemCalls& calls = systemCalls();
+    Descriptor opened(calls.openat(folder, "..", kReadFolder, 0));
+    struct stat status;
+    if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
+    if (identityOf(status) != expected) return EBUSY;
+    parent = std::move(opened);
+    return 0;
+}
+
+}  // namespace quillmoor::platform::posix

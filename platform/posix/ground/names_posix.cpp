@@ -1,0 +1,50 @@
+#include "platform/posix/ground/names_posix.h"
+
+#include <random>
+
+#include "base/paths.h"
+#include "base/utf8.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// The shortest limit for a name on a file system in common use.
+constexpr std::size_t kLongestTemporaryName = 143;
+constexpr std::size_t kRandomLength = 6;
+constexpr std::string_view kAlphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
+
+// Longer ones are no extensions but names with a full stop.
+constexpr std::size_t kLongestExtension = 32;
+
+// The characters that fit whole into `limit` bytes.
+std::string_view beginning(std::string_view text, std::size_t limit) {
+    std::size_t end = 0;
+    while (end < text.size()) {
+        const std::size_t next = end + utf8CharacterAt(text, end).bytes;
+        if (next > limit) break;
+        end = next;
+    }
+    return text.substr(0, end);
+}
+
+}  // namespace
+
+std::string temporaryName(std::string_view name) {
+    std::string result = ".";
+    result.append(beginning(name, kLongestTemporaryName - kRandomLength - 2)).append(".");
+    std::random_device random;
+    for (std::size_t i = 0; i < kRandomLength; ++i)
+        result += kAlphabet[random() % kAlphabet.size()];
+    return result;
+}
+
+std::string shortenedName(std::string_view name, std::size_t limit) {
+    if (name.size() <= limit) return std::string(name);
+    const std::string extension = pathExtension(name);
+    if (extension.empty() || extension.size() > kLongestExtension)
+        return std::string(beginning(name, limit));
+    const std::string stem = deletePathExtension(name);
+    return std::string(beginning(stem, limit - extension.size() - 1)) + "." + extension;
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,20 @@
+#include "platform/posix/ground/standard_streams_posix.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+
+Descriptor aboveStandardStreams(Descriptor descriptor) {
+    if (!descriptor || descriptor.get() >= kFirstOwnDescriptor) return descriptor;
+    Descriptor moved(systemCalls().fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
+    const int error = errno;
+    descriptor.reset();
+    errno = error;
+    return moved;
+}
+
+}  // namespace quillmoor::platform::posix

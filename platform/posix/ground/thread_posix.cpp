@@ -1,0 +1,51 @@
+#include "platform/posix/ground/thread_posix.h"
+
+#include <exception>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+// What the body throws is uncaught, as in any thread.
+void* run(void* given) noexcept {
+    const std::unique_ptr<std::function<void()>> body(static_cast<std::function<void()>*>(given));
+    (*body)();
+    return nullptr;
+}
+
+}  // namespace
+
+Thread::Thread(std::function<void()> body) {
+    auto given = std::make_unique<std::function<void()>>(std::move(body));
+    pthread_t handle{};
+    const int error = systemCalls().pthread_create(&handle, nullptr, run, given.get());
+    if (error != 0) throw std::system_error(error, std::generic_category());
+    static_cast<void>(given.release());
+    handle_ = handle;
+}
+
+Thread::Thread(Thread&& other) noexcept : handle_(std::exchange(other.handle_, std::nullopt)) {}
+
+Thread& Thread::operator=(Thread&& other) noexcept {
+    if (joinable()) std::terminate();
+    handle_ = std::exchange(other.handle_, std::nullopt);
+    return *this;
+}
+
+Thread::~Thread() {
+    if (joinable()) std::terminate();
+}
+
+void Thread::join() {
+    ::pthread_join(*std::exchange(handle_, std::nullopt), nullptr);
+}
+
+void Thread::detach() {
+    ::pthread_detach(*std::exchange(handle_, std::nullopt));
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,106 @@
+#include "platform/posix/process/child_posix.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/posix/ground/c_strings_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+#include "platform/posix/process/child_system_posix.h"
+#include "platform/posix/process/spawn_setup_posix.h"
+
+extern char** environ;  // not every system's headers declare it
+
+namespace quillmoor::platform::posix {
+namespace {
+
+CStrings argumentList(const ChildSetup& setup) {
+    CStrings list;
+    list.add(setup.path);
+    for (const std::string& argument : setup.arguments) list.add(argument);
+    return list;
+}
+
+// A stream that the host has closed becomes the null device: whatever the tool opens first would
+// take its number otherwise. One that the host keeps from its children is given all the same:
+// copied onto itself it loses its mark.
+void inheritStream(SpawnActions& actions, int number) {
+    const int flags = systemCalls().fcntl(number, F_GETFD, 0);
+    if (flags < 0)
+        actions.open(number, kNullDevice);
+    else if ((flags & FD_CLOEXEC) != 0)
+        actions.duplicate(number, number);
+}
+
+void setStream(SpawnActions& actions, int number, const ChildStream& stream) {
+    switch (stream.kind) {
+        case ChildStream::Kind::Inherited:
+            return inheritStream(actions, number);
+        case ChildStream::Kind::NullDevice:
+            return actions.open(number, kNullDevice);
+        case ChildStream::Kind::Descriptor:
+            return actions.duplicate(stream.descriptor, number);
+    }
+}
+
+}  // namespace
+
+std::shared_ptr<Child> Child::start(const ChildSetup& setup) {
+    CStrings arguments = argumentList(setup);
+    CStrings environment;
+    if (setup.environment) environment.add(*setup.environment);
+    if (!arguments.valid() || !environment.valid()) return nullptr;
+    SpawnActions actions;
+    for (int number = 0; number < 3; ++number)
+        setStream(actions, number, setup.streams[static_cast<std::size_t>(number)]);
+    actions.note(closeAllButStandardStreams(actions.get()));
+    const SpawnAttributes attributes(SpawnSession::Inherited);
+    if (actions.error() != 0 || attributes.error() != 0) return nullptr;
+
+    auto child = std::make_shared<Child>();
+    if (systemCalls().posix_spawn(&child->pid_, setup.path.c_str(), actions.get(), attributes.get(),
+                                  arguments.get(),
+                                  setup.environment ? environment.get() : environ) != 0)
+        return nullptr;
+    child->exit_ = openExitDescriptor(child->pid_);
+    return child;
+}
+
+bool Child::collectIfEnded() {
+    if (status_) return true;
+    siginfo_t info{};
+    int result = 0;
+    do result = waitForChild(exit_, pid_, &info, WEXITED | WNOHANG);
+    while (result != 0 && errno == EINTR);
+    if (result == 0 && info.si_pid == 0) return false;
+    // The exit status, or the number of the signal that ended the child.
+    status_ = result == 0 ? info.si_status : kUnknownStatus;
+    return true;
+}
+
+bool Child::isRunning() {
+    const std::lock_guard lock(mutex_);
+    return !collectIfEnded();
+}
+
+void Child::wait() {
+    do {
+        siginfo_t info{};
+        waitForChild(exit_, pid_, &info, WEXITED | WNOWAIT);
+    } while (isRunning());
+}
+
+std::optional<int> Child::status() {
+    const std::lock_guard lock(mutex_);
+    collectIfEnded();
+    return status_;
+}
+
+void Child::terminate() {
+    const std::lock_guard lock(mutex_);
+    if (!collectIfEnded()) signalChild(exit_, pid_, SIGTERM);
+}
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,67 @@
+// One child process, from its start to the collecting of its status.
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "base/types.h"
+#include "platform/posix/ground/descriptor.h"
+
+namespace quillmoor::platform::posix {
+
+// Where one of a child's standard streams leads.
+struct ChildStream {
+    enum class Kind { Inherited, NullDevice, Descriptor };
+    Kind kind = Kind::Inherited;
+    int descriptor = -1;
+};
+
+struct ChildSetup {
+    std::string path;
+    StringList arguments;  // without the tool's own name, which is `path`
+    OptionalEnvironment environment;
+    std::array<ChildStream, 3> streams;
+};
+
+// The status of a child whose status the system discarded: the program ignores SIGCHLD, or collects
+// children that are not its own.
+inline constexpr int kUnknownStatus = -1;
+
+// May be called from any thread. The status is collected under the lock only, so that nobody ever
+// waits for, or signals, another process that was given the child's number.
+class Child {
+  public:
+    // The child gets its three standard streams and no other descriptor, default signals and an
+    // empty signal mask. Null when the system cannot start it.
+    static std::shared_ptr<Child> start(const ChildSetup& setup);
+
+    // Collects the status of a child that has ended.
+    bool isRunning();
+    // Waits for the end and collects the status.
+    void wait();
+    // nil while it runs.
+    std::optional<int> status();
+    // One SIGTERM, nothing when it has ended.
+    void terminate();
+
+    // Readable once the child has ended; -1 where the system has nothing of the kind.
+    int exitDescriptor() const { return exit_.get(); }
+
+    // In the list of those that are not waited for, which allocates nothing.
+    std::shared_ptr<Child> next;
+
+  private:
+    bool collectIfEnded();
+
+    std::mutex mutex_;
+    pid_t pid_ = -1;
+    Descriptor exit_;
+    std::optional<int> status_;
+};
+
+}  // namespace quillmoor::platform::posix

@@ -1,0 +1,196 @@
+#include "platform/main_run_loop.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <exception>
+#include <list>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "platform/posix/ground/system_calls_posix.h"
+#include "platform/posix/ground/wake_descriptor_posix.h"
+#include "platform/posix/run_loop/main_thread_posix.h"
+
+namespace quillmoor::platform {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+using Item = MainRunLoop::Item;
+using Prepared = MainRunLoop::Prepared;
+
+// Everything queued is for the default mode; some of it is for the modal panel mode as well. The
+// numbers rise from item to item.
+class Queue {
+  public:
+    void post(Prepared made) {
+        const std::lock_guard lock(mutex_);
+        const bool alsoModal = made.front().alsoModal;
+        made.front().number = ++lastNumber_;
+        items_.splice(items_.end(), made);
+        if (items_.size() == 1) default_.signal();
+        if (alsoModal && ++modalCount_ == 1) modal_.signal();
+    }
+
+    std::uint64_t lastNumber() {
+        const std::lock_guard lock(mutex_);
+        return lastNumber_;
+    }
+
+    // The oldest item for `mode` up to `number`, taken out; an empty list when there is none.
+    Prepared take(RunLoopMode mode, std::uint64_t number) {
+        Prepared taken;
+        const std::lock_guard lock(mutex_);
+        auto item = items_.begin();
+        if (mode == RunLoopMode::ModalPanel)
+            item = modalCount_ == 0 ? items_.end()
+                                    : std::find_if(items_.begin(), items_.end(),
+                                                   [](const Item& each) { return each.alsoModal; });
+        if (item == items_.end() || item->number > number) return taken;
+        if (item->alsoModal && --modalCount_ == 0) modal_.clear();
+        taken.splice(taken.end(), items_, item);
+        if (items_.empty()) default_.clear();
+        return taken;
+    }
+
+    int descriptor(RunLoopMode mode) const {
+        return mode == RunLoopMode::Default ? default_.get() : modal_.get();
+    }
+
+  private:
+    std::mutex mutex_;
+    std::list<Item> items_;
+    std::size_t modalCount_ = 0;
+    std::uint64_t lastNumber_ = 0;
+    posix::WakeDescriptor default_;
+    posix::WakeDescriptor modal_;
+};
+
+Queue& queue() {
+    static Queue* const shared = new Queue;
+    return *shared;
+}
+
+// The mode that run() was last asked for and has not left, of the main thread alone. Below all of
+// them lies the default mode.
+RunLoopMode topMode = RunLoopMode::Default;
+
+class ModeOnTop {
+  public:
+    explicit ModeOnTop(RunLoopMode mode) : below_(topMode) { topMode = mode; }
+    ~ModeOnTop() { topMode = below_; }
+    ModeOnTop(const ModeOnTop&) = delete;
+    ModeOnTop& operator=(const ModeOnTop&) = delete;
+
+  private:
+    RunLoopMode below_;
+};
+
+// For poll(2): rounded up, so that the last wait is not a busy one, and never more than a minute.
+int millisecondsUntil(steady_clock::time_point until) {
+    const auto now = steady_clock::now();
+    if (until <= now) return 0;
+    constexpr milliseconds kLongest = std::chrono::minutes(1);
+    if (until - now >= kLongest) return static_cast<int>(kLongest.count());
+    return static_cast<int>(std::chrono::ceil<milliseconds>(until - now).count());
+}
+
+// Between two attempts to wait.
+constexpr milliseconds kPause{10};
+
+// poll(2), with a pause where it fails: a caller that tries again would not wait at all.
+int pollOrPause(pollfd* polled, nfds_t count, int longest) {
+    const int readable = posix::systemCalls().poll(polled, count, longest);
+    if (readable < 0 && errno != EINTR)
+        std::this_thread::sleep_for(longest < 0 ? kPause : std::min(kPause, milliseconds(longest)));
+    return readable;
+}
+
+Prepared prepare(std::function<void()> function, bool alsoModal) {
+    Prepared made;
+    made.push_back({std::move(function), alsoModal, 0});
+    return made;
+}
+
+// -1 when there are no descriptors for it: then nothing can have been posted either.
+int descriptorOfDefaultMode() {
+    try {
+        return MainRunLoop::descriptor(RunLoopMode::Default);
+    } catch (const std::exception&) {
+        return -1;
+    }
+}
+
+}  // namespace
+
+void MainRunLoop::postToAllModes(std::function<void()> function) {
+    queue().post(prepare(std::move(function), true));
+}
+
+void MainRunLoop::postToDefaultMode(std::function<void()> function) {
+    queue().post(prepare(std::move(function), false));
+}
+
+MainRunLoop::Prepared MainRunLoop::prepareForAllModes(std::function<void()> function) {
+    queue();  // it is there before it is needed
+    return prepare(std::move(function), true);
+}
+
+MainRunLoop::Prepared MainRunLoop::prepareForDefaultMode(std::function<void()> function) {
+    queue();
+    return prepare(std::move(function), false);
+}
+
+void MainRunLoop::post(Prepared prepared) noexcept {
+    queue().post(std::move(prepared));
+}
+
+int MainRunLoop::descriptor(RunLoopMode mode) {
+    return queue().descriptor(mode);
+}
+
+void MainRunLoop::drain(RunLoopMode mode) {
+    if (topMode != mode) return;
+    // What is posted meanwhile waits for the next call, so that a function that posts itself again
+    // does not keep the caller here.
+    const std::uint64_t last = queue().lastNumber();
+    for (auto item = queue().take(mode, last); !item.empty(); item = queue().take(mode, last))
+        item.front().function();
+}
+
+void MainRunLoop::run(RunLoopMode mode, steady_clock::time_point until) {
+    const ModeOnTop onTop(mode);
+    for (;;) {
+        drain(mode);
+        const int left = millisecondsUntil(until);
+        if (left == 0) return;
+        pollfd queued{descriptor(mode), POLLIN, 0};
+        pollOrPause(&queued, 1, left);
+    }
+}
+
+namespace posix {
+
+void serveDefaultModeUntilReadable(int descriptor, int milliseconds) {
+    const ModeOnTop onTop(RunLoopMode::Default);
+    for (;;) {
+        pollfd both[] = {{descriptor, POLLIN, 0}, {descriptorOfDefaultMode(), POLLIN, 0}};
+        const bool canBePostedTo = both[1].fd >= 0;
+        const int longest =
+            canBePostedTo || milliseconds >= 0 ? milliseconds : static_cast<int>(kPause.count());
+        const int readable = pollOrPause(both, 2, longest);
+        const bool failed = readable < 0 && errno != EINTR;
+        if (readable == 0 || both[0].revents != 0) return;
+        if (canBePostedTo && (failed || both[1].revents != 0))
+            MainRunLoop::drain(RunLoopMode::Default);
+        if (failed) return;
+    }
+}
+
+}  // namespace posix
+}  // namespace quillmoor::platform

@@ -1,0 +1,248 @@
+#include "platform/main_thread.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <csignal>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/exception.h"
+#include "platform/main_run_loop.h"
+#include "platform/native_services.h"
+#include "platform/posix/ground/error_text_posix.h"
+#include "platform/posix/ground/signals_blocked_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
+#include "platform/posix/ground/thread_posix.h"
+#include "platform/posix/run_loop/main_thread_posix.h"
+
+namespace quillmoor::platform {
+namespace posix {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+// Hosts count in an int.
+constexpr milliseconds kLongestWait{std::numeric_limits<int>::max()};
+
+// Lets another thread wait until a function has been run, or was left by an exception.
+class Completion {
+  public:
+    void set() {
+        const std::lock_guard lock(mutex_);
+        done_ = true;
+        changed_.notify_all();
+    }
+    void wait() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return done_; });
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool done_ = false;
+};
+
+using TerminationObserver = void (*)();
+
+class TerminationObservers {
+  public:
+    void add(TerminationObserver observer) {
+        const std::lock_guard lock(mutex_);
+        if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) return;
+        observers_.push_back(observer);
+        if (!hostTells_ && !atExit_) atExit_ = std::atexit(atEndOfProcess) == 0;
+    }
+
+    void remove(TerminationObserver observer) {
+        const std::lock_guard lock(mutex_);
+        std::erase(observers_, observer);
+    }
+
+    void leaveToHost() {
+        const std::lock_guard lock(mutex_);
+        hostTells_ = true;
+    }
+
+    // Each one once. The lock is not held meanwhile: an observer may add and remove others.
+    void call() {
+        std::vector<TerminationObserver> toCall;
+        {
+            const std::lock_guard lock(mutex_);
+            toCall = observers_;
+        }
+        for (const TerminationObserver observer : toCall)
+            if (takeOut(observer)) observer();
+    }
+
+  private:
+    static void atEndOfProcess();
+
+    bool hostTells() {
+        const std::lock_guard lock(mutex_);
+        return hostTells_;
+    }
+    bool takeOut(TerminationObserver observer) {
+        const std::lock_guard lock(mutex_);
+        return std::erase(observers_, observer) != 0;
+    }
+
+    std::mutex mutex_;
+    std::vector<TerminationObserver> observers_;
+    bool hostTells_ = false;
+    bool atExit_ = false;
+};
+
+TerminationObservers& terminationObservers() {
+    static auto* const shared = new TerminationObservers;
+    return *shared;
+}
+
+void TerminationObservers::atEndOfProcess() {
+    if (!terminationObservers().hostTells()) terminationObservers().call();
+}
+
+// Set before any other use, and empty in a program without a host.
+std::function<bool()>& mainThreadTest() {
+    static auto* const test = new std::function<bool()>;
+    return *test;
+}
+
+// Likewise.
+std::function<bool(milliseconds)>& nextEventOfHost() {
+    static auto* const sendNextEvent = new std::function<bool(milliseconds)>;
+    return *sendNextEvent;
+}
+
+// The host watches the default mode's descriptor: with work queued for that mode, which must not
+// run below another one, it would not wait at all.
+bool onlyDefaultModeHasWork() {
+    pollfd modes[] = {{MainRunLoop::descriptor(RunLoopMode::Default), POLLIN, 0},
+                      {MainRunLoop::descriptor(RunLoopMode::ModalPanel), POLLIN, 0}};
+    return systemCalls().poll(modes, 2, 0) > 0 && modes[0].revents != 0 && modes[1].revents == 0;
+}
+
+// NO when there are no descriptors for it: then nothing can have been posted either.
+bool hasRunLoop() {
+    try {
+        return MainRunLoop::descriptor(RunLoopMode::Default) >= 0;
+    } catch (const Exception&) {
+        return false;
+    }
+}
+
+bool sendNextEventOfHost(milliseconds longest) {
+    const auto until = steady_clock::now() + longest;
+    struct State {
+        bool sent = false;
+        bool hostWaits = true;
+    };
+    // Queued behind all that waits for the modal mode, the host is asked with that mode on top. An
+    // exception in what waits leaves it in the queue, for nobody.
+    const auto state = std::make_shared<State>();
+    MainRunLoop::postToAllModes([longest, weak = std::weak_ptr(state)] {
+        const auto asked = weak.lock();
+        if (asked == nullptr) return;
+        asked->hostWaits = !onlyDefaultModeHasWork();
+        asked->sent = nextEventOfHost()(asked->hostWaits ? longest : milliseconds::zero());
+    });
+    MainRunLoop::run(RunLoopMode::ModalPanel, steady_clock::now());
+    // What came meanwhile, and the wait itself where the host could not take it.
+    MainRunLoop::run(RunLoopMode::ModalPanel, state->hostWaits ? steady_clock::now() : until);
+    return state->sent;
+}
+
+class PosixMainThread final : public MainThread {
+  public:
+    bool isMainThread() override { return posix::isMainThread(); }
+
+    void performOnMainThread(std::function<void()> function, WaitUntilDone wait) override {
+        if (wait == WaitUntilDone::No) return MainRunLoop::postToAllModes(std::move(function));
+        if (isMainThread()) return function();
+        const auto completion = std::make_shared<Completion>();
+        MainRunLoop::postToAllModes([&function, completion] {
+            struct Done {
+                Completion& completion;
+                ~Done() { completion.set(); }
+            } const done{*completion};
+            function();
+        });
+        completion->wait();
+    }
+
+    PreparedCall prepareCall(std::function<void()> function) override {
+        return MainRunLoop::prepareForAllModes(std::move(function));
+    }
+
+    void queue(PreparedCall call) noexcept override { MainRunLoop::post(std::move(call)); }
+
+    bool sendNextEvent(milliseconds longest) override {
+        if (!isMainThread()) return false;
+        longest = std::clamp(longest, milliseconds::zero(), kLongestWait);
+        if (!hasRunLoop()) {
+            std::this_thread::sleep_for(longest);
+            return false;
+        }
+        if (nextEventOfHost()) return sendNextEventOfHost(longest);
+        MainRunLoop::run(RunLoopMode::ModalPanel, steady_clock::now() + longest);
+        return false;
+    }
+
+    void detachNewThread(std::function<void()> body) override {
+        const SignalsBlocked blocked;
+        try {
+            Thread(std::move(body)).detach();
+        } catch (const std::system_error& error) {
+            throw Exception("NSGenericException",
+                            "no thread could be started: " + systemErrorText(error.code().value()));
+        }
+    }
+
+    void addTerminationObserver(void (*observer)()) override {
+        terminationObservers().add(observer);
+    }
+
+    void removeTerminationObserver(void (*observer)()) override {
+        terminationObservers().remove(observer);
+    }
+};
+
+}  // namespace
+
+bool isMainThread() {
+    return mainThreadTest() ? mainThreadTest()() : isFirstThread();
+}
+
+void setMainThreadTest(std::function<bool()> test) {
+    mainThreadTest() = std::move(test);
+}
+
+void setNextEventOfHost(std::function<bool(milliseconds)> sendNextEvent) {
+    nextEventOfHost() = std::move(sendNextEvent);
+}
+
+void leaveTerminationToHost() {
+    terminationObservers().leaveToHost();
+}
+
+void callTerminationObservers() {
+    terminationObservers().call();
+}
+
+}  // namespace posix
+
+MainThread* nativeMainThread() {
+    static MainThread* const mainThread = new posix::PosixMainThread;
+    return mainThread;
+}
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,108 @@
+// Helpers for the tests of administrator rights: one that needs none, in a thread of the test, and
+// the real program.
+#pragma once
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "platform/authorization.h"
+#include "platform/linux/authorization/channel/channel_linux.h"
+#include "platform/linux/authorization/channel/rendezvous_linux.h"
+#include "platform/linux/authorization/helper/client_linux.h"
+#include "platform/posix/ground/descriptor.h"
+#include "platform/posix/ground/system_calls_posix.h"
+
+namespace quillmoor::test {
+
+// Two ends of one connection.
+struct Connection {
+    Connection();
+    platform::posix::Descriptor first;
+    platform::posix::Descriptor second;
+};
+
+// This process as a helper's client, at the other end of `socket`.
+platform::linux_::rights::helper::Client thisProcessAsClient(platform::posix::Descriptor socket);
+
+// Puts a changed copy of the table of system calls in force for as long as it lives.
+class ChangedCalls {
+  public:
+    explicit ChangedCalls(void (*change)(platform::posix::SystemCalls& calls)) {
+        change(calls_);
+        before_ = platform::posix::exchangeSystemCalls(&calls_);
+    }
+    ~ChangedCalls() { platform::posix::exchangeSystemCalls(before_); }
+    ChangedCalls(const ChangedCalls&) = delete;
+    ChangedCalls& operator=(const ChangedCalls&) = delete;
+
+  private:
+    platform::posix::SystemCalls calls_ = platform::posix::systemCalls();
+    const platform::posix::SystemCalls* before_ = nullptr;
+};
+
+// The helper's own code in a thread of this process: its tools have this process's rights. Ends
+// with the channel.
+class HelperInThread {
+  public:
+    HelperInThread();
+    ~HelperInThread();
+    HelperInThread(const HelperInThread&) = delete;
+    HelperInThread& operator=(const HelperInThread&) = delete;
+
+    platform::linux_::rights::Channel& channel() { return *channel_; }
+
+  private:
+    std::thread thread_;
+    std::optional<platform::linux_::rights::Channel> channel_;
+};
+
+// The helper program as a child of this process, which must be the super-user's.
+class HelperProgram {
+  public:
+    HelperProgram();
+    ~HelperProgram();
+    HelperProgram(const HelperProgram&) = delete;
+    HelperProgram& operator=(const HelperProgram&) = delete;
+
+    std::optional<platform::linux_::rights::Channel>& channel() { return channel_; }
+    pid_t pid() const { return pid_; }
+    // Within ten seconds.
+    bool ends();
+
+  private:
+    platform::posix::Descriptor process_;
+    pid_t pid_ = -1;
+    std::optional<platform::linux_::rights::Channel> channel_;
+};
+
+// The helper that was built with this test, for a client that waits there.
+StringList helperCommand(const platform::linux_::rights::Rendezvous& rendezvous);
+// Starts a program with only its standard streams; -1 when it cannot be. What it writes to
+// standard error goes to `errors`, if that is none of those.
+pid_t startProgram(const StringList& command, int errors = STDERR_FILENO);
+
+// How a program ended, and what it wrote to standard error.
+struct ProgramEnd {
+    int code;
+    std::string complaint;
+};
+ProgramEnd endOfProgram(const StringList& command);
+// Waits for a child; its exit code, or 128 and the number of the signal that ended it.
+int exitCodeOf(pid_t child);
+// A descriptor that is readable once the process has ended.
+platform::posix::Descriptor openProcess(pid_t process);
+// What `body` answers in a child of this process.
+int answerOfFork(int (*body)());
+
+// All that a tool writes to its output.
+std::string allOf(platform::AuthorizedToolStream& stream);
+// Starts a tool by the channel and answers its output; "failed: STATUS" if it cannot be started.
+std::string outputOf(platform::linux_::rights::Channel& channel, const std::string& tool,
+                     const StringList& arguments = {});
+
+}  // namespace quillmoor::test

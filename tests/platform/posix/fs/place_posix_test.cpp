@@ -1,0 +1,143 @@
+#include "platform/posix/fs/place_posix.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/native_services.h"
+#include "tests/platform/support/file_fixtures.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+using test::TempFolder;
+
+Identity identityAt(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+    return identityOf(status);
+}
+
+Identity identityOfOpen(const Descriptor& folder) {
+    struct stat status {};
+    EXPECT_EQ(::fstat(folder.get(), &status), 0);
+    return identityOf(status);
+}
+
+// A path of more than `length` bytes that leads through folders of this name.
+std::string longPath(const std::string& start, const std::string& name, std::size_t length) {
+    std::string path = start;
+    while (path.size() <= length) path += "/" + name;
+    return path;
+}
+
+TEST(Place, IsTheFolderAndTheNameInIt) {
+    const TempFolder folder;
+    folder.makeFolder("sub");
+    Place place;
+    ASSERT_EQ(locate(folder / "sub//item", place), 0);
+    EXPECT_EQ(place.name, "item");
+    EXPECT_FALSE(place.asFolder);
+    EXPECT_EQ(identityOfOpen(place.folder), identityAt(folder / "sub"));
+}
+
+TEST(Place, OfARelativePathBeginsInTheCurrentFolder) {
+    const TempFolder folder;
+    ASSERT_EQ(::chdir(folder.path().c_str()), 0);
+    Place place;
+    ASSERT_EQ(locate("item", place), 0);
+    EXPECT_EQ(identityOfOpen(place.folder), identityAt(folder.path()));
+    ASSERT_EQ(::chdir("/"), 0);
+}
+
+TEST(Place, ASlashAtTheEndIsRemembered) {
+    const TempFolder folder;
+    Place place;
+    ASSERT_EQ(locate(folder / "item//", place), 0);
+    EXPECT_EQ(place.name, "item");
+    EXPECT_TRUE(place.asFolder);
+}
+
+TEST(Place, OfTheRootIsTheRootItself) {
+    for (const char* path : {"/", "//", "///"}) {
+        Place place;
+        ASSERT_EQ(locate(path, place), 0);
+        EXPECT_EQ(place.name, ".");
+        EXPECT_FALSE(place.hasNameOfItsOwn());
+        EXPECT_EQ(identityOfOpen(place.folder), identityAt("/"));
+    }
+}
+
+TEST(Place, OfNoPathIsMissing) {
+    Place place;
+    EXPECT_EQ(locate("", place), ENOENT);
+    EXPECT_EQ(locate(std::string_view("/tmp\0/x", 7), place), ENOENT);
+    Descriptor folder;
+    EXPECT_EQ(openFolder("", folder), ENOENT);
+}
+
+TEST(Place, BelowAFileIsNone) {
+    const TempFolder folder;
+    folder.writeFile("file");
+    Place place;
+    EXPECT_EQ(locate(folder / "file/x", place), ENOTDIR);
+}
+
+TEST(Place, OfAPathLongerThanOneCallTakes) {
+    const TempFolder folder;
+    const std::string name(60, 'n');
+    test::makeDeepTree(folder / "deep", 150, name);
+    for (std::size_t length = 4085; length < 4110; ++length) {
+        // Slashes make the path exactly that long.
+        std::string path = longPath(folder / "deep", name, length - 70);
+        path += std::string(length - path.size(), '/');
+        Place place;
+        ASSERT_EQ(locate(path + "bottom", place), 0) << length;
+        EXPECT_EQ(place.name, "bottom");
+    }
+    Place place;
+    const std::string bottom = longPath(folder / "deep", name, (folder / "deep").size() + 149 * 61);
+    ASSERT_GT(bottom.size(), 9000U);
+    ASSERT_EQ(locate(bottom + "/bottom", place), 0);
+    struct stat status {};
+    EXPECT_EQ(statusOf(place, FollowLink::No, status), 0);
+    EXPECT_EQ(status.st_size, 4);
+    EXPECT_EQ(statusAt(bottom + "/bottom", status), 0);
+    EXPECT_EQ(statusAt(bottom + "/nothing", status), ENOENT);
+    EXPECT_EQ(statusAt(bottom + "/bottom/", status), ENOTDIR);
+    EXPECT_TRUE(nativeFileManager()->removeItem(folder / "deep"));
+}
+
+TEST(Place, ANameThatNoFileSystemTakesIsTooLong) {
+    const TempFolder folder;
+    struct stat status {};
+    EXPECT_EQ(statusAt(folder / std::string(300, 'x'), status), ENAMETOOLONG);
+    EXPECT_EQ(statusAt(folder / std::string(5000, 'x'), status), ENAMETOOLONG);
+    EXPECT_EQ(statusAt(folder / (std::string(5000, 'x') + "/y"), status), ENAMETOOLONG);
+}
+
+TEST(Place, KnowsWhatLiesInAFolder) {
+    const TempFolder folder;
+    folder.makeFolder("a/b/c");
+    folder.makeFolder("ab");
+    Descriptor inner;
+    ASSERT_EQ(openFolder(folder / "a/b/c", inner), 0);
+    EXPECT_TRUE(isSameOrBelow(inner.get(), identityAt(folder / "a")));
+    EXPECT_TRUE(isSameOrBelow(inner.get(), identityAt(folder / "a/b/c")));
+    EXPECT_TRUE(isSameOrBelow(inner.get(), identityAt("/")));
+    EXPECT_FALSE(isSameOrBelow(inner.get(), identityAt(folder / "ab")));
+}
+
+TEST(Place, AFolderMayBeSearchableAndNotReadable) {
+    const TempFolder folder;
+    folder.writeFile("closed/item", "inside");
+    ASSERT_EQ(::chmod((folder / "closed").c_str(), 0311), 0);
+    Place place;
+    struct stat status {};
+    ASSERT_EQ(locate(folder / "closed/item", place), 0);
+    EXPECT_EQ(statusOf(place, FollowLink::No, status), 0);
+}
+
+}  // namespace
+}  // namespace quillmoor::platform::posix

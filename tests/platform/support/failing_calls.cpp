@@ -1,0 +1,109 @@
+#include "tests/platform/support/failing_calls.h"
+
+#include <atomic>
+#include <type_traits>
+
+#include "platform/posix/ground/system_calls_posix.h"
+#include "tests/support/failed_call.h"
+#include "tests/support/failing_allocations.h"
+
+namespace quillmoor::test {
+namespace {
+
+using platform::posix::SystemCalls;
+
+// Which of many fails.
+struct Plan {
+    std::atomic<int> count{0};
+    int nth = 0;
+    Failing howOften = Failing::Once;
+
+    void start(int wanted, Failing failing) {
+        count = 0;
+        nth = wanted;
+        howOften = failing;
+    }
+    bool isToFail() {
+        const int number = ++count;
+        return howOften == Failing::Once ? number == nth : number >= nth;
+    }
+    bool happened() const { return count >= nth; }
+};
+
+const SystemCalls* next = nullptr;
+Plan calls;
+int failingError = 0;
+Plan allocations;
+
+template <auto Member, typename Function>
+struct Wrapper;
+template <auto Member, typename Result, typename... Arguments>
+struct Wrapper<Member, Result (*)(Arguments...)> {
+    static Result call(Arguments... arguments) {
+        if (calls.isToFail()) return failedCall<Member, Result>(failingError, arguments...);
+        // The table below may be the test's own guard.
+        const NotCounted notCounted;
+        return (next->*Member)(arguments...);
+    }
+};
+
+template <auto Member>
+void wrap(SystemCalls& table) {
+    using Function = std::remove_reference_t<decltype(table.*Member)>;
+    table.*Member = Wrapper<Member, Function>::call;
+}
+
+template <auto... Members>
+SystemCalls wrapped() {
+    static_assert(sizeof(SystemCalls) == sizeof...(Members) * sizeof(void*), "one is missing");
+    SystemCalls table{};
+    (wrap<Members>(table), ...);
+    return table;
+}
+
+using Calls = SystemCalls;
+const SystemCalls failingCalls = wrapped<
+    &Calls::openat, &Calls::read, &Calls::write, &Calls::lseek, &Calls::ftruncate, &Calls::fstat,
+    &Calls::fstatat, &Calls::faccessat, &Calls::readlinkat, &Calls::fdopendir, &Calls::readdir,
+    &Calls::mkdirat, &Calls::mkfifoat, &Calls::symlinkat, &Calls::linkat, &Calls::unlinkat,
+    &Calls::renameat, &Calls::renameNoReplace, &Calls::fchmod, &Calls::fchmodat, &Calls::fchown,
+    &Calls::fchownat, &Calls::futimens, &Calls::utimensat, &Calls::cloneFile, &Calls::flistxattr,
+    &Calls::fgetxattr, &Calls::fsetxattr, &Calls::isHfsPlus, &Calls::isImmutable,
+    &Calls::getRemovalTraits, &Calls::getItemFlags, &Calls::setItemFlags, &Calls::close,
+    &Calls::fcntl, &Calls::realpath, &Calls::mkdtemp, &Calls::pipe, &Calls::poll, &Calls::socket,
+    &Calls::socketpair, &Calls::bind, &Calls::listen, &Calls::getsockopt, &Calls::sendmsg,
+    &Calls::send, &Calls::recv, &Calls::posix_spawn, &Calls::pthread_create, &Calls::waitid,
+    &Calls::kill, &Calls::mmap, &Calls::fallocate, &Calls::eventfd, &Calls::accept4,
+    &Calls::pidfd_open, &Calls::pidfd_send_signal, &Calls::mremap, &Calls::getrandom, &Calls::flock,
+    &Calls::statx, &Calls::recvmsg>();
+
+}  // namespace
+
+FailingCalls::FailingCalls(int nth, int error, Failing failing) {
+    calls.start(nth, failing);
+    failingError = error;
+    next = platform::posix::exchangeSystemCalls(&failingCalls);
+}
+
+FailingCalls::~FailingCalls() {
+    platform::posix::exchangeSystemCalls(next);
+}
+
+bool FailingCalls::happened() const {
+    return calls.happened();
+}
+
+FailingAllocations::FailingAllocations(int nth, Failing failing) {
+    allocations.start(nth, failing);
+    setAllocationFails([] { return allocations.isToFail(); });
+}
+
+FailingAllocations::~FailingAllocations() {
+    setAllocationFails(nullptr);
+}
+
+bool FailingAllocations::happened() const {
+    return allocations.happened();
+}
+
+}  // namespace quillmoor::test
