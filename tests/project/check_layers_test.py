@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Breaks each rule of scripts/check-layers once, in a copy of the sources, and expects to be told.
+
+  check_layers_test.py SOURCES"""
+
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+FOLDERS = ("base", "platform", "paths", "log", "task", "auth", "files", "pane", "host", "tools",
+           "examples", "tests")
+
+
+class Copy:
+    def __init__(self, sources, target):
+        self.root = target
+        self.script = sources / "scripts/check-layers"
+        for folder in FOLDERS:
+            shutil.copytree(sources / folder, target / folder, symlinks=True)
+
+    def problems(self):
+        """What the script prints of a copy that breaks a rule; None when it finds nothing."""
+        result = subprocess.run([self.script, self.root], capture_output=True, text=True,
+                                check=False)
+        if result.stderr:
+            sys.exit(result.stderr)
+        return None if result.returncode == 0 else result.stdout.splitlines()
+
+    def add_line(self, name, line):
+        file = self.root / name
+        before = file.read_text(encoding="utf-8")
+        file.write_text(f"{before}{line}\n", encoding="utf-8")
+        return lambda: file.write_text(before, encoding="utf-8")
+
+    def add_file(self, name):
+        file = self.root / name
+        file.parent.mkdir(exist_ok=True)
+        file.write_text("", encoding="utf-8")
+        return file.unlink
+
+    def add_units(self, room, count):
+        undo = []
+        for number in range(count):
+            undo.append(self.add_file(f"{room}/unit{number}.cpp"))
+            undo.append(self.add_file(f"tests/{room}/unit{number}_test.cpp"))
+        return lambda: [step() for step in undo]
+
+
+def including(file, header, problem):
+    return (f"{file} includes {header}",
+            lambda copy: copy.add_line(file, f'#include "{header}"'), f"{file}:*: {problem}")
+
+
+# What is broken, how, and what must be printed about it; * stands for a line's number.
+CASES = [
+    including("base/types.h", "platform/platform.h", "includes platform/platform.h, which is above"),
+    including("log/KXLog.cpp", "files/KXFileManager.h",
+              "includes files/KXFileManager.h, which is above"),
+    including("host/main.cpp", "tools/ditto/failure.h",
+              "includes tools/ditto/failure.h, which is beside it"),
+    including("files/KXFileManager+Move.cpp", "platform/posix/fs/move_posix.h",
+              "includes a back-end's platform/posix/fs/move_posix.h"),
+    including("platform/posix/fs/move_posix.cpp", "platform/linux/ground/environment_linux.h",
+              "includes platform/linux/ground/environment_linux.h of a room that it may not use"),
+    including("platform/posix/ground/names_posix.cpp", "platform/posix/fs/move_posix.h",
+              "includes platform/posix/fs/move_posix.h of a room that it may not use"),
+    including("platform/posix/fs/move_posix.cpp", "platform/console.h",
+              "includes the service platform/console.h"),
+    including("platform/console.h", "platform/posix/ground/names_posix.h",
+              "includes platform/posix/ground/names_posix.h of a room that it may not use"),
+    including("paths/KXLocalPaths.h", "paths/missing.h", "no such file paths/missing.h"),
+    ("the core uses the system", lambda copy: copy.add_line("task/KXTaskEx.cpp", "#include <fcntl.h>"),
+     "task/KXTaskEx.cpp:*: <fcntl.h> is not of the standard library"),
+    ("the core asks for the system", lambda copy: copy.add_line("task/KXTaskEx.cpp", "#ifdef __linux__"),
+     "task/KXTaskEx.cpp:*: a condition on the system"),
+    ("a back-end's file in no room", lambda copy: copy.add_file("platform/posix/new/unit.cpp"),
+     "platform/posix/new/unit.cpp: is in no room"),
+    ("a crowded room", lambda copy: copy.add_units("platform/posix/text", 20),
+     "platform/posix/text: 21 units are too many for one room"),
+]
+
+
+def fits(problem, expected):
+    if ":*:" not in expected:
+        return problem == expected
+    start, end = expected.split("*")
+    return (problem.startswith(start) and problem.endswith(end)
+            and problem[len(start):len(problem) - len(end)].isdigit())
+
+
+def main():
+    with tempfile.TemporaryDirectory() as folder:
+        copy = Copy(pathlib.Path(sys.argv[1]), pathlib.Path(folder) / "copy")
+        failures = 0
+        if copy.problems() is not None:
+            sys.exit("the sources break a rule themselves")
+        for name, break_rule, expected in CASES:
+            undo = break_rule(copy)
+            problems = copy.problems() or []
+            undo()
+            if len(problems) != 1 or not fits(problems[0], expected):
+                failures += 1
+                print(f"{name}: expected {expected!r}, got {problems}")
+        print(f"{len(CASES)} rules broken, {failures} not told as expected")
+        return 1 if failures or copy.problems() else 0
+
+
+sys.exit(main())
