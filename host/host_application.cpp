@@ -8,22 +8,22 @@
 #include <optional>
 #include <string_view>
 
-#include "host/appearance.h"
-#include "host/artwork.h"
-#include "host/files.h"
 #include "host/font_warmup.h"
-#include "host/host_services.h"
-#include "host/host_style.h"
+#include "host/ground/display_text.h"
+#include "host/ground/file_io.h"
+#include "host/ground/host_error.h"
+#include "host/ground/transcript.h"
 #include "host/installer_controller.h"
-#include "host/load_error.h"
+#include "host/plugin/host_services.h"
 #include "host/private_temporary_folder.h"
 #include "host/quit_signals.h"
-#include "host/script.h"
-#include "host/script_runner.h"
-#include "host/section_plan.h"
-#include "host/text.h"
-#include "host/transcript.h"
+#include "host/script/script.h"
+#include "host/script/script_runner.h"
+#include "host/sections/section_plan.h"
 #include "host/translations.h"
+#include "host/window/appearance.h"
+#include "host/window/artwork.h"
+#include "host/window/host_style.h"
 
 namespace quillmoor::host {
 namespace {

@@ -1,9 +1,10 @@
 #include "host/installer_controller.h"
 
+#include <QPixmap>
 #include <algorithm>
 
-#include "host/load_error.h"
-#include "host/text.h"
+#include "host/ground/display_text.h"
+#include "host/ground/host_error.h"
 
 namespace quillmoor::host {
 
@@ -132,6 +133,14 @@ void InstallerController::paneWishes(const PluginPane& pane, Direction direction
 
 QString InstallerController::shownTitle() const {
     return sections_[shown_]->title();
+}
+
+QWidget* InstallerController::widgetNamed(const QString& name) const {
+    return window_->widgetNamed(name);
+}
+
+QImage InstallerController::picture() {
+    return window_->grab().toImage();
 }
 
 bool InstallerController::hasProblems() const {

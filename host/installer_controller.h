@@ -6,16 +6,17 @@
 #include <memory>
 #include <vector>
 
-#include "host/bundle_loader.h"
-#include "host/installer_window.h"
-#include "host/pane_sequence.h"
-#include "host/section.h"
-#include "host/section_plan.h"
-#include "host/transcript.h"
+#include "host/ground/transcript.h"
+#include "host/plugin/bundle_loader.h"
+#include "host/script/script_target.h"
+#include "host/sections/pane_sequence.h"
+#include "host/sections/section.h"
+#include "host/sections/section_plan.h"
+#include "host/window/installer_window.h"
 
 namespace quillmoor::host {
 
-class InstallerController : private SequenceObserver {
+class InstallerController : public ScriptTarget, private SequenceObserver {
   public:
     struct Setting {
         QString product;  // "" takes the name that a bundle gives
@@ -38,15 +39,15 @@ class InstallerController : private SequenceObserver {
     // that is never built.
     void showWindow();
 
-    // The user's wishes; past the last and before the first section nothing happens.
-    void userContinues();
-    void userGoesBack();
+    void userContinues() override;
+    void userGoesBack() override;
+    QString shownTitle() const override;
+    QWidget* widgetNamed(const QString& name) const override;
+    QImage picture() override;
 
     // Goes on until a plug-in's pane has been entered, or to the last section.
     void continueToPlugin();
 
-    // The section that is shown.
-    QString shownTitle() const;
     InstallerWindow& window() { return *window_; }
     // Some section could not be loaded.
     bool hasProblems() const;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/appearance.h"
+#include "host/window/appearance.h"
 
 namespace quillmoor::host {
 

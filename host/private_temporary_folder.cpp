@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <system_error>
 
-#include "host/load_error.h"
-#include "host/text.h"
+#include "host/ground/display_text.h"
+#include "host/ground/host_error.h"
 #include "platform/platform.h"
 
 namespace quillmoor::host {

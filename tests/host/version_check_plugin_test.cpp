@@ -5,11 +5,11 @@
 #include <QAccessible>
 #include <QPushButton>
 
-#include "host/bundle_info.h"
-#include "host/host_services.h"
 #include "host/installer_controller.h"
-#include "host/interface_file.h"
-#include "host/plugin_library.h"
+#include "host/plugin/bundle_info.h"
+#include "host/plugin/host_services.h"
+#include "host/plugin/interface_file.h"
+#include "host/plugin/plugin_library.h"
 #include "tests/host/support/version_check.h"
 
 namespace quillmoor::host {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "host/host_style.h"
+#include "host/window/host_style.h"
 
 namespace {
 

@@ -1,0 +1,112 @@
+#include "host/plugin/interface_file.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QUiLoader>
+#include <QXmlStreamReader>
+#include <filesystem>
+
+#include "host/ground/display_text.h"
+#include "host/ground/file_io.h"
+#include "host/ground/host_error.h"
+#include "host/window/text_label.h"
+
+namespace quillmoor::host {
+namespace {
+
+bool isThere(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::exists(path, error);
+}
+
+// The loader would open every Designer plug-in of the system; interface files use Qt's own widgets.
+class WithoutDesignerPlugins {
+  public:
+    WithoutDesignerPlugins() : paths_(QCoreApplication::libraryPaths()) {
+        QCoreApplication::setLibraryPaths({});
+    }
+    ~WithoutDesignerPlugins() { QCoreApplication::setLibraryPaths(paths_); }
+    WithoutDesignerPlugins(const WithoutDesignerPlugins&) = delete;
+    WithoutDesignerPlugins& operator=(const WithoutDesignerPlugins&) = delete;
+
+  private:
+    QStringList paths_;
+};
+
+// Makes the host's own labels, which are labels like any other, only faster.
+class Loader : public QUiLoader {
+  public:
+    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
+        if (className != QLatin1String("QLabel"))
+            return QUiLoader::createWidget(className, parent, name);
+        auto* label = new TextLabel(parent);
+        label->setObjectName(name);
+        return label;
+    }
+};
+
+// Elements inside one another; a pane that people lay out stays below 50.
+constexpr int kDeepest = 200;
+
+// The toolkit reads each level of an interface file in a function call of its own, and a file of
+// many levels would overflow the stack. A file that is not well-formed is left to the toolkit.
+void checkDepth(const std::string& contents) {
+    QXmlStreamReader reader(
+        QByteArray::fromRawData(contents.data(), static_cast<qsizetype>(contents.size())));
+    int depth = 0;
+    while (!reader.atEnd()) {
+        const auto token = reader.readNext();
+        if (token == QXmlStreamReader::EndElement) --depth;
+        if (token == QXmlStreamReader::StartElement && ++depth > kDeepest)
+            throw LoadError("line " + std::to_string(reader.lineNumber()) + ": more than " +
+                            std::to_string(kDeepest) + " elements are nested");
+    }
+}
+
+std::unique_ptr<QWidget> parsed(const std::string& contents, const std::string& folder) {
+    checkDepth(contents);
+    const WithoutDesignerPlugins faster;
+    Loader loader;
+    loader.setWorkingDirectory(QDir(QFile::decodeName(folder.c_str())));
+    loader.setLanguageChangeEnabled(false);
+    QBuffer buffer;
+    buffer.setData(contents.data(), static_cast<int>(contents.size()));
+    buffer.open(QIODevice::ReadOnly);
+    std::unique_ptr<QWidget> widget(loader.load(&buffer));
+    if (!widget) throw LoadError(bytesOf(loader.errorString().trimmed()));
+    return widget;
+}
+
+}  // namespace
+
+std::string findInterfaceFile(const BundleInfo& info, const QStringList& languages) {
+    const std::string resources = "Contents/Resources/";
+    const std::string name = info.interfaceFile + ".ui";
+    for (const QString& language : languages) {
+        for (const QString& each : {language, language.section('-', 0, 0)}) {
+            std::string file = resources;
+            file.append(bytesOf(each)).append(".lproj/").append(name);
+            if (isThere(info.inBundle(file))) return file;
+        }
+    }
+    if (isThere(info.inBundle(resources + name))) return resources + name;
+    throw LoadError("it has no interface file " + inQuotes(resources + name));
+}
+
+Interface loadInterface(const BundleInfo& info, const std::string& fileInBundle) {
+    Interface result;
+    try {
+        result.widget = parsed(readWholeFile(info.inBundle(fileInBundle)), info.path);
+    } catch (const LoadError& error) {
+        throw LoadError(fileInBundle + " cannot be read: " + error.what());
+    }
+    result.paneClass = bytesOf(result.widget->property("paneClass").toString());
+    if (result.paneClass.empty())
+        throw LoadError(fileInBundle +
+                        " names no pane class: its topmost widget needs a property “paneClass”");
+    return result;
+}
+
+}  // namespace quillmoor::host

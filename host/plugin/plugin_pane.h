@@ -1,0 +1,64 @@
+// A plug-in's pane with its interface.
+#pragma once
+
+#include <QPointer>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/ground/transcript.h"
+#include "host/plugin/bundle_info.h"
+#include "host/plugin/interface_file.h"
+#include "host/plugin/plugin_library.h"
+#include "host/sections/section.h"
+
+namespace quillmoor::host {
+
+// Makes the pane, joins its outlets to the interface's widgets by name, and lets the buttons'
+// "action" properties call its actions. Belongs to the main thread.
+class PluginPane : public Section {
+  public:
+    // The pane asks for the next or the previous pane. Always on the main thread.
+    using Go = std::function<void(PluginPane& pane, Direction direction)>;
+
+    // Throws LoadError. The transcript must outlive the pane.
+    PluginPane(const BundleInfo& info, const PluginLibrary& library, Interface interface,
+               Transcript& transcript, Go go);
+    ~PluginPane() override;
+    PluginPane(const PluginPane&) = delete;
+    PluginPane& operator=(const PluginPane&) = delete;
+
+    QString title() const override { return title_; }
+    std::unique_ptr<QWidget> takeWidget() override { return std::move(widget_); }
+    bool isPlugin() const override { return true; }
+    const std::string& productName() const { return info_.productName; }
+
+    bool shouldExit(Direction direction) override;
+    void didEnter(Direction direction) override;
+
+  private:
+    // What stands behind a control that the pane holds. The widget may be gone before the pane.
+    struct Outlet {
+        QPointer<QWidget> widget;
+        Transcript* transcript;
+    };
+
+    installer_pane_host hostTable();
+    void go(Direction direction);
+    const installer_control& controlFor(QWidget* widget);
+    void joinOutlets(QWidget* root);
+    void joinAction(QWidget* widget, const installer_control& control);
+    void perform(const std::string& action, const installer_control& sender);
+
+    BundleInfo info_;
+    Transcript& transcript_;
+    Go go_;
+    std::unique_ptr<QWidget> widget_;
+    std::vector<std::unique_ptr<Outlet>> outlets_;
+    std::vector<std::unique_ptr<installer_control>> controls_;
+    installer_pane pane_;
+    QString title_;
+};
+
+}  // namespace quillmoor::host

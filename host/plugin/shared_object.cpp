@@ -1,0 +1,66 @@
+#include "host/plugin/shared_object.h"
+
+#include <link.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "host/ground/host_error.h"
+
+namespace quillmoor::host {
+namespace {
+
+using Header = ElfW(Ehdr);
+using Segment = ElfW(Phdr);
+
+constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+
+struct Closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// The end of a part of the file; the largest number where the sum does not fit.
+std::uint64_t endOf(std::uint64_t offset, std::uint64_t size) {
+    return size > UINT64_MAX - offset ? UINT64_MAX : offset + size;
+}
+
+void checkWithin(std::uint64_t end, std::uint64_t size) {
+    if (end > size)
+        throw LoadError("a part of it ends at byte " + std::to_string(end) + ", the file at byte " +
+                        std::to_string(size));
+}
+
+bool readAt(std::FILE* file, std::uint64_t offset, void* to, std::size_t size) {
+    return ::fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0 &&
+           std::fread(to, size, 1, file) == 1;
+}
+
+bool isForThisMachine(const Header& header) {
+    return std::string_view(reinterpret_cast<const char*>(header.e_ident), SELFMAG) == ELFMAG &&
+           header.e_ident[EI_CLASS] == kClass && header.e_phentsize == sizeof(Segment);
+}
+
+}  // namespace
+
+void checkIsComplete(const std::string& path) {
+    const std::unique_ptr<std::FILE, Closer> file(std::fopen(path.c_str(), "re"));
+    if (!file || ::fseeko(file.get(), 0, SEEK_END) != 0) throw LoadError(std::strerror(errno));
+    const auto size = static_cast<std::uint64_t>(::ftello(file.get()));
+    Header header{};
+    if (!readAt(file.get(), 0, &header, sizeof header) || !isForThisMachine(header)) return;
+
+    std::vector<Segment> segments(header.e_phnum);
+    const std::size_t bytes = segments.size() * sizeof(Segment);
+    checkWithin(endOf(header.e_phoff, bytes), size);
+    if (bytes > 0 && !readAt(file.get(), header.e_phoff, segments.data(), bytes))
+        throw LoadError("its table of segments cannot be read");
+    for (const Segment& segment : segments)
+        checkWithin(endOf(segment.p_offset, segment.p_filesz), size);
+}
+
+}  // namespace quillmoor::host

@@ -1,0 +1,127 @@
+#include "host/window/appearance.h"
+
+#include <QLabel>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+namespace quillmoor::host {
+namespace {
+
+constexpr double kTextContrast = 4.5;
+constexpr double kMarkContrast = 3.0;
+constexpr double kLeastPointSize = 10.0;
+
+// What a style without a desktop behind it highlights with; it tells nothing of the user's wish.
+const QColor kToolkitAccent(0x30, 0x8c, 0xc6);
+
+Colours lightColours() {
+    return {QColor(0xf7f8fa), QColor(0xebeef3), QColor(0xffffff), QColor(0x1a1e26),
+            QColor(0x565e6c), QColor(0xdce0e8), QColor(0x7d8696), QColor(0x2558d4),
+            QColor(0xffffff), QColor(0x9aa1ad)};
+}
+
+Colours darkColours() {
+    return {QColor(0x1c1e23), QColor(0x15171b), QColor(0x25282f), QColor(0xeceef2),
+            QColor(0xa8afbc), QColor(0x383d47), QColor(0x7c8595), QColor(0x386de6),
+            QColor(0xffffff), QColor(0x646b78)};
+}
+
+double linear(double channel) {
+    return channel <= 0.03928 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+}
+
+double luminance(const QColor& colour) {
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+           0.0722 * linear(colour.blueF());
+}
+
+// The accent, darkened until white text can be read on it; nothing if it then drowns in the card.
+std::optional<QColor> usable(QColor accent, const Colours& colours) {
+    for (int step = 0; step < 20 && contrast(accent, colours.onAccent) < kTextContrast; ++step)
+        accent = accent.darker(108);
+    if (contrast(accent, colours.card) < kMarkContrast) return std::nullopt;
+    return accent;
+}
+
+std::optional<QColor> systemAccent() {
+    const QColor accent = QApplication::palette().color(QPalette::Highlight);
+    return accent.rgb() == kToolkitAccent.rgb() ? std::nullopt : std::optional(accent);
+}
+
+struct TextStyle {
+    const char* name;
+    double scale;
+    QFont::Weight weight;
+};
+constexpr std::array<TextStyle, 2> kTextStyles{
+    {{"title", 1.7, QFont::DemiBold}, {"heading", 1.3, QFont::DemiBold}}};
+
+}  // namespace
+
+double contrast(const QColor& one, const QColor& other) {
+    const std::pair levels = std::minmax({luminance(one), luminance(other)});
+    return (levels.second + 0.05) / (levels.first + 0.05);
+}
+
+Colours coloursFor(bool dark, const std::optional<QColor>& accent) {
+    Colours colours = dark ? darkColours() : lightColours();
+    if (accent) colours.accent = usable(*accent, colours).value_or(colours.accent);
+    return colours;
+}
+
+QPalette paletteOf(const Colours& colours) {
+    QPalette palette(colours.text, colours.card, colours.hairline, colours.outline,
+                     colours.hairline, colours.text, colours.text, colours.card, colours.window);
+    palette.setColor(QPalette::AlternateBase, colours.rail);
+    palette.setColor(QPalette::PlaceholderText, colours.secondary);
+    palette.setColor(QPalette::Highlight, colours.accent);
+    palette.setColor(QPalette::HighlightedText, colours.onAccent);
+    palette.setColor(QPalette::Link, colours.accent);
+    palette.setColor(QPalette::ToolTipBase, colours.card);
+    palette.setColor(QPalette::ToolTipText, colours.text);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, colours.disabled);
+    return palette;
+}
+
+bool isDark(const QPalette& palette) {
+    return luminance(palette.color(QPalette::Window)) < 0.18;
+}
+
+QColor warningColour(const QPalette& palette) {
+    return isDark(palette) ? QColor(0xf2b13d) : QColor(0xa85a00);
+}
+
+void applyAppearance(QWidget& window, AppearanceMode mode) {
+    const bool dark = mode == AppearanceMode::System ? isDark(QApplication::palette())
+                                                     : mode == AppearanceMode::Dark;
+    const QPalette palette = paletteOf(coloursFor(dark, systemAccent()));
+    if (window.palette() != palette) window.setPalette(palette);
+}
+
+QFont applicationFont(const QFont& system) {
+    QFont font(system);
+    QStringList families = system.families();
+    if (families.isEmpty()) families.append(system.family());
+    families.prepend(QStringLiteral("Inter"));
+    font.setFamilies(families);
+    if (font.pointSizeF() > 0) font.setPointSizeF(std::max(font.pointSizeF(), kLeastPointSize));
+    return font;
+}
+
+void applyTextStyles(QWidget& root) {
+    for (QLabel* label : root.findChildren<QLabel*>()) {
+        const QString name = label->property("textStyle").toString();
+        for (const TextStyle& style : kTextStyles) {
+            if (name != QLatin1String(style.name)) continue;
+            QFont font = QApplication::font();
+            font.setPointSizeF(font.pointSizeF() * style.scale);
+            font.setWeight(style.weight);
+            label->setFont(font);
+        }
+    }
+}
+
+}  // namespace quillmoor::host

@@ -1,0 +1,150 @@
+#include "host/window/step_list.h"
+
+#include <QEvent>
+#include <QPainter>
+#include <QVBoxLayout>
+#include <cmath>
+
+#include "host/ground/display_text.h"
+#include "host/window/appearance.h"
+#include "host/window/artwork.h"
+#include "host/window/shapes.h"
+
+namespace quillmoor::host {
+namespace {
+
+constexpr int kMark = 20;
+constexpr int kGap = 12;
+constexpr int kInset = StepList::kInset;
+constexpr int kRadius = 8;
+constexpr int kPadding = 10;
+constexpr int kLineClearance = 3;
+
+QString spoken(StepState state) {
+    switch (state) {
+        case StepState::Done:
+            return translated("done");
+        case StepState::Current:
+            return translated("current step");
+        case StepState::Upcoming:
+            break;
+    }
+    return translated("to come");
+}
+
+}  // namespace
+
+StepRow::StepRow(const QString& title, Problem problem, QWidget* parent)
+    : TextLabel(title, parent), problem_(problem) {
+    setTextFormat(Qt::PlainText);
+    setWordWrap(true);
+    makeRoomForMark();
+    setState(StepState::Upcoming);
+}
+
+void StepRow::setState(StepState state) {
+    state_ = state;
+    setForegroundRole(state == StepState::Current ? QPalette::WindowText
+                                                  : QPalette::PlaceholderText);
+    QString name = text() + QStringLiteral(", ") + spoken(state);
+    if (problem_ == Problem::Yes) name += QStringLiteral(", ") + translated("cannot be shown");
+    setAccessibleName(name);
+    update();
+}
+
+void StepRow::setJoined(bool above, bool below) {
+    joinedAbove_ = above;
+    joinedBelow_ = below;
+}
+
+void StepRow::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::LayoutDirectionChange) makeRoomForMark();
+    TextLabel::changeEvent(event);
+}
+
+void StepRow::makeRoomForMark() {
+    const int room = kInset + kMark + kGap;
+    const bool mirrored = layoutDirection() == Qt::RightToLeft;
+    setContentsMargins(mirrored ? kInset : room, kPadding, mirrored ? room : kInset, kPadding);
+}
+
+// Level with the first line of the text.
+QRectF StepRow::markBox() const {
+    const double middle = firstLine().center().y();
+    const double left = layoutDirection() == Qt::RightToLeft ? width() - kInset - kMark : kInset;
+    return {left, std::round(middle - kMark / 2.0), kMark, kMark};
+}
+
+void StepRow::paintEvent(QPaintEvent* event) {
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const QRectF box = markBox();
+        if (state_ == StepState::Current) paintGround(painter);
+        paintLines(painter, box);
+        paintMark(painter, box);
+    }
+    TextLabel::paintEvent(event);
+}
+
+// The current step stands on a ground of its own.
+void StepRow::paintGround(QPainter& painter) const {
+    fillRounded(painter, rect(), kRadius, palette().color(QPalette::Base));
+}
+
+void StepRow::paintLines(QPainter& painter, const QRectF& box) const {
+    const double x = box.center().x();
+    const QColor reached = palette().color(QPalette::Highlight);
+    QColor ahead = palette().color(QPalette::Dark);
+    ahead.setAlphaF(.45F);
+    if (joinedAbove_) {
+        painter.setPen(QPen(state_ == StepState::Upcoming ? ahead : reached, 1.5));
+        painter.drawLine(QPointF(x, 0), QPointF(x, box.top() - kLineClearance));
+    }
+    if (joinedBelow_) {
+        painter.setPen(QPen(state_ == StepState::Done ? reached : ahead, 1.5));
+        painter.drawLine(QPointF(x, box.bottom() + kLineClearance), QPointF(x, height()));
+    }
+}
+
+void StepRow::paintMark(QPainter& painter, const QRectF& box) const {
+    const QColor accent = palette().color(QPalette::Highlight);
+    if (problem_ == Problem::Yes)
+        return paintWarning(painter, box.adjusted(0, -1, 0, -1), warningColour(palette()),
+                            palette().color(QPalette::AlternateBase));
+    if (state_ == StepState::Done)
+        return paintTick(painter, box, accent, palette().color(QPalette::HighlightedText));
+
+    const bool current = state_ == StepState::Current;
+    painter.setBrush(palette().color(QPalette::Base));
+    painter.setPen(QPen(current ? accent : palette().color(QPalette::Dark), current ? 2 : 1.5));
+    painter.drawEllipse(box.adjusted(1, 1, -1, -1));
+    if (!current) return;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(accent);
+    painter.drawEllipse(box.adjusted(6, 6, -6, -6));
+}
+
+StepList::StepList(const std::vector<Step>& steps, QWidget* parent) : QWidget(parent) {
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    for (const Step& step : steps) {
+        const auto problem = step.problem ? StepRow::Problem::Yes : StepRow::Problem::No;
+        auto* row = new StepRow(step.title, problem, this);
+        row->setJoined(!rows_.empty(), rows_.size() + 1 < steps.size());
+        row->setObjectName(QStringLiteral("step%1").arg(rows_.size() + 1));
+        column->addWidget(row);
+        rows_.push_back(row);
+    }
+    setAccessibleName(translated("Steps"));
+}
+
+void StepList::setCurrent(std::size_t step) {
+    for (std::size_t i = 0; i < rows_.size(); ++i)
+        rows_[i]->setState(i < step    ? StepState::Done
+                           : i == step ? StepState::Current
+                                       : StepState::Upcoming);
+}
+
+}  // namespace quillmoor::host

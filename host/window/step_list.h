@@ -1,0 +1,61 @@
+// The list of steps at the window's side.
+#pragma once
+
+#include <QWidget>
+#include <cstddef>
+#include <vector>
+
+#include "host/window/text_label.h"
+
+namespace quillmoor::host {
+
+enum class StepState { Upcoming, Current, Done };
+
+// One step: its mark and its title, which wraps.
+class StepRow : public TextLabel {
+  public:
+    enum class Problem : bool { No, Yes };
+    StepRow(const QString& title, Problem problem, QWidget* parent);
+
+    void setState(StepState state);
+    StepState state() const { return state_; }
+    // Whether a line leads to the row above, and to the row below.
+    void setJoined(bool above, bool below);
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+  private:
+    void makeRoomForMark();
+    QRectF markBox() const;
+    void paintGround(QPainter& painter) const;
+    void paintLines(QPainter& painter, const QRectF& box) const;
+    void paintMark(QPainter& painter, const QRectF& box) const;
+
+    Problem problem_;
+    StepState state_ = StepState::Upcoming;
+    bool joinedAbove_ = false;
+    bool joinedBelow_ = false;
+};
+
+class StepList : public QWidget {
+  public:
+    // How far the marks stand inside the list's edge.
+    static constexpr int kInset = 8;
+
+    struct Step {
+        QString title;
+        bool problem;
+    };
+    explicit StepList(const std::vector<Step>& steps, QWidget* parent = nullptr);
+
+    // Those before it are done, those after it are to come.
+    void setCurrent(std::size_t step);
+    const std::vector<StepRow*>& rows() const { return rows_; }
+
+  private:
+    std::vector<StepRow*> rows_;
+};
+
+}  // namespace quillmoor::host
