@@ -3,10 +3,10 @@
 
 #include <atomic>
 #include <cstdint>
-#include <stop_token>
 #include <string>
 
 #include "base/outcome.h"
+#include "base/stop_token.h"
 #include "base/types.h"
 
 namespace quillmoor::platform {
@@ -44,20 +44,20 @@ class FileTree {
     // folder that is already on the way down counts nothing. Any other link counts with its own
     // size, folders themselves with nothing, and so does what is missing or cannot be read.
     // Stopped, it answers what it has counted so far.
-    virtual std::uint64_t size(const std::string& path, const std::stop_token& stop) = 0;
+    virtual std::uint64_t size(const std::string& path, const StopToken& stop) = 0;
 
     // What a copy would report as its whole work. Stopped, it answers what it has counted so far.
-    virtual TreeCount count(const std::string& path, const std::stop_token& stop) = 0;
+    virtual TreeCount count(const std::string& path, const StopToken& stop) = 0;
 
     // As FileManager::removeItem. Stopped, it is a failure with the code ECANCELED, and what has
     // not been removed is still there.
-    virtual Outcome remove(const std::string& path, const std::stop_token& stop) = 0;
+    virtual Outcome remove(const std::string& path, const StopToken& stop) = 0;
 
     // As FileManager::copyItem; hard links become files of their own, FIFOs are made anew, and
     // sockets and devices are errors. Stopped, it is a failure with the code ECANCELED; after every
     // failure nothing stands at the destination that was not there before. `progress` may be null.
     virtual Outcome copy(const std::string& path, const std::string& destination,
-                         TreeProgress* progress, const std::stop_token& stop) = 0;
+                         TreeProgress* progress, const StopToken& stop) = 0;
 
     // For each folder in turn, in the order in which it gives its entries, hidden ones included:
     // the entries whose names match `pattern` (see isLike) and that exist, links followed, each

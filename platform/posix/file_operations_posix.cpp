@@ -7,11 +7,11 @@
 #include <exception>
 #include <mutex>
 #include <new>
-#include <stop_token>
 #include <system_error>
 #include <utility>
 
 #include "base/paths.h"
+#include "base/stop_token.h"
 #include "platform/exception.h"
 #include "platform/main_run_loop.h"
 #include "platform/native_services.h"
@@ -84,8 +84,8 @@ class PosixFileOperation final : public FileOperation,
     }
 
     void cancel() {
-        stop_.request_stop();
-        counting_.request_stop();
+        stop_.requestStop();
+        counting_.requestStop();
     }
 
   private:
@@ -101,8 +101,8 @@ class PosixFileOperation final : public FileOperation,
 
     std::int32_t copy() {
         try {
-            return statusOf(nativeFileTree()->copy(work_.source, work_.destination, &progress_,
-                                                   stop_.get_token()));
+            return statusOf(
+                nativeFileTree()->copy(work_.source, work_.destination, &progress_, stop_.token()));
         } catch (const std::bad_alloc&) {
             return kNoMemory;
         } catch (const std::exception&) {
@@ -127,7 +127,7 @@ class PosixFileOperation final : public FileOperation,
             copied_ = true;
         }
         ended_.notify_all();
-        counting_.request_stop();
+        counting_.requestStop();
         if (watcher.joinable()) watcher.join();
     }
 
@@ -146,7 +146,7 @@ class PosixFileOperation final : public FileOperation,
         try {
             FileOperationStatus status = currentStatus();
             // A count that was broken off is none.
-            if (!counting_.stop_requested())
+            if (!counting_.isStopRequested())
                 post(reportOf(FileOperationStage::Running, std::move(status)));
         } catch (const std::bad_alloc&) {
             statusIsQueued_ = false;
@@ -155,7 +155,7 @@ class PosixFileOperation final : public FileOperation,
 
     // The whole is counted when it is first told of: a short copy does without.
     FileOperationStatus currentStatus() {
-        if (!total_) total_ = nativeFileTree()->count(work_.source, counting_.get_token());
+        if (!total_) total_ = nativeFileTree()->count(work_.source, counting_.token());
         const auto bytes = static_cast<double>(progress_.bytes.load(std::memory_order_relaxed));
         const auto items = static_cast<double>(progress_.items.load(std::memory_order_relaxed));
         const double allBytes = std::max(static_cast<double>(total_->bytes), bytes);
@@ -200,10 +200,10 @@ class PosixFileOperation final : public FileOperation,
     std::atomic<bool> scheduled_{false};
     std::atomic<bool> started_{false};
     std::atomic<bool> statusIsQueued_{false};
-    std::stop_source stop_;
-    std::stop_source counting_;  // of the whole
-    Work work_;                  // set before the worker starts; the callback is the main thread's
-    std::int32_t status_ = 0;    // the worker's until it posts the last report
+    StopSource stop_;
+    StopSource counting_;      // of the whole
+    Work work_;                // set before the worker starts; the callback is the main thread's
+    std::int32_t status_ = 0;  // the worker's until it posts the last report
     TreeProgress progress_;
     steady_clock::time_point start_;
     std::optional<TreeCount> total_;  // the watcher's

@@ -13,20 +13,20 @@ namespace {
 
 class PosixFileTree : public FileTree {
   public:
-    std::uint64_t size(const std::string& path, const std::stop_token& stop) override {
+    std::uint64_t size(const std::string& path, const StopToken& stop) override {
         return treeSize(path, stop);
     }
 
-    TreeCount count(const std::string& path, const std::stop_token& stop) override {
+    TreeCount count(const std::string& path, const StopToken& stop) override {
         return treeCount(path, stop);
     }
 
-    Outcome remove(const std::string& path, const std::stop_token& stop) override {
+    Outcome remove(const std::string& path, const StopToken& stop) override {
         return fileOutcome(FileVerb::Removed, path, removePath(path, stop));
     }
 
     Outcome copy(const std::string& path, const std::string& destination, TreeProgress* progress,
-                 const std::stop_token& stop) override {
+                 const StopToken& stop) override {
         return fileOutcome(FileVerb::Copied, path, copyPath(path, destination, {progress, stop}));
     }
 

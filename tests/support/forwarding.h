@@ -128,17 +128,17 @@ class ForwardingAttributes : public Forwarding<platform::Attributes> {
 class ForwardingFileTree : public Forwarding<platform::FileTree> {
   public:
     ForwardingFileTree() : Forwarding(platform::native().fileTree) {}
-    std::uint64_t size(const std::string& path, const std::stop_token& stop) override {
+    std::uint64_t size(const std::string& path, const StopToken& stop) override {
         return next().size(path, stop);
     }
-    platform::TreeCount count(const std::string& path, const std::stop_token& stop) override {
+    platform::TreeCount count(const std::string& path, const StopToken& stop) override {
         return next().count(path, stop);
     }
-    Outcome remove(const std::string& path, const std::stop_token& stop) override {
+    Outcome remove(const std::string& path, const StopToken& stop) override {
         return next().remove(path, stop);
     }
     Outcome copy(const std::string& path, const std::string& destination,
-                 platform::TreeProgress* progress, const std::stop_token& stop) override {
+                 platform::TreeProgress* progress, const StopToken& stop) override {
         return next().copy(path, destination, progress, stop);
     }
     StringList match(const StringList& folders, const std::string& pattern) override {

@@ -62,7 +62,7 @@ class CopyWorker : public TreeWorker {
 
   private:
     bool isEnded() const override {
-        if (work_.control.stop.stop_requested()) work_.fail(ECANCELED);
+        if (work_.control.stop.isStopRequested()) work_.fail(ECANCELED);
         return work_.error.load(std::memory_order_relaxed) != 0;
     }
 
@@ -172,7 +172,7 @@ int checkPlaces(const Place& from, const Place& to) {
 
 CopyResult copyTree(int folder, const std::string& name, int newFolder, const std::string& newName,
                     const CopyControl& control) {
-    if (control.stop.stop_requested()) return {ECANCELED, false};
+    if (control.stop.isStopRequested()) return {ECANCELED, false};
     Copying work{control};
     TreeCrew crew(work.limits.threads, [&] { CopyWorker(crew, work).help(); });
     return CopyWorker(crew, work).copy(folder, name, newFolder, newName);

@@ -118,7 +118,7 @@ int FileDataCopier::copyNext(int from, int to, off_t length, off_t& copied) {
 template <typename Next>
 int FileDataCopier::writePieces(int to, off_t& copied, const Next& next) {
     for (;;) {
-        if (control_.stop.stop_requested()) return ECANCELED;
+        if (control_.stop.isStopRequested()) return ECANCELED;
         std::string_view piece;
         if (const int error = next(piece); error != 0) return error;
         if (piece.empty()) return 0;

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <thread>
 
+#include "base/stop_token.h"
 #include "platform/file_tree.h"
 
 namespace quillmoor::platform::posix {
@@ -15,7 +15,7 @@ namespace quillmoor::platform::posix {
 // Who watches a copy, and who may stop it.
 struct CopyControl {
     TreeProgress* progress = nullptr;
-    std::stop_token stop{};
+    StopToken stop{};
 
     void add(std::uint64_t bytes, std::uint64_t items) const {
         if (progress != nullptr) progress->add(bytes, items);

@@ -33,7 +33,7 @@ bool mayBeFolder(int error) {
 struct Removal {
     const int base;
     const TreeKind kind;
-    const std::stop_token& stop;
+    const StopToken& stop;
     TreeLimits limits = treeLimits(1);
     std::mutex mutex{};  // for what threads report to each other
     std::atomic<int> error{0};
@@ -79,7 +79,7 @@ class RemovalWorker : public TreeWorker {
 
   private:
     bool isEnded() const override {
-        return work_.lost.load(std::memory_order_relaxed) || work_.stop.stop_requested();
+        return work_.lost.load(std::memory_order_relaxed) || work_.stop.isStopRequested();
     }
 
     void runOutOfMemory() noexcept override {
@@ -245,8 +245,8 @@ class RemovalWorker : public TreeWorker {
 }  // namespace
 
 RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
-                         const std::stop_token& stop) noexcept {
-    if (stop.stop_requested()) return {ECANCELED, false};
+                         const StopToken& stop) noexcept {
+    if (stop.isStopRequested()) return {ECANCELED, false};
     Removal work{folder, kind, stop};
     try {
         TreeCrew crew(work.limits.threads, [&] { RemovalWorker(crew, work).help(); });
@@ -255,11 +255,11 @@ RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
         work.fail(ENOMEM);
     }
     int error = work.error;
-    if (stop.stop_requested() && !work.topIsGone) error = ECANCELED;
+    if (stop.isStopRequested() && !work.topIsGone) error = ECANCELED;
     return {error, work.removedSomething};
 }
 
-int removePath(const std::string& path, const std::stop_token& stop) noexcept try {
+int removePath(const std::string& path, const StopToken& stop) noexcept try {
     Place place;
     struct stat status;
     int error = locate(path, place);

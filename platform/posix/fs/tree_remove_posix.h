@@ -2,7 +2,8 @@
 #pragma once
 
 #include <string>
-#include <thread>
+
+#include "base/stop_token.h"
 
 namespace quillmoor::platform::posix {
 
@@ -23,9 +24,9 @@ struct RemovalResult {
 // and no stack, however deep the tree is. A folder that is moved elsewhere while it is being
 // emptied ends the removal. Lack of memory ends it with ENOMEM.
 RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
-                         const std::stop_token& stop = {}) noexcept;
+                         const StopToken& stop = {}) noexcept;
 
 // As FileTree::remove; returns 0 or the error number, ENOMEM for lack of memory.
-int removePath(const std::string& path, const std::stop_token& stop = {}) noexcept;
+int removePath(const std::string& path, const StopToken& stop = {}) noexcept;
 
 }  // namespace quillmoor::platform::posix

@@ -19,7 +19,7 @@ constexpr std::size_t kBatch = 128;
 
 // One operation, which several threads work on.
 struct Measuring {
-    const std::stop_token& stop;
+    const StopToken& stop;
     FollowLink follow;
     TreeLimits limits = treeLimits(1);
     std::mutex mutex{};
@@ -55,7 +55,7 @@ class SizeWorker : public TreeWorker {
     }
 
   private:
-    bool isEnded() const override { return lost_ || work_.stop.stop_requested(); }
+    bool isEnded() const override { return lost_ || work_.stop.isStopRequested(); }
 
     void runOutOfMemory() noexcept override { lost_ = true; }
 
@@ -149,7 +149,7 @@ class SizeWorker : public TreeWorker {
     bool lost_ = false;  // a folder has been moved away meanwhile
 };
 
-TreeCount measured(const Place& place, FollowLink follow, const std::stop_token& stop) {
+TreeCount measured(const Place& place, FollowLink follow, const StopToken& stop) {
     Measuring work{stop, follow};
     TreeCrew crew(work.limits.threads, [&] { SizeWorker(crew, work).help(); });
     SizeWorker(crew, work).measure(place.folder.get(), place.name);
@@ -159,14 +159,14 @@ TreeCount measured(const Place& place, FollowLink follow, const std::stop_token&
 
 }  // namespace
 
-std::uint64_t treeSize(const std::string& path, const std::stop_token& stop) {
+std::uint64_t treeSize(const std::string& path, const StopToken& stop) {
     Place place;
     struct stat status;
     if (locate(path, place) != 0 || statusOf(place, FollowLink::No, status) != 0) return 0;
     return measured(place, FollowLink::Yes, stop).bytes;
 }
 
-TreeCount treeCount(const std::string& path, const std::stop_token& stop) {
+TreeCount treeCount(const std::string& path, const StopToken& stop) {
     Place place;
     struct stat status;
     if (locate(path, place) != 0 || statusOf(place, FollowLink::No, status) != 0) return {};

@@ -3,14 +3,14 @@
 
 #include <cstdint>
 #include <string>
-#include <thread>
 
+#include "base/stop_token.h"
 #include "platform/file_tree.h"
 
 namespace quillmoor::platform::posix {
 
 // As FileTree::size and FileTree::count.
-std::uint64_t treeSize(const std::string& path, const std::stop_token& stop);
-TreeCount treeCount(const std::string& path, const std::stop_token& stop);
+std::uint64_t treeSize(const std::string& path, const StopToken& stop);
+TreeCount treeCount(const std::string& path, const StopToken& stop);
 
 }  // namespace quillmoor::platform::posix

@@ -41,10 +41,10 @@ class FileTreeContract : public testing::TestWithParam<BackEnd> {
         return files().contentsOfDirectory(path).value_or(StringList());
     }
 
-    static std::stop_token stopped() {
-        std::stop_source source;
-        source.request_stop();
-        return source.get_token();
+    static StopToken stopped() {
+        StopSource source;
+        source.requestStop();
+        return source.token();
     }
 
     // A folder of many files of 10 bytes, in folders of its own.
@@ -191,13 +191,13 @@ TEST_P(FileTreeContract, WhatIsStoppedIsAFailureAndLeavesWhatWasThere) {
 
 TEST_P(FileTreeContract, ACopyStoppedMidwayLeavesNothing) {
     const std::string tree = makeWideTree("tree", 10, 60);
-    std::stop_source source;
+    StopSource source;
     TreeProgress progress;
     std::jthread watcher([&] {
         while (progress.items < 50) std::this_thread::yield();
-        source.request_stop();
+        source.requestStop();
     });
-    const Outcome outcome = trees().copy(tree, folder_ / "copy", &progress, source.get_token());
+    const Outcome outcome = trees().copy(tree, folder_ / "copy", &progress, source.token());
     watcher.join();
     // Whoever stops may come too late.
     EXPECT_EQ(somethingAt(folder_ / "copy"), static_cast<bool>(outcome));

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <thread>
 
+#include "base/stop_token.h"
 #include "platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::test {
@@ -43,18 +44,18 @@ class StopAtCall {
     StopAtCall(const StopAtCall&) = delete;
     StopAtCall& operator=(const StopAtCall&) = delete;
 
-    std::stop_token token() const { return source_.get_token(); }
+    StopToken token() const { return source_.token(); }
 
   private:
     static void countDown() {
-        if (--left == 0) source->request_stop();
+        if (--left == 0) source->requestStop();
     }
 
     static inline std::atomic<int> left{0};
     static inline const SystemCalls* next = nullptr;
-    static inline std::stop_source* source = nullptr;
+    static inline StopSource* source = nullptr;
     SystemCalls calls_;
-    std::stop_source source_;
+    StopSource source_;
 };
 
 }  // namespace quillmoor::test

@@ -130,9 +130,9 @@ TEST(TreeData, ALongFilesHolesStayHoles) {
 TEST(TreeData, AStopEndsALongFile) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", std::string(kLong, 'x'));
-    std::stop_source stop;
-    stop.request_stop();
-    EXPECT_EQ(copyData(file, folder / "copy", {nullptr, stop.get_token()}), ECANCELED);
+    StopSource stop;
+    stop.requestStop();
+    EXPECT_EQ(copyData(file, folder / "copy", {nullptr, stop.token()}), ECANCELED);
 }
 
 TEST(TreeData, AFullDiskEndsALongFile) {
@@ -149,9 +149,9 @@ TEST(TreeData, AFullDiskEndsALongFile) {
 TEST(TreeData, AStopEndsIt) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", "text");
-    std::stop_source stop;
-    stop.request_stop();
-    EXPECT_EQ(copyData(file, folder / "copy", {nullptr, stop.get_token()}), ECANCELED);
+    StopSource stop;
+    stop.requestStop();
+    EXPECT_EQ(copyData(file, folder / "copy", {nullptr, stop.token()}), ECANCELED);
 }
 
 }  // namespace
