@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ratio>
 
 #include "platform/linux/kernel/immutable_flag_linux.h"
 #include "platform/native_services.h"
@@ -22,6 +23,7 @@ using posix::FileVerb;
 using posix::FollowLink;
 using posix::Place;
 using posix::systemCalls;
+using std::chrono::duration_cast;
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 using std::chrono::system_clock;
@@ -34,16 +36,19 @@ system_clock::time_point dateOf(const timespec& time) {
     constexpr seconds kEarliest = std::chrono::ceil<seconds>(Duration::min());
     constexpr seconds kLatest = std::chrono::floor<seconds>(Duration::max()) - seconds(1);
     const seconds whole = std::clamp(seconds(time.tv_sec), kEarliest, kLatest);
-    return system_clock::time_point(whole + nanoseconds(time.tv_nsec));
+    // In this order: the clock's own unit may be coarser, and its range wider, than nanoseconds'.
+    return system_clock::time_point(Duration(whole) +
+                                    duration_cast<Duration>(nanoseconds(time.tv_nsec)));
 }
 
 timespec timeOf(system_clock::time_point date) {
     // By division, for the ends of the clock's time do not bear being rounded down.
-    constexpr std::int64_t kSecond = 1'000'000'000;
-    const std::int64_t count = nanoseconds(date.time_since_epoch()).count();
-    const std::int64_t rest = count % kSecond;
-    if (rest < 0) return {count / kSecond - 1, rest + kSecond};
-    return {count / kSecond, rest};
+    using Duration = system_clock::duration;
+    constexpr std::int64_t kSecond = Duration(seconds(1)).count();
+    const std::int64_t count = date.time_since_epoch().count();
+    const std::int64_t whole = count / kSecond;
+    const std::int64_t rest = nanoseconds(Duration(count % kSecond)).count();
+    return rest < 0 ? timespec{whole - 1, rest + std::nano::den} : timespec{whole, rest};
 }
 
 // Finds the item that a call is to change; answers 0 or the error number.

@@ -1,6 +1,7 @@
 #include "platform/posix/ground/system_calls_posix.h"
 
 #include <fcntl.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <sys/file.h>
 #include <unistd.h>
