@@ -2,17 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <string>
-#include <thread>
-#include <utility>
-#include <vector>
-
-#include "platform/linux/authorization/channel/channel_linux.h"
-#include "platform/linux/authorization/helper/session_linux.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {
@@ -77,29 +69,6 @@ TEST(ToolRecord, LosesNothingOfAVeryLongCommand) {
     std::string expected = " /t ";
     for (int count = 0; count < 100'000; ++count) expected += R"(\x0a)";
     EXPECT_TRUE(whole == expected + R"( "" /end)");
-}
-
-std::vector<StringList>& recorded() {
-    static std::vector<StringList> commands;
-    return commands;
-}
-
-TEST(ToolRecord, IsMadeOfEachToolThatIsStartedBeforeTheReply) {
-    test::Connection connection;
-    std::thread served([client = test::thisProcessAsClient(std::move(connection.second))] {
-        serve(client, [](const Client& from, const StringList& command) {
-            if (from.pid == ::getpid() && from.uid == ::getuid()) recorded().push_back(command);
-        });
-    });
-    std::optional<Channel> channel = Channel::greet(std::move(connection.first));
-    std::shared_ptr<AuthorizedToolStream> stream;
-    EXPECT_EQ(channel->execute("/bin/missing", {}, stream), kAuthorizationToolExecuteFailure);
-    EXPECT_EQ(channel->execute("/bin/true", {"a", ""}, stream), kAuthorizationSuccess);
-    EXPECT_EQ(channel->execute("/bin/false", {}, stream), kAuthorizationSuccess);
-    channel.reset();
-    served.join();
-    EXPECT_THAT(recorded(),
-                testing::ElementsAre(StringList{"/bin/true", "a", ""}, StringList{"/bin/false"}));
 }
 
 }  // namespace

@@ -1,0 +1,74 @@
+#include "files/item.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "platform/exception.h"
+#include "tests/files/files_fixture.h"
+
+namespace quillmoor {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ItemTest : public test::FilesTest {
+  protected:
+    ItemTest() { startLog(); }
+};
+
+TEST_F(ItemTest, IsGoneWhenTheSystemSaysSo) {
+    EXPECT_TRUE(isGone(std::nullopt));
+    EXPECT_TRUE(isGone(folder_ / "missing"));
+    EXPECT_FALSE(isGone(folder_.writeFile("file")));
+}
+
+TEST_F(ItemTest, WithoutAFolderPartIsInTheCurrentFolder) {
+    EXPECT_EQ(parentFolder("name"), ".");
+    EXPECT_EQ(parentFolder("/name"), "/");
+    EXPECT_EQ(parentFolder("some/where/name"), "some/where");
+    EXPECT_EQ(parentFolder(""), "");
+}
+
+TEST_F(ItemTest, WithRightsGivesTheSessionsResult) {
+    KXAuthorization* seen = nullptr;
+    EXPECT_TRUE(withRights("method", [&](KXAuthorization& session) {
+        seen = &session;
+        return true;
+    }));
+    EXPECT_EQ(seen, KXAuthorization::sharedController());
+    EXPECT_FALSE(withRights("method", [](KXAuthorization&) { return false; }));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(ItemTest, WithRightsReportsAnExceptionAndFails) {
+    EXPECT_FALSE(withRights("method", [](KXAuthorization&) -> bool {
+        throw platform::Exception("Name", "the reason");
+    }));
+    EXPECT_THAT(logged(), ElementsAre(testing::AllOf(testing::HasSubstr("method"),
+                                                     testing::HasSubstr("the reason"))));
+}
+
+TEST_F(ItemTest, AfterAnExceptionOfAnyKindThereIsAReportAndTheFailedAnswer) {
+    EXPECT_EQ(afterException(platform::Exception("Name", "first reason"), "one", 7), 7);
+    EXPECT_EQ(afterException(std::runtime_error("second reason"), "two", 8), 8);
+    EXPECT_EQ(afterException(std::bad_alloc(), "three", false), false);
+    EXPECT_THAT(logged(),
+                ElementsAre(testing::AllOf(testing::HasSubstr("one"), testing::HasSubstr("first")),
+                            testing::AllOf(testing::HasSubstr("two"), testing::HasSubstr("second")),
+                            testing::HasSubstr("three")));
+}
+
+TEST_F(ItemTest, OfAFolderThatCannotBeListedThereAreNone) {
+    EXPECT_THAT(entriesOf(std::nullopt), IsEmpty());
+    EXPECT_THAT(entriesOf(folder_ / "missing"), IsEmpty());
+    folder_.writeFile("listed/.hidden");
+    EXPECT_THAT(entriesOf(folder_ / "listed"), ElementsAre(".hidden"));
+}
+
+}  // namespace
+}  // namespace quillmoor

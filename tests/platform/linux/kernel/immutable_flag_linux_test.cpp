@@ -1,0 +1,88 @@
+#include "platform/linux/kernel/immutable_flag_linux.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/posix/ground/system_calls_posix.h"
+#include "tests/platform/support/file_fixtures.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor::platform::linux_ {
+namespace {
+
+class ImmutableFlag : public testing::Test {
+  protected:
+    posix::Place place(const std::string& name) const {
+        posix::Place result;
+        result.folder =
+            posix::Descriptor(::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        result.name = name;
+        return result;
+    }
+    bool isImmutable(const std::string& name) const {
+        bool immutable = false;
+        EXPECT_EQ(posix::systemCalls().isImmutable(AT_FDCWD, (folder_ / name).c_str(), &immutable),
+                  0);
+        return immutable;
+    }
+    test::TempFolder folder_;
+};
+
+TEST_F(ImmutableFlag, ThatIsAsWantedIsLeftAlone) {
+    folder_.writeFile("file");
+    // Not even opened: nobody may read it.
+    ::chmod((folder_ / "file").c_str(), 0);
+    EXPECT_EQ(setImmutable(place("file"), false), 0);
+    ::mkfifo((folder_ / "pipe").c_str(), 0600);
+    EXPECT_EQ(setImmutable(place("pipe"), false), 0);
+    folder_.makeLink("link", "nowhere");
+    EXPECT_EQ(setImmutable(place("link"), false), 0);
+}
+
+TEST_F(ImmutableFlag, OfAMissingItemIsAnError) {
+    EXPECT_EQ(setImmutable(place("missing"), false), ENOENT);
+    EXPECT_EQ(setImmutable(place("missing"), true), ENOENT);
+}
+
+TEST_F(ImmutableFlag, IsOnlyForFilesAndFolders) {
+    ::mkfifo((folder_ / "pipe").c_str(), 0600);
+    folder_.makeLink("link", "nowhere");
+    EXPECT_EQ(setImmutable(place("pipe"), true), EOPNOTSUPP);
+    EXPECT_EQ(setImmutable(place("link"), true), EOPNOTSUPP);
+}
+
+TEST_F(ImmutableFlag, MayOnlyBeSetByRoot) {
+    if (test::isSuperUser()) GTEST_SKIP();
+    folder_.writeFile("file");
+    const int error = setImmutable(place("file"), true);
+    EXPECT_TRUE(error == EPERM || error == EOPNOTSUPP) << error;
+    EXPECT_FALSE(isImmutable("file"));
+}
+
+class RootImmutableFlag : public ImmutableFlag {
+  protected:
+    void SetUp() override {
+        if (!test::isSuperUser()) GTEST_SKIP() << "for root";
+    }
+};
+
+TEST_F(RootImmutableFlag, IsSetAndTakenAway) {
+    folder_.writeFile("file");
+    folder_.makeFolder("folder");
+    if (setImmutable(place("file"), true) == EOPNOTSUPP)
+        GTEST_SKIP() << "the temporary folder has no such flag";
+    EXPECT_TRUE(isImmutable("file"));
+    EXPECT_EQ(::unlink((folder_ / "file").c_str()), -1);
+    EXPECT_EQ(setImmutable(place("file"), false), 0);
+    EXPECT_FALSE(isImmutable("file"));
+    EXPECT_EQ(setImmutable(place("folder"), true), 0);
+    EXPECT_TRUE(isImmutable("folder"));
+    EXPECT_EQ(setImmutable(place("folder"), false), 0);
+}
+
+}  // namespace
+}  // namespace quillmoor::platform::linux_
