@@ -17,7 +17,7 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/run_ditto.h"
 #include "tools/ditto/block_deflater.h"
-#include "tools/ditto/unpack_plan.h"
+#include "tools/ditto/entry.h"
 
 int dittoMain(int argc, char** argv);
 
@@ -55,7 +55,7 @@ class DittoInput {
         for (const char* each : {"", "/empty", "/link", "/locked", "/folder/file", "/folder",
                                  "/of two blocks", "/small"})
             setDate(source + each, 1'000'000'000);
-        std::filesystem::resize_file(large, ditto::kLargeFile);
+        std::filesystem::resize_file(large, ditto::kWholeEntry + 1);
         EXPECT_EQ(runDitto({"-c", "-k", source, wholeArchive}).status, 0);
         EXPECT_EQ(runDitto({"-c", "-k", large, largeArchive}).status, 0);
     }

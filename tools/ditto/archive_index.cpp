@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-#include <zlib.h>
+#include <libdeflate.h>
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -186,11 +186,11 @@ void readLocalHeader(const InputFile& archive, std::uint64_t dataEnd, Entry& ent
 // Collects a link's target.
 class TextSink : public PieceSink {
   public:
-    std::span<unsigned char> room() override { return buffer_; }
+    std::span<unsigned char> room(std::size_t) override { return buffer_; }
     void accept(std::size_t size) override {
         const auto piece = Bytes(buffer_).first(size);
         text_ += textOf(piece);
-        crc_ = static_cast<std::uint32_t>(::crc32_z(crc_, piece.data(), piece.size()));
+        crc_ = ::libdeflate_crc32(crc_, piece.data(), piece.size());
     }
     std::uint32_t finish() override { return crc_; }
     const std::string& text() const { return text_; }

@@ -1,4 +1,4 @@
-// Compresses blocks of files on several threads.
+// Compresses files on several threads: whole, or the largest in blocks.
 #pragma once
 
 #include <condition_variable>
@@ -14,20 +14,24 @@ namespace quillmoor::ditto {
 
 inline constexpr std::size_t kBlockSize = 512U << 10U;
 
-// One block of a file. The blocks of a file, compressed one by one and set end to end, are one
-// deflate stream.
+// A file up to this size is compressed as a whole, which takes that much memory twice.
+inline constexpr std::size_t kWholeFile = std::size_t{64} << 20;
+
+// A whole file, or one block of a larger one. The blocks of a file, compressed one by one and set
+// end to end, are one deflate stream.
 struct Block {
     // What does not shrink grows a little.
     Block() : input(kBlockSize), output(kBlockSize + kBlockSize / 256) {}
 
-    std::vector<unsigned char> input;
-    std::size_t size = 0;                   // of the input
+    std::vector<unsigned char> input;  // larger for a larger whole file
+    std::size_t size = 0;              // of the input
+    bool whole = false;
     std::vector<unsigned char> dictionary;  // the end of the file's previous block
     bool last = false;                      // of its file
 
     std::vector<unsigned char> output;
-    std::size_t outputSize = 0;
-    std::uint32_t crc = 0;  // of the input
+    std::size_t outputSize = 0;  // of a whole file that does not shrink, that of the input
+    std::uint32_t crc = 0;       // of the input
     bool failed = false;
     bool finished = false;  // between submit() and wait(): the deflater's
 

@@ -13,6 +13,10 @@ namespace quillmoor::ditto {
 inline constexpr std::size_t kLongestName = 4095;
 inline constexpr std::size_t kLongestComponent = 255;
 
+// An entry up to this size is unpacked at once, as one piece. A larger one takes no more memory,
+// and is written by a thread of its own meanwhile.
+inline constexpr std::size_t kWholeEntry = std::size_t{8} << 20;
+
 struct Entry {
     enum class Kind : std::uint8_t { File, Folder, Link, Special };
 

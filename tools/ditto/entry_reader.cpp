@@ -1,7 +1,5 @@
 #include "tools/ditto/entry_reader.h"
 
-#include <zlib.h>
-
 #include <algorithm>
 
 #include "tools/ditto/failure.h"
@@ -14,84 +12,94 @@ namespace {
 
 constexpr std::size_t kInputSize = 128U << 10U;
 
-// What is unpacked in one step needs no window.
-int flushFor(const Entry& entry, std::size_t room, std::uint64_t fed) {
-    return entry.size < room && fed == entry.compressedSize ? Z_FINISH : Z_NO_FLUSH;
+// Deflated data may be longer than what it holds, but not by much where an ordinary tool has made
+// it. What is longer all the same is unpacked in pieces.
+constexpr std::size_t kWholeInput = kWholeEntry + kInputSize;
+
+constexpr char kBroken[] = "damaged: its content cannot be unpacked";
+constexpr char kTooLong[] = "holds more than its declared size";
+
+void requireEnd(const InputFile& archive, const Entry& entry, std::uint64_t written,
+                std::uint64_t unread) {
+    if (written != entry.size)
+        failAtEntry(archive.path(), entry.name, "holds less than its declared size");
+    if (unread > 0) failAtEntry(archive.path(), entry.name, "damaged: data follows its end");
 }
 
 }  // namespace
 
-struct EntryReader::Inflater {
-    Inflater() {
-        if (::inflateInit2(&stream, -MAX_WBITS) != Z_OK) throw std::bad_alloc();
-    }
-    ~Inflater() { ::inflateEnd(&stream); }
-    Inflater(const Inflater&) = delete;
-    Inflater& operator=(const Inflater&) = delete;
-
-    z_stream stream = {};
-};
-
-EntryReader::EntryReader(const std::atomic<bool>& stop)
-    : stop_(stop), inflater_(std::make_unique<Inflater>()), input_(kInputSize) {}
-
-EntryReader::~EntryReader() = default;
-
 void EntryReader::read(const InputFile& archive, const Entry& entry, PieceSink& sink) {
     if (entry.method == zip::kStored)
         readStored(archive, entry, sink);
+    else if (entry.size <= kWholeEntry && entry.compressedSize <= kWholeInput)
+        readWhole(archive, entry, sink);
     else
-        readDeflated(archive, entry, sink);
+        readInPieces(archive, entry, sink);
     if (sink.finish() != entry.crc)
         failAtEntry(archive.path(), entry.name, "damaged: its checksum is another");
 }
 
-void EntryReader::readStored(const InputFile& archive, const Entry& entry, PieceSink& sink) {
+void EntryReader::readStored(const InputFile& archive, const Entry& entry, PieceSink& sink) const {
     for (std::uint64_t done = 0; done < entry.size;) {
         checkpoint();
-        std::span<unsigned char> room = sink.room();
-        room = room.first(std::min<std::uint64_t>(room.size(), entry.size - done));
+        const std::uint64_t rest = entry.size - done;
+        std::span<unsigned char> room = sink.room(rest);
+        room = room.first(std::min<std::uint64_t>(room.size(), rest));
         archive.readAt(entry.dataOffset + done, room);
         sink.accept(room.size());
         done += room.size();
     }
 }
 
-void EntryReader::readDeflated(const InputFile& archive, const Entry& entry, PieceSink& sink) {
-    z_stream& stream = inflater_->stream;
-    ::inflateReset(&stream);
-    stream.avail_in = 0;
+void EntryReader::readWhole(const InputFile& archive, const Entry& entry, PieceSink& sink) {
+    checkpoint();
+    const std::span<unsigned char> packed = input(entry.compressedSize);
+    archive.readAt(entry.dataOffset, packed);
+    const std::span<unsigned char> room = sink.room(entry.size).first(entry.size);
+    const WholeInflater::Result result = whole_.inflate(packed, room);
+    if (result.status == WholeInflater::Status::OutputTooSmall)
+        failAtEntry(archive.path(), entry.name, kTooLong);
+    if (result.status == WholeInflater::Status::Damaged)
+        failAtEntry(archive.path(), entry.name, kBroken);
+    requireEnd(archive, entry, result.written, packed.size() - result.read);
+    sink.accept(result.written);
+}
+
+void EntryReader::readInPieces(const InputFile& archive, const Entry& entry, PieceSink& sink) {
+    stream_.start();
     std::uint64_t fed = 0;
     std::uint64_t done = 0;
-    int status = Z_OK;
-    while (status != Z_STREAM_END) {
+    while (!stream_.isDone()) {
         checkpoint();
-        const std::span<unsigned char> room = sink.room();
-        stream.next_out = room.data();
-        stream.avail_out = static_cast<uInt>(room.size());
-        while (stream.avail_out > 0 && status != Z_STREAM_END) {
-            if (stream.avail_in == 0 && fed < entry.compressedSize) {
-                const auto size = std::min<std::uint64_t>(kInputSize, entry.compressedSize - fed);
-                archive.readAt(entry.dataOffset + fed, std::span(input_).first(size));
-                fed += size;
-                stream.next_in = input_.data();
-                stream.avail_in = static_cast<uInt>(size);
-            }
-            status = ::inflate(&stream, flushFor(entry, room.size(), fed));
-            const bool roomIsFull = status == Z_BUF_ERROR && stream.avail_out == 0;
-            if (status != Z_OK && status != Z_STREAM_END && !roomIsFull)
-                failAtEntry(archive.path(), entry.name, "damaged: its content cannot be unpacked");
+        const std::span<unsigned char> room = sink.room(kWholeEntry);
+        std::size_t piece = 0;
+        while (piece < room.size() && !stream_.isDone()) {
+            const bool atEnd = stream_.needsInput() && fed == entry.compressedSize;
+            if (stream_.needsInput() && !atEnd) fed += feed(archive, entry, fed);
+            const auto written = stream_.inflate(room.subspan(piece));
+            const bool stuck = atEnd && written == 0U && !stream_.isDone();
+            if (!written || stuck) failAtEntry(archive.path(), entry.name, kBroken);
+            piece += *written;
         }
-        const std::size_t piece = room.size() - stream.avail_out;
-        if (piece > entry.size - done)
-            failAtEntry(archive.path(), entry.name, "holds more than its declared size");
+        if (piece > entry.size - done) failAtEntry(archive.path(), entry.name, kTooLong);
         if (piece > 0) sink.accept(piece);
         done += piece;
     }
-    if (done != entry.size)
-        failAtEntry(archive.path(), entry.name, "holds less than its declared size");
-    if (stream.avail_in > 0 || fed < entry.compressedSize)
-        failAtEntry(archive.path(), entry.name, "damaged: data follows its end");
+    requireEnd(archive, entry, done, stream_.unread() + entry.compressedSize - fed);
+}
+
+// Returns how much was fed.
+std::uint64_t EntryReader::feed(const InputFile& archive, const Entry& entry, std::uint64_t fed) {
+    const std::span<unsigned char> next =
+        input(std::min<std::uint64_t>(kInputSize, entry.compressedSize - fed));
+    archive.readAt(entry.dataOffset + fed, next);
+    stream_.feed(next);
+    return next.size();
+}
+
+std::span<unsigned char> EntryReader::input(std::size_t size) {
+    if (input_.size() < size) input_.resize(size);
+    return std::span(input_).first(size);
 }
 
 void EntryReader::checkpoint() const {

@@ -3,11 +3,11 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <vector>
 
 #include "tools/ditto/entry.h"
+#include "tools/ditto/inflater.h"
 #include "tools/ditto/input_file.h"
 
 namespace quillmoor::ditto {
@@ -20,11 +20,12 @@ class PieceSink {
     PieceSink& operator=(const PieceSink&) = delete;
     virtual ~PieceSink() = default;
 
-    // Room for the next piece; not empty.
-    virtual std::span<unsigned char> room() = 0;
+    // Room for the next piece: `wanted` bytes where that is at most kWholeEntry, else any, but
+    // some.
+    virtual std::span<unsigned char> room(std::size_t wanted) = 0;
     // The first `size` bytes of the room are the next piece.
     virtual void accept(std::size_t size) = 0;
-    // All pieces have been taken care of. Answers the CRC-32 of them all.
+    // All pieces have been taken care of. Returns the CRC-32 of them all.
     virtual std::uint32_t finish() = 0;
 };
 
@@ -34,22 +35,23 @@ struct Stopped {};
 // Keeps its buffers from entry to entry: one for each thread.
 class EntryReader {
   public:
-    explicit EntryReader(const std::atomic<bool>& stop);
-    ~EntryReader();
+    explicit EntryReader(const std::atomic<bool>& stop) : stop_(stop) {}
 
     // Throws Failure when the content is damaged or is longer or shorter than declared, and never
     // gives the sink more than the declared size; Interrupted and Stopped between two pieces.
     void read(const InputFile& archive, const Entry& entry, PieceSink& sink);
 
   private:
-    struct Inflater;
-
-    void readStored(const InputFile& archive, const Entry& entry, PieceSink& sink);
-    void readDeflated(const InputFile& archive, const Entry& entry, PieceSink& sink);
+    void readStored(const InputFile& archive, const Entry& entry, PieceSink& sink) const;
+    void readWhole(const InputFile& archive, const Entry& entry, PieceSink& sink);
+    void readInPieces(const InputFile& archive, const Entry& entry, PieceSink& sink);
+    std::uint64_t feed(const InputFile& archive, const Entry& entry, std::uint64_t fed);
+    std::span<unsigned char> input(std::size_t size);
     void checkpoint() const;
 
     const std::atomic<bool>& stop_;
-    std::unique_ptr<Inflater> inflater_;
+    WholeInflater whole_;
+    StreamInflater stream_;
     std::vector<unsigned char> input_;
 };
 

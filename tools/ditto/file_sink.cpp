@@ -1,8 +1,9 @@
 #include "tools/ditto/file_sink.h"
 
+#include <libdeflate.h>
 #include <unistd.h>
-#include <zlib.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "tools/ditto/failure.h"
@@ -13,7 +14,7 @@ namespace {
 constexpr std::size_t kPieceSize = 256U << 10U;
 
 std::uint32_t addToCrc(std::uint32_t crc, std::span<const unsigned char> bytes) {
-    return static_cast<std::uint32_t>(::crc32_z(crc, bytes.data(), bytes.size()));
+    return ::libdeflate_crc32(crc, bytes.data(), bytes.size());
 }
 
 }  // namespace
@@ -38,12 +39,16 @@ void writeAllAt(int file, std::uint64_t offset, std::span<const unsigned char> b
     }
 }
 
-FileSink::FileSink() : buffer_(kPieceSize) {}
-
 void FileSink::start(int file, std::string_view name) {
     file_ = file;
     name_ = name;
     crc_ = 0;
+}
+
+std::span<unsigned char> FileSink::room(std::size_t wanted) {
+    const std::size_t size = std::max(kPieceSize, std::min(wanted, kWholeEntry));
+    if (buffer_.size() < size) buffer_.resize(size);
+    return buffer_;
 }
 
 void FileSink::accept(std::size_t size) {
@@ -61,7 +66,7 @@ BackgroundSink::~BackgroundSink() {
     end();
 }
 
-std::span<unsigned char> BackgroundSink::room() {
+std::span<unsigned char> BackgroundSink::room(std::size_t) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return failure_ || filled_ - written_ < pieces_.size(); });
     if (failure_) std::rethrow_exception(failure_);

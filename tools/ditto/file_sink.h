@@ -25,12 +25,10 @@ void writeAllAt(int file, std::uint64_t offset, std::span<const unsigned char> b
 // Writes each piece as it comes. Serves one file after the other.
 class FileSink : public PieceSink {
   public:
-    FileSink();
-
     // `name` outlives the file's work.
     void start(int file, std::string_view name);
 
-    std::span<unsigned char> room() override { return buffer_; }
+    std::span<unsigned char> room(std::size_t wanted) override;
     void accept(std::size_t size) override;
     std::uint32_t finish() override { return crc_; }
 
@@ -48,7 +46,7 @@ class BackgroundSink : public PieceSink {
     BackgroundSink(int file, std::string_view name);
     ~BackgroundSink() override;
 
-    std::span<unsigned char> room() override;
+    std::span<unsigned char> room(std::size_t wanted) override;
     void accept(std::size_t size) override;
     std::uint32_t finish() override;
 

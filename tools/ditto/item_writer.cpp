@@ -47,7 +47,7 @@ void FileWriter::write(const PlannedItem& file) {
                                modeOf(&entry, 0666, umask_)));
     if (!output) failWithErrno(file.path, "made");
     const InputFile& archive = archives_[entry.archive];
-    if (entry.size >= kLargeFile) {
+    if (entry.size > kWholeEntry) {
         BackgroundSink sink(output.get(), file.path);
         reader_.read(archive, entry, sink);
     } else {

@@ -1,6 +1,7 @@
 #include "tools/ditto/pack.h"
 
 #include <fcntl.h>
+#include <libdeflate.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -38,8 +39,12 @@ constexpr std::size_t kDictionarySize = 32U << 10U;
 // A file of this size may come to 4 GiB while it is packed.
 constexpr std::int64_t kWideFrom = 0xf0000000;
 
-// Blocks under way at a time.
+// Items, and bytes of files, under way at a time; one file may be more.
 constexpr std::size_t kMostJobs = 16;
+constexpr std::size_t kMostBytes = std::size_t{128} << 20;
+
+// Larger blocks are not kept for the next file.
+constexpr std::size_t kLargestSpare = std::size_t{1} << 20;
 
 unsigned threadCount() {
     return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
@@ -133,7 +138,7 @@ class Packer {
             job.linkTarget = targetOf(folder, name, item.path);
             linkTargets_.push_back(job.linkTarget);
         }
-        keepBounded();
+        keepBounded(0);
         jobs_.push_back(std::move(job));
     }
 
@@ -146,35 +151,77 @@ class Packer {
         struct stat info = {};
         if (::fstat(file.get(), &info) != 0) failWithErrno(path, "examined");
         if (!S_ISREG(info.st_mode)) throw Failure(quoted(path) + " is no file any more");
+        EntryHeader header = headerFor(prefix_ + path, info);
+        if (info.st_size <= static_cast<off_t>(kWholeFile)) {
+            const auto expected = static_cast<std::size_t>(info.st_size);
+            if (packWhole(file.get(), expected, header, path)) return;
+            // It has grown meanwhile.
+            if (::lseek(file.get(), 0, SEEK_SET) != 0) failWithErrno(path, "read");
+        }
+        packInBlocks(file.get(), std::move(header), info.st_size >= kWideFrom, path);
+    }
+
+    // False where there is more than kWholeFile.
+    bool packWhole(int file, std::size_t expected, EntryHeader& header, const std::string& path) {
+        throwIfInterrupted();
         Job job;
-        job.header = headerFor(prefix_ + path, info);
+        job.block = freeBlock(expected);
+        Block& block = *job.block;
+        block.size = 0;
+        for (std::size_t room = expected + 1;; room *= 2) {
+            if (block.input.size() < room) block.input.resize(std::min(room, kWholeFile + 1));
+            block.size += readFully(file, std::span(block.input).subspan(block.size), path);
+            if (block.size > kWholeFile) return false;
+            if (block.size < block.input.size()) break;
+        }
+        if (block.output.size() < block.size) block.output.resize(block.size);
+        block.whole = block.last = true;
+        job.header = std::move(header);
         job.first = true;
-        job.wide = info.st_size >= kWideFrom;
+        submit(std::move(job));
+        return true;
+    }
+
+    void packInBlocks(int file, EntryHeader header, bool wide, const std::string& path) {
+        Job job;
+        job.header = std::move(header);
+        job.first = true;
+        job.wide = wide;
         std::vector<unsigned char> dictionary;
         for (bool last = false; !last; job = Job()) {
             throwIfInterrupted();
-            job.block = freeBlock();
+            job.block = freeBlock(kBlockSize);
             Block& block = *job.block;
-            block.size = readFully(file.get(), block.input, path);
-            block.last = last = block.size < block.input.size();
+            block.size = readFully(file, std::span(block.input).first(kBlockSize), path);
+            block.whole = false;
+            block.last = last = block.size < kBlockSize;
             block.dictionary = std::exchange(dictionary, {});
-            if (!last) dictionary = {block.input.end() - kDictionarySize, block.input.end()};
-            // A block outlives the deflater, whatever is thrown.
-            jobs_.push_back(std::move(job));
-            deflater_.submit(block);
+            if (!last)
+                dictionary = {block.input.begin() + (kBlockSize - kDictionarySize),
+                              block.input.begin() + kBlockSize};
+            submit(std::move(job));
         }
     }
 
-    std::unique_ptr<Block> freeBlock() {
-        keepBounded();
+    void submit(Job job) {
+        Block& block = *job.block;
+        bytes_ += block.size;
+        // A block outlives the deflater, whatever is thrown.
+        jobs_.push_back(std::move(job));
+        deflater_.submit(block);
+    }
+
+    std::unique_ptr<Block> freeBlock(std::size_t expected) {
+        keepBounded(expected);
         if (spare_.empty()) return std::make_unique<Block>();
         auto block = std::move(spare_.back());
         spare_.pop_back();
         return block;
     }
 
-    void keepBounded() {
-        while (jobs_.size() >= kMostJobs) finishOldest();
+    void keepBounded(std::size_t next) {
+        while (jobs_.size() >= kMostJobs || (!jobs_.empty() && bytes_ + next > kMostBytes))
+            finishOldest();
     }
 
     void finishOldest() {
@@ -183,6 +230,7 @@ class Packer {
         if (!job.block) return addUncompressed(job);
         const Block& block = *job.block;
         deflater_.wait(block);
+        bytes_ -= block.size;
         if (block.failed) throw Failure(quoted(job.header.name) + " couldn’t be compressed");
         if (job.first && block.last) {
             const bool stored = block.outputSize >= block.size;
@@ -191,14 +239,13 @@ class Packer {
         } else {
             addToLargeFile(job);
         }
-        spare_.push_back(std::move(job.block));
+        if (block.input.size() <= kLargestSpare) spare_.push_back(std::move(job.block));
     }
 
     void addUncompressed(const Job& job) {
         const std::string& text = job.linkTarget;
-        const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-        const auto crc = static_cast<std::uint32_t>(::crc32_z(0, bytes, text.size()));
-        writer_.add(job.header, zip::kStored, crc, text.size(), text);
+        writer_.add(job.header, zip::kStored, ::libdeflate_crc32(0, text.data(), text.size()),
+                    text.size(), text);
     }
 
     void addToLargeFile(const Job& job) {
@@ -222,6 +269,7 @@ class Packer {
     ZipWriter& writer_;
     FolderCache folders_;
     std::deque<Job> jobs_;
+    std::size_t bytes_ = 0;  // of the files under way
     std::vector<std::unique_ptr<Block>> spare_;
     std::vector<std::string> linkTargets_;
     std::uint32_t crc_ = 0;  // of the large file under way

@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "tools/ditto/archive_judge.h"
+#include "tools/ditto/entry.h"
 
 namespace quillmoor::ditto {
 namespace {
@@ -67,7 +68,7 @@ class Planner {
 
     static bool unpacksBefore(const PlannedItem& a, const PlannedItem& b) {
         const auto key = [](const PlannedItem& item) {
-            const std::uint64_t large = item.entry->size >= kLargeFile ? item.entry->size : 0;
+            const std::uint64_t large = item.entry->size > kWholeEntry ? item.entry->size : 0;
             return std::tuple(~large, item.entry->archive, item.entry->dataOffset);
         };
         return key(a) < key(b);

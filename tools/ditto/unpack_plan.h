@@ -22,8 +22,6 @@ struct UnpackPlan {
     std::size_t leftOut = 0;                 // AppleDouble entries
 };
 
-inline constexpr std::uint64_t kLargeFile = 8ULL << 20U;
-
 // Of a tree that has been judged. The plan points into the tree.
 UnpackPlan makePlan(const EntryTree& tree);
 

@@ -1,6 +1,7 @@
 #include "tools/ditto/block_deflater.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <random>
@@ -66,6 +67,60 @@ TEST(DittoBlocks, ThatDoNotFitTheirRoomHaveFailed) {
         deflater.submit(block);
         deflater.wait(block);
         EXPECT_TRUE(block.failed) << last;
+    }
+}
+
+// A whole file of this size, of so many different bytes.
+Block wholeFile(std::size_t size, unsigned letters) {
+    std::mt19937 random(5);
+    Block block;
+    block.input.resize(std::max(size, kBlockSize));
+    for (unsigned char& byte : block.input) byte = static_cast<unsigned char>(random() % letters);
+    block.output.resize(std::max(size, block.output.size()));
+    block.size = size;
+    block.whole = block.last = true;
+    return block;
+}
+
+std::string inflated(std::string_view data, std::size_t size) {
+    std::string text(size, '\0');
+    z_stream stream = {};
+    EXPECT_EQ(::inflateInit2(&stream, -MAX_WBITS), Z_OK);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
+    stream.avail_in = static_cast<uInt>(data.size());
+    stream.next_out = reinterpret_cast<Bytef*>(text.data());
+    stream.avail_out = static_cast<uInt>(text.size());
+    EXPECT_EQ(::inflate(&stream, Z_FINISH), Z_STREAM_END);
+    EXPECT_EQ(stream.avail_in, 0U);
+    EXPECT_EQ(stream.avail_out, 0U);
+    ::inflateEnd(&stream);
+    return text;
+}
+
+TEST(DittoBlocks, OfAWholeFileAreOneStream) {
+    BlockDeflater deflater(2);
+    for (const std::size_t size : {std::size_t{100}, kBlockSize, 3 * kBlockSize + 1}) {
+        Block block = wholeFile(size, 4);
+        deflater.submit(block);
+        deflater.wait(block);
+        ASSERT_FALSE(block.failed);
+        EXPECT_LT(block.outputSize, size / 2);
+        const std::string content(block.input.begin(),
+                                  block.input.begin() + static_cast<long>(size));
+        EXPECT_TRUE(inflated(block.compressed(), size) == content) << size;
+        EXPECT_EQ(block.crc, ::crc32_z(0, block.input.data(), size));
+    }
+}
+
+TEST(DittoBlocks, OfAWholeFileThatDoesNotShrinkHaveItsSize) {
+    BlockDeflater deflater(1);
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, kBlockSize, 2 * kBlockSize}) {
+        Block block = wholeFile(size, 256);
+        deflater.submit(block);
+        deflater.wait(block);
+        EXPECT_FALSE(block.failed) << size;
+        EXPECT_EQ(block.outputSize, size);
+        EXPECT_EQ(block.crc, ::crc32_z(0, block.input.data(), size));
     }
 }
 

@@ -82,9 +82,9 @@ TEST_F(DittoTree, ThePlanMakesEachFolderOnceAndParentsFirst) {
 
 TEST_F(DittoTree, LargeFilesAreBegunFirst) {
     add("a").size = 5;
-    add("b").size = kLargeFile;
-    add("c").size = kLargeFile + 1;
-    add("d").size = 1;
+    add("b").size = kWholeEntry + 1;
+    add("c").size = kWholeEntry + 2;
+    add("d").size = kWholeEntry;
     const EntryTree tree(entries_, FoldCase::No);
     EXPECT_EQ(pathsOf(makePlan(tree).files), (Paths{"c", "b", "a", "d"}));
 }

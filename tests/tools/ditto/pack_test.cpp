@@ -23,6 +23,7 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/libarchive_peer.h"
 #include "tests/tools/ditto/run_ditto.h"
+#include "tools/ditto/block_deflater.h"
 
 namespace quillmoor::ditto {
 namespace {
@@ -144,6 +145,23 @@ TEST_F(DittoPack, TheFolderOfTheCallHasItsRealName) {
     const auto inside = [this] { EXPECT_EQ(::chdir((folder_ / "named").c_str()), 0); };
     ASSERT_EQ(runDitto({"-ck", "--keepParent", ".", zip_}, inside).status, 0);
     EXPECT_EQ(readWithPeer(zip_).back().name, "named/file");
+}
+
+// A file of one byte more than can be compressed as a whole is compressed in blocks.
+TEST_F(DittoPack, FilesOfTheSizesAroundTheLimitComeBack) {
+    for (const std::size_t size : {kWholeFile - 1, kWholeFile, kWholeFile + 1}) {
+        const std::string file = folder_.writeFile("src/file", noise(100));
+        fs::resize_file(file, size);
+        ASSERT_EQ(runDitto({"-ck", folder_ / "src", zip_}).status, 0);
+        EXPECT_LT(fs::file_size(zip_), size / 100);
+        const std::string content = readFile(file);
+        const auto entries = readWithPeer(zip_);
+        ASSERT_EQ(entries.size(), 1U);
+        EXPECT_TRUE(entries[0].content == content) << size;
+        ASSERT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
+        EXPECT_TRUE(readFile(folder_ / "back/file") == content) << size;
+        fs::remove_all(folder_ / "back");
+    }
 }
 
 TEST_F(DittoPack, FilesOfManyBlocksComeBack) {
