@@ -1,6 +1,8 @@
-// Parsed by hand: the parser library takes a path in square brackets for a list.
 #include "tools/ditto/options.h"
 
+#include <getopt.h>
+
+#include <array>
 #include <charconv>
 #include <utility>
 
@@ -9,35 +11,55 @@
 namespace quillmoor::ditto {
 namespace {
 
+// Beyond all characters, so that they are no short options.
+enum LongOption : int { kHelp = 256, kVersion, kKeepParent, kMaxSize, kWithoutEffect };
+
+constexpr std::array<option, 8> kLongOptions = {{
+    {"help", no_argument, nullptr, kHelp},
+    {"version", no_argument, nullptr, kVersion},
+    {"keepParent", no_argument, nullptr, kKeepParent},
+    {"max-size", required_argument, nullptr, kMaxSize},
+    {"rsrc", no_argument, nullptr, kWithoutEffect},
+    {"norsrc", no_argument, nullptr, kWithoutEffect},
+    {"sequesterRsrc", no_argument, nullptr, kWithoutEffect},
+    {},
+}};
+
+// The minus sign: operands are returned between the options, whatever the environment says. The
+// colon: getopt prints nothing, and returns a colon where an argument is missing.
+constexpr char kShortOptions[] = "-:xckvVh";
+
+constexpr int kOperand = 1;
+
 class Parser {
   public:
-    explicit Parser(std::span<const char* const> arguments) : rest_(arguments) {}
+    explicit Parser(std::span<const char* const> arguments) {
+        // getopt skips the program's name, and only reads what it is given.
+        arguments_.push_back(const_cast<char*>("ditto"));
+        for (const char* argument : arguments) arguments_.push_back(const_cast<char*>(argument));
+        arguments_.push_back(nullptr);
+    }
 
     Options parse() {
-        while (!rest_.empty()) {
-            const std::string_view argument = next();
-            if (onlyPaths_ || argument.size() < 2 || argument.front() != '-') {
-                operands_.emplace_back(argument);
-            } else if (argument == "--") {
-                onlyPaths_ = true;
-            } else if (argument.starts_with("--")) {
-                longOption(argument.substr(2));
-            } else {
-                for (const char c : argument.substr(1)) shortOption(c);
-            }
+        const int count = static_cast<int>(arguments_.size()) - 1;
+        ::optind = 0;  // from the beginning, also when it is not the first call
+        for (int found = 0; found >= 0;) {
+            found = ::getopt_long(count, arguments_.data(), kShortOptions, kLongOptions.data(),
+                                  nullptr);
+            if (found >= 0) take(found);
         }
+        for (int i = ::optind; i < count; ++i) operands_.emplace_back(argument(i));
         return finished();
     }
 
   private:
-    std::string_view next() {
-        const std::string_view argument = rest_.front();
-        rest_ = rest_.subspan(1);
-        return argument;
-    }
+    const char* argument(int index) const { return arguments_[static_cast<std::size_t>(index)]; }
 
-    void shortOption(char c) {
-        switch (c) {
+    void take(int found) {
+        switch (found) {
+            case kOperand:
+                operands_.emplace_back(::optarg);
+                return;
             case 'x':
                 unpack_ = true;
                 return;
@@ -52,28 +74,33 @@ class Parser {
                 options_.verbose = true;
                 return;
             case 'h':
+            case kHelp:
                 help_ = true;
                 return;
+            case kVersion:
+                version_ = true;
+                return;
+            case kKeepParent:
+                options_.keepParent = true;
+                return;
+            case kMaxSize:
+                options_.maxSize = number(::optarg);
+                return;
+            case kWithoutEffect:
+                return;
+            case ':':
+                throw UsageError("--max-size needs a number of bytes");
             default:
-                throw UsageError("unknown option -" + printable({&c, 1}));
+                refuse();
         }
     }
 
-    void longOption(std::string_view name) {
-        if (name == "keepParent") {
-            options_.keepParent = true;
-        } else if (name == "help") {
-            help_ = true;
-        } else if (name == "version") {
-            version_ = true;
-        } else if (name == "max-size") {
-            if (rest_.empty()) throw UsageError("--max-size needs a number of bytes");
-            options_.maxSize = number(next());
-        } else if (name.starts_with("max-size=")) {
-            options_.maxSize = number(name.substr(name.find('=') + 1));
-        } else if (name != "rsrc" && name != "norsrc" && name != "sequesterRsrc") {
-            throw UsageError("unknown option --" + printable(name));
-        }
+    // A long option has been taken as a whole; a short one may be followed by others.
+    [[noreturn]] void refuse() const {
+        const bool isLong = ::optopt == 0 || ::optopt >= kHelp;
+        const char character = static_cast<char>(::optopt);
+        throw UsageError("unknown option " + (isLong ? printable(argument(::optind - 1))
+                                                     : "-" + printable({&character, 1})));
     }
 
     static std::uint64_t number(std::string_view text) {
@@ -112,10 +139,10 @@ class Parser {
         }
     }
 
-    std::span<const char* const> rest_;
+    std::vector<char*> arguments_;
     Options options_;
     std::vector<std::string> operands_;
-    bool onlyPaths_ = false, unpack_ = false, pack_ = false, zip_ = false;
+    bool unpack_ = false, pack_ = false, zip_ = false;
     bool help_ = false, version_ = false;
 };
 

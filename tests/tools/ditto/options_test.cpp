@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,36 @@ TEST(DittoOptions, TheSizeLimitIsANumberOfBytes) {
     for (const char* wrong : {"", "-1", "1k", "18446744073709551616"})
         EXPECT_NE(errorOf({"-xk", "--max-size", wrong, "a", "b"}), "") << wrong;
     EXPECT_NE(errorOf({"-xk", "a", "b", "--max-size"}), "");
+}
+
+TEST(DittoOptions, TheEnvironmentDoesNotChangeTheOrder) {
+    ASSERT_EQ(::setenv("POSIXLY_CORRECT", "1", 1), 0);
+    const Options options = parseOptions(Arguments{"a.zip", "-xk", "out", "-V"});
+    ::unsetenv("POSIXLY_CORRECT");
+    EXPECT_EQ(options.sources, std::vector<std::string>{"a.zip"});
+    EXPECT_EQ(options.destination, "out");
+    EXPECT_TRUE(options.verbose);
+}
+
+TEST(DittoOptions, NothingOfAnEarlierCallIsLeft) {
+    EXPECT_NE(errorOf({"-qxk", "a", "b"}), "");
+    EXPECT_FALSE(parseOptions(Arguments{"-xk", "a", "b"}).verbose);
+    EXPECT_EQ(parseOptions(Arguments{"-ck", "a", "b"}).action, Action::Pack);
+}
+
+TEST(DittoOptions, ErrorsNameTheOptionAsItWasGiven) {
+    EXPECT_EQ(errorOf({"-xkq", "a", "b"}), "unknown option -q");
+    EXPECT_EQ(errorOf({"-qxk", "a", "b"}), "unknown option -q");
+    EXPECT_EQ(errorOf({"-x:k", "a", "b"}), "unknown option -:");
+    EXPECT_EQ(errorOf({"a", "b", "-xk\n"}), "unknown option -\\x0a");
+    EXPECT_EQ(errorOf({"-xk\xff", "a", "b"}), "unknown option -\\xff");
+    EXPECT_EQ(errorOf({"-xk", "--frob", "a", "b"}), "unknown option --frob");
+    EXPECT_EQ(errorOf({"--frob=1", "-xk", "a", "b"}), "unknown option --frob=1");
+    EXPECT_EQ(errorOf({"-xk", "--help=1", "a", "b"}), "unknown option --help=1");
+    EXPECT_EQ(errorOf({"-xk", "--rsrc=1", "a", "b"}), "unknown option --rsrc=1");
+    EXPECT_EQ(errorOf({"-xk", "a", "b", "--max-size"}), "--max-size needs a number of bytes");
+    EXPECT_EQ(errorOf({"-xk", "--max-size=", "a", "b"}),
+              "--max-size needs a number of bytes, not “”");
 }
 
 TEST(DittoOptions, HelpAndVersionNeedNothingElse) {
