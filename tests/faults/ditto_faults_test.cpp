@@ -132,7 +132,8 @@ class DittoWorld {
         }
         if (run.isLasting() || hasSaid("is left behind"))
             std::erase_if(more, [](const std::string& line) {
-                return line.find(".ditto-") != std::string::npos || line.starts_with("target|");
+                return line.find(".ditto.") != std::string::npos || line.starts_with(".target.") ||
+                       line.starts_with("target|");
             });
         EXPECT_THAT(more, IsEmpty());
     }

@@ -1,24 +1,25 @@
 #include "tools/ditto/destination.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <utility>
 
 #include "base/paths.h"
+#include "platform/posix/fs/rename_posix.h"
+#include "platform/posix/ground/names_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/text.h"
 
 namespace quillmoor::ditto {
 namespace {
 
-constexpr std::string_view kMark = ".ditto-";
+using platform::posix::renameWithoutReplacing;
+using platform::posix::temporaryName;
 
 // What cannot be examined counts as there.
 bool existsAt(int folder, const std::string& name) {
@@ -88,7 +89,7 @@ void Destination::makeStage() {
         spare = Descriptor(::fcntl(parent_.get(), F_DUPFD_CLOEXEC, 0));
         if (!spare) failWithErrno(path_, what);
     }
-    stageName_ = temporaryName(exists_ ? std::string_view() : std::string_view(name_));
+    stageName_ = temporaryName("ditto");
     if (::mkdirat(parent_.get(), stageName_.c_str(), S_IRWXU) != 0) {
         const int error = errno;
         stageName_.clear();
@@ -115,8 +116,8 @@ void Destination::requireOwnStage() {
 
 FoldCase Destination::foldCase() const {
     std::string other = stageName_;
-    for (std::size_t i = other.rfind(kMark); i < other.rfind('-'); ++i)
-        if (other[i] >= 'a') other[i] = static_cast<char>(other[i] - 'a' + 'A');
+    for (char& c : other)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
     return existsAt(parent_.get(), other) ? FoldCase::Yes : FoldCase::No;
 }
 
@@ -135,8 +136,8 @@ void Destination::commit(const std::vector<std::string_view>& names) {
     } else {
         requireOwnStage();
         if (::fchmod(stage_.get(), 0777 & ~umask_) != 0) failWithErrno(path_, "given its rights");
-        if (!moveWithoutReplacing(parent_.get(), stageName_, parent_.get(), name_))
-            failWithErrno(path_, "made");
+        const int error = renameWithoutReplacing(parent_.get(), stageName_, parent_.get(), name_);
+        if (error != 0) failWithError(path_, "made", error);
         committed_ = true;
     }
 }
@@ -145,8 +146,8 @@ void Destination::moveUp(const std::vector<std::string_view>& names) {
     // Complete before the first move, which memory that runs out must not leave alone.
     const std::vector<std::string> items(names.begin(), names.end());
     for (std::size_t i = 0; i < items.size(); ++i) {
-        if (moveWithoutReplacing(stage_.get(), items[i], parent_.get(), items[i])) continue;
-        const int error = errno;
+        const int error = renameWithoutReplacing(stage_.get(), items[i], parent_.get(), items[i]);
+        if (error == 0) continue;
         takeBack(std::span(items).first(i));
         failWithError(items[i], "put in its place", error);
     }
@@ -155,13 +156,14 @@ void Destination::moveUp(const std::vector<std::string_view>& names) {
 // As many as possible.
 void Destination::takeBack(std::span<const std::string> items) {
     const std::string* kept = nullptr;
-    int error = 0;
+    int keptError = 0;
     for (const std::string& item : items) {
-        if (moveWithoutReplacing(parent_.get(), item, stage_.get(), item)) continue;
-        error = errno;
+        const int error = renameWithoutReplacing(parent_.get(), item, stage_.get(), item);
+        if (error == 0) continue;
+        keptError = error;
         kept = &item;
     }
-    if (kept != nullptr) failWithError(*kept, "taken back", error);
+    if (kept != nullptr) failWithError(*kept, "taken back", keptError);
 }
 
 void Destination::rollBack() noexcept {
@@ -184,39 +186,6 @@ void Destination::removeStage() noexcept {
     }
     if (!stageName_.empty() && ::unlinkat(parent_.get(), stageName_.c_str(), AT_REMOVEDIR) != 0)
         warnOfResidue(stageName_);
-}
-
-bool moveWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
-                          const std::string& to) {
-    if (::renameat2(fromFolder, from.c_str(), toFolder, to.c_str(), RENAME_NOREPLACE) == 0)
-        return true;
-    return errno == EINVAL && moveIfFree(fromFolder, from, toFolder, to);
-}
-
-bool moveIfFree(int fromFolder, const std::string& from, int toFolder, const std::string& to) {
-    struct stat info = {};
-    if (::fstatat(fromFolder, from.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return false;
-    if (!S_ISDIR(info.st_mode))
-        return ::linkat(fromFolder, from.c_str(), toFolder, to.c_str(), 0) == 0 &&
-               ::unlinkat(fromFolder, from.c_str(), 0) == 0;
-    if (existsAt(toFolder, to)) {
-        errno = EEXIST;
-        return false;
-    }
-    return ::renameat(fromFolder, from.c_str(), toFolder, to.c_str()) == 0;
-}
-
-std::string temporaryName(std::string_view name) {
-    constexpr std::string_view kAlphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
-    constexpr std::size_t kLongestKept = 200;
-    std::array<unsigned char, 6> random = {};
-    if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
-        failWithErrno(name, "named");
-    std::string result;
-    if (!name.empty()) result = "." + std::string(name.substr(0, kLongestKept));
-    result += kMark;
-    for (const unsigned char byte : random) result += kAlphabet[byte % kAlphabet.size()];
-    return result;
 }
 
 }  // namespace quillmoor::ditto

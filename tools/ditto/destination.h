@@ -60,15 +60,4 @@ class Destination {
     std::array<Descriptor, kDescriptorsToRemove> spare_;  // closed when the stage is removed
 };
 
-// Renames without ever replacing anything. Answers false with errno.
-bool moveWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
-                          const std::string& to);
-
-// The same for file systems whose rename can only replace. A folder that comes up between the look
-// and the rename may be replaced if it is empty.
-bool moveIfFree(int fromFolder, const std::string& from, int toFolder, const std::string& to);
-
-// A name for something unfinished that will be called `name`; hidden, and different at every call.
-std::string temporaryName(std::string_view name);
-
 }  // namespace quillmoor::ditto

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "base/paths.h"
-#include "tools/ditto/destination.h"
+#include "platform/posix/ground/names_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/text.h"
 
@@ -36,7 +36,7 @@ Place PendingArchive::place() const {
 }
 
 void PendingArchive::create() {
-    temporaryName_ = temporaryName(name_);
+    temporaryName_ = platform::posix::temporaryName(name_);
     file_ =
         Descriptor(::openat(folder_.get(), temporaryName_.c_str(),
                             O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666 & ~umask_));

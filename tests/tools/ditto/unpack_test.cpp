@@ -2,12 +2,18 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -574,6 +580,38 @@ TEST_F(DittoUnpack, WithoutEnoughDescriptorsNothingIsLeft) {
         if (made) removeContents(made.get());
         fs::remove(work_ + "/p");
     }
+}
+
+// As on a file system whose rename always replaces and that has no hard links.
+void withReplacingRenamesOnly() {
+    std::array<sock_filter, 6> rules = {
+        sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat2, 0, 1),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EINVAL),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_linkat, 0, 1),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program = {rules.size(), rules.data()};
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+        ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        ::_exit(77);
+}
+
+TEST_F(DittoUnpack, RenamesThatCanOnlyReplaceAreEnough) {
+    const std::string path =
+        archive(buildZip({zipFile("file"), zipFile("d/inside"), zipLink("link", "file")}));
+    for (const char* name : {"/new", "/old"}) {
+        folder_.writeFile("work/old/kept", "kept");
+        const DittoResult result = runDitto({"-xk", path, work_ + name}, &withReplacingRenamesOnly);
+        if (result.status == 77) GTEST_SKIP() << "system calls cannot be filtered here";
+        EXPECT_EQ(result.status, 0) << result.errors;
+        EXPECT_EQ(readFile(work_ + name + "/file"), "content");
+        EXPECT_EQ(readFile(work_ + name + "/d/inside"), "content");
+        EXPECT_TRUE(fs::is_symlink(work_ + name + "/link"));
+    }
+    EXPECT_EQ(readFile(work_ + "/old/kept"), "kept");
+    // Nothing is replaced all the same.
+    EXPECT_EQ(runDitto({"-xk", path, work_ + "/old"}, &withReplacingRenamesOnly).status, 1);
 }
 
 TEST_F(DittoUnpack, MessagesThatNobodyReadsDoNotEndIt) {
