@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "platform/posix/ground/c_strings_posix.h"
 #include "platform/posix/ground/system_calls_posix.h"
@@ -66,6 +67,11 @@ std::shared_ptr<Child> Child::start(const ChildSetup& setup) {
         return nullptr;
     child->exit_ = openExitDescriptor(child->pid_);
     return child;
+}
+
+void Child::adopt(pid_t pid, Descriptor exit) noexcept {
+    pid_ = pid;
+    exit_ = std::move(exit);
 }
 
 bool Child::collectIfEnded() {

@@ -40,6 +40,10 @@ class Child {
     // empty signal mask. Null when the system cannot start it.
     static std::shared_ptr<Child> start(const ChildSetup& setup);
 
+    // Makes this, which is none yet, a child that was started otherwise and that nobody has waited
+    // for. `exit` is what openExitDescriptor() returned for it.
+    void adopt(pid_t pid, Descriptor exit) noexcept;
+
     // Collects the status of a child that has ended.
     bool isRunning();
     // Waits for the end and collects the status.

@@ -7,14 +7,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
-#include <exception>
 #include <utility>
 
 #include "platform/linux/authorization/channel/peer_linux.h"
 #include "platform/linux/ground/small_file_linux.h"
-#include "platform/native_services.h"
 #include "platform/posix/ground/c_strings_posix.h"
 #include "platform/posix/ground/system_calls_posix.h"
+#include "platform/posix/process/child_reaper_posix.h"
 #include "platform/posix/process/child_system_posix.h"
 #include "platform/posix/process/spawn_setup_posix.h"
 
@@ -46,16 +45,6 @@ void waitFor(const Descriptor& exit, pid_t pid) {
     }
 }
 
-// Waits for the end of a child that nobody else waits for, on a thread of its own.
-void collectLater(Descriptor exit, pid_t pid) noexcept {
-    try {
-        const auto shared = std::make_shared<Descriptor>(std::move(exit));
-        nativeMainThread()->detachNewThread([shared, pid] { waitFor(*shared, pid); });
-    } catch (const std::exception&) {
-        return;  // without memory or threads it stays uncollected
-    }
-}
-
 }  // namespace
 
 std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
@@ -81,7 +70,7 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
         if (posix::systemCalls().kill(pid, SIGKILL) == 0)
             waitFor(exit, pid);
         else
-            collectLater(std::move(exit), pid);
+            child->giveUp(pid, std::move(exit));
         return nullptr;
     }
     child->pid_ = pid;
@@ -90,7 +79,12 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
 }
 
 LaunchChild::~LaunchChild() {
-    if (pid_ > 0 && !end()) collectLater(std::move(exit_), pid_);
+    if (pid_ > 0 && !end()) giveUp(pid_, std::move(exit_));
+}
+
+void LaunchChild::giveUp(pid_t pid, Descriptor exit) noexcept {
+    givenUp_->adopt(pid, std::move(exit));
+    posix::reapLater(std::move(givenUp_));
 }
 
 bool LaunchChild::isRunning() const {

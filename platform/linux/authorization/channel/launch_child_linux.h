@@ -10,6 +10,7 @@
 
 #include "base/types.h"
 #include "platform/posix/ground/descriptor.h"
+#include "platform/posix/process/child_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 
@@ -55,8 +56,11 @@ class LaunchChild {
 
   private:
     LaunchChild() = default;
+    void giveUp(pid_t pid, posix::Descriptor exit) noexcept;
 
     pid_t pid_ = -1;  // until it is started
+    // Made beforehand: when the child is given up there may be no memory.
+    std::shared_ptr<posix::Child> givenUp_ = std::make_shared<posix::Child>();
     posix::Descriptor exit_;
     std::optional<LaunchEnd> end_;
 };
