@@ -24,9 +24,12 @@ PolkitConversation::~PolkitConversation() {
 
 bool PolkitConversation::say(std::string_view text) {
     // Without a signal when the program has ended. The socket's buffer holds far more.
-    return posix::systemCalls().send(socket_.get(), text.data(), text.size(),
-                                     MSG_NOSIGNAL | MSG_DONTWAIT) ==
-           static_cast<ssize_t>(text.size());
+    ssize_t sent = 0;
+    do
+        sent = posix::systemCalls().send(socket_.get(), text.data(), text.size(),
+                                         MSG_NOSIGNAL | MSG_DONTWAIT);
+    while (sent < 0 && errno == EINTR);
+    return sent == static_cast<ssize_t>(text.size());
 }
 
 PolkitConversation::Outcome PolkitConversation::proceed() {
@@ -36,10 +39,12 @@ PolkitConversation::Outcome PolkitConversation::proceed() {
             posix::systemCalls().recv(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
         if (count < 0 && errno == EINTR) continue;
         if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
-        if (count <= 0)
+        if (count > 0)
+            outcome_ = hear({bytes.data(), static_cast<std::size_t>(count)});
+        else if (count == 0 || errno == ECONNRESET)
             outcome_ = wasAsked_ ? Outcome::Refused : Outcome::Failed;
         else
-            outcome_ = hear({bytes.data(), static_cast<std::size_t>(count)});
+            outcome_ = Outcome::Failed;
     }
     return outcome_;
 }
@@ -64,7 +69,8 @@ PolkitConversation::Outcome PolkitConversation::hearLine(std::string_view line) 
     // A failure, a second prompt, or one that is not for a password.
     if (!line.starts_with("PAM_PROMPT_ECHO_OFF ") || wasAsked_) return Outcome::Refused;
     wasAsked_ = true;
-    return say(line_.view()) ? Outcome::Undecided : Outcome::Refused;
+    if (say(line_.view())) return Outcome::Undecided;
+    return errno == EPIPE ? Outcome::Refused : Outcome::Failed;
 }
 
 }  // namespace quillmoor::platform::linux_::rights

@@ -20,7 +20,7 @@ class PolkitConversation {
         Undecided,
         Granted,  // already reported to polkit
         Refused,
-        Failed  // the program ended before it wanted the password
+        Failed  // the program ended before it wanted the password, or cannot be reached
     };
 
     // `socket` is connected to the program. `program` may be null when somebody else started it.

@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <string>
 #include <string_view>
 
@@ -69,6 +70,40 @@ TEST_F(PolkitConversationTest, GivesThePasswordOnce) {
 TEST_F(PolkitConversationTest, GivesItOnceToPromptsThatComeTogether) {
     EXPECT_EQ(afterText(std::string(kPrompt) + kPrompt), Outcome::Refused);
     EXPECT_EQ(given(), "pass word\n");
+}
+
+TEST_F(PolkitConversationTest, GivesThePasswordAfterAnInterruption) {
+    const test::ChangedCalls changed([](posix::SystemCalls& calls) {
+        calls.send = [](int socket, const void* bytes, std::size_t size, int flags) -> ssize_t {
+            static int interruptions = 0;
+            if (interruptions++ > 1) return ::send(socket, bytes, size, flags);
+            errno = EINTR;
+            return -1;
+        };
+    });
+    EXPECT_EQ(afterText(kPrompt), Outcome::Undecided);
+    EXPECT_EQ(given(), "pass word\n");
+}
+
+TEST_F(PolkitConversationTest, ThatBreaksIsNoRefusal) {
+    {
+        const test::ChangedCalls changed([](posix::SystemCalls& calls) {
+            calls.send = [](int, const void*, std::size_t, int) -> ssize_t {
+                errno = ENOMEM;
+                return -1;
+            };
+        });
+        EXPECT_EQ(afterText(kPrompt), Outcome::Failed);
+    }
+    test::Connection connection;
+    PolkitConversation conversation(std::move(connection.first), nullptr, "pass word");
+    const test::ChangedCalls changed([](posix::SystemCalls& calls) {
+        calls.recv = [](int, void*, std::size_t, int) -> ssize_t {
+            errno = ENOMEM;
+            return -1;
+        };
+    });
+    EXPECT_EQ(conversation.proceed(), Outcome::Failed);
 }
 
 TEST_F(PolkitConversationTest, GivesNothingToAnotherPrompt) {
