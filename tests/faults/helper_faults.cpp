@@ -1,13 +1,15 @@
-// The start of a launcher, the client's calls for a real helper and a tool of its, and the helper's
-// own, each failing in turn.
+// The start of a launcher, the check of a password, the client's calls for a real helper and a tool
+// of its, and the helper's own, each failing in turn.
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <new>
@@ -15,10 +17,13 @@
 #include <utility>
 
 #include "platform/linux/authorization/channel/launch_child_linux.h"
+#include "platform/linux/authorization/channel/launch_wait_linux.h"
 #include "platform/linux/authorization/channel/tool_stream_linux.h"
 #include "platform/linux/authorization/helper/session_linux.h"
+#include "platform/linux/authorization/polkit/polkit_helper_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
+#include "tests/faults/given_up_child.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/write_guard.h"
@@ -28,9 +33,12 @@ namespace {
 
 using platform::AuthorizedToolStream;
 using platform::linux_::rights::Channel;
+using platform::linux_::rights::isReadable;
 using platform::linux_::rights::LaunchChild;
 using platform::linux_::rights::LaunchSetup;
 using platform::linux_::rights::openToolPipes;
+using platform::linux_::rights::PolkitConversation;
+using platform::linux_::rights::PolkitHelper;
 using platform::linux_::rights::Rendezvous;
 using platform::linux_::rights::helper::Client;
 using platform::linux_::rights::helper::serve;
@@ -125,7 +133,7 @@ FaultScenario toolOfTheHelper() {
 class HelperThread {
   public:
     explicit HelperThread(Client client)
-        : client_(std::move(client)), thread_([this] { serveUntilTheEnd(); }) {}
+        : thread_([served = std::move(client)] { serveUntilTheEnd(served); }) {}
     ~HelperThread() { thread_.join(); }
     HelperThread(const HelperThread&) = delete;
     HelperThread& operator=(const HelperThread&) = delete;
@@ -133,16 +141,15 @@ class HelperThread {
     static inline std::atomic<int> started = 0;
 
   private:
-    void serveUntilTheEnd() {
+    static void serveUntilTheEnd(const Client& client) {
         try {
-            serve(client_, [](const Client&, const StringList&) { ++started; });
+            serve(client, [](const Client&, const StringList&) { ++started; });
         } catch (const std::bad_alloc&) {
         }
         // The other end sees it at once.
-        ::shutdown(client_.socket.get(), SHUT_RDWR);
+        ::shutdown(client.socket.get(), SHUT_RDWR);
     }
 
-    Client client_;
     std::thread thread_;
 };
 
@@ -191,11 +198,50 @@ FaultScenario startOfALauncher() {
             Throws::AndMemory};
 }
 
+// Whatever leaves the scenario.
+struct CollectsTheRest {
+    ~CollectsTheRest() { giveUpARunningChild(); }
+};
+
+// By a program such as polkit's own.
+FaultScenario checkOfAPassword() {
+    return {"CheckOfAPassword",
+            {},
+            [](FaultRun& run) {
+                const CollectsTheRest collector;
+                const TempFolder folder;
+                PolkitHelper helper;
+                helper.program = folder.writeFile("helper",
+                                                  "#!/bin/sh\n"
+                                                  "read -r cookie\n"
+                                                  "echo 'PAM_PROMPT_ECHO_OFF Password: '\n"
+                                                  "read -r password\n"
+                                                  "[ \"$cookie $password\" = 'one two' ] &&"
+                                                  " echo SUCCESS || echo FAILURE\n");
+                ::chmod(helper.program->c_str(), 0755);
+                using Outcome = PolkitConversation::Outcome;
+                Outcome outcome = Outcome::Undecided;
+                bool wasAsked = false;
+                run.inject([&] {
+                    const auto conversation = helper.start("kxadmin", "one", "two");
+                    if (!conversation) return;
+                    while (outcome == Outcome::Undecided &&
+                           isReadable(conversation->descriptor(), std::chrono::seconds(10)))
+                        outcome = conversation->proceed();
+                    wasAsked = conversation->wasAsked();
+                });
+                EXPECT_TRUE(outcome == Outcome::Granted || run.faulted());
+                EXPECT_TRUE(outcome != Outcome::Granted || wasAsked);
+                EXPECT_NE(outcome, Outcome::Refused);
+            },
+            Throws::AndMemory};
+}
+
 }  // namespace
 
 std::vector<FaultScenario> helperScenarios() {
-    if (::geteuid() != 0) return {helperThatServes(), startOfALauncher()};
-    return {toolOfTheHelper(), helperThatServes(), startOfALauncher()};
+    if (::geteuid() != 0) return {helperThatServes(), startOfALauncher(), checkOfAPassword()};
+    return {toolOfTheHelper(), helperThatServes(), startOfALauncher(), checkOfAPassword()};
 }
 
 }  // namespace quillmoor::test
