@@ -11,10 +11,11 @@
 #include <cstdio>
 #include <system_error>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "tests/support/call_tables.h"
 
 namespace {
 
+using quillmoor::platform::linux_::LinuxCalls;
 using quillmoor::platform::posix::nativeSystemCalls;
 using quillmoor::platform::posix::systemCalls;
 using Calls = quillmoor::platform::posix::SystemCalls;
@@ -22,10 +23,18 @@ using Calls = quillmoor::platform::posix::SystemCalls;
 // The table's own calls are the system's.
 thread_local bool isInTable = false;
 
+template <auto Member>
+auto entry() {
+    if constexpr (quillmoor::test::EntryOf<Member>::isShared)
+        return systemCalls().*Member;
+    else
+        return quillmoor::platform::linux_::linuxCalls().*Member;
+}
+
 template <auto Member, typename... Arguments>
 auto throughTable(Arguments... arguments) {
     isInTable = true;
-    const auto result = (systemCalls().*Member)(arguments...);
+    const auto result = entry<Member>()(arguments...);
     const int error = errno;
     isInTable = false;
     errno = error;
@@ -224,7 +233,7 @@ int __wrap_utimensat(int folder, const char* name, const struct timespec times[2
 ssize_t __real_getrandom(void* bytes, size_t size, unsigned flags);
 ssize_t __wrap_getrandom(void* bytes, size_t size, unsigned flags) {
     return isInTable ? __real_getrandom(bytes, size, flags)
-                     : throughTable<&Calls::getrandom>(bytes, size, flags);
+                     : throughTable<&LinuxCalls::getrandom>(bytes, size, flags);
 }
 
 // std::thread's start; its state is passed by address.

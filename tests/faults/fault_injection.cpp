@@ -9,13 +9,11 @@
 #include <cstdlib>
 #include <type_traits>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "tests/support/call_tables.h"
 #include "tests/support/failed_call.h"
 
 namespace quillmoor::test {
 namespace {
-
-using platform::posix::SystemCalls;
 
 constexpr std::size_t index(Trouble trouble) {
     return static_cast<std::size_t>(trouble);
@@ -35,7 +33,7 @@ constexpr Troubles kMemory = bit(Trouble::NoMemory);
 
 constexpr std::array kErrors{EIO, ENOSPC, EINTR, EMFILE, ENOMEM, ENOMEM};
 
-const SystemCalls* next = nullptr;
+CallTablesInForce next;
 std::atomic<bool> isArmed{false};
 bool hasFault = false;
 Fault fault{};
@@ -112,20 +110,20 @@ struct Wrapper<Member, kName, kPossible, Narrow, Result (*)(Arguments...)> {
             return failedCall<Member, Result>(error, arguments...);
         // The table below may be the test's own guard.
         const NotCounted notCounted;
-        return (next->*Member)(arguments...);
+        return next.get<Member>()(arguments...);
     }
 };
 
-int wrappedCalls = 0;
+std::size_t wrappedCalls = 0;
 
 template <auto Member, Name kName, Troubles kPossible, typename Narrow = void>
-void wrap(SystemCalls& calls) {
-    using Function = std::remove_reference_t<decltype(calls.*Member)>;
-    calls.*Member = Wrapper<Member, kName, kPossible, Narrow, Function>::call;
+void wrap(CallTables& calls) {
+    using Function = typename EntryOf<Member>::Function;
+    calls.set<Member>(Wrapper<Member, kName, kPossible, Narrow, Function>::call);
     ++wrappedCalls;
 }
 
-void wrapFileCalls(SystemCalls& calls) {
+void wrapFileCalls(CallTables& calls) {
     wrap<&Calls::openat, "openat", kBroken | kFull | kInterrupted | kDescriptors | kMemory, OpenAt>(
         calls);
     wrap<&Calls::read, "read", kBroken | kInterrupted | kMemory, Transfer>(calls);
@@ -137,18 +135,18 @@ void wrapFileCalls(SystemCalls& calls) {
     wrap<&Calls::fstat, "fstat", kBroken | kMemory>(calls);
     wrap<&Calls::fstatat, "fstatat", kBroken | kMemory>(calls);
     wrap<&Calls::flock, "flock", kInterrupted | kMemory>(calls);
-    wrap<&Calls::statx, "statx", kBroken | kMemory>(calls);
+    wrap<&LinuxCalls::statx, "statx", kBroken | kMemory>(calls);
     wrap<&Calls::faccessat, "faccessat", kBroken | kMemory>(calls);
     wrap<&Calls::readlinkat, "readlinkat", kBroken | kMemory>(calls);
     wrap<&Calls::realpath, "realpath", kBroken | kMemory>(calls);
     wrap<&Calls::fdopendir, "fdopendir", kMemory>(calls);
     wrap<&Calls::readdir, "readdir", kBroken>(calls);
     wrap<&Calls::mmap, "mmap", kMemory>(calls);
-    wrap<&Calls::mremap, "mremap", kMemory>(calls);
-    wrap<&Calls::fallocate, "fallocate", kBroken | kFull | kInterrupted>(calls);
+    wrap<&LinuxCalls::mremap, "mremap", kMemory>(calls);
+    wrap<&Calls::reserveSpace, "reserveSpace", kBroken | kFull | kInterrupted>(calls);
 }
 
-void wrapNameCalls(SystemCalls& calls) {
+void wrapNameCalls(CallTables& calls) {
     wrap<&Calls::mkdtemp, "mkdtemp", kBroken | kFull | kMemory>(calls);
     wrap<&Calls::mkdirat, "mkdirat", kBroken | kFull | kMemory>(calls);
     wrap<&Calls::mkfifoat, "mkfifoat", kBroken | kFull | kMemory>(calls);
@@ -159,7 +157,7 @@ void wrapNameCalls(SystemCalls& calls) {
     wrap<&Calls::renameNoReplace, "renameNoReplace", kBroken | kFull | kMemory>(calls);
 }
 
-void wrapAttributeCalls(SystemCalls& calls) {
+void wrapAttributeCalls(CallTables& calls) {
     wrap<&Calls::fchmod, "fchmod", kBroken>(calls);
     wrap<&Calls::fchmodat, "fchmodat", kBroken | kMemory>(calls);
     wrap<&Calls::fchown, "fchown", kBroken>(calls);
@@ -170,32 +168,32 @@ void wrapAttributeCalls(SystemCalls& calls) {
     wrap<&Calls::flistxattr, "flistxattr", kBroken | kMemory>(calls);
     wrap<&Calls::fgetxattr, "fgetxattr", kBroken | kMemory>(calls);
     wrap<&Calls::fsetxattr, "fsetxattr", kBroken | kFull | kMemory>(calls);
-    wrap<&Calls::isHfsPlus, "isHfsPlus", kBroken | kInterrupted | kMemory>(calls);
+    wrap<&LinuxCalls::isHfsPlus, "isHfsPlus", kBroken | kInterrupted | kMemory>(calls);
     wrap<&Calls::getRemovalTraits, "getRemovalTraits", kBroken | kMemory>(calls);
-    wrap<&Calls::isImmutable, "isImmutable", kBroken | kMemory>(calls);
-    wrap<&Calls::getItemFlags, "getItemFlags", kBroken>(calls);
-    wrap<&Calls::setItemFlags, "setItemFlags", kBroken>(calls);
+    wrap<&LinuxCalls::isImmutable, "isImmutable", kBroken | kMemory>(calls);
+    wrap<&LinuxCalls::getItemFlags, "getItemFlags", kBroken>(calls);
+    wrap<&LinuxCalls::setItemFlags, "setItemFlags", kBroken>(calls);
 }
 
-void wrapProcessCalls(SystemCalls& calls) {
+void wrapProcessCalls(CallTables& calls) {
     wrap<&Calls::pipe, "pipe", kDescriptors | kMemory>(calls);
     wrap<&Calls::poll, "poll", kInterrupted | kMemory>(calls);
-    wrap<&Calls::eventfd, "eventfd", kDescriptors | kMemory>(calls);
+    wrap<&Calls::wakePair, "wakePair", kDescriptors | kMemory>(calls);
     wrap<&Calls::posix_spawn, "posix_spawn", kBroken | kDescriptors | kMemory>(calls);
     wrap<&Calls::pthread_create, "pthread_create", kMemory>(calls);
     wrap<&Calls::waitid, "waitid", kInterrupted, Wait>(calls);
     wrap<&Calls::kill, "kill", kNone>(calls);
-    wrap<&Calls::pidfd_open, "pidfd_open", kDescriptors | kMemory>(calls);
-    wrap<&Calls::pidfd_send_signal, "pidfd_send_signal", kNone>(calls);
-    wrap<&Calls::getrandom, "getrandom", kInterrupted>(calls);
+    wrap<&LinuxCalls::pidfd_open, "pidfd_open", kDescriptors | kMemory>(calls);
+    wrap<&LinuxCalls::pidfd_send_signal, "pidfd_send_signal", kNone>(calls);
+    wrap<&LinuxCalls::getrandom, "getrandom", kInterrupted>(calls);
 }
 
-void wrapSocketCalls(SystemCalls& calls) {
+void wrapSocketCalls(CallTables& calls) {
     wrap<&Calls::socket, "socket", kDescriptors | kMemory>(calls);
     wrap<&Calls::socketpair, "socketpair", kDescriptors | kMemory>(calls);
     wrap<&Calls::bind, "bind", kBroken | kFull | kMemory>(calls);
     wrap<&Calls::listen, "listen", kNone>(calls);
-    wrap<&Calls::accept4, "accept4", kInterrupted | kDescriptors | kMemory>(calls);
+    wrap<&LinuxCalls::accept4, "accept4", kInterrupted | kDescriptors | kMemory>(calls);
     wrap<&Calls::getsockopt, "getsockopt", kDescriptors, Option>(calls);
     wrap<&Calls::sendmsg, "sendmsg", kInterrupted | kMemory>(calls);
     wrap<&Calls::send, "send", kInterrupted | kMemory>(calls);
@@ -203,19 +201,19 @@ void wrapSocketCalls(SystemCalls& calls) {
     wrap<&Calls::recvmsg, "recvmsg", kInterrupted | kMemory>(calls);
 }
 
-SystemCalls wrapped() {
-    SystemCalls calls{};
+CallTables wrapped() {
+    CallTables calls;
     wrapFileCalls(calls);
     wrapNameCalls(calls);
     wrapAttributeCalls(calls);
     wrapProcessCalls(calls);
     wrapSocketCalls(calls);
-    // A new entry of the table has its errors told above.
-    if (sizeof calls != static_cast<std::size_t>(wrappedCalls) * sizeof(void*)) std::abort();
+    // A new entry of the tables has its errors listed above.
+    if (wrappedCalls != kCallCount) std::abort();
     return calls;
 }
 
-const SystemCalls failingCalls = wrapped();
+const CallTables failingCalls = wrapped();
 
 bool allocationFails() {
     return hits(Trouble::NoAllocation, "operator new");
@@ -240,7 +238,7 @@ FaultInjection::FaultInjection(const std::optional<Fault>& wanted) {
     for (std::atomic<int>& calls : callsOf) calls = 0;
     hasHappened = false;
     firstCall = "";
-    next = platform::posix::exchangeSystemCalls(&failingCalls);
+    next = exchangeCallTables({&failingCalls.shared, &failingCalls.own});
     isArmed.store(true, std::memory_order_release);
     setAllocationFails(allocationFails);
 }
@@ -249,7 +247,7 @@ FaultInjection::FaultInjection(const std::optional<Fault>& wanted) {
 FaultInjection::~FaultInjection() {
     setAllocationFails(nullptr);
     isArmed.store(false, std::memory_order_release);
-    platform::posix::exchangeSystemCalls(next);
+    exchangeCallTables(next);
 }
 
 bool FaultInjection::happened() {

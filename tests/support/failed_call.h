@@ -1,4 +1,4 @@
-// How a call of the table of system calls fails.
+// How a call of the tables of system calls fails.
 #pragma once
 
 #include <sys/mman.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <type_traits>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "tests/support/call_tables.h"
 
 namespace quillmoor::test {
 
@@ -29,7 +29,7 @@ Result failedCall(int error, Arguments... arguments) {
     if constexpr (isSame<Member, &Calls::pthread_create>) return EAGAIN;
     if constexpr (isSame<Member, &Calls::posix_spawn>) return error;
     errno = error;
-    if constexpr (isOneOf<Member, &Calls::mmap, &Calls::mremap>)
+    if constexpr (isOneOf<Member, &Calls::mmap, &LinuxCalls::mremap>)
         return MAP_FAILED;
     else if constexpr (std::is_pointer_v<Result>)
         return nullptr;

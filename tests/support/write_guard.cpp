@@ -15,13 +15,12 @@
 #include <vector>
 
 #include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "tests/support/call_tables.h"
 
 namespace quillmoor::test {
 namespace {
 
 using platform::posix::Descriptor;
-using platform::posix::SystemCalls;
 
 std::mutex mutex;
 std::vector<std::string> roots;
@@ -190,8 +189,9 @@ SystemCalls guardedCalls() {
     calls.fsetxattr = [](int file, const char* name, const void* value, std::size_t size) {
         return guardedFile<&SystemCalls::fsetxattr>("fsetxattr", file, name, value, size);
     };
-    calls.setItemFlags = [](int file, int flags) {
-        return guardedFile<&SystemCalls::setItemFlags>("setItemFlags", file, flags);
+    calls.cloneFile = [](int from, int folder, const char* name, bool* cloned) {
+        if (!mayChange("cloneFile", folder, name, Follow::No)) return -1;
+        return native().cloneFile(from, folder, name, cloned);
     };
     calls.mkdirat = [](int folder, const char* name, mode_t mode) {
         return guardedEntry<&SystemCalls::mkdirat>("mkdirat", folder, name, mode);
@@ -230,6 +230,15 @@ SystemCalls guardedCalls() {
     return calls;
 }
 
+LinuxCalls guardedLinuxCalls() {
+    LinuxCalls calls = platform::linux_::nativeLinuxCalls();
+    calls.setItemFlags = [](int file, int flags) {
+        if (!mayChangeFile("setItemFlags", file)) return -1;
+        return platform::linux_::nativeLinuxCalls().setItemFlags(file, flags);
+    };
+    return calls;
+}
+
 std::string realPath(const std::string& path) {
     char* resolved = ::realpath(path.c_str(), nullptr);
     if (resolved == nullptr) return path;
@@ -242,7 +251,8 @@ std::string realPath(const std::string& path) {
 
 void installWriteGuard() {
     static const SystemCalls calls = guardedCalls();
-    platform::posix::exchangeSystemCalls(&calls);
+    static const LinuxCalls linuxCalls = guardedLinuxCalls();
+    exchangeCallTables({&calls, &linuxCalls});
 }
 
 AllowWritesBelow::AllowWritesBelow(const std::string& path) : root_(realPath(path)) {

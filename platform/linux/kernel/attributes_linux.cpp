@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <ratio>
 
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/linux/kernel/immutable_flag_linux.h"
 #include "platform/native_services.h"
 #include "platform/posix/fs/place_posix.h"
@@ -84,7 +85,7 @@ class LinuxAttributes : public Attributes {
         ItemAttributes item;
         if (posix::locate(path, place) != 0 ||
             posix::statusOf(place, FollowLink::No, status) != 0 ||
-            systemCalls().isImmutable(place.folder.get(), place.name.c_str(), &item.isImmutable))
+            linuxCalls().isImmutable(place.folder.get(), place.name.c_str(), &item.isImmutable))
             return std::nullopt;
         item.size = static_cast<std::uint64_t>(status.st_size);
         item.modificationDate = dateOf(status.st_mtim);

@@ -1,13 +1,10 @@
 #include <fcntl.h>
-#include <sys/wait.h>
-
-// Early versions of this header forget to say that they declare C functions.
-extern "C" {
 #include <sys/pidfd.h>
-}
+#include <sys/wait.h>
 
 #include <cerrno>
 
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/posix/ground/standard_streams_posix.h"
 #include "platform/posix/ground/system_calls_posix.h"
 #include "platform/posix/process/child_system_posix.h"
@@ -19,7 +16,7 @@ int closeAllButStandardStreams(posix_spawn_file_actions_t* actions) {
 }
 
 Descriptor openExitDescriptor(pid_t child) {
-    return aboveStandardStreams(Descriptor(systemCalls().pidfd_open(child, 0)));
+    return aboveStandardStreams(Descriptor(linux_::linuxCalls().pidfd_open(child, 0)));
 }
 
 int waitForChild(const Descriptor& exitDescriptor, pid_t child, siginfo_t* info, int options) {
@@ -30,7 +27,7 @@ int waitForChild(const Descriptor& exitDescriptor, pid_t child, siginfo_t* info,
 
 int signalChild(const Descriptor& exitDescriptor, pid_t child, int signal) {
     return exitDescriptor
-               ? systemCalls().pidfd_send_signal(exitDescriptor.get(), signal, nullptr, 0)
+               ? linux_::linuxCalls().pidfd_send_signal(exitDescriptor.get(), signal, nullptr, 0)
                : systemCalls().kill(child, signal);
 }
 

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include "platform/linux/ground/absolute_path_linux.h"
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/native_services.h"
 #include "platform/posix/fs/place_posix.h"
 #include "platform/posix/ground/system_calls_posix.h"
@@ -58,7 +59,7 @@ int openItem(const FileReference& reference, OpenItem& item) {
     item.file = Descriptor(systemCalls().openat(place.folder.get(), place.name.c_str(), flags, 0));
     bool isHfsPlus = false;
     if (!item.file || systemCalls().fstat(item.file.get(), &item.status) != 0 ||
-        systemCalls().isHfsPlus(item.file.get(), &isHfsPlus) != 0)
+        linuxCalls().isHfsPlus(item.file.get(), &isHfsPlus) != 0)
         return errno;
     if (isHfsPlus) item.attribute = kOnHfsPlus;
     return names(reference, item.status) ? 0 : ESTALE;

@@ -5,6 +5,7 @@
 #include <linux/fs.h>
 #include <sys/stat.h>
 
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
@@ -14,9 +15,9 @@ using posix::systemCalls;
 
 int change(int file, bool immutable) {
     int flags = 0;
-    if (systemCalls().getItemFlags(file, &flags) != 0) return errno;
+    if (linuxCalls().getItemFlags(file, &flags) != 0) return errno;
     const int wanted = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
-    return systemCalls().setItemFlags(file, wanted) == 0 ? 0 : errno;
+    return linuxCalls().setItemFlags(file, wanted) == 0 ? 0 : errno;
 }
 
 }  // namespace
@@ -28,7 +29,7 @@ int setImmutable(const posix::Place& place, bool immutable) {
     const int missing = posix::statusOf(place, posix::FollowLink::No, status);
     if (missing != 0) return missing;
     bool isImmutable = false;
-    if (systemCalls().isImmutable(folder, name, &isImmutable) != 0) return errno;
+    if (linuxCalls().isImmutable(folder, name, &isImmutable) != 0) return errno;
     if (isImmutable == immutable) return 0;
     // Opening a device or a pipe would not leave it alone, and a link has no such flag.
     if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) return EOPNOTSUPP;

@@ -1,12 +1,14 @@
 #include "platform/posix/ground/kernel_calls_posix.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <stdio.h>
+#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <string_view>
@@ -25,12 +27,30 @@ bool hasAttribute(const struct statx& status, std::uint64_t attributes) {
 
 }  // namespace
 
+const int kNoSuchAttributeError = ENODATA;
+
+int openPipe(int ends[2]) {
+    return ::pipe2(ends, O_CLOEXEC);
+}
+
+int openWakePair(int ends[2]) {
+    ends[0] = ends[1] = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    return ends[0] < 0 ? -1 : 0;
+}
+
 int renameNoReplace(int folder, const char* name, int newFolder, const char* newName) {
     return ::renameat2(folder, name, newFolder, newName, RENAME_NOREPLACE);
 }
 
-int cloneFile(int from, int to) {
-    return ::ioctl(to, FICLONE, from);
+int cloneFile(int from, int folder, const char* name, bool* cloned) {
+    constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
+    const int made = systemCalls().openat(folder, name, kNew, S_IRUSR | S_IWUSR);
+    *cloned = made >= 0 && ::ioctl(made, FICLONE, from) == 0;
+    return made;
+}
+
+int reserveSpace(int file, off_t size) {
+    return ::fallocate(file, FALLOC_FL_KEEP_SIZE, 0, size);
 }
 
 ssize_t listExtendedAttributes(int file, char* names, std::size_t size) {
@@ -45,22 +65,6 @@ int setExtendedAttribute(int file, const char* name, const void* value, std::siz
     return ::fsetxattr(file, name, value, size, 0);
 }
 
-int isHfsPlus(int file, bool* answer) {
-    // Not in the kernel's list of magic numbers for everybody.
-    constexpr auto kHfsPlus = 0x482B;
-    struct statfs status {};
-    if (::fstatfs(file, &status) != 0) return -1;
-    *answer = status.f_type == kHfsPlus;
-    return 0;
-}
-
-int isImmutable(int folder, const char* name, bool* answer) {
-    struct statx status {};
-    if (::statx(folder, name, kItemItself, 0, &status) != 0) return -1;
-    *answer = hasAttribute(status, STATX_ATTR_IMMUTABLE);
-    return 0;
-}
-
 int getRemovalTraits(int folder, const char* name, RemovalTraits* traits) {
     struct statx status {};
     if (::statx(folder, name, kItemItself, STATX_TYPE | STATX_UID, &status) != 0) return -1;
@@ -69,14 +73,6 @@ int getRemovalTraits(int folder, const char* name, RemovalTraits* traits) {
     traits->owner = status.stx_uid;
     traits->type = status.stx_mode & S_IFMT;
     return 0;
-}
-
-int getItemFlags(int file, int* flags) {
-    return ::ioctl(file, FS_IOC_GETFLAGS, flags);
-}
-
-int setItemFlags(int file, int flags) {
-    return ::ioctl(file, FS_IOC_SETFLAGS, &flags);
 }
 
 bool isCopiedAttribute(const char* name, bool ownerKept) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/posix/ground/system_calls_posix.h"
 #include "platform/posix/process/memory_mapping_posix.h"
 
@@ -38,10 +39,10 @@ char* mapMemory(std::size_t size) {
 }
 
 char* growMapping(char* bytes, std::size_t size, std::size_t newSize) {
-    if (systemCalls().mremap(bytes, size, newSize, 0, nullptr) != MAP_FAILED) return bytes;
+    if (linux_::linuxCalls().mremap(bytes, size, newSize, 0, nullptr) != MAP_FAILED) return bytes;
     char* const place = reserveAligned(newSize);
     if (place == nullptr) return nullptr;
-    if (systemCalls().mremap(bytes, size, newSize, MREMAP_MAYMOVE | MREMAP_FIXED, place) ==
+    if (linux_::linuxCalls().mremap(bytes, size, newSize, MREMAP_MAYMOVE | MREMAP_FIXED, place) ==
         MAP_FAILED) {
         ::munmap(place, newSize);
         return nullptr;

@@ -1,4 +1,3 @@
-#include "platform/posix/ground/system_calls_posix.h"
 #include "platform/process_info.h"
 
 #include <sys/random.h>
@@ -13,6 +12,7 @@
 #include <optional>
 
 #include "platform/linux/ground/assignments_linux.h"
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/linux/ground/small_file_linux.h"
 #include "platform/native_services.h"
 
@@ -25,7 +25,7 @@ constexpr std::size_t kLongestReleaseFile = std::size_t{64} << 10;
 // counter that follow still tell one string from the next.
 std::string randomUUID() {
     std::array<unsigned char, 16> b{};
-    [[maybe_unused]] const ssize_t filled = posix::systemCalls().getrandom(b.data(), b.size(), 0);
+    [[maybe_unused]] const ssize_t filled = linux_::linuxCalls().getrandom(b.data(), b.size(), 0);
     b[6] = static_cast<unsigned char>((b[6] & 0x0F) | 0x40);
     b[8] = static_cast<unsigned char>((b[8] & 0x3F) | 0x80);
     std::array<char, 37> text{};

@@ -29,15 +29,25 @@ int unlessRefused(int result) {
     return result == 0 || isRefusal(errno) ? 0 : errno;
 }
 
+// The dates of access and of change, by whichever names the system has for them.
+template <typename Status>
+constexpr bool kHasShortNames = requires(const Status& status) {
+    status.st_mtim;
+};
+
 struct Dates {
     timespec times[2];
-    explicit Dates(const struct stat& status)
-#ifdef __APPLE__
-        : times{status.st_atimespec, status.st_mtimespec} {}
-#else
-        : times{status.st_atim, status.st_mtim} {
+
+    template <typename Status>
+    explicit Dates(const Status& status) {
+        if constexpr (kHasShortNames<Status>) {
+            times[0] = status.st_atim;
+            times[1] = status.st_mtim;
+        } else {
+            times[0] = status.st_atimespec;
+            times[1] = status.st_mtimespec;
+        }
     }
-#endif
 };
 
 int copyAttribute(int original, int made, const char* name) {
@@ -50,7 +60,7 @@ int copyAttribute(int original, int made, const char* name) {
         value.resize(static_cast<std::size_t>(size));
         size = calls.fgetxattr(original, name, value.data(), value.size());
     }
-    if (size < 0) return isRefusal(errno) || errno == ENODATA ? 0 : errno;
+    if (size < 0) return isRefusal(errno) || errno == kNoSuchAttributeError ? 0 : errno;
     return unlessRefused(calls.fsetxattr(made, name, value.data(), static_cast<std::size_t>(size)));
 }
 
@@ -136,17 +146,30 @@ int ItemCopier::copy(int folder, const char* name, mode_t type, int newFolder,
 }
 
 int ItemCopier::copyFile(int folder, const char* name, int newFolder, const char* newName) {
-    const SystemCalls& calls = systemCalls();
     Descriptor original;
     struct stat status;
     int error = openAs(S_IFREG, folder, name, original, status);
     if (error != 0) return error;
-    Descriptor made(calls.openat(newFolder, newName, kCreateFile, kPrivate));
-    if (!made) return errno;
-    somethingMade_ = true;
-    error = data_.copy(original.get(), made.get(), status);
+    Descriptor made;
+    bool cloned = false;
+    error = createFile(original.get(), status, newFolder, newName, made, cloned);
+    if (error == 0 && !cloned) error = data_.copy(original.get(), made.get(), status);
     if (error == 0) error = copyAttributes(original.get(), made.get(), status);
     return error != 0 ? error : closeChecked(made);
+}
+
+// `cloned` reports whether the file has its contents already.
+int ItemCopier::createFile(int original, const struct stat& status, int newFolder,
+                           const char* newName, Descriptor& made, bool& cloned) {
+    const SystemCalls& calls = systemCalls();
+    const bool tries = mayClone_ && status.st_size > 0;
+    made = Descriptor(tries ? calls.cloneFile(original, newFolder, newName, &cloned)
+                            : calls.openat(newFolder, newName, kCreateFile, kPrivate));
+    if (!made) return errno;
+    somethingMade_ = true;
+    if (cloned) control_.add(static_cast<std::uint64_t>(status.st_size), 0);
+    if (tries) mayClone_ = cloned;
+    return 0;
 }
 
 int ItemCopier::copyLink(int folder, const char* name, int newFolder, const char* newName) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/posix/fs/tree_data_posix.h"
+#include "platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::posix {
 
@@ -23,11 +24,14 @@ class ItemCopier {
 
   private:
     int copyFile(int folder, const char* name, int newFolder, const char* newName);
+    int createFile(int original, const struct stat& status, int newFolder, const char* newName,
+                   Descriptor& made, bool& cloned);
     int copyLink(int folder, const char* name, int newFolder, const char* newName);
     int copyFifo(int folder, const char* name, int newFolder, const char* newName);
 
     const CopyControl& control_;
     FileDataCopier data_;
+    bool mayClone_ = true;  // until the file system reports that it cannot
     bool somethingMade_ = false;
 };
 

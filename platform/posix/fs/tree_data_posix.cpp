@@ -29,25 +29,10 @@ bool isLong(off_t length) {
     return length >= kLong && length != kUnknownLength;
 }
 
-// Room for a large file in one piece, where the file system can; the size stays as it is. Nothing
-// depends on it.
-void reserve([[maybe_unused]] int file, [[maybe_unused]] off_t size) {
-#ifdef __linux__
-    if (size > kBufferSize) systemCalls().fallocate(file, FALLOC_FL_KEEP_SIZE, 0, size);
-#endif
-}
-
 }  // namespace
 
 int FileDataCopier::copy(int from, int to, const struct stat& status) {
     const off_t size = status.st_size;
-    if (size > 0 && mayClone_) {
-        if (systemCalls().cloneFile(from, to) == 0) {
-            skip(size);
-            return 0;
-        }
-        mayClone_ = false;
-    }
     const bool hasHoles = status.st_blocks < size / kBlock;
     return hasHoles ? copyRegions(from, to, size) : copyWhole(from, to, size);
 }
@@ -90,7 +75,7 @@ int FileDataCopier::copyRegions(int from, int to, off_t size) {
 
 // So much as it had at the start, unless it has been cut meanwhile or does not tell its size.
 int FileDataCopier::copyWhole(int from, int to, off_t size) {
-    reserve(to, size);
+    if (size > kBufferSize) systemCalls().reserveSpace(to, size);
     off_t copied = 0;
     const int error = copyNext(from, to, size > 0 ? size : kUnknownLength, copied);
     if (error != 0 || copied >= size) return error;

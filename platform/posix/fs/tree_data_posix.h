@@ -28,9 +28,9 @@ class FileDataCopier {
     // `control` is told of bytes, not of items.
     explicit FileDataCopier(const CopyControl& control) : control_(control) {}
 
-    // Fills the empty file `to` with what `from` holds, from where both stand: shares the blocks
-    // where the file system can, else reads and writes, and leaves holes where there are holes.
-    // `status` is of `from`. Answers 0 or the error number, ECANCELED after a stop.
+    // Fills the empty file `to` with what `from` holds, from where both stand, and leaves holes
+    // where there are holes. `status` is of `from`. Answers 0 or the error number, ECANCELED after
+    // a stop.
     int copy(int from, int to, const struct stat& status);
 
   private:
@@ -44,7 +44,6 @@ class FileDataCopier {
 
     const CopyControl& control_;
     std::unique_ptr<char[]> buffer_;
-    bool mayClone_ = true;  // until the file system says that it cannot
 };
 
 }  // namespace quillmoor::platform::posix

@@ -1,5 +1,6 @@
-// System calls that every kernel has and each spells its own way. Defined in the folder of the
-// system; everybody else reaches them through the table in system_calls_posix.h.
+// The hooks for calls that every kernel has and each spells its own way. The back-end's own folder
+// defines them; everybody else reaches those of the first group through the table in
+// system_calls_posix.h. Unless said otherwise they return -1 with errno on failure.
 #pragma once
 
 #include <sys/types.h>
@@ -8,20 +9,66 @@
 
 namespace quillmoor::platform::posix {
 
-struct RemovalTraits;
+// What decides, besides the modes, whether an item may be removed.
+struct RemovalTraits {
+    bool isFixed = false;       // immutable or append-only
+    bool isMountPoint = false;  // something is mounted on it
+    uid_t owner = 0;
+    mode_t type = 0;  // the type bits of its mode
+};
 
+// Two close-on-exec descriptors of a new pipe, the reading end first. Called by Pipe and by each
+// launch. EMFILE, ENFILE.
+int openPipe(int ends[2]);
+
+// Two close-on-exec, non-blocking descriptors: eight bytes written to the second make the first
+// readable, until it is read empty with a buffer of at least eight bytes. Both may be the same
+// descriptor, one that counts events; a pipe will do. Called by WakeDescriptor. EMFILE, ENFILE.
+int openWakePair(int ends[2]);
+
+// rename(2) that never replaces: EEXIST where anything has the new name; EINVAL, ENOSYS or ENOTSUP
+// where the file system cannot promise that, and posix/fs/rename then does without. Called for each
+// move, and at the end of each copy and atomic write.
 int renameNoReplace(int folder, const char* name, int newFolder, const char* newName);
-int cloneFile(int from, int to);
-ssize_t listExtendedAttributes(int file, char* names, std::size_t size);
-ssize_t getExtendedAttribute(int file, const char* name, void* value, std::size_t size);
-int setExtendedAttribute(int file, const char* name, const void* value, std::size_t size);
-int isHfsPlus(int file, bool* answer);
-int isImmutable(int folder, const char* name, bool* answer);
-int getRemovalTraits(int folder, const char* name, RemovalTraits* traits);
-int getItemFlags(int file, int* flags);
-int setItemFlags(int file, int flags);
 
-// The attribute is part of the item, not of the place where it stands.
+// Makes the file `name` in `folder`, readable and writable by its owner alone, and returns its
+// close-on-exec descriptor, open for writing. EEXIST where anything has that name, a dangling link
+// included. `cloned` reports whether the file shares the blocks of the open file `from`, and with
+// them has its contents; else it is empty, as on file systems that cannot. Called for each file
+// that is copied, until one is not cloned.
+int cloneFile(int from, int folder, const char* name, bool* cloned);
+
+// Sets aside room on the disk for a file that is about to get `size` bytes; its size stays as it
+// is. Nothing depends on it: the result is not looked at. Called for large files that are copied.
+int reserveSpace(int file, off_t size);
+
+// The names of the extended attributes of an open item, each ended by a NUL; the size of all of
+// them, also when `names` is null and `size` 0. ERANGE when they do not fit; ENOTSUP, EPERM or
+// EACCES where there are none to be had, which is no failure of a copy. Called for each item that
+// is copied.
+ssize_t listExtendedAttributes(int file, char* names, std::size_t size);
+
+// The value of one of them, and its size, likewise. ERANGE when it does not fit;
+// kNoSuchAttributeError when it is gone. Called for each attribute that is copied.
+ssize_t getExtendedAttribute(int file, const char* name, void* value, std::size_t size);
+
+// Makes or replaces an attribute. ENOTSUP, EPERM or EACCES where it cannot be kept, which is no
+// failure of a copy; ENOSPC. Called likewise.
+int setExtendedAttribute(int file, const char* name, const void* value, std::size_t size);
+
+// What else may forbid an item's removal; of a link, the link itself. What the file system does not
+// know is not set. Called for each item before a tree is moved to a Trash on another file system.
+int getRemovalTraits(int folder, const char* name, RemovalTraits* traits);
+
+// Not in the table: these cannot fail.
+
+// What getExtendedAttribute reports for an attribute that is not there: ENODATA on Linux, ENOATTR
+// elsewhere.
+extern const int kNoSuchAttributeError;
+
+// True when an attribute is part of the item, not of the place where it is, and is copied with it.
+// `ownerKept` is false for a copy that has another owner: what gives a program more rights than its
+// starter's is then left behind. Called for each attribute of an item that is copied.
 bool isCopiedAttribute(const char* name, bool ownerKept);
 
 }  // namespace quillmoor::platform::posix

@@ -4,20 +4,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <unistd.h>
-
-#ifdef __linux__
-#include <sys/eventfd.h>
-#include <sys/mman.h>
-#include <sys/random.h>
-
-// Early versions of this header forget to say that they declare C functions.
-extern "C" {
-#include <sys/pidfd.h>
-}
-#else
-#include <sys/mman.h>
-#endif
 
 #include <csignal>
 
@@ -33,27 +21,6 @@ int openAt(int folder, const char* name, int flags, mode_t mode) {
 int control(int file, int command, int argument) {
     return ::fcntl(file, command, argument);
 }
-
-#ifdef __linux__
-
-int openPipe(int ends[2]) {
-    return ::pipe2(ends, O_CLOEXEC);
-}
-
-void* remap(void* start, std::size_t size, std::size_t newSize, int flags, void* place) {
-    return ::mremap(start, size, newSize, flags, place);
-}
-
-#else
-
-int openPipe(int ends[2]) {
-    if (::pipe(ends) != 0) return -1;
-    ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
-    ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
-    return 0;
-}
-
-#endif
 
 constexpr SystemCalls kNative{
     .openat = openAt,
@@ -86,15 +53,13 @@ constexpr SystemCalls kNative{
     .futimens = ::futimens,
     .utimensat = ::utimensat,
     .cloneFile = cloneFile,
+    .reserveSpace = reserveSpace,
     .flistxattr = listExtendedAttributes,
     .fgetxattr = getExtendedAttribute,
     .fsetxattr = setExtendedAttribute,
-    .isHfsPlus = isHfsPlus,
-    .isImmutable = isImmutable,
     .getRemovalTraits = getRemovalTraits,
-    .getItemFlags = getItemFlags,
-    .setItemFlags = setItemFlags,
     .pipe = openPipe,
+    .wakePair = openWakePair,
     .poll = ::poll,
     .socket = ::socket,
     .socketpair = ::socketpair,
@@ -110,16 +75,6 @@ constexpr SystemCalls kNative{
     .waitid = ::waitid,
     .kill = ::kill,
     .mmap = ::mmap,
-#ifdef __linux__
-    .statx = ::statx,
-    .fallocate = ::fallocate,
-    .eventfd = ::eventfd,
-    .accept4 = ::accept4,
-    .pidfd_open = ::pidfd_open,
-    .pidfd_send_signal = ::pidfd_send_signal,
-    .mremap = remap,
-    .getrandom = ::getrandom,
-#endif
 };
 
 }  // namespace

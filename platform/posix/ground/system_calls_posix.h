@@ -1,9 +1,10 @@
 // The system calls that a test may want to fail or to watch, in one table. A test build differs
-// from any other only in what is in the table.
+// from any other only in what is in the table. What only one system has is in a table of that
+// system's folder.
 //
 // Each entry is its system call: the same arguments, and the same result on failure: -1 (or null,
-// or MAP_FAILED) and errno, or the error number itself where the call returns that. openat and pipe
-// open close-on-exec descriptors.
+// or MAP_FAILED) and errno, or the error number itself where the call returns that. openat opens
+// close-on-exec descriptors.
 #pragma once
 
 #include <dirent.h>
@@ -18,15 +19,9 @@
 #include <atomic>
 #include <cstddef>
 
-namespace quillmoor::platform::posix {
+#include "platform/posix/ground/kernel_calls_posix.h"
 
-// What decides, besides the modes, whether an item may be removed.
-struct RemovalTraits {
-    bool isFixed = false;       // immutable or append-only
-    bool isMountPoint = false;  // something is mounted on it
-    uid_t owner = 0;
-    mode_t type = 0;  // the type bits of its mode
-};
+namespace quillmoor::platform::posix {
 
 struct SystemCalls {
     int (*openat)(int folder, const char* name, int flags, mode_t mode);
@@ -54,8 +49,6 @@ struct SystemCalls {
     int (*linkat)(int folder, const char* name, int newFolder, const char* newName, int flags);
     int (*unlinkat)(int folder, const char* name, int flags);
     int (*renameat)(int folder, const char* name, int newFolder, const char* newName);
-    // Fails with EEXIST where anything has the new name, with EINVAL, ENOSYS or ENOTSUP where the
-    // file system cannot promise that.
     int (*renameNoReplace)(int folder, const char* name, int newFolder, const char* newName);
 
     int (*fchmod)(int file, mode_t mode);
@@ -65,24 +58,16 @@ struct SystemCalls {
     int (*futimens)(int file, const struct timespec times[2]);
     int (*utimensat)(int folder, const char* name, const struct timespec times[2], int flags);
 
-    // Has the empty file `to` share the blocks of `from`.
-    int (*cloneFile)(int from, int to);
-    // Names, each ended by a NUL.
+    // These, and renameNoReplace, pipe and wakePair, are hooks: see kernel_calls_posix.h.
+    int (*cloneFile)(int from, int folder, const char* name, bool* cloned);
+    int (*reserveSpace)(int file, off_t size);
     ssize_t (*flistxattr)(int file, char* names, std::size_t size);
     ssize_t (*fgetxattr)(int file, const char* name, void* value, std::size_t size);
     int (*fsetxattr)(int file, const char* name, const void* value, std::size_t size);
-    int (*isHfsPlus)(int file, bool* answer);
-
-    // The item cannot be changed, renamed or removed; of a link, the link itself. NO where the file
-    // system does not know.
-    int (*isImmutable)(int folder, const char* name, bool* answer);
-    // What else may forbid an item's removal; of a link, the link itself.
     int (*getRemovalTraits)(int folder, const char* name, RemovalTraits* traits);
-    // All flags of an open item, the immutable one among them.
-    int (*getItemFlags)(int file, int* flags);
-    int (*setItemFlags)(int file, int flags);
 
     int (*pipe)(int ends[2]);
+    int (*wakePair)(int ends[2]);
     int (*poll)(pollfd* polled, nfds_t count, int milliseconds);
     int (*socket)(int domain, int type, int protocol);
     int (*socketpair)(int domain, int type, int protocol, int ends[2]);
@@ -104,17 +89,6 @@ struct SystemCalls {
     int (*kill)(pid_t process, int signal);
 
     void* (*mmap)(void* start, std::size_t size, int protection, int flags, int file, off_t offset);
-
-#ifdef __linux__
-    int (*statx)(int folder, const char* name, int flags, unsigned mask, struct statx* status);
-    int (*fallocate)(int file, int mode, off_t offset, off_t size);
-    int (*eventfd)(unsigned value, int flags);
-    int (*accept4)(int socket, sockaddr* address, socklen_t* size, int flags);
-    int (*pidfd_open)(pid_t process, unsigned flags);
-    int (*pidfd_send_signal)(int process, int signal, siginfo_t* info, unsigned flags);
-    void* (*mremap)(void* start, std::size_t size, std::size_t newSize, int flags, void* place);
-    ssize_t (*getrandom)(void* bytes, std::size_t size, unsigned flags);
-#endif
 };
 
 namespace detail {

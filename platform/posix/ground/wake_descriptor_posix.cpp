@@ -2,17 +2,12 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <utility>
 
 #include "platform/exception.h"
 #include "platform/posix/ground/error_text_posix.h"
 #include "platform/posix/ground/standard_streams_posix.h"
 #include "platform/posix/ground/system_calls_posix.h"
-
-#ifdef __linux__
-#include <sys/eventfd.h>
-#else
-#include <fcntl.h>
-#endif
 
 namespace quillmoor::platform::posix {
 namespace {
@@ -24,51 +19,31 @@ namespace {
 
 }  // namespace
 
-#ifdef __linux__
-
-WakeDescriptor::WakeDescriptor()
-    : waiting_(
-          aboveStandardStreams(Descriptor(systemCalls().eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)))) {
+WakeDescriptor::WakeDescriptor() {
+    int ends[2];
+    if (systemCalls().wakePair(ends) != 0) throwNoDescriptor();
+    waiting_ = Descriptor(ends[0]);
+    if (ends[1] != ends[0]) {
+        signalling_ = aboveStandardStreams(Descriptor(ends[1]));
+        if (!signalling_) throwNoDescriptor();
+    }
+    waiting_ = aboveStandardStreams(std::move(waiting_));
     if (!waiting_) throwNoDescriptor();
 }
 
 void WakeDescriptor::signal() {
+    const int end = signalling_ ? signalling_.get() : waiting_.get();
     const std::uint64_t one = 1;
-    while (systemCalls().write(waiting_.get(), &one, sizeof one) < 0 && errno == EINTR) {
+    while (systemCalls().write(end, &one, sizeof one) < 0 && errno == EINTR) {
     }
 }
 
+// A counter gives all that it has at once; a pipe is empty when it gives less than was asked for.
 void WakeDescriptor::clear() {
-    std::uint64_t count;
-    while (systemCalls().read(waiting_.get(), &count, sizeof count) < 0 && errno == EINTR) {
-    }
+    std::uint64_t counts[64];
+    ssize_t size = 0;
+    do size = systemCalls().read(waiting_.get(), counts, sizeof counts);
+    while (size == sizeof counts || (size < 0 && errno == EINTR));
 }
-
-#else
-
-WakeDescriptor::WakeDescriptor() {
-    int ends[2];
-    if (systemCalls().pipe(ends) != 0) throwNoDescriptor();
-    waiting_ = aboveStandardStreams(Descriptor(ends[0]));
-    signalling_ = aboveStandardStreams(Descriptor(ends[1]));
-    if (!waiting_ || !signalling_) throwNoDescriptor();
-    for (const int end : {waiting_.get(), signalling_.get()})
-        systemCalls().fcntl(end, F_SETFL, O_NONBLOCK);
-}
-
-void WakeDescriptor::signal() {
-    const char one = 1;
-    while (systemCalls().write(signalling_.get(), &one, 1) < 0 && errno == EINTR) {
-    }
-}
-
-void WakeDescriptor::clear() {
-    char bytes[64];
-    ssize_t count = 0;
-    do count = systemCalls().read(waiting_.get(), bytes, sizeof bytes);
-    while (count > 0 || (count < 0 && errno == EINTR));
-}
-
-#endif
 
 }  // namespace quillmoor::platform::posix

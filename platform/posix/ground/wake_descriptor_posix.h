@@ -17,7 +17,7 @@ class WakeDescriptor {
 
   private:
     Descriptor waiting_;
-    Descriptor signalling_;  // the writing end, where one descriptor cannot do both
+    Descriptor signalling_;  // where one descriptor cannot do both
 };
 
 }  // namespace quillmoor::platform::posix

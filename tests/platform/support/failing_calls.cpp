@@ -1,16 +1,13 @@
 #include "tests/platform/support/failing_calls.h"
 
 #include <atomic>
-#include <type_traits>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "tests/support/call_tables.h"
 #include "tests/support/failed_call.h"
 #include "tests/support/failing_allocations.h"
 
 namespace quillmoor::test {
 namespace {
-
-using platform::posix::SystemCalls;
 
 // Which of many fails.
 struct Plan {
@@ -30,7 +27,7 @@ struct Plan {
     bool happened() const { return count >= nth; }
 };
 
-const SystemCalls* next = nullptr;
+CallTablesInForce next;
 Plan calls;
 int failingError = 0;
 Plan allocations;
@@ -43,50 +40,44 @@ struct Wrapper<Member, Result (*)(Arguments...)> {
         if (calls.isToFail()) return failedCall<Member, Result>(failingError, arguments...);
         // The table below may be the test's own guard.
         const NotCounted notCounted;
-        return (next->*Member)(arguments...);
+        return next.get<Member>()(arguments...);
     }
 };
 
-template <auto Member>
-void wrap(SystemCalls& table) {
-    using Function = std::remove_reference_t<decltype(table.*Member)>;
-    table.*Member = Wrapper<Member, Function>::call;
-}
-
 template <auto... Members>
-SystemCalls wrapped() {
-    static_assert(sizeof(SystemCalls) == sizeof...(Members) * sizeof(void*), "one is missing");
-    SystemCalls table{};
-    (wrap<Members>(table), ...);
-    return table;
+CallTables wrapped() {
+    static_assert(kCallCount == sizeof...(Members), "one is missing");
+    CallTables tables;
+    (tables.set<Members>(Wrapper<Members, typename EntryOf<Members>::Function>::call), ...);
+    return tables;
 }
 
 using Calls = SystemCalls;
-const SystemCalls failingCalls = wrapped<
+const CallTables failingCalls = wrapped<
     &Calls::openat, &Calls::read, &Calls::write, &Calls::lseek, &Calls::ftruncate, &Calls::fstat,
     &Calls::fstatat, &Calls::faccessat, &Calls::readlinkat, &Calls::fdopendir, &Calls::readdir,
     &Calls::mkdirat, &Calls::mkfifoat, &Calls::symlinkat, &Calls::linkat, &Calls::unlinkat,
     &Calls::renameat, &Calls::renameNoReplace, &Calls::fchmod, &Calls::fchmodat, &Calls::fchown,
     &Calls::fchownat, &Calls::futimens, &Calls::utimensat, &Calls::cloneFile, &Calls::flistxattr,
-    &Calls::fgetxattr, &Calls::fsetxattr, &Calls::isHfsPlus, &Calls::isImmutable,
-    &Calls::getRemovalTraits, &Calls::getItemFlags, &Calls::setItemFlags, &Calls::close,
+    &Calls::fgetxattr, &Calls::fsetxattr, &LinuxCalls::isHfsPlus, &LinuxCalls::isImmutable,
+    &Calls::getRemovalTraits, &LinuxCalls::getItemFlags, &LinuxCalls::setItemFlags, &Calls::close,
     &Calls::fcntl, &Calls::realpath, &Calls::mkdtemp, &Calls::pipe, &Calls::poll, &Calls::socket,
     &Calls::socketpair, &Calls::bind, &Calls::listen, &Calls::getsockopt, &Calls::sendmsg,
     &Calls::send, &Calls::recv, &Calls::posix_spawn, &Calls::pthread_create, &Calls::waitid,
-    &Calls::kill, &Calls::mmap, &Calls::fallocate, &Calls::eventfd, &Calls::accept4,
-    &Calls::pidfd_open, &Calls::pidfd_send_signal, &Calls::mremap, &Calls::getrandom, &Calls::flock,
-    &Calls::statx, &Calls::recvmsg>();
+    &Calls::kill, &Calls::mmap, &Calls::reserveSpace, &Calls::wakePair, &LinuxCalls::accept4,
+    &LinuxCalls::pidfd_open, &LinuxCalls::pidfd_send_signal, &LinuxCalls::mremap,
+    &LinuxCalls::getrandom, &Calls::flock, &LinuxCalls::statx, &Calls::recvmsg>();
 
 }  // namespace
 
 FailingCalls::FailingCalls(int nth, int error, Failing failing) {
     calls.start(nth, failing);
     failingError = error;
-    next = platform::posix::exchangeSystemCalls(&failingCalls);
+    next = exchangeCallTables({&failingCalls.shared, &failingCalls.own});
 }
 
 FailingCalls::~FailingCalls() {
-    platform::posix::exchangeSystemCalls(next);
+    exchangeCallTables(next);
 }
 
 bool FailingCalls::happened() const {

@@ -15,6 +15,7 @@ extern "C" {
 #include <string>
 #include <string_view>
 
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
@@ -35,8 +36,7 @@ Descriptor openPeer(int socket, pid_t pid) {
         posix::systemCalls().fcntl(process, F_SETFD, FD_CLOEXEC);
         return Descriptor(process);
     }
-    return errno == ENOPROTOOPT ? Descriptor(posix::systemCalls().pidfd_open(pid, 0))
-                                : Descriptor();
+    return errno == ENOPROTOOPT ? Descriptor(linuxCalls().pidfd_open(pid, 0)) : Descriptor();
 }
 
 // 0 where there is none, or it cannot be told.

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "base/types.h"
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/posix/fs/directory_posix.h"
 #include "platform/posix/ground/standard_streams_posix.h"
 #include "platform/posix/ground/system_calls_posix.h"
@@ -37,7 +38,7 @@ Descriptor openLocked(int parent, const char* folder) {
 mode_t modeOfOwn(int parent, const char* name) {
     struct statx status {};
     constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-    if (posix::systemCalls().statx(parent, name, kFlags, STATX_BASIC_STATS, &status) != 0 ||
+    if (linuxCalls().statx(parent, name, kFlags, STATX_BASIC_STATS, &status) != 0 ||
         (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0 || status.stx_uid != ::geteuid())
         return 0;
     return status.stx_mode;

@@ -13,6 +13,7 @@
 #include "platform/linux/authorization/channel/peer_linux.h"
 #include "platform/linux/desktop/tool_path_linux.h"
 #include "platform/linux/ground/environment_linux.h"
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/posix/ground/standard_streams_posix.h"
 #include "platform/posix/ground/system_calls_posix.h"
 
@@ -88,7 +89,7 @@ StringList Rendezvous::helperCommand() const {
 
 std::optional<Channel> Rendezvous::accept(pid_t launcher) {
     Descriptor caller = posix::aboveStandardStreams(
-        Descriptor(posix::systemCalls().accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
+        Descriptor(linuxCalls().accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
     if (!caller) {
         // Whoever knocks stays at the door until there is a descriptor.
         constexpr int kMilliseconds = 100;

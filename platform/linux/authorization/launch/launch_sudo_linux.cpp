@@ -12,6 +12,7 @@
 
 #include "platform/linux/authorization/launch/launch_programs_linux.h"
 #include "platform/linux/authorization/launch/prompt_answers_linux.h"
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/posix/ground/standard_streams_posix.h"
 #include "platform/posix/ground/system_calls_posix.h"
 
@@ -62,8 +63,7 @@ class PasswordLaunch {
 // A word that no other text can be mistaken for; empty when there is no randomness to be had.
 std::string randomWord() {
     std::array<std::uint8_t, 12> bytes{};
-    if (posix::systemCalls().getrandom(bytes.data(), bytes.size(), 0) !=
-        static_cast<ssize_t>(bytes.size()))
+    if (linuxCalls().getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
         return {};
     constexpr char kDigits[] = "0123456789abcdef";
     std::string word = "kx-";

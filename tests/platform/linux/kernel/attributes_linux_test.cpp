@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <limits>
 
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/platform.h"
 #include "platform/posix/ground/descriptor.h"
 #include "platform/posix/ground/system_calls_posix.h"
@@ -103,13 +104,13 @@ TEST_F(LinuxAttributes, OtherFlagsOfAnItemStay) {
     const std::string file = folder_.writeFile("file");
     const posix::Descriptor item(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
     int flags = 0;
-    if (posix::nativeSystemCalls().getItemFlags(item.get(), &flags) != 0 ||
-        posix::nativeSystemCalls().setItemFlags(item.get(), flags | kNoDump) != 0)
+    if (linux_::nativeLinuxCalls().getItemFlags(item.get(), &flags) != 0 ||
+        linux_::nativeLinuxCalls().setItemFlags(item.get(), flags | kNoDump) != 0)
         GTEST_SKIP() << "no flags here";
     const LockedItem locked(file);
     if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
     ASSERT_TRUE(attributes().setImmutable(file, false));
-    ASSERT_EQ(posix::nativeSystemCalls().getItemFlags(item.get(), &flags), 0);
+    ASSERT_EQ(linux_::nativeLinuxCalls().getItemFlags(item.get(), &flags), 0);
     EXPECT_EQ(flags & kNoDump, kNoDump);
 }
 

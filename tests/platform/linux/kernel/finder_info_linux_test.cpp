@@ -13,6 +13,7 @@
 #include "platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
+#include "tests/support/call_tables.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -127,11 +128,12 @@ TEST_F(LinuxFinderInfo, AnItemPutInTheOthersPlaceAtTheLastMomentIsLeftAlone) {
 // The file system of the Mac has no other names than its own below "osx.".
 TEST_F(LinuxFinderInfo, HasAnotherNameOnAMacsFileSystem) {
     static std::string asked;
-    posix::SystemCalls calls = posix::systemCalls();
-    calls.isHfsPlus = [](int, bool* answer) {
+    linux_::LinuxCalls linuxCalls = linux_::linuxCalls();
+    linuxCalls.isHfsPlus = [](int, bool* answer) {
         *answer = true;
         return 0;
     };
+    posix::SystemCalls calls = posix::systemCalls();
     calls.fgetxattr = [](int, const char* name, void*, std::size_t) -> ssize_t {
         asked = name;
         errno = ENODATA;
@@ -143,10 +145,10 @@ TEST_F(LinuxFinderInfo, HasAnotherNameOnAMacsFileSystem) {
     };
     CatalogInfo info;
     const FileReference made = reference(file_);
-    const auto* before = posix::exchangeSystemCalls(&calls);
+    const test::CallTablesInForce before = test::exchangeCallTables({&calls, &linuxCalls});
     EXPECT_EQ(finder().catalogInfo(made, info), 0);
     EXPECT_EQ(finder().setFinderInfo(made, info), 0);
-    posix::exchangeSystemCalls(before);
+    test::exchangeCallTables(before);
     EXPECT_EQ(asked, "osx.com.apple.FinderInfo osx.com.apple.FinderInfo");
 }
 

@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/support/temp_folder.h"
 
@@ -25,8 +25,7 @@ class ImmutableFlag : public testing::Test {
     }
     bool isImmutable(const std::string& name) const {
         bool immutable = false;
-        EXPECT_EQ(posix::systemCalls().isImmutable(AT_FDCWD, (folder_ / name).c_str(), &immutable),
-                  0);
+        EXPECT_EQ(linuxCalls().isImmutable(AT_FDCWD, (folder_ / name).c_str(), &immutable), 0);
         return immutable;
     }
     test::TempFolder folder_;

@@ -7,7 +7,6 @@
 
 #include "platform/posix/ground/descriptor.h"
 #include "platform/posix/ground/kernel_calls_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/support/temp_folder.h"
 
@@ -45,7 +44,7 @@ TEST_F(KernelCalls, AttributesAreSetReadAndListed) {
     EXPECT_EQ(getExtendedAttribute(file.get(), "user.kx", value, sizeof value), 5);
     EXPECT_STREQ(value, "value");
     EXPECT_EQ(getExtendedAttribute(file.get(), "user.other", value, sizeof value), -1);
-    EXPECT_EQ(errno, ENODATA);
+    EXPECT_EQ(errno, kNoSuchAttributeError);
 }
 
 TEST_F(KernelCalls, OnlyAttributesOfTheItemAreCopied) {
@@ -75,19 +74,48 @@ TEST_F(KernelCalls, TraitsAreThoseOfTheItemItself) {
     EXPECT_TRUE(traits.isMountPoint);
 }
 
-TEST_F(KernelCalls, AnOrdinaryItemIsNotImmutable) {
-    folder_.writeFile("file");
-    bool immutable = true;
-    EXPECT_EQ(isImmutable(self_.get(), "file", &immutable), 0);
-    EXPECT_FALSE(immutable);
-    EXPECT_EQ(isImmutable(self_.get(), "missing", &immutable), -1);
+TEST_F(KernelCalls, AMadeFileIsClonedWholeOrEmptyAndReplacesNothing) {
+    folder_.writeFile("file", "text");
+    folder_.makeLink("dangling", "nowhere");
+    const Descriptor file = open("file");
+    bool cloned = false;
+    const Descriptor made(cloneFile(file.get(), self_.get(), "copy", &cloned));
+    ASSERT_TRUE(made);
+    EXPECT_EQ(test::readFile(folder_ / "copy"), cloned ? "text" : "");
+    EXPECT_NE(::fcntl(made.get(), F_GETFD) & FD_CLOEXEC, 0);
+    EXPECT_EQ(::write(made.get(), "new!", 4), 4);
+    struct stat status {};
+    ASSERT_EQ(::fstat(made.get(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07077U, 0U);
+    for (const char* const taken : {"file", "dangling"}) {
+        EXPECT_EQ(cloneFile(file.get(), self_.get(), taken, &cloned), -1);
+        EXPECT_EQ(errno, EEXIST) << taken;
+    }
+    EXPECT_EQ(test::readFile(folder_ / "file"), "text");
+    EXPECT_FALSE(test::somethingAt(folder_ / "nowhere"));
 }
 
-TEST_F(KernelCalls, ThisFileSystemIsNotHfsPlus) {
-    bool isHfs = true;
-    EXPECT_EQ(isHfsPlus(self_.get(), &isHfs), 0);
-    EXPECT_FALSE(isHfs);
-    EXPECT_EQ(isHfsPlus(-1, &isHfs), -1);
+TEST_F(KernelCalls, ReservedSpaceLeavesTheSizeAsItIs) {
+    const Descriptor file(::open(folder_.writeFile("file").c_str(), O_WRONLY | O_CLOEXEC));
+    if (reserveSpace(file.get(), 1 << 20) != 0) GTEST_SKIP() << "nothing is reserved here";
+    struct stat status {};
+    ASSERT_EQ(::fstat(file.get(), &status), 0);
+    EXPECT_EQ(status.st_size, 0);
+    EXPECT_GE(status.st_blocks * 512, 1 << 20);
+}
+
+TEST_F(KernelCalls, PipesAndWakePairsAreClosedByAnExec) {
+    int ends[2];
+    ASSERT_EQ(openPipe(ends), 0);
+    const Descriptor reading(ends[0]);
+    const Descriptor writing(ends[1]);
+    EXPECT_NE(::fcntl(reading.get(), F_GETFD) & FD_CLOEXEC, 0);
+    EXPECT_NE(::fcntl(writing.get(), F_GETFD) & FD_CLOEXEC, 0);
+    ASSERT_EQ(openWakePair(ends), 0);
+    EXPECT_EQ(ends[0], ends[1]);
+    const Descriptor wake(ends[0]);
+    EXPECT_NE(::fcntl(wake.get(), F_GETFD) & FD_CLOEXEC, 0);
+    EXPECT_NE(::fcntl(wake.get(), F_GETFL) & O_NONBLOCK, 0);
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 
 #include "platform/native_services.h"
 #include "platform/posix/ground/descriptor.h"
+#include "platform/posix/ground/kernel_calls_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {
@@ -43,6 +45,106 @@ TEST(ItemCopy, AnEmptyFileAndALargeOneAreCopied) {
     ASSERT_TRUE(copied(folder / "large", folder / "large 2"));
     EXPECT_EQ(statusAt(folder / "empty 2").st_size, 0);
     EXPECT_TRUE(test::readFile(folder / "large 2") == large);
+}
+
+// A file system that clones, or one that cannot, in the table of system calls.
+class ClonesFiles {
+  public:
+    explicit ClonesFiles(bool can) : calls_(systemCalls()) {
+        can_ = can;
+        asked = 0;
+        below_ = &systemCalls();
+        calls_.cloneFile = [](int, int folder, const char* name, bool* cloned) {
+            ++asked;
+            const int made = below_->openat(folder, name, O_WRONLY | O_CREAT | O_EXCL, 0600);
+            *cloned = made >= 0 && can_ && below_->write(made, "cloned", 6) == 6;
+            return made;
+        };
+        exchangeSystemCalls(&calls_);
+    }
+    ~ClonesFiles() { exchangeSystemCalls(below_); }
+    ClonesFiles(const ClonesFiles&) = delete;
+    ClonesFiles& operator=(const ClonesFiles&) = delete;
+
+    static inline int asked = 0;
+
+  private:
+    static inline bool can_ = false;
+    static inline const SystemCalls* below_ = nullptr;
+    SystemCalls calls_;
+};
+
+int copyItem(ItemCopier& copier, const std::string& path, const std::string& destination) {
+    return copier.copy(AT_FDCWD, path.c_str(), S_IFREG, AT_FDCWD, destination.c_str());
+}
+
+TEST(ItemCopy, AClonedFileIsNotWrittenOver) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", "to be cloned");
+    ASSERT_EQ(::chmod(file.c_str(), 0640), 0);
+    TreeProgress progress;
+    const CopyControl control{&progress, {}};
+    ItemCopier copier(control);
+    const ClonesFiles clones(true);
+    EXPECT_EQ(copyItem(copier, file, folder / "copy"), 0);
+    EXPECT_EQ(test::readFile(folder / "copy"), "cloned");
+    EXPECT_EQ(statusAt(folder / "copy").st_mode & 07777U, 0640U);
+    EXPECT_EQ(progress.bytes, 12U);
+    EXPECT_EQ(progress.items, 1U);
+    EXPECT_EQ(copyItem(copier, file, folder / "copy 2"), 0);
+    EXPECT_EQ(clones.asked, 2);
+}
+
+TEST(ItemCopy, AFileSystemThatCannotCloneIsAskedOnce) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", "text");
+    const CopyControl control;
+    ItemCopier copier(control);
+    const ClonesFiles clones(false);
+    for (const char* name : {"copy", "copy 2", "copy 3"}) {
+        EXPECT_EQ(copyItem(copier, file, folder / name), 0);
+        EXPECT_EQ(test::readFile(folder / name), "text");
+    }
+    EXPECT_EQ(clones.asked, 1);
+}
+
+TEST(ItemCopy, AnEmptyFileIsNotCloned) {
+    const TempFolder folder;
+    const CopyControl control;
+    ItemCopier copier(control);
+    const ClonesFiles clones(true);
+    EXPECT_EQ(copyItem(copier, folder.writeFile("file"), folder / "copy"), 0);
+    EXPECT_EQ(clones.asked, 0);
+}
+
+TEST(ItemCopy, AnItemInTheWayOfACloneStays) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", "text");
+    const CopyControl control;
+    for (const std::string& taken :
+         {folder.writeFile("taken", "old"), folder.makeLink("dangling", "nowhere")}) {
+        ItemCopier copier(control);
+        EXPECT_EQ(copyItem(copier, file, taken), EEXIST);
+        EXPECT_FALSE(copier.somethingMade());
+    }
+    EXPECT_EQ(test::readFile(folder / "taken"), "old");
+    EXPECT_FALSE(test::somethingAt(folder / "nowhere"));
+}
+
+TEST(ItemCopy, AnAttributeThatIsGoneMeanwhileIsPassedOver) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", "text");
+    if (::setxattr(file.c_str(), "user.colour", "green", 5, 0) != 0)
+        GTEST_SKIP() << "no extended attributes here";
+    SystemCalls calls = systemCalls();
+    calls.fgetxattr = [](int, const char*, void*, std::size_t) -> ssize_t {
+        errno = kNoSuchAttributeError;
+        return -1;
+    };
+    const SystemCalls* before = exchangeSystemCalls(&calls);
+    EXPECT_TRUE(copied(file, folder / "copy"));
+    exchangeSystemCalls(before);
+    EXPECT_EQ(attribute(folder / "copy", "user.colour"), "none");
 }
 
 TEST(ItemCopy, HolesStayHoles) {

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "platform/linux/ground/linux_calls_linux.h"
 #include "platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/platform/support/locked_item.h"
@@ -203,11 +204,11 @@ class AppendOnly {
   public:
     explicit AppendOnly(const std::string& path)
         : item_(systemCalls().openat(AT_FDCWD, path.c_str(), O_RDONLY, 0)) {
-        isSet_ = systemCalls().getItemFlags(item_.get(), &flags_) == 0 &&
-                 systemCalls().setItemFlags(item_.get(), flags_ | kFlag) == 0;
+        isSet_ = linux_::linuxCalls().getItemFlags(item_.get(), &flags_) == 0 &&
+                 linux_::linuxCalls().setItemFlags(item_.get(), flags_ | kFlag) == 0;
     }
     ~AppendOnly() {
-        if (isSet_) systemCalls().setItemFlags(item_.get(), flags_);
+        if (isSet_) linux_::linuxCalls().setItemFlags(item_.get(), flags_);
     }
     AppendOnly(const AppendOnly&) = delete;
     AppendOnly& operator=(const AppendOnly&) = delete;

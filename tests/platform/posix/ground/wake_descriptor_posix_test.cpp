@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 #include <thread>
 
 #include "platform/exception.h"
@@ -51,6 +53,36 @@ TEST(WakeDescriptor, IsNotInheritedAndStandsAboveTheStandardStreams) {
     WakeDescriptor wake;
     EXPECT_GE(wake.get(), 3);
     EXPECT_NE(::fcntl(wake.get(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+// A system without descriptors that count events makes pipes.
+class WakeDescriptorOfAPipe : public ::testing::Test {
+  protected:
+    WakeDescriptorOfAPipe() {
+        SystemCalls calls = systemCalls();
+        calls.wakePair = [](int ends[2]) { return ::pipe2(ends, O_CLOEXEC | O_NONBLOCK); };
+        const SystemCalls* before = exchangeSystemCalls(&calls);
+        wake_.emplace();
+        exchangeSystemCalls(before);
+    }
+
+    std::optional<WakeDescriptor> wake_;
+};
+
+TEST_F(WakeDescriptorOfAPipe, IsReadableFromSignalToClear) {
+    EXPECT_FALSE(isReadable(*wake_));
+    wake_->signal();
+    EXPECT_TRUE(isReadable(*wake_));
+    wake_->clear();
+    EXPECT_FALSE(isReadable(*wake_));
+}
+
+TEST_F(WakeDescriptorOfAPipe, OneClearUndoesMoreSignalsThanAPipeHolds) {
+    for (int i = 0; i < 20'000; ++i) wake_->signal();
+    wake_->clear();
+    EXPECT_FALSE(isReadable(*wake_));
+    wake_->signal();
+    EXPECT_TRUE(isReadable(*wake_));
 }
 
 // Reading and writing fail with `failure` twice, and then no more.

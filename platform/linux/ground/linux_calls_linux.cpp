@@ -1,0 +1,74 @@
+#include "platform/linux/ground/linux_calls_linux.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/random.h>
+#include <sys/vfs.h>
+
+// Early versions of this header forget to say that they declare C functions.
+extern "C" {
+#include <sys/pidfd.h>
+}
+
+namespace quillmoor::platform::linux_ {
+namespace {
+
+void* remap(void* start, std::size_t size, std::size_t newSize, int flags, void* place) {
+    return ::mremap(start, size, newSize, flags, place);
+}
+
+int isHfsPlus(int file, bool* answer) {
+    // Not in the kernel's list of magic numbers for everybody.
+    constexpr auto kHfsPlus = 0x482B;
+    struct statfs status {};
+    if (::fstatfs(file, &status) != 0) return -1;
+    *answer = status.f_type == kHfsPlus;
+    return 0;
+}
+
+int isImmutable(int folder, const char* name, bool* answer) {
+    struct statx status {};
+    if (::statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, 0, &status) != 0) return -1;
+    *answer = (status.stx_attributes & status.stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0;
+    return 0;
+}
+
+int getItemFlags(int file, int* flags) {
+    return ::ioctl(file, FS_IOC_GETFLAGS, flags);
+}
+
+int setItemFlags(int file, int flags) {
+    return ::ioctl(file, FS_IOC_SETFLAGS, &flags);
+}
+
+constexpr LinuxCalls kNative{
+    .statx = ::statx,
+    .accept4 = ::accept4,
+    .pidfd_open = ::pidfd_open,
+    .pidfd_send_signal = ::pidfd_send_signal,
+    .mremap = remap,
+    .getrandom = ::getrandom,
+    .isHfsPlus = isHfsPlus,
+    .isImmutable = isImmutable,
+    .getItemFlags = getItemFlags,
+    .setItemFlags = setItemFlags,
+};
+
+}  // namespace
+
+namespace detail {
+constinit std::atomic<const LinuxCalls*> linuxCallsInForce{&kNative};
+}
+
+const LinuxCalls& nativeLinuxCalls() {
+    return kNative;
+}
+
+const LinuxCalls* exchangeLinuxCalls(const LinuxCalls* calls) {
+    return detail::linuxCallsInForce.exchange(calls != nullptr ? calls : &kNative,
+                                              std::memory_order_acq_rel);
+}
+
+}  // namespace quillmoor::platform::linux_
