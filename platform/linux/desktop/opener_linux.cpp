@@ -58,7 +58,6 @@ void leaveHost(posix::SpawnActions& actions) {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         actions.open(stream, posix::kNullDevice);
     actions.note(::posix_spawn_file_actions_addchdir_np(actions.get(), "/"));
-    actions.note(posix::closeAllButStandardStreams(actions.get()));
 }
 
 // nil when the system refuses. `arguments` are without the program's own name.
@@ -68,7 +67,8 @@ std::optional<pid_t> spawn(const std::string& program, const StringList& argumen
     for (const std::string& each : arguments) list.add(each);
     posix::SpawnActions actions;
     leaveHost(actions);
-    const posix::SpawnAttributes attributes(posix::SpawnSession::Own);
+    posix::SpawnAttributes attributes(posix::SpawnSession::Own);
+    actions.note(posix::closeAllButStandardStreams(actions.get(), attributes.get()));
     if (!list.valid() || actions.error() != 0 || attributes.error() != 0) return std::nullopt;
     pid_t child = 0;
     if (posix::systemCalls().posix_spawn(&child, program.c_str(), actions.get(), attributes.get(),

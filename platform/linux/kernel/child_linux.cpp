@@ -11,7 +11,7 @@
 
 namespace quillmoor::platform::posix {
 
-int closeAllButStandardStreams(posix_spawn_file_actions_t* actions) {
+int closeAllButStandardStreams(posix_spawn_file_actions_t* actions, posix_spawnattr_t*) {
     return ::posix_spawn_file_actions_addclosefrom_np(actions, kFirstOwnDescriptor);
 }
 

@@ -56,8 +56,8 @@ std::shared_ptr<Child> Child::start(const ChildSetup& setup) {
     SpawnActions actions;
     for (int number = 0; number < 3; ++number)
         setStream(actions, number, setup.streams[static_cast<std::size_t>(number)]);
-    actions.note(closeAllButStandardStreams(actions.get()));
-    const SpawnAttributes attributes(SpawnSession::Inherited);
+    SpawnAttributes attributes(SpawnSession::Inherited);
+    actions.note(closeAllButStandardStreams(actions.get(), attributes.get()));
     if (actions.error() != 0 || attributes.error() != 0) return nullptr;
 
     auto child = std::make_shared<Child>();

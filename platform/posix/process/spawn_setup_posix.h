@@ -61,6 +61,7 @@ class SpawnAttributes {
     SpawnAttributes& operator=(const SpawnAttributes&) = delete;
 
     int error() const { return error_; }
+    posix_spawnattr_t* get() { return &attributes_; }
     const posix_spawnattr_t* get() const { return &attributes_; }
 
   private:
