@@ -1,4 +1,5 @@
-// The number by which the system's own tools name a thread. Defined in the folder of the system.
+// The number by which the system's own tools name a thread: a hook, which the back-end's own folder
+// defines. Called for each line on the console.
 #pragma once
 
 #include <cstdint>

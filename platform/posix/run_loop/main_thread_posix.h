@@ -6,7 +6,8 @@
 
 namespace quillmoor::platform::posix {
 
-// The process's first thread. Each back-end defines it.
+// A hook, which the back-end's own folder defines: true in the process's first thread.
+// Called by isMainThread, as long as no host has its own test.
 bool isFirstThread();
 
 // A host's own answer takes the place of isFirstThread.
