@@ -1,0 +1,47 @@
+#include "host/quit_signals.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <csignal>
+
+namespace quillmoor::host {
+namespace {
+
+class QuitSignals : public ::testing::TestWithParam<int> {
+  protected:
+    ~QuitSignals() override {
+        for (const int each : {SIGTERM, SIGINT, SIGHUP}) ::signal(each, SIG_DFL);
+    }
+};
+
+// The program would wait for ever, or be killed.
+TEST_P(QuitSignals, EndTheEventLoopInOrder) {
+    quitOnSignals();
+    ::raise(GetParam());
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+}
+
+TEST_P(QuitSignals, AFurtherHangUpIsNoHurry) {
+    quitOnSignals();
+    ::raise(GetParam());
+    ::raise(SIGHUP);
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+}
+
+// Nothing returns to the event loop here, as when a plug-in hangs.
+TEST_P(QuitSignals, AFurtherOneEndsTheProcessAtOnce) {
+    for (const int second : {SIGTERM, SIGINT}) {
+        const auto hurry = [&] {
+            quitOnSignals();
+            ::raise(GetParam());
+            ::raise(second);
+        };
+        EXPECT_EXIT(hurry(), ::testing::KilledBySignal(second), "");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, QuitSignals, ::testing::Values(SIGTERM, SIGINT, SIGHUP));
+
+}  // namespace
+}  // namespace quillmoor::host
