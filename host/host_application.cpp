@@ -8,7 +8,6 @@
 #include <optional>
 #include <string_view>
 
-#include "host/font_warmup.h"
 #include "host/ground/display_text.h"
 #include "host/ground/file_io.h"
 #include "host/ground/host_error.h"
@@ -118,12 +117,11 @@ class Session {
                 controller_, transcript, [this](auto outcome) { scriptFinished(outcome); });
     }
 
-    int run(FontWarmup& fonts) {
+    int run() {
         controller_.start();
         InstallerWindow& window = controller_.window();
         if (options_.quitAfterEnter) controller_.continueToPlugin();
         window.onFirstPaint = [this] { painted(); };
-        fonts.finish();
         controller_.showWindow();
         if (runner_) runner_->start();
         QApplication::exec();
@@ -154,7 +152,6 @@ class Session {
 
 int runInToolkit(const Options& options, Screen screen, std::vector<ScriptStep> steps,
                  Transcript& transcript) {
-    FontWarmup fonts;
     QApplication::setStyle(new HostStyle);
     int argc = 1;
     std::string name = "installer-host";
@@ -168,7 +165,7 @@ int runInToolkit(const Options& options, Screen screen, std::vector<ScriptStep> 
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &application,
                      [&services] { services.terminate(); });
     Session session(options, languages.preferred(), screen, std::move(steps), transcript);
-    const int status = session.run(fonts);
+    const int status = session.run();
     services.terminate();
     return status;
 }

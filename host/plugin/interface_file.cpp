@@ -11,7 +11,6 @@
 #include "host/ground/display_text.h"
 #include "host/ground/file_io.h"
 #include "host/ground/host_error.h"
-#include "host/window/text_label.h"
 
 namespace quillmoor::host {
 namespace {
@@ -35,18 +34,6 @@ class WithoutDesignerPlugins {
     QStringList paths_;
 };
 
-// Makes the host's own labels, which are labels like any other, only faster.
-class Loader : public QUiLoader {
-  public:
-    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
-        if (className != QLatin1String("QLabel"))
-            return QUiLoader::createWidget(className, parent, name);
-        auto* label = new TextLabel(parent);
-        label->setObjectName(name);
-        return label;
-    }
-};
-
 // Elements inside one another; a pane that people lay out stays below 50.
 constexpr int kDeepest = 200;
 
@@ -67,8 +54,8 @@ void checkDepth(const std::string& contents) {
 
 std::unique_ptr<QWidget> parsed(const std::string& contents, const std::string& folder) {
     checkDepth(contents);
-    const WithoutDesignerPlugins faster;
-    Loader loader;
+    const WithoutDesignerPlugins ownWidgetsOnly;
+    QUiLoader loader;
     loader.setWorkingDirectory(QDir(QFile::decodeName(folder.c_str())));
     loader.setLanguageChangeEnabled(false);
     QBuffer buffer;

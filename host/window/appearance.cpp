@@ -1,10 +1,12 @@
 #include "host/window/appearance.h"
 
 #include <QLabel>
+#include <QStyle>
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <utility>
+
+#include "host/window/style_sheet.h"
 
 namespace quillmoor::host {
 namespace {
@@ -50,14 +52,6 @@ std::optional<QColor> systemAccent() {
     return accent.rgb() == kToolkitAccent.rgb() ? std::nullopt : std::optional(accent);
 }
 
-struct TextStyle {
-    const char* name;
-    double scale;
-    QFont::Weight weight;
-};
-constexpr std::array<TextStyle, 2> kTextStyles{
-    {{"title", 1.7, QFont::DemiBold}, {"heading", 1.3, QFont::DemiBold}}};
-
 }  // namespace
 
 double contrast(const QColor& one, const QColor& other) {
@@ -97,8 +91,12 @@ QColor warningColour(const QPalette& palette) {
 void applyAppearance(QWidget& window, AppearanceMode mode) {
     const bool dark = mode == AppearanceMode::System ? isDark(QApplication::palette())
                                                      : mode == AppearanceMode::Dark;
-    const QPalette palette = paletteOf(coloursFor(dark, systemAccent()));
-    if (window.palette() != palette) window.setPalette(palette);
+    const Colours colours = coloursFor(dark, systemAccent());
+    const QString sheet = styleSheetFor(colours, QApplication::font());
+    if (window.styleSheet() != sheet) window.setStyleSheet(sheet);
+    // A window with a style sheet hands its palette down only when that changes.
+    window.setPalette(QPalette());
+    window.setPalette(paletteOf(colours));
 }
 
 QFont applicationFont(const QFont& system) {
@@ -111,17 +109,10 @@ QFont applicationFont(const QFont& system) {
     return font;
 }
 
-void applyTextStyles(QWidget& root) {
-    for (QLabel* label : root.findChildren<QLabel*>()) {
-        const QString name = label->property("textStyle").toString();
-        for (const TextStyle& style : kTextStyles) {
-            if (name != QLatin1String(style.name)) continue;
-            QFont font = QApplication::font();
-            font.setPointSizeF(font.pointSizeF() * style.scale);
-            font.setWeight(style.weight);
-            label->setFont(font);
-        }
-    }
+void alignLabels(QWidget& root) {
+    if (root.layoutDirection() != Qt::RightToLeft) return;
+    for (QLabel* label : root.findChildren<QLabel*>())
+        label->setAlignment(QStyle::visualAlignment(Qt::RightToLeft, label->alignment()));
 }
 
 }  // namespace quillmoor::host

@@ -40,16 +40,17 @@ bool isDark(const QPalette& palette);
 // Amber that stands out from the palette's card and rail.
 QColor warningColour(const QPalette& palette);
 
-// Gives `window` and everything in it the palette for `mode`. With System it is derived from the
-// application's palette, which follows the desktop; call again when that changes.
+// Gives `window` and everything in it the palette and the style sheet for `mode`. With System they
+// derive from the application's palette, which follows the desktop; call again when that changes,
+// and when something has been added to the window.
 void applyAppearance(QWidget& window, AppearanceMode mode);
 
 // The application's font: Inter where it is installed, else the system's own, at the system's size
 // but not below 10 points.
 QFont applicationFont(const QFont& system);
 
-// Text styles by the dynamic property "textStyle" of a label: "title", "heading". Labels without it
-// keep the body's.
-void applyTextStyles(QWidget& root);
+// In a window that is laid out from right to left, has the texts of the labels below `root` begin
+// at its right side. The toolkit would begin each at the side at which the text itself is read.
+void alignLabels(QWidget& root);
 
 }  // namespace quillmoor::host

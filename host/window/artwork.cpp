@@ -3,7 +3,6 @@
 #include <QPainterPath>
 
 #include "host/window/appearance.h"
-#include "host/window/shapes.h"
 
 namespace quillmoor::host {
 namespace {
@@ -33,15 +32,17 @@ void paintPackage(QPainter& painter, const QRectF& box, const QPalette& palette)
     QLinearGradient ground(box.topLeft(), box.bottomLeft());
     ground.setColorAt(0, accent.lighter(118));
     ground.setColorAt(1, accent.darker(118));
-    fillRounded(painter, box.toRect(), qRound(box.width() * .23), ground);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ground);
+    painter.drawRoundedRect(box, box.width() * .23, box.width() * .23);
 
     // An open view of a closed box: lid, left and right side, and the tape across the lid.
-    fillShape(painter, face(box, {{.5, .2}, {.78, .345}, {.5, .49}, {.22, .345}}), white(.98));
-    fillShape(painter, face(box, {{.22, .385}, {.48, .52}, {.48, .81}, {.22, .675}}), white(.82));
-    fillShape(painter, face(box, {{.78, .385}, {.52, .52}, {.52, .81}, {.78, .675}}), white(.62));
+    painter.fillPath(face(box, {{.5, .2}, {.78, .345}, {.5, .49}, {.22, .345}}), white(.98));
+    painter.fillPath(face(box, {{.22, .385}, {.48, .52}, {.48, .81}, {.22, .675}}), white(.82));
+    painter.fillPath(face(box, {{.78, .385}, {.52, .52}, {.52, .81}, {.78, .675}}), white(.62));
     QColor tape = accent;
     tape.setAlphaF(.55F);
-    fillShape(painter, face(box, {{.405, .249}, {.685, .394}, {.595, .441}, {.315, .296}}), tape);
+    painter.fillPath(face(box, {{.405, .249}, {.685, .394}, {.595, .441}, {.315, .296}}), tape);
 }
 
 void paintTick(QPainter& painter, const QRectF& box, const QColor& disc, const QColor& tick) {

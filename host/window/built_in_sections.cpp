@@ -8,7 +8,6 @@
 #include "base/paths.h"
 #include "host/ground/display_text.h"
 #include "host/window/artwork.h"
-#include "host/window/text_label.h"
 
 namespace quillmoor::host {
 namespace {
@@ -35,7 +34,7 @@ class ProblemSection : public OwnSection {
 };
 
 QLabel* addText(QVBoxLayout& column, const QString& text, const char* style = "") {
-    auto* label = new TextLabel(text);
+    auto* label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     label->setProperty("textStyle", QLatin1String(style));

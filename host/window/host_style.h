@@ -1,31 +1,21 @@
-// How the window's buttons and scroll bars are drawn; everything else is the toolkit's own drawing
-// in the window's colours.
+// What a style sheet cannot say of the window's look.
 #pragma once
 
 #include <QProxyStyle>
 
 namespace quillmoor::host {
 
-// Underlines of mnemonics appear while Alt is held. Scroll bars are a handle and nothing else.
+// The toolkit's own style, the same on every desktop. Underlines of mnemonics appear while Alt is
+// held, and a focus frame stands off its button by a pixel.
 class HostStyle : public QProxyStyle {
   public:
-    // Room around a button for the ring that shows the focus. Layouts align the button's shape;
-    // the ring lies outside it.
+    // Room around a button for the frame that shows the focus.
     static constexpr int kFocusRoom = 3;
 
     HostStyle();
 
-    void polish(QWidget* widget) override;
-    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
-                     const QWidget* widget) const override;
-    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
-                            QPainter* painter, const QWidget* widget) const override;
-    QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
-                           const QWidget* widget) const override;
-    QRect subElementRect(SubElement element, const QStyleOption* option,
-                         const QWidget* widget) const override;
-    QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option,
-                         SubControl subControl, const QWidget* widget) const override;
+    int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                    const QWidget* widget) const override;
     int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                   QStyleHintReturn* data) const override;
 

@@ -10,11 +10,12 @@
 #include <QScreen>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "host/ground/display_text.h"
 #include "host/window/artwork.h"
 #include "host/window/host_style.h"
-#include "host/window/text_label.h"
+#include "host/window/page_area.h"
 
 namespace quillmoor::host {
 namespace {
@@ -28,7 +29,7 @@ constexpr int kRailMargin = 26;
 constexpr int kMargin = 32;
 
 QLabel* newLabel(const QString& text, const char* style, QWidget* parent) {
-    auto* label = new TextLabel(text, parent);
+    auto* label = new QLabel(text, parent);
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     label->setProperty("textStyle", QLatin1String(style));
@@ -42,13 +43,11 @@ InstallerWindow::InstallerWindow(const ProductName& product,
     : setting_(setting), steps_(steps) {
     setWindowTitle(translated("Install %1").arg(product.inSentence));
     setObjectName(QStringLiteral("installerWindow"));
-    applyAppearance(*this, setting_.appearance);
     auto* columns = new QHBoxLayout(this);
     columns->setContentsMargins(0, 0, 0, 0);
     columns->setSpacing(0);
     columns->addWidget(makeRail(product, steps));
     columns->addWidget(makeMain(steps.size()), 1);
-    applyTextStyles(*this);
     setTabOrder(goBack_, continue_);
     setTabOrder(continue_, close_);
     setMinimumSize(kLeastSize);
@@ -59,8 +58,7 @@ QWidget* InstallerWindow::makeRail(const ProductName& product,
                                    const std::vector<StepList::Step>& steps) {
     auto* rail = new QWidget(this);
     rail->setFixedWidth(kRailWidth);
-    rail->setBackgroundRole(QPalette::AlternateBase);
-    rail->setAutoFillBackground(true);
+    rail->setProperty("part", "rail");
     auto* column = new QVBoxLayout(rail);
     column->setContentsMargins(kRailMargin - StepList::kInset, kMargin,
                                kRailMargin - StepList::kInset, kMargin - 4);
@@ -97,9 +95,9 @@ QWidget* InstallerWindow::makeMain(std::size_t steps) {
     column->addWidget(title_);
     column->addSpacing(18);
     for (std::size_t i = 0; i < steps; ++i) {
-        cards_.push_back(new Card(main));
-        cards_.back()->hide();
-        column->addWidget(cards_.back(), 1);
+        pages_.push_back(newPageArea(main));
+        pages_.back()->hide();
+        column->addWidget(pages_.back(), 1);
     }
     column->addSpacing(20);
     column->addLayout(makeButtons());
@@ -123,8 +121,10 @@ QLayout* InstallerWindow::makeButtons() {
         if (onContinue) onContinue();
     });
     connect(close_, &QPushButton::clicked, this, [this] { close(); });
-    connect(qApp, &QApplication::focusChanged, this,
-            [this](QWidget*, QWidget* now) { markWhatReturnPresses(now); });
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
+        markWhatReturnPresses(now);
+        frameFocus(now);
+    });
 
     auto* row = new QHBoxLayout;
     row->setSpacing(12);
@@ -135,19 +135,20 @@ QLayout* InstallerWindow::makeButtons() {
 
 void InstallerWindow::setPage(std::size_t step, std::unique_ptr<QWidget> page) {
     for (QPushButton* button : page->findChildren<QPushButton*>()) button->setAutoDefault(true);
-    Card& card = *cards_[step];
-    card.setPage(std::move(page));
-    card.setSpokenName(steps_[step].title);
-    applyTextStyles(card);
+    host::setPage(*pages_[step], std::move(page));
+    pages_[step]->setAccessibleName(steps_[step].title);
+    dressed_ = false;
 }
 
 void InstallerWindow::showStep(std::size_t step) {
-    cards_[shown_]->hide();
+    pages_[shown_]->hide();
     shown_ = step;
     list_->setCurrent(step);
     title_->setText(steps_[step].title);
     progress_->setText(translated("Step %1 of %2").arg(step + 1).arg(steps_.size()));
-    cards_[step]->show();
+    if (!std::exchange(dressed_, true)) applyAppearance(*this, setting_.appearance);
+    alignLabels(*this);
+    pages_[step]->show();
     goBack_->setEnabled(step > 0);
     continue_->setVisible(!isLast());
     close_->setVisible(isLast());
@@ -178,8 +179,18 @@ void InstallerWindow::markWhatReturnPresses(QWidget* focus) {
     for (QPushButton* each : {continue_, close_}) each->setDefault(!elsewhere);
 }
 
+// A frame stands around the button that has the focus, in this window or in its question.
+void InstallerWindow::frameFocus(QWidget* focus) {
+    auto* button = qobject_cast<QPushButton*>(focus);
+    const bool isOurs =
+        button != nullptr && (button->window() == this || button->window()->parentWidget() == this);
+    // It is a child of what it was last put around, and may have gone with that.
+    if (focusFrame_.isNull()) focusFrame_ = new QFocusFrame(this);
+    focusFrame_->setWidget(isOurs ? button : nullptr);
+}
+
 QWidget* InstallerWindow::widgetNamed(const QString& name) const {
-    if (auto* onPage = cards_[shown_]->findChild<QWidget*>(name)) return onPage;
+    if (auto* onPage = pages_[shown_]->findChild<QWidget*>(name)) return onPage;
     return findChild<QWidget*>(name);
 }
 
@@ -257,7 +268,6 @@ bool InstallerWindow::userWantsToQuit() {
     box.setIconPixmap(packagePicture(48, devicePixelRatioF(), palette()));
     if (auto* question = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label")))
         question->setProperty("textStyle", "heading");
-    applyTextStyles(box);
     box.setContentsMargins(12, 12, 12, 8);
     box.setInformativeText(translated("The remaining steps have not been shown."));
     box.setPalette(palette());

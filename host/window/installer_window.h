@@ -2,7 +2,11 @@
 // knows nothing of plug-ins.
 #pragma once
 
+#include <QFocusFrame>
+#include <QLabel>
+#include <QPointer>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QWidget>
 #include <cstddef>
 #include <functional>
@@ -11,7 +15,6 @@
 
 #include "host/window/appearance.h"
 #include "host/window/built_in_sections.h"
-#include "host/window/card.h"
 #include "host/window/step_list.h"
 
 namespace quillmoor::host {
@@ -64,6 +67,7 @@ class InstallerWindow : public QWidget {
     QLayout* makeButtons();
     QPushButton* mainButton() const;
     void markWhatReturnPresses(QWidget* focus);
+    void frameFocus(QWidget* focus);
     void fitScreen();
     void showMnemonics(bool areShown);
     bool userWantsToQuit();
@@ -75,11 +79,13 @@ class InstallerWindow : public QWidget {
     StepList* list_ = nullptr;
     QLabel* title_ = nullptr;
     QLabel* progress_ = nullptr;
-    std::vector<Card*> cards_;
+    std::vector<QScrollArea*> pages_;
+    QPointer<QFocusFrame> focusFrame_;
     QPushButton* goBack_ = nullptr;
     QPushButton* continue_ = nullptr;
     QPushButton* close_ = nullptr;
     std::size_t shown_ = 0;
+    bool dressed_ = false;  // all that is in the window has its look
     bool painted_ = false;
 };
 

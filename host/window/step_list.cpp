@@ -2,13 +2,13 @@
 
 #include <QEvent>
 #include <QPainter>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <cmath>
 
 #include "host/ground/display_text.h"
 #include "host/window/appearance.h"
 #include "host/window/artwork.h"
-#include "host/window/shapes.h"
 
 namespace quillmoor::host {
 namespace {
@@ -16,7 +16,6 @@ namespace {
 constexpr int kMark = 20;
 constexpr int kGap = 12;
 constexpr int kInset = StepList::kInset;
-constexpr int kRadius = 8;
 constexpr int kPadding = 10;
 constexpr int kLineClearance = 3;
 
@@ -35,9 +34,10 @@ QString spoken(StepState state) {
 }  // namespace
 
 StepRow::StepRow(const QString& title, Problem problem, QWidget* parent)
-    : TextLabel(title, parent), problem_(problem) {
+    : QLabel(title, parent), problem_(problem) {
     setTextFormat(Qt::PlainText);
     setWordWrap(true);
+    setAlignment(Qt::AlignLeading | Qt::AlignTop);
     makeRoomForMark();
     setState(StepState::Upcoming);
 }
@@ -49,6 +49,15 @@ void StepRow::setState(StepState state) {
     QString name = text() + QStringLiteral(", ") + spoken(state);
     if (problem_ == Problem::Yes) name += QStringLiteral(", ") + translated("cannot be shown");
     setAccessibleName(name);
+    // The style sheet puts the current step on a ground of its own; it sees a new value only when
+    // the label is polished again.
+    const QString ground =
+        state == StepState::Current ? QStringLiteral("current") : QStringLiteral("");
+    if (property("stepState").toString() != ground) {
+        setProperty("stepState", ground);
+        style()->unpolish(this);
+        style()->polish(this);
+    }
     update();
 }
 
@@ -59,7 +68,7 @@ void StepRow::setJoined(bool above, bool below) {
 
 void StepRow::changeEvent(QEvent* event) {
     if (event->type() == QEvent::LayoutDirectionChange) makeRoomForMark();
-    TextLabel::changeEvent(event);
+    QLabel::changeEvent(event);
 }
 
 void StepRow::makeRoomForMark() {
@@ -70,26 +79,18 @@ void StepRow::makeRoomForMark() {
 
 // Level with the first line of the text.
 QRectF StepRow::markBox() const {
-    const double middle = firstLine().center().y();
+    const double middle = kPadding + fontMetrics().height() / 2.0;
     const double left = layoutDirection() == Qt::RightToLeft ? width() - kInset - kMark : kInset;
     return {left, std::round(middle - kMark / 2.0), kMark, kMark};
 }
 
 void StepRow::paintEvent(QPaintEvent* event) {
-    {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        const QRectF box = markBox();
-        if (state_ == StepState::Current) paintGround(painter);
-        paintLines(painter, box);
-        paintMark(painter, box);
-    }
-    TextLabel::paintEvent(event);
-}
-
-// The current step stands on a ground of its own.
-void StepRow::paintGround(QPainter& painter) const {
-    fillRounded(painter, rect(), kRadius, palette().color(QPalette::Base));
+    QLabel::paintEvent(event);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF box = markBox();
+    paintLines(painter, box);
+    paintMark(painter, box);
 }
 
 void StepRow::paintLines(QPainter& painter, const QRectF& box) const {
@@ -116,7 +117,8 @@ void StepRow::paintMark(QPainter& painter, const QRectF& box) const {
         return paintTick(painter, box, accent, palette().color(QPalette::HighlightedText));
 
     const bool current = state_ == StepState::Current;
-    painter.setBrush(palette().color(QPalette::Base));
+    // The label's own palette holds the ground that the style sheet gives it.
+    painter.setBrush(window()->palette().color(QPalette::Base));
     painter.setPen(QPen(current ? accent : palette().color(QPalette::Dark), current ? 2 : 1.5));
     painter.drawEllipse(box.adjusted(1, 1, -1, -1));
     if (!current) return;

@@ -1,18 +1,17 @@
 // The list of steps at the window's side.
 #pragma once
 
+#include <QLabel>
 #include <QWidget>
 #include <cstddef>
 #include <vector>
-
-#include "host/window/text_label.h"
 
 namespace quillmoor::host {
 
 enum class StepState { Upcoming, Current, Done };
 
 // One step: its mark and its title, which wraps.
-class StepRow : public TextLabel {
+class StepRow : public QLabel {
   public:
     enum class Problem : bool { No, Yes };
     StepRow(const QString& title, Problem problem, QWidget* parent);
@@ -29,7 +28,6 @@ class StepRow : public TextLabel {
   private:
     void makeRoomForMark();
     QRectF markBox() const;
-    void paintGround(QPainter& painter) const;
     void paintLines(QPainter& painter, const QRectF& box) const;
     void paintMark(QPainter& painter, const QRectF& box) const;
 

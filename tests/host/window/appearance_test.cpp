@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QImage>
 #include <QLabel>
+#include <QPixmap>
+#include <QStyle>
+#include <algorithm>
 #include <vector>
 
 namespace quillmoor::host {
@@ -73,16 +77,38 @@ TEST(Appearance, TheSystemsPaletteDecidesOtherwise) {
     QApplication::setPalette(QPalette());
 }
 
-TEST(Appearance, TextStylesFollowTheProperty) {
+// The first and the last column of a label that hold something dark.
+std::pair<int, int> inkOf(QLabel& label) {
+    label.resize(300, 30);
+    const QImage drawn = label.grab().toImage();
+    std::pair ink(drawn.width(), -1);
+    for (int x = 0; x < drawn.width(); ++x)
+        for (int y = 0; y < drawn.height(); ++y)
+            if (qGray(drawn.pixel(x, y)) < 128)
+                ink = {std::min(ink.first, x), std::max(ink.second, x)};
+    return ink;
+}
+
+TEST(Appearance, TextBeginsAtTheRightInAWindowFromRightToLeft) {
     QWidget root;
-    QLabel title(&root);
-    QLabel body(&root);
-    title.setProperty("textStyle", "title");
-    body.setProperty("textStyle", "no such style");
-    applyTextStyles(root);
-    EXPECT_GT(title.font().pointSizeF(), QApplication::font().pointSizeF());
-    EXPECT_GT(title.font().weight(), QFont::Normal);
-    EXPECT_EQ(body.font(), QApplication::font());
+    root.setLayoutDirection(Qt::RightToLeft);
+    applyAppearance(root, AppearanceMode::Light);
+    for (const char* text : {"English.", "\u05e9\u05dc\u05d5\u05dd."}) {
+        QLabel label(QString::fromUtf8(text), &root);
+        for (int i = 0; i < 2; ++i) {
+            alignLabels(root);
+            EXPECT_GT(inkOf(label).first, 150) << text;
+        }
+    }
+}
+
+TEST(Appearance, LabelsOfAWindowFromLeftToRightStayAsTheyAre) {
+    QWidget root;
+    QLabel label(QString::fromUtf8("שלום"), &root);
+    const Qt::Alignment before = label.alignment();
+    alignLabels(root);
+    EXPECT_EQ(label.alignment(), before);
+    EXPECT_FALSE(label.testAttribute(Qt::WA_SetLayoutDirection));
 }
 
 TEST(Appearance, TheFontIsTheSystemsWhereInterIsMissing) {

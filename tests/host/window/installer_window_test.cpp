@@ -10,8 +10,6 @@
 #include <QTest>
 #include <QTimer>
 
-#include "host/window/text_label.h"
-
 namespace quillmoor::host {
 namespace {
 
@@ -201,6 +199,28 @@ TEST_F(Window, TheFocusCanBeSeen) {
     EXPECT_NE(window_.grab().toImage(), with);
 }
 
+TEST_F(Window, AFrameStandsAroundTheButtonThatHasTheFocus) {
+    window_.showStep(1);
+    for (const char* name : {"goBackButton", "pageButton1", "continueButton"}) {
+        find(name)->setFocus();
+        const auto* frame = window_.findChild<QFocusFrame*>();
+        ASSERT_NE(frame, nullptr);
+        EXPECT_EQ(frame->widget(), find(name));
+        EXPECT_TRUE(frame->isVisible());
+        EXPECT_TRUE(frame->geometry().contains(find(name)->geometry()));
+    }
+}
+
+TEST_F(Window, TheFrameOutlivesTheButtonThatItStoodAround) {
+    auto* other = new QPushButton(find("pageButton0")->parentWidget());
+    other->show();
+    other->setFocus();
+    delete other;
+    delete find("pageButton0")->parentWidget();
+    find("continueButton")->setFocus();
+    EXPECT_EQ(window_.findChild<QFocusFrame*>()->widget(), find("continueButton"));
+}
+
 TEST_F(Window, ADisabledButtonLooksDisabled) {
     const QImage disabled = find("goBackButton")->grab().toImage();
     window_.showStep(1);
@@ -230,6 +250,22 @@ bool closesAfter(InstallerWindow& window, const QString& answer) {
     const bool closed = window.close();
     EXPECT_TRUE(asked) << answer.toStdString();
     return closed;
+}
+
+TEST(WindowInUse, EverythingInItTakesItsColours) {
+    InstallerWindow window(ProductName::of("Tape"), {{"One", false}, {"Two", false}},
+                           {AppearanceMode::Dark});
+    for (std::size_t step = 0; step < 2; ++step) {
+        auto page = std::make_unique<QWidget>();
+        (new QLabel("On page", page.get()))->setObjectName("label" + QString::number(step));
+        window.setPage(step, std::move(page));
+    }
+    window.showStep(1);
+    window.show();
+    for (const char* name : {"paneTitle", "stepProgress", "step1", "label0", "label1"})
+        EXPECT_EQ(window.findChild<QLabel*>(name)->palette().color(QPalette::PlaceholderText),
+                  window.palette().color(QPalette::PlaceholderText))
+            << name;
 }
 
 TEST(WindowInUse, AsksBeforeItIsLeftEarly) {

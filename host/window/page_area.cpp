@@ -1,0 +1,45 @@
+#include "host/window/page_area.h"
+
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+#include "host/window/host_style.h"
+
+namespace quillmoor::host {
+namespace {
+
+// Inside the card's border and padding, which keep the scroll bar off the round corners.
+constexpr int kMargin = 22;
+
+}  // namespace
+
+QScrollArea* newPageArea(QWidget* parent) {
+    auto* area = new QScrollArea(parent);
+    area->setProperty("part", "card");
+    area->setWidgetResizable(true);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->viewport()->setAutoFillBackground(false);
+    area->setFocusPolicy(Qt::NoFocus);
+    QObject::connect(
+        area->verticalScrollBar(), &QScrollBar::rangeChanged, area,
+        [area](int, int most) { area->setFocusPolicy(most > 0 ? Qt::StrongFocus : Qt::NoFocus); });
+    return area;
+}
+
+void setPage(QScrollArea& area, std::unique_ptr<QWidget> page) {
+    auto* holder = new QWidget;
+    auto* layout = new QVBoxLayout(holder);
+    // Focus frames reach over the page's own margins and must not be cut off there.
+    constexpr int room = HostStyle::kFocusRoom;
+    constexpr int margin = kMargin - room;
+    layout->setContentsMargins(margin, margin, margin, margin);
+    page->setContentsMargins(page->contentsMargins() + room);
+    page->setParent(holder, Qt::Widget);
+    page->setVisible(true);
+    layout->addWidget(page.release());
+    area.setWidget(holder);
+    // The area has just given it a ground of its own.
+    holder->setAutoFillBackground(false);
+}
+
+}  // namespace quillmoor::host
