@@ -68,8 +68,8 @@ template <typename Function>
 auto about(const std::string& subject, Function function) {
     try {
         return function();
-    } catch (const LoadError& error) {
-        throw LoadError(subject + error.what());
+    } catch (const HostError& error) {
+        throw HostError(subject + error.what());
     }
 }
 
@@ -184,14 +184,14 @@ int runHost(const Options& options) {
     try {
         transcript = openTranscript(options.transcript);
         steps = readScript(options.script);
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         say(error.what());
         return kWrongUse;
     }
     std::optional<PrivateTemporaryFolder> temporary;
     try {
         temporary.emplace();
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         say(error.what());
         return kFailed;
     }

@@ -39,7 +39,7 @@ std::unique_ptr<Section> InstallerController::loadOne(const PlannedSection& plan
                           {languages, transcript_, [this](PluginPane& pane, Direction direction) {
                                paneWishes(pane, direction);
                            }});
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         return problem(planned.subject, error.what());
     }
 }

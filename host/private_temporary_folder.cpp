@@ -18,7 +18,7 @@ PrivateTemporaryFolder::PrivateTemporaryFolder() {
     const std::string shared = platform::native().locations->temporaryDirectory();
     path_ = shared + "/installer-host-XXXXXX";
     if (::mkdtemp(path_.data()) == nullptr)
-        throw LoadError("no folder could be made in the temporary folder " + inQuotes(shared) +
+        throw HostError("no folder could be made in the temporary folder " + inQuotes(shared) +
                         ": " + std::strerror(errno));
     ::setenv("TMPDIR", path_.c_str(), 1);
 }

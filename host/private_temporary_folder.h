@@ -11,7 +11,7 @@ namespace quillmoor::host {
 class PrivateTemporaryFolder {
   public:
     // Makes it in the temporary folder there is, and names it in the environment; before any
-    // thread is started. Throws LoadError when it cannot be made.
+    // thread is started. Throws HostError when it cannot be made.
     PrivateTemporaryFolder();
     // Removes it, unless something more than empty folders has been left in it.
     ~PrivateTemporaryFolder();

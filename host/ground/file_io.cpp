@@ -20,7 +20,7 @@ using File = std::unique_ptr<std::FILE, Closer>;
 // "e" closes the descriptor in children.
 File opened(const std::string& path, const char* mode) {
     File file(std::fopen(path.c_str(), mode));
-    if (!file) throw LoadError(std::strerror(errno));
+    if (!file) throw HostError(std::strerror(errno));
     return file;
 }
 
@@ -29,15 +29,15 @@ File opened(const std::string& path, const char* mode) {
 std::string readWholeFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
-    if (error) throw LoadError(std::strerror(error.value()));
-    if (!std::filesystem::is_regular_file(status)) throw LoadError("not a regular file");
+    if (error) throw HostError(std::strerror(error.value()));
+    if (!std::filesystem::is_regular_file(status)) throw HostError("not a regular file");
 
     const File file = opened(path, "re");
     std::string contents;
     std::array<char, 16384> block;
     while (const std::size_t got = std::fread(block.data(), 1, block.size(), file.get()))
         contents.append(block.data(), got);
-    if (std::ferror(file.get()) != 0) throw LoadError(std::strerror(errno));
+    if (std::ferror(file.get()) != 0) throw HostError(std::strerror(errno));
     return contents;
 }
 
@@ -45,7 +45,7 @@ void writeWholeFile(const std::string& path, std::string_view contents) {
     File file = opened(path, "we");
     const bool written =
         std::fwrite(contents.data(), 1, contents.size(), file.get()) == contents.size();
-    if (!written || std::fflush(file.get()) != 0) throw LoadError(std::strerror(errno));
+    if (!written || std::fflush(file.get()) != 0) throw HostError(std::strerror(errno));
 }
 
 }  // namespace quillmoor::host

@@ -1,4 +1,4 @@
-// Why something could not be loaded.
+// Why something that the host was to do or to load failed.
 #pragma once
 
 #include <stdexcept>
@@ -6,7 +6,7 @@
 namespace quillmoor::host {
 
 // In words for the person who sees it, without a final stop. Never leaves the host.
-class LoadError : public std::runtime_error {
+class HostError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };

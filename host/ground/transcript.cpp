@@ -17,7 +17,7 @@ Transcript::Transcript() = default;
 // "e" closes the descriptor in children.
 Transcript::Transcript(const std::string& path)
     : file_(path == "-" ? stdout : std::fopen(path.c_str(), "we")) {
-    if (!file_) throw LoadError(std::strerror(errno));
+    if (!file_) throw HostError(std::strerror(errno));
 }
 
 void Transcript::write(std::string_view kind, std::string_view text) {

@@ -14,7 +14,7 @@ class Transcript {
     // Writes nowhere.
     Transcript();
 
-    // Writes to a new or emptied file; "-" is standard output. Throws LoadError.
+    // Writes to a new or emptied file; "-" is standard output. Throws HostError.
     explicit Transcript(const std::string& path);
 
     void write(std::string_view kind, std::string_view text);

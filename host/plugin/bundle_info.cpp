@@ -16,17 +16,17 @@ using platform::PropertyListDictionary;
 PropertyListDictionary readDictionary(const std::string& bundle) {
     std::error_code error;
     const auto folder = fs::status(bundle, error);
-    if (folder.type() == fs::file_type::not_found) throw LoadError("there is no such bundle");
-    if (folder.type() != fs::file_type::directory) throw LoadError("it is not a folder");
+    if (folder.type() == fs::file_type::not_found) throw HostError("there is no such bundle");
+    if (folder.type() != fs::file_type::directory) throw HostError("it is not a folder");
 
     const std::string path = bundle + "/Contents/Info.plist";
     const auto file = fs::status(path, error);
-    if (file.type() == fs::file_type::not_found) throw LoadError("it has no Contents/Info.plist");
+    if (file.type() == fs::file_type::not_found) throw HostError("it has no Contents/Info.plist");
     if (file.type() != fs::file_type::regular)
-        throw LoadError("Contents/Info.plist is not a regular file");
+        throw HostError("Contents/Info.plist is not a regular file");
     auto dictionary = platform::nativePropertyLists()->dictionaryWithContentsOfFile(path);
     if (!dictionary)
-        throw LoadError("Contents/Info.plist is not a property list that holds a dictionary");
+        throw HostError("Contents/Info.plist is not a property list that holds a dictionary");
     return std::move(*dictionary);
 }
 
@@ -39,7 +39,7 @@ std::string optionalText(const PropertyListDictionary& dictionary, const std::st
 std::string requiredText(const PropertyListDictionary& dictionary, const std::string& key) {
     auto text = optionalText(dictionary, key);
     if (text.empty())
-        throw LoadError("Contents/Info.plist has no text for the key " + inQuotes(key));
+        throw HostError("Contents/Info.plist has no text for the key " + inQuotes(key));
     return text;
 }
 
@@ -47,7 +47,7 @@ std::string requiredText(const PropertyListDictionary& dictionary, const std::st
 std::string requiredName(const PropertyListDictionary& dictionary, const std::string& key) {
     auto name = requiredText(dictionary, key);
     if (name.find('/') != std::string::npos || name.find('\0') != std::string::npos)
-        throw LoadError("Contents/Info.plist: " + inQuotes(key) +
+        throw HostError("Contents/Info.plist: " + inQuotes(key) +
                         " must be a plain file name, not " + inQuotes(name));
     return name;
 }

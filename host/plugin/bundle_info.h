@@ -20,7 +20,7 @@ struct BundleInfo {
     std::string inBundle(const std::string& relative) const;
 };
 
-// Reads Contents/Info.plist, XML or binary. Throws LoadError when the bundle or a required key is
+// Reads Contents/Info.plist, XML or binary. Throws HostError when the bundle or a required key is
 // missing, or when a name would lead out of the bundle.
 BundleInfo readBundleInfo(const std::string& path);
 

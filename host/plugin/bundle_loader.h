@@ -17,7 +17,7 @@ struct BundleSetting {
 };
 
 // Reads the information dictionary and the interface file before any code of the plug-in runs.
-// Throws LoadError, without a word about which bundle it was.
+// Throws HostError, without a word about which bundle it was.
 std::unique_ptr<PluginPane> loadBundle(const std::string& path, const BundleSetting& setting);
 
 }  // namespace quillmoor::host

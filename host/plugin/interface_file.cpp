@@ -47,7 +47,7 @@ void checkDepth(const std::string& contents) {
         const auto token = reader.readNext();
         if (token == QXmlStreamReader::EndElement) --depth;
         if (token == QXmlStreamReader::StartElement && ++depth > kDeepest)
-            throw LoadError("line " + std::to_string(reader.lineNumber()) + ": more than " +
+            throw HostError("line " + std::to_string(reader.lineNumber()) + ": more than " +
                             std::to_string(kDeepest) + " elements are nested");
     }
 }
@@ -62,7 +62,7 @@ std::unique_ptr<QWidget> parsed(const std::string& contents, const std::string& 
     buffer.setData(contents.data(), static_cast<int>(contents.size()));
     buffer.open(QIODevice::ReadOnly);
     std::unique_ptr<QWidget> widget(loader.load(&buffer));
-    if (!widget) throw LoadError(bytesOf(loader.errorString().trimmed()));
+    if (!widget) throw HostError(bytesOf(loader.errorString().trimmed()));
     return widget;
 }
 
@@ -79,19 +79,19 @@ std::string findInterfaceFile(const BundleInfo& info, const QStringList& languag
         }
     }
     if (isThere(info.inBundle(resources + name))) return resources + name;
-    throw LoadError("it has no interface file " + inQuotes(resources + name));
+    throw HostError("it has no interface file " + inQuotes(resources + name));
 }
 
 Interface loadInterface(const BundleInfo& info, const std::string& fileInBundle) {
     Interface result;
     try {
         result.widget = parsed(readWholeFile(info.inBundle(fileInBundle)), info.path);
-    } catch (const LoadError& error) {
-        throw LoadError(fileInBundle + " cannot be read: " + error.what());
+    } catch (const HostError& error) {
+        throw HostError(fileInBundle + " cannot be read: " + error.what());
     }
     result.paneClass = bytesOf(result.widget->property("paneClass").toString());
     if (result.paneClass.empty())
-        throw LoadError(fileInBundle +
+        throw HostError(fileInBundle +
                         " names no pane class: its topmost widget needs a property “paneClass”");
     return result;
 }

@@ -12,7 +12,7 @@ namespace quillmoor::host {
 
 // The bundle's interface file, for messages relative to it: Contents/Resources/<language>.lproj/
 // <name>.ui of the first of `languages` ("de-AT", then "de") that has one, else
-// Contents/Resources/<name>.ui. Throws LoadError when there is none.
+// Contents/Resources/<name>.ui. Throws HostError when there is none.
 std::string findInterfaceFile(const BundleInfo& info, const QStringList& languages);
 
 struct Interface {
@@ -20,7 +20,7 @@ struct Interface {
     std::string paneClass;            // the topmost widget's dynamic property of that name
 };
 
-// Throws LoadError when the file cannot be read, with the line where it goes wrong, or names no
+// Throws HostError when the file cannot be read, with the line where it goes wrong, or names no
 // pane class.
 Interface loadInterface(const BundleInfo& info, const std::string& fileInBundle);
 

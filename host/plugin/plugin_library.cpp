@@ -26,8 +26,8 @@ std::string loaderMessage(const std::string& path) {
 void checkIsWhole(const std::string& file, const std::string& path) {
     try {
         checkIsComplete(path);
-    } catch (const LoadError& error) {
-        throw LoadError(file + " is truncated: " + error.what());
+    } catch (const HostError& error) {
+        throw HostError(file + " is truncated: " + error.what());
     }
 }
 
@@ -36,12 +36,12 @@ void* opened(const BundleInfo& info) {
     const std::string path = info.inBundle(file);
     std::error_code error;
     if (!std::filesystem::exists(path, error))
-        throw LoadError("it has no plug-in " + inQuotes(file));
+        throw HostError("it has no plug-in " + inQuotes(file));
     if (!std::filesystem::is_regular_file(path, error))
-        throw LoadError(file + " is not a regular file");
+        throw HostError(file + " is not a regular file");
     checkIsWhole(file, path);
     void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) throw LoadError(file + " cannot be opened: " + loaderMessage(path));
+    if (handle == nullptr) throw HostError(file + " cannot be opened: " + loaderMessage(path));
     return handle;
 }
 
@@ -69,7 +69,7 @@ PluginLibrary::PluginLibrary(const BundleInfo& info, const installer_host_servic
 
 void* PluginLibrary::symbol(const char* name) const {
     void* address = ::dlsym(handle_, name);
-    if (address == nullptr) throw LoadError(file_ + " exports no function " + inQuotes(name));
+    if (address == nullptr) throw HostError(file_ + " exports no function " + inQuotes(name));
     return address;
 }
 
@@ -80,7 +80,7 @@ void PluginLibrary::attachOnce(const installer_host_services& services) const {
     const auto attach =
         reinterpret_cast<decltype(&installer_plugin_attach)>(symbol("installer_plugin_attach"));
     if (attach(&services) == 0)
-        throw LoadError(file_ + " cannot work with this host: it refused version " +
+        throw HostError(file_ + " cannot work with this host: it refused version " +
                         std::to_string(services.version) + " of the plug-in interface");
     attached.insert(handle_);
 }
@@ -91,11 +91,11 @@ installer_pane PluginLibrary::createPane(const std::string& className,
         symbol("installer_plugin_create_pane"));
     installer_pane pane{};
     if (create(className.c_str(), &host, &pane) == 0)
-        throw LoadError(file_ + " has no pane class " + inQuotes(className));
+        throw HostError(file_ + " has no pane class " + inQuotes(className));
     const char* missing = missingFunction(pane);
     if (missing == nullptr) return pane;
     if (pane.destroy != nullptr) pane.destroy(pane.context);
-    throw LoadError("its pane class " + inQuotes(className) + " lacks the function " +
+    throw HostError("its pane class " + inQuotes(className) + " lacks the function " +
                     inQuotes(missing));
 }
 

@@ -12,10 +12,10 @@ namespace quillmoor::host {
 class PluginLibrary {
   public:
     // Opens the bundle's shared object and has it attach itself to the host, the first time that it
-    // is opened. Throws LoadError. `services` must outlive the process's last thread.
+    // is opened. Throws HostError. `services` must outlive the process's last thread.
     PluginLibrary(const BundleInfo& info, const installer_host_services& services);
 
-    // Throws LoadError when there is no such class or the pane is not complete.
+    // Throws HostError when there is no such class or the pane is not complete.
     installer_pane createPane(const std::string& className, const installer_pane_host& host) const;
 
   private:

@@ -22,7 +22,7 @@ class PluginPane : public Section {
     // The pane asks for the next or the previous pane. Always on the main thread.
     using Go = std::function<void(PluginPane& pane, Direction direction)>;
 
-    // Throws LoadError. The transcript must outlive the pane.
+    // Throws HostError. The transcript must outlive the pane.
     PluginPane(const BundleInfo& info, const PluginLibrary& library, Interface interface,
                Transcript& transcript, Go go);
     ~PluginPane() override;

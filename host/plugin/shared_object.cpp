@@ -31,7 +31,7 @@ std::uint64_t endOf(std::uint64_t offset, std::uint64_t size) {
 
 void checkWithin(std::uint64_t end, std::uint64_t size) {
     if (end > size)
-        throw LoadError("a part of it ends at byte " + std::to_string(end) + ", the file at byte " +
+        throw HostError("a part of it ends at byte " + std::to_string(end) + ", the file at byte " +
                         std::to_string(size));
 }
 
@@ -49,7 +49,7 @@ bool isForThisMachine(const Header& header) {
 
 void checkIsComplete(const std::string& path) {
     const std::unique_ptr<std::FILE, Closer> file(std::fopen(path.c_str(), "re"));
-    if (!file || ::fseeko(file.get(), 0, SEEK_END) != 0) throw LoadError(std::strerror(errno));
+    if (!file || ::fseeko(file.get(), 0, SEEK_END) != 0) throw HostError(std::strerror(errno));
     const auto size = static_cast<std::uint64_t>(::ftello(file.get()));
     Header header{};
     if (!readAt(file.get(), 0, &header, sizeof header) || !isForThisMachine(header)) return;
@@ -58,7 +58,7 @@ void checkIsComplete(const std::string& path) {
     const std::size_t bytes = segments.size() * sizeof(Segment);
     checkWithin(endOf(header.e_phoff, bytes), size);
     if (bytes > 0 && !readAt(file.get(), header.e_phoff, segments.data(), bytes))
-        throw LoadError("its table of segments cannot be read");
+        throw HostError("its table of segments cannot be read");
     for (const Segment& segment : segments)
         checkWithin(endOf(segment.p_offset, segment.p_filesz), size);
 }

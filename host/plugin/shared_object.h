@@ -5,7 +5,7 @@
 
 namespace quillmoor::host {
 
-// Throws LoadError when a segment of the ELF file, or its table of segments, ends beyond the end of
+// Throws HostError when a segment of the ELF file, or its table of segments, ends beyond the end of
 // the file, or when the file cannot be read. A file that is not an ELF file of this machine's word
 // size passes: the loader refuses it with a reason of its own.
 void checkIsComplete(const std::string& path);

@@ -24,10 +24,10 @@ std::string expanded(std::string_view text) {
     std::string result;
     for (std::size_t begin; (begin = text.find("${")) != std::string_view::npos;) {
         const std::size_t end = text.find('}', begin);
-        if (end == std::string_view::npos) throw LoadError("“${” without “}”");
+        if (end == std::string_view::npos) throw HostError("“${” without “}”");
         const std::string name(text.substr(begin + 2, end - begin - 2));
         const char* value = std::getenv(name.c_str());
-        if (value == nullptr) throw LoadError("the environment has no variable " + inQuotes(name));
+        if (value == nullptr) throw HostError("the environment has no variable " + inQuotes(name));
         result += text.substr(0, begin);
         result += value;
         text.remove_prefix(end + 1);
@@ -54,24 +54,24 @@ milliseconds timeOf(const std::string& word) {
     int value = -1;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     if (error != std::errc() || end != word.data() + word.size() || value < 0)
-        throw LoadError(inQuotes(word) + " is no number of milliseconds");
+        throw HostError(inQuotes(word) + " is no number of milliseconds");
     return milliseconds(value);
 }
 
 void needNothing(ScriptStep&, std::string_view rest) {
-    if (!rest.empty()) throw LoadError("nothing may follow, but " + inQuotes(rest) + " does");
+    if (!rest.empty()) throw HostError("nothing may follow, but " + inQuotes(rest) + " does");
 }
 
 void needObject(ScriptStep& step, std::string_view rest) {
     const auto [object, more] = firstWord(rest);
-    if (object.empty()) throw LoadError("the name of an interface element is missing");
+    if (object.empty()) throw HostError("the name of an interface element is missing");
     needNothing(step, more);
     step.object = expanded(object);
 }
 
 void needText(ScriptStep& step, std::string_view rest) {
     step.text = expanded(rest);
-    if (step.text.empty()) throw LoadError("a text is missing");
+    if (step.text.empty()) throw HostError("a text is missing");
 }
 
 void needObjectAndText(ScriptStep& step, std::string_view rest) {
@@ -87,7 +87,7 @@ void needTime(ScriptStep& step, std::string_view rest) {
 void needPath(ScriptStep& step, std::string_view rest) {
     step.words = wordsOf(rest);
     if (step.words.empty() || step.words.size() > 2)
-        throw LoadError(
+        throw HostError(
             "a path and perhaps a number of milliseconds must follow; a path with "
             "spaces is put in double quotes");
     step.time = step.words.size() == 2 ? timeOf(step.words[1]) : kLongestWaitForFile;
@@ -95,13 +95,13 @@ void needPath(ScriptStep& step, std::string_view rest) {
 
 void needCommand(ScriptStep& step, std::string_view rest) {
     step.words = wordsOf(rest);
-    if (step.words.empty()) throw LoadError("a command is missing");
+    if (step.words.empty()) throw HostError("a command is missing");
 }
 
 void needPictureName(ScriptStep& step, std::string_view rest) {
     needText(step, rest);
     if (step.text.find('/') != std::string::npos)
-        throw LoadError(inQuotes(step.text) + " is no plain name for a picture");
+        throw HostError(inQuotes(step.text) + " is no plain name for a picture");
 }
 
 struct Rule {
@@ -148,7 +148,7 @@ ScriptStep parseLine(std::string_view line, int number) {
         rule.read(step, *rest);
         return step;
     }
-    throw LoadError("there is no step " + inQuotes(line));
+    throw HostError("there is no step " + inQuotes(line));
 }
 
 }  // namespace
@@ -162,8 +162,8 @@ std::vector<ScriptStep> parseScript(std::string_view script) {
         if (line.empty() || line.front() == '#') continue;
         try {
             steps.push_back(parseLine(line, number));
-        } catch (const LoadError& error) {
-            throw LoadError(std::to_string(number) + ": " + error.what());
+        } catch (const HostError& error) {
+            throw HostError(std::to_string(number) + ": " + error.what());
         }
     }
     return steps;

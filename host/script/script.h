@@ -34,7 +34,7 @@ struct ScriptStep {
 };
 
 // Splits a script into its steps; ${NAME} is replaced by the environment's value after a line has
-// been split into words, so that a value never becomes several words. Throws LoadError that begins
+// been split into words, so that a value never becomes several words. Throws HostError that begins
 // with the line's number ("3: …") when a step is not understood or a variable is not set.
 std::vector<ScriptStep> parseScript(std::string_view script);
 

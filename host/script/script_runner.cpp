@@ -33,7 +33,7 @@ QString textOf(const QWidget& widget) {
     if (const auto* line = qobject_cast<const QLineEdit*>(&widget)) return line->text();
     if (const auto* button = qobject_cast<const QAbstractButton*>(&widget))
         return withoutMnemonic(button->text());
-    throw LoadError(inQuotes(bytesOf(widget.objectName())) + " shows no text");
+    throw HostError(inQuotes(bytesOf(widget.objectName())) + " shows no text");
 }
 
 bool somethingAt(const std::string& path) {
@@ -66,7 +66,7 @@ void ScriptRunner::runNext() {
     const ScriptStep& step = steps_[next_++];
     try {
         carryOut(step);
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         fail(step, error.what());
     }
 }
@@ -126,15 +126,15 @@ void ScriptRunner::carryOut(const ScriptStep& step) {
 QWidget& ScriptRunner::widgetOf(const ScriptStep& step) const {
     QWidget* widget = target_.widgetNamed(shown(step.object));
     if (widget == nullptr)
-        throw LoadError("there is no interface element " + inQuotes(step.object));
+        throw HostError("there is no interface element " + inQuotes(step.object));
     return *widget;
 }
 
 void ScriptRunner::press(const ScriptStep& step) {
     auto* button = qobject_cast<QAbstractButton*>(&widgetOf(step));
-    if (button == nullptr) throw LoadError(inQuotes(step.object) + " is no button");
-    if (!button->isVisible()) throw LoadError(inQuotes(step.object) + " is not on screen");
-    if (!button->isEnabled()) throw LoadError(inQuotes(step.object) + " cannot be pressed now");
+    if (button == nullptr) throw HostError(inQuotes(step.object) + " is no button");
+    if (!button->isVisible()) throw HostError(inQuotes(step.object) + " is not on screen");
+    if (!button->isEnabled()) throw HostError(inQuotes(step.object) + " cannot be pressed now");
     transcript_.write("pressed", step.object);
     button->click();
 }
@@ -142,29 +142,29 @@ void ScriptRunner::press(const ScriptStep& step) {
 void ScriptRunner::expectPane(const ScriptStep& step) {
     const std::string title = bytesOf(target_.shownTitle());
     if (title != step.text)
-        throw LoadError("expected the pane " + inQuotes(step.text) + ", but " + inQuotes(title) +
+        throw HostError("expected the pane " + inQuotes(step.text) + ", but " + inQuotes(title) +
                         " is on screen");
 }
 
 void ScriptRunner::expectVisible(const ScriptStep& step) {
     if (!widgetOf(step).isVisible())
-        throw LoadError("expected to see " + inQuotes(step.object) + ", but it is hidden");
+        throw HostError("expected to see " + inQuotes(step.object) + ", but it is hidden");
 }
 
 void ScriptRunner::expectHidden(const ScriptStep& step) {
     if (widgetOf(step).isVisible())
-        throw LoadError("expected " + inQuotes(step.object) + " to be hidden, but it can be seen");
+        throw HostError("expected " + inQuotes(step.object) + " to be hidden, but it can be seen");
 }
 
 void ScriptRunner::expectText(const ScriptStep& step) {
     const std::string text = bytesOf(textOf(widgetOf(step)));
     if (text != step.text)
-        throw LoadError("expected " + inQuotes(step.object) + " to read " + inQuotes(step.text) +
+        throw HostError("expected " + inQuotes(step.object) + " to read " + inQuotes(step.text) +
                         ", but it reads " + inQuotes(text));
 }
 
 void ScriptRunner::takePicture(const ScriptStep& step) {
-    if (setting_.pictures.empty()) throw LoadError("a picture needs the option --pictures");
+    if (setting_.pictures.empty()) throw HostError("a picture needs the option --pictures");
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
@@ -174,8 +174,8 @@ void ScriptRunner::takePicture(const ScriptStep& step) {
     std::filesystem::create_directories(setting_.pictures, error);
     try {
         writeWholeFile(path, {bytes.constData(), static_cast<std::size_t>(bytes.size())});
-    } catch (const LoadError& reason) {
-        throw LoadError("the picture " + inQuotes(path) + " cannot be written: " + reason.what());
+    } catch (const HostError& reason) {
+        throw HostError("the picture " + inQuotes(path) + " cannot be written: " + reason.what());
     }
     transcript_.write("picture", path);
 }

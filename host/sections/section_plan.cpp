@@ -25,17 +25,17 @@ constexpr std::array<std::string_view, 5> kNotOffered{"ReadMe", "License", "Targ
 platform::PropertyListArray readOrder(const std::string& folder) {
     const std::string path = folder + "/" + std::string(kOrderFile);
     std::error_code error;
-    if (!fs::exists(path, error)) throw LoadError("it has no " + std::string(kOrderFile));
+    if (!fs::exists(path, error)) throw HostError("it has no " + std::string(kOrderFile));
     const auto dictionary = platform::nativePropertyLists()->dictionaryWithContentsOfFile(path);
     if (!dictionary)
-        throw LoadError(std::string(kOrderFile) +
+        throw HostError(std::string(kOrderFile) +
                         " is not a property list that holds a dictionary");
     const auto entry = dictionary->find("SectionOrder");
     const auto* order = entry == dictionary->end()
                             ? nullptr
                             : std::get_if<platform::PropertyListArray>(&entry->second.value);
     if (order == nullptr)
-        throw LoadError(std::string(kOrderFile) + " has no array for the key “SectionOrder”");
+        throw HostError(std::string(kOrderFile) + " has no array for the key “SectionOrder”");
     return *order;
 }
 
@@ -76,7 +76,7 @@ std::vector<PlannedSection> planForFolder(const std::string& folder) {
     try {
         for (const auto& entry : readOrder(folder))
             if (!isNotOffered(entry)) plan.push_back(sectionFor(folder, entry));
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         plan = {{Kind::Introduction, "", ""}, {Kind::Problem, folder, error.what()}};
     }
     if (!hasSummary(plan)) plan.push_back({Kind::Summary, "", ""});

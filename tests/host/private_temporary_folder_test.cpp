@@ -79,7 +79,7 @@ TEST_F(PrivateFolder, SaysWhyItCannotBeMade) {
     try {
         const PrivateTemporaryFolder folder;
         FAIL();
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         EXPECT_THAT(error.what(),
                     StartsWith("no folder could be made in the temporary folder “/proc”: "));
     }

@@ -13,7 +13,7 @@ template <typename Function>
 std::string errorOf(Function function) {
     try {
         function();
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         return error.what();
     }
     return "";

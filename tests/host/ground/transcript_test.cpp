@@ -41,7 +41,7 @@ TEST(Transcript, WithoutAFileNothingIsWritten) {
 
 TEST(Transcript, AFileThatCannotBeMadeSaysWhy) {
     const test::TempFolder folder;
-    EXPECT_THROW(Transcript(folder / "no/t"), LoadError);
+    EXPECT_THROW(Transcript(folder / "no/t"), HostError);
 }
 
 TEST(Transcript, AFullDiskIsNoticed) {

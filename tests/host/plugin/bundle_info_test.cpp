@@ -14,7 +14,7 @@ namespace {
 std::string errorOf(const std::string& path) {
     try {
         readBundleInfo(path);
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         return error.what();
     }
     return "";

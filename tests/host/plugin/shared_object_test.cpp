@@ -36,7 +36,7 @@ class SharedObject : public ::testing::Test {
     static std::string errorOf(const std::string& path) {
         try {
             checkIsComplete(path);
-        } catch (const LoadError& error) {
+        } catch (const HostError& error) {
             return error.what();
         }
         return "";

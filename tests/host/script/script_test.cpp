@@ -17,14 +17,14 @@ using ::testing::IsEmpty;
 
 ScriptStep only(std::string_view script) {
     const auto steps = parseScript(script);
-    if (steps.size() != 1) throw LoadError("not one step");
+    if (steps.size() != 1) throw HostError("not one step");
     return steps.front();
 }
 
 std::string errorOf(std::string_view script) {
     try {
         parseScript(script);
-    } catch (const LoadError& error) {
+    } catch (const HostError& error) {
         return error.what();
     }
     return "";

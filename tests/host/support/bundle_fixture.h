@@ -28,7 +28,7 @@ class BundleFixture : public ::testing::Test {
     std::string errorOf(const test::BundleParts& parts) {
         try {
             load(makeBundle(folder_, "X.bundle", parts));
-        } catch (const LoadError& error) {
+        } catch (const HostError& error) {
             return error.what();
         }
         return "";
