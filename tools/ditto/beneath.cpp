@@ -11,11 +11,17 @@
 #include <vector>
 
 #include "base/paths.h"
+#include "platform/posix/fs/directory_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/entry_tree.h"
 #include "tools/ditto/failure.h"
 
 namespace quillmoor::ditto {
 namespace {
+
+using platform::posix::systemCalls;
+
+using platform::posix::DirectoryReader;
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
@@ -29,10 +35,11 @@ Descriptor openAtOnce(int root, const std::string& path) {
 }
 
 Descriptor openStepByStep(int root, std::string_view path) {
-    Descriptor folder(::openat(root, ".", kFolderFlags));
+    Descriptor folder(systemCalls().openat(root, ".", kFolderFlags, 0));
     std::string_view component;
     for (PathComponents components(path); folder && components.next(component);)
-        folder = Descriptor(::openat(folder.get(), std::string(component).c_str(), kFolderFlags));
+        folder = Descriptor(
+            systemCalls().openat(folder.get(), std::string(component).c_str(), kFolderFlags, 0));
     return folder;
 }
 
@@ -44,23 +51,32 @@ struct Step {
 
 // Opens a folder that is to be emptied, and sees to it that this is possible.
 Descriptor openToEmpty(int parent, const char* name) {
-    Descriptor folder(::openat(parent, name, kFolderFlags));
-    if (!folder && errno == EACCES && ::fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0)
-        folder = Descriptor(::openat(parent, name, kFolderFlags));
-    if (folder) ::fchmod(folder.get(), S_IRWXU);
+    Descriptor folder(systemCalls().openat(parent, name, kFolderFlags, 0));
+    if (!folder && errno == EACCES &&
+        systemCalls().fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0)
+        folder = Descriptor(systemCalls().openat(parent, name, kFolderFlags, 0));
+    if (folder) systemCalls().fchmod(folder.get(), S_IRWXU);
     return folder;
 }
 
-// Removes what is no folder; answers the first folder found, or "".
+// What the folder holds, from its beginning; the folder itself stays open.
+DirectoryReader readerOf(int folder, std::string_view name = ".") {
+    Descriptor opened(systemCalls().openat(folder, ".", kFolderFlags, 0));
+    if (!opened) failWithErrno(name, "listed");
+    DirectoryReader reader(std::move(opened));
+    if (reader.error() != 0) failWithError(name, "listed", reader.error());
+    return reader;
+}
+
+// Removes what is not a folder; returns the first folder found, or "".
 std::string removeItems(int folder) {
-    const FolderStream stream = streamOf(folder);
-    if (!stream) failWithErrno(".", "listed");
-    for (errno = 0; const dirent* item = ::readdir(stream.get()); errno = 0) {
-        if (isDots(item->d_name) || ::unlinkat(folder, item->d_name, 0) == 0) continue;
+    DirectoryReader reader = readerOf(folder);
+    while (const dirent* item = reader.next()) {
+        if (systemCalls().unlinkat(folder, item->d_name, 0) == 0) continue;
         if (errno == EISDIR) return item->d_name;
         failWithErrno(item->d_name, "removed");
     }
-    if (errno != 0) failWithErrno(".", "listed");
+    if (reader.error() != 0) failWithError(".", "listed", reader.error());
     return {};
 }
 
@@ -81,26 +97,15 @@ Descriptor openFolderBeneath(int root, std::string_view path) {
     return folder;
 }
 
-FolderStream streamOf(int folder) {
-    const int copy = ::openat(folder, ".", kFolderFlags);
-    FolderStream stream(copy < 0 ? nullptr : ::fdopendir(copy));
-    if (!stream && copy >= 0) ::close(copy);
-    return stream;
-}
-
-bool isDots(std::string_view name) {
-    return name == "." || name == "..";
-}
-
 Identity identityOf(int item, std::string_view name) {
     struct stat info = {};
-    if (::fstat(item, &info) != 0) failWithErrno(name, "examined");
+    if (systemCalls().fstat(item, &info) != 0) failWithErrno(name, "examined");
     return {info.st_dev, info.st_ino};
 }
 
 bool isItem(int folder, const std::string& name, int item) {
     struct stat info = {};
-    if (::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0)
+    if (systemCalls().fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0)
         return Identity(info.st_dev, info.st_ino) == identityOf(item, name);
     if (errno != ENOENT) failWithErrno(name, "examined");
     return false;
@@ -117,20 +122,25 @@ int FolderCache::open(std::string_view path) {
     return folder_.get();
 }
 
+std::vector<std::string> namesIn(int folder, std::string_view name) {
+    DirectoryReader reader = readerOf(folder, name);
+    std::vector<std::string> names;
+    while (const dirent* item = reader.next()) names.emplace_back(item->d_name);
+    if (reader.error() != 0) failWithError(name, "listed", reader.error());
+    return names;
+}
+
 bool isEmpty(int folder) {
-    const FolderStream stream = streamOf(folder);
-    if (!stream) failWithErrno(".", "listed");
-    errno = 0;
-    while (const dirent* entry = ::readdir(stream.get()))
-        if (!isDots(entry->d_name)) return false;
-    if (errno != 0) failWithErrno(".", "listed");
-    return true;
+    DirectoryReader reader = readerOf(folder);
+    const bool empty = reader.next() == nullptr;
+    if (reader.error() != 0) failWithError(".", "listed", reader.error());
+    return empty;
 }
 
 void removeContents(int folder) {
     // However deep the tree is, the way back up is "..".
     std::vector<Step> way;
-    Descriptor at(::openat(folder, ".", kFolderFlags));
+    Descriptor at(systemCalls().openat(folder, ".", kFolderFlags, 0));
     if (!at) failWithErrno(".", "opened");
     for (;;) {
         std::string inner = removeItems(at.get());
@@ -143,10 +153,10 @@ void removeContents(int folder) {
         }
         if (way.empty()) return;
         const Step& last = way.back();
-        at = Descriptor(::openat(at.get(), "..", kFolderFlags));
+        at = Descriptor(systemCalls().openat(at.get(), "..", kFolderFlags, 0));
         // A folder that was moved meanwhile leads somewhere else.
         if (at && identityOf(at.get()) != last.parent) failWithError(last.name, "removed", EBUSY);
-        if (!at || ::unlinkat(at.get(), last.name.c_str(), AT_REMOVEDIR) != 0)
+        if (!at || systemCalls().unlinkat(at.get(), last.name.c_str(), AT_REMOVEDIR) != 0)
             failWithErrno(last.name, "removed");
         way.pop_back();
     }

@@ -1,14 +1,13 @@
 // Folders reached from a folder that is open, never through a link and never out of it.
 #pragma once
 
-#include <dirent.h>
 #include <sys/types.h>
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/posix/ground/descriptor.h"
 
@@ -23,14 +22,9 @@ std::string parentPathOf(std::string_view path);
 // link on the way is one.
 Descriptor openFolderBeneath(int root, std::string_view path);
 
-// Reads what an open folder holds, from its beginning, and closes only itself. Null with errno.
-struct CloseFolder {
-    void operator()(DIR* folder) const { ::closedir(folder); }
-};
-using FolderStream = std::unique_ptr<DIR, CloseFolder>;
-FolderStream streamOf(int folder);
-
-bool isDots(std::string_view name);
+// What an open folder holds, in no order. Throws Failure, with the name, where that cannot be
+// listed.
+std::vector<std::string> namesIn(int folder, std::string_view name);
 
 // What distinguishes a file or folder from all others. `name` is for the Failure.
 using Identity = std::pair<dev_t, ino_t>;

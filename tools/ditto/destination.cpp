@@ -12,11 +12,14 @@
 #include "base/paths.h"
 #include "platform/posix/fs/rename_posix.h"
 #include "platform/posix/ground/names_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/text.h"
 
 namespace quillmoor::ditto {
 namespace {
+
+using platform::posix::systemCalls;
 
 using platform::posix::renameWithoutReplacing;
 using platform::posix::temporaryName;
@@ -24,7 +27,8 @@ using platform::posix::temporaryName;
 // What cannot be examined counts as there.
 bool existsAt(int folder, const std::string& name) {
     struct stat info = {};
-    return ::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT;
+    return systemCalls().fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 ||
+           errno != ENOENT;
 }
 
 std::string withoutTrailingSlashes(std::string path) {
@@ -51,21 +55,21 @@ Destination::~Destination() {
 
 void Destination::openParent(const std::string& path) {
     struct stat info = {};
-    if (::stat(path.c_str(), &info) == 0) {
+    if (systemCalls().fstatat(AT_FDCWD, path.c_str(), &info, 0) == 0) {
         if (!S_ISDIR(info.st_mode)) throw Failure(quoted(path) + " is not a folder");
         exists_ = true;
-        parent_ = Descriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        parent_ = Descriptor(systemCalls().openat(AT_FDCWD, path.c_str(), O_PATH | O_DIRECTORY, 0));
         if (!parent_) failWithErrno(path, "opened");
         return;
     }
     if (errno != ENOENT) failWithErrno(path, "examined");
-    if (::lstat(path.c_str(), &info) == 0)
+    if (systemCalls().fstatat(AT_FDCWD, path.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0)
         throw Failure(quoted(path) + " is a link that leads nowhere");
     name_ = lastPathComponent(path);
     if (name_ == "." || name_ == "..") failWithError(path, "made", ENOENT);
     const std::string parent = parentPathOf(path);
     makeParents(parent);
-    parent_ = Descriptor(::open(parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    parent_ = Descriptor(systemCalls().openat(AT_FDCWD, parent.c_str(), O_PATH | O_DIRECTORY, 0));
     if (!parent_) failWithErrno(parent, "opened");
 }
 
@@ -73,12 +77,14 @@ void Destination::makeParents(const std::string& path) {
     for (std::size_t end = 0; end < path.size();) {
         end = std::min(path.find('/', end + 1), path.size());
         const std::string part = path.substr(0, end);
+        struct stat info = {};
+        if (systemCalls().fstatat(AT_FDCWD, part.c_str(), &info, 0) == 0) continue;
         madeFolders_.push_back(part);
-        if (::mkdir(part.c_str(), 0777 & ~umask_) == 0) continue;
+        if (systemCalls().mkdirat(AT_FDCWD, part.c_str(), 0777 & ~umask_) == 0) continue;
         const int error = errno;
         madeFolders_.pop_back();
-        struct stat info = {};
-        if (error != EEXIST && ::stat(part.c_str(), &info) != 0) failWithError(part, "made", error);
+        // Another may have made it meanwhile.
+        if (error != EEXIST) failWithError(part, "made", error);
     }
 }
 
@@ -86,17 +92,17 @@ void Destination::makeStage() {
     const char* const what = exists_ ? "written to" : "made";
     // While others use up all descriptors, the stage can still be removed.
     for (Descriptor& spare : spare_) {
-        spare = Descriptor(::fcntl(parent_.get(), F_DUPFD_CLOEXEC, 0));
+        spare = Descriptor(systemCalls().fcntl(parent_.get(), F_DUPFD_CLOEXEC, 0));
         if (!spare) failWithErrno(path_, what);
     }
     stageName_ = temporaryName("ditto");
-    if (::mkdirat(parent_.get(), stageName_.c_str(), S_IRWXU) != 0) {
+    if (systemCalls().mkdirat(parent_.get(), stageName_.c_str(), S_IRWXU) != 0) {
         const int error = errno;
         stageName_.clear();
         failWithError(path_, what, error);
     }
-    Descriptor stage(::openat(parent_.get(), stageName_.c_str(),
-                              O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    Descriptor stage(systemCalls().openat(parent_.get(), stageName_.c_str(),
+                                          O_RDONLY | O_DIRECTORY | O_NOFOLLOW, 0));
     if (!stage) failWithErrno(path_, "opened");
     // In a folder that others may write to, another may have been put in its place: what that one
     // holds is left unchanged.
@@ -135,7 +141,8 @@ void Destination::commit(const std::vector<std::string_view>& names) {
         removeStage();
     } else {
         requireOwnStage();
-        if (::fchmod(stage_.get(), 0777 & ~umask_) != 0) failWithErrno(path_, "given its rights");
+        if (systemCalls().fchmod(stage_.get(), 0777 & ~umask_) != 0)
+            failWithErrno(path_, "given its rights");
         const int error = renameWithoutReplacing(parent_.get(), stageName_, parent_.get(), name_);
         if (error != 0) failWithError(path_, "made", error);
         committed_ = true;
@@ -184,7 +191,8 @@ void Destination::removeStage() noexcept {
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "ditto: %s\n", failure.what());
     }
-    if (!stageName_.empty() && ::unlinkat(parent_.get(), stageName_.c_str(), AT_REMOVEDIR) != 0)
+    if (!stageName_.empty() &&
+        systemCalls().unlinkat(parent_.get(), stageName_.c_str(), AT_REMOVEDIR) != 0)
         warnOfResidue(stageName_);
 }
 

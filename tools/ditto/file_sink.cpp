@@ -6,10 +6,13 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 
 namespace quillmoor::ditto {
 namespace {
+
+using platform::posix::systemCalls;
 
 constexpr std::size_t kPieceSize = 256U << 10U;
 
@@ -21,7 +24,7 @@ std::uint32_t addToCrc(std::uint32_t crc, std::span<const unsigned char> bytes) 
 
 void writeAll(int file, std::span<const unsigned char> bytes, std::string_view name) {
     while (!bytes.empty()) {
-        const ssize_t put = ::write(file, bytes.data(), bytes.size());
+        const ssize_t put = systemCalls().write(file, bytes.data(), bytes.size());
         if (put < 0 && errno == EINTR) continue;
         if (put < 0) failWithErrno(name, "written");
         bytes = bytes.subspan(static_cast<std::size_t>(put));

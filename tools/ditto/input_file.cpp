@@ -7,18 +7,21 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/text.h"
 
 namespace quillmoor::ditto {
 
+using platform::posix::systemCalls;
+
 InputFile::InputFile(std::string path) : path_(std::move(path)) {
     // Without O_NONBLOCK a FIFO would wait for its writer.
     file_ = platform::posix::Descriptor(
-        ::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+        systemCalls().openat(AT_FDCWD, path_.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, 0));
     if (!file_) failWithErrno(path_, "opened");
     struct stat info = {};
-    if (::fstat(file_.get(), &info) != 0) failWithErrno(path_, "examined");
+    if (systemCalls().fstat(file_.get(), &info) != 0) failWithErrno(path_, "examined");
     if (!S_ISREG(info.st_mode)) throw Failure(quoted(path_) + " is not a file");
     size_ = static_cast<std::uint64_t>(info.st_size);
 }

@@ -8,10 +8,13 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 
 namespace quillmoor::ditto {
 namespace {
+
+using platform::posix::systemCalls;
 
 // The date of last access stays as it is.
 std::array<timespec, 2> datesOf(const Entry& entry) {
@@ -27,9 +30,10 @@ mode_t modeOf(const Entry* entry, unsigned standard, unsigned umask) {
 }
 
 void finish(const Descriptor& opened, const PlannedItem& folder, unsigned umask) {
-    if (::fchmod(opened.get(), modeOf(folder.entry, 0777, umask)) != 0)
+    if (systemCalls().fchmod(opened.get(), modeOf(folder.entry, 0777, umask)) != 0)
         failWithErrno(folder.path, "given its rights");
-    if (folder.entry != nullptr && ::futimens(opened.get(), datesOf(*folder.entry).data()) != 0)
+    if (folder.entry != nullptr &&
+        systemCalls().futimens(opened.get(), datesOf(*folder.entry).data()) != 0)
         failWithErrno(folder.path, "dated");
 }
 
@@ -42,9 +46,9 @@ FileWriter::FileWriter(int root, const std::vector<InputFile>& archives, unsigne
 void FileWriter::write(const PlannedItem& file) {
     const Entry& entry = *file.entry;
     const int folder = folders_.open(folderOf(file.path));
-    Descriptor output(::openat(folder, std::string(lastNameOf(file.path)).c_str(),
-                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                               modeOf(&entry, 0666, umask_)));
+    Descriptor output(systemCalls().openat(folder, std::string(lastNameOf(file.path)).c_str(),
+                                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW,
+                                           modeOf(&entry, 0666, umask_)));
     if (!output) failWithErrno(file.path, "made");
     const InputFile& archive = archives_[entry.archive];
     if (entry.size > kWholeEntry) {
@@ -54,14 +58,15 @@ void FileWriter::write(const PlannedItem& file) {
         sink_.start(output.get(), file.path);
         reader_.read(archive, entry, sink_);
     }
-    if (::futimens(output.get(), datesOf(entry).data()) != 0) failWithErrno(file.path, "dated");
+    if (systemCalls().futimens(output.get(), datesOf(entry).data()) != 0)
+        failWithErrno(file.path, "dated");
     // Some file systems tell only now that the disk is full.
-    if (::close(output.release()) != 0) failWithErrno(file.path, "written");
+    if (systemCalls().close(output.release()) != 0) failWithErrno(file.path, "written");
 }
 
 void makeFolder(FolderCache& folders, const PlannedItem& folder) {
     const int parent = folders.open(folderOf(folder.path));
-    if (::mkdirat(parent, std::string(lastNameOf(folder.path)).c_str(), S_IRWXU) != 0)
+    if (systemCalls().mkdirat(parent, std::string(lastNameOf(folder.path)).c_str(), S_IRWXU) != 0)
         failWithErrno(folder.path, "made");
 }
 
@@ -69,9 +74,10 @@ void makeLink(FolderCache& folders, const PlannedItem& link) {
     const int parent = folders.open(folderOf(link.path));
     const std::string name(lastNameOf(link.path));
     const std::string target(link.entry->linkTarget);
-    if (::symlinkat(target.c_str(), parent, name.c_str()) != 0) failWithErrno(link.path, "made");
+    if (systemCalls().symlinkat(target.c_str(), parent, name.c_str()) != 0)
+        failWithErrno(link.path, "made");
     const auto dates = datesOf(*link.entry);
-    if (::utimensat(parent, name.c_str(), dates.data(), AT_SYMLINK_NOFOLLOW) != 0)
+    if (systemCalls().utimensat(parent, name.c_str(), dates.data(), AT_SYMLINK_NOFOLLOW) != 0)
         failWithErrno(link.path, "dated");
 }
 

@@ -8,6 +8,7 @@
 #include <exception>
 #include <string>
 
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/interruption.h"
 #include "tools/ditto/options.h"
 #include "tools/ditto/pack.h"
@@ -15,15 +16,17 @@
 
 namespace {
 
+using quillmoor::platform::posix::systemCalls;
 using namespace quillmoor::ditto;  // NOLINT(google-build-using-namespace): the program's own
 
 // Makes sure that no file of the work gets the number of a standard stream that the caller has
 // closed: messages would be written into it. Using such a stream still fails.
 void occupyStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(stream, F_GETFD) >= 0) continue;
+        if (systemCalls().fcntl(stream, F_GETFD, 0) >= 0) continue;
         // It gets the lowest free number, which is this one.
-        if (::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY) != stream)
+        if (systemCalls().openat(AT_FDCWD, "/dev/null",
+                                 stream == STDIN_FILENO ? O_WRONLY : O_RDONLY, 0) != stream)
             std::_Exit(EXIT_FAILURE);
     }
 }

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/block_deflater.h"
 #include "tools/ditto/entry.h"
 #include "tools/ditto/entry_tree.h"
@@ -34,6 +35,8 @@
 
 namespace quillmoor::ditto {
 namespace {
+
+using platform::posix::systemCalls;
 
 constexpr std::size_t kDictionarySize = 32U << 10U;
 // A file of this size may come to 4 GiB while it is packed.
@@ -54,7 +57,7 @@ unsigned threadCount() {
 std::size_t readFully(int file, std::span<unsigned char> room, const std::string& path) {
     std::size_t done = 0;
     while (done < room.size()) {
-        const ssize_t got = ::read(file, room.data() + done, room.size() - done);
+        const ssize_t got = systemCalls().read(file, room.data() + done, room.size() - done);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) failWithErrno(path, "read");
         if (got == 0) break;
@@ -65,7 +68,8 @@ std::size_t readFully(int file, std::span<unsigned char> room, const std::string
 
 std::string targetOf(int folder, const std::string& name, const std::string& path) {
     std::array<char, kLongestName + 1> target = {};
-    const ssize_t size = ::readlinkat(folder, name.c_str(), target.data(), target.size());
+    const ssize_t size =
+        systemCalls().readlinkat(folder, name.c_str(), target.data(), target.size());
     if (size < 0) failWithErrno(path, "read");
     return {target.data(), static_cast<std::size_t>(size)};
 }
@@ -116,7 +120,7 @@ class Packer {
 
     void packRoot() {
         struct stat info = {};
-        if (::fstat(tree_.root(), &info) != 0) failWithErrno(prefix_, "examined");
+        if (systemCalls().fstat(tree_.root(), &info) != 0) failWithErrno(prefix_, "examined");
         writer_.add(headerFor(prefix_, info), zip::kStored, 0, 0, {});
     }
 
@@ -125,7 +129,7 @@ class Packer {
         const std::string name(lastNameOf(item.path));
         if (item.kind == SourceItem::Kind::File) return packFile(folder, name, item.path);
         struct stat info = {};
-        if (::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        if (systemCalls().fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
             failWithErrno(item.path, "examined");
         const bool isFolder = item.kind == SourceItem::Kind::Folder;
         if (isFolder ? !S_ISDIR(info.st_mode) : !S_ISLNK(info.st_mode))
@@ -145,18 +149,18 @@ class Packer {
     void packFile(int folder, const std::string& name, const std::string& path) {
         // A link is followed only where it is the source itself.
         const int follow = tree_.isFolder() ? O_NOFOLLOW : 0;
-        const Descriptor file(
-            ::openat(folder, name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | follow));
+        const Descriptor file(systemCalls().openat(folder, name.c_str(),
+                                                   O_RDONLY | O_NONBLOCK | O_NOCTTY | follow, 0));
         if (!file) failWithErrno(path, "opened");
         struct stat info = {};
-        if (::fstat(file.get(), &info) != 0) failWithErrno(path, "examined");
+        if (systemCalls().fstat(file.get(), &info) != 0) failWithErrno(path, "examined");
         if (!S_ISREG(info.st_mode)) throw Failure(quoted(path) + " is no file any more");
         EntryHeader header = headerFor(prefix_ + path, info);
         if (info.st_size <= static_cast<off_t>(kWholeFile)) {
             const auto expected = static_cast<std::size_t>(info.st_size);
             if (packWhole(file.get(), expected, header, path)) return;
             // It has grown meanwhile.
-            if (::lseek(file.get(), 0, SEEK_SET) != 0) failWithErrno(path, "read");
+            if (systemCalls().lseek(file.get(), 0, SEEK_SET) != 0) failWithErrno(path, "read");
         }
         packInBlocks(file.get(), std::move(header), info.st_size >= kWideFrom, path);
     }

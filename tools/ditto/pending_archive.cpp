@@ -9,37 +9,42 @@
 
 #include "base/paths.h"
 #include "platform/posix/ground/names_posix.h"
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/text.h"
 
 namespace quillmoor::ditto {
 
+using platform::posix::systemCalls;
+
 PendingArchive::PendingArchive(std::string path, unsigned umask)
     : path_(std::move(path)), name_(lastPathComponent(path_)), umask_(umask) {
     struct stat info = {};
-    if (::lstat(path_.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+    if (systemCalls().fstatat(AT_FDCWD, path_.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISDIR(info.st_mode))
         throw Failure(quoted(path_) + " is a folder");
     const std::string parent = parentPathOf(path_);
-    folder_ = Descriptor(::open(parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    folder_ = Descriptor(systemCalls().openat(AT_FDCWD, parent.c_str(), O_PATH | O_DIRECTORY, 0));
     if (!folder_) failWithErrno(parent, "opened");
 }
 
 PendingArchive::~PendingArchive() {
-    if (!temporaryName_.empty() && ::unlinkat(folder_.get(), temporaryName_.c_str(), 0) != 0)
+    if (!temporaryName_.empty() &&
+        systemCalls().unlinkat(folder_.get(), temporaryName_.c_str(), 0) != 0)
         warnOfResidue(temporaryName_);
 }
 
 Place PendingArchive::place() const {
     struct stat info = {};
-    if (::fstat(folder_.get(), &info) != 0) failWithErrno(path_, "examined");
+    if (systemCalls().fstat(folder_.get(), &info) != 0) failWithErrno(path_, "examined");
     return {info.st_dev, info.st_ino, name_};
 }
 
 void PendingArchive::create() {
     temporaryName_ = platform::posix::temporaryName(name_);
     file_ =
-        Descriptor(::openat(folder_.get(), temporaryName_.c_str(),
-                            O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666 & ~umask_));
+        Descriptor(systemCalls().openat(folder_.get(), temporaryName_.c_str(),
+                                        O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0666 & ~umask_));
     if (file_) return;
     const int error = errno;
     temporaryName_.clear();
@@ -53,8 +58,9 @@ void PendingArchive::putInPlace() {
         failWithError(path_, "replaced", EBUSY);
     }
     // Some file systems tell only now that the disk is full.
-    if (::close(file_.release()) != 0) failWithErrno(path_, "written");
-    if (::renameat(folder_.get(), temporaryName_.c_str(), folder_.get(), name_.c_str()) != 0)
+    if (systemCalls().close(file_.release()) != 0) failWithErrno(path_, "written");
+    if (systemCalls().renameat(folder_.get(), temporaryName_.c_str(), folder_.get(),
+                               name_.c_str()) != 0)
         failWithErrno(path_, "replaced");
     temporaryName_.clear();
 }

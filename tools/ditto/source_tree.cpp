@@ -10,12 +10,15 @@
 #include <utility>
 
 #include "base/paths.h"
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/interruption.h"
 #include "tools/ditto/text.h"
 
 namespace quillmoor::ditto {
 namespace {
+
+using platform::posix::systemCalls;
 
 bool isDots(std::string_view name) {
     return name == "." || name == "..";
@@ -25,23 +28,12 @@ bool isDots(std::string_view name) {
 std::string ownName(const std::string& source) {
     std::string name = lastPathComponent(source);
     if (isDots(name)) {
-        const std::unique_ptr<char, decltype(&std::free)> real(::realpath(source.c_str(), nullptr),
-                                                               &std::free);
+        const std::unique_ptr<char, decltype(&std::free)> real(
+            systemCalls().realpath(source.c_str(), nullptr), &std::free);
         if (!real) failWithErrno(source, "examined");
         name = lastPathComponent(real.get());
     }
     return name == "/" ? std::string() : name;
-}
-
-std::vector<std::string> namesIn(int folder, const std::string& path) {
-    const FolderStream stream = streamOf(folder);
-    if (!stream) failWithErrno(path, "listed");
-    std::vector<std::string> names;
-    for (errno = 0; const dirent* item = ::readdir(stream.get()); errno = 0)
-        if (!isDots(item->d_name)) names.emplace_back(item->d_name);
-    if (errno != 0) failWithErrno(path, "listed");
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 SourceItem::Kind kindOf(const struct stat& info, const std::string& path) {
@@ -55,12 +47,13 @@ SourceItem::Kind kindOf(const struct stat& info, const std::string& path) {
 
 SourceTree::SourceTree(const std::string& source, Place archive) : archive_(std::move(archive)) {
     struct stat info = {};
-    if (::stat(source.c_str(), &info) != 0) failWithErrno(source, "opened");
+    if (systemCalls().fstatat(AT_FDCWD, source.c_str(), &info, 0) != 0)
+        failWithErrno(source, "opened");
     name_ = ownName(source);
     isFolder_ = S_ISDIR(info.st_mode);
     const std::string folder = isFolder_ ? source : parentPathOf(source);
     const int flags = isFolder_ ? O_RDONLY : O_PATH;
-    root_ = Descriptor(::open(folder.c_str(), flags | O_DIRECTORY | O_CLOEXEC));
+    root_ = Descriptor(systemCalls().openat(AT_FDCWD, folder.c_str(), flags | O_DIRECTORY, 0));
     if (!root_) failWithErrno(folder, "opened");
     if (isFolder_) {
         list("");
@@ -86,14 +79,16 @@ void SourceTree::list(const std::string& folder) {
 std::vector<SourceItem> SourceTree::itemsIn(const std::string& path) const {
     const Descriptor folder = openFolderBeneath(root_.get(), path);
     const bool holdsArchive = isArchivesFolder(folder.get());
+    std::vector<std::string> names = namesIn(folder.get(), path);
+    std::sort(names.begin(), names.end());
     std::vector<SourceItem> items;
-    for (const std::string& name : namesIn(folder.get(), path)) {
+    for (const std::string& name : names) {
         if (holdsArchive && name == archive_.name) continue;
         struct stat info = {};
         std::string itsPath = path;
         if (!path.empty()) itsPath += '/';
         itsPath += name;
-        if (::fstatat(folder.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        if (systemCalls().fstatat(folder.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
             failWithErrno(itsPath, "examined");
         const SourceItem::Kind kind = kindOf(info, itsPath);
         items.push_back({std::move(itsPath), kind});
@@ -103,7 +98,7 @@ std::vector<SourceItem> SourceTree::itemsIn(const std::string& path) const {
 
 bool SourceTree::isArchivesFolder(int folder) const {
     struct stat info = {};
-    if (::fstat(folder, &info) != 0) failWithErrno(".", "examined");
+    if (systemCalls().fstat(folder, &info) != 0) failWithErrno(".", "examined");
     return info.st_dev == archive_.device && info.st_ino == archive_.folder;
 }
 
