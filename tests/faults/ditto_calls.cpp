@@ -2,12 +2,10 @@
 // table's would. In this program only, the linker replaces such a call X by __wrap_X, and calls
 // __real_X its original (--wrap).
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 
 #include "platform/posix/ground/system_calls_posix.h"
 
@@ -22,14 +20,6 @@ bool openFails(int folder) {
     if (opened >= 0) nativeSystemCalls().close(opened);
     errno = error;
     return opened < 0;
-}
-
-bool threadFails() {
-    pthread_t thread{};
-    const auto end = [](void* nothing) { return nothing; };
-    if (systemCalls().pthread_create(&thread, nullptr, +end, nullptr) != 0) return true;
-    ::pthread_join(thread, nullptr);
-    return false;
 }
 
 }  // namespace
@@ -53,16 +43,6 @@ ssize_t __real_pwrite(int file, const void* buffer, size_t size, off_t offset);
 ssize_t __wrap_pwrite(int file, const void* buffer, size_t size, off_t offset) {
     return systemCalls().write(file, buffer, 0) < 0 ? -1
                                                     : __real_pwrite(file, buffer, size, offset);
-}
-
-// std::thread's start; its state is passed by address.
-void __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-    void* thread, void* state, void (*depends)());
-void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-    void* thread, void* state, void (*depends)()) {
-    if (threadFails()) throw std::system_error(EAGAIN, std::generic_category());
-    __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-        thread, state, depends);
 }
 
 }  // extern "C"

@@ -88,7 +88,7 @@ BlockDeflater::~BlockDeflater() {
         waiting_.clear();
     }
     submitted_.notify_all();
-    for (std::thread& thread : threads_) thread.join();
+    for (platform::posix::Thread& thread : threads_) thread.join();
 }
 
 void BlockDeflater::submit(Block& block) {

@@ -7,8 +7,9 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
-#include <thread>
 #include <vector>
+
+#include "platform/posix/ground/thread_posix.h"
 
 namespace quillmoor::ditto {
 
@@ -64,7 +65,7 @@ class BlockDeflater {
     std::deque<Block*> waiting_;
     bool ended_ = false;
     std::vector<std::unique_ptr<Deflater>> deflaters_;
-    std::vector<std::thread> threads_;
+    std::vector<platform::posix::Thread> threads_;
 };
 
 }  // namespace quillmoor::ditto

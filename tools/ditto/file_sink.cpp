@@ -62,7 +62,7 @@ void FileSink::accept(std::size_t size) {
 
 BackgroundSink::BackgroundSink(int file, std::string_view name) : file_(file), name_(name) {
     for (Piece& piece : pieces_) piece.bytes.resize(kPieceSize);
-    thread_ = std::thread([this] { work(); });
+    thread_ = platform::posix::Thread([this] { work(); });
 }
 
 BackgroundSink::~BackgroundSink() {

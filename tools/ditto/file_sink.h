@@ -10,9 +10,9 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
+#include "platform/posix/ground/thread_posix.h"
 #include "tools/ditto/entry_reader.h"
 
 namespace quillmoor::ditto {
@@ -71,7 +71,7 @@ class BackgroundSink : public PieceSink {
     std::size_t written_ = 0;  // pieces done, ever
     bool ended_ = false;
     std::exception_ptr failure_;
-    std::thread thread_;
+    platform::posix::Thread thread_;
 };
 
 }  // namespace quillmoor::ditto

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/posix/ground/thread_posix.h"
 #include "tools/ditto/archive_index.h"
 #include "tools/ditto/archive_judge.h"
 #include "tools/ditto/destination.h"
@@ -24,6 +25,8 @@
 
 namespace quillmoor::ditto {
 namespace {
+
+using platform::posix::Thread;
 
 constexpr std::size_t kMostArchives = 0xffff;
 
@@ -44,7 +47,7 @@ class FileTeam {
         : root_(root), archives_(archives), files_(files), umask_(umask), verbose_(verbose) {}
 
     void writeAllFiles() {
-        std::vector<std::thread> others;
+        std::vector<Thread> others;
         const auto count = std::min<std::size_t>(threadCount(), files_.size());
         try {
             while (others.size() + 1 < count) others.emplace_back([this] { work(); });
@@ -52,7 +55,7 @@ class FileTeam {
             // Fewer threads do the work as well.
         }
         work();
-        for (std::thread& other : others) other.join();
+        for (Thread& other : others) other.join();
         if (failure_) std::rethrow_exception(failure_);
     }
 
