@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/posix/ground/system_calls_posix.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/libarchive_peer.h"
 #include "tests/tools/ditto/run_ditto.h"
@@ -161,6 +162,31 @@ TEST_F(DittoPack, FilesOfTheSizesAroundTheLimitComeBack) {
         ASSERT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
         EXPECT_TRUE(readFile(folder_ / "back/file") == content) << size;
         fs::remove_all(folder_ / "back");
+    }
+}
+
+// Sizes as they were a moment ago: the files have grown since.
+int sizeBefore(int file, struct stat* status) {
+    const int result = ::fstat(file, status);
+    if (S_ISREG(status->st_mode)) status->st_size = std::min<off_t>(status->st_size, 10);
+    return result;
+}
+
+TEST_F(DittoPack, AFileThatGrowsMeanwhileIsPackedWhole) {
+    using platform::posix::exchangeSystemCalls;
+    platform::posix::SystemCalls calls = platform::posix::systemCalls();
+    calls.fstat = &sizeBefore;
+    for (const std::size_t size : {std::size_t{11}, std::size_t{3} << 20U, kWholeFile + 1}) {
+        Options options;
+        options.sources = {folder_.writeFile("src/file", noise(1000))};
+        options.destination = zip_;
+        fs::resize_file(options.sources.front(), size);
+        const platform::posix::SystemCalls* const before = exchangeSystemCalls(&calls);
+        pack(options, 022);
+        exchangeSystemCalls(before);
+        const auto entries = readWithPeer(zip_);
+        ASSERT_EQ(entries.size(), 1U);
+        EXPECT_TRUE(entries[0].content == readFile(options.sources.front())) << size;
     }
 }
 
