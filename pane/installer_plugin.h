@@ -19,7 +19,11 @@ extern "C" {
 #define INSTALLER_PLUGIN_EXPORT
 #endif
 
-enum { INSTALLER_DIRECTION_FORWARD = 0, INSTALLER_DIRECTION_BACKWARD = 1, INSTALLER_DIRECTION_UNDEFINED = 2 };
+enum {
+    INSTALLER_DIRECTION_FORWARD = 0,
+    INSTALLER_DIRECTION_BACKWARD = 1,
+    INSTALLER_DIRECTION_UNDEFINED = 2
+};
 
 /* What the host does for a plug-in. It outlives the plug-in. */
 typedef struct installer_host_services {
@@ -29,8 +33,8 @@ typedef struct installer_host_services {
     /* 1 when called on the host's main thread. */
     int (*is_main_thread)(void* context);
 
-    /* Joins `descriptor` to the host's event loop: whenever it is readable, drain(user) is called on
-       the main thread. The plug-in keeps the descriptor open for ever. */
+    /* Joins `descriptor` to the host's event loop: whenever it is readable, drain(user) is called
+       on the main thread. The plug-in keeps the descriptor open for ever. */
     void (*watch_descriptor)(void* context, int descriptor, void (*drain)(void* user), void* user);
 
     /* Waits up to `milliseconds` for the host's next user-interface event and has it sent. 1 when

@@ -15,8 +15,8 @@ enum class ExactMatch : bool { No, Yes };
 // that of the user logged in at the console.
 //
 // Nothing is created and nothing is cached: each call asks anew. May be called from any thread,
-// reports nothing and throws nothing but std::bad_alloc: a missing path would leave a folder unprotected.
-// A folder that the system does not have is nil.
+// reports nothing and throws nothing but std::bad_alloc: a missing path would leave a folder
+// unprotected. A folder that the system does not have is nil.
 class KXLocalPaths {
   public:
     KXLocalPaths() = delete;

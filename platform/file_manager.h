@@ -26,8 +26,8 @@ class FileManager {
 
     // Follows links: a dangling link does not exist.
     virtual bool fileExists(const std::string& path) = 0;
-    // The system says that nothing is there. false also where the question itself failed, as it does
-    // on a disk that cannot be read.
+    // The system says that nothing is there. false also where the question itself failed, as it
+    // does on a disk that cannot be read.
     virtual bool isMissing(const std::string& path) { return !fileExists(path); }
 
     // Follows links: a link to a folder is a folder.

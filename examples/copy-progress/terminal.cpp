@@ -1,5 +1,5 @@
-// copy-with-progress SOURCE DESTINATION: copies an item and shows how far it is. Interrupted (Ctrl-C),
-// it takes back what it has copied. The exit status is 0 when the whole copy is there.
+// copy-with-progress SOURCE DESTINATION: copies an item and shows how far it is. Interrupted
+// (Ctrl-C), it takes back what it has copied. The exit status is 0 when the whole copy is there.
 #include <csignal>
 #include <cstdio>
 #include <string>
