@@ -30,10 +30,10 @@ int makeFolder(int folder, const std::string& name, mode_t mode, Descriptor& mad
 int makeFolderFor(const Owner& owner, int folder, const std::string& name, mode_t mode,
                   Descriptor& made);
 
-// A hook, which the back-end's own folder defines, since few systems can hold a link open: gives the
-// link `name` itself, one that this process has just made, to `owner`. Whatever else may have been
-// put in its place is left unchanged: ESTALE. Returns 0 or the error number. Called for each link
-// that is copied from another user, and for the link to the Trash.
+// A hook, which the back-end's own folder defines, since few systems can hold a link open: gives
+// the link `name` itself, one that this process has just made, to `owner`. Whatever else may have
+// been put in its place is left unchanged: ESTALE. Returns 0 or the error number. Called for each
+// link that is copied from another user, and for the link to the Trash.
 int giveLink(int folder, const std::string& name, const Owner& owner);
 
 }  // namespace quillmoor::platform::posix

@@ -1,5 +1,5 @@
-// The hooks for large pieces of memory, which grow where they are or by being moved, not copied. The
-// back-end's own folder defines them. ByteBuffer calls them, for the output of a tool.
+// The hooks for large pieces of memory, which grow where they are or by being moved, not copied.
+// The back-end's own folder defines them. ByteBuffer calls them, for the output of a tool.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,8 @@ namespace quillmoor::platform::posix {
 // Sizes of mappings are multiples of this.
 inline constexpr std::size_t kMappingUnit = std::size_t{2} << 20;
 
-// Zero-filled memory, in large pages where the system has them. Null when there is none; errno is not
-// looked at.
+// Zero-filled memory, in large pages where the system has them. Null when there is none; errno is
+// not looked at.
 char* mapMemory(std::size_t size);
 
 // The same bytes in a mapping of `newSize`, which is not smaller. Null when there is no memory: the
