@@ -47,6 +47,12 @@ class Copy:
             undo.append(self.add_file(f"tests/{room}/unit{number}_test.cpp"))
         return lambda: [step() for step in undo]
 
+    def remove(self, name):
+        file = self.root / name
+        before = file.read_bytes()
+        file.unlink()
+        return lambda: file.write_bytes(before)
+
 
 def including(file, header, problem):
     return (f"{file} includes {header}",
@@ -82,12 +88,20 @@ CASES = [
     ("what the systems share asks for one",
      lambda copy: copy.add_line("platform/posix/ground/names_posix.cpp", "#if defined(__APPLE__)"),
      "platform/posix/ground/names_posix.cpp:*: a condition on the system"),
-    ("a back-end's file in no room", lambda copy: copy.add_file("platform/posix/new/unit.cpp"),
-     "platform/posix/new/unit.cpp: is in no room"),
-    ("a file of the host in no room", lambda copy: copy.add_file("host/new/unit.cpp"),
-     "host/new/unit.cpp: is in no room"),
+    ("a back-end's file in no room", lambda copy: copy.add_file("platform/posix/new/unit.h"),
+     "platform/posix/new/unit.h: is in no room"),
+    ("a file of the host in no room", lambda copy: copy.add_file("host/new/unit.h"),
+     "host/new/unit.h: is in no room"),
     ("a crowded room", lambda copy: copy.add_units("platform/posix/text", 20),
      "platform/posix/text: 21 units are too many for one room"),
+    ("a unit without a test", lambda copy: copy.add_file("log/unit.cpp"),
+     "log/unit: has no test tests/log/unit_test.cpp"),
+    ("a test that is gone", lambda copy: copy.remove("tests/base/format_test.cpp"),
+     "base/format: has no test tests/base/format_test.cpp"),
+    ("a test without a unit", lambda copy: copy.add_file("tests/log/unit_test.cpp"),
+     "tests/log/unit_test.cpp: tests no unit"),
+    ("an exception that is needed no more", lambda copy: copy.add_file("tests/host/main_test.cpp"),
+     "host/main: is a unit without a test no more"),
 ]
 
 
