@@ -35,6 +35,7 @@ TEST(HostStyle, AWindowsPaletteHoldsForEverythingInItThoughItHasAStyleSheet) {
     QWidget window;
     QWidget child(&window);
     window.setStyleSheet("QLabel { margin: 1px; }");
+    child.ensurePolished();
     window.setPalette(QPalette(Qt::darkGreen));
     EXPECT_EQ(child.palette(), window.palette());
 }
