@@ -13,7 +13,7 @@ constexpr char kUninstallerName[] = "Tallyframe Uninstaller";
 constexpr char kUninstallerType[] = "zip";
 constexpr char kUninstallerApplication[] = "Tallyframe Uninstaller.app";
 
-void show(platform::Control* control) {
+void show(Control* control) {
     if (control != nullptr) control->setHidden(false);
 }
 
@@ -31,23 +31,23 @@ std::string RK_MessageViewPane::title() {
     return "Version Check";
 }
 
-void RK_MessageViewPane::didEnterPane(platform::InstallerDirection direction) {
+void RK_MessageViewPane::didEnterPane(InstallerDirection direction) {
     if (platform::current().workspace->absolutePathForAppBundle(kProductIdentifier)) {
         show(titleText);
         show(descriptionText);
         show(uninstallBtn);
-    } else if (direction == platform::InstallerDirection::Backward) {
+    } else if (direction == InstallerDirection::Backward) {
         gotoPreviousPane();
     } else {
         gotoNextPane();
     }
 }
 
-bool RK_MessageViewPane::shouldExitPane(platform::InstallerDirection /*direction*/) {
+bool RK_MessageViewPane::shouldExitPane(InstallerDirection /*direction*/) {
     return true;
 }
 
-void RK_MessageViewPane::uninstall(platform::Control* /*sender*/) {
+void RK_MessageViewPane::uninstall(Control* /*sender*/) {
     const OptionalPath archive = uninstallerArchive();
     const std::string scratch = KXLocalPaths::tempFile();
     // Whether that worked shows in the next step, which fails as silently.

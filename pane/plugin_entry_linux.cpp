@@ -24,7 +24,7 @@ Result guarded(Result otherwise, Function function) noexcept {
 }
 
 // A control of the host's.
-class HostControl : public platform::Control {
+class HostControl : public Control {
   public:
     explicit HostControl(const installer_control& control) : control_(control) {}
     void setHidden(bool hidden) override { control_.set_hidden(control_.context, hidden ? 1 : 0); }
@@ -33,7 +33,7 @@ class HostControl : public platform::Control {
     installer_control control_;
 };
 
-class HostNavigation : public platform::PaneNavigation {
+class HostNavigation : public PaneNavigation {
   public:
     explicit HostNavigation(const installer_pane_host& host) : host_(host) {}
     void gotoNextPane() override { host_.goto_next_pane(host_.context); }
@@ -55,7 +55,7 @@ class PluginPane {
     RK_MessageViewPane& pane() { return pane_; }
 
     bool setOutlet(const std::string& name, const installer_control& control) {
-        const auto join = [&](platform::Control*& outlet, std::unique_ptr<HostControl>& owner) {
+        const auto join = [&](Control*& outlet, std::unique_ptr<HostControl>& owner) {
             owner = std::make_unique<HostControl>(control);
             outlet = owner.get();
             return true;
@@ -96,14 +96,14 @@ const char* title(void* context) {
 
 void didEnterPane(void* context, int direction) {
     guarded(0, [&] {
-        pluginPane(context).pane().didEnterPane(platform::InstallerDirection{direction});
+        pluginPane(context).pane().didEnterPane(InstallerDirection{direction});
         return 0;
     });
 }
 
 int shouldExitPane(void* context, int direction) {
     return guarded(1, [&] {
-        const platform::InstallerDirection travel{direction};
+        const InstallerDirection travel{direction};
         return pluginPane(context).pane().shouldExitPane(travel) ? 1 : 0;
     });
 }

@@ -19,13 +19,13 @@
 namespace quillmoor::test {
 namespace {
 
-class ShownControl : public platform::Control {
+class ShownControl : public Control {
   public:
     bool isShown = false;
     void setHidden(bool hidden) override { isShown = !hidden; }
 };
 
-class Navigation : public platform::PaneNavigation {
+class Navigation : public PaneNavigation {
   public:
     int left = 0;
     void gotoNextPane() override { ++left; }
@@ -154,8 +154,8 @@ std::vector<FaultScenario> paneScenarios() {
              bool mayExit = false;
              run.inject([&] {
                  world.pane.title();
-                 world.pane.didEnterPane(platform::InstallerDirection::Forward);
-                 mayExit = world.pane.shouldExitPane(platform::InstallerDirection::Forward);
+                 world.pane.didEnterPane(InstallerDirection::Forward);
+                 mayExit = world.pane.shouldExitPane(InstallerDirection::Forward);
              });
              EXPECT_TRUE(mayExit);
              // Shown or passed over, and never both.

@@ -17,14 +17,13 @@
 namespace quillmoor {
 namespace {
 
-using platform::InstallerDirection;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 // What the pane did, in order.
 using Events = StringList;
 
-class RecordingControl : public platform::Control {
+class RecordingControl : public Control {
   public:
     RecordingControl(std::string name, Events& events) : name_(std::move(name)), events_(events) {}
     void setHidden(bool hidden) override {
@@ -36,7 +35,7 @@ class RecordingControl : public platform::Control {
     Events& events_;
 };
 
-class RecordingNavigation : public platform::PaneNavigation {
+class RecordingNavigation : public PaneNavigation {
   public:
     explicit RecordingNavigation(Events& events) : events_(events) {}
     void gotoNextPane() override { events_.emplace_back("next"); }

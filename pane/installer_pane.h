@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace quillmoor::platform {
+namespace quillmoor {
 
 // In which direction the user travels; the installer's own values.
 enum class InstallerDirection : long { Forward = 0, Backward = 1, Undefined = 2 };
@@ -44,4 +44,4 @@ class InstallerPane {
     PaneNavigation& navigation_;
 };
 
-}  // namespace quillmoor::platform
+}  // namespace quillmoor
