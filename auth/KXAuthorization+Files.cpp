@@ -1,13 +1,13 @@
 #include <chrono>
 
-#include "auth/KXAuthorization.h"
-#include "auth/checks.h"
-#include "base/arguments.h"
-#include "base/format.h"
-#include "base/paths.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/auth/KXAuthorization.h"
+#include "quillmoor/auth/checks.h"
+#include "quillmoor/base/arguments.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 namespace quillmoor {
 namespace {

@@ -1,8 +1,8 @@
-#include "auth/KXAuthorization.h"
-#include "auth/checks.h"
-#include "base/format.h"
-#include "log/KXLog.h"
-#include "platform/platform.h"
+#include "quillmoor/auth/KXAuthorization.h"
+#include "quillmoor/auth/checks.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

@@ -1,8 +1,8 @@
-#include "auth/KXAuthorization.h"
-#include "auth/checks.h"
-#include "base/format.h"
-#include "platform/platform.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/auth/KXAuthorization.h"
+#include "quillmoor/auth/checks.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 namespace quillmoor {
 

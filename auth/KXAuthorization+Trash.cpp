@@ -1,12 +1,12 @@
 #include <exception>
 #include <utility>
 
-#include "auth/KXAuthorization.h"
-#include "auth/checks.h"
-#include "base/format.h"
-#include "base/paths.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
+#include "quillmoor/auth/KXAuthorization.h"
+#include "quillmoor/auth/checks.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

@@ -1,10 +1,10 @@
-#include "auth/KXAuthorization.h"
+#include "quillmoor/auth/KXAuthorization.h"
 
 #include <mutex>
 
-#include "auth/checks.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
+#include "quillmoor/auth/checks.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

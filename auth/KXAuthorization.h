@@ -14,9 +14,9 @@
 #include <string>
 #include <utility>
 
-#include "base/shared_object.h"
-#include "base/types.h"
-#include "platform/authorization.h"
+#include "quillmoor/base/shared_object.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/authorization.h"
 
 namespace quillmoor {
 

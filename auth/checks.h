@@ -1,9 +1,9 @@
 // What the privileged operations look at before they start a tool.
 #pragma once
 
-#include "base/types.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 

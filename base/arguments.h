@@ -3,7 +3,7 @@
 
 #include <initializer_list>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor {
 

@@ -1,6 +1,6 @@
-#include "base/dates.h"
+#include "quillmoor/base/dates.h"
 
-#include "base/format.h"
+#include "quillmoor/base/format.h"
 
 namespace quillmoor {
 

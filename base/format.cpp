@@ -1,11 +1,11 @@
-#include "base/format.h"
+#include "quillmoor/base/format.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 
-#include "base/strings.h"
+#include "quillmoor/base/strings.h"
 
 namespace quillmoor {
 namespace {

@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include "base/paths.h"
-#include "base/strings.h"
-#include "base/utf8.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/base/strings.h"
+#include "quillmoor/base/utf8.h"
 
 namespace quillmoor {
 namespace {

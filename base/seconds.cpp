@@ -1,4 +1,4 @@
-#include "base/seconds.h"
+#include "quillmoor/base/seconds.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
-#include "base/strings.h"
+#include "quillmoor/base/strings.h"
 
 #include <cstdint>
 #include <cstring>
 
-#include "base/utf8.h"
+#include "quillmoor/base/utf8.h"
 
 namespace quillmoor {
 namespace {

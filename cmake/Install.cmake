@@ -4,9 +4,6 @@ include(CMakePackageConfigHelpers)
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/quillmoor-kx")
 
-# Headers include each other from the project's root; users write <quillmoor/log/KXLog.h>.
-target_include_directories(kx INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-
 # The headers are C++20.
 target_compile_features(kx INTERFACE cxx_std_20)
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <variant>
 
-#include "platform/file_operations.h"
+#include "quillmoor/platform/file_operations.h"
 
 namespace quillmoor {
 

@@ -1,9 +1,9 @@
-#include "base/arguments.h"
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "files/item.h"
-#include "paths/KXLocalPaths.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/base/arguments.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 namespace quillmoor {
 namespace {

@@ -1,11 +1,11 @@
 #include <functional>
 
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "files/item.h"
-#include "files/tree_walk.h"
-#include "log/KXLog.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
+#include "quillmoor/files/tree_walk.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 namespace quillmoor {
 namespace {

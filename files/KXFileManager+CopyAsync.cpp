@@ -5,11 +5,11 @@
 #include <utility>
 #include <vector>
 
-#include "base/format.h"
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "files/item.h"
-#include "platform/exception.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
+#include "quillmoor/platform/exception.h"
 
 namespace quillmoor {
 namespace {

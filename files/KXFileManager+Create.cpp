@@ -1,8 +1,8 @@
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "files/item.h"
-#include "log/KXLog.h"
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 
 namespace quillmoor {
 

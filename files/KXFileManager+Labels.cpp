@@ -1,7 +1,7 @@
 #include <array>
 
-#include "files/KXFileManager.h"
-#include "files/item.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
 
 namespace quillmoor {
 namespace {

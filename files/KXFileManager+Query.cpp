@@ -1,10 +1,10 @@
 #include <string_view>
 
-#include "base/format.h"
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "files/item.h"
-#include "files/tree_walk.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
+#include "quillmoor/files/tree_walk.h"
 
 namespace quillmoor {
 namespace {

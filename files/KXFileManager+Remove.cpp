@@ -1,6 +1,6 @@
-#include "files/KXFileManager.h"
-#include "files/item.h"
-#include "log/KXLog.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
+#include "quillmoor/log/KXLog.h"
 
 namespace quillmoor {
 

@@ -1,9 +1,9 @@
 #include <functional>
 
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "files/item.h"
-#include "files/tree_walk.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
+#include "quillmoor/files/tree_walk.h"
 
 namespace quillmoor {
 namespace {

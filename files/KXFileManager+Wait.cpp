@@ -1,7 +1,7 @@
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "files/item.h"
-#include "log/KXLog.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
+#include "quillmoor/log/KXLog.h"
 
 namespace quillmoor {
 namespace {

@@ -1,6 +1,6 @@
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "files/item.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/files/item.h"
 
 namespace quillmoor {
 namespace {

@@ -20,9 +20,9 @@
 #include <optional>
 #include <string>
 
-#include "base/types.h"
-#include "files/FileOperationDelegate.h"
-#include "platform/finder_info.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/files/FileOperationDelegate.h"
+#include "quillmoor/platform/finder_info.h"
 
 namespace quillmoor {
 

@@ -1,10 +1,10 @@
-#include "files/item.h"
+#include "quillmoor/files/item.h"
 
-#include "base/format.h"
-#include "base/paths.h"
-#include "log/KXException.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/exception.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/log/KXException.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/exception.h"
 
 namespace quillmoor {
 

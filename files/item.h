@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "auth/KXAuthorization.h"
-#include "base/paths.h"
-#include "base/types.h"
-#include "platform/platform.h"
+#include "quillmoor/auth/KXAuthorization.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 

@@ -1,12 +1,12 @@
-#include "files/tree_walk.h"
+#include "quillmoor/files/tree_walk.h"
 
 #include <algorithm>
 #include <optional>
 #include <utility>
 #include <vector>
 
-#include "base/paths.h"
-#include "files/item.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/item.h"
 
 namespace quillmoor {
 namespace {

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tools/ditto/archive_index.h"
 #include "tools/ditto/archive_judge.h"
 #include "tools/ditto/failure.h"

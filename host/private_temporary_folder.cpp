@@ -10,7 +10,7 @@
 
 #include "host/ground/display_text.h"
 #include "host/ground/host_error.h"
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::host {
 

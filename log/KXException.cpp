@@ -1,7 +1,7 @@
-#include "log/KXException.h"
+#include "quillmoor/log/KXException.h"
 
-#include "base/types.h"
-#include "log/KXLog.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/log/KXLog.h"
 
 namespace quillmoor {
 

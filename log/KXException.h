@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 
 namespace quillmoor {
 

@@ -3,12 +3,12 @@
 #include <memory>
 #include <mutex>
 
-#include "base/dates.h"
-#include "base/strings.h"
-#include "log/KXLog.h"
-#include "log/SpinLock.h"
-#include "platform/exception.h"
-#include "platform/platform.h"
+#include "quillmoor/base/dates.h"
+#include "quillmoor/base/strings.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/log/SpinLock.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

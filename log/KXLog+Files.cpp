@@ -1,10 +1,10 @@
 #include <variant>
 
-#include "base/dates.h"
-#include "base/paths.h"
-#include "log/KXLog.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
+#include "quillmoor/base/dates.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

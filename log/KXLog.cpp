@@ -1,4 +1,4 @@
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 
 #include <cstddef>
 #include <cstdio>
@@ -6,13 +6,13 @@
 #include <new>
 #include <utility>
 
-#include "base/paths.h"
-#include "log/KXException.h"
-#include "log/ReentrantLock.h"
-#include "platform/exception.h"
-#include "platform/fork.h"
-#include "platform/platform.h"
-#include "platform/uncaught_exceptions.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/log/KXException.h"
+#include "quillmoor/log/ReentrantLock.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/fork.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/uncaught_exceptions.h"
 
 namespace quillmoor {
 namespace {

@@ -14,12 +14,12 @@
 #include <string>
 #include <string_view>
 
-#include "base/format.h"
-#include "base/shared_object.h"
-#include "base/types.h"
-#include "log/SpinLock.h"
-#include "log/WriteQueue.h"
-#include "platform/file_handle.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/base/shared_object.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/log/SpinLock.h"
+#include "quillmoor/log/WriteQueue.h"
+#include "quillmoor/platform/file_handle.h"
 
 namespace quillmoor {
 

@@ -3,7 +3,7 @@
 
 #include <atomic>
 
-#include "log/SpinLock.h"
+#include "quillmoor/log/SpinLock.h"
 
 namespace quillmoor {
 

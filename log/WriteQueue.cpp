@@ -1,4 +1,4 @@
-#include "log/WriteQueue.h"
+#include "quillmoor/log/WriteQueue.h"
 
 #include <algorithm>
 #include <chrono>
@@ -8,7 +8,7 @@
 #include <new>
 #include <utility>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

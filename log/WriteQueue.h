@@ -10,7 +10,7 @@
 #include <string_view>
 #include <thread>
 
-#include "log/SpinLock.h"
+#include "quillmoor/log/SpinLock.h"
 
 namespace quillmoor {
 

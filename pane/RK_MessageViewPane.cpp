@@ -1,9 +1,9 @@
-#include "pane/RK_MessageViewPane.h"
+#include "quillmoor/pane/RK_MessageViewPane.h"
 
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "pane/installer_pane.h"
+#include "quillmoor/pane/installer_pane.h"
 
 namespace quillmoor {
 

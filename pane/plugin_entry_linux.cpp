@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "pane/RK_MessageViewPane.h"
-#include "pane/installer_plugin.h"
-#include "platform/posix/run_loop/host_services_posix.h"
+#include "quillmoor/pane/RK_MessageViewPane.h"
+#include "quillmoor/pane/installer_plugin.h"
+#include "quillmoor/platform/posix/run_loop/host_services_posix.h"
 
 namespace quillmoor {
 namespace {

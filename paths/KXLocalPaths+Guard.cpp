@@ -1,8 +1,8 @@
 #include <array>
 #include <string_view>
 
-#include "base/strings.h"
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/base/strings.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 
 namespace quillmoor {
 namespace {

@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "base/paths.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

@@ -1,10 +1,10 @@
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 
 #include <algorithm>
 
-#include "base/paths.h"
-#include "base/strings.h"
-#include "platform/platform.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/base/strings.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {

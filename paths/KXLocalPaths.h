@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "base/types.h"
-#include "platform/locations.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/locations.h"
 
 namespace quillmoor {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "base/outcome.h"
+#include "quillmoor/base/outcome.h"
 
 namespace quillmoor::platform {
 

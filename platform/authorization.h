@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
 

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "base/data.h"
+#include "quillmoor/base/data.h"
 
 namespace quillmoor::platform {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/byte_buffer.h"
-#include "platform/exception.h"
+#include "quillmoor/platform/byte_buffer.h"
+#include "quillmoor/platform/exception.h"
 
 namespace quillmoor::platform {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "base/outcome.h"
-#include "base/types.h"
+#include "quillmoor/base/outcome.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
 

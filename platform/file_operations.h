@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
 

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string>
 
-#include "base/outcome.h"
-#include "base/stop_token.h"
-#include "base/types.h"
+#include "quillmoor/base/outcome.h"
+#include "quillmoor/base/stop_token.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
 

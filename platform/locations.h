@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <functional>
 
-#include "platform/main_run_loop.h"
+#include "quillmoor/platform/main_run_loop.h"
 
 namespace quillmoor::platform {
 

@@ -2,7 +2,7 @@
 // the same object at every call, makes it on the first, and never destroys it.
 #pragma once
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::platform {
 

@@ -1,8 +1,8 @@
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 #include <atomic>
 
-#include "platform/native_services.h"
+#include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::platform {
 namespace {

@@ -1,6 +1,6 @@
-#include "platform/property_list.h"
+#include "quillmoor/platform/property_list.h"
 
-#include "base/format.h"
+#include "quillmoor/base/format.h"
 
 namespace quillmoor::platform {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "base/types.h"
-#include "platform/file_handle.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/file_handle.h"
 
 namespace quillmoor::platform {
 

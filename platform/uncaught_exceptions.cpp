@@ -1,4 +1,4 @@
-#include "platform/uncaught_exceptions.h"
+#include "quillmoor/platform/uncaught_exceptions.h"
 
 #include <cxxabi.h>
 
@@ -11,7 +11,7 @@
 #include <thread>
 #include <typeinfo>
 
-#include "platform/fork.h"
+#include "quillmoor/platform/fork.h"
 
 namespace quillmoor::platform {
 namespace {

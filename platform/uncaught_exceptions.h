@@ -1,7 +1,7 @@
 // What happens to an exception that nobody catches.
 #pragma once
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 
 namespace quillmoor::platform {
 

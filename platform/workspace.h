@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
 

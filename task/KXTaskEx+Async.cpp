@@ -1,11 +1,11 @@
 #include <utility>
 
-#include "log/KXException.h"
-#include "log/KXLog.h"
-#include "platform/exception.h"
-#include "platform/platform.h"
-#include "platform/uncaught_exceptions.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/log/KXException.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/uncaught_exceptions.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 namespace quillmoor {
 namespace {

@@ -1,12 +1,12 @@
 #include <utility>
 
-#include "base/format.h"
-#include "log/KXLog.h"
-#include "platform/exception.h"
-#include "platform/platform.h"
-#include "task/KXTaskEx.h"
-#include "task/launch_check.h"
-#include "task/task_messages.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/task/KXTaskEx.h"
+#include "quillmoor/task/launch_check.h"
+#include "quillmoor/task/task_messages.h"
 
 namespace quillmoor {
 namespace {

@@ -1,11 +1,11 @@
 #include <utility>
 
-#include "base/seconds.h"
-#include "log/KXException.h"
-#include "log/KXLog.h"
-#include "platform/exception.h"
-#include "platform/platform.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/base/seconds.h"
+#include "quillmoor/log/KXException.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 namespace quillmoor {
 namespace {

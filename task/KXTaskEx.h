@@ -13,10 +13,10 @@
 #include <optional>
 #include <string>
 
-#include "base/data.h"
-#include "base/types.h"
-#include "platform/task.h"
-#include "platform/text.h"
+#include "quillmoor/base/data.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/task.h"
+#include "quillmoor/platform/text.h"
 
 namespace quillmoor {
 

@@ -1,6 +1,6 @@
-#include "task/launch_check.h"
+#include "quillmoor/task/launch_check.h"
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::task_detail {
 

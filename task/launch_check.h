@@ -1,7 +1,7 @@
 // What is asked of a tool's path before it is started.
 #pragma once
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::task_detail {
 

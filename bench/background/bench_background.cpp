@@ -24,10 +24,10 @@
 
 #include "bench/support/table.h"
 #include "bench/task/bare_writer.h"
-#include "files/KXFileManager.h"
-#include "platform/main_run_loop.h"
-#include "platform/platform.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 namespace quillmoor::bench {
 namespace {

@@ -22,10 +22,10 @@
 #include <stdexcept>
 #include <thread>
 
-#include "base/dates.h"
-#include "base/strings.h"
 #include "bench/support/table.h"
-#include "log/KXLog.h"
+#include "quillmoor/base/dates.h"
+#include "quillmoor/base/strings.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/support/forwarding.h"
 #ifdef KX_HAVE_SPDLOG
 #include <spdlog/async.h>

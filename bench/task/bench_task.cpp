@@ -27,7 +27,7 @@
 #include "bench/support/table.h"
 #include "bench/task/bare_writer.h"
 #include "bench/task/blocks.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 extern char** environ;
 

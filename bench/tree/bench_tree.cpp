@@ -18,8 +18,8 @@
 #include <utility>
 #include <vector>
 
-#include "base/paths.h"
-#include "platform/native_services.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::bench {
 namespace {

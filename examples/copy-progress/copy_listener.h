@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "files/KXFileManager.h"
+#include "quillmoor/files/KXFileManager.h"
 
 namespace quillmoor::copy_progress {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "examples/copy-progress/copy_listener.h"
-#include "platform/main_run_loop.h"
+#include "quillmoor/platform/main_run_loop.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "examples/copy-progress/copy_listener.h"
 #include "examples/look/look.h"
-#include "platform/main_run_loop.h"
+#include "quillmoor/platform/main_run_loop.h"
 
 namespace {
 

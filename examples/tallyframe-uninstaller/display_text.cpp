@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "base/format.h"
-#include "base/utf8.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/base/utf8.h"
 
 namespace quillmoor::tallyframe {
 namespace {

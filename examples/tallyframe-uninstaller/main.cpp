@@ -6,7 +6,7 @@
 #include "examples/look/look.h"
 #include "examples/tallyframe-uninstaller/uninstall_plan.h"
 #include "examples/tallyframe-uninstaller/uninstaller_window.h"
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 
 namespace {
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <chrono>
 
-#include "base/paths.h"
 #include "examples/tallyframe-uninstaller/display_text.h"
-#include "files/KXFileManager.h"
-#include "log/KXLog.h"
-#include "paths/KXLocalPaths.h"
-#include "platform/platform.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::tallyframe {
 namespace {

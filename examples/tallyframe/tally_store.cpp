@@ -9,8 +9,8 @@
 #include <QSaveFile>
 #include <algorithm>
 
-#include "base/paths.h"
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 
 namespace quillmoor::tallyframe {
 

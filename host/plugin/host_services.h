@@ -5,7 +5,7 @@
 #include <mutex>
 #include <vector>
 
-#include "pane/installer_plugin.h"
+#include "quillmoor/pane/installer_plugin.h"
 
 namespace quillmoor::host {
 

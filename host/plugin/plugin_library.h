@@ -4,7 +4,7 @@
 #include <string>
 
 #include "host/plugin/bundle_info.h"
-#include "pane/installer_plugin.h"
+#include "quillmoor/pane/installer_plugin.h"
 
 namespace quillmoor::host {
 

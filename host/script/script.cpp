@@ -8,9 +8,9 @@
 #include <functional>
 #include <optional>
 
-#include "base/strings.h"
 #include "host/ground/display_text.h"
 #include "host/ground/host_error.h"
+#include "quillmoor/base/strings.h"
 
 namespace quillmoor::host {
 namespace {

@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <string_view>
 
-#include "base/paths.h"
 #include "host/ground/display_text.h"
 #include "host/ground/host_error.h"
-#include "platform/native_services.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::host {
 namespace {

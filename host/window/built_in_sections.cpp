@@ -5,9 +5,9 @@
 #include <QVBoxLayout>
 #include <functional>
 
-#include "base/paths.h"
 #include "host/ground/display_text.h"
 #include "host/window/artwork.h"
+#include "quillmoor/base/paths.h"
 
 namespace quillmoor::host {
 namespace {

@@ -1,17 +1,17 @@
-#include "platform/workspace.h"
+#include "quillmoor/platform/workspace.h"
 
 #include <algorithm>
 #include <iterator>
 #include <string_view>
 
-#include "base/paths.h"
-#include "platform/linux/desktop/applications_linux.h"
-#include "platform/linux/desktop/opener_linux.h"
-#include "platform/linux/desktop/registration_linux.h"
-#include "platform/linux/desktop/tool_path_linux.h"
-#include "platform/linux/ground/ascii_linux.h"
-#include "platform/linux/trash/trash_linux.h"
-#include "platform/native_services.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/desktop/applications_linux.h"
+#include "quillmoor/platform/linux/desktop/opener_linux.h"
+#include "quillmoor/platform/linux/desktop/registration_linux.h"
+#include "quillmoor/platform/linux/desktop/tool_path_linux.h"
+#include "quillmoor/platform/linux/ground/ascii_linux.h"
+#include "quillmoor/platform/linux/trash/trash_linux.h"
+#include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/file_manager.h"
+#include "quillmoor/platform/file_manager.h"
 
 #include <errno.h>
 #include <limits.h>
@@ -9,15 +9,15 @@
 #include <new>
 #include <utility>
 
-#include "platform/native_services.h"
-#include "platform/posix/fs/atomic_write_posix.h"
-#include "platform/posix/fs/create_folder_posix.h"
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/fs/move_posix.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/fs/tree_remove_posix.h"
-#include "platform/posix/ground/error_text_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/fs/atomic_write_posix.h"
+#include "quillmoor/platform/posix/fs/create_folder_posix.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/fs/move_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform {
 namespace posix {

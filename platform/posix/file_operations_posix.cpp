@@ -1,4 +1,4 @@
-#include "platform/file_operations.h"
+#include "quillmoor/platform/file_operations.h"
 
 #include <algorithm>
 #include <atomic>
@@ -10,12 +10,12 @@
 #include <system_error>
 #include <utility>
 
-#include "base/paths.h"
-#include "base/stop_token.h"
-#include "platform/exception.h"
-#include "platform/main_run_loop.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/thread_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/base/stop_token.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
 
 namespace quillmoor::platform {
 namespace {

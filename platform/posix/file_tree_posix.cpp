@@ -1,11 +1,11 @@
-#include "platform/file_tree.h"
+#include "quillmoor/platform/file_tree.h"
 
-#include "platform/native_services.h"
-#include "platform/posix/fs/move_posix.h"
-#include "platform/posix/fs/tree_match_posix.h"
-#include "platform/posix/fs/tree_remove_posix.h"
-#include "platform/posix/fs/tree_size_posix.h"
-#include "platform/posix/ground/error_text_posix.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/fs/move_posix.h"
+#include "quillmoor/platform/posix/fs/tree_match_posix.h"
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
+#include "quillmoor/platform/posix/fs/tree_size_posix.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
 
 namespace quillmoor::platform {
 namespace posix {

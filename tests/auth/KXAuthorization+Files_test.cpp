@@ -1,4 +1,4 @@
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/auth/auth_fixture.h"
 
 namespace quillmoor {

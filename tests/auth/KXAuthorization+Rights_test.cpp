@@ -1,6 +1,6 @@
 #include <thread>
 
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/auth/auth_fixture.h"
 
 namespace quillmoor {

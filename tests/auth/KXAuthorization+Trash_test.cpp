@@ -1,7 +1,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/auth/auth_fixture.h"
 
 namespace quillmoor {

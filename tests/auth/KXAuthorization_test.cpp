@@ -1,4 +1,4 @@
-#include "auth/KXAuthorization.h"
+#include "quillmoor/auth/KXAuthorization.h"
 
 #include <barrier>
 #include <future>

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <map>
 
-#include "auth/KXAuthorization.h"
+#include "quillmoor/auth/KXAuthorization.h"
 #include "tests/auth/fake_authorization.h"
 #include "tests/support/temp_folder.h"
 

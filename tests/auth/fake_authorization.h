@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "base/format.h"
-#include "platform/platform.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/support/forwarding.h"
 
 namespace quillmoor::test {

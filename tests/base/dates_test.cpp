@@ -1,4 +1,4 @@
-#include "base/dates.h"
+#include "quillmoor/base/dates.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "base/format.h"
+#include "quillmoor/base/format.h"
 
 #include <gtest/gtest.h>
 

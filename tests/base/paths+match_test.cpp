@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "base/paths.h"
-#include "base/utf8.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/base/utf8.h"
 
 namespace quillmoor {
 namespace {

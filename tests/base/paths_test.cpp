@@ -1,4 +1,4 @@
-#include "base/paths.h"
+#include "quillmoor/base/paths.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "base/shared_object.h"
+#include "quillmoor/base/shared_object.h"
 
 #include <gtest/gtest.h>
 

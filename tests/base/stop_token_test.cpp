@@ -1,4 +1,4 @@
-#include "base/stop_token.h"
+#include "quillmoor/base/stop_token.h"
 
 #include <gtest/gtest.h>
 

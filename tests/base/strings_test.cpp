@@ -1,4 +1,4 @@
-#include "base/strings.h"
+#include "quillmoor/base/strings.h"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@
 #include <csignal>
 #include <cstdio>
 
-#include "platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 
 namespace quillmoor::probe {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::probe {
 

@@ -7,8 +7,8 @@
 #include <optional>
 #include <utility>
 
-#include "files/KXFileManager.h"
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 
 namespace quillmoor::probe {
 namespace {

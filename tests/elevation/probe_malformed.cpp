@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/authorization/channel/message_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/elevation/probe_attacks.h"
 
 namespace quillmoor::probe {

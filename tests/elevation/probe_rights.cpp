@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/authorization.h"
-#include "platform/platform.h"
+#include "quillmoor/platform/authorization.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::probe {
 namespace {

@@ -16,8 +16,8 @@
 #include <thread>
 #include <vector>
 
-#include "auth/KXAuthorization.h"
 #include "bench/support/table.h"
+#include "quillmoor/auth/KXAuthorization.h"
 
 namespace quillmoor::probe {
 namespace {

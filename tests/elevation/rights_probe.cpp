@@ -11,7 +11,7 @@
 #include <string>
 #include <thread>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 #include "tests/elevation/probe_attacks.h"
 #include "tests/elevation/probe_files.h"
 #include "tests/elevation/probe_malformed.h"

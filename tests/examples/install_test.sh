@@ -37,7 +37,7 @@ fi
 (cd "$work/installed/include/quillmoor" && find . -name '*.h' | sort |
     sed 's|^\./\(.*\)|#include <quillmoor/\1>|') >"$work/all_headers.cpp"
 "$compiler" -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I"$work/installed/include" \
-    -I"$work/installed/include/quillmoor" "$work/all_headers.cpp"
+    "$work/all_headers.cpp"
 
 # As an ordinary user, for the super-user's log is the machine's.
 said=$(HOME=$home "$source/scripts/as-user" "$work/build/library-user")

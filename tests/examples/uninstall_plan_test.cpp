@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "base/format.h"
-#include "log/KXLog.h"
+#include "quillmoor/base/format.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/auth/fake_authorization.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"

@@ -6,7 +6,7 @@
 #include <QTest>
 #include <cstdlib>
 
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::tallyframe {

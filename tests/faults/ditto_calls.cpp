@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace {
 

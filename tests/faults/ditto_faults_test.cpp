@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/run_ditto.h"

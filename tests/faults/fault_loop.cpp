@@ -23,8 +23,8 @@ extern "C" {
 #include <new>
 #include <thread>
 
-#include "platform/exception.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/temp_folder.h"
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 #include "tests/faults/fault_injection.h"
 
 namespace quillmoor::test {

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <filesystem>
 
-#include "platform/main_run_loop.h"
+#include "quillmoor/platform/main_run_loop.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/faults/files_world.h"

@@ -2,7 +2,7 @@
 // the fault.
 #pragma once
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::test {
 

@@ -16,11 +16,11 @@
 #include <thread>
 #include <utility>
 
-#include "platform/linux/authorization/channel/launch_child_linux.h"
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
-#include "platform/linux/authorization/channel/tool_stream_linux.h"
-#include "platform/linux/authorization/helper/session_linux.h"
-#include "platform/linux/authorization/polkit/polkit_helper_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_child_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_stream_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/session_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_helper_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/faults/given_up_child.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 
 namespace quillmoor::test {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "log/KXException.h"
+#include "quillmoor/log/KXException.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/log/log_fixture.h"
 

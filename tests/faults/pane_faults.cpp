@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <thread>
 
-#include "base/paths.h"
-#include "files/KXFileManager.h"
-#include "pane/RK_MessageViewPane.h"
-#include "platform/main_run_loop.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/pane/RK_MessageViewPane.h"
+#include "quillmoor/platform/main_run_loop.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/faults/given_up_child.h"

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 #include "tests/faults/fault_loop.h"
 
 namespace quillmoor::test {

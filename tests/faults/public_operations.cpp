@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::test {

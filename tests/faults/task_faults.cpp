@@ -5,7 +5,7 @@
 #include <mutex>
 #include <thread>
 
-#include "task/KXTaskEx.h"
+#include "quillmoor/task/KXTaskEx.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/faults/given_up_child.h"

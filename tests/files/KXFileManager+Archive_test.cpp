@@ -3,10 +3,10 @@
 
 #include <filesystem>
 
-#include "files/KXFileManager.h"
-#include "log/KXLog.h"
-#include "paths/KXLocalPaths.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/paths/KXLocalPaths.h"
+#include "quillmoor/task/KXTaskEx.h"
 #include "tests/files/files_fixture.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"

@@ -3,7 +3,7 @@
 
 #include <thread>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/children/child_tools.h"
 #include "tests/files/deep_tree.h"
 #include "tests/files/files_fixture.h"

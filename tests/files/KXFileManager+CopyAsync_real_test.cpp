@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/children/child_tools.h"
 #include "tests/files/copy_async_test.h"
 #include "tests/files/held_calls.h"

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/main_run_loop.h"
+#include "quillmoor/platform/main_run_loop.h"
 #include "tests/files/files_fixture.h"
 
 namespace quillmoor::test {

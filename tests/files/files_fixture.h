@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "files/KXFileManager.h"
-#include "log/KXLog.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/auth/auth_fixture.h"
 
 namespace quillmoor::test {

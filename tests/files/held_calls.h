@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::test {
 

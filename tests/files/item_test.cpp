@@ -1,4 +1,4 @@
-#include "files/item.h"
+#include "quillmoor/files/item.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/files/files_fixture.h"
 
 namespace quillmoor {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/support/forwarding.h"
 
 namespace quillmoor::test {

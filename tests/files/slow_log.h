@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,7 +1,7 @@
 // What the super-user cannot do falls back to the tools as well, without rights being asked for.
 #include <gmock/gmock.h>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/files/files_fixture.h"
 
 namespace quillmoor {

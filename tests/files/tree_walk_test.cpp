@@ -1,4 +1,4 @@
-#include "files/tree_walk.h"
+#include "quillmoor/files/tree_walk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

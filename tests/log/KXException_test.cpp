@@ -1,6 +1,6 @@
-#include "log/KXException.h"
+#include "quillmoor/log/KXException.h"
 
-#include "platform/uncaught_exceptions.h"
+#include "quillmoor/platform/uncaught_exceptions.h"
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {

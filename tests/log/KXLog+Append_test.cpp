@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {

@@ -2,8 +2,8 @@
 #include <cerrno>
 #include <new>
 
-#include "platform/exception.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {

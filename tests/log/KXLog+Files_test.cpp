@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <mutex>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {

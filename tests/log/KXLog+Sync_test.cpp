@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-#include "platform/posix/process/file_handle_posix.h"
+#include "quillmoor/platform/posix/process/file_handle_posix.h"
 #include "tests/log/log_fixture.h"
 
 namespace {

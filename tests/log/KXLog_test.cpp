@@ -1,9 +1,9 @@
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 
 #include <atomic>
 #include <chrono>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/log/log_fixture.h"
 
 namespace quillmoor {

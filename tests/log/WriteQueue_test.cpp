@@ -1,4 +1,4 @@
-#include "log/WriteQueue.h"
+#include "quillmoor/log/WriteQueue.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

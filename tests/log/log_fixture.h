@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 

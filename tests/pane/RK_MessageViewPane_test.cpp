@@ -1,4 +1,4 @@
-#include "pane/RK_MessageViewPane.h"
+#include "quillmoor/pane/RK_MessageViewPane.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <functional>
 
-#include "base/paths.h"
-#include "log/KXLog.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"

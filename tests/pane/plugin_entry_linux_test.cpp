@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "pane/installer_plugin.h"
+#include "quillmoor/pane/installer_plugin.h"
 #include "tests/host/support/version_check.h"
 
 namespace quillmoor {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 #include "tests/paths/paths_support.h"
 
 namespace quillmoor {

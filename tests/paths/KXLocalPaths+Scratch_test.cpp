@@ -4,8 +4,8 @@
 #include <mutex>
 #include <set>
 
-#include "base/paths.h"
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 #include "tests/paths/paths_support.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,4 +1,4 @@
-#include "paths/KXLocalPaths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 
 #include <gtest/gtest.h>
 

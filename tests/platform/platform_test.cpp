@@ -1,4 +1,4 @@
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // How a process ends that dies of an exception. Each of these processes is a child of the test.
-#include "platform/uncaught_exceptions.h"
+#include "quillmoor/platform/uncaught_exceptions.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -55,8 +55,9 @@ class Copy:
 
 
 def including(file, header, problem):
+    root = "" if header.split("/")[0] in ("host", "tools", "examples") else "quillmoor/"
     return (f"{file} includes {header}",
-            lambda copy: copy.add_line(file, f'#include "{header}"'), f"{file}:*: {problem}")
+            lambda copy: copy.add_line(file, f'#include "{root}{header}"'), f"{file}:*: {problem}")
 
 
 # What is broken, how, and what must be printed about it; * stands for a line's number.
@@ -81,6 +82,9 @@ CASES = [
     including("host/script/script_runner.cpp", "host/options.h",
               "includes host/options.h of a room that it may not use"),
     including("paths/KXLocalPaths.h", "paths/missing.h", "no such file paths/missing.h"),
+    ("a header without the root",
+     lambda copy: copy.add_line("log/KXLog.cpp", '#include "base/types.h"'),
+     "log/KXLog.cpp:*: base/types.h is not its name"),
     ("the core uses the system", lambda copy: copy.add_line("task/KXTaskEx.cpp", "#include <fcntl.h>"),
      "task/KXTaskEx.cpp:*: <fcntl.h> is not of the standard library"),
     ("the core asks for the system", lambda copy: copy.add_line("task/KXTaskEx.cpp", "#ifdef __linux__"),

@@ -4,8 +4,8 @@
 
 #include <type_traits>
 
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::test {
 

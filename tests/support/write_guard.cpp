@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/support/call_tables.h"
 
 namespace quillmoor::test {

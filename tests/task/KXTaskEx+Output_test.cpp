@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "task/KXTaskEx.h"
+#include "quillmoor/task/KXTaskEx.h"
 #include "tests/children/child_tools.h"
 #include "tests/children/pattern.h"
 #include "tests/task/task_test.h"

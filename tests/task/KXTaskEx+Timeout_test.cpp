@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "task/KXTaskEx.h"
+#include "quillmoor/task/KXTaskEx.h"
 #include "tests/children/child_tools.h"
 #include "tests/task/held_time.h"
 #include "tests/task/scripted_platform.h"

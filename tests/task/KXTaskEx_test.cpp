@@ -1,4 +1,4 @@
-#include "task/KXTaskEx.h"
+#include "quillmoor/task/KXTaskEx.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "log/KXLog.h"
+#include "quillmoor/log/KXLog.h"
 #include "tests/children/child_tools.h"
 #include "tests/task/task_test.h"
 

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <string>
 
-#include "task/KXTaskEx.h"
+#include "quillmoor/task/KXTaskEx.h"
 #include "tests/children/child_tools.h"
 #include "tests/task/task_test.h"
 

@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "log/KXLog.h"
-#include "platform/main_run_loop.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/platform/main_run_loop.h"
 #include "tests/support/forwarding.h"
 
 namespace quillmoor::test {

@@ -1,4 +1,4 @@
-#include "task/launch_check.h"
+#include "quillmoor/task/launch_check.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

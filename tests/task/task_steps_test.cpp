@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "task/KXTaskEx.h"
+#include "quillmoor/task/KXTaskEx.h"
 #include "tests/task/scripted_platform.h"
 
 namespace quillmoor {

@@ -10,9 +10,9 @@
 #include <string>
 #include <string_view>
 
-#include "base/types.h"
-#include "log/KXLog.h"
-#include "platform/exception.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 

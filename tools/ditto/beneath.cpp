@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "base/paths.h"
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/entry_tree.h"
 #include "tools/ditto/failure.h"
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
 
 namespace quillmoor::ditto {
 

@@ -9,10 +9,10 @@
 #include <cstdio>
 #include <utility>
 
-#include "base/paths.h"
-#include "platform/posix/fs/rename_posix.h"
-#include "platform/posix/ground/names_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/posix/fs/rename_posix.h"
+#include "quillmoor/platform/posix/ground/names_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/text.h"
 

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
 #include "tools/ditto/entry_reader.h"
 
 namespace quillmoor::ditto {

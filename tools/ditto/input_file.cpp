@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/text.h"
 

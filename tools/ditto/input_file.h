@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::ditto {
 

@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 
 namespace quillmoor::ditto {

@@ -8,7 +8,7 @@
 #include <exception>
 #include <string>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/interruption.h"
 #include "tools/ditto/options.h"
 #include "tools/ditto/pack.h"

@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/block_deflater.h"
 #include "tools/ditto/entry.h"
 #include "tools/ditto/entry_tree.h"

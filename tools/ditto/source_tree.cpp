@@ -9,8 +9,8 @@
 #include <memory>
 #include <utility>
 
-#include "base/paths.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/interruption.h"
 #include "tools/ditto/text.h"

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
 #include "tools/ditto/archive_index.h"
 #include "tools/ditto/archive_judge.h"
 #include "tools/ditto/destination.h"

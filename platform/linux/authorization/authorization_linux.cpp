@@ -8,13 +8,13 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/authorization/channel/channel_linux.h"
-#include "platform/linux/authorization/channel/rendezvous_linux.h"
-#include "platform/linux/authorization/channel/tool_environment_linux.h"
-#include "platform/linux/authorization/direct_launch_linux.h"
-#include "platform/linux/authorization/grant_linux.h"
-#include "platform/linux/authorization/launch/launchers_linux.h"
-#include "platform/native_services.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_environment_linux.h"
+#include "quillmoor/platform/linux/authorization/direct_launch_linux.h"
+#include "quillmoor/platform/linux/authorization/grant_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launchers_linux.h"
+#include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::platform {
 

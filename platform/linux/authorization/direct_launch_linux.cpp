@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/direct_launch_linux.h"
+#include "quillmoor/platform/linux/authorization/direct_launch_linux.h"
 
 #include <stdlib.h>
 #include <unistd.h>
@@ -6,10 +6,10 @@
 #include <optional>
 #include <utility>
 
-#include "platform/linux/authorization/channel/tool_environment_linux.h"
-#include "platform/linux/authorization/channel/tool_stream_linux.h"
-#include "platform/posix/process/child_posix.h"
-#include "platform/posix/process/child_reaper_posix.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_environment_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_stream_linux.h"
+#include "quillmoor/platform/posix/process/child_posix.h"
+#include "quillmoor/platform/posix/process/child_reaper_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "base/types.h"
-#include "platform/authorization.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/authorization.h"
 
 namespace quillmoor::platform::linux_::rights {
 

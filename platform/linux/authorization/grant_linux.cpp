@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/grant_linux.h"
+#include "quillmoor/platform/linux/authorization/grant_linux.h"
 
 #include <unistd.h>
 

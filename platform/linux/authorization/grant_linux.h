@@ -8,9 +8,9 @@
 #include <optional>
 #include <string>
 
-#include "base/types.h"
-#include "platform/authorization.h"
-#include "platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/authorization.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

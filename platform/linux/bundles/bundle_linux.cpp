@@ -1,4 +1,4 @@
-#include "platform/linux/bundles/bundle_linux.h"
+#include "quillmoor/platform/linux/bundles/bundle_linux.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -14,10 +14,10 @@
 #include <string_view>
 #include <utility>
 
-#include "base/paths.h"
-#include "base/strings.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/base/strings.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform {
 namespace linux_ {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "base/types.h"
-#include "platform/bundle.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/bundle.h"
 
 namespace quillmoor::platform::linux_ {
 

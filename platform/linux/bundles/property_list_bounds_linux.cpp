@@ -1,4 +1,4 @@
-#include "platform/linux/bundles/property_list_bounds_linux.h"
+#include "quillmoor/platform/linux/bundles/property_list_bounds_linux.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "platform/property_list.h"
+#include "quillmoor/platform/property_list.h"
 
 #include <locale.h>
 #include <plist/plist.h>
@@ -9,10 +9,10 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/linux/bundles/property_list_bounds_linux.h"
-#include "platform/linux/ground/small_file_linux.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/utf8_posix.h"
+#include "quillmoor/platform/linux/bundles/property_list_bounds_linux.h"
+#include "quillmoor/platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/utf8_posix.h"
 
 namespace quillmoor::platform {
 namespace {

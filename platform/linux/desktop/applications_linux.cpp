@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/applications_linux.h"
+#include "quillmoor/platform/linux/desktop/applications_linux.h"
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -9,16 +9,16 @@
 #include <optional>
 #include <string_view>
 
-#include "base/paths.h"
-#include "platform/linux/bundles/bundle_linux.h"
-#include "platform/linux/desktop/desktop_entry_linux.h"
-#include "platform/linux/ground/ascii_linux.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/linux/ground/programs_linux.h"
-#include "platform/linux/ground/small_file_linux.h"
-#include "platform/platform.h"
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/bundles/bundle_linux.h"
+#include "quillmoor/platform/linux/desktop/desktop_entry_linux.h"
+#include "quillmoor/platform/linux/ground/ascii_linux.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/ground/programs_linux.h"
+#include "quillmoor/platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/desktop_entry_linux.h"
+#include "quillmoor/platform/linux/desktop/desktop_entry_linux.h"
 
 #include <algorithm>
 #include <cstddef>

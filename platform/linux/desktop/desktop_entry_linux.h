@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform::linux_ {
 

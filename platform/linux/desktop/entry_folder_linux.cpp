@@ -1,18 +1,18 @@
-#include "platform/linux/desktop/entry_folder_linux.h"
+#include "quillmoor/platform/linux/desktop/entry_folder_linux.h"
 
 #include <errno.h>
 #include <sys/stat.h>
 
 #include <utility>
 
-#include "base/paths.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/platform.h"
-#include "platform/posix/fs/atomic_write_posix.h"
-#include "platform/posix/fs/create_folder_posix.h"
-#include "platform/posix/fs/ownership_posix.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/fs/atomic_write_posix.h"
+#include "quillmoor/platform/posix/fs/create_folder_posix.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

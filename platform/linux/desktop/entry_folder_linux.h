@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_ {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/entry_text_linux.h"
+#include "quillmoor/platform/linux/desktop/entry_text_linux.h"
 
 #include <string_view>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/opener_linux.h"
+#include "quillmoor/platform/linux/desktop/opener_linux.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -15,17 +15,17 @@
 #include <string_view>
 #include <system_error>
 
-#include "base/paths.h"
-#include "platform/exception.h"
-#include "platform/linux/ground/ascii_linux.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/linux/ground/programs_linux.h"
-#include "platform/platform.h"
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/ground/c_strings_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/process/child_system_posix.h"
-#include "platform/posix/process/spawn_setup_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/linux/ground/ascii_linux.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/ground/programs_linux.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/ground/c_strings_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/process/child_system_posix.h"
+#include "quillmoor/platform/posix/process/spawn_setup_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/registration_linux.h"
+#include "quillmoor/platform/linux/desktop/registration_linux.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -7,16 +7,16 @@
 #include <algorithm>
 #include <optional>
 
-#include "base/paths.h"
-#include "platform/linux/desktop/entry_folder_linux.h"
-#include "platform/linux/desktop/entry_text_linux.h"
-#include "platform/linux/desktop/opener_linux.h"
-#include "platform/linux/ground/absolute_path_linux.h"
-#include "platform/linux/ground/ascii_linux.h"
-#include "platform/linux/ground/programs_linux.h"
-#include "platform/platform.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/desktop/entry_folder_linux.h"
+#include "quillmoor/platform/linux/desktop/entry_text_linux.h"
+#include "quillmoor/platform/linux/desktop/opener_linux.h"
+#include "quillmoor/platform/linux/ground/absolute_path_linux.h"
+#include "quillmoor/platform/linux/ground/ascii_linux.h"
+#include "quillmoor/platform/linux/ground/programs_linux.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

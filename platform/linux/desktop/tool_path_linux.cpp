@@ -1,12 +1,12 @@
-#include "platform/linux/desktop/tool_path_linux.h"
+#include "quillmoor/platform/linux/desktop/tool_path_linux.h"
 
 #include <memory>
 #include <optional>
 
-#include "base/paths.h"
-#include "platform/linux/bundles/bundle_linux.h"
-#include "platform/linux/ground/programs_linux.h"
-#include "platform/native_services.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/bundles/bundle_linux.h"
+#include "quillmoor/platform/linux/ground/programs_linux.h"
+#include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

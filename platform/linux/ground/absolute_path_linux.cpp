@@ -1,10 +1,10 @@
-#include "platform/linux/ground/absolute_path_linux.h"
+#include "quillmoor/platform/linux/ground/absolute_path_linux.h"
 
 #include <filesystem>
 #include <optional>
 #include <system_error>
 
-#include "platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
 
 namespace quillmoor::platform::linux_ {
 

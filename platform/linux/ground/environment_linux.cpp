@@ -1,11 +1,11 @@
-#include "platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
 
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <optional>
 
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 
 namespace quillmoor::platform::linux_ {
 

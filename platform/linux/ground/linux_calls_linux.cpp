@@ -1,4 +1,4 @@
-#include "platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/ground/programs_linux.h"
+#include "quillmoor/platform/linux/ground/programs_linux.h"
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -8,9 +8,9 @@
 #include <memory>
 #include <optional>
 
-#include "base/paths.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/linux/ground/small_file_linux.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/attributes.h"
+#include "quillmoor/platform/attributes.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -9,12 +9,12 @@
 #include <cstdint>
 #include <ratio>
 
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/linux/kernel/immutable_flag_linux.h"
-#include "platform/native_services.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/ground/error_text_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/linux/kernel/immutable_flag_linux.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform {
 namespace linux_ {

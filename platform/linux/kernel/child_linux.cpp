@@ -4,10 +4,10 @@
 
 #include <cerrno>
 
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/process/child_system_posix.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/process/child_system_posix.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,15 +1,15 @@
-#include "platform/finder_info.h"
+#include "quillmoor/platform/finder_info.h"
 
 #include <errno.h>
 #include <fcntl.h>
 #include <string.h>
 #include <sys/stat.h>
 
-#include "platform/linux/ground/absolute_path_linux.h"
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/native_services.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/ground/absolute_path_linux.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform {
 namespace linux_ {

@@ -1,12 +1,12 @@
-#include "platform/linux/kernel/immutable_flag_linux.h"
+#include "quillmoor/platform/linux/kernel/immutable_flag_linux.h"
 
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/stat.h>
 
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

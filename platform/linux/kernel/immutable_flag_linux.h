@@ -1,7 +1,7 @@
 // The flag by which an item cannot be changed, renamed or removed.
 #pragma once
 
-#include "platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
 
 namespace quillmoor::platform::linux_ {
 

@@ -1,4 +1,4 @@
-#include "platform/posix/ground/kernel_calls_posix.h"
+#include "quillmoor/platform/posix/ground/kernel_calls_posix.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -13,7 +13,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

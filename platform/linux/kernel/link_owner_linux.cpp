@@ -3,8 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/posix/fs/ownership_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 

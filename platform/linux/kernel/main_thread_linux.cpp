@@ -1,6 +1,6 @@
 #include <unistd.h>
 
-#include "platform/posix/run_loop/main_thread_posix.h"
+#include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform::posix {
 

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/process/memory_mapping_posix.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/process/memory_mapping_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

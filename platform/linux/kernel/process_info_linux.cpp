@@ -1,4 +1,4 @@
-#include "platform/process_info.h"
+#include "quillmoor/platform/process_info.h"
 
 #include <sys/random.h>
 #include <sys/utsname.h>
@@ -11,10 +11,10 @@
 #include <cstdio>
 #include <optional>
 
-#include "platform/linux/ground/assignments_linux.h"
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/linux/ground/small_file_linux.h"
-#include "platform/native_services.h"
+#include "quillmoor/platform/linux/ground/assignments_linux.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::platform {
 namespace {

@@ -1,6 +1,6 @@
 #include <unistd.h>
 
-#include "platform/posix/ground/thread_id_posix.h"
+#include "quillmoor/platform/posix/ground/thread_id_posix.h"
 
 namespace quillmoor::platform::posix {
 

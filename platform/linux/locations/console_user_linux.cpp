@@ -1,4 +1,4 @@
-#include "platform/linux/locations/console_user_linux.h"
+#include "quillmoor/platform/linux/locations/console_user_linux.h"
 
 #include <dlfcn.h>
 #include <stdlib.h>
@@ -7,7 +7,7 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

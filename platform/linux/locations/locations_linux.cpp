@@ -1,4 +1,4 @@
-#include "platform/locations.h"
+#include "quillmoor/platform/locations.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,13 +7,13 @@
 #include <algorithm>
 #include <optional>
 
-#include "base/paths.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/linux/locations/console_user_linux.h"
-#include "platform/linux/locations/search_paths_linux.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/locations/console_user_linux.h"
+#include "quillmoor/platform/linux/locations/search_paths_linux.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 
 namespace quillmoor::platform {
 namespace {

@@ -1,11 +1,11 @@
-#include "platform/linux/locations/search_paths_linux.h"
+#include "quillmoor/platform/linux/locations/search_paths_linux.h"
 
 #include <string_view>
 
-#include "base/paths.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/linux/ground/small_file_linux.h"
-#include "platform/linux/locations/user_dirs_linux.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/linux/locations/user_dirs_linux.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/locations.h"
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/locations.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 
 namespace quillmoor::platform::linux_ {
 

@@ -1,10 +1,10 @@
-#include "platform/linux/locations/user_dirs_linux.h"
+#include "quillmoor/platform/linux/locations/user_dirs_linux.h"
 
 #include <algorithm>
 #include <optional>
 
-#include "base/paths.h"
-#include "platform/linux/ground/assignments_linux.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/ground/assignments_linux.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

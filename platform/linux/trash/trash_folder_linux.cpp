@@ -1,4 +1,4 @@
-#include "platform/linux/trash/trash_folder_linux.h"
+#include "quillmoor/platform/linux/trash/trash_folder_linux.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -9,12 +9,12 @@
 #include <algorithm>
 #include <ctime>
 
-#include "base/paths.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/linux/trash/trashinfo_linux.h"
-#include "platform/posix/fs/create_folder_posix.h"
-#include "platform/posix/fs/file_data_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/trash/trashinfo_linux.h"
+#include "quillmoor/platform/posix/fs/create_folder_posix.h"
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "base/types.h"
-#include "platform/posix/fs/ownership_posix.h"
-#include "platform/posix/fs/place_posix.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
 
 namespace quillmoor::platform::linux_ {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/trash/trash_linux.h"
+#include "quillmoor/platform/linux/trash/trash_linux.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -9,13 +9,13 @@
 #include <exception>
 #include <string_view>
 
-#include "base/paths.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/linux/trash/trash_folder_linux.h"
-#include "platform/posix/fs/move_posix.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/ground/names_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/trash/trash_folder_linux.h"
+#include "quillmoor/platform/posix/fs/move_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/ground/names_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "base/types.h"
-#include "platform/workspace.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/workspace.h"
 
 namespace quillmoor::platform::linux_ {
 

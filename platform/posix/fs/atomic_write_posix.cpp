@@ -1,16 +1,16 @@
-#include "platform/posix/fs/atomic_write_posix.h"
+#include "quillmoor/platform/posix/fs/atomic_write_posix.h"
 
 #include <errno.h>
 #include <fcntl.h>
 
 #include <optional>
 
-#include "platform/posix/fs/file_data_posix.h"
-#include "platform/posix/fs/ownership_posix.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/names_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/names_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -1,13 +1,13 @@
-#include "platform/posix/fs/create_folder_posix.h"
+#include "quillmoor/platform/posix/fs/create_folder_posix.h"
 
 #include <errno.h>
 
 #include <optional>
 
-#include "base/paths.h"
-#include "platform/posix/fs/ownership_posix.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

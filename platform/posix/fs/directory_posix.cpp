@@ -1,8 +1,8 @@
-#include "platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
 
 #include <errno.h>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

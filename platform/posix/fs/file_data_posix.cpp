@@ -1,9 +1,9 @@
-#include "platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
 
 #include <errno.h>
 #include <unistd.h>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,4 +1,4 @@
-#include "platform/posix/fs/item_copy_posix.h"
+#include "quillmoor/platform/posix/fs/item_copy_posix.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -7,10 +7,10 @@
 #include <algorithm>
 #include <iterator>
 
-#include "platform/posix/fs/file_data_posix.h"
-#include "platform/posix/fs/ownership_posix.h"
-#include "platform/posix/ground/kernel_calls_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/ground/kernel_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

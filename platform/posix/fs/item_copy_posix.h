@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "platform/posix/fs/tree_data_posix.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/fs/tree_data_posix.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::posix {
 

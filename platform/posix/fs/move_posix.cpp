@@ -1,17 +1,17 @@
-#include "platform/posix/fs/move_posix.h"
+#include "quillmoor/platform/posix/fs/move_posix.h"
 
 #include <errno.h>
 
 #include <exception>
 #include <new>
 
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/fs/removal_check_posix.h"
-#include "platform/posix/fs/rename_posix.h"
-#include "platform/posix/fs/tree_copy_posix.h"
-#include "platform/posix/fs/tree_remove_posix.h"
-#include "platform/posix/ground/names_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/fs/removal_check_posix.h"
+#include "quillmoor/platform/posix/fs/rename_posix.h"
+#include "quillmoor/platform/posix/fs/tree_copy_posix.h"
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
+#include "quillmoor/platform/posix/ground/names_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/fs/tree_data_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/tree_data_posix.h"
 
 namespace quillmoor::platform::posix {
 

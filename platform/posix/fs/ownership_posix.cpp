@@ -1,15 +1,15 @@
-#include "platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
 
 #include <errno.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/fs/rename_posix.h"
-#include "platform/posix/ground/names_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/rename_posix.h"
+#include "quillmoor/platform/posix/ground/names_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,11 +1,11 @@
-#include "platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
 
 #include <errno.h>
 #include <limits.h>
 
 #include <algorithm>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

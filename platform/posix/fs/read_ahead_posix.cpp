@@ -1,12 +1,12 @@
-#include "platform/posix/fs/read_ahead_posix.h"
+#include "quillmoor/platform/posix/fs/read_ahead_posix.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <new>
 #include <system_error>
 
-#include "platform/posix/fs/file_data_posix.h"
-#include "platform/posix/ground/signals_blocked_posix.h"
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/ground/signals_blocked_posix.h"
 
 namespace quillmoor::platform::posix {
 

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <string_view>
 
-#include "platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
 
 namespace quillmoor::platform::posix {
 

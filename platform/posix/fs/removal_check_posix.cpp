@@ -1,4 +1,4 @@
-#include "platform/posix/fs/removal_check_posix.h"
+#include "quillmoor/platform/posix/fs/removal_check_posix.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -8,8 +8,8 @@
 #include <memory>
 #include <utility>
 
-#include "platform/posix/fs/tree_worker_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/tree_worker_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

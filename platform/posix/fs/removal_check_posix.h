@@ -1,7 +1,7 @@
 // Whether an item with all it holds may be removed, before anything of it is touched.
 #pragma once
 
-#include "platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
 
 namespace quillmoor::platform::posix {
 

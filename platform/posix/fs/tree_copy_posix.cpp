@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_copy_posix.h"
+#include "quillmoor/platform/posix/fs/tree_copy_posix.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -7,13 +7,13 @@
 #include <new>
 #include <utility>
 
-#include "platform/posix/fs/item_copy_posix.h"
-#include "platform/posix/fs/ownership_posix.h"
-#include "platform/posix/fs/rename_posix.h"
-#include "platform/posix/fs/tree_remove_posix.h"
-#include "platform/posix/fs/tree_worker_posix.h"
-#include "platform/posix/ground/names_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/item_copy_posix.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/fs/rename_posix.h"
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
+#include "quillmoor/platform/posix/fs/tree_worker_posix.h"
+#include "quillmoor/platform/posix/ground/names_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

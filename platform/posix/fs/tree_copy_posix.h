@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "platform/posix/fs/item_copy_posix.h"
-#include "platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/item_copy_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_crew_posix.h"
+#include "quillmoor/platform/posix/fs/tree_crew_posix.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -8,8 +8,8 @@
 #include <thread>
 #include <utility>
 
-#include "platform/posix/fs/tree_worker_posix.h"
-#include "platform/posix/ground/signals_blocked_posix.h"
+#include "quillmoor/platform/posix/fs/tree_worker_posix.h"
+#include "quillmoor/platform/posix/ground/signals_blocked_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

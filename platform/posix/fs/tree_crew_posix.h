@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
 
 namespace quillmoor::platform::posix {
 

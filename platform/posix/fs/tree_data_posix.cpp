@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_data_posix.h"
+#include "quillmoor/platform/posix/fs/tree_data_posix.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -8,9 +8,9 @@
 #include <limits>
 #include <string_view>
 
-#include "platform/posix/fs/file_data_posix.h"
-#include "platform/posix/fs/read_ahead_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/read_ahead_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "base/stop_token.h"
-#include "platform/file_tree.h"
+#include "quillmoor/base/stop_token.h"
+#include "quillmoor/platform/file_tree.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,15 +1,15 @@
-#include "platform/posix/fs/tree_match_posix.h"
+#include "quillmoor/platform/posix/fs/tree_match_posix.h"
 
 #include <algorithm>
 #include <deque>
 #include <iterator>
 #include <utility>
 
-#include "base/paths.h"
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/fs/tree_worker_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/tree_worker_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

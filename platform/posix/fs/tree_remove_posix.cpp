@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_remove_posix.h"
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -10,9 +10,9 @@
 #include <set>
 #include <utility>
 
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/fs/tree_worker_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/tree_worker_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

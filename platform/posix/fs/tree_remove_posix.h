@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "base/stop_token.h"
+#include "quillmoor/base/stop_token.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,12 +1,12 @@
-#include "platform/posix/fs/tree_size_posix.h"
+#include "quillmoor/platform/posix/fs/tree_size_posix.h"
 
 #include <errno.h>
 
 #include <mutex>
 #include <utility>
 
-#include "platform/posix/fs/tree_worker_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/fs/tree_worker_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_worker_posix.h"
+#include "quillmoor/platform/posix/fs/tree_worker_posix.h"
 
 #include <errno.h>
 
@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/fs/place_posix.h"
-#include "platform/posix/fs/tree_crew_posix.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/tree_crew_posix.h"
 
 namespace quillmoor::platform::posix {
 

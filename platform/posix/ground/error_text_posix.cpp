@@ -1,8 +1,8 @@
-#include "platform/posix/ground/error_text_posix.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
 
 #include <string.h>
 
-#include "base/paths.h"
+#include "quillmoor/base/paths.h"
 
 namespace quillmoor::platform::posix {
 namespace {

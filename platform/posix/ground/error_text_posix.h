@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/outcome.h"
+#include "quillmoor/base/outcome.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,9 +1,9 @@
-#include "platform/posix/ground/names_posix.h"
+#include "quillmoor/platform/posix/ground/names_posix.h"
 
 #include <random>
 
-#include "base/paths.h"
-#include "base/utf8.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/base/utf8.h"
 
 namespace quillmoor::platform::posix {
 namespace {

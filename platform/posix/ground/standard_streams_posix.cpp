@@ -1,10 +1,10 @@
-#include "platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
 
 #include <fcntl.h>
 
 #include <cerrno>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 

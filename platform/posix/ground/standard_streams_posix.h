@@ -1,7 +1,7 @@
 // The numbers 0 to 2 belong to the standard streams, also when the host has closed them.
 #pragma once
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,4 +1,4 @@
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 #include <fcntl.h>
 #include <stdio.h>
@@ -9,7 +9,7 @@
 
 #include <csignal>
 
-#include "platform/posix/ground/kernel_calls_posix.h"
+#include "quillmoor/platform/posix/ground/kernel_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -19,7 +19,7 @@
 #include <atomic>
 #include <cstddef>
 
-#include "platform/posix/ground/kernel_calls_posix.h"
+#include "quillmoor/platform/posix/ground/kernel_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 

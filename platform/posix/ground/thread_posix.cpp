@@ -1,11 +1,11 @@
-#include "platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
 
 #include <exception>
 #include <memory>
 #include <system_error>
 #include <utility>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

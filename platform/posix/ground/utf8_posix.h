@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "base/utf8.h"
+#include "quillmoor/base/utf8.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,13 +1,13 @@
-#include "platform/posix/ground/wake_descriptor_posix.h"
+#include "quillmoor/platform/posix/ground/wake_descriptor_posix.h"
 
 #include <cerrno>
 #include <cstdint>
 #include <utility>
 
-#include "platform/exception.h"
-#include "platform/posix/ground/error_text_posix.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -1,7 +1,7 @@
 // A descriptor that wakes whoever polls it.
 #pragma once
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,4 +1,4 @@
-#include "platform/byte_buffer.h"
+#include "quillmoor/platform/byte_buffer.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include <new>
 #include <utility>
 
-#include "platform/posix/process/memory_mapping_posix.h"
+#include "quillmoor/platform/posix/process/memory_mapping_posix.h"
 
 namespace quillmoor::platform {
 namespace {

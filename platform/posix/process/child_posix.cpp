@@ -1,4 +1,4 @@
-#include "platform/posix/process/child_posix.h"
+#include "quillmoor/platform/posix/process/child_posix.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -7,10 +7,10 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/posix/ground/c_strings_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/process/child_system_posix.h"
-#include "platform/posix/process/spawn_setup_posix.h"
+#include "quillmoor/platform/posix/ground/c_strings_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/process/child_system_posix.h"
+#include "quillmoor/platform/posix/process/spawn_setup_posix.h"
 
 extern char** environ;  // not every system's headers declare it
 

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "base/types.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,4 +1,4 @@
-#include "platform/posix/process/child_reaper_posix.h"
+#include "quillmoor/platform/posix/process/child_reaper_posix.h"
 
 #include <poll.h>
 
@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/native_services.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/ground/wake_descriptor_posix.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/wake_descriptor_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

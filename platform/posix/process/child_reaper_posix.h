@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "platform/posix/process/child_posix.h"
+#include "quillmoor/platform/posix/process/child_posix.h"
 
 namespace quillmoor::platform::posix {
 

@@ -1,4 +1,4 @@
-#include "platform/posix/process/file_handle_posix.h"
+#include "quillmoor/platform/posix/process/file_handle_posix.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,11 +10,11 @@
 #include <memory>
 #include <new>
 
-#include "platform/exception.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/error_text_posix.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform {
 namespace posix {

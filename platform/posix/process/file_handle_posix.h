@@ -5,9 +5,9 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/file_handle.h"
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/wake_descriptor_posix.h"
+#include "quillmoor/platform/file_handle.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/wake_descriptor_posix.h"
 
 namespace quillmoor::platform::posix {
 

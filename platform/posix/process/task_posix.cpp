@@ -1,16 +1,16 @@
-#include "platform/task.h"
+#include "quillmoor/platform/task.h"
 
 #include <memory>
 #include <mutex>
 #include <utility>
 
-#include "platform/exception.h"
-#include "platform/native_services.h"
-#include "platform/posix/process/child_posix.h"
-#include "platform/posix/process/child_reaper_posix.h"
-#include "platform/posix/process/child_system_posix.h"
-#include "platform/posix/process/file_handle_posix.h"
-#include "platform/posix/run_loop/main_thread_posix.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/process/child_posix.h"
+#include "quillmoor/platform/posix/process/child_reaper_posix.h"
+#include "quillmoor/platform/posix/process/child_system_posix.h"
+#include "quillmoor/platform/posix/process/file_handle_posix.h"
+#include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform {
 namespace posix {

@@ -1,7 +1,7 @@
 #include <cerrno>
 #include <ctime>
 
-#include "platform/native_services.h"
+#include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::platform {
 namespace {

@@ -9,11 +9,11 @@
 #include <ctime>
 #include <string>
 
-#include "base/paths.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/broken_pipe_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/ground/thread_id_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/broken_pipe_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/thread_id_posix.h"
 
 namespace quillmoor::platform {
 namespace {

@@ -1,7 +1,7 @@
-#include "platform/posix/run_loop/host_services_posix.h"
+#include "quillmoor/platform/posix/run_loop/host_services_posix.h"
 
-#include "platform/main_run_loop.h"
-#include "platform/posix/run_loop/main_thread_posix.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform::posix {
 

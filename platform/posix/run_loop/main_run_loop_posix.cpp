@@ -1,4 +1,4 @@
-#include "platform/main_run_loop.h"
+#include "quillmoor/platform/main_run_loop.h"
 
 #include <poll.h>
 
@@ -11,9 +11,9 @@
 #include <thread>
 #include <utility>
 
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/ground/wake_descriptor_posix.h"
-#include "platform/posix/run_loop/main_thread_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/wake_descriptor_posix.h"
+#include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform {
 namespace {

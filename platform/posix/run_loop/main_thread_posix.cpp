@@ -1,4 +1,4 @@
-#include "platform/main_thread.h"
+#include "quillmoor/platform/main_thread.h"
 
 #include <poll.h>
 
@@ -14,14 +14,14 @@
 #include <utility>
 #include <vector>
 
-#include "platform/exception.h"
-#include "platform/main_run_loop.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/error_text_posix.h"
-#include "platform/posix/ground/signals_blocked_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/ground/thread_posix.h"
-#include "platform/posix/run_loop/main_thread_posix.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
+#include "quillmoor/platform/posix/ground/signals_blocked_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform {
 namespace posix {

@@ -11,9 +11,9 @@
 #include <optional>
 #include <system_error>
 
-#include "base/utf8.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/utf8_posix.h"
+#include "quillmoor/base/utf8.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/utf8_posix.h"
 
 namespace quillmoor::platform {
 namespace {

@@ -1,5 +1,5 @@
 // Formats that must not compile, one for each CASE.
-#include "base/format.h"
+#include "quillmoor/base/format.h"
 
 int main() {
     using quillmoor::formatted;

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/support/temp_folder.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,5 +1,5 @@
 // What every back-end owes to those who ask for an item's attributes, or change them.
-#include "platform/attributes.h"
+#include "quillmoor/platform/attributes.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "platform/authorization.h"
+#include "quillmoor/platform/authorization.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

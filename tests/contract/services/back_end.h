@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::platform {
 

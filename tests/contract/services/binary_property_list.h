@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::test {
 

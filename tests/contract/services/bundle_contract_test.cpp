@@ -1,5 +1,5 @@
 // What every back-end owes to those who ask for their bundle.
-#include "platform/bundle.h"
+#include "quillmoor/platform/bundle.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // What every clock owes to those who ask it.
-#include "platform/clock.h"
+#include "quillmoor/platform/clock.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/contract/services/memory_services.h"
 

@@ -1,4 +1,4 @@
-#include "platform/console.h"
+#include "quillmoor/platform/console.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

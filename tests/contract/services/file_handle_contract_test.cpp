@@ -1,4 +1,4 @@
-#include "platform/file_handle.h"
+#include "quillmoor/platform/file_handle.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/exception.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/file_operations.h"
+#include "quillmoor/platform/file_operations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/main_run_loop.h"
+#include "quillmoor/platform/main_run_loop.h"
 #include "tests/children/child_tools.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/support/temp_folder.h"

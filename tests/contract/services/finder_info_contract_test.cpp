@@ -1,5 +1,5 @@
 // What every back-end owes to those who keep references to items, and their Finder information.
-#include "platform/finder_info.h"
+#include "quillmoor/platform/finder_info.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 // What every back-end owes to those who ask for places and names.
-#include "platform/locations.h"
+#include "quillmoor/platform/locations.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/contract/services/memory_services.h"
 

@@ -1,4 +1,4 @@
-#include "platform/main_thread.h"
+#include "quillmoor/platform/main_thread.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>

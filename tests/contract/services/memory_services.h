@@ -8,9 +8,9 @@
 #include <string>
 #include <utility>
 
-#include "base/paths.h"
-#include "platform/clock.h"
-#include "platform/locations.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/clock.h"
+#include "quillmoor/platform/locations.h"
 
 namespace quillmoor::test {
 

@@ -1,5 +1,5 @@
 // What every back-end owes to those who ask about the process and the computer.
-#include "platform/process_info.h"
+#include "quillmoor/platform/process_info.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -1,5 +1,5 @@
 // What every back-end owes to those who read property lists.
-#include "platform/property_list.h"
+#include "quillmoor/platform/property_list.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What every back-end owes to those who decode text.
-#include "platform/text.h"
+#include "quillmoor/platform/text.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/workspace.h"
+#include "quillmoor/platform/workspace.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/platform/support/scoped_environment.h"
 #include "tests/support/temp_folder.h"

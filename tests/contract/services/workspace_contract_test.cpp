@@ -1,5 +1,5 @@
 // What every back-end owes to those who ask the desktop. The Trash has tests of its own.
-#include "platform/workspace.h"
+#include "quillmoor/platform/workspace.h"
 
 #include <gtest/gtest.h>
 

@@ -12,9 +12,9 @@
 #include <thread>
 #include <vector>
 
-#include "platform/exception.h"
-#include "platform/main_run_loop.h"
-#include "platform/platform.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/children/child_tools.h"
 #include "tests/children/pattern.h"
 #include "tests/support/temp_folder.h"

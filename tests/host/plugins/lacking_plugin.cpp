@@ -1,5 +1,5 @@
 // Has only one of the two functions that a plug-in must export.
-#include "pane/installer_plugin.h"
+#include "quillmoor/pane/installer_plugin.h"
 
 int installer_plugin_attach(const installer_host_services*) {
     return 1;

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <thread>
 
-#include "pane/installer_plugin.h"
+#include "quillmoor/pane/installer_plugin.h"
 
 namespace {
 

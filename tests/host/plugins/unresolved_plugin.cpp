@@ -1,5 +1,5 @@
 // Needs a function that nobody has, so that it cannot be opened.
-#include "pane/installer_plugin.h"
+#include "quillmoor/pane/installer_plugin.h"
 
 extern "C" int function_that_nobody_has();
 

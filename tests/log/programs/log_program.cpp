@@ -20,10 +20,10 @@
 #include <thread>
 #include <vector>
 
-#include "auth/KXAuthorization.h"
-#include "log/KXLog.h"
-#include "platform/exception.h"
-#include "task/KXTaskEx.h"
+#include "quillmoor/auth/KXAuthorization.h"
+#include "quillmoor/log/KXLog.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/task/KXTaskEx.h"
 #include "tests/support/forwarding.h"
 
 using quillmoor::KXLog;

@@ -1,8 +1,8 @@
-#include "platform/workspace.h"
+#include "quillmoor/platform/workspace.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/platform/support/scoped_environment.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"

@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
-#include "platform/platform.h"
-#include "platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 

@@ -8,8 +8,8 @@
 #include <functional>
 #include <new>
 
-#include "platform/native_services.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 

@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <functional>
 
-#include "platform/native_services.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 

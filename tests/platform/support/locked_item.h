@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/attributes.h"
-#include "platform/platform.h"
+#include "quillmoor/platform/attributes.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::test {
 

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <thread>
 
-#include "base/stop_token.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/stop_token.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::test {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/zip_builder.h"
 #include "tools/ditto/entry.h"

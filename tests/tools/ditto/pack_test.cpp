@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/libarchive_peer.h"
 #include "tests/tools/ditto/run_ditto.h"

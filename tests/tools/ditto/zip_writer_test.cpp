@@ -9,7 +9,7 @@
 #include <limits>
 #include <string>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/libarchive_peer.h"
 #include "tests/tools/ditto/zip_builder.h"

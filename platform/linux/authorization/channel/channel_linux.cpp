@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -12,10 +12,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/authorization/channel/message_linux.h"
-#include "platform/linux/authorization/channel/tool_stream_linux.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_stream_linux.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 

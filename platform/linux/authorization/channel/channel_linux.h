@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "base/types.h"
-#include "platform/authorization.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/authorization.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/launch_child_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_child_linux.h"
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -9,13 +9,13 @@
 #include <cstddef>
 #include <utility>
 
-#include "platform/linux/authorization/channel/peer_linux.h"
-#include "platform/linux/ground/small_file_linux.h"
-#include "platform/posix/ground/c_strings_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/process/child_reaper_posix.h"
-#include "platform/posix/process/child_system_posix.h"
-#include "platform/posix/process/spawn_setup_posix.h"
+#include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
+#include "quillmoor/platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/posix/ground/c_strings_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/process/child_reaper_posix.h"
+#include "quillmoor/platform/posix/process/child_system_posix.h"
+#include "quillmoor/platform/posix/process/spawn_setup_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

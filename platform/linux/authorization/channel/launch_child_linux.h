@@ -8,9 +8,9 @@
 #include <optional>
 #include <string>
 
-#include "base/types.h"
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/process/child_posix.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/process/child_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,8 +10,8 @@
 #include <cstddef>
 #include <utility>
 
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/authorization/channel/channel_linux.h"
-#include "platform/linux/authorization/channel/launch_child_linux.h"
-#include "platform/linux/authorization/channel/rendezvous_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_child_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights {
 

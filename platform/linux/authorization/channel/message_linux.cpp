@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 
 #include <sys/socket.h>
 #include <sys/uio.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/types.h"
+#include "quillmoor/base/types.h"
 
 namespace quillmoor::platform::linux_::rights {
 

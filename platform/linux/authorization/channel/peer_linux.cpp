@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/peer_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -15,8 +15,8 @@ extern "C" {
 #include <string>
 #include <string_view>
 
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

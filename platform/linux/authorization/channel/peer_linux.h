@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights {
 

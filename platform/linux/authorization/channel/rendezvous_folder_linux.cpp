@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/rendezvous_folder_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_folder_linux.h"
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -10,11 +10,11 @@
 #include <string_view>
 #include <utility>
 
-#include "base/types.h"
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/fs/directory_posix.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

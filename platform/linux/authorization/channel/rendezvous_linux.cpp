@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/rendezvous_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
 
 #include <poll.h>
 #include <stdlib.h>
@@ -10,12 +10,12 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/linux/authorization/channel/peer_linux.h"
-#include "platform/linux/desktop/tool_path_linux.h"
-#include "platform/linux/ground/environment_linux.h"
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
+#include "quillmoor/platform/linux/desktop/tool_path_linux.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

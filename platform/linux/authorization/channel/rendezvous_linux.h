@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "base/types.h"
-#include "platform/linux/authorization/channel/channel_linux.h"
-#include "platform/linux/authorization/channel/rendezvous_folder_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_folder_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights {
 

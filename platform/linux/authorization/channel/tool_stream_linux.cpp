@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/tool_stream_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_stream_linux.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/ground/broken_pipe_posix.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/broken_pipe_posix.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

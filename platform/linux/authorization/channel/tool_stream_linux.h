@@ -5,8 +5,8 @@
 #include <memory>
 #include <optional>
 
-#include "platform/authorization.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/authorization.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights {
 

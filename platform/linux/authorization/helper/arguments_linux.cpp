@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/arguments_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/arguments_linux.h"
 
 #include <charconv>
 #include <string_view>

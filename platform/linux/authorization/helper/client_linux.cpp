@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/client_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/client_linux.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/authorization/channel/peer_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {

@@ -5,8 +5,8 @@
 
 #include <optional>
 
-#include "platform/linux/authorization/helper/arguments_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/linux/authorization/helper/arguments_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/empty_folder_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/empty_folder_linux.h"
 
 #include <fcntl.h>
 #include <stdlib.h>

@@ -1,7 +1,7 @@
 // Where a tool is started that cannot have its client's working folder.
 #pragma once
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 

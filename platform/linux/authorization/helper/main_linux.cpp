@@ -9,11 +9,11 @@
 #include <span>
 #include <string>
 
-#include "platform/linux/authorization/helper/arguments_linux.h"
-#include "platform/linux/authorization/helper/client_linux.h"
-#include "platform/linux/authorization/helper/session_linux.h"
-#include "platform/linux/authorization/helper/surroundings_linux.h"
-#include "platform/linux/authorization/helper/tool_record_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/arguments_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/client_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/session_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/surroundings_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/tool_record_linux.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/receiver_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/receiver_linux.h"
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {

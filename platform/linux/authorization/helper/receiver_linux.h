@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/authorization/channel/message_linux.h"
-#include "platform/linux/authorization/helper/client_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/client_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 

@@ -1,13 +1,13 @@
-#include "platform/linux/authorization/helper/session_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/session_linux.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "platform/linux/authorization/channel/message_linux.h"
-#include "platform/linux/authorization/channel/tool_environment_linux.h"
-#include "platform/linux/authorization/helper/receiver_linux.h"
-#include "platform/linux/authorization/helper/tool_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_environment_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/receiver_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/tool_linux.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 

@@ -1,8 +1,8 @@
 // The helper's whole work, once it knows its client.
 #pragma once
 
-#include "base/types.h"
-#include "platform/linux/authorization/helper/client_linux.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/authorization/helper/client_linux.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/surroundings_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/surroundings_linux.h"
 
 #include <fcntl.h>
 #include <grp.h>
@@ -12,7 +12,7 @@
 
 #include <algorithm>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {

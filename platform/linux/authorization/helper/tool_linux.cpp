@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/tool_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/tool_linux.h"
 
 #include <sched.h>
 #include <unistd.h>
@@ -9,8 +9,8 @@
 #include <cstddef>
 #include <cstdlib>
 
-#include "platform/linux/authorization/helper/empty_folder_linux.h"
-#include "platform/posix/ground/c_strings_posix.h"
+#include "quillmoor/platform/linux/authorization/helper/empty_folder_linux.h"
+#include "quillmoor/platform/posix/ground/c_strings_posix.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 namespace {

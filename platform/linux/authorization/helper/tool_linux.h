@@ -1,8 +1,8 @@
 // Starting a tool.
 #pragma once
 
-#include "base/types.h"
-#include "platform/linux/authorization/helper/receiver_linux.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/authorization/helper/receiver_linux.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 

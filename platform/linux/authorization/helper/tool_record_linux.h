@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-#include "base/types.h"
-#include "platform/linux/authorization/helper/client_linux.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/authorization/helper/client_linux.h"
 
 namespace quillmoor::platform::linux_::rights::helper {
 

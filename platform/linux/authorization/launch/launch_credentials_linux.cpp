@@ -4,15 +4,15 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/authorization/launch/launch_pkexec_linux.h"
-#include "platform/linux/authorization/launch/launch_programs_linux.h"
-#include "platform/linux/authorization/launch/launch_sudo_linux.h"
-#include "platform/linux/authorization/launch/launch_turn_linux.h"
-#include "platform/linux/authorization/launch/launchers_linux.h"
-#include "platform/linux/authorization/polkit/polkit_agent_linux.h"
-#include "platform/linux/authorization/polkit/polkit_helper_linux.h"
-#include "platform/linux/authorization/polkit/sd_bus_linux.h"
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_pkexec_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_sudo_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_turn_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launchers_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_agent_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_helper_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/sd_bus_linux.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

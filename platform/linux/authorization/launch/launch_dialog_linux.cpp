@@ -8,13 +8,13 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/authorization/launch/launch_pkexec_linux.h"
-#include "platform/linux/authorization/launch/launch_programs_linux.h"
-#include "platform/linux/authorization/launch/launch_turn_linux.h"
-#include "platform/linux/authorization/launch/launchers_linux.h"
-#include "platform/linux/authorization/launch/terminal_agent_linux.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_pkexec_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_turn_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launchers_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/terminal_agent_linux.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

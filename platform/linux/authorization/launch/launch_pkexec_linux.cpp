@@ -1,9 +1,9 @@
-#include "platform/linux/authorization/launch/launch_pkexec_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_pkexec_linux.h"
 
 #include <string>
 #include <utility>
 
-#include "platform/linux/authorization/launch/launch_programs_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <optional>
 
-#include "platform/authorization.h"
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
-#include "platform/linux/authorization/channel/rendezvous_linux.h"
+#include "quillmoor/platform/authorization.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

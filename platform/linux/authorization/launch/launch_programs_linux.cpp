@@ -1,9 +1,9 @@
-#include "platform/linux/authorization/launch/launch_programs_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
 
 #include <stdlib.h>
 #include <sys/prctl.h>
 
-#include "platform/linux/ground/programs_linux.h"
+#include "quillmoor/platform/linux/ground/programs_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

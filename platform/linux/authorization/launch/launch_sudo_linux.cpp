@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/launch/launch_sudo_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_sudo_linux.h"
 
 #include <sys/random.h>
 #include <sys/socket.h>
@@ -10,11 +10,11 @@
 #include <memory>
 #include <utility>
 
-#include "platform/linux/authorization/launch/launch_programs_linux.h"
-#include "platform/linux/authorization/launch/prompt_answers_linux.h"
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/prompt_answers_linux.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

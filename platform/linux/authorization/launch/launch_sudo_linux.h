@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/authorization.h"
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
-#include "platform/linux/authorization/channel/rendezvous_linux.h"
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/authorization.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 

@@ -1,8 +1,8 @@
-#include "platform/linux/authorization/launch/launch_turn_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_turn_linux.h"
 
 #include <new>
 
-#include "platform/fork.h"
+#include "quillmoor/platform/fork.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/authorization.h"
-#include "platform/linux/authorization/channel/channel_linux.h"
-#include "platform/linux/authorization/channel/rendezvous_linux.h"
+#include "quillmoor/platform/authorization.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

@@ -1,9 +1,9 @@
-#include "platform/linux/authorization/launch/prompt_answers_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/prompt_answers_linux.h"
 
 #include <sys/socket.h>
 #include <sys/types.h>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

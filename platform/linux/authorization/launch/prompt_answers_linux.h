@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "base/types.h"
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
-#include "platform/linux/authorization/channel/secret_linux.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/secret_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

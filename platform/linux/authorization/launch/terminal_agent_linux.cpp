@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/launch/terminal_agent_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/terminal_agent_linux.h"
 
 #include <unistd.h>
 
@@ -8,10 +8,10 @@
 #include <string>
 #include <utility>
 
-#include "base/types.h"
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
-#include "platform/linux/authorization/launch/launch_programs_linux.h"
-#include "platform/linux/authorization/polkit/own_process_linux.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

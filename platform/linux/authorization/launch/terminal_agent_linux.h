@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "platform/linux/authorization/channel/launch_child_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_child_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights {
 

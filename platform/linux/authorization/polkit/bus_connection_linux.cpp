@@ -1,10 +1,10 @@
-#include "platform/linux/authorization/polkit/bus_connection_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/bus_connection_linux.h"
 
 #include <poll.h>
 
 #include <cerrno>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 

@@ -1,11 +1,11 @@
-#include "platform/linux/authorization/polkit/own_process_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
 
 #include <charconv>
 #include <cstddef>
 #include <string>
 
-#include "base/types.h"
-#include "platform/linux/ground/small_file_linux.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/ground/small_file_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

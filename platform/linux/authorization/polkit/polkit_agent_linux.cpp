@@ -1,12 +1,12 @@
-#include "platform/linux/authorization/polkit/polkit_agent_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_agent_linux.h"
 
 #include <unistd.h>
 
 #include <chrono>
 #include <utility>
 
-#include "platform/linux/authorization/polkit/own_process_linux.h"
-#include "platform/linux/authorization/polkit/polkit_request_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_request_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
-#include "platform/linux/authorization/polkit/bus_connection_linux.h"
-#include "platform/linux/authorization/polkit/polkit_conversation_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/bus_connection_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_conversation_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/polkit_conversation_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_conversation_linux.h"
 
 #include <sys/socket.h>
 
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

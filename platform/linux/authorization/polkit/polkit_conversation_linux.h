@@ -6,9 +6,9 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/authorization/channel/launch_child_linux.h"
-#include "platform/linux/authorization/channel/secret_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_child_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/secret_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::linux_::rights {
 

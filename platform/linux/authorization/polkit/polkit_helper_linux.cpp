@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/polkit_helper_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_helper_linux.h"
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -8,10 +8,10 @@
 #include <optional>
 #include <utility>
 
-#include "platform/linux/authorization/channel/peer_linux.h"
-#include "platform/linux/ground/programs_linux.h"
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
+#include "quillmoor/platform/linux/ground/programs_linux.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "base/types.h"
-#include "platform/linux/authorization/polkit/polkit_conversation_linux.h"
+#include "quillmoor/base/types.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_conversation_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

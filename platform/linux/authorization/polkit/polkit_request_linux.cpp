@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/polkit_request_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_request_linux.h"
 
 #include <unistd.h>
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/authorization/polkit/sd_bus_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/sd_bus_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 

@@ -1,4 +1,4 @@
-#include "platform/authorization.h"
+#include "quillmoor/platform/authorization.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,8 +9,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/platform.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/children/child_tools.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 #include "tests/support/temp_folder.h"

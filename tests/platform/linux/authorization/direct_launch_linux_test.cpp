@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/direct_launch_linux.h"
+#include "quillmoor/platform/linux/authorization/direct_launch_linux.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

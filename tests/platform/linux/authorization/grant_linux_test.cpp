@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/grant_linux.h"
+#include "quillmoor/platform/linux/authorization/grant_linux.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -6,7 +6,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 
 namespace quillmoor::platform::linux_::rights {

@@ -1,4 +1,4 @@
-#include "platform/linux/bundles/bundle_linux.h"
+#include "quillmoor/platform/linux/bundles/bundle_linux.h"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/platform/linux/support/print_bundle.h"
 #include "tests/platform/support/scoped_environment.h"
 #include "tests/support/temp_folder.h"

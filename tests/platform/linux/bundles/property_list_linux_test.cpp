@@ -1,11 +1,11 @@
-#include "platform/property_list.h"
+#include "quillmoor/platform/property_list.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <thread>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/contract/services/binary_property_list.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/applications_linux.h"
+#include "quillmoor/platform/linux/desktop/applications_linux.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
-#include "platform/linux/desktop/entry_text_linux.h"
+#include "quillmoor/platform/linux/desktop/entry_text_linux.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/desktop/desktop_entry_linux.h"
+#include "quillmoor/platform/linux/desktop/desktop_entry_linux.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/opener_linux.h"
+#include "quillmoor/platform/linux/desktop/opener_linux.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

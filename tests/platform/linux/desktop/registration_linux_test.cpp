@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/registration_linux.h"
+#include "quillmoor/platform/linux/desktop/registration_linux.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 #include <optional>
 #include <thread>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/platform/support/scoped_environment.h"

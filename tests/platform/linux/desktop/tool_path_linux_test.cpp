@@ -1,12 +1,12 @@
-#include "platform/linux/desktop/tool_path_linux.h"
+#include "quillmoor/platform/linux/desktop/tool_path_linux.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "base/paths.h"
-#include "platform/linux/ground/programs_linux.h"
-#include "platform/platform.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/ground/programs_linux.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/platform/linux/support/print_bundle.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/ground/absolute_path_linux.h"
+#include "quillmoor/platform/linux/ground/absolute_path_linux.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

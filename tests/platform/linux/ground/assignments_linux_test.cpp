@@ -1,4 +1,4 @@
-#include "platform/linux/ground/assignments_linux.h"
+#include "quillmoor/platform/linux/ground/assignments_linux.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
-#include "platform/linux/ground/environment_linux.h"
+#include "quillmoor/platform/linux/ground/environment_linux.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <string>
 
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 #include "tests/platform/support/scoped_environment.h"
 
 namespace quillmoor::platform::linux_ {

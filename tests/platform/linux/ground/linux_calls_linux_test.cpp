@@ -1,4 +1,4 @@
-#include "platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform::linux_ {

@@ -1,4 +1,4 @@
-#include "platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/linux/ground/small_file_linux.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "platform/attributes.h"
+#include "quillmoor/platform/attributes.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -8,10 +8,10 @@
 #include <cerrno>
 #include <limits>
 
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/platform.h"
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/platform/support/locked_item.h"

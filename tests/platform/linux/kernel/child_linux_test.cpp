@@ -5,8 +5,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/posix/ground/standard_streams_posix.h"
-#include "platform/posix/process/child_system_posix.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/process/child_system_posix.h"
 #include "tests/children/child_tools.h"
 
 namespace quillmoor::platform::posix {

@@ -1,4 +1,4 @@
-#include "platform/finder_info.h"
+#include "quillmoor/platform/finder_info.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -9,8 +9,8 @@
 #include <filesystem>
 #include <functional>
 
-#include "platform/platform.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/support/call_tables.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/kernel/immutable_flag_linux.h"
+#include "quillmoor/platform/linux/kernel/immutable_flag_linux.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-#include "platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/support/temp_folder.h"
 

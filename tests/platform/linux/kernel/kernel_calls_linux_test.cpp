@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/kernel_calls_posix.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/kernel_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/support/temp_folder.h"
 

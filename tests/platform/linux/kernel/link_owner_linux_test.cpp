@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-#include "platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/support/temp_folder.h"
 

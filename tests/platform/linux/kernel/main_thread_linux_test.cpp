@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "platform/posix/run_loop/main_thread_posix.h"
+#include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "platform/posix/process/memory_mapping_posix.h"
+#include "quillmoor/platform/posix/process/memory_mapping_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

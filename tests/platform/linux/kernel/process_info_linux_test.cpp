@@ -1,4 +1,4 @@
-#include "platform/process_info.h"
+#include "quillmoor/platform/process_info.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,8 +9,8 @@
 #include <set>
 #include <thread>
 
-#include "platform/linux/ground/assignments_linux.h"
-#include "platform/platform.h"
+#include "quillmoor/platform/linux/ground/assignments_linux.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform {

@@ -4,7 +4,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/posix/ground/thread_id_posix.h"
+#include "quillmoor/platform/posix/ground/thread_id_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

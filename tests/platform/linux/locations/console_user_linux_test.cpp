@@ -1,4 +1,4 @@
-#include "platform/linux/locations/console_user_linux.h"
+#include "quillmoor/platform/linux/locations/console_user_linux.h"
 
 #include <gtest/gtest.h>
 #include <string.h>
@@ -6,8 +6,8 @@
 
 #include <cerrno>
 
-#include "platform/platform.h"
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 #include "tests/platform/support/scoped_environment.h"
 
 namespace quillmoor::platform::linux_ {

@@ -1,4 +1,4 @@
-#include "platform/locations.h"
+#include "quillmoor/platform/locations.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -7,8 +7,8 @@
 #include <span>
 #include <string>
 
-#include "platform/platform.h"
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 #include "tests/platform/support/scoped_environment.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/locations/search_paths_linux.h"
+#include "quillmoor/platform/linux/locations/search_paths_linux.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/locations/user_dirs_linux.h"
+#include "quillmoor/platform/linux/locations/user_dirs_linux.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 int main(int argc, char** argv) {
     if (argc > 1 && std::string_view(argv[1]) == "remove") ::unlink(argv[0]);

@@ -1,5 +1,5 @@
 // The super-user puts items into another user's Trash.
-#include "platform/linux/trash/trash_folder_linux.h"
+#include "quillmoor/platform/linux/trash/trash_folder_linux.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -8,7 +8,7 @@
 
 #include <filesystem>
 
-#include "platform/linux/trash/trash_linux.h"
+#include "quillmoor/platform/linux/trash/trash_linux.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::linux_ {

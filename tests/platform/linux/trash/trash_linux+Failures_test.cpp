@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <new>
 
-#include "platform/linux/trash/trash_linux.h"
+#include "quillmoor/platform/linux/trash/trash_linux.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 

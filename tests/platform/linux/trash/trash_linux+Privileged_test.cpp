@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "platform/linux/trash/trash_linux.h"
+#include "quillmoor/platform/linux/trash/trash_linux.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/trash/trash_linux.h"
+#include "quillmoor/platform/linux/trash/trash_linux.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 #include <ctime>
 #include <filesystem>
 
-#include "platform/linux/trash/trashinfo_linux.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/trash/trashinfo_linux.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/platform/support/resisting_item.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/trash/trashinfo_linux.h"
+#include "quillmoor/platform/linux/trash/trashinfo_linux.h"
 
 #include <gtest/gtest.h>
 

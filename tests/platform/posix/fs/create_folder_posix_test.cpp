@@ -1,4 +1,4 @@
-#include "platform/posix/fs/create_folder_posix.h"
+#include "quillmoor/platform/posix/fs/create_folder_posix.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/native_services.h"
+#include "quillmoor/platform/native_services.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {

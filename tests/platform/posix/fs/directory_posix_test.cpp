@@ -1,4 +1,4 @@
-#include "platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/fs/directory_posix.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -10,7 +10,7 @@
 #include <map>
 #include <string>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform::posix {

@@ -1,4 +1,4 @@
-#include "platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform::posix {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/posix/fs/tree_remove_posix.h"
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
 
 int main() {
     using namespace quillmoor::platform;  // NOLINT(google-build-using-namespace): a program's own

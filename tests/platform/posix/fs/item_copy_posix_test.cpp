@@ -1,4 +1,4 @@
-#include "platform/posix/fs/item_copy_posix.h"
+#include "quillmoor/platform/posix/fs/item_copy_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -8,10 +8,10 @@
 
 #include <cerrno>
 
-#include "platform/native_services.h"
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/kernel_calls_posix.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/kernel_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {

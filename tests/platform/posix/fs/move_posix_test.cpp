@@ -1,4 +1,4 @@
-#include "platform/posix/fs/move_posix.h"
+#include "quillmoor/platform/posix/fs/move_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,8 +11,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/native_services.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/platform/support/locked_item.h"
 #include "tests/platform/support/resisting_item.h"

@@ -1,4 +1,4 @@
-#include "platform/posix/fs/ownership_posix.h"
+#include "quillmoor/platform/posix/fs/ownership_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -7,8 +7,8 @@
 
 #include <cerrno>
 
-#include "platform/native_services.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {

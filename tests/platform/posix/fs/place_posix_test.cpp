@@ -1,11 +1,11 @@
-#include "platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/place_posix.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-#include "platform/native_services.h"
+#include "quillmoor/platform/native_services.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {

@@ -1,4 +1,4 @@
-#include "platform/posix/fs/read_ahead_posix.h"
+#include "quillmoor/platform/posix/fs/read_ahead_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,8 +13,8 @@
 #include <thread>
 #include <utility>
 
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {

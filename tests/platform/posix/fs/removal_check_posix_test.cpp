@@ -1,4 +1,4 @@
-#include "platform/posix/fs/removal_check_posix.h"
+#include "quillmoor/platform/posix/fs/removal_check_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 #include <filesystem>
 #include <functional>
 
-#include "platform/linux/ground/linux_calls_linux.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/linux/ground/linux_calls_linux.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/platform/support/locked_item.h"
 

@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_copy_posix.h"
+#include "quillmoor/platform/posix/fs/tree_copy_posix.h"
 
 #include <gtest/gtest.h>
 #include <stdio.h>
@@ -13,8 +13,8 @@
 #include <cstring>
 #include <thread>
 
-#include "platform/native_services.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/platform/support/stop_at_call.h"
 

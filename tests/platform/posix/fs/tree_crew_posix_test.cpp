@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_crew_posix.h"
+#include "quillmoor/platform/posix/fs/tree_crew_posix.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/fs/tree_worker_posix.h"
+#include "quillmoor/platform/posix/fs/tree_worker_posix.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 

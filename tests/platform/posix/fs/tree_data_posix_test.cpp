@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_data_posix.h"
+#include "quillmoor/platform/posix/fs/tree_data_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {

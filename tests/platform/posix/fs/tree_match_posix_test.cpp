@@ -1,11 +1,11 @@
-#include "platform/posix/fs/tree_match_posix.h"
+#include "quillmoor/platform/posix/fs/tree_match_posix.h"
 
 #include <dirent.h>
 #include <gtest/gtest.h>
 
-#include "base/paths.h"
-#include "platform/native_services.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {

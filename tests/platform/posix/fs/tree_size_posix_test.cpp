@@ -1,4 +1,4 @@
-#include "platform/posix/fs/tree_size_posix.h"
+#include "quillmoor/platform/posix/fs/tree_size_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <thread>
 
-#include "platform/native_services.h"
+#include "quillmoor/platform/native_services.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {

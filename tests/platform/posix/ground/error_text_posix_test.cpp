@@ -1,4 +1,4 @@
-#include "platform/posix/ground/error_text_posix.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/posix/ground/names_posix.h"
+#include "quillmoor/platform/posix/ground/names_posix.h"
 
 #include <gtest/gtest.h>
 

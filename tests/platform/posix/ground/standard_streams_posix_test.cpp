@@ -1,4 +1,4 @@
-#include "platform/posix/ground/standard_streams_posix.h"
+#include "quillmoor/platform/posix/ground/standard_streams_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/ground/thread_posix.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/posix/ground/users_posix.h"
+#include "quillmoor/platform/posix/ground/users_posix.h"
 
 #include <gtest/gtest.h>
 #include <pwd.h>

@@ -1,4 +1,4 @@
-#include "platform/posix/ground/wake_descriptor_posix.h"
+#include "quillmoor/platform/posix/ground/wake_descriptor_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 #include <optional>
 #include <thread>
 
-#include "platform/exception.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/children/child_tools.h"
 
 namespace quillmoor::platform::posix {

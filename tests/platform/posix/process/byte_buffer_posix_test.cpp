@@ -1,4 +1,4 @@
-#include "platform/byte_buffer.h"
+#include "quillmoor/platform/byte_buffer.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,4 +1,4 @@
-#include "platform/posix/process/child_posix.h"
+#include "quillmoor/platform/posix/process/child_posix.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/posix/process/child_reaper_posix.h"
+#include "quillmoor/platform/posix/process/child_reaper_posix.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/posix/process/child_reaper_posix.h"
+#include "quillmoor/platform/posix/process/child_reaper_posix.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/posix/ground/system_calls_posix.h"
-#include "platform/posix/process/child_posix.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/process/child_posix.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/posix/process/file_handle_posix.h"
+#include "quillmoor/platform/posix/process/file_handle_posix.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -12,9 +12,9 @@
 #include <thread>
 #include <utility>
 
-#include "platform/exception.h"
-#include "platform/platform.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/children/child_tools.h"
 #include "tests/children/pattern.h"
 #include "tests/support/temp_folder.h"

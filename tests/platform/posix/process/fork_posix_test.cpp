@@ -1,4 +1,4 @@
-#include "platform/fork.h"
+#include "quillmoor/platform/fork.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

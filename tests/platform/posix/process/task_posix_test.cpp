@@ -1,4 +1,4 @@
-#include "platform/task.h"
+#include "quillmoor/platform/task.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,10 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/exception.h"
-#include "platform/main_run_loop.h"
-#include "platform/platform.h"
-#include "platform/posix/process/file_handle_posix.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/process/file_handle_posix.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/clock.h"
+#include "quillmoor/platform/clock.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -8,7 +8,7 @@
 #include <future>
 #include <thread>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::platform {
 namespace {

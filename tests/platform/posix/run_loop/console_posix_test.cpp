@@ -1,4 +1,4 @@
-#include "platform/console.h"
+#include "quillmoor/platform/console.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -12,9 +12,9 @@
 #include <sstream>
 #include <thread>
 
-#include "base/paths.h"
-#include "platform/platform.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform {

@@ -1,4 +1,4 @@
-#include "platform/posix/run_loop/host_services_posix.h"
+#include "quillmoor/platform/posix/run_loop/host_services_posix.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <thread>
 
-#include "platform/main_run_loop.h"
-#include "platform/platform.h"
-#include "platform/task.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/task.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/temp_folder.h"
 

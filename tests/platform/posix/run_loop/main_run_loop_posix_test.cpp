@@ -1,4 +1,4 @@
-#include "platform/main_run_loop.h"
+#include "quillmoor/platform/main_run_loop.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/posix/ground/wake_descriptor_posix.h"
-#include "platform/posix/run_loop/main_thread_posix.h"
+#include "quillmoor/platform/posix/ground/wake_descriptor_posix.h"
+#include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform {
 namespace {

@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/main_run_loop.h"
-#include "platform/platform.h"
-#include "platform/posix/run_loop/host_services_posix.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/platform.h"
+#include "quillmoor/platform/posix/run_loop/host_services_posix.h"
 
 namespace quillmoor::platform::posix {
 namespace {

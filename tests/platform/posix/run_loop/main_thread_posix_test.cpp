@@ -1,4 +1,4 @@
-#include "platform/main_thread.h"
+#include "quillmoor/platform/main_thread.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -13,9 +13,9 @@
 #include <string>
 #include <thread>
 
-#include "platform/exception.h"
-#include "platform/main_run_loop.h"
-#include "platform/platform.h"
+#include "quillmoor/platform/exception.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/platform.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/few_descriptors.h"
 

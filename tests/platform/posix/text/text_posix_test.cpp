@@ -1,9 +1,9 @@
-#include "platform/text.h"
+#include "quillmoor/platform/text.h"
 
 #include <gtest/gtest.h>
 #include <iconv.h>
 
-#include "platform/platform.h"
+#include "quillmoor/platform/platform.h"
 
 namespace quillmoor::platform {
 namespace {

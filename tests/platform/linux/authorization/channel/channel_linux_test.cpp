@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -11,7 +11,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 #include "tests/support/few_descriptors.h"

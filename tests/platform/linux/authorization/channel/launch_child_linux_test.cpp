@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/launch_child_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_child_linux.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
 
 namespace quillmoor::platform::linux_::rights {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/rendezvous_folder_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_folder_linux.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -18,7 +18,7 @@
 #include <string>
 #include <utility>
 
-#include "base/paths.h"
+#include "quillmoor/base/paths.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 #include "tests/support/temp_folder.h"
 

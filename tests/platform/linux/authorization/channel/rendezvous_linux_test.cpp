@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/rendezvous_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,8 +17,8 @@
 #include <string>
 #include <utility>
 
-#include "base/paths.h"
-#include "platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/base/paths.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 #include "tests/support/few_descriptors.h"
 #include "tests/support/temp_folder.h"

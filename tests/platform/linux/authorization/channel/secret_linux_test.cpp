@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/secret_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/secret_linux.h"
 
 #include <gtest/gtest.h>
 

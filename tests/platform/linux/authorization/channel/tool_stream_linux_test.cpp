@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/channel/tool_stream_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_stream_linux.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

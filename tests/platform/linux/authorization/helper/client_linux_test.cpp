@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/client_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/client_linux.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

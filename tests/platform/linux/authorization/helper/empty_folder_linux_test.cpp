@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/empty_folder_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/empty_folder_linux.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -14,9 +14,9 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/authorization/channel/tool_environment_linux.h"
-#include "platform/linux/authorization/channel/tool_stream_linux.h"
-#include "platform/linux/authorization/helper/tool_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_environment_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/tool_stream_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/tool_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 

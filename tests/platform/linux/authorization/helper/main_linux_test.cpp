@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/linux/authorization/channel/peer_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 #include "tests/support/temp_folder.h"

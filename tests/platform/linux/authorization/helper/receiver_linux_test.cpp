@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/receiver_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/receiver_linux.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/authorization/channel/peer_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 #include "tests/support/few_descriptors.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/session_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/session_linux.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/authorization/channel/channel_linux.h"
-#include "platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 
 namespace quillmoor::platform::linux_::rights::helper {

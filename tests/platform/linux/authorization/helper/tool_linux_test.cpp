@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/helper/tool_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/tool_linux.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/authorization/channel/message_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform::linux_::rights::helper {

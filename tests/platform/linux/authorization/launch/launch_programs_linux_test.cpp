@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/launch/launch_programs_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

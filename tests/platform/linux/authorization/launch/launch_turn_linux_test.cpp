@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/launch/launch_turn_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/launch_turn_linux.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/launch/prompt_answers_linux.h"
+#include "quillmoor/platform/linux/authorization/launch/prompt_answers_linux.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

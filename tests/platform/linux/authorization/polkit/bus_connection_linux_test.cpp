@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/bus_connection_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/bus_connection_linux.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

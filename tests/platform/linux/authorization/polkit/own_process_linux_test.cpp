@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/own_process_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/polkit_agent_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_agent_linux.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/authorization/polkit/own_process_linux.h"
-#include "platform/linux/authorization/polkit/sd_bus_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/sd_bus_linux.h"
 #include "tests/platform/linux/authorization/support/fake_polkit.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 

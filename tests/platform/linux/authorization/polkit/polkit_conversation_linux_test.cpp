@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/polkit_conversation_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_conversation_linux.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
 #include "tests/platform/linux/authorization/support/rights_fixtures.h"
 
 namespace quillmoor::platform::linux_::rights {

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/polkit_helper_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_helper_linux.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -11,8 +11,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform::linux_::rights {

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/polkit_request_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/polkit_request_linux.h"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/authorization/polkit/bus_connection_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/bus_connection_linux.h"
 #include "tests/platform/linux/authorization/support/fake_polkit.h"
 
 namespace quillmoor::platform::linux_::rights {

@@ -1,4 +1,4 @@
-#include "platform/linux/authorization/polkit/sd_bus_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/sd_bus_linux.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/authorization/polkit/bus_connection_linux.h"
-#include "platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/linux/authorization/polkit/bus_connection_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::test {

@@ -14,8 +14,8 @@ extern "C" {
 #include <utility>
 #include <vector>
 
-#include "platform/linux/authorization/channel/launch_wait_linux.h"
-#include "platform/linux/authorization/helper/session_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/session_linux.h"
 
 namespace quillmoor::test {
 

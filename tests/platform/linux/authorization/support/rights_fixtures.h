@@ -10,12 +10,12 @@
 #include <string>
 #include <thread>
 
-#include "platform/authorization.h"
-#include "platform/linux/authorization/channel/channel_linux.h"
-#include "platform/linux/authorization/channel/rendezvous_linux.h"
-#include "platform/linux/authorization/helper/client_linux.h"
-#include "platform/posix/ground/descriptor.h"
-#include "platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/authorization.h"
+#include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
+#include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/client_linux.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::test {
 
