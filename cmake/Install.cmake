@@ -4,9 +4,6 @@ include(CMakePackageConfigHelpers)
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/quillmoor-kx")
 
-# The headers are C++20.
-target_compile_features(kx INTERFACE cxx_std_20)
-
 # Users of the library choose warnings and hardening of their own.
 foreach(property INTERFACE_COMPILE_OPTIONS INTERFACE_COMPILE_DEFINITIONS INTERFACE_LINK_OPTIONS)
     get_target_property(options kx_options ${property})
@@ -24,11 +21,11 @@ install(TARGETS kx kx_options EXPORT quillmoor-kx
 install(EXPORT quillmoor-kx NAMESPACE quillmoor:: DESTINATION ${package_folder}
     FILE quillmoor-kx-targets.cmake)
 configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/quillmoor-kx-config.cmake.in"
-    "${CMAKE_BINARY_DIR}/quillmoor-kx-config.cmake" INSTALL_DESTINATION ${package_folder})
-write_basic_package_version_file("${CMAKE_BINARY_DIR}/quillmoor-kx-config-version.cmake"
+    "${PROJECT_BINARY_DIR}/quillmoor-kx-config.cmake" INSTALL_DESTINATION ${package_folder})
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/quillmoor-kx-config-version.cmake"
     COMPATIBILITY SameMinorVersion)
-install(FILES "${CMAKE_BINARY_DIR}/quillmoor-kx-config.cmake"
-    "${CMAKE_BINARY_DIR}/quillmoor-kx-config-version.cmake" DESTINATION ${package_folder})
+install(FILES "${PROJECT_BINARY_DIR}/quillmoor-kx-config.cmake"
+    "${PROJECT_BINARY_DIR}/quillmoor-kx-config-version.cmake" DESTINATION ${package_folder})
 
 # The back-ends below platform/ and what belongs to one system stay inside.
 foreach(floor base platform log)
@@ -46,9 +43,9 @@ if(TARGET ditto)
 endif()
 # Without the uninstaller, which needs the host's toolkit, the pane's button would do nothing.
 if(TARGET versioncheck_plugin AND TARGET tallyframe_uninstaller_archive)
-    install(DIRECTORY "${CMAKE_BINARY_DIR}/VersionCheck.bundle" USE_SOURCE_PERMISSIONS
+    install(DIRECTORY "${PROJECT_BINARY_DIR}/VersionCheck.bundle" USE_SOURCE_PERMISSIONS
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/quillmoor)
-    install(FILES "${CMAKE_BINARY_DIR}/InstallerSections.plist"
+    install(FILES "${PROJECT_BINARY_DIR}/InstallerSections.plist"
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/quillmoor)
 endif()
 

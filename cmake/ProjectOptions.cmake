@@ -1,5 +1,5 @@
 # Compiler settings that every target of the project shares, as the interface target kx_options.
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
 endif()
 
@@ -13,22 +13,27 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-find_program(CCACHE_PROGRAM ccache)
-if(CCACHE_PROGRAM)
-    set(CMAKE_C_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+if(PROJECT_IS_TOP_LEVEL)
+    find_program(CCACHE_PROGRAM ccache)
+    if(CCACHE_PROGRAM)
+        set(CMAKE_C_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+        set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+    endif()
 endif()
 
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 
 add_library(kx_options INTERFACE)
+target_link_libraries(kx_options INTERFACE Threads::Threads)
+if(NOT PROJECT_IS_TOP_LEVEL)
+    return()
+endif()
 target_compile_options(kx_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Werror)
 # g++ 12 sees faults in its own std::string that are not there.
 target_compile_options(kx_options INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
-target_link_libraries(kx_options INTERFACE Threads::Threads)
 
 # What is linked does not depend on the compiler, which may have this by default or not.
 target_link_options(kx_options INTERFACE -Wl,--as-needed)
