@@ -14,7 +14,7 @@ class StopToken {
   public:
     StopToken() = default;
 
-    // What a thread wrote before it requested the stop is visible to whoever sees the request.
+    // A thread that sees the request sees all that was written before it was made.
     bool isStopRequested() const {
         return requested_ != nullptr && requested_->load(std::memory_order_acquire);
     }

@@ -159,7 +159,7 @@ FaultScenario helperThatServes() {
             {},
             [](FaultRun& run) {
                 const ClosedPipes closedPipes;
-                // As in the helper: nobody waits for the tools.
+                // As in the helper: the tools are not waited for.
                 ::signal(SIGCHLD, SIG_IGN);
                 std::optional<Connection> connection(std::in_place);
                 Client client = thisProcessAsClient(std::move(connection->second));

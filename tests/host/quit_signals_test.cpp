@@ -15,7 +15,7 @@ class QuitSignals : public ::testing::TestWithParam<int> {
     }
 };
 
-// The program would wait for ever, or be killed.
+// The program would not end, or be killed.
 TEST_P(QuitSignals, EndTheEventLoopInOrder) {
     quitOnSignals();
     ::raise(GetParam());

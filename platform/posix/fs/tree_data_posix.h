@@ -29,7 +29,7 @@ class FileDataCopier {
     explicit FileDataCopier(const CopyControl& control) : control_(control) {}
 
     // Fills the empty file `to` with what `from` holds, from where both stand, and leaves holes
-    // where there are holes. `status` is of `from`. Answers 0 or the error number, ECANCELED after
+    // where there are holes. `status` is of `from`. Returns 0 or the error number, ECANCELED after
     // a stop.
     int copy(int from, int to, const struct stat& status);
 

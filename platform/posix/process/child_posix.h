@@ -40,7 +40,7 @@ class Child {
     // empty signal mask. Null when the system cannot start it.
     static std::shared_ptr<Child> start(const ChildSetup& setup);
 
-    // Makes this, which is none yet, a child that was started otherwise and that nobody has waited
+    // Makes this, which is none yet, a child that was started otherwise and has not been waited
     // for. `exit` is what openExitDescriptor() returned for it.
     void adopt(pid_t pid, Descriptor exit) noexcept;
 

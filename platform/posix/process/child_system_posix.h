@@ -19,7 +19,7 @@ int closeAllButStandardStreams(posix_spawn_file_actions_t* actions, posix_spawna
 
 // Becomes readable when the child ends, and names it as long as it is open, also when the number
 // `child` has been given out anew. Close-on-exec, above the standard streams. Invalid where that
-// cannot be had: whoever waits for the child then looks at it now and then. Called for each child.
+// cannot be had: a wait for the child then polls it now and then. Called for each child.
 Descriptor openExitDescriptor(pid_t child);
 
 // waitid(2) for one child: by its exit descriptor where it has one. `options` are WEXITED with

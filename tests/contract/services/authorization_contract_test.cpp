@@ -31,7 +31,7 @@ Authorization& ofTheFake() {
     return fake;
 }
 
-// What the fake, which returns what a test tells it to, keeps as well.
+// What the fake, which returns what a test sets, keeps as well.
 class AuthorizationContract : public testing::TestWithParam<Service> {
   protected:
     Authorization& service() { return GetParam().authorization(); }

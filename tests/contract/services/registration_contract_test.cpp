@@ -18,7 +18,7 @@ using test::ScopedEnvironment;
 
 constexpr char kIdentifier[] = "org.example.contract-of-registration";
 
-// An ordinary user, whoever runs the test, whose application folders hold nothing.
+// An ordinary user, even where root runs the test, whose application folders hold nothing.
 class OrdinaryUser : public test::ForwardingProcessInfo {
   public:
     unsigned realUserId() override { return 501; }

@@ -28,7 +28,7 @@ std::vector<StringList>& recorded() {
 class HelpersSession : public testing::Test {
   protected:
     HelpersSession() {
-        // As in the helper: nobody waits for the tools.
+        // As in the helper: the tools are not waited for.
         ::signal(SIGCHLD, SIG_IGN);
         recorded().clear();
         test::Connection connection;
