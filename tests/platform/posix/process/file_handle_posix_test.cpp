@@ -61,19 +61,6 @@ class ScopedCalls {
     const posix::SystemCalls* before_;
 };
 
-TEST(FileHandle, APipeGivesWhatWasWrittenAndThenItsEnd) {
-    const Pipe pipe = handles().makePipe();
-    pipe.writing->writeData("one");
-    ByteBuffer buffer;
-    EXPECT_EQ(pipe.reading->readAvailableData(buffer), 3u);
-    pipe.writing->writeData(std::string("two\0\xff", 5));
-    EXPECT_EQ(pipe.reading->readAvailableData(buffer), 5u);
-    pipe.writing->closeFile();
-    EXPECT_EQ(pipe.reading->readAvailableData(buffer), 0u);
-    EXPECT_EQ(pipe.reading->readAvailableData(buffer), 0u);
-    EXPECT_EQ(buffer.takeData().view(), std::string_view("onetwo\0\xff", 8));
-}
-
 TEST(FileHandle, AReadWaitsUntilSomethingComes) {
     const Pipe pipe = handles().makePipe();
     std::thread writer([&] {
@@ -82,17 +69,6 @@ TEST(FileHandle, AReadWaitsUntilSomethingComes) {
     });
     ByteBuffer buffer;
     EXPECT_EQ(pipe.reading->readAvailableData(buffer), 4u);
-    writer.join();
-}
-
-TEST(FileHandle, MoreThanAPipeHoldsIsWrittenWhole) {
-    const Pipe pipe = handles().makePipe();
-    const std::string much = test::pattern(0, std::size_t{3} << 20);
-    std::thread writer([&] {
-        pipe.writing->writeData(much);
-        pipe.writing->closeFile();
-    });
-    EXPECT_EQ(allOf(*pipe.reading), much);
     writer.join();
 }
 

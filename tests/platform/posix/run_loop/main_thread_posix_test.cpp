@@ -35,40 +35,12 @@ void serveUntil(const std::atomic<bool>& done) {
         MainRunLoop::run(RunLoopMode::Default, steady_clock::now() + 1ms);
 }
 
-TEST(MainThread, IsTheFirstThreadOfTheProcessAndNoOther) {
-    EXPECT_TRUE(mainThread().isMainThread());
-    bool onOther = true;
-    std::thread([&] { onOther = mainThread().isMainThread(); }).join();
-    EXPECT_FALSE(onOther);
-}
-
-TEST(MainThread, PerformingFromTheMainThreadAndWaitingRunsAtOnce) {
-    bool ran = false;
-    mainThread().performOnMainThread([&] { ran = true; }, WaitUntilDone::Yes);
-    EXPECT_TRUE(ran);
-}
-
 TEST(MainThread, PerformingFromTheMainThreadWithoutWaitingIsPutOff) {
     bool ran = false;
     mainThread().performOnMainThread([&] { ran = true; }, WaitUntilDone::No);
     EXPECT_FALSE(ran);
     MainRunLoop::drain(RunLoopMode::Default);
     EXPECT_TRUE(ran);
-}
-
-TEST(MainThread, PerformingFromAnotherThreadRunsOnTheMainThread) {
-    std::atomic<bool> done{false};
-    bool onMain = false;
-    bool seen = false;
-    std::thread other([&] {
-        mainThread().performOnMainThread([&] { onMain = mainThread().isMainThread(); },
-                                         WaitUntilDone::Yes);
-        seen = onMain;
-        done = true;
-    });
-    serveUntil(done);
-    other.join();
-    EXPECT_TRUE(seen);
 }
 
 TEST(MainThread, PerformingIsServedInTheModalModeToo) {
@@ -178,17 +150,6 @@ TEST(MainThreadDeathTest, ObserversAreCalledOnceInOrderAtTheEndOfTheProcess) {
             std::exit(0);
         },
         ::testing::ExitedWithCode(0), "^first;second;$");
-}
-
-TEST(MainThreadDeathTest, ARemovedObserverIsNotCalled) {
-    EXPECT_EXIT(
-        {
-            mainThread().addTerminationObserver(sayFirst);
-            mainThread().addTerminationObserver(saySecond);
-            mainThread().removeTerminationObserver(sayFirst);
-            std::exit(0);
-        },
-        ::testing::ExitedWithCode(0), "^second;$");
 }
 
 TEST(MainThreadDeathTest, AnObserverMayRemoveOthersAndAddItself) {
