@@ -19,23 +19,23 @@ std::string stamp() {
                      now.tm_hour, now.tm_min, now.tm_sec);
 }
 
-// Takes the note of an item that is not coming out of the Trash again, also after an exception.
-class Announced {
+// Removes the record of an item that was not moved after all, also after an exception.
+class PendingRecord {
   public:
-    Announced(std::string trash, std::string name)
+    PendingRecord(std::string trash, std::string name)
         : trash_(std::move(trash)), name_(std::move(name)) {}
-    ~Announced() {
-        if (isComing) return;
+    ~PendingRecord() {
+        if (isMoved) return;
         try {
-            platform::current().workspace->abandonTrash(trash_, name_);
+            platform::current().trash->discardTrashRecord(trash_, name_);
         } catch (const std::exception&) {
             return;  // without memory the record stays
         }
     }
-    Announced(const Announced&) = delete;
-    Announced& operator=(const Announced&) = delete;
+    PendingRecord(const PendingRecord&) = delete;
+    PendingRecord& operator=(const PendingRecord&) = delete;
 
-    bool isComing = false;
+    bool isMoved = false;
 
   private:
     std::string trash_;
@@ -108,12 +108,12 @@ OptionalPath KXAuthorization::trashFolder() const {
 // The tool knows nothing of the Trash: the back-end makes it ready first, so that the name is
 // looked for where the item will come to.
 bool KXAuthorization::moveToTrash(const OptionalPath& path) {
-    platform::Workspace& workspace = *platform::current().workspace;
+    platform::Trash& desktopTrash = *platform::current().trash;
     const OptionalPath trash = trashFolder();
     if (!path || !trash) return authMoveFile(path, trashDestination(trash, path));
     if (!somethingAt(path)) return false;
     platform::Console& console = *platform::current().console;
-    if (!workspace.prepareTrash(*trash)) {
+    if (!desktopTrash.prepareTrash(*trash)) {
         console.log(
             formatted("Unable to trash path %@ because the Trash %@ cannot be used.", path, trash));
         return false;
@@ -121,14 +121,14 @@ bool KXAuthorization::moveToTrash(const OptionalPath& path) {
     const NamesSeen seen{somethingAt(*trash + "/.")};
     const OptionalPath destination = trashDestination(trash, path, seen);
     const std::string name = lastPathComponent(*destination);
-    const bool canBeRestored = workspace.announceTrash(*trash, name, *path);
-    Announced announced{*trash, name};
-    announced.isComing = authMoveFile(path, destination);
-    if (announced.isComing && !canBeRestored)
+    const bool canBeRestored = desktopTrash.recordPendingTrash(*trash, name, *path);
+    PendingRecord pending{*trash, name};
+    pending.isMoved = authMoveFile(path, destination);
+    if (pending.isMoved && !canBeRestored)
         console.log(
             formatted("The desktop cannot restore %@ because its Trash has no record of %@.", path,
                       destination));
-    return announced.isComing;
+    return pending.isMoved;
 }
 
 }  // namespace quillmoor

@@ -11,7 +11,7 @@ namespace {
 constexpr char kArchivingTool[] = "/usr/bin/ditto";
 
 void runArchivingTool(const StringList& arguments) {
-    KXTaskEx::runTask(platform::current().workspace->toolPath(kArchivingTool), arguments);
+    KXTaskEx::runTask(platform::current().toolPaths->toolPath(kArchivingTool), arguments);
 }
 
 }  // namespace

@@ -52,11 +52,11 @@ bool touchWithRights(const std::string& path, SetCreationDate setCreationDate) {
            0;
 }
 
-// Tells the workspace of a change when the scope ends, be it by an exception.
+// Notes a change for the desktop when the scope ends, also by an exception.
 class NoteOfChange {
   public:
     explicit NoteOfChange(const std::string& path) : path_(path) {}
-    ~NoteOfChange() { platform::current().workspace->noteFileSystemChanged(path_); }
+    ~NoteOfChange() { platform::current().applications->noteFileSystemChanged(path_); }
     NoteOfChange(const NoteOfChange&) = delete;
     NoteOfChange& operator=(const NoteOfChange&) = delete;
 

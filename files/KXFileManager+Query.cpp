@@ -49,7 +49,7 @@ bool KXFileManager::isDirectoryAtPath(const OptionalPath& path) try {
 }
 
 bool KXFileManager::isPackageAtPath(const OptionalPath& path) try {
-    return path && platform::current().workspace->isFilePackage(*path);
+    return path && platform::current().applications->isFilePackage(*path);
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager isPackageAtPath:]", false);
 }
@@ -115,7 +115,7 @@ OptionalPath KXFileManager::stringWithFSRef(const platform::FileReference* refer
 }
 
 bool KXFileManager::registerApplicationWithLaunchServices(const OptionalPath& path) try {
-    return path && platform::current().workspace->registerApplication(*path) == 0;
+    return path && platform::current().applications->registerApplication(*path) == 0;
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager registerApplicationWithLaunchServices:]",
                           false);

@@ -24,7 +24,7 @@ void reportRemainingCopy(const std::string& item, const std::string& copy) {
 }
 
 platform::RecycleOutcome moveToTrash(const std::string& path) {
-    platform::RecycleOutcome outcome = platform::current().workspace->recycle(
+    platform::RecycleOutcome outcome = platform::current().trash->recycle(
         deleteLastPathComponent(path), KXLocalPaths::trashDirectory(), {lastPathComponent(path)});
     for (const auto& [item, copy] : outcome.remainingCopies) reportRemainingCopy(item, copy);
     return outcome;

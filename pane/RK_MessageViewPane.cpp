@@ -32,7 +32,7 @@ std::string RK_MessageViewPane::title() {
 }
 
 void RK_MessageViewPane::didEnterPane(InstallerDirection direction) {
-    if (platform::current().workspace->absolutePathForAppBundle(kProductIdentifier)) {
+    if (platform::current().applications->absolutePathForAppBundle(kProductIdentifier)) {
         show(titleText);
         show(descriptionText);
         show(uninstallBtn);
@@ -52,7 +52,8 @@ void RK_MessageViewPane::uninstall(Control* /*sender*/) {
     const std::string scratch = KXLocalPaths::tempFile();
     // Whether that worked shows in the next step, which fails as silently.
     KXFileManager::decompressFile(archive, scratch);
-    platform::current().workspace->openFile(*appendPathComponent(scratch, kUninstallerApplication));
+    platform::current().applications->openFile(
+        *appendPathComponent(scratch, kUninstallerApplication));
 }
 
 }  // namespace quillmoor

@@ -15,9 +15,9 @@ const Platform& native() {
     static const Platform services{
         nativeProcessInfo(), nativeLocations(),      nativeFileManager(),   nativeAttributes(),
         nativeFileTree(),    nativeFileOperations(), nativeFileHandles(),   nativeTasks(),
-        nativeMainThread(),  nativeBundles(),        nativePropertyLists(), nativeWorkspace(),
-        nativeFinderInfo(),  nativeAuthorization(),  nativeText(),          nativeConsole(),
-        nativeClock()};
+        nativeMainThread(),  nativeBundles(),        nativePropertyLists(), nativeApplications(),
+        nativeTrash(),       nativeToolPaths(),      nativeFinderInfo(),    nativeAuthorization(),
+        nativeText(),        nativeConsole(),        nativeClock()};
     return services;
 }
 

@@ -2,6 +2,7 @@
 // service by service; platform/README.md tells how to write a back-end.
 #pragma once
 
+#include "quillmoor/platform/applications.h"
 #include "quillmoor/platform/attributes.h"
 #include "quillmoor/platform/authorization.h"
 #include "quillmoor/platform/bundle.h"
@@ -18,7 +19,8 @@
 #include "quillmoor/platform/property_list.h"
 #include "quillmoor/platform/task.h"
 #include "quillmoor/platform/text.h"
-#include "quillmoor/platform/workspace.h"
+#include "quillmoor/platform/tool_paths.h"
+#include "quillmoor/platform/trash.h"
 
 namespace quillmoor::platform {
 
@@ -35,7 +37,9 @@ struct Platform {
     MainThread* mainThread;
     Bundles* bundles;
     PropertyLists* propertyLists;
-    Workspace* workspace;
+    Applications* applications;
+    Trash* trash;
+    ToolPaths* toolPaths;
     FinderInfo* finderInfo;
     Authorization* authorization;
     Text* text;

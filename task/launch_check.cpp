@@ -7,7 +7,7 @@ namespace quillmoor::task_detail {
 bool isLaunchable(const OptionalPath& path) {
     const platform::Platform& system = platform::current();
     return path && system.fileManager->isExecutableFile(*path) &&
-           !system.workspace->isFilePackage(*path);
+           !system.applications->isFilePackage(*path);
 }
 
 bool existsAndIsLaunchable(const OptionalPath& path) {

@@ -42,7 +42,7 @@ void log(const Report& report) {
 std::vector<Item> findItems() {
     const platform::Platform& system = platform::current();
     std::vector<Item> items;
-    if (const OptionalPath path = system.workspace->absolutePathForAppBundle(kIdentifier))
+    if (const OptionalPath path = system.applications->absolutePathForAppBundle(kIdentifier))
         items.push_back({Item::Kind::Application, *path});
     const OptionalPath support =
         appendPathComponent(KXLocalPaths::appSupportDirectory(UserDomain::Yes), kSupportFolder);

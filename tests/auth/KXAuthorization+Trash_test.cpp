@@ -27,22 +27,22 @@ TEST_F(PrivilegedTrash, IsWhereItemsAreMovedTo) {
 
 TEST_F(PrivilegedTrash, IsMadeReadyBeforeTheToolStarts) {
     EXPECT_TRUE(authorized().authTrashFile(file_));
-    EXPECT_THAT(workspace_.steps,
+    EXPECT_THAT(desktopTrash_.steps,
                 ElementsAre("prepare " + trash_, "announce " + trash_ + " notes.txt " + file_));
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
 TEST_F(PrivilegedTrash, ThatCannotBeUsedKeepsTheItemWhereItIs) {
-    workspace_.trashIsUsable = false;
+    desktopTrash_.trashIsUsable = false;
     EXPECT_FALSE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.calls, IsEmpty());
-    EXPECT_THAT(workspace_.steps, ElementsAre("prepare " + trash_));
+    EXPECT_THAT(desktopTrash_.steps, ElementsAre("prepare " + trash_));
     EXPECT_THAT(console_.logged, ElementsAre("Unable to trash path " + file_ +
                                              " because the Trash " + trash_ + " cannot be used."));
 }
 
 TEST_F(PrivilegedTrash, ThatTakesNoNoteTakesTheItemAndTellsIt) {
-    workspace_.trashTakesNotes = false;
+    desktopTrash_.trashTakesNotes = false;
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes.txt")));
     EXPECT_THAT(console_.logged,
@@ -51,7 +51,7 @@ TEST_F(PrivilegedTrash, ThatTakesNoNoteTakesTheItemAndTellsIt) {
 }
 
 TEST_F(PrivilegedTrash, TellsNothingOfAnItemThatIsNotComing) {
-    workspace_.trashTakesNotes = false;
+    desktopTrash_.trashTakesNotes = false;
     authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
     EXPECT_FALSE(authorized().authTrashFile(file_));
     EXPECT_THAT(console_.logged, IsEmpty());
@@ -59,7 +59,7 @@ TEST_F(PrivilegedTrash, TellsNothingOfAnItemThatIsNotComing) {
 
 // Its folder may come only now, with what the desktop keeps in it.
 TEST_F(PrivilegedTrash, IsLookedIntoOnlyWhenItIsReady) {
-    class Late : public test::AuthWorkspace {
+    class Late : public test::AuthTrash {
       public:
         std::string item;
         bool prepareTrash(const std::string&) override {
@@ -68,9 +68,9 @@ TEST_F(PrivilegedTrash, IsLookedIntoOnlyWhenItIsReady) {
             return true;
         }
     };
-    Late workspace;
-    workspace.item = trash_ + "/notes.txt";
-    platform_->workspace = &workspace;
+    Late desktopTrash;
+    desktopTrash.item = trash_ + "/notes.txt";
+    platform_->trash = &desktopTrash;
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
 }
@@ -78,7 +78,7 @@ TEST_F(PrivilegedTrash, IsLookedIntoOnlyWhenItIsReady) {
 TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
     authorization_.rightsStatus = platform::kAuthorizationCanceled;
     EXPECT_FALSE(KXAuthorization::sharedController()->authTrashFile(file_));
-    EXPECT_THAT(workspace_.steps,
+    EXPECT_THAT(desktopTrash_.steps,
                 ElementsAre("prepare " + trash_, "announce " + trash_ + " notes.txt " + file_,
                             "abandon " + trash_ + " notes.txt"));
 }
@@ -94,8 +94,8 @@ TEST_F(PrivilegedTrash, ForgetsAnItemWhoseToolCannotBeMade) {
     platform_->tasks = &tasks;
     becomeSuperUser();
     EXPECT_THROW(KXAuthorization::sharedController()->authTrashFile(file_), platform::Exception);
-    ASSERT_EQ(workspace_.steps.size(), 3U);
-    EXPECT_EQ(workspace_.steps[2], "abandon " + trash_ + " notes.txt");
+    ASSERT_EQ(desktopTrash_.steps.size(), 3U);
+    EXPECT_EQ(desktopTrash_.steps[2], "abandon " + trash_ + " notes.txt");
 }
 
 TEST_F(PrivilegedTrash, LetsGoOfTheToolsStreamAndDoesNotWait) {
@@ -109,7 +109,7 @@ TEST_F(PrivilegedTrash, GivesATakenNameTheDateOnce) {
     folder_.writeFile("home/.Trash/notes.txt");
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
-    EXPECT_THAT(workspace_.steps,
+    EXPECT_THAT(desktopTrash_.steps,
                 ElementsAre("prepare " + trash_,
                             "announce " + trash_ + " notes_20240131235958.txt " + file_));
 }
@@ -123,11 +123,11 @@ TEST_F(PrivilegedTrash, DoesNotLookAtTheDatedNameAgain) {
 
 // As in one that belongs to root.
 TEST_F(PrivilegedTrash, CountsEachNameAsTakenWhereNamesCannotBeSeen) {
-    class Closed : public test::AuthWorkspace {
+    class Closed : public test::AuthTrash {
         bool prepareTrash(const std::string&) override { return true; }
     };
-    Closed workspace;
-    platform_->workspace = &workspace;
+    Closed desktopTrash;
+    platform_->trash = &desktopTrash;
     folder_.makeLink("home/.Trash", "nowhere to be seen");
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
@@ -170,7 +170,7 @@ TEST_F(PrivilegedTrash, IsRefusedToFoldersOfTheSystem) {
     EXPECT_FALSE(session.authTrashFile("/Applications"));
     EXPECT_FALSE(session.authTrashFolderContents(locations_.home + "/Library"));
     EXPECT_THAT(authorization_.calls, IsEmpty());
-    EXPECT_THAT(workspace_.steps, IsEmpty());
+    EXPECT_THAT(desktopTrash_.steps, IsEmpty());
     EXPECT_THAT(console_.logged,
                 ElementsAre("Unable to trash path /Applications because it is a system directory.",
                             "Unable to trash folder contents of path " + locations_.home +
@@ -182,7 +182,7 @@ TEST_F(PrivilegedTrash, TakesNothingThatIsNotThere) {
     EXPECT_THAT(console_.logged, IsEmpty());
     EXPECT_FALSE(authorized().authTrashFile(std::nullopt));
     EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: old path is null"));
-    EXPECT_THAT(workspace_.steps, IsEmpty());
+    EXPECT_THAT(desktopTrash_.steps, IsEmpty());
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
@@ -220,7 +220,7 @@ TEST_F(PrivilegedTrash, ThatIsNowhereTakesNothing) {
     becomeSuperUser();
     EXPECT_FALSE(KXAuthorization::sharedController()->authTrashFile(file_));
     EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: new path is null"));
-    EXPECT_THAT(workspace_.steps, IsEmpty());
+    EXPECT_THAT(desktopTrash_.steps, IsEmpty());
     EXPECT_THAT(tasks_.launched, IsEmpty());
 }
 
@@ -231,19 +231,19 @@ TEST_F(PrivilegedTrash, IsTheSameForAllOfOneOperation) {
     locations.ownHome = "/var/root";
     platform_->locations = &locations;
     becomeSuperUser();
-    class Leaving : public test::AuthWorkspace {
+    class Leaving : public test::AuthTrash {
       public:
         explicit Leaving(bool& isLost) : isLost_(isLost) {}
         bool prepareTrash(const std::string& destination) override {
             isLost_ = true;
-            return AuthWorkspace::prepareTrash(destination);
+            return AuthTrash::prepareTrash(destination);
         }
 
       private:
         bool& isLost_;
     };
-    Leaving workspace(locations.isLost);
-    platform_->workspace = &workspace;
+    Leaving desktopTrash(locations.isLost);
+    platform_->trash = &desktopTrash;
     EXPECT_TRUE(KXAuthorization::sharedController()->authTrashFile(file_));
     EXPECT_THAT(tasks_.launched, ElementsAre(trashed(file_, "notes.txt")));
 }
@@ -255,7 +255,7 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesTheItemOfThatName) {
     EXPECT_TRUE(session.authTrashFile(file_, DeleteOnRootAccount::Yes));
     EXPECT_THAT(tasks_.launched, ElementsAre("/bin/rm -Rdf " + trash_ + "/notes.txt"));
     EXPECT_EQ(test::readFile(file_), "text");
-    EXPECT_THAT(workspace_.steps, IsEmpty());
+    EXPECT_THAT(desktopTrash_.steps, IsEmpty());
 }
 
 TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesADatedNameIfOneIsThere) {
@@ -364,7 +364,7 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFoldersContents) {
     EXPECT_TRUE(KXAuthorization::sharedController()->authTrashFolderContents(
         folder_ / "full", DeleteOnRootAccount::Yes));
     EXPECT_THAT(tasks_.launched, ElementsAre("/bin/rm -R -f " + one));
-    EXPECT_THAT(workspace_.steps, IsEmpty());
+    EXPECT_THAT(desktopTrash_.steps, IsEmpty());
 }
 
 TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountNeedsTheToolToDeleteAFoldersContents) {

@@ -119,7 +119,7 @@ class AuthClock : public ForwardingClock {
     }
 };
 
-class AuthWorkspace : public ForwardingWorkspace {
+class AuthTrash : public ForwardingTrash {
   public:
     bool trashIsUsable = true;
     bool trashTakesNotes = true;
@@ -129,12 +129,12 @@ class AuthWorkspace : public ForwardingWorkspace {
         if (trashIsUsable) makeDesktopsTrash(destination);
         return trashIsUsable;
     }
-    bool announceTrash(const std::string& destination, const std::string& name,
-                       const std::string& item) override {
+    bool recordPendingTrash(const std::string& destination, const std::string& name,
+                            const std::string& item) override {
         steps.push_back("announce " + destination + " " + name + " " + item);
         return trashTakesNotes;
     }
-    void abandonTrash(const std::string& destination, const std::string& name) override {
+    void discardTrashRecord(const std::string& destination, const std::string& name) override {
         steps.push_back("abandon " + destination + " " + name);
     }
 
@@ -159,7 +159,7 @@ class AuthTest : public ::testing::Test {
         platform_->tasks = &tasks_;
         platform_->console = &console_;
         platform_->clock = &clock_;
-        platform_->workspace = &workspace_;
+        platform_->trash = &desktopTrash_;
     }
     // Somebody else sits at the console.
     void becomeSuperUser() {
@@ -182,7 +182,7 @@ class AuthTest : public ::testing::Test {
     RecordingTasks tasks_;
     AuthConsole console_;
     AuthClock clock_;
-    AuthWorkspace workspace_;
+    AuthTrash desktopTrash_;
     ScopedPlatform platform_;
 };
 

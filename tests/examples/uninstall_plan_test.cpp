@@ -15,12 +15,19 @@ namespace {
 
 using test::TempFolder;
 
-// Answers for one identifier, and recycles into a list; names in `refused` stay.
-class FakeWorkspace : public test::ForwardingWorkspace {
+// Finds the application of one identifier.
+class FakeApplications : public test::ForwardingApplications {
   public:
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
         return identifier == "com.quillmoor.tallyframe" ? application : std::nullopt;
     }
+
+    OptionalPath application;
+};
+
+// Recycles into a list; an item named `refused` stays.
+class FakeTrash : public test::ForwardingTrash {
+  public:
     platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
                                      const StringList& names) override {
         const std::string& name = names.front();
@@ -31,7 +38,6 @@ class FakeWorkspace : public test::ForwardingWorkspace {
         return {true, {}};
     }
 
-    OptionalPath application;
     std::string refused;
     StringList recycled;
 };
@@ -62,7 +68,8 @@ class FakeProcessInfo : public test::ForwardingProcessInfo {
 class UninstallPlan : public ::testing::Test {
   protected:
     UninstallPlan() {
-        system_->workspace = &workspace_;
+        system_->applications = &applications_;
+        system_->trash = &trash_;
         system_->locations = &locations_;
         system_->processInfo = &processInfo_;
         system_->authorization = &authorization_;
@@ -74,7 +81,8 @@ class UninstallPlan : public ::testing::Test {
     }
 
     TempFolder home_;
-    FakeWorkspace workspace_;
+    FakeApplications applications_;
+    FakeTrash trash_;
     FakeLocations locations_{home_.path()};
     FakeProcessInfo processInfo_;
     test::FakeAuthorization authorization_;
@@ -86,7 +94,7 @@ TEST_F(UninstallPlan, WithoutTheProductNothingIsFound) {
 }
 
 TEST_F(UninstallPlan, TheApplicationIsFoundWhereverItIs) {
-    workspace_.application = "/opt/Tallyframe.app";
+    applications_.application = "/opt/Tallyframe.app";
     const auto items = findItems();
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].kind, Item::Kind::Application);
@@ -107,11 +115,11 @@ TEST_F(UninstallPlan, AFileInThePlaceOfTheSupportFolderIsLeftAlone) {
 }
 
 TEST_F(UninstallPlan, EachItemGoesToTheUsersTrashByItself) {
-    workspace_.application = home_.makeFolder("T/-Tally\nframe.app/");
+    applications_.application = home_.makeFolder("T/-Tally\nframe.app/");
     const std::string folder = makeSupportFolder();
     const auto reports = moveToTrash(findItems());
     const std::string trash = home_ / ".Trash";
-    EXPECT_EQ(workspace_.recycled,
+    EXPECT_EQ(trash_.recycled,
               (StringList{home_ / "T" + "|-Tally\nframe.app|" + trash,
                           home_ / "Library/Application Support" + "|Tallyframe|" + trash}));
     ASSERT_EQ(reports.size(), 2U);
@@ -121,20 +129,20 @@ TEST_F(UninstallPlan, EachItemGoesToTheUsersTrashByItself) {
 }
 
 TEST_F(UninstallPlan, AnItemThatCannotBeMovedDoesNotHoldUpTheOthers) {
-    workspace_.application = home_.makeFolder("Applications/Tallyframe.app");
-    workspace_.refused = "Tallyframe.app";
+    applications_.application = home_.makeFolder("Applications/Tallyframe.app");
+    trash_.refused = "Tallyframe.app";
     makeSupportFolder();
     const auto reports = moveToTrash(findItems());
     ASSERT_EQ(reports.size(), 2U);
     EXPECT_EQ(reports[0].fate, Fate::NotMoved);
-    EXPECT_EQ(reports[0].item.path, *workspace_.application);
+    EXPECT_EQ(reports[0].item.path, *applications_.application);
     EXPECT_EQ(reports[1].fate, Fate::Moved);
     EXPECT_FALSE(allGone(reports));
 }
 
 TEST_F(UninstallPlan, AnItemThatVanishedMeanwhileIsNotLeftOver) {
-    workspace_.application = home_ / "Applications/Tallyframe.app";
-    workspace_.refused = "Tallyframe.app";
+    applications_.application = home_ / "Applications/Tallyframe.app";
+    trash_.refused = "Tallyframe.app";
     const auto reports = moveToTrash(findItems());
     ASSERT_EQ(reports.size(), 1U);
     EXPECT_EQ(reports[0].fate, Fate::Missing);
@@ -144,7 +152,7 @@ TEST_F(UninstallPlan, AnItemThatVanishedMeanwhileIsNotLeftOver) {
 TEST_F(UninstallPlan, WhatBecameOfAnItemIsLoggedOnOneLine) {
     home_.makeFolder("Library/Logs/Quillmoor");
     KXLog::createNewLog("Plan");
-    workspace_.application = home_.makeFolder("Tally\nframe.app");
+    applications_.application = home_.makeFolder("Tally\nframe.app");
     (void)moveToTrash(findItems());
     KXLog::finishWriting();
     const StringList logs = KXLog::availableLogs();

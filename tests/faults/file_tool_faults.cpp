@@ -21,7 +21,7 @@ class ToolWorld : public FilesWorld {
   public:
     ToolWorld() {
         platform()->tasks = platform::native().tasks;
-        platform()->workspace = &tools_;
+        platform()->toolPaths = &tools_;
     }
     // The run loop exists from now on in each run, however early a tool has ended, and its
     // descriptors are allowed to stay.
@@ -38,7 +38,7 @@ class ToolWorld : public FilesWorld {
     std::string copied = out + "/source";
 
   private:
-    class Tools : public FilesWorkspace {
+    class Tools : public ForwardingToolPaths {
       public:
         std::string toolPath(const std::string&) override { return KX_DITTO; }
     };

@@ -49,7 +49,7 @@ class PaneBundles : public ForwardingBundles {
     std::shared_ptr<platform::Bundle> bundleForCode(const void*) override { return own; }
 };
 
-class PaneWorkspace : public ForwardingWorkspace {
+class PaneApplications : public ForwardingApplications {
   public:
     OptionalPath product;
     OptionalPath opened;
@@ -60,8 +60,12 @@ class PaneWorkspace : public ForwardingWorkspace {
             const NotCounted notCounted;
             opened = path;
         }
-        return hasOpened = ForwardingWorkspace::openFile(path);
+        return hasOpened = ForwardingApplications::openFile(path);
     }
+};
+
+class PaneTools : public ForwardingToolPaths {
+  public:
     std::string toolPath(const std::string&) override { return KX_DITTO; }
 };
 
@@ -77,7 +81,8 @@ struct PaneWorld {
         pane.titleText = &title;
         pane.descriptionText = &description;
         pane.uninstallBtn = &button;
-        platform->workspace = &workspace;
+        platform->applications = &applications;
+        platform->toolPaths = &tools;
         platform->bundles = &bundles;
         platform->console = &console;
     }
@@ -85,7 +90,8 @@ struct PaneWorld {
     ShownControl description;
     ShownControl button;
     Navigation navigation;
-    PaneWorkspace workspace;
+    PaneApplications applications;
+    PaneTools tools;
     PaneBundles bundles;
     SilentPaneConsole console;
     ScopedPlatform platform;
@@ -125,10 +131,10 @@ FaultScenario uninstalls() {
             [](FaultRun& run) {
                 UninstallerWorld world;
                 run.inject([&] { world.pane.uninstall(&world.button); });
-                ASSERT_TRUE(world.workspace.opened);
-                const std::string& unpacked = *world.workspace.opened;
-                EXPECT_TRUE(world.workspace.hasOpened || run.faulted());
-                if (world.workspace.hasOpened) {
+                ASSERT_TRUE(world.applications.opened);
+                const std::string& unpacked = *world.applications.opened;
+                EXPECT_TRUE(world.applications.hasOpened || run.faulted());
+                if (world.applications.hasOpened) {
                     EXPECT_TRUE(eventually([&] { return somethingAt(world.started); }));
                 }
                 // Whole, or not there.
@@ -150,7 +156,7 @@ std::vector<FaultScenario> paneScenarios() {
           "RK_MessageViewPane didEnterPane:", "RK_MessageViewPane shouldExitPane:"},
          [](FaultRun& run) {
              PaneWorld world;
-             world.workspace.product = "/Applications/Tallyframe.app";
+             world.applications.product = "/Applications/Tallyframe.app";
              bool mayExit = false;
              run.inject([&] {
                  world.pane.title();

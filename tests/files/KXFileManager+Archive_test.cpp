@@ -17,16 +17,20 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class FakeWorkspace : public test::ForwardingWorkspace {
+class FakeTools : public test::ForwardingToolPaths {
   public:
     std::string tool = KX_DITTO;
     StringList asked;
-    StringList recycled;  // source, destination, names …
-    bool reallyRecycles = true;
     std::string toolPath(const std::string& path) override {
         asked.push_back(path);
         return tool;
     }
+};
+
+class FakeTrash : public test::ForwardingTrash {
+  public:
+    StringList recycled;  // source, destination, names …
+    bool reallyRecycles = true;
     platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
                                      const StringList& names) override {
         recycled = {source, destination.value_or("nil")};
@@ -41,7 +45,10 @@ class FakeWorkspace : public test::ForwardingWorkspace {
 
 class DecompressFile : public ::testing::Test {
   protected:
-    DecompressFile() { platform_->workspace = &workspace_; }
+    DecompressFile() {
+        platform_->toolPaths = &tools_;
+        platform_->trash = &trash_;
+    }
     void TearDown() override { KXLog::finishWriting(); }
 
     // An archive of a small application, made with the same tool.
@@ -61,7 +68,8 @@ class DecompressFile : public ::testing::Test {
         return tool;
     }
 
-    FakeWorkspace workspace_;
+    FakeTools tools_;
+    FakeTrash trash_;
     test::AuthUser user_;
     test::ScopedPlatform platform_;
     test::TempFolder folder_;
@@ -72,8 +80,8 @@ TEST_F(DecompressFile, UnpacksIntoAFolderThatIsNotThere) {
     EXPECT_TRUE(KXFileManager::decompressFile(archive, folder_ / "new"));
     EXPECT_EQ(test::readFile(folder_ / "new/App.app/Contents/Info.plist"), "<plist/>");
     EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "new/App.app/Current"));
-    EXPECT_THAT(workspace_.asked, ElementsAre("/usr/bin/ditto"));
-    EXPECT_THAT(workspace_.recycled, IsEmpty());
+    EXPECT_THAT(tools_.asked, ElementsAre("/usr/bin/ditto"));
+    EXPECT_THAT(trash_.recycled, IsEmpty());
 }
 
 TEST_F(DecompressFile, PutsWhatIsThereIntoTheTrashFirst) {
@@ -81,7 +89,7 @@ TEST_F(DecompressFile, PutsWhatIsThereIntoTheTrashFirst) {
     folder_.writeFile("there/old", "old");
     EXPECT_TRUE(KXFileManager::decompressFile(archive, folder_ / "there"));
     EXPECT_THAT(
-        workspace_.recycled,
+        trash_.recycled,
         ElementsAre(folder_.path(), KXLocalPaths::trashDirectory().value_or("nil"), "there"));
     EXPECT_TRUE(test::somethingAt(folder_ / "there/App.app"));
     EXPECT_FALSE(test::somethingAt(folder_ / "there/old"));
@@ -89,15 +97,15 @@ TEST_F(DecompressFile, PutsWhatIsThereIntoTheTrashFirst) {
 }
 
 TEST_F(DecompressFile, AnswersYesWhenTheOldItemStaysAndTheToolFails) {
-    workspace_.tool = failingTool();
-    workspace_.reallyRecycles = false;
+    tools_.tool = failingTool();
+    trash_.reallyRecycles = false;
     folder_.writeFile("there/old", "old");
     EXPECT_TRUE(KXFileManager::decompressFile("no.zip", folder_ / "there"));
     EXPECT_EQ(test::readFile(folder_ / "there/old"), "old");
 }
 
 TEST_F(DecompressFile, WithoutAnArchiveRunsTheToolWithItsOptionsAlone) {
-    workspace_.tool = failingTool();
+    tools_.tool = failingTool();
     EXPECT_FALSE(KXFileManager::decompressFile(std::nullopt, folder_ / "new"));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-xk\n");
     EXPECT_FALSE(test::somethingAt(folder_ / "new"));
@@ -109,7 +117,7 @@ TEST_F(DecompressFile, WithoutAnArchiveTheRealToolMakesNothing) {
 }
 
 TEST_F(DecompressFile, WithoutADestinationAnswersNo) {
-    workspace_.tool = failingTool();
+    tools_.tool = failingTool();
     EXPECT_FALSE(KXFileManager::decompressFile("a.zip", std::nullopt));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-xk\na.zip\n");
 }
@@ -122,20 +130,20 @@ TEST_F(DecompressFile, OfAMissingOrBrokenArchiveLeavesNothing) {
 }
 
 TEST_F(DecompressFile, WithoutAnyToolAnswersNo) {
-    workspace_.tool = folder_ / "no tool";
+    tools_.tool = folder_ / "no tool";
     EXPECT_FALSE(KXFileManager::decompressFile(makeArchive(), folder_ / "new"));
 }
 
 using CompressFile = DecompressFile;
 
 TEST_F(CompressFile, PacksTheItemItselfUnlessToldOtherwise) {
-    workspace_.tool = failingTool();
+    tools_.tool = failingTool();
     KXFileManager::compressFile("/from", folder_ / "a.zip");
     EXPECT_EQ(test::readFile(folder_ / "arguments"),
               "-ck\n--keepParent\n/from\n" + (folder_ / "a.zip") + "\n");
     KXFileManager::compressFile("/from", folder_ / "a.zip", IncludeParent::No);
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n/from\n" + (folder_ / "a.zip") + "\n");
-    EXPECT_THAT(workspace_.asked, ElementsAre("/usr/bin/ditto", "/usr/bin/ditto"));
+    EXPECT_THAT(tools_.asked, ElementsAre("/usr/bin/ditto", "/usr/bin/ditto"));
 }
 
 TEST_F(CompressFile, MakesAnArchiveThatUnpacksToTheSameItem) {
@@ -153,7 +161,7 @@ TEST_F(CompressFile, PutsAnOldArchiveIntoTheTrashFirst) {
     folder_.writeFile("a.zip", "old");
     EXPECT_TRUE(KXFileManager::compressFile(folder_ / "item", folder_ / "a.zip"));
     EXPECT_THAT(
-        workspace_.recycled,
+        trash_.recycled,
         ElementsAre(folder_.path(), KXLocalPaths::trashDirectory().value_or("nil"), "a.zip"));
     EXPECT_EQ(test::readFile(folder_ / "recycled a.zip"), "old");
     EXPECT_NE(test::readFile(folder_ / "a.zip"), "old");
@@ -182,8 +190,8 @@ TEST_F(OldItems, ThatMayNotBeTrashedStayWhenUnpacking) {
 }
 
 TEST_F(CompressFile, AnswersYesWhenTheOldArchiveStaysAndTheToolFails) {
-    workspace_.tool = failingTool();
-    workspace_.reallyRecycles = false;
+    tools_.tool = failingTool();
+    trash_.reallyRecycles = false;
     platform_->processInfo = &user_;
     folder_.writeFile("a.zip", "old");
     EXPECT_TRUE(KXFileManager::compressFile("/no/such/item", folder_ / "a.zip"));
@@ -191,36 +199,36 @@ TEST_F(CompressFile, AnswersYesWhenTheOldArchiveStaysAndTheToolFails) {
 }
 
 TEST_F(CompressFile, WithoutASourceRunsTheToolWithItsOptionsAlone) {
-    workspace_.tool = failingTool();
+    tools_.tool = failingTool();
     EXPECT_FALSE(KXFileManager::compressFile(std::nullopt, folder_ / "a.zip"));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n--keepParent\n");
 }
 
 TEST_F(CompressFile, WithoutASourceAnswersWhetherAnOldArchiveIsStillThere) {
     platform_->processInfo = &user_;
-    workspace_.tool = failingTool();
-    workspace_.reallyRecycles = false;
+    tools_.tool = failingTool();
+    trash_.reallyRecycles = false;
     const std::string archive = folder_.writeFile("a.zip", "old");
     EXPECT_TRUE(KXFileManager::compressFile(std::nullopt, archive));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n--keepParent\n");
     EXPECT_EQ(test::readFile(archive), "old");
     EXPECT_TRUE(KXFileManager::compressFile(std::nullopt, archive, IncludeParent::No));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n");
-    workspace_.reallyRecycles = true;
+    trash_.reallyRecycles = true;
     EXPECT_FALSE(KXFileManager::compressFile(std::nullopt, archive));
     EXPECT_EQ(test::readFile(folder_ / "recycled a.zip"), "old");
 }
 
 TEST_F(CompressFile, WithoutASourceTheRealToolLeavesAnOldArchiveAsItIs) {
     platform_->processInfo = &user_;
-    workspace_.reallyRecycles = false;
+    trash_.reallyRecycles = false;
     const std::string archive = folder_.writeFile("a.zip", "old");
     EXPECT_TRUE(KXFileManager::compressFile(std::nullopt, archive));
     EXPECT_EQ(test::readFile(archive), "old");
 }
 
 TEST_F(CompressFile, WithoutAnArchiveAnswersNo) {
-    workspace_.tool = failingTool();
+    tools_.tool = failingTool();
     EXPECT_FALSE(KXFileManager::compressFile("/from", std::nullopt, IncludeParent::No));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n/from\n");
 }
@@ -229,7 +237,7 @@ TEST_F(CompressFile, ReturnsOnceTheToolHasEnded) {
     const std::string tool =
         folder_.writeFile("slow tool", "#!/bin/sh\nsleep 0.3\n: > '" + (folder_ / "ended") + "'\n");
     std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
-    workspace_.tool = tool;
+    tools_.tool = tool;
     KXFileManager::compressFile("/from", folder_ / "a.zip");
     EXPECT_TRUE(test::somethingAt(folder_ / "ended"));
     std::filesystem::remove(folder_ / "ended");

@@ -263,13 +263,13 @@ TEST_F(UserLocking, IsRefusedInTheWordsOfUnlocking) {
 
 class Touching : public ItemAttributes {
   protected:
-    class Desktop : public test::FilesWorkspace {
+    class Desktop : public test::ForwardingApplications {
       public:
         StringList noted;
         void noteFileSystemChanged(const std::string& path) override { noted.push_back(path); }
     };
     Touching() {
-        platform_->workspace = &notes_;
+        platform_->applications = &notes_;
         startLog();  // whose thread is none of those that the time waits for
         time_.emplace(platform_);
     }

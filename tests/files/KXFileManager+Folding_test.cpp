@@ -128,14 +128,14 @@ class RootFoldingArchives : public RootFolding {
     void SetUp() override {
         RootFolding::SetUp();
         platform_->tasks = platform::native().tasks;
-        platform_->workspace = &tools_;
+        platform_->toolPaths = &tools_;
     }
     bool pack(const std::string& folder) const {
         return KXFileManager::compressFile(folder_ / folder, folder_ / "a.zip", IncludeParent::No);
     }
 
   private:
-    class Tools : public test::FilesWorkspace {
+    class Tools : public test::ForwardingToolPaths {
       public:
         std::string toolPath(const std::string&) override { return KX_DITTO; }
     };

@@ -19,7 +19,7 @@ class NastyNames : public test::FilesTest {
     }
     void useRealTools() {
         platform_->tasks = platform::native().tasks;
-        platform_->workspace = &tools_;
+        platform_->toolPaths = &tools_;
     }
     const StringList names_{
         "two\nlines",         "-rf", "caf\u00e9", "cafe\u0301", "\xff\xfe",     "100% %@ %s",
@@ -28,7 +28,7 @@ class NastyNames : public test::FilesTest {
     const std::string from_ = folder_.makeFolder("from");
 
   private:
-    class Tools : public test::FilesWorkspace {
+    class Tools : public test::ForwardingToolPaths {
       public:
         std::string toolPath(const std::string&) override { return KX_DITTO; }
     };

@@ -245,7 +245,7 @@ TEST_F(Query, TellsTheFileManagerOfChangesQuietly) {
 }
 
 TEST_F(Query, RegistersApplications) {
-    class Desktop : public test::ForwardingWorkspace {
+    class Desktop : public test::ForwardingApplications {
       public:
         std::int32_t status = 0;
         StringList registered;
@@ -255,7 +255,7 @@ TEST_F(Query, RegistersApplications) {
         }
     };
     Desktop desktop;
-    platform_->workspace = &desktop;
+    platform_->applications = &desktop;
     EXPECT_TRUE(KXFileManager::registerApplicationWithLaunchServices("/Applications/Some.app"));
     desktop.status = -10814;
     EXPECT_FALSE(KXFileManager::registerApplicationWithLaunchServices("/Applications/Some.app"));

@@ -139,11 +139,11 @@ class RelativeArchives : public RelativeNames {
   protected:
     RelativeArchives() {
         platform_->tasks = platform::native().tasks;
-        platform_->workspace = &tools_;
+        platform_->toolPaths = &tools_;
     }
 
   private:
-    class Tools : public test::FilesWorkspace {
+    class Tools : public test::ForwardingToolPaths {
       public:
         std::string toolPath(const std::string&) override { return KX_DITTO; }
     };

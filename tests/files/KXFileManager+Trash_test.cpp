@@ -120,7 +120,7 @@ TEST_F(Trashing, EmptiesAFolder) {
 }
 
 TEST_F(Trashing, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
-    class HalfRemoving : public test::FilesWorkspace {
+    class HalfRemoving : public test::FilesTrash {
       public:
         platform::RecycleOutcome recycle(const std::string& source, const OptionalPath&,
                                          const StringList& names) override {
@@ -128,7 +128,7 @@ TEST_F(Trashing, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
         }
     };
     HalfRemoving desktop;
-    platform_->workspace = &desktop;
+    platform_->trash = &desktop;
     authorized();
     const std::string file = folder_.writeFile("file");
     EXPECT_FALSE(KXFileManager::trashFile(file));
@@ -140,16 +140,16 @@ TEST_F(Trashing, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
 }
 
 TEST_F(Trashing, OfAFolderWithOneItemThatStaysTakesTheOthersAndAnswersNo) {
-    class OneStays : public test::FilesWorkspace {
+    class OneStays : public test::FilesTrash {
       public:
         platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
                                          const StringList& names) override {
             if (names.at(0) == "stays") return {};
-            return FilesWorkspace::recycle(source, destination, names);
+            return FilesTrash::recycle(source, destination, names);
         }
     };
     OneStays desktop;
-    platform_->workspace = &desktop;
+    platform_->trash = &desktop;
     for (const char* name : {"full/a", "full/stays", "full/z"}) folder_.writeFile(name);
     EXPECT_FALSE(KXFileManager::trashDirectoryContents(folder_ / "full", ShouldAuth::No));
     EXPECT_TRUE(test::somethingAt(folder_ / "full/stays"));
@@ -276,7 +276,7 @@ TEST_F(Trashing, UnlocksThenLooksThenRecyclesAndDoesNotLookAgain) {
             return FilesManager::fileExists(path);
         }
     };
-    class Claims : public test::FilesWorkspace {
+    class Claims : public test::FilesTrash {
       public:
         platform::RecycleOutcome recycle(const std::string&, const OptionalPath&,
                                          const StringList&) override {
@@ -289,7 +289,7 @@ TEST_F(Trashing, UnlocksThenLooksThenRecyclesAndDoesNotLookAgain) {
     Claims desktop;
     manager.changes = desktop.changes = manager_.changes;
     platform_->fileManager = &manager;
-    platform_->workspace = &desktop;
+    platform_->trash = &desktop;
     const std::string file = folder_.writeFile("file");
     EXPECT_TRUE(KXFileManager::trashFile(file));
     EXPECT_TRUE(test::somethingAt(file));

@@ -321,13 +321,13 @@ TEST_F(FullDisk, TakesNothingIntoATrashThatIsThere) {
 
 class FullDiskArchives : public FullDisk {
   protected:
-    class Tools : public test::FilesWorkspace {
+    class Tools : public test::ForwardingToolPaths {
       public:
         std::string toolPath(const std::string&) override { return KX_DITTO; }
     };
     FullDiskArchives() {
         platform_->tasks = platform::native().tasks;
-        platform_->workspace = &tools_;
+        platform_->toolPaths = &tools_;
     }
     Tools tools_;
 };

@@ -17,7 +17,7 @@ namespace quillmoor::test {
 // What was asked for, in order: each call's name and arguments, apart from each other.
 using Calls = std::vector<StringList>;
 
-class FilesWorkspace : public AuthWorkspace {
+class FilesTrash : public AuthTrash {
   public:
     Calls* changes = nullptr;
     bool refusesToRecycle = false;
@@ -28,7 +28,7 @@ class FilesWorkspace : public AuthWorkspace {
         recycled.back().insert(recycled.back().end(), names.begin(), names.end());
         if (changes != nullptr) changes->push_back({"recycle", source, names.at(0)});
         if (refusesToRecycle) return {};
-        return AuthWorkspace::recycle(source, destination, names);
+        return AuthTrash::recycle(source, destination, names);
     }
 };
 
@@ -97,7 +97,7 @@ class FilesTest : public AuthTest {
   protected:
     FilesTest() {
         platform_->fileManager = &manager_;
-        platform_->workspace = &desktop_;
+        platform_->trash = &desktop_;
         // Open from the start, so that the log's worker asks nothing of what a test puts in place.
         KXLog::createNewLog("Files");
         KXLog::finishWriting();
@@ -131,7 +131,7 @@ class FilesTest : public AuthTest {
     }
 
     FilesManager manager_;
-    FilesWorkspace desktop_;
+    FilesTrash desktop_;
 
   private:
     Calls changes_;

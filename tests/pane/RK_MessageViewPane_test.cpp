@@ -45,10 +45,9 @@ class RecordingNavigation : public PaneNavigation {
     Events& events_;
 };
 
-class FakeWorkspace : public test::ForwardingWorkspace {
+class FakeApplications : public test::ForwardingApplications {
   public:
     OptionalPath product;
-    std::string tool = "/nonexistent/ditto";
     StringList opened;
     StringList looked;
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
@@ -59,6 +58,11 @@ class FakeWorkspace : public test::ForwardingWorkspace {
         opened.push_back(path);
         return test::somethingAt(path);
     }
+};
+
+class FakeTools : public test::ForwardingToolPaths {
+  public:
+    std::string tool = "/nonexistent/ditto";
     std::string toolPath(const std::string&) override { return tool; }
 };
 
@@ -97,19 +101,21 @@ class Pane : public ::testing::Test {
         pane_.titleText = &titleText_;
         pane_.descriptionText = &descriptionText_;
         pane_.uninstallBtn = &uninstallBtn_;
-        platform_->workspace = &workspace_;
+        platform_->applications = &applications_;
+        platform_->toolPaths = &tools_;
         platform_->bundles = &bundles_;
     }
     // The log's worker looks at the fakes.
     void TearDown() override { KXLog::finishWriting(); }
-    void install() { workspace_.product = "/Applications/Tallyframe.app"; }
+    void install() { applications_.product = "/Applications/Tallyframe.app"; }
 
     Events events_;
     RecordingNavigation navigation_{events_};
     RecordingControl titleText_{"titleText", events_};
     RecordingControl descriptionText_{"descriptionText", events_};
     RecordingControl uninstallBtn_{"uninstallBtn", events_};
-    FakeWorkspace workspace_;
+    FakeApplications applications_;
+    FakeTools tools_;
     FakeBundles bundles_;
     test::ScopedPlatform platform_;
     test::TempFolder folder_;
@@ -155,7 +161,7 @@ TEST_F(Pane, WithTheProductShowsItsElementsInOrderAndStays) {
 }
 
 TEST_F(Pane, AnEmptyPathStillMeansThatTheProductIsThere) {
-    workspace_.product = "";
+    applications_.product = "";
     pane_.didEnterPane(InstallerDirection::Forward);
     EXPECT_EQ(events_.size(), 3U);
 }
@@ -163,7 +169,7 @@ TEST_F(Pane, AnEmptyPathStillMeansThatTheProductIsThere) {
 TEST_F(Pane, LooksAnewOnEveryEntry) {
     install();
     pane_.didEnterPane(InstallerDirection::Forward);
-    workspace_.product = std::nullopt;
+    applications_.product = std::nullopt;
     events_.clear();
     pane_.didEnterPane(InstallerDirection::Backward);
     EXPECT_THAT(events_, ElementsAre("previous"));
@@ -183,10 +189,10 @@ TEST_F(Pane, AMissingOutletIsPassedOver) {
 
 TEST_F(Pane, IsEnteredWithOneQuestionAboutTheProduct) {
     pane_.didEnterPane(InstallerDirection::Forward);
-    EXPECT_THAT(workspace_.looked, ElementsAre("com.quillmoor.tallyframe"));
+    EXPECT_THAT(applications_.looked, ElementsAre("com.quillmoor.tallyframe"));
     install();
     pane_.didEnterPane(InstallerDirection::Backward);
-    EXPECT_EQ(workspace_.looked.size(), 2U);
+    EXPECT_EQ(applications_.looked.size(), 2U);
 }
 
 TEST_F(Pane, IsEnteredWithoutTheLog) {
@@ -211,12 +217,12 @@ std::string writeTool(const test::TempFolder& folder) {
 }
 
 TEST_F(Pane, TheButtonUnpacksTheUninstallerIntoAFreshFolderAndOpensIt) {
-    workspace_.tool = writeTool(folder_);
+    tools_.tool = writeTool(folder_);
     bundles_.own->archive = folder_.writeFile("Tallyframe Uninstaller.zip");
     pane_.uninstall(&uninstallBtn_);
     EXPECT_THAT(bundles_.own->asked, ElementsAre("Tallyframe Uninstaller", "zip"));
-    ASSERT_EQ(workspace_.opened.size(), 1U);
-    const std::string opened = workspace_.opened.front();
+    ASSERT_EQ(applications_.opened.size(), 1U);
+    const std::string opened = applications_.opened.front();
     EXPECT_EQ(lastPathComponent(opened), "Tallyframe Uninstaller.app");
     EXPECT_TRUE(test::somethingAt(opened));
     EXPECT_EQ(test::readFile(folder_ / "arguments"),
@@ -246,40 +252,40 @@ TEST_F(Pane, TheButtonLogsNothingWhateverFails) {
     };
     const auto file = std::make_shared<LogFile>();
     KXLog::sharedController()->setFileHandle(file);
-    workspace_.tool = writeTool(folder_);
+    tools_.tool = writeTool(folder_);
     pane_.uninstall(nullptr);
     bundles_.own = nullptr;
     pane_.uninstall(nullptr);
     KXLog::finishWriting();
-    EXPECT_EQ(workspace_.opened.size(), 2U);
+    EXPECT_EQ(applications_.opened.size(), 2U);
     EXPECT_EQ(file->lines, 0);
     KXLog::sharedController()->setFileHandle(nullptr);
 }
 
 TEST_F(Pane, PressingTwiceUnpacksTwoCopiesWhichStay) {
-    workspace_.tool = writeTool(folder_);
+    tools_.tool = writeTool(folder_);
     bundles_.own->archive = folder_.writeFile("Tallyframe Uninstaller.zip");
     pane_.uninstall(nullptr);
     pane_.uninstall(nullptr);
-    ASSERT_EQ(workspace_.opened.size(), 2U);
-    EXPECT_NE(workspace_.opened[0], workspace_.opened[1]);
-    EXPECT_TRUE(test::somethingAt(workspace_.opened[0]));
-    EXPECT_TRUE(test::somethingAt(workspace_.opened[1]));
+    ASSERT_EQ(applications_.opened.size(), 2U);
+    EXPECT_NE(applications_.opened[0], applications_.opened[1]);
+    EXPECT_TRUE(test::somethingAt(applications_.opened[0]));
+    EXPECT_TRUE(test::somethingAt(applications_.opened[1]));
 }
 
 TEST_F(Pane, AMissingArchiveRunsTheToolWithItsOptionsAlone) {
-    workspace_.tool = writeTool(folder_);
+    tools_.tool = writeTool(folder_);
     pane_.uninstall(nullptr);
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "[-xk]");
-    ASSERT_EQ(workspace_.opened.size(), 1U);
-    EXPECT_FALSE(test::somethingAt(workspace_.opened[0]));
+    ASSERT_EQ(applications_.opened.size(), 1U);
+    EXPECT_FALSE(test::somethingAt(applications_.opened[0]));
 }
 
 TEST_F(Pane, AMissingBundleOrToolShowsNothing) {
     bundles_.own = nullptr;
     pane_.uninstall(nullptr);
-    ASSERT_EQ(workspace_.opened.size(), 1U);
-    EXPECT_FALSE(test::somethingAt(workspace_.opened[0]));
+    ASSERT_EQ(applications_.opened.size(), 1U);
+    EXPECT_FALSE(test::somethingAt(applications_.opened[0]));
     EXPECT_THAT(events_, IsEmpty());
 }
 

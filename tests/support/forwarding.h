@@ -283,27 +283,13 @@ class ForwardingPropertyLists : public Forwarding<platform::PropertyLists> {
     }
 };
 
-class ForwardingWorkspace : public Forwarding<platform::Workspace> {
+class ForwardingApplications : public Forwarding<platform::Applications> {
   public:
-    ForwardingWorkspace() : Forwarding(platform::native().workspace) {}
+    ForwardingApplications() : Forwarding(platform::native().applications) {}
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
         return next().absolutePathForAppBundle(identifier);
     }
     bool openFile(const std::string& path) override { return next().openFile(path); }
-    platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
-                                     const StringList& names) override {
-        return next().recycle(source, destination, names);
-    }
-    bool prepareTrash(const std::string& destination) override {
-        return next().prepareTrash(destination);
-    }
-    bool announceTrash(const std::string& destination, const std::string& name,
-                       const std::string& item) override {
-        return next().announceTrash(destination, name, item);
-    }
-    void abandonTrash(const std::string& destination, const std::string& name) override {
-        next().abandonTrash(destination, name);
-    }
     std::int32_t registerApplication(const std::string& path) override {
         return next().registerApplication(path);
     }
@@ -311,6 +297,30 @@ class ForwardingWorkspace : public Forwarding<platform::Workspace> {
         next().noteFileSystemChanged(path);
     }
     bool isFilePackage(const std::string& path) override { return next().isFilePackage(path); }
+};
+
+class ForwardingTrash : public Forwarding<platform::Trash> {
+  public:
+    ForwardingTrash() : Forwarding(platform::native().trash) {}
+    platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                                     const StringList& names) override {
+        return next().recycle(source, destination, names);
+    }
+    bool prepareTrash(const std::string& destination) override {
+        return next().prepareTrash(destination);
+    }
+    bool recordPendingTrash(const std::string& destination, const std::string& name,
+                            const std::string& item) override {
+        return next().recordPendingTrash(destination, name, item);
+    }
+    void discardTrashRecord(const std::string& destination, const std::string& name) override {
+        next().discardTrashRecord(destination, name);
+    }
+};
+
+class ForwardingToolPaths : public Forwarding<platform::ToolPaths> {
+  public:
+    ForwardingToolPaths() : Forwarding(platform::native().toolPaths) {}
     std::string toolPath(const std::string& path) override { return next().toolPath(path); }
 };
 

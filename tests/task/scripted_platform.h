@@ -188,9 +188,9 @@ class ScriptedFileManager : public ForwardingFileManager {
     Journal& journal_;
 };
 
-class ScriptedWorkspace : public ForwardingWorkspace {
+class ScriptedApplications : public ForwardingApplications {
   public:
-    explicit ScriptedWorkspace(Journal& journal) : journal_(journal) {}
+    explicit ScriptedApplications(Journal& journal) : journal_(journal) {}
     bool isFilePackage(const std::string&) override {
         journal_.note("package?");
         return package;
@@ -208,7 +208,7 @@ class ScriptedTaskTest : public TaskTest {
         platform_->tasks = &tasks_;
         platform_->fileHandles = &handles_;
         platform_->fileManager = &fileManager_;
-        platform_->workspace = &workspace_;
+        platform_->applications = &applications_;
     }
 
     StringList steps() const { return journal_.steps.all(); }
@@ -226,7 +226,7 @@ class ScriptedTaskTest : public TaskTest {
     ScriptedTasks tasks_{journal_};
     ScriptedHandles handles_{journal_};
     ScriptedFileManager fileManager_{journal_};
-    ScriptedWorkspace workspace_{journal_};
+    ScriptedApplications applications_{journal_};
 };
 
 }  // namespace quillmoor::test

@@ -244,7 +244,7 @@ TEST_F(TaskSteps, TheFullCheckAsksForTheItemFirst) {
 }
 
 TEST_F(TaskSteps, EveryOperationRefusesAPackage) {
-    workspace_.package = true;
+    applications_.package = true;
     EXPECT_FALSE(KXTaskEx::runTask("/T.app", std::nullopt));
     KXTaskEx::runTaskAndReturn("/T.app", std::nullopt);
     EXPECT_EQ(KXTaskEx::terminationCodeFromTask("/T.app", std::nullopt), -1);

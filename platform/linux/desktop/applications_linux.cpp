@@ -1,161 +1,52 @@
-#include "quillmoor/platform/linux/desktop/applications_linux.h"
-
-#include <fcntl.h>
-#include <stdlib.h>
-#include <sys/stat.h>
+#include "quillmoor/platform/applications.h"
 
 #include <algorithm>
-#include <memory>
-#include <optional>
+#include <iterator>
 #include <string_view>
 
 #include "quillmoor/base/paths.h"
-#include "quillmoor/platform/linux/bundles/bundle_linux.h"
-#include "quillmoor/platform/linux/desktop/desktop_entry_linux.h"
+#include "quillmoor/platform/linux/desktop/application_search_linux.h"
+#include "quillmoor/platform/linux/desktop/opener_linux.h"
+#include "quillmoor/platform/linux/desktop/registration_linux.h"
 #include "quillmoor/platform/linux/ground/ascii_linux.h"
-#include "quillmoor/platform/linux/ground/environment_linux.h"
-#include "quillmoor/platform/linux/ground/programs_linux.h"
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
-#include "quillmoor/platform/platform.h"
-#include "quillmoor/platform/posix/fs/directory_posix.h"
-#include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/native_services.h"
 
-namespace quillmoor::platform::linux_ {
+namespace quillmoor::platform {
 namespace {
 
-constexpr std::size_t kLongestEntry = std::size_t{1} << 20;
-constexpr char kDataFolders[] = "/usr/local/share:/usr/share";
+constexpr std::string_view kPackages[] = {"app",      "bundle", "plugin", "kext",
+                                          "prefPane", "pkg",    "mpkg",   "rtfd"};
 
-bool isFolder(const std::string& path) {
-    struct stat status {};
-    return posix::systemCalls().fstatat(AT_FDCWD, path.c_str(), &status, 0) == 0 &&
-           S_ISDIR(status.st_mode);
-}
-
-// The visible folders in `folder`, links to folders among them, sorted by name.
-StringList foldersIn(const std::string& folder) {
-    StringList paths;
-    posix::DirectoryReader listing(posix::Descriptor(
-        posix::systemCalls().openat(AT_FDCWD, folder.c_str(), O_RDONLY | O_DIRECTORY, 0)));
-    while (const dirent* entry = listing.next()) {
-        const std::string_view name(entry->d_name);
-        if (name.starts_with('.')) continue;
-        std::string path = *appendPathComponent(folder, std::string(name));
-        if (isFolder(path)) paths.push_back(std::move(path));
+class LinuxApplications : public Applications {
+  public:
+    OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
+        return linux_::findApplication(linux_::applicationFolders(), identifier);
     }
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
 
-bool isApplicationBundle(const std::string& path) {
-    return equalsIgnoringCase(pathExtension(path), "app");
-}
+    bool openFile(const std::string& path) override { return linux_::openFile(path); }
 
-bool bears(const std::string& bundle, const std::string& identifier) {
-    const auto info =
-        current().propertyLists->dictionaryWithContentsOfFile(bundle + "/Contents/Info.plist");
-    if (!info) return false;
-    const auto found = info->find("CFBundleIdentifier");
-    if (found == info->end()) return false;
-    const OptionalString text = found->second.text();
-    return text && equalsIgnoringCase(*text, identifier);
-}
-
-OptionalPath findBundle(const std::string& folder, const std::string& identifier) {
-    const StringList inside = foldersIn(folder);
-    for (const std::string& path : inside) {
-        if (isApplicationBundle(path) && bears(path, identifier)) return path;
+    std::int32_t registerApplication(const std::string& path) override {
+        return linux_::registerApplication(path);
     }
-    for (const std::string& subfolder : inside) {
-        if (isApplicationBundle(subfolder)) continue;
-        for (const std::string& path : foldersIn(subfolder)) {
-            if (isApplicationBundle(path) && bears(path, identifier)) return path;
-        }
+
+    // File managers watch the folders that they show.
+    void noteFileSystemChanged(const std::string&) override {}
+
+    bool isFilePackage(const std::string& path) override {
+        const std::string extension = pathExtension(path);
+        const auto isExtension = [&](std::string_view package) {
+            return linux_::equalsIgnoringCase(extension, package);
+        };
+        return std::any_of(std::begin(kPackages), std::end(kPackages), isExtension) &&
+               current().fileManager->isDirectory(path);
     }
-    return std::nullopt;
-}
-
-// The .app that the program, or what it is a link to, lies in.
-OptionalPath applicationAround(const std::string& program) {
-    const std::unique_ptr<char, decltype(&::free)> real(
-        posix::systemCalls().realpath(program.c_str(), nullptr), &::free);
-    for (const std::string& path : {program, std::string(real != nullptr ? real.get() : "")}) {
-        OptionalPath bundle = bundleFolderOf(path);
-        if (bundle && isApplicationBundle(*bundle)) return bundle;
-    }
-    return std::nullopt;
-}
-
-OptionalPath startedBy(const DesktopEntry& entry) {
-    if (!entry.isApplication) return std::nullopt;
-    if (entry.tryExec && !findProgram(*entry.tryExec)) return std::nullopt;
-    const OptionalString name = entry.exec ? programInExec(*entry.exec) : std::nullopt;
-    const OptionalPath program = name ? findProgram(*name) : std::nullopt;
-    if (!program) return std::nullopt;
-    const OptionalPath bundle = applicationAround(*program);
-    return bundle ? bundle : program;
-}
-
-OptionalPath findByEntry(const StringList& folders, const std::string& identifier) {
-    for (const std::string& folder : folders) {
-        const std::optional<std::string> text =
-            readSmallFile(*appendPathComponent(folder, identifier + ".desktop"), kLongestEntry);
-        if (!text) continue;
-        const DesktopEntry entry = parseDesktopEntry(*text);
-        if (entry.isHidden) return std::nullopt;
-        if (OptionalPath path = startedBy(entry)) return path;
-    }
-    return std::nullopt;
-}
-
-void addEntryFolder(ApplicationFolders& folders, const std::string& dataFolder) {
-    folders.entries.push_back(*appendPathComponent(dataFolder, "applications"));
-}
-
-// The home of the user at the console.
-OptionalPath consoleHome() {
-    Locations& locations = *current().locations;
-    const OptionalString user = locations.consoleUser();
-    return user ? locations.homeDirectoryForUser(user) : std::nullopt;
-}
-
-void addUserFolders(ApplicationFolders& folders) {
-    if (current().processInfo->realUserId() == 0) {
-        const OptionalPath home = consoleHome();
-        if (!home) return;
-        folders.bundles.push_back(*appendPathComponent(*home, "Applications"));
-        addEntryFolder(folders, *appendPathComponent(*home, ".local/share"));
-        return;
-    }
-    folders.bundles = current().locations->searchPaths(SearchPathDirectory::Application,
-                                                       SearchPathDomainMask::User);
-    const OptionalPath data = absolutePathInEnvironment("XDG_DATA_HOME");
-    addEntryFolder(folders,
-                   data ? *data : *appendPathComponent(homeOfThisProcess(), ".local/share"));
-}
+};
 
 }  // namespace
 
-ApplicationFolders applicationFolders() {
-    ApplicationFolders folders;
-    addUserFolders(folders);
-    for (const std::string& each : current().locations->searchPaths(
-             SearchPathDirectory::Application, SearchPathDomainMask::Local))
-        folders.bundles.push_back(each);
-    folders.bundles.emplace_back("/opt");
-    for (const std::string& each : foldersInEnvironment("XDG_DATA_DIRS", kDataFolders))
-        addEntryFolder(folders, each);
-    return folders;
+Applications* nativeApplications() {
+    static auto* const applications = new LinuxApplications;
+    return applications;
 }
 
-OptionalPath findApplication(const ApplicationFolders& folders, const std::string& identifier) {
-    const bool named = !identifier.empty() && identifier.find('/') == std::string::npos &&
-                       identifier.find('\0') == std::string::npos;
-    if (!named) return std::nullopt;
-    for (const std::string& folder : folders.bundles) {
-        if (OptionalPath path = findBundle(folder, identifier)) return path;
-    }
-    return findByEntry(folders.entries, identifier);
-}
-
-}  // namespace quillmoor::platform::linux_
+}  // namespace quillmoor::platform

@@ -6,8 +6,9 @@
 
 namespace quillmoor::platform::linux_ {
 
-// As Workspace::registerApplication: writes the desktop entry <identifier>.desktop into the user's
-// data folder and has the desktop's database of entries brought up to date, without waiting for it.
+// As Applications::registerApplication: writes the desktop entry <identifier>.desktop into the
+// user's data folder and has the desktop's database of entries brought up to date, without waiting
+// for it.
 //
 // An application is a folder *.app with an information dictionary that bears an identifier fit for
 // a file's name, and with a program. For the super-user the user is the one at the console; nothing

@@ -47,3 +47,20 @@ std::string toolPath(const std::string& path) {
 }
 
 }  // namespace quillmoor::platform::linux_
+
+namespace quillmoor::platform {
+namespace {
+
+class LinuxToolPaths : public ToolPaths {
+  public:
+    std::string toolPath(const std::string& path) override { return linux_::toolPath(path); }
+};
+
+}  // namespace
+
+ToolPaths* nativeToolPaths() {
+    static auto* const paths = new LinuxToolPaths;
+    return paths;
+}
+
+}  // namespace quillmoor::platform

@@ -12,6 +12,7 @@
 #include "quillmoor/base/paths.h"
 #include "quillmoor/platform/linux/ground/environment_linux.h"
 #include "quillmoor/platform/linux/trash/trash_folder_linux.h"
+#include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/fs/move_posix.h"
 #include "quillmoor/platform/posix/fs/place_posix.h"
 #include "quillmoor/platform/posix/ground/names_posix.h"
@@ -207,8 +208,8 @@ bool prepareTrash(const std::string& destination) {
     return staysInHome(*home, destination);
 }
 
-bool announceTrash(const std::string& destination, const std::string& name,
-                   const std::string& item) {
+bool recordPendingTrash(const std::string& destination, const std::string& name,
+                        const std::string& item) {
     int error = 0;
     const auto trash = openTrash(destination, error);
     if (!trash || !isOneName(name) || !leadsTo(destination, *trash)) return false;
@@ -216,7 +217,7 @@ bool announceTrash(const std::string& destination, const std::string& name,
     return trash->hasItem(name) || trash->record(name, originalPathOf(item)) == 0;
 }
 
-void abandonTrash(const std::string& destination, const std::string& name) {
+void discardTrashRecord(const std::string& destination, const std::string& name) {
     int error = 0;
     const auto trash = openTrash(destination, error);
     if (trash && isOneName(name) && leadsTo(destination, *trash) && !trash->hasItem(name))
@@ -224,3 +225,36 @@ void abandonTrash(const std::string& destination, const std::string& name) {
 }
 
 }  // namespace quillmoor::platform::linux_
+
+namespace quillmoor::platform {
+namespace {
+
+class LinuxTrash : public Trash {
+  public:
+    RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
+                           const StringList& names) override {
+        return linux_::recycleToTrash(source, destination, names);
+    }
+
+    bool prepareTrash(const std::string& destination) override {
+        return linux_::prepareTrash(destination);
+    }
+
+    bool recordPendingTrash(const std::string& destination, const std::string& name,
+                            const std::string& item) override {
+        return linux_::recordPendingTrash(destination, name, item);
+    }
+
+    void discardTrashRecord(const std::string& destination, const std::string& name) override {
+        linux_::discardTrashRecord(destination, name);
+    }
+};
+
+}  // namespace
+
+Trash* nativeTrash() {
+    static auto* const trash = new LinuxTrash;
+    return trash;
+}
+
+}  // namespace quillmoor::platform

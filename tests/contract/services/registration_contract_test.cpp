@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "quillmoor/platform/workspace.h"
+#include "quillmoor/platform/applications.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/platform/support/scoped_environment.h"
 #include "tests/support/forwarding.h"
@@ -36,7 +36,7 @@ class RegistrationContract : public testing::TestWithParam<BackEnd> {
         platform_->locations = &locations_;
     }
 
-    Workspace& applications() { return *GetParam().platform().workspace; }
+    Applications& applications() { return *GetParam().platform().applications; }
     OptionalPath found() { return applications().absolutePathForAppBundle(kIdentifier); }
 
     std::string makeApplication(const std::string& name) const {

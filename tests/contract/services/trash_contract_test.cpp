@@ -1,10 +1,10 @@
-// What every back-end owes to those who put items into the Trash.
+#include "quillmoor/platform/trash.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "quillmoor/platform/workspace.h"
 #include "tests/contract/services/back_end.h"
 #include "tests/platform/support/scoped_environment.h"
 #include "tests/support/temp_folder.h"
@@ -19,7 +19,7 @@ using test::somethingAt;
 // In a home of the test's own.
 class TrashContract : public testing::TestWithParam<BackEnd> {
   protected:
-    Workspace& trash() { return *GetParam().platform().workspace; }
+    Trash& trash() { return *GetParam().platform().trash; }
 
     std::string writeItem(const std::string& name, const std::string& text) const {
         return folder_.writeFile("home/desk/" + name, text);
@@ -99,7 +99,7 @@ TEST_P(TrashContract, APreparedTrashTakesWhatAToolMovesThere) {
     const std::string item = writeItem("file", "text");
     ASSERT_TRUE(trash().prepareTrash(destination_));
     ASSERT_TRUE(fs::is_directory(destination_));
-    EXPECT_TRUE(trash().announceTrash(destination_, "file", item));
+    EXPECT_TRUE(trash().recordPendingTrash(destination_, "file", item));
     fs::rename(item, destination_ + "/file");
     EXPECT_EQ(test::readFile(destination_ + "/file"), "text");
     EXPECT_TRUE(trash().prepareTrash(destination_));
@@ -109,11 +109,11 @@ TEST_P(TrashContract, APreparedTrashTakesWhatAToolMovesThere) {
 TEST_P(TrashContract, DiscardingARecordLeavesEveryItem) {
     const std::string item = writeItem("file", "text");
     ASSERT_TRUE(trash().prepareTrash(destination_));
-    EXPECT_TRUE(trash().announceTrash(destination_, "file", item));
-    trash().abandonTrash(destination_, "file");
+    EXPECT_TRUE(trash().recordPendingTrash(destination_, "file", item));
+    trash().discardTrashRecord(destination_, "file");
     EXPECT_EQ(test::readFile(item), "text");
     fs::rename(item, destination_ + "/file");
-    trash().abandonTrash(destination_, "file");
+    trash().discardTrashRecord(destination_, "file");
     EXPECT_EQ(test::readFile(destination_ + "/file"), "text");
 }
 
@@ -121,7 +121,7 @@ TEST_P(TrashContract, ATrashThatLeadsOutOfItsHomeCannotBeUsed) {
     const std::string outside = folder_.makeFolder("outside");
     folder_.makeLink("home/.Trash", outside);
     EXPECT_FALSE(trash().prepareTrash(destination_));
-    EXPECT_FALSE(trash().announceTrash(destination_, "file", desk_ + "/file"));
+    EXPECT_FALSE(trash().recordPendingTrash(destination_, "file", desk_ + "/file"));
     EXPECT_TRUE(fs::is_empty(outside));
 }
 

@@ -72,10 +72,10 @@ class Registration : public testing::Test {
     }
 
     static std::int32_t registerAt(const std::string& path) {
-        return native().workspace->registerApplication(path);
+        return native().applications->registerApplication(path);
     }
     static OptionalPath found(const std::string& identifier = kIdentifier) {
-        return native().workspace->absolutePathForAppBundle(identifier);
+        return native().applications->absolutePathForAppBundle(identifier);
     }
     std::string entries() const { return folder_ / "data/applications"; }
     std::string entry() const { return entries() + "/" + kIdentifier + ".desktop"; }

@@ -14,5 +14,5 @@ int main(int argc, char** argv) {
     const auto bundle = platform.bundles->mainBundle();
     std::puts(bundle->executablePath().value_or("(none)").c_str());
     std::puts(bundle->infoDictionaryText("CFBundleVersion").value_or("(none)").c_str());
-    std::puts(platform.workspace->toolPath("/usr/bin/ditto").c_str());
+    std::puts(platform.toolPaths->toolPath("/usr/bin/ditto").c_str());
 }

@@ -43,7 +43,7 @@ TEST_F(PrivilegedTrash, IsMadeWithItsLink) {
 
 TEST_F(PrivilegedTrash, KnowsWhereAnAnnouncedItemCameFrom) {
     ASSERT_TRUE(prepareTrash(destination_));
-    ASSERT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    ASSERT_TRUE(recordPendingTrash(destination_, "notes.txt", item_));
     std::filesystem::rename(item_, destination_ + "/notes.txt");
     EXPECT_NE(readFile(trash_ + "/info/notes.txt.trashinfo").find("elsewhere/notes.txt"),
               std::string::npos);
@@ -54,26 +54,26 @@ TEST_F(PrivilegedTrash, ReplacesANoteWithoutAnItemAndKeepsOneWithAnItem) {
     ASSERT_TRUE(prepareTrash(destination_));
     const std::string record = trash_ + "/info/notes.txt.trashinfo";
     folder_.writeFile("home/.local/share/Trash/info/notes.txt.trashinfo", "stale");
-    ASSERT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    ASSERT_TRUE(recordPendingTrash(destination_, "notes.txt", item_));
     EXPECT_NE(readFile(record), "stale");
     folder_.writeFile("home/.local/share/Trash/info/notes.txt.trashinfo", "its own");
     folder_.makeLink("home/.local/share/Trash/files/notes.txt", "nowhere");
-    ASSERT_TRUE(announceTrash(destination_, "notes.txt", item_));
+    ASSERT_TRUE(recordPendingTrash(destination_, "notes.txt", item_));
     EXPECT_EQ(readFile(record), "its own");
-    abandonTrash(destination_, "notes.txt");
+    discardTrashRecord(destination_, "notes.txt");
     EXPECT_EQ(readFile(record), "its own");
 }
 
 TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
     ASSERT_TRUE(prepareTrash(destination_));
-    ASSERT_TRUE(announceTrash(destination_, "notes.txt", item_));
-    abandonTrash(destination_, "notes.txt");
+    ASSERT_TRUE(recordPendingTrash(destination_, "notes.txt", item_));
+    discardTrashRecord(destination_, "notes.txt");
     EXPECT_EQ(listing(trash_ + "/info"), "");
 }
 
 TEST_F(PrivilegedTrash, HasNoNoteOfAnItemWhoseNameLeavesNoRoomForOne) {
     ASSERT_TRUE(prepareTrash(destination_));
-    EXPECT_FALSE(announceTrash(destination_, std::string(250, 'x'), item_));
+    EXPECT_FALSE(recordPendingTrash(destination_, std::string(250, 'x'), item_));
     EXPECT_EQ(listing(trash_ + "/info"), "");
 }
 
@@ -81,7 +81,7 @@ TEST_F(PrivilegedTrash, TakesARelativeItem) {
     ASSERT_TRUE(prepareTrash(destination_));
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(folder_ / "elsewhere");
-    EXPECT_TRUE(announceTrash(destination_, "notes.txt", "notes.txt"));
+    EXPECT_TRUE(recordPendingTrash(destination_, "notes.txt", "notes.txt"));
     std::filesystem::current_path(before);
     EXPECT_NE(readFile(trash_ + "/info/notes.txt.trashinfo").find("elsewhere/notes.txt"),
               std::string::npos);
@@ -90,7 +90,7 @@ TEST_F(PrivilegedTrash, TakesARelativeItem) {
 TEST_F(PrivilegedTrash, IsARealFolderWhereTheUserHasOne) {
     std::filesystem::create_directory(destination_);
     ASSERT_TRUE(prepareTrash(destination_));
-    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_FALSE(recordPendingTrash(destination_, "notes.txt", item_));
     EXPECT_FALSE(somethingAt(trash_));
 }
 
@@ -112,10 +112,10 @@ TEST_F(PrivilegedTrash, HasNoNotesWhereTheSettingMovedTheDesktopsAway) {
     ASSERT_TRUE(prepareTrash(destination_));
     ::setenv("XDG_DATA_HOME", (home_ + "/data").c_str(), 1);
     EXPECT_TRUE(prepareTrash(destination_));
-    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_FALSE(recordPendingTrash(destination_, "notes.txt", item_));
     EXPECT_EQ(listing(home_ + "/data/Trash/info"), "");
     folder_.writeFile("home/data/Trash/info/notes.txt.trashinfo", "another item's");
-    abandonTrash(destination_, "notes.txt");
+    discardTrashRecord(destination_, "notes.txt");
     EXPECT_EQ(readFile(home_ + "/data/Trash/info/notes.txt.trashinfo"), "another item's");
 }
 
@@ -160,8 +160,8 @@ TEST_F(ForeignTrash, ThatIsClosedLetsAFolderOfTheUsersOwnBeMade) {
     ASSERT_EQ(::lstat(destination_.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode, S_IFDIR | 0700U);
     EXPECT_EQ(status.st_uid, ::geteuid());
-    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
-    abandonTrash(destination_, "notes.txt");
+    EXPECT_FALSE(recordPendingTrash(destination_, "notes.txt", item_));
+    discardTrashRecord(destination_, "notes.txt");
     becomeOwner();
     EXPECT_EQ(::rename(item_.c_str(), (destination_ + "/notes.txt").c_str()), 0);
 }
@@ -170,7 +170,7 @@ TEST_F(ForeignTrash, ThatIsClosedIsReachedByTheLinkThatWasThere) {
     folder_.makeLink("home/.Trash", ".local/share/Trash/files");
     ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
     EXPECT_TRUE(prepareTrash(destination_));
-    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_FALSE(recordPendingTrash(destination_, "notes.txt", item_));
     becomeOwner();
     EXPECT_TRUE(std::filesystem::is_symlink(destination_));
 }
@@ -196,7 +196,7 @@ TEST_F(ForeignTrash, ThatIsClosedIsRefusedWhereItsPathLeadsOut) {
 TEST_F(ForeignTrash, ThatMayBeLookedIntoTakesTheItemWithoutANote) {
     ASSERT_NO_FATAL_FAILURE(close(trash_ + "/info", 0755));
     EXPECT_TRUE(prepareTrash(destination_));
-    EXPECT_FALSE(announceTrash(destination_, "notes.txt", item_));
+    EXPECT_FALSE(recordPendingTrash(destination_, "notes.txt", item_));
     becomeOwner();
     EXPECT_TRUE(std::filesystem::equivalent(destination_, trash_ + "/files"));
     EXPECT_EQ(listing(trash_ + "/info"), "");
@@ -222,8 +222,8 @@ TEST_F(PrivilegedTrash, IsRefusedUnderAnyOtherName) {
     EXPECT_FALSE(prepareTrash("relative/.Trash"));
     ASSERT_TRUE(prepareTrash(destination_));
     for (const char* name : {"", ".", "..", "a/b"})
-        EXPECT_FALSE(announceTrash(destination_, name, item_)) << name;
-    abandonTrash(destination_, "../escape");
+        EXPECT_FALSE(recordPendingTrash(destination_, name, item_)) << name;
+    discardTrashRecord(destination_, "../escape");
 }
 
 TEST(RootPrivilegedTrash, BelongsToTheUserItIsMadeFor) {
@@ -233,7 +233,7 @@ TEST(RootPrivilegedTrash, BelongsToTheUserItIsMadeFor) {
     test::letEverybodyIn(folder);
     ASSERT_EQ(::chown(home.c_str(), test::FakeUser::kId, test::FakeUser::kId), 0);
     ASSERT_TRUE(prepareTrash(home + "/.Trash"));
-    ASSERT_TRUE(announceTrash(home + "/.Trash", "notes.txt", "/elsewhere/notes.txt"));
+    ASSERT_TRUE(recordPendingTrash(home + "/.Trash", "notes.txt", "/elsewhere/notes.txt"));
     for (const char* name :
          {".Trash", ".local/share/Trash/files", ".local/share/Trash/info/notes.txt.trashinfo"}) {
         struct stat status {};
@@ -268,7 +268,7 @@ class RootsItemsInTrash : public testing::Test {
         folder_.writeFile("system/folder/inside", "text");
         ASSERT_TRUE(prepareTrash(trash_));
         for (const std::string name : {"a file", "folder"}) {
-            ASSERT_TRUE(announceTrash(trash_, name, system_ + "/" + name));
+            ASSERT_TRUE(recordPendingTrash(trash_, name, system_ + "/" + name));
             std::filesystem::rename(system_ + "/" + name, trash_ + "/" + name);
         }
     }
