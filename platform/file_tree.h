@@ -49,10 +49,6 @@ class FileTree {
     // What a copy would report as its whole work. Stopped, it answers what it has counted so far.
     virtual TreeCount count(const std::string& path, const StopToken& stop) = 0;
 
-    // As FileManager::removeItem. Stopped, it is a failure with the code ECANCELED, and what has
-    // not been removed is still there.
-    virtual Outcome remove(const std::string& path, const StopToken& stop) = 0;
-
     // As FileManager::copyItem; hard links become files of their own, FIFOs are made anew, and
     // sockets and devices are errors. Stopped, it is a failure with the code ECANCELED; after every
     // failure nothing stands at the destination that was not there before. `progress` may be null.

@@ -47,7 +47,7 @@ int copyWatched(const std::string& path, const std::string& destination) {
 }
 
 int remove(const std::string& path) {
-    return endOf(nativeFileTree()->remove(path, {}));
+    return endOf(nativeFileManager()->removeItem(path));
 }
 
 int size(const std::string& path) {

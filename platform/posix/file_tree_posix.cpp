@@ -3,7 +3,6 @@
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/fs/move_posix.h"
 #include "quillmoor/platform/posix/fs/tree_match_posix.h"
-#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
 #include "quillmoor/platform/posix/fs/tree_size_posix.h"
 #include "quillmoor/platform/posix/ground/error_text_posix.h"
 
@@ -19,10 +18,6 @@ class PosixFileTree : public FileTree {
 
     TreeCount count(const std::string& path, const StopToken& stop) override {
         return treeCount(path, stop);
-    }
-
-    Outcome remove(const std::string& path, const StopToken& stop) override {
-        return fileOutcome(FileVerb::Removed, path, removePath(path, stop));
     }
 
     Outcome copy(const std::string& path, const std::string& destination, TreeProgress* progress,

@@ -134,9 +134,6 @@ class ForwardingFileTree : public Forwarding<platform::FileTree> {
     platform::TreeCount count(const std::string& path, const StopToken& stop) override {
         return next().count(path, stop);
     }
-    Outcome remove(const std::string& path, const StopToken& stop) override {
-        return next().remove(path, stop);
-    }
     Outcome copy(const std::string& path, const std::string& destination,
                  platform::TreeProgress* progress, const StopToken& stop) override {
         return next().copy(path, destination, progress, stop);

@@ -26,7 +26,8 @@ struct RemovalResult {
 RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
                          const StopToken& stop = {}) noexcept;
 
-// As FileTree::remove; returns 0 or the error number, ENOMEM for lack of memory.
+// As FileManager::removeItem. Stopped, it is ECANCELED, and what has not been removed is still
+// there. Returns 0 or the error number, ENOMEM for lack of memory.
 int removePath(const std::string& path, const StopToken& stop = {}) noexcept;
 
 }  // namespace quillmoor::platform::posix

@@ -72,7 +72,8 @@ INSTANTIATE_TEST_SUITE_P(Calls, TreeFailures, testing::Values(Failing::Once, Fai
 
 TEST_P(TreeFailures, OfARemovalAreNeverCalledASuccess) {
     failSomeCalls(
-        GetParam(), [](const Round& round) { return trees().remove(round.source, {}); },
+        GetParam(),
+        [](const Round& round) { return platform::nativeFileManager()->removeItem(round.source); },
         [](const Round& round, bool succeeded) {
             EXPECT_EQ(succeeded, !somethingAt(round.source));
         });

@@ -279,18 +279,25 @@ TEST(TreeRemove, AStopLeavesTheRest) {
             for (int j = 0; j < 30; ++j)
                 folder.writeFile("tree/" + std::to_string(i) + "/" + std::to_string(j));
         const test::StopAtCall stop(test::StopAtCall::Kind::UnlinkAt, nth);
-        const Outcome outcome = nativeFileTree()->remove(folder / "tree", stop.token());
-        ASSERT_FALSE(outcome) << nth;
-        EXPECT_EQ(outcome.error().code, ECANCELED) << nth;
+        EXPECT_EQ(removePath(folder / "tree", stop.token()), ECANCELED) << nth;
         EXPECT_GT(nativeFileTree()->count(folder / "tree", {}).items, 1U) << nth;
     }
+}
+
+TEST(TreeRemove, AStopBeforehandLeavesAll) {
+    const TempFolder folder;
+    folder.writeFile("tree/file", "text");
+    const StopSource source;
+    source.requestStop();
+    EXPECT_EQ(removePath(folder / "tree", source.token()), ECANCELED);
+    EXPECT_EQ(test::readFile(folder / "tree/file"), "text");
 }
 
 TEST(TreeRemove, AStopThatComesTooLateIsASuccess) {
     const TempFolder folder;
     folder.writeFile("tree/file");
     const test::StopAtCall stop(test::StopAtCall::Kind::UnlinkAt, 3);
-    EXPECT_TRUE(nativeFileTree()->remove(folder / "tree", stop.token()));
+    EXPECT_EQ(removePath(folder / "tree", stop.token()), 0);
     EXPECT_FALSE(somethingAt(folder / "tree"));
 }
 
