@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -151,6 +153,50 @@ TEST_P(FileOperationsContract, NothingIsReportedInAnotherModeOrOnceItIsUnschedul
     EXPECT_EQ(operations().unschedule(operation), 0);
     MainRunLoop::run(RunLoopMode::Default, steady_clock::now() + 1ms);
     EXPECT_THAT(*reports_, IsEmpty());
+}
+
+// The first status that a copy of the folder `source` reports, if one came before its end.
+std::optional<FileOperationReport> firstStatus(FileOperations& operations,
+                                               const std::string& source, const std::string& folder,
+                                               const std::string& name) {
+    std::vector<FileOperationReport> reports;
+    const FileOperationRef operation = operations.create();
+    EXPECT_EQ(operations.schedule(operation), 0);
+    EXPECT_EQ(operations.copy(
+                  operation, source, folder, name,
+                  [&](const FileOperationReport& report) { reports.push_back(report); }, 1ms),
+              0);
+    EXPECT_TRUE(test::eventually([&] {
+        MainRunLoop::run(RunLoopMode::Default, steady_clock::now() + 1ms);
+        return !reports.empty() && reports.back().stage == FileOperationStage::Complete;
+    }));
+    for (const FileOperationReport& report : reports)
+        if (report.status) return report;
+    return std::nullopt;
+}
+
+// How long a copy takes is the machine's affair: the tree grows until one takes long enough.
+TEST_P(FileOperationsContract, ALongCopyReportsHowFarItHasCome) {
+    std::optional<FileOperationReport> report;
+    int files = 0;
+    for (int round = 0; round < 12 && !report; ++round) {
+        for (const int end = std::max(100, 2 * files); files < end; ++files)
+            folder_.writeFile("tree/" + std::to_string(files), "text");
+        report = firstStatus(operations(), folder_ / "tree", folder_.path(),
+                             "copy " + std::to_string(round));
+    }
+    ASSERT_TRUE(report);
+    EXPECT_EQ(report->stage, FileOperationStage::Running);
+    EXPECT_EQ(report->error, 0);
+    FileOperationStatus& status = *report->status;
+    EXPECT_EQ(status[kFSOperationTotalObjectsKey], files + 1);
+    EXPECT_EQ(status[kFSOperationTotalBytesKey], 4.0 * files);
+    EXPECT_LE(status[kFSOperationObjectsCompleteKey], files + 1);
+    EXPECT_EQ(status[kFSOperationObjectsCompleteKey] + status[kFSOperationObjectsRemainingKey],
+              status[kFSOperationTotalObjectsKey]);
+    EXPECT_EQ(status[kFSOperationBytesCompleteKey] + status[kFSOperationBytesRemainingKey],
+              status[kFSOperationTotalBytesKey]);
+    EXPECT_GE(status[kFSOperationThroughputKey], 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, FileOperationsContract, backEnds(), nameOf<BackEnd>);
