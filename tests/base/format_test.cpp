@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "tests/base/german_locale.h"
+#include "tests/support/german_locale.h"
 
 // A length that is too short for its argument is what some tests are about.
 #pragma GCC diagnostic ignored "-Wformat"

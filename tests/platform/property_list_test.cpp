@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <limits>
 #include <string>
+
+#include "tests/support/german_locale.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -28,9 +29,9 @@ TEST(PropertyListText, OfANumberIsItsShortestUsualForm) {
 }
 
 TEST(PropertyListText, DoesNotFollowTheLocale) {
-    if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) GTEST_SKIP() << "no such locale";
+    const test::GermanLocale german;
+    if (!german.inForce()) GTEST_SKIP() << "no German locale can be made here";
     EXPECT_EQ((PropertyListValue{1.5}.text()), "1.5");
-    std::setlocale(LC_ALL, "C");
 }
 
 TEST(PropertyListText, OfEveryOtherKindIsNil) {

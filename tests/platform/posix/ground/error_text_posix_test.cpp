@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "tests/base/german_locale.h"
+#include "tests/support/german_locale.h"
 
 namespace quillmoor::platform::posix {
 namespace {
