@@ -5,9 +5,9 @@
 # compares this list with what the library's objects need of each other.
 set(KX_HOOKS
     posix/ground/kernel_calls_posix.h
-        openPipe openWakePair renameNoReplace cloneFile reserveSpace listExtendedAttributes
-        getExtendedAttribute setExtendedAttribute getRemovalTraits kNoSuchAttributeError
-        isCopiedAttribute
+        openPipe openWakePair renameNoReplace openBeneath cloneFile reserveSpace
+        listExtendedAttributes getExtendedAttribute setExtendedAttribute getRemovalTraits
+        kNoSuchAttributeError isCopiedAttribute
     posix/ground/thread_id_posix.h
         currentThreadId
     posix/fs/ownership_posix.h

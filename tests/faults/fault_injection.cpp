@@ -128,6 +128,8 @@ void wrapFileCalls(CallTables& calls) {
         calls);
     wrap<&Calls::read, "read", kBroken | kInterrupted | kMemory, Transfer>(calls);
     wrap<&Calls::write, "write", kBroken | kFull | kInterrupted, Transfer>(calls);
+    wrap<&Calls::pread, "pread", kBroken | kInterrupted | kMemory>(calls);
+    wrap<&Calls::pwrite, "pwrite", kBroken | kFull | kInterrupted>(calls);
     wrap<&Calls::lseek, "lseek", kBroken>(calls);
     wrap<&Calls::ftruncate, "ftruncate", kBroken | kFull | kInterrupted>(calls);
     wrap<&Calls::close, "close", kBroken | kFull | kInterrupted>(calls);
@@ -164,6 +166,8 @@ void wrapAttributeCalls(CallTables& calls) {
     wrap<&Calls::fchownat, "fchownat", kBroken | kMemory>(calls);
     wrap<&Calls::futimens, "futimens", kBroken>(calls);
     wrap<&Calls::utimensat, "utimensat", kBroken | kMemory>(calls);
+    wrap<&Calls::openBeneath, "openBeneath", kBroken | kInterrupted | kDescriptors | kMemory>(
+        calls);
     wrap<&Calls::cloneFile, "cloneFile", kBroken | kFull | kInterrupted>(calls);
     wrap<&Calls::flistxattr, "flistxattr", kBroken | kMemory>(calls);
     wrap<&Calls::fgetxattr, "fgetxattr", kBroken | kMemory>(calls);

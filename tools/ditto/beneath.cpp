@@ -1,9 +1,7 @@
 #include "tools/ditto/beneath.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +10,7 @@
 
 #include "quillmoor/base/paths.h"
 #include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/fs/scoped_directory_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/entry_tree.h"
 #include "tools/ditto/failure.h"
@@ -19,29 +18,10 @@
 namespace quillmoor::ditto {
 namespace {
 
+using platform::posix::DirectoryReader;
 using platform::posix::systemCalls;
 
-using platform::posix::DirectoryReader;
-
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
-// In one call, where the kernel allows it.
-Descriptor openAtOnce(int root, const std::string& path) {
-    struct open_how how = {};
-    how.flags = kFolderFlags;
-    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-    return Descriptor(
-        static_cast<int>(::syscall(SYS_openat2, root, path.c_str(), &how, sizeof how)));
-}
-
-Descriptor openStepByStep(int root, std::string_view path) {
-    Descriptor folder(systemCalls().openat(root, ".", kFolderFlags, 0));
-    std::string_view component;
-    for (PathComponents components(path); folder && components.next(component);)
-        folder = Descriptor(
-            systemCalls().openat(folder.get(), std::string(component).c_str(), kFolderFlags, 0));
-    return folder;
-}
 
 // One on the way down.
 struct Step {
@@ -89,11 +69,8 @@ std::string parentPathOf(std::string_view path) {
 
 Descriptor openFolderBeneath(int root, std::string_view path) {
     Descriptor folder;
-    if (!path.empty()) folder = openAtOnce(root, std::string(path));
-    // Old kernels lack the call, and some sandboxes forbid it.
-    if (!folder && (path.empty() || errno == ENOSYS || errno == EPERM || errno == EAGAIN))
-        folder = openStepByStep(root, path);
-    if (!folder) failWithErrno(path, "opened");
+    const int error = platform::posix::openFolderBeneath(root, path, folder);
+    if (error != 0) failWithError(path, "opened", error);
     return folder;
 }
 

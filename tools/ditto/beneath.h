@@ -18,8 +18,7 @@ using platform::posix::Descriptor;
 // The folder that `path`, which a user gave, stands in; "." for a name alone.
 std::string parentPathOf(std::string_view path);
 
-// Opens the folder `path` below `root`; "" is the root itself. Of any length. Throws Failure; a
-// link on the way is one.
+// As platform::posix::openFolderBeneath, but throws Failure for an error.
 Descriptor openFolderBeneath(int root, std::string_view path);
 
 // What an open folder holds, in no order. Throws Failure, with the name, where that cannot be

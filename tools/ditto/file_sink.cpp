@@ -34,7 +34,8 @@ void writeAll(int file, std::span<const unsigned char> bytes, std::string_view n
 void writeAllAt(int file, std::uint64_t offset, std::span<const unsigned char> bytes,
                 std::string_view name) {
     while (!bytes.empty()) {
-        const ssize_t put = ::pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        const ssize_t put =
+            systemCalls().pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (put < 0 && errno == EINTR) continue;
         if (put < 0) failWithErrno(name, "written");
         offset += static_cast<std::uint64_t>(put);

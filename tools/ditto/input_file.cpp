@@ -28,8 +28,8 @@ InputFile::InputFile(std::string path) : path_(std::move(path)) {
 
 void InputFile::readAt(std::uint64_t offset, std::span<unsigned char> bytes) const {
     while (!bytes.empty()) {
-        const ssize_t got =
-            ::pread(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        const ssize_t got = systemCalls().pread(file_.get(), bytes.data(), bytes.size(),
+                                                static_cast<off_t>(offset));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) failWithErrno(path_, "read");
         if (got == 0) throw Failure(quoted(path_) + " ends too early");

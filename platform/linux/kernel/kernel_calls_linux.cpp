@@ -3,10 +3,12 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <linux/openat2.h>
 #include <stdio.h>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -40,6 +42,13 @@ int openWakePair(int ends[2]) {
 
 int renameNoReplace(int folder, const char* name, int newFolder, const char* newName) {
     return ::renameat2(folder, name, newFolder, newName, RENAME_NOREPLACE);
+}
+
+int openBeneath(int folder, const char* path) {
+    struct open_how how {};
+    how.flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    return static_cast<int>(::syscall(SYS_openat2, folder, path, &how, sizeof how));
 }
 
 int cloneFile(int from, int folder, const char* name, bool* cloned) {

@@ -31,6 +31,13 @@ int openWakePair(int ends[2]);
 // move, and at the end of each copy and atomic write.
 int renameNoReplace(int folder, const char* name, int newFolder, const char* newName);
 
+// Opens the folder `path` below the open folder `folder` for reading, close-on-exec, in one call
+// that follows no link, ELOOP, and leads nowhere else, EXDEV. The path is relative, has no ".." and
+// is short enough for a call. ENOSYS where the kernel cannot: posix/fs/scoped_directory then goes
+// step by step, as it does after EPERM and EAGAIN. Called for each folder that an archive's items
+// are made in or packed from.
+int openBeneath(int folder, const char* path);
+
 // Makes the file `name` in `folder`, readable and writable by its owner alone, and returns its
 // close-on-exec descriptor, open for writing. EEXIST where anything has that name, a dangling link
 // included. `cloned` reports whether the file shares the blocks of the open file `from`, and with

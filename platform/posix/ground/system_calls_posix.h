@@ -27,6 +27,8 @@ struct SystemCalls {
     int (*openat)(int folder, const char* name, int flags, mode_t mode);
     ssize_t (*read)(int file, void* buffer, std::size_t size);
     ssize_t (*write)(int file, const void* buffer, std::size_t size);
+    ssize_t (*pread)(int file, void* buffer, std::size_t size, off_t offset);
+    ssize_t (*pwrite)(int file, const void* buffer, std::size_t size, off_t offset);
     off_t (*lseek)(int file, off_t offset, int whence);
     int (*ftruncate)(int file, off_t size);
     // Where a failure of writing may be reported last. The descriptor is closed in any case.
@@ -59,6 +61,7 @@ struct SystemCalls {
     int (*utimensat)(int folder, const char* name, const struct timespec times[2], int flags);
 
     // These, and renameNoReplace, pipe and wakePair, are hooks: see kernel_calls_posix.h.
+    int (*openBeneath)(int folder, const char* path);
     int (*cloneFile)(int from, int folder, const char* name, bool* cloned);
     int (*reserveSpace)(int file, off_t size);
     ssize_t (*flistxattr)(int file, char* names, std::size_t size);

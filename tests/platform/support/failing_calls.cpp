@@ -66,7 +66,8 @@ const CallTables failingCalls = wrapped<
     &Calls::send, &Calls::recv, &Calls::posix_spawn, &Calls::pthread_create, &Calls::waitid,
     &Calls::kill, &Calls::mmap, &Calls::reserveSpace, &Calls::wakePair, &LinuxCalls::accept4,
     &LinuxCalls::pidfd_open, &LinuxCalls::pidfd_send_signal, &LinuxCalls::mremap,
-    &LinuxCalls::getrandom, &Calls::flock, &LinuxCalls::statx, &Calls::recvmsg>();
+    &LinuxCalls::getrandom, &Calls::flock, &LinuxCalls::statx, &Calls::recvmsg, &Calls::pread,
+    &Calls::pwrite, &Calls::openBeneath>();
 
 }  // namespace
 
