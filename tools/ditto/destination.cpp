@@ -19,9 +19,9 @@
 namespace quillmoor::ditto {
 namespace {
 
-using platform::posix::systemCalls;
-
+using platform::posix::emptyFolder;
 using platform::posix::renameWithoutReplacing;
+using platform::posix::systemCalls;
 using platform::posix::temporaryName;
 
 // What cannot be examined counts as there.
@@ -187,7 +187,8 @@ void Destination::rollBack() noexcept {
 void Destination::removeStage() noexcept {
     for (Descriptor& spare : spare_) spare.reset();
     try {
-        if (stage_) removeContents(stage_.get());
+        const int error = stage_ ? emptyFolder(stage_.get()) : 0;
+        if (error != 0) failWithError(path_, "cleaned up", error);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "ditto: %s\n", failure.what());
     }

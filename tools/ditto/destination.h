@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
 #include "tools/ditto/beneath.h"
 #include "tools/ditto/entry_tree.h"
 
@@ -57,7 +58,8 @@ class Destination {
     std::string name_;   // of the destination in its parent, where it does not exist
     std::string stageName_;
     Descriptor stage_;
-    std::array<Descriptor, kDescriptorsToRemove> spare_;  // closed when the stage is removed
+    // Closed when the stage is removed.
+    std::array<Descriptor, platform::posix::kDescriptorsToEmpty> spare_;
 };
 
 }  // namespace quillmoor::ditto

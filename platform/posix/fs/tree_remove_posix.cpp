@@ -34,7 +34,8 @@ struct Removal {
     const int base;
     const TreeKind kind;
     const StopToken& stop;
-    TreeLimits limits = treeLimits(1);
+    const bool keepsTop;  // the tree's own folder stays
+    const TreeLimits limits;
     std::mutex mutex{};  // for what threads report to each other
     std::atomic<int> error{0};
     std::atomic<bool> removedSomething{false};
@@ -72,8 +73,8 @@ class RemovalWorker : public TreeWorker {
     RemovalWorker(TreeCrew& crew, Removal& work)
         : TreeWorker(crew, work.limits, kBatch), work_(work) {}
 
-    void remove(const std::string& name) {
-        removeEntry(nullptr, work_.base, {name.c_str(), 0});
+    void remove(const TreeEntry& tree) {
+        removeEntry(nullptr, work_.base, tree);
         work();
     }
 
@@ -185,6 +186,8 @@ class RemovalWorker : public TreeWorker {
 
     int unlinkTop(const RemovalLevel& level) {
         auto* const above = static_cast<RemovalLevel*>(aboveTop());
+        // Whether it is empty by now is found out by reading it again.
+        if (above == nullptr && work_.keepsTop) return level.left.removedSomething ? ENOTEMPTY : 0;
         const int folder = above != nullptr ? above->folder() : work_.base;
         const int error = unlink(above, folder, level.name.c_str(), AT_REMOVEDIR);
         if (error == ENOENT && above == nullptr) work_.topIsGone = true;
@@ -242,21 +245,40 @@ class RemovalWorker : public TreeWorker {
     Removal& work_;
 };
 
+void run(Removal& work, const TreeEntry& top) noexcept {
+    try {
+        TreeCrew crew(work.limits.threads, [&] { RemovalWorker(crew, work).help(); });
+        RemovalWorker(crew, work).remove(top);
+    } catch (const std::bad_alloc&) {
+        work.fail(ENOMEM);
+    }
+}
+
 }  // namespace
 
 RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
                          const StopToken& stop) noexcept {
     if (stop.isStopRequested()) return {ECANCELED, false};
-    Removal work{folder, kind, stop};
-    try {
-        TreeCrew crew(work.limits.threads, [&] { RemovalWorker(crew, work).help(); });
-        RemovalWorker(crew, work).remove(name);
-    } catch (const std::bad_alloc&) {
-        work.fail(ENOMEM);
-    }
+    Removal work{
+        .base = folder, .kind = kind, .stop = stop, .keepsTop = false, .limits = treeLimits(1)};
+    run(work, {name.c_str(), 0});
     int error = work.error;
     if (stop.isStopRequested() && !work.topIsGone) error = ECANCELED;
     return {error, work.removedSomething};
+}
+
+int emptyFolder(int folder) noexcept {
+    // Going down or up, a folder and the one it is in are open.
+    static_assert(kDescriptorsToEmpty == 2);
+    constexpr TreeLimits kFewest{.threads = 1, .openLevels = 1};
+    const StopToken never;
+    Removal work{.base = folder,
+                 .kind = TreeKind::OurOwn,
+                 .stop = never,
+                 .keepsTop = true,
+                 .limits = kFewest};
+    run(work, {".", S_IFDIR});
+    return work.error;
 }
 
 int removePath(const std::string& path, const StopToken& stop) noexcept try {

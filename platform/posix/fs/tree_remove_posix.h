@@ -1,6 +1,7 @@
 // Removal of an item with all it holds.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "quillmoor/base/stop_token.h"
@@ -25,6 +26,12 @@ struct RemovalResult {
 // emptied ends the removal. Lack of memory ends it with ENOMEM.
 RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
                          const StopToken& stop = {}) noexcept;
+
+// Removes all that is in the open folder, a tree of our own, likewise and leaves the folder itself.
+// On this thread alone, with so many descriptors at most besides the folder's. Returns 0 or the
+// first error.
+inline constexpr std::size_t kDescriptorsToEmpty = 2;
+int emptyFolder(int folder) noexcept;
 
 // As FileManager::removeItem. Stopped, it is ECANCELED, and what has not been removed is still
 // there. Returns 0 or the error number, ENOMEM for lack of memory.

@@ -2,14 +2,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/temp_folder.h"
@@ -110,46 +107,6 @@ TEST_F(DittoDestination, FoldersAreNotReachedThroughLinks) {
     EXPECT_GE(cache.open("a"), 0);
     EXPECT_GE(cache.open("a/b"), 0);
     EXPECT_THROW(cache.open("a/out"), Failure);
-}
-
-TEST_F(DittoDestination, ADeepTreeIsRemoved) {
-    folder_.writeFile("outside/kept", "kept");
-    folder_.makeFolder("root/closed");
-    folder_.makeLink("root/link", "../outside");
-    folder_.writeFile("root/closed/file");
-    ::chmod((folder_ / "root/closed").c_str(), 0);
-    const Descriptor root = open(folder_ / "root");
-    Descriptor at = open(folder_ / "root");
-    // Deeper than files may be open at a time.
-    const rlimit most = {64, 64};
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &most), 0);
-    for (int i = 0; i < 200; ++i) {
-        ASSERT_EQ(::mkdirat(at.get(), "deep", 0700), 0);
-        at = Descriptor(::openat(at.get(), "deep", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    }
-    removeContents(root.get());
-    EXPECT_TRUE(fs::is_empty(folder_ / "root"));
-    EXPECT_EQ(test::readFile(folder_ / "outside/kept"), "kept");
-}
-
-TEST_F(DittoDestination, AFolderMovedOutWhileItIsEmptiedEndsTheEmptying) {
-    constexpr int kFiles = 4000;
-    folder_.writeFile("other/precious", "kept");
-    for (int i = 0; i < kFiles; ++i) folder_.writeFile("root/inner/" + std::to_string(i));
-    const Descriptor root = open(folder_ / "root");
-    const std::string inner = folder_ / "root/inner";
-    std::thread mover([&] {
-        const auto hasBegun = [&] {
-            for (int i = 0; i < kFiles; i += 50)
-                if (!somethingAt(inner + "/" + std::to_string(i))) return true;
-            return false;
-        };
-        while (!hasBegun()) continue;
-        fs::rename(inner, folder_ / "other/inner");
-    });
-    EXPECT_THROW(removeContents(root.get()), Failure);
-    mover.join();
-    EXPECT_EQ(test::readFile(folder_ / "other/precious"), "kept");
 }
 
 TEST_F(DittoDestination, AFolderIsEmptyWhenItHoldsNothingThatCanBeSeen) {

@@ -4,8 +4,9 @@
 
 #include <string>
 
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/tools/ditto/unpack_fixture.h"
-#include "tools/ditto/beneath.h"
 #include "tools/ditto/unpack.h"
 
 namespace quillmoor::ditto {
@@ -153,8 +154,11 @@ TEST_F(DittoUnpack, NoChangedByteLeadsAstray) {
         }
         ASSERT_EQ(somethingAt(dest_), done) << i;
         // Whatever rights the folders got.
-        const Descriptor made(::open(dest_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (made) removeContents(made.get());
+        const platform::posix::Descriptor made(
+            ::open(dest_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (made) {
+            EXPECT_EQ(platform::posix::emptyFolder(made.get()), 0);
+        }
         fs::remove(dest_);
         ASSERT_EQ(test::describeTree(folder_.path()).size(), outside + 2) << i;
     }

@@ -19,8 +19,9 @@
 #include <string>
 #include <vector>
 
+#include "quillmoor/platform/posix/fs/tree_remove_posix.h"
+#include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/tools/ditto/unpack_fixture.h"
-#include "tools/ditto/beneath.h"
 
 namespace quillmoor::ditto {
 namespace {
@@ -394,8 +395,11 @@ TEST_F(DittoUnpack, WithoutEnoughDescriptorsNothingIsLeft) {
             ASSERT_EQ(test::describeTree(work_ + "/old"), before) << count << result.errors;
         }
         EXPECT_GT(failures, 5);
-        const Descriptor made(::open((work_ + "/p").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (made) removeContents(made.get());
+        const platform::posix::Descriptor made(
+            ::open((work_ + "/p").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (made) {
+            EXPECT_EQ(platform::posix::emptyFolder(made.get()), 0);
+        }
         fs::remove(work_ + "/p");
     }
 }

@@ -13,11 +13,15 @@
 #include <cerrno>
 #include <cstring>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
 #include "tests/platform/support/stop_at_call.h"
+#include "tests/support/few_descriptors.h"
 
 namespace quillmoor::platform::posix {
 namespace {
@@ -316,6 +320,106 @@ TEST(TreeRemove, InALargeTreeWhatMayNotBeRemovedStaysAndTheRestGoes) {
     EXPECT_EQ(outcome.error().code, EACCES);
     // The tree, two folders (7 and 17), and in each two that are closed, with a file.
     EXPECT_EQ(nativeFileTree()->count(folder / "tree", {}).items, 1U + 2U + 4U + 4U);
+}
+
+Descriptor openFolderAt(const std::string& path) {
+    return Descriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+TEST(EmptyFolder, RemovesAllThatIsInItAndFollowsNoLink) {
+    const TempFolder folder;
+    const std::string kept = folder.writeFile("outside/kept", "stays");
+    const std::string tree = test::makeNastyTree(folder, "tree");
+    folder.makeLink("tree/link", folder / "outside");
+    folder.writeFile("tree/closed/inner/file");
+    ASSERT_EQ(::chmod((folder / "tree/closed/inner").c_str(), 0555), 0);
+    ASSERT_EQ(::chmod((folder / "tree/closed").c_str(), 0), 0);
+    EXPECT_EQ(emptyFolder(openFolderAt(tree).get()), 0);
+    EXPECT_EQ(test::listing(tree), "");
+    EXPECT_EQ(test::readFile(kept), "stays");
+    EXPECT_EQ(emptyFolder(openFolderAt(tree).get()), 0);
+}
+
+TEST(EmptyFolder, RemovesWhatIsInAWideFolder) {
+    const TempFolder folder;
+    for (int i = 0; i < 500; ++i) {
+        folder.writeFile("wide/" + std::to_string(i));
+        folder.makeFolder("wide/folder " + std::to_string(i));
+    }
+    EXPECT_EQ(emptyFolder(openFolderAt(folder / "wide").get()), 0);
+    EXPECT_EQ(test::listing(folder / "wide"), "");
+}
+
+// All descriptors are in use but so many.
+class DescriptorsLeft {
+  public:
+    DescriptorsLeft(int open, std::size_t count) {
+        for (Descriptor copy(::dup(open)); copy; copy = Descriptor(::dup(open)))
+            used_.push_back(std::move(copy));
+        used_.resize(used_.size() - count);
+    }
+
+  private:
+    const test::FewDescriptors most_{64};
+    std::vector<Descriptor> used_;
+};
+
+TEST(EmptyFolder, NeedsNoMoreDescriptorsThanItSays) {
+    const TempFolder folder;
+    folder.makeFolder("tree");
+    test::makeDeepTree(folder / "tree/deep", 200, "d");
+    folder.writeFile("tree/deep/d/side/file");
+    const Descriptor tree = openFolderAt(folder / "tree");
+    {
+        const DescriptorsLeft tooFew(tree.get(), kDescriptorsToEmpty - 1);
+        EXPECT_EQ(emptyFolder(tree.get()), EMFILE);
+    }
+    EXPECT_NE(test::listing(folder / "tree"), "");
+    {
+        const DescriptorsLeft enough(tree.get(), kDescriptorsToEmpty);
+        EXPECT_EQ(emptyFolder(tree.get()), 0);
+    }
+    EXPECT_EQ(test::listing(folder / "tree"), "");
+}
+
+// A folder is moved elsewhere when the first file in it is to be removed.
+class MovedWhenEmptied {
+  public:
+    MovedWhenEmptied(std::string from, std::string to) : calls_(systemCalls()) {
+        from_ = std::move(from);
+        to_ = std::move(to);
+        calls_.unlinkat = [](int folder, const char* name, int flags) {
+            if (!from_.empty()) {
+                EXPECT_EQ(::rename(from_.c_str(), to_.c_str()), 0);
+            }
+            from_.clear();
+            return next_->unlinkat(folder, name, flags);
+        };
+        next_ = exchangeSystemCalls(&calls_);
+    }
+    ~MovedWhenEmptied() { exchangeSystemCalls(next_); }
+    MovedWhenEmptied(const MovedWhenEmptied&) = delete;
+    MovedWhenEmptied& operator=(const MovedWhenEmptied&) = delete;
+
+  private:
+    static inline std::string from_;
+    static inline std::string to_;
+    static inline const SystemCalls* next_ = nullptr;
+    SystemCalls calls_;
+};
+
+TEST(EmptyFolder, EndsWhenAFolderInItIsMovedElsewhere) {
+    const TempFolder folder;
+    folder.writeFile("other/precious", "stays");
+    folder.writeFile("tree/inner/file");
+    const Descriptor tree = openFolderAt(folder / "tree");
+    const MovedWhenEmptied move(folder / "tree/inner", folder / "other/inner");
+    EXPECT_EQ(emptyFolder(tree.get()), EBUSY);
+    EXPECT_EQ(test::readFile(folder / "other/precious"), "stays");
+}
+
+TEST(EmptyFolder, ReportsThatItCannotBeRead) {
+    EXPECT_EQ(emptyFolder(-1), EBADF);
 }
 
 }  // namespace
