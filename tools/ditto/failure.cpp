@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
-#include <system_error>
 
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
 #include "tools/ditto/text.h"
 
 namespace quillmoor::ditto {
@@ -15,7 +15,7 @@ void failWithErrno(std::string_view path, std::string_view what) {
 
 void failWithError(std::string_view path, std::string_view what, int error) {
     throw Failure(quoted(path) + " couldn’t be " + std::string(what) + ": " +
-                  std::generic_category().message(error));
+                  platform::posix::systemErrorText(error));
 }
 
 void warnOfResidue(const std::string& name) noexcept {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 
@@ -23,12 +24,9 @@ std::uint32_t addToCrc(std::uint32_t crc, std::span<const unsigned char> bytes) 
 }  // namespace
 
 void writeAll(int file, std::span<const unsigned char> bytes, std::string_view name) {
-    while (!bytes.empty()) {
-        const ssize_t put = systemCalls().write(file, bytes.data(), bytes.size());
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0) failWithErrno(name, "written");
-        bytes = bytes.subspan(static_cast<std::size_t>(put));
-    }
+    const int error =
+        platform::posix::writeAll(file, reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (error != 0) failWithError(name, "written", error);
 }
 
 void writeAllAt(int file, std::uint64_t offset, std::span<const unsigned char> bytes,

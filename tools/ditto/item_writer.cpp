@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <string>
 
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 
@@ -60,8 +61,8 @@ void FileWriter::write(const PlannedItem& file) {
     }
     if (systemCalls().futimens(output.get(), datesOf(entry).data()) != 0)
         failWithErrno(file.path, "dated");
-    // Some file systems tell only now that the disk is full.
-    if (systemCalls().close(output.release()) != 0) failWithErrno(file.path, "written");
+    const int error = platform::posix::closeChecked(output);
+    if (error != 0) failWithError(file.path, "written", error);
 }
 
 void makeFolder(FolderCache& folders, const PlannedItem& folder) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "quillmoor/base/paths.h"
+#include "quillmoor/platform/posix/fs/file_data_posix.h"
 #include "quillmoor/platform/posix/ground/names_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
@@ -57,8 +58,8 @@ void PendingArchive::putInPlace() {
         temporaryName_.clear();
         failWithError(path_, "replaced", EBUSY);
     }
-    // Some file systems tell only now that the disk is full.
-    if (systemCalls().close(file_.release()) != 0) failWithErrno(path_, "written");
+    const int error = platform::posix::closeChecked(file_);
+    if (error != 0) failWithError(path_, "written", error);
     if (systemCalls().renameat(folder_.get(), temporaryName_.c_str(), folder_.get(),
                                name_.c_str()) != 0)
         failWithErrno(path_, "replaced");

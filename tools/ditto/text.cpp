@@ -6,17 +6,12 @@
 #include <cstdlib>
 #include <memory>
 
+#include "quillmoor/base/utf8.h"
+
 namespace quillmoor::ditto {
 namespace {
 
-// The character at the front of `bytes`: its length, or 0 if it is no UTF-8.
-std::size_t characterAt(std::string_view bytes, utf8proc_int32_t& code) {
-    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
-                                         static_cast<utf8proc_ssize_t>(bytes.size()), &code);
-    return length > 0 ? static_cast<std::size_t>(length) : 0;
-}
-
-bool steersTerminal(utf8proc_int32_t code) {
+bool steersTerminal(char32_t code) {
     return code < 0x20 || (code >= 0x7f && code < 0xa0) || (code >= 0x202a && code <= 0x202e) ||
            (code >= 0x2066 && code <= 0x2069);
 }
@@ -41,14 +36,13 @@ std::string foldedAscii(std::string_view name) {
 std::string printable(std::string_view bytes) {
     std::string out;
     while (!bytes.empty()) {
-        utf8proc_int32_t code = 0;
-        const std::size_t length = characterAt(bytes, code);
-        const std::string_view character = bytes.substr(0, length == 0 ? 1 : length);
-        if (length == 0 || code == '\\' || steersTerminal(code))
+        const Utf8Character found = utf8CharacterAt(bytes, 0);
+        const std::string_view character = bytes.substr(0, found.bytes);
+        if (!found.valid || found.codePoint == '\\' || steersTerminal(found.codePoint))
             appendEscaped(out, character);
         else
             out += character;
-        bytes.remove_prefix(character.size());
+        bytes.remove_prefix(found.bytes);
     }
     return out;
 }
@@ -59,10 +53,9 @@ std::string quoted(std::string_view bytes) {
 
 bool isUtf8(std::string_view bytes) {
     while (!bytes.empty()) {
-        utf8proc_int32_t code = 0;
-        const std::size_t length = characterAt(bytes, code);
-        if (length == 0) return false;
-        bytes.remove_prefix(length);
+        const Utf8Character found = utf8CharacterAt(bytes, 0);
+        if (!found.valid) return false;
+        bytes.remove_prefix(found.bytes);
     }
     return true;
 }
