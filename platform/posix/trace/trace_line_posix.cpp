@@ -1,0 +1,140 @@
+#include "quillmoor/platform/posix/trace/trace_line_posix.h"
+
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "quillmoor/platform/posix/ground/thread_id_posix.h"
+
+namespace quillmoor::platform::posix {
+namespace {
+
+constexpr std::string_view kDigits = "0123456789abcdef";
+
+bool isPlain(char letter) {
+    return letter >= ' ' && letter <= '~' && letter != '"' && letter != '\\';
+}
+
+timespec now() {
+    timespec time{};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return time;
+}
+
+}  // namespace
+
+void TraceText::add(std::string_view text) {
+    if (isCut_) return;
+    const std::size_t size = std::min(text.size(), limit_ - size_);
+    std::copy_n(text.data(), size, bytes_.data() + size_);
+    size_ += size;
+    isCut_ = size < text.size();
+}
+
+void TraceText::addNumber(std::int64_t number) {
+    if (number < 0) add("-");
+    const auto bits = static_cast<std::uint64_t>(number);
+    addInBase(number < 0 ? 0 - bits : bits, 10);
+}
+
+void TraceText::addHex(std::uint64_t number) {
+    if (number != 0) add("0x");
+    addInBase(number, 16);
+}
+
+void TraceText::addOctal(std::uint64_t number) {
+    if (number != 0) add("0");
+    addInBase(number, 8);
+}
+
+void TraceText::addInBase(std::uint64_t number, unsigned base) {
+    std::array<char, 24> digits{};
+    std::size_t at = digits.size();
+    do {
+        digits[--at] = kDigits[number % base];
+        number /= base;
+    } while (number != 0);
+    add({digits.data() + at, digits.size() - at});
+}
+
+void TraceText::addQuoted(std::string_view text) {
+    add("\"");
+    for (const char letter : text) {
+        const auto byte = static_cast<unsigned char>(letter);
+        const std::array<char, 4> escaped{'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 15U]};
+        add(isPlain(letter) ? std::string_view(&letter, 1)
+                            : std::string_view(escaped.data(), escaped.size()));
+    }
+    add("\"");
+}
+
+void TraceText::addQuoted(const char* text) {
+    if (text == nullptr)
+        add("null");
+    else
+        addQuoted(std::string_view(text));
+}
+
+void TraceText::cut() {
+    limit_ = kRoom - 1;  // a line's end follows
+    if (!isCut_) return;
+    isCut_ = false;
+    add("...");
+}
+
+void TraceText::write() {
+    const int error = errno;
+    bytes_[size_++] = '\n';
+    while (::write(STDERR_FILENO, bytes_.data(), size_) < 0 && errno == EINTR) continue;
+    errno = error;
+}
+
+TraceLine::TraceLine(const char* area, const char* call) {
+    add("kx[");
+    addNumber(::getpid());
+    add("/");
+    addNumber(static_cast<std::int64_t>(currentThreadId()));
+    add("] ");
+    add(area);
+    add(" ");
+    add(call);
+    add("(");
+}
+
+void TraceLine::beginArgument() {
+    if (hasArgument_) add(", ");
+    hasArgument_ = true;
+}
+
+void TraceLine::beginCall() {
+    begun_ = now();
+}
+
+void TraceLine::endCall() {
+    const timespec ended = now();
+    microseconds_ = std::int64_t{ended.tv_sec - begun_.tv_sec} * 1'000'000 +
+                    (ended.tv_nsec - begun_.tv_nsec) / 1'000;
+    cut();
+    add(") = ");
+}
+
+void TraceLine::addError(int error) {
+    add(" ");
+#ifdef __GLIBC__
+    const char* const name = ::strerrorname_np(error);
+    if (name != nullptr) return add(name);
+#endif
+    add("error ");
+    addNumber(error);
+}
+
+void TraceLine::end() {
+    add(" (");
+    addNumber(microseconds_);
+    add(" us)");
+    write();
+}
+
+}  // namespace quillmoor::platform::posix
