@@ -27,10 +27,10 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/quillmoor-kx-config-vers
 install(FILES "${PROJECT_BINARY_DIR}/quillmoor-kx-config.cmake"
     "${PROJECT_BINARY_DIR}/quillmoor-kx-config-version.cmake" DESTINATION ${package_folder})
 
-# The back-ends below platform/ and what belongs to one system stay inside.
+# The back-ends below platform/, what belongs to one system and the trace stay inside.
 foreach(floor base platform log)
     file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${floor}/*.h")
-    list(FILTER headers EXCLUDE REGEX "_(linux|macos|posix)\\.h$")
+    list(FILTER headers EXCLUDE REGEX "_(linux|macos|posix)\\.h$|/trace\\.h$")
     install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillmoor/${floor})
 endforeach()
 foreach(floor paths task auth files)

@@ -18,6 +18,9 @@ set(KX_HOOKS
         closeAllButStandardStreams openExitDescriptor waitForChild signalChild enlargePipe
     posix/process/memory_mapping_posix.h
         mapMemory growMapping unmapMemory)
+if(KX_TRACE)
+    list(APPEND KX_HOOKS posix/trace/traced_calls_posix.h traceOwnCalls)
+endif()
 
 # The lines that may begin a definition, which are not indented, of those of a folder's sources that
 # have something in the namespace.

@@ -3,21 +3,30 @@
 #include <atomic>
 
 #include "quillmoor/platform/native_services.h"
+#ifdef KX_TRACE
+#include "quillmoor/platform/trace.h"
+#endif
 
 namespace quillmoor::platform {
 namespace {
 
 std::atomic<const Platform*> inForce{nullptr};
 
+#ifndef KX_TRACE
+const Platform& traced(const Platform& services) {
+    return services;
+}
+#endif
+
 }  // namespace
 
 const Platform& native() {
-    static const Platform services{
-        nativeProcessInfo(), nativeLocations(),      nativeFileManager(),   nativeAttributes(),
-        nativeFileTree(),    nativeFileOperations(), nativeFileHandles(),   nativeTasks(),
-        nativeMainThread(),  nativeBundles(),        nativePropertyLists(), nativeApplications(),
-        nativeTrash(),       nativeToolPaths(),      nativeFinderInfo(),    nativeAuthorization(),
-        nativeText(),        nativeConsole(),        nativeClock()};
+    static const Platform services =
+        traced({nativeProcessInfo(), nativeLocations(), nativeFileManager(), nativeAttributes(),
+                nativeFileTree(), nativeFileOperations(), nativeFileHandles(), nativeTasks(),
+                nativeMainThread(), nativeBundles(), nativePropertyLists(), nativeApplications(),
+                nativeTrash(), nativeToolPaths(), nativeFinderInfo(), nativeAuthorization(),
+                nativeText(), nativeConsole(), nativeClock()});
     return services;
 }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """What a new back-end is told to be missing is what the library's objects need of one.
 
-  back_end_test.py CMAKE SOURCES ARCHIVE..."""
+  back_end_test.py CMAKE SOURCES TRACE ARCHIVE...    TRACE is the option KX_TRACE of the archives"""
 
 import pathlib
 import re
@@ -34,16 +34,17 @@ def owed(archives):
     return sorted(name.rsplit("::", 1)[1] for name in needed & defined[True] - defined[False])
 
 
-def configure(cmake, sources, platform, build):
+def configure(cmake, sources, trace, platform, build):
     return subprocess.run([cmake, "-S", sources, "-B", build, f"-DKX_PLATFORM={platform}",
+                           f"-DKX_TRACE={trace}",
                            "-DKX_BUILD_HOST=OFF", "-DKX_BUILD_TESTS=OFF"],
                           capture_output=True, text=True, check=False)
 
 
-def report(cmake, seam, platform):
+def report(cmake, seam, trace, platform):
     """What would be reported of a back-end, without configuring the project."""
     script = seam.parent / "report.cmake"
-    script.write_text(f'include("{seam}/BackEnd.cmake")\nkx_report_missing("{seam}" {platform})\n')
+    script.write_text(f'set(KX_TRACE {trace})\ninclude("{seam}/BackEnd.cmake")\nkx_report_missing("{seam}" {platform})\n')
     run = subprocess.run([cmake, "-P", script], capture_output=True, text=True, check=True)
     return run.stderr.splitlines()
 
@@ -68,25 +69,26 @@ class Checks:
 
 
 def main():
-    cmake, sources, archives = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3:]
+    cmake, sources, trace = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3]
+    archives = sys.argv[4:]
     checks = Checks()
     expected = owed(archives)
     checks.equal("there are services and hooks", len(expected) > 20, True)
     with tempfile.TemporaryDirectory() as folder:
         folder = pathlib.Path(folder)
-        run = configure(cmake, sources, "template", folder / "build")
+        run = configure(cmake, sources, trace, "template", folder / "build")
         checks.equal("the template is configured", run.returncode, 0)
         checks.equal("all is missing, each in one line", missing_names(run.stderr.splitlines()),
                      expected)
 
-        run = configure(cmake, sources, "nonesuch", folder / "none")
+        run = configure(cmake, sources, trace, "nonesuch", folder / "none")
         checks.equal("no such back-end", run.returncode, 1)
         checks.equal("no such back-end is said so",
                      "There is no back-end platform/nonesuch" in run.stderr, True)
 
         seam = folder / "copy/platform"
         shutil.copytree(sources / "platform", seam)
-        checks.equal("nothing is missing here", report(cmake, seam, "linux"), [])
+        checks.equal("nothing is missing here", report(cmake, seam, trace, "linux"), [])
         for name in expected:
             definition = re.compile(rf"^(\w.*[ *]){name}(?=\(| =)", re.MULTILINE)
             namespace = "platform" if name.startswith("native") else "platform::posix"
@@ -95,7 +97,7 @@ def main():
             checks.equal(f"{name} has one definition", len(files), 1)
             before = files[0].read_text()
             files[0].write_text(definition.sub(r"\1other", before))
-            checks.equal(f"{name} is missing", missing_names(report(cmake, seam, "linux")), [name])
+            checks.equal(f"{name} is missing", missing_names(report(cmake, seam, trace, "linux")), [name])
             files[0].write_text(before)
     print(f"{len(expected)} services and hooks, {checks.failures} not reported as expected")
     return 1 if checks.failures else 0
