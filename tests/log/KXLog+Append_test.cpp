@@ -12,32 +12,14 @@ namespace quillmoor {
 namespace {
 
 using KXLogAppend = test::LogTest;
+using test::OpenLog;
+using test::queued;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-
-// What the worker has been asked for and has not done is counted by characters.
-std::size_t queued() {
-    return KXLog::sharedController()->bytesInQueue();
-}
 
 void onAnotherThread(const std::function<void()>& body) {
     std::thread(body).join();
 }
-
-// The messages behind the header, whose four lines are checked elsewhere.
-class OpenLog : public test::LogTest {
-  protected:
-    OpenLog() {
-        KXLog::createNewLog();
-        KXLog::finishWriting();
-    }
-    StringList written() {
-        KXLog::finishWriting();
-        StringList all = messages(logPath(1));
-        all.erase(all.begin(), all.begin() + std::min<long>(4, static_cast<long>(all.size())));
-        return all;
-    }
-};
 
 TEST_F(OpenLog, WritesADatedLineForEachMessageInOrder) {
     KXLog::appendLog("one %d", 1);
@@ -100,116 +82,6 @@ TEST_F(OpenLog, BytesWrittenIsTheSizeOfAFileStartedHere) {
     KXLog::appendLog("line");
     KXLog::finishWriting();
     EXPECT_EQ(KXLog::sharedController()->bytesWritten(), generation(1).size());
-}
-
-// A call that may wait is made on another thread while the worker is held at the gate.
-class HeldLog : public OpenLog {
-  protected:
-    HeldLog() {
-        holdWritesAt(gate_);
-        caller_ = std::thread();
-    }
-    ~HeldLog() override {
-        finish();
-        KXLog::finishWriting();  // the worker is through the gate
-    }
-    void call(std::function<void()> body) {
-        caller_ = std::thread([this, body = std::move(body)] {
-            body();
-            returned_ = true;
-        });
-        gate_.waitForSomebody();
-    }
-    void finish() {
-        gate_.open();
-        if (caller_.joinable()) caller_.join();
-    }
-    bool returnsWhileHeld() {
-        for (int i = 0; i < 20'000 && !returned_; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        return returned_;
-    }
-    // It stays away for a while; were it not to wait, it would be back at once.
-    bool waits() {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        return !returned_;
-    }
-
-    test::Gate gate_;
-    std::thread caller_;
-    std::atomic<bool> returned_{false};
-};
-
-TEST_F(HeldLog, AShortMessageFromAnotherThreadIsWaitedFor) {
-    call([] { KXLog::appendLog("%@", std::string(99, 'x')); });
-    EXPECT_TRUE(waits());
-    finish();
-    EXPECT_TRUE(returned_);
-}
-
-TEST_F(HeldLog, AMessageOfAHundredCharactersIsNotWaitedFor) {
-    call([] { KXLog::appendLog("%@", std::string(100, 'x')); });
-    EXPECT_TRUE(returnsWhileHeld());
-}
-
-TEST_F(HeldLog, TheLengthIsThatBeforeTrimming) {
-    call([] { KXLog::appendLog("%@", "x" + std::string(99, ' ')); });
-    EXPECT_TRUE(returnsWhileHeld());
-}
-
-TEST_F(HeldLog, TheLengthCountsCharactersNotBytes) {
-    std::string text;
-    for (int i = 0; i < 99; ++i) text += "€";  // no character takes more bytes
-    call([text] { KXLog::appendLog("%@", text); });
-    EXPECT_TRUE(waits());
-}
-
-TEST_F(HeldLog, NothingIsWaitedForBehindALongQueue) {
-    KXLog::fastAppendLog("%@", std::string(99, 'x'));
-    call([] { KXLog::appendLog("y"); });
-    EXPECT_TRUE(returnsWhileHeld());
-}
-
-TEST_F(HeldLog, AFastMessageIsNeverWaitedFor) {
-    call([] { KXLog::fastAppendLog("x"); });
-    EXPECT_TRUE(returnsWhileHeld());
-}
-
-TEST_F(HeldLog, AMessageOfSpaceOnlyIsNotQueuedButWaitsForTheQueue) {
-    KXLog::fastAppendLog("before");
-    call([] { KXLog::appendLog("  "); });
-    EXPECT_TRUE(waits());
-    EXPECT_EQ(queued(), 6U);
-    finish();
-    EXPECT_TRUE(returned_);
-}
-
-TEST_F(HeldLog, AnEmptyMessageWaitsForNothing) {
-    KXLog::fastAppendLog("before");
-    call([] { KXLog::appendLog("%@", ""); });
-    EXPECT_TRUE(returnsWhileHeld());
-}
-
-TEST_F(HeldLog, APrintedMessageIsWaitedForLikeAnyOther) {
-    call([] { KXLog::appendLogAndPrint("x"); });
-    EXPECT_TRUE(waits());
-    finish();
-    EXPECT_EQ(console_.printed(), "x\n");
-}
-
-TEST_F(HeldLog, TheMainThreadNeverWaits) {
-    KXLog::appendLog("x");  // would wait for ever, for the gate is closed
-    EXPECT_EQ(queued(), 1U);
-}
-
-TEST_F(HeldLog, FinishWritingWaitsForEverythingQueued) {
-    KXLog::fastAppendLog("a");
-    KXLog::fastAppendLog("b");
-    call([] { KXLog::finishWriting(); });
-    EXPECT_TRUE(waits());
-    finish();
-    EXPECT_TRUE(returned_);
-    EXPECT_EQ(written(), (StringList{"a", "b"}));
 }
 
 // Shows only what the test says.
@@ -396,32 +268,6 @@ TEST_F(OpenLog, WhatWaitsAtTheLimitComesBeforeTheHeader) {
     EXPECT_EQ(next[5], "Log truncated at 500KB");
 }
 
-// Says that nothing is queued just before the header's one line that may be waited for.
-class ProcessOfAnEmptyQueue : public test::LogProcess {
-  public:
-    std::uint64_t physicalMemory() override {
-        KXLog::sharedController()->setBytesInQueue(0);
-        return LogProcess::physicalMemory();
-    }
-};
-
-// That line and the notice are appended on the worker, with so little counted that both are worth
-// waiting for: without a guard it would hang.
-TEST_F(OpenLog, TheWorkerDoesNotWaitForItself) {
-    ProcessOfAnEmptyQueue process;
-    platform_->processInfo = &process;
-    bundles_.own = nullptr;
-    KXLog::sharedController()->setBytesWritten(499'999);
-    KXLog::fastAppendLog("crossing");
-    KXLog::finishWriting();
-    const StringList next = messages(logPath(1));
-    ASSERT_EQ(next.size(), 4U);
-    EXPECT_THAT(next[1], ::testing::StartsWith("System: "));
-    EXPECT_EQ(next[3], "Log truncated at 500KB");
-    EXPECT_LE(next[1].size() + next[2].size() + next[3].size(), 99U);
-    platform_->processInfo = &process_;
-}
-
 TEST_F(KXLogAppend, AnEarlierRunsFileIsContinuedWithoutAHeader) {
     folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "earlier\n");
     KXLog::appendLog("now");
@@ -457,42 +303,6 @@ TEST_F(KXLogAppend, TheSuperUserContinuesTheMachinesFile) {
     KXLog::finishWriting();
     EXPECT_EQ(messages(folder_ / "machine/Logs/Quillmoor/Host.1.log"), StringList{"now"});
     EXPECT_EQ(generation(1), "");
-}
-
-// There is a file to write to, and there is none: nothing may come of either.
-class DisabledLog : public OpenLog {
-  protected:
-    DisabledLog() { KXLog::sharedController()->setLoggingDisabled(true); }
-    void expectNothing() {
-        EXPECT_TRUE(written().empty());
-        EXPECT_EQ(console_.printed(), "");
-        EXPECT_EQ(console_.logged(), "");
-        EXPECT_EQ(queued(), 4U);  // not reduced on this path
-    }
-};
-
-TEST_F(DisabledLog, AnAppendedMessageReachesNeitherFileNorConsole) {
-    KXLog::appendLog("lost");
-    expectNothing();
-}
-
-TEST_F(DisabledLog, AFastMessageReachesNeitherFileNorConsole) {
-    KXLog::fastAppendLog("lost");
-    expectNothing();
-}
-
-TEST_F(DisabledLog, APrintedMessageReachesNeitherFileNorConsole) {
-    KXLog::appendLogAndPrint("lost");
-    expectNothing();
-}
-
-TEST_F(DisabledLog, WithoutAFileNothingIsReportedAsLost) {
-    KXLog::sharedController()->setFileHandle(nullptr);
-    std::filesystem::remove(logPath(1));
-    KXLog::appendLog("lost");
-    KXLog::finishWriting();
-    EXPECT_EQ(console_.printed(), "");
-    EXPECT_FALSE(test::somethingAt(logPath(1)));
 }
 
 class RaisingHandle : public test::ForwardingFileHandle {

@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <condition_variable>
+#include <cstddef>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -192,6 +194,26 @@ class LogTest : public ::testing::Test {
     LogBundles bundles_;
     RecordingConsole console_;
     ScopedPlatform platform_;
+};
+
+// What the worker has been asked for and has not done is counted by characters.
+inline std::size_t queued() {
+    return KXLog::sharedController()->bytesInQueue();
+}
+
+// The messages behind the header, whose four lines are checked elsewhere.
+class OpenLog : public LogTest {
+  protected:
+    OpenLog() {
+        KXLog::createNewLog();
+        KXLog::finishWriting();
+    }
+    StringList written() {
+        KXLog::finishWriting();
+        StringList all = messages(logPath(1));
+        all.erase(all.begin(), all.begin() + std::min<long>(4, static_cast<long>(all.size())));
+        return all;
+    }
 };
 
 }  // namespace quillmoor::test

@@ -4,7 +4,6 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -12,72 +11,23 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
-#include "tests/support/temp_folder.h"
 #include "tests/tools/ditto/libarchive_peer.h"
-#include "tests/tools/ditto/run_ditto.h"
+#include "tests/tools/ditto/pack_fixture.h"
 #include "tools/ditto/block_deflater.h"
 
 namespace quillmoor::ditto {
 namespace {
 
-namespace fs = std::filesystem;
-using test::describeTree;
-using test::DittoResult;
 using test::PeerEntry;
-using test::readFile;
 using test::readWithPeer;
-using test::runDitto;
-using test::setDate;
-
-class DittoPack : public ::testing::Test {
-  protected:
-    // A bundle with all that bundles have, dated.
-    std::string makeBundle() {
-        std::string app = folder_.makeFolder("src/X é.app");
-        folder_.writeFile("src/X é.app/Contents/MacOS/run", noise(200000));
-        folder_.writeFile("src/X é.app/Contents/Linux/run", std::string(700000, 'r'));
-        folder_.writeFile("src/X é.app/Contents/Resources/de\xcc\x81 compose\nd \xff.txt", "text");
-        folder_.writeFile("src/X é.app/Contents/Resources/-rf", "");
-        folder_.writeFile("src/X é.app/.hidden/.file", "hidden");
-        folder_.writeFile("src/X é.app/Contents/Frameworks/F.framework/Versions/A/F", "lib");
-        folder_.makeLink("src/X é.app/Contents/Frameworks/F.framework/Versions/Current", "A");
-        folder_.makeLink("src/X é.app/Contents/Frameworks/F.framework/F", "Versions/Current/F");
-        folder_.makeFolder("src/X é.app/Contents/empty");
-        ::chmod((app + "/Contents/MacOS/run").c_str(), 0755);
-        ::chmod((app + "/Contents/Linux/run").c_str(), 0711);
-        ::chmod((app + "/Contents/Resources").c_str(), 0750);
-        std::int64_t date = 1000000000;
-        std::vector<std::string> paths = {app};
-        for (const auto& item : fs::recursive_directory_iterator(app)) paths.push_back(item.path());
-        for (const std::string& path : paths) setDate(path, date += 1001);
-        return app;
-    }
-
-    static std::string noise(std::size_t size) {
-        std::mt19937 random(7);
-        std::string text(size, '\0');
-        for (char& c : text) c = static_cast<char>(random());
-        return text;
-    }
-
-    std::size_t itemsIn(const std::string& path) const {
-        return static_cast<std::size_t>(
-            std::distance(fs::directory_iterator(path), fs::directory_iterator()));
-    }
-
-    test::TempFolder folder_;
-    std::string out_ = folder_.makeFolder("out");
-    std::string zip_ = out_ + "/a.zip";
-};
 
 TEST_F(DittoPack, ABundleSurvivesThereAndBack) {
     const std::string app = makeBundle();
@@ -223,20 +173,6 @@ TEST_F(DittoPack, DatesBefore1970AndAfter2038AreKept) {
     }
 }
 
-TEST_F(DittoPack, AnExistingArchiveIsReplacedOnlyByACompleteOne) {
-    folder_.writeFile("out/a.zip", "old");
-    folder_.writeFile("src/file");
-    ASSERT_EQ(::mkfifo((folder_ / "src/pipe").c_str(), 0600), 0);
-    const DittoResult result = runDitto({"-ck", folder_ / "src", zip_});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.errors.find("“pipe” is neither"), std::string::npos) << result.errors;
-    EXPECT_EQ(readFile(zip_), "old");
-    fs::remove(folder_ / "src/pipe");
-    EXPECT_EQ(runDitto({"-ck", folder_ / "src", zip_}).status, 0);
-    EXPECT_EQ(readWithPeer(zip_).size(), 1U);
-    EXPECT_EQ(itemsIn(out_), 1U);
-}
-
 TEST_F(DittoPack, ALinkInTheArchivesPlaceIsReplacedNotFollowed) {
     folder_.writeFile("victim", "victim");
     folder_.makeLink("out/a.zip", folder_ / "victim");
@@ -254,87 +190,9 @@ TEST_F(DittoPack, AnArchiveInsideItsSourceIsLeftOut) {
     }
 }
 
-TEST_F(DittoPack, WhatCannotBePackedIsAnError) {
-    const std::string file = folder_.writeFile("file", "content");
-    EXPECT_EQ(runDitto({"-ck", folder_ / "missing", zip_}).status, 1);
-    EXPECT_EQ(runDitto({"-ck", file, file}).status, 1);
-    EXPECT_EQ(readFile(file), "content");
-    EXPECT_EQ(runDitto({"-ck", file, out_}).status, 1);
-    EXPECT_EQ(runDitto({"-ck", file, folder_ / "no/such/a.zip"}).status, 1);
-    EXPECT_EQ(runDitto({"-ck", "/dev/null", zip_}).status, 1);
-    EXPECT_EQ(runDitto({"-ck"}).status, 1);
-    EXPECT_EQ(runDitto({"-ck", "--keepParent"}).status, 1);
-    EXPECT_EQ(itemsIn(out_), 0U);
-}
-
-TEST_F(DittoPack, AnArchiveBeyondTheProcessLimitLeavesNothing) {
-    folder_.writeFile("src/noise", noise(3U << 20U));
-    const auto limit = [] {
-        const rlimit most = {1U << 20U, 1U << 20U};
-        ::setrlimit(RLIMIT_FSIZE, &most);
-    };
-    const DittoResult result = runDitto({"-ck", folder_ / "src", zip_}, limit);
-    EXPECT_EQ(result.status, 1) << result.signal;
-    EXPECT_NE(result.errors.find("File too large"), std::string::npos) << result.errors;
-    EXPECT_EQ(itemsIn(out_), 0U);
-}
-
-TEST_F(DittoPack, ASignalLeavesTheOldArchive) {
-    folder_.writeFile("out/a.zip", "old");
-    for (int i = 0; i < 200; ++i)
-        folder_.writeFile("src/" + std::to_string(i) + std::string(50, 'n'), "x");
-    const DittoResult result = test::interruptDitto({"-ck", folder_ / "src", zip_}, SIGTERM);
-    EXPECT_EQ(result.signal, SIGTERM);
-    EXPECT_EQ(readFile(zip_), "old");
-    EXPECT_EQ(itemsIn(out_), 1U);
-}
-
 TEST_F(DittoPack, TheArchiveHasTheUsualRights) {
     ASSERT_EQ(runDitto({"-ck", folder_.writeFile("file"), zip_}, [] { ::umask(026); }).status, 0);
     EXPECT_EQ(static_cast<unsigned>(fs::status(zip_).permissions()), 0640U);
-}
-
-TEST_F(DittoPack, ALinkThatItsOwnUnpackingRefusesIsWarnedOfOnce) {
-    folder_.writeFile("src/d/file");
-    folder_.makeLink("src/d/fine", "../d/./file");
-    folder_.makeLink("src/m", "../outside");
-    folder_.makeLink("src/d/first\n", "/etc/passwd");
-    folder_.makeLink("src/z", "/");
-    const DittoResult packed = runDitto({"-ck", folder_ / "src", zip_});
-    EXPECT_EQ(packed.status, 0);
-    EXPECT_EQ(packed.errors,
-              "ditto: warning: “d/first\\x0a” is a link to an absolute path; ditto will not unpack "
-              "this archive\n");
-    EXPECT_EQ(readWithPeer(zip_).size(), 6U);
-    const DittoResult refused = runDitto({"-xk", zip_, folder_ / "back"});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_NE(refused.errors.find("“d/first\\x0a”: it is a link to an absolute path"),
-              std::string::npos)
-        << refused.errors;
-}
-
-TEST_F(DittoPack, WhereALinkLeadsDependsOnTheArchivesTop) {
-    folder_.writeFile("src/file");
-    folder_.makeLink("src/link", "../src/file");
-    const DittoResult out = runDitto({"-ck", folder_ / "src", zip_});
-    EXPECT_NE(out.errors.find("warning: “link” is a link that leads out"), std::string::npos)
-        << out.errors;
-    EXPECT_EQ(runDitto({"-ck", "--keepParent", folder_ / "src", zip_}).errors, "");
-    EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
-}
-
-TEST_F(DittoPack, ALinkThroughAFileIsWarnedOf) {
-    folder_.writeFile("src/file");
-    folder_.makeLink("src/link", "file/../file");
-    const DittoResult result = runDitto({"-ck", folder_ / "src", zip_});
-    EXPECT_NE(result.errors.find("warning: “link” is a link that climbs out of what is no folder"),
-              std::string::npos)
-        << result.errors;
-    EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 1);
-}
-
-TEST_F(DittoPack, ATreeThatCanBeUnpackedIsPackedWithoutAWord) {
-    EXPECT_EQ(runDitto({"-ck", makeBundle(), zip_}).errors, "");
 }
 
 std::function<void()> withEnvironment(const std::string& sourceDate, const char* zone = "UTC") {
@@ -404,61 +262,6 @@ TEST_F(DittoPack, ABadSourceDateIsAnErrorAndLeavesTheOldArchive) {
     EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}, withEnvironment("tomorrow")).status, 0);
 }
 
-TEST_F(DittoPack, AnItemThatChangesItsKindMeanwhileIsAnError) {
-    for (int i = 0; i < 200; ++i)
-        folder_.writeFile("src/" + std::to_string(i) + std::string(50, 'n'), "x");
-    const std::string item = folder_ / "src/z";
-    const auto packWhile = [&](const std::function<void()>& change) {
-        return test::pauseDitto({"-ck", folder_ / "src", zip_}, [&](pid_t) { change(); });
-    };
-    const auto expectFailure = [&](const DittoResult& result, const char* why) {
-        EXPECT_EQ(result.status, 1);
-        EXPECT_NE(result.errors.find(why), std::string::npos) << result.errors;
-        EXPECT_EQ(itemsIn(out_), 0U);
-        fs::remove_all(item);
-    };
-    folder_.makeFolder("src/z");
-    expectFailure(packWhile([&] { fs::remove(item), folder_.writeFile("src/z", "lost"); }),
-                  "“z” was replaced while it was packed");
-    folder_.makeFolder("src/z");
-    expectFailure(packWhile([&] { fs::remove(item), folder_.makeLink("src/z", "/etc"); }),
-                  "“z” was replaced while it was packed");
-    folder_.makeLink("src/z", "x");
-    expectFailure(packWhile([&] { fs::remove(item), folder_.makeFolder("src/z"); }),
-                  "“z” was replaced while it was packed");
-    folder_.writeFile("src/z", "x");
-    expectFailure(packWhile([&] { fs::remove(item), folder_.makeLink("src/z", "/etc/passwd"); }),
-                  "“z” couldn’t be opened");
-    folder_.writeFile("src/z", "x");
-    expectFailure(packWhile([&] { fs::remove(item), ::mkfifo(item.c_str(), 0600); }),
-                  "“z” is no file any more");
-    // Folders on the way are not left through links either.
-    folder_.writeFile("src/z/file", "x");
-    expectFailure(packWhile([&] { fs::remove_all(item), folder_.makeLink("src/z", "/etc"); }),
-                  "“z” was replaced while it was packed");
-}
-
-TEST_F(DittoPack, WithoutEnoughDescriptorsTheOldArchiveStays) {
-    folder_.writeFile("out/a.zip", "old");
-    folder_.writeFile("src/d/e/file", "content");
-    folder_.makeLink("src/link", "d");
-    int failures = 0;
-    bool done = false;
-    for (unsigned count = 4; count < 40 && !done; ++count) {
-        const DittoResult result =
-            runDitto({"-ck", folder_ / "src", zip_}, test::withDescriptors(count));
-        done = result.status == 0;
-        EXPECT_EQ(itemsIn(out_), 1U) << count;
-        if (done) continue;
-        ++failures;
-        EXPECT_NE(result.errors.find("Too many open files"), std::string::npos)
-            << count << result.errors;
-        EXPECT_EQ(readFile(zip_), "old");
-    }
-    EXPECT_TRUE(done);
-    EXPECT_GT(failures, 1);
-}
-
 TEST_F(DittoPack, AMessageNeverGetsIntoTheArchive) {
     folder_.writeFile("src/file", "content");
     const auto closed = [] {
@@ -468,21 +271,6 @@ TEST_F(DittoPack, AMessageNeverGetsIntoTheArchive) {
     ASSERT_EQ(readWithPeer(zip_).size(), 1U);
     EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
     EXPECT_EQ(readFile(folder_ / "back/file"), "content");
-}
-
-using UserDittoPack = DittoPack;
-
-TEST_F(UserDittoPack, AnUnreadableFileMakesNoArchive) {
-    if (::geteuid() == 0) GTEST_SKIP() << "the super-user may read everything";
-    folder_.writeFile("src/a", "a");
-    const std::string closed = folder_.writeFile("src/closed", "b");
-    ASSERT_EQ(::chmod(closed.c_str(), 0), 0);
-    const DittoResult result = runDitto({"-ck", folder_ / "src", zip_});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.errors.find("“closed” couldn’t be opened: Permission denied"),
-              std::string::npos)
-        << result.errors;
-    EXPECT_EQ(itemsIn(out_), 0U);
 }
 
 // As if the kernel had no openat2.
