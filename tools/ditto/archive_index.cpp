@@ -24,13 +24,15 @@ using zip::get32;
 using zip::get64;
 using Bytes = std::span<const unsigned char>;
 
+// All targets are kept in memory until the archive is unpacked.
 constexpr std::uint64_t kMostLinkText = 16ULL << 20U;
 
 std::string_view textOf(Bytes bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-// The extra field of this kind; empty if there is none.
+// The extra field of this kind; empty if there is none. Some writers pad the extra data: what is
+// not a whole field ends the search and is not an error.
 Bytes extraField(Bytes extra, std::uint16_t kind) {
     while (extra.size() >= 4) {
         const std::size_t size = get16(&extra[2]);
@@ -41,7 +43,8 @@ Bytes extraField(Bytes extra, std::uint16_t kind) {
     return {};
 }
 
-// Replaces what the record could not hold. The fields stand in this order, each only if needed.
+// Replaces what the record could not hold. The field has its values in this order, each only if
+// the record's own is 0xffffffff.
 void applyZip64(const InputFile& archive, Bytes extra, Entry& entry) {
     Bytes wide = extraField(extra, zip::kExtraZip64);
     for (std::uint64_t* value : {&entry.size, &entry.compressedSize, &entry.headerOffset}) {
@@ -53,7 +56,8 @@ void applyZip64(const InputFile& archive, Bytes extra, Entry& entry) {
     }
 }
 
-// Local time, in steps of two seconds.
+// The MS-DOS form has no time zone: writers mean their local time, in steps of two seconds. Values
+// out of range, such as the month 0, are carried over by mktime().
 std::int64_t dosTime(int date, int time) {
     std::tm parts = {};
     parts.tm_year = date / 512 + 80;
@@ -67,6 +71,8 @@ std::int64_t dosTime(int date, int time) {
 }
 
 std::int64_t modifiedAt(Bytes record, Bytes extra) {
+    // Bit 0 of the extended timestamp's flags: it has a modification time, which is the first. In
+    // the older Unix field the access time is first.
     const Bytes stamp = extraField(extra, zip::kExtraTimestamp);
     if (stamp.size() >= 5 && (stamp[0] & 1U) != 0)
         return static_cast<std::int32_t>(get32(&stamp[1]));
@@ -76,14 +82,17 @@ std::int64_t modifiedAt(Bytes record, Bytes extra) {
 }
 
 void applyAttributes(std::uint8_t host, std::uint32_t attributes, Entry& entry) {
+    // The external attributes' upper half is a mode only if "version made by" says Unix or macOS.
     const auto mode = static_cast<mode_t>(attributes >> 16U);
     const bool unixMode = (host == zip::kHostUnix || host == zip::kHostMacOS) && mode != 0;
     if (unixMode) {
+        // Set-ID bits are dropped: root may unpack an archive of unknown origin.
         entry.mode = static_cast<std::int32_t>(mode & 0777U);
         switch (mode & S_IFMT) {
             case 0:
             case S_IFREG:
-            // What a packer read from its standard input, and typed as the pipe that this was.
+            // A packer that read the file from its standard input may have recorded the type of
+            // the pipe.
             case S_IFIFO:
                 break;
             case S_IFDIR:
@@ -98,16 +107,19 @@ void applyAttributes(std::uint8_t host, std::uint32_t attributes, Entry& entry) 
     } else if ((attributes & zip::kDosFolder) != 0) {
         entry.kind = Entry::Kind::Folder;
     }
+    // Writers without modes mark a folder by its name alone.
     if (entry.name.ends_with('/') && entry.kind == Entry::Kind::File)
         entry.kind = Entry::Kind::Folder;
 }
 
 Entry nextEntry(const InputFile& archive, DirectoryReader& directory, EntryList& list) {
+    // A copy: the bytes that take() returns are good only until it is called for the name.
     std::array<unsigned char, zip::kCentralSize> record = {};
     const Bytes fixed = directory.take(record.size());
     std::copy(fixed.begin(), fixed.end(), record.begin());
     if (get32(record.data()) != zip::kCentralSignature)
         failAsDamaged(archive, "its central directory is damaged");
+    // Name, extra fields and comment follow the record in this order.
     const std::size_t nameSize = get16(&record[28]);
     const std::size_t extraSize = get16(&record[30]);
     const Bytes rest = directory.take(nameSize + extraSize + get16(&record[32]));
@@ -127,7 +139,7 @@ Entry nextEntry(const InputFile& archive, DirectoryReader& directory, EntryList&
     return entry;
 }
 
-// One of a local header's two sizes. The wide field holds both, in this order.
+// One of a local header's two sizes. Its zip64 field has both, in this order.
 enum class SizePlace : std::size_t { Size = 0, CompressedSize = 8 };
 
 std::uint64_t localSize(std::uint32_t narrow, Bytes wide, SizePlace place) {
@@ -135,8 +147,8 @@ std::uint64_t localSize(std::uint32_t narrow, Bytes wide, SizePlace place) {
     return narrow == zip::kMax32 && wide.size() >= at + 8 ? get64(&wide[at]) : narrow;
 }
 
-// Its checksum and sizes are others than the directory's. A writer that did not know them yet
-// leaves them 0 and marks the header.
+// The header's checksum or sizes differ from the directory's. A writer that did not know them yet
+// has left them 0 and set the flag that they follow the data.
 bool sumsDiffer(Bytes header, Bytes wide, const Entry& entry) {
     const bool follow = (get16(&header[6]) & zip::kFlagSumsFollow) != 0;
     const auto differs = [follow](std::uint64_t local, std::uint64_t declared) {
@@ -148,7 +160,8 @@ bool sumsDiffer(Bytes header, Bytes wide, const Entry& entry) {
            differs(localSize(get32(&header[22]), wide, SizePlace::Size), entry.size);
 }
 
-// Its name, or how its content is to be read, is another than in the directory.
+// The header's name, or how its content is to be read, differs from the directory's. A reader that
+// goes by local headers, such as a scanner, would see another archive than the one unpacked here.
 bool meaningDiffers(Bytes header, const Entry& entry) {
     constexpr unsigned kMeanings =
         zip::kFlagEncrypted | zip::kFlagPatched | zip::kFlagStrongEncryption | zip::kFlagMasked;
@@ -158,7 +171,9 @@ bool meaningDiffers(Bytes header, const Entry& entry) {
            ((get16(&header[6]) ^ entry.flags) & kMeanings) != 0;
 }
 
-// Reads the header in front of the data, which says where the data begins.
+// Reads the header in front of the data. Its extra field may be longer or shorter than that in the
+// directory, so that only the header says where the data begins. `dataEnd` is where the directory
+// begins.
 void readLocalHeader(const InputFile& archive, std::uint64_t dataEnd, Entry& entry,
                      std::vector<unsigned char>& buffer) {
     const std::uint64_t size = zip::kLocalSize + entry.name.size();
@@ -208,7 +223,7 @@ bool targetCanBeRead(const Entry& entry) {
            entry.size <= kLongestName;
 }
 
-// Reads the targets of all links, which together may not grow beyond measure.
+// Reads the targets of all links, whose total size is limited.
 class TargetReader {
   public:
     TargetReader(const InputFile& archive, EntryList& list) : archive_(archive), list_(list) {}
@@ -225,7 +240,7 @@ class TargetReader {
   private:
     const InputFile& archive_;
     EntryList& list_;
-    const std::atomic<bool> never_{false};
+    const std::atomic<bool> never_{false};  // there is no other thread yet that could fail
     EntryReader reader_{never_};
     std::uint64_t total_ = 0;
 };
@@ -239,6 +254,7 @@ void readIndex(const InputFile& archive, std::uint16_t number, const Limits& lim
     TargetReader targets(archive, list);
     std::vector<unsigned char> buffer;
     std::uint64_t count = 0;
+    // A hostile count must not reserve more than the directory's size can hold.
     const std::uint64_t room = std::min(limits.count, place.size / zip::kCentralSize);
     list.entries.reserve(list.entries.size() + std::min(place.count, room));
     while (!directory.atEnd()) {

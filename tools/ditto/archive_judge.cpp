@@ -10,7 +10,7 @@
 namespace quillmoor::ditto {
 namespace {
 
-// What deflate can make of one byte at most.
+// The most bytes that one deflated byte can expand to: a match of 258 bytes takes two bits.
 constexpr std::uint64_t kBestRatio = 1032;
 
 const char* nameObjection(const Entry& entry) {
@@ -25,7 +25,7 @@ const char* nameObjection(const Entry& entry) {
         if (component == "..") return "its name holds “..”";
         if (component.size() > kLongestComponent) return "a part of its name is too long";
     }
-    // "./" is the root itself.
+    // "./" is the root itself, which some packers write as an entry.
     return any || entry.kind == Entry::Kind::Folder ? nullptr : "it has no name";
 }
 
@@ -73,7 +73,8 @@ const char* objection(const Entry& entry) {
     return kindObjection(entry);
 }
 
-// Two entries that share bytes can make a small archive grow without bound.
+// Entries that share bytes can make a small archive expand without bound, below the limit of any
+// single entry.
 const Entry* findOverlap(std::span<const Entry> entries) {
     const auto sortsBefore = [](const Entry* a, const Entry* b) {
         return a->archive != b->archive ? a->archive < b->archive
@@ -94,13 +95,15 @@ const Entry* findOverlap(std::span<const Entry> entries) {
 }
 
 const char* sameNameObjection(const Entry& one, const Entry& other) {
+    // Archives that are unpacked together may share folders. In one archive even a folder's second
+    // entry is refused: it could differ in mode or date.
     const bool folders = one.kind == Entry::Kind::Folder && other.kind == Entry::Kind::Folder;
     if (folders && one.archive != other.archive) return nullptr;
     return one.kind == other.kind ? "its name stands there twice"
                                   : "its name stands there twice, as two kinds of item";
 }
 
-// `inner` follows `outer` in the tree and stands inside it.
+// Why an entry that is inside `outer` must not be written, or nullptr.
 const char* insideObjection(const Entry& outer) {
     switch (outer.kind) {
         case Entry::Kind::Folder:
@@ -112,7 +115,8 @@ const char* insideObjection(const Entry& outer) {
     }
 }
 
-// Folders that only names imply count like entries.
+// The items that `path` adds to the tree. Folders that are only implied by names count like
+// entries: a short archive could imply a great number.
 std::uint64_t newItems(std::string_view before, std::string_view path) {
     const std::string_view added = path.substr(commonFolders(before, path));
     std::uint64_t count = 0;
@@ -122,6 +126,8 @@ std::uint64_t newItems(std::string_view before, std::string_view path) {
 }
 
 std::optional<Refusal> judgeNeighbours(const EntryTree& tree, const Limits& limits) {
+    // Neighbours are sufficient: in the tree's order, what claims to be inside an item follows it
+    // at once.
     const EntryTree::Node* before = nullptr;
     std::uint64_t count = 0;
     for (const EntryTree::Node& node : tree.nodes()) {

@@ -1,4 +1,4 @@
-// Decides whether a list of entries may be unpacked at all. Touches nothing.
+// Validates a list of entries before anything is unpacked. Reads and writes no file.
 #pragma once
 
 #include <optional>
@@ -11,19 +11,20 @@
 namespace quillmoor::ditto {
 
 struct Refusal {
-    const Entry* entry = nullptr;  // nullptr: all of them together
-    std::string reason;            // as in: its name is absolute
+    const Entry* entry = nullptr;  // nullptr: the entries together are refused
+    std::string reason;            // for example: its name is absolute
 };
 
-// Each entry by itself (name, method, sizes, kind), what they come to together, and whether two of
-// them claim the same bytes of an archive. Nothing means that an EntryTree may be made of them.
+// Validates each entry alone (name, method, sizes, kind), their total size and number, and that no
+// two of them claim the same bytes of an archive. An EntryTree may be made only of entries for
+// which this returns nothing.
 std::optional<Refusal> judgeEntries(std::span<const Entry> entries, const Limits& limits);
 
-// The tree that the entries make: names that stand twice, things that would be written through a
-// link or a file, links that lead out.
+// Validates the tree that the entries make: refuses duplicate names, items that would be written
+// through a link or a file, and links that lead out.
 std::optional<Refusal> judgeTree(const EntryTree& tree, const Limits& limits);
 
-// An entry that Linux has no place for: __MACOSX/…/._name
+// An AppleDouble entry, which holds what Linux has no place for: __MACOSX/…/._name
 bool isAppleDouble(std::string_view path);
 
 }  // namespace quillmoor::ditto

@@ -5,6 +5,7 @@ namespace {
 
 constexpr int kMostHops = 40;  // the kernel's own limit
 constexpr std::uint64_t kMostSteps = 1'000'000;
+// Links that name each other several times make a path whose length grows exponentially.
 constexpr std::size_t kMostPending = 64U << 10U;
 
 }  // namespace
@@ -30,6 +31,8 @@ const char* LinkResolver::follow(std::string_view component) {
     if (component == "..") {
         if (at_.empty()) return "is a link that leads out of the destination";
         const EntryTree::Found here = tree_.find(at_);
+        // "name/.." is not simply dropped: a name that is not a folder of the archive may be a link
+        // in the destination, which leads elsewhere.
         const bool folder =
             here.item == EntryTree::Item::ImpliedFolder ||
             (here.item == EntryTree::Item::Entry && here.node->entry->kind == Entry::Kind::Folder);
@@ -37,6 +40,8 @@ const char* LinkResolver::follow(std::string_view component) {
         at_.resize(folderOf(at_).size());
         return nullptr;
     }
+    // A name that the archive does not hold is followed as well: if it exists later, it is in the
+    // destination.
     const std::size_t before = at_.size();
     if (!at_.empty()) at_ += '/';
     at_ += tree_.keyFor(component);
@@ -44,7 +49,7 @@ const char* LinkResolver::follow(std::string_view component) {
     const bool link =
         found.item == EntryTree::Item::Entry && found.node->entry->kind == Entry::Kind::Link;
     if (!link) return nullptr;
-    at_.resize(before);
+    at_.resize(before);  // a relative target begins at the link's folder
     const std::string_view target = found.node->entry->linkTarget;
     if (target.starts_with('/')) return "is a link that leads to an absolute path";
     if (++hops_ > kMostHops || pending_.size() + target.size() >= kMostPending)

@@ -9,14 +9,15 @@
 
 namespace quillmoor::ditto {
 
-// Follows links textually, as they will lead once they are unpacked. One of these for an archive:
-// the work that all its links may cause together is bounded.
+// Follows links through the list of entries, as the kernel will once they are unpacked. Use one
+// resolver for all links of an unpack: it bounds the work that they may cause together.
 class LinkResolver {
   public:
     explicit LinkResolver(const EntryTree& tree) : tree_(tree) {}
 
-    // Why the link must not be made, or nullptr: its target is absolute, climbs out of the root,
-    // climbs out of something that is no folder of the archive, or needs too many other links.
+    // Returns why the link must not be created, or nullptr: its target is absolute, climbs out of
+    // the root, climbs out of something that is not a folder of the archive, or needs too many
+    // other links.
     const char* objection(const EntryTree::Node& link);
 
   private:

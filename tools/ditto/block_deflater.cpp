@@ -10,9 +10,11 @@
 namespace quillmoor::ditto {
 namespace {
 
-// As fast as its next lower level, and not larger than what zlib makes of a whole file at level 6.
+// libdeflate's level: as fast as its next lower one, and not larger than what zlib makes of a whole
+// file at level 6.
 constexpr int kWholeLevel = 5;
 
+// zlib's own defaults.
 constexpr int kLevel = 6;
 constexpr int kMemoryLevel = 8;
 
@@ -20,6 +22,7 @@ constexpr int kMemoryLevel = 8;
 
 class BlockDeflater::Deflater {
   public:
+    // Negative window bits: a zip entry is deflated data without zlib's header and checksum.
     Deflater() : whole_(::libdeflate_alloc_compressor(kWholeLevel)) {
         if (!whole_ || ::deflateInit2(&stream_, kLevel, Z_DEFLATED, -MAX_WBITS, kMemoryLevel,
                                       Z_DEFAULT_STRATEGY) != Z_OK)
@@ -45,6 +48,8 @@ class BlockDeflater::Deflater {
     };
 
     void compressWhole(Block& block) {
+        // With no more room than the input's size it returns 0 for data that does not shrink, which
+        // is then stored.
         const std::size_t size = ::libdeflate_deflate_compress(
             whole_.get(), block.input.data(), block.size, block.output.data(),
             std::min(block.size, block.output.size()));
@@ -53,6 +58,8 @@ class BlockDeflater::Deflater {
     }
 
     void compressBlock(Block& block) {
+        // The end of the previous block as dictionary, and a flush to a whole byte at the end: so
+        // the blocks can be compressed at the same time and still be concatenated.
         ::deflateReset(&stream_);
         if (!block.dictionary.empty())
             ::deflateSetDictionary(&stream_, block.dictionary.data(),
@@ -62,6 +69,7 @@ class BlockDeflater::Deflater {
         stream_.next_out = block.output.data();
         stream_.avail_out = static_cast<uInt>(block.output.size());
         const int status = ::deflate(&stream_, block.last ? Z_FINISH : Z_SYNC_FLUSH);
+        // A full output may mean that there is more to come.
         block.failed = status != (block.last ? Z_STREAM_END : Z_OK) || stream_.avail_out == 0;
         block.outputSize = block.output.size() - stream_.avail_out;
     }
@@ -76,7 +84,7 @@ BlockDeflater::BlockDeflater(unsigned threads) {
         for (const auto& deflater : deflaters_)
             threads_.emplace_back([this, one = deflater.get()] { work(*one); });
     } catch (const std::exception&) {
-        // Fewer threads do the work as well; without any there is no work.
+        // Fewer threads do the same work; without any it would never be done.
         if (threads_.empty()) throw;
     }
 }
@@ -116,7 +124,7 @@ void BlockDeflater::work(Deflater& deflater) {
         deflater.compress(block);
         lock.lock();
         block.finished = true;
-        done_.notify_one();
+        done_.notify_one();  // only the packer waits
     }
 }
 

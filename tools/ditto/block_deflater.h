@@ -18,10 +18,10 @@ inline constexpr std::size_t kBlockSize = 512U << 10U;
 // A file up to this size is compressed as a whole, which takes that much memory twice.
 inline constexpr std::size_t kWholeFile = std::size_t{64} << 20;
 
-// A whole file, or one block of a larger one. The blocks of a file, compressed one by one and set
-// end to end, are one deflate stream.
+// A whole file, or one block of a larger one. The compressed blocks of a file, concatenated, are
+// one deflate stream.
 struct Block {
-    // What does not shrink grows a little.
+    // Deflated data that does not shrink is slightly larger than its input.
     Block() : input(kBlockSize), output(kBlockSize + kBlockSize / 256) {}
 
     std::vector<unsigned char> input;  // larger for a larger whole file
@@ -34,7 +34,7 @@ struct Block {
     std::size_t outputSize = 0;  // of a whole file that does not shrink, that of the input
     std::uint32_t crc = 0;       // of the input
     bool failed = false;
-    bool finished = false;  // between submit() and wait(): the deflater's
+    bool finished = false;  // owned by the deflater between submit() and wait()
 
     std::string_view compressed() const {
         return {reinterpret_cast<const char*>(output.data()), outputSize};
@@ -42,7 +42,7 @@ struct Block {
     std::string_view plain() const { return {reinterpret_cast<const char*>(input.data()), size}; }
 };
 
-// Its threads end with it.
+// Its destructor drops the blocks that no thread has begun, and waits for the others.
 class BlockDeflater {
   public:
     explicit BlockDeflater(unsigned threads);
@@ -50,7 +50,8 @@ class BlockDeflater {
     BlockDeflater(const BlockDeflater&) = delete;
     BlockDeflater& operator=(const BlockDeflater&) = delete;
 
-    // Blocks are compressed in any order. The caller leaves the block alone until wait() returns.
+    // Blocks are compressed in any order. The caller must not touch the block until wait() for it
+    // returns. Only one thread may wait at a time.
     void submit(Block& block);
     void wait(const Block& block);
 

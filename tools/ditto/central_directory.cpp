@@ -17,9 +17,11 @@ using zip::get32;
 using zip::get64;
 
 constexpr std::size_t kBufferSize = 64U << 10U;
+// Room for a million entries with names of some 200 bytes, which are all kept in memory.
 constexpr std::uint64_t kLargestDirectory = 256ULL << 20U;
 
-// The end record is the last thing in the file: its comment reaches exactly to the file's end.
+// The last record in the file. Its comment, which may contain the signature too, must reach exactly
+// to the file's end.
 struct EndRecord {
     std::uint64_t offset;
     std::vector<unsigned char> bytes;
@@ -38,7 +40,8 @@ EndRecord findEndRecord(const InputFile& archive) {
     throw Failure(quoted(archive.path()) + " is not a zip archive");
 }
 
-// The record for what does not fit into the old one; nothing where the archive has none.
+// The zip64 record, for what does not fit into the old one; nothing if the archive has none. Its
+// locator, if any, is directly before the old record.
 std::optional<DirectoryPlace> findDirectory64(const InputFile& archive, std::uint64_t endOffset) {
     if (endOffset < zip::kEnd64LocatorSize + zip::kEnd64Size) return std::nullopt;
     std::array<unsigned char, zip::kEnd64LocatorSize> locator = {};
@@ -53,15 +56,18 @@ std::optional<DirectoryPlace> findDirectory64(const InputFile& archive, std::uin
     archive.readAt(offset, record);
     if (get32(record.data()) != zip::kEnd64Signature)
         failAsDamaged(archive, "its end record cannot be found");
+    // Number of this disk, disk where the directory begins, entries on this disk and in total.
     if (get32(&record[16]) != 0 || get32(&record[20]) != 0 ||
         get64(&record[24]) != get64(&record[32]))
         failAsDamaged(archive, "it is one of several volumes");
     const DirectoryPlace place{get64(&record[48]), get64(&record[40]), get64(&record[32]), false};
+    // In a gap there could be a second directory, which another reader might take.
     if (place.offset > offset || place.size != offset - place.offset)
         failAsDamaged(archive, "its central directory is not where its end record says");
     return place;
 }
 
+// A writer of both records fills the old one with the exact values or with all bits set.
 bool agrees(std::uint64_t old, std::uint64_t exact, std::uint64_t full) {
     return old == exact || old == full;
 }
@@ -70,6 +76,7 @@ bool agrees(std::uint64_t old, std::uint64_t exact, std::uint64_t full) {
 
 DirectoryPlace findDirectory(const InputFile& archive) {
     const EndRecord end = findEndRecord(archive);
+    // With a zip64 record, some writers set all bits of the old record's disk numbers too.
     const std::uint16_t volume = get16(&end.bytes[4]);
     const bool volumes = (volume != 0 && volume != zip::kMax16) || get16(&end.bytes[6]) != volume ||
                          get16(&end.bytes[8]) != get16(&end.bytes[10]);

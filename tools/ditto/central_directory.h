@@ -1,4 +1,4 @@
-// Where an archive's central directory stands, and its records one after the other.
+// Finds an archive's central directory and reads its records one after the other.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,11 @@ struct DirectoryPlace {
     std::uint64_t offset = 0;
     std::uint64_t size = 0;
     std::uint64_t count = 0;
-    bool countIsCut = false;  // only the low 16 bits of the count are known
+    bool countIsCut = false;  // `count` has only the low 16 bits
 };
 
-// Finds it by the record at the archive's end. Throws Failure where there is none, where the
-// archive has several volumes, or where something stands before or behind it unaccounted for.
+// Finds the directory by the record at the archive's end. Throws Failure if there is none, if the
+// archive has several volumes, or if there are bytes between the directory and its end record.
 DirectoryPlace findDirectory(const InputFile& archive);
 
 // Reads through a buffer of bounded size.

@@ -24,7 +24,7 @@ using platform::posix::renameWithoutReplacing;
 using platform::posix::systemCalls;
 using platform::posix::temporaryName;
 
-// What cannot be examined counts as there.
+// Returns true for what cannot be examined: it must not be overwritten.
 bool existsAt(int folder, const std::string& name) {
     struct stat info = {};
     return systemCalls().fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 ||
@@ -40,6 +40,7 @@ std::string withoutTrailingSlashes(std::string path) {
 
 Destination::Destination(const std::string& path, unsigned umask)
     : path_(withoutTrailingSlashes(path)), umask_(umask) {
+    // The destructor is not called if this throws.
     try {
         openParent(path_);
         makeStage();
@@ -58,6 +59,7 @@ void Destination::openParent(const std::string& path) {
     if (systemCalls().fstatat(AT_FDCWD, path.c_str(), &info, 0) == 0) {
         if (!S_ISDIR(info.st_mode)) throw Failure(quoted(path) + " is not a folder");
         exists_ = true;
+        // O_PATH: a folder that may be written to but not listed is good enough.
         parent_ = Descriptor(systemCalls().openat(AT_FDCWD, path.c_str(), O_PATH | O_DIRECTORY, 0));
         if (!parent_) failWithErrno(path, "opened");
         return;
@@ -79,18 +81,19 @@ void Destination::makeParents(const std::string& path) {
         const std::string part = path.substr(0, end);
         struct stat info = {};
         if (systemCalls().fstatat(AT_FDCWD, part.c_str(), &info, 0) == 0) continue;
+        // Recorded first: memory that runs out must not leave a folder behind.
         madeFolders_.push_back(part);
         if (systemCalls().mkdirat(AT_FDCWD, part.c_str(), 0777 & ~umask_) == 0) continue;
         const int error = errno;
         madeFolders_.pop_back();
-        // Another may have made it meanwhile.
+        // Another process may have created it meanwhile.
         if (error != EEXIST) failWithError(part, "made", error);
     }
 }
 
 void Destination::makeStage() {
     const char* const what = exists_ ? "written to" : "made";
-    // While others use up all descriptors, the stage can still be removed.
+    // Reserves descriptors: the stage must be removable even if all others are in use by then.
     for (Descriptor& spare : spare_) {
         spare = Descriptor(systemCalls().fcntl(parent_.get(), F_DUPFD_CLOEXEC, 0));
         if (!spare) failWithErrno(path_, what);
@@ -104,8 +107,8 @@ void Destination::makeStage() {
     Descriptor stage(systemCalls().openat(parent_.get(), stageName_.c_str(),
                                           O_RDONLY | O_DIRECTORY | O_NOFOLLOW, 0));
     if (!stage) failWithErrno(path_, "opened");
-    // In a folder that others may write to, another may have been put in its place: what that one
-    // holds is left unchanged.
+    // In a folder that others may write to, another folder may have been put in its place: its
+    // contents are left unchanged.
     if (!isEmpty(stage.get())) {
         stageName_.clear();
         failWithError(path_, "written to", EBUSY);
@@ -113,13 +116,14 @@ void Destination::makeStage() {
     stage_ = std::move(stage);
 }
 
-// Who may write to the folder above can have moved the stage and put something else in its place.
+// Other users that may write to the folder above may have replaced the stage.
 void Destination::requireOwnStage() {
     if (isItem(parent_.get(), stageName_, stage_.get())) return;
     stageName_.clear();
     failWithError(path_, "made", EBUSY);
 }
 
+// Temporary names hold lower-case letters: is the stage found by its name in capitals?
 FoldCase Destination::foldCase() const {
     std::string other = stageName_;
     for (char& c : other)
@@ -141,6 +145,7 @@ void Destination::commit(const std::vector<std::string_view>& names) {
         removeStage();
     } else {
         requireOwnStage();
+        // Before the move, so that the destination never appears with the stage's mode.
         if (systemCalls().fchmod(stage_.get(), 0777 & ~umask_) != 0)
             failWithErrno(path_, "given its rights");
         const int error = renameWithoutReplacing(parent_.get(), stageName_, parent_.get(), name_);
@@ -150,7 +155,8 @@ void Destination::commit(const std::vector<std::string_view>& names) {
 }
 
 void Destination::moveUp(const std::vector<std::string_view>& names) {
-    // Complete before the first move, which memory that runs out must not leave alone.
+    // The list is complete before the first move: after it, running out of memory would leave the
+    // destination half filled.
     const std::vector<std::string> items(names.begin(), names.end());
     for (std::size_t i = 0; i < items.size(); ++i) {
         const int error = renameWithoutReplacing(stage_.get(), items[i], parent_.get(), items[i]);
@@ -160,7 +166,7 @@ void Destination::moveUp(const std::vector<std::string_view>& names) {
     }
 }
 
-// As many as possible.
+// Moves back as many as possible. Throws Failure for the last one that stays.
 void Destination::takeBack(std::span<const std::string> items) {
     const std::string* kept = nullptr;
     int keptError = 0;
@@ -177,7 +183,7 @@ void Destination::rollBack() noexcept {
     if (committed_) return;
     removeStage();
     while (!madeFolders_.empty()) {
-        // Another may use it by now.
+        // Another process may use it by now.
         if (::rmdir(madeFolders_.back().c_str()) != 0 && errno != ENOTEMPTY)
             warnOfResidue(madeFolders_.back());
         madeFolders_.pop_back();

@@ -1,4 +1,4 @@
-// The folder that archives are unpacked into: a stage of its own until all is done.
+// The folder that archives are unpacked into. Items are collected in a stage until all are done.
 #pragma once
 
 #include <array>
@@ -13,13 +13,14 @@
 
 namespace quillmoor::ditto {
 
-// Where the destination does not exist, the stage stands beside it and becomes it. Where it is a
-// folder, or a link to one, the stage stands in it and its items move up; what is there stays.
-// Destroyed without commit(), it removes the stage and every folder that it made.
+// If the destination does not exist, the stage is created beside it and renamed to it. If it is a
+// folder, or a link to one, the stage is created inside it and its items are moved up; existing
+// items are left unchanged. Destroyed without commit(), it removes the stage and every folder that
+// it created.
 class Destination {
   public:
-    // Makes the missing folders above, and the stage, which nobody else may enter. Throws Failure
-    // where that cannot be done, and where something stands that is no folder.
+    // Creates the missing folders above, and the stage, which only its owner may enter. Throws
+    // Failure if that cannot be done, and if `path` exists and is not a folder.
     Destination(const std::string& path, unsigned umask);
     ~Destination();
     Destination(const Destination&) = delete;
@@ -29,11 +30,11 @@ class Destination {
     bool exists() const { return exists_; }
     FoldCase foldCase() const;
 
-    // Throws Failure if one of the names stands in the destination already.
+    // Throws Failure if the destination already holds one of the names.
     void requireFree(const std::vector<std::string_view>& names) const;
 
-    // Puts the finished items, these names in the stage, in their place. Either all arrive or,
-    // with a Failure, none.
+    // Moves the finished items, which have these names in the stage, to the destination. Either all
+    // are moved or, with a Failure, none.
     void commit(const std::vector<std::string_view>& names);
 
     // The destination itself, after commit().
@@ -54,11 +55,11 @@ class Destination {
     bool exists_ = false;
     bool committed_ = false;
     std::vector<std::string> madeFolders_;
-    Descriptor parent_;  // what the stage stands in
-    std::string name_;   // of the destination in its parent, where it does not exist
+    Descriptor parent_;  // the folder that holds the stage
+    std::string name_;   // of the destination in its parent, if it did not exist
     std::string stageName_;
     Descriptor stage_;
-    // Closed when the stage is removed.
+    // Closed to remove the stage.
     std::array<Descriptor, platform::posix::kDescriptorsToEmpty> spare_;
 };
 

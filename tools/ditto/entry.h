@@ -13,8 +13,8 @@ namespace quillmoor::ditto {
 inline constexpr std::size_t kLongestName = 4095;
 inline constexpr std::size_t kLongestComponent = 255;
 
-// An entry up to this size is unpacked at once, as one piece. A larger one takes no more memory,
-// and is written by a thread of its own meanwhile.
+// An entry up to this size is unpacked as one piece. A larger one is unpacked in pieces, so that
+// memory does not grow with it, and is written by a separate thread meanwhile.
 inline constexpr std::size_t kWholeEntry = std::size_t{8} << 20;
 
 struct Entry {
@@ -36,11 +36,12 @@ struct Entry {
     bool localHeaderDiffers = false;
 };
 
-// Several archives' entries in one list. The names live as long as the list.
+// The entries of several archives in one list, which owns the texts that they point to.
 class EntryList {
   public:
     std::vector<Entry> entries;
 
+    // Returns a copy that lives as long as the list.
     std::string_view keep(std::string_view text);
 
   private:
@@ -54,7 +55,7 @@ inline std::string_view EntryList::keep(std::string_view text) {
     return {copy, text.size()};
 }
 
-// What an unpack may at most come to.
+// The most that an unpack may produce.
 struct Limits {
     std::uint64_t size = 0;           // bytes of all files and links together
     std::uint64_t count = 1'000'000;  // items, folders that only the names imply included

@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t kInputSize = 128U << 10U;
 
-// Deflated data may be longer than what it holds, but not by much where an ordinary tool has made
-// it. What is longer all the same is unpacked in pieces.
+// Deflated data may be larger than its content, but only slightly if an ordinary tool made it.
+// Anything larger is unpacked in pieces, so that it takes no more memory.
 constexpr std::size_t kWholeInput = kWholeEntry + kInputSize;
 
 constexpr char kBroken[] = "damaged: its content cannot be unpacked";
@@ -74,6 +74,7 @@ void EntryReader::readInPieces(const InputFile& archive, const Entry& entry, Pie
         const std::span<unsigned char> room = sink.room(kWholeEntry);
         std::size_t piece = 0;
         while (piece < room.size() && !stream_.isDone()) {
+            // A stream whose data ends too early neither takes input nor gives output any more.
             const bool atEnd = stream_.needsInput() && fed == entry.compressedSize;
             if (stream_.needsInput() && !atEnd) fed += feed(archive, entry, fed);
             const auto written = stream_.inflate(room.subspan(piece));
@@ -81,6 +82,7 @@ void EntryReader::readInPieces(const InputFile& archive, const Entry& entry, Pie
             if (!written || stuck) failAtEntry(archive.path(), entry.name, kBroken);
             piece += *written;
         }
+        // Before the sink gets it: a hostile entry must not fill the disk.
         if (piece > entry.size - done) failAtEntry(archive.path(), entry.name, kTooLong);
         if (piece > 0) sink.accept(piece);
         done += piece;
@@ -88,7 +90,7 @@ void EntryReader::readInPieces(const InputFile& archive, const Entry& entry, Pie
     requireEnd(archive, entry, done, stream_.unread() + entry.compressedSize - fed);
 }
 
-// Returns how much was fed.
+// Returns the number of bytes fed.
 std::uint64_t EntryReader::feed(const InputFile& archive, const Entry& entry, std::uint64_t fed) {
     const std::span<unsigned char> next =
         input(std::min<std::uint64_t>(kInputSize, entry.compressedSize - fed));

@@ -1,4 +1,4 @@
-// The content of one entry, unpacked piece by piece and checked against what was declared.
+// Unpacks the content of one entry, piece by piece, and checks it against what was declared.
 #pragma once
 
 #include <atomic>
@@ -12,7 +12,7 @@
 
 namespace quillmoor::ditto {
 
-// Where the pieces go.
+// Receives the pieces.
 class PieceSink {
   public:
     PieceSink() = default;
@@ -20,25 +20,25 @@ class PieceSink {
     PieceSink& operator=(const PieceSink&) = delete;
     virtual ~PieceSink() = default;
 
-    // Room for the next piece: `wanted` bytes where that is at most kWholeEntry, else any, but
-    // some.
+    // Returns room for the next piece: at least `wanted` bytes if that is at most kWholeEntry,
+    // else at least one.
     virtual std::span<unsigned char> room(std::size_t wanted) = 0;
     // The first `size` bytes of the room are the next piece.
     virtual void accept(std::size_t size) = 0;
-    // All pieces have been taken care of. Returns the CRC-32 of them all.
+    // Returns once all pieces are processed: the CRC-32 of all of them.
     virtual std::uint32_t finish() = 0;
 };
 
 // Thrown between two pieces when another thread has failed.
 struct Stopped {};
 
-// Keeps its buffers from entry to entry: one for each thread.
+// Reuses its buffers from entry to entry. Each thread needs its own.
 class EntryReader {
   public:
     explicit EntryReader(const std::atomic<bool>& stop) : stop_(stop) {}
 
-    // Throws Failure when the content is damaged or is longer or shorter than declared, and never
-    // gives the sink more than the declared size; Interrupted and Stopped between two pieces.
+    // Throws Failure if the content is damaged or longer or shorter than declared; Interrupted and
+    // Stopped between two pieces. The sink never receives more than the declared size.
     void read(const InputFile& archive, const Entry& entry, PieceSink& sink);
 
   private:
@@ -55,7 +55,7 @@ class EntryReader {
     std::vector<unsigned char> input_;
 };
 
-// A failure that names archive and entry: archive.zip: “name”: what
+// Throws a Failure that names archive and entry: archive.zip: “name”: what
 [[noreturn]] void failAtEntry(const std::string& archivePath, std::string_view name,
                               const std::string& what);
 

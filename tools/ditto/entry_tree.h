@@ -12,7 +12,7 @@
 
 namespace quillmoor::ditto {
 
-// Does the file system take "A" and "a" for one name?
+// Whether the file system takes "A" and "a" for one name.
 enum class FoldCase : bool { No, Yes };
 
 // The components of a path that are neither empty nor ".", one after the other.
@@ -20,7 +20,7 @@ class PathComponents {
   public:
     explicit PathComponents(std::string_view path) : rest_(path) {}
 
-    // Answers false after the last one.
+    // Returns false after the last one.
     bool next(std::string_view& component);
     std::string_view rest() const { return rest_; }
 
@@ -28,7 +28,8 @@ class PathComponents {
     std::string_view rest_;
 };
 
-// Looks at the entries but does not own them. They must hold no NUL, as it sorts like a slash.
+// Points to the entries and does not own them. Their names must not contain a NUL, which would sort
+// like a slash.
 class EntryTree {
   public:
     struct Node {
@@ -44,8 +45,8 @@ class EntryTree {
 
     EntryTree(std::span<const Entry> entries, FoldCase foldCase);
 
-    // What stands in a folder follows the folder at once: a slash sorts before all else. Entries of
-    // one path stand side by side, in the archive's order. The root itself has no node.
+    // The contents of a folder directly follow the folder: a slash sorts before every other
+    // character. Entries of one path are neighbours, in the archive's order. The root has no node.
     const std::vector<Node>& nodes() const { return nodes_; }
 
     Found find(std::string_view key) const;
@@ -58,10 +59,10 @@ class EntryTree {
     FoldCase foldCase_;
 };
 
-// `path` stands somewhere in the folder `folder`.
+// Returns whether `path` is below the folder `folder`, at any depth.
 bool isInside(std::string_view path, std::string_view folder);
 
-// The folder that `path` stands in, without a slash at its end; "" for the root.
+// The folder that holds `path`, without a slash at its end; "" for the root.
 std::string_view folderOf(std::string_view path);
 std::string_view lastNameOf(std::string_view path);
 

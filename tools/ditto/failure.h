@@ -1,4 +1,4 @@
-// What ends the tool's work early: a text for people.
+// The exception that ends the tool's work, with a message for people.
 #pragma once
 
 #include <stdexcept>
@@ -11,7 +11,7 @@ class Failure : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// A failed system call: “path” couldn’t be opened: Permission denied
+// Throws a Failure for a failed system call: “path” couldn’t be opened: Permission denied
 [[noreturn]] void failWithErrno(std::string_view path, std::string_view what);
 [[noreturn]] void failWithError(std::string_view path, std::string_view what, int error);
 

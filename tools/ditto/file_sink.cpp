@@ -108,6 +108,8 @@ void BackgroundSink::work() {
     }
 }
 
+// A ring of pieces: the unpacking thread fills the one at filled_, this thread writes the one at
+// written_, and neither touches the other's.
 void BackgroundSink::writePieces() {
     std::unique_lock lock(mutex_);
     for (;;) {

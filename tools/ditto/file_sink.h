@@ -1,5 +1,4 @@
-// Where the pieces of an unpacked file go: to its descriptor, at once or from a thread of their
-// own.
+// Writes the pieces of an unpacked file to its descriptor, at once or on a separate thread.
 #pragma once
 
 #include <array>
@@ -17,15 +16,15 @@
 
 namespace quillmoor::ditto {
 
-// Writes all of `bytes`. `name` is for the Failure.
+// Both write all of `bytes`, or throw a Failure that names `name`.
 void writeAll(int file, std::span<const unsigned char> bytes, std::string_view name);
 void writeAllAt(int file, std::uint64_t offset, std::span<const unsigned char> bytes,
                 std::string_view name);
 
-// Writes each piece as it comes. Serves one file after the other.
+// Writes each piece when it is accepted. Can be used for one file after the other.
 class FileSink : public PieceSink {
   public:
-    // `name` outlives the file's work.
+    // `file` and `name` must stay valid until finish() has returned.
     void start(int file, std::string_view name);
 
     std::span<unsigned char> room(std::size_t wanted) override;
@@ -39,8 +38,8 @@ class FileSink : public PieceSink {
     std::uint32_t crc_ = 0;
 };
 
-// Checks and writes the pieces of one large file on a thread of its own while the next ones are
-// unpacked. A failure of the writing shows in room() or finish().
+// Sums up and writes the pieces of one large file on a separate thread while the next ones are
+// unpacked. A failure to write is thrown by room() or finish().
 class BackgroundSink : public PieceSink {
   public:
     BackgroundSink(int file, std::string_view name);
@@ -62,13 +61,13 @@ class BackgroundSink : public PieceSink {
 
     const int file_;
     const std::string_view name_;
-    std::uint32_t crc_ = 0;  // the thread's until it has ended
+    std::uint32_t crc_ = 0;  // used by the thread alone until it has ended
 
     std::mutex mutex_;
     std::condition_variable changed_;
     std::array<Piece, 4> pieces_;
-    std::size_t filled_ = 0;   // pieces given, ever
-    std::size_t written_ = 0;  // pieces done, ever
+    std::size_t filled_ = 0;   // pieces accepted so far
+    std::size_t written_ = 0;  // pieces written so far
     bool ended_ = false;
     std::exception_ptr failure_;
     platform::posix::Thread thread_;

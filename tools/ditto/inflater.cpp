@@ -25,6 +25,8 @@ WholeInflater::~WholeInflater() = default;
 
 WholeInflater::Result WholeInflater::inflate(std::span<const unsigned char> input,
                                              std::span<unsigned char> output) {
+    // The extended call reports how much input it took: bytes behind the stream's end are an error
+    // of the archive's.
     Result result{Status::Done};
     switch (::libdeflate_deflate_decompress_ex(state_->inflater, input.data(), input.size(),
                                                output.data(), output.size(), &result.read,
@@ -42,7 +44,7 @@ struct StreamInflater::State {
     inflate_state stream;
 };
 
-// Not initialised: start() does that, and the state is large.
+// Left uninitialised on purpose: start() initialises it, and the state is large.
 StreamInflater::StreamInflater() : state_(new State) {}
 
 StreamInflater::~StreamInflater() = default;
@@ -61,12 +63,13 @@ bool StreamInflater::needsInput() const {
 }
 
 void StreamInflater::feed(std::span<const unsigned char> input) {
-    // The library only reads what it is given here.
+    // The library's pointer is not const, but it only reads the input.
     state_->stream.next_in = const_cast<std::uint8_t*>(input.data());
     state_->stream.avail_in = static_cast<std::uint32_t>(input.size());
 }
 
 std::size_t StreamInflater::unread() const {
+    // The library reads ahead into a buffer that it counts in bits.
     return state_->stream.avail_in + static_cast<std::size_t>(state_->stream.read_in_length) / 8;
 }
 

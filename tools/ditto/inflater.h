@@ -1,4 +1,4 @@
-// Deflated data unpacked: at once where all of it is in memory, else piece by piece.
+// Inflates deflated data: at once if all of it is in memory, else piece by piece.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace quillmoor::ditto {
 
-// Needs no memory of its own that grows with the data.
+// Its own memory does not grow with the data.
 class WholeInflater {
   public:
     WholeInflater();
@@ -17,7 +17,7 @@ class WholeInflater {
     enum class Status { Done, Damaged, OutputTooSmall };
     struct Result {
         Status status;
-        std::size_t read = 0;  // of the input, where it is done
+        std::size_t read = 0;  // bytes of the input, if it is done
         std::size_t written = 0;
     };
     Result inflate(std::span<const unsigned char> input, std::span<unsigned char> output);
@@ -27,7 +27,7 @@ class WholeInflater {
     std::unique_ptr<State> state_;
 };
 
-// One stream after the other.
+// Inflates one stream after the other.
 class StreamInflater {
   public:
     StreamInflater();
@@ -37,15 +37,15 @@ class StreamInflater {
     void start();
 
     bool isDone() const;
-    // All input was taken; more may be fed.
+    // Returns true once all input is taken: more may be fed.
     bool needsInput() const;
-    // The input remains the caller's until it was taken.
+    // The caller keeps `input` unchanged until it is taken.
     void feed(std::span<const unsigned char> input);
-    // What was fed behind the stream's end.
+    // The number of bytes that were fed beyond the stream's end.
     std::size_t unread() const;
 
-    // Returns the bytes written, fewer than fit where input is needed or the stream is done;
-    // nothing where the data is damaged.
+    // Returns the number of bytes written, fewer than fit if input is needed or the stream is done;
+    // nothing if the data is damaged.
     std::optional<std::size_t> inflate(std::span<unsigned char> output);
 
   private:

@@ -16,7 +16,7 @@ namespace quillmoor::ditto {
 using platform::posix::systemCalls;
 
 InputFile::InputFile(std::string path) : path_(std::move(path)) {
-    // Without O_NONBLOCK a FIFO would wait for its writer.
+    // Without O_NONBLOCK, opening a FIFO would wait for a writer.
     file_ = platform::posix::Descriptor(
         systemCalls().openat(AT_FDCWD, path_.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, 0));
     if (!file_) failWithErrno(path_, "opened");

@@ -9,16 +9,16 @@
 
 namespace quillmoor::ditto {
 
-// May be read from several threads. Every failure is a Failure that names the file.
+// Several threads may read it. Every failure is thrown as a Failure that names the file.
 class InputFile {
   public:
-    // A regular file, or a link to one.
+    // `path` must lead to a regular file; links are followed.
     explicit InputFile(std::string path);
 
     const std::string& path() const { return path_; }
     std::uint64_t size() const { return size_; }
 
-    // Fills `bytes`; a file that ends before is a failure.
+    // Fills `bytes`. A file that ends before they are full is a Failure.
     void readAt(std::uint64_t offset, std::span<unsigned char> bytes) const;
 
   private:

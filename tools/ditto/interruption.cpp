@@ -24,6 +24,7 @@ void watchForInterruption() {
         if (before.sa_handler == SIG_IGN) continue;
         struct sigaction action = {};
         action.sa_handler = &remember;
+        // System calls are not interrupted: the work looks for the signal between its steps.
         action.sa_flags = SA_RESTART;
         ::sigemptyset(&action.sa_mask);
         ::sigaction(number, &action, nullptr);
@@ -47,7 +48,7 @@ void dieOfSignal(int signal) {
     ::sigaddset(&only, signal);
     ::sigprocmask(SIG_UNBLOCK, &only, nullptr);
     ::raise(signal);
-    ::_exit(128 + signal);
+    ::_exit(128 + signal);  // not reached, unless a debugger holds the signal back
 }
 
 }  // namespace quillmoor::ditto

@@ -1,5 +1,5 @@
-// SIGINT, SIGTERM and SIGHUP: the work stops at its next step, takes back what it wrote, and only
-// then does the process die of the signal.
+// SIGINT, SIGTERM and SIGHUP: the work stops at its next step and removes what it wrote; then the
+// process ends by the signal.
 #pragma once
 
 #include <exception>
@@ -11,17 +11,18 @@ class Interrupted : public std::exception {
     const char* what() const noexcept override { return "interrupted"; }
 };
 
-// Signals that were ignored before stay ignored. A file that outgrows the process's limit becomes
-// an error of the write instead of a deadly signal, and so does a reader of the messages that ends:
-// the work goes on without it.
+// Installs the handlers. Signals that the caller ignores stay ignored. SIGXFSZ and SIGPIPE are
+// ignored: a file beyond the process's size limit is an error of the write, and the work continues
+// without a reader of the messages.
 void watchForInterruption();
 
-// The signal that came, or 0. From any thread.
+// Returns the signal that was received, or 0. May be called from any thread.
 int interruptingSignal();
 
-// Throws Interrupted once a signal has come.
+// Throws Interrupted if a signal was received.
 void throwIfInterrupted();
 
+// Ends the process by `signal`, so that the caller sees what ended it.
 [[noreturn]] void dieOfSignal(int signal);
 
 }  // namespace quillmoor::ditto

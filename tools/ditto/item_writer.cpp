@@ -17,7 +17,7 @@ namespace {
 
 using platform::posix::systemCalls;
 
-// The date of last access stays as it is.
+// Leaves the date of the last access unchanged.
 std::array<timespec, 2> datesOf(const Entry& entry) {
     std::array<timespec, 2> dates = {};
     dates[0].tv_nsec = UTIME_OMIT;
@@ -47,6 +47,7 @@ FileWriter::FileWriter(int root, const std::vector<InputFile>& archives, unsigne
 void FileWriter::write(const PlannedItem& file) {
     const Entry& entry = *file.entry;
     const int folder = folders_.open(folderOf(file.path));
+    // A mode without write permission does not matter: it applies to the next open.
     Descriptor output(systemCalls().openat(folder, std::string(lastNameOf(file.path)).c_str(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW,
                                            modeOf(&entry, 0666, umask_)));
@@ -67,6 +68,7 @@ void FileWriter::write(const PlannedItem& file) {
 
 void makeFolder(FolderCache& folders, const PlannedItem& folder) {
     const int parent = folders.open(folderOf(folder.path));
+    // Its own mode, which may forbid writing, is set once it is filled.
     if (systemCalls().mkdirat(parent, std::string(lastNameOf(folder.path)).c_str(), S_IRWXU) != 0)
         failWithErrno(folder.path, "made");
 }

@@ -1,4 +1,4 @@
-// Makes the items of an unpack below the stage.
+// Creates the items of an unpack below the stage.
 #pragma once
 
 #include <atomic>
@@ -13,13 +13,14 @@
 
 namespace quillmoor::ditto {
 
-// Writes files. One for each thread.
+// Writes files. Each thread needs its own.
 class FileWriter {
   public:
     FileWriter(int root, const std::vector<InputFile>& archives, unsigned umask,
                const std::atomic<bool>& stop);
 
-    // The file with content, rights and date. It must not exist, nor be reached through a link.
+    // Creates the file with content, mode and date. Throws Failure if it exists or its path leads
+    // through a link.
     void write(const PlannedItem& file);
 
   private:
@@ -30,15 +31,15 @@ class FileWriter {
     FileSink sink_;
 };
 
-// Each makes one item new; the folder that it stands in exists. Throws Failure.
+// Both create one item, in a folder that exists. Throw Failure, also if the item exists.
 void makeFolder(FolderCache& folders, const PlannedItem& folder);
 void makeLink(FolderCache& folders, const PlannedItem& link);
 
-// Rights and date of a folder, once nothing will be written into it any more.
+// Sets mode and date of a folder. To be called after the last item was written into it.
 void finishFolder(int root, const PlannedItem& folder, unsigned umask);
 
-// The same, where others may have put something else in its place: that is left unchanged, and is a
-// Failure.
+// The same for a folder that others may have replaced: one that is not `identity` is left unchanged
+// and is a Failure.
 void finishFolder(int root, const PlannedItem& folder, unsigned umask, const Identity& identity);
 
 }  // namespace quillmoor::ditto

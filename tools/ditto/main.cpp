@@ -19,12 +19,13 @@ namespace {
 using quillmoor::platform::posix::systemCalls;
 using namespace quillmoor::ditto;  // NOLINT(google-build-using-namespace): the program's own
 
-// Makes sure that no file of the work gets the number of a standard stream that the caller has
-// closed: messages would be written into it. Using such a stream still fails.
+// Occupies the standard streams that the caller has closed: an archive that was opened under the
+// number of one of them would receive the messages. Using such a stream still fails.
 void occupyStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (systemCalls().fcntl(stream, F_GETFD, 0) >= 0) continue;
-        // It gets the lowest free number, which is this one.
+        // openat() takes the lowest free number, which is this one. The wrong direction makes every
+        // use of the stream fail, as on a closed one.
         if (systemCalls().openat(AT_FDCWD, "/dev/null",
                                  stream == STDIN_FILENO ? O_WRONLY : O_RDONLY, 0) != stream)
             std::_Exit(EXIT_FAILURE);
@@ -38,7 +39,8 @@ bool show(std::string_view text) {
 }
 
 int run(const Options& options) {
-    // Rights are given when an item is made; where an archive has none, the caller's mask rules.
+    // Each item is created with its final mode. The caller's mask applies only where an archive has
+    // no mode.
     const unsigned mask = ::umask(0);
     switch (options.action) {
         case Action::ShowHelp:

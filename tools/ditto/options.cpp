@@ -11,7 +11,7 @@
 namespace quillmoor::ditto {
 namespace {
 
-// Beyond all characters, so that they are no short options.
+// Above all characters, so that none is a short option.
 enum LongOption : int { kHelp = 256, kVersion, kKeepParent, kMaxSize, kWithoutEffect };
 
 constexpr std::array<option, 8> kLongOptions = {{
@@ -25,7 +25,7 @@ constexpr std::array<option, 8> kLongOptions = {{
     {},
 }};
 
-// The minus sign: operands are returned between the options, whatever the environment says. The
+// The minus sign: operands are returned between the options, even if POSIXLY_CORRECT is set. The
 // colon: getopt prints nothing, and returns a colon where an argument is missing.
 constexpr char kShortOptions[] = "-:xckvVh";
 
@@ -34,7 +34,7 @@ constexpr int kOperand = 1;
 class Parser {
   public:
     explicit Parser(std::span<const char* const> arguments) {
-        // getopt skips the program's name, and only reads what it is given.
+        // getopt skips the program's name. It takes pointers to mutable text but only reads it.
         arguments_.push_back(const_cast<char*>("ditto"));
         for (const char* argument : arguments) arguments_.push_back(const_cast<char*>(argument));
         arguments_.push_back(nullptr);
@@ -42,7 +42,7 @@ class Parser {
 
     Options parse() {
         const int count = static_cast<int>(arguments_.size()) - 1;
-        ::optind = 0;  // from the beginning, also when it is not the first call
+        ::optind = 0;  // 0, not 1: getopt also forgets where a joined option of the last call was
         for (int found = 0; found >= 0;) {
             found = ::getopt_long(count, arguments_.data(), kShortOptions, kLongOptions.data(),
                                   nullptr);
@@ -95,7 +95,8 @@ class Parser {
         }
     }
 
-    // A long option has been taken as a whole; a short one may be followed by others.
+    // optopt is 0 for an unknown long option, and its value for one with an argument too many. Then
+    // the whole argument is named; of joined short options only the unknown one.
     [[noreturn]] void refuse() const {
         const bool isLong = ::optopt == 0 || ::optopt >= kHelp;
         const char character = static_cast<char>(::optopt);

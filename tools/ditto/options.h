@@ -27,8 +27,8 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Without the program's name. Options stand in any order, before or after the paths; short ones
-// may be joined; all that follows -- is a path. Throws UsageError.
+// `arguments` are without the program's name. Options may be in any order, before or after the
+// paths; short ones may be joined; everything after -- is a path. Throws UsageError.
 Options parseOptions(std::span<const char* const> arguments);
 
 std::string_view usage();

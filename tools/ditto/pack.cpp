@@ -39,14 +39,16 @@ namespace {
 using platform::posix::systemCalls;
 
 constexpr std::size_t kDictionarySize = 32U << 10U;
-// A file of this size may come to 4 GiB while it is packed.
+// A file of this size may grow to 4 GiB while it is packed, and its header, which is written first,
+// must then have room for the wide sizes.
 constexpr std::int64_t kWideFrom = 0xf0000000;
 
-// Items, and bytes of files, under way at a time; one file may be more.
+// The most items, and bytes of files, in memory at a time; a single file may be larger.
 constexpr std::size_t kMostJobs = 16;
 constexpr std::size_t kMostBytes = std::size_t{128} << 20;
 
-// Larger blocks are not kept for the next file.
+// Larger blocks are not kept for the next file: many small files would keep the memory of one
+// large.
 constexpr std::size_t kLargestSpare = std::size_t{1} << 20;
 
 unsigned threadCount() {
@@ -74,11 +76,11 @@ std::string targetOf(int folder, const std::string& name, const std::string& pat
     return {target.data(), static_cast<std::size_t>(size)};
 }
 
-// Reads the items in their order, has their blocks compressed, and writes them in the same order:
-// a few blocks are under way at any time.
+// Reads the items in their order, has their blocks compressed by several threads, and writes them
+// in the same order. A bounded number of blocks is in memory at any time.
 class Packer {
   public:
-    // `newest` is the date of everything that is newer.
+    // `newest`, in seconds since 1970, replaces every later date.
     Packer(const SourceTree& tree, std::string prefix, std::int64_t newest, bool verbose,
            ZipWriter& writer)
         : tree_(tree),
@@ -114,6 +116,7 @@ class Packer {
 
     EntryHeader headerFor(std::string name, const struct stat& info) const {
         if (name.size() > kLongestName) throw Failure(quoted(name) + ": its name is too long");
+        // Without set-ID bits, which unpacking would not set either.
         return {std::move(name), info.st_mode & (S_IFMT | 0777U),
                 std::min<std::int64_t>(info.st_mtim.tv_sec, newest_)};
     }
@@ -132,6 +135,7 @@ class Packer {
         if (systemCalls().fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
             failWithErrno(item.path, "examined");
         const bool isFolder = item.kind == SourceItem::Kind::Folder;
+        // The listing is older than this: others may have changed the tree since.
         if (isFolder ? !S_ISDIR(info.st_mode) : !S_ISLNK(info.st_mode))
             throw Failure(quoted(item.path) + " was replaced while it was packed");
         Job job;
@@ -149,6 +153,7 @@ class Packer {
     void packFile(int folder, const std::string& name, const std::string& path) {
         // A link is followed only where it is the source itself.
         const int follow = tree_.isFolder() ? O_NOFOLLOW : 0;
+        // The listed file may be a FIFO or a terminal by now: neither may block or take control.
         const Descriptor file(systemCalls().openat(folder, name.c_str(),
                                                    O_RDONLY | O_NONBLOCK | O_NOCTTY | follow, 0));
         if (!file) failWithErrno(path, "opened");
@@ -159,19 +164,20 @@ class Packer {
         if (info.st_size <= static_cast<off_t>(kWholeFile)) {
             const auto expected = static_cast<std::size_t>(info.st_size);
             if (packWhole(file.get(), expected, header, path)) return;
-            // It has grown meanwhile.
+            // It has grown since fstat().
             if (systemCalls().lseek(file.get(), 0, SEEK_SET) != 0) failWithErrno(path, "read");
         }
         packInBlocks(file.get(), std::move(header), info.st_size >= kWideFrom, path);
     }
 
-    // False where there is more than kWholeFile.
+    // Returns false, with nothing submitted, if the file is larger than kWholeFile.
     bool packWhole(int file, std::size_t expected, EntryHeader& header, const std::string& path) {
         throwIfInterrupted();
         Job job;
         job.block = freeBlock(expected);
         Block& block = *job.block;
         block.size = 0;
+        // One byte more than expected: only a read that does not fill the room has seen the end.
         for (std::size_t room = expected + 1;; room *= 2) {
             if (block.input.size() < room) block.input.resize(std::min(room, kWholeFile + 1));
             block.size += readFully(file, std::span(block.input).subspan(block.size), path);
@@ -198,6 +204,7 @@ class Packer {
             Block& block = *job.block;
             block.size = readFully(file, std::span(block.input).first(kBlockSize), path);
             block.whole = false;
+            // A file of whole blocks ends with an empty one, which ends the deflate stream.
             block.last = last = block.size < kBlockSize;
             block.dictionary = std::exchange(dictionary, {});
             if (!last)
@@ -210,7 +217,8 @@ class Packer {
     void submit(Job job) {
         Block& block = *job.block;
         bytes_ += block.size;
-        // A block outlives the deflater, whatever is thrown.
+        // Owned by jobs_ before a thread gets it: the block must outlive the deflater's use of it,
+        // whatever is thrown.
         jobs_.push_back(std::move(job));
         deflater_.submit(block);
     }
@@ -236,6 +244,8 @@ class Packer {
         deflater_.wait(block);
         bytes_ -= block.size;
         if (block.failed) throw Failure(quoted(job.header.name) + " couldn’t be compressed");
+        // Headers of a file in one block are written once, with the sums; those of a larger file
+        // are patched afterwards.
         if (job.first && block.last) {
             const bool stored = block.outputSize >= block.size;
             writer_.add(job.header, stored ? zip::kStored : zip::kDeflated, block.crc, block.size,
@@ -287,6 +297,7 @@ void pack(const Options& options, unsigned umask) {
     const std::optional<std::int64_t> newest = sourceDateEpoch();
     PendingArchive pending(options.destination, umask);
     const SourceTree tree(options.sources.front(), pending.place());
+    // Not before the listing, which would find the temporary file of an archive inside its source.
     pending.create();
     ZipWriter writer(pending.file(), options.destination, newest ? DateZone::Utc : DateZone::Local);
     const bool prefixed = options.keepParent && tree.isFolder() && !tree.name().empty();
@@ -296,6 +307,7 @@ void pack(const Options& options, unsigned umask) {
     packer.packAll();
     writer.finish();
     const std::string objection = packer.objection();
+    // The last point at which an interruption leaves the old archive.
     throwIfInterrupted();
     pending.putInPlace();
     if (!objection.empty())

@@ -1,4 +1,4 @@
-// The links of a tree that is packed, as the tool's own unpacking will see them.
+// Checks the links of a tree that is packed by the rules of unpacking.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace quillmoor::ditto {
 
-// Why an archive of the tree cannot be unpacked by this tool: the first link that leads out of the
-// archive, with its reason, as in: “name” is a link to an absolute path. "" if there is none.
+// Returns why this tool cannot unpack an archive of the tree: the first link that leads out of the
+// archive, with its reason, for example “name” is a link to an absolute path. "" if there is none.
 // `prefix` is put before each item's path; `targets` are those of the tree's links, in its order.
 std::string linkObjection(const SourceTree& tree, std::string_view prefix,
                           const std::vector<std::string>& targets);

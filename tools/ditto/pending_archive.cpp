@@ -54,7 +54,7 @@ void PendingArchive::create() {
 
 void PendingArchive::putInPlace() {
     if (!isItem(folder_.get(), temporaryName_, file_.get())) {
-        // Another's, who may write to the folder.
+        // Another user that may write to the folder has put it there: it is not removed.
         temporaryName_.clear();
         failWithError(path_, "replaced", EBUSY);
     }

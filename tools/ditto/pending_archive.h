@@ -1,4 +1,4 @@
-// An archive that is being written, under a temporary name beside its place.
+// An archive that is being written, under a temporary name in the folder of its final path.
 #pragma once
 
 #include <string>
@@ -8,10 +8,11 @@
 
 namespace quillmoor::ditto {
 
-// Destroyed before putInPlace(), it removes the file; what stood in its place is untouched.
+// Destroyed before putInPlace(), it removes the temporary file; an existing archive is unchanged.
 class PendingArchive {
   public:
-    // Makes nothing yet. Throws Failure where the folder does not exist or a folder stands there.
+    // Creates no file yet. Throws Failure if the folder of `path` does not exist or `path` is a
+    // folder.
     PendingArchive(std::string path, unsigned umask);
     ~PendingArchive();
     PendingArchive(const PendingArchive&) = delete;
@@ -20,7 +21,7 @@ class PendingArchive {
     Place place() const;
     void create();
     int file() const { return file_.get(); }
-    // Replaces what stands there, be it a link.
+    // Replaces an existing item, including a link, by the finished file.
     void putInPlace();
 
   private:

@@ -1,4 +1,4 @@
-// The date that builds which can be repeated give to everything newer.
+// SOURCE_DATE_EPOCH, which reproducible builds use as the latest date of their files.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,8 @@
 
 namespace quillmoor::ditto {
 
-// The value of the environment's SOURCE_DATE_EPOCH, in seconds since 1970; nothing where it is not
-// set. Throws Failure for anything but the digits of a date before the year 10000.
+// Returns the value of the environment's SOURCE_DATE_EPOCH, in seconds since 1970; nothing if it is
+// not set. Throws Failure for anything but the digits of a date before the year 10000.
 std::optional<std::int64_t> sourceDateEpoch();
 
 }  // namespace quillmoor::ditto

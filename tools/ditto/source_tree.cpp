@@ -24,7 +24,7 @@ bool isDots(std::string_view name) {
     return name == "." || name == "..";
 }
 
-// What the last component really is called: "." and ".." have no name of their own.
+// The real name of the last component, which "." and ".." do not show.
 std::string ownName(const std::string& source) {
     std::string name = lastPathComponent(source);
     if (isDots(name)) {
@@ -52,6 +52,7 @@ SourceTree::SourceTree(const std::string& source, Place archive) : archive_(std:
     name_ = ownName(source);
     isFolder_ = S_ISDIR(info.st_mode);
     const std::string folder = isFolder_ ? source : parentPathOf(source);
+    // To pack a single file, its folder need not be readable.
     const int flags = isFolder_ ? O_RDONLY : O_PATH;
     root_ = Descriptor(systemCalls().openat(AT_FDCWD, folder.c_str(), flags | O_DIRECTORY, 0));
     if (!root_) failWithErrno(folder, "opened");
@@ -71,15 +72,17 @@ void SourceTree::list(const std::string& folder) {
     for (SourceItem& item : itemsIn(folder)) {
         const bool deeper = item.kind == SourceItem::Kind::Folder;
         items_.push_back(std::move(item));
+        // A copy: the list grows meanwhile.
         if (deeper) list(std::string(items_.back().path));
     }
 }
 
-// The folder is closed again before the walk goes deeper.
+// Closes the folder before the walk goes deeper, so that the depth is not limited by descriptors.
 std::vector<SourceItem> SourceTree::itemsIn(const std::string& path) const {
     const Descriptor folder = openFolderBeneath(root_.get(), path);
     const bool holdsArchive = isArchivesFolder(folder.get());
     std::vector<std::string> names = namesIn(folder.get(), path);
+    // The same tree gives the same archive, in whichever order the file system lists it.
     std::sort(names.begin(), names.end());
     std::vector<SourceItem> items;
     for (const std::string& name : names) {

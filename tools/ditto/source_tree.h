@@ -1,4 +1,4 @@
-// What is to be packed, listed before anything is read.
+// Lists what is to be packed, before any content is read.
 #pragma once
 
 #include <sys/types.h>
@@ -24,13 +24,13 @@ struct Place {
     std::string name;
 };
 
-// A folder with all below it, or a single file or link. Links are items, never followed, but for
-// the source itself. Sorted by name within each folder.
+// A folder with everything below it, or a single file or link. Links are items and are not
+// followed, except for the source itself. Sorted by name within each folder.
 class SourceTree {
   public:
-    // What stands at `archive` is left out, as the archive will replace it. Throws Failure for what
-    // cannot be listed, for what is neither file nor folder nor link, and for a file that would be
-    // packed into itself.
+    // The item at `archive` is left out, as the archive will replace it. Throws Failure for what
+    // cannot be listed, for what is neither a file nor a folder nor a link, and for a file that
+    // would be packed into itself.
     SourceTree(const std::string& source, Place archive);
 
     int root() const { return root_.get(); }

@@ -11,6 +11,7 @@
 namespace quillmoor::ditto {
 namespace {
 
+// Control characters, and the marks of writing direction, which can make a name read as another.
 bool steersTerminal(char32_t code) {
     return code < 0x20 || (code >= 0x7f && code < 0xa0) || (code >= 0x202a && code <= 0x202e) ||
            (code >= 0x2066 && code <= 0x2069);

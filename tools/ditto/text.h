@@ -6,8 +6,8 @@
 
 namespace quillmoor::ditto {
 
-// Control characters, backslashes and bytes that are no UTF-8 are written as \xNN, so that a name
-// cannot steer the terminal that shows it.
+// Writes control characters, backslashes and invalid UTF-8 bytes as \xNN, so that a name cannot
+// control the terminal that shows it.
 std::string printable(std::string_view bytes);
 
 // “printable”
@@ -15,8 +15,9 @@ std::string quoted(std::string_view bytes);
 
 bool isUtf8(std::string_view bytes);
 
-// Two names that a file system which folds case may take for one give equal results: decomposed,
-// case folded, without ignorable characters. What is no UTF-8 folds its ASCII letters only.
+// Returns equal results for two names that a file system which folds case may take for one:
+// decomposed, case folded, without ignorable characters. Of invalid UTF-8 only the ASCII letters
+// are folded.
 std::string foldedCase(std::string_view name);
 
 }  // namespace quillmoor::ditto

@@ -28,7 +28,7 @@ namespace {
 
 using platform::posix::Thread;
 
-constexpr std::size_t kMostArchives = 0xffff;
+constexpr std::size_t kMostArchives = 0xffff;  // Entry::archive has 16 bits
 
 void announce(std::string_view path) {
     std::fputs((printable(path) + '\n').c_str(), stderr);
@@ -38,8 +38,8 @@ unsigned threadCount() {
     return std::clamp(std::thread::hardware_concurrency(), 2U, 4U);
 }
 
-// Shares the files out among threads, one file at a time, and ends all of them at the first
-// failure.
+// Writes the files on several threads, each taking the next file when it has finished one. The
+// first failure stops all of them.
 class FileTeam {
   public:
     FileTeam(int root, const std::vector<InputFile>& archives,
@@ -52,7 +52,7 @@ class FileTeam {
         try {
             while (others.size() + 1 < count) others.emplace_back([this] { work(); });
         } catch (const std::exception&) {
-            // Fewer threads do the work as well.
+            // The threads that could be started, or this one alone, do the work.
         }
         work();
         for (Thread& other : others) other.join();
@@ -70,7 +70,7 @@ class FileTeam {
                 if (verbose_) announce(files_[i].path);
             }
         } catch (const Stopped&) {
-            // Another thread has the failure.
+            // The thread that failed has recorded the failure.
         } catch (...) {
             const std::lock_guard lock(mutex_);
             if (!failure_) failure_ = std::current_exception();
@@ -96,6 +96,9 @@ class Unpacking {
     void run() {
         readArchives();
         refuse(judgeEntries(list_.entries, limits_));
+        // Validated by exact names first, so that a hostile archive is refused before anything is
+        // written, and again below if the destination takes "A" and "a" for one name: only there
+        // can that be tried.
         std::optional<EntryTree> tree(std::in_place, list_.entries, FoldCase::No);
         refuse(judgeTree(*tree, limits_));
         Destination destination(options_.destination, umask_);
@@ -104,6 +107,7 @@ class Unpacking {
             refuse(judgeTree(*tree, limits_));
         }
         const UnpackPlan plan = makePlan(*tree);
+        // Early, to spare the work. commit() does not replace anything either.
         destination.requireFree(plan.topNames);
         write(plan, destination);
         throwIfInterrupted();
@@ -132,7 +136,9 @@ class Unpacking {
         throw Failure(printable(options_.sources.front()) + ": " + refusal->reason);
     }
 
-    // Links come after the files, so that no file can be written through one.
+    // Links are created after the files, so that no file can be written through one. Folders get
+    // their modes and dates last and from the inside out: writing into a folder changes its date,
+    // and its mode may forbid it.
     void write(const UnpackPlan& plan, const Destination& destination) {
         FolderCache folders(destination.stage());
         for (const PlannedItem& folder : plan.folders) {
@@ -156,7 +162,8 @@ class Unpacking {
         }
     }
 
-    // A folder without the right to write cannot be moved into another one.
+    // A folder that its owner may not write to cannot be moved into another folder, as the move
+    // changes its "..".
     static bool waitsForMove(const PlannedItem& folder, const Destination& destination) {
         return destination.exists() && folderOf(folder.path).empty() && folder.entry != nullptr &&
                folder.entry->mode >= 0 && (folder.entry->mode & S_IWUSR) == 0;

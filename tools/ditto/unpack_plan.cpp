@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kMacFolder = "__MACOSX";
 
-// The folder of AppleDouble entries is left out with them, unless it holds something else too.
+// The folder of AppleDouble entries is left out with them, unless it also holds another item.
 bool leavesMacFolderOut(const EntryTree& tree) {
     bool anyDouble = false;
     for (const EntryTree::Node& node : tree.nodes()) {
@@ -53,8 +53,8 @@ class Planner {
         items.push_back({node.path, node.entry});
     }
 
-    // Adds `path` and what it stands in, as far as they are not there. The tree's order makes the
-    // folder added last the only one to compare with.
+    // Adds `path` and the folders that hold it, unless they were added before. In the tree's order
+    // only the folder added last needs to be compared.
     void addFolders(std::string_view path) {
         const std::string_view last =
             plan_.folders.empty() ? std::string_view() : plan_.folders.back().path;
@@ -66,6 +66,8 @@ class Planner {
         }
     }
 
+    // Large files first, so that none is left for the end, when the other threads have no work.
+    // Then in the archive's order, so that it is read from front to back.
     static bool unpacksBefore(const PlannedItem& a, const PlannedItem& b) {
         const auto key = [](const PlannedItem& item) {
             const std::uint64_t large = item.entry->size > kWholeEntry ? item.entry->size : 0;

@@ -1,4 +1,4 @@
-// What is to be made of the entries, in the order of making.
+// The items that the entries are unpacked to, in the order in which they are created.
 #pragma once
 
 #include <cstddef>
@@ -11,18 +11,18 @@ namespace quillmoor::ditto {
 
 struct PlannedItem {
     std::string_view path;
-    const Entry* entry;  // nullptr: a folder that only other names imply
+    const Entry* entry;  // nullptr: a folder that is only implied by other names
 };
 
 struct UnpackPlan {
-    std::vector<PlannedItem> folders;  // each after the one that it stands in
+    std::vector<PlannedItem> folders;  // each after the one that holds it
     std::vector<PlannedItem> files;    // large ones first, then in the archives' order
     std::vector<PlannedItem> links;
-    std::vector<std::string_view> topNames;  // what will stand in the destination itself
+    std::vector<std::string_view> topNames;  // the items of the destination itself
     std::size_t leftOut = 0;                 // AppleDouble entries
 };
 
-// Of a tree that has been judged. The plan points into the tree.
+// The tree must have been validated. The plan points into it.
 UnpackPlan makePlan(const EntryTree& tree);
 
 }  // namespace quillmoor::ditto

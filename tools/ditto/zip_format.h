@@ -1,4 +1,4 @@
-// The zip format's numbers, and how they stand in bytes.
+// The zip format's numbers, and their form in bytes.
 #pragma once
 
 #include <cstddef>
@@ -29,12 +29,12 @@ inline constexpr std::uint16_t kFlagStrongEncryption = 1U << 6U;
 inline constexpr std::uint16_t kFlagUtf8 = 1U << 11U;
 inline constexpr std::uint16_t kFlagMasked = 1U << 13U;
 
-// What made an entry, and so what its external attributes mean.
+// The system in "version made by", which decides what an entry's external attributes mean.
 inline constexpr std::uint8_t kHostUnix = 3;
 inline constexpr std::uint8_t kHostMacOS = 19;
 inline constexpr std::uint32_t kDosFolder = 0x10;
 
-// Extra fields.
+// Extra fields: zip64, extended timestamp, and the Unix field that came before it.
 inline constexpr std::uint16_t kExtraZip64 = 0x0001;
 inline constexpr std::uint16_t kExtraTimestamp = 0x5455;
 inline constexpr std::uint16_t kExtraOldUnix = 0x5855;

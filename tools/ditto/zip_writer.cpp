@@ -21,11 +21,12 @@ using zip::put32;
 using zip::put64;
 
 constexpr std::size_t kBufferSize = 1U << 20U;
+// "Version needed to extract": 2.0 has folders and deflate, 4.5 has zip64.
 constexpr std::uint16_t kVersion = 20;
 constexpr std::uint16_t kWideVersion = 45;
 constexpr std::uint32_t kFormatMask = 0170000;
 constexpr std::uint32_t kFolderFormat = 0040000;
-// Within a local header: where the checksum stands, and the wide sizes behind the name.
+// Offsets in a local header: of the checksum, and, with the name's length, of the zip64 sizes.
 constexpr std::uint64_t kCrcPlace = 14;
 constexpr std::uint64_t kWideSizesPlace = zip::kLocalSize + 4;
 
@@ -33,7 +34,7 @@ std::span<const unsigned char> bytesOf(std::string_view text) {
     return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
 }
 
-// The exact date, where 32 bits hold it.
+// The extended timestamp, if 32 bits can hold the date. Its flags say: modification time only.
 std::string timestampField(std::int64_t modified) {
     std::string field;
     if (modified < std::numeric_limits<std::int32_t>::min() ||
@@ -86,6 +87,8 @@ void ZipWriter::end(std::uint32_t crc, std::uint64_t size) {
     const Sums sums{zip::kDeflated, crc, size, offset_ - currentData_};
     if (!currentWide_ && (needsWide(sums.size) || needsWide(sums.compressedSize)))
         throw Failure(quoted(current_.name) + " grew while it was packed");
+    // Patched into the local header rather than written behind the data: readers that go by local
+    // headers then know the sizes in advance. The header must be in the file by now.
     flush();
     std::string patch;
     put32(patch, crc);
@@ -102,12 +105,13 @@ void ZipWriter::end(std::uint32_t crc, std::uint64_t size) {
     addToDirectory(current_, sums, currentOffset_);
 }
 
-// The old form of a date: from 1980 to 2107 in steps of two seconds.
+// The MS-DOS form of a date: from 1980 to 2107 in steps of two seconds.
 std::uint32_t ZipWriter::dosDate(std::int64_t modified) const {
     const auto seconds = static_cast<std::time_t>(modified);
     std::tm parts = {};
     const auto* done =
         zone_ == DateZone::Utc ? ::gmtime_r(&seconds, &parts) : ::localtime_r(&seconds, &parts);
+    // 1 January 1980: a month or day 0 would not be a date.
     if (done == nullptr || parts.tm_year < 80) return 1U << 21U | 1U << 16U;
     const int year = std::min(parts.tm_year - 80, 127);
     return static_cast<std::uint32_t>(year << 25 | (parts.tm_mon + 1) << 21 | parts.tm_mday << 16 |
@@ -115,10 +119,11 @@ std::uint32_t ZipWriter::dosDate(std::int64_t modified) const {
                                       std::min(parts.tm_sec, 59) / 2);
 }
 
-// What both headers have in common, from the needed version to the date.
+// The fields that both headers have in common, from "version needed to extract" to the date.
 void ZipWriter::putCommon(std::string& out, const EntryHeader& header, std::uint16_t method,
                           bool wide) const {
     put16(out, wide ? kWideVersion : kVersion);
+    // Without the flag, readers take a name for their own system's character set.
     put16(out, isUtf8(header.name) ? zip::kFlagUtf8 : 0);
     put16(out, method);
     put32(out, dosDate(header.modified));
@@ -127,6 +132,7 @@ void ZipWriter::putCommon(std::string& out, const EntryHeader& header, std::uint
 void ZipWriter::writeLocalHeader(const EntryHeader& header, const Sums& sums, bool wide) {
     std::string extra;
     if (wide) {
+        // In a local header the zip64 field must hold both sizes.
         put16(extra, zip::kExtraZip64);
         put16(extra, 16);
         put64(extra, 0);
@@ -145,6 +151,7 @@ void ZipWriter::writeLocalHeader(const EntryHeader& header, const Sums& sums, bo
 }
 
 void ZipWriter::addToDirectory(const EntryHeader& header, const Sums& sums, std::uint64_t offset) {
+    // In the directory the zip64 field holds only what does not fit, in this order.
     std::string wide;
     for (const std::uint64_t value : {sums.size, sums.compressedSize, offset})
         if (needsWide(value)) put64(wide, value);
@@ -183,7 +190,7 @@ void ZipWriter::finish() {
     if (needsWide(start) || needsWide(size) || count_ >= zip::kMax16) {
         const std::uint64_t record = offset_;
         put32(out, zip::kEnd64Signature);
-        put64(out, zip::kEnd64Size - 12);
+        put64(out, zip::kEnd64Size - 12);  // without the signature and this size
         put16(out, zip::kHostUnix << 8U | kWideVersion);
         put16(out, kWideVersion);
         put64(out, 0);  // volumes

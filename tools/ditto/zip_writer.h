@@ -7,30 +7,30 @@
 
 namespace quillmoor::ditto {
 
-// What an entry's headers say beside sizes and checksum.
+// An entry's headers, without sizes and checksum.
 struct EntryHeader {
     std::string name;  // byte for byte; a folder's ends in a slash
     std::uint32_t mode = 0;
-    std::int64_t modified = 0;
+    std::int64_t modified = 0;  // seconds since 1970
 };
 
-// Whose hours the headers' old form of a date is in. It has no time zone: readers take it for their
-// own, which hardly matters, as the exact date stands beside it.
+// The time zone of the headers' MS-DOS dates, which do not record one. Readers take them for local
+// time; few do, as the exact date is in an extra field.
 enum class DateZone : bool { Local, Utc };
 
-// Entries beyond 4 GiB and archives beyond 65,535 entries take the format's wide form. Throws
-// Failure when the file cannot be written. What is buffered is lost without finish().
+// Entries from 4 GiB and archives from 65,535 entries on take the zip64 form. Throws Failure if the
+// file cannot be written. Output is buffered: without finish() the file is incomplete.
 class ZipWriter {
   public:
-    // `file` stays the caller's and is at its beginning; `path` is for messages.
+    // The caller keeps `file`, which is at its beginning; `path` is for messages.
     ZipWriter(int file, std::string path, DateZone zone = DateZone::Local);
 
     // A whole entry.
     void add(const EntryHeader& header, std::uint16_t method, std::uint32_t crc, std::uint64_t size,
              std::string_view data);
 
-    // A deflated entry in pieces. Its headers tell sizes and checksum once it has ended; `wide`
-    // makes room for sizes from 4 GiB on, and without it such an entry is a Failure.
+    // A deflated entry in pieces. end() fills sizes and checksum in; `wide` makes room for sizes
+    // from 4 GiB on, without which such an entry is a Failure.
     void begin(const EntryHeader& header, bool wide);
     void append(std::string_view data);
     void end(std::uint32_t crc, std::uint64_t size);
@@ -58,7 +58,7 @@ class ZipWriter {
     std::string path_;
     DateZone zone_;
     std::string buffer_;
-    std::uint64_t offset_ = 0;  // of what comes next
+    std::uint64_t offset_ = 0;  // of the next byte, buffered ones included
     std::string directory_;
     std::uint64_t count_ = 0;
 
