@@ -1,5 +1,5 @@
-// Any bytes as an archive: reading its index ends in a list or a Failure, and what the judge lets
-// pass can neither lead out of the destination nor meet another item of the plan.
+// Takes any bytes for an archive: reading its index ends in a list or a Failure, and a list that the
+// validation accepts neither leads out of the destination nor plans one item twice.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -9,7 +9,7 @@
 
 #include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tools/ditto/archive_index.h"
-#include "tools/ditto/archive_judge.h"
+#include "tools/ditto/archive_validation.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/unpack_plan.h"
 
@@ -45,14 +45,14 @@ void checkPlan(const EntryTree& tree) {
         require(tree.nodes()[i - 1].path != tree.nodes()[i].path);
 }
 
-void judge(const std::string& path) {
+void readAndPlan(const std::string& path) {
     const Limits limits{1U << 20U, 1000};
     EntryList list;
     readIndex(InputFile(path), 0, limits, list);
-    if (judgeEntries(list.entries, limits)) return;
+    if (validateEntries(list.entries, limits)) return;
     for (const FoldCase foldCase : {FoldCase::No, FoldCase::Yes}) {
         const EntryTree tree(list.entries, foldCase);
-        if (!judgeTree(tree, limits)) checkPlan(tree);
+        if (!validateTree(tree, limits)) checkPlan(tree);
     }
 }
 
@@ -62,9 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const quillmoor::platform::posix::Descriptor file(::memfd_create("archive", MFD_CLOEXEC));
     require(file && ::write(file.get(), bytes, size) == static_cast<ssize_t>(size));
     try {
-        judge("/proc/self/fd/" + std::to_string(file.get()));
+        readAndPlan("/proc/self/fd/" + std::to_string(file.get()));
     } catch (const Failure&) {
-        // Said clearly, which is all that is asked.
+        // A damaged archive is refused, as it must be.
     }
     return 0;
 }

@@ -140,10 +140,10 @@ Entry nextEntry(const InputFile& archive, DirectoryReader& directory, EntryList&
 }
 
 // One of a local header's two sizes. Its zip64 field has both, in this order.
-enum class SizePlace : std::size_t { Size = 0, CompressedSize = 8 };
+enum class SizeOffset : std::size_t { Size = 0, CompressedSize = 8 };
 
-std::uint64_t localSize(std::uint32_t narrow, Bytes wide, SizePlace place) {
-    const auto at = static_cast<std::size_t>(place);
+std::uint64_t localSize(std::uint32_t narrow, Bytes wide, SizeOffset offset) {
+    const auto at = static_cast<std::size_t>(offset);
     return narrow == zip::kMax32 && wide.size() >= at + 8 ? get64(&wide[at]) : narrow;
 }
 
@@ -155,9 +155,9 @@ bool sumsDiffer(Bytes header, Bytes wide, const Entry& entry) {
         return local != declared && !(follow && local == 0);
     };
     return differs(get32(&header[14]), entry.crc) ||
-           differs(localSize(get32(&header[18]), wide, SizePlace::CompressedSize),
+           differs(localSize(get32(&header[18]), wide, SizeOffset::CompressedSize),
                    entry.compressedSize) ||
-           differs(localSize(get32(&header[22]), wide, SizePlace::Size), entry.size);
+           differs(localSize(get32(&header[22]), wide, SizeOffset::Size), entry.size);
 }
 
 // The header's name, or how its content is to be read, differs from the directory's. A reader that
@@ -249,27 +249,28 @@ class TargetReader {
 
 void readIndex(const InputFile& archive, std::uint16_t number, const Limits& limits,
                EntryList& list) {
-    const DirectoryPlace place = findDirectory(archive);
-    DirectoryReader directory(archive, place);
+    const DirectoryLocation location = findDirectory(archive);
+    DirectoryReader directory(archive, location);
     TargetReader targets(archive, list);
     std::vector<unsigned char> buffer;
     std::uint64_t count = 0;
     // A hostile count must not reserve more than the directory's size can hold.
-    const std::uint64_t room = std::min(limits.count, place.size / zip::kCentralSize);
-    list.entries.reserve(list.entries.size() + std::min(place.count, room));
+    const std::uint64_t room = std::min(limits.count, location.size / zip::kCentralSize);
+    list.entries.reserve(list.entries.size() + std::min(location.count, room));
     while (!directory.atEnd()) {
         throwIfInterrupted();
         if (list.entries.size() >= limits.count)
             failAsDamaged(archive, "it holds too many entries");
         Entry entry = nextEntry(archive, directory, list);
         entry.archive = number;
-        readLocalHeader(archive, place.offset, entry, buffer);
+        readLocalHeader(archive, location.offset, entry, buffer);
         targets.read(entry);
         list.entries.push_back(entry);
         ++count;
     }
-    const std::uint64_t mask = place.countIsCut ? zip::kMax16 : ~0ULL;
-    if ((count & mask) != place.count) failAsDamaged(archive, "it holds another number of entries");
+    const std::uint64_t mask = location.countIsCut ? zip::kMax16 : ~0ULL;
+    if ((count & mask) != location.count)
+        failAsDamaged(archive, "it holds another number of entries");
 }
 
 }  // namespace quillmoor::ditto

@@ -42,7 +42,8 @@ EndRecord findEndRecord(const InputFile& archive) {
 
 // The zip64 record, for what does not fit into the old one; nothing if the archive has none. Its
 // locator, if any, is directly before the old record.
-std::optional<DirectoryPlace> findDirectory64(const InputFile& archive, std::uint64_t endOffset) {
+std::optional<DirectoryLocation> findDirectory64(const InputFile& archive,
+                                                 std::uint64_t endOffset) {
     if (endOffset < zip::kEnd64LocatorSize + zip::kEnd64Size) return std::nullopt;
     std::array<unsigned char, zip::kEnd64LocatorSize> locator = {};
     archive.readAt(endOffset - locator.size(), locator);
@@ -60,11 +61,12 @@ std::optional<DirectoryPlace> findDirectory64(const InputFile& archive, std::uin
     if (get32(&record[16]) != 0 || get32(&record[20]) != 0 ||
         get64(&record[24]) != get64(&record[32]))
         failAsDamaged(archive, "it is one of several volumes");
-    const DirectoryPlace place{get64(&record[48]), get64(&record[40]), get64(&record[32]), false};
+    const DirectoryLocation location{get64(&record[48]), get64(&record[40]), get64(&record[32]),
+                                     false};
     // In a gap there could be a second directory, which another reader might take.
-    if (place.offset > offset || place.size != offset - place.offset)
+    if (location.offset > offset || location.size != offset - location.offset)
         failAsDamaged(archive, "its central directory is not where its end record says");
-    return place;
+    return location;
 }
 
 // A writer of both records fills the old one with the exact values or with all bits set.
@@ -74,30 +76,31 @@ bool agrees(std::uint64_t old, std::uint64_t exact, std::uint64_t full) {
 
 }  // namespace
 
-DirectoryPlace findDirectory(const InputFile& archive) {
+DirectoryLocation findDirectory(const InputFile& archive) {
     const EndRecord end = findEndRecord(archive);
     // With a zip64 record, some writers set all bits of the old record's disk numbers too.
     const std::uint16_t volume = get16(&end.bytes[4]);
     const bool volumes = (volume != 0 && volume != zip::kMax16) || get16(&end.bytes[6]) != volume ||
                          get16(&end.bytes[8]) != get16(&end.bytes[10]);
     if (volumes) failAsDamaged(archive, "it is one of several volumes");
-    DirectoryPlace place{get32(&end.bytes[16]), get32(&end.bytes[12]), get16(&end.bytes[10]), true};
-    if (const auto place64 = findDirectory64(archive, end.offset)) {
-        if (!agrees(place.offset, place64->offset, zip::kMax32) ||
-            !agrees(place.size, place64->size, zip::kMax32) ||
-            !agrees(place.count, place64->count, zip::kMax16))
+    DirectoryLocation location{get32(&end.bytes[16]), get32(&end.bytes[12]), get16(&end.bytes[10]),
+                               true};
+    if (const auto location64 = findDirectory64(archive, end.offset)) {
+        if (!agrees(location.offset, location64->offset, zip::kMax32) ||
+            !agrees(location.size, location64->size, zip::kMax32) ||
+            !agrees(location.count, location64->count, zip::kMax16))
             failAsDamaged(archive, "its two end records disagree");
-        place = *place64;
-    } else if (place.offset > end.offset || place.size != end.offset - place.offset) {
+        location = *location64;
+    } else if (location.offset > end.offset || location.size != end.offset - location.offset) {
         failAsDamaged(archive, "its central directory is not where its end record says");
     }
-    if (place.size > kLargestDirectory)
+    if (location.size > kLargestDirectory)
         failAsDamaged(archive, "its central directory is too large");
-    return place;
+    return location;
 }
 
-DirectoryReader::DirectoryReader(const InputFile& archive, const DirectoryPlace& place)
-    : archive_(archive), next_(place.offset), end_(place.offset + place.size) {}
+DirectoryReader::DirectoryReader(const InputFile& archive, const DirectoryLocation& location)
+    : archive_(archive), next_(location.offset), end_(location.offset + location.size) {}
 
 std::span<const unsigned char> DirectoryReader::take(std::size_t size) {
     const std::size_t left = buffer_.size() - position_;

@@ -10,7 +10,7 @@
 
 namespace quillmoor::ditto {
 
-struct DirectoryPlace {
+struct DirectoryLocation {
     std::uint64_t offset = 0;
     std::uint64_t size = 0;
     std::uint64_t count = 0;
@@ -19,12 +19,12 @@ struct DirectoryPlace {
 
 // Finds the directory by the record at the archive's end. Throws Failure if there is none, if the
 // archive has several volumes, or if there are bytes between the directory and its end record.
-DirectoryPlace findDirectory(const InputFile& archive);
+DirectoryLocation findDirectory(const InputFile& archive);
 
 // Reads through a buffer of bounded size.
 class DirectoryReader {
   public:
-    DirectoryReader(const InputFile& archive, const DirectoryPlace& place);
+    DirectoryReader(const InputFile& archive, const DirectoryLocation& location);
 
     bool atEnd() const { return next_ == end_ && position_ == buffer_.size(); }
 

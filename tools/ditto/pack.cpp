@@ -296,7 +296,7 @@ class Packer {
 void pack(const Options& options, unsigned umask) {
     const std::optional<std::int64_t> newest = sourceDateEpoch();
     PendingArchive pending(options.destination, umask);
-    const SourceTree tree(options.sources.front(), pending.place());
+    const SourceTree tree(options.sources.front(), pending.location());
     // Not before the listing, which would find the temporary file of an archive inside its source.
     pending.create();
     ZipWriter writer(pending.file(), options.destination, newest ? DateZone::Utc : DateZone::Local);

@@ -35,7 +35,7 @@ PendingArchive::~PendingArchive() {
         warnOfResidue(temporaryName_);
 }
 
-Place PendingArchive::place() const {
+ArchiveLocation PendingArchive::location() const {
     struct stat info = {};
     if (systemCalls().fstat(folder_.get(), &info) != 0) failWithErrno(path_, "examined");
     return {info.st_dev, info.st_ino, name_};

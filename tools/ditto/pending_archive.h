@@ -18,7 +18,7 @@ class PendingArchive {
     PendingArchive(const PendingArchive&) = delete;
     PendingArchive& operator=(const PendingArchive&) = delete;
 
-    Place place() const;
+    ArchiveLocation location() const;
     void create();
     int file() const { return file_.get(); }
     // Replaces an existing item, including a link, by the finished file.

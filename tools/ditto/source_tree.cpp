@@ -45,7 +45,8 @@ SourceItem::Kind kindOf(const struct stat& info, const std::string& path) {
 
 }  // namespace
 
-SourceTree::SourceTree(const std::string& source, Place archive) : archive_(std::move(archive)) {
+SourceTree::SourceTree(const std::string& source, ArchiveLocation archive)
+    : archive_(std::move(archive)) {
     struct stat info = {};
     if (systemCalls().fstatat(AT_FDCWD, source.c_str(), &info, 0) != 0)
         failWithErrno(source, "opened");

@@ -17,8 +17,8 @@ struct SourceItem {
     Kind kind;
 };
 
-// One name in one folder.
-struct Place {
+// The name of an archive in its folder. The archive itself need not exist.
+struct ArchiveLocation {
     dev_t device = 0;
     ino_t folder = 0;
     std::string name;
@@ -31,7 +31,7 @@ class SourceTree {
     // The item at `archive` is left out, as the archive will replace it. Throws Failure for what
     // cannot be listed, for what is neither a file nor a folder nor a link, and for a file that
     // would be packed into itself.
-    SourceTree(const std::string& source, Place archive);
+    SourceTree(const std::string& source, ArchiveLocation archive);
 
     int root() const { return root_.get(); }
     const std::vector<SourceItem>& items() const { return items_; }
@@ -47,7 +47,7 @@ class SourceTree {
     Descriptor root_;
     std::string name_;
     bool isFolder_ = false;
-    Place archive_;
+    ArchiveLocation archive_;
     std::vector<SourceItem> items_;
 };
 

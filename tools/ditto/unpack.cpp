@@ -15,7 +15,7 @@
 
 #include "quillmoor/platform/posix/ground/thread_posix.h"
 #include "tools/ditto/archive_index.h"
-#include "tools/ditto/archive_judge.h"
+#include "tools/ditto/archive_validation.h"
 #include "tools/ditto/destination.h"
 #include "tools/ditto/failure.h"
 #include "tools/ditto/interruption.h"
@@ -40,10 +40,10 @@ unsigned threadCount() {
 
 // Writes the files on several threads, each taking the next file when it has finished one. The
 // first failure stops all of them.
-class FileTeam {
+class FileWriterPool {
   public:
-    FileTeam(int root, const std::vector<InputFile>& archives,
-             const std::vector<PlannedItem>& files, unsigned umask, bool verbose)
+    FileWriterPool(int root, const std::vector<InputFile>& archives,
+                   const std::vector<PlannedItem>& files, unsigned umask, bool verbose)
         : root_(root), archives_(archives), files_(files), umask_(umask), verbose_(verbose) {}
 
     void writeAllFiles() {
@@ -95,16 +95,16 @@ class Unpacking {
 
     void run() {
         readArchives();
-        refuse(judgeEntries(list_.entries, limits_));
+        refuse(validateEntries(list_.entries, limits_));
         // Validated by exact names first, so that a hostile archive is refused before anything is
         // written, and again below if the destination takes "A" and "a" for one name: only there
         // can that be tried.
         std::optional<EntryTree> tree(std::in_place, list_.entries, FoldCase::No);
-        refuse(judgeTree(*tree, limits_));
+        refuse(validateTree(*tree, limits_));
         Destination destination(options_.destination, umask_);
         if (destination.foldCase() == FoldCase::Yes) {
             tree.emplace(list_.entries, FoldCase::Yes);
-            refuse(judgeTree(*tree, limits_));
+            refuse(validateTree(*tree, limits_));
         }
         const UnpackPlan plan = makePlan(*tree);
         // Early, to spare the work. commit() does not replace anything either.
@@ -146,7 +146,7 @@ class Unpacking {
             makeFolder(folders, folder);
             if (options_.verbose) announce(folder.path);
         }
-        FileTeam(destination.stage(), archives_, plan.files, umask_, options_.verbose)
+        FileWriterPool(destination.stage(), archives_, plan.files, umask_, options_.verbose)
             .writeAllFiles();
         for (const PlannedItem& link : plan.links) {
             throwIfInterrupted();

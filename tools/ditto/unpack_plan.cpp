@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "tools/ditto/archive_judge.h"
+#include "tools/ditto/archive_validation.h"
 #include "tools/ditto/entry.h"
 
 namespace quillmoor::ditto {

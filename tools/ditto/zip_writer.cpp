@@ -27,8 +27,8 @@ constexpr std::uint16_t kWideVersion = 45;
 constexpr std::uint32_t kFormatMask = 0170000;
 constexpr std::uint32_t kFolderFormat = 0040000;
 // Offsets in a local header: of the checksum, and, with the name's length, of the zip64 sizes.
-constexpr std::uint64_t kCrcPlace = 14;
-constexpr std::uint64_t kWideSizesPlace = zip::kLocalSize + 4;
+constexpr std::uint64_t kCrcOffset = 14;
+constexpr std::uint64_t kWideSizesOffset = zip::kLocalSize + 4;
 
 std::span<const unsigned char> bytesOf(std::string_view text) {
     return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
@@ -94,12 +94,12 @@ void ZipWriter::end(std::uint32_t crc, std::uint64_t size) {
     put32(patch, crc);
     put32(patch, currentWide_ ? zip::kMax32 : sums.compressedSize);
     put32(patch, currentWide_ ? zip::kMax32 : sums.size);
-    writeAllAt(file_, currentOffset_ + kCrcPlace, bytesOf(patch), path_);
+    writeAllAt(file_, currentOffset_ + kCrcOffset, bytesOf(patch), path_);
     if (currentWide_) {
         patch.clear();
         put64(patch, sums.size);
         put64(patch, sums.compressedSize);
-        writeAllAt(file_, currentOffset_ + kWideSizesPlace + current_.name.size(), bytesOf(patch),
+        writeAllAt(file_, currentOffset_ + kWideSizesOffset + current_.name.size(), bytesOf(patch),
                    path_);
     }
     addToDirectory(current_, sums, currentOffset_);

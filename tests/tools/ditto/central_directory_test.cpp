@@ -47,21 +47,22 @@ std::string changed(std::string bytes, std::size_t fromEnd, const std::string& o
 }
 
 TEST_F(DittoDirectory, IsFoundByTheRecordAtTheEnd) {
-    const DirectoryPlace place = findDirectory(file(zip_));
-    EXPECT_EQ(place.count, 2U);
-    EXPECT_TRUE(place.countIsCut);
-    EXPECT_EQ(zip::get32(reinterpret_cast<const unsigned char*>(zip_.data()) + place.offset),
+    const DirectoryLocation location = findDirectory(file(zip_));
+    EXPECT_EQ(location.count, 2U);
+    EXPECT_TRUE(location.countIsCut);
+    EXPECT_EQ(zip::get32(reinterpret_cast<const unsigned char*>(zip_.data()) + location.offset),
               zip::kCentralSignature);
-    EXPECT_EQ(place.offset + place.size, zip_.size() - zip::kEndSize);
+    EXPECT_EQ(location.offset + location.size, zip_.size() - zip::kEndSize);
 }
 
 TEST_F(DittoDirectory, IsFoundByTheWideRecord) {
-    const DirectoryPlace narrow = findDirectory(file(zip_));
-    const DirectoryPlace place = findDirectory(file(buildZip({zipFile("a"), zipFile("b")}, true)));
-    EXPECT_EQ(place.count, 2U);
-    EXPECT_FALSE(place.countIsCut);
-    EXPECT_EQ(place.offset, narrow.offset);
-    EXPECT_EQ(place.size, narrow.size);
+    const DirectoryLocation narrow = findDirectory(file(zip_));
+    const DirectoryLocation location =
+        findDirectory(file(buildZip({zipFile("a"), zipFile("b")}, true)));
+    EXPECT_EQ(location.count, 2U);
+    EXPECT_FALSE(location.countIsCut);
+    EXPECT_EQ(location.offset, narrow.offset);
+    EXPECT_EQ(location.size, narrow.size);
 }
 
 TEST_F(DittoDirectory, IsFoundInFrontOfAComment) {

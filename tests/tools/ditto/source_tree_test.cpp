@@ -18,8 +18,8 @@ class DittoSource : public testing::Test {
   protected:
     std::string path(const char* name) const { return folder_ / name; }
 
-    // A place for an archive, in that folder.
-    static Place placeIn(const std::string& folder, const std::string& name) {
+    // Where an archive of this name in the folder would be.
+    static ArchiveLocation locationIn(const std::string& folder, const std::string& name) {
         struct stat info = {};
         EXPECT_EQ(::stat(folder.c_str(), &info), 0);
         return {info.st_dev, info.st_ino, name};
@@ -71,14 +71,14 @@ TEST_F(DittoSource, ThatHasNoNameOfItsOwnIsCalledWhatItIs) {
 TEST_F(DittoSource, LeavesTheArchiveOutInItsFolderOnly) {
     folder_.writeFile("source/a.zip");
     folder_.writeFile("source/b/a.zip");
-    const SourceTree tree(path("source"), placeIn(path("source"), "a.zip"));
+    const SourceTree tree(path("source"), locationIn(path("source"), "a.zip"));
     EXPECT_EQ(pathsOf(tree), (std::vector<std::string>{"b", "b/a.zip"}));
 }
 
 TEST_F(DittoSource, IsNotPackedIntoItself) {
     const std::string file = folder_.writeFile("file");
-    EXPECT_THROW(SourceTree(file, placeIn(folder_.path(), "file")), Failure);
-    EXPECT_NO_THROW(SourceTree(file, placeIn(folder_.path(), "other")));
+    EXPECT_THROW(SourceTree(file, locationIn(folder_.path(), "file")), Failure);
+    EXPECT_NO_THROW(SourceTree(file, locationIn(folder_.path(), "other")));
 }
 
 TEST_F(DittoSource, HoldsFilesFoldersAndLinksOnly) {

@@ -1,4 +1,4 @@
-#include "tools/ditto/archive_judge.h"
+#include "tools/ditto/archive_validation.h"
 
 #include <algorithm>
 #include <numeric>
@@ -125,7 +125,7 @@ std::uint64_t newItems(std::string_view before, std::string_view path) {
     return count;
 }
 
-std::optional<Refusal> judgeNeighbours(const EntryTree& tree, const Limits& limits) {
+std::optional<Refusal> validateNeighbours(const EntryTree& tree, const Limits& limits) {
     // Neighbours are sufficient: in the tree's order, what claims to be inside an item follows it
     // at once.
     const EntryTree::Node* before = nullptr;
@@ -146,7 +146,7 @@ std::optional<Refusal> judgeNeighbours(const EntryTree& tree, const Limits& limi
 
 }  // namespace
 
-std::optional<Refusal> judgeEntries(std::span<const Entry> entries, const Limits& limits) {
+std::optional<Refusal> validateEntries(std::span<const Entry> entries, const Limits& limits) {
     std::uint64_t left = limits.size;
     for (const Entry& entry : entries) {
         if (const char* why = objection(entry)) return Refusal{&entry, why};
@@ -161,8 +161,8 @@ std::optional<Refusal> judgeEntries(std::span<const Entry> entries, const Limits
     return std::nullopt;
 }
 
-std::optional<Refusal> judgeTree(const EntryTree& tree, const Limits& limits) {
-    if (auto refusal = judgeNeighbours(tree, limits)) return refusal;
+std::optional<Refusal> validateTree(const EntryTree& tree, const Limits& limits) {
+    if (auto refusal = validateNeighbours(tree, limits)) return refusal;
     LinkResolver resolver(tree);
     for (const EntryTree::Node& node : tree.nodes()) {
         if (node.entry->kind != Entry::Kind::Link) continue;

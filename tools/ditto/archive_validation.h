@@ -18,11 +18,11 @@ struct Refusal {
 // Validates each entry alone (name, method, sizes, kind), their total size and number, and that no
 // two of them claim the same bytes of an archive. An EntryTree may be made only of entries for
 // which this returns nothing.
-std::optional<Refusal> judgeEntries(std::span<const Entry> entries, const Limits& limits);
+std::optional<Refusal> validateEntries(std::span<const Entry> entries, const Limits& limits);
 
 // Validates the tree that the entries make: refuses duplicate names, items that would be written
 // through a link or a file, and links that lead out.
-std::optional<Refusal> judgeTree(const EntryTree& tree, const Limits& limits);
+std::optional<Refusal> validateTree(const EntryTree& tree, const Limits& limits);
 
 // An AppleDouble entry, which holds what Linux has no place for: __MACOSX/…/._name
 bool isAppleDouble(std::string_view path);
