@@ -1,5 +1,5 @@
-// Takes any bytes for an archive: reading its index ends in a list or a Failure, and a list that the
-// validation accepts neither leads out of the destination nor plans one item twice.
+// Takes any bytes for an archive: reading its index ends in a list or a Failure, and a list that is
+// valid neither leads out of the destination nor plans one item twice.
 #include <sys/mman.h>
 #include <unistd.h>
 

@@ -40,7 +40,7 @@ void say(const std::string& text) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-// Where nobody could see a window it is drawn in memory, unless the user chose otherwise.
+// Without a display the window is drawn in memory, unless the user chose another platform plug-in.
 enum class Screen { Display, OffScreen };
 Screen chooseScreen() {
     if (isSet("QT_QPA_PLATFORM"))
@@ -53,8 +53,8 @@ Screen chooseScreen() {
     return Screen::OffScreen;
 }
 
-// What the toolkit says of itself, without what is as it should be off screen, and without what the
-// host says more clearly about an interface file.
+// Passes the toolkit's messages on, except those that are normal off screen and those about an
+// interface file, for which the host has its own.
 void passOnRemarks(QtMsgType type, const QMessageLogContext& context, const QString& text) {
     if (text.contains(QLatin1String("propagateSizeHints")) ||
         text.contains(QLatin1String("XDG_RUNTIME_DIR not set")) ||
@@ -63,7 +63,7 @@ void passOnRemarks(QtMsgType type, const QMessageLogContext& context, const QStr
     say(bytesOf(qFormatLogMessage(type, context, text)));
 }
 
-// Has errors begin with what they are about.
+// Calls `function` and puts `subject` in front of its errors.
 template <typename Function>
 auto about(const std::string& subject, Function function) {
     try {
@@ -103,7 +103,7 @@ std::vector<PlannedSection> planFor(const Options& options) {
                                    : planForFolder(options.plugins);
 }
 
-// Everything that lives while the window does.
+// Everything that lives as long as the window.
 class Session {
   public:
     Session(const Options& options, const QStringList& languages, Screen screen,
@@ -118,6 +118,8 @@ class Session {
     }
 
     int run() {
+        // The first pane is entered before the window appears, so that a pane that passes itself
+        // over is never shown.
         controller_.start();
         InstallerWindow& window = controller_.window();
         if (options_.quitAfterEnter) controller_.continueToPlugin();
@@ -133,6 +135,7 @@ class Session {
     void painted() {
         InstallerWindow& window = controller_.window();
         if (options_.quitAfterEnter) return window.closeNow();
+        // Drawing the icon takes time, which the window's appearance need not wait for.
         if (screen_ == Screen::Display)
             window.setWindowIcon(packagePicture(256, 1, window.palette()));
     }
@@ -152,7 +155,9 @@ class Session {
 
 int runInToolkit(const Options& options, Screen screen, std::vector<ScriptStep> steps,
                  Transcript& transcript) {
+    // Before the application object, which would otherwise load the desktop's style first.
     QApplication::setStyle(new HostStyle);
+    // The toolkit keeps references to both, and must not take the host's options for its own.
     int argc = 1;
     std::string name = "installer-host";
     std::array<char*, 2> argv{name.data(), nullptr};
@@ -166,6 +171,7 @@ int runInToolkit(const Options& options, Screen screen, std::vector<ScriptStep> 
                      [&services] { services.terminate(); });
     Session session(options, languages.preferred(), screen, std::move(steps), transcript);
     const int status = session.run();
+    // In case aboutToQuit was not emitted. A second call does nothing.
     services.terminate();
     return status;
 }
@@ -188,6 +194,8 @@ int runHost(const Options& options) {
         say(error.what());
         return kWrongUse;
     }
+    // Before the toolkit starts threads, as it changes the environment. Removed after the session,
+    // whose plug-ins may still use it.
     std::optional<PrivateTemporaryFolder> temporary;
     try {
         temporary.emplace();

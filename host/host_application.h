@@ -5,8 +5,8 @@
 
 namespace quillmoor::host {
 
-// Shows the window, or draws it off screen where there is no display, until it is closed or the
-// script has ended. Call once, on the main thread. Answers the exit status.
+// Shows the window, or draws it off screen if there is no display, until it is closed or the script
+// has ended. Call once, on the main thread. Returns the exit status.
 int runHost(const Options& options);
 
 }  // namespace quillmoor::host

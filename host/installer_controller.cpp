@@ -13,6 +13,7 @@ using Kind = PlannedSection::Kind;
 InstallerController::InstallerController(const std::vector<PlannedSection>& plan,
                                          const Setting& setting, Transcript& transcript)
     : transcript_(transcript), sections_(plan.size()), hasPage_(plan.size()) {
+    // Bundles first: one of them may name the product, which the built-in sections mention.
     loadBundles(plan, setting.languages);
     const ProductName product = ProductName::of(productName(setting.product));
     fillInOwn(plan, product);
@@ -20,7 +21,7 @@ InstallerController::InstallerController(const std::vector<PlannedSection>& plan
     sequence_ = std::make_unique<PaneSequence>(panes(), static_cast<SequenceObserver&>(*this));
 }
 
-// The widgets go before the panes that hold controls for them.
+// The widgets are destroyed first, so that the controls that the panes hold for them do nothing.
 InstallerController::~InstallerController() {
     window_.reset();
 }
@@ -84,6 +85,7 @@ void InstallerController::makeWindow(const ProductName& product,
     window_ = std::make_unique<InstallerWindow>(product, steps, setting);
     window_->onContinue = [this] { userContinues(); };
     window_->onGoBack = [this] { userGoesBack(); };
+    // A script may name a plug-in's widgets before their step is shown.
     for (std::size_t i = 0; i < sections_.size(); ++i)
         if (sections_[i]->isPlugin()) ensurePage(i);
 }
@@ -125,7 +127,7 @@ void InstallerController::continueToPlugin() {
 }
 
 void InstallerController::paneWishes(const PluginPane& pane, Direction direction) {
-    if (!sequence_) return;
+    if (!sequence_) return;  // a pane asks while it is created
     const auto found = std::ranges::find_if(
         sections_, [&pane](const auto& section) { return section.get() == &pane; });
     sequence_->paneGoes(static_cast<std::size_t>(found - sections_.begin()), direction);
@@ -162,6 +164,7 @@ void InstallerController::panePassedOver(std::size_t pane, Direction direction) 
 
 void InstallerController::paneSettled(std::size_t pane) {
     shown_ = pane;
+    // Not before showWindow(): a page that is passed through need not be built.
     if (window_->isVisible()) showCurrent();
     transcript_.write("on screen", nameOfPane(pane));
 }

@@ -1,4 +1,4 @@
-// Joins the sections, their sequence and the window, and writes down what happens.
+// Connects the sections, their sequence and the window, and records what happens.
 #pragma once
 
 #include <QStringList>
@@ -19,13 +19,13 @@ namespace quillmoor::host {
 class InstallerController : public ScriptTarget, private SequenceObserver {
   public:
     struct Setting {
-        QString product;  // "" takes the name that a bundle gives
+        QString product;  // "": the name that a bundle gives
         QStringList languages;
         InstallerWindow::Setting window;
     };
 
-    // Loads every section of the plan; one that cannot be loaded says why in its place. The
-    // transcript must outlive the controller.
+    // Loads every section of the plan. In place of one that cannot be loaded there is a section
+    // that shows why. The transcript must outlive the controller.
     InstallerController(const std::vector<PlannedSection>& plan, const Setting& setting,
                         Transcript& transcript);
     ~InstallerController() override;
@@ -35,8 +35,8 @@ class InstallerController : public ScriptTarget, private SequenceObserver {
     // Enters the first section.
     void start();
 
-    // Puts the window on screen with the section that was reached. What was passed through before
-    // that is never built.
+    // Puts the window on screen with the section that was reached. Pages of built-in sections that
+    // were only passed through are never built.
     void showWindow();
 
     void userContinues() override;
@@ -45,11 +45,11 @@ class InstallerController : public ScriptTarget, private SequenceObserver {
     QWidget* widgetNamed(const QString& name) const override;
     QImage picture() override;
 
-    // Goes on until a plug-in's pane has been entered, or to the last section.
+    // Continues until a plug-in's pane has been entered, or to the last section.
     void continueToPlugin();
 
     InstallerWindow& window() { return *window_; }
-    // Some section could not be loaded.
+    // Returns true if a section could not be loaded.
     bool hasProblems() const;
 
   private:

@@ -24,7 +24,7 @@ struct Options {
 
 struct ParsedOptions {
     std::optional<Options> options;
-    int exitStatus;  // where there are no options: 0 after the help, 2 after an error
+    int exitStatus;  // if there are no options: 0 after the help, 2 after an error
 };
 
 // Prints the help on standard output and errors on standard error.

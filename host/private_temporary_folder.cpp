@@ -24,8 +24,8 @@ PrivateTemporaryFolder::PrivateTemporaryFolder() {
 }
 
 PrivateTemporaryFolder::~PrivateTemporaryFolder() {
-    // The toolkit leaves an empty folder of its own here where the user has no other place for it.
-    // Without exceptions, which nobody could catch here.
+    // Without XDG_RUNTIME_DIR the toolkit leaves an empty folder of its own here. The overloads
+    // with an error code are used, as a destructor must not throw.
     std::error_code error;
     std::filesystem::directory_iterator entry(path_, error);
     for (; !error && entry != end(entry); entry.increment(error)) ::rmdir(entry->path().c_str());

@@ -5,15 +5,15 @@
 
 namespace quillmoor::host {
 
-// What a pane unpacks and opens must not be put in its place by somebody else, who may watch a
-// shared temporary folder and take a name there first. As long as this lives the process and what
-// it starts use a folder of the user's own.
+// Other users may watch a shared temporary folder and create an item under the name that a pane is
+// about to unpack to and open. As long as this object lives, the process and its children use a
+// folder that only its owner may enter.
 class PrivateTemporaryFolder {
   public:
-    // Makes it in the temporary folder there is, and names it in the environment; before any
-    // thread is started. Throws HostError when it cannot be made.
+    // Creates the folder in the current temporary folder and sets TMPDIR to it. Call before any
+    // thread is started. Throws HostError if it cannot be created.
     PrivateTemporaryFolder();
-    // Removes it, unless something more than empty folders has been left in it.
+    // Removes the folder, unless anything but empty folders is left in it.
     ~PrivateTemporaryFolder();
     PrivateTemporaryFolder(const PrivateTemporaryFolder&) = delete;
     PrivateTemporaryFolder& operator=(const PrivateTemporaryFolder&) = delete;

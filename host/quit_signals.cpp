@@ -13,20 +13,21 @@
 namespace quillmoor::host {
 namespace {
 
-// A signal becomes a byte, and the byte an event. The descriptors stay open until the process ends.
+// The handler may only write a byte to this pipe; the event loop reads it as an event. The
+// descriptors stay open until the process exits, as a signal can arrive until then.
 std::array<int, 2> wake{-1, -1};
 
 void actWith(void (*handler)(int), std::initializer_list<int> which) {
     struct sigaction action {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
-    // One at a time, so that a second signal meets what the first has set.
+    // The handlers block each other, so that a second signal finds what the first has set.
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ::sigaddset(&action.sa_mask, signal);
     for (const int signal : which) ::sigaction(signal, &action, nullptr);
 }
 
 void passOn(int) {
-    const int before = errno;
+    const int before = errno;  // of the code that the signal interrupted
     actWith(SIG_DFL, {SIGTERM, SIGINT});
     const char byte = 0;
     [[maybe_unused]] const auto written = ::write(wake[1], &byte, 1);
@@ -41,7 +42,7 @@ void quitOnSignals() {
         new QSocketNotifier(wake[0], QSocketNotifier::Read, QCoreApplication::instance());
     QObject::connect(notifier, &QSocketNotifier::activated, notifier, [notifier] {
         notifier->setEnabled(false);
-        // To quit would ask the window, and the window the user.
+        // Unlike quit(), this does not close the window, which would ask the user.
         QCoreApplication::exit();
     });
     actWith(passOn, {SIGTERM, SIGINT, SIGHUP});

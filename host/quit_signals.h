@@ -1,4 +1,4 @@
-// An orderly end when the system or a terminal asks for one.
+// Ends the host in order when the system or a terminal asks for it.
 #pragma once
 
 namespace quillmoor::host {

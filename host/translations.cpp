@@ -20,6 +20,7 @@ Languages::Languages(const QString& wish) {
 void Languages::translate() {
     for (const QString& language : preferred_) {
         const QString plain = language.section('-', 0, 0);
+        // A user who prefers English must not get a language that is further down the list.
         if (plain == QLatin1String("en") || plain == QLatin1String("C")) return;
         if (!translator_.load(QStringLiteral(":/i18n/installer-host_") + plain)) continue;
         QCoreApplication::installTranslator(&translator_);

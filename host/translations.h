@@ -6,14 +6,15 @@
 
 namespace quillmoor::host {
 
-// Puts the window's texts in the best of the user's languages that there is a translation for, and
-// lays windows out in the direction in which that user reads. English needs no translation.
+// Installs the translation for the first of the user's languages that has one, and lays windows out
+// in the direction in which the user reads. English needs no translation.
 class Languages {
   public:
-    // "" takes the system's languages. Needs an application object and must not outlive it.
+    // `wish` is the language to use, "" for the system's languages. Needs an application object and
+    // must not outlive it.
     explicit Languages(const QString& wish);
 
-    // Best first, as "de-AT", "de".
+    // Best first, for example "de-AT", "de".
     const QStringList& preferred() const { return preferred_; }
 
   private:

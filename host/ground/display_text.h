@@ -1,4 +1,4 @@
-// Texts for people: made of bytes that may hold anything.
+// Texts for people, made of arbitrary bytes.
 #pragma once
 
 #include <QString>
@@ -7,20 +7,22 @@
 
 namespace quillmoor::host {
 
-// “text” on one line: control characters are written as \xNN.
+// Both return the text on one line, with control characters written as \xNN; inQuotes() puts it in
+// “” as well.
 std::string inQuotes(std::string_view text);
 std::string onOneLine(std::string_view text);
 
-// For the screen. Bytes that are no UTF-8 are shown as replacement characters.
+// The text for a widget. Invalid UTF-8 bytes become replacement characters.
 QString shown(std::string_view text);
 
-// The same with places where a line may be broken after each slash, and without them.
+// breakable() also allows a line break after each slash, by characters of no width;
+// withoutBreaks() removes those.
 QString breakable(std::string_view text);
 QString withoutBreaks(QString text);
 
 std::string bytesOf(const QString& text);
 
-// A text of the window in the user's language.
+// Returns a text of the window in the user's language.
 QString translated(const char* text);
 
 }  // namespace quillmoor::host

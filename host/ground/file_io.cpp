@@ -17,7 +17,7 @@ struct Closer {
 };
 using File = std::unique_ptr<std::FILE, Closer>;
 
-// "e" closes the descriptor in children.
+// "e" in `mode` closes the descriptor in children.
 File opened(const std::string& path, const char* mode) {
     File file(std::fopen(path.c_str(), mode));
     if (!file) throw HostError(std::strerror(errno));
@@ -30,6 +30,7 @@ std::string readWholeFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (error) throw HostError(std::strerror(error.value()));
+    // Reading a FIFO would wait for a writer, and a device may never end.
     if (!std::filesystem::is_regular_file(status)) throw HostError("not a regular file");
 
     const File file = opened(path, "re");
@@ -43,6 +44,7 @@ std::string readWholeFile(const std::string& path) {
 
 void writeWholeFile(const std::string& path, std::string_view contents) {
     File file = opened(path, "we");
+    // Some errors, such as a full disk, are reported only when the buffer is flushed.
     const bool written =
         std::fwrite(contents.data(), 1, contents.size(), file.get()) == contents.size();
     if (!written || std::fflush(file.get()) != 0) throw HostError(std::strerror(errno));

@@ -1,4 +1,4 @@
-// Whole small files, read and written by byte paths.
+// Reads and writes small files as a whole. Paths are bytes, as for the system.
 #pragma once
 
 #include <string>
@@ -6,11 +6,12 @@
 
 namespace quillmoor::host {
 
-// The whole of a regular file; links are followed. Throws HostError with the system's text.
+// Returns the contents of a regular file; links are followed. Throws HostError with the system's
+// text.
 std::string readWholeFile(const std::string& path);
 
-// Makes or replaces a file; links are followed. Throws HostError with the system's text; the file
-// may then be incomplete.
+// Creates or overwrites a file; links are followed. Throws HostError with the system's text; the
+// file may then be incomplete.
 void writeWholeFile(const std::string& path, std::string_view contents);
 
 }  // namespace quillmoor::host

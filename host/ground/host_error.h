@@ -1,11 +1,11 @@
-// Why something that the host was to do or to load failed.
+// The host's exception: why an action failed or a bundle could not be loaded.
 #pragma once
 
 #include <stdexcept>
 
 namespace quillmoor::host {
 
-// In words for the person who sees it, without a final stop. Never leaves the host.
+// The message is for people and has no final stop. Never thrown out of the host into a plug-in.
 class HostError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;

@@ -14,7 +14,7 @@ void Transcript::Closer::operator()(std::FILE* file) const {
 
 Transcript::Transcript() = default;
 
-// "e" closes the descriptor in children.
+// "e" closes the descriptor in children, which scripts and plug-ins start.
 Transcript::Transcript(const std::string& path)
     : file_(path == "-" ? stdout : std::fopen(path.c_str(), "we")) {
     if (!file_) throw HostError(std::strerror(errno));

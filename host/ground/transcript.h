@@ -1,4 +1,4 @@
-// What happened, in plain lines.
+// A record of what happens, in plain lines.
 #pragma once
 
 #include <cstdio>
@@ -8,10 +8,11 @@
 
 namespace quillmoor::host {
 
-// Lines of the form "kind: text", each written at once. Belongs to the main thread.
+// Lines of the form "kind: text". Each is flushed, so that a script can follow them and a crash
+// loses none. For the main thread only.
 class Transcript {
   public:
-    // Writes nowhere.
+    // Writes to no file.
     Transcript();
 
     // Writes to a new or emptied file; "-" is standard output. Throws HostError.
@@ -19,10 +20,10 @@ class Transcript {
 
     void write(std::string_view kind, std::string_view text);
 
-    // Something went wrong: also told on standard error.
+    // Records a problem, and writes it to standard error as well.
     void problem(std::string_view text);
 
-    // Some line could not be written.
+    // Returns true if a line could not be written.
     bool incomplete() const { return incomplete_; }
 
   private:

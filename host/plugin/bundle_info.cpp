@@ -30,7 +30,7 @@ PropertyListDictionary readDictionary(const std::string& bundle) {
     return std::move(*dictionary);
 }
 
-// "" when the key is missing or holds no text.
+// Returns "" if the key is missing or has no text.
 std::string optionalText(const PropertyListDictionary& dictionary, const std::string& key) {
     const auto entry = dictionary.find(key);
     return entry == dictionary.end() ? "" : entry->second.text().value_or("");
@@ -43,7 +43,7 @@ std::string requiredText(const PropertyListDictionary& dictionary, const std::st
     return text;
 }
 
-// A name that stands for one file beside others.
+// A file's name, not a path: it must not lead out of its folder.
 std::string requiredName(const PropertyListDictionary& dictionary, const std::string& key) {
     auto name = requiredText(dictionary, key);
     if (name.find('/') != std::string::npos || name.find('\0') != std::string::npos)

@@ -1,4 +1,4 @@
-// What a bundle's information dictionary says about its pane.
+// The entries of a bundle's information dictionary that describe its pane.
 #pragma once
 
 #include <string>
@@ -15,13 +15,13 @@ struct BundleInfo {
     std::string sectionTitle;   // InstallerSectionTitle, else `name`
     std::string productName;    // InstallerProductName; "" if there is none
 
-    // Inside the bundle, for messages: Contents/Linux/<executable>.so.
+    // The path inside the bundle, also for messages: Contents/Linux/<executable>.so.
     std::string libraryInBundle() const;
     std::string inBundle(const std::string& relative) const;
 };
 
-// Reads Contents/Info.plist, XML or binary. Throws HostError when the bundle or a required key is
-// missing, or when a name would lead out of the bundle.
+// Reads Contents/Info.plist, XML or binary. Throws HostError if the bundle or a required key is
+// missing, or if a name would lead out of the bundle.
 BundleInfo readBundleInfo(const std::string& path);
 
 }  // namespace quillmoor::host

@@ -1,4 +1,4 @@
-// A bundle, from its folder to a pane that can be shown.
+// Loads a bundle: from its folder to a pane that can be shown.
 #pragma once
 
 #include <QStringList>
@@ -9,7 +9,7 @@
 
 namespace quillmoor::host {
 
-// What bundles are loaded with; the transcript must outlive the panes.
+// What bundles are loaded with. The transcript must outlive the panes.
 struct BundleSetting {
     QStringList languages;  // the user's, best first
     Transcript& transcript;
@@ -17,7 +17,7 @@ struct BundleSetting {
 };
 
 // Reads the information dictionary and the interface file before any code of the plug-in runs.
-// Throws HostError, without a word about which bundle it was.
+// Throws HostError, whose message does not name the bundle.
 std::unique_ptr<PluginPane> loadBundle(const std::string& path, const BundleSetting& setting);
 
 }  // namespace quillmoor::host

@@ -16,7 +16,7 @@ HostServices& self(void* context) {
 }  // namespace
 
 HostServices& HostServices::shared() {
-    static auto* services = new HostServices;
+    static auto* services = new HostServices;  // not destroyed at exit
     return *services;
 }
 
@@ -68,7 +68,7 @@ bool HostServices::sendNextEvent(int milliseconds) const {
     if (events->processEvents(QEventLoop::AllEvents)) return true;
     if (milliseconds <= 0) return false;
 
-    // The timer's own event wakes the wait; it is no event of the host's.
+    // The timer's own event ends the wait, but is not an event that counts.
     bool late = false;
     QTimer timer;
     timer.setTimerType(Qt::PreciseTimer);
@@ -87,6 +87,7 @@ void HostServices::observeTermination(void (*callback)(void*), void* user) {
 }
 
 void HostServices::terminate() {
+    // Called without the lock: a plug-in may call back from its observer.
     std::vector<Observer> observers;
     {
         const std::lock_guard lock(mutex_);

@@ -1,4 +1,4 @@
-// What the host does for its plug-ins: its event loop, its main thread, its end.
+// The host's services for its plug-ins: event loop, main thread, notice of its end.
 #pragma once
 
 #include <functional>
@@ -9,25 +9,26 @@
 
 namespace quillmoor::host {
 
-// One for the process, never destroyed, because plug-ins and their threads stay until the very end.
+// One for the process. Never destroyed, because plug-ins and their threads use it until the process
+// exits.
 class HostServices {
   public:
-    // Made by the first call, with an application object.
+    // Created by the first call, which needs an application object.
     static HostServices& shared();
 
     const installer_host_services& table() const { return table_; }
 
     bool isMainThread() const;
 
-    // Runs `function` on the main thread: at once when called there, else by the event loop.
+    // Runs `function` on the main thread: immediately if called there, else by the event loop.
     void onMainThread(std::function<void()> function) const;
 
     void watchDescriptor(int descriptor, void (*drain)(void*), void* user) const;
     bool sendNextEvent(int milliseconds) const;
     void observeTermination(void (*callback)(void*), void* user);
 
-    // Tells every observer once, on the main thread, while the application still lives. Further
-    // calls do nothing; who observes afterwards is never told.
+    // Notifies every observer once, on the main thread, while the application object still exists.
+    // Further calls do nothing; observers that are added afterwards are not notified.
     void terminate();
 
   private:

@@ -20,7 +20,8 @@ bool isThere(const std::string& path) {
     return std::filesystem::exists(path, error);
 }
 
-// The loader would open every Designer plug-in of the system; interface files use Qt's own widgets.
+// Keeps the toolkit's loader from opening every Designer plug-in of the system: it would run their
+// code, and interface files use Qt's own widgets only.
 class WithoutDesignerPlugins {
   public:
     WithoutDesignerPlugins() : paths_(QCoreApplication::libraryPaths()) {
@@ -34,11 +35,11 @@ class WithoutDesignerPlugins {
     QStringList paths_;
 };
 
-// Elements inside one another; a pane that people lay out stays below 50.
+// The deepest nesting of elements. Panes that people lay out stay below 50.
 constexpr int kDeepest = 200;
 
-// The toolkit reads each level of an interface file in a function call of its own, and a file of
-// many levels would overflow the stack. A file that is not well-formed is left to the toolkit.
+// The toolkit reads interface files recursively, so that a deeply nested one would overflow the
+// stack. A file that is not well-formed passes: the toolkit refuses it with its own message.
 void checkDepth(const std::string& contents) {
     QXmlStreamReader reader(
         QByteArray::fromRawData(contents.data(), static_cast<qsizetype>(contents.size())));

@@ -1,4 +1,4 @@
-// Interface files: how a pane looks, as data in its bundle.
+// Interface files: the description of a pane's widgets in its bundle.
 #pragma once
 
 #include <QStringList>
@@ -10,9 +10,9 @@
 
 namespace quillmoor::host {
 
-// The bundle's interface file, for messages relative to it: Contents/Resources/<language>.lproj/
+// Returns the path of the interface file inside the bundle: Contents/Resources/<language>.lproj/
 // <name>.ui of the first of `languages` ("de-AT", then "de") that has one, else
-// Contents/Resources/<name>.ui. Throws HostError when there is none.
+// Contents/Resources/<name>.ui. Throws HostError if there is none.
 std::string findInterfaceFile(const BundleInfo& info, const QStringList& languages);
 
 struct Interface {
@@ -20,7 +20,7 @@ struct Interface {
     std::string paneClass;            // the topmost widget's dynamic property of that name
 };
 
-// Throws HostError when the file cannot be read, with the line where it goes wrong, or names no
+// Throws HostError if the file cannot be read, with the line of the mistake, or does not name a
 // pane class.
 Interface loadInterface(const BundleInfo& info, const std::string& fileInBundle);
 

@@ -14,15 +14,15 @@
 namespace quillmoor::host {
 namespace {
 
-// The system's text for the last failure, without the path with which it often begins.
+// The loader's text for the last failure, without the path with which it often begins.
 std::string loaderMessage(const std::string& path) {
     const char* message = ::dlerror();
     const std::string text = message != nullptr ? message : "unknown error";
     return text.starts_with(path + ": ") ? text.substr(path.size() + 2) : text;
 }
 
-// The loader maps a file without asking how long it is, and a process that then reads beyond the
-// end is killed.
+// The loader maps a file without looking at its size, and reading a mapping beyond the file's end
+// kills the process by SIGBUS.
 void checkIsWhole(const std::string& file, const std::string& path) {
     try {
         checkIsComplete(path);
@@ -40,12 +40,14 @@ void* opened(const BundleInfo& info) {
     if (!std::filesystem::is_regular_file(path, error))
         throw HostError(file + " is not a regular file");
     checkIsWhole(file, path);
+    // All symbols now, so that a missing one is reported here; local, so that two plug-ins may have
+    // functions of the same name.
     void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) throw HostError(file + " cannot be opened: " + loaderMessage(path));
     return handle;
 }
 
-// The first function that a pane lacks; null if it has all of them.
+// Returns the name of the first function that the pane lacks, or null.
 const char* missingFunction(const installer_pane& pane) {
     const std::array<std::pair<const char*, bool>, 6> functions{{
         {"title", pane.title != nullptr},
@@ -74,8 +76,10 @@ void* PluginLibrary::symbol(const char* name) const {
 }
 
 void PluginLibrary::attachOnce(const installer_host_services& services) const {
+    // dlopen() returns the same handle for a library that is open already.
     static std::set<void*> attached;
     if (attached.contains(handle_)) return;
+    // Both functions are looked up before the plug-in's code runs.
     symbol("installer_plugin_create_pane");
     const auto attach =
         reinterpret_cast<decltype(&installer_plugin_attach)>(symbol("installer_plugin_attach"));

@@ -8,14 +8,15 @@
 
 namespace quillmoor::host {
 
-// Opened once and never unloaded. Belongs to the main thread.
+// Never unloaded, because its threads and static objects may be in use until the process exits. For
+// the main thread only.
 class PluginLibrary {
   public:
-    // Opens the bundle's shared object and has it attach itself to the host, the first time that it
-    // is opened. Throws HostError. `services` must outlive the process's last thread.
+    // Opens the bundle's shared object and, the first time, calls its attach function. Throws
+    // HostError. `services` must outlive the process's last thread.
     PluginLibrary(const BundleInfo& info, const installer_host_services& services);
 
-    // Throws HostError when there is no such class or the pane is not complete.
+    // Throws HostError if there is no such class or the pane lacks a function.
     installer_pane createPane(const std::string& className, const installer_pane_host& host) const;
 
   private:

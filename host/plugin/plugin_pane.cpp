@@ -8,7 +8,7 @@
 namespace quillmoor::host {
 namespace {
 
-// Parts of Qt's own widgets, as the line edit of a spin box.
+// Parts of the toolkit's own widgets, such as the line edit of a spin box.
 bool isInternal(const QString& name) {
     return name.startsWith("qt_");
 }
@@ -27,6 +27,7 @@ PluginPane::PluginPane(const BundleInfo& info, const PluginLibrary& library, Int
     joinOutlets(widget_.get());
 }
 
+// The widget first: its buttons call the pane.
 PluginPane::~PluginPane() {
     widget_.reset();
     pane_.destroy(pane_.context);
@@ -44,6 +45,7 @@ installer_pane_host PluginPane::hostTable() {
     return host;
 }
 
+// A plug-in may call this on any thread.
 void PluginPane::go(Direction direction) {
     HostServices::shared().onMainThread([this, direction] { go_(*this, direction); });
 }

@@ -15,11 +15,11 @@
 
 namespace quillmoor::host {
 
-// Makes the pane, joins its outlets to the interface's widgets by name, and lets the buttons'
-// "action" properties call its actions. Belongs to the main thread.
+// Creates the pane, connects its outlets to the interface's widgets by name, and the buttons'
+// "action" properties to its actions. For the main thread only.
 class PluginPane : public Section {
   public:
-    // The pane asks for the next or the previous pane. Always on the main thread.
+    // Called when the pane asks for the next or the previous pane, always on the main thread.
     using Go = std::function<void(PluginPane& pane, Direction direction)>;
 
     // Throws HostError. The transcript must outlive the pane.
@@ -38,7 +38,7 @@ class PluginPane : public Section {
     void didEnter(Direction direction) override;
 
   private:
-    // What stands behind a control that the pane holds. The widget may be gone before the pane.
+    // The context of a control that the pane holds. The widget may be destroyed before the pane.
     struct Outlet {
         QPointer<QWidget> widget;
         Transcript* transcript;

@@ -24,7 +24,7 @@ struct Closer {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// The end of a part of the file; the largest number where the sum does not fit.
+// The end of a part of the file; the largest number if the sum of hostile values overflows.
 std::uint64_t endOf(std::uint64_t offset, std::uint64_t size) {
     return size > UINT64_MAX - offset ? UINT64_MAX : offset + size;
 }

@@ -42,7 +42,7 @@ std::pair<std::string, std::string_view> firstWord(std::string_view text) {
     return {std::string(text.substr(0, end)), trimWhitespaceAndNewlines(text.substr(end))};
 }
 
-// As a shell would split it; only double quotes keep words together.
+// Splits at spaces as a shell does; only double quotes keep words together.
 std::vector<std::string> wordsOf(std::string_view text) {
     std::vector<std::string> words;
     for (const QString& word : QProcess::splitCommand(shown(text)))
@@ -110,7 +110,7 @@ struct Rule {
     void (*read)(ScriptStep& step, std::string_view rest);
 };
 
-// Longer beginnings stand before shorter ones.
+// The first rule that fits is taken: "wait file" must be before "wait".
 constexpr std::array<Rule, 14> kRules{{
     {"continue", Kind::Continue, needNothing},
     {"back", Kind::Back, needNothing},
@@ -128,7 +128,7 @@ constexpr std::array<Rule, 14> kRules{{
     {"quit", Kind::Quit, needNothing},
 }};
 
-// What follows the rule's words, if `line` begins with them.
+// Returns what follows the rule's words, if `line` begins with them.
 std::optional<std::string_view> restAfter(std::string_view words, std::string_view line) {
     while (!words.empty()) {
         const auto [expected, more] = firstWord(words);

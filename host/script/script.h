@@ -1,4 +1,4 @@
-// Scripts that drive the window: one step on a line, # begins a comment line.
+// Scripts that operate the window: one step on each line; # begins a comment line.
 #pragma once
 
 #include <chrono>
@@ -19,7 +19,7 @@ struct ScriptStep {
         ExpectText,     // object, text
         Wait,           // time
         WaitForFile,    // words[0]: the path, time: the longest wait
-        WaitForGone,    // the same
+        WaitForGone,    // as WaitForFile
         Run,            // words: the program and its arguments
         Snapshot,       // text: the picture's name without extension
         Note,           // text
@@ -33,9 +33,9 @@ struct ScriptStep {
     std::chrono::milliseconds time{0};
 };
 
-// Splits a script into its steps; ${NAME} is replaced by the environment's value after a line has
-// been split into words, so that a value never becomes several words. Throws HostError that begins
-// with the line's number ("3: …") when a step is not understood or a variable is not set.
+// Parses a script into its steps. ${NAME} is replaced by the environment variable's value after a
+// line has been split into words, so that a value never becomes several words. Throws HostError,
+// which begins with the line's number ("3: …"), if a step is unknown or a variable is not set.
 std::vector<ScriptStep> parseScript(std::string_view script);
 
 }  // namespace quillmoor::host

@@ -21,7 +21,7 @@ using Kind = ScriptStep::Kind;
 constexpr int kFilePollMilliseconds = 20;
 constexpr int kLongestCommandMilliseconds = 60'000;
 
-// The name as people see it: without the marks of mnemonics.
+// The text as people see it: without the marks of mnemonics, where "&&" is a plain "&".
 QString withoutMnemonic(QString text) {
     for (qsizetype i = text.indexOf('&'); i >= 0; i = text.indexOf('&', i + 1)) text.remove(i, 1);
     return text;
@@ -36,6 +36,7 @@ QString textOf(const QWidget& widget) {
     throw HostError(inQuotes(bytesOf(widget.objectName())) + " shows no text");
 }
 
+// Including dangling links.
 bool somethingAt(const std::string& path) {
     std::error_code error;
     return std::filesystem::symlink_status(path, error).type() !=
@@ -56,7 +57,7 @@ void ScriptRunner::start() {
     scheduleNext();
 }
 
-// Through the event loop, so that what a step caused has been drawn before the next one.
+// Through the event loop, so that the effect of a step is drawn before the next one.
 void ScriptRunner::scheduleNext() {
     QTimer::singleShot(0, this, [this] { runNext(); });
 }
@@ -171,6 +172,7 @@ void ScriptRunner::takePicture(const ScriptStep& step) {
     target_.picture().save(&buffer, "PNG");
     const std::string path = setting_.pictures + "/" + step.text + ".png";
     std::error_code error;
+    // A folder that cannot be created is reported by the file that cannot be written.
     std::filesystem::create_directories(setting_.pictures, error);
     try {
         writeWholeFile(path, {bytes.constData(), static_cast<std::size_t>(bytes.size())});
@@ -194,12 +196,15 @@ void ScriptRunner::runCommand(const ScriptStep& step) {
     QStringList arguments;
     for (const std::string& word : step.words) arguments.append(shown(word));
     const QString program = arguments.takeFirst();
+    // The command must not read from the host's terminal, nor write into a transcript on standard
+    // output.
     auto* process = new QProcess(this);
     process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process->setStandardInputFile(QProcess::nullDevice());
     process->setStandardOutputFile(QProcess::nullDevice());
     connect(process, &QProcess::errorOccurred, this,
             [=, this, &step](QProcess::ProcessError error) {
+                // A crash is followed by finished().
                 if (error == QProcess::FailedToStart)
                     fail(step, inQuotes(step.words[0]) + ": " + bytesOf(process->errorString()));
             });

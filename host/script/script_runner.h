@@ -1,4 +1,4 @@
-// Carries out a script in the event loop, one step after the other.
+// Executes a script in the event loop, one step after the other.
 #pragma once
 
 #include <QElapsedTimer>
@@ -22,18 +22,18 @@ class ScriptRunner : public QObject {
     enum class Outcome { Quit, AtEnd, Failed };
     using Finished = std::function<void(Outcome)>;
 
-    // Target and transcript must outlive the runner. `finished` is called once; after a step
-    // that fails no further one is tried.
+    // Target and transcript must outlive the runner. `finished` is called once; a step that fails
+    // ends the script.
     ScriptRunner(std::vector<ScriptStep> steps, Setting setting, ScriptTarget& target,
                  Transcript& transcript, Finished finished);
 
-    // Begins as soon as the event loop runs.
+    // Starts the script as soon as the event loop runs.
     void start();
 
   private:
     void runNext();
     void scheduleNext();
-    // Carries out a step; what is not done when it returns schedules the next one itself.
+    // Executes a step. One that is not finished when this returns schedules the next one itself.
     void carryOut(const ScriptStep& step);
     void press(const ScriptStep& step);
     void expectPane(const ScriptStep& step);

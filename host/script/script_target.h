@@ -1,4 +1,4 @@
-// What a script drives.
+// The interface that a script operates.
 #pragma once
 
 #include <QImage>
@@ -11,17 +11,17 @@ class ScriptTarget {
   public:
     virtual ~ScriptTarget() = default;
 
-    // The user's wishes; past the last and before the first step nothing happens.
+    // As the user's buttons: past the last and before the first step they do nothing.
     virtual void userContinues() = 0;
     virtual void userGoesBack() = 0;
 
     // The title of the step that is shown.
     virtual QString shownTitle() const = 0;
 
-    // A widget by its name, on the shown step if it is there, else anywhere; null if nowhere.
+    // Returns the widget with this name, preferably on the shown step; null if there is none.
     virtual QWidget* widgetNamed(const QString& name) const = 0;
 
-    // The window as it is drawn now.
+    // Returns the window as it is drawn now.
     virtual QImage picture() = 0;
 };
 

@@ -26,6 +26,7 @@ void PaneSequence::userGoes(Direction direction) {
 
     travelling_ = true;
     wish_.reset();
+    // A wish from inside shouldExit() counts only if the pane refuses: else the user's wish does.
     const bool leaves = panes_[pane]->shouldExit(direction);
     travelling_ = false;
     if (leaves) return travel(*destination, direction);
@@ -68,6 +69,7 @@ std::optional<std::size_t> PaneSequence::enter(std::size_t pane, Direction direc
     if (!next) {
         observer_.nothingBeyond(pane, *wish);
     } else if (entered_.contains({*next, *wish})) {
+        // Entered twice in one direction within one move, it would be entered without end.
         observer_.panesCircle(pane, *wish);
         return std::nullopt;
     } else {

@@ -1,5 +1,5 @@
-// Which pane is the current one, and how the user and the panes themselves move between them. No
-// toolkit, no widgets.
+// The current pane, and how the user and the panes themselves move to others. Independent of the
+// toolkit.
 #pragma once
 
 #include <cstddef>
@@ -20,62 +20,62 @@ class SequencedPane {
   public:
     virtual ~SequencedPane() = default;
 
-    // Asked before the user leaves the pane; false keeps it.
+    // Called before the user leaves the pane. Returns false to stay.
     virtual bool shouldExit(Direction direction) = 0;
 
-    // The pane has been reached. It may ask for the next or the previous pane in here and is then
-    // passed over: it is never shown.
+    // Called when the pane is reached. If it asks for the next or the previous pane in here, it is
+    // passed over and not shown.
     virtual void didEnter(Direction direction) = 0;
 };
 
-// Told of everything that happens, in the order in which it happens.
+// Notified of everything that happens, in the order in which it happens.
 class SequenceObserver {
   public:
     virtual ~SequenceObserver() = default;
 
-    // `pane` is about to be told that it has been reached.
+    // `pane` was reached; its didEnter() is called next.
     virtual void paneReached(std::size_t pane, Direction direction) = 0;
-    // `pane` was reached and asked to be left at once.
+    // `pane` was reached and asked to be passed over.
     virtual void panePassedOver(std::size_t pane, Direction direction) = 0;
-    // The travel ends at `pane`, which is to be shown.
+    // The move ends at `pane`, which is to be shown.
     virtual void paneSettled(std::size_t pane) = 0;
-    // The user wanted to leave `pane`, which said no.
+    // The user asked to leave `pane`, which refused.
     virtual void paneKept(std::size_t pane, Direction direction) = 0;
-    // Nothing was done: no pane is beyond `pane`.
+    // Nothing was done: there is no pane beyond `pane`.
     virtual void nothingBeyond(std::size_t pane, Direction direction) = 0;
-    // Nothing was done: panes keep passing one another over. `pane` stays.
+    // The move ends at `pane`: panes keep passing one another over.
     virtual void panesCircle(std::size_t pane, Direction direction) = 0;
 };
 
-// Belongs to one thread. Panes may call back into it from inside shouldExit and didEnter; what they
-// ask is done after they have returned, in a loop.
+// For one thread only. Panes may call back into it from inside shouldExit and didEnter. Their wish
+// is fulfilled after they have returned, in a loop, so that a row of panes does not nest calls.
 class PaneSequence {
   public:
-    // Panes and observer are not owned.
+    // Owns neither the panes nor the observer.
     PaneSequence(std::vector<SequencedPane*> panes, SequenceObserver& observer);
 
-    // Enters the first pane, forward. Without panes it does nothing.
+    // Enters the first pane, forward. Does nothing if there are no panes.
     void start();
 
-    // The user asks to go on or back: the current pane may refuse. Past the last and before the
-    // first pane nothing happens, and neither while panes are being entered.
+    // The user asks to continue or go back; the current pane may refuse. Does nothing past the last
+    // and before the first pane, and while panes are being entered.
     void userGoes(Direction direction);
 
-    // `pane` itself asks for the next or the previous pane: it is not asked whether it may be left.
-    // Only the current pane is listened to, and while it is being entered only its first wish.
+    // `pane` itself asks for the next or the previous pane; its shouldExit() is not called. Only
+    // the current pane's wish counts, and while it is being entered only the first one.
     void paneGoes(std::size_t pane, Direction direction);
 
-    // The pane that was reached last, shown or not.
+    // The pane that was reached last, whether it is shown or not.
     std::optional<std::size_t> current() const { return current_; }
     std::size_t count() const { return panes_.size(); }
 
-    // Panes are being asked or entered; the user's wishes are not heard meanwhile.
+    // Returns true while panes are being asked or entered. The user's wishes are ignored meanwhile.
     bool travelling() const { return travelling_; }
 
   private:
     std::optional<std::size_t> neighbour(std::size_t pane, Direction direction) const;
     void travel(std::size_t destination, Direction direction);
-    // Enters one pane; answers where it wants to go on to.
+    // Enters one pane. Returns the pane that it asks for, if any.
     std::optional<std::size_t> enter(std::size_t pane, Direction direction);
 
     std::vector<SequencedPane*> panes_;

@@ -1,4 +1,4 @@
-// One section of the installer: a pane with a title and something to show.
+// One section of the installer: a pane with a title and a widget.
 #pragma once
 
 #include <QString>
@@ -13,13 +13,14 @@ class Section : public SequencedPane {
   public:
     virtual QString title() const = 0;
 
-    // What the pane shows. Called once; the caller owns it and destroys it before the section.
+    // Returns the widget that the pane shows. Called once; the caller owns the widget and destroys
+    // it before the section.
     virtual std::unique_ptr<QWidget> takeWidget() = 0;
 
-    // The section could not be loaded and shows why.
+    // Returns true for the section that shows why another could not be loaded.
     virtual bool isProblem() const { return false; }
 
-    // The section comes from a plug-in that was loaded.
+    // Returns true for a section of a plug-in that was loaded.
     virtual bool isPlugin() const { return false; }
 };
 

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kOrderFile = "InstallerSections.plist";
 
-// Sections of an installer that installs; this host shows panes only.
+// Sections of a complete installer; this host shows panes only and installs nothing.
 constexpr std::array<std::string_view, 5> kNotOffered{"ReadMe", "License", "Target",
                                                       "PackageSelection", "Install"};
 
@@ -45,6 +45,7 @@ PlannedSection sectionFor(const std::string& folder, const platform::PropertyLis
         return {Kind::Problem, std::string(kOrderFile), "an entry of “SectionOrder” is not a text"};
     if (*name == "Introduction") return {Kind::Introduction, "", ""};
     if (*name == "Summary") return {Kind::Summary, "", ""};
+    // The name must not lead out of the folder.
     if (name->find('/') != std::string::npos)
         return {Kind::Problem, *name, "a section must be a bundle inside the plug-ins’ folder"};
     if (pathExtension(*name) != "bundle")

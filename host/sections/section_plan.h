@@ -1,4 +1,4 @@
-// Which sections there are and in what order, before any of them is loaded.
+// The sections and their order, before any of them is loaded.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ struct PlannedSection {
         Introduction,  // the host's own
         Summary,       // the host's own
         Bundle,        // `subject` is the bundle's path
-        Problem        // `subject` cannot become a section, `reason` says why
+        Problem        // `subject` cannot become a section, for `reason`
     };
     Kind kind;
     std::string subject;
@@ -20,12 +20,12 @@ struct PlannedSection {
     bool operator==(const PlannedSection&) const = default;
 };
 
-// Introduction, the bundles in this order, Summary.
+// Returns Introduction, the bundles in this order, Summary.
 std::vector<PlannedSection> planForBundles(const std::vector<std::string>& bundles);
 
-// The order that the array SectionOrder in `folder`/InstallerSections.plist gives: names of the
-// installer's own sections and of bundles in the folder. Own sections that this host does not offer
-// are left out. Summary ends the plan if the order does not place it.
+// Returns the order of the array SectionOrder in `folder`/InstallerSections.plist, which contains
+// names of the installer's own sections and of bundles in the folder. Own sections that this host
+// does not have are left out. Summary is added at the end if the order does not contain it.
 std::vector<PlannedSection> planForFolder(const std::string& folder);
 
 }  // namespace quillmoor::host

@@ -15,7 +15,7 @@ constexpr double kTextContrast = 4.5;
 constexpr double kMarkContrast = 3.0;
 constexpr double kLeastPointSize = 10.0;
 
-// What a style without a desktop behind it highlights with; it tells nothing of the user's wish.
+// The highlight colour of a style that knows no desktop: it is not the user's choice.
 const QColor kToolkitAccent(0x30, 0x8c, 0xc6);
 
 Colours lightColours() {
@@ -30,6 +30,7 @@ Colours darkColours() {
             QColor(0xffffff), QColor(0x646b78)};
 }
 
+// WCAG's formulas for relative luminance.
 double linear(double channel) {
     return channel <= 0.03928 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
 }
@@ -39,7 +40,8 @@ double luminance(const QColor& colour) {
            0.0722 * linear(colour.blueF());
 }
 
-// The accent, darkened until white text can be read on it; nothing if it then drowns in the card.
+// Returns the accent, darkened until white text can be read on it; nothing if it is then hard to
+// tell from the card.
 std::optional<QColor> usable(QColor accent, const Colours& colours) {
     for (int step = 0; step < 20 && contrast(accent, colours.onAccent) < kTextContrast; ++step)
         accent = accent.darker(108);
@@ -93,8 +95,9 @@ void applyAppearance(QWidget& window, AppearanceMode mode) {
                                                      : mode == AppearanceMode::Dark;
     const Colours colours = coloursFor(dark, systemAccent());
     const QString sheet = styleSheetFor(colours, QApplication::font());
+    // Setting a sheet polishes every widget again, which takes long.
     if (window.styleSheet() != sheet) window.setStyleSheet(sheet);
-    // A window with a style sheet hands its palette down only when that changes.
+    // A window with a style sheet passes its palette down only when the palette changes.
     window.setPalette(QPalette());
     window.setPalette(paletteOf(colours));
 }

@@ -17,22 +17,22 @@ struct Colours {
     QColor card;  // behind a pane
     QColor text;
     QColor secondary;  // text of less weight
-    QColor hairline;   // decoration; nothing is told by it alone
+    QColor hairline;   // decoration; never the only sign of anything
     QColor outline;    // edges of controls, marks of steps
     QColor accent;
     QColor onAccent;
-    QColor disabled;  // text and edges of what cannot be used now
+    QColor disabled;  // text and edges of disabled controls
 };
 
-// Every text keeps a contrast of 4.5 to its ground and every mark one of 3. An accent that would
-// not is moved towards black, or replaced by the host's own if there is none.
+// Every text has a contrast of at least 4.5 to its background and every mark one of 3. An accent
+// with less is darkened or, if that does not help, replaced by the host's own.
 Colours coloursFor(bool dark, const std::optional<QColor>& accent);
 
-// WCAG's contrast ratio, 1 to 21.
+// Returns WCAG's contrast ratio, 1 to 21.
 double contrast(const QColor& one, const QColor& other);
 
-// The colours as roles: rail is AlternateBase, card Base, secondary PlaceholderText, hairline Mid,
-// outline Dark, accent Highlight.
+// Returns the colours as roles: rail is AlternateBase, card Base, secondary PlaceholderText,
+// hairline Mid, outline Dark, accent Highlight.
 QPalette paletteOf(const Colours& colours);
 
 bool isDark(const QPalette& palette);
@@ -45,12 +45,12 @@ QColor warningColour(const QPalette& palette);
 // and when something has been added to the window.
 void applyAppearance(QWidget& window, AppearanceMode mode);
 
-// The application's font: Inter where it is installed, else the system's own, at the system's size
-// but not below 10 points.
+// Returns the application's font: Inter if it is installed, else the system's own, at the system's
+// size but not below 10 points.
 QFont applicationFont(const QFont& system);
 
-// In a window that is laid out from right to left, has the texts of the labels below `root` begin
-// at its right side. The toolkit would begin each at the side at which the text itself is read.
+// In a window that is laid out from right to left, aligns the texts of the labels below `root` at
+// the right. The toolkit would align each by the direction of the text itself.
 void alignLabels(QWidget& root);
 
 }  // namespace quillmoor::host

@@ -1,4 +1,4 @@
-// The window's pictures, drawn from shapes, so that they are sharp at every scale.
+// The window's pictures, drawn as shapes, so that they are sharp at every scale.
 #pragma once
 
 #include <QPainter>
@@ -12,7 +12,7 @@ void paintPackage(QPainter& painter, const QRectF& box, const QPalette& palette)
 void paintTick(QPainter& painter, const QRectF& box, const QColor& disc, const QColor& tick);
 void paintWarning(QPainter& painter, const QRectF& box, const QColor& colour, const QColor& mark);
 
-// A picture that tells nothing that is not also said in words; screen readers pass it over.
+// A picture whose meaning is always given in words as well. Screen readers ignore it.
 class Artwork : public QWidget {
   public:
     enum class Picture { Package, Tick, Warning };
@@ -25,7 +25,8 @@ class Artwork : public QWidget {
     Picture picture_;
 };
 
-// The package as a picture of `side` points, for where the toolkit wants pixels.
+// Returns the package as a picture of `side` points with `scale` pixels each, for the toolkit's
+// icons.
 QPixmap packagePicture(int side, qreal scale, const QPalette& palette);
 
 }  // namespace quillmoor::host

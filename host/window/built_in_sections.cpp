@@ -35,6 +35,7 @@ class ProblemSection : public OwnSection {
 
 QLabel* addText(QVBoxLayout& column, const QString& text, const char* style = "") {
     auto* label = new QLabel(text);
+    // Names and paths in the text must not be taken for markup.
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     label->setProperty("textStyle", QLatin1String(style));
@@ -42,7 +43,7 @@ QLabel* addText(QVBoxLayout& column, const QString& text, const char* style = ""
     return label;
 }
 
-// A heading with a picture beside it, if any, and a column for what stands below.
+// Adds a heading with a picture beside it, if any. Returns the column for what follows below.
 QVBoxLayout* addHeading(QWidget& page, const QString& text, const Artwork::Picture* picture) {
     auto* column = new QVBoxLayout(&page);
     column->setContentsMargins(0, 0, 0, 0);

@@ -1,4 +1,4 @@
-// The host's own sections, and the one that stands in for a bundle that could not be loaded.
+// The host's own sections, and the one that replaces a bundle that could not be loaded.
 #pragma once
 
 #include <QString>
@@ -9,19 +9,19 @@
 
 namespace quillmoor::host {
 
-// How the product is called, inside a sentence and at its beginning.
+// The product's name, for the middle of a sentence and for its beginning.
 struct ProductName {
     QString inSentence;
     QString atStart;
 
-    // "" gives a description instead of a name.
+    // For "" the product is described instead of named.
     static ProductName of(const QString& name);
 };
 
 std::unique_ptr<Section> makeIntroduction(const ProductName& product);
 std::unique_ptr<Section> makeSummary(const ProductName& product);
 
-// `subject` is a path or a name, `reason` says why it is no section.
+// `subject` is a path or a name; `reason` is why it cannot be shown as a section.
 std::unique_ptr<Section> makeProblemSection(const std::string& subject, const std::string& reason);
 
 }  // namespace quillmoor::host

@@ -7,7 +7,7 @@
 namespace quillmoor::host {
 
 HostStyle::HostStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {
-    // Widgets of a window with a style sheet would not take its palette.
+    // Without this, widgets of a window with a style sheet do not inherit its palette.
     QCoreApplication::setAttribute(Qt::AA_UseStyleSheetPropagationInWidgetStyles);
 }
 
@@ -20,7 +20,7 @@ int HostStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
 int HostStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                          QStyleHintReturn* data) const {
     if (hint == SH_UnderlineShortcut) return mnemonicsShown_ ? 1 : 0;
-    // A focus frame is nothing but its border; a mask would cut off the round corners.
+    // The mask would cut off the round corners of the focus frame's border.
     if (hint == SH_FocusFrame_Mask) return 0;
     return QProxyStyle::styleHint(hint, option, widget, data);
 }

@@ -1,12 +1,12 @@
-// What a style sheet cannot say of the window's look.
+// The part of the window's look that a style sheet cannot describe.
 #pragma once
 
 #include <QProxyStyle>
 
 namespace quillmoor::host {
 
-// The toolkit's own style, the same on every desktop. Underlines of mnemonics appear while Alt is
-// held, and a focus frame stands off its button by a pixel.
+// The toolkit's own style, the same on every desktop. Mnemonics are underlined while Alt is held,
+// and a focus frame has a gap of a pixel to its button.
 class HostStyle : public QProxyStyle {
   public:
     // Room around a button for the frame that shows the focus.

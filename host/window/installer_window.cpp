@@ -22,7 +22,7 @@ namespace {
 
 constexpr QSize kSize(820, 530);
 constexpr QSize kLeastSize(660, 440);
-// The window manager's frame, whose size is known only when the window is on screen.
+// Room for the window manager's frame, whose size is known only once the window is on screen.
 constexpr QSize kFrame(16, 48);
 constexpr int kRailWidth = 232;
 constexpr int kRailMargin = 26;
@@ -146,6 +146,7 @@ void InstallerWindow::showStep(std::size_t step) {
     list_->setCurrent(step);
     title_->setText(steps_[step].title);
     progress_->setText(translated("Step %1 of %2").arg(step + 1).arg(steps_.size()));
+    // Pages were added since it was last applied.
     if (!std::exchange(dressed_, true)) applyAppearance(*this, setting_.appearance);
     alignLabels(*this);
     pages_[step]->show();
@@ -156,7 +157,7 @@ void InstallerWindow::showStep(std::size_t step) {
     describe(step);
 }
 
-// A screen reader says the description of the button that has the focus, and so the new step.
+// A screen reader reads the description of the button that has the focus, and thus the new step.
 void InstallerWindow::describe(std::size_t step) {
     const QString where = title_->text() + QStringLiteral(", ") + progress_->text();
     mainButton()->setAccessibleDescription(where);
@@ -172,19 +173,19 @@ QPushButton* InstallerWindow::mainButton() const {
     return isLast() ? close_ : continue_;
 }
 
-// One button stands out: the one that has the focus, else the one that leads on.
+// The one button that Return presses is highlighted: the one that has the focus, else the main one.
 void InstallerWindow::markWhatReturnPresses(QWidget* focus) {
     const auto* button = qobject_cast<QPushButton*>(focus);
     const bool elsewhere = button != nullptr && button != mainButton() && button->window() == this;
     for (QPushButton* each : {continue_, close_}) each->setDefault(!elsewhere);
 }
 
-// A frame stands around the button that has the focus, in this window or in its question.
+// Puts a frame around the button that has the focus, in this window or in its question.
 void InstallerWindow::frameFocus(QWidget* focus) {
     auto* button = qobject_cast<QPushButton*>(focus);
     const bool isOurs =
         button != nullptr && (button->window() == this || button->window()->parentWidget() == this);
-    // It is a child of what it was last put around, and may have gone with that.
+    // The frame becomes a child of its button's parent and may have been destroyed with it.
     if (focusFrame_.isNull()) focusFrame_ = new QFocusFrame(this);
     focusFrame_->setWidget(isOurs ? button : nullptr);
 }
@@ -194,8 +195,8 @@ QWidget* InstallerWindow::widgetNamed(const QString& name) const {
     return findChild<QWidget*>(name);
 }
 
-// Window managers leave a window as large as it asks to be, and its lower edge with the buttons off
-// the screen.
+// Window managers do not shrink a window that is larger than the screen. The buttons at its lower
+// edge would be off screen.
 void InstallerWindow::fitScreen() {
     const QSize room = screen()->availableSize() - kFrame;
     setMinimumSize(kLeastSize.boundedTo(room));
@@ -217,6 +218,7 @@ bool InstallerWindow::event(QEvent* event) {
             break;
         case QEvent::Paint:
             if (!std::exchange(painted_, true) && onFirstPaint)
+                // Later: the paint event is only just being handled.
                 QTimer::singleShot(0, this, [this] { onFirstPaint(); });
             break;
         default:
@@ -266,6 +268,7 @@ bool InstallerWindow::userWantsToQuit() {
     QMessageBox box(QMessageBox::NoIcon, windowTitle(),
                     translated("Do you want to leave the installer?"), QMessageBox::NoButton, this);
     box.setIconPixmap(packagePicture(48, devicePixelRatioF(), palette()));
+    // The toolkit's internal name of the label; without it the text has the usual size.
     if (auto* question = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label")))
         question->setProperty("textStyle", "heading");
     box.setContentsMargins(12, 12, 12, 8);

@@ -1,5 +1,4 @@
-// The window: steps at the side, a title, the pane, and the buttons. It shows what it is told and
-// knows nothing of plug-ins.
+// The window: steps at the side, a title, the pane, and the buttons. It is independent of plug-ins.
 #pragma once
 
 #include <QFocusFrame>
@@ -21,10 +20,10 @@ namespace quillmoor::host {
 
 class InstallerWindow : public QWidget {
   public:
-    // Asks before the window is closed early.
+    // Whether to ask the user before the window is closed early.
     enum class Confirm : bool { No, Yes };
-    // Keeps the window within the screen that it is shown on. Off screen the size of a screen means
-    // nothing.
+    // Whether to keep the window within the screen that it is shown on. Off screen, the size of the
+    // screen has no meaning.
     enum class FitScreen : bool { No, Yes };
     struct Setting {
         AppearanceMode appearance = AppearanceMode::System;
@@ -35,20 +34,20 @@ class InstallerWindow : public QWidget {
     InstallerWindow(const ProductName& product, const std::vector<StepList::Step>& steps,
                     const Setting& setting);
 
-    // What the buttons do.
+    // Called when the buttons are pressed.
     std::function<void()> onContinue;
     std::function<void()> onGoBack;
     // Called after the window has painted itself for the first time.
     std::function<void()> onFirstPaint;
 
-    // What the step shows; each once. It stays hidden until the step is shown.
+    // Sets the widget that a step shows, once for each step. It is hidden until the step is shown.
     void setPage(std::size_t step, std::unique_ptr<QWidget> page);
 
-    // Shows a step: marks it at the side, names it above its page, sets the buttons and puts the
-    // focus on the one that leads on.
+    // Shows a step: marks it at the side, shows its title above its page, updates the buttons and
+    // puts the focus on the one that continues.
     void showStep(std::size_t step);
 
-    // A widget by its name, on the shown page if it is there, else anywhere; null if nowhere.
+    // Returns the widget with this name, preferably on the shown page; null if there is none.
     QWidget* widgetNamed(const QString& name) const;
 
     // Closes without asking.
@@ -85,7 +84,7 @@ class InstallerWindow : public QWidget {
     QPushButton* continue_ = nullptr;
     QPushButton* close_ = nullptr;
     std::size_t shown_ = 0;
-    bool dressed_ = false;  // all that is in the window has its look
+    bool dressed_ = false;  // the appearance is applied to everything in the window
     bool painted_ = false;
 };
 

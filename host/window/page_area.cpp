@@ -8,7 +8,7 @@
 namespace quillmoor::host {
 namespace {
 
-// Inside the card's border and padding, which keep the scroll bar off the round corners.
+// Inside the card's border and padding, which keep the scroll bar clear of the round corners.
 constexpr int kMargin = 22;
 
 }  // namespace
@@ -29,7 +29,7 @@ QScrollArea* newPageArea(QWidget* parent) {
 void setPage(QScrollArea& area, std::unique_ptr<QWidget> page) {
     auto* holder = new QWidget;
     auto* layout = new QVBoxLayout(holder);
-    // Focus frames reach over the page's own margins and must not be cut off there.
+    // Focus frames are drawn beyond the page's own margins and must not be clipped there.
     constexpr int room = HostStyle::kFocusRoom;
     constexpr int margin = kMargin - room;
     layout->setContentsMargins(margin, margin, margin, margin);
@@ -38,7 +38,7 @@ void setPage(QScrollArea& area, std::unique_ptr<QWidget> page) {
     page->setVisible(true);
     layout->addWidget(page.release());
     area.setWidget(holder);
-    // The area has just given it a ground of its own.
+    // setWidget() has just turned this on, which would hide the card's colour.
     holder->setAutoFillBackground(false);
 }
 

@@ -1,4 +1,4 @@
-// Where a step's page is shown.
+// The area in which a step's page is shown.
 #pragma once
 
 #include <QScrollArea>
@@ -6,11 +6,11 @@
 
 namespace quillmoor::host {
 
-// A card whose contents scroll when they need more room; only then does it take the keyboard's
+// Returns a card whose contents scroll if they need more room; only then does it take the keyboard
 // focus.
 QScrollArea* newPageArea(QWidget* parent);
 
-// Puts `page` in the area; once. The area owns it from then on.
+// Puts `page` in the area, which owns it from then on. Call once for each area.
 void setPage(QScrollArea& area, std::unique_ptr<QWidget> page);
 
 }  // namespace quillmoor::host

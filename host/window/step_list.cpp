@@ -49,8 +49,8 @@ void StepRow::setState(StepState state) {
     QString name = text() + QStringLiteral(", ") + spoken(state);
     if (problem_ == Problem::Yes) name += QStringLiteral(", ") + translated("cannot be shown");
     setAccessibleName(name);
-    // The style sheet puts the current step on a ground of its own; it sees a new value only when
-    // the label is polished again.
+    // The style sheet gives the current step its own background. It reads the property only when
+    // the label is polished.
     const QString ground =
         state == StepState::Current ? QStringLiteral("current") : QStringLiteral("");
     if (property("stepState").toString() != ground) {
@@ -117,7 +117,7 @@ void StepRow::paintMark(QPainter& painter, const QRectF& box) const {
         return paintTick(painter, box, accent, palette().color(QPalette::HighlightedText));
 
     const bool current = state_ == StepState::Current;
-    // The label's own palette holds the ground that the style sheet gives it.
+    // Not the label's own palette, where the style sheet has replaced the background.
     painter.setBrush(window()->palette().color(QPalette::Base));
     painter.setPen(QPen(current ? accent : palette().color(QPalette::Dark), current ? 2 : 1.5));
     painter.drawEllipse(box.adjusted(1, 1, -1, -1));

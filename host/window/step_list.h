@@ -18,7 +18,7 @@ class StepRow : public QLabel {
 
     void setState(StepState state);
     StepState state() const { return state_; }
-    // Whether a line leads to the row above, and to the row below.
+    // Sets whether a line connects the row to the one above, and to the one below.
     void setJoined(bool above, bool below);
 
   protected:
@@ -39,7 +39,7 @@ class StepRow : public QLabel {
 
 class StepList : public QWidget {
   public:
-    // How far the marks stand inside the list's edge.
+    // The distance of the marks from the list's edge, in pixels.
     static constexpr int kInset = 8;
 
     struct Step {
@@ -48,7 +48,7 @@ class StepList : public QWidget {
     };
     explicit StepList(const std::vector<Step>& steps, QWidget* parent = nullptr);
 
-    // Those before it are done, those after it are to come.
+    // Marks the steps before it as done and those after it as upcoming.
     void setCurrent(std::size_t step);
     const std::vector<StepRow*>& rows() const { return rows_; }
 

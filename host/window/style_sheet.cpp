@@ -6,7 +6,7 @@
 namespace quillmoor::host {
 namespace {
 
-// @names@ stand for colours and sizes. Of two rules that fit, the later one holds.
+// @names@ are replaced by colours and sizes. Of two rules that fit, the later one applies.
 constexpr const char* kSheet = R"(
 QWidget[part="rail"] { background: @rail@; }
 
@@ -57,7 +57,7 @@ bool isDark(const Colours& colours) {
     return colours.window.lightness() < colours.text.lightness();
 }
 
-// Towards white on dark grounds and towards black on light ones, in hundredths.
+// Makes a colour lighter on dark backgrounds and darker on light ones, by hundredths.
 QColor moved(const QColor& colour, const Colours& colours, int hundredths) {
     return isDark(colours) ? colour.lighter(100 + hundredths) : colour.darker(100 + hundredths);
 }

@@ -1,4 +1,4 @@
-// How the window's widgets look, as one style sheet of the toolkit.
+// The look of the window's widgets, as one style sheet of the toolkit.
 #pragma once
 
 #include <QFont>
@@ -8,8 +8,8 @@
 
 namespace quillmoor::host {
 
-// What the sheet knows a widget by:
-//   a label's property "textStyle", "title" or "heading"; `body` is what their sizes derive from
+// Returns the sheet. It selects widgets by these properties:
+//   a label's property "textStyle", "title" or "heading"; their sizes are multiples of `body`'s
 //   a label's property "stepState", "current"
 //   a widget's property "part", "rail" or "card"
 QString styleSheetFor(const Colours& colours, const QFont& body);
