@@ -1,9 +1,9 @@
-// bench_background FOLDER [ROUNDS]: what runs beside the program.
+// bench_background FOLDER [ROUNDS]: measures work in the background.
 //
 //   output    1 GiB of a tool's output, handed to a delegate, against a bare loop that reads the
 //             same into one buffer; MB a second
-//   starts    how long the call takes that starts a tool or a copy, against the millisecond that it
-//             may take
+//   starts    the duration of the call that starts a tool or a copy, against the millisecond that
+//             it may take
 //   copies    a copy with progress against the same copy without; a tree of small files
 //
 // Both sides run in turn. Every run is checked: the number of bytes, the number of copied files.
@@ -58,7 +58,7 @@ std::string blockCount() {
     return std::to_string(kOutput / kBlockSize);
 }
 
-// Counts what it is given.
+// Counts the bytes that the delegate receives.
 class Counter {
   public:
     void add(const Data& data) {

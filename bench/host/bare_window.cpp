@@ -1,4 +1,4 @@
-// What a host's start is measured against: a label in a window.
+// The peer that the host's start is measured against: a label in a window.
 #include "bench/host/bare_window.h"
 
 #include <QLabel>

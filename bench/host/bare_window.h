@@ -1,4 +1,4 @@
-// The least that a program with a window does.
+// The least work of a program with a window.
 #pragma once
 
 #include <QApplication>
@@ -10,7 +10,7 @@
 
 namespace quillmoor::bench {
 
-// A window of the host's size that closes when it has been painted.
+// A window of the host's size that closes after it was painted.
 class BareWindow : public QWidget {
   public:
     explicit BareWindow(QWidget* content) {
@@ -29,7 +29,7 @@ class BareWindow : public QWidget {
     bool painted_ = false;
 };
 
-// The host's.
+// Sets the host's font, whose loading takes part of the time.
 inline void setFont() {
     QFont font = QApplication::font();
     font.setFamilies({QStringLiteral("Inter"), font.family()});

@@ -1,4 +1,4 @@
-// What the toolkit alone takes for a pane: its interface file, loaded and painted.
+// The toolkit's own time for a pane: loads and paints its interface file.
 // bench_interface_window FILE
 #include <QFile>
 #include <QUiLoader>

@@ -1,12 +1,11 @@
-// The log against its peers.
+// Measures the log against its peers.
 //
 //   burst    each thread appends as fast as it can; the caller's median, against formatting and
 //            trimming the same message alone
 //   paced    each thread appends 8 lines, then sleeps 1 ms; the caller's 99th percentile
 //   disk     lines a second until all is written, against one thread that writes the same lines
-//   with
-//            one write each, rotated by one unlink and four renames each 500,000 bytes, and against
-//            spdlog, asynchronous and flushing each line
+//            with one write each, rotated by one unlink and four renames each 500,000 bytes, and
+//            against spdlog, asynchronous and flushing each line
 //
 // Usage: bench_log FOLDER [ROUNDS]. Everything is written below FOLDER. Before a figure counts, one
 // round is checked: every line is in a file, once.
@@ -47,7 +46,7 @@ std::string message(int thread, int line) {
                      "library", 0.25);
 }
 
-// Counts what the log throws away, so that a round can be checked.
+// Counts the lines of the generations that the log removes, so that a round can be checked.
 class CountingFiles : public test::ForwardingFileManager {
   public:
     std::atomic<bool> counts{false};
@@ -65,7 +64,7 @@ class CountingFiles : public test::ForwardingFileManager {
     }
 };
 
-// The log is the bench's own whoever runs it.
+// Root's log would be the machine's; this one is always in the bench's folder.
 class OrdinaryUser : public test::ForwardingProcessInfo {
   public:
     unsigned realUserId() override { return 1000; }
@@ -135,7 +134,7 @@ double ourLinesPerSecond(int threads) {
            });
 }
 
-// One thread, one write a line, the same rotation.
+// One thread with one write for each line and the same rotation.
 double rawLinesPerSecond(const std::string& folder) {
     fs::create_directories(folder);
     const auto path = [&](int n) { return folder + "/raw." + std::to_string(n) + ".log"; };

@@ -1,4 +1,4 @@
-// The table that every benchmark prints, and the figures in it.
+// Computes and prints the table rows of the benchmarks.
 #pragma once
 
 #include <algorithm>
@@ -15,7 +15,7 @@ inline double median(std::vector<double> values) {
     return *middle;
 }
 
-// The value that the share `part` of all lies below.
+// The value below which the share `part` of all values is.
 inline double quantile(std::vector<double> values, double part) {
     if (values.empty()) return 0;
     const auto index = static_cast<std::size_t>(part * static_cast<double>(values.size() - 1));
@@ -26,7 +26,7 @@ inline double quantile(std::vector<double> values, double part) {
 
 enum class Better { Lower, Higher };
 
-// The median of the ratios taken round by round.
+// The median of the rounds' ratios. A disturbance of the machine affects both sides of a round.
 inline double medianRatio(const std::vector<double>& ours, const std::vector<double>& peer) {
     std::vector<double> ratios;
     for (std::size_t i = 0; i < std::min(ours.size(), peer.size()); ++i)
@@ -34,7 +34,7 @@ inline double medianRatio(const std::vector<double>& ours, const std::vector<dou
     return median(ratios);
 }
 
-// One row: medians of the rounds, and the ratio. `why` says what stands against the target.
+// Prints one row: medians of the rounds, and the ratio. `why` is the reason of a missed target.
 inline void printRow(const std::string& work, const std::vector<double>& ours,
                      const std::vector<double>& peer, const char* unit, double target,
                      Better better, const std::string& why = "") {

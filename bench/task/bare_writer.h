@@ -1,4 +1,4 @@
-// The tool that writes blocks, started with the least that the system asks for.
+// Starts the tool that writes blocks, with the fewest possible system calls.
 #pragma once
 
 #include <fcntl.h>
@@ -15,7 +15,7 @@ namespace quillmoor::bench {
 
 class BareWriter {
   public:
-    // `tool` writes `size` bytes, whole blocks. Where it cannot be started, the program ends.
+    // Has `tool` write `size` bytes, a multiple of the block size. Aborts if it cannot be started.
     BareWriter(std::string tool, std::size_t size) {
         int ends[2];
         if (::pipe2(ends, O_CLOEXEC) != 0) std::abort();

@@ -1,8 +1,8 @@
-// bench_task [ROUNDS [starts|capture]]: starting tools and capturing their output, each beside the
-// least that the system asks for. Both sides run in turn, once each, so that they meet the same
-// machine.
+// bench_task [ROUNDS [starts|capture]]: measures starting tools and capturing their output, each
+// against the fewest possible system calls. Both sides run in turn, so that conditions are the same
+// for both.
 //
-// Rows hold the medians of the rounds; those called "fastest" compare the fastest run of each
+// Rows have the medians of the rounds. Those called "fastest" compare the fastest run of each
 // round, which a busy machine disturbs less. "from 1 GiB": the parent has that much memory in use.
 //
 // Every run is checked: the tool's success, and the size and a hash of what was captured.
@@ -56,7 +56,7 @@ double microseconds(const std::function<void()>& work) {
 using Times = std::vector<double>;
 using Work = std::function<void(Times&)>;
 
-// One side of a comparison: what came out of each round.
+// The results of one side of a comparison, by round.
 struct Side {
     Times medians;
     Times fastest;
@@ -76,7 +76,7 @@ void compare(const std::string& name, double target, int rounds, int timesInRoun
         Times ourTimes;
         Times itsTimes;
         for (int i = 0; i < timesInRound; ++i) {
-            // Who comes first changes, too.
+            // The sides take turns in being first.
             const bool first = (i + round) % 2 == 0;
             if (first) ours(ourTimes);
             peer(itsTimes);
@@ -115,7 +115,7 @@ void compareStarts(const std::string& name, double target, int rounds) {
     compare(name, target, rounds, kStartsInRound, runTask, spawnAndWait);
 }
 
-// Memory in use by this process for as long as it lives.
+// Memory that this process uses as long as the object lives.
 class MemoryInUse {
   public:
     explicit MemoryInUse(std::size_t size, bool largePages)
@@ -176,8 +176,8 @@ std::string blockCount() {
     return std::to_string(kCaptured / kBlockSize);
 }
 
-// A virtual machine's host may take back what nobody uses, and the next one to touch it then waits
-// for the host. Memory that has just been used is free of that.
+// The host of a virtual machine may reclaim unused memory, and the next process that touches it
+// waits for the host. Memory that was used a moment ago is not reclaimed yet.
 void haveFreeMemoryReady() {
     const MemoryInUse used(kCaptured + kCaptured / 4, true);
 }

@@ -1,5 +1,5 @@
-// The stream that the capture benchmark's child writes: blocks of pseudo-random words, each with
-// its own number in front.
+// The data that the capture benchmark's child writes: blocks of pseudo-random words. The first word
+// of each block is its number.
 #pragma once
 
 #include <array>

@@ -1,4 +1,4 @@
-// write_blocks N: N blocks on standard output, one write each.
+// write_blocks N: writes N blocks to standard output, one write each.
 #include <unistd.h>
 
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// Does to trees what the peers of bench/tree/run do, one work a process; the wildcards are timed in
-// the process, against glob.
+// The library's side of bench/tree/run: one kind of work in each process. Wildcards are timed
+// within the process, against glob.
 #include <dirent.h>
 #include <glob.h>
 #include <spawn.h>
@@ -37,7 +37,7 @@ int copy(const std::string& path, const std::string& destination) {
     return endOf(nativeFileTree()->copy(path, destination, nullptr, {}));
 }
 
-// With an observer, whose counts must be right in the end.
+// With progress, whose final counts are printed to be checked.
 int copyWatched(const std::string& path, const std::string& destination) {
     platform::TreeProgress progress;
     const int result = endOf(nativeFileTree()->copy(path, destination, &progress, {}));
@@ -55,7 +55,7 @@ int size(const std::string& path) {
     return 0;
 }
 
-// Those that exist.
+// Returns the joined paths that exist.
 StringList joined(const StringList& folders, const std::string& component) {
     StringList found;
     for (const std::string& folder : folders) {
@@ -65,7 +65,7 @@ StringList joined(const StringList& folders, const std::string& component) {
     return found;
 }
 
-// Component by component, as the library expands a path.
+// Expands component by component, as the library does.
 StringList expanded(const std::string& path) {
     StringList found;
     for (const std::string& component : pathComponents(path)) {
@@ -99,7 +99,7 @@ double secondsOf(const std::function<void()>& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// Only the call itself is timed, not what it takes to hand on glob's answer.
+// Times only the call itself, without converting glob's results.
 double globTime(const std::string& path, int flags) {
     glob_t result{};
     const double seconds = secondsOf([&] { ::glob(path.c_str(), flags, nullptr, &result); });
@@ -112,7 +112,7 @@ double ownTime(const std::string& path) {
     return secondsOf([&] { found = expanded(path); });
 }
 
-// What nobody can do without: reading the folders through.
+// The least work of any implementation: reading the folders.
 double readingTime(const StringList& folders) {
     return secondsOf([&] {
         for (const std::string& folder : folders) {
@@ -123,8 +123,8 @@ double readingTime(const StringList& folders) {
     });
 }
 
-// A line for each round: seconds of ours, of glob's, of glob's without its sorting, and of reading
-// the folders; each first in turn.
+// Prints a line for each round: seconds of ours, of glob's, of glob's without sorting, and of
+// reading the folders. The order changes from round to round.
 int match(const std::string& path, int rounds) {
     if (expanded(path).empty() || sorted(expanded(path)) != sorted(globbed(path))) {
         std::fprintf(stderr, "bench_tree: other matches than glob's for %s\n", path.c_str());
@@ -145,7 +145,7 @@ int match(const std::string& path, int rounds) {
     return 0;
 }
 
-// The largest resident set of a command in bytes, on a line of its own behind what it prints.
+// Runs a command and prints its largest resident set in bytes, on a line after its output.
 int peak(char** command) {
     pid_t child = 0;
     int status = 0;

@@ -8,7 +8,7 @@ DATE = 1500000000
 
 
 class Contents:
-    """Texts and bytes that shrink as those of real files do."""
+    """Texts and bytes that compress as well as those of real files."""
 
     def __init__(self, seed):
         self.random = random.Random(seed)
@@ -25,7 +25,7 @@ class Contents:
         return self.pool[start:start + size]
 
     def program(self, size):
-        """Like machine code: stretches of noise and of text, and some that come back soon."""
+        """Like machine code: runs of noise and of text, some of which are repeated soon."""
         parts, made = [], 0
         while made < size:
             length = self.random.randint(50, 400)
@@ -84,7 +84,7 @@ def make_application(folder):
 
 
 def make_large(folder):
-    """One text of 500 MB. Its parts come back too far apart for a compressor to notice."""
+    """One text of 500 MB. Its repetitions are too far apart for deflate's window."""
     contents = Contents(3)
     folder.mkdir()
     with open(folder / "large.txt", "wb") as file:

@@ -1,4 +1,4 @@
-// What the two faces of this program share: a copy that is watched and can be stopped.
+// Shared by the terminal and the window: a copy that reports its progress and can be stopped.
 #pragma once
 
 #include <functional>
@@ -9,20 +9,20 @@
 
 namespace quillmoor::copy_progress {
 
-// How far the copy has come.
+// The progress of the copy.
 struct Progress {
     double done = 0;  // 0 to 1
     double bytes = 0;
     double bytesPerSecond = 0;
 };
 
-// Hears of the copy on the main thread, and cancels it when asked.
+// Receives the copy's notices on the main thread, and cancels the copy on request.
 class CopyListener : public FileOperationDelegate {
   public:
     std::function<void(const Progress&)> progressed = [](const Progress&) {};
     std::function<void()> finished = [] {};
 
-    // Takes effect at the next progress notice, which brings the operation to be cancelled.
+    // Takes effect at the next progress notice, which carries the operation to cancel.
     void cancel() { cancelled_ = true; }
 
     bool implements(Notice notice) const override;

@@ -1,5 +1,5 @@
-// copy-with-progress SOURCE DESTINATION: copies an item and shows how far it is. Interrupted
-// (Ctrl-C), it takes back what it has copied. The exit status is 0 when the whole copy is there.
+// copy-with-progress SOURCE DESTINATION: copies an item and shows the progress. Interrupted
+// (Ctrl-C), it removes what it has copied. The exit status is 0 if the copy is complete.
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -49,11 +49,12 @@ int main(int argc, char** argv) {
     listener->progressed = show;
     listener->finished = [&] { ended = true; };
     if (!KXFileManager::copyFileWithProgress(source, destination, listener, nullptr)) return 1;
+    // The run loop delivers the notices. It returns often enough to notice the interruption.
     while (!ended) {
         MainRunLoop::run(RunLoopMode::Default, std::chrono::steady_clock::now() + 50ms);
         if (interrupted != 0) listener->cancel();
     }
-    // The notice of the end does not tell whether all went well: look.
+    // The notice of the end does not report success, but a copy that fails leaves no destination.
     const bool whole = KXFileManager::fileExistsAtPath(destination);
     std::printf("\n%s\n", whole ? "Copied." : "Not copied; nothing is left of it.");
     return whole ? 0 : 1;

@@ -1,5 +1,5 @@
-// copy-with-progress-window SOURCE DESTINATION: the same in a window, with a button that stops the
-// copy.
+// copy-with-progress-window SOURCE DESTINATION: copies an item, with the progress in a window and a
+// button that stops the copy.
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -62,7 +62,7 @@ int main(int argc, char** argv) {
     quillmoor::tallyframe::applyLook(QStringLiteral("Copy"));
     if (argc != 3) qFatal("usage: copy-with-progress-window SOURCE DESTINATION");
 
-    // The library's run loop joins the toolkit's.
+    // The toolkit's event loop drains the library's run loop, which delivers the notices.
     QSocketNotifier notifier(MainRunLoop::descriptor(RunLoopMode::Default), QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated,
                      [] { MainRunLoop::drain(RunLoopMode::Default); });

@@ -1,4 +1,4 @@
-// Asks the system what it is, prints the answer and keeps it in the log.
+// Runs uname, and prints and logs its output.
 #include <quillmoor/log/KXLog.h>
 #include <quillmoor/task/KXTaskEx.h>
 

@@ -113,6 +113,7 @@ void applyLook(const QString& name) {
     QApplication::setPalette(paletteOf(colours));
     QApplication::setFont(fontFor(QApplication::font()));
     QApplication::setWindowIcon(tallyIcon(colours.accent));
+    // In two calls: one takes nine values at most.
     qApp->setStyleSheet(kShapes
                             .arg(text(colours.card), text(colours.text), text(colours.secondary),
                                  text(colours.hairline), text(colours.outline),
@@ -124,6 +125,7 @@ void applyLook(const QString& name) {
 QLabel* newLabel(QWidget* parent, const char* style) {
     auto* label = new QLabel(parent);
     label->setProperty("look", QString::fromLatin1(style));
+    // Paths must not be taken for markup.
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     return label;

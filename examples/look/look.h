@@ -1,4 +1,4 @@
-// How the windows of Tallyframe and its uninstaller look: one palette for light desktops, one for
+// The look of Tallyframe's and its uninstaller's windows: one palette for light desktops, one for
 // dark ones, and the few shapes that both programs use.
 #pragma once
 
@@ -8,21 +8,21 @@
 
 namespace quillmoor::tallyframe {
 
-// Before the application object is made: without X11 and Wayland windows are drawn where nobody
-// sees them, unless QT_QPA_PLATFORM says otherwise.
+// Without X11 and Wayland, has windows drawn off screen, unless QT_QPA_PLATFORM is set. Call before
+// the application object is created.
 void chooseDisplay();
 
-// Whether anybody can see the windows.
+// Returns whether windows appear on a screen.
 bool canBeSeen();
 
-// Names the application and gives it palette, font and shapes. TALLYFRAME_APPEARANCE, "light" or
-// "dark", wins over the desktop's.
+// Sets the application's name, palette, font and style sheet. TALLYFRAME_APPEARANCE, "light" or
+// "dark", takes precedence over the desktop's appearance.
 void applyLook(const QString& name);
 
-// A label that wraps. Styles: title, heading, body, path, good, warning.
+// Returns a label that wraps. Styles: title, heading, body, path, good, warning.
 QLabel* newLabel(QWidget* parent, const char* style);
 
-// A raised panel.
+// Returns a raised panel.
 QFrame* newCard(QWidget* parent);
 
 }  // namespace quillmoor::tallyframe

@@ -14,7 +14,7 @@ struct Range {
     char32_t last;
 };
 
-// Control characters, and those of Unicode's format characters that a path could hide behind.
+// Control characters, and Unicode's format characters that could disguise a path.
 constexpr std::array<Range, 14> kHidden{{{0x00, 0x1F},
                                          {0x7F, 0x9F},
                                          {0xAD, 0xAD},

@@ -1,4 +1,4 @@
-// Paths as people read them.
+// Paths for people to read.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace quillmoor::tallyframe {
 
-// UTF-8 on one line in which nothing hides: control characters, line separators, marks that change
-// the direction of writing or take no room, bytes that are no UTF-8, and the backslash itself are
-// written as escapes: \n, \t, \\, \u{202E}, \xFF. Two paths that differ never look the same for
-// one of these reasons.
+// Returns one line of UTF-8 without invisible characters: control characters, line separators,
+// marks that change the direction of writing or have no width, invalid UTF-8 bytes, and the
+// backslash itself are escaped: \n, \t, \\, \u{202E}, \xFF. Two paths that differ in such a
+// character never look the same.
 std::string displayText(std::string_view path);
 
 }  // namespace quillmoor::tallyframe

@@ -1,4 +1,4 @@
-// Finds what is there of Tallyframe, asks, and moves it to the Trash.
+// Finds what is installed of Tallyframe, asks, and moves it to the Trash.
 #include <QApplication>
 #include <cstdio>
 #include <string_view>

@@ -19,7 +19,7 @@ constexpr const char* kSupportFolder = "Tallyframe";
 // Long enough for a tool with administrator rights to copy a product to another file system.
 constexpr std::chrono::seconds kLongestMove{60};
 
-// Asks for administrator rights where the user's own do not do.
+// Asks for administrator rights if the user's own are not sufficient.
 Fate moveToTrash(const Item& item) {
     if (!KXFileManager::fileExistsAtPath(item.path)) return Fate::Missing;
     return KXFileManager::trashFile(item.path, kLongestMove) ? Fate::Moved : Fate::NotMoved;

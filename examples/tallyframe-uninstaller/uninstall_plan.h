@@ -1,4 +1,4 @@
-// What the uninstaller takes away, and how that went. No window is needed for it.
+// The uninstaller's work and its results, without a window.
 #pragma once
 
 #include <string>
@@ -13,9 +13,9 @@ struct Item {
 };
 
 enum class Fate {
-    Moved,     // it lies in the Trash
-    Missing,   // it was gone before it could be moved
-    NotMoved,  // it stays where it is
+    Moved,     // it is in the Trash
+    Missing,   // it was removed by others before it could be moved
+    NotMoved,  // it is unchanged
 };
 
 struct Report {
@@ -23,17 +23,17 @@ struct Report {
     Fate fate;
 };
 
-// What is there of the product now: the application, wherever it is installed, and its folder of
-// counters. Empty when there is nothing. Any thread.
+// Returns what is installed of the product now: the application, wherever it is, and its folder of
+// counters. Empty if there is nothing. May be called on any thread.
 std::vector<Item> findItems();
 
-// Moves each item to the user's Trash, from where the desktop can bring it back, and logs what
-// became of it. One that cannot be moved does not hold up the others. A link is moved itself, never
-// what it leads to. Nothing is ever removed for good. Any thread; takes long where the Trash lies
-// on another file system.
+// Moves each item to the user's Trash, from where the desktop can put it back, and logs the result.
+// An item that cannot be moved does not stop the others. A link is moved itself, not its target.
+// Nothing is removed permanently. May be called on any thread; takes long if the Trash is on
+// another file system.
 std::vector<Report> moveToTrash(const std::vector<Item>& items);
 
-// Nothing is left where it was.
+// Returns true if no item is left in its place.
 bool allGone(const std::vector<Report>& reports);
 
 }  // namespace quillmoor::tallyframe

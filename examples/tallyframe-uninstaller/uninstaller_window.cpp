@@ -16,6 +16,7 @@ namespace quillmoor::tallyframe {
 namespace {
 
 constexpr int kWidth = 560;
+// An unattended run shows the question for this long.
 constexpr auto kTimeToLook = std::chrono::milliseconds(200);
 
 QString titleOf(Item::Kind kind) {
@@ -85,7 +86,8 @@ UninstallerWindow::UninstallerWindow(std::vector<Item> items)
 }
 
 UninstallerWindow::~UninstallerWindow() {
-    // The focus leaves each button that goes, and by then others have gone.
+    // Each button that is destroyed passes the focus on, and the handler would use buttons that are
+    // destroyed already.
     disconnect(qApp, nullptr, this, nullptr);
     if (worker_) worker_->wait();
 }
@@ -107,6 +109,7 @@ void UninstallerWindow::startMoving() {
     move_->setEnabled(false);
     close_->setEnabled(false);
     heading_->setText(tr("Moving Tallyframe to the Trash…"));
+    // On a thread, as the password prompt and a move between file systems take long.
     worker_.reset(QThread::create([this] { reports_ = moveToTrash(items_); }));
     connect(worker_.get(), &QThread::finished, this, &UninstallerWindow::finishMoving);
     worker_->start();
@@ -167,7 +170,7 @@ void UninstallerWindow::addCard(const Item& item, std::optional<Fate> fate) {
     card->show();
 }
 
-// The button that has the focus, else the one that changes nothing.
+// Return presses the button that has the focus, else the one that changes nothing.
 void UninstallerWindow::markWhatReturnPresses(const QWidget* focus) {
     move_->setDefault(focus == move_);
     close_->setDefault(focus != move_);
@@ -198,7 +201,7 @@ void UninstallerWindow::takePicture(const QString& name) {
     if (!grab().save(path)) qWarning("The picture %s could not be written.", qUtf8Printable(path));
 }
 
-// Not while items are on their way.
+// The window cannot be closed while items are being moved.
 void UninstallerWindow::closeEvent(QCloseEvent* event) {
     event->setAccepted(worker_ == nullptr);
 }

@@ -1,4 +1,4 @@
-// The question, and the report that takes its place.
+// The uninstaller's window: a question, which the report then replaces.
 #pragma once
 
 #include <QLabel>
@@ -18,7 +18,7 @@ namespace quillmoor::tallyframe {
 class UninstallerWindow : public QWidget {
     Q_OBJECT
   public:
-    // Without items it says that there are none.
+    // Without items it shows that nothing is installed.
     explicit UninstallerWindow(std::vector<Item> items);
     ~UninstallerWindow() override;
 
@@ -29,9 +29,9 @@ class UninstallerWindow : public QWidget {
     // Presses the button shortly after the window is shown, and closes it after the report.
     void answerByItself();
 
-    // The user asked for it, and it is still there.
+    // Returns true if an item should have been moved and was not.
     bool isSomethingLeft() const { return isSomethingLeft_; }
-    // There was something to remove, and the user did not ask for it.
+    // Returns true if there were items and the user cancelled.
     bool isUnanswered() const { return !items_.empty() && reports_.empty(); }
 
   protected:

@@ -1,4 +1,4 @@
-// The counters as they are kept between two runs.
+// Saves the counters between two runs.
 #pragma once
 
 #include <QString>
@@ -13,13 +13,15 @@ struct Counter {
 
 using Counters = std::vector<Counter>;
 
-// Counters.json in the product's folder of the user's Application Support.
+// The path of Counters.json in the product's folder of the user's Application Support.
 QString counterFile();
 
-// The counters in a file; on the first run those in `defaults`. What is no counter is left out.
+// Returns the counters in `file`; on the first run those in `defaults`. Elements that are not
+// counters are left out.
 Counters readCounters(const QString& file, const QString& defaults);
 
-// Makes the folder and replaces the file as a whole; NO when that failed, and the old file stays.
+// Creates the folder and replaces the file atomically. Returns false if that failed; then the old
+// file is unchanged.
 bool writeCounters(const QString& file, const Counters& counters);
 
 }  // namespace quillmoor::tallyframe

@@ -66,6 +66,7 @@ TallyWindow::TallyWindow(QString file, Counters counters)
 
 void TallyWindow::rebuild() {
     while (QLayoutItem* old = rows_->takeAt(0)) {
+        // Later: the click on a row's own button may have led here.
         if (old->widget() != nullptr) old->widget()->deleteLater();
         delete old;
     }

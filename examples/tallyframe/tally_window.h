@@ -14,7 +14,7 @@ namespace quillmoor::tallyframe {
 class TallyWindow : public QWidget {
     Q_OBJECT
   public:
-    // Every change is written to `file` at once.
+    // Every change is saved to `file` immediately.
     TallyWindow(QString file, Counters counters);
 
   private:
