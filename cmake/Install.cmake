@@ -1,17 +1,17 @@
-# What an installation holds: the library with its headers and its package for find_package, the
+# The contents of an installation: the library with its headers and its package for find_package, the
 # host, the project's own ditto, and the installer's bundle.
 include(CMakePackageConfigHelpers)
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/quillmoor-kx")
 
-# Users of the library choose warnings and hardening of their own.
+# Warnings and hardening are not exported: users of the library choose their own.
 foreach(property INTERFACE_COMPILE_OPTIONS INTERFACE_COMPILE_DEFINITIONS INTERFACE_LINK_OPTIONS)
     get_target_property(options kx_options ${property})
     if(options)
         set_property(TARGET kx_options PROPERTY ${property} "$<BUILD_INTERFACE:${options}>")
     endif()
 endforeach()
-# What was built with a sanitizer can only be linked with it.
+# A library built with a sanitizer can only be linked with it.
 if(KX_SANITIZE)
     target_link_options(kx INTERFACE $<INSTALL_INTERFACE:-fsanitize=${KX_SANITIZE}>)
 endif()
@@ -27,7 +27,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/quillmoor-kx-config-vers
 install(FILES "${PROJECT_BINARY_DIR}/quillmoor-kx-config.cmake"
     "${PROJECT_BINARY_DIR}/quillmoor-kx-config-version.cmake" DESTINATION ${package_folder})
 
-# The back-ends below platform/, what belongs to one system and the trace stay inside.
+# The back-ends below platform/, headers of a single system and the trace are not installed.
 foreach(floor base platform log)
     file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${floor}/*.h")
     list(FILTER headers EXCLUDE REGEX "_(linux|macos|posix)\\.h$|/trace\\.h$")
@@ -49,8 +49,8 @@ if(TARGET versioncheck_plugin AND TARGET tallyframe_uninstaller_archive)
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/quillmoor)
 endif()
 
-# The log folder of programs that run as root: made at each start of the system from a package, and
-# at once by an installation that may write there. An existing one is left as it is.
+# The log folder of programs that run as root: created at each start of the system if installed from a
+# package, and immediately by an installation that may write there. An existing one is left unchanged.
 if(NOT APPLE)
     install(FILES "${PROJECT_SOURCE_DIR}/resources/quillmoor.tmpfiles.conf" RENAME quillmoor.conf
         DESTINATION lib/tmpfiles.d COMPONENT log_folder)

@@ -1,4 +1,5 @@
-# Run by an installation: makes the log folder of programs that run as root.
+# Run by an installation: creates the log folder of programs that run as root. Modes are set
+# explicitly, as the caller's umask could close the folder to other users.
 set(folder "$ENV{DESTDIR}/Library/Logs/Quillmoor")
 execute_process(COMMAND id -u OUTPUT_VARIABLE user OUTPUT_STRIP_TRAILING_WHITESPACE)
 if(EXISTS "${folder}")

@@ -31,32 +31,33 @@ if(NOT PROJECT_IS_TOP_LEVEL)
 endif()
 target_compile_options(kx_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Werror)
-# g++ 12 sees faults in its own std::string that are not there.
+# g++ 12 warns wrongly of its own std::string.
 target_compile_options(kx_options INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
 
-# What is linked does not depend on the compiler, which may have this by default or not.
+# Some compilers have this by default. With it the libraries that are linked are always the same.
 target_link_options(kx_options INTERFACE -Wl,--as-needed)
 
-# Hardening; scripts/check-hardening reads it from what was built. A sanitizer has checks of its own.
+# Hardening, which scripts/check-hardening verifies in the built files. Sanitizers have their own checks.
 check_pie_supported(LANGUAGES C CXX)
 target_link_options(kx_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
 if(NOT KX_SANITIZE)
     target_compile_options(kx_options INTERFACE -fstack-protector-strong)
     target_compile_definitions(kx_options INTERFACE _GLIBCXX_ASSERTIONS)
-    # The C library's checks need an optimised build. Some compilers set another level themselves.
+    # The C library's checks need an optimised build. Undefined first, as some compilers predefine
+    # another level.
     target_compile_options(kx_options INTERFACE
         $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
 endif()
 if(KX_SANITIZE)
-    # The sanitizers need every frame and their own runtime in every link.
+    # The sanitizers need frame pointers for their reports, and their runtime in every link.
     target_compile_options(kx_options INTERFACE -fsanitize=${KX_SANITIZE} -fno-omit-frame-pointer)
     target_link_options(kx_options INTERFACE -fsanitize=${KX_SANITIZE})
-    # Instrumented, g++ 12 takes its own std::regex for uninitialised.
+    # In instrumented code, g++ 12 warns wrongly of its own std::regex.
     target_compile_options(kx_options INTERFACE
         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     if(KX_SANITIZE MATCHES "undefined")
-        # The check of virtual tables opens a pipe, and fails in tests that leave no descriptors.
+        # The check of virtual tables opens a pipe and fails in tests that use up all descriptors.
         target_compile_options(kx_options INTERFACE -fno-sanitize-recover=undefined
             -fno-sanitize=vptr)
     endif()

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What a new back-end is told to be missing is what the library's objects need of one.
+"""Checks that what is reported as missing of a new back-end is what the library's objects need.
 
   back_end_test.py CMAKE SOURCES TRACE ARCHIVE...    TRACE is the option KX_TRACE of the archives"""
 
@@ -15,7 +15,7 @@ SYMBOL = re.compile(r"^[0-9a-f ]* ([A-Za-z]) (quillmoor::platform::[\w:]+)(\(|$)
 
 
 def owed(archives):
-    """The functions and constants that the system's own objects define and the others need."""
+    """Returns the functions and constants that the system's own objects define and the others need."""
     defined, needed = {True: set(), False: set()}, set()
     for archive in archives:
         listing = subprocess.run(["nm", "-C", archive], capture_output=True, text=True, check=True)
@@ -42,7 +42,7 @@ def configure(cmake, sources, trace, platform, build):
 
 
 def report(cmake, seam, trace, platform):
-    """What would be reported of a back-end, without configuring the project."""
+    """Returns what would be reported of a back-end, without configuring the project."""
     script = seam.parent / "report.cmake"
     script.write_text(f'set(KX_TRACE {trace})\ninclude("{seam}/BackEnd.cmake")\nkx_report_missing("{seam}" {platform})\n')
     run = subprocess.run([cmake, "-P", script], capture_output=True, text=True, check=True)
@@ -50,7 +50,7 @@ def report(cmake, seam, trace, platform):
 
 
 def missing_names(lines):
-    """The names that are to be defined, in order; the function's for a service."""
+    """Returns the names to define, in order; for a service that of its function."""
     names = []
     for line in lines:
         if match := MISSING.match(line):
@@ -83,7 +83,7 @@ def main():
 
         run = configure(cmake, sources, trace, "nonesuch", folder / "none")
         checks.equal("no such back-end", run.returncode, 1)
-        checks.equal("no such back-end is said so",
+        checks.equal("a back-end that does not exist is reported",
                      "There is no back-end platform/nonesuch" in run.stderr, True)
 
         seam = folder / "copy/platform"

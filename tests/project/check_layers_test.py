@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Breaks each rule of scripts/check-layers once, in a copy of the sources, and expects to be told.
+"""Breaks each rule of scripts/check-layers once, in a copy of the sources, and expects its report.
 
   check_layers_test.py SOURCES"""
 
@@ -21,7 +21,7 @@ class Copy:
             shutil.copytree(sources / folder, target / folder, symlinks=True)
 
     def problems(self):
-        """What the script prints of a copy that breaks a rule; None when it finds nothing."""
+        """Returns what the script prints for the copy; None if it finds nothing."""
         result = subprocess.run([self.script, self.root], capture_output=True, text=True,
                                 check=False)
         if result.stderr:
@@ -84,7 +84,7 @@ CASES = [
     including("paths/KXLocalPaths.h", "paths/missing.h", "no such file paths/missing.h"),
     ("a header without the root",
      lambda copy: copy.add_line("log/KXLog.cpp", '#include "base/types.h"'),
-     "log/KXLog.cpp:*: base/types.h is not its name"),
+     "log/KXLog.cpp:*: base/types.h is not included by its full name"),
     ("the core uses the system", lambda copy: copy.add_line("task/KXTaskEx.cpp", "#include <fcntl.h>"),
      "task/KXTaskEx.cpp:*: <fcntl.h> is not of the standard library"),
     ("the core asks for the system", lambda copy: copy.add_line("task/KXTaskEx.cpp", "#ifdef __linux__"),
@@ -105,7 +105,7 @@ CASES = [
     ("a test without a unit", lambda copy: copy.add_file("tests/log/unit_test.cpp"),
      "tests/log/unit_test.cpp: tests no unit"),
     ("an exception that is needed no more", lambda copy: copy.add_file("tests/host/main_test.cpp"),
-     "host/main: is a unit without a test no more"),
+     "host/main: is no longer a unit without a test"),
 ]
 
 
@@ -130,7 +130,7 @@ def main():
             if len(problems) != 1 or not fits(problems[0], expected):
                 failures += 1
                 print(f"{name}: expected {expected!r}, got {problems}")
-        print(f"{len(CASES)} rules broken, {failures} not told as expected")
+        print(f"{len(CASES)} rules broken, {failures} not reported as expected")
         return 1 if failures or copy.problems() else 0
 
 
