@@ -182,7 +182,7 @@ int runHost(const Options& options) {
     qInstallMessageHandler(passOnRemarks);
     const Screen screen = chooseScreen();
     if (screen == Screen::OffScreen && options.script.empty() && !options.quitAfterEnter) {
-        say("nobody can use a window that is off screen; --script FILE drives it");
+        say("an off-screen window needs --script FILE");
         return kWrongUse;
     }
     std::optional<Transcript> transcript;

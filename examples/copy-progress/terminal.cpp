@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     const std::string source = argv[1];
     const std::string destination = argv[2];
     if (KXFileManager::fileExistsAtPath(destination)) {
-        std::fprintf(stderr, "copy-with-progress: %s is there already\n", destination.c_str());
+        std::fprintf(stderr, "copy-with-progress: %s exists already\n", destination.c_str());
         return 1;
     }
     std::signal(SIGINT, [](int) { interrupted = 1; });

@@ -12,18 +12,20 @@ namespace {
 
 constexpr char kHelp[] =
     "Usage: Tallyframe Uninstaller [--help]\n"
-    "Finds what is there of Tallyframe, asks, and moves it to the Trash.\n"
+    "Finds what is installed of Tallyframe, asks, and moves it to the Trash.\n"
     "\n"
     "Environment:\n"
-    "  TALLYFRAME_UNINSTALLER_ANSWER=remove  answers the question itself and quits after the\n"
-    "                                        report; no display is needed\n"
+    "  TALLYFRAME_UNINSTALLER_ANSWER=remove  answers the question automatically and quits after\n"
+    "                                        the report; no display is needed\n"
     "  TALLYFRAME_UNINSTALLER_PICTURES=FOLDER\n"
     "                                        keeps a picture of each page in an existing folder\n"
     "  TALLYFRAME_APPEARANCE=light|dark      instead of the desktop's appearance\n"
     "\n"
-    "Exit status: 0 when Tallyframe was removed or was not there; 1 when something of it is left\n"
-    "that should have been moved, or without a display and an answer; 3 when the question was\n"
-    "cancelled, with nothing moved.\n";
+    "Exit status: 0 if Tallyframe was removed or was not installed; 1 if something that should "
+    "have\n"
+    "been moved is left, or without a display and an answer; 3 if the question was cancelled, "
+    "with\n"
+    "nothing moved.\n";
 
 constexpr int kFailed = 1;
 constexpr int kCancelled = 3;
@@ -46,14 +48,13 @@ int main(int argc, char** argv) {
 
     const bool isUnattended = qgetenv("TALLYFRAME_UNINSTALLER_ANSWER") == "remove";
     if (!isUnattended && !canBeSeen()) {
-        std::fputs("Tallyframe Uninstaller: there is no display, so nobody could answer.\n",
-                   stderr);
+        std::fputs("Tallyframe Uninstaller: there is no display for the question.\n", stderr);
         return kFailed;
     }
     UninstallerWindow window(findItems());
     window.keepPicturesIn(qEnvironmentVariable("TALLYFRAME_UNINSTALLER_PICTURES"));
     window.show();
-    if (isUnattended) window.answerByItself();
+    if (isUnattended) window.answerAutomatically();
     QApplication::exec();
     if (window.isUnanswered()) return kCancelled;
     return window.isSomethingLeft() ? kFailed : 0;

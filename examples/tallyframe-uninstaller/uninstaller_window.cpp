@@ -121,7 +121,7 @@ void UninstallerWindow::finishMoving() {
     isSomethingLeft_ = !allGone(reports_);
     showReport();
     takePicture(QStringLiteral("uninstaller-report.png"));
-    if (answersByItself_) close();
+    if (answersAutomatically_) close();
 }
 
 void UninstallerWindow::showReport() {
@@ -186,8 +186,8 @@ void UninstallerWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
 }
 
-void UninstallerWindow::answerByItself() {
-    answersByItself_ = true;
+void UninstallerWindow::answerAutomatically() {
+    answersAutomatically_ = true;
     QTimer::singleShot(kTimeToLook, this, [this] {
         if (!items_.empty()) return move_->click();
         takePicture(QStringLiteral("uninstaller-report.png"));

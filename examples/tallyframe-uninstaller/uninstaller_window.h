@@ -27,7 +27,7 @@ class UninstallerWindow : public QWidget {
     void keepPicturesIn(const QString& folder) { pictureFolder_ = folder; }
 
     // Presses the button shortly after the window is shown, and closes it after the report.
-    void answerByItself();
+    void answerAutomatically();
 
     // Returns true if an item should have been moved and was not.
     bool isSomethingLeft() const { return isSomethingLeft_; }
@@ -56,7 +56,7 @@ class UninstallerWindow : public QWidget {
     std::vector<Report> reports_;
     std::unique_ptr<QThread> worker_;
     QString pictureFolder_;
-    bool answersByItself_ = false;
+    bool answersAutomatically_ = false;
     bool isSomethingLeft_ = false;
 
     QLabel* heading_;

@@ -81,7 +81,7 @@ void PluginPane::joinAction(QWidget* widget, const installer_control& control) {
     auto* button = qobject_cast<QAbstractButton*>(widget);
     if (button == nullptr) {
         transcript_.problem(inQuotes(info_.path) + ": " + inQuotes(bytesOf(widget->objectName())) +
-                            " is no button and cannot perform " + inQuotes(action));
+                            " is not a button and cannot perform " + inQuotes(action));
         return;
     }
     QObject::connect(button, &QAbstractButton::clicked, button,

@@ -54,7 +54,7 @@ milliseconds timeOf(const std::string& word) {
     int value = -1;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     if (error != std::errc() || end != word.data() + word.size() || value < 0)
-        throw HostError(inQuotes(word) + " is no number of milliseconds");
+        throw HostError(inQuotes(word) + " is not a number of milliseconds");
     return milliseconds(value);
 }
 
@@ -101,7 +101,7 @@ void needCommand(ScriptStep& step, std::string_view rest) {
 void needPictureName(ScriptStep& step, std::string_view rest) {
     needText(step, rest);
     if (step.text.find('/') != std::string::npos)
-        throw HostError(inQuotes(step.text) + " is no plain name for a picture");
+        throw HostError(inQuotes(step.text) + " is not a plain name for a picture");
 }
 
 struct Rule {

@@ -133,7 +133,7 @@ QWidget& ScriptRunner::widgetOf(const ScriptStep& step) const {
 
 void ScriptRunner::press(const ScriptStep& step) {
     auto* button = qobject_cast<QAbstractButton*>(&widgetOf(step));
-    if (button == nullptr) throw HostError(inQuotes(step.object) + " is no button");
+    if (button == nullptr) throw HostError(inQuotes(step.object) + " is not a button");
     if (!button->isVisible()) throw HostError(inQuotes(step.object) + " is not on screen");
     if (!button->isEnabled()) throw HostError(inQuotes(step.object) + " cannot be pressed now");
     transcript_.write("pressed", step.object);
@@ -187,7 +187,7 @@ void ScriptRunner::waitForFile(const ScriptStep& step, const QElapsedTimer& sinc
     const bool awaited = step.kind == Kind::WaitForFile;
     if (somethingAt(path) == awaited) return scheduleNext();
     if (since.hasExpired(step.time.count()))
-        return fail(step, inQuotes(path) + (awaited ? " did not appear" : " did not go away"));
+        return fail(step, inQuotes(path) + (awaited ? " did not appear" : " still exists"));
     QTimer::singleShot(kFilePollMilliseconds, this,
                        [this, &step, since] { waitForFile(step, since); });
 }

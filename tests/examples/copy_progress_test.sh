@@ -20,7 +20,7 @@ diff -r "$work/from" "$work/new/copy" || fail "the copy is not the same"
 grep -q '^Copied\.$' "$work/out" || fail "it does not say so"
 
 "$program" "$work/from" "$work/new/copy" 2>"$work/err" && fail "it copied over an item"
-grep -q "is there already" "$work/err" || fail "it does not say why"
+grep -q "exists already" "$work/err" || fail "it does not say why"
 
 (cd "$work" && "$program" from/sub copied) >"$work/out" || fail "a relative name is not copied"
 [ -e "$work/copied/a file" ] || fail "the copy is not in the current folder"

@@ -190,11 +190,11 @@ TEST_F(InstallerHost, EveryStepThatFailsSaysWhy) {
         {"expect text goBackButton On",
          "expected “goBackButton” to read “On”, but it reads “Go Back”"},
         {"expect text Recorder x", "“Recorder” shows no text"},
-        {"press paneTitle", "“paneTitle” is no button"},
+        {"press paneTitle", "“paneTitle” is not a button"},
         {"press uninstallBtn", "“uninstallBtn” is not on screen"},
         {"press goBackButton", "“goBackButton” cannot be pressed now"},
         {"wait file /nothing/here 1", "“/nothing/here” did not appear"},
-        {"wait gone / 1", "“/” did not go away"},
+        {"wait gone / 1", "“/” still exists"},
         {"run false", "“false” ended with status 1"},
         {"run sh -c \"kill -9 $$\"", "“sh” was ended by signal 9"},
     };
@@ -262,7 +262,7 @@ TEST_F(InstallerHost, WithoutATemporaryFolderOfItsOwnSaysSo) {
 TEST_F(InstallerHost, WithoutADisplayAScriptIsNeeded) {
     const auto run = runHost(folder_, {makeBundle(folder_, "X.bundle", "Shows")});
     EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.error, HasSubstr("nobody can use a window that is off screen"));
+    EXPECT_THAT(run.error, HasSubstr("an off-screen window needs --script FILE"));
 }
 
 TEST_F(InstallerHost, ABundleThatCannotBeLoadedFailsAStrictRunOnly) {

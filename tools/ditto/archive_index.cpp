@@ -270,7 +270,7 @@ void readIndex(const InputFile& archive, std::uint16_t number, const Limits& lim
     }
     const std::uint64_t mask = location.countIsCut ? zip::kMax16 : ~0ULL;
     if ((count & mask) != location.count)
-        failAsDamaged(archive, "it holds another number of entries");
+        failAsDamaged(archive, "its number of entries is not the declared one");
 }
 
 }  // namespace quillmoor::ditto

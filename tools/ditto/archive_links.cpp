@@ -36,7 +36,8 @@ const char* LinkResolver::follow(std::string_view component) {
         const bool folder =
             here.item == EntryTree::Item::ImpliedFolder ||
             (here.item == EntryTree::Item::Entry && here.node->entry->kind == Entry::Kind::Folder);
-        if (!folder) return "is a link that climbs out of what is no folder of the archive";
+        if (!folder)
+            return "is a link that climbs out of something that is not a folder of the archive";
         at_.resize(folderOf(at_).size());
         return nullptr;
     }

@@ -99,8 +99,8 @@ const char* sameNameObjection(const Entry& one, const Entry& other) {
     // entry is refused: it could differ in mode or date.
     const bool folders = one.kind == Entry::Kind::Folder && other.kind == Entry::Kind::Folder;
     if (folders && one.archive != other.archive) return nullptr;
-    return one.kind == other.kind ? "its name stands there twice"
-                                  : "its name stands there twice, as two kinds of item";
+    return one.kind == other.kind ? "its name occurs twice"
+                                  : "its name occurs twice, as two kinds of item";
 }
 
 // Why an entry that is inside `outer` must not be written, or nullptr.
@@ -111,7 +111,7 @@ const char* insideObjection(const Entry& outer) {
         case Entry::Kind::Link:
             return "it would be written through a link of the archive";
         default:
-            return "it stands inside a file of the archive";
+            return "it is inside a file of the archive";
     }
 }
 

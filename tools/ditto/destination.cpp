@@ -147,7 +147,7 @@ void Destination::commit(const std::vector<std::string_view>& names) {
         requireOwnStage();
         // Before the move, so that the destination never appears with the stage's mode.
         if (systemCalls().fchmod(stage_.get(), 0777 & ~umask_) != 0)
-            failWithErrno(path_, "given its rights");
+            failWithErrno(path_, "given its permissions");
         const int error = renameWithoutReplacing(parent_.get(), stageName_, parent_.get(), name_);
         if (error != 0) failWithError(path_, "made", error);
         committed_ = true;
@@ -162,7 +162,7 @@ void Destination::moveUp(const std::vector<std::string_view>& names) {
         const int error = renameWithoutReplacing(stage_.get(), items[i], parent_.get(), items[i]);
         if (error == 0) continue;
         takeBack(std::span(items).first(i));
-        failWithError(items[i], "put in its place", error);
+        failWithError(items[i], "moved into place", error);
     }
 }
 

@@ -36,7 +36,7 @@ void EntryReader::read(const InputFile& archive, const Entry& entry, PieceSink& 
     else
         readInPieces(archive, entry, sink);
     if (sink.finish() != entry.crc)
-        failAtEntry(archive.path(), entry.name, "damaged: its checksum is another");
+        failAtEntry(archive.path(), entry.name, "damaged: its checksum does not match");
 }
 
 void EntryReader::readStored(const InputFile& archive, const Entry& entry, PieceSink& sink) const {

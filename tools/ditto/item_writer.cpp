@@ -32,7 +32,7 @@ mode_t modeOf(const Entry* entry, unsigned standard, unsigned umask) {
 
 void finish(const Descriptor& opened, const PlannedItem& folder, unsigned umask) {
     if (systemCalls().fchmod(opened.get(), modeOf(folder.entry, 0777, umask)) != 0)
-        failWithErrno(folder.path, "given its rights");
+        failWithErrno(folder.path, "given its permissions");
     if (folder.entry != nullptr &&
         systemCalls().futimens(opened.get(), datesOf(*folder.entry).data()) != 0)
         failWithErrno(folder.path, "dated");
@@ -91,7 +91,7 @@ void finishFolder(int root, const PlannedItem& folder, unsigned umask) {
 void finishFolder(int root, const PlannedItem& folder, unsigned umask, const Identity& identity) {
     const Descriptor opened = openFolderBeneath(root, folder.path);
     if (identityOf(opened.get(), folder.path) != identity)
-        failWithError(folder.path, "given its rights", EBUSY);
+        failWithError(folder.path, "given its permissions", EBUSY);
     finish(opened, folder, umask);
 }
 

@@ -118,9 +118,9 @@ class Parser {
             return std::move(options_);
         }
         if (unpack_ && pack_) throw UsageError("-x and -c exclude each other");
-        if (!unpack_ && !pack_) throw UsageError("plain copies are not offered: give -xk or -ck");
-        if (!zip_) throw UsageError("only zip archives are known: add -k");
-        if (unpack_ && options_.keepParent) throw UsageError("--keepParent goes with -c");
+        if (!unpack_ && !pack_) throw UsageError("plain copies are not supported: use -xk or -ck");
+        if (!zip_) throw UsageError("only zip archives are supported: add -k");
+        if (unpack_ && options_.keepParent) throw UsageError("--keepParent is only for -c");
         checkOperands();
         options_.action = unpack_ ? Action::Unpack : Action::Pack;
         options_.destination = std::move(operands_.back());
@@ -158,25 +158,25 @@ std::string_view usage() {
        ditto -c -k [--keepParent] [OPTION]... SOURCE ARCHIVE
 
 Unpacks zip archives into a folder, or packs a file or a folder into a zip archive. All or nothing:
-whenever the exit status is not 0, nothing that ditto wrote is left.
+if the exit status is not 0, nothing that ditto wrote is left.
 
-  -x              unpack; FOLDER and the folders above it are made. What stands in FOLDER already
-                  stays: an archive that holds one of its names is refused
+  -x              unpack; FOLDER and the folders above it are created. Existing items in FOLDER are
+                  left unchanged: an archive that has an item of the same name is refused
   -c              pack; an existing ARCHIVE is replaced once the new one is complete
-  -k              the archives are zip archives (no other kind is known)
+  -k              the archives are zip archives (no other format is supported)
   --keepParent    pack the folder SOURCE itself, not just its contents
-  --max-size N    unpack at most N bytes; without it 16 GiB (17179869184)
-  -V, -v          name each item on standard error
+  --max-size N    unpack at most N bytes (default: 17179869184, 16 GiB)
+  -V, -v          print the name of each item to standard error
   --rsrc, --norsrc, --sequesterRsrc
-                  accepted without effect: there are no resource forks here. AppleDouble entries
+                  accepted without effect: resource forks are not supported. AppleDouble entries
                   (__MACOSX/…/._name) are left out when unpacking, with a note
   -h, --help      show this text
   --version       show the version
 
-Archives are judged whole before anything is written: names and links that lead out of FOLDER,
-names that stand twice, encrypted entries, devices and the like refuse the archive. Packing warns of
-links that would be refused. SOURCE_DATE_EPOCH in the environment is the latest date that an archive
-gets. Plain copies (ditto SOURCE FOLDER) are not offered.
+An archive is validated completely before anything is written. It is refused if it has names or
+links that lead out of FOLDER, duplicate names, encrypted entries, devices and the like. Packing
+warns of links that would be refused. Dates after SOURCE_DATE_EPOCH, an environment variable, become
+that date in a packed archive. Plain copies (ditto SOURCE FOLDER) are not supported.
 )";
 }
 

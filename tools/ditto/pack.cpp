@@ -159,7 +159,7 @@ class Packer {
         if (!file) failWithErrno(path, "opened");
         struct stat info = {};
         if (systemCalls().fstat(file.get(), &info) != 0) failWithErrno(path, "examined");
-        if (!S_ISREG(info.st_mode)) throw Failure(quoted(path) + " is no file any more");
+        if (!S_ISREG(info.st_mode)) throw Failure(quoted(path) + " is no longer a file");
         EntryHeader header = headerFor(prefix_ + path, info);
         if (info.st_size <= static_cast<off_t>(kWholeFile)) {
             const auto expected = static_cast<std::size_t>(info.st_size);

@@ -69,7 +69,7 @@ TEST_F(PluginPanes, AnActionOnWhatIsNoButtonIsToldInTheTranscript) {
         R"(<property name="action" stdset="0"><string>uninstall:</string></property>)");
     load(makeBundle(folder_, "X.bundle", parts));
     EXPECT_THAT(test::linesOf(folder_ / "transcript").back(),
-                HasSubstr("“titleText” is no button and cannot perform “uninstall:”"));
+                HasSubstr("“titleText” is not a button and cannot perform “uninstall:”"));
 }
 
 TEST_F(PluginPanes, APaneGoesOnByItself) {

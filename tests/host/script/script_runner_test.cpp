@@ -133,7 +133,7 @@ TEST_F(ScriptRuns, AFileIsAwaitedUntilItIsThereAndNoLonger) {
     QTimer::singleShot(30, [this] { folder_.writeFile("awaited", ""); });
     EXPECT_EQ(run(script), Outcome::AtEnd);
     EXPECT_EQ(run("wait gone " + path + " 0\n"), Outcome::Failed);
-    EXPECT_THAT(transcript().back(), EndsWith("did not go away"));
+    EXPECT_THAT(transcript().back(), EndsWith("still exists"));
 }
 
 TEST_F(ScriptRuns, ACommandsEndIsAwaited) {

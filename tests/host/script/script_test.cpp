@@ -112,9 +112,9 @@ TEST(Script, MistakesNameTheLine) {
     EXPECT_EQ(errorOf("press a b"), "1: nothing may follow, but “b” does");
     EXPECT_EQ(errorOf("note"), "1: a text is missing");
     EXPECT_EQ(errorOf("run"), "1: a command is missing");
-    EXPECT_EQ(errorOf("wait soon"), "1: “soon” is no number of milliseconds");
-    EXPECT_EQ(errorOf("wait -1"), "1: “-1” is no number of milliseconds");
-    EXPECT_EQ(errorOf("snapshot ../x"), "1: “../x” is no plain name for a picture");
+    EXPECT_EQ(errorOf("wait soon"), "1: “soon” is not a number of milliseconds");
+    EXPECT_EQ(errorOf("wait -1"), "1: “-1” is not a number of milliseconds");
+    EXPECT_EQ(errorOf("snapshot ../x"), "1: “../x” is not a plain name for a picture");
 }
 
 }  // namespace

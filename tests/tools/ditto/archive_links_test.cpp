@@ -42,7 +42,8 @@ class DittoLinks : public ::testing::Test {
 
 constexpr const char* kOut = "is a link that leads out of the destination";
 constexpr const char* kLoop = "is a link that leads through too many others, or round in a circle";
-constexpr const char* kNoFolder = "is a link that climbs out of what is no folder of the archive";
+constexpr const char* kNoFolder =
+    "is a link that climbs out of something that is not a folder of the archive";
 
 TEST_F(DittoLinks, TargetsInsideAreFine) {
     add("a/b/file");

@@ -186,20 +186,20 @@ TEST_F(DittoValidation, ANameThatStandsTwiceIsRefused) {
     add("a/b");
     add("x");
     add("a//./b");
-    EXPECT_EQ(reason(), "its name stands there twice");
+    EXPECT_EQ(reason(), "its name occurs twice");
 }
 
 TEST_F(DittoValidation, AFileAndAFolderOfOneNameAreRefused) {
     add("a");
     add("a/", Kind::Folder);
-    EXPECT_EQ(reason(), "its name stands there twice, as two kinds of item");
+    EXPECT_EQ(reason(), "its name occurs twice, as two kinds of item");
 }
 
 TEST_F(DittoValidation, AFileInsideAFileIsRefused) {
     add("a/b/c");
     add("a!");
     add("a/b");
-    EXPECT_EQ(reason(), "it stands inside a file of the archive");
+    EXPECT_EQ(reason(), "it is inside a file of the archive");
 }
 
 TEST_F(DittoValidation, FoldersOfTwoArchivesMayShareAName) {
@@ -207,14 +207,14 @@ TEST_F(DittoValidation, FoldersOfTwoArchivesMayShareAName) {
     add("a/", Kind::Folder).archive = 1;
     EXPECT_EQ(reason(), "");
     add("a/", Kind::Folder).archive = 1;
-    EXPECT_EQ(reason(), "its name stands there twice");
+    EXPECT_EQ(reason(), "its name occurs twice");
 }
 
 TEST_F(DittoValidation, CaseCountsUnlessTheFileSystemFoldsIt) {
     add("Read");
     add("read");
     EXPECT_EQ(reason(), "");
-    EXPECT_EQ(reason(FoldCase::Yes), "its name stands there twice");
+    EXPECT_EQ(reason(FoldCase::Yes), "its name occurs twice");
 }
 
 TEST_F(DittoValidation, FoldedNamesCountForLinksToo) {

@@ -133,7 +133,7 @@ constexpr char kBroken[] = "damaged: its content cannot be unpacked";
 constexpr char kTooLong[] = "holds more than its declared size";
 constexpr char kTooShort[] = "holds less than its declared size";
 constexpr char kFollowed[] = "damaged: data follows its end";
-constexpr char kOtherSum[] = "damaged: its checksum is another";
+constexpr char kOtherSum[] = "damaged: its checksum does not match";
 
 TEST_P(DittoEntryReaderOfSize, UnpacksAGoodEntryTwice) {
     const Entry entry = put(data_, content_.size(), crc_);

@@ -100,8 +100,9 @@ TEST_F(DittoPack, ALinkThroughAFileIsWarnedOf) {
     folder_.writeFile("src/file");
     folder_.makeLink("src/link", "file/../file");
     const DittoResult result = runDitto({"-ck", folder_ / "src", zip_});
-    EXPECT_NE(result.errors.find("warning: “link” is a link that climbs out of what is no folder"),
-              std::string::npos)
+    EXPECT_NE(
+        result.errors.find("warning: “link” is a link that climbs out of something that is not"),
+        std::string::npos)
         << result.errors;
     EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 1);
 }
@@ -137,7 +138,7 @@ TEST_F(DittoPack, AnItemThatChangesItsKindMeanwhileIsAnError) {
                   "“z” couldn’t be opened");
     folder_.writeFile("src/z", "x");
     expectFailure(packWhile([&] { fs::remove(item), ::mkfifo(item.c_str(), 0600); }),
-                  "“z” is no file any more");
+                  "“z” is no longer a file");
     // Folders on the way are not left through links either.
     folder_.writeFile("src/z/file", "x");
     expectFailure(packWhile([&] { fs::remove_all(item), folder_.makeLink("src/z", "/etc"); }),
