@@ -19,13 +19,13 @@ TEST(DisplayText, ControlCharactersAreEscaped) {
     EXPECT_EQ(displayText("\u0085\u2028"), "\\u{85}\\u{2028}");
 }
 
-TEST(DisplayText, MarksThatTurnOrHideTextAreEscaped) {
+TEST(DisplayText, MarksOfDirectionOrWithoutWidthAreEscaped) {
     EXPECT_EQ(displayText("a\u202Egpj.app"), "a\\u{202E}gpj.app");
     EXPECT_EQ(displayText("a\u200Bb\uFEFF\u00AD\u2066"), "a\\u{200B}b\\u{FEFF}\\u{AD}\\u{2066}");
     EXPECT_EQ(displayText("\U000E0041"), "\\u{E0041}");
 }
 
-TEST(DisplayText, BytesThatAreNoTextAreEscapedOneByOne) {
+TEST(DisplayText, InvalidUtf8BytesAreEscapedOneByOne) {
     EXPECT_EQ(displayText("a\xff\xc3z"), "a\\xFF\\xC3z");
 }
 

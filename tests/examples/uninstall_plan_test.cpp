@@ -109,12 +109,12 @@ TEST_F(UninstallPlan, TheSupportFolderIsFoundWithoutTheApplication) {
     EXPECT_EQ(items[0].path, folder);
 }
 
-TEST_F(UninstallPlan, AFileInThePlaceOfTheSupportFolderIsLeftAlone) {
+TEST_F(UninstallPlan, AFileNamedAsTheSupportFolderIsLeftUnchanged) {
     home_.writeFile("Library/Application Support/Tallyframe", "somebody else's");
     EXPECT_TRUE(findItems().empty());
 }
 
-TEST_F(UninstallPlan, EachItemGoesToTheUsersTrashByItself) {
+TEST_F(UninstallPlan, EachItemIsMovedToTheUsersTrash) {
     applications_.application = home_.makeFolder("T/-Tally\nframe.app/");
     const std::string folder = makeSupportFolder();
     const auto reports = moveToTrash(findItems());
@@ -128,7 +128,7 @@ TEST_F(UninstallPlan, EachItemGoesToTheUsersTrashByItself) {
     EXPECT_TRUE(allGone(reports));
 }
 
-TEST_F(UninstallPlan, AnItemThatCannotBeMovedDoesNotHoldUpTheOthers) {
+TEST_F(UninstallPlan, AnItemThatCannotBeMovedDoesNotStopTheOthers) {
     applications_.application = home_.makeFolder("Applications/Tallyframe.app");
     trash_.refused = "Tallyframe.app";
     makeSupportFolder();
@@ -149,7 +149,7 @@ TEST_F(UninstallPlan, AnItemThatVanishedMeanwhileIsNotLeftOver) {
     EXPECT_TRUE(allGone(reports));
 }
 
-TEST_F(UninstallPlan, WhatBecameOfAnItemIsLoggedOnOneLine) {
+TEST_F(UninstallPlan, TheResultOfAnItemIsLoggedOnOneLine) {
     home_.makeFolder("Library/Logs/Quillmoor");
     KXLog::createNewLog("Plan");
     applications_.application = home_.makeFolder("Tally\nframe.app");

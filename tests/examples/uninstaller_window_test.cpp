@@ -69,7 +69,7 @@ TEST_F(Uninstaller, BeginsWithTheFocusOnCancel) {
     EXPECT_TRUE(window.isUnanswered());
 }
 
-TEST_F(Uninstaller, ItsButtonThatReturnPressesStandsOut) {
+TEST_F(Uninstaller, TheButtonThatReturnPressesIsTheDefault) {
     UninstallerWindow window(items());
     open(window);
     EXPECT_TRUE(find(window, "closeButton")->isDefault());
@@ -99,7 +99,7 @@ TEST_F(Uninstaller, EscapeCancels) {
     EXPECT_TRUE(window.isUnanswered());
 }
 
-TEST_F(Uninstaller, HasNothingToAnswerWhereNothingIsFound) {
+TEST_F(Uninstaller, AsksNothingIfNothingIsFound) {
     UninstallerWindow window({});
     open(window);
     press(Qt::Key_Return);

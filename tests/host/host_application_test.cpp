@@ -104,13 +104,13 @@ TEST_F(InstallerHost, PassesAPaneOver) {
                                             "passed over: “PassesOver” backward"}));
 }
 
-TEST_F(InstallerHost, TellsThePlugInOnceThatItEnds) {
+TEST_F(InstallerHost, NotifiesThePlugInOnceOfItsEnd) {
     EXPECT_EQ(play("quit\n").status, 0);
     const auto lines = record();
     EXPECT_EQ(std::ranges::count(lines, "terminating"), 1);
 }
 
-TEST_F(InstallerHost, TellsThePlugInWhenTheUserClosesTheWindow) {
+TEST_F(InstallerHost, NotifiesThePlugInWhenTheUserClosesTheWindow) {
     EXPECT_EQ(play("continue\ncontinue\npress closeButton\nwait 30000\n").status, 0);
     EXPECT_THAT(record(), Contains("terminating"));
 }
@@ -141,7 +141,7 @@ TEST_F(InstallerHost, IsTerminatedWithoutAQuestion) {
 }
 
 // A first signal only asks the event loop to end, and a plug-in that hangs never returns to it.
-TEST_F(InstallerHost, ThatAPlugInHoldsUpEndsAtTheSecondSignal) {
+TEST_F(InstallerHost, BlockedByAPlugInEndsAtTheSecondSignal) {
     const std::string bundle = makeBundle(folder_, "X.bundle", "Hangs");
     for (const int second : {SIGTERM, SIGINT}) {
         HostProcess host(folder_, {bundle, "--script", folder_.writeFile("script", "continue\n")},
@@ -156,7 +156,7 @@ TEST_F(InstallerHost, ThatAPlugInHoldsUpEndsAtTheSecondSignal) {
 }
 
 // Two pending signals of one number are one, so it is sent until the process has ended.
-TEST_F(InstallerHost, ThatAPlugInHoldsUpEndsWhenItIsTerminatedAgain) {
+TEST_F(InstallerHost, BlockedByAPlugInEndsWhenItIsTerminatedAgain) {
     const std::string bundle = makeBundle(folder_, "X.bundle", "Hangs");
     HostProcess host(folder_, {bundle, "--script", folder_.writeFile("script", "continue\n")},
                      {{"INSTALLER_TEST_RECORD", folder_ / "record"}});
@@ -181,7 +181,7 @@ TEST_F(InstallerHost, AnExpectationThatDoesNotHoldEndsTheRun) {
     EXPECT_THAT(transcript(), ::testing::Not(Contains("note: never")));
 }
 
-TEST_F(InstallerHost, EveryStepThatFailsSaysWhy) {
+TEST_F(InstallerHost, EveryFailedStepGivesItsReason) {
     const std::vector<std::pair<std::string, std::string>> failures{
         {"expect visible uninstallBtn", "expected to see “uninstallBtn”, but it is hidden"},
         {"expect hidden continueButton",
@@ -205,7 +205,7 @@ TEST_F(InstallerHost, EveryStepThatFailsSaysWhy) {
     }
 }
 
-TEST_F(InstallerHost, ACommandThatCannotBeStartedSaysSo) {
+TEST_F(InstallerHost, ACommandThatCannotBeStartedIsReported) {
     const auto run = play("run /no/such/program\n");
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.error, HasSubstr("script:1: “/no/such/program”: "));
@@ -219,25 +219,25 @@ TEST_F(InstallerHost, ScriptsWaitForFilesAndRunCommands) {
     EXPECT_EQ(transcript().back(), "note: done");
 }
 
-TEST_F(InstallerHost, AScriptThatIsNotUnderstoodIsWrongUse) {
+TEST_F(InstallerHost, AnInvalidScriptIsAUsageError) {
     const auto run = play("continue\nleap\n");
     EXPECT_EQ(run.status, 2);
     EXPECT_THAT(run.error, HasSubstr(complaint(2, folder_.path(), "there is no step “leap”")));
     EXPECT_THAT(record(), ::testing::IsEmpty());
 }
 
-TEST_F(InstallerHost, AScriptThatIsMissingIsWrongUse) {
+TEST_F(InstallerHost, AMissingScriptIsAUsageError) {
     const auto run = runHost(folder_, {folder_ / "X.bundle", "--script", folder_ / "none"});
     EXPECT_EQ(run.status, 2);
     EXPECT_THAT(run.error, HasSubstr(folder_ / "none: No such file or directory"));
 }
 
-TEST_F(InstallerHost, ATranscriptThatCannotBeWrittenIsWrongUse) {
+TEST_F(InstallerHost, ATranscriptThatCannotBeOpenedIsAUsageError) {
     const auto run = play("quit\n", "Shows", {"--transcript", folder_ / "no/transcript"});
     EXPECT_EQ(run.status, 2);
 }
 
-TEST_F(InstallerHost, ATranscriptThatIsNotCompleteFailsTheRun) {
+TEST_F(InstallerHost, AnIncompleteTranscriptFailsTheRun) {
     if (!somethingAt("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
     const std::string bundle = makeBundle(folder_, "X.bundle", "Shows");
     const auto run = runHost(folder_, {bundle, "--script", folder_.writeFile("script", "quit\n"),
@@ -253,7 +253,7 @@ TEST_F(InstallerHost, APictureThatCannotBeWrittenFailsTheStep) {
     EXPECT_THAT(run.error, HasSubstr("one.png” cannot be written: Not a directory"));
 }
 
-TEST_F(InstallerHost, WithoutATemporaryFolderOfItsOwnSaysSo) {
+TEST_F(InstallerHost, ReportsThatItsTemporaryFolderCannotBeCreated) {
     const auto run = play("quit\n", "Shows", {}, {{"TMPDIR", "/proc"}});
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.error, HasSubstr("no folder could be made in the temporary folder “/proc”: "));
@@ -301,7 +301,7 @@ TEST_F(InstallerHost, LightAndDarkPicturesDiffer) {
     EXPECT_LT(qGray(picture("dark").pixel(5, 5)), 60);
 }
 
-TEST_F(InstallerHost, SpeaksTheUsersLanguage) {
+TEST_F(InstallerHost, ShowsTheUsersLanguage) {
     const auto run =
         play("expect text continueButton Fortfahren\n", "Shows", {"--language", "de_AT"});
     if (run.error.find("Continue") != std::string::npos)
@@ -319,7 +319,7 @@ TEST_F(InstallerHost, QuitsOnceTheFirstPaneHasBeenEnteredAndDrawn) {
     EXPECT_THAT(record(), Contains("Shows entered 0"));
 }
 
-TEST_F(InstallerHost, NamesWithAnyBytesAreFine) {
+TEST_F(InstallerHost, AcceptsNamesOfAnyBytes) {
     const std::string bundle = makeBundle(folder_, "-a\n\xff.bundle", "Shows");
     const auto run = runHost(
         folder_, {bundle, "--script", folder_.writeFile("script", "continue\nexpect pane Shows\n"),

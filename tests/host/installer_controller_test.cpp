@@ -130,7 +130,7 @@ TEST_F(Controller, TheOldPaneStaysOnScreenWhileTheNextOneIsEntered) {
     EXPECT_THAT(visits(), ElementsAre("Pumps entered 0"));
 }
 
-TEST_F(Controller, APaneMayKeepTheUser) {
+TEST_F(Controller, APaneMayRefuseToBeLeft) {
     open({"Refuses"});
     controller_->userContinues();
     controller_->userContinues();
@@ -140,14 +140,14 @@ TEST_F(Controller, APaneMayKeepTheUser) {
     EXPECT_THAT(transcript(), Contains("kept: “Refuses” may not be left forward"));
 }
 
-TEST_F(Controller, APaneMayRefuseAndGoOnByItself) {
+TEST_F(Controller, APaneMayRefuseAndThenContinue) {
     open({"RefusesAndGoes"});
     controller_->userContinues();
     controller_->userGoesBack();
     EXPECT_EQ(shownTitle(), "Summary");
 }
 
-TEST_F(Controller, AnActionMayGoOnByItself) {
+TEST_F(Controller, AnActionMayContinue) {
     open({"Shows"}, {"next:"});
     controller_->userContinues();
     QTest::mouseClick(find("next"), Qt::LeftButton);
@@ -186,7 +186,7 @@ TEST_F(Controller, APaneWithNothingBeyondItStays) {
     EXPECT_FALSE(find("uninstallBtn")->isVisible());
 }
 
-TEST_F(Controller, ABundleThatCannotBeLoadedSaysWhyInItsPlace) {
+TEST_F(Controller, ABundleThatCannotBeLoadedIsReplacedByTheReason) {
     const auto good = makeBundle(folder_, "Good.bundle", "Shows");
     ::testing::internal::CaptureStderr();
     openPlan(planForBundles({folder_ / "Bad.bundle", good}));
@@ -203,7 +203,7 @@ TEST_F(Controller, ABundleThatCannotBeLoadedSaysWhyInItsPlace) {
     EXPECT_EQ(shownTitle(), "Shows");
 }
 
-TEST_F(Controller, TheProductsNameIsTheBundlesUnlessAsked) {
+TEST_F(Controller, TheProductsNameIsTheBundlesByDefault) {
     test::BundleParts parts;
     parts.interfaceFile = test::interfaceFor("Shows");
     parts.info["InstallerProductName"] = "Tape";
@@ -216,7 +216,7 @@ TEST_F(Controller, TheProductsNameIsTheBundlesUnlessAsked) {
     EXPECT_EQ(const_cast<InstallerController&>(other).window().windowTitle(), "Install Other");
 }
 
-TEST_F(Controller, WritesDownWhatHappens) {
+TEST_F(Controller, RecordsWhatHappens) {
     open({"Shows"});
     controller_->userContinues();
     find("uninstallBtn")->click();
@@ -228,7 +228,7 @@ TEST_F(Controller, WritesDownWhatHappens) {
                             "action: uninstall: from uninstallBtn"));
 }
 
-TEST_F(Controller, GoesOnToTheFirstPlugInByItself) {
+TEST_F(Controller, ContinuesToTheFirstPlugInAutomatically) {
     const auto plan = planForBundles({makeBundle(folder_, "X.bundle", "PassesOver")});
     controller_ =
         std::make_unique<InstallerController>(plan, InstallerController::Setting{}, transcript_);
@@ -239,7 +239,7 @@ TEST_F(Controller, GoesOnToTheFirstPlugInByItself) {
     EXPECT_EQ(visits().size(), 1U);
 }
 
-TEST_F(Controller, WithoutAPlugInItGoesToTheEnd) {
+TEST_F(Controller, WithoutAPlugInItContinuesToTheEnd) {
     controller_ = std::make_unique<InstallerController>(
         planForBundles({}), InstallerController::Setting{}, transcript_);
     controller_->start();
@@ -247,7 +247,7 @@ TEST_F(Controller, WithoutAPlugInItGoesToTheEnd) {
     EXPECT_EQ(shownTitle(), "Summary");
 }
 
-TEST_F(Controller, WidgetsGoBeforeThePanesThatHoldThem) {
+TEST_F(Controller, WidgetsAreDestroyedBeforeTheirPanes) {
     open({"Shows"});
     controller_->userContinues();
     controller_.reset();

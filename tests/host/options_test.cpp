@@ -45,7 +45,7 @@ TEST(Options, AreRead) {
     EXPECT_FALSE(options.quitAfterEnter);
 }
 
-TEST(Options, TheAppearanceIsTheSystemsUnlessAsked) {
+TEST(Options, TheAppearanceIsTheSystemsByDefault) {
     EXPECT_EQ(parse({"A.bundle"}).parsed.options->appearance, AppearanceMode::System);
     EXPECT_EQ(parse({"A.bundle", "--appearance", "pink"}).parsed.exitStatus, 2);
 }
@@ -57,7 +57,7 @@ TEST(Options, EitherBundlesOrAFolderIsNeeded) {
     EXPECT_EQ(parse({"--plugins", "f"}).parsed.options->plugins, "f");
 }
 
-TEST(Options, HelpTellsAboutScriptsAndStatuses) {
+TEST(Options, HelpDescribesScriptsAndStatuses) {
     const auto answer = parse({"--help"});
     EXPECT_EQ(answer.parsed.exitStatus, 0);
     EXPECT_FALSE(answer.parsed.options);
@@ -66,7 +66,7 @@ TEST(Options, HelpTellsAboutScriptsAndStatuses) {
         EXPECT_THAT(answer.output, HasSubstr(text));
 }
 
-TEST(Options, AVersionIsTold) {
+TEST(Options, TheVersionIsPrinted) {
     EXPECT_THAT(parse({"--version"}).output, ::testing::StartsWith("installer-host "));
 }
 

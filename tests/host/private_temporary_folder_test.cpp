@@ -32,7 +32,7 @@ class PrivateFolder : public ::testing::Test {
     test::TempFolder shared_;
 };
 
-TEST_F(PrivateFolder, IsTheUsersAloneAndNamedInTheEnvironment) {
+TEST_F(PrivateFolder, IsPrivateAndNamedInTheEnvironment) {
     const PrivateTemporaryFolder folder;
     EXPECT_THAT(named(), StartsWith(shared_ / "installer-host-"));
     EXPECT_TRUE(fs::is_directory(named()));
@@ -50,7 +50,7 @@ TEST_F(PrivateFolder, IsRemovedWithTheEmptyFoldersInIt) {
     EXPECT_FALSE(fs::exists(path));
 }
 
-TEST_F(PrivateFolder, WhatWasLeftInItStays) {
+TEST_F(PrivateFolder, FilesThatWereLeftInItStay) {
     std::string path;
     {
         const PrivateTemporaryFolder folder;
@@ -74,7 +74,7 @@ TEST_F(PrivateFolder, ALinkInItIsNotFollowedWhenItIsRemoved) {
     EXPECT_TRUE(fs::is_symlink(path + "/link"));
 }
 
-TEST_F(PrivateFolder, SaysWhyItCannotBeMade) {
+TEST_F(PrivateFolder, ReportsWhyItCannotBeCreated) {
     ::setenv("TMPDIR", "/proc", 1);
     try {
         const PrivateTemporaryFolder folder;

@@ -22,7 +22,7 @@ TEST_P(QuitSignals, EndTheEventLoopInOrder) {
     EXPECT_EQ(QCoreApplication::exec(), 0);
 }
 
-TEST_P(QuitSignals, AFurtherHangUpIsNoHurry) {
+TEST_P(QuitSignals, AFurtherHangUpDoesNotEndTheProcess) {
     quitOnSignals();
     ::raise(GetParam());
     ::raise(SIGHUP);
@@ -30,7 +30,7 @@ TEST_P(QuitSignals, AFurtherHangUpIsNoHurry) {
 }
 
 // Nothing returns to the event loop here, as when a plug-in hangs.
-TEST_P(QuitSignals, AFurtherOneEndsTheProcessAtOnce) {
+TEST_P(QuitSignals, AFurtherTerminationEndsTheProcessAtOnce) {
     for (const int second : {SIGTERM, SIGINT}) {
         const auto hurry = [&] {
             quitOnSignals();

@@ -15,12 +15,12 @@ class Translations : public ::testing::Test {
     ~Translations() override { QGuiApplication::setLayoutDirection(Qt::LayoutDirectionAuto); }
 };
 
-TEST_F(Translations, AWishIsTheOnlyLanguage) {
+TEST_F(Translations, ARequestedLanguageIsTheOnlyOne) {
     EXPECT_EQ(Languages("de").preferred(), QStringList("de"));
     EXPECT_EQ(Languages("pt_BR").preferred(), QStringList("pt-BR"));
 }
 
-TEST_F(Translations, WithoutAWishTheSystemsLanguagesAreTaken) {
+TEST_F(Translations, TheSystemsLanguagesAreTheDefault) {
     const Languages languages("");
     EXPECT_FALSE(languages.preferred().isEmpty());
     EXPECT_EQ(languages.preferred(), QLocale::system().uiLanguages());
@@ -39,7 +39,7 @@ TEST_F(Translations, WindowsAreLaidOutAsTheUserReads) {
     }
 }
 
-TEST_F(Translations, ALanguageWithoutATranslationIsLeftInEnglish) {
+TEST_F(Translations, ALanguageWithoutATranslationIsShownInEnglish) {
     const Languages languages("fr");
     EXPECT_EQ(translated("Go &Back"), "Go &Back");
 }

@@ -88,7 +88,7 @@ TEST_F(VersionCheckBundle, WithTheProductOffersItsUninstaller) {
                 ElementsAre("shown: titleText", "shown: descriptionText", "shown: uninstallBtn"));
 }
 
-TEST_F(VersionCheckBundle, SpeaksGerman) {
+TEST_F(VersionCheckBundle, IsShownInGerman) {
     computer_.install();
     const auto run = play(
         "continue\nexpect pane Version Check\n"
@@ -141,7 +141,7 @@ TEST_F(VersionCheckBundle, TheButtonUnpacksTheUninstallerAndOpensIt) {
 }
 
 // Whoever may look there could put something else in the uninstaller's place.
-TEST_F(VersionCheckBundle, UnpacksWhereNobodyElseMayLook) {
+TEST_F(VersionCheckBundle, UnpacksIntoAPrivateFolder) {
     computer_.install();
     const auto run = play("continue\npress uninstallBtn\nwait file ${OPENED}\n", "en",
                           computer_.bundleWithStub());
@@ -184,7 +184,7 @@ TEST_F(VersionCheckBundle, AnArchiveThatIsMissingOrHoldsSomethingElseShowsNoReac
     }
 }
 
-TEST_F(VersionCheckBundle, StandsInTheOrderOfSectionsThatIsShippedBesideIt) {
+TEST_F(VersionCheckBundle, IsInTheShippedOrderOfSections) {
     const TempFolder& folder = computer_.folder();
     const std::string plugins = std::filesystem::path(VERSION_CHECK_BUNDLE).parent_path();
     const auto run = runHost(folder,

@@ -113,7 +113,7 @@ TEST_F(VersionCheckPlugIn, HasTheThreeOutletsAndNoOther) {
     EXPECT_THAT(enter(INSTALLER_DIRECTION_UNDEFINED), ElementsAre("shown", "shown", "shown"));
 }
 
-TEST_F(VersionCheckPlugIn, AnOutletThatIsMissingIsPassedOver) {
+TEST_F(VersionCheckPlugIn, AMissingOutletIsIgnored) {
     computer_.install();
     EXPECT_THAT(enter(INSTALLER_DIRECTION_FORWARD), IsEmpty());
     join("uninstallBtn");

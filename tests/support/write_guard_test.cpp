@@ -128,7 +128,7 @@ TEST_F(WriteGuard, RefusesToMoveOrLinkToOrFromElsewhere) {
     EXPECT_EQ(listing(mine.path()), "own");
 }
 
-TEST_F(WriteGuard, SeesThroughLinksThatLeadOut) {
+TEST_F(WriteGuard, RefusesChangesThroughLinksThatLeadOut) {
     static std::string link;
     const TempFolder mine;
     link = mine.makeLink("way out", forbidden);
@@ -162,7 +162,7 @@ TEST_F(WriteGuard, AFolderMayBeAllowedForAWhile) {
     expectRefusal([] { return systemCalls().mkdirat(AT_FDCWD, (forbidden + "/new").c_str(), 0); });
 }
 
-TEST_F(WriteGuard, ReadingIsFree) {
+TEST_F(WriteGuard, AllowsReading) {
     const Descriptor file(
         systemCalls().openat(AT_FDCWD, (forbidden + "/file").c_str(), O_RDONLY, 0));
     EXPECT_TRUE(file);
@@ -171,7 +171,7 @@ TEST_F(WriteGuard, ReadingIsFree) {
     EXPECT_EQ(systemCalls().faccessat(AT_FDCWD, forbidden.c_str(), R_OK, 0), 0);
 }
 
-TEST_F(WriteGuard, WhatLiesTooDeepForAPathIsToldApart) {
+TEST_F(WriteGuard, AllowsFoldersTooDeepForAPath) {
     const TempFolder mine;
     const std::string name(100, 'n');
     makeDeepTree(mine / "deep", 60, name);

@@ -5,17 +5,17 @@
 namespace quillmoor::host {
 namespace {
 
-TEST(Text, ControlCharactersAreWrittenVisibly) {
+TEST(DisplayText, ControlCharactersAreWrittenVisibly) {
     EXPECT_EQ(onOneLine("a\nb\x1b[1m\x7f"), "a\\x0ab\\x1b[1m\\x7f");
     EXPECT_EQ(inQuotes("é\t"), "“é\\x09”");
 }
 
-TEST(Text, InvalidBytesAreShownAsReplacements) {
+TEST(DisplayText, InvalidBytesAreShownAsReplacements) {
     EXPECT_EQ(shown("a\xff"), QString("a") + QChar(0xfffd));
     EXPECT_EQ(shown("größe"), QString::fromUtf8("größe"));
 }
 
-TEST(Text, LongPathsMayBeBrokenAfterSlashes) {
+TEST(DisplayText, LongPathsMayBeBrokenAfterSlashes) {
     EXPECT_EQ(breakable("/a/b").size(), 6);
     EXPECT_EQ(withoutBreaks(breakable("/a/b")), "/a/b");
 }

@@ -19,7 +19,7 @@ std::string errorOf(Function function) {
     return "";
 }
 
-TEST(Files, WhatIsWrittenIsRead) {
+TEST(FileIo, WhatIsWrittenIsRead) {
     const test::TempFolder folder;
     std::string contents(100'000, 'x');
     contents[7] = '\0';
@@ -29,20 +29,20 @@ TEST(Files, WhatIsWrittenIsRead) {
     EXPECT_EQ(readWholeFile(folder / "a\xff"), "short");
 }
 
-TEST(Files, AMissingFileGivesTheSystemsText) {
+TEST(FileIo, AMissingFileGivesTheSystemsText) {
     const test::TempFolder folder;
     EXPECT_EQ(errorOf([&] { readWholeFile(folder / "a"); }), "No such file or directory");
     EXPECT_EQ(errorOf([&] { writeWholeFile(folder / "a/b", ""); }), "No such file or directory");
 }
 
-TEST(Files, OnlyRegularFilesAreRead) {
+TEST(FileIo, OnlyRegularFilesAreRead) {
     const test::TempFolder folder;
     EXPECT_EQ(errorOf([&] { readWholeFile(folder.path()); }), "not a regular file");
     ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
     EXPECT_EQ(errorOf([&] { readWholeFile(folder / "fifo"); }), "not a regular file");
 }
 
-TEST(Files, AFullDiskIsAnError) {
+TEST(FileIo, AFullDiskIsAnError) {
     if (!test::somethingAt("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
     EXPECT_EQ(errorOf([] { writeWholeFile("/dev/full", "x"); }), "No space left on device");
 }

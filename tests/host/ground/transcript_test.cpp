@@ -18,7 +18,7 @@ TEST(Transcript, LinesAreWrittenAtOnce) {
     EXPECT_FALSE(transcript.incomplete());
 }
 
-TEST(Transcript, ProblemsAreToldOnStandardErrorToo) {
+TEST(Transcript, ProblemsAreWrittenToStandardErrorToo) {
     const test::TempFolder folder;
     Transcript transcript(folder / "t");
     ::testing::internal::CaptureStderr();
@@ -39,7 +39,7 @@ TEST(Transcript, WithoutAFileNothingIsWritten) {
     EXPECT_FALSE(transcript.incomplete());
 }
 
-TEST(Transcript, AFileThatCannotBeMadeSaysWhy) {
+TEST(Transcript, AFileThatCannotBeCreatedIsReported) {
     const test::TempFolder folder;
     EXPECT_THROW(Transcript(folder / "no/t"), HostError);
 }

@@ -20,7 +20,7 @@ std::string errorOf(const std::string& path) {
     return "";
 }
 
-TEST(BundleInfo, ReadsWhatTheDictionarySays) {
+TEST(BundleInfo, ReadsTheDictionary) {
     const test::TempFolder folder;
     test::BundleParts parts;
     parts.info.insert({{"CFBundleName", "A Recorder"},
@@ -54,24 +54,24 @@ TEST(BundleInfo, ARelativePathBecomesAbsolute) {
     std::filesystem::current_path("/");
 }
 
-TEST(BundleInfo, AMissingBundleSaysSo) {
+TEST(BundleInfo, AMissingBundleIsReported) {
     const test::TempFolder folder;
     EXPECT_EQ(errorOf(folder / "X.bundle"), "there is no such bundle");
 }
 
-TEST(BundleInfo, AFileIsNoBundle) {
+TEST(BundleInfo, AFileIsNotABundle) {
     const test::TempFolder folder;
     EXPECT_EQ(errorOf(folder.writeFile("X.bundle")), "it is not a folder");
 }
 
-TEST(BundleInfo, AFolderWithoutADictionarySaysSo) {
+TEST(BundleInfo, AFolderWithoutADictionaryIsReported) {
     const test::TempFolder folder;
     EXPECT_EQ(errorOf(folder.makeFolder("X.bundle")), "it has no Contents/Info.plist");
     folder.makeFolder("X.bundle/Contents/Info.plist");
     EXPECT_EQ(errorOf(folder / "X.bundle"), "Contents/Info.plist is not a regular file");
 }
 
-TEST(BundleInfo, ADictionaryThatCannotBeReadSaysSo) {
+TEST(BundleInfo, ADictionaryThatCannotBeReadIsReported) {
     const test::TempFolder folder;
     for (const char* contents : {"", "hello", "<plist><array/></plist>"}) {
         folder.writeFile("X.bundle/Contents/Info.plist", contents);

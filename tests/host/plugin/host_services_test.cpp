@@ -17,7 +17,7 @@ const installer_host_services& table() {
     return HostServices::shared().table();
 }
 
-TEST(HostServices, TellTheVersionOfTheInterface) {
+TEST(HostServices, ReportTheVersionOfTheInterface) {
     EXPECT_EQ(table().version, static_cast<std::uint32_t>(INSTALLER_PLUGIN_VERSION));
 }
 
@@ -54,7 +54,7 @@ TEST(HostServices, DrainADescriptorWheneverItIsReadable) {
     EXPECT_TRUE(QTest::qWaitFor([] { return reader.bytes == 3; }, 5000));
 }
 
-TEST(HostServices, ADescriptorIsDrainedOnTheMainThreadWhoeverAskedForIt) {
+TEST(HostServices, ADescriptorIsAlwaysDrainedOnTheMainThread) {
     static Reader reader;
     std::thread([] {
         table().watch_descriptor(table().context, reader.pipe[0], Reader::drain, &reader);
@@ -64,7 +64,7 @@ TEST(HostServices, ADescriptorIsDrainedOnTheMainThreadWhoeverAskedForIt) {
     EXPECT_TRUE(reader.onMainThread);
 }
 
-TEST(HostServices, AWrongDescriptorIsIgnored) {
+TEST(HostServices, AnInvalidDescriptorIsIgnored) {
     const auto watched = [] {
         QCoreApplication::processEvents();
         return QCoreApplication::instance()->findChildren<QSocketNotifier*>().size();
@@ -126,7 +126,7 @@ TEST(HostServices, NoOtherThreadSendsEvents) {
     EXPECT_EQ(sent, 0);
 }
 
-TEST(HostServices, EveryObserverIsToldOnceInOrder) {
+TEST(HostServices, EveryObserverIsNotifiedOnceInOrder) {
     static std::string told;
     const auto tell = [](void* user) { told += static_cast<const char*>(user); };
     static char first[] = "a";

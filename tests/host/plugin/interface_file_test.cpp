@@ -87,7 +87,7 @@ TEST_F(InterfaceFile, AnInterfaceFileThatIsNestedTooDeepIsRefusedBeforeTheToolki
     EXPECT_THAT(errorOf(parts), HasSubstr("more than 200 elements are nested"));
 }
 
-TEST_F(InterfaceFile, AnInterfaceFileThatIsNoFileSaysSo) {
+TEST_F(InterfaceFile, AnInterfaceFileThatIsNotAFileIsReported) {
     auto parts = whole();
     parts.interfaceFile.clear();
     folder_.makeFolder("X.bundle/Contents/Resources/Recorder.ui");

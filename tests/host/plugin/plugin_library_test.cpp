@@ -30,7 +30,7 @@ TEST_F(PluginLibraries, AMissingPlugInIsNamed) {
     EXPECT_EQ(errorOf(parts), "it has no plug-in “Contents/Linux/Recorder.so”");
 }
 
-TEST_F(PluginLibraries, APlugInThatIsNoFileSaysSo) {
+TEST_F(PluginLibraries, APlugInThatIsNotAFileIsReported) {
     auto parts = whole();
     parts.program.clear();
     folder_.makeFolder("X.bundle/Contents/Linux");
@@ -38,7 +38,7 @@ TEST_F(PluginLibraries, APlugInThatIsNoFileSaysSo) {
     EXPECT_EQ(errorOf(parts), "Contents/Linux/Recorder.so is not a regular file");
 }
 
-TEST_F(PluginLibraries, APlugInThatIsNoSharedObjectGivesTheSystemsText) {
+TEST_F(PluginLibraries, APlugInThatIsNotASharedObjectGivesTheSystemsText) {
     auto parts = whole();
     parts.program = folder_.writeFile("text", "this is no program");
     EXPECT_THAT(errorOf(parts),
@@ -59,7 +59,7 @@ TEST_F(PluginLibraries, ATruncatedPlugInIsRefusedBeforeItIsLoaded) {
     EXPECT_THAT(record(), ::testing::IsEmpty());
 }
 
-TEST_F(PluginLibraries, APlugInThatNeedsWhatNobodyHasGivesTheSystemsText) {
+TEST_F(PluginLibraries, APlugInWithAnUndefinedSymbolGivesTheSystemsText) {
     auto parts = whole();
     parts.program = UNRESOLVED_PLUGIN;
     EXPECT_THAT(errorOf(parts), HasSubstr("undefined symbol: function_that_nobody_has"));
@@ -72,7 +72,7 @@ TEST_F(PluginLibraries, AMissingFunctionIsNamed) {
               "Contents/Linux/Recorder.so exports no function “installer_plugin_create_pane”");
 }
 
-TEST_F(PluginLibraries, APlugInThatRefusesTheHostSaysSo) {
+TEST_F(PluginLibraries, APlugInThatRefusesTheHostIsReported) {
     ::setenv("INSTALLER_TEST_REFUSE", "1", 1);
     EXPECT_EQ(errorOf(whole()),
               "Contents/Linux/Recorder.so cannot work with this host: it refused version 1 of the "
@@ -85,7 +85,7 @@ TEST_F(PluginLibraries, AnUnknownPaneClassIsNamed) {
     EXPECT_EQ(errorOf(parts), "Contents/Linux/Recorder.so has no pane class “Unknown”");
 }
 
-TEST_F(PluginLibraries, APaneThatIsNotCompleteNamesWhatItLacks) {
+TEST_F(PluginLibraries, AnIncompletePaneNamesTheMissingFunction) {
     auto parts = whole();
     parts.interfaceFile = test::interfaceFor("Incomplete");
     EXPECT_EQ(errorOf(parts), "its pane class “Incomplete” lacks the function “did_enter_pane”");

@@ -54,14 +54,14 @@ TEST_F(PluginPanes, AButtonCallsItsAction) {
                 ElementsAre("action: hide: from hide", "hidden: hide"));
 }
 
-TEST_F(PluginPanes, AnActionThatThePaneDoesNotKnowIsToldInTheTranscript) {
+TEST_F(PluginPanes, AnUnknownActionIsRecordedInTheTranscript) {
     const auto pane = load(makeBundle(folder_, "X.bundle", "Shows", {"nothing:"}));
     pane->takeWidget()->findChild<QPushButton*>("nothing")->click();
     EXPECT_THAT(test::linesOf(folder_ / "transcript").back(),
                 "problem: “" + folder_.path() + "/X.bundle”: its pane has no action “nothing:”");
 }
 
-TEST_F(PluginPanes, AnActionOnWhatIsNoButtonIsToldInTheTranscript) {
+TEST_F(PluginPanes, AnActionOfALabelIsRecordedInTheTranscript) {
     auto parts = whole();
     const std::string label = "name=\"titleText\">";
     parts.interfaceFile.insert(
@@ -72,7 +72,7 @@ TEST_F(PluginPanes, AnActionOnWhatIsNoButtonIsToldInTheTranscript) {
                 HasSubstr("“titleText” is not a button and cannot perform “uninstall:”"));
 }
 
-TEST_F(PluginPanes, APaneGoesOnByItself) {
+TEST_F(PluginPanes, APaneMayContinue) {
     const auto pane = load(makeBundle(folder_, "X.bundle", "PassesOver"));
     pane->didEnter(Direction::Forward);
     pane->didEnter(Direction::Backward);

@@ -99,7 +99,7 @@ TEST_F(ScriptRuns, NoStepFollowsOneThatFails) {
     EXPECT_EQ(transcript().back(), "problem: script:3: there is no interface element “nothing”");
 }
 
-TEST_F(ScriptRuns, TextsReadAsPeopleSeeThem) {
+TEST_F(ScriptRuns, TextsAreComparedAsPeopleSeeThem) {
     EXPECT_EQ(run("expect text label a/b\nexpect text line typed\n"
                   "expect text button Save & close\n"),
               Outcome::AtEnd);
@@ -127,7 +127,7 @@ TEST_F(ScriptRuns, APictureNeedsAFolder) {
     EXPECT_THAT(transcript().back(), EndsWith("a picture needs the option --pictures"));
 }
 
-TEST_F(ScriptRuns, AFileIsAwaitedUntilItIsThereAndNoLonger) {
+TEST_F(ScriptRuns, WaitsForAFileUntilItExistsOrTheTimeIsOver) {
     const std::string path = folder_ / "awaited";
     const std::string script = "wait file " + path + " 60000\n";
     QTimer::singleShot(30, [this] { folder_.writeFile("awaited", ""); });
@@ -136,7 +136,7 @@ TEST_F(ScriptRuns, AFileIsAwaitedUntilItIsThereAndNoLonger) {
     EXPECT_THAT(transcript().back(), EndsWith("still exists"));
 }
 
-TEST_F(ScriptRuns, ACommandsEndIsAwaited) {
+TEST_F(ScriptRuns, WaitsForTheEndOfACommand) {
     EXPECT_EQ(run("run touch " + (folder_ / "made") + "\nwait file " + (folder_ / "made") +
                   " 0\nrun false\n"),
               Outcome::Failed);

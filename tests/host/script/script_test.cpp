@@ -30,7 +30,7 @@ std::string errorOf(std::string_view script) {
     return "";
 }
 
-TEST(Script, EmptyLinesAndCommentsAreNoSteps) {
+TEST(Script, EmptyLinesAndCommentsAreIgnored) {
     EXPECT_THAT(parseScript("\n  \n# continue\n   # back\n"), IsEmpty());
 }
 
@@ -82,7 +82,7 @@ TEST(Script, WaitsAreInMilliseconds) {
     EXPECT_EQ(only("wait gone /tmp/x").time, milliseconds(10'000));
 }
 
-TEST(Script, APathWithSpacesStandsInQuotes) {
+TEST(Script, APathWithSpacesIsQuoted) {
     EXPECT_THAT(only("wait file \"/tmp/a b\" 40").words[0], "/tmp/a b");
     EXPECT_THAT(errorOf("wait file /tmp/a b c"), ::testing::HasSubstr("double quotes"));
 }

@@ -102,7 +102,7 @@ TEST(PaneSequence, WithoutPanesDoesNothing) {
     EXPECT_EQ(panes.sequence->current(), std::nullopt);
 }
 
-TEST(PaneSequence, AsksBeforeLeavingAndTellsTheDirection) {
+TEST(PaneSequence, AsksBeforeLeavingAndPassesTheDirection) {
     Panes panes(3);
     panes.onto(1);
     panes.sequence->userGoes(Direction::Forward);
@@ -221,7 +221,7 @@ TEST(PaneSequence, OnlyTheFirstWishOfAPaneCounts) {
     EXPECT_EQ(panes.sequence->current(), 0U);
 }
 
-TEST(PaneSequence, AnotherPaneIsNotListenedTo) {
+TEST(PaneSequence, OnlyTheCurrentPaneMayMove) {
     Panes panes(3);
     panes.onto(1);
     panes.sequence->paneGoes(0, Direction::Forward);
@@ -230,7 +230,7 @@ TEST(PaneSequence, AnotherPaneIsNotListenedTo) {
     EXPECT_EQ(panes.sequence->current(), 1U);
 }
 
-TEST(PaneSequence, APaneThatGoesByItselfIsNotAsked) {
+TEST(PaneSequence, APaneThatMovesOnIsNotAsked) {
     Panes panes(2);
     panes.onto(0);
     panes.panes[0]->mayLeave = false;
@@ -238,14 +238,14 @@ TEST(PaneSequence, APaneThatGoesByItselfIsNotAsked) {
     EXPECT_THAT(panes.log, ElementsAre("enters 1 forward", "shows 1"));
 }
 
-TEST(PaneSequence, APaneThatGoesPastTheEndDoesNothing) {
+TEST(PaneSequence, APaneThatMovesPastTheEndStays) {
     Panes panes(2);
     panes.onto(1);
     panes.sequence->paneGoes(1, Direction::Forward);
     EXPECT_THAT(panes.log, ElementsAre("end at 1 forward"));
 }
 
-TEST(PaneSequence, APaneThatRefusesMayGoElsewhereItself) {
+TEST(PaneSequence, APaneThatRefusesMayMoveElsewhere) {
     Panes panes(3);
     panes.onto(1);
     panes.panes[1]->mayLeave = false;
@@ -267,7 +267,7 @@ TEST(PaneSequence, AWishWhileAgreeingToLeaveIsDropped) {
     EXPECT_EQ(panes.sequence->current(), 2U);
 }
 
-TEST(PaneSequence, TheUserIsNotHeardWhileAPaneIsEntered) {
+TEST(PaneSequence, TheUserIsIgnoredWhileAPaneIsEntered) {
     Panes panes(3);
     panes.panes[1]->whenEntered = [&](Direction) {
         EXPECT_TRUE(panes.sequence->travelling());

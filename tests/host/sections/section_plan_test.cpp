@@ -28,7 +28,7 @@ std::string named(const std::string& name) {
     return "<string>" + name + "</string>";
 }
 
-TEST(SectionPlan, BundlesStandBetweenIntroductionAndSummary) {
+TEST(SectionPlan, BundlesAreBetweenIntroductionAndSummary) {
     EXPECT_THAT(planForBundles({"a", "b"}),
                 ElementsAre(kIntroduction, PlannedSection{Kind::Bundle, "a", ""},
                             PlannedSection{Kind::Bundle, "b", ""}, kSummary));
@@ -43,7 +43,7 @@ TEST(SectionPlan, AFolderGivesTheOrder) {
                             PlannedSection{Kind::Bundle, folder / "A.bundle", ""}, kSummary));
 }
 
-TEST(SectionPlan, SummaryStandsWhereTheOrderPlacesIt) {
+TEST(SectionPlan, SummaryIsWhereTheOrderPlacesIt) {
     const test::TempFolder folder;
     EXPECT_THAT(planFor(array(named("Summary") + named("A.bundle")), folder),
                 ElementsAre(kSummary, PlannedSection{Kind::Bundle, folder / "A.bundle", ""}));
@@ -57,7 +57,7 @@ TEST(SectionPlan, SectionsThatOnlyAnInstallerHasAreLeftOut) {
     EXPECT_THAT(plan, ElementsAre(kIntroduction, kSummary));
 }
 
-TEST(SectionPlan, WhatCannotBeASectionSaysWhyInItsPlace) {
+TEST(SectionPlan, AnInvalidSectionIsReplacedByTheReason) {
     const test::TempFolder folder;
     const auto plan = planFor(array(named("Lunch") + "<integer>3</integer>" +
                                     named("../Elsewhere.bundle") + named("Summary")),
@@ -77,12 +77,12 @@ std::vector<PlannedSection> problem(const test::TempFolder& folder, const std::s
     return {kIntroduction, {Kind::Problem, folder.path(), reason}, kSummary};
 }
 
-TEST(SectionPlan, AFolderWithoutAnOrderSaysSo) {
+TEST(SectionPlan, AFolderWithoutAnOrderIsReported) {
     const test::TempFolder folder;
     EXPECT_EQ(planForFolder(folder.path()), problem(folder, "it has no InstallerSections.plist"));
 }
 
-TEST(SectionPlan, AnOrderThatIsNoPropertyListSaysSo) {
+TEST(SectionPlan, AnOrderThatIsNotAPropertyListIsReported) {
     const test::TempFolder folder;
     folder.writeFile("InstallerSections.plist", "Introduction\nSummary\n");
     EXPECT_EQ(
@@ -90,7 +90,7 @@ TEST(SectionPlan, AnOrderThatIsNoPropertyListSaysSo) {
         problem(folder, "InstallerSections.plist is not a property list that holds a dictionary"));
 }
 
-TEST(SectionPlan, AnOrderThatIsNoArraySaysSo) {
+TEST(SectionPlan, AnOrderThatIsNotAnArrayIsReported) {
     const test::TempFolder folder;
     EXPECT_EQ(planFor(named("Introduction"), folder),
               problem(folder, "InstallerSections.plist has no array for the key “SectionOrder”"));

@@ -58,7 +58,7 @@ TEST(Appearance, AnAccentThatCanBeUsedIsKept) {
     EXPECT_EQ(coloursFor(false, accent).accent, accent);
 }
 
-TEST(Appearance, LightAndDarkAreTakenAsAsked) {
+TEST(Appearance, LightAndDarkCanBeForced) {
     QWidget window;
     applyAppearance(window, AppearanceMode::Dark);
     EXPECT_TRUE(isDark(window.palette()));
@@ -66,7 +66,7 @@ TEST(Appearance, LightAndDarkAreTakenAsAsked) {
     EXPECT_FALSE(isDark(window.palette()));
 }
 
-TEST(Appearance, TheSystemsPaletteDecidesOtherwise) {
+TEST(Appearance, TheSystemsPaletteIsTheDefault) {
     QWidget window;
     QApplication::setPalette(QPalette(QColor(0x202020)));
     applyAppearance(window, AppearanceMode::System);

@@ -28,7 +28,7 @@ TEST(Artwork, ThePackageIsSharpAtEveryScale) {
     EXPECT_EQ(picture.devicePixelRatio(), 2);
 }
 
-TEST(Artwork, ThePackageStandsOnARoundedGround) {
+TEST(Artwork, ThePackageHasARoundedBackground) {
     const QImage picture = packagePicture(100, 1, kPalette).toImage();
     for (const QPoint corner : {QPoint(0, 0), QPoint(99, 0), QPoint(0, 99), QPoint(99, 99)})
         EXPECT_EQ(picture.pixelColor(corner).alpha(), 0);
@@ -57,7 +57,7 @@ TEST(Artwork, TheWarningIsATriangleWithAMark) {
     EXPECT_EQ(picture.pixelColor(50, 50), kPalette.color(QPalette::Base));
 }
 
-TEST(Artwork, IsPassedOverByScreenReaders) {
+TEST(Artwork, IsIgnoredByScreenReaders) {
     Artwork artwork(Artwork::Picture::Tick, 20);
     QAccessibleInterface* const spoken = QAccessible::queryAccessibleInterface(&artwork);
     EXPECT_TRUE(spoken->text(QAccessible::Name).isEmpty());

@@ -52,7 +52,7 @@ TEST(BuiltInSections, TheyMayBeLeftInBothDirections) {
             EXPECT_TRUE(section->shouldExit(direction));
 }
 
-TEST(BuiltInSections, OnlyAProblemIsOneAndNoneIsAPlugIns) {
+TEST(BuiltInSections, OnlyAProblemIsReportedAsOneAndNoneAsAPlugIn) {
     EXPECT_FALSE(makeIntroduction({})->isProblem());
     EXPECT_FALSE(makeSummary({})->isProblem());
     const auto problem = makeProblemSection("/a/Odd.bundle", "no reason");
@@ -60,7 +60,7 @@ TEST(BuiltInSections, OnlyAProblemIsOneAndNoneIsAPlugIns) {
     EXPECT_FALSE(problem->isPlugin());
 }
 
-TEST(BuiltInSections, AProblemNamesWhatItIsAboutAndWhy) {
+TEST(BuiltInSections, AProblemNamesItsSubjectAndReason) {
     const auto problem = makeProblemSection("/a/Odd.bundle", "it is not a folder");
     EXPECT_EQ(problem->title(), "Odd");
     const auto page = problem->takeWidget();

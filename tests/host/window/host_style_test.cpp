@@ -8,7 +8,7 @@
 namespace quillmoor::host {
 namespace {
 
-TEST(HostStyle, UnderlinesMnemonicsOnlyWhenTold) {
+TEST(HostStyle, UnderlinesMnemonicsOnlyOnRequest) {
     HostStyle style;
     QWidget window;
     EXPECT_EQ(style.styleHint(QStyle::SH_UnderlineShortcut, nullptr, nullptr, nullptr), 0);
@@ -18,7 +18,7 @@ TEST(HostStyle, UnderlinesMnemonicsOnlyWhenTold) {
     EXPECT_EQ(style.styleHint(QStyle::SH_UnderlineShortcut, nullptr, nullptr, nullptr), 0);
 }
 
-TEST(HostStyle, AFocusFrameStandsAroundItsButton) {
+TEST(HostStyle, AFocusFrameSurroundsItsButton) {
     HostStyle style;
     QWidget window;
     QPushButton button("Button", &window);
@@ -30,7 +30,7 @@ TEST(HostStyle, AFocusFrameStandsAroundItsButton) {
     EXPECT_EQ(frame.geometry(), button.geometry().adjusted(-room, -room, room, room));
 }
 
-TEST(HostStyle, AWindowsPaletteHoldsForEverythingInItThoughItHasAStyleSheet) {
+TEST(HostStyle, AWindowWithAStyleSheetPassesItsPaletteOn) {
     const HostStyle style;
     QWidget window;
     QWidget child(&window);

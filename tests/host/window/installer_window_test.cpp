@@ -50,7 +50,7 @@ TEST_F(Window, NamesTheStepAndTheProduct) {
     EXPECT_EQ(window_.windowTitle(), "Install Tape");
 }
 
-TEST_F(Window, OnlyTheButtonThatReturnPressesStandsOut) {
+TEST_F(Window, OnlyTheButtonThatReturnPressesIsHighlighted) {
     window_.showStep(1);
     EXPECT_TRUE(find("continueButton")->isDefault());
     EXPECT_FALSE(find("goBackButton")->isDefault());
@@ -73,7 +73,7 @@ TEST_F(Window, ShowsOnlyTheCurrentPage) {
     EXPECT_FALSE(find("pageButton1")->isVisible());
 }
 
-TEST_F(Window, TheFocusBeginsOnTheButtonThatLeadsOn) {
+TEST_F(Window, TheFocusBeginsOnContinue) {
     EXPECT_EQ(QApplication::focusWidget(), find("continueButton"));
     QTest::keyClick(&window_, Qt::Key_Tab);
     EXPECT_NE(QApplication::focusWidget(), find("continueButton"));
@@ -148,7 +148,7 @@ TEST_F(Window, EscapeClosesTheWindow) {
     EXPECT_FALSE(window_.isVisible());
 }
 
-TEST_F(Window, NothingLeadsBackFromTheFirstStepAndOnFromTheLast) {
+TEST_F(Window, TheFirstStepHasNoWayBackAndTheLastNoContinue) {
     EXPECT_FALSE(find("goBackButton")->isEnabled());
     EXPECT_TRUE(find("continueButton")->isVisible());
     EXPECT_FALSE(find("closeButton")->isVisible());
@@ -199,7 +199,7 @@ TEST_F(Window, TheFocusCanBeSeen) {
     EXPECT_NE(window_.grab().toImage(), with);
 }
 
-TEST_F(Window, AFrameStandsAroundTheButtonThatHasTheFocus) {
+TEST_F(Window, AFrameSurroundsTheFocusedButton) {
     window_.showStep(1);
     for (const char* name : {"goBackButton", "pageButton1", "continueButton"}) {
         find(name)->setFocus();
@@ -211,7 +211,7 @@ TEST_F(Window, AFrameStandsAroundTheButtonThatHasTheFocus) {
     }
 }
 
-TEST_F(Window, TheFrameOutlivesTheButtonThatItStoodAround) {
+TEST_F(Window, TheFrameOutlivesItsButton) {
     auto* other = new QPushButton(find("pageButton0")->parentWidget());
     other->show();
     other->setFocus();
@@ -288,7 +288,7 @@ TEST(WindowInUse, DoesNotAskOnTheLastStep) {
 }
 
 // The screen that the toolkit draws in memory has 800 by 800 points, and the window wants 820.
-TEST(WindowInUse, IsFittedToTheScreenWhereThatIsWanted) {
+TEST(WindowInUse, IsFittedToTheScreenOnRequest) {
     for (const auto fit : {InstallerWindow::FitScreen::No, InstallerWindow::FitScreen::Yes}) {
         InstallerWindow window(ProductName::of("Tape"), {{"One", false}},
                                {AppearanceMode::Dark, InstallerWindow::Confirm::No, fit});
@@ -307,7 +307,7 @@ TEST(WindowInUse, WithoutAProductsNameItIsDescribed) {
     EXPECT_EQ(window.windowTitle(), "Install the product");
 }
 
-TEST(WindowInUse, ItsLayoutIsMirroredForThoseWhoReadFromRightToLeft) {
+TEST(WindowInUse, ItsLayoutIsMirroredForLanguagesFromRightToLeft) {
     QApplication::setLayoutDirection(Qt::RightToLeft);
     InstallerWindow window(ProductName::of("Tape"), {{"One", false}, {"Two", false}}, {});
     window.showStep(0);

@@ -37,7 +37,7 @@ TEST(StepList, ALongTitleWrapsInsteadOfWideningTheList) {
     EXPECT_GT(list.heightForWidth(180), 2 * list.heightForWidth(2000) - 20);
 }
 
-TEST(StepList, MarksStandAtTheSideAtWhichReadingBegins) {
+TEST(StepList, MarksAreAtTheSideWhereReadingBegins) {
     StepList list({{"One", false}});
     EXPECT_GT(list.rows()[0]->contentsMargins().left(), list.rows()[0]->contentsMargins().right());
     list.setLayoutDirection(Qt::RightToLeft);

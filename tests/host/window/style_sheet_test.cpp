@@ -16,7 +16,7 @@ namespace {
 const Colours kLight = coloursFor(false, std::nullopt);
 const Colours kDark = coloursFor(true, std::nullopt);
 
-TEST(StyleSheet, EveryNameInItStandsForAValue) {
+TEST(StyleSheet, EveryPlaceholderIsReplaced) {
     for (const Colours& colours : {kLight, kDark})
         EXPECT_FALSE(styleSheetFor(colours, QApplication::font()).contains('@'));
 }
@@ -51,7 +51,7 @@ class StyleSheetButton : public ::testing::TestWithParam<bool> {
     QPushButton button_{"Button", &window_};
 };
 
-TEST_P(StyleSheetButton, StandsOutInTheAccentWhenItIsTheDefault) {
+TEST_P(StyleSheetButton, HasTheAccentWhenItIsTheDefault) {
     EXPECT_EQ(fill(), colours_.card);
     button_.setDefault(true);
     EXPECT_EQ(fill(), colours_.accent);

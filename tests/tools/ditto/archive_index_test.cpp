@@ -50,7 +50,7 @@ class DittoIndex : public ::testing::Test {
     std::unique_ptr<EntryList> list_;
 };
 
-TEST_F(DittoIndex, AnEntrySaysWhatItsHeadersSay) {
+TEST_F(DittoIndex, AnEntryHasTheValuesOfItsHeaders) {
     ZipItem item = zipFile("dir/é\n\xff", std::string(1000, 'x'));
     item.mode = 0100751;
     item.deflated = true;
@@ -147,7 +147,7 @@ TEST_F(DittoIndex, MissingWideFieldsAreDamage) {
     EXPECT_TRUE(fails(buildZip({item}), "its size is missing"));
 }
 
-TEST_F(DittoIndex, WhatIsNoZipIsSaidSo) {
+TEST_F(DittoIndex, AFileThatIsNotAZipArchiveIsReported) {
     EXPECT_TRUE(fails("", "is not a zip archive"));
     EXPECT_TRUE(fails("just a text", "is not a zip archive"));
     EXPECT_TRUE(fails(std::string(100000, 'x'), "is not a zip archive"));
@@ -166,7 +166,7 @@ TEST_F(DittoIndex, ACommentAtTheEndIsSkipped) {
     EXPECT_EQ(read(archive + "note").size(), 1U);
 }
 
-TEST_F(DittoIndex, AnotherNumberOfEntriesIsDamage) {
+TEST_F(DittoIndex, AWrongNumberOfEntriesIsDamage) {
     std::string archive = buildZip({zipFile("a")});
     archive[archive.size() - 12] = archive[archive.size() - 14] = 2;
     EXPECT_TRUE(fails(archive, "its number of entries is not the declared one"));
@@ -302,7 +302,7 @@ TEST_F(DittoIndex, SumsThatFollowTheContentMayBeMissingButNotWrong) {
     EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
 }
 
-TEST_F(DittoIndex, PlacesOutsideTheArchiveAreDamage) {
+TEST_F(DittoIndex, OffsetsOutsideTheArchiveAreDamage) {
     ZipItem item = zipFile("a");
     item.offset = 0xfffffff0;
     EXPECT_TRUE(fails(buildZip({item}), "beyond its archive's end"));
@@ -329,13 +329,13 @@ TEST_F(DittoIndex, MoreEntriesThanAllowedEndTheReading) {
     EXPECT_NE(errorOf(archive, {1000, 2}).find("too many entries"), std::string::npos);
 }
 
-TEST_F(DittoIndex, NoPieceOfAnArchiveIsReadAsAWhole) {
+TEST_F(DittoIndex, APartOfAnArchiveIsNotReadAsAnArchive) {
     const std::string archive = buildZip({zipFile("a"), zipLink("b", "a")}, true);
     for (std::size_t size = 0; size < archive.size(); ++size)
         EXPECT_NE(errorOf(archive.substr(0, size)), "") << size;
 }
 
-TEST_F(DittoIndex, AFolderOrAPipeIsNoArchive) {
+TEST_F(DittoIndex, AFolderOrAPipeIsNotAnArchive) {
     EXPECT_THROW(InputFile(folder_.makeFolder("d")), Failure);
     EXPECT_THROW(InputFile("/dev/null"), Failure);
     EXPECT_THROW(InputFile(folder_ / "missing"), Failure);

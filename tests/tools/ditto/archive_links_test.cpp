@@ -45,7 +45,7 @@ constexpr const char* kLoop = "is a link that leads through too many others, or 
 constexpr const char* kNoFolder =
     "is a link that climbs out of something that is not a folder of the archive";
 
-TEST_F(DittoLinks, TargetsInsideAreFine) {
+TEST_F(DittoLinks, TargetsInsideAreAccepted) {
     add("a/b/file");
     link("a/b/one", "file");
     link("a/two", "b/../b/./file");
@@ -105,14 +105,14 @@ TEST_F(DittoLinks, CirclesAreRefused) {
     EXPECT_EQ(objection("grow"), kLoop);
 }
 
-TEST_F(DittoLinks, FortyHopsAreTheMost) {
+TEST_F(DittoLinks, AtMostFortyHopsAreFollowed) {
     add("l0");
     for (int i = 1; i <= 42; ++i) link("l" + std::to_string(i), "l" + std::to_string(i - 1));
     EXPECT_EQ(objection("l41"), "");
     EXPECT_EQ(objection("l42"), kLoop);
 }
 
-TEST_F(DittoLinks, NoClimbingOutOfWhatIsNoFolder) {
+TEST_F(DittoLinks, ClimbingOutOfSomethingThatIsNotAFolderIsRefused) {
     add("file");
     link("a", "missing/../x");
     link("b", "file/../x");

@@ -110,7 +110,7 @@ TEST_F(DittoValidation, TheRootItselfMayBeAnEntry) {
     EXPECT_EQ(reasonForName(".", Kind::Folder), "");
 }
 
-TEST_F(DittoValidation, WhatCannotBeMadeIsRefused) {
+TEST_F(DittoValidation, UnsupportedEntriesAreRefused) {
     EXPECT_EQ(reasonForName("fifo", Kind::Special), "it is neither a file nor a folder nor a link");
     add("a").flags = 1;
     EXPECT_EQ(reason(), "it is encrypted");
@@ -127,7 +127,7 @@ TEST_F(DittoValidation, WhatCannotBeMadeIsRefused) {
     }
 }
 
-TEST_F(DittoValidation, SizesThatCannotBeTrueAreRefused) {
+TEST_F(DittoValidation, ImpossibleSizesAreRefused) {
     Entry& entry = add("a");
     entry.size = 11;
     EXPECT_EQ(reason(), "its two sizes contradict each other");
@@ -182,7 +182,7 @@ TEST_F(DittoValidation, EntriesThatShareBytesAreRefused) {
     EXPECT_EQ(reason(), "it shares its bytes with another entry");
 }
 
-TEST_F(DittoValidation, ANameThatStandsTwiceIsRefused) {
+TEST_F(DittoValidation, ADuplicateNameIsRefused) {
     add("a/b");
     add("x");
     add("a//./b");
@@ -230,7 +230,7 @@ TEST_F(DittoValidation, NothingIsWrittenThroughALink) {
     EXPECT_EQ(reason(), "it would be written through a link of the archive");
 }
 
-TEST_F(DittoValidation, AppleDoubleEntriesAreKnownByTheirPlace) {
+TEST_F(DittoValidation, AppleDoubleEntriesAreRecognisedByTheirPath) {
     EXPECT_TRUE(isAppleDouble("__MACOSX/._a"));
     EXPECT_TRUE(isAppleDouble("__MACOSX/b/._a"));
     EXPECT_FALSE(isAppleDouble("__MACOSX/a"));

@@ -56,7 +56,7 @@ TEST(DittoBlocks, AreTheSameHoweverManyThreadsCompressThem) {
     }
 }
 
-TEST(DittoBlocks, ThatDoNotFitTheirRoomHaveFailed) {
+TEST(DittoBlocks, ThatOutgrowTheirBufferHaveFailed) {
     for (const bool last : {false, true}) {
         std::vector<Block> blocks = someBlocks();
         Block& block = blocks.front();

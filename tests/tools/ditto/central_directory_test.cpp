@@ -71,13 +71,13 @@ TEST_F(DittoDirectory, IsFoundInFrontOfAComment) {
     EXPECT_EQ(failure(zip_ + comment), "is not a zip archive");
 }
 
-TEST_F(DittoDirectory, IsInNothingElse) {
+TEST_F(DittoDirectory, IsNotFoundInOtherFiles) {
     for (const std::string& bytes : {std::string(), std::string(10, 'x'), std::string(100, '\0'),
                                      zip_.substr(0, zip_.size() - 1)})
         EXPECT_EQ(failure(bytes), "is not a zip archive") << bytes.size();
 }
 
-TEST_F(DittoDirectory, StandsWhereTheEndRecordSays) {
+TEST_F(DittoDirectory, MustBeWhereTheEndRecordSays) {
     EXPECT_EQ(failure("x" + zip_), kElsewhere);
     EXPECT_EQ(failure(changed(zip_, 6, "\xff")), kElsewhere);
     EXPECT_EQ(failure(changed(zip_, 10, "\xff")), kElsewhere);

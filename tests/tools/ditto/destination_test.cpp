@@ -34,7 +34,7 @@ class DittoDestination : public ::testing::Test {
     std::string dest_ = folder_ / "dest";
 };
 
-TEST_F(DittoDestination, TheStageStandsBesideAndNobodyElseMayEnter) {
+TEST_F(DittoDestination, TheStageIsBesideItAndOnlyForItsOwner) {
     {
         const Destination destination(dest_, 022);
         ASSERT_EQ(test::describeTree(folder_.path()).size(), 1U);
@@ -47,7 +47,7 @@ TEST_F(DittoDestination, TheStageStandsBesideAndNobodyElseMayEnter) {
     EXPECT_TRUE(fs::is_empty(folder_.path()));
 }
 
-TEST_F(DittoDestination, ANameThatComesUpMeanwhileIsNotReplaced) {
+TEST_F(DittoDestination, ANameThatAppearsMeanwhileIsNotReplaced) {
     {
         Destination destination(dest_, 022);
         write(destination.stage(), "a");
@@ -73,7 +73,7 @@ TEST_F(DittoDestination, AStageThatWasReplacedIsNotPutInPlace) {
     EXPECT_TRUE(fs::is_empty(folder_ / "moved away"));
 }
 
-TEST_F(DittoDestination, WhatWasMovedUpIsTakenBackWhenTheRestCannotFollow) {
+TEST_F(DittoDestination, MovedItemsAreTakenBackIfALaterMoveFails) {
     folder_.makeFolder("dest");
     {
         Destination destination(dest_, 022);
@@ -86,7 +86,7 @@ TEST_F(DittoDestination, WhatWasMovedUpIsTakenBackWhenTheRestCannotFollow) {
     EXPECT_EQ(test::readFile(dest_ + "/b"), "of another");
 }
 
-TEST_F(DittoDestination, AVeryLongNameCanBeMade) {
+TEST_F(DittoDestination, AVeryLongNameCanBeCreated) {
     const std::string name(255, 'n');
     Destination destination(folder_ / name, 022);
     destination.commit({});

@@ -169,7 +169,7 @@ TEST_P(DittoEntryReaderOfSize, RefusesLessThanTheDeclaredSize) {
     EXPECT_EQ(failure(put(data_, content_.size() + 1, crc_)), kTooShort);
 }
 
-TEST_P(DittoEntryReaderOfSize, RefusesAnotherChecksum) {
+TEST_P(DittoEntryReaderOfSize, RefusesAWrongChecksum) {
     EXPECT_EQ(failure(put(data_, content_.size(), ~crc_)), kOtherSum);
 }
 

@@ -10,7 +10,7 @@ namespace {
 using DittoTree = test::EntriesFixture;
 using Paths = test::Paths;
 
-TEST_F(DittoTree, WhatStandsInAFolderFollowsTheFolder) {
+TEST_F(DittoTree, TheContentsOfAFolderFollowIt) {
     for (const char* name : {"a-b", "a/z", "a", "a/b/c", "a!", "b", "a/b"}) add(name);
     const EntryTree tree(entries_, FoldCase::No);
     EXPECT_EQ(pathsOf(tree.nodes()), (Paths{"a", "a/b", "a/b/c", "a/z", "a!", "a-b", "b"}));

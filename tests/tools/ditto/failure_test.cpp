@@ -31,7 +31,7 @@ TEST(DittoFailure, TakesTheReasonFromErrno) {
               "“file” couldn’t be written: No space left on device");
 }
 
-TEST(DittoFailure, EscapesWhatWouldSteerATerminal) {
+TEST(DittoFailure, EscapesTerminalControlCharacters) {
     EXPECT_EQ(textOf([] { failWithError("a\n\x1b[2J", "made", EIO); }),
               "“a\\x0a\\x1b[2J” couldn’t be made: Input/output error");
 }

@@ -85,7 +85,7 @@ TEST_F(DittoSink, NamesTheFileThatCannotBeWritten) {
     }
 }
 
-TEST_F(DittoSink, WritesFromAThreadOfItsOwn) {
+TEST_F(DittoSink, WritesOnASeparateThread) {
     for (const std::size_t size : {kLarge, std::size_t{0}, std::size_t{5}}) {
         const Descriptor file = make("file");
         const std::string part = text_.substr(0, size);
@@ -103,7 +103,7 @@ TEST_F(DittoSink, HasTheSameRoomForALargeEntry) {
     EXPECT_LE(sink.room(100 * kWholeEntry).size(), kWholeEntry);
 }
 
-TEST_F(DittoSink, ReportsAWriteOfTheThreadThatFailed) {
+TEST_F(DittoSink, ReportsAFailedWriteOfTheThread) {
     const Descriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
     BackgroundSink few(full.get(), "few");
     fill(few, "text");
@@ -113,7 +113,7 @@ TEST_F(DittoSink, ReportsAWriteOfTheThreadThatFailed) {
     EXPECT_THROW(fill(many, text_), Failure);
 }
 
-TEST_F(DittoSink, EndsItsThreadWhenItIsGivenUp) {
+TEST_F(DittoSink, EndsItsThreadWhenItIsDestroyedEarly) {
     const Descriptor file = make("file");
     {
         BackgroundSink sink(file.get(), "file");

@@ -181,7 +181,7 @@ TEST(DittoInflater, RefusesADamagedStreamAndUnpacksTheNext) {
     }
 }
 
-TEST(DittoInflater, ReachesNothingOfTheStreamBefore) {
+TEST(DittoInflater, DoesNotReferToTheStreamBefore) {
     StreamInflater inflater;
     for (const std::size_t out : {1U, 16U, 65536U}) {
         EXPECT_EQ(unpackedInPieces(inflater, bytesOf(test::deflated("secret")), 100, out).content,

@@ -32,7 +32,7 @@ class DittoInputFile : public testing::Test {
     test::TempFolder folder_;
 };
 
-TEST_F(DittoInputFile, IsReadAtAnyPlace) {
+TEST_F(DittoInputFile, IsReadAtAnyOffset) {
     const InputFile file(folder_.writeFile("file", "0123456789"));
     EXPECT_EQ(file.size(), 10U);
     EXPECT_EQ(read(file, 7, 3), "789");
@@ -55,12 +55,12 @@ TEST_F(DittoInputFile, ThatEndsEarlyIsAFailure) {
     EXPECT_THROW(read(file, 4, 2), Failure);
 }
 
-TEST_F(DittoInputFile, IsNamedWhereItCannotBeOpened) {
+TEST_F(DittoInputFile, IsNamedIfItCannotBeOpened) {
     const std::string path = folder_ / "missing";
     EXPECT_EQ(failure(path), "“" + path + "” couldn’t be opened: No such file or directory");
 }
 
-TEST_F(DittoInputFile, IsAFileAndNothingElse) {
+TEST_F(DittoInputFile, MustBeARegularFile) {
     const std::string folder = folder_.makeFolder("folder");
     EXPECT_EQ(failure(folder), "“" + folder + "” is not a file");
     // Nor is a writer waited for.

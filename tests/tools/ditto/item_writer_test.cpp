@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(DittoItems, AFolderThatTookAnothersPlaceKeepsItsRights) {
+TEST(DittoItems, AFolderThatReplacedAnotherKeepsItsMode) {
     const test::TempFolder folder;
     const Descriptor root(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const std::string made = folder.makeFolder("d");

@@ -29,7 +29,7 @@ TEST(DittoOptions, JoinedOptionsUnpack) {
     EXPECT_FALSE(options.verbose);
 }
 
-TEST(DittoOptions, OptionsStandInAnyOrder) {
+TEST(DittoOptions, OptionsMayBeInAnyOrder) {
     for (const Arguments& arguments :
          {Arguments{"-ck", "--keepParent", "dir", "a.zip"},
           Arguments{"-c", "-k", "--keepParent", "--sequesterRsrc", "--rsrc", "dir", "a.zip"},
@@ -49,7 +49,7 @@ TEST(DittoOptions, SeveralArchivesUnpackIntoTheLastPath) {
     EXPECT_EQ(options.destination, "out");
 }
 
-TEST(DittoOptions, WhatFollowsTwoDashesIsAPath) {
+TEST(DittoOptions, EverythingAfterTwoDashesIsAPath) {
     const Options options = parseOptions(Arguments{"-xk", "--", "-a.zip", "--help"});
     EXPECT_EQ(options.sources, std::vector<std::string>{"-a.zip"});
     EXPECT_EQ(options.destination, "--help");
@@ -79,7 +79,7 @@ TEST(DittoOptions, TheEnvironmentDoesNotChangeTheOrder) {
     EXPECT_TRUE(options.verbose);
 }
 
-TEST(DittoOptions, NothingOfAnEarlierCallIsLeft) {
+TEST(DittoOptions, AnEarlierCallLeavesNothing) {
     EXPECT_NE(errorOf({"-qxk", "a", "b"}), "");
     EXPECT_FALSE(parseOptions(Arguments{"-xk", "a", "b"}).verbose);
     EXPECT_EQ(parseOptions(Arguments{"-ck", "a", "b"}).action, Action::Pack);
@@ -107,7 +107,7 @@ TEST(DittoOptions, HelpAndVersionNeedNothingElse) {
     EXPECT_TRUE(parseOptions(Arguments{"-V", "-xk", "a", "b"}).verbose);
 }
 
-TEST(DittoOptions, WhatCannotBeDoneIsAnError) {
+TEST(DittoOptions, ImpossibleRequestsAreErrors) {
     EXPECT_NE(errorOf({}), "");
     EXPECT_NE(errorOf({"-xk"}), "");
     EXPECT_NE(errorOf({"-xk", "a.zip"}), "");

@@ -32,7 +32,7 @@ TEST_F(DittoPack, AnExistingArchiveIsReplacedOnlyByACompleteOne) {
     EXPECT_EQ(itemsIn(out_), 1U);
 }
 
-TEST_F(DittoPack, WhatCannotBePackedIsAnError) {
+TEST_F(DittoPack, SourcesThatCannotBePackedAreErrors) {
     const std::string file = folder_.writeFile("file", "content");
     EXPECT_EQ(runDitto({"-ck", folder_ / "missing", zip_}).status, 1);
     EXPECT_EQ(runDitto({"-ck", file, file}).status, 1);
@@ -67,7 +67,7 @@ TEST_F(DittoPack, ASignalLeavesTheOldArchive) {
     EXPECT_EQ(itemsIn(out_), 1U);
 }
 
-TEST_F(DittoPack, ALinkThatItsOwnUnpackingRefusesIsWarnedOfOnce) {
+TEST_F(DittoPack, WarnsOnceOfLinksThatUnpackingRefuses) {
     folder_.writeFile("src/d/file");
     folder_.makeLink("src/d/fine", "../d/./file");
     folder_.makeLink("src/m", "../outside");
@@ -96,7 +96,7 @@ TEST_F(DittoPack, WhereALinkLeadsDependsOnTheArchivesTop) {
     EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 0);
 }
 
-TEST_F(DittoPack, ALinkThroughAFileIsWarnedOf) {
+TEST_F(DittoPack, WarnsOfALinkThroughAFile) {
     folder_.writeFile("src/file");
     folder_.makeLink("src/link", "file/../file");
     const DittoResult result = runDitto({"-ck", folder_ / "src", zip_});
@@ -107,7 +107,7 @@ TEST_F(DittoPack, ALinkThroughAFileIsWarnedOf) {
     EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}).status, 1);
 }
 
-TEST_F(DittoPack, ATreeThatCanBeUnpackedIsPackedWithoutAWord) {
+TEST_F(DittoPack, ATreeThatCanBeUnpackedIsPackedWithoutAWarning) {
     EXPECT_EQ(runDitto({"-ck", makeBundle(), zip_}).errors, "");
 }
 
@@ -168,7 +168,7 @@ TEST_F(DittoPack, WithoutEnoughDescriptorsTheOldArchiveStays) {
 
 using UserDittoPack = DittoPack;
 
-TEST_F(UserDittoPack, AnUnreadableFileMakesNoArchive) {
+TEST_F(UserDittoPack, AnUnreadableFileLeavesNoArchive) {
     if (::geteuid() == 0) GTEST_SKIP() << "the super-user may read everything";
     folder_.writeFile("src/a", "a");
     const std::string closed = folder_.writeFile("src/closed", "b");

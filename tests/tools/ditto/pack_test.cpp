@@ -29,7 +29,7 @@ namespace {
 using test::PeerEntry;
 using test::readWithPeer;
 
-TEST_F(DittoPack, ABundleSurvivesThereAndBack) {
+TEST_F(DittoPack, ABundleIsUnchangedByPackingAndUnpacking) {
     const std::string app = makeBundle();
     const auto before = describeTree(folder_ / "src");
     ASSERT_EQ(runDitto({"-ck", "--keepParent", app, zip_}).status, 0);
@@ -91,7 +91,7 @@ TEST_F(DittoPack, ASourceThatIsALinkIsFollowed) {
     EXPECT_EQ(readWithPeer(zip_).back().content, "content");
 }
 
-TEST_F(DittoPack, TheFolderOfTheCallHasItsRealName) {
+TEST_F(DittoPack, TheCurrentFolderHasItsRealName) {
     folder_.writeFile("named/file");
     const auto inside = [this] { EXPECT_EQ(::chdir((folder_ / "named").c_str()), 0); };
     ASSERT_EQ(runDitto({"-ck", "--keepParent", ".", zip_}, inside).status, 0);
@@ -99,7 +99,7 @@ TEST_F(DittoPack, TheFolderOfTheCallHasItsRealName) {
 }
 
 // A file of one byte more than can be compressed as a whole is compressed in blocks.
-TEST_F(DittoPack, FilesOfTheSizesAroundTheLimitComeBack) {
+TEST_F(DittoPack, FilesOfSizesAroundTheLimitAreRestored) {
     for (const std::size_t size : {kWholeFile - 1, kWholeFile, kWholeFile + 1}) {
         const std::string file = folder_.writeFile("src/file", noise(100));
         fs::resize_file(file, size);
@@ -122,7 +122,7 @@ int sizeBefore(int file, struct stat* status) {
     return result;
 }
 
-TEST_F(DittoPack, AFileThatGrowsMeanwhileIsPackedWhole) {
+TEST_F(DittoPack, AFileThatGrowsMeanwhileIsPackedCompletely) {
     using platform::posix::exchangeSystemCalls;
     platform::posix::SystemCalls calls = platform::posix::systemCalls();
     calls.fstat = &sizeBefore;
@@ -140,7 +140,7 @@ TEST_F(DittoPack, AFileThatGrowsMeanwhileIsPackedWhole) {
     }
 }
 
-TEST_F(DittoPack, FilesOfManyBlocksComeBack) {
+TEST_F(DittoPack, FilesOfManyBlocksAreRestored) {
     const std::string large = noise(1U << 20U) + std::string(3U << 20U, 'x') + noise(5);
     folder_.writeFile("src/large", large);
     folder_.writeFile("src/one block", std::string(512U << 10U, 'b'));
@@ -173,7 +173,7 @@ TEST_F(DittoPack, DatesBefore1970AndAfter2038AreKept) {
     }
 }
 
-TEST_F(DittoPack, ALinkInTheArchivesPlaceIsReplacedNotFollowed) {
+TEST_F(DittoPack, ALinkAtTheArchivesPathIsReplacedNotFollowed) {
     folder_.writeFile("victim", "victim");
     folder_.makeLink("out/a.zip", folder_ / "victim");
     EXPECT_EQ(runDitto({"-ck", folder_.writeFile("file"), zip_}).status, 0);
@@ -190,7 +190,7 @@ TEST_F(DittoPack, AnArchiveInsideItsSourceIsLeftOut) {
     }
 }
 
-TEST_F(DittoPack, TheArchiveHasTheUsualRights) {
+TEST_F(DittoPack, TheArchiveHasTheUsualMode) {
     ASSERT_EQ(runDitto({"-ck", folder_.writeFile("file"), zip_}, [] { ::umask(026); }).status, 0);
     EXPECT_EQ(static_cast<unsigned>(fs::status(zip_).permissions()), 0640U);
 }
@@ -262,7 +262,7 @@ TEST_F(DittoPack, ABadSourceDateIsAnErrorAndLeavesTheOldArchive) {
     EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}, withEnvironment("tomorrow")).status, 0);
 }
 
-TEST_F(DittoPack, AMessageNeverGetsIntoTheArchive) {
+TEST_F(DittoPack, MessagesAreNeverWrittenIntoTheArchive) {
     folder_.writeFile("src/file", "content");
     const auto closed = [] {
         for (const int stream : {0, 1, 2}) ::close(stream);
@@ -286,7 +286,7 @@ void withoutOpenat2() {
         ::_exit(77);
 }
 
-TEST_F(DittoPack, AnOldKernelIsEnough) {
+TEST_F(DittoPack, WorksWithoutOpenat2) {
     const std::string app = makeBundle();
     const int status = runDitto({"-ck", app, zip_}, &withoutOpenat2).status;
     if (status == 77) GTEST_SKIP() << "system calls cannot be filtered here";

@@ -19,7 +19,7 @@ std::string objection(const std::vector<std::string>& targets, const std::string
     return linkObjection(SourceTree(folder / "source", {}), prefix, targets);
 }
 
-TEST(DittoPackedLinks, InsideTheArchiveAreFine) {
+TEST(DittoPackedLinks, InsideTheArchiveAreAccepted) {
     EXPECT_EQ(objection({}), "");
     EXPECT_EQ(objection({"folder/file", "folder", "missing", "link0", "folder/../link0"}), "");
 }

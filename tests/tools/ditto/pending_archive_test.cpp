@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(DittoPendingArchive, ThatWasReplacedByAnotherFileIsNotPutInPlace) {
+TEST(DittoPendingArchive, IsNotPutInPlaceIfAnotherFileReplacedIt) {
     const test::TempFolder folder;
     folder.writeFile("a.zip", "old");
     std::string temporary;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* kName = "SOURCE_DATE_EPOCH";
 
-TEST(DittoSourceDate, IsNothingWhereItIsNotSet) {
+TEST(DittoSourceDate, IsNothingIfItIsNotSet) {
     ::unsetenv(kName);
     EXPECT_EQ(sourceDateEpoch(), std::nullopt);
 }

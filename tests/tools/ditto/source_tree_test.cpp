@@ -62,7 +62,7 @@ TEST_F(DittoSource, MayBeASingleFile) {
     EXPECT_FALSE(tree.isFolder());
 }
 
-TEST_F(DittoSource, ThatHasNoNameOfItsOwnIsCalledWhatItIs) {
+TEST_F(DittoSource, HasItsRealNameIfItIsOnlyDots) {
     folder_.makeFolder("real/inside");
     EXPECT_EQ(SourceTree(path("real/."), {}).name(), "real");
     EXPECT_EQ(SourceTree(path("real/inside/.."), {}).name(), "real");

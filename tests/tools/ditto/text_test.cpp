@@ -19,7 +19,7 @@ TEST(DittoText, ControlCharactersAreEscaped) {
     EXPECT_EQ(quoted("a"), "“a”");
 }
 
-TEST(DittoText, OnlyWhatSteersATerminalIsEscaped) {
+TEST(DittoText, OnlyTerminalControlCharactersAreEscaped) {
     for (const char* character : {" ", "~", "\u00a0", "\u2029", "\u202f", "\u2065", "\u206a"})
         EXPECT_EQ(printable(character), character);
     for (const char* character :

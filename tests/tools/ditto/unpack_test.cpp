@@ -26,7 +26,7 @@
 namespace quillmoor::ditto {
 namespace {
 
-TEST_F(DittoUnpack, FilesFoldersAndLinksComeOutAsTheyWere) {
+TEST_F(DittoUnpack, RestoresFilesFoldersAndLinks) {
     ZipItem program = zipFile("X.app/MacOS/run", std::string(300000, 'p'));
     program.mode = 0100755;
     program.deflated = true;
@@ -57,7 +57,7 @@ TEST_F(DittoUnpack, FilesFoldersAndLinksComeOutAsTheyWere) {
     EXPECT_EQ(itemsLeft(), 1U);
 }
 
-TEST_F(DittoUnpack, MissingFoldersAboveAreMade) {
+TEST_F(DittoUnpack, MissingParentsAreCreated) {
     const std::string path = archive(buildZip({zipFile("a")}));
     EXPECT_EQ(runDitto({"-x", "-k", path, work_ + "/p/q/dest/"}).status, 0);
     EXPECT_EQ(readFile(work_ + "/p/q/dest/a"), "content");
@@ -72,7 +72,7 @@ TEST_F(DittoUnpack, ARelativeDestinationIsFound) {
     EXPECT_EQ(readFile(work_ + "/a"), "content");
 }
 
-TEST_F(DittoUnpack, WithoutPathsNothingIsMade) {
+TEST_F(DittoUnpack, WithoutPathsNothingIsCreated) {
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"-xk"}, {"-xk", dest_}, {}}) {
         const DittoResult result = runDitto(arguments);
@@ -108,7 +108,7 @@ TEST_F(DittoUnpack, HelpThatCannotBeWrittenIsAFailure) {
     EXPECT_EQ(result.status, 1);
 }
 
-TEST_F(DittoUnpack, ALargeFileComesOutWhole) {
+TEST_F(DittoUnpack, ALargeFileIsUnpackedCompletely) {
     std::string content;
     for (int i = 0; content.size() < 9U << 20U; ++i) content += std::to_string(i);
     ZipItem item = zipFile("large", content);
@@ -127,7 +127,7 @@ TEST_F(DittoUnpack, SetuidAndStickyBitsAreDropped) {
     EXPECT_EQ(modeOf(dest_ + "/d"), 0777U);
 }
 
-TEST_F(DittoUnpack, WithoutRightsInTheArchiveTheMaskRules) {
+TEST_F(DittoUnpack, WithoutAModeInTheArchiveTheMaskApplies) {
     ZipItem item = zipFile("d/a");
     item.host = 0;
     item.mode = 0;
@@ -143,7 +143,7 @@ TEST_F(DittoUnpack, AFolderMayForbidWriting) {
     EXPECT_EQ(readFile(dest_ + "/d/e/f"), "content");
 }
 
-TEST_F(DittoUnpack, AnExistingFolderKeepsWhatItHolds) {
+TEST_F(DittoUnpack, AnExistingFolderKeepsItsItems) {
     folder_.writeFile("work/dest/old", "old");
     const std::string bytes = buildZip({zipFolder("d/", 0555), zipFile("d/new"), zipFile("new")});
     EXPECT_EQ(unpack(bytes).status, 0);
@@ -174,7 +174,7 @@ TEST_F(DittoUnpack, ALinkToAFolderIsADestination) {
     EXPECT_TRUE(fs::is_symlink(dest_));
 }
 
-TEST_F(DittoUnpack, ADanglingLinkOrAFileIsNoDestination) {
+TEST_F(DittoUnpack, ADanglingLinkOrAFileIsNotADestination) {
     const std::string bytes = buildZip({zipFile("a")});
     folder_.makeLink("work/dest", "nowhere");
     EXPECT_NE(unpack(bytes).errors.find("leads nowhere"), std::string::npos);
@@ -187,7 +187,7 @@ TEST_F(DittoUnpack, ADanglingLinkOrAFileIsNoDestination) {
     EXPECT_EQ(itemsLeft(), 1U);
 }
 
-TEST_F(DittoUnpack, FoldersMadeAboveGoAgainAfterARefusal) {
+TEST_F(DittoUnpack, CreatedParentsAreRemovedAfterARefusal) {
     const std::string path = archive(buildZip({zipFile("../x")}));
     ZipItem damaged = zipFile("a");
     damaged.crc = 1;
@@ -261,7 +261,7 @@ TEST_F(DittoUnpack, AFullDiskLeavesNothing) {
 
 using UserDittoUnpack = DittoUnpack;
 
-TEST_F(UserDittoUnpack, AParentWithoutTheRightToWriteIsAnError) {
+TEST_F(UserDittoUnpack, AParentThatIsNotWritableIsAnError) {
     if (::geteuid() == 0) GTEST_SKIP() << "the super-user may write everywhere";
     ASSERT_EQ(::chmod(work_.c_str(), 0555), 0);
     const DittoResult result = unpack(buildZip({zipFile("a")}));
@@ -288,7 +288,7 @@ TEST_F(DittoUnpack, ASignalDuringAMergeLeavesTheFolderAsItWas) {
     EXPECT_EQ(test::describeTree(dest_), before);
 }
 
-TEST_F(DittoUnpack, ADestinationIsFollowedOnceAndForAll) {
+TEST_F(DittoUnpack, ADestinationThatIsALinkIsFollowedOnce) {
     folder_.makeFolder("work/real");
     folder_.makeFolder("work/victim");
     folder_.makeLink("work/dest", "real");
@@ -324,7 +324,7 @@ TEST_F(DittoUnpack, AnIgnoredSignalStaysIgnored) {
 }
 
 // Archives that zip, bsdtar and Python's zipfile made of one small tree; archives/make made them.
-TEST_F(DittoUnpack, ArchivesOfOtherPackersComeOutAsTheyWere) {
+TEST_F(DittoUnpack, ArchivesOfOtherPackersAreRestored) {
     const std::string date = "|" + std::to_string(kDate);
     const std::string file = "one.txt|33184" + date + "|one\n";
     const std::string inner = "sub/long|33188" + date + '|' + std::string(3000, 'z');
@@ -350,7 +350,7 @@ TEST_F(DittoUnpack, ArchivesOfOtherPackersComeOutAsTheyWere) {
     EXPECT_EQ(readFile(dest_ + "/sub/long"), std::string(3000, 'z'));
 }
 
-TEST_F(DittoUnpack, WhatWasPackedFromAPipeIsAFile) {
+TEST_F(DittoUnpack, AnEntryPackedFromAPipeIsAFile) {
     for (const char* name : {"zip-pipe", "zip-pipe-streamed"}) {
         const std::string path = std::string(DITTO_ARCHIVES) + name + ".zip";
         EXPECT_EQ(runDitto({"-xk", path, work_ + '/' + name}).errors, "");
@@ -360,7 +360,7 @@ TEST_F(DittoUnpack, WhatWasPackedFromAPipeIsAFile) {
     }
 }
 
-TEST_F(DittoUnpack, NamesThatDifferInCaseAreTwoWhereTheFileSystemSaysSo) {
+TEST_F(DittoUnpack, NamesThatDifferInCaseAreDistinctIfTheFileSystemSaysSo) {
     EXPECT_EQ(unpack(buildZip({zipFile("a", "1"), zipFile("A", "2")})).status, 0);
     EXPECT_EQ(readFile(dest_ + "/a"), "1");
     EXPECT_EQ(readFile(dest_ + "/A"), "2");
@@ -436,7 +436,7 @@ TEST_F(DittoUnpack, RenamesThatCanOnlyReplaceAreEnough) {
     EXPECT_EQ(runDitto({"-xk", path, work_ + "/old"}, &withReplacingRenamesOnly).status, 1);
 }
 
-TEST_F(DittoUnpack, MessagesThatNobodyReadsDoNotEndIt) {
+TEST_F(DittoUnpack, ContinuesWithoutAReaderOfItsMessages) {
     const std::string path = archive(buildZip(manyFiles()));
     const auto closedPipe = [] {
         std::array<int, 2> ends = {};

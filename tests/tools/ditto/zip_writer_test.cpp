@@ -53,7 +53,7 @@ TEST_F(DittoZipWriter, MoreThan65535EntriesAreCounted) {
     expectEntries(66000);
 }
 
-TEST_F(DittoZipWriter, ExactlyTheLargestOldCountIsWrittenTheNewWay) {
+TEST_F(DittoZipWriter, TheLargestOldCountIsWrittenAsZip64) {
     for (int i = 0; i < 65535; ++i) writer_.add(header(std::to_string(i)), zip::kStored, 0, 0, {});
     expectEntries(65535);
 }
