@@ -19,11 +19,11 @@ int entryCount(const char* folder) {
     return count;
 }
 
-// The state and the parent of a process, as in "R 17"; "" when there is no such process.
+// The state and the parent of a process, for example "R 17"; "" if there is no such process.
 std::string stateAndParent(const fs::path& process) {
     std::string line;
     std::getline(std::ifstream(process / "stat"), line);
-    // The program's name stands before it, in parentheses, and may hold anything.
+    // They follow the program's name, which is in parentheses and may contain any character.
     const std::size_t nameEnd = line.rfind(')');
     if (nameEnd == std::string::npos) return "";
     return line.substr(nameEnd + 2, line.find(' ', nameEnd + 4) - nameEnd - 2);
@@ -63,7 +63,7 @@ int zombieCount() {
     return count;
 }
 
-// Reading the folder takes a descriptor itself, both times that it is compared.
+// Reading the folder takes a descriptor itself, which does not matter for comparisons.
 int openDescriptorCount() {
     return entryCount("/proc/self/fd");
 }

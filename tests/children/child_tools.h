@@ -1,4 +1,4 @@
-// What a test does with the tiny programs of this folder.
+// Helpers for tests that run the programs of this folder.
 #pragma once
 
 #include <sys/types.h>
@@ -9,7 +9,7 @@
 
 namespace quillmoor::test {
 
-// The address space and the signals of this program are shared with a sanitizer.
+// Whether a sanitizer shares the address space and the signals of this program.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kSanitized = true;
 #elif defined(__has_feature)
@@ -19,22 +19,24 @@ inline constexpr bool kSanitized =
 inline constexpr bool kSanitized = false;
 #endif
 
-// The path of a program of this folder.
+// Returns the path of a program of this folder.
 std::string childPath(std::string_view name);
 
-// Asks again and again, for ten seconds at most, until the answer is yes; answers the last one.
+// Evaluates `condition` repeatedly until it is true, for ten seconds at most. Returns its last
+// value.
 bool eventually(const std::function<bool()>& condition);
 
-// The number that a child has written to `file`; waits for it. -1 when none came.
+// Waits for the process number that a child writes to `file`, and returns it; -1 if none is
+// written.
 pid_t pidIn(const std::string& file);
 
-// A process of that number exists, be it one that has ended and whose status nobody has collected.
+// Returns whether a process of that number exists, including zombies.
 bool processExists(pid_t pid);
 
-// Children of this process that have ended and whose status nobody has collected.
+// Returns the number of children of this process that are zombies.
 int zombieCount();
 
-// Of this process.
+// The numbers of this process.
 int openDescriptorCount();
 int threadCount();
 

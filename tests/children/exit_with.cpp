@@ -1,4 +1,4 @@
-// exit_with N: ends with that status.
+// exit_with N: ends with status N.
 #include <cstdlib>
 
 int main(int argc, char** argv) {

@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
     const std::string little(std::size_t{4} << 10, 'e');
     const std::string much(std::size_t{300} << 10, 'e');
     if (::write(STDERR_FILENO, little.data(), little.size()) < 0) return 1;
-    quillmoor::test::tellNumber(argv[1]);
+    quillmoor::test::writeNumber(argv[1]);
     if (::write(STDERR_FILENO, much.data(), much.size()) < 0) return 1;
     return ::write(STDOUT_FILENO, "done", 4) < 0 ? 1 : 0;
 }

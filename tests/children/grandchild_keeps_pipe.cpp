@@ -1,4 +1,4 @@
-// grandchild_keeps_pipe: ends at once; a child of its own keeps the streams for a while and then
+// grandchild_keeps_pipe: ends immediately; its own child keeps the streams for a while and then
 // writes "late".
 #include <unistd.h>
 

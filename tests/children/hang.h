@@ -1,4 +1,4 @@
-// For children that a test wants to find, and to stay.
+// For children that report their process number and wait.
 #pragma once
 
 #include <unistd.h>
@@ -8,9 +8,9 @@
 
 namespace quillmoor::test {
 
-// Writes the process's number to `file`, which then is there whole. Should the test die, the child
-// ends by itself.
-inline void tellNumber(const char* file) {
+// Writes the process number to `file`, which appears only when it is complete. An alarm ends the
+// child if the test does not.
+inline void writeNumber(const char* file) {
     ::alarm(60);
     const std::string partial = std::string(file) + ".partial";
     if (std::FILE* out = std::fopen(partial.c_str(), "w")) {
@@ -20,9 +20,9 @@ inline void tellNumber(const char* file) {
     }
 }
 
-// And waits for a signal.
+// Writes the process number, then waits for a signal.
 [[noreturn]] inline void hang(const char* file) {
-    tellNumber(file);
+    writeNumber(file);
     for (;;) ::pause();
 }
 

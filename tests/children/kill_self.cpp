@@ -1,4 +1,4 @@
-// kill_self N: ends by that signal.
+// kill_self N: ends by signal N.
 #include <sys/resource.h>
 #include <unistd.h>
 

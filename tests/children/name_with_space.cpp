@@ -1,4 +1,4 @@
-// "name with space": a tool whose file name has to be passed on untouched.
+// "name with space": a tool whose file name must be passed on unchanged.
 #include <cstdio>
 
 int main() {

@@ -6,7 +6,7 @@
 
 int main(int argc, char** argv) {
     if (argc < 2) return 2;
-    quillmoor::test::tellNumber(argv[1]);
+    quillmoor::test::writeNumber(argv[1]);
     char bytes[4096];
     for (ssize_t count = 0; (count = ::read(STDIN_FILENO, bytes, sizeof bytes)) > 0;)
         if (::write(STDOUT_FILENO, bytes, static_cast<std::size_t>(count)) < 0) return 1;

@@ -10,10 +10,10 @@ fail() {
 }
 
 "$1" -x -k "$2/Tallyframe Uninstaller.zip" "$folder/unpacked"
-[ "$(ls -A "$folder/unpacked")" = "Tallyframe Uninstaller.app" ] || fail "holds something else"
+[ "$(ls -A "$folder/unpacked")" = "Tallyframe Uninstaller.app" ] || fail "the archive has other items"
 contents="$folder/unpacked/Tallyframe Uninstaller.app/Contents"
 cmp "$contents/Info.plist" "$2/Tallyframe Uninstaller.app/Contents/Info.plist"
-[ "$(readlink "$contents/Resources/Help.txt")" = "Read Me.txt" ] || fail "the link is no link"
+[ "$(readlink "$contents/Resources/Help.txt")" = "Read Me.txt" ] || fail "the link is not a link"
 program="$contents/Linux/Tallyframe Uninstaller"
 [ -x "$program" ] || fail "the program cannot be started"
 readelf --sections --dynamic --wide "$program" >"$folder/about.txt"

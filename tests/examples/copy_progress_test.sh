@@ -1,5 +1,5 @@
 #!/bin/sh
-# copy_progress_test.sh FOLDER: the program of FOLDER that copies on a terminal, run for real.
+# copy_progress_test.sh FOLDER: runs the program of FOLDER that copies on a terminal.
 set -eu
 program=$1/copy-with-progress
 work=$(mktemp -d)
@@ -16,18 +16,18 @@ ln -s sub "$work/from/link"
 
 "$program" "$work/from" "$work/new/copy" >"$work/out" || fail "the copy failed"
 diff -r "$work/from" "$work/new/copy" || fail "the copy is not the same"
-[ -L "$work/new/copy/link" ] || fail "the link is no link"
-grep -q '^Copied\.$' "$work/out" || fail "it does not say so"
+[ -L "$work/new/copy/link" ] || fail "the link is not a link"
+grep -q '^Copied\.$' "$work/out" || fail "it does not report success"
 
 "$program" "$work/from" "$work/new/copy" 2>"$work/err" && fail "it copied over an item"
-grep -q "exists already" "$work/err" || fail "it does not say why"
+grep -q "exists already" "$work/err" || fail "it does not report why"
 
 (cd "$work" && "$program" from/sub copied) >"$work/out" || fail "a relative name is not copied"
 [ -e "$work/copied/a file" ] || fail "the copy is not in the current folder"
 
-"$program" "$work/gone" "$work/other" 2>/dev/null && fail "it copied what is not there"
+"$program" "$work/gone" "$work/other" 2>/dev/null && fail "it copied an item that does not exist"
 [ ! -e "$work/other" ] || fail "something is left"
 
 status=0
 "$program" 2>/dev/null || status=$?
-[ "$status" -eq 2 ] || fail "wrong use answers $status"
+[ "$status" -eq 2 ] || fail "wrong use has status $status"

@@ -14,7 +14,7 @@ fail() {
     exit 1
 }
 
-# Below a folder of this test's own: an installation also writes outside of its prefix.
+# Into a folder of this test: an installation also writes outside of its prefix.
 DESTDIR=$work "$cmake" --install "$build" --prefix /installed >"$work/install.txt"
 [ -d "$work/Library/Logs/Quillmoor" ] || fail "the log folder of root's programs is not made"
 bundle=$(find "$work/installed" -name VersionCheck.bundle)
@@ -22,7 +22,7 @@ bundle=$(find "$work/installed" -name VersionCheck.bundle)
     fail "the bundle has no uninstaller to open"
 if [ -n "$bundle" ]; then
     "$source/tests/examples/libraries_test.sh" "$work/installed" "$source/docs/libraries.md" ||
-        fail "docs/libraries.md names other libraries than are linked"
+        fail "docs/libraries.md does not name the libraries that are linked"
 fi
 [ -z "$(find "$work/installed/include" -name '*_posix.h' -o -name '*_linux.h')" ] ||
     fail "a back-end's header is installed"
@@ -33,14 +33,14 @@ fi
 "$cmake" --build "$work/build" >"$work/build.txt" || { cat "$work/build.txt"; exit 1; }
 ! grep -q -e -Werror "$work/build/compile_commands.json" || fail "our warnings reach the user"
 
-# Every installed header stands on its own floor's headers alone.
+# Every installed header includes installed headers only.
 (cd "$work/installed/include/quillmoor" && find . -name '*.h' | sort |
     sed 's|^\./\(.*\)|#include <quillmoor/\1>|') >"$work/all_headers.cpp"
 "$compiler" -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I"$work/installed/include" \
     "$work/all_headers.cpp"
 
-# As an ordinary user, for the super-user's log is the machine's.
+# As an ordinary user, because root's log is the machine's.
 said=$(HOME=$home "$source/scripts/as-user" "$work/build/library-user")
 [ "$said" = "Running on $(uname -srm)" ] || fail "the program said: $said"
 grep -q " - Running on $(uname -s) " "$home/Library/Logs/Quillmoor/library-user.1.log" ||
-    fail "nothing stands in the log"
+    fail "the log has no such line"

@@ -1,6 +1,6 @@
 #!/bin/sh
-# What an installation without the host and its toolkit holds, as far as it is known without
-# building it: install_without_host_test.sh CMAKE GENERATOR COMPILER BUILD-FOLDER SOURCE-FOLDER
+# Checks the contents of an installation without the host and its toolkit, without building it.
+# install_without_host_test.sh CMAKE GENERATOR COMPILER BUILD-FOLDER SOURCE-FOLDER
 set -eu
 cmake=$1 generator=$2 compiler=$3 build=$4 source=$5
 work=$build/install-without-host-test

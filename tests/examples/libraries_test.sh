@@ -1,11 +1,11 @@
 #!/bin/sh
-# Compares what the installed programs link with the table of docs/libraries.md.
+# Compares the libraries that the installed programs link with the table of docs/libraries.md.
 # libraries_test.sh INSTALLED-FOLDER DOCUMENT
 set -eu
 installed=$1 document=$2
 status=0
 
-linked() { # the libraries of a program, without those that every one links
+linked() { # the libraries of a program, without those that every program links
     readelf -d "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' |
         grep -v -E '^(lib(a|t|ub|l)san|libstdc\+\+|libgcc_s|libc|libm|ld-linux[^.]*)\.so' | sort | tr '\n' ' '
 }

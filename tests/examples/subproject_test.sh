@@ -1,6 +1,5 @@
 #!/bin/sh
-# Builds a product that has the library as a part of itself, and headers of its own with the names
-# of ours.
+# Builds a product that has the library as a subproject, and its own headers with the names of ours.
 # subproject_test.sh CMAKE GENERATOR COMPILER BUILD-FOLDER SOURCE-FOLDER add_subdirectory|FetchContent
 set -eu
 cmake=$1 generator=$2 compiler=$3 build=$4 source=$5 way=$6
@@ -51,9 +50,9 @@ export CMAKE_CXX_COMPILER_LAUNCHER
 cache=$work/build/CMakeCache.txt
 grep -q '^CMAKE_BUILD_TYPE:STRING=$' "$cache" || fail "a build type is chosen for the product"
 extra=$(grep -e '^Qt6' -e '^GTest' -e '^KX_' -e '^CCACHE' "$cache" | grep -v '^KX_PLATFORM:' || true)
-[ -z "$extra" ] || fail "something is looked for or can be set that is not needed: $extra"
+[ -z "$extra" ] || fail "the cache has entries that the product does not need: $extra"
 if [ "$way" = FetchContent ]; then
-    # The rest does not depend on the way.
+    # The rest is the same for both ways.
     "$cmake" --build "$work/build" --target CMakeFiles/product.dir/main.cpp.o >"$work/build.txt" ||
         { cat "$work/build.txt"; exit 1; }
     exit 0
@@ -62,7 +61,7 @@ ls "$work/build" >"$work/before.txt"
 "$cmake" --build "$work/build" --parallel >"$work/build.txt" || { cat "$work/build.txt"; exit 1; }
 ! grep -q -e -Werror "$work/build/compile_commands.json" || fail "our warnings reach the product"
 left=$(ls "$work/build" | grep -v -x -F -f "$work/before.txt" | grep -v '^\.' || true)
-[ "$left" = product ] || fail "more than the product is in its folder: $left"
+[ "$left" = product ] || fail "its build folder has more than the product: $left"
 [ -z "$(find "$work/build" -name '*.bundle' -o -name 'test_*' -o -name ditto)" ] ||
     fail "more than the library is built"
 DESTDIR=$work/installed "$cmake" --install "$work/build" --prefix /p >"$work/install.txt"

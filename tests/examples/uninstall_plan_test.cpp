@@ -25,7 +25,7 @@ class FakeApplications : public test::ForwardingApplications {
     OptionalPath application;
 };
 
-// Recycles into a list; an item named `refused` stays.
+// Records what is recycled; an item named `refused` is not moved.
 class FakeTrash : public test::ForwardingTrash {
   public:
     platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
@@ -59,7 +59,7 @@ class FakeLocations : public test::ForwardingLocations {
     std::string home_;
 };
 
-// An ordinary user's home, whoever runs the test.
+// The home of an ordinary user, even if root runs the test.
 class FakeProcessInfo : public test::ForwardingProcessInfo {
   public:
     unsigned realUserId() override { return 501; }

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Drives the uninstaller by the keyboard, on an X server without a monitor and with a window
+# Operates the uninstaller by the keyboard, on an X server without a monitor and with a window
 # manager. uninstaller_screen_test.sh FOLDER-OF-THE-APPLICATIONS
 set -eu
 for program in Xvfb openbox xdotool; do
@@ -17,7 +17,7 @@ trap '[ -z "$manager" ] || kill $manager || true
     rm -rf "$HOME"' EXIT
 export HOME TMPDIR="$HOME/tmp" XDG_RUNTIME_DIR="$HOME/run" QT_QPA_PLATFORM=xcb
 unset WAYLAND_DISPLAY XDG_DATA_HOME XDG_DATA_DIRS
-# The toolkit's own libraries keep what they once made.
+# The toolkit's libraries never free some of their memory.
 export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0"
 mkdir -m 700 "$TMPDIR" "$XDG_RUNTIME_DIR"
 app=$HOME/Applications/Tallyframe.app
@@ -45,7 +45,7 @@ start() {
     process=$!
     wait_for "the window" is_active
 }
-# Sends a key until the program has ended; its status.
+# Sends a key until the program has ended. Sets status.
 end_with() {
     tries=600
     while kill -0 $process 2>/dev/null; do
@@ -66,7 +66,7 @@ openbox --sm-disable >/dev/null 2>&1 &
 manager=$!
 wait_for "the window manager" manages
 
-# Who cancels has nothing removed, and the status says so.
+# If the user cancels, nothing is removed, and the status is 3.
 for key in Escape Return; do
     start
     end_with $key

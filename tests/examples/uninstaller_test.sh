@@ -1,5 +1,5 @@
 #!/bin/sh
-# Runs the uninstaller with nobody at the screen, against a product in a home of its own.
+# Runs the uninstaller without a display, on a product in a temporary home.
 # uninstaller_test.sh FOLDER-OF-THE-APPLICATIONS
 set -eu
 apps=$1
@@ -8,7 +8,7 @@ HOME=$(mktemp -d)
 trap 'chmod -R u+w "$HOME"; rm -rf "$HOME"' EXIT
 export HOME TMPDIR="$HOME/tmp" XDG_RUNTIME_DIR="$HOME/run"
 unset DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM XDG_DATA_HOME XDG_DATA_DIRS
-# The toolkit's own libraries keep what they once made.
+# The toolkit's libraries never free some of their memory.
 export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0"
 mkdir -m 700 "$TMPDIR" "$XDG_RUNTIME_DIR"
 pictures=$HOME/pictures
@@ -33,7 +33,7 @@ remove() {
 }
 has_picture() { [ -s "$pictures/uninstaller-$1.png" ] || fail "no picture of the $1"; }
 
-# The help needs no display, and not even a toolkit that works.
+# The help needs neither a display nor a toolkit that works.
 for word in --help -h; do
     QT_QPA_PLATFORM=xcb DISPLAY=:none timeout 60 "$uninstaller" $word >"$TMPDIR/help" ||
         fail "help: status $?"
@@ -45,11 +45,11 @@ done
 install_product
 status=0
 timeout 60 "$uninstaller" 2>"$TMPDIR/errors" || status=$?
-[ $status -eq 1 ] || fail "unseen: status $status"
-grep -q "no display for the question" "$TMPDIR/errors" || fail "unseen: says nothing"
-[ -d "$app" ] && [ -d "$support" ] || fail "unseen: something was moved"
+[ $status -eq 1 ] || fail "no display: status $status"
+grep -q "no display for the question" "$TMPDIR/errors" || fail "no display: no message"
+[ -d "$app" ] && [ -d "$support" ] || fail "no display: something was moved"
 
-# What is found goes to the Trash, links as links.
+# The items are moved to the Trash, links as links.
 remove
 [ $status -eq 0 ] || fail "removal: status $status"
 [ ! -e "$app" ] && [ ! -e "$support" ] || fail "removal: something is left"
@@ -61,14 +61,14 @@ remove
 has_picture question
 has_picture report
 
-# Then there is nothing to ask.
+# If nothing is installed, there is no question.
 rm "$pictures"/*
 remove
-[ $status -eq 0 ] || fail "nothing there: status $status"
-[ ! -e "$pictures/uninstaller-question.png" ] || fail "nothing there: asks"
+[ $status -eq 0 ] || fail "not installed: status $status"
+[ ! -e "$pictures/uninstaller-question.png" ] || fail "not installed: asks"
 has_picture report
 
-# What cannot be moved stays, does not hold up the rest, and is told.
+# An item that cannot be moved stays, does not stop the others, and is reported.
 install_product
 chmod 555 "$HOME/Applications"
 remove

@@ -32,7 +32,7 @@ class Toolkit : public ::testing::Environment {
 
 [[maybe_unused]] const auto* const toolkit = ::testing::AddGlobalTestEnvironment(new Toolkit);
 
-// One item, which is gone before it can be moved.
+// One item, which does not exist when it is to be moved.
 std::vector<Item> items() {
     return {{Item::Kind::Application, "/nonexistent/Tallyframe.app"}};
 }

@@ -43,7 +43,7 @@ class InstallerHost : public ::testing::Test {
     QImage picture(const std::string& name) const {
         return QImage(QString::fromStdString(folder_ / ("pictures/" + name + ".png")));
     }
-    // Until it is the last line of the file.
+    // Waits until it is the last line of the file.
     void waitForLine(const char* file, const std::string& line) const {
         const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         for (auto lines = linesOf(folder_ / file); lines.empty() || lines.back() != line;
@@ -128,7 +128,7 @@ TEST_F(InstallerHost, EndsInOrderWhenItIsTerminated) {
     EXPECT_EQ(record().back(), "Shows destroyed");
 }
 
-// The toolkit's simplest screen counts as a display: there the window asks before it is closed.
+// The toolkit's minimal platform counts as a display: on it the window asks before it is closed.
 TEST_F(InstallerHost, IsTerminatedWithoutAQuestion) {
     const std::string bundle = makeBundle(folder_, "X.bundle", "Shows");
     HostProcess host(

@@ -22,7 +22,7 @@ class Controller : public ::testing::Test {
   protected:
     void SetUp() override { ::setenv("INSTALLER_TEST_RECORD", (folder_ / "record").c_str(), 1); }
 
-    // Introduction, a bundle for each class, Summary; the window is shown.
+    // Shows the window with Introduction, a bundle for each class, Summary.
     void open(const std::vector<std::string>& paneClasses,
               const std::vector<std::string>& actions = {}) {
         std::vector<std::string> bundles;
@@ -41,7 +41,7 @@ class Controller : public ::testing::Test {
     Widget* find(const char* name) {
         return qobject_cast<Widget*>(controller_->window().widgetNamed(name));
     }
-    // What the plug-ins wrote down about entering and leaving.
+    // The calls that the plug-ins recorded about entering and leaving.
     std::vector<std::string> visits() const {
         std::vector<std::string> lines;
         for (const std::string& line : test::linesOf(folder_ / "record"))
@@ -91,7 +91,7 @@ TEST_F(Controller, ThePanesControlsAreSeenOnceItIsShown) {
 
 TEST_F(Controller, APaneThatPassesItselfOverIsNeverShown) {
     open({"PassesOver"});
-    // Every title that the window ever has.
+    // Every title that the window shows.
     QStringList titles;
     auto* title = find<QLabel>("paneTitle");
     class Watcher : public QObject {
@@ -121,7 +121,7 @@ TEST_F(Controller, TheOldPaneStaysOnScreenWhileTheNextOneIsEntered) {
     bool seen = true;
     QTimer::singleShot(0, &controller_->window(), [&] {
         seen = find("uninstallBtn")->isVisible();
-        // The user is not heard meanwhile.
+        // The user is ignored meanwhile.
         find("continueButton")->click();
     });
     controller_->userContinues();
@@ -252,7 +252,7 @@ TEST_F(Controller, WidgetsAreDestroyedBeforeTheirPanes) {
     controller_->userContinues();
     controller_.reset();
     EXPECT_EQ(test::linesOf(folder_ / "record").back(), "Shows destroyed");
-    // A control that is told to show itself afterwards writes nothing down.
+    // A control that is shown afterwards records nothing.
     EXPECT_EQ(transcript().back(), "on screen: “Shows”");
 }
 

@@ -15,7 +15,7 @@ class QuitSignals : public ::testing::TestWithParam<int> {
     }
 };
 
-// The program would not end, or be killed.
+// Otherwise the program would not end, or would be killed.
 TEST_P(QuitSignals, EndTheEventLoopInOrder) {
     quitOnSignals();
     ::raise(GetParam());
@@ -29,7 +29,7 @@ TEST_P(QuitSignals, AFurtherHangUpDoesNotEndTheProcess) {
     EXPECT_EQ(QCoreApplication::exec(), 0);
 }
 
-// Nothing returns to the event loop here, as when a plug-in hangs.
+// The event loop does not run here, as when a plug-in hangs.
 TEST_P(QuitSignals, AFurtherTerminationEndsTheProcessAtOnce) {
     for (const int second : {SIGTERM, SIGINT}) {
         const auto hurry = [&] {

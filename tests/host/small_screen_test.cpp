@@ -1,5 +1,5 @@
-// The window on a screen that is smaller than the window wants to be: a real X server without a
-// monitor, and a window manager.
+// The window on a screen that is too small for it: an X server without a monitor, and a window
+// manager.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,7 +23,7 @@ constexpr int kWidth = 1400;
 constexpr int kHeight = 1000;
 constexpr std::chrono::seconds kLongest{60};
 
-// A program that is ended with the test.
+// A program that runs until the test ends.
 class Background {
   public:
     explicit Background(const std::string& command) : id_(::fork()) {
@@ -72,7 +72,7 @@ class SmallScreen : public ::testing::Test {
         display_ = ":" + readFile(number).substr(0, readFile(number).find('\n'));
         manager_ = std::make_unique<Background>("env DISPLAY=" + display_ +
                                                 " openbox --sm-disable >/dev/null 2>&1");
-        // Without one there is no current desktop.
+        // Without a window manager there is no current desktop.
         waitFor("the window manager", [&] {
             return !outputOf("DISPLAY=" + display_ + " xdotool get_desktop >/dev/null 2>&1 && " +
                              "echo yes")
@@ -90,7 +90,7 @@ class SmallScreen : public ::testing::Test {
     std::string xdotool(const std::string& arguments) const {
         return outputOf("DISPLAY=" + display_ + " xdotool " + arguments + " 2>/dev/null");
     }
-    // The window without the manager's frame, once the manager has put it up and made it active.
+    // Waits until the window is shown and active. Returns it without the manager's frame.
     Frame windowOnScreen() const {
         waitFor("the window",
                 [&] { return xdotool("getactivewindow getwindowname").starts_with("Install "); });
@@ -114,7 +114,7 @@ class SmallScreen : public ::testing::Test {
     std::string display_;
 };
 
-// The toolkit's X11 libraries keep what they once allocated, so leaks are not looked for.
+// The toolkit's X11 libraries never free some of their memory, so leaks are not detected.
 TEST_F(SmallScreen, AtDoubleScaleTheWholeWindowIsOnItAndContinueCanBeClicked) {
     HostProcess host(
         folder_, {makeBundle(folder_, "X.bundle", "Shows"), "--transcript", folder_ / "transcript"},
@@ -131,7 +131,7 @@ TEST_F(SmallScreen, AtDoubleScaleTheWholeWindowIsOnItAndContinueCanBeClicked) {
     EXPECT_GT(window.width, kWidth * 3 / 4);
     EXPECT_GT(window.height, kHeight * 3 / 4);
 
-    // The middle of the button in the lower right corner.
+    // Clicks the middle of the button in the lower right corner.
     xdotool("getactivewindow mousemove --window %1 " + std::to_string(window.width - 140) + " " +
             std::to_string(window.height - 84) + " click 1");
     waitFor("the next step",

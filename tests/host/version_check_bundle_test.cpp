@@ -1,4 +1,4 @@
-// The bundle as it is shipped, in the host as it is shipped.
+// The shipped bundle in the shipped host.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -117,10 +117,10 @@ TEST_F(VersionCheckBundle, NoticesWhatIsRemovedAndInstalledMeanwhile) {
     EXPECT_EQ(run.status, 0) << run.error;
 }
 
-// A home's applications count for an ordinary user.
+// Applications of a home are found for an ordinary user only.
 using UserVersionCheckBundle = VersionCheckBundle;
 TEST_F(UserVersionCheckBundle, NoticesAnApplicationInTheHome) {
-    if (::getuid() == 0) GTEST_SKIP() << "the super-user's home is not looked into";
+    if (::getuid() == 0) GTEST_SKIP() << "root's home is not searched";
     computer_.folder().writeFile("home/Applications/Tallyframe.app/Contents/Info.plist",
                                  infoPlist({{"CFBundleIdentifier", "com.quillmoor.tallyframe"}}));
     const auto run = play("continue\nexpect pane Version Check\n");
@@ -140,7 +140,7 @@ TEST_F(VersionCheckBundle, TheButtonUnpacksTheUninstallerAndOpensIt) {
     EXPECT_TRUE(somethingAt(opened()[0])) << "the unpacked copy must stay";
 }
 
-// Whoever may look there could put something else in the uninstaller's place.
+// Users that may write there could replace the uninstaller.
 TEST_F(VersionCheckBundle, UnpacksIntoAPrivateFolder) {
     computer_.install();
     const auto run = play("continue\npress uninstallBtn\nwait file ${OPENED}\n", "en",

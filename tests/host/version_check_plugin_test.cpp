@@ -1,4 +1,4 @@
-// The parts of the bundle as it is shipped: its dictionary, its interface files, its plug-in.
+// The parts of the shipped bundle: its dictionary, its interface files, its plug-in.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -56,7 +56,7 @@ TEST_P(VersionCheckInterface, BeginsWithAllThreeElementsHidden) {
 INSTANTIATE_TEST_SUITE_P(Language, VersionCheckInterface, ::testing::Values("en", "de"),
                          [](const auto& each) { return std::string(each.param); });
 
-// A pane of the shipped plug-in, with a host that writes down where it goes.
+// A pane of the shipped plug-in, with a host that records where it goes.
 class VersionCheckPlugIn : public ::testing::Test {
   protected:
     VersionCheckPlugIn() {
@@ -130,7 +130,7 @@ TEST_F(VersionCheckPlugIn, HasNoOtherAction) {
     EXPECT_EQ(pane_.perform_action(pane_.context, "reinstall:", nullptr), 0);
 }
 
-// Everything below `object` that a screen reader can reach now, as "role name".
+// All elements below `object` that a screen reader can reach now, as "role name".
 void collect(QAccessibleInterface& object, QStringList& all) {
     if (object.state().invisible) return;
     const QString name = object.text(QAccessible::Name);

@@ -1,5 +1,5 @@
 // The two tables of system calls, the shared one and Linux's own, for code that treats the entries
-// of both alike.
+// of both in the same way.
 #pragma once
 
 #include <type_traits>
@@ -12,7 +12,7 @@ namespace quillmoor::test {
 using platform::linux_::LinuxCalls;
 using platform::posix::SystemCalls;
 
-// Which table an entry is of, and the entry's type.
+// The table of an entry, and the entry's type.
 template <auto Member>
 struct EntryOf;
 template <typename TheTable, typename TheFunction, TheFunction TheTable::*Member>
@@ -21,7 +21,7 @@ struct EntryOf<Member> {
     static constexpr bool isShared = std::is_same_v<TheTable, SystemCalls>;
 };
 
-// How many entries both have together.
+// The number of entries of both tables.
 inline constexpr std::size_t kCallCount =
     (sizeof(SystemCalls) + sizeof(LinuxCalls)) / sizeof(void*);
 
@@ -38,7 +38,7 @@ struct CallTables {
     }
 };
 
-// Those in force at a time.
+// The tables in use at a time.
 struct CallTablesInForce {
     const SystemCalls* shared = nullptr;
     const LinuxCalls* own = nullptr;
@@ -52,7 +52,7 @@ struct CallTablesInForce {
     }
 };
 
-// Puts both in force and returns those before; null stands for the system's own.
+// Installs both tables and returns the previous ones. Null is the system's own table.
 inline CallTablesInForce exchangeCallTables(const CallTablesInForce& tables) {
     return {platform::posix::exchangeSystemCalls(tables.shared),
             platform::linux_::exchangeLinuxCalls(tables.own)};

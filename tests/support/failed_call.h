@@ -1,4 +1,4 @@
-// How a call of the tables of system calls fails.
+// Failures of the calls in the tables of system calls.
 #pragma once
 
 #include <sys/mman.h>
@@ -19,13 +19,14 @@ constexpr bool isSame<Member, Member> = true;
 template <auto Member, auto... Members>
 constexpr bool isOneOf = (isSame<Member, Members> || ...);
 
-// What the call returns with this error, which errno has where the call leaves it there.
+// Returns what the call returns for this error, and sets errno unless the call returns the error
+// itself.
 template <auto Member, typename Result, typename... Arguments>
 Result failedCall(int error, Arguments... arguments) {
     using Calls = platform::posix::SystemCalls;
-    // The descriptor is closed all the same.
+    // A close that fails has closed the descriptor nevertheless.
     if constexpr (isSame<Member, &Calls::close>) ::close(arguments...);
-    // There is no other error for a thread that cannot be had.
+    // The only error of a thread that cannot be created.
     if constexpr (isSame<Member, &Calls::pthread_create>) return EAGAIN;
     if constexpr (isSame<Member, &Calls::posix_spawn>) return error;
     errno = error;

@@ -8,7 +8,7 @@ namespace quillmoor::test {
 namespace {
 
 std::atomic<AllocationFails> wanted{nullptr};
-thread_local bool isTheTests = false;  // what this thread allocates
+thread_local bool isTheTests = false;  // whether this thread allocates for the test
 
 bool isToFail() {
     const AllocationFails fails = wanted.load(std::memory_order_acquire);
@@ -40,7 +40,7 @@ void* alignedMemory(std::size_t size, std::align_val_t alignment) {
 
 }  // namespace
 
-// Every allocation of this program: the forms for arrays call these.
+// Replaces every allocation of this program: the array forms call these.
 void* operator new(std::size_t size) {
     if (quillmoor::test::isToFail()) throw std::bad_alloc();
     if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;

@@ -1,17 +1,16 @@
-// Allocations that fail when the test wants it. A program that links this has it for all of its
-// own.
+// Allocations that fail on request. Linked into a program, this replaces all of its allocations.
 #pragma once
 
 namespace quillmoor::test {
 
-// Asked about each allocation, on any thread, whether it is to fail. Must not allocate itself.
+// Called for each allocation, on any thread. Returns whether it must fail. Must not allocate.
 using AllocationFails = bool (*)();
 
 // Null: none fails.
 void setAllocationFails(AllocationFails fails);
 
-// The caller's own allocations are none of the operation's: while it lives, none of this thread's
-// is asked about.
+// As long as it lives, allocations of this thread do not fail and are not counted: they are the
+// test's own.
 class NotCounted {
   public:
     NotCounted();

@@ -1,4 +1,4 @@
-// A process that may open no more files.
+// Limits the number of open files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 
 namespace quillmoor::test {
 
-// Fewer descriptors than the system allows, for as long as this lives.
+// Allows descriptors below `most` only, as long as it lives.
 class FewDescriptors {
   public:
     explicit FewDescriptors(rlim_t most) {

@@ -1,4 +1,4 @@
-// Services that pass every call on to another, so that a fake overrides just the one it is about.
+// Services that forward every call, so that a fake overrides only the call that it is about.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@
 
 namespace quillmoor::test {
 
-// A copy of this system's own platform, in force for as long as this lives. Replace a service:
+// A copy of this system's platform, which is used as long as this lives. Replace a service:
 //   ScopedPlatform fake; fake->clock = &clock;
 class ScopedPlatform {
   public:
@@ -154,7 +154,7 @@ class ForwardingFileHandles : public Forwarding<platform::FileHandles> {
     platform::Pipe makePipe() override { return next().makePipe(); }
 };
 
-// Of one open file.
+// For one open file.
 class ForwardingFileHandle : public platform::FileHandle {
   public:
     explicit ForwardingFileHandle(std::shared_ptr<platform::FileHandle> next)
@@ -177,7 +177,7 @@ class ForwardingTasks : public Forwarding<platform::Tasks> {
     std::shared_ptr<platform::Task> makeTask() override { return next().makeTask(); }
 };
 
-// Of one child.
+// For one child.
 class ForwardingTask : public platform::Task {
   public:
     explicit ForwardingTask(std::shared_ptr<platform::Task> next) : next_(std::move(next)) {}

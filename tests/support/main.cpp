@@ -1,5 +1,6 @@
-// The main function of every test program. Homes, the temporary folder and the XDG folders lead to
-// a folder of this process's own before the first test runs, and nothing else may be changed.
+// The main function of every test program. Before the first test runs, the home, the temporary
+// folder and the XDG folders are set to a folder of this process; nothing outside of it may be
+// changed.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

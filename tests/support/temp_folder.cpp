@@ -17,7 +17,7 @@ TempFolder::TempFolder() {
 
 TempFolder::~TempFolder() {
     std::error_code ignored;
-    // Folders that a test made unreadable are given back their rights first.
+    // Folders that a test made unreadable could not be emptied.
     for (auto it = fs::recursive_directory_iterator(
              path_, fs::directory_options::skip_permission_denied, ignored);
          !ignored && it != fs::recursive_directory_iterator(); it.increment(ignored)) {

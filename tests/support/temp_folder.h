@@ -1,4 +1,4 @@
-// A folder of the test's own, removed with all it holds when the test ends.
+// A temporary folder for a test, removed with its contents when the test ends.
 #pragma once
 
 #include <string>
@@ -17,21 +17,21 @@ class TempFolder {
     // `name` joined to the folder's path.
     std::string operator/(std::string_view name) const;
 
-    // Makes a file, and the folders above it, and answers its path.
+    // Creates a file, and the folders above it. Returns its path.
     std::string writeFile(std::string_view name, std::string_view contents = "") const;
-    // Makes a folder, and those above it, and answers its path.
+    // Creates a folder, and those above it. Returns its path.
     std::string makeFolder(std::string_view name) const;
-    // Makes a symbolic link `name` that leads to `target`, and answers its path.
+    // Creates a symbolic link `name` to `target`. Returns its path.
     std::string makeLink(std::string_view name, std::string_view target) const;
 
   private:
     std::string path_;
 };
 
-// The whole file; "" when it cannot be read.
+// Returns the contents of a file; "" if it cannot be read.
 std::string readFile(const std::string& path);
 
-// Something stands there, be it a dangling link.
+// Returns whether an item exists, including dangling links.
 bool somethingAt(const std::string& path);
 
 }  // namespace quillmoor::test

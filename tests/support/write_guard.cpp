@@ -30,7 +30,7 @@ const SystemCalls& native() {
     return platform::posix::nativeSystemCalls();
 }
 
-// With the mutex locked.
+// Call with the mutex locked.
 bool isBelowRoot(std::string_view path) {
     return std::any_of(roots.begin(), roots.end(), [path](const std::string& root) {
         return path == root || path.starts_with(root + "/");
@@ -42,7 +42,7 @@ bool isAllowed(std::string_view path) {
     return isBelowRoot(path);
 }
 
-// Where an open item is; empty, with errno, when the path is too long to be told.
+// Returns the path of an open item; empty, with errno, if the path is too long for the kernel.
 std::string pathOf(int file) {
     char path[PATH_MAX + 1];
     const std::string self = "/proc/self/fd/" + std::to_string(file);
@@ -50,8 +50,8 @@ std::string pathOf(int file) {
     return size < 0 ? "" : std::string(path, static_cast<std::size_t>(size));
 }
 
-// A folder whose path is too long to be told is judged by the deepest one above it that has a path.
-// What has been judged is remembered, so that a walk through a deep tree climbs one step at a time.
+// For a folder whose path is too long, the deepest folder above it that has a path decides.
+// Results are kept, so that a walk through a deep tree climbs only one step for each folder.
 bool isDeepFolderAllowed(int folder) {
     Descriptor above;
     std::set<std::pair<dev_t, ino_t>> climbed;
@@ -84,7 +84,7 @@ bool refuse(const char* call, const std::string& path) {
     return false;
 }
 
-// What is not on a disk, as a pipe, has no path.
+// Items that are not in a file system, such as pipes, have no path and may be changed.
 bool mayChangeFile(const char* call, int file) {
     struct stat status;
     if (::fstat(file, &status) != 0 || S_ISCHR(status.st_mode)) return true;
@@ -106,7 +106,7 @@ enum class Follow : bool { No, Yes };
 
 bool mayChange(const char* call, int folder, const std::string& name, Follow follow, int depth = 0);
 
-// Where the link leads.
+// Checks the target of a link.
 bool mayChangeTarget(const char* call, int folder, const std::string& name, int depth) {
     char target[PATH_MAX];
     const ssize_t size = ::readlinkat(folder, name.c_str(), target, sizeof target);
@@ -115,7 +115,7 @@ bool mayChangeTarget(const char* call, int folder, const std::string& name, int 
     return mayChange(call, folder, text, Follow::Yes, depth + 1);
 }
 
-// The entry `name`, and the item itself where a final link is followed.
+// Checks the entry `name` and, if a final link is followed, the link's target.
 bool mayChange(const char* call, int folder, const std::string& name, Follow follow, int depth) {
     if (name.empty()) return mayChangeFile(call, folder);
     const std::size_t end = name.find_last_not_of('/');
@@ -124,7 +124,7 @@ bool mayChange(const char* call, int folder, const std::string& name, Follow fol
     const std::string parent = slash == std::string::npos ? "." : trimmed.substr(0, slash + 1);
     const std::string last = slash == std::string::npos ? trimmed : trimmed.substr(slash + 1);
     const Descriptor opened(::openat(folder, parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    // The call itself will fail in the same way.
+    // The call itself fails in the same way.
     if (!opened) return true;
     struct stat status;
     const bool stands = ::fstatat(opened.get(), last.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
@@ -145,20 +145,20 @@ int guardedOpen(int folder, const char* name, int flags, mode_t mode) {
     return native().openat(folder, name, flags, mode);
 }
 
-// Descriptor calls.
+// For calls on a descriptor.
 template <auto Call, typename... Arguments>
 int guardedFile(const char* call, int file, Arguments... arguments) {
     return mayChangeFile(call, file) ? (native().*Call)(file, arguments...) : -1;
 }
 
-// Calls on an entry that is itself changed, be it a link.
+// For calls that change the entry itself, including a link.
 template <auto Call, typename... Arguments>
 int guardedEntry(const char* call, int folder, const char* name, Arguments... arguments) {
     if (!mayChange(call, folder, name, Follow::No)) return -1;
     return (native().*Call)(folder, name, arguments...);
 }
 
-// Calls that follow a link unless a flag says otherwise.
+// For calls that follow a link unless a flag forbids it.
 template <auto Call, typename... Arguments>
 int guardedItem(const char* call, int folder, const char* name, int flags, Arguments... arguments) {
     if (!mayChange(call, folder, name, followUnless(flags, AT_SYMLINK_NOFOLLOW))) return -1;

@@ -1,16 +1,17 @@
 // Keeps the file operations under test inside the test's own folders: a call that would change
-// anything elsewhere fails the test, and fails with EPERM. Only what goes through the table of
-// system calls is seen.
+// anything elsewhere fails with EPERM and fails the test. Only calls through the table of system
+// calls are checked.
 #pragma once
 
 #include <string>
 
 namespace quillmoor::test {
 
-// For the rest of the process. Nothing may be changed until a folder is allowed.
+// Installs the guard until the process exits. Nothing may be changed until a folder is allowed.
 void installWriteGuard();
 
-// The folder `path`, and all below it, may be changed for as long as this lives. From any thread.
+// Allows changes of the folder `path`, and of everything below it, as long as it lives. May be used
+// on any thread.
 class AllowWritesBelow {
   public:
     explicit AllowWritesBelow(const std::string& path);

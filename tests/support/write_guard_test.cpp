@@ -18,8 +18,8 @@ namespace {
 using platform::posix::Descriptor;
 using platform::posix::systemCalls;
 
-// A folder that the guard does not allow: made before the guard hears of it, outside this process's
-// own folder.
+// A folder that the guard does not allow, outside this process's folder. Created without the table
+// of system calls.
 class ForbiddenFolder {
   public:
     ForbiddenFolder() {

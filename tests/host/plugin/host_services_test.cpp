@@ -75,7 +75,7 @@ TEST(HostServices, AnInvalidDescriptorIsIgnored) {
     EXPECT_EQ(watched(), before);
 }
 
-// Sends whatever waits already.
+// Sends all events that are pending.
 void quiet() {
     while (table().send_next_event(table().context, 0) != 0) {
     }

@@ -39,7 +39,7 @@ TEST_F(InterfaceFile, GivesAHiddenWidgetAndThePanesClass) {
     EXPECT_FALSE(interface.widget->isVisible());
 }
 
-// Designer plug-ins of the system would run their code in the host.
+// Otherwise the system's Designer plug-ins would run their code in the host.
 TEST_F(InterfaceFile, ThePathsOfTheToolkitsPlugInsAreTheSameAfterwards) {
     const QStringList before = QCoreApplication::libraryPaths();
     ASSERT_FALSE(before.isEmpty());

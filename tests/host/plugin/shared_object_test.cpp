@@ -26,7 +26,8 @@ class SharedObject : public ::testing::Test {
         header_.e_phentsize = sizeof segment_;
         header_.e_phnum = 1;
     }
-    // A file of the header, the one segment's entry, and zeros up to `size`; cut to it.
+    // A file of `size` bytes: the header, the entry of the only segment, and zeros, as far as they
+    // fit.
     std::string errorOfFile(std::size_t size) {
         std::string bytes(reinterpret_cast<const char*>(&header_), sizeof header_);
         bytes.append(reinterpret_cast<const char*>(&segment_), sizeof segment_);
@@ -79,7 +80,7 @@ TEST_F(SharedObject, MayHaveNoSegmentForTheLoaderToRefuse) {
     EXPECT_EQ(errorOfFile(sizeof header_), "");
 }
 
-// Each of these the loader refuses before it maps anything.
+// The loader refuses each of these before it maps anything.
 TEST_F(SharedObject, OfAnotherKindIsLeftToTheLoader) {
     segment_.p_filesz = 100000;
     const auto whole = header_;

@@ -1,4 +1,4 @@
-// Has only one of the two functions that a plug-in must export.
+// A plug-in that exports only one of the two required functions.
 #include "quillmoor/pane/installer_plugin.h"
 
 int installer_plugin_attach(const installer_host_services*) {

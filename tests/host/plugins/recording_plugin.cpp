@@ -1,5 +1,5 @@
-// A plug-in for tests. It writes down every call in the file that INSTALLER_TEST_RECORD names; its
-// pane classes differ in what they do when they are entered and left.
+// A plug-in for tests. It records every call in the file that INSTALLER_TEST_RECORD names. Its pane
+// classes differ in what they do when they are entered and left.
 #include <unistd.h>
 
 #include <array>
@@ -65,7 +65,7 @@ void showAll(const Pane& pane) {
     }
 }
 
-// Long enough for whatever waits in the event loop.
+// Long enough for all events that are pending.
 void pump() {
     for (int i = 0; i < 5; ++i) services->send_next_event(services->context, 2);
 }
@@ -123,7 +123,7 @@ int performAction(void* context, const char* name, const installer_control* send
 
 void destroy(void* context) {
     record(self(context).className + " destroyed");
-    // A control whose widget is gone does nothing.
+    // A control whose widget was destroyed does nothing.
     showAll(self(context));
     delete &self(context);
 }

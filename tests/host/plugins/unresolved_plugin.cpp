@@ -1,8 +1,8 @@
-// Needs a function that nobody has, so that it cannot be opened.
+// A plug-in with an undefined symbol, so that it cannot be opened.
 #include "quillmoor/pane/installer_plugin.h"
 
-extern "C" int function_that_nobody_has();
+extern "C" int undefined_function();
 
 int installer_plugin_attach(const installer_host_services*) {
-    return function_that_nobody_has();
+    return undefined_function();
 }

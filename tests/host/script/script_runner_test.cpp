@@ -21,7 +21,7 @@ using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using Outcome = ScriptRunner::Outcome;
 
-// A window of a label, a line and a button.
+// A window with a label, a line edit and a button.
 class Target : public ScriptTarget {
   public:
     Target() {
@@ -52,7 +52,7 @@ class Target : public ScriptTarget {
 
 class ScriptRuns : public ::testing::Test {
   protected:
-    // Until the script has ended.
+    // Runs the script to its end.
     Outcome run(const std::string& script, const std::string& pictures = "") {
         std::optional<Outcome> outcome;
         ScriptRunner runner(parseScript(script), {"script", pictures}, target_, transcript_,

@@ -13,7 +13,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// Panes that write down what happens to them, and do what a test tells them.
+// Panes that record their calls and do what a test sets.
 class Panes : public SequenceObserver {
   public:
     explicit Panes(std::size_t count) {
@@ -62,7 +62,7 @@ class Panes : public SequenceObserver {
         note("circles at", pane, direction);
     }
 
-    // Has a pane pass itself over, always that way or in the direction of travel.
+    // Makes a pane pass itself over, always in one direction or in the direction of the move.
     void passesOver(std::size_t pane) {
         panes[pane]->whenEntered = [this, pane](Direction way) { sequence->paneGoes(pane, way); };
     }

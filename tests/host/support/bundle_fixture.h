@@ -1,4 +1,4 @@
-// Bundles of the tests' own plug-in, loaded in this process.
+// Loads bundles of the tests' plug-in in this process.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ class BundleFixture : public ::testing::Test {
         return loadBundle(bundle, {languages, transcript_,
                                    [this](PluginPane&, Direction way) { wishes_.push_back(way); }});
     }
-    // Why a bundle cannot be loaded; "" when it can.
+    // Why a bundle cannot be loaded; "" if it can.
     std::string errorOf(const test::BundleParts& parts) {
         try {
             load(makeBundle(folder_, "X.bundle", parts));
@@ -38,7 +38,7 @@ class BundleFixture : public ::testing::Test {
         parts.interfaceFile = test::interfaceFor("Shows");
         return parts;
     }
-    // What the plug-in has written down.
+    // The calls that the plug-in has recorded.
     std::vector<std::string> record() const { return test::linesOf(folder_ / "record"); }
 
     test::TempFolder folder_;

@@ -1,4 +1,4 @@
-// Bundles of the tests' own plug-in.
+// Creates bundles of the tests' plug-in.
 #pragma once
 
 #include <map>
@@ -9,7 +9,7 @@
 
 namespace quillmoor::test {
 
-// What a bundle is made of. Take something away and it cannot be loaded.
+// The parts of a bundle. Without any one of them it cannot be loaded.
 struct BundleParts {
     std::map<std::string, std::string> info{{"CFBundleIdentifier", "com.example.recorder"},
                                             {"CFBundleExecutable", "Recorder"},
@@ -18,19 +18,20 @@ struct BundleParts {
     std::string program = RECORDING_PLUGIN;  // "" leaves it out
 };
 
-// An interface file whose topmost widget names the pane's class, with a heading, a text and a
-// button of action "uninstall:", all hidden; further buttons, visible, are named for their actions.
+// Returns an interface file whose topmost widget names the pane's class. It has a heading, a text
+// and a button of action "uninstall:", all hidden; further, visible buttons are named for their
+// actions.
 std::string interfaceFor(const std::string& paneClass,
                          const std::vector<std::string>& actions = {});
 
 std::string infoPlist(const std::map<std::string, std::string>& info);
 
-// Answers the bundle's path.
+// Both return the bundle's path.
 std::string makeBundle(const TempFolder& folder, const std::string& name, const BundleParts& parts);
 std::string makeBundle(const TempFolder& folder, const std::string& name,
                        const std::string& paneClass, const std::vector<std::string>& actions = {});
 
-// The lines of a file; none if it is missing.
+// Returns the lines of a file; none if it is missing.
 std::vector<std::string> linesOf(const std::string& path);
 
 }  // namespace quillmoor::test

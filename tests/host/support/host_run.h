@@ -1,4 +1,4 @@
-// The host in a process of its own.
+// Runs the host in a separate process.
 #pragma once
 
 #include <sys/types.h>
@@ -17,8 +17,7 @@ struct HostRun {
     std::string error;
 };
 
-// Starts the host without a display, with `environment` added; ends it after a while if it does not
-// end by itself.
+// Starts the host without a display, with `environment` added. Ends it if it takes too long.
 class HostProcess {
   public:
     HostProcess(const TempFolder& folder, const std::vector<std::string>& arguments,
@@ -28,7 +27,7 @@ class HostProcess {
     HostProcess& operator=(const HostProcess&) = delete;
 
     pid_t id() const { return child_; }
-    // `signal` is sent to it again and again until it has ended; 0 sends none.
+    // Waits for its end. `signal`, unless 0, is sent to it repeatedly meanwhile.
     HostRun wait(int signal = 0);
 
   private:

@@ -1,4 +1,4 @@
-// The toolkit, off screen, in every test of the program.
+// Starts the toolkit, off screen, for every test of the program.
 #include <gtest/gtest.h>
 
 #include <QApplication>

@@ -32,7 +32,7 @@ std::map<std::string, std::string> Computer::environment() const {
 
 void Computer::use() const {
     auto variables = environment();
-    variables.erase("TMPDIR");  // where the folders of the tests after this one go
+    variables.erase("TMPDIR");  // the temporary folder of the tests after this one
     for (const auto& [name, value] : variables) ::setenv(name.c_str(), value.c_str(), 1);
 }
 

@@ -1,4 +1,4 @@
-// The bundle as it is shipped, with a home and a computer of the test's own around it.
+// The shipped bundle, in a home and a system that belong to the test.
 #pragma once
 
 #include <map>
@@ -8,25 +8,25 @@
 
 namespace quillmoor::test {
 
-// Where applications are looked for and temporary files go. What a desktop entry names is found by
-// the super-user as well, for whom a home's own folders do not count.
+// The folders for applications and temporary files. Applications are found by a desktop entry,
+// which root uses as well; the folders of a home are not searched for root.
 class Computer {
   public:
-    // For a process that is started.
+    // The environment for a process to be started.
     std::map<std::string, std::string> environment() const;
-    // For this process, but for the temporary folder.
+    // Sets the environment of this process, except for the temporary folder.
     void use() const;
 
-    // Puts Tallyframe there, and takes it away.
+    // Installs and removes Tallyframe.
     void install() const;
     void uninstall() const;
 
     const TempFolder& folder() const { return folder_; }
     std::string entry() const;
-    // Where a copy of the shipped bundle stands whose archive holds an application that writes its
-    // own path in `opened`.
+    // Returns a copy of the shipped bundle whose archive has an application that writes its own
+    // path to the file opened().
     std::string bundleWithStub(const std::string& application = "Tallyframe Uninstaller.app") const;
-    // A copy of the shipped bundle without its archive.
+    // Returns a copy of the shipped bundle without its archive.
     std::string bundleWithoutArchive() const;
     std::string opened() const { return folder_ / "opened"; }
     std::string temporary() const { return folder_ / "tmp"; }

@@ -12,7 +12,7 @@
 namespace quillmoor::host {
 namespace {
 
-// Light and dark, without an accent and with some that desktops have and some that none should.
+// Light and dark, without an accent, with accents of desktops, and with extreme ones.
 std::vector<Colours> allColours() {
     std::vector<Colours> all;
     for (const bool dark : {false, true}) {
@@ -77,7 +77,7 @@ TEST(Appearance, TheSystemsPaletteIsTheDefault) {
     QApplication::setPalette(QPalette());
 }
 
-// The first and the last column of a label that hold something dark.
+// The first and the last column of a label with a dark pixel.
 std::pair<int, int> inkOf(QLabel& label) {
     label.resize(300, 30);
     const QImage drawn = label.grab().toImage();

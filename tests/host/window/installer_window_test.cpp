@@ -120,7 +120,7 @@ TEST_F(Window, MnemonicsPressTheButtons) {
     window_.showStep(1);
     QTest::keyClick(&window_, Qt::Key_C, Qt::AltModifier);
     QTest::keyClick(&window_, Qt::Key_B, Qt::AltModifier);
-    // A button that is pressed by its mnemonic first shows that it is.
+    // A button that is pressed by its mnemonic is first shown pressed.
     EXPECT_TRUE(QTest::qWaitFor([this] { return continued_ == 1 && wentBack_ == 1; }, 5000));
 }
 
@@ -235,7 +235,7 @@ TEST_F(Window, FollowsTheSystemsPalette) {
     QApplication::setPalette(QPalette());
 }
 
-// Closes a window that asks first and presses the named answer; whether it is closed then.
+// Closes a window that asks first and presses the named button. Returns whether the window closed.
 bool closesAfter(InstallerWindow& window, const QString& answer) {
     bool asked = false;
     QTimer::singleShot(0, &window, [&] {
@@ -287,7 +287,7 @@ TEST(WindowInUse, DoesNotAskOnTheLastStep) {
     EXPECT_TRUE(window.close());
 }
 
-// The screen that the toolkit draws in memory has 800 by 800 points, and the window wants 820.
+// The toolkit's screen in memory has 800 by 800 points; the window's own width is 820.
 TEST(WindowInUse, IsFittedToTheScreenOnRequest) {
     for (const auto fit : {InstallerWindow::FitScreen::No, InstallerWindow::FitScreen::Yes}) {
         InstallerWindow window(ProductName::of("Tape"), {{"One", false}},

@@ -37,7 +37,7 @@ TEST(StyleSheet, TextStylesFollowTheProperty) {
     EXPECT_EQ(body.font(), root.font());
 }
 
-// A button as it is drawn, in the middle of its left end, where no text stands.
+// The colour of a button in the middle of its left end, where there is no text.
 class StyleSheetButton : public ::testing::TestWithParam<bool> {
   protected:
     StyleSheetButton() {
@@ -73,7 +73,7 @@ TEST_P(StyleSheetButton, ShowsThatItIsPressed) {
 
 INSTANTIATE_TEST_SUITE_P(Both, StyleSheetButton, ::testing::Bool());
 
-// A tall scroll bar, half of whose contents are in sight.
+// A tall scroll bar, half of whose contents are visible.
 class StyleSheetScrollBar : public ::testing::Test {
   protected:
     StyleSheetScrollBar() {
@@ -82,7 +82,7 @@ class StyleSheetScrollBar : public ::testing::Test {
         bar_.setRange(0, 100);
         bar_.setPageStep(100);
     }
-    // The rows in which its middle is not the ground's colour.
+    // The rows in which its middle does not have the background's colour.
     std::pair<int, int> handle() {
         const QImage drawn = bar_.grab().toImage();
         int first = -1;

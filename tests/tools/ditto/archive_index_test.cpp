@@ -296,7 +296,7 @@ TEST_F(DittoIndex, SumsThatFollowTheContentMayBeMissingButNotWrong) {
         item.localCrc = 1;
         EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);
     }
-    // What counts is the mark in the local header itself.
+    // Only the flag in the local header itself counts.
     item.localCrc = 0;
     item.localFlags = 0;
     EXPECT_TRUE(read(buildZip({item}))[0].localHeaderDiffers);

@@ -17,7 +17,7 @@ class DittoLinks : public ::testing::Test {
         addEntry(std::move(name), Entry::Kind::Link, std::move(target));
     }
 
-    // What is said against the link of this name, "" if nothing is.
+    // Why the link of this name is refused; "" if it is not.
     std::string objection(std::string_view name, FoldCase foldCase = FoldCase::No) const {
         const EntryTree tree(entries_, foldCase);
         LinkResolver resolver(tree);

@@ -10,7 +10,7 @@ namespace {
 
 using Kind = Entry::Kind;
 
-// Entries that lie one behind the other in an archive.
+// Entries that follow one another in an archive.
 class Archive {
   public:
     Entry& add(std::string_view name, Kind kind = Kind::File, std::string_view target = {}) {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kCount = 24;
 
-// Text that shrinks and noise that does not, whole blocks and parts of them.
+// Compressible text and noise, in full and in shorter blocks.
 std::vector<Block> someBlocks() {
     std::mt19937 random(11);
     std::vector<Block> blocks(kCount);
@@ -29,8 +29,8 @@ std::vector<Block> someBlocks() {
     return blocks;
 }
 
-// What becomes of the blocks, submitted in this order. They are used twice: what a block or a
-// thread did before must not show.
+// The compressed blocks, submitted in this order. They are used twice: the result must not depend
+// on what a block or a thread was used for before.
 std::vector<std::string> compressed(unsigned threads, const std::vector<std::size_t>& order) {
     std::vector<Block> blocks = someBlocks();
     BlockDeflater deflater(threads);
@@ -70,7 +70,7 @@ TEST(DittoBlocks, ThatOutgrowTheirBufferHaveFailed) {
     }
 }
 
-// A whole file of this size, of so many different bytes.
+// A whole file of this size with `letters` different bytes.
 Block wholeFile(std::size_t size, unsigned letters) {
     std::mt19937 random(5);
     Block block;

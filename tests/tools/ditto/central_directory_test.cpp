@@ -21,7 +21,7 @@ class DittoDirectory : public testing::Test {
     InputFile file(const std::string& bytes) {
         return InputFile(folder_.writeFile("a.zip", bytes));
     }
-    // Why there is no directory to be found; "" where there is one.
+    // Why no directory is found; "" if one is.
     std::string failure(const std::string& bytes) {
         try {
             findDirectory(file(bytes));
@@ -41,7 +41,7 @@ class DittoDirectory : public testing::Test {
 constexpr char kElsewhere[] =
     "cannot be unpacked: its central directory is not where its end record says";
 
-// Overwrites what stands there, from the end.
+// Overwrites bytes at a distance from the end.
 std::string changed(std::string bytes, std::size_t fromEnd, const std::string& other) {
     return bytes.replace(bytes.size() - fromEnd, other.size(), other);
 }

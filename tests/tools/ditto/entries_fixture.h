@@ -15,7 +15,7 @@ using Paths = std::vector<std::string>;
 
 class EntriesFixture : public testing::Test {
   protected:
-    // A folder where the name ends in a slash.
+    // The entry is a folder if its name ends in a slash.
     ditto::Entry& add(std::string_view name, ditto::Entry::Kind kind = ditto::Entry::Kind::File) {
         ditto::Entry entry;
         entry.name = name;

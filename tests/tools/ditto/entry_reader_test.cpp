@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t kRoom = 256U << 10U;
 
-// Text that shrinks, zeros, and noise that does not shrink; quickly deflated.
+// Compressible text, zeros, and noise; quick to deflate.
 std::string someContent(std::size_t size) {
     constexpr std::size_t kEdge = 150'000;
     std::mt19937 random(7);
@@ -36,7 +36,7 @@ std::uint32_t added(std::uint32_t crc, std::span<const unsigned char> bytes) {
     return static_cast<std::uint32_t>(::crc32_z(crc, bytes.data(), bytes.size()));
 }
 
-// Keeps what it is given, with no more room than it must have.
+// Keeps the content. Has no more room than it must have.
 class TextSink : public PieceSink {
   public:
     std::span<unsigned char> room(std::size_t wanted) override {
@@ -57,7 +57,7 @@ class TextSink : public PieceSink {
     std::uint32_t crc_ = 0;
 };
 
-// Only counts.
+// Counts the content only.
 class CountingSink : public PieceSink {
   public:
     std::span<unsigned char> room(std::size_t) override { return room_; }
@@ -76,7 +76,7 @@ class CountingSink : public PieceSink {
 
 class DittoEntryReader : public testing::Test {
   protected:
-    // An entry whose data stands between other bytes.
+    // An entry whose data is between other bytes.
     Entry put(const std::string& data, std::uint64_t size, std::uint32_t crc,
               std::uint16_t method = zip::kDeflated) {
         folder_.writeFile("archive", "before" + data + "behind");
@@ -98,7 +98,7 @@ class DittoEntryReader : public testing::Test {
         reader_.read(InputFile(path()), entry, sink);
         return std::move(sink.text);
     }
-    // What the failure says; "" where there is none. The sink never gets more than was declared.
+    // The failure's message; "" if there is none. The sink never receives more than declared.
     std::string failure(const Entry& entry) {
         TextSink sink;
         try {

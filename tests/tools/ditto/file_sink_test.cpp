@@ -28,7 +28,7 @@ std::string someText(std::size_t size) {
     return text;
 }
 
-// In pieces as large as there is room for.
+// Passes the content in pieces that fill the room.
 void fill(PieceSink& sink, std::string_view text) {
     while (!text.empty()) {
         const std::span<unsigned char> room = sink.room(text.size());
@@ -108,7 +108,7 @@ TEST_F(DittoSink, ReportsAFailedWriteOfTheThread) {
     BackgroundSink few(full.get(), "few");
     fill(few, "text");
     EXPECT_THROW(few.finish(), Failure);
-    // All room would be taken for ever if nobody heard of it.
+    // Without the report, no room would ever become free.
     BackgroundSink many(full.get(), "many");
     EXPECT_THROW(fill(many, text_), Failure);
 }

@@ -18,7 +18,7 @@ Bytes bytesOf(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
-// Shrinks to about a quarter, in blocks with codes of their own.
+// Compresses to about a quarter, in blocks with dynamic codes.
 std::string someText(std::size_t size) {
     std::mt19937 random(7);
     std::string text(size, '\0');
@@ -33,15 +33,15 @@ std::string someNoise(std::size_t size) {
     return text;
 }
 
-// Blocks with codes of their own, with the format's codes, and without codes.
+// Contents that are deflated with dynamic codes, with fixed codes, and stored.
 std::vector<std::string> someContents() {
     return {"", "a", "short", someText(100'000), someNoise(70'000), std::string(100'000, '\0')};
 }
 
-// A block with the format's codes whose first item copies from three bytes before the beginning.
+// A block with fixed codes whose first item copies from three bytes before the beginning.
 const Bytes kCopiesFromBeforeTheBeginning = {0x03, 0x02, 0x00};
 
-// The stream's content; `ended` says whether its end was reached, `unread` what follows it.
+// The stream's content, whether its end was reached, and how many bytes follow the end.
 struct Unpacked {
     std::string content;
     bool damaged = false;
@@ -49,7 +49,7 @@ struct Unpacked {
     std::size_t unread = 0;
 };
 
-// Fed and unpacked in pieces of these sizes.
+// Feeds and inflates in pieces of these sizes.
 Unpacked unpackedInPieces(StreamInflater& inflater, const Bytes& input, std::size_t inputPiece,
                           std::size_t outputPiece) {
     Unpacked result;

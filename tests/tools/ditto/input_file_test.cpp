@@ -63,7 +63,7 @@ TEST_F(DittoInputFile, IsNamedIfItCannotBeOpened) {
 TEST_F(DittoInputFile, MustBeARegularFile) {
     const std::string folder = folder_.makeFolder("folder");
     EXPECT_EQ(failure(folder), "“" + folder + "” is not a file");
-    // Nor is a writer waited for.
+    // Opening it does not wait for a writer.
     const std::string pipe = folder_ / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_EQ(failure(pipe), "“" + pipe + "” is not a file");

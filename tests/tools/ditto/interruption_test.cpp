@@ -8,11 +8,11 @@
 namespace quillmoor::ditto {
 namespace {
 
-// Each in a process of its own, which is never again what it was.
+// Each test runs in a separate process, as signal handlers and the signal are never reset.
 constexpr int kInterrupted = 10;
 constexpr int kNotInterrupted = 11;
 
-[[noreturn]] void raiseAndTell(int signal) {
+[[noreturn]] void raiseAndReport(int signal) {
     ::raise(signal);
     try {
         throwIfInterrupted();
@@ -24,19 +24,19 @@ constexpr int kNotInterrupted = 11;
 
 TEST(DittoInterruption, StopsTheWorkAtItsNextStep) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        EXPECT_EXIT((watchForInterruption(), raiseAndTell(signal)),
+        EXPECT_EXIT((watchForInterruption(), raiseAndReport(signal)),
                     testing::ExitedWithCode(kInterrupted), "")
             << signal;
 }
 
 TEST(DittoInterruption, LeavesIgnoredSignalsIgnored) {
-    EXPECT_EXIT((::signal(SIGHUP, SIG_IGN), watchForInterruption(), raiseAndTell(SIGHUP)),
+    EXPECT_EXIT((::signal(SIGHUP, SIG_IGN), watchForInterruption(), raiseAndReport(SIGHUP)),
                 testing::ExitedWithCode(kNotInterrupted), "");
 }
 
 TEST(DittoInterruption, FullLimitsAndClosedPipesAreErrorsOnly) {
     for (const int signal : {SIGXFSZ, SIGPIPE})
-        EXPECT_EXIT((watchForInterruption(), raiseAndTell(signal)),
+        EXPECT_EXIT((watchForInterruption(), raiseAndReport(signal)),
                     testing::ExitedWithCode(kNotInterrupted), "")
             << signal;
 }

@@ -1,4 +1,4 @@
-// Another implementation of zip, to compare with.
+// Another implementation of zip, for comparison.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ struct PeerEntry {
     std::string content;
 };
 
-// Throws std::runtime_error for whatever it finds wrong.
+// Throws std::runtime_error for any error that it finds.
 std::vector<PeerEntry> readWithPeer(const std::string& archive);
 
 // Packs the contents of a folder.

@@ -1,4 +1,4 @@
-// What is not packed, or not without a warning, and what a failure leaves.
+// Sources that are refused or packed with a warning, and the state after a failure.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -139,7 +139,7 @@ TEST_F(DittoPack, AnItemThatChangesItsKindMeanwhileIsAnError) {
     folder_.writeFile("src/z", "x");
     expectFailure(packWhile([&] { fs::remove(item), ::mkfifo(item.c_str(), 0600); }),
                   "“z” is no longer a file");
-    // Folders on the way are not left through links either.
+    // Nor are links followed that have replaced a folder on the way.
     folder_.writeFile("src/z/file", "x");
     expectFailure(packWhile([&] { fs::remove_all(item), folder_.makeLink("src/z", "/etc"); }),
                   "“z” was replaced while it was packed");
@@ -169,7 +169,7 @@ TEST_F(DittoPack, WithoutEnoughDescriptorsTheOldArchiveStays) {
 using UserDittoPack = DittoPack;
 
 TEST_F(UserDittoPack, AnUnreadableFileLeavesNoArchive) {
-    if (::geteuid() == 0) GTEST_SKIP() << "the super-user may read everything";
+    if (::geteuid() == 0) GTEST_SKIP() << "root may read everything";
     folder_.writeFile("src/a", "a");
     const std::string closed = folder_.writeFile("src/closed", "b");
     ASSERT_EQ(::chmod(closed.c_str(), 0), 0);

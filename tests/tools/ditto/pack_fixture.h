@@ -1,4 +1,4 @@
-// Trees that are made, packed and compared.
+// Creates trees to be packed and compared.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ using test::setDate;
 
 class DittoPack : public ::testing::Test {
   protected:
-    // A bundle with all that bundles have, dated.
+    // A bundle with all kinds of items that bundles have, each with its own date.
     std::string makeBundle() {
         std::string app = folder_.makeFolder("src/X é.app");
         folder_.writeFile("src/X é.app/Contents/MacOS/run", noise(200000));

@@ -115,7 +115,7 @@ TEST_F(DittoPack, FilesOfSizesAroundTheLimitAreRestored) {
     }
 }
 
-// Sizes as they were a moment ago: the files have grown since.
+// Reports the sizes of a moment ago: the files have grown since.
 int sizeBefore(int file, struct stat* status) {
     const int result = ::fstat(file, status);
     if (S_ISREG(status->st_mode)) status->st_size = std::min<off_t>(status->st_size, 10);
@@ -209,7 +209,7 @@ TEST_F(DittoPack, TheSameInputGivesTheSameBytes) {
     ASSERT_EQ(runDitto({"-ck", "--keepParent", app, zip_}, withEnvironment("1000000500")).status,
               0);
     const std::string first = readFile(zip_);
-    // Copied in another order, later, elsewhere in the world.
+    // Copied in another order, later, in another time zone.
     const fs::path copy = folder_.makeFolder("copy/X é.app");
     std::vector<fs::path> items;
     for (const auto& item : fs::recursive_directory_iterator(app)) items.push_back(item.path());
@@ -257,7 +257,7 @@ TEST_F(DittoPack, ABadSourceDateIsAnErrorAndLeavesTheOldArchive) {
               "ditto: SOURCE_DATE_EPOCH needs a number of seconds since 1970, not “tomorrow”\n");
     EXPECT_EQ(readFile(zip_), "old");
     EXPECT_EQ(itemsIn(out_), 1U);
-    // Unpacking does not look at it.
+    // Unpacking ignores it.
     ASSERT_EQ(runDitto({"-ck", file, zip_}).status, 0);
     EXPECT_EQ(runDitto({"-xk", zip_, folder_ / "back"}, withEnvironment("tomorrow")).status, 0);
 }
@@ -273,7 +273,7 @@ TEST_F(DittoPack, MessagesAreNeverWrittenIntoTheArchive) {
     EXPECT_EQ(readFile(folder_ / "back/file"), "content");
 }
 
-// As if the kernel had no openat2.
+// As on a kernel without openat2.
 void withoutOpenat2() {
     std::array<sock_filter, 4> rules = {
         sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

@@ -10,7 +10,7 @@
 namespace quillmoor::ditto {
 namespace {
 
-// What is objected to these links, which stand in one folder beside a folder with a file.
+// Why these links are refused. They are in one folder beside a folder with a file.
 std::string objection(const std::vector<std::string>& targets, const std::string& prefix = "") {
     const test::TempFolder folder;
     folder.writeFile("source/folder/file");

@@ -27,7 +27,7 @@ struct Child {
     int output;
 };
 
-// Reads both until the tool has ended, whichever it fills first.
+// Reads both streams at once: the tool would wait if one of them was full.
 void readBoth(const Child& child, DittoResult& result) {
     std::array<pollfd, 2> streams = {pollfd{child.output, POLLIN, 0},
                                      pollfd{child.errors, POLLIN, 0}};
@@ -103,7 +103,7 @@ DittoResult pauseDitto(std::vector<std::string> arguments,
                        const std::function<void(pid_t)>& inTheMiddle) {
     arguments.insert(arguments.begin(), "-V");
     const Child child = startDitto(arguments, {});
-    // A whole line no longer fits once this much is there.
+    // With this much in the pipe, another line does not fit.
     for (int waiting = 0; waiting < kErrorRoom - 300;) {
         ::ioctl(child.errors, FIONREAD, &waiting);
         siginfo_t ended = {};

@@ -1,4 +1,4 @@
-// Runs the built tool, and looks at what it leaves.
+// Runs the built tool, and describes what it leaves.
 #pragma once
 
 #include <sys/types.h>
@@ -21,22 +21,22 @@ struct DittoResult {
 DittoResult runDitto(const std::vector<std::string>& arguments,
                      const std::function<void()>& prepare = {});
 
-// To prepare with: the tool can have so many descriptors, the three standard streams included.
+// Returns a `prepare` that limits the tool to `count` descriptors, including the standard streams.
 std::function<void()> withDescriptors(unsigned count);
 
-// Runs it with -V added and its standard error full, so that it stands still in the middle of the
-// work; does something meanwhile, and then lets it go on.
+// Runs the tool with -V and does not read its standard error until `inTheMiddle` has returned: once
+// the pipe is full, the tool waits in the middle of its work.
 DittoResult pauseDitto(std::vector<std::string> arguments,
                        const std::function<void(pid_t)>& inTheMiddle);
 
-// Sends it a signal in the middle of the work.
+// Sends the tool a signal in the middle of its work.
 DittoResult interruptDitto(const std::vector<std::string>& arguments, int signal);
 
-// One line for each item below `folder`, sorted: path, kind, rights, date, and a link's target or a
-// file's content. Links are not followed.
+// Returns a line for each item below `folder`, sorted: path, kind and mode, date, and a link's
+// target or a file's content. Links are not followed.
 std::vector<std::string> describeTree(const std::string& folder);
 
-// Sets the date, of a link itself too.
+// Sets the date of an item; of a link, that of the link itself.
 void setDate(const std::string& path, std::int64_t seconds);
 
 }  // namespace quillmoor::test

@@ -1,4 +1,4 @@
-// Archives that are damaged or hostile.
+// Damaged and hostile archives.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
@@ -133,7 +133,7 @@ TEST_F(DittoUnpack, ALocalHeaderThatContradictsTheDirectoryIsRefused) {
     expectRefusal(buildZip({item}), "its two headers contradict each other");
 }
 
-// Whatever one byte of an archive is changed to: all or nothing, and nothing elsewhere.
+// With any byte of an archive changed, all is unpacked or nothing, and nothing elsewhere.
 TEST_F(DittoUnpack, AnyChangedByteGivesAllOrNothing) {
     ZipItem packed = zipFile("d/packed", std::string(50, 'x'));
     packed.deflated = true;
@@ -153,7 +153,7 @@ TEST_F(DittoUnpack, AnyChangedByteGivesAllOrNothing) {
             done = false;
         }
         ASSERT_EQ(somethingAt(dest_), done) << i;
-        // Whatever rights the folders got.
+        // Also folders whose mode forbids it.
         const platform::posix::Descriptor made(
             ::open(dest_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (made) {

@@ -1,4 +1,4 @@
-// Archives that are made, unpacked and looked at.
+// Creates archives, unpacks them and examines the result.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -30,7 +30,7 @@ using test::zipLink;
 
 inline constexpr std::uint32_t kDate = 1000000000;
 
-// The archives stand in one folder, what is unpacked in another, so that leftovers show.
+// Archives and unpacked items are in different folders, so that leftover files are noticed.
 class DittoUnpack : public ::testing::Test {
   protected:
     std::string archive(const std::string& bytes, const char* name = "in/a.zip") {
@@ -46,7 +46,7 @@ class DittoUnpack : public ::testing::Test {
             std::distance(fs::directory_iterator(work_), fs::directory_iterator()));
     }
 
-    // The tool says `why`, and nothing is there afterwards.
+    // The tool reports `why` and leaves nothing.
     void expectRefusal(const std::string& bytes, const std::string& why) {
         const DittoResult result = unpack(bytes);
         EXPECT_EQ(result.status, 1);
@@ -56,7 +56,7 @@ class DittoUnpack : public ::testing::Test {
         EXPECT_FALSE(somethingAt(folder_ / "escaped"));
     }
 
-    // More than their names fit into a pipe.
+    // So many that their names do not fit into a pipe.
     static std::vector<ZipItem> manyFiles() {
         std::vector<ZipItem> items(200);
         for (std::size_t i = 0; i < items.size(); ++i)

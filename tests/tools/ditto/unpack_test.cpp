@@ -243,7 +243,7 @@ TEST_F(DittoUnpack, AFileBeyondTheProcessLimitLeavesNothing) {
 }
 
 TEST_F(DittoUnpack, AFullDiskLeavesNothing) {
-    // On a small file system of its own, in a mount namespace of its own.
+    // On a small file system in a separate mount namespace.
     const std::string path =
         archive(buildZip({zipFile("a"), zipFile("b", std::string(3U << 20U, 'x'))}));
     const std::string script = "unshare -m" + std::string(::geteuid() == 0 ? "" : " -r") +
@@ -262,7 +262,7 @@ TEST_F(DittoUnpack, AFullDiskLeavesNothing) {
 using UserDittoUnpack = DittoUnpack;
 
 TEST_F(UserDittoUnpack, AParentThatIsNotWritableIsAnError) {
-    if (::geteuid() == 0) GTEST_SKIP() << "the super-user may write everywhere";
+    if (::geteuid() == 0) GTEST_SKIP() << "root may write everywhere";
     ASSERT_EQ(::chmod(work_.c_str(), 0555), 0);
     const DittoResult result = unpack(buildZip({zipFile("a")}));
     EXPECT_EQ(result.status, 1);
@@ -323,7 +323,7 @@ TEST_F(DittoUnpack, AnIgnoredSignalStaysIgnored) {
     EXPECT_EQ(result.status, 0);
 }
 
-// Archives that zip, bsdtar and Python's zipfile made of one small tree; archives/make made them.
+// Archives of one small tree by zip, bsdtar and Python's zipfile, made by archives/make.
 TEST_F(DittoUnpack, ArchivesOfOtherPackersAreRestored) {
     const std::string date = "|" + std::to_string(kDate);
     const std::string file = "one.txt|33184" + date + "|one\n";
@@ -374,7 +374,7 @@ TEST_F(DittoUnpack, AFolderThatCannotBeMadeIsNamed) {
         << result.errors;
 }
 
-// From as many as the loader needs up to enough for everything.
+// From the number that the loader needs up to one that is sufficient.
 TEST_F(DittoUnpack, WithoutEnoughDescriptorsNothingIsLeft) {
     const std::string path = archive(
         buildZip({zipFolder("d/", 0555), zipFile("d/e/f"), zipFile("g"), zipLink("l", "g")}));
@@ -404,7 +404,7 @@ TEST_F(DittoUnpack, WithoutEnoughDescriptorsNothingIsLeft) {
     }
 }
 
-// As on a file system whose rename always replaces and that has no hard links.
+// As on a file system whose rename always replaces and that lacks hard links.
 void withReplacingRenamesOnly() {
     std::array<sock_filter, 6> rules = {
         sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -432,7 +432,7 @@ TEST_F(DittoUnpack, RenamesThatCanOnlyReplaceAreEnough) {
         EXPECT_TRUE(fs::is_symlink(work_ + name + "/link"));
     }
     EXPECT_EQ(readFile(work_ + "/old/kept"), "kept");
-    // Nothing is replaced all the same.
+    // An existing item is left unchanged even so.
     EXPECT_EQ(runDitto({"-xk", path, work_ + "/old"}, &withReplacingRenamesOnly).status, 1);
 }
 

@@ -1,4 +1,4 @@
-// Zip archives written byte by byte, so that they can lie.
+// Writes zip archives byte by byte, so that their headers can be wrong.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@ struct ZipItem {
     std::uint32_t mode = 0100644;
     bool deflated = false;
 
-    // What the headers say where it is not the truth.
+    // Wrong values for the headers.
     std::optional<std::string> localName;
     std::optional<std::uint64_t> localSize;
     std::optional<std::uint64_t> localCompressedSize;
@@ -28,7 +28,7 @@ struct ZipItem {
     std::optional<std::uint64_t> offset;
     std::uint16_t flags = 0;
     std::uint8_t host = 3;
-    std::uint32_t attributes = 0;           // beside the mode
+    std::uint32_t attributes = 0;           // without the mode
     std::optional<std::uint32_t> modified;  // in an extra field
     bool zip64 = false;                     // sizes and offset in an extra field
     bool localZip64 = false;                // only the local header's sizes

@@ -31,7 +31,7 @@ class DittoZipWriter : public ::testing::Test {
         EntryList list;
         readIndex(InputFile(path_), 0, {1U << 20U}, list);
         EXPECT_EQ(list.entries.size(), count);
-        // The peer takes an archive without entries for no archive.
+        // The peer does not recognise an archive without entries.
         if (count > 0) {
             EXPECT_EQ(test::readWithPeer(path_).size(), count);
         }
@@ -58,7 +58,7 @@ TEST_F(DittoZipWriter, TheLargestOldCountIsWrittenAsZip64) {
     expectEntries(65535);
 }
 
-// 1901 to 2038 exactly, then to 2107 in the old form.
+// Exact from 1901 to 2038, then in the MS-DOS form up to 2107.
 TEST_F(DittoZipWriter, DatesAreKeptAsFarAsTheFormatHoldsThem) {
     ::setenv("TZ", "UTC", 1);
     ::tzset();
