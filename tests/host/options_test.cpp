@@ -9,31 +9,31 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-struct Answer {
+struct ParseResult {
     ParsedOptions parsed;
     std::string output;
     std::string error;
 };
 
-Answer parse(std::vector<std::string> arguments) {
+ParseResult parse(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "installer-host");
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
-    Answer answer{parseOptions(static_cast<int>(arguments.size()), argv.data()), "", ""};
-    answer.output = ::testing::internal::GetCapturedStdout();
-    answer.error = ::testing::internal::GetCapturedStderr();
-    return answer;
+    ParseResult result{parseOptions(static_cast<int>(arguments.size()), argv.data()), "", ""};
+    result.output = ::testing::internal::GetCapturedStdout();
+    result.error = ::testing::internal::GetCapturedStderr();
+    return result;
 }
 
 TEST(Options, AreRead) {
-    const auto answer =
+    const auto result =
         parse({"A.bundle", "B \xff.bundle", "--product", "Tape", "--appearance", "dark", "--script",
                "s", "--pictures", "p", "--transcript", "-", "--language", "de", "--strict"});
-    ASSERT_TRUE(answer.parsed.options);
-    const Options& options = *answer.parsed.options;
+    ASSERT_TRUE(result.parsed.options);
+    const Options& options = *result.parsed.options;
     EXPECT_THAT(options.bundles, ElementsAre("A.bundle", "B \xff.bundle"));
     EXPECT_EQ(options.product, "Tape");
     EXPECT_EQ(options.appearance, AppearanceMode::Dark);
@@ -58,12 +58,12 @@ TEST(Options, EitherBundlesOrAFolderIsNeeded) {
 }
 
 TEST(Options, HelpDescribesScriptsAndStatuses) {
-    const auto answer = parse({"--help"});
-    EXPECT_EQ(answer.parsed.exitStatus, 0);
-    EXPECT_FALSE(answer.parsed.options);
+    const auto result = parse({"--help"});
+    EXPECT_EQ(result.parsed.exitStatus, 0);
+    EXPECT_FALSE(result.parsed.options);
     for (const char* text : {"BUNDLE", "--script", "light|dark|system", "expect visible",
                              "Exit status", "--transcript"})
-        EXPECT_THAT(answer.output, HasSubstr(text));
+        EXPECT_THAT(result.output, HasSubstr(text));
 }
 
 TEST(Options, TheVersionIsPrinted) {
@@ -71,9 +71,9 @@ TEST(Options, TheVersionIsPrinted) {
 }
 
 TEST(Options, AnUnknownOptionIsAnError) {
-    const auto answer = parse({"A.bundle", "--colour"});
-    EXPECT_EQ(answer.parsed.exitStatus, 2);
-    EXPECT_THAT(answer.error, HasSubstr("--colour"));
+    const auto result = parse({"A.bundle", "--colour"});
+    EXPECT_EQ(result.parsed.exitStatus, 2);
+    EXPECT_THAT(result.error, HasSubstr("--colour"));
 }
 
 }  // namespace

@@ -60,7 +60,7 @@ def including(file, header, problem):
             lambda copy: copy.add_line(file, f'#include "{root}{header}"'), f"{file}:*: {problem}")
 
 
-# What is broken, how, and what must be printed about it; * stands for a line's number.
+# The rule, how it is broken, and what must be printed; * is a line's number.
 CASES = [
     including("base/types.h", "platform/platform.h", "includes platform/platform.h, which is above"),
     including("log/KXLog.cpp", "files/KXFileManager.h",

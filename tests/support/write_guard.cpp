@@ -127,10 +127,10 @@ bool mayChange(const char* call, int folder, const std::string& name, Follow fol
     // The call itself fails in the same way.
     if (!opened) return true;
     struct stat status;
-    const bool stands = ::fstatat(opened.get(), last.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-    if (stands && S_ISLNK(status.st_mode) && follow == Follow::Yes && depth < 40)
+    const bool exists = ::fstatat(opened.get(), last.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (exists && S_ISLNK(status.st_mode) && follow == Follow::Yes && depth < 40)
         return mayChangeTarget(call, opened.get(), last, depth);
-    if (stands && S_ISCHR(status.st_mode) && follow == Follow::Yes) return true;
+    if (exists && S_ISCHR(status.st_mode) && follow == Follow::Yes) return true;
     return mayChangeFolder(call, opened.get(), last);
 }
 

@@ -127,19 +127,19 @@ TEST(HostServices, NoOtherThreadSendsEvents) {
 }
 
 TEST(HostServices, EveryObserverIsNotifiedOnceInOrder) {
-    static std::string told;
-    const auto tell = [](void* user) { told += static_cast<const char*>(user); };
+    static std::string received;
+    const auto observer = [](void* user) { received += static_cast<const char*>(user); };
     static char first[] = "a";
     static char second[] = "b";
-    table().observe_termination(table().context, tell, first);
-    table().observe_termination(table().context, tell, second);
+    table().observe_termination(table().context, observer, first);
+    table().observe_termination(table().context, observer, second);
     table().observe_termination(table().context, nullptr, nullptr);
-    EXPECT_EQ(told, "");
+    EXPECT_EQ(received, "");
     HostServices::shared().terminate();
     HostServices::shared().terminate();
-    table().observe_termination(table().context, tell, first);
+    table().observe_termination(table().context, observer, first);
     HostServices::shared().terminate();
-    EXPECT_EQ(told, "ab");
+    EXPECT_EQ(received, "ab");
 }
 
 }  // namespace

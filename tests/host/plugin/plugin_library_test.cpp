@@ -40,7 +40,7 @@ TEST_F(PluginLibraries, APlugInThatIsNotAFileIsReported) {
 
 TEST_F(PluginLibraries, APlugInThatIsNotASharedObjectGivesTheSystemsText) {
     auto parts = whole();
-    parts.program = folder_.writeFile("text", "this is no program");
+    parts.program = folder_.writeFile("text", "not a program");
     EXPECT_THAT(errorOf(parts),
                 StartsWith("Contents/Linux/Recorder.so cannot be opened: file too short"));
 }

@@ -32,7 +32,7 @@ TEST(StepList, ScreenReadersHearHowFarEachStepIs) {
 }
 
 TEST(StepList, ALongTitleWrapsInsteadOfWideningTheList) {
-    StepList list({{"A title that is far too long to stand on one line of a narrow list", false}});
+    StepList list({{"A title that is far too long for one line of a narrow list", false}});
     EXPECT_LT(list.minimumSizeHint().width(), 140);
     EXPECT_GT(list.heightForWidth(180), 2 * list.heightForWidth(2000) - 20);
 }
