@@ -43,11 +43,13 @@ void say(const std::string& text) {
 // Without a display the window is drawn in memory, unless the user chose another platform plug-in.
 enum class Screen { Display, OffScreen };
 Screen chooseScreen() {
+    // The value may have parameters behind the plug-in's name.
     if (isSet("QT_QPA_PLATFORM"))
         return std::string_view(std::getenv("QT_QPA_PLATFORM")).starts_with("offscreen")
                    ? Screen::OffScreen
                    : Screen::Display;
     if (isSet("DISPLAY") || isSet("WAYLAND_DISPLAY")) return Screen::Display;
+    // The application object reads it.
     ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     say("there is no display; the window is drawn off screen");
     return Screen::OffScreen;
@@ -90,6 +92,7 @@ InstallerController::Setting settingFor(const Options& options, const QStringLis
     setting.product = shown(onOneLine(options.product));
     setting.languages = languages;
     setting.window.appearance = options.appearance;
+    // A script could not press the question's buttons, and off screen no user could.
     setting.window.confirm = screen == Screen::Display && options.script.empty()
                                  ? InstallerWindow::Confirm::Yes
                                  : InstallerWindow::Confirm::No;
@@ -142,6 +145,7 @@ class Session {
 
     void scriptFinished(ScriptRunner::Outcome outcome) {
         scriptFailed_ = outcome == ScriptRunner::Outcome::Failed;
+        // At its end the script leaves a window on a display to the user.
         if (outcome != ScriptRunner::Outcome::AtEnd || screen_ == Screen::OffScreen)
             controller_.window().closeNow();
     }
@@ -185,6 +189,7 @@ int runHost(const Options& options) {
         say("an off-screen window needs --script FILE");
         return kWrongUse;
     }
+    // Wrong use is reported before the toolkit starts and before any plug-in is loaded.
     std::optional<Transcript> transcript;
     std::vector<ScriptStep> steps;
     try {

@@ -122,6 +122,7 @@ void InstallerController::continueToPlugin() {
     while (!pluginEntered_) {
         const auto before = sequence_->current();
         userContinues();
+        // A pane that refuses would keep this here without end.
         if (sequence_->current() == before) return;
     }
 }

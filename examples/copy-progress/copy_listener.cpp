@@ -18,6 +18,7 @@ bool CopyListener::implements(Notice notice) const {
 void CopyListener::fileOperationProgress(const FileOperationNotice& notice,
                                          const platform::FileOperationRef& fileOperation) {
     if (cancelled_) return KXFileManager::cancelFileOperation(fileOperation);
+    // The total of an empty source is 0.
     const double total = number(notice, platform::kFSOperationTotalBytesKey);
     const double bytes = number(notice, platform::kFSOperationBytesCompleteKey);
     progressed({total > 0 ? bytes / total : 0, bytes,

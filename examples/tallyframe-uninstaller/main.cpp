@@ -21,11 +21,9 @@ constexpr char kHelp[] =
     "                                        keeps a picture of each page in an existing folder\n"
     "  TALLYFRAME_APPEARANCE=light|dark      instead of the desktop's appearance\n"
     "\n"
-    "Exit status: 0 if Tallyframe was removed or was not installed; 1 if something that should "
-    "have\n"
-    "been moved is left, or without a display and an answer; 3 if the question was cancelled, "
-    "with\n"
-    "nothing moved.\n";
+    "Exit status: 0 if Tallyframe was removed or was not installed; 1 if something that should\n"
+    "have been moved is left, or without a display and an answer; 3 if the question was\n"
+    "cancelled, with nothing moved.\n";
 
 constexpr int kFailed = 1;
 constexpr int kCancelled = 3;

@@ -20,6 +20,7 @@ HostServices& HostServices::shared() {
     return *services;
 }
 
+// The table's functions are called from C: an exception must not leave them.
 HostServices::HostServices() : table_{} {
     table_.version = INSTALLER_PLUGIN_VERSION;
     table_.context = this;
@@ -51,6 +52,7 @@ void HostServices::onMainThread(std::function<void()> function) const {
 
 void HostServices::watchDescriptor(int descriptor, void (*drain)(void*), void* user) const {
     if (descriptor < 0 || drain == nullptr) return;
+    // Notifiers belong to the thread whose event loop serves them.
     onMainThread([=] {
         QCoreApplication* application = QCoreApplication::instance();
         if (application == nullptr) return;
@@ -65,6 +67,7 @@ bool HostServices::sendNextEvent(int milliseconds) const {
                                            ? QAbstractEventDispatcher::instance()
                                            : nullptr;
     if (events == nullptr) return false;
+    // Pending events first: they need no timer.
     if (events->processEvents(QEventLoop::AllEvents)) return true;
     if (milliseconds <= 0) return false;
 

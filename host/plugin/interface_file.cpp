@@ -57,6 +57,7 @@ std::unique_ptr<QWidget> parsed(const std::string& contents, const std::string& 
     checkDepth(contents);
     const WithoutDesignerPlugins ownWidgetsOnly;
     QUiLoader loader;
+    // Relative paths in the file, such as those of pictures, begin at the bundle.
     loader.setWorkingDirectory(QDir(QFile::decodeName(folder.c_str())));
     loader.setLanguageChangeEnabled(false);
     QBuffer buffer;

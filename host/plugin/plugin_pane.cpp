@@ -51,6 +51,7 @@ void PluginPane::go(Direction direction) {
 }
 
 const installer_control& PluginPane::controlFor(QWidget* widget) {
+    // Each in its own memory: the pane keeps their addresses while more are added.
     outlets_.push_back(std::make_unique<Outlet>(Outlet{widget, &transcript_}));
     auto control = std::make_unique<installer_control>();
     control->context = outlets_.back().get();

@@ -40,6 +40,7 @@ bool readAt(std::FILE* file, std::uint64_t offset, void* to, std::size_t size) {
            std::fread(to, size, 1, file) == 1;
 }
 
+// A table with entries of another size could not be read as Segments.
 bool isForThisMachine(const Header& header) {
     return std::string_view(reinterpret_cast<const char*>(header.e_ident), SELFMAG) == ELFMAG &&
            header.e_ident[EI_CLASS] == kClass && header.e_phentsize == sizeof(Segment);
@@ -54,6 +55,8 @@ void checkIsComplete(const std::string& path) {
     Header header{};
     if (!readAt(file.get(), 0, &header, sizeof header) || !isForThisMachine(header)) return;
 
+    // The table first: its entries are read from it. Both numbers are the file's own and may be
+    // wrong.
     std::vector<Segment> segments(header.e_phnum);
     const std::size_t bytes = segments.size() * sizeof(Segment);
     checkWithin(endOf(header.e_phoff, bytes), size);

@@ -28,6 +28,7 @@ std::string expanded(std::string_view text) {
         const std::string name(text.substr(begin + 2, end - begin - 2));
         const char* value = std::getenv(name.c_str());
         if (value == nullptr) throw HostError("the environment has no variable " + inQuotes(name));
+        // The value is not expanded again, whatever it contains.
         result += text.substr(0, begin);
         result += value;
         text.remove_prefix(end + 1);
@@ -157,6 +158,7 @@ std::vector<ScriptStep> parseScript(std::string_view script) {
     std::vector<ScriptStep> steps;
     for (int number = 1; !script.empty(); ++number) {
         const std::size_t end = std::min(script.find('\n'), script.size());
+        // Trimming also removes the carriage return of a script from another system.
         const auto line = trimWhitespaceAndNewlines(script.substr(0, end));
         script.remove_prefix(std::min(end + 1, script.size()));
         if (line.empty() || line.front() == '#') continue;

@@ -188,6 +188,8 @@ void ScriptRunner::waitForFile(const ScriptStep& step, const QElapsedTimer& sinc
     if (somethingAt(path) == awaited) return scheduleNext();
     if (since.hasExpired(step.time.count()))
         return fail(step, inQuotes(path) + (awaited ? " did not appear" : " still exists"));
+    // Polled: to be notified, the folder would have to exist already. The steps do not change while
+    // the script runs, so that the reference stays valid.
     QTimer::singleShot(kFilePollMilliseconds, this,
                        [this, &step, since] { waitForFile(step, since); });
 }
@@ -217,6 +219,7 @@ void ScriptRunner::runCommand(const ScriptStep& step) {
                                                             : " was ended by signal ") +
                                std::to_string(status));
             });
+    // For a command that never ends. finished() then reports the signal.
     QTimer::singleShot(kLongestCommandMilliseconds, process, [process] { process->kill(); });
     process->start(program, arguments);
 }

@@ -57,6 +57,7 @@ void PaneSequence::travel(std::size_t destination, Direction direction) {
 }
 
 std::optional<std::size_t> PaneSequence::enter(std::size_t pane, Direction direction) {
+    // Before didEnter(), in which the pane may already ask to be left: only the current pane may.
     current_ = pane;
     wish_.reset();
     entered_.emplace(pane, direction);

@@ -78,6 +78,7 @@ std::vector<PlannedSection> planForFolder(const std::string& folder) {
         for (const auto& entry : readOrder(folder))
             if (!isNotOffered(entry)) plan.push_back(sectionFor(folder, entry));
     } catch (const HostError& error) {
+        // The window is still shown, with the reason in it.
         plan = {{Kind::Introduction, "", ""}, {Kind::Problem, folder, error.what()}};
     }
     if (!hasSummary(plan)) plan.push_back({Kind::Summary, "", ""});

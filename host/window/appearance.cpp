@@ -11,6 +11,7 @@
 namespace quillmoor::host {
 namespace {
 
+// WCAG's level AA for text and for graphical objects.
 constexpr double kTextContrast = 4.5;
 constexpr double kMarkContrast = 3.0;
 constexpr double kLeastPointSize = 10.0;
@@ -82,6 +83,7 @@ QPalette paletteOf(const Colours& colours) {
     return palette;
 }
 
+// 0.18 is the luminance of a middle grey.
 bool isDark(const QPalette& palette) {
     return luminance(palette.color(QPalette::Window)) < 0.18;
 }

@@ -30,6 +30,7 @@ constexpr int kMargin = 32;
 
 QLabel* newLabel(const QString& text, const char* style, QWidget* parent) {
     auto* label = new QLabel(text, parent);
+    // Names from bundles must not be taken for markup.
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     label->setProperty("textStyle", QLatin1String(style));
@@ -134,6 +135,7 @@ QLayout* InstallerWindow::makeButtons() {
 }
 
 void InstallerWindow::setPage(std::size_t step, std::unique_ptr<QWidget> page) {
+    // Return presses only those buttons that are auto-default when they have the focus.
     for (QPushButton* button : page->findChildren<QPushButton*>()) button->setAutoDefault(true);
     host::setPage(*pages_[step], std::move(page));
     pages_[step]->setAccessibleName(steps_[step].title);
@@ -234,6 +236,7 @@ void InstallerWindow::showEvent(QShowEvent* event) {
 
 void InstallerWindow::keyPressEvent(QKeyEvent* event) {
     switch (event->key()) {
+        // Only the toolkit's dialogs press a default button, and this is not one.
         case Qt::Key_Return:
         case Qt::Key_Enter:
             return mainButton()->click();

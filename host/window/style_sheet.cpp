@@ -88,6 +88,7 @@ QString styleSheetFor(const Colours& colours, const QFont& body) {
         {"@titleSize@", sizeOf(body, kTitleScale)},
         {"@headingSize@", sizeOf(body, kHeadingScale)},
     };
+    // In any order: the @ at the end keeps a name from matching the beginning of a longer one.
     QString sheet = QString::fromUtf8(kSheet);
     for (const auto& [name, value] : values) sheet.replace(QLatin1String(name), value);
     return sheet;

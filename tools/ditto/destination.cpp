@@ -31,6 +31,7 @@ bool existsAt(int folder, const std::string& name) {
            errno != ENOENT;
 }
 
+// With a slash behind it, a link would be followed even where only the link is meant.
 std::string withoutTrailingSlashes(std::string path) {
     while (path.size() > 1 && path.ends_with('/')) path.pop_back();
     return path;
@@ -68,6 +69,7 @@ void Destination::openParent(const std::string& path) {
     if (systemCalls().fstatat(AT_FDCWD, path.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0)
         throw Failure(quoted(path) + " is a link that leads nowhere");
     name_ = lastPathComponent(path);
+    // Of a missing folder, which cannot be created under these names.
     if (name_ == "." || name_ == "..") failWithError(path, "made", ENOENT);
     const std::string parent = parentPathOf(path);
     makeParents(parent);

@@ -57,6 +57,7 @@ EntryTree::EntryTree(std::span<const Entry> entries, FoldCase foldCase) : foldCa
     for (const Entry& entry : entries) {
         std::string_view path = entry.name;
         if (path.ends_with('/')) path.remove_suffix(1);
+        // Most names are clean and need no copy.
         if (!isClean(path)) path = copied(texts_, cleaned(path));
         if (path.empty()) continue;
         const std::string_view key =
@@ -64,6 +65,7 @@ EntryTree::EntryTree(std::span<const Entry> entries, FoldCase foldCase) : foldCa
         nodes_.push_back({path, key, &entry});
     }
     std::sort(nodes_.begin(), nodes_.end(), [](const Node& a, const Node& b) {
+        // The entries are in one array, so that their addresses have the archive's order.
         return a.key == b.key ? a.entry < b.entry : sortsBefore(a.key, b.key);
     });
 }

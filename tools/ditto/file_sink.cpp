@@ -71,6 +71,7 @@ BackgroundSink::~BackgroundSink() {
 std::span<unsigned char> BackgroundSink::room(std::size_t) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return failure_ || filled_ - written_ < pieces_.size(); });
+    // Checked first: after a failure no piece becomes free any more.
     if (failure_) std::rethrow_exception(failure_);
     return pieces_[filled_ % pieces_.size()].bytes;
 }

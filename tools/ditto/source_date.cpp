@@ -19,6 +19,7 @@ std::optional<std::int64_t> sourceDateEpoch() {
     if (set == nullptr) return std::nullopt;
     const std::string_view text = set;
     std::uint64_t value = 0;
+    // An empty value is an error too: it is a mistake of the build that sets it.
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size() || value > kEndOfYear9999)
         throw Failure("SOURCE_DATE_EPOCH needs a number of seconds since 1970, not " +

@@ -64,6 +64,7 @@ class FileWriterPool {
         try {
             FileWriter writer(root_, archives_, umask_, stop_);
             for (std::size_t i = next_++; i < files_.size(); i = next_++) {
+                // Thrown inside the try: an interruption stops the other threads like a failure.
                 throwIfInterrupted();
                 if (stop_) return;
                 writer.write(files_[i]);
