@@ -18,7 +18,8 @@ struct DirectoryLocation {
 };
 
 // Finds the directory by the record at the archive's end. Throws Failure if there is none, if the
-// archive has several volumes, or if there are bytes between the directory and its end record.
+// archive has several volumes, or if the records do not account for bytes before or behind the
+// directory.
 DirectoryLocation findDirectory(const InputFile& archive);
 
 // Reads through a buffer of bounded size.
