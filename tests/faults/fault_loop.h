@@ -71,7 +71,7 @@ std::vector<FaultScenario> fileQueryScenarios();
 std::vector<FaultScenario> fileChangeScenarios();
 std::vector<FaultScenario> fileToolScenarios();
 std::vector<FaultScenario> pathScenarios();
-std::vector<FaultScenario> rightsScenarios();
+std::vector<FaultScenario> authorizationScenarios();
 std::vector<FaultScenario> helperScenarios();  // fewer for an ordinary user
 std::vector<FaultScenario> paneScenarios();
 std::vector<FaultScenario> taskScenarios();

@@ -72,9 +72,9 @@ TEST(FaultLoop, HasEveryPublicOperation) {
 const std::vector<FaultScenario>& faultScenarios() {
     static const std::vector<FaultScenario> all = [] {
         std::vector<FaultScenario> list;
-        for (const auto& part :
-             {fileQueryScenarios, fileChangeScenarios, fileToolScenarios, pathScenarios,
-              rightsScenarios, helperScenarios, paneScenarios, taskScenarios, logScenarios}) {
+        for (const auto& part : {fileQueryScenarios, fileChangeScenarios, fileToolScenarios,
+                                 pathScenarios, authorizationScenarios, helperScenarios,
+                                 paneScenarios, taskScenarios, logScenarios}) {
             const std::vector<FaultScenario> scenarios = part();
             list.insert(list.end(), scenarios.begin(), scenarios.end());
         }

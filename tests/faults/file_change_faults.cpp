@@ -48,10 +48,10 @@ FaultScenario change(std::string name, const std::string& operation, Change chan
                 run.inject([&] { succeeded = change(tree); });
                 if (!run.faulted()) {
                     EXPECT_TRUE(succeeded);
-                    EXPECT_FALSE(tree.world.usedRights());
+                    EXPECT_FALSE(tree.world.usedAuthorization());
                 }
                 // YES means then that a tool has been started.
-                check(tree, run, succeeded && !tree.world.usedRights());
+                check(tree, run, succeeded && !tree.world.usedAuthorization());
             }};
 }
 
@@ -114,7 +114,7 @@ void expectCopiedIfListed(const Tree& tree, const FaultRun& run, bool succeeded)
 std::vector<FaultScenario> removalScenarios() {
     return {
         change(
-            "RemoveFileWithoutRights", "removeFile:shouldAuth:",
+            "RemoveFileWithoutAuthorization", "removeFile:shouldAuth:",
             [](const Tree& tree) {
                 return KXFileManager::removeFile(given(tree.path), ShouldAuth::No);
             },
@@ -141,7 +141,7 @@ std::vector<FaultScenario> removalScenarios() {
              });
              EXPECT_FALSE(removedFull);
              EXPECT_TRUE(tree.standsAt(tree.path));
-             if (removed && !tree.world.usedRights()) {
+             if (removed && !tree.world.usedAuthorization()) {
                  EXPECT_FALSE(somethingAt(empty));
              }
              if (!run.faulted()) {
@@ -154,7 +154,7 @@ std::vector<FaultScenario> removalScenarios() {
 std::vector<FaultScenario> trashScenarios() {
     return {
         change(
-            "TrashFileWithoutRights", "trashFile:shouldAuth:",
+            "TrashFileWithoutAuthorization", "trashFile:shouldAuth:",
             [](const Tree& tree) {
                 return KXFileManager::trashFile(given(tree.path), ShouldAuth::No);
             },
@@ -172,7 +172,7 @@ std::vector<FaultScenario> trashScenarios() {
             [](const Tree& tree) { return KXFileManager::trashDirectoryContents(given(tree.in)); },
             expectTrashedIfListed),
         change(
-            "TrashDirectoryContentsWithoutRights", "trashDirectoryContents:shouldAuth:",
+            "TrashDirectoryContentsWithoutAuthorization", "trashDirectoryContents:shouldAuth:",
             [](const Tree& tree) {
                 return KXFileManager::trashDirectoryContents(given(tree.in), ShouldAuth::No);
             },
@@ -212,7 +212,7 @@ std::vector<FaultScenario> creationScenarios() {
     };
     return {
         change(
-            "CreateDirectoryWithoutRights", "createDirectory:shouldAuth:",
+            "CreateDirectoryWithoutAuthorization", "createDirectory:shouldAuth:",
             [](const Tree& tree) {
                 return KXFileManager::createDirectory(given(tree.folder), ShouldAuth::No);
             },
@@ -255,7 +255,7 @@ std::vector<FaultScenario> creationScenarios() {
 std::vector<FaultScenario> copyScenarios() {
     return {
         change(
-            "CopyFileWithoutRights", "copyFile:toPath:shouldAuth:",
+            "CopyFileWithoutAuthorization", "copyFile:toPath:shouldAuth:",
             [](const Tree& tree) {
                 return KXFileManager::copyFile(given(tree.path), given(tree.destination),
                                                ShouldAuth::No);
@@ -285,7 +285,7 @@ std::vector<FaultScenario> copyScenarios() {
 std::vector<FaultScenario> moveScenarios() {
     return {
         change(
-            "MoveFileWithoutRights", "moveFile:toPath:shouldAuth:",
+            "MoveFileWithoutAuthorization", "moveFile:toPath:shouldAuth:",
             [](const Tree& tree) {
                 return KXFileManager::moveFile(given(tree.path), given(tree.destination),
                                                ShouldAuth::No);

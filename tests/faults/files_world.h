@@ -32,7 +32,7 @@ class FilesWorld : public FilesTest {
     std::string trash() const { return FilesTest::trash(); }
 
     // The operation has turned to administrator rights: its YES means that a tool was started.
-    bool usedRights() const {
+    bool usedAuthorization() const {
         return !authorization_.started().empty() || !tasks_.launched.empty();
     }
 

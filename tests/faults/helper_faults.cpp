@@ -24,7 +24,7 @@
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/faults/given_up_child.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/write_guard.h"
 
@@ -32,16 +32,16 @@ namespace quillmoor::test {
 namespace {
 
 using platform::AuthorizedToolStream;
-using platform::linux_::rights::Channel;
-using platform::linux_::rights::isReadable;
-using platform::linux_::rights::LaunchChild;
-using platform::linux_::rights::LaunchSetup;
-using platform::linux_::rights::openToolPipes;
-using platform::linux_::rights::PolkitConversation;
-using platform::linux_::rights::PolkitHelper;
-using platform::linux_::rights::Rendezvous;
-using platform::linux_::rights::helper::Client;
-using platform::linux_::rights::helper::serve;
+using platform::linux_::authorization::Channel;
+using platform::linux_::authorization::isReadable;
+using platform::linux_::authorization::LaunchChild;
+using platform::linux_::authorization::LaunchSetup;
+using platform::linux_::authorization::openToolPipes;
+using platform::linux_::authorization::PolkitConversation;
+using platform::linux_::authorization::PolkitHelper;
+using platform::linux_::authorization::Rendezvous;
+using platform::linux_::authorization::helper::Client;
+using platform::linux_::authorization::helper::serve;
 
 // The pipes that were let go of are closed when another tool gets its own, once theirs has ended.
 class ClosedPipes {
@@ -77,8 +77,8 @@ class HelperWorld {
         {
             const NotCounted notCounted;
             helper_ = startProgram(helperCommand(*rendezvous));
-            pollfd knock{rendezvous->descriptor(), POLLIN, 0};
-            EXPECT_EQ(::poll(&knock, 1, 10'000), 1);
+            pollfd request{rendezvous->descriptor(), POLLIN, 0};
+            EXPECT_EQ(::poll(&request, 1, 10'000), 1);
         }
         return rendezvous->accept(helper_);
     }

@@ -21,10 +21,10 @@ namespace quillmoor::platform {
 // Without either of them, a reference that has no rights.
 struct AuthorizationOpaque {
     bool isDirect = false;  // this process can do by itself what the rights are for
-    std::optional<linux_::rights::Grant> grant;
+    std::optional<linux_::authorization::Grant> grant;
 };
 
-namespace linux_::rights {
+namespace linux_::authorization {
 namespace {
 
 bool isSuperUser() {
@@ -32,7 +32,7 @@ bool isSuperUser() {
 }
 
 // Not in a program with a setuid bit: its environment is somebody else's.
-bool wasStartedWithRights() {
+bool isAuthorizedTool() {
     return ::geteuid() == 0 && ::secure_getenv(kAuthorizedUid) != nullptr;
 }
 
@@ -129,7 +129,7 @@ class LinuxAuthorization final : public Authorization {
 
     AuthorizationStatus copyPrivilegedReference(AuthorizationFlags,
                                                 AuthorizationRef& reference) override {
-        if (!wasStartedWithRights()) return kAuthorizationDenied;
+        if (!isAuthorizedTool()) return kAuthorizationDenied;
         reference = new AuthorizationOpaque{true, std::nullopt};
         return kAuthorizationSuccess;
     }
@@ -146,10 +146,10 @@ class LinuxAuthorization final : public Authorization {
 };
 
 }  // namespace
-}  // namespace linux_::rights
+}  // namespace linux_::authorization
 
 Authorization* nativeAuthorization() {
-    static Authorization* const authorization = new linux_::rights::LinuxAuthorization;
+    static Authorization* const authorization = new linux_::authorization::LinuxAuthorization;
     return authorization;
 }
 

@@ -11,7 +11,7 @@
 #include "quillmoor/platform/posix/process/child_posix.h"
 #include "quillmoor/platform/posix/process/child_reaper_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 // The user who asked in the first place, in a process that was itself started with rights.
@@ -41,4 +41,4 @@ AuthorizationStatus executeDirectly(const std::string& tool, const StringList& a
     return kAuthorizationSuccess;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -7,11 +7,11 @@
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/authorization.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Starts `tool` as a child and does not wait for it. kAuthorizationToolExecuteFailure when it
 // cannot be started.
 AuthorizationStatus executeDirectly(const std::string& tool, const StringList& arguments,
                                     std::shared_ptr<AuthorizedToolStream>& stream);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 Grant::Grant(Channel channel, Renewal renewal)
     : channel_(std::move(channel)), renewal_(std::move(renewal)), holder_(::getpid()) {}
@@ -25,4 +25,4 @@ AuthorizationStatus Grant::renew() {
     return status;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -12,7 +12,7 @@
 #include "quillmoor/platform/authorization.h"
 #include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Used by one thread at a time.
 class Grant {
@@ -40,4 +40,4 @@ class Grant {
     pid_t holder_;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

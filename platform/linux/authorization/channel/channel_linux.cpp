@@ -17,7 +17,7 @@
 #include "quillmoor/platform/posix/ground/standard_streams_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 using posix::Descriptor;
 
@@ -76,7 +76,7 @@ Descriptor openAbove(const char* path, int flags) {
 }
 
 // What a tool has from this process beside its stream.
-struct Surroundings {
+struct ToolContext {
     Descriptor folder;
     Descriptor noError;  // where this process has no standard error
 };
@@ -97,13 +97,13 @@ Descriptor openWorkingFolder() {
     return folder || !isOutOfReach(errno) ? std::move(folder) : openAbove(kNowhere, O_PATH);
 }
 
-bool openSurroundings(Surroundings& surroundings) {
-    return openWithRoom([&surroundings] {
-        surroundings.folder = openWorkingFolder();
-        if (!surroundings.folder) return false;
+bool openToolContext(ToolContext& context) {
+    return openWithRoom([&context] {
+        context.folder = openWorkingFolder();
+        if (!context.folder) return false;
         if (posix::systemCalls().fcntl(STDERR_FILENO, F_GETFD, 0) >= 0) return true;
-        surroundings.noError = openAbove(kNowhere, O_RDWR);
-        return static_cast<bool>(surroundings.noError);
+        context.noError = openAbove(kNowhere, O_RDWR);
+        return static_cast<bool>(context.noError);
     });
 }
 
@@ -142,14 +142,13 @@ AuthorizationStatus Channel::execute(const std::string& tool, const StringList& 
                                      std::shared_ptr<AuthorizedToolStream>& stream) {
     if (!isOpen()) return kAuthorizationDenied;
     const std::optional<std::string> body = encodeCommand(tool, arguments);
-    Surroundings surroundings;
-    if (!body || !openSurroundings(surroundings)) return kAuthorizationToolExecuteFailure;
+    ToolContext context;
+    if (!body || !openToolContext(context)) return kAuthorizationToolExecuteFailure;
     std::optional<ToolPipes> pipes = openToolPipes();
     if (!pipes) return kAuthorizationToolExecuteFailure;
     const std::array<int, kRequestDescriptors> descriptors{
         pipes->input.get(), pipes->output.get(),
-        surroundings.noError ? surroundings.noError.get() : STDERR_FILENO,
-        surroundings.folder.get()};
+        context.noError ? context.noError.get() : STDERR_FILENO, context.folder.get()};
 
     const int socket = socket_->descriptor.get();
     const bool isSent = sendMessage(socket, MessageKind::Request, *body, descriptors);
@@ -165,4 +164,4 @@ AuthorizationStatus Channel::execute(const std::string& tool, const StringList& 
     return kAuthorizationSuccess;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -9,7 +9,7 @@
 #include "quillmoor/platform/authorization.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // The helper lives as long as its channel, and no longer than this process. Used by one thread at a
 // time. In a child made by fork every channel is closed; the parent's stay.
@@ -39,4 +39,4 @@ class Channel {
     std::unique_ptr<Socket> socket_;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -17,7 +17,7 @@
 #include "quillmoor/platform/posix/process/child_system_posix.h"
 #include "quillmoor/platform/posix/process/spawn_setup_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using posix::CStrings;
@@ -113,4 +113,4 @@ void LaunchChild::kill() {
     if (!end()) posix::signalChild(exit_, pid_, SIGKILL);
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -12,7 +12,7 @@
 #include "quillmoor/platform/posix/ground/descriptor.h"
 #include "quillmoor/platform/posix/process/child_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 struct LaunchSetup {
     std::string path;
@@ -65,4 +65,4 @@ class LaunchChild {
     std::optional<LaunchEnd> end_;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

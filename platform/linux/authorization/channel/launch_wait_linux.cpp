@@ -13,7 +13,7 @@
 #include "quillmoor/platform/posix/ground/standard_streams_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using posix::Descriptor;
@@ -131,4 +131,4 @@ std::optional<std::string> readPiece(int descriptor) {
     return std::string(bytes.data(), static_cast<std::size_t>(count));
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

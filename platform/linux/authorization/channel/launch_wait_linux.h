@@ -13,7 +13,7 @@
 #include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Given credentials: nobody sits there who could take longer.
 inline constexpr std::chrono::seconds kCredentialsTimeout{60};
@@ -53,4 +53,4 @@ bool isReadable(int descriptor, std::chrono::milliseconds timeout);
 // Reads what is there, and only once; nil at the end of the text, and where nothing can be read.
 std::optional<std::string> readPiece(int descriptor);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -9,7 +9,7 @@
 
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using Number = std::uint32_t;
@@ -137,4 +137,4 @@ bool receiveBytes(int socket, void* bytes, std::size_t size) {
     return true;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -13,7 +13,7 @@
 
 #include "quillmoor/base/types.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 enum class MessageKind : std::uint32_t {
     Hello = 1,
@@ -55,4 +55,4 @@ bool sendMessage(int socket, MessageKind kind, std::string_view body,
 // Waits for exactly `size` bytes. NO when the other end has gone.
 bool receiveBytes(int socket, void* bytes, std::size_t size);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

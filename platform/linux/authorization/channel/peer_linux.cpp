@@ -18,7 +18,7 @@ extern "C" {
 #include "quillmoor/platform/linux/ground/linux_calls_linux.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using posix::Descriptor;
@@ -85,4 +85,4 @@ bool descendsFrom(pid_t process, pid_t ancestor) {
     return false;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -7,7 +7,7 @@
 
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 struct Peer {
     pid_t pid = -1;
@@ -26,4 +26,4 @@ bool hasEnded(const posix::Descriptor& process);
 // `process` is `ancestor`, or a child of it, or of one of those. NO where it cannot be told.
 bool descendsFrom(pid_t process, pid_t ancestor);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

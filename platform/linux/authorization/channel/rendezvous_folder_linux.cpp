@@ -16,7 +16,7 @@
 #include "quillmoor/platform/posix/ground/standard_streams_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using posix::Descriptor;
@@ -121,4 +121,4 @@ void removeAbandonedFolders(const std::string& place) {
         removeIfAbandoned(reader.folder(), name.c_str());
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -6,7 +6,7 @@
 
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Only its user may enter it. It is locked for as long as its maker has it: a folder that is not is
 // left over from a process that was killed.
@@ -36,4 +36,4 @@ class RendezvousFolder {
 // ignores failures.
 void removeAbandonedFolders(const std::string& place);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

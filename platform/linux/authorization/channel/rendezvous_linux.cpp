@@ -17,7 +17,7 @@
 #include "quillmoor/platform/posix/ground/standard_streams_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using posix::Descriptor;
@@ -103,4 +103,4 @@ std::optional<Channel> Rendezvous::accept(pid_t launcher) {
     return Channel::greet(std::move(caller));
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -11,7 +11,7 @@
 #include "quillmoor/platform/linux/authorization/channel/rendezvous_folder_linux.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // A socket in a folder of its own that only this user may enter; both are gone with this object.
 class Rendezvous {
@@ -39,4 +39,4 @@ class Rendezvous {
     posix::Descriptor socket_;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

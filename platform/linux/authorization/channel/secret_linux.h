@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Bytes that are overwritten before their memory is given back. They are never moved about, so that
 // there is one copy only.
@@ -29,4 +29,4 @@ class Secret {
     std::vector<char> bytes_;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

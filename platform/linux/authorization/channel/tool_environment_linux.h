@@ -5,7 +5,7 @@
 
 #include "quillmoor/base/types.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Tells a program that it was started with rights, and for which user.
 inline constexpr char kAuthorizedUid[] = "KX_AUTHORIZED_UID";
@@ -21,4 +21,4 @@ inline Environment toolEnvironment(const std::string& authorizedUid) {
             {kAuthorizedUid, authorizedUid}};
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

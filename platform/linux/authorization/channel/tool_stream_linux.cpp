@@ -17,7 +17,7 @@
 #include "quillmoor/platform/posix/ground/standard_streams_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using posix::Descriptor;
@@ -161,4 +161,4 @@ std::optional<ToolPipes> openToolPipes() {
     return pipes;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -8,7 +8,7 @@
 #include "quillmoor/platform/authorization.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // A stream, and the ends of its two pipes that belong to the tool. Pipes, for what a tool opens as
 // /dev/stdin or /dev/stdout cannot be a socket.
@@ -26,4 +26,4 @@ std::optional<ToolPipes> openToolPipes();
 // errno, for want of descriptors, and a tool whose stream was let go of has given some back.
 bool openWithRoom(const std::function<bool()>& open);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

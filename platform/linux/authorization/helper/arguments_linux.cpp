@@ -3,7 +3,7 @@
 #include <charconv>
 #include <string_view>
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 // Digits only, all of `text`.
@@ -30,4 +30,4 @@ std::optional<Arguments> parseArguments(std::span<const char* const> arguments) 
     return parsed;
 }
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 
 struct Arguments {
     std::string path;  // the socket where the client waits
@@ -18,4 +18,4 @@ struct Arguments {
 // Of "--connect PATH --uid UID --pid PID" in this order; nil for anything else.
 std::optional<Arguments> parseArguments(std::span<const char* const> arguments);
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -10,7 +10,7 @@
 
 #include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 using posix::Descriptor;
@@ -53,4 +53,4 @@ std::optional<Client> connectToClient(const Arguments& expected) {
     return client;
 }
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -8,7 +8,7 @@
 #include "quillmoor/platform/linux/authorization/helper/arguments_linux.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 
 struct Client {
     pid_t pid = -1;
@@ -24,4 +24,4 @@ bool wasStartedBy(const Arguments& client, const char* invoker);
 // Connects to the client; nil when somebody else waits there.
 std::optional<Client> connectToClient(const Arguments& expected);
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <string>
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 using posix::Descriptor;
@@ -59,4 +59,4 @@ Descriptor openEmptyFolder() {
     return {};
 }
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -11,13 +11,13 @@
 
 #include "quillmoor/platform/linux/authorization/helper/arguments_linux.h"
 #include "quillmoor/platform/linux/authorization/helper/client_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/process_hardening_linux.h"
 #include "quillmoor/platform/linux/authorization/helper/session_linux.h"
-#include "quillmoor/platform/linux/authorization/helper/surroundings_linux.h"
 #include "quillmoor/platform/linux/authorization/helper/tool_record_linux.h"
 
 namespace {
 
-namespace helper = quillmoor::platform::linux_::rights::helper;
+namespace helper = quillmoor::platform::linux_::authorization::helper;
 
 enum ExitCode { kServed = 0, kBadArguments = 2, kRefused = 3 };
 
@@ -27,17 +27,17 @@ int refuse(ExitCode code, const char* reason) {
 }
 
 // With a setuid bit it would serve whoever starts it.
-bool wasGivenRights() {
+bool wasStartedAsRoot() {
     return ::getauxval(AT_SECURE) == 0 && ::getuid() == 0 && ::geteuid() == 0;
 }
 
 int run(std::span<const char* const> texts) {
     const std::optional<helper::Arguments> arguments = helper::parseArguments(texts);
     if (!arguments) return refuse(kBadArguments, "it is started by other programs only");
-    if (!wasGivenRights()) return refuse(kRefused, "not started as the super-user");
+    if (!wasStartedAsRoot()) return refuse(kRefused, "not started as the super-user");
     if (!helper::wasStartedBy(*arguments, std::getenv("PKEXEC_UID")))
         return refuse(kRefused, "not started by the client");
-    if (!helper::leaveSurroundings()) return refuse(kRefused, "the surroundings cannot be left");
+    if (!helper::hardenProcess()) return refuse(kRefused, "the surroundings cannot be left");
     const std::optional<helper::Client> client = helper::connectToClient(*arguments);
     if (!client) return refuse(kRefused, "the client is not there");
     helper::serve(*client, helper::logTool);

@@ -10,7 +10,7 @@
 
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 using posix::Descriptor;
@@ -121,4 +121,4 @@ std::size_t Receiver::receiveSome(void* bytes, std::size_t size,
     return static_cast<std::size_t>(count);
 }
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

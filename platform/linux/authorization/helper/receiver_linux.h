@@ -10,7 +10,7 @@
 #include "quillmoor/platform/linux/authorization/helper/client_linux.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 
 struct Request {
     StringList command;                          // the tool, then its arguments
@@ -36,4 +36,4 @@ class Receiver {
     const Client& client_;
 };
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

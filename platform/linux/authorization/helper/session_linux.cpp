@@ -9,7 +9,7 @@
 #include "quillmoor/platform/linux/authorization/helper/receiver_linux.h"
 #include "quillmoor/platform/linux/authorization/helper/tool_linux.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 
 void serve(const Client& client, ToolStarted started) {
     const int socket = client.socket.get();
@@ -24,4 +24,4 @@ void serve(const Client& client, ToolStarted started) {
     }
 }
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -4,7 +4,7 @@
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/linux/authorization/helper/client_linux.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 
 // Called with each tool that was started and its arguments.
 using ToolStarted = void (*)(const Client& client, const StringList& command);
@@ -14,4 +14,4 @@ using ToolStarted = void (*)(const Client& client, const StringList& command);
 // `started` before the client knows of it.
 void serve(const Client& client, ToolStarted started);
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -12,7 +12,7 @@
 #include "quillmoor/platform/linux/authorization/helper/empty_folder_linux.h"
 #include "quillmoor/platform/posix/ground/c_strings_posix.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 struct Tool {
@@ -76,4 +76,4 @@ int startTool(const Request& request, const Environment& environment) {
     return start(tool);
 }
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -4,7 +4,7 @@
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/linux/authorization/helper/receiver_linux.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 
 // Starts the request's tool and does not wait for it. It has the request's standard streams and
 // working folder, a process group of its own, default signals and nothing else of this process.
@@ -12,4 +12,4 @@ namespace quillmoor::platform::linux_::rights::helper {
 // was started.
 int startTool(const Request& request, const Environment& environment);
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 std::string escaped(char letter) {
@@ -58,4 +58,4 @@ void logTool(const Client& client, const StringList& command) {
     ::closelog();
 }
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

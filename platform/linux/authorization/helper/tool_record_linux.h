@@ -6,7 +6,7 @@
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/linux/authorization/helper/client_linux.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 
 // No record has more bytes.
 inline constexpr std::size_t kLongestRecord = 1000;
@@ -20,4 +20,4 @@ StringList toolRecords(const Client& client, const StringList& command);
 // Writes the records to the system's log, as notices of facility authpriv, where there is one.
 void logTool(const Client& client, const StringList& command);
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

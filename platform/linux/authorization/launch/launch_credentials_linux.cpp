@@ -14,7 +14,7 @@
 #include "quillmoor/platform/linux/authorization/polkit/sd_bus_linux.h"
 #include "quillmoor/platform/posix/ground/users_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 // Authentication modules take no more.
@@ -73,4 +73,4 @@ AuthorizationStatus launchWithCredentials(Rendezvous& rendezvous, std::string_vi
     return *status;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

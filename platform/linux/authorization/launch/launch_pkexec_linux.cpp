@@ -5,7 +5,7 @@
 
 #include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 constexpr int kDismissedCode = 126;
@@ -52,4 +52,4 @@ PkexecEnd runPkexec(Rendezvous& rendezvous, std::optional<Channel>& channel,
     return PkexecEnd::Helped;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -7,7 +7,7 @@
 #include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
 #include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 enum class PkexecEnd {
     Helped,       // the channel is there
@@ -23,4 +23,4 @@ enum class PkexecEnd {
 PkexecEnd runPkexec(Rendezvous& rendezvous, std::optional<Channel>& channel,
                     Conversation* conversation);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -5,7 +5,7 @@
 
 #include "quillmoor/platform/linux/ground/programs_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 OptionalPath systemProgram(const std::string& name) {
     for (const char* folder : {"/usr/bin/", "/bin/", "/run/wrappers/bin/"}) {
@@ -32,4 +32,4 @@ Environment userEnvironment() {
     return environment;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -5,7 +5,7 @@
 
 #include "quillmoor/base/types.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 inline constexpr char kPkexec[] = "pkexec";
 inline constexpr char kAgent[] = "pkttyagent";
@@ -24,4 +24,4 @@ Environment plainEnvironment();
 // For a program that speaks to the user: with the user's language.
 Environment userEnvironment();
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -10,7 +10,7 @@
 #include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
 #include "quillmoor/platform/posix/ground/users_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Asks nobody. The caller's own password goes to sudo, the super-user's to su, anybody else's to
 // su and then, as that user, to sudo. `wasAsked` tells whether the password was wanted at all.
@@ -22,4 +22,4 @@ AuthorizationStatus launchWithPassword(Rendezvous& rendezvous, const posix::User
 // Whether the password is this user's. NO as well where it cannot be found out.
 bool isPasswordOf(const posix::User& user, std::string_view password);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -4,7 +4,7 @@
 
 #include "quillmoor/platform/fork.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 // Where the one mutex is, whichever that is at the time.
@@ -27,4 +27,4 @@ std::mutex& sharedMutex() {
 
 LaunchTurn::LaunchTurn() : lock_(sharedMutex()) {}
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

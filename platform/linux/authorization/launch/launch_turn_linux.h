@@ -3,7 +3,7 @@
 
 #include <mutex>
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Waits until no other thread of this process has a turn, then has it. polkit sends every request
 // that concerns this process to the one agent that serves it: an agent with a password must not be
@@ -17,4 +17,4 @@ class LaunchTurn {
     std::unique_lock<std::mutex> lock_;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

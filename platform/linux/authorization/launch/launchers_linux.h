@@ -8,7 +8,7 @@
 #include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
 #include "quillmoor/platform/linux/authorization/channel/rendezvous_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Both wait until the helper has come back, or cannot any more, and answer how that ended;
 // `channel` is set on success only. They block; of several threads, one at a time is served. The
@@ -23,4 +23,4 @@ AuthorizationStatus launchWithCredentials(Rendezvous& rendezvous, std::string_vi
                                           std::string_view password,
                                           std::optional<Channel>& channel);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

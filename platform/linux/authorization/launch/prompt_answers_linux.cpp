@@ -5,7 +5,7 @@
 
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 constexpr std::size_t kLongestText = 65536;
@@ -45,4 +45,4 @@ bool PromptAnswers::answer() {
            static_cast<ssize_t>(line.size());
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

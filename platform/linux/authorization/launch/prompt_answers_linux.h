@@ -11,7 +11,7 @@
 #include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
 #include "quillmoor/platform/linux/authorization/channel/secret_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Answers each of the expected prompts once, in their order, with the one password. A prompt that
 // comes again gives the launch up: the password was wrong.
@@ -41,4 +41,4 @@ class PromptAnswers : public Conversation {
     std::size_t answered_ = 0;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -13,7 +13,7 @@
 #include "quillmoor/platform/linux/authorization/launch/launch_programs_linux.h"
 #include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 constexpr std::chrono::milliseconds kRegistrationTimeout{10'000};
@@ -67,4 +67,4 @@ bool TerminalAgent::start() {
     return !child_->isEnding() && textAt(errors.read.get()).find("Error") == std::string::npos;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

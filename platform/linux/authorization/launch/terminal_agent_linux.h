@@ -6,7 +6,7 @@
 #include "quillmoor/platform/linux/authorization/channel/launch_child_linux.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Serves this process alone, until the object is gone. Only for a terminal at which a person types:
 // every process of the same user can read and write there.
@@ -29,4 +29,4 @@ class TerminalAgent {
     std::unique_ptr<LaunchChild> child_;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -6,7 +6,7 @@
 
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 std::optional<BusConnection> BusConnection::open(const SdBus& bus, const std::string& address) {
     sd_bus* made = nullptr;
@@ -59,4 +59,4 @@ bool BusConnection::wait(Clock::time_point limit) const {
     return count > 0;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

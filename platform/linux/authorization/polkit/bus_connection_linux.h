@@ -10,7 +10,7 @@
 
 #include "quillmoor/platform/linux/authorization/polkit/sd_bus_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 struct BusMessageRelease {
     const SdBus* bus = nullptr;
@@ -62,4 +62,4 @@ class BusConnection {
     bool isOpen_ = true;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

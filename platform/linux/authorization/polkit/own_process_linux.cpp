@@ -7,7 +7,7 @@
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/linux/ground/small_file_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 std::optional<std::uint64_t> ownStartTime() {
     constexpr int kStartTime = 22;  // counted from 1, as proc(5) does
@@ -24,4 +24,4 @@ std::optional<std::uint64_t> ownStartTime() {
     return error == std::errc() ? std::optional(time) : std::nullopt;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -8,7 +8,7 @@
 #include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
 #include "quillmoor/platform/linux/authorization/polkit/polkit_request_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using Clock = BusConnection::Clock;
@@ -172,4 +172,4 @@ bool PolkitAgent::isFrom(const BusMessage& message, const std::string& sender) c
     return name != nullptr && name == sender;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

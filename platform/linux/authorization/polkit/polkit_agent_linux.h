@@ -14,7 +14,7 @@
 #include "quillmoor/platform/linux/authorization/polkit/bus_connection_linux.h"
 #include "quillmoor/platform/linux/authorization/polkit/polkit_conversation_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 inline constexpr char kSystemBusAddress[] = "unix:path=/run/dbus/system_bus_socket";
 
@@ -78,4 +78,4 @@ class PolkitAgent : public Conversation {
     bool hasFailed_ = false;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -8,7 +8,7 @@
 
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 constexpr std::size_t kLongestText = 65536;
@@ -73,4 +73,4 @@ PolkitConversation::Outcome PolkitConversation::hearLine(std::string_view line) 
     return errno == EPIPE ? Outcome::Refused : Outcome::Failed;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

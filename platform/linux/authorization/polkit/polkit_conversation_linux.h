@@ -10,7 +10,7 @@
 #include "quillmoor/platform/linux/authorization/channel/secret_linux.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // One attempt to authenticate: it answers one prompt for a password, once. Its socket can be opened
 // by no other process, which a pipe or a terminal could be. Never waits.
@@ -53,4 +53,4 @@ class PolkitConversation {
     Outcome outcome_ = Outcome::Undecided;
 };
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -8,7 +8,7 @@
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/linux/authorization/polkit/polkit_conversation_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 struct PolkitHelper {
     OptionalPath program;  // started by us, and made root by its setuid bit
@@ -28,4 +28,4 @@ struct PolkitHelper {
 // be replaced by root only; nil otherwise.
 OptionalPath setuidProgram(const std::string& path);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 // pkexec's own, and the one that the installed policy has for the helper.
@@ -82,4 +82,4 @@ bool isForLauncher(const PolkitRequest& request, pid_t launcher, uid_t user) {
            std::find(request.users.begin(), request.users.end(), user) != request.users.end();
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -10,7 +10,7 @@
 
 #include "quillmoor/platform/linux/authorization/polkit/sd_bus_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 struct PolkitRequest {
     std::string action;
@@ -28,4 +28,4 @@ std::optional<PolkitRequest> readPolkitRequest(const SdBus& bus, sd_bus_message*
 // their subject: to answer one would give this process's rights away.
 bool isForLauncher(const PolkitRequest& request, pid_t launcher, uid_t user);
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

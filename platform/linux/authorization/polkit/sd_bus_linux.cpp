@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 constexpr char kLibrary[] = "libsystemd.so.0";
@@ -66,4 +66,4 @@ const SdBus* sdBus() {
     return bus;
 }
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

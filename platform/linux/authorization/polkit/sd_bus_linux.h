@@ -8,7 +8,7 @@
 struct sd_bus;
 struct sd_bus_message;
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 
 // Named as in the library, without its prefix. A negative result is an error number with its sign
 // changed.
@@ -43,4 +43,4 @@ struct SdBus {
 // This system's own, with every function present. Null where there is none.
 const SdBus* sdBus();
 
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -12,7 +12,7 @@
 #include "quillmoor/platform/platform.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/children/child_tools.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform {

@@ -8,10 +8,10 @@
 #include <string>
 
 #include "tests/children/child_tools.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/few_descriptors.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 std::string outputOf(const std::string& tool, const StringList& arguments = {}) {
@@ -52,4 +52,4 @@ TEST(DirectLaunch, WorksInAHostThatIgnoresItsChildren) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

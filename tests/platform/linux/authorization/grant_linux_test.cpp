@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "quillmoor/platform/linux/authorization/channel/message_linux.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 // A grant whose first helper goes when the test says, and one that a renewal brings.
@@ -108,4 +108,4 @@ TEST_F(GrantTest, OfAForkedChildIsDeniedWithoutAsking) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -13,11 +13,11 @@
 
 #include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 #include "tests/children/child_tools.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/few_descriptors.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using test::childPath;
@@ -291,4 +291,4 @@ TEST_F(OddHelper, ThatAnswersOddlyIsDenied) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -10,7 +10,7 @@
 
 #include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 constexpr std::chrono::seconds kLong{10};
@@ -134,4 +134,4 @@ TEST(LaunchChildTest, IsCollectedWhenItEndsLater) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

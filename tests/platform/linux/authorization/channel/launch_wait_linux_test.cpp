@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 // Says what it is told to, and goes on for as long as it is told to.
@@ -187,4 +187,4 @@ TEST_F(InterruptedTest, AnEarlierInterruptionIsNotTheEnds) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 std::string number(std::uint32_t value) {
@@ -80,4 +80,4 @@ TEST(Message, IsAHeaderAndABody) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -10,10 +10,10 @@
 #include <csignal>
 #include <cstring>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 TEST(Peer, OfAConnectionIsWhoMadeIt) {
@@ -86,4 +86,4 @@ TEST(Ancestry, OfAProcessThatIsNotThereIsNone) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -19,10 +19,10 @@
 #include <utility>
 
 #include "quillmoor/base/paths.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 namespace fs = std::filesystem;
@@ -172,4 +172,4 @@ TEST_F(RootRendezvousFolder, ThatIsAMountPointIsKept) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -19,21 +19,21 @@
 
 #include "quillmoor/base/paths.h"
 #include "quillmoor/platform/linux/authorization/channel/message_linux.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/few_descriptors.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 class RendezvousTest : public testing::Test {
   protected:
     std::string path() const { return rendezvous_->helperArguments().at(1); }
-    bool isKnockedAt() const {
-        pollfd knock{rendezvous_->descriptor(), POLLIN, 0};
-        return ::poll(&knock, 1, 0) == 1;
+    bool hasPendingConnection() const {
+        pollfd request{rendezvous_->descriptor(), POLLIN, 0};
+        return ::poll(&request, 1, 0) == 1;
     }
-    posix::Descriptor knock() const {
+    posix::Descriptor connectSocket() const {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         std::strncpy(address.sun_path, path().c_str(), sizeof address.sun_path - 1);
@@ -53,15 +53,15 @@ class RendezvousTest : public testing::Test {
 };
 
 TEST_F(RendezvousTest, WithoutADescriptorForWhoeverKnocksWaitsAMoment) {
-    const posix::Descriptor caller = knock();
-    ASSERT_TRUE(isKnockedAt());
+    const posix::Descriptor caller = connectSocket();
+    ASSERT_TRUE(hasPendingConnection());
     {
         const test::FewDescriptors none(0);
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_FALSE(rendezvous_->accept(::getpid()));
         EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(100));
     }
-    EXPECT_TRUE(isKnockedAt());
+    EXPECT_TRUE(hasPendingConnection());
 }
 
 TEST_F(RendezvousTest, IsInAFolderThatOnlyThisUserMayEnter) {
@@ -109,7 +109,7 @@ TEST_F(RendezvousTest, TellsTheHelperWhereAndWhoItIs) {
 }
 
 TEST_F(RendezvousTest, LetsNobodyInWhereNobodyWaits) {
-    EXPECT_FALSE(isKnockedAt());
+    EXPECT_FALSE(hasPendingConnection());
     EXPECT_FALSE(rendezvous_->accept(::getpid()).has_value());
 }
 
@@ -121,14 +121,14 @@ class UserRendezvous : public RendezvousTest {
 };
 
 TEST_F(UserRendezvous, ClosesWhoeverIsNotTheSuperUserAndWaitsOn) {
-    const posix::Descriptor caller = knock();
-    const posix::Descriptor next = knock();
+    const posix::Descriptor caller = connectSocket();
+    const posix::Descriptor next = connectSocket();
     ASSERT_TRUE(caller && next);
     ASSERT_TRUE(sendMessage(caller.get(), MessageKind::Hello, {}));
-    EXPECT_TRUE(isKnockedAt());
+    EXPECT_TRUE(hasPendingConnection());
     EXPECT_FALSE(rendezvous_->accept(::getpid()).has_value());
     EXPECT_TRUE(isClosed(caller));
-    EXPECT_TRUE(isKnockedAt());
+    EXPECT_TRUE(hasPendingConnection());
     EXPECT_FALSE(isClosed(next));
 }
 
@@ -145,7 +145,7 @@ TEST_F(RootRendezvous, ClosesTheSuperUsersThatWasNotStartedFromHere) {
         ::pause();
         ::_exit(0);
     }
-    const posix::Descriptor caller = knock();
+    const posix::Descriptor caller = connectSocket();
     ASSERT_TRUE(sendMessage(caller.get(), MessageKind::Hello, {}));
     EXPECT_FALSE(rendezvous_->accept(launcher).has_value());
     EXPECT_TRUE(isClosed(caller));
@@ -154,19 +154,19 @@ TEST_F(RootRendezvous, ClosesTheSuperUsersThatWasNotStartedFromHere) {
 }
 
 TEST_F(RootRendezvous, LetsTheLauncherAndItsChildrenIn) {
-    const posix::Descriptor caller = knock();
+    const posix::Descriptor caller = connectSocket();
     ASSERT_TRUE(sendMessage(caller.get(), MessageKind::Hello, {}));
     EXPECT_TRUE(rendezvous_->accept(::getpid()).has_value());
-    const posix::Descriptor child = knock();
+    const posix::Descriptor child = connectSocket();
     ASSERT_TRUE(sendMessage(child.get(), MessageKind::Hello, {}));
     EXPECT_TRUE(rendezvous_->accept(::getppid()).has_value());
 }
 
 TEST_F(RootRendezvous, ClosesWhoeverGreetsOtherwise) {
-    const posix::Descriptor caller = knock();
+    const posix::Descriptor caller = connectSocket();
     ASSERT_TRUE(sendMessage(caller.get(), MessageKind::Hello, "more"));
     EXPECT_FALSE(rendezvous_->accept(::getpid()).has_value());
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

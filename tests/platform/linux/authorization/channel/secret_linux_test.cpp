@@ -39,7 +39,7 @@ void operator delete(void* memory, std::size_t) noexcept {
     giveBack(memory);
 }
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 TEST(Secret, IsItsPieces) {
@@ -59,4 +59,4 @@ TEST(Secret, IsOverwrittenBeforeItsMemoryIsGivenBack) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

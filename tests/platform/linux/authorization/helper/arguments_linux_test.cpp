@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 using Texts = std::vector<const char*>;
@@ -39,4 +39,4 @@ TEST(HelperArguments, AreRefusedInAnyOtherForm) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -10,10 +10,10 @@
 #include <functional>
 #include <string>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 // This process is the client; what is started is its child.
@@ -90,4 +90,4 @@ TEST_F(HelpersClient, ThatIsNotThereIsNone) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -18,9 +18,9 @@
 #include "quillmoor/platform/linux/authorization/channel/tool_stream_linux.h"
 #include "quillmoor/platform/linux/authorization/helper/tool_linux.h"
 #include "tests/children/child_tools.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 std::set<std::string> quillmoorFolders() {
@@ -102,4 +102,4 @@ TEST_F(RootEmptyFolder, IsTheToolsWhereTheClientHasNoneToGive) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -15,10 +15,10 @@
 
 #include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
 #include "tests/children/child_tools.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using test::HelperProgram;
@@ -36,13 +36,14 @@ void expectRefusal(const test::ProgramEnd& end, const std::string& reason, int c
 }
 
 StringList commandFor(const std::string& path, pid_t client) {
-    return {KX_RIGHTS_HELPER, "--connect",           path, "--uid", std::to_string(::getuid()),
-            "--pid",          std::to_string(client)};
+    return {
+        KX_AUTHORIZATION_HELPER, "--connect", path, "--uid", std::to_string(::getuid()), "--pid",
+        std::to_string(client)};
 }
 
 TEST(HelperProgram, ByHandIsRefused) {
     for (const StringList& command :
-         {StringList{KX_RIGHTS_HELPER}, StringList{KX_RIGHTS_HELPER, "--help"}})
+         {StringList{KX_AUTHORIZATION_HELPER}, StringList{KX_AUTHORIZATION_HELPER, "--help"}})
         expectRefusal(test::endOfProgram(command), "it is started by other programs only",
                       kBadArguments);
     // This process is there, but does not wait for it.
@@ -165,7 +166,7 @@ TEST_F(RootHelperProgram, IsRefusedWhereTheGranterNamesAnotherUser) {
 
 TEST_F(RootHelperProgram, WithASetuidBitServesNobody) {
     const std::string copy = folder_ / "helper";
-    std::filesystem::copy_file(KX_RIGHTS_HELPER, copy);
+    std::filesystem::copy_file(KX_AUTHORIZATION_HELPER, copy);
     ASSERT_EQ(::chmod(copy.c_str(), 04755), 0);
     // The way there is open to everybody.
     const std::filesystem::path home = std::filesystem::path(std::getenv("HOME")).parent_path();
@@ -230,4 +231,4 @@ TEST_F(RootHelperProgram, EndsWhenAnotherProcessUsesTheChannel) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

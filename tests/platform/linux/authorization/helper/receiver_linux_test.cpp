@@ -12,10 +12,10 @@
 
 #include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
 #include "tests/children/child_tools.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/few_descriptors.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 class ReceiverTest : public testing::Test {
@@ -212,4 +212,4 @@ TEST_F(ReceiverTest, EndsWithTheClientThoughSomebodyHoldsItsEnd) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -14,9 +14,9 @@
 
 #include "quillmoor/platform/linux/authorization/channel/channel_linux.h"
 #include "quillmoor/platform/linux/authorization/channel/message_linux.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 std::vector<StringList>& recorded() {
@@ -92,4 +92,4 @@ TEST_F(HelpersSession, PassesOnEachToolThatWasStartedBeforeTheReply) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

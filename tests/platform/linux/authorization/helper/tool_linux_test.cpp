@@ -14,7 +14,7 @@
 #include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 using posix::Descriptor;
@@ -123,4 +123,4 @@ TEST_F(HelpersTool, IsStartedElsewhereWhereItsFolderCannotBeEntered) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <string>
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 StringList recordsOf(const StringList& command) {
@@ -72,4 +72,4 @@ TEST(ToolRecord, LosesNothingOfAVeryLongCommand) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/platform/support/scoped_environment.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using test::ScopedEnvironment;
@@ -55,4 +55,4 @@ TEST(LaunchPrograms, CannotHelpAConfinedProcess) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -7,9 +7,9 @@
 #include <optional>
 #include <thread>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 TEST(LaunchTurnTest, IsHadByOneThreadAtATime) {
@@ -54,4 +54,4 @@ TEST(LaunchTurnTest, OfAThreadIsNotWaitedForInAForkedChild) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

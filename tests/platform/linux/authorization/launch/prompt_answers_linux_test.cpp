@@ -6,9 +6,9 @@
 
 #include <string>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 // The program's standard input is the other end of a connection.
@@ -124,4 +124,4 @@ TEST_F(PromptAnswersTest, GiveUpWithoutASignalWhenTheProgramHasGone) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -9,7 +9,7 @@
 
 #include "tests/platform/linux/authorization/support/fake_polkit.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using Clock = BusConnection::Clock;
@@ -94,4 +94,4 @@ TEST_F(BusConnectionTest, WaitsNoLongerThanItIsTold) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -7,9 +7,9 @@
 #include <fstream>
 #include <string>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 // The field as proc(5) counts it, for a process whose name holds no blank.
@@ -32,4 +32,4 @@ TEST(OwnStartTimeTest, DoesNotDependOnTheProcessesName) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

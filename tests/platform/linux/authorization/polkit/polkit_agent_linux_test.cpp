@@ -11,10 +11,10 @@
 
 #include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
 #include "quillmoor/platform/linux/authorization/polkit/sd_bus_linux.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/platform/linux/authorization/support/fake_polkit.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using test::FakePolkit;
@@ -365,4 +365,4 @@ TEST_F(PolkitAgentTest, IsNotRegisteredWherePolkitRefusesIt) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

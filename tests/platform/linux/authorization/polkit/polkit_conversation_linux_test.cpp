@@ -10,9 +10,9 @@
 #include <string_view>
 
 #include "quillmoor/platform/linux/authorization/channel/launch_wait_linux.h"
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using Outcome = PolkitConversation::Outcome;
@@ -210,4 +210,4 @@ TEST(PolkitConversationsProgram, EndsByItselfOnceItHasGranted) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -15,7 +15,7 @@
 #include "quillmoor/platform/posix/ground/descriptor.h"
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using Outcome = PolkitConversation::Outcome;
@@ -182,4 +182,4 @@ TEST_F(UserPolkitHelper, ASocketOfAnotherThanRootIsToldNothing) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

@@ -11,7 +11,7 @@
 #include "quillmoor/platform/linux/authorization/polkit/bus_connection_linux.h"
 #include "tests/platform/linux/authorization/support/fake_polkit.h"
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 using testing::ElementsAre;
@@ -145,4 +145,4 @@ TEST_F(ReadPolkitRequestTest, RefusesAUserOfAnotherType) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

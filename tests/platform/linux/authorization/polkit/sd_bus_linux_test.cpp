@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstring>
 
-namespace quillmoor::platform::linux_::rights {
+namespace quillmoor::platform::linux_::authorization {
 namespace {
 
 TEST(SdBusTest, IsCompleteWhereTheLibraryIs) {
@@ -33,4 +33,4 @@ TEST(SdBusTest, IsLoadedOnce) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights
+}  // namespace quillmoor::platform::linux_::authorization

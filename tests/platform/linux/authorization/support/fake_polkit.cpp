@@ -13,9 +13,9 @@
 namespace quillmoor::test {
 namespace {
 
-using platform::linux_::rights::BusMessageRelease;
-using platform::linux_::rights::SdBus;
-using platform::linux_::rights::sdBus;
+using platform::linux_::authorization::BusMessageRelease;
+using platform::linux_::authorization::SdBus;
+using platform::linux_::authorization::sdBus;
 using platform::posix::Descriptor;
 
 constexpr char kAgent[] = "org.freedesktop.PolicyKit1.AuthenticationAgent";

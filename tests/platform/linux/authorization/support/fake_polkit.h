@@ -19,7 +19,7 @@ namespace quillmoor::test {
 
 class FakePolkit {
   public:
-    using Message = platform::linux_::rights::BusMessage;
+    using Message = platform::linux_::authorization::BusMessage;
 
     // What is asked of an agent, in polkit's own words.
     struct Request {

@@ -1,7 +1,7 @@
 """sudo and su, where there is no polkit."""
 
 from actors import DENIED, SUCCESS, Probe, Terminal
-from checks import check_nobody_to_ask, check_rights, refused_before_password
+from checks import check_authorized, check_nobody_to_ask, refused_before_password
 from stage import check
 
 
@@ -10,10 +10,10 @@ def sudo(passwords):
         check_nobody_to_ask(probe)
         check(probe.status("credentials", "kxadmin", passwords["kxadmin"]) == SUCCESS,
               "su to the administrator, then sudo")
-        check_rights(probe, "su and sudo")
+        check_authorized(probe, "su and sudo")
         check(probe.status("credentials", "root", passwords["root"]) == SUCCESS,
               "su to the super-user")
-        check_rights(probe, "su")
+        check_authorized(probe, "su")
         check(probe.status("credentials", "root", "wrong") == DENIED, "su, a wrong password")
         check(probe.status("credentials", "kxuser", passwords["kxuser"]) == DENIED,
               "sudo, not in its list")
@@ -21,14 +21,14 @@ def sudo(passwords):
     with Probe("kxadmin") as probe:
         check(probe.status("credentials", "kxadmin", passwords["kxadmin"]) == SUCCESS,
               "sudo, the right password")
-        check_rights(probe, "sudo")
+        check_authorized(probe, "sudo")
         check(probe.status("credentials", "kxadmin", "wrong") == DENIED, "sudo, a wrong password")
     with Probe("kxfree") as probe:
         check(probe.status("credentials", "kxfree", "wrong") == DENIED,
               "a wrong password where none is asked for")
         check(probe.status("credentials", "kxfree", passwords["kxfree"]) == SUCCESS,
               "the right password where none is asked for")
-        check_rights(probe, "unasked")
+        check_authorized(probe, "unasked")
     sudo_on_terminal(passwords)
 
 
@@ -39,5 +39,5 @@ def sudo_on_terminal(passwords):
         terminal.type_password(passwords["kxadmin"], "password for kxadmin: ")
         check(int(probe.answer().split()[0]) == SUCCESS, "sudo asks on the user's terminal")
         check(terminal.echoes(), "the terminal is as it was")
-        check_rights(probe, "terminal")
+        check_authorized(probe, "terminal")
     terminal.close()

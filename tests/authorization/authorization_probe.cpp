@@ -12,11 +12,11 @@
 #include <thread>
 
 #include "quillmoor/base/types.h"
-#include "tests/elevation/probe_attacks.h"
-#include "tests/elevation/probe_files.h"
-#include "tests/elevation/probe_malformed.h"
-#include "tests/elevation/probe_rights.h"
-#include "tests/elevation/probe_session.h"
+#include "tests/authorization/probe_attacks.h"
+#include "tests/authorization/probe_authorization.h"
+#include "tests/authorization/probe_files.h"
+#include "tests/authorization/probe_malformed.h"
+#include "tests/authorization/probe_session.h"
 
 namespace quillmoor {
 namespace {

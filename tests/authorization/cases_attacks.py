@@ -50,7 +50,7 @@ class Attacks:
         self.start(probe)
         check(programs_between(helper(), probe.pid) == self.launcher.programs,
               "the helper comes by the way that is tried")
-        check_surroundings(helper())
+        check_hardening(helper())
         check(probe.ask("inherited") == "none", "the client's children have no connection")
         check_odd_tools(probe)
         check_arguments(probe)
@@ -108,7 +108,7 @@ class Attacks:
             os.kill(child, 9)
 
 
-def check_surroundings(process):
+def check_hardening(process):
     """As far as it can be seen from outside."""
     def lines(name):
         with open(f"/proc/{process}/{name}", encoding="utf-8") as file:

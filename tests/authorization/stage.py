@@ -11,7 +11,7 @@ import time
 
 SKIP = 77
 KIT = "/srv/kit"  # the programs under test, where an ordinary user can reach them
-PROBE = KIT + "/bin/rights_probe"
+PROBE = KIT + "/bin/authorization_probe"
 HELPER_NAME = "quillmoor-rights-helper"
 HELPER = KIT + "/libexec/quillmoor/" + HELPER_NAME
 DISMISSING_AGENT = KIT + "/bin/dismissing_agent.py"
@@ -245,8 +245,7 @@ def prepare(probe, helper):
 def check_nothing_left():
     gone = lambda: not any(running(word) for word in
                            (HELPER_NAME, "pkttyagent", "pkexec", "agent-helper", "/sudo", "/su ",
-                            "rights_probe",
-                            "dismissing_agent"))
+                            "authorization_probe", "dismissing_agent"))
     check(eventually(gone), "no helper, agent or launcher is left")
     check(not [name for name in os.listdir("/tmp") if name.startswith("quillmoor-")],
           "no socket is left")

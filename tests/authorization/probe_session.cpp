@@ -1,4 +1,4 @@
-#include "tests/elevation/probe_session.h"
+#include "tests/authorization/probe_session.h"
 
 #include <spawn.h>
 #include <sys/resource.h>
@@ -46,7 +46,7 @@ std::ptrdiff_t settledDescriptors(KXAuthorization& session, std::ptrdiff_t expec
     return openDescriptors();
 }
 
-void startWithRights() {
+void startAuthorized() {
     if (KXAuthorization::sharedController()->authExecTask("/bin/true", {}) != 0) std::abort();
 }
 
@@ -127,7 +127,7 @@ std::string compareStarts(const StringList& words) {
     const OtherStarter other;
     std::vector<double> ours, bare, others;
     for (int left = std::stoi(words.at(1)); left > 0; --left) {
-        ours.push_back(microsecondsFromIdle(startWithRights));
+        ours.push_back(microsecondsFromIdle(startAuthorized));
         pid_t child = -1;
         bare.push_back(microsecondsFromIdle([&child] { child = startBare(); }));
         ::waitpid(child, nullptr, 0);

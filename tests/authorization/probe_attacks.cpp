@@ -1,4 +1,4 @@
-#include "tests/elevation/probe_attacks.h"
+#include "tests/authorization/probe_attacks.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -15,7 +15,7 @@
 namespace quillmoor::probe {
 namespace {
 
-namespace rights = platform::linux_::rights;
+namespace authorization = platform::linux_::authorization;
 
 constexpr int kHighestDescriptor = 256;
 constexpr unsigned kKeepSeconds = 30;
@@ -29,11 +29,11 @@ pid_t rawFork() {
 }
 
 int sendRequest(int channel, const std::string& tool, const StringList& arguments) {
-    const auto body = rights::encodeCommand(tool, arguments);
+    const auto body = authorization::encodeCommand(tool, arguments);
     const int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::array<int, rights::kRequestDescriptors> descriptors = {0, 1, 2, folder};
-    const bool sent =
-        body && rights::sendMessage(channel, rights::MessageKind::Request, *body, descriptors);
+    const std::array<int, authorization::kRequestDescriptors> descriptors = {0, 1, 2, folder};
+    const bool sent = body && authorization::sendMessage(
+                                  channel, authorization::MessageKind::Request, *body, descriptors);
     return sent ? kSent : kNotSent;
 }
 
@@ -116,10 +116,10 @@ std::string requestTool(const StringList& words) {
     const int channel = channelDescriptor();
     if (channel < 0) return "no channel";
     if (sendRequest(channel, words.at(1), {}) != kSent) return "not sent";
-    rights::MessageHeader header{};
-    rights::ReplyBody error = 0;
-    if (!rights::receiveBytes(channel, &header, sizeof header) ||
-        !rights::receiveBytes(channel, &error, sizeof error))
+    authorization::MessageHeader header{};
+    authorization::ReplyBody error = 0;
+    if (!authorization::receiveBytes(channel, &header, sizeof header) ||
+        !authorization::receiveBytes(channel, &error, sizeof error))
         return "closed";
     return std::to_string(error);
 }

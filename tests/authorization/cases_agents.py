@@ -18,7 +18,7 @@ def agents(passwords):
     at_once(word)
     own_agent(word)
     failing_helpers(word)
-    helper_without_rights(word)
+    helper_without_root(word)
     cancelled_meanwhile()
     killed_polkit(word)
     stopped_polkit(word)
@@ -98,7 +98,7 @@ def failing_helpers(word):
                   f"a helper that {text} ({status}, {seconds:.2f} s)")
 
 
-def helper_without_rights(word):
+def helper_without_root(word):
     """Newer systems start it for whoever connects to a socket; without that there are sudo and
     su."""
     with open(AGENT_HELPER, "rb") as file:

@@ -5,7 +5,7 @@ import signal
 import stat
 
 from actors import INTERNAL, SUCCESS, Probe, TypingAgent
-from checks import check_rights
+from checks import check_authorized
 from stage import HELPER, PROBE, check, run_as, start_bus
 
 
@@ -66,9 +66,10 @@ def impostors(word):
               os.path.exists(folder), "another client leaves it alone")
         path = folder + "/rights"
         check(stat.S_IMODE(os.stat(folder).st_mode) == 0o700, "its folder is its own")
-        check(knock("kxann", path) == "PermissionError", "a foreign user does not get in")
-        check(knock("kxuser", path) == "closed", "an impostor of the same user is sent away")
-        check(knock("root", path) == "closed", "a foreign process of the super-user is sent away")
+        check(connect_as("kxann", path) == "PermissionError", "a foreign user does not get in")
+        check(connect_as("kxuser", path) == "closed", "an impostor of the same user is sent away")
+        check(connect_as("root", path) == "closed",
+              "a foreign process of the super-user is sent away")
         arguments = ["--connect", path, "--uid", str(os.stat(folder).st_uid),
                      "--pid", str(probe.pid)]
         for user in ("root", "kxuser"):
@@ -79,10 +80,10 @@ def impostors(word):
         agent.terminal.type_password(word)
         check(int(probe.answer().split()[0]) == SUCCESS, "the right one is still let in")
         check(not os.path.exists(folder), "its folder has gone")
-        check_rights(probe, "after impostors")
+        check_authorized(probe, "after impostors")
 
 
-KNOCK = """
+CONNECT = """
 import socket, sys
 peer = socket.socket(socket.AF_UNIX)
 peer.settimeout(5)
@@ -97,10 +98,10 @@ except OSError as error:
 """
 
 
-def knock(user, path):
+def connect_as(user, path):
     """Greets as a helper does."""
     hello = (0x4B585201).to_bytes(4, "little") + (1).to_bytes(4, "little") + bytes(8)
-    return run_as(user, "/usr/bin/python3", "-c", KNOCK, path, hello.hex()).stdout.strip()
+    return run_as(user, "/usr/bin/python3", "-c", CONNECT, path, hello.hex()).stdout.strip()
 
 
 def swapped_helper(word):

@@ -4,7 +4,7 @@ import os
 import subprocess
 
 from actors import DENIED, SUCCESS, Probe
-from checks import check_rights
+from checks import check_authorized
 from stage import check
 from watcher import Watcher, files_with
 
@@ -58,11 +58,11 @@ def secrets(passwords):
     with Probe("kxadmin") as probe:
         check(probe.status("credentials", "kxadmin", passwords["kxadmin"]) == SUCCESS,
               "sudo takes all input over")
-        check_rights(probe, "written down")
+        check_authorized(probe, "written down")
     with Probe("kxfree") as probe:
         check(probe.status("credentials", "kxfree", passwords["kxfree"]) == SUCCESS,
               "and does so where it asks for no password")
-        check_rights(probe, "written down unasked")
+        check_authorized(probe, "written down unasked")
     check(files_with(["quillmoor-rights-helper"], ["/var/log/kx-sudo"]) != [] and
           any(files for _, _, files in os.walk("/var/log/kx-io")), "it has written")
     found = files_with(parts_of(passwords), FOLDERS)

@@ -1,4 +1,4 @@
-#include "tests/elevation/probe_rights.h"
+#include "tests/authorization/probe_authorization.h"
 
 #include <unistd.h>
 
@@ -30,8 +30,8 @@ platform::Authorization& services() {
     return *platform::native().authorization;
 }
 
-std::string askForRights(const AuthorizationItemSet& environment,
-                         platform::AuthorizationFlags flags) {
+std::string requestAuthorization(const AuthorizationItemSet& environment,
+                                 platform::AuthorizationFlags flags) {
     if (reference != nullptr) services().free(reference, platform::kAuthorizationFlagDefaults);
     const auto begin = Clock::now();
     AuthorizationStatus status = services().create(std::nullopt, environment,
@@ -81,15 +81,16 @@ std::string askWithCredentials(const StringList& words) {
     const std::vector<AuthorizationItem> environment = {
         {platform::kAuthorizationEnvironmentUsername, words.at(1), 0},
         {platform::kAuthorizationEnvironmentPassword, words.at(2), 0}};
-    return askForRights(environment, kExtend);
+    return requestAuthorization(environment, kExtend);
 }
 
 std::string askWithDialog(const StringList&) {
-    return askForRights(std::nullopt, platform::kAuthorizationFlagInteractionAllowed | kExtend);
+    return requestAuthorization(std::nullopt,
+                                platform::kAuthorizationFlagInteractionAllowed | kExtend);
 }
 
 std::string askWithNeither(const StringList&) {
-    return askForRights(std::nullopt, kExtend);
+    return requestAuthorization(std::nullopt, kExtend);
 }
 
 std::string askTwice(const StringList& words) {

@@ -1,4 +1,4 @@
-#include "tests/elevation/probe_files.h"
+#include "tests/authorization/probe_files.h"
 
 #include <algorithm>
 #include <chrono>

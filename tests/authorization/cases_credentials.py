@@ -1,7 +1,7 @@
 """A user name and a password, through polkit."""
 
 from actors import DENIED, SUCCESS, DismissingAgent, Probe
-from checks import check_rights, kill_helpers, refused_before_password
+from checks import check_authorized, kill_helpers, refused_before_password
 from stage import HELPER, check, eventually, running, start_bus
 
 
@@ -10,7 +10,7 @@ def credentials(passwords):
     with Probe("kxuser") as probe:
         check(probe.status("credentials", "kxadmin", passwords["kxadmin"]) == SUCCESS,
               "the right password")
-        check_rights(probe, "password")
+        check_authorized(probe, "password")
         check(probe.status("credentials", "kxann", passwords["kxann"]) == SUCCESS,
               "an administrator whose full name holds another login name")
         probe.ask("free")
@@ -30,11 +30,11 @@ def credentials(passwords):
         check(eventually(lambda: not running(HELPER)), "and its helper has gone")
         check(probe.status("credentials", "kxfree", passwords["kxfree"]) == SUCCESS,
               "the right password where none is asked for")
-        check_rights(probe, "unasked")
+        check_authorized(probe, "unasked")
     with Probe("kxfree", ignore_children=True) as probe:
         check(probe.status("credentials", "kxfree", passwords["kxfree"]) == SUCCESS,
               "the host does not care for its children")
-        check_rights(probe, "ignored children")
+        check_authorized(probe, "ignored children")
     with Probe("kxuser") as probe:
         check(probe.ask("session", "startWithUser", "kxadmin", passwords["kxadmin"]) == "YES",
               "the session starts with a name and a password")

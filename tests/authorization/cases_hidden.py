@@ -3,7 +3,7 @@
 import pwd
 
 from actors import DENIED, NOT_ALLOWED, SUCCESS, Probe, TypingAgent
-from checks import check_rights
+from checks import check_authorized
 from launchers import LAUNCHERS
 from stage import HELPER, check, eventually, run, running, start_bus
 
@@ -37,5 +37,5 @@ def hidden(passwords):
         with Probe(LAUNCHERS[name].client) as probe:
             check(LAUNCHERS[name].start(probe, passwords) == SUCCESS,
                   name + ": polkit alone sees the client, which is enough")
-            check_rights(probe, name)
+            check_authorized(probe, name)
     hide("hidepid=0")

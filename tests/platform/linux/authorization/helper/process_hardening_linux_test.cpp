@@ -1,4 +1,4 @@
-#include "quillmoor/platform/linux/authorization/helper/surroundings_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/process_hardening_linux.h"
 
 #include <fcntl.h>
 #include <grp.h>
@@ -15,12 +15,12 @@
 #include <cstring>
 #include <string>
 
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
-class RootSurroundings : public testing::Test {
+class ProcessHardening : public testing::Test {
   protected:
     void SetUp() override {
         if (::geteuid() != 0) GTEST_SKIP() << "about root";
@@ -52,7 +52,7 @@ int leaveAll() {
     const int inherited = ::open("/dev/zero", O_RDWR);
     if (inherited < 0 || ::setgroups(2, groups) != 0 || ::chdir("/tmp") != 0) return 1;
 
-    if (!leaveSurroundings()) return 2;
+    if (!hardenProcess()) return 2;
     if (::prctl(PR_GET_DUMPABLE) != 0) return 3;
     if (environ != nullptr && *environ != nullptr) return 4;
     char folder[PATH_MAX] = {};
@@ -71,17 +71,17 @@ int leaveAll() {
     return ::getsid(0) == ::getpid() ? 0 : 14;
 }
 
-TEST_F(RootSurroundings, OfTheUserAreLeft) {
+TEST_F(ProcessHardening, OfTheUserAreLeft) {
     EXPECT_EQ(test::answerOfFork(leaveAll), 0);
 }
 
-TEST_F(RootSurroundings, LackAStandardErrorAndGetOneThatLeadsNowhere) {
+TEST_F(ProcessHardening, LackAStandardErrorAndGetOneThatLeadsNowhere) {
     EXPECT_EQ(test::answerOfFork([] {
                   ::close(STDERR_FILENO);
-                  return leaveSurroundings() && leadsTo(STDERR_FILENO, "/dev/null") ? 0 : 1;
+                  return hardenProcess() && leadsTo(STDERR_FILENO, "/dev/null") ? 0 : 1;
               }),
               0);
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper

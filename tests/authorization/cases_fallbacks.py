@@ -26,7 +26,7 @@ def fallbacks(passwords):
         for work in (removing, trashing, creating, copying, moving, touching, packing):
             work(probe)
         unchanged(probe, REFUSED, "without being allowed to use the rights")
-        unchanged(probe, WITHOUT_RIGHTS, "which never uses rights")
+        unchanged(probe, WITHOUT_AUTHORIZATION, "which never uses rights")
         probe.ask("session", "end")
         unchanged(probe, UNASKED, "when nobody gives rights")
         check(probe.ask("session", "isAuthorized") == "NO", "no rights are held then")
@@ -219,7 +219,7 @@ UNASKED = [(operation, form, *paths) for operation, _, *paths in REFUSED for for
      ("copyContents", "timeout", "folder", "other"), ("touch", "short", FILE),
      ("touch", "created", FILE), ("touch", "short", "missing"),
      ("copyWithProgress", "short", FILE, "new/copy")]
-WITHOUT_RIGHTS = [("date", "short", FILE)] + \
+WITHOUT_AUTHORIZATION = [("date", "short", FILE)] + \
     [(operation, "short", path) for operation in ("lock", "unlock", "mode", "label")
      for path in (FILE, "folder")] + \
     [(operation, "short", "folder") for operation in ("lockFolder", "unlockFolder")]

@@ -1,4 +1,4 @@
-#include "tests/elevation/probe_malformed.h"
+#include "tests/authorization/probe_malformed.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -13,23 +13,23 @@
 
 #include "quillmoor/platform/linux/authorization/channel/message_linux.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
-#include "tests/elevation/probe_attacks.h"
+#include "tests/authorization/probe_attacks.h"
 
 namespace quillmoor::probe {
 namespace {
 
-namespace rights = platform::linux_::rights;
+namespace authorization = platform::linux_::authorization;
 
 constexpr std::uint32_t kLargestNumber = 0xffffffff;
 constexpr int kAnswerMilliseconds = 5000;
 
 // One message, and what is wrong with it.
 struct Frame {
-    rights::MessageHeader header;
+    authorization::MessageHeader header;
     std::string body;
-    std::size_t descriptors = rights::kRequestDescriptors;  // that come with the header
-    std::size_t lateDescriptors = 0;                        // that come with the body
-    std::size_t cut = 0;                                    // bytes at the end that never come
+    std::size_t descriptors = authorization::kRequestDescriptors;  // that come with the header
+    std::size_t lateDescriptors = 0;                               // that come with the body
+    std::size_t cut = 0;  // bytes at the end that never come
 };
 
 using Flaw = std::function<void(Frame&)>;
@@ -71,7 +71,7 @@ const std::vector<std::pair<std::string, Flaw>>& flaws() {
         {"a reply", withKind(3)},
         {"an unknown kind", withKind(kLargestNumber)},
         {"a body of four gigabytes", withSize(kLargestNumber)},
-        {"a body just too large", withSize(rights::kLargestBody + 1)},
+        {"a body just too large", withSize(authorization::kLargestBody + 1)},
         {"no body", [](Frame& frame) { setBody(frame, ""); }},
         {"a body with bytes left over", [](Frame& frame) { setBody(frame, frame.body + "xxxx"); }},
         {"half a header", [](Frame& frame) { frame.cut = frame.body.size() + 8; }},
@@ -101,9 +101,10 @@ const std::vector<std::pair<std::string, Flaw>>& flaws() {
 
 Frame requestFor(const std::string& file) {
     Frame frame;
-    frame.header = {rights::kMessageMagic, static_cast<std::uint32_t>(rights::MessageKind::Request),
-                    0, rights::kRequestDescriptors};
-    setBody(frame, rights::encodeCommand("/usr/bin/touch", {file}).value_or(""));
+    frame.header = {authorization::kMessageMagic,
+                    static_cast<std::uint32_t>(authorization::MessageKind::Request), 0,
+                    authorization::kRequestDescriptors};
+    setBody(frame, authorization::encodeCommand("/usr/bin/touch", {file}).value_or(""));
     return frame;
 }
 

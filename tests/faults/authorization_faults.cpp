@@ -7,9 +7,9 @@
 namespace quillmoor::test {
 namespace {
 
-class RightsWorld : public AuthTest {
+class AuthorizationWorld : public AuthTest {
   public:
-    RightsWorld() { session = &authorized(); }
+    AuthorizationWorld() { session = &authorized(); }
     void TestBody() override {}
 
     KXAuthorization* session = nullptr;
@@ -20,7 +20,7 @@ class RightsWorld : public AuthTest {
     std::size_t started() const { return authorization_.started().size(); }
 };
 
-using Operation = std::function<bool(RightsWorld&)>;
+using Operation = std::function<bool(AuthorizationWorld&)>;
 
 // What YES says besides "a tool has been started": nothing, or "there was nothing to start one
 // for", as for a folder that cannot be listed.
@@ -31,7 +31,7 @@ FaultScenario starts(std::string name, const std::string& operation, Operation r
     return {std::move(name),
             {"KXAuthorization " + operation},
             [=](FaultRun& faults) {
-                RightsWorld world;
+                AuthorizationWorld world;
                 bool succeeded = false;
                 faults.inject([&] { succeeded = run(world); });
                 EXPECT_TRUE(succeeded || faults.faulted());
@@ -44,7 +44,7 @@ FaultScenario starts(std::string name, const std::string& operation, Operation r
 
 std::vector<FaultScenario> sessionScenarios() {
     return {
-        {"RightsSession",
+        {"AuthorizationSession",
          {"KXAuthorization sharedController", "KXAuthorization sharedController:",
           "KXAuthorization allocWithZone", "KXAuthorization init", "KXAuthorization initWithoutGUI",
           "KXAuthorization dealloc", "KXAuthorization finalize", "KXAuthorization authStart",
@@ -53,7 +53,7 @@ std::vector<FaultScenario> sessionScenarios() {
           "KXAuthorization canAuthorize", "KXAuthorization hasGUI", "KXAuthorization setHasGUI:",
           "KXAuthorization userDirectory", "KXAuthorization setUserDirectory:"},
          [](FaultRun& run) {
-             RightsWorld world;
+             AuthorizationWorld world;
              bool started = false;
              run.inject([&] {
                  KXAuthorization* const session = KXAuthorization::sharedController();
@@ -81,51 +81,55 @@ std::vector<FaultScenario> sessionScenarios() {
 std::vector<FaultScenario> toolScenarios() {
     return {
         starts("AuthRemoveFile", "authRemoveFile:",
-               [](RightsWorld& world) { return world.session->authRemoveFile(given(world.item)); }),
+               [](AuthorizationWorld& world) {
+                   return world.session->authRemoveFile(given(world.item));
+               }),
         starts("AuthTrashFile", "authTrashFile:",
-               [](RightsWorld& world) { return world.session->authTrashFile(given(world.item)); }),
+               [](AuthorizationWorld& world) {
+                   return world.session->authTrashFile(given(world.item));
+               }),
         starts("AuthTrashFileOnRootAccount", "authTrashFile:deleteOnRootAccount:",
-               [](RightsWorld& world) {
+               [](AuthorizationWorld& world) {
                    return world.session->authTrashFile(given(world.item), DeleteOnRootAccount::Yes);
                }),
         starts(
             "AuthTrashFolderContents", "authTrashFolderContents:",
-            [](RightsWorld& world) {
+            [](AuthorizationWorld& world) {
                 return world.session->authTrashFolderContents(given(world.inside));
             },
             OrNothing::Yes),
         starts(
             "AuthTrashFolderContentsOnRootAccount", "authTrashFolderContents:deleteOnRootAccount:",
-            [](RightsWorld& world) {
+            [](AuthorizationWorld& world) {
                 return world.session->authTrashFolderContents(given(world.inside),
                                                               DeleteOnRootAccount::Yes);
             },
             OrNothing::Yes),
         starts(
             "AuthMoveFolderContents", "authMoveFolderContents:toPath:",
-            [](RightsWorld& world) {
+            [](AuthorizationWorld& world) {
                 return world.session->authMoveFolderContents(given(world.inside),
                                                              given(world.target));
             },
             OrNothing::Yes),
         starts("AuthMoveFile", "authMoveFile:toPath:",
-               [](RightsWorld& world) {
+               [](AuthorizationWorld& world) {
                    return world.session->authMoveFile(given(world.item), given(world.target));
                }),
         starts("AuthCopyFile", "authCopyFile:toPath:",
-               [](RightsWorld& world) {
+               [](AuthorizationWorld& world) {
                    return world.session->authCopyFile(given(world.item), given(world.target));
                }),
         starts("AuthCreateDir", "authCreateDir:",
-               [](RightsWorld& world) {
+               [](AuthorizationWorld& world) {
                    return world.session->authCreateDir(given(world.target + "/new"));
                }),
         starts("AuthExecTask", "authExecTask:parameters:",
-               [](RightsWorld& world) {
+               [](AuthorizationWorld& world) {
                    return world.session->authExecTask(given("/bin/true"), {"a"}) == 0;
                }),
         starts("AuthExecTaskAndWait", "authExecTask:parameters:async:",
-               [](RightsWorld& world) {
+               [](AuthorizationWorld& world) {
                    return world.session->authExecTask(given("/bin/true"), {"a"}, Async::No) == 0;
                }),
     };
@@ -133,7 +137,7 @@ std::vector<FaultScenario> toolScenarios() {
 
 }  // namespace
 
-std::vector<FaultScenario> rightsScenarios() {
+std::vector<FaultScenario> authorizationScenarios() {
     std::vector<FaultScenario> all;
     for (const auto& part : {sessionScenarios, toolScenarios})
         for (FaultScenario& scenario : part()) all.push_back(std::move(scenario));

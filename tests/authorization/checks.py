@@ -7,7 +7,7 @@ from stage import (HELPER, HELPER_NAME, check, eventually, has_ended, processes,
                    zombies_of)
 
 
-def check_rights(probe, text):
+def check_authorized(probe, text):
     """With rights, and after they were given up."""
     status, output = probe.execute("/usr/bin/id", "-u")
     check(status == SUCCESS and output == "0\n", text + ": tools run as the super-user")

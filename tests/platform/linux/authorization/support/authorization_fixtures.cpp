@@ -1,4 +1,4 @@
-#include "tests/platform/linux/authorization/support/rights_fixtures.h"
+#include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -19,11 +19,11 @@ extern "C" {
 
 namespace quillmoor::test {
 
-using platform::linux_::rights::Channel;
-using platform::linux_::rights::Pipe;
-using platform::linux_::rights::readPiece;
-using platform::linux_::rights::Rendezvous;
-using platform::linux_::rights::helper::Client;
+using platform::linux_::authorization::Channel;
+using platform::linux_::authorization::Pipe;
+using platform::linux_::authorization::readPiece;
+using platform::linux_::authorization::Rendezvous;
+using platform::linux_::authorization::helper::Client;
 using platform::posix::Descriptor;
 
 Connection::Connection() {
@@ -45,7 +45,8 @@ HelperInThread::HelperInThread() {
     Connection connection;
     Client client = thisProcessAsClient(std::move(connection.second));
     thread_ = std::thread([served = std::move(client)] {
-        platform::linux_::rights::helper::serve(served, [](const Client&, const StringList&) {});
+        platform::linux_::authorization::helper::serve(served,
+                                                       [](const Client&, const StringList&) {});
         // The other end sees it at once.
         ::shutdown(served.socket.get(), SHUT_RDWR);
     });
@@ -62,8 +63,8 @@ HelperProgram::HelperProgram() {
     std::optional<Rendezvous> rendezvous = Rendezvous::open();
     pid_ = startProgram(helperCommand(*rendezvous));
     process_ = openProcess(pid_);
-    pollfd knock{rendezvous->descriptor(), POLLIN, 0};
-    if (::poll(&knock, 1, 10'000) == 1) channel_ = rendezvous->accept(pid_);
+    pollfd request{rendezvous->descriptor(), POLLIN, 0};
+    if (::poll(&request, 1, 10'000) == 1) channel_ = rendezvous->accept(pid_);
 }
 
 HelperProgram::~HelperProgram() {
@@ -78,7 +79,7 @@ bool HelperProgram::ends() {
 }
 
 StringList helperCommand(const Rendezvous& rendezvous) {
-    StringList command{KX_RIGHTS_HELPER};
+    StringList command{KX_AUTHORIZATION_HELPER};
     for (std::string& argument : rendezvous.helperArguments())
         command.push_back(std::move(argument));
     return command;

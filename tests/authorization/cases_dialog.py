@@ -6,7 +6,7 @@ import re
 import subprocess
 
 from actors import CANCELED, DENIED, SUCCESS, DismissingAgent, Probe, Terminal, TypingAgent
-from checks import check_nobody_to_ask, check_rights, kill_helpers
+from checks import check_authorized, check_nobody_to_ask, kill_helpers
 from stage import HELPER, check, eventually, running, start_bus, zombies_of
 
 
@@ -21,7 +21,7 @@ def dialog(passwords):
             check_message(probe, agent.terminal.read_until("Multiple identities"))
             agent.answer("kxadmin", passwords["kxadmin"])
             check(int(probe.answer().split()[0]) == SUCCESS, "the dialog is accepted")
-            check_rights(probe, "dialog")
+            check_authorized(probe, "dialog")
             probe.say("dialog")
             agent.answer("kxadmin", "wrong")
             check(int(probe.answer().split()[0]) == DENIED, "a wrong password in the dialog")
@@ -38,7 +38,7 @@ def dialog(passwords):
     own_terminal(passwords)
     with Probe("kxfree") as probe:
         check(probe.status("dialog") == SUCCESS, "the administrator lets this user do anything")
-        check_rights(probe, "unasked")
+        check_authorized(probe, "unasked")
 
 
 def check_message(probe, message):
@@ -92,5 +92,5 @@ def own_terminal(passwords):
         check(int(probe.answer().split()[0]) == SUCCESS, "it is answered there")
         check(terminal.echoes(), "the terminal is as it was")
         check(eventually(lambda: not running("pkttyagent")), "its agent has gone")
-        check_rights(probe, "terminal")
+        check_authorized(probe, "terminal")
     terminal.close()

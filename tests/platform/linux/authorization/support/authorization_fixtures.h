@@ -27,7 +27,8 @@ struct Connection {
 };
 
 // This process as a helper's client, at the other end of `socket`.
-platform::linux_::rights::helper::Client thisProcessAsClient(platform::posix::Descriptor socket);
+platform::linux_::authorization::helper::Client thisProcessAsClient(
+    platform::posix::Descriptor socket);
 
 // Puts a changed copy of the table of system calls in force for as long as it lives.
 class ChangedCalls {
@@ -54,11 +55,11 @@ class HelperInThread {
     HelperInThread(const HelperInThread&) = delete;
     HelperInThread& operator=(const HelperInThread&) = delete;
 
-    platform::linux_::rights::Channel& channel() { return *channel_; }
+    platform::linux_::authorization::Channel& channel() { return *channel_; }
 
   private:
     std::thread thread_;
-    std::optional<platform::linux_::rights::Channel> channel_;
+    std::optional<platform::linux_::authorization::Channel> channel_;
 };
 
 // The helper program as a child of this process, which must be the super-user's.
@@ -69,7 +70,7 @@ class HelperProgram {
     HelperProgram(const HelperProgram&) = delete;
     HelperProgram& operator=(const HelperProgram&) = delete;
 
-    std::optional<platform::linux_::rights::Channel>& channel() { return channel_; }
+    std::optional<platform::linux_::authorization::Channel>& channel() { return channel_; }
     pid_t pid() const { return pid_; }
     // Within ten seconds.
     bool ends();
@@ -77,11 +78,11 @@ class HelperProgram {
   private:
     platform::posix::Descriptor process_;
     pid_t pid_ = -1;
-    std::optional<platform::linux_::rights::Channel> channel_;
+    std::optional<platform::linux_::authorization::Channel> channel_;
 };
 
 // The helper that was built with this test, for a client that waits there.
-StringList helperCommand(const platform::linux_::rights::Rendezvous& rendezvous);
+StringList helperCommand(const platform::linux_::authorization::Rendezvous& rendezvous);
 // Starts a program with only its standard streams; -1 when it cannot be. What it writes to
 // standard error goes to `errors`, if that is none of those.
 pid_t startProgram(const StringList& command, int errors = STDERR_FILENO);
@@ -102,7 +103,7 @@ int answerOfFork(int (*body)());
 // All that a tool writes to its output.
 std::string allOf(platform::AuthorizedToolStream& stream);
 // Starts a tool by the channel and answers its output; "failed: STATUS" if it cannot be started.
-std::string outputOf(platform::linux_::rights::Channel& channel, const std::string& tool,
+std::string outputOf(platform::linux_::authorization::Channel& channel, const std::string& tool,
                      const StringList& arguments = {});
 
 }  // namespace quillmoor::test

@@ -1,4 +1,4 @@
-#include "quillmoor/platform/linux/authorization/helper/surroundings_linux.h"
+#include "quillmoor/platform/linux/authorization/helper/process_hardening_linux.h"
 
 #include <fcntl.h>
 #include <grp.h>
@@ -14,7 +14,7 @@
 
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
-namespace quillmoor::platform::linux_::rights::helper {
+namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
 // Standard input and output lead nowhere, and standard error too where there is none.
@@ -81,7 +81,7 @@ bool becomeSuperUser() {
 
 }  // namespace
 
-bool leaveSurroundings() {
+bool hardenProcess() {
     resetSignals();
     ::umask(S_IWGRP | S_IWOTH);
     leaveTerminal();
@@ -90,4 +90,4 @@ bool leaveSurroundings() {
            ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && ::clearenv() == 0;
 }
 
-}  // namespace quillmoor::platform::linux_::rights::helper
+}  // namespace quillmoor::platform::linux_::authorization::helper
