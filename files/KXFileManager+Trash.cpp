@@ -11,7 +11,7 @@ namespace {
 using NameTest = std::function<bool(const std::string& name)>;
 
 // Trashes every file whose name passes, and answers them all.
-StringList swept(const OptionalPath& folder, const NameTest& matches) {
+StringList trashMatchingFiles(const OptionalPath& folder, const NameTest& matches) {
     StringList found;
     if (!folder) return found;
     TreeWalk walk;
@@ -73,7 +73,7 @@ StringList KXFileManager::trashFilesOfType(const OptionalString& type,
                                            const OptionalPath& inFolder) try {
     platform::Text& text = *platform::current().text;
     const OptionalString wanted = type ? OptionalString(text.lowercase(*type)) : std::nullopt;
-    return swept(inFolder, [&](const std::string& name) {
+    return trashMatchingFiles(inFolder, [&](const std::string& name) {
         return text.lowercase(pathExtension(name)) == wanted;
     });
 } catch (const std::exception& exception) {
@@ -82,7 +82,7 @@ StringList KXFileManager::trashFilesOfType(const OptionalString& type,
 
 StringList KXFileManager::trashFilesNamed(const OptionalString& name,
                                           const OptionalPath& inFolder) try {
-    return swept(inFolder, [&](const std::string& each) { return each == name; });
+    return trashMatchingFiles(inFolder, [&](const std::string& each) { return each == name; });
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager trashFilesNamed:inFolder:]", StringList());
 }

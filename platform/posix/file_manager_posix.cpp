@@ -12,9 +12,9 @@
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/fs/atomic_write_posix.h"
 #include "quillmoor/platform/posix/fs/create_folder_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/directory_posix.h"
 #include "quillmoor/platform/posix/fs/move_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
 #include "quillmoor/platform/posix/fs/tree_remove_posix.h"
 #include "quillmoor/platform/posix/ground/error_text_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
@@ -26,10 +26,11 @@ namespace {
 // access(2).
 bool permits(const std::string& path, int mode) {
     if (fitsOneCall(path)) return systemCalls().faccessat(AT_FDCWD, path.c_str(), mode, 0) == 0;
-    Place place;
+    DirectoryEntry entry;
     struct stat status;
-    if (locate(path, place) != 0 || statusOf(place, FollowLink::Yes, status) != 0) return false;
-    return systemCalls().faccessat(place.folder.get(), place.name.c_str(), mode, 0) == 0;
+    if (resolveParent(path, entry) != 0 || statusOf(entry, FollowLink::Yes, status) != 0)
+        return false;
+    return systemCalls().faccessat(entry.folder.get(), entry.name.c_str(), mode, 0) == 0;
 }
 
 // No such item, or none that this user can see.
@@ -66,13 +67,13 @@ class PosixFileManager : public FileManager {
     bool isWritableFile(const std::string& path) override { return permits(path, W_OK); }
 
     OptionalString destinationOfSymbolicLink(const std::string& path) override {
-        Place place;
+        DirectoryEntry entry;
         struct stat status;
-        if (locate(path, place) != 0 || statusOf(place, FollowLink::No, status) != 0 ||
+        if (resolveParent(path, entry) != 0 || statusOf(entry, FollowLink::No, status) != 0 ||
             !S_ISLNK(status.st_mode))
             return std::nullopt;
         std::string target(PATH_MAX, '\0');
-        const ssize_t size = systemCalls().readlinkat(place.folder.get(), place.name.c_str(),
+        const ssize_t size = systemCalls().readlinkat(entry.folder.get(), entry.name.c_str(),
                                                       target.data(), target.size());
         if (size < 0) return std::nullopt;
         target.resize(static_cast<std::size_t>(size));

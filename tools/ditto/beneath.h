@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::ditto {

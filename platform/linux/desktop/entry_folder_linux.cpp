@@ -10,8 +10,8 @@
 #include "quillmoor/platform/platform.h"
 #include "quillmoor/platform/posix/fs/atomic_write_posix.h"
 #include "quillmoor/platform/posix/fs/create_folder_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/ownership_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {

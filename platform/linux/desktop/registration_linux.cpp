@@ -15,7 +15,7 @@
 #include "quillmoor/platform/linux/ground/ascii_linux.h"
 #include "quillmoor/platform/linux/ground/programs_linux.h"
 #include "quillmoor/platform/platform.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {

@@ -12,7 +12,7 @@
 #include "quillmoor/platform/linux/ground/linux_calls_linux.h"
 #include "quillmoor/platform/linux/kernel/immutable_flag_linux.h"
 #include "quillmoor/platform/native_services.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/ground/error_text_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
@@ -20,9 +20,9 @@ namespace quillmoor::platform {
 namespace linux_ {
 namespace {
 
+using posix::DirectoryEntry;
 using posix::FileVerb;
 using posix::FollowLink;
-using posix::Place;
 using posix::systemCalls;
 using std::chrono::duration_cast;
 using std::chrono::nanoseconds;
@@ -53,39 +53,39 @@ timespec timeOf(system_clock::time_point date) {
 }
 
 // Finds the item that a call is to change; answers 0 or the error number.
-int find(const std::string& path, Place& place, FollowLink follow) {
+int find(const std::string& path, DirectoryEntry& entry, FollowLink follow) {
     struct stat status;
-    const int error = posix::locate(path, place);
-    return error != 0 ? error : posix::statusOf(place, follow, status);
+    const int error = posix::resolveParent(path, entry);
+    return error != 0 ? error : posix::statusOf(entry, follow, status);
 }
 
 int changeMode(const std::string& path, unsigned permissions) {
-    Place place;
-    const int error = find(path, place, FollowLink::Yes);
+    DirectoryEntry entry;
+    const int error = find(path, entry, FollowLink::Yes);
     if (error != 0) return error;
     const mode_t mode = permissions & kPermissions;
-    const int folder = place.folder.get();
-    return systemCalls().fchmodat(folder, place.name.c_str(), mode, 0) == 0 ? 0 : errno;
+    const int folder = entry.folder.get();
+    return systemCalls().fchmodat(folder, entry.name.c_str(), mode, 0) == 0 ? 0 : errno;
 }
 
 int changeDate(const std::string& path, system_clock::time_point date) {
-    Place place;
-    const int error = find(path, place, FollowLink::Yes);
+    DirectoryEntry entry;
+    const int error = find(path, entry, FollowLink::Yes);
     if (error != 0) return error;
     const timespec times[2] = {{0, UTIME_OMIT}, timeOf(date)};
-    const int folder = place.folder.get();
-    return systemCalls().utimensat(folder, place.name.c_str(), times, 0) == 0 ? 0 : errno;
+    const int folder = entry.folder.get();
+    return systemCalls().utimensat(folder, entry.name.c_str(), times, 0) == 0 ? 0 : errno;
 }
 
 class LinuxAttributes : public Attributes {
   public:
     std::optional<ItemAttributes> attributesOfItem(const std::string& path) override {
-        Place place;
+        DirectoryEntry entry;
         struct stat status;
         ItemAttributes item;
-        if (posix::locate(path, place) != 0 ||
-            posix::statusOf(place, FollowLink::No, status) != 0 ||
-            linuxCalls().isImmutable(place.folder.get(), place.name.c_str(), &item.isImmutable))
+        if (posix::resolveParent(path, entry) != 0 ||
+            posix::statusOf(entry, FollowLink::No, status) != 0 ||
+            linuxCalls().isImmutable(entry.folder.get(), entry.name.c_str(), &item.isImmutable))
             return std::nullopt;
         item.size = static_cast<std::uint64_t>(status.st_size);
         item.modificationDate = dateOf(status.st_mtim);
@@ -93,9 +93,9 @@ class LinuxAttributes : public Attributes {
     }
 
     Outcome setImmutable(const std::string& path, bool immutable) override {
-        Place place;
-        int error = posix::locate(path, place);
-        if (error == 0) error = linux_::setImmutable(place, immutable);
+        DirectoryEntry entry;
+        int error = posix::resolveParent(path, entry);
+        if (error == 0) error = linux_::setImmutable(entry, immutable);
         return posix::fileOutcome(FileVerb::Changed, path, error);
     }
 
@@ -109,8 +109,8 @@ class LinuxAttributes : public Attributes {
 
     // The kernel keeps this date itself.
     Outcome setCreationDate(const std::string& path, system_clock::time_point) override {
-        Place place;
-        const int error = find(path, place, FollowLink::Yes);
+        DirectoryEntry entry;
+        const int error = find(path, entry, FollowLink::Yes);
         return posix::fileOutcome(FileVerb::Changed, path, error != 0 ? error : EOPNOTSUPP);
     }
 };

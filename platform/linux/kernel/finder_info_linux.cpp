@@ -8,7 +8,7 @@
 #include "quillmoor/platform/linux/ground/absolute_path_linux.h"
 #include "quillmoor/platform/linux/ground/linux_calls_linux.h"
 #include "quillmoor/platform/native_services.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform {
@@ -25,9 +25,9 @@ constexpr char kElsewhere[] = "user.com.apple.FinderInfo";
 
 // 0, or the error number.
 int statusOfPath(const std::string& path, struct stat& status) {
-    posix::Place place;
-    const int error = posix::locate(path, place);
-    return error != 0 ? error : posix::statusOf(place, posix::FollowLink::No, status);
+    posix::DirectoryEntry entry;
+    const int error = posix::resolveParent(path, entry);
+    return error != 0 ? error : posix::statusOf(entry, posix::FollowLink::No, status);
 }
 
 OptionalPath pathIn(const FileReference& reference) {
@@ -49,14 +49,14 @@ struct OpenItem {
 
 int openItem(const FileReference& reference, OpenItem& item) {
     const OptionalPath path = pathIn(reference);
-    posix::Place place;
-    int error = path ? posix::locate(*path, place) : ENOENT;
-    if (error == 0) error = posix::statusOf(place, posix::FollowLink::No, item.status);
+    posix::DirectoryEntry entry;
+    int error = path ? posix::resolveParent(*path, entry) : ENOENT;
+    if (error == 0) error = posix::statusOf(entry, posix::FollowLink::No, item.status);
     if (error != 0) return error;
     // Opening a device or a pipe would not leave it alone; neither these nor links have attributes.
     if (!S_ISREG(item.status.st_mode) && !S_ISDIR(item.status.st_mode)) return EOPNOTSUPP;
     constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-    item.file = Descriptor(systemCalls().openat(place.folder.get(), place.name.c_str(), flags, 0));
+    item.file = Descriptor(systemCalls().openat(entry.folder.get(), entry.name.c_str(), flags, 0));
     bool isHfsPlus = false;
     if (!item.file || systemCalls().fstat(item.file.get(), &item.status) != 0 ||
         linuxCalls().isHfsPlus(item.file.get(), &isHfsPlus) != 0)

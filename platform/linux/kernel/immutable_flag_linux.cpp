@@ -22,11 +22,11 @@ int change(int file, bool immutable) {
 
 }  // namespace
 
-int setImmutable(const posix::Place& place, bool immutable) {
-    const int folder = place.folder.get();
-    const char* name = place.name.c_str();
+int setImmutable(const posix::DirectoryEntry& entry, bool immutable) {
+    const int folder = entry.folder.get();
+    const char* name = entry.name.c_str();
     struct stat status;
-    const int missing = posix::statusOf(place, posix::FollowLink::No, status);
+    const int missing = posix::statusOf(entry, posix::FollowLink::No, status);
     if (missing != 0) return missing;
     bool isImmutable = false;
     if (linuxCalls().isImmutable(folder, name, &isImmutable) != 0) return errno;

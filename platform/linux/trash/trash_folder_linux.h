@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "quillmoor/base/types.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/ownership_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
 
 namespace quillmoor::platform::linux_ {
 

@@ -13,8 +13,8 @@
 #include "quillmoor/platform/linux/ground/environment_linux.h"
 #include "quillmoor/platform/linux/trash/trash_folder_linux.h"
 #include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/move_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
 #include "quillmoor/platform/posix/ground/names_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
@@ -48,7 +48,7 @@ std::string pathOf(int folder, const std::string& spelled) {
 // One item on its way into the Trash.
 class Recycling {
   public:
-    Recycling(const TrashFolder& trash, const posix::Place& from, std::string originalPath)
+    Recycling(const TrashFolder& trash, const posix::DirectoryEntry& from, std::string originalPath)
         : trash_(trash), from_(from), originalPath_(std::move(originalPath)) {}
 
     bool run() {
@@ -83,9 +83,9 @@ class Recycling {
     }
 
     const TrashFolder& trash_;
-    const posix::Place& from_;
+    const posix::DirectoryEntry& from_;
     const std::string originalPath_;
-    posix::Place to_;
+    posix::DirectoryEntry to_;
     posix::MoveResult result_{EIO};
 };
 
@@ -155,7 +155,7 @@ bool staysInHome(const std::string& home, const std::string& path) {
 bool recycleOne(const TrashFolder& trash, const std::string& items, const std::string& folderPath,
                 const std::string& name, RecycleOutcome& outcome) noexcept try {
     const std::string source = folderPath.empty() ? "." : folderPath;
-    posix::Place from;
+    posix::DirectoryEntry from;
     struct stat status;
     if (!isOneName(name) || posix::openFolder(source, from.folder) != 0) return false;
     from.name = name;

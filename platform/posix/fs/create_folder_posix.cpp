@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "quillmoor/base/paths.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/ownership_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::posix {

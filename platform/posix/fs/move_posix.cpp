@@ -29,24 +29,26 @@ int errorOfException() noexcept {
 
 // Frees the name of a copy that this process has made there, and removes the copy. False when the
 // whole copy still has that name. `aside` is a free name beside it.
-bool takeAway(const Place& place, const Identity& expected, const std::string& aside) noexcept {
+bool takeAway(const DirectoryEntry& entry, const Identity& expected,
+              const std::string& aside) noexcept {
     struct stat status;
-    const int folder = place.folder.get();
-    const int error = statusOf(place, FollowLink::No, status);
+    const int folder = entry.folder.get();
+    const int error = statusOf(entry, FollowLink::No, status);
     if (error != 0) return error == ENOENT;
     if (identityOf(status) != expected) return true;
     // In one step, so that a removal that fails does not leave a part of the copy under that name.
-    if (renameWithoutReplacing(folder, place.name, folder, aside) != 0) return false;
+    if (renameWithoutReplacing(folder, entry.name, folder, aside) != 0) return false;
     const RemovalResult removal = removeTree(folder, aside, TreeKind::OurOwn);
     if (removal.error == 0 || removal.removedSomething) return true;
     // Still whole, it must not stay under a name that is not reported.
-    return renameWithoutReplacing(folder, aside, folder, place.name) != 0;
+    return renameWithoutReplacing(folder, aside, folder, entry.name) != 0;
 }
 
 // The second half of a move, when the item has been copied. No exception leaves it: the caller
 // could no longer know what is where.
-MoveResult removeCopied(const Place& from, const Identity& original, const Place& to,
-                        const Identity& copy, const std::string& aside) noexcept {
+MoveResult removeCopied(const DirectoryEntry& from, const Identity& original,
+                        const DirectoryEntry& to, const Identity& copy,
+                        const std::string& aside) noexcept {
     struct stat now;
     if (statusOf(from, FollowLink::No, now) == 0 && identityOf(now) != original)
         return {ESTALE, !takeAway(to, copy, aside)};
@@ -55,7 +57,7 @@ MoveResult removeCopied(const Place& from, const Identity& original, const Place
     return {removal.error, removal.removedSomething || !takeAway(to, copy, aside)};
 }
 
-MoveResult moveAcross(const Place& from, const Place& to) {
+MoveResult moveAcross(const DirectoryEntry& from, const DirectoryEntry& to) {
     struct stat original;
     Identity copy;
     int error = statusOf(from, FollowLink::No, original);
@@ -76,7 +78,7 @@ bool isListed(int folder, const std::string& name) {
 
 // Both places name one entry of one folder, be it with another spelling where the folder folds
 // case. Two hard links are two entries.
-bool isSameEntry(const Place& from, const Place& to) {
+bool isSameEntry(const DirectoryEntry& from, const DirectoryEntry& to) {
     const SystemCalls& calls = systemCalls();
     struct stat fromFolder;
     struct stat toFolder;
@@ -94,7 +96,7 @@ bool isSameEntry(const Place& from, const Place& to) {
 }
 
 // Gives an entry another spelling, by way of a temporary name: a plain renaming may do nothing.
-int respell(const Place& from, const Place& to) {
+int respell(const DirectoryEntry& from, const DirectoryEntry& to) {
     const int folder = from.folder.get();
     const std::string temporary = temporaryName(to.name);
     int error = renameWithoutReplacing(folder, from.name, folder, temporary);
@@ -104,15 +106,16 @@ int respell(const Place& from, const Place& to) {
     return error;
 }
 
-int locateBoth(const std::string& path, const std::string& destination, Place& from, Place& to) {
-    const int error = locate(path, from);
-    return error != 0 ? error : locate(destination, to);
+int resolveParents(const std::string& path, const std::string& destination, DirectoryEntry& from,
+                   DirectoryEntry& to) {
+    const int error = resolveParent(path, from);
+    return error != 0 ? error : resolveParent(destination, to);
 }
 
 }  // namespace
 
 // What throws leaves nothing behind: neither a new item nor a changed one.
-MoveResult moveItemTo(const Place& from, const Place& to) noexcept try {
+MoveResult moveItemTo(const DirectoryEntry& from, const DirectoryEntry& to) noexcept try {
     const int error =
         renameWithoutReplacing(from.folder.get(), from.name, to.folder.get(), to.name);
     return error == EXDEV ? moveAcross(from, to) : MoveResult{error};
@@ -121,10 +124,10 @@ MoveResult moveItemTo(const Place& from, const Place& to) noexcept try {
 }
 
 MoveResult movePath(const std::string& path, const std::string& destination) noexcept try {
-    Place from;
-    Place to;
+    DirectoryEntry from;
+    DirectoryEntry to;
     struct stat status;
-    int error = locateBoth(path, destination, from, to);
+    int error = resolveParents(path, destination, from, to);
     if (error == 0 && !from.hasNameOfItsOwn()) error = EINVAL;
     if (error == 0) error = statusOf(from, FollowLink::No, status);
     if (error == 0 && to.asFolder && !S_ISDIR(status.st_mode)) error = ENOTDIR;
@@ -137,10 +140,10 @@ MoveResult movePath(const std::string& path, const std::string& destination) noe
 }
 
 int copyPath(const std::string& path, const std::string& destination, const CopyControl& control) {
-    Place from;
-    Place to;
+    DirectoryEntry from;
+    DirectoryEntry to;
     Identity copy;
-    const int error = locateBoth(path, destination, from, to);
+    const int error = resolveParents(path, destination, from, to);
     return error != 0 ? error : copyItemTo(from, to, copy, control);
 }
 

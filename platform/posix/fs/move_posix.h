@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/tree_data_posix.h"
 
 namespace quillmoor::platform::posix {
@@ -19,7 +19,7 @@ struct MoveResult {
 // the source. Where the source cannot be removed all the same the copy is removed again, unless a
 // part of the source is removed already; nothing is ever lost but what somebody else adds to a
 // folder while it is moved across file systems. ENOMEM for lack of memory.
-MoveResult moveItemTo(const Place& from, const Place& to) noexcept;
+MoveResult moveItemTo(const DirectoryEntry& from, const DirectoryEntry& to) noexcept;
 
 // As FileManager::moveItem; ENOMEM for lack of memory.
 MoveResult movePath(const std::string& path, const std::string& destination) noexcept;

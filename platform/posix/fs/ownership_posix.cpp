@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/directory_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
 #include "quillmoor/platform/posix/fs/rename_posix.h"
 #include "quillmoor/platform/posix/ground/names_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"

@@ -18,13 +18,13 @@ namespace {
 constexpr std::size_t kBatch = 128;
 
 // What a folder's entries need in order to be removed.
-struct FolderRights {
+struct RemovalPermissions {
     int error = 0;         // why none of them may be
     bool ownOnly = false;  // the folder is sticky: only those that belong to this user
 };
 
 // The open folder may be searched: its own name in itself leads to it.
-FolderRights rightsIn(int folder) {
+RemovalPermissions permissionsIn(int folder) {
     const SystemCalls& calls = systemCalls();
     struct stat status;
     if (calls.faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) return {errno};
@@ -45,15 +45,16 @@ struct Check {
 };
 
 struct CheckLevel : TreeLevel {
-    FolderRights rights;
+    RemovalPermissions permissions;
 };
 
 class CheckWorker : public TreeWorker {
   public:
-    CheckWorker(TreeCrew& crew, Check& work) : TreeWorker(crew, work.limits, kBatch), work_(work) {}
+    CheckWorker(TreeWorkPool& pool, Check& work)
+        : TreeWorker(pool, work.limits, kBatch), work_(work) {}
 
-    void check(const Place& place, const FolderRights& rights) {
-        const int error = checkEntry(rights, place.folder.get(), {place.name.c_str(), 0});
+    void check(const DirectoryEntry& entry, const RemovalPermissions& permissions) {
+        const int error = checkEntry(permissions, entry.folder.get(), {entry.name.c_str(), 0});
         if (error != 0) return work_.fail(error);
         work();
     }
@@ -64,17 +65,18 @@ class CheckWorker : public TreeWorker {
     void runOutOfMemory() noexcept override { work_.fail(ENOMEM); }
 
     void visit(TreeLevel& level, const TreeEntry& entry) override {
-        const int error = checkEntry(static_cast<CheckLevel&>(level).rights, level.folder(), entry);
+        const int error =
+            checkEntry(static_cast<CheckLevel&>(level).permissions, level.folder(), entry);
         // What has gone meanwhile needs no removal.
         if (error != 0 && error != ENOENT) work_.fail(error);
     }
 
-    int checkEntry(const FolderRights& rights, int folder, const TreeEntry& entry) {
-        if (rights.error != 0) return rights.error;
+    int checkEntry(const RemovalPermissions& permissions, int folder, const TreeEntry& entry) {
+        if (permissions.error != 0) return permissions.error;
         RemovalTraits traits;
         if (systemCalls().getRemovalTraits(folder, entry.name, &traits) != 0) return errno;
         if (traits.isMountPoint) return EBUSY;
-        if (traits.isFixed || (rights.ownOnly && traits.owner != ::geteuid())) return EPERM;
+        if (traits.isFixed || (permissions.ownOnly && traits.owner != ::geteuid())) return EPERM;
         return traits.type == S_IFDIR ? enterFolder(folder, entry.name) : 0;
     }
 
@@ -86,7 +88,7 @@ class CheckWorker : public TreeWorker {
         auto level = std::make_unique<CheckLevel>();
         level->name = name;
         level->identity = identityOf(status);
-        level->rights = rightsIn(opened.get());
+        level->permissions = permissionsIn(opened.get());
         level->reader.emplace(std::move(opened));
         if (level->reader->error() != 0) return level->reader->error();
         enter(std::move(level));
@@ -101,9 +103,9 @@ class CheckWorker : public TreeWorker {
         popTop();
     }
 
-    std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) override {
+    std::unique_ptr<TreeLevel> makeBorrowedLevel(TreeLevel& owner) override {
         auto level = std::make_unique<CheckLevel>();
-        level->rights = static_cast<const CheckLevel&>(owner).rights;
+        level->permissions = static_cast<const CheckLevel&>(owner).permissions;
         return level;
     }
 
@@ -112,18 +114,18 @@ class CheckWorker : public TreeWorker {
 
 }  // namespace
 
-int checkRemovable(const Place& place) {
-    const int folder = place.folder.get();
-    FolderRights rights = rightsIn(folder);
+int checkRemovable(const DirectoryEntry& entry) {
+    const int folder = entry.folder.get();
+    RemovalPermissions permissions = permissionsIn(folder);
     RemovalTraits traits;
-    if (rights.error == 0 && systemCalls().getRemovalTraits(folder, ".", &traits) != 0)
-        rights.error = errno;
-    if (rights.error == 0 && traits.isFixed) rights.error = EPERM;
-    if (rights.error != 0) return rights.error;
+    if (permissions.error == 0 && systemCalls().getRemovalTraits(folder, ".", &traits) != 0)
+        permissions.error = errno;
+    if (permissions.error == 0 && traits.isFixed) permissions.error = EPERM;
+    if (permissions.error != 0) return permissions.error;
     Check work;
-    TreeCrew crew(work.limits.threads, [&] { CheckWorker(crew, work).help(); });
-    CheckWorker(crew, work).check(place, rights);
-    crew.end();
+    TreeWorkPool pool(work.limits.threads, [&] { CheckWorker(pool, work).help(); });
+    CheckWorker(pool, work).check(entry, permissions);
+    pool.end();
     return work.error;
 }
 

@@ -1,7 +1,7 @@
 // Whether an item with all it holds may be removed, before anything of it is touched.
 #pragma once
 
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 
 namespace quillmoor::platform::posix {
 
@@ -11,6 +11,6 @@ namespace quillmoor::platform::posix {
 // folder, EBUSY for a mount point. An empty folder's own mode does not matter. Changes nothing,
 // follows no link, and shares a tree that holds much among a few threads. What changes afterwards
 // is not known.
-int checkRemovable(const Place& place);
+int checkRemovable(const DirectoryEntry& entry);
 
 }  // namespace quillmoor::platform::posix

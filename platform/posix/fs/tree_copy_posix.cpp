@@ -46,8 +46,8 @@ struct CopyLevel : TreeLevel {
 
 class CopyWorker : public TreeWorker {
   public:
-    CopyWorker(TreeCrew& crew, Copying& work)
-        : TreeWorker(crew, work.limits, kBatch), work_(work), copier_(work.control) {}
+    CopyWorker(TreeWorkPool& pool, Copying& work)
+        : TreeWorker(pool, work.limits, kBatch), work_(work), copier_(work.control) {}
 
     CopyResult copy(int folder, const std::string& name, int newFolder,
                     const std::string& newName) {
@@ -132,7 +132,7 @@ class CopyWorker : public TreeWorker {
         TreeWorker::putAside(level);
     }
 
-    std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) override {
+    std::unique_ptr<TreeLevel> makeBorrowedLevel(TreeLevel& owner) override {
         auto level = std::make_unique<CopyLevel>();
         level->borrowedCopy = static_cast<CopyLevel&>(owner).copyFolder();
         return level;
@@ -143,7 +143,7 @@ class CopyWorker : public TreeWorker {
 };
 
 // Under the temporary name `temporary`, beside its place.
-int copyBeside(const Place& from, const Place& to, const CopyControl& control,
+int copyBeside(const DirectoryEntry& from, const DirectoryEntry& to, const CopyControl& control,
                std::string& temporary) {
     for (int attempt = 0; attempt < kTemporaryNameAttempts; ++attempt) {
         temporary = temporaryName(to.name);
@@ -156,7 +156,7 @@ int copyBeside(const Place& from, const Place& to, const CopyControl& control,
     return EEXIST;
 }
 
-int checkPlaces(const Place& from, const Place& to) {
+int checkPlaces(const DirectoryEntry& from, const DirectoryEntry& to) {
     struct stat status;
     struct stat other;
     const int error = statusOf(from, FollowLink::No, status);
@@ -174,11 +174,12 @@ CopyResult copyTree(int folder, const std::string& name, int newFolder, const st
                     const CopyControl& control) {
     if (control.stop.isStopRequested()) return {ECANCELED, false};
     Copying work{control};
-    TreeCrew crew(work.limits.threads, [&] { CopyWorker(crew, work).help(); });
-    return CopyWorker(crew, work).copy(folder, name, newFolder, newName);
+    TreeWorkPool pool(work.limits.threads, [&] { CopyWorker(pool, work).help(); });
+    return CopyWorker(pool, work).copy(folder, name, newFolder, newName);
 }
 
-int copyItemTo(const Place& from, const Place& to, Identity& copy, const CopyControl& control) {
+int copyItemTo(const DirectoryEntry& from, const DirectoryEntry& to, Identity& copy,
+               const CopyControl& control) {
     const int folder = to.folder.get();
     std::string temporary;
     int error = checkPlaces(from, to);

@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/item_copy_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
 
 namespace quillmoor::platform::posix {
 
@@ -27,6 +27,7 @@ CopyResult copyTree(int folder, const std::string& name, int newFolder, const st
 // end. After a failure nothing stands there that was not there before. Answers 0 or the error
 // number: EEXIST when anything stands there, EINVAL for a folder that would go into itself. `copy`
 // is the new item's identity.
-int copyItemTo(const Place& from, const Place& to, Identity& copy, const CopyControl& control = {});
+int copyItemTo(const DirectoryEntry& from, const DirectoryEntry& to, Identity& copy,
+               const CopyControl& control = {});
 
 }  // namespace quillmoor::platform::posix

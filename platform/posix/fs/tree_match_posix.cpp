@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "quillmoor/base/paths.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/directory_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
 #include "quillmoor/platform/posix/fs/tree_worker_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
@@ -29,7 +29,7 @@ struct MatchPart : TreeLevel {
 class Matching {
   public:
     Matching(const StringList& folders, const std::string& pattern)
-        : folders_(folders), pattern_(pattern), crew_(treeLimits(1).threads, [this] { help(); }) {}
+        : folders_(folders), pattern_(pattern), pool_(treeLimits(1).threads, [this] { help(); }) {}
 
     StringList run() {
         StringList found;
@@ -40,8 +40,8 @@ class Matching {
             MatchPart& part = parts_.emplace_back();
             part.first = i;
             part.end = std::min(i + kFoldersOfPart, folders_.size());
-            if (crew_.wantsWork())
-                crew_.give(part, EntryBatch());
+            if (pool_.wantsWork())
+                pool_.give(part, EntryBatch());
             else
                 doPart(part);
         }
@@ -55,10 +55,10 @@ class Matching {
     static constexpr std::size_t kFoldersOfPart = 8;
 
     void help() {
-        TreeCrew::Share share;
-        while (crew_.take(share)) {
-            doPart(static_cast<MatchPart&>(*share.folder));
-            crew_.done(*share.folder);
+        TreeWorkPool::WorkItem item;
+        while (pool_.take(item)) {
+            doPart(static_cast<MatchPart&>(*item.folder));
+            pool_.done(*item.folder);
         }
     }
 
@@ -70,7 +70,7 @@ class Matching {
     void collect(StringList& found) {
         for (MatchPart& part : parts_) {
             EntryBatch none;
-            while (crew_.takeBack(part, none)) doPart(part);
+            while (pool_.takeBack(part, none)) doPart(part);
             found.insert(found.end(), std::make_move_iterator(part.found.begin()),
                          std::make_move_iterator(part.found.end()));
         }
@@ -109,7 +109,7 @@ class Matching {
     const std::string& pattern_;
     std::size_t seen_ = 0;  // entries that the caller's thread has met before it shared work out
     std::deque<MatchPart> parts_;
-    TreeCrew crew_;
+    TreeWorkPool pool_;
 };
 
 }  // namespace

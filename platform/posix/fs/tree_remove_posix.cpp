@@ -10,7 +10,7 @@
 #include <set>
 #include <utility>
 
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/tree_worker_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
@@ -49,29 +49,29 @@ struct Removal {
 };
 
 // What has become of some of a folder's entries.
-struct Leavings {
+struct RemovalResidue {
     std::set<std::string, std::less<>> folders;  // those that could not be emptied or removed
     bool something = false;                      // is left
     bool removedSomething = false;               // in this pass
 
-    void add(Leavings&& other) {
+    void add(RemovalResidue&& other) {
         folders.merge(other.folders);
         something = something || other.something;
         removedSomething = removedSomething || other.removedSomething;
-        other = Leavings();
+        other = RemovalResidue();
     }
 };
 
 struct RemovalLevel : TreeLevel {
-    Leavings left;
-    Leavings leftByOthers;  // under the mutex
+    RemovalResidue left;
+    RemovalResidue residueOfOthers;  // under the mutex
     int passes = 1;
 };
 
 class RemovalWorker : public TreeWorker {
   public:
-    RemovalWorker(TreeCrew& crew, Removal& work)
-        : TreeWorker(crew, work.limits, kBatch), work_(work) {}
+    RemovalWorker(TreeWorkPool& pool, Removal& work)
+        : TreeWorker(pool, work.limits, kBatch), work_(work) {}
 
     void remove(const TreeEntry& tree) {
         removeEntry(nullptr, work_.base, tree);
@@ -219,7 +219,7 @@ class RemovalWorker : public TreeWorker {
 
     void collect(RemovalLevel& level) {
         const std::lock_guard lock(work_.mutex);
-        level.left.add(std::move(level.leftByOthers));
+        level.left.add(std::move(level.residueOfOthers));
     }
 
     bool isPassedOver(const TreeLevel& level, const char* name) const override {
@@ -227,14 +227,14 @@ class RemovalWorker : public TreeWorker {
         return !folders.empty() && folders.contains(std::string_view(name));
     }
 
-    std::unique_ptr<TreeLevel> standIn(TreeLevel&) override {
+    std::unique_ptr<TreeLevel> makeBorrowedLevel(TreeLevel&) override {
         return std::make_unique<RemovalLevel>();
     }
 
-    void report(TreeLevel& owner, TreeLevel& standIn) override {
+    void report(TreeLevel& owner, TreeLevel& borrowedLevel) override {
         const std::lock_guard lock(work_.mutex);
-        static_cast<RemovalLevel&>(owner).leftByOthers.add(
-            std::move(static_cast<RemovalLevel&>(standIn).left));
+        static_cast<RemovalLevel&>(owner).residueOfOthers.add(
+            std::move(static_cast<RemovalLevel&>(borrowedLevel).left));
     }
 
     void noteFailure(RemovalLevel* level, int error) {
@@ -247,8 +247,8 @@ class RemovalWorker : public TreeWorker {
 
 void run(Removal& work, const TreeEntry& top) noexcept {
     try {
-        TreeCrew crew(work.limits.threads, [&] { RemovalWorker(crew, work).help(); });
-        RemovalWorker(crew, work).remove(top);
+        TreeWorkPool pool(work.limits.threads, [&] { RemovalWorker(pool, work).help(); });
+        RemovalWorker(pool, work).remove(top);
     } catch (const std::bad_alloc&) {
         work.fail(ENOMEM);
     }
@@ -282,13 +282,13 @@ int emptyFolder(int folder) noexcept {
 }
 
 int removePath(const std::string& path, const StopToken& stop) noexcept try {
-    Place place;
+    DirectoryEntry entry;
     struct stat status;
-    int error = locate(path, place);
-    if (error == 0 && !place.hasNameOfItsOwn()) error = EINVAL;
-    if (error == 0 && place.asFolder) error = statusOf(place, FollowLink::No, status);
+    int error = resolveParent(path, entry);
+    if (error == 0 && !entry.hasNameOfItsOwn()) error = EINVAL;
+    if (error == 0 && entry.asFolder) error = statusOf(entry, FollowLink::No, status);
     if (error != 0) return error;
-    return removeTree(place.folder.get(), place.name, TreeKind::Given, stop).error;
+    return removeTree(entry.folder.get(), entry.name, TreeKind::Given, stop).error;
 } catch (const std::bad_alloc&) {
     return ENOMEM;
 }

@@ -39,8 +39,8 @@ struct SizeLevel : TreeLevel {
 
 class SizeWorker : public TreeWorker {
   public:
-    SizeWorker(TreeCrew& crew, Measuring& work)
-        : TreeWorker(crew, work.limits, kBatch), work_(work) {}
+    SizeWorker(TreeWorkPool& pool, Measuring& work)
+        : TreeWorker(pool, work.limits, kBatch), work_(work) {}
     ~SizeWorker() override { work_.add(count_); }
 
     void measure(int folder, const std::string& name) {
@@ -136,7 +136,7 @@ class SizeWorker : public TreeWorker {
         popTop();
     }
 
-    std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) override {
+    std::unique_ptr<TreeLevel> makeBorrowedLevel(TreeLevel& owner) override {
         const auto& folder = static_cast<const SizeLevel&>(owner);
         auto level = std::make_unique<SizeLevel>();
         level->above = folder.above;
@@ -149,28 +149,28 @@ class SizeWorker : public TreeWorker {
     bool lost_ = false;  // a folder has been moved away meanwhile
 };
 
-TreeCount measured(const Place& place, FollowLink follow, const StopToken& stop) {
+TreeCount measured(const DirectoryEntry& entry, FollowLink follow, const StopToken& stop) {
     Measuring work{stop, follow};
-    TreeCrew crew(work.limits.threads, [&] { SizeWorker(crew, work).help(); });
-    SizeWorker(crew, work).measure(place.folder.get(), place.name);
-    crew.end();
+    TreeWorkPool pool(work.limits.threads, [&] { SizeWorker(pool, work).help(); });
+    SizeWorker(pool, work).measure(entry.folder.get(), entry.name);
+    pool.end();
     return work.total;
 }
 
 }  // namespace
 
 std::uint64_t treeSize(const std::string& path, const StopToken& stop) {
-    Place place;
+    DirectoryEntry entry;
     struct stat status;
-    if (locate(path, place) != 0 || statusOf(place, FollowLink::No, status) != 0) return 0;
-    return measured(place, FollowLink::Yes, stop).bytes;
+    if (resolveParent(path, entry) != 0 || statusOf(entry, FollowLink::No, status) != 0) return 0;
+    return measured(entry, FollowLink::Yes, stop).bytes;
 }
 
 TreeCount treeCount(const std::string& path, const StopToken& stop) {
-    Place place;
+    DirectoryEntry entry;
     struct stat status;
-    if (locate(path, place) != 0 || statusOf(place, FollowLink::No, status) != 0) return {};
-    return measured(place, FollowLink::No, stop);
+    if (resolveParent(path, entry) != 0 || statusOf(entry, FollowLink::No, status) != 0) return {};
+    return measured(entry, FollowLink::No, stop);
 }
 
 }  // namespace quillmoor::platform::posix

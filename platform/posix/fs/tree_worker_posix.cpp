@@ -13,24 +13,24 @@ namespace quillmoor::platform::posix {
 void TreeWorker::help() {
     seen_ = kAlone;
     helping_ = true;
-    TreeCrew::Share share;
-    while (crew_.take(share)) {
-        TreeLevel& owner = *share.folder;
+    TreeWorkPool::WorkItem item;
+    while (pool_.take(item)) {
+        TreeLevel& owner = *item.folder;
         try {
-            helpWith(share);
+            helpWith(item);
         } catch (const std::bad_alloc&) {
             runOutOfMemory();
         }
-        crew_.done(owner);
+        pool_.done(owner);
     }
 }
 
-void TreeWorker::helpWith(TreeCrew::Share& share) {
-    TreeLevel& owner = *share.folder;
-    std::unique_ptr<TreeLevel> level = standIn(owner);
+void TreeWorker::helpWith(TreeWorkPool::WorkItem& item) {
+    TreeLevel& owner = *item.folder;
+    std::unique_ptr<TreeLevel> level = makeBorrowedLevel(owner);
     level->identity = owner.identity;
     level->borrowed = owner.folder();
-    level->waiting = std::move(share.entries);
+    level->waiting = std::move(item.entries);
     levels_.push_back(std::move(level));
     work();
     report(owner, *levels_.front());
@@ -54,7 +54,7 @@ bool TreeWorker::step() {
     TreeEntry entry;
     if (next(level, entry))
         visit(level, entry);
-    else if (crew_.takeBack(level, level.waiting))
+    else if (pool_.takeBack(level, level.waiting))
         return true;
     else if (helping_ && levels_.size() == 1)
         return false;
@@ -68,7 +68,7 @@ void TreeWorker::abandon() {
     for (;;) {
         if (levels_.empty()) return;
         EntryBatch dropped;
-        while (crew_.takeBack(top(), dropped)) dropped = EntryBatch();
+        while (pool_.takeBack(top(), dropped)) dropped = EntryBatch();
         if (helping_ && levels_.size() == 1) return;
         popTop();
     }
@@ -135,7 +135,7 @@ int TreeWorker::takeUpAbove(ReadOn readOn) {
 
 bool TreeWorker::next(TreeLevel& level, TreeEntry& entry) {
     if (level.waiting.next(entry)) return true;
-    if (++seen_ > kAlone && level.reader && !level.atEnd && crew_.wantsWork()) {
+    if (++seen_ > kAlone && level.reader && !level.atEnd && pool_.wantsWork()) {
         share(level);
         return level.waiting.next(entry);
     }
@@ -156,7 +156,7 @@ void TreeWorker::share(TreeLevel& level) {
         return;
     }
     level.waiting.add(entry);
-    crew_.give(level, std::move(batch));
+    pool_.give(level, std::move(batch));
 }
 
 bool TreeWorker::read(TreeLevel& level, TreeEntry& entry) const {

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/directory_posix.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
-#include "quillmoor/platform/posix/fs/tree_crew_posix.h"
+#include "quillmoor/platform/posix/fs/tree_work_pool_posix.h"
 
 namespace quillmoor::platform::posix {
 
@@ -46,8 +46,8 @@ class TreeWorker {
 
   protected:
     // `batch` is how many entries are given at once, at most.
-    TreeWorker(TreeCrew& crew, const TreeLimits& limits, std::size_t batch)
-        : crew_(crew), openLevels_(limits.openLevels), batch_(batch) {}
+    TreeWorker(TreeWorkPool& pool, const TreeLimits& limits, std::size_t batch)
+        : pool_(pool), openLevels_(limits.openLevels), batch_(batch) {}
 
     // Goes on until all levels are left, or isEnded().
     void work();
@@ -78,16 +78,16 @@ class TreeWorker {
     virtual void leaveTop() = 0;
     // A level for entries that were given from `owner`, another thread's; told of when they are
     // done, before `owner` is left.
-    virtual std::unique_ptr<TreeLevel> standIn(TreeLevel& owner) = 0;
+    virtual std::unique_ptr<TreeLevel> makeBorrowedLevel(TreeLevel& owner) = 0;
     // Makes isEnded() return true from now on, with a failure: there is no memory to go on.
     virtual void runOutOfMemory() noexcept = 0;
-    virtual void report(TreeLevel& owner, TreeLevel& standIn);
+    virtual void report(TreeLevel& owner, TreeLevel& borrowedLevel);
     virtual bool isPassedOver(const TreeLevel& level, const char* name) const;
 
     bool next(TreeLevel& level, TreeEntry& entry);
     bool read(TreeLevel& level, TreeEntry& entry) const;
     void share(TreeLevel& level);
-    void helpWith(TreeCrew::Share& share);
+    void helpWith(TreeWorkPool::WorkItem& item);
     bool step();
     void putOneAside();
     void abandon();
@@ -95,7 +95,7 @@ class TreeWorker {
     // How many entries a thread deals with before it asks others for help.
     static constexpr std::size_t kAlone = 64;
 
-    TreeCrew& crew_;
+    TreeWorkPool& pool_;
     const std::size_t openLevels_;
     const std::size_t batch_;
     std::vector<std::unique_ptr<TreeLevel>> levels_;

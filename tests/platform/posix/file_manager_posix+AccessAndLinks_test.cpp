@@ -6,7 +6,7 @@
 #include <cerrno>
 
 #include "quillmoor/platform/platform.h"
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 
@@ -89,9 +89,9 @@ TEST_F(AccessAndLinks, WithATrailingSlashALinkMustLeadToAFolder) {
 
 TEST_F(AccessAndLinks, ALinkBelowALongPathIsRead) {
     const std::string path = longPathTo("link");
-    posix::Place place;
-    ASSERT_EQ(posix::locate(path, place), 0);
-    ASSERT_EQ(::symlinkat("target", place.folder.get(), "link"), 0);
+    posix::DirectoryEntry entry;
+    ASSERT_EQ(posix::resolveParent(path, entry), 0);
+    ASSERT_EQ(::symlinkat("target", entry.folder.get(), "link"), 0);
     EXPECT_EQ(manager().destinationOfSymbolicLink(path), "target");
 }
 

@@ -16,8 +16,8 @@ namespace {
 
 class ImmutableFlag : public testing::Test {
   protected:
-    posix::Place place(const std::string& name) const {
-        posix::Place result;
+    posix::DirectoryEntry entry(const std::string& name) const {
+        posix::DirectoryEntry result;
         result.folder =
             posix::Descriptor(::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         result.name = name;
@@ -35,29 +35,29 @@ TEST_F(ImmutableFlag, ThatIsAsWantedIsLeftAlone) {
     folder_.writeFile("file");
     // Not even opened: nobody may read it.
     ::chmod((folder_ / "file").c_str(), 0);
-    EXPECT_EQ(setImmutable(place("file"), false), 0);
+    EXPECT_EQ(setImmutable(entry("file"), false), 0);
     ::mkfifo((folder_ / "pipe").c_str(), 0600);
-    EXPECT_EQ(setImmutable(place("pipe"), false), 0);
+    EXPECT_EQ(setImmutable(entry("pipe"), false), 0);
     folder_.makeLink("link", "nowhere");
-    EXPECT_EQ(setImmutable(place("link"), false), 0);
+    EXPECT_EQ(setImmutable(entry("link"), false), 0);
 }
 
 TEST_F(ImmutableFlag, OfAMissingItemIsAnError) {
-    EXPECT_EQ(setImmutable(place("missing"), false), ENOENT);
-    EXPECT_EQ(setImmutable(place("missing"), true), ENOENT);
+    EXPECT_EQ(setImmutable(entry("missing"), false), ENOENT);
+    EXPECT_EQ(setImmutable(entry("missing"), true), ENOENT);
 }
 
 TEST_F(ImmutableFlag, IsOnlyForFilesAndFolders) {
     ::mkfifo((folder_ / "pipe").c_str(), 0600);
     folder_.makeLink("link", "nowhere");
-    EXPECT_EQ(setImmutable(place("pipe"), true), EOPNOTSUPP);
-    EXPECT_EQ(setImmutable(place("link"), true), EOPNOTSUPP);
+    EXPECT_EQ(setImmutable(entry("pipe"), true), EOPNOTSUPP);
+    EXPECT_EQ(setImmutable(entry("link"), true), EOPNOTSUPP);
 }
 
 TEST_F(ImmutableFlag, MayOnlyBeSetByRoot) {
     if (test::isSuperUser()) GTEST_SKIP();
     folder_.writeFile("file");
-    const int error = setImmutable(place("file"), true);
+    const int error = setImmutable(entry("file"), true);
     EXPECT_TRUE(error == EPERM || error == EOPNOTSUPP) << error;
     EXPECT_FALSE(isImmutable("file"));
 }
@@ -72,15 +72,15 @@ class RootImmutableFlag : public ImmutableFlag {
 TEST_F(RootImmutableFlag, IsSetAndTakenAway) {
     folder_.writeFile("file");
     folder_.makeFolder("folder");
-    if (setImmutable(place("file"), true) == EOPNOTSUPP)
+    if (setImmutable(entry("file"), true) == EOPNOTSUPP)
         GTEST_SKIP() << "the temporary folder has no such flag";
     EXPECT_TRUE(isImmutable("file"));
     EXPECT_EQ(::unlink((folder_ / "file").c_str()), -1);
-    EXPECT_EQ(setImmutable(place("file"), false), 0);
+    EXPECT_EQ(setImmutable(entry("file"), false), 0);
     EXPECT_FALSE(isImmutable("file"));
-    EXPECT_EQ(setImmutable(place("folder"), true), 0);
+    EXPECT_EQ(setImmutable(entry("folder"), true), 0);
     EXPECT_TRUE(isImmutable("folder"));
-    EXPECT_EQ(setImmutable(place("folder"), false), 0);
+    EXPECT_EQ(setImmutable(entry("folder"), false), 0);
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ namespace {
 using test::TempFolder;
 
 int check(const std::string& path) {
-    Place place;
-    const int error = locate(path, place);
-    return error != 0 ? error : checkRemovable(place);
+    DirectoryEntry entry;
+    const int error = resolveParent(path, entry);
+    return error != 0 ? error : checkRemovable(entry);
 }
 
 // Changes what the system says of the items of one name.

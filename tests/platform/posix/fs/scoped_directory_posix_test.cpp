@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <string>
 
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/support/temp_folder.h"
 

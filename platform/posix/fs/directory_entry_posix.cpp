@@ -1,4 +1,4 @@
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 
 #include <errno.h>
 #include <limits.h>
@@ -51,52 +51,52 @@ int openFolder(std::string_view path, Descriptor& folder) {
     return 0;
 }
 
-int locate(std::string_view path, Place& place) {
+int resolveParent(std::string_view path, DirectoryEntry& entry) {
     if (path.empty() || path.find('\0') != std::string_view::npos) return ENOENT;
     const std::size_t last = path.find_last_not_of('/');
     if (last == std::string_view::npos) {
-        place.name = ".";
-        return openFolder("/", place.folder);
+        entry.name = ".";
+        return openFolder("/", entry.folder);
     }
-    place.asFolder = last + 1 < path.size();
+    entry.asFolder = last + 1 < path.size();
     path = path.substr(0, last + 1);
     const std::size_t slash = path.rfind('/');
     const std::size_t start = slash == std::string_view::npos ? 0 : slash + 1;
-    place.name = path.substr(start);
-    return openFolder(start == 0 ? "." : path.substr(0, start), place.folder);
+    entry.name = path.substr(start);
+    return openFolder(start == 0 ? "." : path.substr(0, start), entry.folder);
 }
 
 int openForReading(const std::string& path, Descriptor& folder) {
     constexpr int kFlags = kReadFolder & ~O_NOFOLLOW;
-    Place place;
+    DirectoryEntry entry;
     const char* name = path.c_str();
     if (!fitsOneCall(path)) {
-        if (const int error = locate(path, place); error != 0) return error;
-        name = place.name.c_str();
+        if (const int error = resolveParent(path, entry); error != 0) return error;
+        name = entry.name.c_str();
     }
-    const int from = place.folder ? place.folder.get() : AT_FDCWD;
+    const int from = entry.folder ? entry.folder.get() : AT_FDCWD;
     Descriptor opened(systemCalls().openat(from, name, kFlags, 0));
     if (!opened) return errno;
     folder = std::move(opened);
     return 0;
 }
 
-int statusOf(const Place& place, FollowLink follow, struct stat& status) {
+int statusOf(const DirectoryEntry& entry, FollowLink follow, struct stat& status) {
     const SystemCalls& calls = systemCalls();
     const int flags = follow == FollowLink::Yes ? 0 : AT_SYMLINK_NOFOLLOW;
-    if (calls.fstatat(place.folder.get(), place.name.c_str(), &status, flags) != 0) return errno;
-    if (!place.asFolder || S_ISDIR(status.st_mode)) return 0;
+    if (calls.fstatat(entry.folder.get(), entry.name.c_str(), &status, flags) != 0) return errno;
+    if (!entry.asFolder || S_ISDIR(status.st_mode)) return 0;
     struct stat target;
-    if (calls.fstatat(place.folder.get(), place.name.c_str(), &target, 0) != 0) return errno;
+    if (calls.fstatat(entry.folder.get(), entry.name.c_str(), &target, 0) != 0) return errno;
     return S_ISDIR(target.st_mode) ? 0 : ENOTDIR;
 }
 
 int statusAt(const std::string& path, struct stat& status) {
     if (fitsOneCall(path))
         return systemCalls().fstatat(AT_FDCWD, path.c_str(), &status, 0) == 0 ? 0 : errno;
-    Place place;
-    const int error = locate(path, place);
-    return error != 0 ? error : statusOf(place, FollowLink::Yes, status);
+    DirectoryEntry entry;
+    const int error = resolveParent(path, entry);
+    return error != 0 ? error : statusOf(entry, FollowLink::Yes, status);
 }
 
 bool isSameOrBelow(int folder, const Identity& ancestor) {

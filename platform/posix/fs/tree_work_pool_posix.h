@@ -50,18 +50,18 @@ TreeLimits treeLimits(std::size_t descriptorsOfLevel);
 // Shares out entries of a tree's folders. Whoever reads a folder may give some of its entries to
 // others; before he leaves the folder he takes back what nobody has begun with, and waits for the
 // rest. Further threads are started when there is something for them to do, and block all signals.
-class TreeCrew {
+class TreeWorkPool {
   public:
-    struct Share {
+    struct WorkItem {
         TreeLevel* folder = nullptr;
         EntryBatch entries;
     };
 
     // `help` is what each further thread does: until take() answers NO.
-    TreeCrew(std::size_t threads, std::function<void()> help);
-    ~TreeCrew() { end(); }
-    TreeCrew(const TreeCrew&) = delete;
-    TreeCrew& operator=(const TreeCrew&) = delete;
+    TreeWorkPool(std::size_t threads, std::function<void()> help);
+    ~TreeWorkPool() { end(); }
+    TreeWorkPool(const TreeWorkPool&) = delete;
+    TreeWorkPool& operator=(const TreeWorkPool&) = delete;
 
     // Somebody may be short of work.
     bool wantsWork() const { return room_.load(std::memory_order_relaxed); }
@@ -74,7 +74,7 @@ class TreeCrew {
     bool takeBack(TreeLevel& folder, EntryBatch& entries);
 
     // Waits for something to do; NO when the work has ended. done() follows each.
-    bool take(Share& share);
+    bool take(WorkItem& item);
     void done(TreeLevel& folder);
 
     // Waits for the further threads. Nothing may be with them.
@@ -90,7 +90,7 @@ class TreeCrew {
     std::mutex mutex_;
     std::condition_variable given_;
     std::condition_variable finished_;
-    std::deque<Share> queue_;
+    std::deque<WorkItem> queue_;
     std::vector<Thread> helpers_;
     std::size_t idle_ = 0;     // helpers that wait for something to do
     std::size_t waiting_ = 0;  // those that wait for what they have given

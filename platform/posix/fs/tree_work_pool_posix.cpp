@@ -1,4 +1,4 @@
-#include "quillmoor/platform/posix/fs/tree_crew_posix.h"
+#include "quillmoor/platform/posix/fs/tree_work_pool_posix.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -56,10 +56,10 @@ TreeLimits treeLimits(std::size_t descriptorsOfLevel) {
     return limits;
 }
 
-TreeCrew::TreeCrew(std::size_t threads, std::function<void()> help)
+TreeWorkPool::TreeWorkPool(std::size_t threads, std::function<void()> help)
     : threads_(threads), help_(std::move(help)), room_(threads > 1) {}
 
-void TreeCrew::give(TreeLevel& folder, EntryBatch entries) {
+void TreeWorkPool::give(TreeLevel& folder, EntryBatch entries) {
     const std::lock_guard lock(mutex_);
     queue_.push_back({&folder, std::move(entries)});
     // Not before it is there: without memory for it, takeBack() would wait for it in vain.
@@ -71,12 +71,12 @@ void TreeCrew::give(TreeLevel& folder, EntryBatch entries) {
         addThread();
 }
 
-bool TreeCrew::takeBack(TreeLevel& folder, EntryBatch& entries) {
+bool TreeWorkPool::takeBack(TreeLevel& folder, EntryBatch& entries) {
     if (folder.given.load(std::memory_order_acquire) == 0) return false;
     std::unique_lock lock(mutex_);
     while (folder.given.load(std::memory_order_relaxed) > 0) {
         const auto own = std::find_if(queue_.rbegin(), queue_.rend(),
-                                      [&](const Share& share) { return share.folder == &folder; });
+                                      [&](const WorkItem& item) { return item.folder == &folder; });
         if (own != queue_.rend()) {
             entries = std::move(own->entries);
             queue_.erase(std::next(own).base());
@@ -92,26 +92,26 @@ bool TreeCrew::takeBack(TreeLevel& folder, EntryBatch& entries) {
     return false;
 }
 
-bool TreeCrew::take(Share& share) {
+bool TreeWorkPool::take(WorkItem& item) {
     std::unique_lock lock(mutex_);
     ++idle_;
     given_.wait(lock, [this] { return ended_ || !queue_.empty(); });
     --idle_;
     if (queue_.empty()) return false;
     // The oldest stand nearest to the top, with the most below them.
-    share = std::move(queue_.front());
+    item = std::move(queue_.front());
     queue_.pop_front();
     queueChanged();
     return true;
 }
 
-void TreeCrew::done(TreeLevel& folder) {
+void TreeWorkPool::done(TreeLevel& folder) {
     const std::lock_guard lock(mutex_);
     if (folder.given.fetch_sub(1, std::memory_order_release) == 1 && waiting_ > 0)
         finished_.notify_all();
 }
 
-void TreeCrew::end() {
+void TreeWorkPool::end() {
     {
         const std::lock_guard lock(mutex_);
         ended_ = true;
@@ -123,7 +123,7 @@ void TreeCrew::end() {
 
 // One more, as long as fewer work than may; who waits for others does not count, up to a point.
 // Called under the lock.
-void TreeCrew::addThread() {
+void TreeWorkPool::addThread() {
     const std::size_t working = helpers_.size() + 1 - std::min(waiting_, helpers_.size());
     if (!mayStart_ || working >= threads_ || helpers_.size() + 1 >= 2 * threads_) return;
     const SignalsBlocked blocked;
@@ -134,7 +134,7 @@ void TreeCrew::addThread() {
     }
 }
 
-void TreeCrew::queueChanged() {
+void TreeWorkPool::queueChanged() {
     room_.store(queue_.size() < 2 * threads_, std::memory_order_relaxed);
 }
 

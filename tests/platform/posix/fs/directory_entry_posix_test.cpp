@@ -1,4 +1,4 @@
-#include "quillmoor/platform/posix/fs/place_posix.h"
+#include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -32,59 +32,59 @@ std::string longPath(const std::string& start, const std::string& name, std::siz
     return path;
 }
 
-TEST(Place, IsTheFolderAndTheNameInIt) {
+TEST(DirectoryEntry, IsTheFolderAndTheNameInIt) {
     const TempFolder folder;
     folder.makeFolder("sub");
-    Place place;
-    ASSERT_EQ(locate(folder / "sub//item", place), 0);
-    EXPECT_EQ(place.name, "item");
-    EXPECT_FALSE(place.asFolder);
-    EXPECT_EQ(identityOfOpen(place.folder), identityAt(folder / "sub"));
+    DirectoryEntry entry;
+    ASSERT_EQ(resolveParent(folder / "sub//item", entry), 0);
+    EXPECT_EQ(entry.name, "item");
+    EXPECT_FALSE(entry.asFolder);
+    EXPECT_EQ(identityOfOpen(entry.folder), identityAt(folder / "sub"));
 }
 
-TEST(Place, OfARelativePathBeginsInTheCurrentFolder) {
+TEST(DirectoryEntry, OfARelativePathBeginsInTheCurrentFolder) {
     const TempFolder folder;
     ASSERT_EQ(::chdir(folder.path().c_str()), 0);
-    Place place;
-    ASSERT_EQ(locate("item", place), 0);
-    EXPECT_EQ(identityOfOpen(place.folder), identityAt(folder.path()));
+    DirectoryEntry entry;
+    ASSERT_EQ(resolveParent("item", entry), 0);
+    EXPECT_EQ(identityOfOpen(entry.folder), identityAt(folder.path()));
     ASSERT_EQ(::chdir("/"), 0);
 }
 
-TEST(Place, ASlashAtTheEndIsRemembered) {
+TEST(DirectoryEntry, ASlashAtTheEndIsRemembered) {
     const TempFolder folder;
-    Place place;
-    ASSERT_EQ(locate(folder / "item//", place), 0);
-    EXPECT_EQ(place.name, "item");
-    EXPECT_TRUE(place.asFolder);
+    DirectoryEntry entry;
+    ASSERT_EQ(resolveParent(folder / "item//", entry), 0);
+    EXPECT_EQ(entry.name, "item");
+    EXPECT_TRUE(entry.asFolder);
 }
 
-TEST(Place, OfTheRootIsTheRootItself) {
+TEST(DirectoryEntry, OfTheRootIsTheRootItself) {
     for (const char* path : {"/", "//", "///"}) {
-        Place place;
-        ASSERT_EQ(locate(path, place), 0);
-        EXPECT_EQ(place.name, ".");
-        EXPECT_FALSE(place.hasNameOfItsOwn());
-        EXPECT_EQ(identityOfOpen(place.folder), identityAt("/"));
+        DirectoryEntry entry;
+        ASSERT_EQ(resolveParent(path, entry), 0);
+        EXPECT_EQ(entry.name, ".");
+        EXPECT_FALSE(entry.hasNameOfItsOwn());
+        EXPECT_EQ(identityOfOpen(entry.folder), identityAt("/"));
     }
 }
 
-TEST(Place, OfNoPathIsMissing) {
-    Place place;
-    EXPECT_EQ(locate("", place), ENOENT);
-    EXPECT_EQ(locate(std::string_view("/tmp\0/x", 7), place), ENOENT);
+TEST(DirectoryEntry, OfNoPathIsMissing) {
+    DirectoryEntry entry;
+    EXPECT_EQ(resolveParent("", entry), ENOENT);
+    EXPECT_EQ(resolveParent(std::string_view("/tmp\0/x", 7), entry), ENOENT);
     Descriptor folder;
     EXPECT_EQ(openFolder("", folder), ENOENT);
 }
 
-TEST(Place, BelowAFileIsNone) {
+TEST(DirectoryEntry, BelowAFileIsNone) {
     const TempFolder folder;
     folder.writeFile("file");
-    Place place;
-    EXPECT_EQ(locate(folder / "file/x", place), ENOTDIR);
+    DirectoryEntry entry;
+    EXPECT_EQ(resolveParent(folder / "file/x", entry), ENOTDIR);
 }
 
-TEST(Place, OfAPathLongerThanOneCallTakes) {
+TEST(DirectoryEntry, OfAPathLongerThanOneCallTakes) {
     const TempFolder folder;
     const std::string name(60, 'n');
     test::makeDeepTree(folder / "deep", 150, name);
@@ -92,16 +92,16 @@ TEST(Place, OfAPathLongerThanOneCallTakes) {
         // Slashes make the path exactly that long.
         std::string path = longPath(folder / "deep", name, length - 70);
         path += std::string(length - path.size(), '/');
-        Place place;
-        ASSERT_EQ(locate(path + "bottom", place), 0) << length;
-        EXPECT_EQ(place.name, "bottom");
+        DirectoryEntry entry;
+        ASSERT_EQ(resolveParent(path + "bottom", entry), 0) << length;
+        EXPECT_EQ(entry.name, "bottom");
     }
-    Place place;
+    DirectoryEntry entry;
     const std::string bottom = longPath(folder / "deep", name, (folder / "deep").size() + 149 * 61);
     ASSERT_GT(bottom.size(), 9000U);
-    ASSERT_EQ(locate(bottom + "/bottom", place), 0);
+    ASSERT_EQ(resolveParent(bottom + "/bottom", entry), 0);
     struct stat status {};
-    EXPECT_EQ(statusOf(place, FollowLink::No, status), 0);
+    EXPECT_EQ(statusOf(entry, FollowLink::No, status), 0);
     EXPECT_EQ(status.st_size, 4);
     EXPECT_EQ(statusAt(bottom + "/bottom", status), 0);
     EXPECT_EQ(statusAt(bottom + "/nothing", status), ENOENT);
@@ -109,7 +109,7 @@ TEST(Place, OfAPathLongerThanOneCallTakes) {
     EXPECT_TRUE(nativeFileManager()->removeItem(folder / "deep"));
 }
 
-TEST(Place, ANameThatNoFileSystemTakesIsTooLong) {
+TEST(DirectoryEntry, ANameThatNoFileSystemTakesIsTooLong) {
     const TempFolder folder;
     struct stat status {};
     EXPECT_EQ(statusAt(folder / std::string(300, 'x'), status), ENAMETOOLONG);
@@ -117,7 +117,7 @@ TEST(Place, ANameThatNoFileSystemTakesIsTooLong) {
     EXPECT_EQ(statusAt(folder / (std::string(5000, 'x') + "/y"), status), ENAMETOOLONG);
 }
 
-TEST(Place, KnowsWhatLiesInAFolder) {
+TEST(DirectoryEntry, KnowsWhatLiesInAFolder) {
     const TempFolder folder;
     folder.makeFolder("a/b/c");
     folder.makeFolder("ab");
@@ -129,14 +129,14 @@ TEST(Place, KnowsWhatLiesInAFolder) {
     EXPECT_FALSE(isSameOrBelow(inner.get(), identityAt(folder / "ab")));
 }
 
-TEST(Place, AFolderMayBeSearchableAndNotReadable) {
+TEST(DirectoryEntry, AFolderMayBeSearchableAndNotReadable) {
     const TempFolder folder;
     folder.writeFile("closed/item", "inside");
     ASSERT_EQ(::chmod((folder / "closed").c_str(), 0311), 0);
-    Place place;
+    DirectoryEntry entry;
     struct stat status {};
-    ASSERT_EQ(locate(folder / "closed/item", place), 0);
-    EXPECT_EQ(statusOf(place, FollowLink::No, status), 0);
+    ASSERT_EQ(resolveParent(folder / "closed/item", entry), 0);
+    EXPECT_EQ(statusOf(entry, FollowLink::No, status), 0);
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ inline Identity identityOf(const struct stat& status) {
 }
 
 // Where an item stands, or would.
-struct Place {
+struct DirectoryEntry {
     Descriptor folder;      // open for searching
     std::string name;       // one component; "." for the root of the file system
     bool asFolder = false;  // the path ended in a slash: only a folder, or a link to one, will do
@@ -52,7 +52,7 @@ struct Place {
 bool fitsOneCall(const std::string& path);
 
 // Opens the folder above `path`, links followed. An empty path, or one with a NUL, is ENOENT.
-int locate(std::string_view path, Place& place);
+int resolveParent(std::string_view path, DirectoryEntry& entry);
 
 // Opens the folder `path` itself for searching, links followed.
 int openFolder(std::string_view path, Descriptor& folder);
@@ -64,7 +64,7 @@ int openForReading(const std::string& path, Descriptor& folder);
 // fstatat; a final link is followed or not. With `asFolder` anything but a folder, or a link to
 // one, is ENOTDIR.
 enum class FollowLink : bool { No, Yes };
-int statusOf(const Place& place, FollowLink follow, struct stat& status);
+int statusOf(const DirectoryEntry& entry, FollowLink follow, struct stat& status);
 
 // As statusOf with links followed, for a path of any length.
 int statusAt(const std::string& path, struct stat& status);

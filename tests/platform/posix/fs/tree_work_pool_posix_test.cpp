@@ -1,4 +1,4 @@
-#include "quillmoor/platform/posix/fs/tree_crew_posix.h"
+#include "quillmoor/platform/posix/fs/tree_work_pool_posix.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -29,7 +29,7 @@ std::size_t countOf(EntryBatch& batch) {
     return count;
 }
 
-TEST(TreeCrew, ABatchKeepsNamesTypesAndOrder) {
+TEST(TreeWorkPool, ABatchKeepsNamesTypesAndOrder) {
     const std::vector<TreeEntry> entries{{"-rf", S_IFREG},
                                          {"line\nbreak", S_IFDIR},
                                          {"\xff\xfe", S_IFLNK},
@@ -48,7 +48,7 @@ TEST(TreeCrew, ABatchKeepsNamesTypesAndOrder) {
     EXPECT_FALSE(batch.next(entry));
 }
 
-TEST(TreeCrew, FewDescriptorsMakeOneThreadWithFewLevels) {
+TEST(TreeWorkPool, FewDescriptorsMakeOneThreadWithFewLevels) {
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
     rlimit few = before;
@@ -60,33 +60,33 @@ TEST(TreeCrew, FewDescriptorsMakeOneThreadWithFewLevels) {
     EXPECT_LE(limits.openLevels * 2, 32U);
 }
 
-TEST(TreeCrew, OneThreadWantsNoHelp) {
-    const TreeCrew crew(1, [] { FAIL() << "there is to be no further thread"; });
-    EXPECT_FALSE(crew.wantsWork());
+TEST(TreeWorkPool, OneThreadWantsNoHelp) {
+    const TreeWorkPool pool(1, [] { FAIL() << "there is to be no further thread"; });
+    EXPECT_FALSE(pool.wantsWork());
 }
 
-TEST(TreeCrew, WhatIsGivenIsDoneOnceByWhoeverComesFirst) {
+TEST(TreeWorkPool, WhatIsGivenIsDoneOnceByWhoeverComesFirst) {
     std::atomic<std::size_t> done{0};
-    TreeCrew crew(4, [&] {
-        TreeCrew::Share share;
-        while (crew.take(share)) {
-            done += countOf(share.entries);
-            crew.done(*share.folder);
+    TreeWorkPool pool(4, [&] {
+        TreeWorkPool::WorkItem item;
+        while (pool.take(item)) {
+            done += countOf(item.entries);
+            pool.done(*item.folder);
         }
     });
     for (int round = 0; round < 200; ++round) {
         TreeLevel folder;
-        for (int i = 0; i < 5; ++i) crew.give(folder, batchOf({"a", "b", "c"}));
+        for (int i = 0; i < 5; ++i) pool.give(folder, batchOf({"a", "b", "c"}));
         EntryBatch back;
-        while (crew.takeBack(folder, back)) done += countOf(back);
+        while (pool.takeBack(folder, back)) done += countOf(back);
         EXPECT_EQ(folder.given, 0);
         EXPECT_EQ(done, 15U * static_cast<std::size_t>(round + 1));
     }
-    crew.end();
+    pool.end();
 }
 
-TEST(TreeCrew, WhatThereIsNoMemoryForIsNotGiven) {
-    TreeCrew crew(1, [] {});
+TEST(TreeWorkPool, WhatThereIsNoMemoryForIsNotGiven) {
+    TreeWorkPool pool(1, [] {});
     TreeLevel folder;
     int given = 0;
     for (bool refused = false; !refused; given += refused ? 0 : 1) {
@@ -94,7 +94,7 @@ TEST(TreeCrew, WhatThereIsNoMemoryForIsNotGiven) {
         EntryBatch batch = batchOf({"a"});
         const test::FailingAllocations failing(1);
         try {
-            crew.give(folder, std::move(batch));
+            pool.give(folder, std::move(batch));
         } catch (const std::bad_alloc&) {
             refused = true;
         }
@@ -102,21 +102,21 @@ TEST(TreeCrew, WhatThereIsNoMemoryForIsNotGiven) {
     // One more would be waited for in vain.
     ASSERT_EQ(folder.given, given);
     EntryBatch back;
-    while (crew.takeBack(folder, back)) --given;
+    while (pool.takeBack(folder, back)) --given;
     EXPECT_EQ(given, 0);
 }
 
-TEST(TreeCrew, FurtherThreadsBlockSignals) {
+TEST(TreeWorkPool, FurtherThreadsBlockSignals) {
     std::atomic<bool> blocked{false};
     TreeLevel folder;
-    TreeCrew crew(4, [&] {
-        TreeCrew::Share share;
-        while (crew.take(share)) {
+    TreeWorkPool pool(4, [&] {
+        TreeWorkPool::WorkItem item;
+        while (pool.take(item)) {
             blocked = test::isSignalBlocked(SIGTERM);
-            crew.done(*share.folder);
+            pool.done(*item.folder);
         }
     });
-    crew.give(folder, batchOf({"a"}));
+    pool.give(folder, batchOf({"a"}));
     while (folder.given != 0) std::this_thread::yield();
     EXPECT_TRUE(blocked);
     EXPECT_FALSE(test::isSignalBlocked(SIGTERM));
