@@ -13,13 +13,14 @@ class Bundle {
   public:
     virtual ~Bundle() = default;
 
-    // nil when it has none.
+    // nil when the bundle has no program.
     virtual OptionalPath executablePath() = 0;
 
     // `objectForInfoDictionaryKey:` of a string or a number, as text; nil when the key is missing.
     virtual OptionalString infoDictionaryText(const std::string& key) = 0;
 
-    // `pathForResource:ofType:`: nil when there is no such resource.
+    // `pathForResource:ofType:`: the resource in the user's preferred language where the bundle has
+    // it; nil when there is no such resource.
     virtual OptionalPath pathForResource(const std::string& name, const std::string& type) = 0;
 };
 
@@ -28,7 +29,8 @@ class Bundles {
   public:
     virtual ~Bundles() = default;
 
-    // The running program's own; a program outside any bundle has one with an executable path only.
+    // The bundle of the running program. A program that is not in a bundle gets one that has an
+    // executable path only.
     virtual std::shared_ptr<Bundle> mainBundle() = 0;
 
     // `bundleForClass:`: the bundle whose code holds `address`, the main bundle for the program's

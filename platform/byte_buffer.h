@@ -1,4 +1,4 @@
-// Memory that grows without being copied, for output whose size nobody knows.
+// Memory that grows without being copied, for output whose size is not known in advance.
 #pragma once
 
 #include <cstddef>
@@ -21,9 +21,10 @@ class ByteBuffer {
     bool empty() const { return size_ == 0; }
     const char* bytes() const { return bytes_; }
 
-    // Room for at least `bytes` more; the answer points to it.
+    // Makes room for at least `bytes` more and returns a pointer to it, valid until the next call.
+    // Without memory it throws and the buffer is unchanged.
     char* reserveMore(std::size_t bytes);
-    // How much fits without growing.
+    // How many bytes fit without growing.
     std::size_t room() const { return capacity_ - size_; }
     // `bytes` of the room have been filled.
     void addFilled(std::size_t bytes) { size_ += bytes; }

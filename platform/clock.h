@@ -14,7 +14,8 @@ class Clock {
 
     virtual std::chrono::system_clock::time_point now() = 0;
 
-    // `sleepForTimeInterval:`, `usleep`: zero and less return at once.
+    // `sleepForTimeInterval:`, `usleep`: a signal does not end it early. Zero and negative
+    // durations return at once.
     virtual void sleep(std::chrono::microseconds duration) = 0;
 
     // The date by the computer's own calendar and time zone.

@@ -26,28 +26,28 @@ class WriteFailure : public Exception {
 };
 
 // One open file or pipe end. Calls throw platform::Exception named kFileHandleOperationException
-// when the system refuses, and after closeFile. Any thread may call closeFile: it ends a read that
-// is under way. Calls from several threads do not disturb each other, but which gets what is not
-// said.
+// when the system reports an error, and after closeFile. May be used from any thread; the order in
+// which concurrent calls read or write is not specified. closeFile ends a read that is in progress
+// on another thread, which then throws.
 class FileHandle {
   public:
     virtual ~FileHandle() = default;
 
-    // Writes all of it, in one system call where the system takes it whole. Throws WriteFailure
-    // when the system refuses.
+    // Writes all of `bytes`, in one system call where the system takes them whole. Waits while a
+    // pipe is full. Throws WriteFailure when the system reports an error.
     virtual void writeData(std::string_view bytes) = 0;
 
     virtual void seekToEndOfFile() = 0;
 
-    // From now on each write goes to the end of the file, wherever other writers have moved it:
-    // what two of them write in one system call each is whole. What is not a file is left as it is.
+    // From now on each write goes to the end of the file, also after other writers have extended
+    // it: data that two writers write in one system call each does not mix. No effect on a pipe.
     virtual void writeAtEndOnly() {}
 
-    // `availableData`: waits until some bytes are there and appends them to `buffer`. Answers their
-    // number, 0 only at the end of the stream.
+    // `availableData`: waits until bytes are available and appends them to `buffer`. Returns their
+    // number, 0 only at the end of the stream. Lack of memory is reported as ENOMEM.
     virtual std::size_t readAvailableData(ByteBuffer& buffer) = 0;
 
-    // Idempotent.
+    // Closes the descriptor once no call uses it. Further calls have no effect.
     virtual void closeFile() = 0;
 };
 
@@ -61,18 +61,18 @@ class FileHandles {
   public:
     virtual ~FileHandles() = default;
 
-    // `fileHandleForWritingAtPath:`: at offset 0 of an existing file; null when it cannot be
-    // opened. Never creates the file.
+    // `fileHandleForWritingAtPath:`: at offset 0 of an existing file, whose contents are kept; null
+    // when it cannot be opened. Never creates the file and never waits for a pipe's reader.
     virtual std::shared_ptr<FileHandle> openForWriting(const std::string& path) = 0;
 
-    // The file's last byte is not a newline, or cannot be read. NO for an empty file, for what is
-    // not a file, and where nothing is.
+    // True when the file's last byte is not a newline, or cannot be read. False for an empty or
+    // missing file and for an item that is not a regular file.
     virtual bool endsWithinLine(const std::string& path) = 0;
 
     // `fileHandleWithNullDevice`.
     virtual std::shared_ptr<FileHandle> nullDevice() = 0;
 
-    // Throws when the process has no descriptors left.
+    // Both ends are close-on-exec. Throws when the process has no descriptors left.
     virtual Pipe makePipe() = 0;
 };
 

@@ -13,7 +13,8 @@
 
 namespace quillmoor::platform {
 
-// One operation, known to its back-end only. Two references are equal when they are of the same.
+// One operation; its contents are known to the back-end only. Two references are equal when they
+// refer to the same operation.
 class FileOperation {
   public:
     virtual ~FileOperation() = default;
@@ -25,7 +26,7 @@ using FileOperationRef = std::shared_ptr<FileOperation>;
 
 enum class FileOperationStage : long { Undefined = 0, Preflighting = 1, Running = 2, Complete = 3 };
 
-// How far an operation has come, under the platform's own keys.
+// An operation's progress, under the platform's own keys.
 using FileOperationStatus = std::map<std::string, double>;
 inline constexpr char kFSOperationTotalBytesKey[] = "kFSOperationTotalBytesKey";
 inline constexpr char kFSOperationBytesCompleteKey[] = "kFSOperationBytesCompleteKey";
@@ -44,7 +45,9 @@ struct FileOperationReport {
 };
 using FileOperationCallback = std::function<void(const FileOperationReport& report)>;
 
-// Statuses are the platform's: 0 is success. May be called from any thread.
+// May be called from any thread. Statuses are the platform's: 0 is success, -50 a parameter error
+// (an operation of another back-end, or one that is not in the right state), -108 no memory; in the
+// last report also -43 source missing, -48 destination exists, -128 cancelled, -36 any other error.
 class FileOperations {
   public:
     virtual ~FileOperations() = default;
@@ -53,24 +56,25 @@ class FileOperations {
     virtual FileOperationRef create() = 0;
 
     // `FSFileOperationScheduleWithRunLoop`: on the main thread's run loop, in its default mode
-    // only: while that thread is in another mode nothing is reported.
+    // only: while that thread is in another mode nothing is reported. -50 when it is scheduled.
     virtual std::int32_t schedule(const FileOperationRef& operation) = 0;
 
-    // `FSFileOperationUnscheduleFromRunLoop`: nothing is reported any more.
+    // `FSFileOperationUnscheduleFromRunLoop`: no report follows. -50 when it is not scheduled.
     virtual std::int32_t unschedule(const FileOperationRef& operation) = 0;
 
     // `FSPathCopyObjectAsync`: starts copying `source` into `folder` under `name`, once for each
-    // operation, and returns. What stands there is not replaced. The callback hears of each stage
-    // and, while it runs, about once in `interval`; the last report is always one of the stage
-    // Complete; other reports are left out when memory is short. The callback is kept until then.
-    // After a failure or a cancellation nothing stands at the destination that was not there
-    // before.
+    // operation, and returns. Needs a scheduled operation and a name that is one path component. An
+    // existing item is not replaced. The callback is called on the main thread for each stage and,
+    // during the copy, about once in `interval`; the last report always has the stage Complete;
+    // other reports are left out when memory is short. The callback is released after that. After a
+    // failure or a cancellation nothing new exists at the destination.
     virtual std::int32_t copy(const FileOperationRef& operation, const std::string& source,
                               const std::string& folder, const std::string& name,
                               FileOperationCallback callback,
                               std::chrono::milliseconds interval) = 0;
 
-    // `FSFileOperationCancel`: ends the operation early.
+    // `FSFileOperationCancel`: ends the operation early; the last report then has the error -128.
+    // Returns at once. No effect on an operation that has ended.
     virtual std::int32_t cancel(const FileOperationRef& operation) = 0;
 };
 

@@ -19,9 +19,8 @@ struct TreeCount {
     bool operator==(const TreeCount&) const = default;
 };
 
-// How far a copy has come. The copy adds to it while it runs, and anybody may read it from any
-// thread. At the end of a copy that succeeds it has risen by the tree's TreeCount, unless somebody
-// changed the tree meanwhile.
+// The progress of a copy, which adds to it while it runs; it may be read from any thread. A copy
+// that succeeds has added the tree's TreeCount, unless the tree was changed meanwhile.
 struct TreeProgress {
     std::atomic<std::uint64_t> bytes{0};
     std::atomic<std::uint64_t> items{0};
@@ -32,32 +31,32 @@ struct TreeProgress {
     }
 };
 
-// May be called from any thread; each call may use a few threads of its own, which end with it. An
-// empty path, or one with a NUL, is answered like a missing item. Memory and descriptors do not
-// grow with the number of items. A stop is noticed between items and within large files.
+// May be called from any thread; each call may start a few threads, which end before it returns. An
+// empty path, or one with a NUL, is treated as a missing item. Memory and descriptors do not grow
+// with the number of items. A stop is noticed between items and within large files.
 class FileTree {
   public:
     virtual ~FileTree() = default;
 
-    // The sizes of all files below `path`, or of the item itself when it is no folder. A link to a
-    // folder counts with what that folder holds, in each place where such a link stands, but a
-    // folder that is already on the way down counts nothing. Any other link counts with its own
-    // size, folders themselves with nothing, and so does what is missing or cannot be read.
-    // Stopped, it answers what it has counted so far.
+    // The sizes in bytes of all files below `path`, or of the item itself when it is not a folder.
+    // A link to a folder counts the contents of that folder, once for each such link, except for a
+    // folder that is one of its own ancestors, which counts 0. Any other link counts its own size.
+    // Folders themselves, missing items and items that cannot be read count 0. Stopped, it returns
+    // what it has counted so far.
     virtual std::uint64_t size(const std::string& path, const StopToken& stop) = 0;
 
-    // What a copy would report as its whole work. Stopped, it answers what it has counted so far.
+    // The whole work of a copy of `path`. Stopped, it returns what it has counted so far.
     virtual TreeCount count(const std::string& path, const StopToken& stop) = 0;
 
-    // As FileManager::copyItem; hard links become files of their own, FIFOs are made anew, and
-    // sockets and devices are errors. Stopped, it is a failure with the code ECANCELED; after every
-    // failure nothing stands at the destination that was not there before. `progress` may be null.
+    // As FileManager::copyItem; hard links become separate files, FIFOs are made anew, and sockets
+    // and devices are errors. Stopped, it fails with the code ECANCELED. After a failure nothing
+    // new exists at the destination. `progress` may be null.
     virtual Outcome copy(const std::string& path, const std::string& destination,
                          TreeProgress* progress, const StopToken& stop) = 0;
 
-    // For each folder in turn, in the order in which it gives its entries, hidden ones included:
-    // the entries whose names match `pattern` (see isLike) and that exist, links followed, each
-    // joined to the folder as it was given. A folder that cannot be read has none.
+    // For each folder in turn, in the folder's own order: the entries whose names match `pattern`
+    // (see isLike) and that exist, links followed, hidden ones included, each joined to the folder
+    // as it was passed. A folder that cannot be read has none.
     virtual StringList match(const StringList& folders, const std::string& pattern) = 0;
 };
 

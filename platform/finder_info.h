@@ -1,4 +1,4 @@
-// File references, and what the desktop's file manager keeps with an item.
+// File references, and the information that the desktop's file manager stores with an item.
 #pragma once
 
 #include <array>
@@ -33,29 +33,30 @@ struct CatalogInfo {
     }
 };
 
-// Statuses are the platform's: 0 is success, and what is asked for is left alone otherwise. May be
+// Statuses are the platform's: 0 is success; output parameters are unchanged otherwise. May be
 // called from any thread.
 class FinderInfo {
   public:
     virtual ~FinderInfo() = default;
 
-    // `CFURLGetFSRef`: NO when nothing is at the path, or it is as long as no reference holds; the
-    // reference is then left alone. Names a link itself.
+    // `CFURLGetFSRef`: false when the item is missing, or its path is too long for a reference. Of
+    // a link itself.
     virtual bool makeReference(const std::string& path, FileReference& reference) = 0;
 
     // `CFURLCreateFromFSRef`: nil when the item is no longer where it was.
     virtual OptionalPath pathOfReference(const FileReference& reference) = 0;
 
-    // `FSGetCatalogInfo`: an item that has no Finder information has zeroes. A failure when the
-    // item is gone or another stands in its place, for links, pipes and devices where these cannot
-    // have any, and for information that is too long; too short, it is completed by zeroes.
+    // `FSGetCatalogInfo`: Finder information that is missing reads as zeroes; information that is
+    // too short is completed with zeroes. Fails when the item was removed or replaced by another,
+    // for links, pipes and devices where these cannot have any, and for information that is too
+    // long.
     virtual std::int32_t catalogInfo(const FileReference& reference, CatalogInfo& info) = 0;
 
     // `FSSetCatalogInfo`: writes the Finder information only. Fails as catalogInfo does, but
-    // replaces information that is too long.
+    // replaces information that is too long. After a failure the item is unchanged.
     virtual std::int32_t setFinderInfo(const FileReference& reference, const CatalogInfo& info) = 0;
 
-    // Has the desktop's file manager look at the item again.
+    // Asks the desktop's file manager to read the item again.
     virtual std::int32_t sendUpdateEvent(const FileReference& reference) = 0;
 };
 

@@ -35,7 +35,7 @@ constexpr bool contains(SearchPathDomainMask mask, SearchPathDomainMask bit) {
 // The name of confstr's variable for the per-user cache folder.
 inline constexpr int kDarwinUserCacheDirectory = 65538;
 
-// May be called from any thread. No answer is cached: a user may come or go at any time.
+// May be called from any thread. No result is cached: users may log in or out at any time.
 class Locations {
   public:
     virtual ~Locations() = default;
@@ -47,7 +47,7 @@ class Locations {
     // `NSHomeDirectory`: the home of the user this process runs for.
     virtual std::string homeDirectory() = 0;
 
-    // `NSHomeDirectoryForUser`: nil for an unknown name; for a nil name, the super-user's home.
+    // `NSHomeDirectoryForUser`: nil for an unknown name; for a nil name, root's home.
     virtual OptionalPath homeDirectoryForUser(const OptionalString& name) = 0;
 
     // `NSUserName`: the short name of the user this process runs for.
@@ -57,8 +57,8 @@ class Locations {
     // the login screen, nil when there is none.
     virtual OptionalString consoleUser() = 0;
 
-    // `confstr`: writes the value and a NUL into `buffer` as far as they fit; answers the bytes the
-    // whole value needs with its NUL, 0 when there is none.
+    // `confstr`: writes the value and a NUL into `buffer`, cut to its size. Returns the bytes that
+    // the whole value needs with its NUL, 0 when there is no such value.
     virtual std::size_t confstr(int name, std::span<char> buffer) = 0;
 
     // `NSTemporaryDirectory`: an existing folder, without a trailing slash.

@@ -20,28 +20,30 @@ class MainThread {
 
     virtual bool isMainThread() = 0;
 
-    // Has the run loop of the main thread run `function`, in every mode. With Yes it returns when
-    // that is done; on the main thread it then runs at once. An exception in it is not caught.
+    // Queues `function` for the run loop of the main thread, in every mode. With Yes it returns
+    // when the function has returned; on the main thread it is then called at once. An exception in
+    // it is not caught.
     virtual void performOnMainThread(std::function<void()> function, WaitUntilDone wait) = 0;
 
-    // performOnMainThread with No in two steps, of which the second cannot fail: for what must run
-    // even when there is no memory by then. A call is queued once.
+    // performOnMainThread with No in two steps, the second of which cannot fail: for a function
+    // that must run even when there is no memory by then. A call is queued once.
     virtual PreparedCall prepareCall(std::function<void()> function) = 0;
     virtual void queue(PreparedCall call) noexcept = 0;
 
-    // The run loop in its modal panel mode for one event: waits up to `longest` for the
-    // application's next user-interface event and has it sent. What is performed on the main thread
-    // runs meanwhile, what waits for the default mode alone does not. Events may call this again.
-    // YES when the host had an event. Without a host there are none, and `longest` passes. On the
-    // main thread; elsewhere it answers NO at once.
+    // Runs the run loop in its modal panel mode for one event: waits up to `longest` for the
+    // application's next user-interface event and sends it. What is performed on the main thread
+    // runs meanwhile; what is queued for the default mode only does not. Events may call this
+    // again. Returns true when the host had an event. Without a host it waits for `longest` and
+    // returns false; on any other thread it returns false at once.
     virtual bool sendNextEvent(std::chrono::milliseconds longest) = 0;
 
-    // A thread that blocks every signal and that nobody joins.
+    // Starts a thread that blocks every signal and is never joined. Throws platform::Exception when
+    // none can be started.
     virtual void detachNewThread(std::function<void()> body) = 0;
 
-    // `observer` is called once, on the main thread, when the application is about to terminate:
-    // the host says when, and in a program without one the normal end of the process does.
-    // One observer function is kept once, however often it is added.
+    // Has `observer` called once when the application is about to terminate: on the main thread
+    // when the host announces it, and in a program without a host on the thread that calls exit.
+    // Adding a function again has no effect. No lock is held while an observer runs.
     virtual void addTerminationObserver(void (*observer)()) = 0;
     virtual void removeTerminationObserver(void (*observer)()) = 0;
 };

@@ -1,5 +1,6 @@
-// This system's own services, one function for each, defined in the back-end's files. Each answers
-// the same object at every call, makes it on the first, and never destroys it.
+// This system's own services, one function for each, defined in the back-end's files. Each makes
+// its object at the first call, returns the same one from then on, and never destroys it. May be
+// called from any thread.
 #pragma once
 
 #include "quillmoor/platform/platform.h"

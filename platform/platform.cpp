@@ -10,6 +10,7 @@
 namespace quillmoor::platform {
 namespace {
 
+// Null means native(), so that a program's first call needs no initialization order.
 std::atomic<const Platform*> inForce{nullptr};
 
 #ifndef KX_TRACE

@@ -1,5 +1,5 @@
 // Everything that an operating system must provide, in one place. A test replaces it as a whole or
-// service by service; platform/README.md tells how to write a back-end.
+// service by service; platform/README.md describes how to write a back-end.
 #pragma once
 
 #include "quillmoor/platform/applications.h"
@@ -47,14 +47,17 @@ struct Platform {
     Clock* clock;
 };
 
-// The one in force. The first call makes this system's own.
+// The platform in use: native(), unless a test has put another in its place. May be called from any
+// thread.
 const Platform& current();
 
-// This system's own back-end, whatever is in force. Its services are never destroyed.
+// This system's own back-end, also while another platform is in use. The first call makes its
+// services, which are never destroyed.
 const Platform& native();
 
-// Puts another in force and answers the one before. For tests, before threads are started: what was
-// asked for earlier keeps what it got. `platform` must outlive its use; null means native().
+// Replaces the platform in use and returns the one before. For tests, before threads are started:
+// references from earlier calls of current() are not redirected. `platform` must outlive its use;
+// null means native().
 const Platform* exchange(const Platform* platform);
 
 }  // namespace quillmoor::platform

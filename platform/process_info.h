@@ -12,16 +12,16 @@ class ProcessInfo {
   public:
     virtual ~ProcessInfo() = default;
 
-    // The real user id; 0 is the super-user.
+    // The real user id; 0 is root.
     virtual unsigned realUserId() = 0;
 
     // A new string on every call, unique among all processes and hosts.
     virtual std::string globallyUniqueString() = 0;
 
-    // As the system names itself to people.
+    // The system's name and version, as it presents them to people.
     virtual std::string operatingSystemVersionString() = 0;
 
-    // Processors that are switched on.
+    // Processors that are online.
     virtual long processorCount() = 0;
 
     // Bytes.

@@ -1,4 +1,4 @@
-// Property lists, read.
+// Reading property lists.
 #pragma once
 
 #include <chrono>

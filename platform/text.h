@@ -8,8 +8,8 @@
 
 namespace quillmoor::platform {
 
-// The platform's `NSStringEncoding` numbers. Any other number may be passed; one that nobody knows
-// decodes nothing.
+// The platform's `NSStringEncoding` numbers. Any other number may be passed; an unknown one decodes
+// nothing.
 enum class StringEncoding : unsigned long {
     ASCII = 1,
     NEXTSTEP = 2,
@@ -39,11 +39,11 @@ class Text {
   public:
     virtual ~Text() = default;
 
-    // The bytes as UTF-8; nil when they are not valid in the encoding. No bytes are an empty text
-    // in any encoding.
+    // The bytes as UTF-8; nil when they are not valid in the encoding or the encoding is unknown.
+    // No bytes are an empty text in any encoding.
     virtual OptionalString decode(std::string_view bytes, StringEncoding encoding) = 0;
 
-    // Unicode's simple lower case, and i with a dot for U+0130; bytes that are no UTF-8 stay.
+    // Unicode's simple lower case, and i with a dot for U+0130. Invalid UTF-8 bytes are unchanged.
     virtual std::string lowercase(std::string_view text) = 0;
 };
 

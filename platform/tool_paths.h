@@ -10,8 +10,8 @@ class ToolPaths {
   public:
     virtual ~ToolPaths() = default;
 
-    // Where the tool that macOS keeps at `path` is on this system; `path` itself when there is no
-    // such tool.
+    // The path of the tool that macOS has at `path`: `path` itself where a program is there, else
+    // this project's own tool, unless another user can exchange it; `path` where there is neither.
     virtual std::string toolPath(const std::string& path) = 0;
 };
 

@@ -36,8 +36,8 @@ std::string currentExceptionTypeName() {
     while (true) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
-// Whatever the handler itself lets escape ends up here again and is not reported. Another thread
-// must not end the process meanwhile.
+// An exception that escapes from the handler itself leads here again and is not reported. Another
+// thread that terminates meanwhile must not end the process before the handler has returned.
 void onTerminate() {
     const UncaughtExceptionHandler handler = handlerSlot.load();
     if (handler != nullptr && std::current_exception() && !isReported.exchange(true)) {
@@ -49,7 +49,8 @@ void onTerminate() {
     std::abort();
 }
 
-// The thread that reports may not exist in the child.
+// Only the forking thread exists in the child: where another one was reporting, a wait for it would
+// never end.
 void onForkInChild() {
     isReported = isReporter;
 }

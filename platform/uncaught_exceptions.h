@@ -1,4 +1,4 @@
-// What happens to an exception that nobody catches.
+// Handling of uncaught exceptions.
 #pragma once
 
 #include "quillmoor/platform/exception.h"
@@ -7,17 +7,18 @@ namespace quillmoor::platform {
 
 using UncaughtExceptionHandler = void (*)(const Exception&);
 
-// `NSSetUncaughtExceptionHandler`: `handler` replaces the one before and is called once, on the
-// thread that the exception escaped from, before the process ends as it would have ended anyway.
-// Other threads that terminate while it runs wait for that end; what escapes from the handler
-// itself ends the process at once. An exception of another class arrives with its type's name as
-// name and its what(), else that name, as reason. A process that terminates without an exception
-// calls nothing. null: no handler.
+// `NSSetUncaughtExceptionHandler`: `handler` replaces the current one and is called once, on the
+// thread that the exception escaped from, before the process terminates as it would without a
+// handler. Other threads that terminate while it runs wait for the end of the process; an exception
+// that escapes from the handler ends it at once. An exception of another class is passed with its
+// type's name as name and its what(), else that name, as reason. A process that terminates without
+// an exception does not call the handler. null: no handler. May be called from any thread.
 void setUncaughtExceptionHandler(UncaughtExceptionHandler handler);
 
 UncaughtExceptionHandler uncaughtExceptionHandlerInForce();
 
-// The exception that is being handled, as the handler would get it. Only inside a catch clause.
+// The exception that is being handled, in the form in which the handler would get it. May be called
+// inside a catch clause only.
 Exception currentException();
 
 }  // namespace quillmoor::platform
