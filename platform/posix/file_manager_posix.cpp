@@ -33,7 +33,7 @@ bool permits(const std::string& path, int mode) {
     return systemCalls().faccessat(entry.folder.get(), entry.name.c_str(), mode, 0) == 0;
 }
 
-// No such item, or none that this user can see.
+// Errors of an item that does not exist or that this user cannot reach.
 bool saysMissing(int error) {
     constexpr int kMissing[] = {ENOENT, ENOTDIR, EACCES, ELOOP, ENAMETOOLONG, EINVAL};
     return std::find(std::begin(kMissing), std::end(kMissing), error) != std::end(kMissing);
@@ -105,7 +105,7 @@ class PosixFileManager : public FileManager {
         try {
             error.description = fileError(FileVerb::Moved, path, result.error).description;
         } catch (const std::bad_alloc&) {
-            // What remains is to be known without a text as well.
+            // copyRemains must be reported also without a text.
         }
         return Outcome::failure(std::move(error));
     }

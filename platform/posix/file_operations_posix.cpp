@@ -47,12 +47,13 @@ std::int32_t statusOf(const Outcome& outcome) {
 struct Work {
     std::string source;
     std::string destination;
-    // Shared: to copy the function itself may take memory.
+    // Shared, since copying the function itself may need memory, which can be lacking later.
     std::shared_ptr<const FileOperationCallback> callback;
     std::chrono::milliseconds interval{};
 };
 
-// The worker copies, a second thread looks at how far it has come, and the main thread is told.
+// The worker copies, a second thread reads its progress, and reports are queued for the main
+// thread.
 class PosixFileOperation final : public FileOperation,
                                  public std::enable_shared_from_this<PosixFileOperation> {
   public:
@@ -62,7 +63,7 @@ class PosixFileOperation final : public FileOperation,
         if (!scheduled_ || started_.exchange(true)) return kParameterError;
         work_ = std::move(work);
         try {
-            // The last report arrives even when there is no memory at the end of the copy.
+            // Prepared now, so that the last report arrives even without memory at the end.
             MainRunLoop::Prepared last = MainRunLoop::prepareForDefaultMode(
                 [self = shared_from_this(),
                  report = reportOf(FileOperationStage::Complete)]() mutable {
@@ -110,7 +111,7 @@ class PosixFileOperation final : public FileOperation,
         }
     }
 
-    // Without a second thread the copy goes on all the same, and tells less.
+    // Without a second thread the copy continues and reports its stages only.
     posix::Thread startWatching() {
         try {
             return posix::Thread([this] { watch(); });
@@ -135,8 +136,8 @@ class PosixFileOperation final : public FileOperation,
         std::unique_lock lock(mutex_);
         while (!ended_.wait_for(lock, work_.interval, [this] { return copied_; })) {
             lock.unlock();
-            // While the main thread is elsewhere one status is kept for it, not one for each
-            // second.
+            // While the main thread is in another mode one status waits for it, not one for each
+            // interval.
             if (!statusIsQueued_.exchange(true)) reportStatus();
             lock.lock();
         }
@@ -145,7 +146,7 @@ class PosixFileOperation final : public FileOperation,
     void reportStatus() {
         try {
             FileOperationStatus status = currentStatus();
-            // A count that was broken off is none.
+            // A count that was stopped is incomplete.
             if (!counting_.isStopRequested())
                 post(reportOf(FileOperationStage::Running, std::move(status)));
         } catch (const std::bad_alloc&) {
@@ -153,7 +154,7 @@ class PosixFileOperation final : public FileOperation,
         }
     }
 
-    // The whole is counted when it is first told of: a short copy does without.
+    // The total is counted for the first status, so that a short copy needs no count.
     FileOperationStatus currentStatus() {
         if (!total_) total_ = nativeFileTree()->count(work_.source, counting_.token());
         const auto bytes = static_cast<double>(progress_.bytes.load(std::memory_order_relaxed));
@@ -170,7 +171,7 @@ class PosixFileOperation final : public FileOperation,
                 {kFSOperationThroughputKey, bytes / passed.count()}};
     }
 
-    // A stage that there is no memory for is not reported.
+    // Without memory for it, a stage is not reported.
     void report(FileOperationStage stage) {
         try {
             post(reportOf(stage));
@@ -201,7 +202,7 @@ class PosixFileOperation final : public FileOperation,
     std::atomic<bool> started_{false};
     std::atomic<bool> statusIsQueued_{false};
     StopSource stop_;
-    StopSource counting_;      // of the whole
+    StopSource counting_;      // stops the count of the total
     Work work_;                // set before the worker starts; the callback is the main thread's
     std::int32_t status_ = 0;  // the worker's until it posts the last report
     TreeProgress progress_;

@@ -1,4 +1,4 @@
-// Files that are there whole or not at all.
+// Writing a whole file in one step.
 #pragma once
 
 #include <string>
@@ -6,10 +6,11 @@
 
 namespace quillmoor::platform::posix {
 
-// As FileManager::writeAtomically; answers 0 or the error number.
+// As FileManager::writeAtomically; returns 0 or the error number. After a failure the temporary
+// file is removed.
 //
-// Nothing is forced to the disk: the promise is made to other processes, which see the old file or
-// the new one, and not for a power failure.
+// Nothing is synced to the disk: other processes see the old file or the new one, but a power
+// failure may lose either.
 int writeFileAtomically(const std::string& path, std::string_view contents);
 
 }  // namespace quillmoor::platform::posix

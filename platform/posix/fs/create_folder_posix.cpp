@@ -14,7 +14,7 @@ namespace {
 
 constexpr mode_t kUsualMode = 0777;
 
-// Goes down a path, making what is missing.
+// Walks down a path and makes the folders that are missing.
 class FolderMaker {
   public:
     int run(const StringList& components) {
@@ -33,7 +33,7 @@ class FolderMaker {
         int error = open(name);
         if (error != ENOENT) return error == ENOTDIR && last ? EEXIST : error;
         error = make(name, last);
-        // Somebody else has made it meanwhile, or a link leads nowhere.
+        // Another process has made it meanwhile, or it is a dangling link.
         return error == EEXIST && open(name) == 0 ? 0 : error;
     }
 
@@ -44,7 +44,8 @@ class FolderMaker {
         return 0;
     }
 
-    // Makes the folder and goes into it, if there is more to come.
+    // Makes the folder, and enters it unless it is the last one. Links are not followed: a hostile
+    // user may put one in the place of the new folder.
     int make(const std::string& name, bool last) {
         if (const std::optional<Owner> owner = ownerOfNewItemsIn(at_.get())) {
             Descriptor made;

@@ -10,7 +10,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// What one call takes, without the NUL.
+// The longest path that one call accepts, without the NUL.
 constexpr std::size_t kLongestPath = PATH_MAX - 1;
 
 int openSearchable(int folder, const std::string& path, Descriptor& opened) {
@@ -20,7 +20,7 @@ int openSearchable(int folder, const std::string& path, Descriptor& opened) {
     return 0;
 }
 
-// How much of a long path the next call takes: whole components, and the slashes after them.
+// How much of a long path the next call gets: whole components, and the slashes after them.
 std::size_t nextStretch(std::string_view path) {
     if (path.size() <= kLongestPath) return path.size();
     const std::size_t slash = path.rfind('/', kLongestPath - 1);
@@ -44,7 +44,7 @@ int openFolder(std::string_view path, Descriptor& folder) {
         if (error != 0) return error;
         from = reached.get();
         path.remove_prefix(length);
-        // A stretch begins inside the folder reached, never at the root.
+        // A leading slash would send the next call back to the root.
         path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
     }
     folder = std::move(reached);
@@ -82,6 +82,7 @@ int openForReading(const std::string& path, Descriptor& folder) {
 }
 
 int statusOf(const DirectoryEntry& entry, FollowLink follow, struct stat& status) {
+    // Not with the slash appended to the name: that would follow a link that must not be followed.
     const SystemCalls& calls = systemCalls();
     const int flags = follow == FollowLink::Yes ? 0 : AT_SYMLINK_NOFOLLOW;
     if (calls.fstatat(entry.folder.get(), entry.name.c_str(), &status, flags) != 0) return errno;
@@ -108,7 +109,7 @@ bool isSameOrBelow(int folder, const Identity& ancestor) {
         if (calls.fstat(at, &status) != 0) return false;
         const Identity here = identityOf(status);
         if (here == ancestor) return true;
-        if (here == previous) return false;
+        if (here == previous) return false;  // the root is its own parent
         previous = here;
         if (openSearchable(at, "..", above) != 0) return false;
     }

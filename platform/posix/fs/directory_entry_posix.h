@@ -1,8 +1,8 @@
-// Items by the folder that holds them. Whoever works on an item opens its folder once and then
-// names the item in it, so that a path's folders may be renamed or swapped for links meanwhile, and
-// so that a path may be longer than the system's limit for one call.
+// Items, named within an open folder. An operation opens the item's folder once and then names the
+// item in it, so that it stays with that folder when a folder of the path is renamed or swapped for
+// a link meanwhile, and so that a path may be longer than the system's limit for one call.
 //
-// Functions that answer an int answer 0 or the system's error number.
+// Functions that return an int return 0 or the system's error number.
 #pragma once
 
 #include <fcntl.h>
@@ -15,7 +15,7 @@
 
 namespace quillmoor::platform::posix {
 
-// Flags that open a folder for naming items in it, which takes the right to search it and no other.
+// Flags that open a folder for naming items in it, which needs search permission only.
 #if defined(O_PATH)
 inline constexpr int kSearchFolder = O_PATH | O_DIRECTORY;
 #elif defined(O_SEARCH)
@@ -24,10 +24,10 @@ inline constexpr int kSearchFolder = O_SEARCH | O_DIRECTORY;
 inline constexpr int kSearchFolder = O_RDONLY | O_DIRECTORY;
 #endif
 
-// The same flags for reading its entries; a link is refused.
+// Flags that open a folder for reading its entries; a link is ELOOP or ENOTDIR.
 inline constexpr int kReadFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
 
-// Which item it is, whatever its names are.
+// Identifies an item independently of its names.
 struct Identity {
     dev_t device = 0;
     ino_t number = 0;
@@ -38,17 +38,18 @@ inline Identity identityOf(const struct stat& status) {
     return {status.st_dev, status.st_ino};
 }
 
-// Where an item stands, or would.
+// A name in an open folder, whether or not an item has it.
 struct DirectoryEntry {
     Descriptor folder;      // open for searching
     std::string name;       // one component; "." for the root of the file system
-    bool asFolder = false;  // the path ended in a slash: only a folder, or a link to one, will do
+    bool asFolder = false;  // the path ended in a slash: the item must be a folder or a link to one
 
-    // Neither the root, nor a folder's name for itself or for the one above it.
+    // False for the root, and for a folder's names for itself and for the one above it, which no
+    // operation may move or remove.
     bool hasNameOfItsOwn() const { return name != "." && name != ".."; }
 };
 
-// Short enough for one system call, and a path at all.
+// True when `path` has no NUL and is short enough for one system call.
 bool fitsOneCall(const std::string& path);
 
 // Opens the folder above `path`, links followed. An empty path, or one with a NUL, is ENOENT.
@@ -61,7 +62,7 @@ int openFolder(std::string_view path, Descriptor& folder);
 // no right to search the folder.
 int openForReading(const std::string& path, Descriptor& folder);
 
-// fstatat; a final link is followed or not. With `asFolder` anything but a folder, or a link to
+// fstatat, with a final link followed or not. With `asFolder` anything but a folder, or a link to
 // one, is ENOTDIR.
 enum class FollowLink : bool { No, Yes };
 int statusOf(const DirectoryEntry& entry, FollowLink follow, struct stat& status);
@@ -69,8 +70,8 @@ int statusOf(const DirectoryEntry& entry, FollowLink follow, struct stat& status
 // As statusOf with links followed, for a path of any length.
 int statusAt(const std::string& path, struct stat& status);
 
-// `folder` is the folder `ancestor`, or lies in it at any depth. NO as well when that cannot be
-// told because a folder above may not be searched.
+// True when `folder` is the folder `ancestor` or is below it. False also when that cannot be
+// determined because a folder above may not be searched.
 bool isSameOrBelow(int folder, const Identity& ancestor);
 
 }  // namespace quillmoor::platform::posix

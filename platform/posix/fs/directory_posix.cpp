@@ -7,7 +7,6 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// The folder itself, or the one above it.
 bool isDots(const char* name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
@@ -25,7 +24,7 @@ DirectoryReader::DirectoryReader(Descriptor folder) {
 const dirent* DirectoryReader::next() {
     if (error_ != 0) return nullptr;
     for (;;) {
-        errno = 0;
+        errno = 0;  // only errno distinguishes an error from the end
         const dirent* entry = systemCalls().readdir(stream_.get());
         if (entry == nullptr) {
             error_ = errno;

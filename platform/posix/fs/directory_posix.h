@@ -1,4 +1,4 @@
-// A folder's entries, one after the other.
+// Reading a folder's entries.
 #pragma once
 
 #include <dirent.h>
@@ -9,17 +9,17 @@
 
 namespace quillmoor::platform::posix {
 
-// One thread at a time.
+// Used by one thread at a time.
 class DirectoryReader {
   public:
-    // Takes over a folder that is open for reading. error() tells whether that went well.
+    // Takes ownership of a folder that is open for reading. Failures are reported by error().
     explicit DirectoryReader(Descriptor folder);
 
     // The next entry, . and .. left out; null at the end and after an error. It is valid until the
     // next call.
     const dirent* next();
 
-    // From the first entry again.
+    // Starts again at the first entry.
     void rewind();
 
     // 0, or the number of the error that ended the reading.
@@ -37,7 +37,7 @@ class DirectoryReader {
     int error_ = 0;
 };
 
-// The type bits that a status would have; 0 when the file system does not tell them here.
+// The type bits of the entry's mode; 0 where the file system does not store them in the folder.
 mode_t typeOf(const dirent& entry);
 
 }  // namespace quillmoor::platform::posix

@@ -27,6 +27,7 @@ int writeAll(int file, const char* bytes, std::size_t size) {
     return 0;
 }
 
+// EINTR is not reported: the descriptor is closed, and a second close could close another one.
 int closeChecked(Descriptor& file) {
     return systemCalls().close(file.release()) == 0 || errno == EINTR ? 0 : errno;
 }

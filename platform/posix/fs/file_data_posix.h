@@ -1,4 +1,4 @@
-// The data of open files.
+// Reading and writing open files.
 #pragma once
 
 #include <sys/types.h>
@@ -9,13 +9,13 @@
 
 namespace quillmoor::platform::posix {
 
-// As read(2), again after an interruption.
+// As read(2), repeated after EINTR.
 ssize_t readSome(int file, char* bytes, std::size_t size);
 
-// Writes all of it; answers 0 or the error number.
+// Writes all of it; returns 0 or the error number.
 int writeAll(int file, const char* bytes, std::size_t size);
 
-// Closes it and answers 0 or the error number: some file systems refuse data only here.
+// Closes it and returns 0 or the error number: some file systems report a failed write only here.
 int closeChecked(Descriptor& file);
 
 }  // namespace quillmoor::platform::posix

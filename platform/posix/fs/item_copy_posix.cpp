@@ -15,11 +15,14 @@
 namespace quillmoor::platform::posix {
 namespace {
 
+// Without waiting: the item may have become a FIFO that has no writer.
 constexpr int kReadItem = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
 constexpr int kCreateFile = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
+// Not the original's mode before the contents and the owner are in place.
 constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
 
-// The file system, or the system, does not do that here; the data is none the worse for it.
+// An attribute that the file system or the system does not support here. Not fatal: file contents
+// are unaffected.
 bool isRefusal(int error) {
     constexpr int refusals[] = {EPERM, EACCES, EINVAL, ENOSYS, ENOTSUP, EOPNOTSUPP};
     return std::find(std::begin(refusals), std::end(refusals), error) != std::end(refusals);
@@ -29,7 +32,8 @@ int unlessRefused(int result) {
     return result == 0 || isRefusal(errno) ? 0 : errno;
 }
 
-// The dates of access and of change, by whichever names the system has for them.
+// The dates of access and of modification: POSIX names the fields st_atim and st_mtim, older
+// systems otherwise.
 template <typename Status>
 constexpr bool kHasShortNames = requires(const Status& status) {
     status.st_mtim;
@@ -50,6 +54,7 @@ struct Dates {
     }
 };
 
+// An attribute may grow or be removed between two calls.
 int copyAttribute(int original, int made, const char* name) {
     const SystemCalls& calls = systemCalls();
     std::string value(256, '\0');
@@ -86,7 +91,8 @@ int copyExtendedAttributes(int original, int made, bool ownerKept) {
     return 0;
 }
 
-// Answers in `kept` whether owner and group are the original's.
+// Sets `kept` when owner and group are the original's. Where the owner may not be changed, the
+// group alone may be; the status is read again, since some file systems ignore fchown.
 int copyOwner(int made, const struct stat& status, bool& kept) {
     const SystemCalls& calls = systemCalls();
     struct stat now;
@@ -103,6 +109,7 @@ int copyOwner(int made, const struct stat& status, bool& kept) {
     return 0;
 }
 
+// The size in a link's status is no bound: it may be replaced, and some file systems report 0.
 int readLink(int folder, const char* name, std::string& target) {
     for (target.resize(256);; target.resize(target.size() * 2)) {
         const ssize_t size = systemCalls().readlinkat(folder, name, target.data(), target.size());
@@ -114,7 +121,7 @@ int readLink(int folder, const char* name, std::string& target) {
     }
 }
 
-// Opens an item that should be of this type.
+// Opens an item that is expected to be of this type.
 int openAs(mode_t type, int folder, const char* name, Descriptor& opened, struct stat& status) {
     const SystemCalls& calls = systemCalls();
     opened = Descriptor(calls.openat(folder, name, kReadItem, 0));
@@ -130,6 +137,8 @@ int copyAttributes(int original, int made, const struct stat& status) {
     int error = copyOwner(made, status, ownerKept);
     if (error == 0 && original >= 0) error = copyExtendedAttributes(original, made, ownerKept);
     if (error != 0) return error;
+    // Setuid and setgid would give the new owner's privileges to every user who may run the copy.
+    // After the owner, since fchown clears them.
     const mode_t kept = ownerKept ? 07777 : 01777;
     error = unlessRefused(calls.fchmod(made, status.st_mode & kept));
     return error != 0 ? error : unlessRefused(calls.futimens(made, Dates(status).times));
@@ -158,7 +167,8 @@ int ItemCopier::copyFile(int folder, const char* name, int newFolder, const char
     return error != 0 ? error : closeChecked(made);
 }
 
-// `cloned` reports whether the file has its contents already.
+// `cloned` is set to true when the file has its contents already. The first file that cannot be
+// cloned ends the attempts, which would cost a failing call for each further file.
 int ItemCopier::createFile(int original, const struct stat& status, int newFolder,
                            const char* newName, Descriptor& made, bool& cloned) {
     const SystemCalls& calls = systemCalls();
@@ -196,7 +206,8 @@ int ItemCopier::copyFifo(int folder, const char* name, int newFolder, const char
     if (calls.fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
     if (calls.mkfifoat(newFolder, newName, kPrivate) != 0) return errno;
     somethingMade_ = true;
-    // By its descriptor, so that whoever puts another item in its place gains nothing.
+    // By its descriptor: an item that another user puts in its place must not get the owner and the
+    // mode.
     Descriptor made;
     struct stat madeStatus;
     const int error = openAs(S_IFIFO, newFolder, newName, made, madeStatus);

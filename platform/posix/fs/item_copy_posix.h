@@ -10,14 +10,15 @@
 
 namespace quillmoor::platform::posix {
 
-// Copies item after item; one thread at a time. The new item's name must be free: EEXIST. Functions
-// answer 0 or the error number; what has been made then stays, and somethingMade() tells of it.
+// Copies one item after another; used by one thread at a time. The new item's name must be free:
+// EEXIST. Functions return 0 or the error number. After an error a partial item may exist; then
+// somethingMade() is true and the caller removes it.
 class ItemCopier {
   public:
     explicit ItemCopier(const CopyControl& control) : control_(control), data_(control) {}
 
-    // Regular files, links as links, and FIFOs; sockets and devices are EOPNOTSUPP. `type` holds
-    // the type bits of a status. An item that is another one by now is ELOOP or ESTALE.
+    // Copies regular files, links as links, and FIFOs; sockets and devices are EOPNOTSUPP. `type`
+    // has the type bits of the item's mode; an item of another type by now is ELOOP or ESTALE.
     int copy(int folder, const char* name, mode_t type, int newFolder, const char* newName);
 
     bool somethingMade() const { return somethingMade_; }
@@ -35,10 +36,11 @@ class ItemCopier {
     bool somethingMade_ = false;
 };
 
-// Gives the open item `made` what `original` has, whose status is `status`: the owner where that is
-// permitted, the extended attributes, the mode and the dates, in this order. The setuid and setgid
-// bits go only with the owner and the group. What a file system cannot keep is passed over. Without
-// an `original` (-1) there are no extended attributes.
+// Gives the open item `made` the attributes of `original`, whose status is `status`: the owner
+// where that is permitted, the extended attributes, the mode and the dates, in this order. The
+// setuid and setgid bits are kept only together with owner and group. Attributes that the file
+// system does not support are skipped. Without an `original` (-1) no extended attributes are
+// copied.
 int copyAttributes(int original, int made, const struct stat& status);
 
 }  // namespace quillmoor::platform::posix

@@ -27,29 +27,30 @@ int errorOfException() noexcept {
     }
 }
 
-// Frees the name of a copy that this process has made there, and removes the copy. False when the
-// whole copy still has that name. `aside` is a free name beside it.
+// Removes the copy that this process has made as `entry`. False when the complete copy still has
+// that name. `aside` is a free name beside it.
 bool takeAway(const DirectoryEntry& entry, const Identity& expected,
               const std::string& aside) noexcept {
     struct stat status;
     const int folder = entry.folder.get();
     const int error = statusOf(entry, FollowLink::No, status);
     if (error != 0) return error == ENOENT;
-    if (identityOf(status) != expected) return true;
+    if (identityOf(status) != expected) return true;  // replaced by another process: not ours
     // In one step, so that a removal that fails does not leave a part of the copy under that name.
     if (renameWithoutReplacing(folder, entry.name, folder, aside) != 0) return false;
     const RemovalResult removal = removeTree(folder, aside, TreeKind::OurOwn);
     if (removal.error == 0 || removal.removedSomething) return true;
-    // Still whole, it must not stay under a name that is not reported.
+    // A complete copy must not remain under a name that is not reported.
     return renameWithoutReplacing(folder, aside, folder, entry.name) != 0;
 }
 
-// The second half of a move, when the item has been copied. No exception leaves it: the caller
-// could no longer know what is where.
+// The second half of a move, when the item has been copied. noexcept, since after an exception the
+// caller could not tell which of the two items exist.
 MoveResult removeCopied(const DirectoryEntry& from, const Identity& original,
                         const DirectoryEntry& to, const Identity& copy,
                         const std::string& aside) noexcept {
     struct stat now;
+    // Another item has taken the name meanwhile: it was not copied and must not be removed.
     if (statusOf(from, FollowLink::No, now) == 0 && identityOf(now) != original)
         return {ESTALE, !takeAway(to, copy, aside)};
     const RemovalResult removal = removeTree(from.folder.get(), from.name, TreeKind::Given);
@@ -62,13 +63,14 @@ MoveResult moveAcross(const DirectoryEntry& from, const DirectoryEntry& to) {
     Identity copy;
     int error = statusOf(from, FollowLink::No, original);
     if (error == 0) error = checkRemovable(from);
+    // Made before the copy: afterwards a lack of memory could not be undone.
     const std::string aside = temporaryName(to.name);
     if (error == 0) error = copyItemTo(from, to, copy);
     if (error != 0) return {error};
     return removeCopied(from, identityOf(original), to, copy, aside);
 }
 
-// Exactly these bytes are among the folder's entries, or nobody can tell.
+// True when exactly these bytes are among the folder's entries, or the folder cannot be read.
 bool isListed(int folder, const std::string& name) {
     DirectoryReader reader(Descriptor(systemCalls().openat(folder, ".", kReadFolder, 0)));
     while (const dirent* entry = reader.next())
@@ -76,8 +78,8 @@ bool isListed(int folder, const std::string& name) {
     return reader.error() != 0;
 }
 
-// Both places name one entry of one folder, be it with another spelling where the folder folds
-// case. Two hard links are two entries.
+// True when both name the same entry of one folder, possibly with different spellings where the
+// folder folds case. Two hard links are two entries.
 bool isSameEntry(const DirectoryEntry& from, const DirectoryEntry& to) {
     const SystemCalls& calls = systemCalls();
     struct stat fromFolder;
@@ -95,7 +97,8 @@ bool isSameEntry(const DirectoryEntry& from, const DirectoryEntry& to) {
            !(isListed(from.folder.get(), from.name) && isListed(to.folder.get(), to.name));
 }
 
-// Gives an entry another spelling, by way of a temporary name: a plain renaming may do nothing.
+// Gives an entry another spelling by way of a temporary name: rename(2) between two spellings of
+// one entry may do nothing.
 int respell(const DirectoryEntry& from, const DirectoryEntry& to) {
     const int folder = from.folder.get();
     const std::string temporary = temporaryName(to.name);
@@ -114,7 +117,7 @@ int resolveParents(const std::string& path, const std::string& destination, Dire
 
 }  // namespace
 
-// What throws leaves nothing behind: neither a new item nor a changed one.
+// Only steps before the copy is complete throw, and they leave neither a new nor a changed item.
 MoveResult moveItemTo(const DirectoryEntry& from, const DirectoryEntry& to) noexcept try {
     const int error =
         renameWithoutReplacing(from.folder.get(), from.name, to.folder.get(), to.name);

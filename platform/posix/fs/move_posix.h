@@ -1,4 +1,4 @@
-// Moving, across file systems too.
+// Moving items, also across file systems.
 #pragma once
 
 #include <string>
@@ -10,15 +10,15 @@ namespace quillmoor::platform::posix {
 
 struct MoveResult {
     int error = 0;
-    // After an error: the whole item is at its new place, and something of it at the old one.
+    // After an error: the complete item exists at the destination, and a part of it at the source.
     bool copyRemains = false;
 };
 
-// Moves an item to a place where nothing stands: EEXIST. Renames; across file systems it checks
-// that the whole source may be removed (see checkRemovable), copies (see copyItemTo), then removes
-// the source. Where the source cannot be removed all the same the copy is removed again, unless a
-// part of the source is removed already; nothing is ever lost but what somebody else adds to a
-// folder while it is moved across file systems. ENOMEM for lack of memory.
+// Moves an item to a free name: EEXIST. Renames; across file systems it checks that the whole
+// source may be removed (see checkRemovable), copies (see copyItemTo), then removes the source.
+// When that removal fails the copy is removed again, unless a part of the source has been removed
+// already. Nothing is lost, except for items that another process adds to a folder while it is
+// moved across file systems. ENOMEM for lack of memory.
 MoveResult moveItemTo(const DirectoryEntry& from, const DirectoryEntry& to) noexcept;
 
 // As FileManager::moveItem; ENOMEM for lack of memory.

@@ -23,8 +23,8 @@ bool liesInHome(int folder, const std::string& home) {
     return isSameOrBelow(folder, identityOf(status));
 }
 
-// EBUSY unless the folder that has just been made is still the one that stands there: another may
-// have been put in its place, to be given away or written into.
+// EBUSY unless the open folder can be the one that was just made: a hostile user may have put
+// another in its place, to have root change its owner or write into it.
 int checkUntouched(int folder) {
     const SystemCalls& calls = systemCalls();
     struct stat status;

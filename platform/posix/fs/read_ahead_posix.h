@@ -1,4 +1,4 @@
-// A large file, read while something else is done with what has been read of it.
+// Reading a large file on a second thread, while the first writes or packs what has been read.
 #pragma once
 
 #include <sys/types.h>
@@ -14,26 +14,27 @@
 
 namespace quillmoor::platform::posix {
 
-// Reads on a thread of its own, a few pieces ahead of the one thread that asks for them.
+// Reads on its own thread, a few pieces ahead of the one thread that calls next().
 class ReadAhead {
   public:
-    // Begins to read `file` from where it stands. The file stays open, and nobody else moves in
-    // it, as long as this lives.
+    // Begins to read `file` at its current offset. During the lifetime of this object the caller
+    // keeps the file open and does not change its offset.
     ReadAhead(int file, off_t length);
     // Waits for the read that is under way.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
 
-    // NO when the system had no thread or no memory for it: nothing is read then.
+    // False when there was no thread or no memory for it: then nothing is read.
     bool started() const { return thread_.joinable(); }
 
-    // Waits for the next piece, which stays as it is until the next call; an empty one after
-    // `length` bytes or at the file's end, whichever comes first. 0 or the error number.
+    // Waits for the next piece, which is valid until the next call; an empty one after `length`
+    // bytes or at the end of the file. Returns 0 or the error number.
     int next(std::string_view& piece);
 
   private:
-    // Together they fit into a processor's own cache: what is read is still there to be written.
+    // Together they fit into the processor's cache, so that a piece is still cached when it is
+    // written.
     static constexpr std::size_t kPieces = 4;
     static constexpr std::size_t kPieceSize = std::size_t{512} << 10;
 

@@ -17,13 +17,14 @@ namespace {
 // How many entries are given to another thread at once.
 constexpr std::size_t kBatch = 128;
 
-// What a folder's entries need in order to be removed.
+// Whether a folder's entries may be removed.
 struct RemovalPermissions {
-    int error = 0;         // why none of them may be
-    bool ownOnly = false;  // the folder is sticky: only those that belong to this user
+    int error = 0;         // not 0: none of them may be
+    bool ownOnly = false;  // the folder is sticky: only those that this user owns
 };
 
-// The open folder may be searched: its own name in itself leads to it.
+// Asked of "." in the open folder, since faccessat needs a name: a folder that may not be searched
+// fails here as well.
 RemovalPermissions permissionsIn(int folder) {
     const SystemCalls& calls = systemCalls();
     struct stat status;
@@ -33,7 +34,7 @@ RemovalPermissions permissionsIn(int folder) {
     return {0, (status.st_mode & S_ISVTX) != 0 && user != 0 && user != status.st_uid};
 }
 
-// One operation, which several threads work on.
+// One operation, shared by several threads.
 struct Check {
     TreeLimits limits = treeLimits(1);
     std::atomic<int> error{0};
@@ -67,7 +68,7 @@ class CheckWorker : public TreeWorker {
     void visit(TreeLevel& level, const TreeEntry& entry) override {
         const int error =
             checkEntry(static_cast<CheckLevel&>(level).permissions, level.folder(), entry);
-        // What has gone meanwhile needs no removal.
+        // An item that was removed meanwhile needs no removal.
         if (error != 0 && error != ENOENT) work_.fail(error);
     }
 
@@ -115,6 +116,7 @@ class CheckWorker : public TreeWorker {
 }  // namespace
 
 int checkRemovable(const DirectoryEntry& entry) {
+    // The top item's own folder has no level: an immutable one keeps its entries, too.
     const int folder = entry.folder.get();
     RemovalPermissions permissions = permissionsIn(folder);
     RemovalTraits traits;

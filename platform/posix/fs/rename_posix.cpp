@@ -10,7 +10,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// One renaming, its two names.
+// The two names of one renaming.
 struct Renaming {
     int folder;
     const char* name;
@@ -21,7 +21,7 @@ struct Renaming {
         return systemCalls().renameat(folder, name, newFolder, newName) == 0 ? 0 : errno;
     }
 
-    // An empty folder takes the name first, and only an empty folder can then be replaced.
+    // Reserves the name with an empty folder: rename(2) replaces a folder only while it is empty.
     int renameFolder() const {
         const SystemCalls& calls = systemCalls();
         if (calls.mkdirat(newFolder, newName, S_IRWXU) != 0) return errno;
@@ -30,7 +30,7 @@ struct Renaming {
         return error;
     }
 
-    // A second link takes the name, then the first one goes.
+    // linkat never replaces: a second link takes the name, then the first one is removed.
     int renameFile() const {
         const SystemCalls& calls = systemCalls();
         if (calls.linkat(folder, name, newFolder, newName, 0) != 0) {
@@ -43,8 +43,8 @@ struct Renaming {
         return error;
     }
 
-    // Hard links are unknown here, or forbidden. An item that gets the name between the two calls
-    // is replaced: nothing better is to be had from such a file system.
+    // The file system has no hard links, or does not permit them here, as exFAT. An item that gets
+    // the name between the two calls is replaced: such a file system offers nothing better.
     int renameFileWithoutLinks() const {
         struct stat status;
         if (systemCalls().fstatat(newFolder, newName, &status, AT_SYMLINK_NOFOLLOW) == 0)
@@ -65,7 +65,8 @@ int renameWithoutReplacing(int folder, const std::string& name, int newFolder,
     struct stat status;
     if (calls.fstatat(folder, renaming.name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
     if (!S_ISDIR(status.st_mode)) return renaming.renameFile();
-    // The same error tells this, and an attempt would change the dates of the folder.
+    // renameNoReplace reports a folder that would move into itself with the same error, and an
+    // attempt here would change the dates of the destination's folder.
     if (isSameOrBelow(newFolder, identityOf(status))) return EINVAL;
     return renaming.renameFolder();
 }

@@ -5,9 +5,9 @@
 
 namespace quillmoor::platform::posix {
 
-// Renames within one file system, also where the file system itself cannot promise that nothing is
-// replaced. Answers 0 or the error number: EEXIST when anything has the new name, be it the item
-// itself; EXDEV across file systems.
+// Renames within one file system, also where the file system itself cannot guarantee that nothing
+// is replaced. Returns 0 or the error number: EEXIST when anything has the new name, including the
+// item itself; EXDEV across file systems. After an error the item has its old name.
 int renameWithoutReplacing(int folder, const std::string& name, int newFolder,
                            const std::string& newName);
 

@@ -18,15 +18,15 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// How many entries are given to another thread at once.
+// How many entries are passed to another thread at once.
 constexpr std::size_t kBatch = 16;
 
-// One operation, which several threads work on.
+// One operation, shared by several threads.
 struct Copying {
     const CopyControl& control;
     TreeLimits limits = treeLimits(2);
     Identity top{};        // the folder at the top of the copy
-    bool topMade = false;  // set before there are other threads
+    bool topMade = false;  // set before other threads are started
     std::atomic<int> error{0};
 
     void fail(int code) {
@@ -92,11 +92,11 @@ class CopyWorker : public TreeWorker {
         Descriptor original(calls.openat(folder, name, kReadFolder, 0));
         if (!original || calls.fstat(original.get(), &level->status) != 0) return errno;
         level->identity = identityOf(level->status);
-        // The copy itself, come upon in the tree that is being copied.
+        // The copy itself, found in the tree that is being copied: it would never end.
         if (work_.topMade && level->identity == work_.top) return EINVAL;
         const int error = makeFolder(newFolder, newName, S_IRWXU, level->copy);
         if (error != 0) return error;
-        // Written once only: others read it.
+        // Written before other threads are started, which read it without a lock.
         const bool isTop = !work_.topMade;
         if (isTop) work_.topMade = true;
         struct stat copyStatus;
@@ -109,7 +109,8 @@ class CopyWorker : public TreeWorker {
         return 0;
     }
 
-    // The folder on top is copied but for its own attributes.
+    // Everything in the folder is copied. Its attributes come last: new entries change its dates,
+    // and its mode may forbid adding them.
     void leaveTop() override {
         auto& level = static_cast<CopyLevel&>(top());
         int error = level.reader->error();
@@ -142,7 +143,7 @@ class CopyWorker : public TreeWorker {
     ItemCopier copier_;
 };
 
-// Under the temporary name `temporary`, beside its place.
+// Copies `from` under the temporary name `temporary` into the folder of `to`.
 int copyBeside(const DirectoryEntry& from, const DirectoryEntry& to, const CopyControl& control,
                std::string& temporary) {
     for (int attempt = 0; attempt < kTemporaryNameAttempts; ++attempt) {

@@ -15,15 +15,15 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// Large reads and writes beat the kernel's own copying calls, which go page by page.
+// Large reads and writes are faster than the kernel's own copying calls, which copy page by page.
 constexpr off_t kBufferSize = off_t{512} << 10;
 
-// What st_blocks counts.
+// The unit of st_blocks.
 constexpr off_t kBlock = 512;
 
 constexpr off_t kUnknownLength = std::numeric_limits<off_t>::max();
 
-// Reading ahead is worth a thread.
+// True when reading ahead is worth a thread.
 bool isLong(off_t length) {
     constexpr off_t kLong = off_t{16} << 20;
     return length >= kLong && length != kUnknownLength;
@@ -42,18 +42,19 @@ char* FileDataCopier::buffer() {
     return buffer_.get();
 }
 
-// Nothing needs to be written.
+// A hole is progress without a write.
 void FileDataCopier::skip(off_t length) const {
     control_.add(static_cast<std::uint64_t>(length), 0);
 }
 
-// Region by region, data alone.
+// Copies the regions that have data, and no holes.
 int FileDataCopier::copyRegions(int from, int to, off_t size) {
     const SystemCalls& calls = systemCalls();
     off_t at = 0;
     while (at < size) {
         const off_t data = calls.lseek(from, at, SEEK_DATA);
         if (data < 0 && errno == ENXIO) break;  // a hole up to the end
+        // The file system cannot find holes.
         if (data < 0 && at == 0) return copyWhole(from, to, size);
         if (data < 0) return errno;
         const off_t hole = calls.lseek(from, data, SEEK_HOLE);
@@ -66,14 +67,16 @@ int FileDataCopier::copyRegions(int from, int to, off_t size) {
         if (error != 0) return error;
         at = hole;
     }
-    // The hole at the end, unless the file has been cut meanwhile.
+    // The hole at the end, unless the file has become shorter meanwhile.
     const off_t end = std::min(size, calls.lseek(from, 0, SEEK_END));
     if (end < 0) return errno;
     if (at < end) skip(end - at);
     return calls.ftruncate(to, end) == 0 ? 0 : errno;
 }
 
-// So much as it had at the start, unless it has been cut meanwhile or does not tell its size.
+// As many bytes as the file had at the start: a file that grows as fast as it is copied would never
+// end. Fewer when it has become shorter; files of /proc report the size 0 and are read to their
+// end.
 int FileDataCopier::copyWhole(int from, int to, off_t size) {
     if (size > kBufferSize) systemCalls().reserveSpace(to, size);
     off_t copied = 0;
@@ -82,7 +85,7 @@ int FileDataCopier::copyWhole(int from, int to, off_t size) {
     return systemCalls().ftruncate(to, copied) == 0 ? 0 : errno;
 }
 
-// So much, or less where the file ends; adds what has been copied to `copied`.
+// Copies `length` bytes, or fewer where the file ends, and adds their number to `copied`.
 int FileDataCopier::copyNext(int from, int to, off_t length, off_t& copied) {
     if (isLong(length)) {
         ReadAhead ahead(from, length);

@@ -1,4 +1,4 @@
-// The data of files that are copied.
+// Copying the contents of files.
 #pragma once
 
 #include <sys/stat.h>
@@ -12,7 +12,7 @@
 
 namespace quillmoor::platform::posix {
 
-// Who watches a copy, and who may stop it.
+// Where a copy reports its progress, and what may stop it.
 struct CopyControl {
     TreeProgress* progress = nullptr;
     StopToken stop{};
@@ -22,15 +22,14 @@ struct CopyControl {
     }
 };
 
-// Copies file after file; one thread at a time.
+// Copies one file after another; used by one thread at a time.
 class FileDataCopier {
   public:
-    // `control` is told of bytes, not of items.
+    // Adds bytes to the progress of `control`, not items.
     explicit FileDataCopier(const CopyControl& control) : control_(control) {}
 
-    // Fills the empty file `to` with what `from` holds, from where both stand, and leaves holes
-    // where there are holes. `status` is of `from`. Returns 0 or the error number, ECANCELED after
-    // a stop.
+    // Fills the empty file `to` with the contents of `from`, both at offset 0, and keeps holes.
+    // `status` is of `from`. Returns 0 or the error number, ECANCELED after a stop.
     int copy(int from, int to, const struct stat& status);
 
   private:

@@ -19,7 +19,7 @@ bool exists(int folder, const char* name) {
     return systemCalls().fstatat(folder, name, &status, 0) == 0;
 }
 
-// Some of the folders, which one thread does on its own.
+// Some of the folders, searched by one thread.
 struct MatchPart : TreeLevel {
     std::size_t first = 0;
     std::size_t end = 0;
@@ -50,7 +50,7 @@ class Matching {
     }
 
   private:
-    // Less is not worth a thread.
+    // Fewer entries are not worth a thread.
     static constexpr std::size_t kManyEntries = 4096;
     static constexpr std::size_t kFoldersOfPart = 8;
 
@@ -66,7 +66,8 @@ class Matching {
         for (std::size_t i = part.first; i < part.end; ++i) matchIn(folders_[i], part.found);
     }
 
-    // In the order in which the parts were made; does itself what nobody has begun with.
+    // In the order in which the parts were made. Parts that no other thread has begun are done
+    // here.
     void collect(StringList& found) {
         for (MatchPart& part : parts_) {
             EntryBatch none;
@@ -76,13 +77,13 @@ class Matching {
         }
     }
 
-    // How many entries the folder has.
+    // Appends the paths of matching entries and returns how many entries the folder has.
     std::size_t matchIn(const std::string& folder, StringList& found) const {
         Descriptor opened;
         if (openForReading(folder, opened) != 0) return 0;
         DirectoryReader reader(std::move(opened));
-        // What is listed exists, unless it is a link; but where a folder may not be searched,
-        // nothing in it can be seen to exist.
+        // A listed entry exists, unless it is a dangling link, so most need no call. But in a
+        // folder that may be read and not searched no entry can be reached, so none exists.
         if (reader.error() != 0 || !exists(reader.folder(), ".")) return 0;
         std::string prefix = *appendPathComponent(folder, ".");
         prefix.pop_back();
@@ -107,7 +108,7 @@ class Matching {
 
     const StringList& folders_;
     const std::string& pattern_;
-    std::size_t seen_ = 0;  // entries that the caller's thread has met before it shared work out
+    std::size_t seen_ = 0;  // entries read by the caller's thread before it shared the work
     std::deque<MatchPart> parts_;
     TreeWorkPool pool_;
 };

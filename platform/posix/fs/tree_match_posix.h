@@ -1,4 +1,4 @@
-// Entries of folders that match a pattern.
+// Finding the entries of folders that match a pattern.
 #pragma once
 
 #include <string>

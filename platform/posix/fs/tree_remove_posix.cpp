@@ -17,26 +17,26 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// How often one folder is read, which somebody may be filling meanwhile.
+// How often one folder is read: another process may be filling it meanwhile.
 constexpr int kMostPasses = 64;
 
-// How many entries are given to another thread at once.
+// How many entries are passed to another thread at once.
 constexpr std::size_t kBatch = 64;
 
-// unlinkat's answers when the item is a folder: Linux's, and everybody else's. Both have other
-// reasons as well.
+// unlinkat reports a folder with EISDIR on Linux and with EPERM, as POSIX says, elsewhere. Both
+// errors have other causes as well.
 bool mayBeFolder(int error) {
     return error == EISDIR || error == EPERM;
 }
 
-// One operation, which several threads work on.
+// One operation, shared by several threads.
 struct Removal {
     const int base;
     const TreeKind kind;
     const StopToken& stop;
-    const bool keepsTop;  // the tree's own folder stays
+    const bool keepsTop;  // the top folder itself is not removed
     const TreeLimits limits;
-    std::mutex mutex{};  // for what threads report to each other
+    std::mutex mutex{};  // of all levels' residueOfOthers
     std::atomic<int> error{0};
     std::atomic<bool> removedSomething{false};
     std::atomic<bool> lost{false};  // a folder has been moved away meanwhile
@@ -48,7 +48,7 @@ struct Removal {
     }
 };
 
-// What has become of some of a folder's entries.
+// What is left of a folder's entries after the attempt to remove them.
 struct RemovalResidue {
     std::set<std::string, std::less<>> folders;  // those that could not be emptied or removed
     bool something = false;                      // is left
@@ -64,7 +64,7 @@ struct RemovalResidue {
 
 struct RemovalLevel : TreeLevel {
     RemovalResidue left;
-    RemovalResidue residueOfOthers;  // under the mutex
+    RemovalResidue residueOfOthers;  // from other threads, under the mutex
     int passes = 1;
 };
 
@@ -92,7 +92,8 @@ class RemovalWorker : public TreeWorker {
         removeEntry(static_cast<RemovalLevel*>(&level), level.folder(), entry);
     }
 
-    // Removes the entry, or puts its folder on top of the levels. The level is null for the tree.
+    // Removes the entry, or puts its folder on top of the levels. The level is null for the top
+    // item. An entry of unknown type is unlinked first: a status for each would cost a call more.
     void removeEntry(RemovalLevel* level, int folder, const TreeEntry& entry) {
         if (entry.type != S_IFDIR) {
             const int error = unlink(level, folder, entry.name, 0);
@@ -102,7 +103,7 @@ class RemovalWorker : public TreeWorker {
         }
         const int error = enterFolder(folder, entry.name);
         if (error == 0 || (error == ENOENT && level != nullptr)) return;
-        // It is no folder any more, or one that may not be read but perhaps is empty.
+        // Replaced meanwhile, or a folder that may not be read but may be empty.
         const bool replaced = error == ENOTDIR || error == ELOOP;
         if (unlink(level, folder, entry.name, replaced ? 0 : AT_REMOVEDIR) == 0) return;
         if (level != nullptr) level->left.folders.emplace(entry.name);
@@ -168,7 +169,7 @@ class RemovalWorker : public TreeWorker {
             if (!takeUp()) return;
             const int error = unlinkTop(level);
             if (error == 0) return popTop();
-            // Entries may be passed over while others are removed under the reader's hands.
+            // A reader may skip entries while others of the folder are removed.
             const bool notEmpty = error == ENOTEMPTY || error == EEXIST;
             if (notEmpty && level.left.removedSomething && level.passes < kMostPasses)
                 return readAgain(level);
@@ -203,7 +204,8 @@ class RemovalWorker : public TreeWorker {
         popTop();
     }
 
-    // Read from its start again: what was removed there is gone, what could not be is known.
+    // Reads the folder above from its start again: what was removed is not listed any more, and
+    // what could not be removed is skipped by name. A position in a changed folder means nothing.
     bool takeUp() {
         const int error = takeUpAbove(ReadOn::No);
         if (error == 0) return true;

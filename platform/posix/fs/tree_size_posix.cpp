@@ -11,13 +11,13 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// A path that leads through more links than this leads nowhere.
+// The system follows no more links than this in one path.
 constexpr int kMostLinks = 40;
 
-// How many entries are given to another thread at once.
+// How many entries are passed to another thread at once.
 constexpr std::size_t kBatch = 128;
 
-// One operation, which several threads work on.
+// One operation, shared by several threads.
 struct Measuring {
     const StopToken& stop;
     FollowLink follow;
@@ -33,8 +33,8 @@ struct Measuring {
 };
 
 struct SizeLevel : TreeLevel {
-    const SizeLevel* above = nullptr;  // on the way down, be it another thread's
-    int links = 0;                     // how many links the way down leads through
+    const SizeLevel* above = nullptr;  // the level above, possibly another thread's
+    int links = 0;                     // how many links lead from the top to here
 };
 
 class SizeWorker : public TreeWorker {
@@ -84,7 +84,7 @@ class SizeWorker : public TreeWorker {
                enterFolder(level, folder, name, kReadFolder & ~O_NOFOLLOW);
     }
 
-    // NO when it is no folder. One that cannot be read is like an empty one.
+    // False when it is not a folder. A folder that cannot be read counts as an empty one.
     bool enterFolder(SizeLevel* above, int folder, const char* name, int flags) {
         Descriptor opened(systemCalls().openat(folder, name, flags, 0));
         if (!opened) return errno != ENOTDIR && errno != ENOENT && errno != ELOOP;
@@ -103,7 +103,7 @@ class SizeWorker : public TreeWorker {
         return true;
     }
 
-    // Only links lead back to a folder on the way down.
+    // True when a link has led back to a folder above, which would be counted without end.
     static bool isOnTheWayDown(const SizeLevel& level) {
         for (const SizeLevel* each = level.above; each != nullptr; each = each->above)
             if (each->identity == level.identity) return true;
@@ -119,7 +119,7 @@ class SizeWorker : public TreeWorker {
         if (counts) count_.bytes += static_cast<std::uint64_t>(status.st_size);
     }
 
-    // Or a link to one.
+    // True for a link to a folder as well.
     static bool isFolder(int folder, const char* name) {
         struct stat status;
         return statusOf(folder, name, 0, status) && S_ISDIR(status.st_mode);
@@ -146,7 +146,7 @@ class SizeWorker : public TreeWorker {
 
     Measuring& work_;
     TreeCount count_;
-    bool lost_ = false;  // a folder has been moved away meanwhile
+    bool lost_ = false;  // a folder was moved elsewhere meanwhile
 };
 
 TreeCount measured(const DirectoryEntry& entry, FollowLink follow, const StopToken& stop) {

@@ -1,4 +1,4 @@
-// How large trees are.
+// Measuring trees.
 #pragma once
 
 #include <cstdint>

@@ -14,12 +14,12 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-constexpr std::size_t kFewestThreads =
-    4;  // a disk that is slow keeps more than the processors busy
+// More than the processors of a small machine: a slow disk serves several requests at once.
+constexpr std::size_t kFewestThreads = 4;
 constexpr std::size_t kMostThreads = 8;
 constexpr rlim_t kPlentyOfDescriptors = 1024;
 
-// Where a status keeps the type.
+// The position of the type bits in a mode.
 constexpr unsigned kTypeShift = 12;
 
 std::size_t descriptorLimit() {
@@ -50,7 +50,7 @@ TreeLimits treeLimits(std::size_t descriptorsOfLevel) {
     limits.openLevels = limit < kPlentyOfDescriptors ? 8 : 16;
     const std::size_t wanted =
         std::clamp<std::size_t>(std::thread::hardware_concurrency(), kFewestThreads, kMostThreads);
-    // A quarter of the descriptors: others need some, and given folders stay open as well.
+    // A quarter of the descriptors: the host needs some, and given folders stay open as well.
     const std::size_t affordable = limit / 4 / (limits.openLevels * descriptorsOfLevel);
     limits.threads = std::clamp<std::size_t>(affordable, 1, wanted);
     return limits;
@@ -62,7 +62,7 @@ TreeWorkPool::TreeWorkPool(std::size_t threads, std::function<void()> help)
 void TreeWorkPool::give(TreeLevel& folder, EntryBatch entries) {
     const std::lock_guard lock(mutex_);
     queue_.push_back({&folder, std::move(entries)});
-    // Not before it is there: without memory for it, takeBack() would wait for it in vain.
+    // Only after it is queued: without memory for that, takeBack() would wait for it in vain.
     folder.given.fetch_add(1, std::memory_order_relaxed);
     queueChanged();
     if (idle_ > 0)
@@ -98,7 +98,7 @@ bool TreeWorkPool::take(WorkItem& item) {
     given_.wait(lock, [this] { return ended_ || !queue_.empty(); });
     --idle_;
     if (queue_.empty()) return false;
-    // The oldest stand nearest to the top, with the most below them.
+    // The oldest entries are nearest to the top of the tree and have the most below them.
     item = std::move(queue_.front());
     queue_.pop_front();
     queueChanged();
@@ -121,8 +121,9 @@ void TreeWorkPool::end() {
     helpers_.clear();
 }
 
-// One more, as long as fewer work than may; who waits for others does not count, up to a point.
-// Called under the lock.
+// Starts one more thread while fewer than `threads_` work. Threads that wait for others do not
+// count, so that a chain of waits cannot stop the work, but twice the number is the limit. Called
+// under the lock.
 void TreeWorkPool::addThread() {
     const std::size_t working = helpers_.size() + 1 - std::min(waiting_, helpers_.size());
     if (!mayStart_ || working >= threads_ || helpers_.size() + 1 >= 2 * threads_) return;
@@ -130,7 +131,7 @@ void TreeWorkPool::addThread() {
     try {
         helpers_.emplace_back(help_);
     } catch (const std::system_error&) {
-        mayStart_ = false;  // whoever gives takes back in the end
+        mayStart_ = false;  // the giving thread takes its entries back in the end
     }
 }
 

@@ -1,4 +1,4 @@
-// Threads that work on one tree together.
+// A pool of threads that share the work on one tree.
 #pragma once
 
 #include <sys/types.h>
@@ -18,17 +18,17 @@ namespace quillmoor::platform::posix {
 
 struct TreeLevel;
 
-// An entry of a folder. The type bits are 0 when they are not known.
+// An entry of a folder. The type bits are 0 when the type is not known.
 struct TreeEntry {
     const char* name = nullptr;
     mode_t type = 0;
 };
 
-// A few entries, copied out of a folder, to be taken one after the other.
+// A few entries, copied out of a folder, in their order.
 class EntryBatch {
   public:
     void add(const TreeEntry& entry);
-    // The next one; its name is valid until the batch is changed.
+    // Returns the next entry in `entry`, or false; its name is valid until the batch is changed.
     bool next(TreeEntry& entry);
     std::size_t size() const { return size_; }
 
@@ -38,18 +38,20 @@ class EntryBatch {
     std::size_t size_ = 0;
 };
 
-// How much of the process one operation may take.
+// How much of the process's resources one operation may use.
 struct TreeLimits {
     std::size_t threads;     // the caller's is one of them
     std::size_t openLevels;  // how many folders each keeps open
 };
 
-// By the number of processors and of descriptors; a level takes so many descriptors.
+// Limits by the number of processors and of descriptors; `descriptorsOfLevel` is how many
+// descriptors an open folder needs.
 TreeLimits treeLimits(std::size_t descriptorsOfLevel);
 
-// Shares out entries of a tree's folders. Whoever reads a folder may give some of its entries to
-// others; before he leaves the folder he takes back what nobody has begun with, and waits for the
-// rest. Further threads are started when there is something for them to do, and block all signals.
+// Distributes entries of a tree's folders among threads. A thread that reads a folder may give some
+// of its entries to others; before it leaves the folder it takes back those that no other thread
+// has begun, and waits for the rest. Further threads are started when there is work for them, and
+// block all signals. Members may be called from any of these threads.
 class TreeWorkPool {
   public:
     struct WorkItem {
@@ -57,27 +59,27 @@ class TreeWorkPool {
         EntryBatch entries;
     };
 
-    // `help` is what each further thread does: until take() answers NO.
+    // `help` is the body of each further thread, which calls take() until that returns false.
     TreeWorkPool(std::size_t threads, std::function<void()> help);
     ~TreeWorkPool() { end(); }
     TreeWorkPool(const TreeWorkPool&) = delete;
     TreeWorkPool& operator=(const TreeWorkPool&) = delete;
 
-    // Somebody may be short of work.
+    // True when another thread may be short of work. A hint, read without the lock for each entry.
     bool wantsWork() const { return room_.load(std::memory_order_relaxed); }
 
-    // The folder stays open, and where it is, until takeBack() has answered NO.
+    // The caller keeps the folder open, and at its address, until takeBack() has returned false.
     void give(TreeLevel& folder, EntryBatch entries);
 
-    // Entries of the folder that were given and that nobody has begun with; NO when all that were
-    // given are done.
+    // Returns entries of the folder that were given and that no thread has begun; false when all
+    // that were given are done, which it waits for.
     bool takeBack(TreeLevel& folder, EntryBatch& entries);
 
-    // Waits for something to do; NO when the work has ended. done() follows each.
+    // Waits for work; false when end() was called and none is left. A call of done() follows each.
     bool take(WorkItem& item);
     void done(TreeLevel& folder);
 
-    // Waits for the further threads. Nothing may be with them.
+    // Ends the further threads and waits for them. All that was given must be done.
     void end();
 
   private:
@@ -92,8 +94,8 @@ class TreeWorkPool {
     std::condition_variable finished_;
     std::deque<WorkItem> queue_;
     std::vector<Thread> helpers_;
-    std::size_t idle_ = 0;     // helpers that wait for something to do
-    std::size_t waiting_ = 0;  // those that wait for what they have given
+    std::size_t idle_ = 0;     // helpers that wait for work
+    std::size_t waiting_ = 0;  // threads that wait for what they have given
     bool mayStart_ = true;
     bool ended_ = false;
 };

@@ -11,7 +11,7 @@
 namespace quillmoor::platform::posix {
 
 void TreeWorker::help() {
-    seen_ = kAlone;
+    seen_ = kAlone;  // where another thread needed help, this one may give at once
     helping_ = true;
     TreeWorkPool::WorkItem item;
     while (pool_.take(item)) {
@@ -48,7 +48,7 @@ void TreeWorker::work() {
     abandon();
 }
 
-// NO when what was given to this thread is done.
+// False when all that was given to this thread is done.
 bool TreeWorker::step() {
     TreeLevel& level = top();
     TreeEntry entry;
@@ -63,7 +63,7 @@ bool TreeWorker::step() {
     return true;
 }
 
-// What is with others is waited for: it uses folders of this thread's.
+// Waits for entries that other threads have: they use this thread's open folders.
 void TreeWorker::abandon() {
     for (;;) {
         if (levels_.empty()) return;
@@ -85,7 +85,7 @@ void TreeWorker::popTop() {
     firstOpen_ = std::min(firstOpen_, levels_.size());
 }
 
-// The one nearest to the tree's top: it is needed last.
+// The level nearest to the top of the tree, which is needed last.
 void TreeWorker::putOneAside() {
     while (!levels_[firstOpen_]->isOpen()) ++firstOpen_;
     for (std::size_t i = firstOpen_; i + 1 < levels_.size(); ++i) {
@@ -142,7 +142,8 @@ bool TreeWorker::next(TreeLevel& level, TreeEntry& entry) {
     return read(level, entry);
 }
 
-// One entry is kept, so that whoever gives has something to do himself.
+// One entry is kept, so that the giving thread has work, too. A batch ends with its first folder:
+// that one may hold more than all the rest.
 void TreeWorker::share(TreeLevel& level) {
     EntryBatch batch;
     TreeEntry entry;
@@ -177,6 +178,7 @@ int openParent(int folder, const Identity& expected, Descriptor& parent) {
     Descriptor opened(calls.openat(folder, "..", kReadFolder, 0));
     struct stat status;
     if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
+    // A hostile user may have moved the open folder, so that ".." leads out of the tree.
     if (identityOf(status) != expected) return EBUSY;
     parent = std::move(opened);
     return 0;

@@ -1,4 +1,4 @@
-// The way of one thread through a tree, folder by folder, without recursion.
+// The traversal of a tree by one thread, folder by folder, without recursion.
 #pragma once
 
 #include <atomic>
@@ -14,7 +14,8 @@
 
 namespace quillmoor::platform::posix {
 
-// A folder that is being worked on. Put aside, it has no reader and is not open.
+// A folder on the path from the top of the tree to the current one. To save descriptors a level may
+// be put aside: it then has no reader and is not open.
 struct TreeLevel {
     virtual ~TreeLevel() = default;
 
@@ -24,35 +25,35 @@ struct TreeLevel {
     std::string name;                       // in the folder above
     Identity identity;                      // which folder it is
     std::optional<DirectoryReader> reader;  // of this thread's own folders
-    int borrowed = -1;                      // the folder itself where another thread reads it
-    EntryBatch waiting;                     // entries that come before the reader's next
+    int borrowed = -1;                      // the folder, where another thread owns and reads it
+    EntryBatch waiting;                     // entries before the reader's next
     const dirent* last = nullptr;           // the reader's last entry
     std::string lastName;                   // the same while the folder is put aside
     bool atEnd = false;                     // the reader has no more entries
-    bool staysOpen = false;                 // it cannot be found again from the one below
-    std::atomic<int> given{0};              // how many batches are with others
+    bool staysOpen = false;                 // not the parent of the one below: reached by a link
+    std::atomic<int> given{0};              // how many batches other threads have
 };
 
-// Goes through a tree, and gives some of it to others when they have nothing to do. Needs no stack
-// and a bounded number of descriptors, however deep the tree is.
+// Traverses a tree and gives parts of it to other threads when they have no work. The number of
+// descriptors is bounded and the stack does not grow with the depth of the tree.
 class TreeWorker {
   public:
     virtual ~TreeWorker() = default;
     TreeWorker(const TreeWorker&) = delete;
     TreeWorker& operator=(const TreeWorker&) = delete;
 
-    // Works on what others give until there is nothing more.
+    // Works on what other threads give until the pool ends.
     void help();
 
   protected:
-    // `batch` is how many entries are given at once, at most.
+    // `batch` is the largest number of entries that are given at once.
     TreeWorker(TreeWorkPool& pool, const TreeLimits& limits, std::size_t batch)
         : pool_(pool), openLevels_(limits.openLevels), batch_(batch) {}
 
-    // Goes on until all levels are left, or isEnded().
+    // Continues until all levels are left, or isEnded().
     void work();
 
-    // A folder to be gone through next; it is open.
+    // Adds a folder, which is open, to be traversed next.
     void enter(std::unique_ptr<TreeLevel> level);
     void popTop();
     bool isEmpty() const { return levels_.empty(); }
@@ -62,24 +63,25 @@ class TreeWorker {
         return levels_.size() < 2 ? nullptr : levels_[levels_.size() - 2].get();
     }
 
-    // Opens the level above the one on top again, if it was put aside: EBUSY when the one on top
-    // has been moved elsewhere. It is read on from where it was left, or else from its start.
+    // Opens the level above the one on top again, if it was put aside: EBUSY when the folder on top
+    // was moved elsewhere. Reading continues after the last entry read, or starts again.
     enum class ReadOn : bool { No, Yes };
     int takeUpAbove(ReadOn readOn);
 
-    // Closes a level for a while; nothing of it is with others.
+    // Closes a level until takeUpAbove(). No other thread has entries of it.
     virtual void putAside(TreeLevel& level);
 
   private:
     virtual bool isEnded() const = 0;
-    // Deals with an entry; the name is valid until another level is entered.
+    // Handles an entry; its name is valid until another level is entered.
     virtual void visit(TreeLevel& level, const TreeEntry& entry) = 0;
-    // The level on top has been read to its end, and nothing of it is with others.
+    // The level on top has been read to its end, and no other thread has entries of it.
     virtual void leaveTop() = 0;
-    // A level for entries that were given from `owner`, another thread's; told of when they are
-    // done, before `owner` is left.
+    // Makes a level for entries that were given from `owner`, a level of another thread. When they
+    // are done, and before `owner` is left, it is passed to report().
     virtual std::unique_ptr<TreeLevel> makeBorrowedLevel(TreeLevel& owner) = 0;
-    // Makes isEnded() return true from now on, with a failure: there is no memory to go on.
+    // Called when there is no memory to continue: isEnded() must return true from now on, and the
+    // operation must fail.
     virtual void runOutOfMemory() noexcept = 0;
     virtual void report(TreeLevel& owner, TreeLevel& borrowedLevel);
     virtual bool isPassedOver(const TreeLevel& level, const char* name) const;
@@ -92,7 +94,8 @@ class TreeWorker {
     void putOneAside();
     void abandon();
 
-    // How many entries a thread deals with before it asks others for help.
+    // How many entries a thread handles before it gives any to others: a small tree needs one
+    // thread.
     static constexpr std::size_t kAlone = 64;
 
     TreeWorkPool& pool_;
@@ -102,10 +105,10 @@ class TreeWorker {
     std::size_t readers_ = 0;    // levels that are open
     std::size_t firstOpen_ = 0;  // all levels before this one are put aside
     std::size_t seen_ = 0;
-    bool helping_ = false;  // the first level is a stand-in
+    bool helping_ = false;  // the first level is a borrowed one
 };
 
-// The folder above an open one, for reading, if it is the expected one: else EBUSY.
+// Opens the folder above an open one for reading; EBUSY when it is not the expected one.
 int openParent(int folder, const Identity& expected, Descriptor& parent);
 
 }  // namespace quillmoor::platform::posix

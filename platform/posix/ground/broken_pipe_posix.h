@@ -1,4 +1,4 @@
-// Writing to a pipe that nobody reads.
+// Writing to a pipe whose reading end is closed.
 #pragma once
 
 #include <pthread.h>
@@ -6,8 +6,9 @@
 
 namespace quillmoor::platform::posix {
 
-// As long as this lives, a write of this thread to a pipe that nobody reads fails and nothing more:
-// the signal that the thread would get is taken back.
+// During its lifetime a write of this thread to a pipe without a reader fails with EPIPE and raises
+// no SIGPIPE: the signal is blocked, and one that the write caused is removed. A SIGPIPE that was
+// pending before stays pending. The disposition of SIGPIPE belongs to the host and is not changed.
 class BrokenPipeGuard {
   public:
     BrokenPipeGuard() : wasPending_(isPending()) {

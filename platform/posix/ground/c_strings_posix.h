@@ -1,4 +1,4 @@
-// Lists of texts as the system's calls take them.
+// Lists of texts in the form of execve(2).
 #pragma once
 
 #include <string>
@@ -9,14 +9,14 @@
 
 namespace quillmoor::platform::posix {
 
-// A null-terminated list of C strings. Texts with a NUL in them, which would arrive cut, are told.
+// A null-terminated list of C strings. A text with a NUL would arrive cut: valid() is then false.
 class CStrings {
   public:
     void add(std::string text) {
         valid_ = valid_ && text.find('\0') == std::string::npos;
         texts_.push_back(std::move(text));
     }
-    // As an environment has them.
+    // As NAME=VALUE.
     void add(const Environment& variables) {
         for (const auto& [name, value] : variables)
             add(std::string(name).append("=").append(value));

@@ -29,7 +29,7 @@ std::string_view word(FileVerb verb) {
 
 std::string systemErrorText(int code) {
 #ifdef __GLIBC__
-    // strerror would translate.
+    // Unlike strerror it does not translate.
     const char* text = ::strerrordesc_np(code);
     if (text != nullptr) return text;
     return "Unknown error " + std::to_string(code);

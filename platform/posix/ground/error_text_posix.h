@@ -11,7 +11,7 @@ namespace quillmoor::platform::posix {
 // What could not be done to an item.
 enum class FileVerb { Removed, Moved, Copied, Created, Written, Changed };
 
-// The system's own text for an error number, in English whatever the locale: Permission denied
+// The system's own text for an error number, in English in every locale: Permission denied
 std::string systemErrorText(int code);
 
 // “name” couldn’t be removed: Permission denied. The name is the path's last component.

@@ -1,6 +1,6 @@
-// The hooks for calls that every kernel has and each spells its own way. The back-end's own folder
-// defines them; everybody else reaches those of the first group through the table in
-// system_calls_posix.h. Unless said otherwise they return -1 with errno on failure.
+// The hooks for calls that every kernel has in its own form. The back-end's folder defines them;
+// shared code calls those of the first group through the table in system_calls_posix.h. Unless
+// stated otherwise they return -1 with errno on failure, and may be called from any thread.
 #pragma once
 
 #include <sys/types.h>
@@ -27,8 +27,8 @@ int openPipe(int ends[2]);
 int openWakePair(int ends[2]);
 
 // rename(2) that never replaces: EEXIST where anything has the new name; EINVAL, ENOSYS or ENOTSUP
-// where the file system cannot promise that, and posix/fs/rename then does without. Called for each
-// move, and at the end of each copy and atomic write.
+// where the file system cannot guarantee that, and posix/fs/rename then works without it. Called
+// for each move and at the end of each copy.
 int renameNoReplace(int folder, const char* name, int newFolder, const char* newName);
 
 // Opens the folder `path` below the open folder `folder` for reading, close-on-exec, in one call
@@ -40,42 +40,44 @@ int openBeneath(int folder, const char* path);
 
 // Makes the file `name` in `folder`, readable and writable by its owner alone, and returns its
 // close-on-exec descriptor, open for writing. EEXIST where anything has that name, a dangling link
-// included. `cloned` reports whether the file shares the blocks of the open file `from`, and with
-// them has its contents; else it is empty, as on file systems that cannot. Called for each file
-// that is copied, until one is not cloned.
+// included. `cloned` is set to true when the file shares the blocks of the open file `from` and so
+// has its contents; otherwise the file is empty, which is not a failure. Called for each file that
+// is copied, until one is not cloned.
 int cloneFile(int from, int folder, const char* name, bool* cloned);
 
-// Sets aside room on the disk for a file that is about to get `size` bytes; its size stays as it
-// is. Nothing depends on it: the result is not looked at. Called for large files that are copied.
+// Reserves disk space for a file that is about to get `size` bytes, without changing its size. A
+// hint: the result is ignored. Called for large files that are copied.
 int reserveSpace(int file, off_t size);
 
-// The names of the extended attributes of an open item, each ended by a NUL; the size of all of
-// them, also when `names` is null and `size` 0. ERANGE when they do not fit; ENOTSUP, EPERM or
-// EACCES where there are none to be had, which is no failure of a copy. Called for each item that
-// is copied.
+// The names of the extended attributes of an open item, each terminated by a NUL; returns the size
+// of all of them, also when `names` is null and `size` 0. ERANGE when they do not fit; ENOTSUP,
+// EPERM or EACCES where the item can have none, which does not fail a copy. Called for each item
+// that is copied.
 ssize_t listExtendedAttributes(int file, char* names, std::size_t size);
 
-// The value of one of them, and its size, likewise. ERANGE when it does not fit;
-// kNoSuchAttributeError when it is gone. Called for each attribute that is copied.
+// The value of one of them; returns its size, also when `value` is null and `size` 0. ERANGE when
+// it does not fit; kNoSuchAttributeError when the attribute was removed meanwhile. Called for each
+// attribute that is copied.
 ssize_t getExtendedAttribute(int file, const char* name, void* value, std::size_t size);
 
-// Makes or replaces an attribute. ENOTSUP, EPERM or EACCES where it cannot be kept, which is no
-// failure of a copy; ENOSPC. Called likewise.
+// Makes or replaces an attribute. ENOTSUP, EPERM or EACCES where it cannot be stored, which does
+// not fail a copy; ENOSPC. Called for each attribute that is copied.
 int setExtendedAttribute(int file, const char* name, const void* value, std::size_t size);
 
-// What else may forbid an item's removal; of a link, the link itself. What the file system does not
-// know is not set. Called for each item before a tree is moved to a Trash on another file system.
+// What else may forbid an item's removal; of a link, the link itself. Traits that the file system
+// does not have are left false. Called for each item before a tree is moved across file systems.
 int getRemovalTraits(int folder, const char* name, RemovalTraits* traits);
 
 // Not in the table: these cannot fail.
 
-// What getExtendedAttribute reports for an attribute that is not there: ENODATA on Linux, ENOATTR
+// The error of getExtendedAttribute for an attribute that does not exist: ENODATA on Linux, ENOATTR
 // elsewhere.
 extern const int kNoSuchAttributeError;
 
-// True when an attribute is part of the item, not of the place where it is, and is copied with it.
-// `ownerKept` is false for a copy that has another owner: what gives a program more rights than its
-// starter's is then left behind. Called for each attribute of an item that is copied.
+// True when an attribute belongs to the item itself, not to its location, and is copied with it.
+// `ownerKept` is false for a copy that has another owner: an attribute that gives a program more
+// privileges than its caller's must then not be copied. Called for each attribute of an item that
+// is copied.
 bool isCopiedAttribute(const char* name, bool ownerKept);
 
 }  // namespace quillmoor::platform::posix

@@ -8,15 +8,15 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// The shortest limit for a name on a file system in common use.
+// The shortest limit for a name on a file system in common use: eCryptfs.
 constexpr std::size_t kLongestTemporaryName = 143;
 constexpr std::size_t kRandomLength = 6;
 constexpr std::string_view kAlphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
 
-// Longer ones are no extensions but names with a full stop.
+// A longer part after a full stop is not an extension but part of the name.
 constexpr std::size_t kLongestExtension = 32;
 
-// The characters that fit whole into `limit` bytes.
+// The characters that fit completely into `limit` bytes.
 std::string_view beginning(std::string_view text, std::size_t limit) {
     std::size_t end = 0;
     while (end < text.size()) {

@@ -5,7 +5,8 @@
 
 namespace quillmoor::platform::posix {
 
-// Every signal is blocked in this thread while it lives, and in threads that are made meanwhile.
+// During its lifetime every signal is blocked in this thread, and in threads that it starts. A
+// thread of the library must never run a handler of the host.
 class SignalsBlocked {
   public:
     SignalsBlocked() {

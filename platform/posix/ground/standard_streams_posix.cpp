@@ -11,7 +11,7 @@ namespace quillmoor::platform::posix {
 Descriptor aboveStandardStreams(Descriptor descriptor) {
     if (!descriptor || descriptor.get() >= kFirstOwnDescriptor) return descriptor;
     Descriptor moved(systemCalls().fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
-    const int error = errno;
+    const int error = errno;  // close may change it
     descriptor.reset();
     errno = error;
     return moved;

@@ -1,4 +1,5 @@
-// The numbers 0 to 2 belong to the standard streams, also when the host has closed them.
+// The numbers 0 to 2 are reserved for the standard streams, also when the host has closed them: a
+// descriptor with such a number would become a child's standard stream.
 #pragma once
 
 #include "quillmoor/platform/posix/ground/descriptor.h"
@@ -7,8 +8,9 @@ namespace quillmoor::platform::posix {
 
 inline constexpr int kFirstOwnDescriptor = 3;
 
-// `descriptor`, or a copy of it with a number above the standard streams' when it got one of
-// theirs. Invalid, with errno set, when it was invalid or no number is left.
+// Returns `descriptor`, or a close-on-exec copy with a number above 2 when it has one of the
+// standard streams'. Invalid, with errno set, when `descriptor` is invalid or no number is left;
+// the original is then closed.
 Descriptor aboveStandardStreams(Descriptor descriptor);
 
 }  // namespace quillmoor::platform::posix

@@ -1,6 +1,6 @@
-// The system calls that a test may want to fail or to watch, in one table. A test build differs
-// from any other only in what is in the table. What only one system has is in a table of that
-// system's folder.
+// The system calls that a test may make fail or observe, in one table. A test build differs from
+// any other only in the contents of the table. Calls that only one system has are in a table in
+// that system's folder.
 //
 // Each entry is its system call: the same arguments, and the same result on failure: -1 (or null,
 // or MAP_FAILED) and errno, or the error number itself where the call returns that. openat opens
@@ -31,7 +31,7 @@ struct SystemCalls {
     ssize_t (*pwrite)(int file, const void* buffer, std::size_t size, off_t offset);
     off_t (*lseek)(int file, off_t offset, int whence);
     int (*ftruncate)(int file, off_t size);
-    // Where a failure of writing may be reported last. The descriptor is closed in any case.
+    // The last call that may report a failure to write. The descriptor is closed in any case.
     int (*close)(int file);
     int (*fcntl)(int file, int command, int argument);
 
@@ -98,16 +98,16 @@ namespace detail {
 extern std::atomic<const SystemCalls*> callsInForce;
 }
 
-// The table in force.
+// The table in use.
 inline const SystemCalls& systemCalls() {
     return *detail::callsInForce.load(std::memory_order_acquire);
 }
 
-// The system's own calls, whatever is in force.
+// The system's own calls, also while another table is in use.
 const SystemCalls& nativeSystemCalls();
 
-// Puts another table in force and answers the one before; null stands for the system's own. The
-// table must outlive every call made through it.
+// Replaces the table in use and returns the one before; null means the system's own. The table must
+// outlive every call made through it.
 const SystemCalls* exchangeSystemCalls(const SystemCalls* calls);
 
 }  // namespace quillmoor::platform::posix

@@ -1,5 +1,5 @@
-// The number by which the system's own tools name a thread: a hook, which the back-end's own folder
-// defines. Called for each line on the console.
+// The calling thread's number in the system's own tools: a hook, which the back-end's folder
+// defines. Cannot fail. Called for each line on the console.
 #pragma once
 
 #include <cstdint>

@@ -10,7 +10,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// What the body throws is uncaught, as in any thread.
+// noexcept: an exception of the body is uncaught, as in std::thread.
 void* run(void* given) noexcept {
     const std::unique_ptr<std::function<void()>> body(static_cast<std::function<void()>*>(given));
     (*body)();
@@ -24,7 +24,7 @@ Thread::Thread(std::function<void()> body) {
     pthread_t handle{};
     const int error = systemCalls().pthread_create(&handle, nullptr, run, given.get());
     if (error != 0) throw std::system_error(error, std::generic_category());
-    static_cast<void>(given.release());
+    static_cast<void>(given.release());  // the thread owns it now
     handle_ = handle;
 }
 

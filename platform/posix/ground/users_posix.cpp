@@ -9,14 +9,14 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// Entries are short, but a directory service may send long ones; this is where patience ends.
+// Entries are short, but a directory service may send long ones; a larger one is not read.
 constexpr std::size_t kLongestEntry = std::size_t{1} << 20;
 
 std::string orEmpty(const char* text) {
     return text != nullptr ? text : "";
 }
 
-// `query` is one of the getpw…_r functions with its key already given.
+// `query` is one of the getpw…_r functions with its key bound.
 template <typename Query>
 std::optional<User> find(Query query) {
     std::vector<char> buffer(1024);

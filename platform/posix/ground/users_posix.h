@@ -14,8 +14,8 @@ struct User {
     std::string home;
 };
 
-// From any thread. nil for a user whom the database does not know; a name that is empty or holds a
-// NUL is nobody's.
+// May be called from any thread. nil for an unknown user, also for a name that is empty or has a
+// NUL, and when the database cannot be read.
 std::optional<User> userWithId(uid_t id);
 std::optional<User> userWithName(const std::string& name);
 

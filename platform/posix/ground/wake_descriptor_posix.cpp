@@ -38,7 +38,7 @@ void WakeDescriptor::signal() {
     }
 }
 
-// A counter gives all that it has at once; a pipe is empty when it gives less than was asked for.
+// One read empties a counter; a pipe is empty when it returns less than was requested.
 void WakeDescriptor::clear() {
     std::uint64_t counts[64];
     ssize_t size = 0;

@@ -1,11 +1,12 @@
-// A descriptor that wakes whoever polls it.
+// A descriptor that wakes a thread which polls it.
 #pragma once
 
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::posix {
 
-// Readable from signal() to clear(), however often either is called. Any thread may call both.
+// Readable from signal() until clear(), however often either is called. Both may be called from any
+// thread and never wait.
 class WakeDescriptor {
   public:
     // Throws platform::Exception when the process has no descriptors left.

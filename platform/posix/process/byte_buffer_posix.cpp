@@ -15,7 +15,8 @@ namespace {
 
 using posix::kMappingUnit;
 
-// Small buffers live on the heap, large ones in mappings of their own: the capacity tells which.
+// Small buffers are on the heap, large ones in mappings of their own, which grow without a copy.
+// The capacity determines which of the two it is.
 constexpr std::size_t kSmallest = std::size_t{64} << 10;
 constexpr std::size_t kLargestStep = std::size_t{256} << 20;
 
@@ -31,7 +32,7 @@ void release(char* bytes, std::size_t capacity) {
 }
 
 // Twice the old capacity while that is small; a large one grows by a fixed step, so that it never
-// asks the system for far more than it needs.
+// reserves far more than it needs.
 std::size_t nextCapacity(std::size_t capacity, std::size_t needed) {
     const std::size_t wanted =
         std::max({needed, kSmallest, capacity + std::min(capacity, kLargestStep)});
@@ -40,7 +41,7 @@ std::size_t nextCapacity(std::size_t capacity, std::size_t needed) {
     return (wanted + kMappingUnit - 1) / kMappingUnit * kMappingUnit;
 }
 
-// The old bytes stay where they are when there is no memory.
+// Null when there is no memory; the old bytes are then unchanged.
 char* grown(char* bytes, std::size_t size, std::size_t capacity, std::size_t newCapacity) {
     if (!isMapped(newCapacity)) return static_cast<char*>(std::realloc(bytes, newCapacity));
     if (isMapped(capacity)) return posix::growMapping(bytes, capacity, newCapacity);
@@ -86,7 +87,7 @@ Data ByteBuffer::takeData() {
     if (taken.empty()) return {};
     std::size_t capacity = taken.capacity_;
     if (isMapped(capacity)) {
-        // What was never filled goes back; the bytes stay where they are.
+        // Releases the part that was never filled; the bytes keep their address.
         const std::size_t used = (taken.size_ + kMappingUnit - 1) / kMappingUnit * kMappingUnit;
         if (used < capacity) posix::unmapMemory(taken.bytes_ + used, capacity - used);
         capacity = used;

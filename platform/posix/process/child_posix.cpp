@@ -24,9 +24,9 @@ CStrings argumentList(const ChildSetup& setup) {
     return list;
 }
 
-// A stream that the host has closed becomes the null device: whatever the tool opens first would
-// take its number otherwise. One that the host keeps from its children is given all the same:
-// copied onto itself it loses its mark.
+// A stream that the host has closed becomes the null device: otherwise the first file that the tool
+// opens would get its number. One that is close-on-exec is inherited all the same: duplicated onto
+// itself it loses that flag.
 void inheritStream(SpawnActions& actions, int number) {
     const int flags = systemCalls().fcntl(number, F_GETFD, 0);
     if (flags < 0)
@@ -81,7 +81,8 @@ bool Child::collectIfEnded() {
     do result = waitForChild(exit_, pid_, &info, WEXITED | WNOHANG);
     while (result != 0 && errno == EINTR);
     if (result == 0 && info.si_pid == 0) return false;
-    // The exit status, or the number of the signal that ended the child.
+    // si_status is the exit status, or the number of the signal that ended the child. An error is
+    // ECHILD: the host ignores SIGCHLD, or has collected a child that is not its own.
     status_ = result == 0 ? info.si_status : kUnknownStatus;
     return true;
 }
@@ -91,6 +92,8 @@ bool Child::isRunning() {
     return !collectIfEnded();
 }
 
+// The lock is not held during the wait, which only observes the end: other threads may terminate
+// the child meanwhile.
 void Child::wait() {
     do {
         siginfo_t info{};

@@ -1,4 +1,4 @@
-// One child process, from its start to the collecting of its status.
+// One child process, from its start until its status is collected.
 #pragma once
 
 #include <sys/types.h>
@@ -32,31 +32,31 @@ struct ChildSetup {
 // children that are not its own.
 inline constexpr int kUnknownStatus = -1;
 
-// May be called from any thread. The status is collected under the lock only, so that nobody ever
-// waits for, or signals, another process that was given the child's number.
+// May be called from any thread. The status is collected and signals are sent under the lock only,
+// so that no call waits for, or signals, another process that has got the child's number.
 class Child {
   public:
-    // The child gets its three standard streams and no other descriptor, default signals and an
-    // empty signal mask. Null when the system cannot start it.
+    // Starts a child with its three standard streams and no other descriptor, default signals and
+    // an empty signal mask. Null when the system cannot start it, or a text has a NUL.
     static std::shared_ptr<Child> start(const ChildSetup& setup);
 
-    // Makes this, which is none yet, a child that was started otherwise and has not been waited
-    // for. `exit` is what openExitDescriptor() returned for it.
+    // Lets this object, which has no child yet, represent one that was started otherwise and has
+    // not been waited for. `exit` is the result of openExitDescriptor() for it.
     void adopt(pid_t pid, Descriptor exit) noexcept;
 
-    // Collects the status of a child that has ended.
+    // Returns whether the child runs; collects the status of one that has ended.
     bool isRunning();
     // Waits for the end and collects the status.
     void wait();
     // nil while it runs.
     std::optional<int> status();
-    // One SIGTERM, nothing when it has ended.
+    // Sends one SIGTERM, nothing when the child has ended.
     void terminate();
 
-    // Readable once the child has ended; -1 where the system has nothing of the kind.
+    // Readable once the child has ended; -1 where the system has no such descriptor.
     int exitDescriptor() const { return exit_.get(); }
 
-    // In the list of those that are not waited for, which allocates nothing.
+    // The link of the reaper's list, which so allocates nothing.
     std::shared_ptr<Child> next;
 
   private:

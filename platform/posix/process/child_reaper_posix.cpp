@@ -20,10 +20,10 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// How often children are looked after whose end the system does not report.
+// How often children without an exit descriptor are polled.
 constexpr std::chrono::milliseconds kLookAgain{100};
 
-// Linked through the children themselves: none is lost for want of memory.
+// Linked through the children themselves: none is lost for lack of memory.
 class ChildList {
   public:
     bool isEmpty() const { return first_ == nullptr; }
@@ -71,7 +71,8 @@ class ChildReaper {
     }
 
   private:
-    // To the thread. Where none can be started, what still runs waits for the next call.
+    // Hands the children to the thread. Where none can be started, those that still run wait for
+    // the next call.
     void handOver() noexcept {
         try {
             if (!wake_) wake_.emplace();
@@ -125,7 +126,7 @@ class ChildReaper {
     std::vector<pollfd> polled_;
 };
 
-// Never destroyed, and there without an allocation.
+// Never destroyed, since the thread outlives main(), and made without an allocation.
 ChildReaper& reaper() {
     alignas(ChildReaper) static std::byte storage[sizeof(ChildReaper)];
     static auto* const shared = new (storage) ChildReaper;

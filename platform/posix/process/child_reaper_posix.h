@@ -1,4 +1,4 @@
-// Children that nobody waits for.
+// Children whose task was released while they run.
 #pragma once
 
 #include <memory>
@@ -7,9 +7,9 @@
 
 namespace quillmoor::platform::posix {
 
-// Has the status of `child` collected as soon as it ends, by one thread for all such children. From
-// any thread; never fails. While that thread cannot be started, the children are kept, and each
-// call of these two functions tries again.
+// Collects the status of `child` as soon as it ends, on one thread for all such children. May be
+// called from any thread; cannot fail. While that thread cannot be started, the children are kept,
+// and each call of these two functions tries again.
 void reapLater(std::shared_ptr<Child> child) noexcept;
 
 // Does nothing when there are no children left over from a thread that could not be started.

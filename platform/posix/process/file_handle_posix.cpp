@@ -20,9 +20,9 @@ namespace quillmoor::platform {
 namespace posix {
 namespace {
 
-// Enough for what a pipe of the usual size holds.
+// The usual size of a pipe's buffer.
 constexpr std::size_t kLeastRoom = std::size_t{64} << 10;
-// More than this in one call the system refuses or cuts.
+// Systems reject larger sizes in one call, or shorten them.
 constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
 
 constexpr char kRead[] = "the file couldn’t be read";
@@ -38,7 +38,7 @@ std::string refusal(const char* what, int error) {
     throw Exception(kFileHandleOperationException, refusal(what, error));
 }
 
-// No memory for what was read is reported as the platform reports it.
+// Lack of memory is reported as the handle's own exception, as on the platform.
 char* roomFor(ByteBuffer& buffer) {
     try {
         return buffer.reserveMore(kLeastRoom);
@@ -49,7 +49,7 @@ char* roomFor(ByteBuffer& buffer) {
 
 }  // namespace
 
-// One call on the descriptor.
+// Keeps the descriptor open during one call.
 class DescriptorHandle::Use {
   public:
     Use(DescriptorHandle& handle, const char* what) : handle_(handle) {
@@ -161,7 +161,7 @@ class PosixFileHandles final : public FileHandles {
   public:
     std::shared_ptr<FileHandle> openForWriting(const std::string& path) override {
         if (path.find('\0') != std::string::npos) return nullptr;
-        // Without waiting, so that a named pipe that nobody reads is refused instead of waited for.
+        // Without waiting: for a named pipe without a reader, open fails instead of blocking.
         Descriptor file = aboveStandardStreams(Descriptor(systemCalls().openat(
             AT_FDCWD, path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0)));
         if (!file) return nullptr;

@@ -24,7 +24,7 @@ class DescriptorHandle final : public FileHandle {
     std::size_t readAvailableData(ByteBuffer& buffer) override;
     void closeFile() override;
 
-    // -1 once it was closed.
+    // -1 after closeFile.
     int descriptor() const { return descriptor_.get(); }
 
   private:
@@ -32,20 +32,21 @@ class DescriptorHandle final : public FileHandle {
 
     const WakeDescriptor& closing();
 
-    // That the handle was closed, and how many calls are under way, in one number. Whoever comes
-    // last closes the descriptor, so that no call ever meets a number given out anew.
+    // In one number: whether the handle was closed, and how many calls use the descriptor. The last
+    // of them closes it, so that no call ever uses a number that was reused.
     static constexpr unsigned kClosed = 1;
     static constexpr unsigned kOneCall = 2;
     std::atomic<unsigned> state_{0};
 
     Descriptor descriptor_;
-    std::mutex reading_;  // so that nobody reads what somebody else has just taken
+    // One reader at a time: another could take the bytes that poll reported, and read would block.
+    std::mutex reading_;
     // Readable once the handle is closed under a reader; made for the first one.
     std::atomic<WakeDescriptor*> closing_{nullptr};
 };
 
-// Takes what is written to it and gives nothing. It holds no descriptor; a child opens the device
-// for itself.
+// Discards what is written and reads as ended. It has no descriptor; a child opens the device
+// itself.
 class NullDeviceHandle final : public FileHandle {
   public:
     void writeData(std::string_view bytes) override;

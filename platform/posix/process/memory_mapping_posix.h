@@ -1,5 +1,5 @@
-// The hooks for large pieces of memory, which grow where they are or by being moved, not copied.
-// The back-end's own folder defines them. ByteBuffer calls them, for the output of a tool.
+// The hooks for large pieces of memory, which grow in place or by remapping, without a copy. The
+// back-end's folder defines them. ByteBuffer calls them, for the output of a tool, on any thread.
 #pragma once
 
 #include <cstddef>
@@ -9,15 +9,15 @@ namespace quillmoor::platform::posix {
 // Sizes of mappings are multiples of this.
 inline constexpr std::size_t kMappingUnit = std::size_t{2} << 20;
 
-// Zero-filled memory, in large pages where the system has them. Null when there is none; errno is
-// not looked at.
+// Returns zero-filled memory, in large pages where the system has them. Null when there is none;
+// errno is ignored.
 char* mapMemory(std::size_t size);
 
-// The same bytes in a mapping of `newSize`, which is not smaller. Null when there is no memory: the
-// old mapping is then as it was.
+// Returns the same bytes in a mapping of `newSize`, which is not smaller than `size`; the old
+// address is then invalid. Null when there is no memory: the old mapping is then unchanged.
 char* growMapping(char* bytes, std::size_t size, std::size_t newSize);
 
-// Releases a mapping of `size` bytes, its size now.
+// Releases a mapping of `size` bytes, which may be the end of a larger one.
 void unmapMemory(char* bytes, std::size_t size);
 
 }  // namespace quillmoor::platform::posix

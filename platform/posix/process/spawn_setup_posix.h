@@ -1,4 +1,4 @@
-// What a child finds when it starts, as posix_spawn(3) is told of it.
+// The actions and attributes of posix_spawn(3).
 #pragma once
 
 #include <fcntl.h>
@@ -25,7 +25,7 @@ class SpawnActions {
     void open(int number, const char* path) {
         note(::posix_spawn_file_actions_addopen(&actions_, number, path, O_RDWR, 0));
     }
-    // What came of a step that was added through get(): the first error stays.
+    // Records the result of a step that was added through get(). The first error is kept.
     void note(int error) {
         if (error_ == 0) error_ = error;
     }
@@ -46,7 +46,8 @@ class SpawnAttributes {
     explicit SpawnAttributes(SpawnSession session) : error_(::posix_spawnattr_init(&attributes_)) {
         sigset_t none;
         ::sigemptyset(&none);
-        // Every bit, also those of the signals that the threads library keeps to itself.
+        // Every bit, also those of the signals that the threads library reserves, which sigfillset
+        // leaves out.
         sigset_t all;
         std::memset(&all, 0xff, sizeof all);
         int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;

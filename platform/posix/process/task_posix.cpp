@@ -16,7 +16,7 @@ namespace quillmoor::platform {
 namespace posix {
 namespace {
 
-// How often a child without an exit descriptor is looked after from the main thread.
+// How often the main thread polls a child without an exit descriptor.
 constexpr int kLookAgainMilliseconds = 10;
 
 [[noreturn]] void throwInvalid(const char* reason) {
@@ -27,7 +27,7 @@ constexpr int kLookAgainMilliseconds = 10;
     throwInvalid("launch path not accessible");
 }
 
-// Where `handle` leads, for a child.
+// The stream that `handle` is in a child.
 ChildStream streamOf(const std::shared_ptr<FileHandle>& handle) {
     if (handle == nullptr) return {};
     if (const auto* nullDevice = dynamic_cast<const NullDeviceHandle*>(handle.get()))
@@ -67,12 +67,13 @@ class PosixTask final : public Task {
     std::shared_ptr<FileHandle> standardOutput() override { return outputForReading_; }
 
     void launch() override {
-        // Held until the child is known: whoever sees that it runs is told so here as well.
+        // Held until child_ is set: another thread that sees the child's effects must not find
+        // isRunning() false.
         const std::lock_guard lock(mutex_);
         if (child_ != nullptr) throwInvalid("task already launched");
         setup_.streams = {streamOf(input_.reading), streamOf(output_.handle),
                           streamOf(error_.handle)};
-        // Only this one: a tool that fills its error pipe waits as it does everywhere.
+        // Output only: a tool that fills its error pipe blocks at the usual size of a pipe.
         if (output_.isPipe) enlargePipe(setup_.streams[1].descriptor);
         reapLeftOver();
         child_ = Child::start(setup_);
@@ -105,7 +106,7 @@ class PosixTask final : public Task {
   private:
     struct Output {
         std::shared_ptr<FileHandle> handle;
-        bool isPipe = false;  // its writing end is the child's alone
+        bool isPipe = false;  // the writing end is closed here after the launch
     };
 
     static void giveAway(Output& output) {

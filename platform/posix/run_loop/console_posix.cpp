@@ -49,6 +49,7 @@ std::string programName() {
 class PosixConsole : public Console {
   public:
     void log(std::string_view text) override {
+        // Never destroyed: threads may log while the process exits.
         static const auto& name = *new std::string(programName());
         std::string line = localTime();
         line.append(" ").append(name).append("[").append(std::to_string(::getpid()));
@@ -60,7 +61,7 @@ class PosixConsole : public Console {
         }
     }
 
-    // What is printed here tells of trouble: it must be out before the process can die of it.
+    // Flushed at once: what is printed here reports a failure, which may end the process.
     void print(std::string_view text) override {
         const posix::BrokenPipeGuard guard;
         std::fwrite(text.data(), 1, text.size(), stdout);

@@ -24,8 +24,8 @@ using std::chrono::steady_clock;
 using Item = MainRunLoop::Item;
 using Prepared = MainRunLoop::Prepared;
 
-// Everything queued is for the default mode; some of it is for the modal panel mode as well. The
-// numbers rise from item to item.
+// Every item is for the default mode, and some are for the modal panel mode as well. Their numbers
+// rise from item to item.
 class Queue {
   public:
     void post(Prepared made) {
@@ -76,8 +76,8 @@ Queue& queue() {
     return *shared;
 }
 
-// The mode that run() was last asked for and has not left, of the main thread alone. Below all of
-// them lies the default mode.
+// The top of the stack of modes: the mode of the innermost run(), else the default mode. Used by
+// the main thread only.
 RunLoopMode topMode = RunLoopMode::Default;
 
 class ModeOnTop {
@@ -91,7 +91,8 @@ class ModeOnTop {
     RunLoopMode below_;
 };
 
-// For poll(2): rounded up, so that the last wait is not a busy one, and never more than a minute.
+// For poll(2): rounded up, so that the last wait does not become a busy loop, and at most a minute,
+// so that no time is too large for an int.
 int millisecondsUntil(steady_clock::time_point until) {
     const auto now = steady_clock::now();
     if (until <= now) return 0;
@@ -117,7 +118,7 @@ Prepared prepare(std::function<void()> function, bool alsoModal) {
     return made;
 }
 
-// -1 when there are no descriptors for it: then nothing can have been posted either.
+// -1 when there are no descriptors for it: then no function can have been posted either.
 int descriptorOfDefaultMode() {
     try {
         return MainRunLoop::descriptor(RunLoopMode::Default);
@@ -137,7 +138,7 @@ void MainRunLoop::postToDefaultMode(std::function<void()> function) {
 }
 
 MainRunLoop::Prepared MainRunLoop::prepareForAllModes(std::function<void()> function) {
-    queue();  // it is there before it is needed
+    queue();  // made here, where it may still fail
     return prepare(std::move(function), true);
 }
 
@@ -156,8 +157,8 @@ int MainRunLoop::descriptor(RunLoopMode mode) {
 
 void MainRunLoop::drain(RunLoopMode mode) {
     if (topMode != mode) return;
-    // What is posted meanwhile waits for the next call, so that a function that posts itself again
-    // does not keep the caller here.
+    // Items that are posted meanwhile wait for the next call: otherwise a function that posts
+    // itself again would keep the caller here.
     const std::uint64_t last = queue().lastNumber();
     for (auto item = queue().take(mode, last); !item.empty(); item = queue().take(mode, last))
         item.front().function();

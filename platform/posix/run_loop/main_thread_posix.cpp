@@ -30,10 +30,10 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// Hosts count in an int.
+// Hosts take their timeout as an int.
 constexpr milliseconds kLongestWait{std::numeric_limits<int>::max()};
 
-// Lets another thread wait until a function has been run, or was left by an exception.
+// Lets another thread wait until a function has returned or thrown.
 class Completion {
   public:
     void set() {
@@ -73,7 +73,7 @@ class TerminationObservers {
         hostTells_ = true;
     }
 
-    // Each one once. The lock is not held meanwhile: an observer may add and remove others.
+    // Calls each one once. The lock is not held meanwhile: an observer may add and remove others.
     void call() {
         std::vector<TerminationObserver> toCall;
         {
@@ -111,7 +111,7 @@ void TerminationObservers::atEndOfProcess() {
     if (!terminationObservers().hostTells()) terminationObservers().call();
 }
 
-// Set before any other use, and empty in a program without a host.
+// Set before any other use, so it needs no lock; empty in a program without a host.
 std::function<bool()>& mainThreadTest() {
     static auto* const test = new std::function<bool()>;
     return *test;
@@ -123,15 +123,15 @@ std::function<bool(milliseconds)>& nextEventOfHost() {
     return *sendNextEvent;
 }
 
-// The host watches the default mode's descriptor: with work queued for that mode, which must not
-// run below another one, it would not wait at all.
+// The host watches the default mode's descriptor: with work queued for that mode only, which must
+// not run while the modal mode is on top, its wait would return at once, again and again.
 bool onlyDefaultModeHasWork() {
     pollfd modes[] = {{MainRunLoop::descriptor(RunLoopMode::Default), POLLIN, 0},
                       {MainRunLoop::descriptor(RunLoopMode::ModalPanel), POLLIN, 0}};
     return systemCalls().poll(modes, 2, 0) > 0 && modes[0].revents != 0 && modes[1].revents == 0;
 }
 
-// NO when there are no descriptors for it: then nothing can have been posted either.
+// False when there are no descriptors for it: then no function can have been posted either.
 bool hasRunLoop() {
     try {
         return MainRunLoop::descriptor(RunLoopMode::Default) >= 0;
@@ -146,8 +146,9 @@ bool sendNextEventOfHost(milliseconds longest) {
         bool sent = false;
         bool hostWaits = true;
     };
-    // Queued behind all that waits for the modal mode, the host is asked with that mode on top. An
-    // exception in what waits leaves it in the queue, for nobody.
+    // The call of the host is queued behind everything that waits for the modal mode, and runs with
+    // that mode on top. When a queued function throws, the call stays in the queue; `state` has
+    // then been released and it does nothing.
     const auto state = std::make_shared<State>();
     MainRunLoop::postToAllModes([longest, weak = std::weak_ptr(state)] {
         const auto asked = weak.lock();
@@ -156,7 +157,7 @@ bool sendNextEventOfHost(milliseconds longest) {
         asked->sent = nextEventOfHost()(asked->hostWaits ? longest : milliseconds::zero());
     });
     MainRunLoop::run(RunLoopMode::ModalPanel, steady_clock::now());
-    // What came meanwhile, and the wait itself where the host could not take it.
+    // Runs what was queued meanwhile, and waits here where the host could not.
     MainRunLoop::run(RunLoopMode::ModalPanel, state->hostWaits ? steady_clock::now() : until);
     return state->sent;
 }

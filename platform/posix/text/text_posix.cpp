@@ -23,7 +23,7 @@ struct NamedEncoding {
     const char* name;
 };
 
-// iconv's names. A name that this system's iconv lacks decodes nothing.
+// iconv's names. Where this system's iconv lacks one, that encoding decodes nothing.
 constexpr NamedEncoding kNamedEncodings[] = {
     {StringEncoding::NEXTSTEP, "NEXTSTEP"},       {StringEncoding::JapaneseEUC, "EUC-JP"},
     {StringEncoding::ISOLatin1, "ISO-8859-1"},    {StringEncoding::ShiftJIS, "CP932"},
@@ -53,8 +53,7 @@ bool isASCII(std::string_view bytes) {
     return true;
 }
 
-// The byte order that a mark at the front tells; the mark is cut off. Without one it is this
-// computer's own.
+// True for big-endian: by the mark at the front, which is removed, else this computer's own order.
 bool takeByteOrder(std::string_view& bytes, std::string_view bigMark, std::string_view littleMark) {
     if (bytes.starts_with(bigMark)) {
         bytes.remove_prefix(bigMark.size());
@@ -89,7 +88,7 @@ OptionalString convert(std::string_view bytes, const char* from) {
     for (;;) {
         char* output = buffer.data();
         std::size_t room = buffer.size();
-        // After the last byte, what the converter still holds back.
+        // After the last byte, one call more gets what a stateful converter still holds.
         const bool last = left == 0;
         const std::size_t converted = ::iconv(converter.get(), last ? nullptr : &input,
                                               last ? nullptr : &left, &output, &room);
@@ -107,7 +106,7 @@ void appendUTF8(std::string& out, char32_t codePoint) {
     out.append(reinterpret_cast<const char*>(bytes.data()), length);
 }
 
-// The number spelled by the first `digits` characters, which are cut off.
+// The number that the first `digits` characters spell, which are removed.
 std::optional<char32_t> takeNumber(std::string_view& text, std::size_t digits, int base) {
     if (text.size() < digits) return std::nullopt;
     unsigned number = 0;
