@@ -32,7 +32,7 @@ std::string joined(std::string_view folder, std::string_view name) {
     return std::string(folder).append("/").append(name);
 }
 
-// A name that leads to nothing outside the folder it is looked for in.
+// True for a name that cannot lead out of the folder in which it is looked up.
 bool staysInside(std::string_view name) {
     if (name.empty() || name.find('\0') != std::string_view::npos) return false;
     const StringList components = pathComponents(name);
@@ -72,7 +72,7 @@ class FolderBundle : public Bundle {
     OptionalPath executable_;
 };
 
-// A program that lies in no bundle.
+// The bundle of a program that is not in a bundle.
 class PlainBundle : public Bundle {
   public:
     explicit PlainBundle(OptionalPath executable) : executable_(std::move(executable)) {}
@@ -96,7 +96,7 @@ void addOnce(StringList& list, const std::string& item) {
     if (!known && !item.empty() && item.find('/') == std::string::npos) list.push_back(item);
 }
 
-// de_DE.UTF-8@euro gives de_DE, de-DE and de.
+// Adds de_DE, de-DE and de for de_DE.UTF-8@euro.
 void addLanguages(StringList& languages, std::string_view locale) {
     const std::string name(locale.substr(0, locale.find_first_of(".@")));
     addOnce(languages, name);
@@ -109,7 +109,7 @@ OptionalPath programOfThisProcess() {
     const ssize_t length = ::readlink("/proc/self/exe", target.data(), target.size());
     if (length <= 0) return std::nullopt;
     std::string path(target.data(), static_cast<std::size_t>(length));
-    // What the kernel appends to the name of a program that is no longer there.
+    // The kernel appends this to the name of a program that was removed or replaced by an update.
     constexpr std::string_view kDeleted = " (deleted)";
     if (path.ends_with(kDeleted) && !exists(path)) path.resize(path.size() - kDeleted.size());
     return path;
@@ -141,7 +141,7 @@ StringList languagesOfResources() {
     }
     const bool plain = !locale || *locale == "C" || *locale == "POSIX" || locale->starts_with("C.");
     if (!plain) {
-        // The list of the user's wishes counts only beside a locale.
+        // As gettext does: the user's list of languages counts only together with a locale.
         std::string wishes = environmentText("LANGUAGE").value_or("");
         for (std::string_view rest = wishes; !rest.empty();) {
             const std::string_view wish = rest.substr(0, rest.find(':'));
@@ -169,7 +169,7 @@ class LinuxBundles : public Bundles {
         Dl_info info{};
         void* extra = nullptr;
         if (::dladdr1(address, &info, &extra, RTLD_DL_LINKMAP) == 0) return nullptr;
-        // The loader keeps no name for the program itself.
+        // The loader's name for the program itself is empty.
         const char* name = static_cast<const link_map*>(extra)->l_name;
         if (*name == '\0') return mainBundle();
         const std::unique_ptr<char, decltype(&::free)> file(

@@ -10,15 +10,15 @@
 
 namespace quillmoor::platform::linux_ {
 
-// X.bundle for X.bundle/Contents/Linux/name and X.bundle/Contents/MacOS/name, whatever the
-// extension; nil for every other path.
+// X.bundle for X.bundle/Contents/Linux/name and X.bundle/Contents/MacOS/name, with any extension;
+// nil for every other path.
 OptionalPath bundleFolderOf(const std::string& executable);
 
-// The bundle that `executable` belongs to, or one that has the executable alone.
+// The bundle that `executable` belongs to, or one that has an executable path only.
 std::shared_ptr<Bundle> bundleOf(const OptionalPath& executable);
 
-// The languages that the environment asks for, best first, as their folders of resources are named:
-// LANGUAGE and LC_ALL, LC_MESSAGES or LANG in gettext's order, then English, then Base.
+// The languages that the environment requests, best first, by the names of their resource folders:
+// from LANGUAGE and LC_ALL, LC_MESSAGES or LANG in gettext's order, then English, then Base.
 StringList languagesOfResources();
 
 }  // namespace quillmoor::platform::linux_

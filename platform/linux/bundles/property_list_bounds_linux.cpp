@@ -9,10 +9,10 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
-// The parser moves the rest of a text for every &…; in it.
+// For every &…; the parser moves the rest of the text, so its time grows with the square.
 constexpr std::ptrdiff_t kMostReferences = 20000;
 
-// Cuts `text` behind the next `end`; NO when there is none.
+// Removes the beginning of `text` up to and including the next `end`; false when there is none.
 bool skipTo(std::string_view& text, std::string_view end) {
     const std::size_t found = text.find(end);
     if (found == std::string_view::npos) return false;
@@ -20,9 +20,9 @@ bool skipTo(std::string_view& text, std::string_view end) {
     return true;
 }
 
-// Cuts one tag, declaration or instruction from the front of `text` and answers it without its
-// brackets. A reader that honours quotes and one that does not find the same end in it; where they
-// would not, the answer is nil.
+// Removes one tag, declaration or instruction from the front of `text` and returns it without its
+// brackets. nil where a parser that honours quotes and one that does not would find different ends:
+// this check and the parser must see the same tags.
 std::optional<std::string_view> takeTag(std::string_view& text) {
     const std::size_t end = text.find('>', 1);
     if (end == std::string_view::npos) return std::nullopt;
@@ -76,7 +76,7 @@ namespace {
 constexpr std::size_t kHeader = 8;
 constexpr std::size_t kTrailer = 32;
 
-// What parsing may cost, in bytes: each object some, and what it holds.
+// The cost of parsing in bytes: a constant for each object, and its contents.
 constexpr std::uint64_t kCostOfObject = 32;
 constexpr std::uint64_t kHighestCost = std::uint64_t{16} << 20;
 
@@ -126,7 +126,8 @@ class BinaryMeasure {
         Object object{byteAt(at) >> 4, byteAt(at) & 0x0F, at + 1};
         const bool counted = object.kind >= 0x4 && object.kind != 0x8;
         if (!counted || object.count != 0x0F) return object;
-        // At the table's own begin there still is a byte, and no room for a count.
+        // The marker may be the last byte before the offset table, which leaves no room for a
+        // count.
         const std::size_t size = std::size_t{1} << (byteAt(object.contents) & 0x0F);
         if (size > 8 || object.contents + 1 + size > table_) return std::nullopt;
         object.count = numberAt(object.contents + 1, size);
@@ -134,20 +135,20 @@ class BinaryMeasure {
         return object;
     }
 
-    // Arrays, ordered and other sets refer once for each element, dictionaries twice.
+    // Arrays and sets have one reference for each element, dictionaries have two.
     static std::uint64_t referencesPerElement(unsigned kind) {
         if (kind == 0xD) return 2;
         return kind == 0xA || kind == 0xB || kind == 0xC ? 1 : 0;
     }
 
-    // The object that the table gives for `index`, which lies within it.
+    // The object that the table gives for `index`, which is in its range.
     std::optional<Object> objectWith(std::uint64_t index) const {
         const auto entry = static_cast<std::size_t>(table_ + index * offsetSize_);
         const std::optional<Object> object = objectAt(numberAt(entry, offsetSize_));
         return object && object->count <= table_ ? object : std::nullopt;
     }
 
-    // A string without a NUL: at any other key the parser gives up the whole process.
+    // True for a string without a NUL: at any other key the parser aborts the process.
     bool isKey(std::uint64_t index) const {
         if (index >= extents_.size()) return false;
         const std::optional<Object> object = objectWith(index);
@@ -161,7 +162,7 @@ class BinaryMeasure {
         return true;
     }
 
-    // An object that contains itself would be without end; its depth tells.
+    // An object that contains itself would have no end; the limit on the depth detects it.
     std::optional<Extent> extentOf(std::uint64_t index, int depth) {
         if (index >= extents_.size()) return std::nullopt;
         Extent& known = extents_[static_cast<std::size_t>(index)];

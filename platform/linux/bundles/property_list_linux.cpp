@@ -35,7 +35,8 @@ using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, Call<plist_free>>;
 template <typename T>
 using Allocated = std::unique_ptr<T, Call<::free>>;
 
-// The parser reads real numbers by the thread's locale; this makes it the plain one for a while.
+// The parser reads real numbers by the thread's locale, which may have a decimal comma. During the
+// lifetime of this object the thread has the C locale.
 class PlainNumbers {
   public:
     PlainNumbers() : previous_(::uselocale(plain())) {}
@@ -97,7 +98,7 @@ PropertyListDictionary dictionaryOf(plist_t node) {
     }
 }
 
-// Integers above the signed range keep their 64 bits.
+// Integers above the signed range keep their 64 bits and become negative.
 std::int64_t integerOf(plist_t node) {
     std::uint64_t number = 0;
     if (plist_get_node_type(node) == PLIST_UID) {
@@ -116,7 +117,7 @@ PropertyListDate dateOf(plist_t node) {
     return {std::chrono::system_clock::time_point(kEpoch + sinceEpoch)};
 }
 
-// `read` is one of the two calls that answer bytes and their number.
+// `read` is one of the two calls that return bytes and their number.
 template <typename Read>
 std::string bytesOf(plist_t node, Read read) {
     std::uint64_t length = 0;
@@ -124,7 +125,7 @@ std::string bytesOf(plist_t node, Read read) {
     return bytes != nullptr ? std::string(bytes, static_cast<std::size_t>(length)) : std::string();
 }
 
-// Recursive: what is nested deeper than a bound was refused.
+// Recursive; the depth was limited before the list was parsed.
 PropertyListValue valueOf(plist_t node) {
     switch (plist_get_node_type(node)) {
         case PLIST_BOOLEAN: {

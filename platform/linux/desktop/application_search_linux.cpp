@@ -32,7 +32,8 @@ bool isFolder(const std::string& path) {
            S_ISDIR(status.st_mode);
 }
 
-// The visible folders in `folder`, links to folders among them, sorted by name.
+// The visible folders in `folder`, including links to folders, sorted by name, so that the result
+// does not depend on the folder's own order.
 StringList foldersIn(const std::string& folder) {
     StringList paths;
     posix::DirectoryReader listing(posix::Descriptor(
@@ -75,7 +76,7 @@ OptionalPath findBundle(const std::string& folder, const std::string& identifier
     return std::nullopt;
 }
 
-// The .app that the program, or what it is a link to, lies in.
+// The .app that has the program, or the target of a link to it.
 OptionalPath applicationAround(const std::string& program) {
     const std::unique_ptr<char, decltype(&::free)> real(
         posix::systemCalls().realpath(program.c_str(), nullptr), &::free);
@@ -102,6 +103,7 @@ OptionalPath findByEntry(const StringList& folders, const std::string& identifie
             readSmallFile(*appendPathComponent(folder, identifier + ".desktop"), kLongestEntry);
         if (!text) continue;
         const DesktopEntry entry = parseDesktopEntry(*text);
+        // Hides the entries of the same name in the folders that follow.
         if (entry.isHidden) return std::nullopt;
         if (OptionalPath path = startedBy(entry)) return path;
     }

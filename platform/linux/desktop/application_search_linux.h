@@ -7,19 +7,19 @@
 
 namespace quillmoor::platform::linux_ {
 
-// Where applications are looked for.
+// The folders in which applications are searched for.
 struct ApplicationFolders {
-    StringList bundles;  // each holds *.app, or folders that do
-    StringList entries;  // each holds desktop entries; an earlier one hides those of the same name
+    StringList bundles;  // each has *.app, or folders that have them
+    StringList entries;  // each has desktop entries; an earlier one hides those of the same name
 };
 
 // The application folders of the user and of the machine, /opt, and the desktop's data folders. For
-// the super-user the user is the one at the console.
+// root the user is the one at the console.
 ApplicationFolders applicationFolders();
 
-// The bundle whose information dictionary bears `identifier`, ASCII letters in either case. Else
-// what the desktop entry <identifier>.desktop starts, if that is installed: its bundle, or the
-// program itself where it lies in none. nil when there is neither.
+// The bundle whose information dictionary has `identifier`, without regard to the case of ASCII
+// letters. Else the program that the desktop entry <identifier>.desktop starts, if it is installed:
+// its bundle, or the program itself where it is not in one. nil when there is neither.
 OptionalPath findApplication(const ApplicationFolders& folders, const std::string& identifier);
 
 }  // namespace quillmoor::platform::linux_

@@ -20,7 +20,7 @@ std::string_view takeLine(std::string_view& text) {
     return trimmed(line);
 }
 
-// \s, \n, \t, \r and \\ of every value of type string; other backslashes stay.
+// Resolves \s, \n, \t, \r and \\, as in every value of type string; other backslashes are kept.
 std::string unescaped(std::string_view value) {
     std::string result;
     for (std::size_t i = 0; i < value.size(); ++i) {

@@ -1,4 +1,4 @@
-// Desktop entries: the files by which a desktop knows its applications.
+// Desktop entries: the files that describe applications to a desktop.
 #pragma once
 
 #include <string>
@@ -10,16 +10,16 @@ namespace quillmoor::platform::linux_ {
 
 struct DesktopEntry {
     bool isApplication = false;
-    bool isHidden = false;  // the user's way to say that it is not installed
+    bool isHidden = false;  // to be treated as not installed
     OptionalString tryExec;
     OptionalString exec;
 };
 
-// The group [Desktop Entry] of `text`, the values' own escapes taken off. What is missing stays as
-// it is above.
+// Parses the group [Desktop Entry] of `text` and resolves the escapes of its values. Missing keys
+// have the defaults above.
 DesktopEntry parseDesktopEntry(std::string_view text);
 
-// The first word of an Exec value, its quotes taken off; nil when there is none or a quote is open.
+// The first word of an Exec value, without its quotes; nil when there is none or a quote is open.
 OptionalString programInExec(std::string_view exec);
 
 }  // namespace quillmoor::platform::linux_

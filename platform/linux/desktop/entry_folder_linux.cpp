@@ -23,7 +23,7 @@ using posix::systemCalls;
 
 constexpr mode_t kUsualMode = 0777;
 
-// Goes into the folder `name`, making it for `owner` where it is missing.
+// Opens the folder `name` in `at`, made for `owner` where it is missing.
 int enter(const Owner& owner, const char* name, Descriptor& at) {
     Descriptor next(systemCalls().openat(at.get(), name, posix::kReadFolder, 0));
     int error = next ? 0 : errno;
@@ -61,7 +61,7 @@ int openConsoleUsersEntryFolder(Descriptor& folder) {
 }
 
 int writeEntry(const Descriptor& folder, const std::string& name, const std::string& text) {
-    // By its descriptor the folder is itself, whatever its path leads to by now.
+    // By its descriptor: its path may lead elsewhere by now.
     const std::string path = "/proc/self/fd/" + std::to_string(folder.get());
     return posix::writeFileAtomically(path + "/" + name, text);
 }

@@ -5,7 +5,7 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
-// The escapes of every value of type string. A blank at an end would not be read as part of it.
+// Escapes a value of type string. A blank at either end is escaped, too, since parsers trim it.
 std::string escaped(std::string_view value) {
     std::string text;
     for (std::size_t i = 0; i < value.size(); ++i) {
@@ -23,7 +23,7 @@ std::string escaped(std::string_view value) {
     return text;
 }
 
-// One argument of an Exec value, with its quotes.
+// One argument of an Exec value, quoted.
 std::string quoted(std::string_view argument) {
     std::string text = "\"";
     for (const char c : argument) {

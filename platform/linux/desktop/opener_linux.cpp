@@ -53,14 +53,14 @@ OptionalPath onlyProgramIn(const std::string& folder) {
     return listing.error() == 0 ? only : std::nullopt;
 }
 
-// What a started program finds: see startOnItsOwn.
+// A folder or a terminal of the host's would otherwise stay in use as long as the program runs.
 void leaveHost(posix::SpawnActions& actions) {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         actions.open(stream, posix::kNullDevice);
     actions.note(::posix_spawn_file_actions_addchdir_np(actions.get(), "/"));
 }
 
-// nil when the system refuses. `arguments` are without the program's own name.
+// nil when the program cannot be started. `arguments` are without the program's own name.
 std::optional<pid_t> spawn(const std::string& program, const StringList& arguments) {
     posix::CStrings list;
     list.add(program);
@@ -77,7 +77,7 @@ std::optional<pid_t> spawn(const std::string& program, const StringList& argumen
     return child;
 }
 
-// On a thread that nothing may leave.
+// noexcept: the caller waits for a result, also without memory.
 std::optional<pid_t> spawnOrNone(const std::string& program, const StringList& arguments) noexcept {
     try {
         return spawn(program, arguments);
@@ -86,13 +86,13 @@ std::optional<pid_t> spawnOrNone(const std::string& program, const StringList& a
     }
 }
 
-// In a program that ignores the end of its children there is nothing left to reap; that is as good.
+// Where the host ignores SIGCHLD the child is reaped already and waitpid fails, which is ignored.
 void reap(pid_t child) {
     while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
 }
 
-// Without a trailing slash, so that a name stays a name.
+// Without a trailing slash, which would hide the extension from pathExtension.
 OptionalPath absolute(const std::string& path) {
     std::error_code error;
     const auto folder = std::filesystem::current_path(error);
@@ -125,7 +125,7 @@ bool startOnItsOwn(const std::string& program, const StringList& arguments) {
     const auto started = std::make_shared<std::promise<bool>>();
     std::future<bool> answer = started->get_future();
     try {
-        // The thread comes first: a program that is started is reaped.
+        // The thread is started before the program: a started program is then always reaped.
         current().mainThread->detachNewThread([started, program, arguments] {
             const std::optional<pid_t> child = spawnOrNone(program, arguments);
             started->set_value(child.has_value());

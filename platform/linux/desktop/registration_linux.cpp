@@ -33,8 +33,8 @@ struct Application {
     std::string program;
 };
 
-// The super-user follows no link in the bundle: it may be somebody's who would have a file read
-// that is not theirs.
+// As root no link in the bundle is followed: its owner may want a file read that only root may
+// read.
 std::optional<PropertyListDictionary> infoOf(const std::string& bundle) {
     const int noFollow = isSuperUser() ? O_NOFOLLOW : 0;
     const posix::SystemCalls& calls = posix::systemCalls();
@@ -56,7 +56,7 @@ OptionalString textIn(const PropertyListDictionary& info, const std::string& key
     return text && !text->empty() ? text : std::nullopt;
 }
 
-// A visible file may be called so.
+// True when a visible file may have that name.
 bool isFileName(const std::string& identifier) {
     const bool plain = std::none_of(identifier.begin(), identifier.end(), [](char c) {
         const auto byte = static_cast<unsigned char>(c);

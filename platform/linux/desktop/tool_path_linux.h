@@ -1,4 +1,4 @@
-// Where the tools are that macOS has in fixed places.
+// The paths of tools that have fixed paths on macOS.
 #pragma once
 
 #include <string>
@@ -7,18 +7,18 @@
 
 namespace quillmoor::platform::linux_ {
 
-// `path` itself where a program stands there, and for every tool that this project has no own of.
-// Else ownTool(), else `path`.
+// `path` itself where a program is there, and for every tool that this project does not bring. Else
+// ownTool(), else `path`.
 std::string toolPath(const std::string& path);
 
-// The first of ownTools() that is there and that nobody but the super-user and this process's own
-// user can exchange; nil without one.
+// The first of ownTools() that exists and that only root and this process's own user can replace;
+// nil without one.
 OptionalPath ownTool(const std::string& name);
 
 // The same, but in the installation only.
 OptionalPath installedTool(const std::string& name);
 
-// Where this project's own tool `name` may be: in the bundle that holds this code, in the
+// The possible paths of this project's own tool `name`: in the bundle that has this code, in the
 // installation, and beside a program that was installed elsewhere.
 StringList ownTools(const std::string& name);
 

@@ -1,4 +1,4 @@
-// ASCII letters in either case.
+// Comparing ASCII letters without regard to case, in every locale.
 #pragma once
 
 #include <algorithm>

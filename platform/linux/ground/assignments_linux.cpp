@@ -11,7 +11,7 @@ bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r';
 }
 
-// What stands between the quotes that `text` begins with; nil when they are not closed.
+// The text between the quotes that `text` begins with; nil when they are not closed.
 OptionalString quoted(std::string_view text) {
     const char quote = text.front();
     std::string value;

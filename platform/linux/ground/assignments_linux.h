@@ -1,4 +1,4 @@
-// Files of lines NAME=value in the shell's way of quoting: os-release and user-dirs.dirs.
+// Files of lines NAME=value with the shell's quoting: os-release and user-dirs.dirs.
 #pragma once
 
 #include <string_view>
@@ -7,8 +7,8 @@
 
 namespace quillmoor::platform::linux_ {
 
-// The value last assigned to `name`, its quotes and backslashes taken off; nothing is expanded.
-// nil when there is none. Comments and damaged lines are passed over.
+// The value last assigned to `name`, without its quotes and escapes; nothing is expanded. nil when
+// there is none. Comments and malformed lines are skipped.
 OptionalString assignedValue(std::string_view text, std::string_view name);
 
 }  // namespace quillmoor::platform::linux_

@@ -7,7 +7,7 @@
 #include <sys/random.h>
 #include <sys/vfs.h>
 
-// Early versions of this header forget to say that they declare C functions.
+// Early versions of this header lack their own extern "C".
 extern "C" {
 #include <sys/pidfd.h>
 }
@@ -20,7 +20,7 @@ void* remap(void* start, std::size_t size, std::size_t newSize, int flags, void*
 }
 
 int isHfsPlus(int file, bool* answer) {
-    // Not in the kernel's list of magic numbers for everybody.
+    // Not in <linux/magic.h>.
     constexpr auto kHfsPlus = 0x482B;
     struct statfs status {};
     if (::fstatfs(file, &status) != 0) return -1;

@@ -1,5 +1,5 @@
-// The system calls that only Linux has and that a test may want to fail or to watch: the second
-// part of the table in posix/ground/system_calls_posix.h, with the same rules.
+// The system calls that only Linux has and that a test may make fail or observe: the second part of
+// the table in posix/ground/system_calls_posix.h, with the same rules.
 #pragma once
 
 #include <signal.h>
@@ -20,10 +20,11 @@ struct LinuxCalls {
     void* (*mremap)(void* start, std::size_t size, std::size_t newSize, int flags, void* place);
     ssize_t (*getrandom)(void* bytes, std::size_t size, unsigned flags);
 
-    // Whether the open item is on a file system that keeps the Finder information itself.
+    // Sets `answer` when the open item is on a file system that stores the Finder information
+    // itself.
     int (*isHfsPlus)(int file, bool* answer);
-    // The item cannot be changed, renamed or removed; of a link, the link itself. False where the
-    // file system does not know.
+    // Sets `answer` when the item cannot be changed, renamed or removed; of a link, the link
+    // itself. False where the file system has no such flag.
     int (*isImmutable)(int folder, const char* name, bool* answer);
     // All FS_*_FL flags of an open item, the immutable one among them; ENOTTY where there are none.
     int (*getItemFlags)(int file, int* flags);
@@ -34,16 +35,16 @@ namespace detail {
 extern std::atomic<const LinuxCalls*> linuxCallsInForce;
 }
 
-// The table in force.
+// The table in use.
 inline const LinuxCalls& linuxCalls() {
     return *detail::linuxCallsInForce.load(std::memory_order_acquire);
 }
 
-// The system's own calls, whatever is in force.
+// The system's own calls, also while another table is in use.
 const LinuxCalls& nativeLinuxCalls();
 
-// Puts another table in force and returns the one before; null stands for the system's own. The
-// table must outlive every call made through it.
+// Replaces the table in use and returns the one before; null means the system's own. The table must
+// outlive every call made through it.
 const LinuxCalls* exchangeLinuxCalls(const LinuxCalls* calls);
 
 }  // namespace quillmoor::platform::linux_

@@ -25,7 +25,8 @@ bool othersMayWrite(const struct stat& status) {
     return (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
 }
 
-// A folder that only we can change, or one as /tmp, in which nobody can exchange what is ours.
+// A folder that only we can change, or a sticky one such as /tmp, in which other users cannot
+// replace our items.
 bool guards(const struct stat& folder) {
     return isOurs(folder) && (!othersMayWrite(folder) || (folder.st_mode & S_ISVTX) != 0);
 }
@@ -60,7 +61,7 @@ OptionalPath trustedProgram(const std::string& path) {
             0 ||
         !S_ISREG(status.st_mode) || !isOurs(status) || othersMayWrite(status))
         return std::nullopt;
-    // Below a folder that guards what is ours, everything on the way down must be ours.
+    // A sticky folder protects only items that are ours, so every folder on the path must be.
     for (std::string folder = program; folder != "/";) {
         folder = deleteLastPathComponent(folder);
         if (posix::systemCalls().fstatat(AT_FDCWD, folder.c_str(), &status, AT_SYMLINK_NOFOLLOW) !=

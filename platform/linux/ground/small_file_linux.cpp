@@ -15,8 +15,8 @@ namespace {
 
 using posix::Descriptor;
 
-// `expected` is what the file said of its own size. Reading stops one byte beyond the limit, so
-// that a file that grows meanwhile is noticed as well.
+// `expected` is the size in the file's status. Reading stops one byte beyond the limit, so that a
+// file that grows meanwhile is detected as well.
 std::optional<std::string> readAtMost(const Descriptor& file, std::size_t expected,
                                       std::size_t limit) {
     std::string contents(expected + 1, '\0');

@@ -1,4 +1,4 @@
-// Small files that somebody else may have written.
+// Reading small files that another user may have written.
 #pragma once
 
 #include <sys/types.h>
@@ -9,12 +9,12 @@
 
 namespace quillmoor::platform::linux_ {
 
-// The whole file. nil when it is missing, cannot be read, is not a regular file or holds more than
-// `limit` bytes. Follows links and never waits, whatever stands at `path`.
+// The whole file. nil when it is missing, cannot be read, is not a regular file or has more than
+// `limit` bytes. Follows links. Never waits, also when `path` is a pipe or a device.
 std::optional<std::string> readSmallFile(const std::string& path, std::size_t limit);
 
-// The same for a file in a folder that `owner` rules: nil also when `path` is a link itself or the
-// file belongs to anybody else, so that nobody has the super-user read what they may not.
+// The same for a file in a folder that `owner` controls: nil also when `path` is a link itself or
+// the file has another owner, so that no user can make root read a file that the user may not read.
 std::optional<std::string> readSmallFileOf(uid_t owner, const std::string& path, std::size_t limit);
 
 }  // namespace quillmoor::platform::linux_

@@ -31,19 +31,19 @@ using std::chrono::system_clock;
 
 constexpr mode_t kPermissions = 07777;
 
-// File systems keep dates that the clock does not reach.
+// File systems store dates outside the clock's range.
 system_clock::time_point dateOf(const timespec& time) {
     using Duration = system_clock::duration;
     constexpr seconds kEarliest = std::chrono::ceil<seconds>(Duration::min());
     constexpr seconds kLatest = std::chrono::floor<seconds>(Duration::max()) - seconds(1);
     const seconds whole = std::clamp(seconds(time.tv_sec), kEarliest, kLatest);
-    // In this order: the clock's own unit may be coarser, and its range wider, than nanoseconds'.
+    // Converted separately: the clock's unit may be coarser than nanoseconds and its range wider.
     return system_clock::time_point(Duration(whole) +
                                     duration_cast<Duration>(nanoseconds(time.tv_nsec)));
 }
 
 timespec timeOf(system_clock::time_point date) {
-    // By division, for the ends of the clock's time do not bear being rounded down.
+    // By division: std::chrono::floor overflows at the ends of the clock's range.
     using Duration = system_clock::duration;
     constexpr std::int64_t kSecond = Duration(seconds(1)).count();
     const std::int64_t count = date.time_since_epoch().count();
@@ -52,7 +52,8 @@ timespec timeOf(system_clock::time_point date) {
     return rest < 0 ? timespec{whole - 1, rest + std::nano::den} : timespec{whole, rest};
 }
 
-// Finds the item that a call is to change; answers 0 or the error number.
+// Finds the item that a call is to change; returns 0 or the error number. Its existence is checked
+// first, so that a dangling link is ENOENT for every call.
 int find(const std::string& path, DirectoryEntry& entry, FollowLink follow) {
     struct stat status;
     const int error = posix::resolveParent(path, entry);
@@ -107,7 +108,7 @@ class LinuxAttributes : public Attributes {
         return posix::fileOutcome(FileVerb::Changed, path, changeDate(path, date));
     }
 
-    // The kernel keeps this date itself.
+    // The kernel sets this date itself and has no call for it.
     Outcome setCreationDate(const std::string& path, system_clock::time_point) override {
         DirectoryEntry entry;
         const int error = find(path, entry, FollowLink::Yes);

@@ -18,8 +18,8 @@ namespace {
 using posix::Descriptor;
 using posix::systemCalls;
 
-// HFS+ itself keeps the Finder information; elsewhere it is an attribute that other software which
-// stands in for a Mac reads and writes as well.
+// On HFS+ the file system stores the Finder information; elsewhere it is an attribute that other
+// software, such as file servers for Macs, reads and writes as well.
 constexpr char kOnHfsPlus[] = "osx.com.apple.FinderInfo";
 constexpr char kElsewhere[] = "user.com.apple.FinderInfo";
 
@@ -53,7 +53,7 @@ int openItem(const FileReference& reference, OpenItem& item) {
     int error = path ? posix::resolveParent(*path, entry) : ENOENT;
     if (error == 0) error = posix::statusOf(entry, posix::FollowLink::No, item.status);
     if (error != 0) return error;
-    // Opening a device or a pipe would not leave it alone; neither these nor links have attributes.
+    // Opening a device or a pipe may have effects; neither these nor links have user attributes.
     if (!S_ISREG(item.status.st_mode) && !S_ISDIR(item.status.st_mode)) return EOPNOTSUPP;
     constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
     item.file = Descriptor(systemCalls().openat(entry.folder.get(), entry.name.c_str(), flags, 0));
@@ -97,7 +97,7 @@ class LinuxFinderInfo : public FinderInfo {
         CatalogInfo found;
         const int error = openItem(reference, item);
         if (error != 0) return error;
-        // A shorter value is completed by zeroes; a longer one is none of ours, and fails.
+        // A shorter value is completed with zeroes; a longer one is not Finder information: ERANGE.
         const ssize_t size = systemCalls().fgetxattr(
             item.file.get(), item.attribute, found.finderInfo.data(), found.finderInfo.size());
         if (size < 0 && errno != ENODATA) return errno;

@@ -31,7 +31,7 @@ int setImmutable(const posix::DirectoryEntry& entry, bool immutable) {
     bool isImmutable = false;
     if (linuxCalls().isImmutable(folder, name, &isImmutable) != 0) return errno;
     if (isImmutable == immutable) return 0;
-    // Opening a device or a pipe would not leave it alone, and a link has no such flag.
+    // Opening a device or a pipe may have effects, and a link has no such flag.
     if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) return EOPNOTSUPP;
     constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
     const posix::Descriptor file(systemCalls().openat(folder, name, flags, 0));

@@ -5,9 +5,9 @@
 
 namespace quillmoor::platform::linux_ {
 
-// Sets the flag of a file or folder, or takes it away. An item that is as asked is not opened; a
-// link is not followed. Answers 0 or the error number: EOPNOTSUPP for what cannot have the flag,
-// EPERM for whoever is not the super-user.
+// Sets or clears the flag of a file or folder. An item whose flag has the value already is not
+// opened; links are not followed. Returns 0 or the error number: EOPNOTSUPP for an item that cannot
+// have the flag, EPERM unless the process is root.
 int setImmutable(const posix::DirectoryEntry& entry, bool immutable);
 
 }  // namespace quillmoor::platform::linux_

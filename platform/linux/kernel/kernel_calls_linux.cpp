@@ -22,7 +22,7 @@ namespace {
 
 constexpr int kItemItself = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
 
-// Any of them. What the file system does not know is not set.
+// True for any of the attributes. Those that the file system does not support are not set.
 bool hasAttribute(const struct statx& status, std::uint64_t attributes) {
     return (status.stx_attributes & status.stx_attributes_mask & attributes) != 0;
 }
@@ -86,8 +86,9 @@ int getRemovalTraits(int folder, const char* name, RemovalTraits* traits) {
 
 bool isCopiedAttribute(const char* name, bool ownerKept) {
     const std::string_view text(name);
-    // A program's capabilities are worth as much as a setuid bit.
+    // A program's capabilities give as many privileges as a setuid bit.
     if (text == "security.capability") return ownerKept;
+    // Not SELinux labels and the like: they belong to the folder in which an item is.
     return text.starts_with("user.") || text.starts_with("trusted.") || text.starts_with("osx.") ||
            text.starts_with("system.posix_acl_");
 }

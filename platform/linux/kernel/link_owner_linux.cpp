@@ -8,6 +8,8 @@
 
 namespace quillmoor::platform::posix {
 
+// The open descriptor holds the link itself: what is checked is what is changed, also when another
+// user replaces it in between.
 int giveLink(int folder, const std::string& name, const Owner& owner) {
     const SystemCalls& calls = systemCalls();
     const Descriptor link(calls.openat(folder, name.c_str(), O_PATH | O_NOFOLLOW, 0));

@@ -9,8 +9,8 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// Large pages need an address that is a multiple of their size, and mappings keep theirs only when
-// they move from one such address to another. Older kernels do not choose them by themselves.
+// Large pages need an address that is a multiple of their size, and a mapping keeps them only when
+// it moves from one such address to another. Older kernels do not choose aligned addresses.
 char* reserveAligned(std::size_t size) {
     const std::size_t whole = size + kMappingUnit;
     void* const reserved = systemCalls().mmap(nullptr, whole, PROT_NONE,

@@ -21,8 +21,8 @@ namespace {
 
 constexpr std::size_t kLongestReleaseFile = std::size_t{64} << 10;
 
-// A random UUID, version 4. Where the kernel has no random bytes to give, the process and the
-// counter that follow still tell one string from the next.
+// A random UUID, version 4. Where the kernel has no random bytes, the process id and the counter
+// that follow it still make each string different.
 std::string randomUUID() {
     std::array<unsigned char, 16> b{};
     [[maybe_unused]] const ssize_t filled = linux_::linuxCalls().getrandom(b.data(), b.size(), 0);
@@ -36,7 +36,7 @@ std::string randomUUID() {
     return text.data();
 }
 
-// Nanoseconds since the computer was started, and more than at the call before.
+// Nanoseconds since the computer was started, and greater than at any earlier call.
 std::uint64_t nextCount() {
     static std::atomic<std::uint64_t> last{0};
     const auto now =

@@ -49,7 +49,7 @@ OptionalString consoleUser(const LoginManager* manager) {
     text = nullptr;
     const int classified = manager->sessionGetClass(session.get(), &text);
     const AllocatedText sessionClass(text);
-    // A session that ended in between has no class any more.
+    // A session that ended between the two calls has no class.
     if (classified < 0 || sessionClass == nullptr) return std::nullopt;
     const std::string_view kind(sessionClass.get());
     if (kind == "greeter" || kind == "lock-screen") return "loginwindow";

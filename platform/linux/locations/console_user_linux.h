@@ -1,4 +1,4 @@
-// Who sits at the computer: the active session of the first seat, as the login manager sees it.
+// The user at the screen: the active session of the first seat, as the login manager reports it.
 #pragma once
 
 #include <sys/types.h>
@@ -7,18 +7,18 @@
 
 namespace quillmoor::platform::linux_ {
 
-// What is asked of the login manager, with the calls and the answers of libsystemd: 0 and more is
-// success, strings are malloc's. Both entries are there.
+// The queries of the login manager, as in libsystemd: 0 or more is success, and strings are
+// allocated with malloc. Neither entry is null.
 struct LoginManager {
     int (*seatGetActive)(const char* seat, char** session, uid_t* user);
     int (*sessionGetClass)(const char* session, char** sessionClass);
 };
 
-// This system's own, its library loaded on the first call; null where there is none.
+// This system's login manager; its library is loaded on the first call. Null where there is none.
 const LoginManager* loginManager();
 
-// The user's short name, "loginwindow" while a greeter has the screen, nil when nobody has. Without
-// a login manager nobody has.
+// The user's short name, "loginwindow" while the login screen or a lock screen is shown; nil when
+// no user is logged in at the screen, and without a login manager.
 OptionalString consoleUser(const LoginManager* manager);
 
 }  // namespace quillmoor::platform::linux_

@@ -42,7 +42,8 @@ std::string joined(std::string_view folder, std::string_view path) {
     return *appendPathComponent(std::string(folder), std::string(path));
 }
 
-// What the settings say, moved from the home to the root of the answers where the two differ.
+// The folder in the user's settings, moved from the home to the root of the results where the two
+// differ.
 OptionalPath placedByUser(const UserDomainFolders& user, std::string_view kind) {
     if (user.settingsFile.empty()) return std::nullopt;
     const std::optional<std::string> settings =

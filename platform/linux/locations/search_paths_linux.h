@@ -9,18 +9,18 @@
 
 namespace quillmoor::platform::linux_ {
 
-// Whose folders the user domain means.
+// The user whose folders the user domain contains.
 struct UserDomainFolders {
-    std::string root;                    // what the answers begin with
-    std::string home;                    // where the user's own settings place folders
+    std::string root;                    // what the results begin with
+    std::string home;                    // the home that the user's settings refer to
     std::string settingsFile;            // the user's user-dirs.dirs; empty for none
-    std::optional<uid_t> settingsOwner;  // whose it must be; nil when it is this process's own
+    std::optional<uid_t> settingsOwner;  // the file's required owner; nil for this process's own
 };
 
 UserDomainFolders foldersOfThisUser();
 
-// The answers begin with /var/root, as the library expects of the super-user; the names of the
-// folders are those of the user at the console.
+// The results begin with /var/root, which the library expects for root; the names of the folders
+// are those of the user at the console.
 UserDomainFolders foldersOfSuperUser(const std::optional<posix::User>& consoleUser);
 
 // User before local before system.

@@ -9,7 +9,7 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
-// The path's components joined again, so that no slash is doubled or trailing.
+// The path's components joined without doubled or trailing slashes.
 std::string tidied(const StringList& components) {
     std::string path;
     for (const std::string& each : components) {

@@ -36,7 +36,7 @@ std::optional<struct stat> statusOf(int folder, const char* name) {
     return status;
 }
 
-// The environment tells of this process's own home and of no other.
+// The environment applies to this process's own home only.
 OptionalPath dataFolderInEnvironment(const Identity& home) {
     const OptionalPath folder = absolutePathInEnvironment("XDG_DATA_HOME");
     struct stat own;
@@ -51,8 +51,8 @@ std::string readLink(int folder, const char* name) {
     return target;
 }
 
-// The folder of the Trash, from the home, that another user's link to its items tells of; empty
-// when the link leads anywhere else.
+// The folder of the Trash, relative to the home, by another user's link to its items; empty when
+// the link leads anywhere else. The target is only read, never followed.
 StringList trashOfLink(std::string_view target, const std::string& home) {
     const std::string prefix = home + "/";
     if (target.starts_with(prefix)) target.remove_prefix(prefix.size());
@@ -67,7 +67,7 @@ StringList trashOfLink(std::string_view target, const std::string& home) {
 
 void makeLink(int home, const std::string& trash, const std::optional<posix::Owner>& owner) {
     const std::string target = trash + "/" + kItemsName;
-    // Items can be put in the Trash without it: a failure changes nothing for them.
+    // A failure is ignored: the Trash works without the link.
     if (systemCalls().symlinkat(target.c_str(), home, kLinkName) == 0 && owner)
         posix::giveLink(home, kLinkName, *owner);
 }
@@ -141,7 +141,7 @@ int TrashFolder::enter(int folder, const std::string& name, Descriptor& next) co
     if (!found && errno == ENOENT) {
         const int error = make(folder, name, next);
         if (error != EEXIST) return error;
-        // Somebody else was quicker.
+        // Another process has made it meanwhile.
         found = Descriptor(systemCalls().openat(folder, name.c_str(), flags, 0));
     }
     if (!found) return errno;
@@ -186,7 +186,7 @@ int TrashFolder::makeRecord(const std::string& name, std::string_view originalPa
     return error;
 }
 
-// Without an allocation: a record must go for lack of memory, too.
+// Without an allocation: the record must also be removed when a move fails for lack of memory.
 void TrashFolder::release(const std::string& name) const noexcept {
     char record[NAME_MAX + 1] = {};
     if (!records_ || name.size() + kTrashInfoSuffix.size() > NAME_MAX) return;

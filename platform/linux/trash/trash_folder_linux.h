@@ -1,4 +1,4 @@
-// A user's Trash, open.
+// An open Trash of a user.
 #pragma once
 
 #include <optional>
@@ -11,39 +11,39 @@
 
 namespace quillmoor::platform::linux_ {
 
-// The freedesktop.org Trash of a home, or the real folder ~/.Trash where the user has one. Made by
-// the super-user in another user's home, folders, link and records belong to that user; every step
-// there is taken from an open folder and follows no link, because that user may be hostile.
+// The freedesktop.org Trash of a home, or the real folder ~/.Trash where the user has one. Folders,
+// link and records that root makes in another user's home belong to that user; every step there
+// starts from an open folder and follows no link, because that user may be hostile.
 class TrashFolder {
   public:
-    // Opens the Trash of the home `home`, making what is missing: the folders, and ~/.Trash as a
-    // link to its items where nothing stands. nil when it cannot be used, or when the super-user
-    // would be led out of another user's home; `error` is EACCES then where this process may not
-    // enter or change a folder on the way.
+    // Opens the Trash of the home `home` and makes what is missing: the folders, and ~/.Trash as a
+    // link to its items where no item has that name. nil when it cannot be used, or when it would
+    // lead root out of another user's home; `error` is then the error number, EACCES where this
+    // process may not enter or change a folder of the path.
     static std::optional<TrashFolder> open(const std::string& home, int& error);
 
-    // The open folder is the Trash or lies in it.
+    // True when the open folder is the Trash or is in it.
     bool holds(int folder) const { return posix::isSameOrBelow(folder, top_); }
 
-    // A real folder ~/.Trash does not.
+    // False for a real folder ~/.Trash.
     bool keepsRecords() const { return bool(records_); }
 
     // The folder that items are moved to.
     int items() const { return items_.get(); }
 
-    // Reserves a name with a record of where the item came from. Answers 0 or the error number,
-    // EEXIST when an item or a record has that name. A real folder ~/.Trash has no records: there
-    // only the item counts.
+    // Reserves a name by a record of the item's original path. Returns 0 or the error number,
+    // EEXIST when an item or a record has that name. In a real folder ~/.Trash, which has no
+    // records, it only checks for an item.
     int reserve(const std::string& name, std::string_view originalPath) const;
 
-    // An item of that name is there, be it a dangling link.
+    // True when an item has that name, including a dangling link.
     bool hasItem(const std::string& name) const;
 
-    // Notes that an item of that name, which somebody else puts there, came from `originalPath`.
-    // Replaces a record of that name. Answers 0 or the error number.
+    // Records `originalPath` for an item that another process is about to move here under that
+    // name. Replaces an existing record. Returns 0 or the error number.
     int record(const std::string& name, std::string_view originalPath) const;
 
-    // Takes the record away again, of an item that has not arrived.
+    // Removes the record of an item that was not moved.
     void release(const std::string& name) const noexcept;
 
     // The longest name that leaves room for the record's suffix and for a number.

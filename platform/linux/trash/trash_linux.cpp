@@ -21,7 +21,7 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
-// The home whose Trash is meant; nil when the destination is none.
+// The home of the Trash `destination`; nil when it is not the path of a Trash.
 OptionalPath homeOf(const OptionalPath& destination) {
     constexpr std::string_view suffix = "/.Trash";
     if (!destination) return homeOfThisProcess();
@@ -35,7 +35,7 @@ bool isOneName(const std::string& name) {
            name.find('\0') == std::string::npos;
 }
 
-// Where the open folder really is: links on the way to it may be gone when the item is put back.
+// The real path of the open folder: links in the path may be gone when the item is put back.
 std::string pathOf(int folder, const std::string& spelled) {
     char path[PATH_MAX];
     const std::string self = "/proc/self/fd/" + std::to_string(folder);
@@ -45,7 +45,7 @@ std::string pathOf(int folder, const std::string& spelled) {
     return std::string(path) + "/" + spelled;
 }
 
-// One item on its way into the Trash.
+// Moves one item into the Trash.
 class Recycling {
   public:
     Recycling(const TrashFolder& trash, const posix::DirectoryEntry& from, std::string originalPath)
@@ -55,18 +55,20 @@ class Recycling {
         const posix::SystemCalls& calls = posix::systemCalls();
         to_.folder = posix::Descriptor(calls.openat(trash_.items(), ".", posix::kSearchFolder, 0));
         if (!to_.folder) return false;
-        // Without a record the whole name has room, unless it needs a number.
+        // Without a record there is room for the whole name, unless it needs a number.
         if (!trash_.keepsRecords() && !isTaken(from_.name)) return result_.error == 0;
         uniqueFilename(posix::shortenedName(from_.name, TrashFolder::kLongestName),
                        [this](const std::string& name) { return isTaken(name); });
         return result_.error == 0;
     }
 
-    // After a failure: the name that the whole item has in the Trash all the same; null if none.
+    // After a failure: the name of a complete copy that remains in the Trash; null if there is
+    // none.
     const std::string* remainingCopy() const { return result_.copyRemains ? &to_.name : nullptr; }
 
   private:
-    // Tries that name. NO ends the search, be it that the item has arrived or that it cannot.
+    // Tries to move the item under that name. False ends the search: the item was moved, or cannot
+    // be.
     bool isTaken(const std::string& name) {
         to_.name = name;
         const int error = trash_.reserve(name, originalPath_);
@@ -89,7 +91,8 @@ class Recycling {
     posix::MoveResult result_{EIO};
 };
 
-// The item's path as it is to be put back to. The item itself may be out of this process's reach.
+// The path to which the item is to be put back. This process may not be able to reach the item
+// itself.
 std::string originalPathOf(const std::string& item) {
     std::string parent = deleteLastPathComponent(item);
     if (parent.empty()) parent = ".";
@@ -113,7 +116,7 @@ bool leadsTo(const std::string& path, const TrashFolder& trash) {
            posix::identityOf(byPath) == posix::identityOf(open);
 }
 
-// Root has none where it acts for another user.
+// False for root in another user's home, for whom root acts.
 bool isOwnHome(const std::string& home) {
     struct stat status;
     return ::stat(home.c_str(), &status) == 0 && (::geteuid() != 0 || status.st_uid == 0);
@@ -125,8 +128,9 @@ OptionalPath realPath(const std::string& path) {
     return isThere ? OptionalPath(real) : std::nullopt;
 }
 
-// Where the path leads, as far as this process can see: what is behind a folder that it may not
-// search is in that folder. nil when nothing is there, or when the rest leads out again.
+// The real path, as far as this process can resolve it: an item behind a folder that it may not
+// search counts as in that folder. nil for a missing item, or when the rest has a component that
+// leads out again.
 OptionalPath nearestRealPath(std::string path) {
     for (;;) {
         if (OptionalPath real = realPath(path)) return real;
@@ -135,7 +139,7 @@ OptionalPath nearestRealPath(std::string path) {
     }
 }
 
-// ~/.Trash is a folder, or a link that leads to an item in the home.
+// True when ~/.Trash is a folder, or a link that leads to an item in the home.
 bool staysInHome(const std::string& home, const std::string& path) {
     struct stat status;
     if (::lstat(path.c_str(), &status) != 0) return false;
@@ -150,8 +154,8 @@ bool staysInHome(const std::string& home, const std::string& path) {
     return inside && real && real->starts_with(*inside + "/");
 }
 
-// `items` is the path of the Trash as its caller knows it. No exception leaves it: the outcome
-// reports the items before this one.
+// `items` is the caller's path of the Trash. noexcept, since the outcome of the items before this
+// one must be reported.
 bool recycleOne(const TrashFolder& trash, const std::string& items, const std::string& folderPath,
                 const std::string& name, RecycleOutcome& outcome) noexcept try {
     const std::string source = folderPath.empty() ? "." : folderPath;
@@ -194,16 +198,16 @@ RecycleOutcome recycleToTrash(const std::string& source, const OptionalPath& des
     return outcome;
 }
 
-// The other process goes by the path: only where that leads to the very folder that is open here
-// has an item there to do with a record.
+// The tool moves items by the path: a record is right only where the path leads to the folder that
+// is open here.
 bool prepareTrash(const std::string& destination) {
     int error = 0;
     const auto trash = openTrash(destination, error);
     if (trash && leadsTo(destination, *trash)) return true;
     const OptionalPath home = homeOf(destination);
     if (!home || !isOwnHome(*home) || (!trash && error != EACCES)) return false;
-    // Where the user's own is out of reach there must be another place; no other trouble makes one,
-    // for it is there to stay.
+    // A real folder is made only where the user's own Trash cannot be reached, and not after other
+    // errors, since it replaces that Trash from then on.
     if (!trash && ::mkdir(destination.c_str(), S_IRWXU) == 0) return true;
     return staysInHome(*home, destination);
 }

@@ -5,7 +5,7 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
-// Whatever the locale says.
+// Not isalnum, which depends on the locale.
 bool staysAsItIs(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
            std::string_view("-._~/").find(c) != std::string_view::npos;
