@@ -18,9 +18,9 @@
 
 namespace quillmoor::platform {
 
-// Without either of them, a reference that has no rights.
+// Without either of its members, a reference without rights.
 struct AuthorizationOpaque {
-    bool isDirect = false;  // this process can do by itself what the rights are for
+    bool isDirect = false;  // this process is root and needs no helper
     std::optional<linux_::authorization::Grant> grant;
 };
 
@@ -31,7 +31,7 @@ bool isSuperUser() {
     return ::getuid() == 0;
 }
 
-// Not in a program with a setuid bit: its environment is somebody else's.
+// secure_getenv, since the environment of a setuid program is its caller's and must not be trusted.
 bool isAuthorizedTool() {
     return ::geteuid() == 0 && ::secure_getenv(kAuthorizedUid) != nullptr;
 }
@@ -43,12 +43,12 @@ std::optional<std::string_view> valueOf(const AuthorizationItemSet& items, std::
     return std::nullopt;
 }
 
-// Either would end the text early on its way.
+// Either character would end the text early: credentials are sent as lines and arguments.
 bool isOneLine(std::string_view text) {
     return text.find_first_of(std::string_view("\0\n", 2)) == std::string_view::npos;
 }
 
-// The texts are the caller's own and stay where they are.
+// Views of the caller's texts: a password is not copied.
 struct Credentials {
     std::string_view user;
     std::string_view password;
@@ -67,7 +67,7 @@ bool areGrantable(const AuthorizationItemSet& rights) {
     });
 }
 
-// nil as well where there is no helper to be trusted: nobody would come.
+// nil also without a trustworthy helper, which could never connect.
 std::optional<Rendezvous> openRendezvous() {
     std::optional<Rendezvous> rendezvous = Rendezvous::open();
     if (rendezvous && rendezvous->helperCommand().empty()) return std::nullopt;
@@ -115,7 +115,7 @@ class LinuxAuthorization final : public Authorization {
         std::optional<Channel> channel;
         const AuthorizationStatus status =
             mayAsk ? askUser(channel) : tryCredentials(credentials, channel);
-        // The user can be asked again when the helper goes; a password is not kept.
+        // When the helper ends the user can be asked again; a password is not kept for that.
         if (status == kAuthorizationSuccess)
             reference->grant.emplace(*std::move(channel), mayAsk ? askUser : nullptr);
         return status;

@@ -14,7 +14,7 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
-// The user who asked in the first place, in a process that was itself started with rights.
+// The user of the first client, also in a tool that a helper started.
 std::string authorizedUid() {
     const char* const given = ::secure_getenv(kAuthorizedUid);
     return given != nullptr ? given : std::to_string(::getuid());

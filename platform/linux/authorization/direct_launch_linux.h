@@ -1,4 +1,4 @@
-// Starting tools from a process that has the super-user's rights itself.
+// Starting tools from a process that runs as root itself.
 #pragma once
 
 #include <memory>
@@ -10,7 +10,7 @@
 namespace quillmoor::platform::linux_::authorization {
 
 // Starts `tool` as a child and does not wait for it. kAuthorizationToolExecuteFailure when it
-// cannot be started.
+// cannot be started; `stream` is then unchanged.
 AuthorizationStatus executeDirectly(const std::string& tool, const StringList& arguments,
                                     std::shared_ptr<AuthorizedToolStream>& stream);
 

@@ -1,4 +1,4 @@
-// Rights that were granted, and the helper that has them.
+// A granted authorization and its helper.
 #pragma once
 
 #include <sys/types.h>
@@ -17,18 +17,18 @@ namespace quillmoor::platform::linux_::authorization {
 // Used by one thread at a time.
 class Grant {
   public:
-    // Has another helper started; sets `channel` on success only.
+    // Starts another helper; sets `channel` on success only.
     using Renewal = std::function<AuthorizationStatus(std::optional<Channel>& channel)>;
 
-    // Without a renewal the rights are gone when the helper is.
+    // Without a renewal the authorization ends with the helper.
     explicit Grant(Channel channel, Renewal renewal = nullptr);
 
-    // The helper has not gone, as far as can be told without asking it.
+    // True while the helper runs, as far as can be determined without a message to it.
     bool isHeld() const { return channel_.isOpen(); }
 
-    // As Channel::execute(). When the helper has gone before the tool was named to it, the renewal
-    // is asked once, and its failure answered; in a child made by fork it never is. A helper that
-    // goes later may have started the tool: that is kAuthorizationDenied.
+    // As Channel::execute(). When the helper ended before the request was sent, the renewal is
+    // called once, and its failure returned; never in a child made by fork. A helper that ends
+    // later may have started the tool: that is kAuthorizationDenied, and not tried again.
     AuthorizationStatus execute(const std::string& tool, const StringList& arguments,
                                 std::shared_ptr<AuthorizedToolStream>& stream);
 

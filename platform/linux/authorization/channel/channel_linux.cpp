@@ -23,8 +23,8 @@ using posix::Descriptor;
 
 namespace {
 
-// Every channel's descriptor, for a child made by fork to close: the helper ends when somebody else
-// than its client talks to it.
+// Every channel's descriptor, which a child made by fork closes: the helper ends when a process
+// other than its client sends anything, so a child that used the parent's channel would end it.
 class OpenSockets {
   public:
     static OpenSockets& shared() {
@@ -63,7 +63,7 @@ bool isReadable(int descriptor, int milliseconds) {
     return count > 0;
 }
 
-// A message's header, from a helper that is trusted to send all of it once it has begun.
+// Receives a header. Without a time limit: the helper is trusted to send all that it has begun.
 bool receiveHeader(int socket, MessageKind kind, std::size_t size) {
     MessageHeader header{};
     return receiveBytes(socket, &header, sizeof header) && header.magic == kMessageMagic &&
@@ -75,7 +75,7 @@ Descriptor openAbove(const char* path, int flags) {
         Descriptor(posix::systemCalls().openat(AT_FDCWD, path, flags, 0)));
 }
 
-// What a tool has from this process beside its stream.
+// What a tool inherits from this process besides its stream.
 struct ToolContext {
     Descriptor folder;
     Descriptor noError;  // where this process has no standard error
@@ -83,15 +83,17 @@ struct ToolContext {
 
 constexpr char kNowhere[] = "/dev/null";
 
-// The folder may not be entered, is gone, or lies on a file system that no longer responds: a soft
-// network mount reports EIO. A lack of descriptors or memory says nothing about the folder.
+// The folder may not be entered, was removed, or is on a file system that does not respond any
+// more: a soft network mount reports EIO. A lack of descriptors or memory says nothing about the
+// folder.
 bool isOutOfReach(int error) {
     constexpr std::array kErrors{EACCES, EPERM,    ENOENT,       ENOTDIR,   ESTALE,
                                  EIO,    ENOTCONN, ECONNABORTED, ETIMEDOUT, EHOSTDOWN};
     return std::find(kErrors.begin(), kErrors.end(), error) != kErrors.end();
 }
 
-// A process can stand in a folder that is out of its reach: then it has none to give.
+// A process may be unable to open its own working folder: then the helper gets a descriptor that is
+// not a folder, and uses an empty one.
 Descriptor openWorkingFolder() {
     Descriptor folder = openAbove(".", O_PATH | O_DIRECTORY);
     return folder || !isOutOfReach(errno) ? std::move(folder) : openAbove(kNowhere, O_PATH);
@@ -134,7 +136,7 @@ std::optional<Channel> Channel::greet(Descriptor socket) {
 }
 
 bool Channel::isOpen() const {
-    // The helper speaks only when it is spoken to.
+    // The helper sends nothing without a request: readable means that it has closed its end.
     return socket_->descriptor && !isReadable(socket_->descriptor.get(), 0);
 }
 

@@ -1,4 +1,4 @@
-// The connection to a helper that runs as the super-user.
+// The connection to a helper that runs as root.
 #pragma once
 
 #include <memory>
@@ -11,24 +11,24 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// The helper lives as long as its channel, and no longer than this process. Used by one thread at a
-// time. In a child made by fork every channel is closed; the parent's stay.
+// The helper runs as long as its channel exists, and no longer than this process. Used by one
+// thread at a time. In a child made by fork every channel is closed; the parent's are not affected.
 class Channel {
   public:
-    // The end of a connected socket whose other end is a helper that is to be trusted. Waits for
-    // its greeting; nil when there is none within a few seconds, or another one than expected.
+    // Makes a channel of a connected socket, whose peer the caller has checked to be the helper.
+    // Waits for its greeting; nil when none arrives within five seconds, or a different one.
     static std::optional<Channel> greet(posix::Descriptor socket);
 
     Channel(Channel&& other) noexcept;
     Channel& operator=(Channel&& other) noexcept;
     ~Channel();
 
-    // The helper has not gone, as far as can be told without asking it.
+    // True while the helper runs, as far as can be determined without a message to it.
     bool isOpen() const;
 
-    // Has the helper start `tool`. kAuthorizationToolExecuteFailure when the tool cannot be
-    // started: it is missing, is no program, or has more arguments than a tool can be given.
-    // kAuthorizationDenied when the helper has gone.
+    // Asks the helper to start `tool`, and waits for its reply.
+    // kAuthorizationToolExecuteFailure when the tool cannot be started: it is missing, is not a
+    // program, or has too many arguments. kAuthorizationDenied when the helper has ended.
     AuthorizationStatus execute(const std::string& tool, const StringList& arguments,
                                 std::shared_ptr<AuthorizedToolStream>& stream);
 

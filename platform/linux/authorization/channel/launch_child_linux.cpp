@@ -57,7 +57,7 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
     setDescriptors(actions, setup);
     const posix::SpawnAttributes attributes(posix::SpawnSession::Inherited);
     if (actions.error() != 0 || attributes.error() != 0) return nullptr;
-    // First: once the program runs, nothing may be thrown that leaves it without an owner.
+    // Before the start: once the program runs, an exception would leave it without an owner.
     std::unique_ptr<LaunchChild> child(new LaunchChild);
 
     pid_t pid = -1;
@@ -66,7 +66,7 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
         return nullptr;
     Descriptor exit = posix::openExitDescriptor(pid);
     if (!exit) {
-        // A program that has taken other rights already cannot be killed.
+        // A setuid program that runs as root already cannot be killed by this user.
         if (posix::systemCalls().kill(pid, SIGKILL) == 0)
             waitFor(exit, pid);
         else

@@ -19,7 +19,7 @@ namespace {
 using posix::Descriptor;
 using Clock = std::chrono::steady_clock;
 
-// More than any launcher says that has something to say.
+// More than any launcher writes; the rest is discarded, so that memory is bounded.
 constexpr std::size_t kLongestComplaint = 16384;
 
 class Wait {
@@ -42,7 +42,7 @@ class Wait {
 
     bool came(std::size_t which) const { return polled_[which].revents != 0; }
 
-    // NO when the waiting is over.
+    // False when the wait is over.
     bool step() {
         polled_.resize(kTalk);
         if (conversation_) conversation_->await(polled_);
@@ -82,7 +82,8 @@ class Wait {
         return false;
     }
 
-    // Also takes what the launcher wrote before it ended. Others may hold the pipe still.
+    // Also reads what the launcher wrote before it ended. Not to the end of the pipe, which other
+    // processes may keep open.
     bool noteEnd() {
         for (pollfd& errors = polled_[kErrors];
              errors.fd >= 0 && posix::systemCalls().poll(&errors, 1, 0) > 0;)

@@ -1,4 +1,4 @@
-// Waiting for a helper that a launcher is to bring.
+// Waiting for the helper that a launcher starts.
 #pragma once
 
 #include <poll.h>
@@ -15,42 +15,42 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Given credentials: nobody sits there who could take longer.
+// The limit with given credentials, where no person has to type. A dialog has no limit.
 inline constexpr std::chrono::seconds kCredentialsTimeout{60};
 
-// A pipe. Both ends invalid when there is none to be had.
+// A pipe. Both ends are invalid when there are no descriptors for it.
 struct Pipe {
     posix::Descriptor read;
     posix::Descriptor write;
     static Pipe open();
 };
 
-// What is said to programs that ask while they are waited for.
+// The exchange with programs that ask for a password during the wait.
 class Conversation {
   public:
     virtual ~Conversation() = default;
 
-    // Adds the descriptors where something may happen.
+    // Adds the descriptors to poll.
     virtual void await(std::vector<pollfd>& polled) const = 0;
-    // Called when something may have happened there; never waits. False gives the launch up.
+    // Called after each poll; never waits. False abandons the launch.
     virtual bool proceed(const LaunchChild& launcher) = 0;
 };
 
 struct LaunchAttempt {
-    std::optional<Channel> channel;  // nil: the helper has not come
-    std::optional<LaunchEnd> end;    // nil: the launcher did not end, but was given up, and killed
-    std::string complaint;           // what it wrote to `errors`
+    std::optional<Channel> channel;  // nil: the helper has not connected
+    std::optional<LaunchEnd> end;    // nil: the launcher did not end by itself, but was killed
+    std::string complaint;           // what the launcher wrote to `errors`
 };
 
-// Waits until the helper has come or `launcher` has ended. With a conversation it takes no longer
-// than kCredentialsTimeout. Whoever else knocks at the rendezvous is sent away; it may be null when
-// no helper is expected.
+// Waits until the helper has connected or `launcher` has ended, with a conversation for at most
+// kCredentialsTimeout. Connections of other processes are closed. `rendezvous` may be null when no
+// helper is expected.
 LaunchAttempt waitForHelper(Rendezvous* rendezvous, LaunchChild& launcher,
                             const posix::Descriptor& errors, Conversation* conversation);
 
-// Waits until something can be read, or the end of the text. False when that takes too long.
+// Waits until bytes or the end of the stream can be read. False after `timeout`.
 bool isReadable(int descriptor, std::chrono::milliseconds timeout);
-// Reads what is there, and only once; nil at the end of the text, and where nothing can be read.
+// Reads once; nil at the end of the stream and after an error.
 std::optional<std::string> readPiece(int descriptor);
 
 }  // namespace quillmoor::platform::linux_::authorization

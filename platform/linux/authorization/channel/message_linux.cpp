@@ -21,7 +21,7 @@ void appendNumber(std::string& body, std::size_t value) {
     body.append(bytes, sizeof bytes);
 }
 
-// False when it would get too large, or cannot be an argument.
+// False when the body would get too large, or the text cannot be an argument.
 bool appendText(std::string& body, const std::string& text) {
     if (text.find('\0') != std::string::npos ||
         text.size() + sizeof(Number) > kLargestBody - body.size())
@@ -48,7 +48,7 @@ std::optional<std::string> takeText(std::string_view& body) {
     return std::string(text);
 }
 
-// Puts the descriptors into `message`; `room` is where they stand until it has been sent.
+// Attaches the descriptors to `message`; `room` is their buffer until it has been sent.
 void attach(std::span<const int> descriptors, std::span<char> room, msghdr& message) {
     if (descriptors.empty()) return;
     message.msg_control = room.data();

@@ -5,7 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-// Early versions of this header forget to say that they declare C functions.
+// Early versions of this header lack their own extern "C".
 extern "C" {
 #include <sys/pidfd.h>
 }
@@ -39,14 +39,14 @@ Descriptor openPeer(int socket, pid_t pid) {
     return errno == ENOPROTOOPT ? Descriptor(linuxCalls().pidfd_open(pid, 0)) : Descriptor();
 }
 
-// 0 where there is none, or it cannot be told.
+// 0 where there is none, or /proc hides it.
 pid_t parentOf(pid_t process) {
     const std::string path = "/proc/" + std::to_string(process) + "/stat";
     const Descriptor file(posix::systemCalls().openat(AT_FDCWD, path.c_str(), O_RDONLY, 0));
     char buffer[512];
     const ssize_t size = file ? posix::systemCalls().read(file.get(), buffer, sizeof buffer) : -1;
     if (size <= 0) return 0;
-    // "number (name) state parent ...", where the name may hold anything.
+    // "number (name) state parent ...", where the name may have any characters, also ") ".
     const std::string_view text(buffer, static_cast<std::size_t>(size));
     const std::size_t name = text.rfind(") ");
     constexpr std::size_t kToParent = 4;
@@ -76,7 +76,7 @@ bool hasEnded(const Descriptor& process) {
 }
 
 bool descendsFrom(pid_t process, pid_t ancestor) {
-    // No process has that many above it, unless they changed meanwhile.
+    // A bound for the case that ids are reused during the walk, which could then go in a circle.
     constexpr int kMost = 1000;
     for (int step = 0; step < kMost && process > 0; ++step) {
         if (process == ancestor) return true;

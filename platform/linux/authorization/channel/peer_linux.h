@@ -1,4 +1,5 @@
-// Who a process is that this one talks to, and whose child. The helper is built from this as well.
+// The identity and ancestry of the process at the other end of a socket. The helper is built from
+// this as well.
 #pragma once
 
 #include <sys/types.h>
@@ -12,18 +13,18 @@ namespace quillmoor::platform::linux_::authorization {
 struct Peer {
     pid_t pid = -1;
     uid_t uid = 0;
-    // Names the process for as long as it is open, also when the number has been given out anew.
+    // A pidfd: it identifies the process also after its number was reused.
     posix::Descriptor process;
 };
 
-// The process that made the other end of a connected socket; nil when that cannot be told or it has
-// ended.
+// The process that made the other end of a connected socket; nil when it has ended or cannot be
+// identified.
 std::optional<Peer> peerOf(int socket);
 
-// It is no more, or has ended and nobody has asked for its status yet.
+// True when the process has ended, whether or not its status was collected.
 bool hasEnded(const posix::Descriptor& process);
 
-// `process` is `ancestor`, or a child of it, or of one of those. NO where it cannot be told.
+// True when `process` is `ancestor` or a descendant of it. False where that cannot be determined.
 bool descendsFrom(pid_t process, pid_t ancestor);
 
 }  // namespace quillmoor::platform::linux_::authorization

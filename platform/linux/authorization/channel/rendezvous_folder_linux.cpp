@@ -25,7 +25,7 @@ constexpr std::string_view kPrefix = "quillmoor-";
 constexpr std::string_view kVariable = "XXXXXX";
 constexpr char kSocketName[] = "rights";
 
-// The lock ends with the process, however that ends; unlike a number, it is never another's.
+// A lock ends with its process in every case; a process id in a file could be another's by now.
 Descriptor openLocked(int parent, const char* folder) {
     Descriptor locked = posix::aboveStandardStreams(Descriptor(
         posix::systemCalls().openat(parent, folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW, 0)));
@@ -33,8 +33,9 @@ Descriptor openLocked(int parent, const char* folder) {
     return locked;
 }
 
-// Of this user's own item that is no mount point, 0 of all others. Another user may have mounted a
-// program's file system to keep this process waiting: no such program is asked.
+// The mode of an item of this user's that is not a mount point; 0 for all others. Another user may
+// have mounted a FUSE file system there to make this process wait: AT_STATX_DONT_SYNC sends it no
+// request.
 mode_t modeOfOwn(int parent, const char* name) {
     struct statx status {};
     constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
@@ -48,7 +49,7 @@ bool isClosedToOthers(mode_t folder) {
     return S_ISDIR(folder) && (folder & (S_IRWXU | S_IRWXG | S_IRWXO)) == S_IRWXU;
 }
 
-// It is locked, and gets its socket, a moment after it has been made.
+// True for a new folder, which another process may be about to lock and give its socket.
 bool mayBeInTheMaking(int folder) {
     constexpr time_t kSeconds = 600;
     struct stat status {};
@@ -93,7 +94,7 @@ RendezvousFolder& RendezvousFolder::operator=(RendezvousFolder&& other) noexcept
 
 RendezvousFolder::~RendezvousFolder() {
     if (path_.empty()) return;
-    // Without memory, which may have run out.
+    // By the open folder, without a path to allocate: memory may have run out.
     posix::systemCalls().unlinkat(locked_.get(), kSocketName, 0);
     posix::systemCalls().unlinkat(AT_FDCWD, path_.c_str(), AT_REMOVEDIR);
 }

@@ -8,11 +8,11 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Only its user may enter it. It is locked for as long as its maker has it: a folder that is not is
-// left over from a process that was killed.
+// Only its user may enter it. It is locked during the lifetime of this object: a folder without a
+// lock is left over from a process that was killed.
 class RendezvousFolder {
   public:
-    // A new folder in `place`; nil when none can be made there.
+    // Makes a new folder in the folder `place`; nil when that fails.
     static std::optional<RendezvousFolder> make(const std::string& place);
 
     RendezvousFolder(RendezvousFolder&& other) noexcept;
@@ -20,7 +20,7 @@ class RendezvousFolder {
     // Removes the folder and the socket in it.
     ~RendezvousFolder();
 
-    // The path for a socket in it.
+    // The path of the socket in it.
     std::string socketPath() const;
 
   private:
@@ -30,10 +30,10 @@ class RendezvousFolder {
     posix::Descriptor locked_;
 };
 
-// Removes what killed processes of this user have left in `place`: folders that are named as make()
-// names them, belong to this user and are closed to all others, are locked by no process, and hold
-// a socket or have been empty for ten minutes. Follows no link, leaves mount points alone, and
-// ignores failures.
+// Removes the folders that killed processes of this user have left in `place`: those that have a
+// name as from make(), belong to this user and are closed to all others, are not locked, and have a
+// socket or have been empty for ten minutes. Follows no links, skips mount points, and ignores
+// failures.
 void removeAbandonedFolders(const std::string& place);
 
 }  // namespace quillmoor::platform::linux_::authorization

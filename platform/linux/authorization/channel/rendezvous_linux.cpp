@@ -24,7 +24,7 @@ using posix::Descriptor;
 
 constexpr char kHelper[] = "quillmoor-rights-helper";
 
-// As a socket's address; false when the path is too long for one.
+// False when the path is too long for a socket's address.
 bool setPath(sockaddr_un& address, const std::string& path) {
     if (path.size() >= sizeof address.sun_path) return false;
     address.sun_family = AF_UNIX;
@@ -46,7 +46,7 @@ Descriptor listenAt(const std::string& path) {
     return socket;
 }
 
-// Where this user's short-lived files belong, then where anybody's do.
+// The user's folder for runtime files, then the one for all users.
 StringList placesForFolders() {
     const char* const runtime = ::secure_getenv("XDG_RUNTIME_DIR");
     StringList places;
@@ -78,7 +78,7 @@ StringList Rendezvous::helperArguments() const {
 }
 
 StringList Rendezvous::helperCommand() const {
-    // The installed one is the super-user's own, as a rule.
+    // The installed one first: it usually belongs to root.
     OptionalPath helper = installedTool(kHelper);
     if (!helper) helper = ownTool(kHelper);
     if (!helper) return {};
@@ -91,12 +91,13 @@ std::optional<Channel> Rendezvous::accept(pid_t launcher) {
     Descriptor caller = posix::aboveStandardStreams(
         Descriptor(linuxCalls().accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)));
     if (!caller) {
-        // Whoever knocks stays at the door until there is a descriptor.
+        // Pending connections wait until a descriptor is free; the pause avoids a busy loop.
         constexpr int kMilliseconds = 100;
         if (errno == EMFILE || errno == ENFILE)
             posix::systemCalls().poll(nullptr, 0, kMilliseconds);
         return std::nullopt;
     }
+    // hasEnded comes last: the ancestry that was read is the peer's only if it still runs.
     const std::optional<Peer> peer = peerOf(caller.get());
     if (!peer || peer->uid != 0 || !descendsFrom(peer->pid, launcher) || hasEnded(peer->process))
         return std::nullopt;

@@ -1,4 +1,4 @@
-// Where a helper that was just started finds this process.
+// The socket to which a helper that was just started connects.
 #pragma once
 
 #include <sys/types.h>
@@ -13,23 +13,24 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// A socket in a folder of its own that only this user may enter; both are gone with this object.
+// A socket in its own folder that only this user may enter; both are removed with this object.
 class Rendezvous {
   public:
-    // nil when no such folder can be made. Removes the folders of this user's killed processes
-    // first.
+    // nil when no such folder can be made. First removes the folders of this user's killed
+    // processes.
     static std::optional<Rendezvous> open();
 
-    // Readable when somebody knocks.
+    // Readable when a connection is pending.
     int descriptor() const { return socket_.get(); }
 
-    // The helper's absolute path and its arguments; empty when there is no helper to be trusted.
+    // The helper's absolute path and its arguments; empty when there is no trustworthy helper: one
+    // that another user can replace is not used.
     StringList helperCommand() const;
-    // The arguments alone.
+    // The arguments only.
     StringList helperArguments() const;
 
-    // Lets one caller in, if one waits. Answers the channel when it is the super-user's and
-    // descends from the process `launcher`, or is it; closes anybody else's and answers nil.
+    // Accepts one pending connection. Returns its channel when the peer runs as root and is the
+    // process `launcher` or a descendant of it; closes any other connection and returns nil.
     std::optional<Channel> accept(pid_t launcher);
 
   private:

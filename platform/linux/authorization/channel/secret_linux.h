@@ -1,4 +1,4 @@
-// A password for as long as it is needed, and no longer.
+// Keeping a password in memory no longer than it is needed.
 #pragma once
 
 #include <algorithm>
@@ -8,11 +8,11 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Bytes that are overwritten before their memory is given back. They are never moved about, so that
-// there is one copy only.
+// Bytes that are overwritten before their memory is released. They are never moved, so that there
+// is only one copy.
 class Secret {
   public:
-    // `text` and what follows it, a line end for instance.
+    // The bytes are `text`, then `end`, for example a newline.
     explicit Secret(std::string_view text, std::string_view end = {})
         : bytes_(text.size() + end.size()) {
         std::copy(end.begin(), end.end(), std::copy(text.begin(), text.end(), bytes_.begin()));

@@ -1,4 +1,4 @@
-// What a tool that runs with rights finds in its environment.
+// The environment of a tool that runs as root.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Tells a program that it was started with rights, and for which user.
+// Set for a tool that was started by authorization; its value is the client's user id.
 inline constexpr char kAuthorizedUid[] = "KX_AUTHORIZED_UID";
 
-// The super-user's, and nothing of the user's who asked.
+// Root's environment, without anything from the client's, which could mislead the tool.
 inline Environment toolEnvironment(const std::string& authorizedUid) {
     return {{"PATH", "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"},
             {"HOME", "/root"},

@@ -22,13 +22,13 @@ namespace {
 
 using posix::Descriptor;
 
-// This process's ends of a tool's pipes. Each is of use as long as the tool has the other.
+// This process's ends of a tool's pipes.
 struct StreamEnds {
     Descriptor toTool;
     Descriptor fromTool;
 };
 
-// That the other end of a pipe is closed is told without being asked for.
+// poll reports a closed other end without being asked for any event.
 pollfd otherEndOf(const Descriptor& end) {
     return {end.get(), 0, 0};
 }
@@ -38,7 +38,7 @@ bool isOver(const Descriptor& end) {
     return posix::systemCalls().poll(&polled, 1, 0) > 0;
 }
 
-// The ends of streams that were let go of, whose other ends tools still have.
+// The ends of released streams whose tools still run: closing them would break the tool's pipe.
 class AbandonedEnds {
   public:
     void add(Descriptor end) {
@@ -47,8 +47,8 @@ class AbandonedEnds {
         ends_.push_back(std::move(end));
     }
 
-    // Waits up to `milliseconds` for a tool to close an end of its own, and closes the other ends
-    // of all that are closed. NO when there is none to wait for.
+    // Waits up to `milliseconds` for a tool to close one of its ends, and closes the ends here that
+    // belong to closed ones. False when there is none to wait for.
     bool closeEnded(int milliseconds) {
         const std::lock_guard lock(mutex_);
         if (ends_.empty()) return false;

@@ -1,4 +1,4 @@
-// The stream between a tool that runs with rights and whoever started it.
+// The stream between a tool that runs as root and its client.
 #pragma once
 
 #include <functional>
@@ -10,20 +10,20 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// A stream, and the ends of its two pipes that belong to the tool. Pipes, for what a tool opens as
-// /dev/stdin or /dev/stdout cannot be a socket.
+// A stream, and the tool's ends of its two pipes. Pipes, since a tool may open /dev/stdin or
+// /dev/stdout, which fails for a socket.
 struct ToolPipes {
     std::shared_ptr<AuthorizedToolStream> stream;
     posix::Descriptor input;
     posix::Descriptor output;
 };
 
-// Nil when the process has no descriptors left, even after waiting for tools to end. Closes
-// what tools have closed meanwhile of the streams that were let go of. From any thread.
+// nil when the process has no descriptors left, also after waiting for tools to end. Closes the
+// pipes of released streams whose tools have closed their ends. May be called from any thread.
 std::optional<ToolPipes> openToolPipes();
 
-// Calls `open` until it answers YES, for a few seconds at most: again only when it failed, with
-// errno, for want of descriptors, and a tool whose stream was let go of has given some back.
+// Calls `open` until it returns true, for at most five seconds: again only when it failed for lack
+// of descriptors, by errno, while tools of released streams still run, whose end frees some.
 bool openWithRoom(const std::function<bool()>& open);
 
 }  // namespace quillmoor::platform::linux_::authorization

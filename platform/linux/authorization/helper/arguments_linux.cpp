@@ -6,7 +6,7 @@
 namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
-// Digits only, all of `text`.
+// Digits only: from_chars alone would accept a sign and ignore what follows.
 template <typename Number>
 bool parseNumber(std::string_view text, Number& number) {
     if (text.starts_with('-')) return false;

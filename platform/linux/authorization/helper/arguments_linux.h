@@ -1,4 +1,4 @@
-// What the helper is told when it is started.
+// The helper's arguments.
 #pragma once
 
 #include <sys/types.h>
@@ -10,12 +10,12 @@
 namespace quillmoor::platform::linux_::authorization::helper {
 
 struct Arguments {
-    std::string path;  // the socket where the client waits
-    uid_t uid = 0;     // the client's
-    pid_t pid = -1;    // the client
+    std::string path;  // of the client's socket
+    uid_t uid = 0;     // the client's user
+    pid_t pid = -1;    // the client's process
 };
 
-// Of "--connect PATH --uid UID --pid PID" in this order; nil for anything else.
+// Parses "--connect PATH --uid UID --pid PID" in this order; nil for anything else.
 std::optional<Arguments> parseArguments(std::span<const char* const> arguments);
 
 }  // namespace quillmoor::platform::linux_::authorization::helper

@@ -45,8 +45,8 @@ std::optional<Client> connectToClient(const Arguments& expected) {
     std::optional<Peer> peer = peerOf(client.socket.get());
     if (!peer || peer->pid != expected.pid || peer->uid != expected.uid) return std::nullopt;
     client.process = std::move(peer->process);
-    // The number is the peer's as long as the peer lives: the ancestry is that of this very
-    // process.
+    // While the peer runs, its id cannot be another process's: the ancestry that is checked here is
+    // the peer's, and hasEnded comes after it.
     if (!descendsFrom(::getppid(), expected.pid) || hasEnded(client.process) ||
         !askForSenders(client.socket.get()))
         return std::nullopt;

@@ -14,14 +14,14 @@ struct Client {
     pid_t pid = -1;
     uid_t uid = 0;
     posix::Descriptor process;  // readable when it has ended
-    posix::Descriptor socket;   // who sends is told with all that arrives
+    posix::Descriptor socket;   // the system passes the sender's credentials with each message
 };
 
-// Was this process started by a child of the client, or of one of its children? `invoker` is the
-// user that the program which granted the rights names, null if it names none.
+// True when this process descends from the client. `invoker` is the user named by the launching
+// program, which must be the client's; null if it names none.
 bool wasStartedBy(const Arguments& client, const char* invoker);
 
-// Connects to the client; nil when somebody else waits there.
+// Connects to the client; nil when the socket's process is not exactly the expected one.
 std::optional<Client> connectToClient(const Arguments& expected);
 
 }  // namespace quillmoor::platform::linux_::authorization::helper

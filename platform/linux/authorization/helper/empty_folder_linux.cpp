@@ -29,7 +29,8 @@ Descriptor openFolder(int parent, const char* name) {
     return Descriptor(::openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-// The innermost of `depth` folders in `folder`, all of which have been removed.
+// The innermost of `depth` nested folders, all of which have been removed: "../" leads to removed
+// folders as well.
 Descriptor openRemoved(Descriptor folder, int depth) {
     constexpr char kName[] = "empty";
     if (!folder || depth == 0) return folder;
@@ -39,7 +40,7 @@ Descriptor openRemoved(Descriptor folder, int depth) {
     return innermost;
 }
 
-// Paths with more "../" than that are not expected.
+// Tools are not expected to use paths with more "../".
 constexpr int kDepth = 32;
 
 }  // namespace

@@ -1,5 +1,5 @@
-// quillmoor-rights-helper: starts tools as the super-user for the one process that had it started.
-// It works for nobody else, listens nowhere, and ends with its client.
+// quillmoor-rights-helper: starts tools as root for the one process that started it through polkit,
+// sudo or su. It serves no other process, listens nowhere, and ends with its client.
 #include <sys/auxv.h>
 #include <unistd.h>
 
@@ -26,7 +26,7 @@ int refuse(ExitCode code, const char* reason) {
     return code;
 }
 
-// With a setuid bit it would serve whoever starts it.
+// With a setuid bit it would serve any user who starts it.
 bool wasStartedAsRoot() {
     return ::getauxval(AT_SECURE) == 0 && ::getuid() == 0 && ::geteuid() == 0;
 }

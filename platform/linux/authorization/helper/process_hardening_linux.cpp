@@ -17,7 +17,7 @@
 namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
-// Standard input and output lead nowhere, and standard error too where there is none.
+// Standard input and output become the null device, and standard error where it is closed.
 bool closeDescriptors() {
     if (::close_range(STDERR_FILENO + 1, ~0U, 0) != 0) return false;
     const bool hasError = ::fcntl(STDERR_FILENO, F_GETFD) >= 0;
@@ -31,7 +31,7 @@ bool closeDescriptors() {
     return true;
 }
 
-// A tool that is started becomes nobody's child to wait for.
+// With SIGCHLD ignored the system reaps the tools: the helper waits for none.
 void resetSignals() {
     for (int number = 1; number < NSIG; ++number) ::signal(number, SIG_DFL);
     ::signal(SIGPIPE, SIG_IGN);
@@ -41,7 +41,7 @@ void resetSignals() {
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// As much as the system allows where it does not allow to raise a limit.
+// Sets as much as the system allows where the hard limit cannot be raised, as in a container.
 void setLimit(decltype(RLIMIT_CORE) resource, rlim_t soft, rlim_t hard) {
     rlimit limit{};
     ::getrlimit(resource, &limit);
@@ -51,7 +51,7 @@ void setLimit(decltype(RLIMIT_CORE) resource, rlim_t soft, rlim_t hard) {
     ::setrlimit(resource, &limit);
 }
 
-// A tool that the user's limits end half-way would leave half of its work.
+// The user's limits could end a tool in the middle of its work.
 void resetLimits() {
     constexpr rlim_t kStack = rlim_t{8} << 20;
     constexpr rlim_t kFiles = 1024;
@@ -64,13 +64,13 @@ void resetLimits() {
     ::setrlimit(RLIMIT_CORE, &kNoCore);
 }
 
-// A launcher may have made this process the leader of a group, which cannot have a session of its
-// own, or of a session that has a terminal.
+// A launcher may have made this process the leader of a process group, for which setsid fails, or
+// of a session that has a terminal.
 void leaveTerminal() {
     if (::setsid() >= 0) return;
     const posix::Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
     if (!terminal) return;
-    ::signal(SIGHUP, SIG_IGN);  // the leader's whole group is told
+    ::signal(SIGHUP, SIG_IGN);  // which the system sends to the leader's group
     ::ioctl(terminal.get(), TIOCNOTTY);
     ::signal(SIGHUP, SIG_DFL);
 }

@@ -15,7 +15,7 @@ namespace {
 
 using posix::Descriptor;
 
-// What the system tells with a message. Every descriptor is taken, so that none stays open.
+// The ancillary data of a message. All descriptors are taken, so that none stays open unnoticed.
 struct Sender {
     bool isClient = false;
     std::vector<Descriptor> descriptors;
@@ -86,7 +86,7 @@ bool Receiver::receive(void* bytes, std::size_t size, std::vector<Descriptor>* d
     return true;
 }
 
-// NO when the client has ended, whoever else still holds its end.
+// False when the client has ended, even if another process still has its end of the socket.
 bool Receiver::waitForBytes() {
     std::array<pollfd, 2> polled{
         {{client_.socket.get(), POLLIN, 0}, {client_.process.get(), POLLIN, 0}}};
@@ -96,7 +96,7 @@ bool Receiver::waitForBytes() {
     return count > 0 && polled[1].revents == 0;
 }
 
-// How many bytes the client has sent; 0 for its end and for anything wrong.
+// How many bytes the client has sent; 0 at the end and for anything unexpected.
 std::size_t Receiver::receiveSome(void* bytes, std::size_t size,
                                   std::vector<Descriptor>& descriptors) {
     if (!waitForBytes()) return 0;

@@ -1,4 +1,4 @@
-// Takes the client's requests, and nobody else's.
+// Receiving requests from the client only.
 #pragma once
 
 #include <cstddef>
@@ -22,12 +22,13 @@ class Receiver {
     // `client` outlives this.
     explicit Receiver(const Client& client) : client_(client) {}
 
-    // Waits for a request; nil when there will be no more: the client has ended or has closed its
-    // end, somebody else has sent something, or it was no request.
+    // Waits for a request; nil when the session is over: the client has ended or has closed its
+    // end, another process has sent bytes, or the message was not a request.
     std::optional<Request> next();
 
   private:
-    // The descriptors that come with the bytes go to `descriptors`; none may where it is null.
+    // Stores the descriptors that come with the bytes in `descriptors`; where that is null, any
+    // descriptor is an error.
     bool receive(void* bytes, std::size_t size, std::vector<posix::Descriptor>* descriptors);
     bool waitForBytes();
     std::size_t receiveSome(void* bytes, std::size_t size,

@@ -1,4 +1,4 @@
-// The helper's whole work, once it knows its client.
+// The helper's session with its client.
 #pragma once
 
 #include "quillmoor/base/types.h"
@@ -9,9 +9,10 @@ namespace quillmoor::platform::linux_::authorization::helper {
 // Called with each tool that was started and its arguments.
 using ToolStarted = void (*)(const Client& client, const StringList& command);
 
-// Greets the client and starts the tools it asks for, until it ends, closes its end, or anything
-// arrives that is not a request of its own. What runs then runs on. Each start is passed to
-// `started` before the client knows of it.
+// Greets the client and starts the tools that it requests, until it ends, closes its end, or
+// anything arrives that is not a request of its own. Tools keep running after that. Each start is
+// passed to `started` before the client gets the reply, so that no start is missing from the
+// record.
 void serve(const Client& client, ToolStarted started);
 
 }  // namespace quillmoor::platform::linux_::authorization::helper

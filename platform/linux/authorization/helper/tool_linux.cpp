@@ -25,9 +25,9 @@ struct Tool {
     bool isFolderClosed = false;
 };
 
-// In the child, with the helper's memory but signals and descriptors of its own. Every other signal
-// has its default action already. A session of its own would make the system weigh this process
-// against all others as one of two: the helper's answer would wait until the tool ends.
+// Runs in the child, which shares the helper's memory but not its signals and descriptors. Every
+// other signal has its default action already. Not setsid: the scheduler shares the processor
+// between sessions first, so the helper's reply would wait for a busy tool.
 int becomeTool(void* argument) {
     Tool& tool = *static_cast<Tool*>(argument);
     const auto take = [&tool](RequestDescriptor source, int number) {
@@ -44,9 +44,9 @@ int becomeTool(void* argument) {
     return EXIT_FAILURE;
 }
 
-// As posix_spawn(3) does, but on a stack that is there already: to map one for each child makes a
-// start with rights a sixth dearer. The helper has one thread, which waits here for the exec or the
-// end, and handles no signal.
+// As posix_spawn(3), but on a static stack: mapping one for each child makes a start a sixth
+// slower. That is safe, since the helper has one thread, which waits here until the child has
+// called exec or ended, and handles no signal.
 int start(Tool& tool) {
     constexpr std::size_t kStackSize = std::size_t{64} << 10;
     alignas(std::max_align_t) static std::array<std::byte, kStackSize> stack;
@@ -69,7 +69,7 @@ int startTool(const Request& request, const Environment& environment) {
               request.descriptors[kToolFolder].get()};
     const int error = start(tool);
     if (!tool.isFolderClosed) return error;
-    // Root may not enter a FUSE file system of the user's own, nor every folder on a network.
+    // Root may not enter a FUSE file system of the user's, nor every folder of a network mount.
     const posix::Descriptor empty = openEmptyFolder();
     if (!empty) return error;
     tool.folder = empty.get();

@@ -7,9 +7,8 @@
 namespace quillmoor::platform::linux_::authorization::helper {
 
 // Starts the request's tool and does not wait for it. It has the request's standard streams and
-// working folder, a process group of its own, default signals and nothing else of this process.
-// Where it cannot enter that folder, it has one from openEmptyFolder(). An error number; 0 when it
-// was started.
+// working folder, its own process group, default signals and nothing else from this process. Where
+// it cannot enter that folder, it gets one from openEmptyFolder(). Returns 0 or the error number.
 int startTool(const Request& request, const Environment& environment);
 
 }  // namespace quillmoor::platform::linux_::authorization::helper

@@ -17,14 +17,14 @@ std::string escaped(char letter) {
     return {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
 }
 
-// Fills one record after the other.
+// Distributes a text over records.
 class Records {
   public:
     explicit Records(const Client& client)
         : start_("uid " + std::to_string(client.uid) + ", process " + std::to_string(client.pid)),
           all_{start_ + ":"} {}
 
-    // Is never cut.
+    // `text` is not divided between two records.
     void append(std::string_view text) {
         if (all_.back().size() + text.size() > kLongestRecord)
             all_.push_back(start_ + ", continued:");
@@ -51,7 +51,7 @@ StringList toolRecords(const Client& client, const StringList& command) {
 }
 
 void logTool(const Client& client, const StringList& command) {
-    // The log is not kept open: the service behind it may be started anew meanwhile.
+    // Not kept open: the logging service may be restarted between two tools.
     ::openlog("quillmoor-rights-helper", LOG_PID, LOG_AUTHPRIV);
     for (const std::string& record : toolRecords(client, command))
         ::syslog(LOG_NOTICE, "%s", record.c_str());

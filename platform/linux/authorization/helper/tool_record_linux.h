@@ -1,4 +1,4 @@
-// What the system's log keeps of each tool.
+// The record of each started tool in the system's log.
 #pragma once
 
 #include <cstddef>
@@ -8,13 +8,13 @@
 
 namespace quillmoor::platform::linux_::authorization::helper {
 
-// No record has more bytes.
+// The most bytes of a record: a logging service may cut longer lines.
 inline constexpr std::size_t kLongestRecord = 1000;
 
-// Lines of printable ASCII, as a rule one: the client's user and process, then the tool and its
+// Lines of printable ASCII, usually one: the client's user and process, then the tool and its
 // arguments, each after a space. Every other byte, a space, a quote and a backslash inside one of
-// them is written as \xHH, an empty argument as "". What is too long for one record goes on in the
-// next, after ", continued:", so that nothing can be hidden behind long arguments.
+// them is written as \xHH, an empty argument as "". A record that would be too long continues in
+// the next, after ", continued:", so that nothing can be hidden behind long arguments.
 StringList toolRecords(const Client& client, const StringList& command);
 
 // Writes the records to the system's log, as notices of facility authpriv, where there is one.

@@ -17,16 +17,17 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
-// Authentication modules take no more.
+// Authentication modules accept no more.
 constexpr std::size_t kLongestPassword = 511;
 
-// nil for a user that nobody has to be asked about: none has such a name.
+// nil for an unknown user, also for a name that a program could take for an option: no password is
+// tried then.
 std::optional<posix::User> knownUser(std::string_view name) {
     if (name.empty() || name.front() == '-') return std::nullopt;
     return posix::userWithName(std::string(name));
 }
 
-// nil where there is no polkit, or nothing to answer it with.
+// nil where there is no polkit, or no program that could check the password for it.
 std::optional<AuthorizationStatus> launchWithPolkit(Rendezvous& rendezvous, const posix::User& user,
                                                     std::string_view password,
                                                     std::optional<Channel>& channel,
@@ -38,13 +39,13 @@ std::optional<AuthorizationStatus> launchWithPolkit(Rendezvous& rendezvous, cons
         return helper.start(user.name, cookie, password);
     });
     if (agent.state() == PolkitAgent::State::NoAuthority) return std::nullopt;
-    // Without an agent of ours the user's would ask.
+    // Without our own agent polkit would use the session's, which would ask the user.
     if (agent.state() != PolkitAgent::State::Registered) return kAuthorizationInteractionNotAllowed;
 
     const PkexecEnd end = runPkexec(rendezvous, channel, &agent);
     wasAsked = agent.wasAsked();
     if (end == PkexecEnd::Helped) return kAuthorizationSuccess;
-    // A refused password is not given to another program.
+    // A password that was refused is not tried with another program: failures are counted.
     if (end == PkexecEnd::NoAuthority && !wasAsked) return std::nullopt;
     if (agent.hasFailed()) return kAuthorizationInteractionNotAllowed;
     return end == PkexecEnd::Dismissed ? kAuthorizationCanceled : kAuthorizationDenied;
@@ -66,7 +67,8 @@ AuthorizationStatus launchWithCredentials(Rendezvous& rendezvous, std::string_vi
     std::optional<AuthorizationStatus> status =
         launchWithPolkit(rendezvous, *user, password, helper, wasAsked);
     if (!status) status = launchWithPassword(rendezvous, *user, password, helper, wasAsked);
-    // The system lets this process do anything unasked. What was given still has to be right.
+    // No program asked for the password, by a rule of polkit or of sudo. A wrong one must fail all
+    // the same.
     if (status == kAuthorizationSuccess && !wasAsked && !isPasswordOf(*user, password))
         status = kAuthorizationDenied;
     if (status == kAuthorizationSuccess) channel = std::move(helper);

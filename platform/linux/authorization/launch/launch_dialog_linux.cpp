@@ -21,8 +21,8 @@ namespace {
 
 using posix::Descriptor;
 
-// The terminal that this process reads from and writes to by right. Whatever a program did to it
-// meanwhile is undone at the end: one that is killed leaves the echo off.
+// The controlling terminal, while this process is in its foreground. The settings are restored at
+// the end: a program that is killed while it asks leaves the echo off.
 class OwnTerminal {
   public:
     OwnTerminal()
@@ -38,7 +38,7 @@ class OwnTerminal {
     OwnTerminal(const OwnTerminal&) = delete;
     OwnTerminal& operator=(const OwnTerminal&) = delete;
 
-    // It is there, and this process stands in its foreground.
+    // True when there is a terminal and this process is in its foreground.
     bool isUsable() const { return usable_; }
     int descriptor() const { return descriptor_.get(); }
 
@@ -56,7 +56,8 @@ PkexecEnd askOnTerminal(Rendezvous& rendezvous, std::optional<Channel>& channel)
     return runPkexec(rendezvous, channel, nullptr);
 }
 
-// Its standard input and output are no terminal, so that it leaves the terminal alone afterwards.
+// sudo's standard input and output are not the terminal: otherwise it would change the terminal's
+// settings when it ends.
 AuthorizationStatus askWithSudo(Rendezvous& rendezvous, std::optional<Channel>& channel) {
     const OwnTerminal terminal;
     const OptionalPath program = systemProgram(kSudo);

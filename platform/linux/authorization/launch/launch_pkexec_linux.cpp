@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kDismissedCode = 126;
 
-// Where the host collects the status, the text says it too.
+// By the text as well, since the host may have collected the status.
 bool wasDismissed(const LaunchAttempt& attempt) {
     return attempt.end && (attempt.end->code == kDismissedCode || attempt.end->signal ||
                            attempt.complaint.find("Request dismissed") != std::string::npos);
@@ -36,7 +36,7 @@ PkexecEnd runPkexec(Rendezvous& rendezvous, std::optional<Channel>& channel,
     Pipe errors = Pipe::open();
     LaunchSetup setup;
     setup.path = *program;
-    // Its own agent fails in several versions.
+    // pkexec's internal agent fails in several versions.
     setup.arguments = {"--disable-internal-agent"};
     for (std::string& argument : rendezvous.helperCommand())
         setup.arguments.push_back(std::move(argument));

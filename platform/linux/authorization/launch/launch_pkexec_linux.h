@@ -1,4 +1,4 @@
-// Having the helper started by polkit's launcher.
+// Starting the helper through polkit's launcher.
 #pragma once
 
 #include <optional>
@@ -10,16 +10,16 @@
 namespace quillmoor::platform::linux_::authorization {
 
 enum class PkexecEnd {
-    Helped,       // the channel is there
-    NoAuthority,  // no polkit on this system, or none that answers
-    NoAgent,      // nobody is there to ask the user
+    Helped,       // the helper has connected
+    NoAuthority,  // polkit is not installed, or does not respond
+    NoAgent,      // no authentication agent can ask the user
     Confined,     // this process may not gain privileges
     Dismissed,
     Refused
 };
 
-// One request, with one dialog at most. The launcher never asks on the terminal by itself. A
-// conversation is held meanwhile if there is one.
+// Makes one request, with at most one dialog. The launcher itself never asks on the terminal.
+// `conversation` is served meanwhile; it may be null.
 PkexecEnd runPkexec(Rendezvous& rendezvous, std::optional<Channel>& channel,
                     Conversation* conversation);
 

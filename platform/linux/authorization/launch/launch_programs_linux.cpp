@@ -10,7 +10,8 @@ namespace quillmoor::platform::linux_::authorization {
 OptionalPath systemProgram(const std::string& name) {
     for (const char* folder : {"/usr/bin/", "/bin/", "/run/wrappers/bin/"}) {
         std::string path = folder + name;
-        // Started by this name: what a link leads to may go by the name it was called.
+        // The path as it is, not its canonical form: a program may act by the name it was called
+        // by.
         if (isProgram(path) && trustedProgram(path)) return path;
     }
     return std::nullopt;

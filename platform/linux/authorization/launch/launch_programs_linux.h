@@ -1,4 +1,4 @@
-// The programs that can bring rights, and what they are given.
+// The programs that can start the helper, and their environment.
 #pragma once
 
 #include <string>
@@ -12,16 +12,16 @@ inline constexpr char kAgent[] = "pkttyagent";
 inline constexpr char kSudo[] = "sudo";
 inline constexpr char kSu[] = "su";
 
-// Where the system keeps the program `name`, never looked for in $PATH; nil where it has none, or
-// one that others could have exchanged.
+// The path of the system's program `name`, which is not searched for in $PATH; nil where there is
+// none, or one that another user can replace.
 OptionalPath systemProgram(const std::string& name);
 
-// This process may not gain privileges, and no program it starts: it runs in a sandbox.
+// True in a sandbox: neither this process nor a program that it starts can gain privileges.
 bool isConfined();
 
-// For a program whose texts are read: nothing of this process's environment.
+// For a program whose output is parsed: English, and nothing from this process's environment.
 Environment plainEnvironment();
-// For a program that speaks to the user: with the user's language.
+// For a program that asks the user: with the user's language.
 Environment userEnvironment();
 
 }  // namespace quillmoor::platform::linux_::authorization

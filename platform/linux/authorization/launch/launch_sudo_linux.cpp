@@ -34,7 +34,7 @@ class PasswordLaunch {
     }
 
     LaunchAttempt run(Rendezvous* rendezvous, std::string_view password, bool& wasAsked) {
-        // No pipe: writing to a program that has gone must not raise a signal.
+        // Not a pipe: writing to a program that has ended must not raise a signal.
         int ends[2] = {-1, -1};
         if (posix::systemCalls().socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
             return {};
@@ -60,7 +60,8 @@ class PasswordLaunch {
     StringList prompts_;
 };
 
-// A word that no other text can be mistaken for; empty when there is no randomness to be had.
+// A word that occurs in no other text, so that only our prompt is answered; empty when the system
+// has no random bytes.
 std::string randomWord() {
     std::array<std::uint8_t, 12> bytes{};
     if (linuxCalls().getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
@@ -79,7 +80,7 @@ StringList joined(StringList first, const StringList& second) {
     return first;
 }
 
-// Passes "$0" and what follows on as they are, whatever is in them.
+// As "$0" and "$@" the arguments reach the shell unparsed and need no quoting.
 StringList suArguments(const std::string& user, const std::string& script) {
     return {"-s", "/bin/sh", "-c", script, "--", user};
 }
@@ -116,7 +117,7 @@ AuthorizationStatus launchWithPassword(Rendezvous& rendezvous, const posix::User
     return channel ? kAuthorizationSuccess : kAuthorizationDenied;
 }
 
-// Told by a word and not by the status, which the host may have taken.
+// Determined by a word in the output, since the host may have collected the status.
 bool isPasswordOf(const posix::User& user, std::string_view password) {
     const OptionalPath su = systemProgram(kSu);
     const std::string word = randomWord();

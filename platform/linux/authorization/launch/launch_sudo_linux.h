@@ -1,4 +1,4 @@
-// The programs of the terminal world that bring rights for a password.
+// Starting the helper through sudo and su.
 #pragma once
 
 #include <optional>
@@ -12,14 +12,14 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Asks nobody. The caller's own password goes to sudo, the super-user's to su, anybody else's to
-// su and then, as that user, to sudo. `wasAsked` tells whether the password was wanted at all.
-// kAuthorizationInteractionNotAllowed where the programs that it takes are missing.
+// Does not ask the user. The caller's own password is passed to sudo, root's to su, and any other
+// user's to su and then, as that user, to sudo. `wasAsked` is set to whether any of them asked for
+// the password. kAuthorizationInteractionNotAllowed where the programs needed are missing.
 AuthorizationStatus launchWithPassword(Rendezvous& rendezvous, const posix::User& user,
                                        std::string_view password, std::optional<Channel>& channel,
                                        bool& wasAsked);
 
-// Whether the password is this user's. NO as well where it cannot be found out.
+// True when the password is this user's. False also where that cannot be determined.
 bool isPasswordOf(const posix::User& user, std::string_view password);
 
 }  // namespace quillmoor::platform::linux_::authorization

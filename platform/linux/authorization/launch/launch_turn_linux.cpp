@@ -7,7 +7,7 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
-// Where the one mutex is, whichever that is at the time.
+// The memory of the one mutex, which a child made by fork makes anew.
 alignas(std::mutex) unsigned char storage[sizeof(std::mutex)];
 
 std::mutex* makeMutex() {
@@ -16,7 +16,7 @@ std::mutex* makeMutex() {
 
 std::mutex& sharedMutex() {
     static std::mutex* const mutex = [] {
-        // A thread that holds the mutex never releases it in the child.
+        // In the child no thread exists that could release the mutex.
         callAroundFork(nullptr, nullptr, [] { makeMutex(); });
         return makeMutex();
     }();

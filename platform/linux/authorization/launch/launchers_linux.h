@@ -1,4 +1,4 @@
-// Ways to have the helper started as the super-user.
+// The ways to start the helper as root.
 #pragma once
 
 #include <optional>
@@ -10,15 +10,15 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Both wait until the helper has come back, or cannot any more, and answer how that ended;
-// `channel` is set on success only. They block; of several threads, one at a time is served. The
-// rendezvous is used up by the one call.
+// Both wait until the helper has connected or the launch has failed, and return the result;
+// `channel` is set on success only. Calls from several threads are served one after another. A
+// rendezvous is used for one call.
 
 // Asks the user: the desktop's dialog, or a prompt on the program's own terminal.
 // kAuthorizationInteractionNotAllowed at once where neither can appear.
 AuthorizationStatus launchWithDialog(Rendezvous& rendezvous, std::optional<Channel>& channel);
 
-// Asks nobody. Neither text holds a NUL or a line end.
+// Does not ask the user. Neither text may have a NUL or a newline.
 AuthorizationStatus launchWithCredentials(Rendezvous& rendezvous, std::string_view user,
                                           std::string_view password,
                                           std::optional<Channel>& channel);

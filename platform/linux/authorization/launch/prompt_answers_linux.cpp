@@ -38,7 +38,7 @@ bool PromptAnswers::hear(std::string_view text) {
     return heard_.find(prompts_.back()) == std::string::npos;
 }
 
-// A socket, since writing to a program that has gone must not raise a signal.
+// To a socket, since writing to a program that has ended must not raise a signal.
 bool PromptAnswers::answer() {
     const std::string_view line = line_.view();
     return posix::systemCalls().send(input_, line.data(), line.size(), MSG_NOSIGNAL) ==

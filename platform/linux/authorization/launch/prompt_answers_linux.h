@@ -13,17 +13,17 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Answers each of the expected prompts once, in their order, with the one password. A prompt that
-// comes again gives the launch up: the password was wrong.
+// Answers each of the expected prompts once, in their order, with the one password. A repeated
+// prompt abandons the launch: the password was wrong.
 class PromptAnswers : public Conversation {
   public:
-    // `texts` is where the prompts come from; `input`, a socket, is where the password goes.
+    // Prompts are read from `texts`; the password is written to `input`, a socket.
     PromptAnswers(int texts, int input, StringList prompts, std::string_view password)
         : texts_(texts), input_(input), prompts_(std::move(prompts)), line_(password, "\n") {}
 
     void await(std::vector<pollfd>& polled) const override;
     bool proceed(const LaunchChild& launcher) override;
-    // Takes the next piece of text. False gives the launch up.
+    // Handles the next piece of text. False abandons the launch.
     bool hear(std::string_view text);
 
     bool wasAsked() const { return answered_ > 0; }
@@ -33,7 +33,7 @@ class PromptAnswers : public Conversation {
   private:
     bool answer();
 
-    int texts_;  // -1 once they have ended
+    int texts_;  // -1 after the end of the stream
     int input_;
     StringList prompts_;
     Secret line_;

@@ -37,8 +37,8 @@ TerminalAgent::TerminalAgent() {
     isRegistered_ = start();
 }
 
-// Polkit learns of the end once the agent's descriptors are closed, and until then asks it instead
-// of the next one.
+// polkit removes the agent once its descriptors are closed, and until then sends it the requests of
+// the next one.
 TerminalAgent::~TerminalAgent() {
     if (!child_) return;
     child_->kill();
@@ -63,7 +63,7 @@ bool TerminalAgent::start() {
     notice.write.reset();
     errors.write.reset();
     if (!child_ || !isReadable(notice.read.get(), kRegistrationTimeout)) return false;
-    // The notice ends when the agent is registered, and when it ends itself, for whatever reason.
+    // The notice descriptor is closed when the agent is registered, but also whenever it ends.
     return !child_->isEnding() && textAt(errors.read.get()).find("Error") == std::string::npos;
 }
 

@@ -1,4 +1,4 @@
-// The program that asks for a password on a terminal in polkit's name.
+// polkit's program that asks for a password on a terminal.
 #pragma once
 
 #include <memory>
@@ -8,13 +8,13 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Serves this process alone, until the object is gone. Only for a terminal at which a person types:
-// every process of the same user can read and write there.
+// Serves this process only, during its lifetime. Only for a terminal at which a person types: every
+// process of the same user can read and write there.
 class TerminalAgent {
   public:
-    // Waits until it is registered, 10 seconds at the longest. It runs on the user's own terminal,
-    // where this process stands in the foreground, for a user whom no other agent serves. It is no
-    // fall-back agent, since polkit forgets those outside of login sessions.
+    // Waits until it is registered, for at most 10 seconds. It runs on the user's terminal, with
+    // this process in the foreground, where no other agent serves the user. It is not registered as
+    // a fallback agent, since polkit ignores those outside of login sessions.
     TerminalAgent();
     ~TerminalAgent();
     TerminalAgent(const TerminalAgent&) = delete;

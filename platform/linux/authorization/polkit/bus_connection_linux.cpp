@@ -40,7 +40,7 @@ std::optional<std::uint64_t> BusConnection::send(const BusMessage& call) {
 BusMessage BusConnection::receive() {
     sd_bus_message* message = nullptr;
     int progress = 0;
-    // Without a message the library was busy with something of its own.
+    // Progress without a message is the library's own, such as the handshake.
     do progress = bus_->process(connection_.get(), &message);
     while (progress > 0 && message == nullptr);
     if (progress < 0) isOpen_ = false;

@@ -19,29 +19,29 @@ struct BusMessageRelease {
 using BusMessage = std::unique_ptr<sd_bus_message, BusMessageRelease>;
 
 // Only wait() waits. Messages are received in their order, and none is answered here. Used by one
-// thread.
+// thread at a time.
 class BusConnection {
   public:
     using Clock = std::chrono::steady_clock;
 
-    // Begins to connect to the bus at `address`; nil when that cannot even begin.
+    // Begins to connect to the bus at `address`; nil when that fails at once.
     static std::optional<BusConnection> open(const SdBus& bus, const std::string& address);
 
-    // False once the connection is lost or could not be made.
+    // False after the connection was lost or could not be made.
     bool isOpen() const { return isOpen_; }
     int descriptor() const { return bus_->getFd(connection_.get()); }
-    // What there is to wait for at the descriptor, in terms of poll(2).
+    // The events to wait for at the descriptor, as in poll(2).
     short events() const;
 
-    // A call without arguments yet; null when it cannot be made.
+    // A call without arguments; null when it cannot be made.
     BusMessage newCall(const char* destination, const char* path, const char* interface,
                        const char* member) const;
-    // Sends a call, later if the connection is not made yet. Returns what its reply is known by,
-    // nil when it cannot be sent.
+    // Sends a call, later if the connection is not made yet. Returns the number that its reply
+    // refers to, nil when it cannot be sent.
     std::optional<std::uint64_t> send(const BusMessage& call);
-    // The next message, null when none has arrived. Also sends what could not be sent before.
+    // The next message, null when none has arrived. Also sends messages that are still queued.
     BusMessage receive();
-    // Waits until there may be something to receive. False when it is `limit`.
+    // Waits until there may be a message. False at the time `limit`.
     bool wait(Clock::time_point limit) const;
 
   private:

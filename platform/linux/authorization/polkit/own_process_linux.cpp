@@ -14,7 +14,7 @@ std::optional<std::uint64_t> ownStartTime() {
     constexpr std::size_t kLimit = 4096;
     const OptionalString status = readSmallFile("/proc/self/stat", kLimit);
     if (!status) return std::nullopt;
-    std::size_t at = status->rfind(')');  // the second field may hold anything
+    std::size_t at = status->rfind(')');  // the second field may have any characters
     for (int field = 2; field < kStartTime && at != std::string::npos; ++field)
         at = status->find(' ', at + 1);
     if (at == std::string::npos) return std::nullopt;

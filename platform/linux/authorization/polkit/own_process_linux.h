@@ -1,4 +1,4 @@
-// This process, as it is described to others.
+// The identity of this process for other programs.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,8 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// When this process was started, in ticks since the system's start. With its number it names the
-// process also when the number has been given out anew. nil where the system hides it.
+// When this process was started, in ticks since the system's start. Together with its id it
+// identifies the process also after the id was reused. nil where the system hides it.
 std::optional<std::uint64_t> ownStartTime();
 
 }  // namespace quillmoor::platform::linux_::authorization

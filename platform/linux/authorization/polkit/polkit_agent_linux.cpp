@@ -52,9 +52,9 @@ PolkitAgent::State PolkitAgent::registerSelf() {
     const BusMessage reply = cookie ? replyTo(*cookie, limit) : BusMessage();
     if (!reply) return connection_->isOpen() ? State::Failed : State::NoAuthority;
     if (bus_.isMethodError(reply.get(), nullptr) > 0)
-        // The bus itself answers for a service that it cannot reach.
+        // For a service that it cannot reach, the bus itself replies.
         return isFrom(reply, kBusName) ? State::NoAuthority : State::Failed;
-    // The name that was called may change hands; this one is given out once.
+    // Another process may take over the name that was called; a unique name is never reused.
     const char* const sender = bus_.getSender(reply.get());
     if (sender == nullptr) return State::Failed;
     polkit_ = sender;
@@ -80,7 +80,7 @@ bool PolkitAgent::watchPolkit() {
     return call && bus_.append(call.get(), "s", kNameRule) >= 0 && connection_->send(call);
 }
 
-// Null without a reply by then. No request is answered meanwhile: there is none of ours.
+// Null without a reply by that time. Requests that arrive meanwhile are dropped: none is ours yet.
 BusMessage PolkitAgent::replyTo(std::uint64_t cookie, Clock::time_point limit) {
     do {
         while (BusMessage message = connection_->receive()) {
@@ -93,7 +93,7 @@ BusMessage PolkitAgent::replyTo(std::uint64_t cookie, Clock::time_point limit) {
     return {};
 }
 
-// Explicitly: a forked child would keep the connection open.
+// By a call, since a child made by fork may keep the connection open.
 void PolkitAgent::unregisterSelf() {
     const BusMessage call = newRegistryCall("UnregisterAuthenticationAgent");
     if (!call || !appendSubject(call) || bus_.append(call.get(), "s", kAgentPath) < 0) return;
@@ -122,7 +122,7 @@ bool PolkitAgent::proceed(const LaunchChild& launcher) {
 
 void PolkitAgent::begin(BusMessage call, const LaunchChild& launcher) {
     std::optional<PolkitRequest> request = readPolkitRequest(bus_, call.get());
-    // A number alone may be somebody else's by now: the launcher must live.
+    // The launcher must still run: otherwise its id may be another process's by now.
     if (hasBegun_ || !isFrom(call, polkit_) || !request ||
         !isForLauncher(*request, launcher.pid(), user_) || !launcher.isRunning()) {
         refuse(call);

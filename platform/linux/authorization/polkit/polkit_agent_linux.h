@@ -1,4 +1,4 @@
-// polkit's authentication agent for this process, with a password that is known already.
+// An authentication agent of polkit for this process, with a given password.
 #pragma once
 
 #include <sys/types.h>
@@ -18,20 +18,21 @@ namespace quillmoor::platform::linux_::authorization {
 
 inline constexpr char kSystemBusAddress[] = "unix:path=/run/dbus/system_bus_socket";
 
-// Registered with polkit for this process alone, before any other agent, until the object is gone.
-// It serves one request, the launcher's own, and refuses every other. A process has one at a time.
+// Registered with polkit for this process only, with precedence over other agents, during its
+// lifetime. It serves one request, the launcher's own, and refuses every other. A process has one
+// at a time.
 class PolkitAgent : public Conversation {
   public:
     enum class State {
         Registered,
         NoAuthority,  // there is no bus or no polkit
-        Failed        // polkit refuses it, or says nothing
+        Failed        // polkit refused it, or did not reply
     };
-    // Begins to authenticate for the request `cookie`; null when that cannot be begun.
+    // Begins to authenticate for the request `cookie`; null when that fails.
     using Authentication =
         std::function<std::unique_ptr<PolkitConversation>(const std::string& cookie)>;
 
-    // Waits until it is registered, 10 seconds at the longest. `user` is who authenticates.
+    // Waits until it is registered, for at most 10 seconds. `user` is the user who authenticates.
     PolkitAgent(const SdBus& bus, const std::string& address, uid_t user,
                 Authentication authentication);
     ~PolkitAgent() override;
@@ -41,12 +42,12 @@ class PolkitAgent : public Conversation {
     State state() const { return state_; }
 
     void await(std::vector<pollfd>& polled) const override;
-    // False when polkit has gone: it has forgotten this agent.
+    // False when polkit has ended: it no longer knows this agent.
     bool proceed(const LaunchChild& launcher) override;
 
-    // The password was wanted.
+    // True when polkit asked for the password.
     bool wasAsked() const { return wasAsked_; }
-    // The launcher's request was taken on, but there was nothing to check the password with.
+    // True when the launcher's request was accepted, but the password could not be checked.
     bool hasFailed() const { return hasFailed_; }
 
   private:

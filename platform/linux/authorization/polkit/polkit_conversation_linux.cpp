@@ -16,14 +16,15 @@ constexpr std::size_t kLongestText = 65536;
 }  // namespace
 
 PolkitConversation::~PolkitConversation() {
-    // Closing alone would not do if a forked child holds the socket as well.
+    // Not only closed, since a child made by fork may have the socket as well.
     ::shutdown(socket_.get(), SHUT_RDWR);
-    // The program would count an answer that does not come as a second failure.
+    // A missing answer would count as a second failure of the user.
     if (program_ && outcome_ != Outcome::Granted) program_->kill();
 }
 
 bool PolkitConversation::say(std::string_view text) {
-    // Without a signal when the program has ended. The socket's buffer holds far more.
+    // Without a signal when the program has ended. One call is enough: the socket's buffer is far
+    // larger.
     ssize_t sent = 0;
     do
         sent = posix::systemCalls().send(socket_.get(), text.data(), text.size(),

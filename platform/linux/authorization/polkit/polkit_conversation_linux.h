@@ -1,4 +1,4 @@
-// The program that checks a password for polkit, and what is said to it.
+// The dialogue with the program that checks passwords for polkit.
 #pragma once
 
 #include <memory>
@@ -12,18 +12,18 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// One attempt to authenticate: it answers one prompt for a password, once. Its socket can be opened
-// by no other process, which a pipe or a terminal could be. Never waits.
+// One attempt to authenticate: it answers one prompt for a password, once. By a socket, since other
+// processes of the user could open a pipe or a terminal through /proc. Never waits.
 class PolkitConversation {
   public:
     enum class Outcome {
         Undecided,
         Granted,  // already reported to polkit
         Refused,
-        Failed  // the program ended before it wanted the password, or cannot be reached
+        Failed  // the program ended before it asked for the password, or cannot be reached
     };
 
-    // `socket` is connected to the program. `program` may be null when somebody else started it.
+    // `socket` is connected to the program. `program` is null when the system started it.
     PolkitConversation(posix::Descriptor socket, std::unique_ptr<LaunchChild> program,
                        std::string_view password)
         : socket_(std::move(socket)), program_(std::move(program)), line_(password, "\n") {}
@@ -32,11 +32,11 @@ class PolkitConversation {
     PolkitConversation(const PolkitConversation&) = delete;
     PolkitConversation& operator=(const PolkitConversation&) = delete;
 
-    // Sends text that is no secret. False when it cannot be sent.
+    // Sends text that is not secret. False when it cannot be sent.
     bool say(std::string_view text);
-    // Where the program's texts come from.
+    // Readable when the program has written.
     int descriptor() const { return socket_.get(); }
-    // Takes what the program has written and answers it.
+    // Reads what the program has written and answers it.
     Outcome proceed();
 
     bool wasAsked() const { return wasAsked_; }

@@ -18,14 +18,14 @@ namespace {
 
 using posix::Descriptor;
 
-// Systems keep it in different places.
+// Distributions install it in different folders.
 constexpr const char* kPrograms[] = {
     "/usr/lib/polkit-1/polkit-agent-helper-1", "/usr/libexec/polkit-agent-helper-1",
     "/usr/libexec/polkit-1/polkit-agent-helper-1", "/usr/lib/policykit-1/polkit-agent-helper-1",
     "/run/wrappers/bin/polkit-agent-helper-1"};
 constexpr char kSocket[] = "/run/polkit/agent-helper.socket";
 
-// From polkit 127 on.
+// polkit 127 and later starts it by a socket.
 bool isSocket(const char* path) {
     struct stat status {};
     return ::stat(path, &status) == 0 && S_ISSOCK(status.st_mode);
@@ -49,7 +49,7 @@ std::unique_ptr<PolkitConversation> startProgram(const std::string& program,
     return std::make_unique<PolkitConversation>(std::move(ours), std::move(child), password);
 }
 
-// The listener receives the password: it must be root.
+// The listener receives the password, so it must run as root.
 std::unique_ptr<PolkitConversation> connectTo(const std::string& path, std::string_view password) {
     sockaddr_un address{};
     if (path.size() >= sizeof address.sun_path) return nullptr;
@@ -92,7 +92,7 @@ std::unique_ptr<PolkitConversation> PolkitHelper::start(const std::string& user,
         conversation = startProgram(*program, user, password);
     else if (socket)
         conversation = connectTo(*socket, password);
-    // Who is to be authenticated is an argument of the program, but the first line for the socket.
+    // The user's name is an argument of the program, but the first line for the socket.
     const std::string request = program ? cookie + "\n" : user + "\n" + cookie + "\n";
     if (!conversation || !conversation->say(request)) return nullptr;
     return conversation;

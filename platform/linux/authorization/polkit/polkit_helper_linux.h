@@ -1,4 +1,4 @@
-// Where polkit keeps the program that checks passwords, and how it is started.
+// Finding and starting the program that checks passwords for polkit.
 #pragma once
 
 #include <memory>
@@ -11,7 +11,7 @@
 namespace quillmoor::platform::linux_::authorization {
 
 struct PolkitHelper {
-    OptionalPath program;  // started by us, and made root by its setuid bit
+    OptionalPath program;  // started by us; runs as root by its setuid bit
     OptionalPath socket;   // or started by the system for each connection
 
     // This system's own: its program, else its socket.
@@ -24,8 +24,8 @@ struct PolkitHelper {
                                               std::string_view password) const;
 };
 
-// The canonical path of the program at `path` when it belongs to root, bears a setuid bit and can
-// be replaced by root only; nil otherwise.
+// The canonical path of the program at `path` when it belongs to root, has a setuid bit and can be
+// replaced by root only; nil otherwise.
 OptionalPath setuidProgram(const std::string& path);
 
 }  // namespace quillmoor::platform::linux_::authorization

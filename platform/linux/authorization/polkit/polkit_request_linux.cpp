@@ -9,7 +9,7 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
-// pkexec's own, and the one that the installed policy has for the helper.
+// pkexec's own action, and the one that the installed policy has for the helper.
 constexpr std::string_view kGeneralAction = "org.freedesktop.policykit.exec";
 constexpr std::string_view kOwnAction = "com.quillmoor.rights";
 
@@ -22,7 +22,7 @@ bool readDetails(const SdBus& bus, sd_bus_message* call, PolkitRequest& request)
     return more == 0 && bus.exitContainer(call) >= 0;
 }
 
-// One "sv" of an identity; the only value of use is a user's number.
+// One "sv" of an identity; only a user's id is used.
 bool readIdentityValue(const SdBus& bus, sd_bus_message* call, std::optional<uid_t>& user) {
     const char* name = nullptr;
     if (bus.read(call, "s", &name) <= 0) return false;
@@ -66,7 +66,7 @@ std::optional<PolkitRequest> readPolkitRequest(const SdBus& bus, sd_bus_message*
     const char* cookie = nullptr;
     if (bus.read(call, "s", &action) <= 0) return std::nullopt;
     request.action = action;
-    // The message and the icon are for people.
+    // The message and the icon are for a dialog.
     if (bus.skip(call, "ss") < 0 || !readDetails(bus, call, request) ||
         bus.read(call, "s", &cookie) <= 0)
         return std::nullopt;

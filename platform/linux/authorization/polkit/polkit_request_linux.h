@@ -1,4 +1,4 @@
-// What polkit asks of an authentication agent.
+// polkit's requests to an authentication agent.
 #pragma once
 
 #include <sys/types.h>
@@ -14,18 +14,19 @@ namespace quillmoor::platform::linux_::authorization {
 
 struct PolkitRequest {
     std::string action;
-    std::string cookie;  // what the request is known by
-    // Among them "polkit.caller-pid", who asks polkit, and "polkit.subject-pid", for whom.
+    std::string cookie;  // identifies the request
+    // Among them "polkit.caller-pid", the process that asked polkit, and "polkit.subject-pid", the
+    // one that is to be authorized.
     std::map<std::string, std::string> details;
     std::vector<uid_t> users;  // who may authenticate
 };
 
-// Reads the arguments of a BeginAuthentication call; nil when they are not what such a call has.
+// Reads the arguments of a BeginAuthentication call; nil when they are not of that form.
 std::optional<PolkitRequest> readPolkitRequest(const SdBus& bus, sd_bus_message* call);
 
-// The request that `launcher`, a child of this process, makes to run a program as root, which
-// `user` may allow. polkit also sends requests of other processes here, which name this process as
-// their subject: to answer one would give this process's rights away.
+// True for the request that `launcher`, a child of this process, makes to run a program as root, if
+// `user` may allow it. polkit also sends requests of other processes here that name this process as
+// their subject: answering one would authorize what that process asked for.
 bool isForLauncher(const PolkitRequest& request, pid_t launcher, uid_t user);
 
 }  // namespace quillmoor::platform::linux_::authorization

@@ -7,7 +7,7 @@ namespace {
 
 constexpr char kLibrary[] = "libsystemd.so.0";
 
-// Looks the functions up and notes whether one is missing.
+// Looks the functions up and records whether one is missing.
 class Loader {
   public:
     explicit Loader(void* library) : library_(library) {}

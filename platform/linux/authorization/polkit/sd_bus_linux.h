@@ -4,14 +4,13 @@
 
 #include <cstdint>
 
-// The library's own types, which are never looked into.
+// The library's own types, which are opaque here.
 struct sd_bus;
 struct sd_bus_message;
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Named as in the library, without its prefix. A negative result is an error number with its sign
-// changed.
+// Named as in the library, without its prefix. A negative result is a negated error number.
 struct SdBus {
     int (*create)(sd_bus** bus);
     int (*setAddress)(sd_bus* bus, const char* address);
@@ -40,7 +39,7 @@ struct SdBus {
     sd_bus_message* (*unrefMessage)(sd_bus_message* message);
 };
 
-// This system's own, with every function present. Null where there is none.
+// This system's library, if it has every function. Null otherwise.
 const SdBus* sdBus();
 
 }  // namespace quillmoor::platform::linux_::authorization
