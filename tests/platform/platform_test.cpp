@@ -33,7 +33,7 @@ TEST(Platform, IsTheNativeOneUntilAnotherIsPutInForce) {
     EXPECT_EQ(&current(), &native());
 }
 
-TEST(Platform, InForceIsInForceForEveryThread) {
+TEST(Platform, InUseIsTheSameForEveryThread) {
     const Platform other = native();
     exchange(&other);
     const Platform* elsewhere = nullptr;

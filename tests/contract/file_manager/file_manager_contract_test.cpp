@@ -64,7 +64,7 @@ TEST_P(FileManagerContract, AFolderIsAskedForThroughLinks) {
     EXPECT_FALSE(files().isDirectory(folder_ / "missing"));
 }
 
-TEST_P(FileManagerContract, WhatMayBeRunOrSearchedIsExecutable) {
+TEST_P(FileManagerContract, ReportsProgramsAndSearchableFoldersAsExecutable) {
     EXPECT_FALSE(files().isExecutableFile(file_));
     fs::permissions(file_, fs::perms::owner_exec, fs::perm_options::add);
     EXPECT_TRUE(files().isExecutableFile(file_));
@@ -75,7 +75,7 @@ TEST_P(FileManagerContract, WhatMayBeRunOrSearchedIsExecutable) {
     EXPECT_FALSE(files().isExecutableFile(file_ + "/"));
 }
 
-TEST_P(FileManagerContract, NoPathIsAMissingItem) {
+TEST_P(FileManagerContract, TreatsAnEmptyPathAsAMissingItem) {
     for (const std::string& path : {std::string(), std::string("\0", 1), file_ + '\0',
                                     folder_.path() + std::string("\0/file", 6)}) {
         EXPECT_FALSE(files().fileExists(path));
@@ -102,7 +102,7 @@ TEST_P(FileManagerContract, AListingHoldsHiddenNamesAndAllBytes) {
     EXPECT_EQ(sorted(files().contentsOfDirectory(sub_ + "/")), names);
 }
 
-TEST_P(FileManagerContract, AListingOfNoFolderIsNil) {
+TEST_P(FileManagerContract, ListsNothingForAnItemThatIsNotAFolder) {
     EXPECT_EQ(files().contentsOfDirectory(sub_)->size(), 0U);
     EXPECT_FALSE(files().contentsOfDirectory(file_));
     EXPECT_FALSE(files().contentsOfDirectory(folder_ / "missing"));
@@ -152,7 +152,7 @@ TEST_P(FileManagerContract, AMoveNeverReplaces) {
     EXPECT_EQ(readFile(folder_ / "new"), "text");
 }
 
-TEST_P(FileManagerContract, AMoveTakesALinkItself) {
+TEST_P(FileManagerContract, MovesALinkItself) {
     EXPECT_EQ(textOf(files().moveItem(linkToFolder_, folder_ / "moved")), "");
     EXPECT_TRUE(fs::is_symlink(folder_ / "moved"));
     EXPECT_EQ(textOf(files().moveItem(dangling_, folder_ / "moved too")), "");
@@ -187,7 +187,7 @@ TEST_P(FileManagerContract, ACopyHasTheContentsLinksModesAndDates) {
     EXPECT_EQ(readFile(sub_ + "/deeper/file"), "deep");
 }
 
-TEST_P(FileManagerContract, AFolderGoesNeitherIntoItselfNorThroughItsOwnCopy) {
+TEST_P(FileManagerContract, RefusesToMoveOrCopyAFolderIntoItself) {
     folder_.makeFolder("sub/deeper");
     EXPECT_FALSE(files().copyItem(sub_, sub_ + "/deeper/copy"));
     EXPECT_FALSE(files().moveItem(sub_, sub_ + "/deeper/moved"));

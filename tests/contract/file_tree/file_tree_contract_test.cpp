@@ -73,7 +73,7 @@ TEST_P(FileTreeContract, ASizeIsThatOfTheFilesAlone) {
     EXPECT_EQ(size(folder_ / "tree/empty"), 0U);
 }
 
-TEST_P(FileTreeContract, WhatIsMissingHasNoSize) {
+TEST_P(FileTreeContract, ReturnsZeroForAMissingItem) {
     folder_.writeFile("file", "text");
     EXPECT_EQ(size(folder_ / "missing"), 0U);
     EXPECT_EQ(size(folder_ / "file/"), 0U);
@@ -82,7 +82,7 @@ TEST_P(FileTreeContract, WhatIsMissingHasNoSize) {
     EXPECT_EQ(size(folder_ / std::string("fi\0le", 5)), 0U);
 }
 
-TEST_P(FileTreeContract, ALinkToAFolderCountsWithWhatThatHoldsAndAnyOtherWithItsOwnSize) {
+TEST_P(FileTreeContract, CountsTheContentsBehindALinkToAFolder) {
     folder_.writeFile("elsewhere/file", "ten bytes.");
     folder_.makeLink("tree/one", folder_ / "elsewhere");
     folder_.makeLink("tree/two", "../elsewhere");
@@ -95,7 +95,7 @@ TEST_P(FileTreeContract, ALinkToAFolderCountsWithWhatThatHoldsAndAnyOtherWithIts
     EXPECT_EQ(size(folder_ / "links/file"), 17U);
 }
 
-TEST_P(FileTreeContract, AFolderThatIsAlreadyOnTheWayDownCountsNothing) {
+TEST_P(FileTreeContract, CountsNothingForALinkToAnAncestor) {
     folder_.writeFile("tree/a/file", "ten bytes.");
     folder_.writeFile("tree/b/file", "ten bytes.");
     folder_.makeLink("tree/self", ".");
@@ -162,7 +162,7 @@ TEST_P(FileTreeContract, ACopyHasTheContentsLinksModesAndDates) {
     EXPECT_EQ(fs::last_write_time(folder_ / "copy/sub"), date);
 }
 
-TEST_P(FileTreeContract, ACopyReplacesNothingAndGoesNotIntoItself) {
+TEST_P(FileTreeContract, CopiesNeitherOverAnItemNorIntoItself) {
     folder_.writeFile("tree/file", "new");
     folder_.writeFile("standing", "old");
     folder_.makeLink("dangling", "nowhere");
@@ -229,7 +229,7 @@ TEST_P(FileTreeContract, MatchesExist) {
     EXPECT_EQ(trees().match({folder_ / "tree"}, "f?lder"), StringList{folder_ / "tree/folder"});
 }
 
-TEST_P(FileTreeContract, WhatIsNoFolderHasNoMatches) {
+TEST_P(FileTreeContract, HasNoMatchesOutsideOfFolders) {
     folder_.writeFile("tree/file");
     EXPECT_EQ(
         trees().match({folder_ / "missing", folder_ / "tree/file", "", folder_ / "tree"}, "*"),

@@ -41,14 +41,14 @@ TEST_P(ApplicationsContract, LinksAndTrailingSlashesChangeNoPackage) {
     EXPECT_FALSE(applications().isFilePackage(folder_.makeLink("link", app)));
 }
 
-TEST_P(ApplicationsContract, AnApplicationThatNobodyInstalledIsNotFound) {
+TEST_P(ApplicationsContract, DoesNotFindAnApplicationThatIsNotInstalled) {
     for (const std::string& identifier :
          {std::string("com.example.surely-not-installed"), std::string(), std::string("/"),
           std::string("../x"), std::string("a\0b", 3)})
         EXPECT_EQ(applications().absolutePathForAppBundle(identifier), std::nullopt) << identifier;
 }
 
-TEST_P(ApplicationsContract, WhatIsNotThereIsNotOpened) {
+TEST_P(ApplicationsContract, DoesNotOpenAMissingItem) {
     EXPECT_FALSE(applications().openFile(folder_ / "missing.app"));
     EXPECT_FALSE(applications().openFile(folder_ / "missing.txt"));
     EXPECT_FALSE(applications().openFile(""));

@@ -53,13 +53,13 @@ TEST_P(AttributesContract, AFolderHasAttributes) {
     EXPECT_TRUE(attributes().attributesOfItem("/"));
 }
 
-TEST_P(AttributesContract, ALinkHasAttributesOfItsOwn) {
+TEST_P(AttributesContract, ReadsTheAttributesOfALinkItself) {
     folder_.writeFile("file", "a longer text than the name");
     EXPECT_EQ(attributes().attributesOfItem(folder_.makeLink("link", "file"))->size, 4U);
     EXPECT_EQ(attributes().attributesOfItem(folder_.makeLink("dangling", "nowhere"))->size, 7U);
 }
 
-TEST_P(AttributesContract, WhatIsMissingHasNone) {
+TEST_P(AttributesContract, AreNilForAMissingItem) {
     EXPECT_FALSE(attributes().attributesOfItem(folder_ / "missing"));
     EXPECT_FALSE(attributes().attributesOfItem(folder_.writeFile("file") + "/"));
     EXPECT_FALSE(attributes().attributesOfItem(folder_ / "file/below"));

@@ -44,7 +44,7 @@ class AuthorizationContract : public testing::TestWithParam<Service> {
     }
 };
 
-TEST_P(AuthorizationContract, AReferenceIsMadeWithoutAskingAnybody) {
+TEST_P(AuthorizationContract, MakesAReferenceWithoutAskingTheUser) {
     const AuthorizationRef one = create();
     const AuthorizationRef other = create();
     EXPECT_NE(one, nullptr);
@@ -54,7 +54,7 @@ TEST_P(AuthorizationContract, AReferenceIsMadeWithoutAskingAnybody) {
     EXPECT_EQ(service().free(other, 0), kAuthorizationSuccess);
 }
 
-TEST_P(AuthorizationContract, NoRightsAreGrantedToAnybody) {
+TEST_P(AuthorizationContract, GrantsARequestForNoRights) {
     const AuthorizationRef reference = create();
     EXPECT_EQ(service().copyRights(reference, std::nullopt, std::nullopt, 0),
               kAuthorizationSuccess);
@@ -102,7 +102,7 @@ class SystemAuthorizationContract : public testing::TestWithParam<BackEnd> {
     std::shared_ptr<AuthorizedToolStream> stream_;
 };
 
-TEST_P(SystemAuthorizationContract, NoReferenceIsInvalid) {
+TEST_P(SystemAuthorizationContract, RejectsANullReference) {
     EXPECT_EQ(service().copyRights(nullptr, kAdmin, std::nullopt, 0),
               kAuthorizationInvalidReference);
     EXPECT_EQ(service().executeWithPrivileges(nullptr, "/bin/true", 0, {}, stream_),
@@ -111,12 +111,12 @@ TEST_P(SystemAuthorizationContract, NoReferenceIsInvalid) {
     EXPECT_EQ(stream_, nullptr);
 }
 
-TEST_P(SystemAuthorizationContract, WithoutRightsNoToolIsStarted) {
+TEST_P(SystemAuthorizationContract, StartsNoToolWithoutAuthorization) {
     EXPECT_EQ(start("/bin/true"), kAuthorizationDenied);
     EXPECT_EQ(stream_, nullptr);
 }
 
-TEST_P(SystemAuthorizationContract, OtherRightsAreDenied) {
+TEST_P(SystemAuthorizationContract, DeniesOtherRights) {
     EXPECT_EQ(askFor(std::vector{AuthorizationItem{"system.preferences", std::nullopt, 0}}),
               kAuthorizationDenied);
     EXPECT_EQ(start("/bin/true"), kAuthorizationDenied);
@@ -129,7 +129,7 @@ class UserAuthorizationContract : public SystemAuthorizationContract {
     }
 };
 
-TEST_P(UserAuthorizationContract, NobodyIsAskedWhereNoInteractionIsAllowed) {
+TEST_P(UserAuthorizationContract, DoesNotAskWithoutInteraction) {
     EXPECT_EQ(askFor(kAdmin), kAuthorizationInteractionNotAllowed);
     EXPECT_EQ(start("/bin/true"), kAuthorizationDenied);
 }
@@ -167,7 +167,7 @@ TEST_P(RootAuthorizationContract, AToolOutlivesItsReferenceAndItsStream) {
     EXPECT_EQ(test::readFile(folder_ / "written"), "late\n");
 }
 
-TEST_P(RootAuthorizationContract, AToolThatCannotBeStartedIsAFailure) {
+TEST_P(RootAuthorizationContract, ReportsAToolThatCannotBeStarted) {
     const std::string noTool = folder_.writeFile("not executable");
     for (const std::string& tool :
          {folder_ / "missing", folder_.path(), noTool, std::string("true"), std::string()}) {

@@ -34,7 +34,7 @@ TEST_P(BundleContract, TheProgramsOwnCodeBelongsToTheMainBundle) {
     EXPECT_EQ(bundle->executablePath(), bundles().mainBundle()->executablePath());
 }
 
-TEST_P(BundleContract, CodeThatBelongsToNoFileHasNoBundle) {
+TEST_P(BundleContract, HasNoBundleForCodeWithoutAFile) {
     EXPECT_EQ(bundles().bundleForCode(nullptr), nullptr);
 }
 

@@ -100,7 +100,7 @@ TEST_P(FileHandleContract, AFileIsWrittenFromItsStartAndKeepsTheRest) {
     EXPECT_EQ(test::readFile(path), "ab23456789c");
 }
 
-TEST_P(FileHandleContract, WritesAtTheEndOnlyGoThereWhoeverElseWrites) {
+TEST_P(FileHandleContract, WritesAtTheEndBesideAnotherWriter) {
     const std::string path = folder_.writeFile("file");
     const auto one = handles().openForWriting(path);
     const auto other = handles().openForWriting(path);
@@ -119,7 +119,7 @@ TEST_P(FileHandleContract, WritesAtTheEndOnlyGoThereWhoeverElseWrites) {
     EXPECT_EQ(allOf(*pipe.reading), "text");
 }
 
-TEST_P(FileHandleContract, WhatCannotBeOpenedIsNullAndNotMade) {
+TEST_P(FileHandleContract, ReturnsNullForAFileThatCannotBeOpened) {
     EXPECT_EQ(handles().openForWriting(folder_ / "missing"), nullptr);
     EXPECT_EQ(handles().openForWriting(folder_.makeLink("dangling", "missing")), nullptr);
     EXPECT_EQ(handles().openForWriting(folder_.path()), nullptr);
@@ -137,7 +137,7 @@ TEST_P(FileHandleContract, AFileEndsWithinALineUnlessItsLastByteIsANewline) {
     EXPECT_FALSE(handles().endsWithinLine(""));
 }
 
-TEST_P(FileHandleContract, TheNullDeviceTakesEverythingAndReturnsNothing) {
+TEST_P(FileHandleContract, WritesAndReadsNothingOnTheNullDevice) {
     const auto device = handles().nullDevice();
     ASSERT_NE(device, nullptr);
     device->writeData(std::string(100000, 'x'));

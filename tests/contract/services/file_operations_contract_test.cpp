@@ -82,7 +82,7 @@ TEST_P(FileOperationsContract, ACopyReportsItsStagesInOrder) {
     EXPECT_EQ(test::readFile(folder_ / "copy/sub/file"), "text");
 }
 
-TEST_P(FileOperationsContract, WhatIsInTheWayIsNotReplaced) {
+TEST_P(FileOperationsContract, ReplacesNoExistingItem) {
     const std::string source = folder_.writeFile("source", "new");
     folder_.writeFile("taken", "old");
     ASSERT_EQ(copy(scheduled(), source, "taken"), 0);
@@ -136,7 +136,7 @@ TEST_P(FileOperationsContract, WhatIsNotOneNameIsRefusedAtOnce) {
     EXPECT_THAT(*reports_, IsEmpty());
 }
 
-TEST_P(FileOperationsContract, NoOperationIsAnError) {
+TEST_P(FileOperationsContract, RejectsANullOperation) {
     EXPECT_NE(operations().schedule(nullptr), 0);
     EXPECT_NE(operations().unschedule(nullptr), 0);
     EXPECT_NE(operations().cancel(nullptr), 0);

@@ -44,7 +44,7 @@ TEST_P(FinderInfoContract, AReferenceLeadsBackToItsPath) {
         EXPECT_EQ(finder().pathOfReference(reference(path)), path);
 }
 
-TEST_P(FinderInfoContract, ATrailingSlashIsNoPartOfAReference) {
+TEST_P(FinderInfoContract, DropsATrailingSlashFromAReference) {
     const std::string inside = folder_.makeFolder("inside");
     EXPECT_TRUE(reference(inside + "//") == reference(inside));
     FileReference none;
@@ -69,7 +69,7 @@ TEST_P(FinderInfoContract, AReferenceOutlivesAChangeOfTheWorkingFolder) {
     EXPECT_EQ(finder().pathOfReference(made), folder_ / "inside/file");
 }
 
-TEST_P(FinderInfoContract, WhatIsMissingHasNoReferenceAndTheOneGivenIsLeftAlone) {
+TEST_P(FinderInfoContract, LeavesTheReferenceUnchangedForAMissingItem) {
     const FileReference before = reference(folder_.writeFile("file"));
     FileReference kept = before;
     for (const std::string& path : {folder_ / "missing", folder_ / "file/below", std::string(),
@@ -89,7 +89,7 @@ TEST_P(FinderInfoContract, APathThatIsTooLongHasNoReference) {
     EXPECT_FALSE(finder().makeReference(path, none));
 }
 
-TEST_P(FinderInfoContract, AReferenceToWhatIsGoneLeadsNowhere) {
+TEST_P(FinderInfoContract, HasNoPathForAReferenceToARemovedItem) {
     const std::string path = folder_.writeFile("file");
     const FileReference made = reference(path);
     std::filesystem::rename(path, folder_ / "elsewhere");

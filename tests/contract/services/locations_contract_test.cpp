@@ -81,7 +81,7 @@ TEST_P(LocationsContract, FoldersOfTheMachineHaveFixedPlaces) {
     EXPECT_EQ(search(Directory::Library, Domain::System), (StringList{"/System/Library"}));
 }
 
-TEST_P(LocationsContract, SeveralDomainsAreAnsweredUserFirst) {
+TEST_P(LocationsContract, ReturnsTheUsersFolderBeforeOtherDomains) {
     EXPECT_EQ(search(Directory::Library, Domain::System | Domain::User | Domain::Local),
               (StringList{usersRoot() + "/Library", "/Library", "/System/Library"}));
 }
@@ -95,7 +95,7 @@ TEST_P(LocationsContract, TheHomeIsAnAbsolutePath) {
     EXPECT_TRUE(locations().homeDirectory().starts_with('/'));
 }
 
-TEST_P(LocationsContract, TheUserHasANameAndTheSuperUserAHome) {
+TEST_P(LocationsContract, HasANameForTheUserAndAHomeForRoot) {
     EXPECT_FALSE(locations().userName().empty());
     EXPECT_TRUE(locations().homeDirectoryForUser(locations().userName()).has_value());
     const OptionalPath superUsers = locations().homeDirectoryForUser(std::nullopt);
@@ -123,7 +123,7 @@ TEST_P(LocationsContract, TheCacheFolderIsWrittenAsFarAsItFits) {
     EXPECT_EQ(locations().confstr(kDarwinUserCacheDirectory, {}), size);
 }
 
-TEST_P(LocationsContract, AVariableThatNobodyKnowsHasNoValue) {
+TEST_P(LocationsContract, HasNoValueForAnUnknownVariable) {
     std::array<char, 4> buffer{'x', 'x', 'x', 'x'};
     for (const int name :
          {0, 1, kDarwinUserCacheDirectory + 1, -1, std::numeric_limits<int>::max()})

@@ -48,7 +48,7 @@ TEST_P(MainThreadContract, WaitingOnTheMainThreadRunsAtOnce) {
     EXPECT_TRUE(ran);
 }
 
-TEST_P(MainThreadContract, WithoutWaitingACallRunsOnceInWhicheverModeComesFirst) {
+TEST_P(MainThreadContract, RunsACallOnceInTheFirstModeThatRuns) {
     for (const RunLoopMode mode : {RunLoopMode::Default, RunLoopMode::ModalPanel}) {
         int runs = 0;
         mainThread().performOnMainThread([&] { ++runs; }, WaitUntilDone::No);

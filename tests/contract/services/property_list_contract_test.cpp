@@ -127,14 +127,14 @@ TEST_P(PropertyListContract, OnlyADictionaryOnTopIsOne) {
     EXPECT_TRUE(empty->empty());
 }
 
-TEST_P(PropertyListContract, DamagedAndForeignFilesHoldNone) {
+TEST_P(PropertyListContract, RejectsDamagedAndForeignFiles) {
     for (const char* contents :
          {"", "plain", "<plist><dict><key>k</key>", "<plist><dict></array></plist>", "<html/>",
           "{\"k\": 1}", "bplist00", "bplist00xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"})
         EXPECT_EQ(read(contents), std::nullopt) << contents;
 }
 
-TEST_P(PropertyListContract, WhereThereIsNoFileThereIsNone) {
+TEST_P(PropertyListContract, IsNilWithoutAFile) {
     EXPECT_EQ(readPath(folder_ / "missing"), std::nullopt);
     EXPECT_EQ(readPath(folder_.path()), std::nullopt);
     EXPECT_EQ(readPath(""), std::nullopt);

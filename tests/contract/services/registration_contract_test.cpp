@@ -69,14 +69,14 @@ TEST_P(RegistrationContract, ARegisteredApplicationIsFoundWhereverItIs) {
     }
 }
 
-TEST_P(RegistrationContract, AnApplicationThatIsGoneIsNotFound) {
+TEST_P(RegistrationContract, DoesNotFindARemovedApplication) {
     const std::string application = makeApplication("Tally.app");
     ASSERT_EQ(applications().registerApplication(application), 0);
     fs::remove_all(application);
     EXPECT_EQ(found(), std::nullopt);
 }
 
-TEST_P(RegistrationContract, WhatIsMissingOrNotAnApplicationChangesNothing) {
+TEST_P(RegistrationContract, ChangesNothingForAMissingItemOrAnotherThanAnApplication) {
     const std::string application = makeApplication("Tally.app");
     ASSERT_EQ(applications().registerApplication(application), 0);
     for (const std::string& path :

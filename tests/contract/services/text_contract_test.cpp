@@ -55,7 +55,7 @@ TEST_P(TextContract, Utf8IsStrict) {
         EXPECT_EQ(decode(bytes, StringEncoding::UTF8), std::nullopt) << bytes;
 }
 
-TEST_P(TextContract, AByteOrderMarkTellsTheOrderAndGoes) {
+TEST_P(TextContract, UsesAndRemovesAByteOrderMark) {
     EXPECT_EQ(decode("\xFE\xFF\0h\0\xE9"s, StringEncoding::UTF16), "h\xC3\xA9");
     EXPECT_EQ(decode("\xFF\xFEh\0\xE9\0"s, StringEncoding::UTF16), "h\xC3\xA9");
     EXPECT_EQ(decode("\0\0\xFE\xFF\0\1\xF6\0"s, StringEncoding::UTF32), "\xF0\x9F\x98\x80");
@@ -69,7 +69,7 @@ TEST_P(TextContract, AnEncodingWithAnOrderNeedsNoMark) {
     EXPECT_EQ(decode("h\0\0\0"s, StringEncoding::UTF32LittleEndian), "h");
 }
 
-TEST_P(TextContract, HalfAUnitAndHalfAPairAreNoText) {
+TEST_P(TextContract, RejectsHalfAUnitAndHalfAPair) {
     EXPECT_EQ(decode("\0h\0"s, StringEncoding::UTF16BigEndian), std::nullopt);
     EXPECT_EQ(decode("\xD8\x3D"s, StringEncoding::UTF16BigEndian), std::nullopt);
     EXPECT_EQ(decode("\xDE\0"s, StringEncoding::UTF16BigEndian), std::nullopt);
@@ -90,7 +90,7 @@ TEST_P(TextContract, TheOlderEncodingsAreKnown) {
     EXPECT_EQ(decode("\x1B$BF|\x1B(B", StringEncoding::ISO2022JP), "\xE6\x97\xA5");
 }
 
-TEST_P(TextContract, BytesThatAnEncodingLacksAreNoText) {
+TEST_P(TextContract, RejectsBytesThatAnEncodingLacks) {
     EXPECT_EQ(decode("\x93", StringEncoding::ShiftJIS), std::nullopt);
     EXPECT_EQ(decode("\xC6", StringEncoding::JapaneseEUC), std::nullopt);
 }
@@ -107,14 +107,14 @@ TEST_P(TextContract, NonLossyAsciiSpellsEverythingElse) {
     EXPECT_EQ(decode("\\000", StringEncoding::NonLossyASCII), "\0"s);
 }
 
-TEST_P(TextContract, DamagedNonLossyAsciiIsNoText) {
+TEST_P(TextContract, RejectsDamagedNonLossyAscii) {
     for (const char* bytes :
          {"\xE9", "\\", "\\u12", "\\u+123", "\\x", "\\48", "\\777", "\\ud83d", "\\ud83dx",
           "\\ud83d\\u0041", "\\ude00", "\\udc00", "\\udfff", "\\400", "\\ud83d\\"})
         EXPECT_EQ(decode(bytes, StringEncoding::NonLossyASCII), std::nullopt) << bytes;
 }
 
-TEST_P(TextContract, AnEncodingThatNobodyKnowsDecodesNothing) {
+TEST_P(TextContract, DecodesNothingInAnUnknownEncoding) {
     for (const unsigned long number : {0UL, 6UL, 12345UL, ~0UL})
         EXPECT_EQ(decode("plain", static_cast<StringEncoding>(number)), std::nullopt) << number;
 }
@@ -130,7 +130,7 @@ TEST_P(TextContract, LowerCaseIsUnicodesSimpleOne) {
     EXPECT_EQ(lowercase(""), "");
 }
 
-TEST_P(TextContract, BytesThatAreNoUtf8StayInLowerCase) {
+TEST_P(TextContract, KeepsInvalidUtf8InLowerCase) {
     EXPECT_EQ(lowercase("A\xFF"
                         "B\xC3"),
               "a\xFF"

@@ -12,7 +12,7 @@ class ToolPathsContract : public testing::TestWithParam<BackEnd> {
     ToolPaths& tools() { return *GetParam().platform().toolPaths; }
 };
 
-TEST_P(ToolPathsContract, AToolThatIsWhereItShouldBeStaysThere) {
+TEST_P(ToolPathsContract, ReturnsThePathOfAToolThatExists) {
     EXPECT_EQ(tools().toolPath("/bin/mv"), "/bin/mv");
     EXPECT_EQ(tools().toolPath("/no/such/tool"), "/no/such/tool");
     EXPECT_TRUE(tools().toolPath("/usr/bin/ditto").ends_with("/ditto"));

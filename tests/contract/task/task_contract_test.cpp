@@ -79,12 +79,12 @@ class TaskContract : public ::testing::TestWithParam<BackEnd> {
 INSTANTIATE_TEST_SUITE_P(BackEnds, TaskContract, ::testing::Values(BackEnd{"native", native}),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_P(TaskContract, AnswersTheExitStatus) {
+TEST_P(TaskContract, ReturnsTheExitStatus) {
     for (const int status : {0, 3, 255})
         EXPECT_EQ(statusOf(*taskOf("exit_with", {std::to_string(status)})), status);
 }
 
-TEST_P(TaskContract, AnswersTheNumberOfTheSignalThatEndedTheChild) {
+TEST_P(TaskContract, ReturnsTheNumberOfTheSignalThatEndedTheChild) {
     for (const int number : {SIGTERM, SIGKILL, SIGABRT})
         EXPECT_EQ(statusOf(*taskOf("kill_self", {std::to_string(number)})), number);
 }
@@ -167,13 +167,13 @@ TEST_P(TaskContract, OutputMayGoNowhere) {
     EXPECT_EQ(statusOf(*task), 0);
 }
 
-TEST_P(TaskContract, MuchOutputComesWhole) {
+TEST_P(TaskContract, PassesLargeOutputCompletely) {
     const std::size_t size = 5'000'001;
     const auto task = taskOf("print_bytes", {std::to_string(size), "7919"});
     EXPECT_TRUE(outputOf(*task) == test::pattern(0, size));
 }
 
-TEST_P(TaskContract, InputComesFromItsPipe) {
+TEST_P(TaskContract, ReadsInputFromItsPipe) {
     const auto task = taskOf("read_stdin", {folder_ / "pid"});
     const Pipe input = system().fileHandles->makePipe();
     input.writing->writeData("given");
@@ -189,7 +189,7 @@ TEST_P(TaskContract, InputComesFromItsPipe) {
     task->waitUntilExit();
 }
 
-TEST_P(TaskContract, WhatCannotBeStartedIsAnException) {
+TEST_P(TaskContract, ThrowsWhenTheProgramCannotBeStarted) {
     const auto launch = [&](const std::string& path) {
         const auto task = system().tasks->makeTask();
         task->setLaunchPath(path);

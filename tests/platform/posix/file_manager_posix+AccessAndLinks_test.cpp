@@ -31,7 +31,7 @@ class AccessAndLinks : public testing::Test {
     test::TempFolder folder_;
 };
 
-TEST_F(AccessAndLinks, WhatOneOwnsMayBeWritten) {
+TEST_F(AccessAndLinks, AllowWritingOwnItems) {
     EXPECT_TRUE(manager().isWritableFile(folder_.writeFile("-f\n\xff")));
     EXPECT_TRUE(manager().isWritableFile(folder_.makeFolder("inside")));
     EXPECT_TRUE(manager().isWritableFile(folder_ / "inside/"));
@@ -39,7 +39,7 @@ TEST_F(AccessAndLinks, WhatOneOwnsMayBeWritten) {
     EXPECT_TRUE(manager().isWritableFile(longPathTo("bottom")));
 }
 
-TEST_F(AccessAndLinks, WhatIsMissingMayNot) {
+TEST_F(AccessAndLinks, RefuseAMissingItem) {
     EXPECT_FALSE(manager().isWritableFile(folder_ / "missing"));
     EXPECT_FALSE(manager().isWritableFile(folder_.writeFile("file") + "/"));
     EXPECT_FALSE(manager().isWritableFile(folder_.path() + std::string("/file\0", 6)));
@@ -53,14 +53,14 @@ TEST_F(AccessAndLinks, WritingFollowsLinks) {
     EXPECT_FALSE(manager().isWritableFile(folder_.makeLink("dangling", "nowhere")));
 }
 
-TEST_F(AccessAndLinks, TheModeDecidesForAllButTheSuperUser) {
+TEST_F(AccessAndLinks, FollowTheModeExceptForRoot) {
     const std::string file = folder_.writeFile("file");
     ::chmod(file.c_str(), 0444);
     EXPECT_EQ(manager().isWritableFile(file), ::getuid() == 0);
     EXPECT_EQ(manager().isWritableFile("/etc/passwd"), ::getuid() == 0);
 }
 
-TEST_F(AccessAndLinks, ALinkTellsWhatItHolds) {
+TEST_F(AccessAndLinks, ReadsTheTargetOfALink) {
     folder_.makeFolder("inside");
     folder_.writeFile("file");
     for (const std::string& target :
@@ -72,7 +72,7 @@ TEST_F(AccessAndLinks, ALinkTellsWhatItHolds) {
     }
 }
 
-TEST_F(AccessAndLinks, WhatIsNoLinkLeadsNowhere) {
+TEST_F(AccessAndLinks, HaveNoTargetForAnItemThatIsNotALink) {
     for (const std::string& path :
          {folder_.writeFile("file"), folder_.path(), folder_ / "missing", folder_ / "file/below",
           std::string("/"), std::string(), std::string("\0", 1)})

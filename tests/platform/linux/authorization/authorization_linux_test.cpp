@@ -53,7 +53,7 @@ class AuthorizationTest : public testing::Test {
     std::shared_ptr<AuthorizedToolStream> stream_;
 };
 
-TEST_F(AuthorizationTest, AReferenceIsMadeWithoutAskingAnybody) {
+TEST_F(AuthorizationTest, MakesAReferenceWithoutAskingTheUser) {
     AuthorizationRef other = nullptr;
     EXPECT_EQ(service_.create(std::nullopt, credentials("nobody", "wrong"), 0, other),
               kAuthorizationSuccess);
@@ -62,7 +62,7 @@ TEST_F(AuthorizationTest, AReferenceIsMadeWithoutAskingAnybody) {
     EXPECT_EQ(service_.free(other, 0), kAuthorizationSuccess);
 }
 
-TEST_F(AuthorizationTest, NoReferenceIsInvalid) {
+TEST_F(AuthorizationTest, RejectsANullReference) {
     EXPECT_EQ(service_.copyRights(nullptr, kAdmin, std::nullopt, 0),
               kAuthorizationInvalidReference);
     EXPECT_EQ(service_.executeWithPrivileges(nullptr, "/bin/true", 0, {}, stream_),
@@ -70,13 +70,13 @@ TEST_F(AuthorizationTest, NoReferenceIsInvalid) {
     EXPECT_EQ(service_.free(nullptr, 0), kAuthorizationInvalidReference);
 }
 
-TEST_F(AuthorizationTest, NoRightsAreGrantedToAnybody) {
+TEST_F(AuthorizationTest, GrantsARequestForNoRights) {
     EXPECT_EQ(copyRights(std::nullopt), kAuthorizationSuccess);
     EXPECT_EQ(copyRights(std::vector<AuthorizationItem>{}), kAuthorizationSuccess);
     EXPECT_EQ(execute("/bin/true"), kAuthorizationDenied);
 }
 
-TEST_F(AuthorizationTest, OtherRightsAreDenied) {
+TEST_F(AuthorizationTest, DeniesOtherRights) {
     EXPECT_EQ(copyRights(std::vector{item("system.preferences")}), kAuthorizationDenied);
     EXPECT_EQ(copyRights(std::vector{item(kAuthorizationRightAdmin), item("system.preferences")}),
               kAuthorizationDenied);
@@ -113,7 +113,7 @@ TEST_F(UserAuthorization, CredentialsAreTried) {
     EXPECT_FALSE(wasNobodyAsked());
 }
 
-TEST_F(UserAuthorization, NobodyCanBeAskedWithoutInteractionOrCredentials) {
+TEST_F(UserAuthorization, IsNotGrantedWithoutInteractionAndCredentials) {
     EXPECT_EQ(copyRights(kAdmin), kAuthorizationInteractionNotAllowed);
     for (const auto& half : {credentials("user", std::nullopt), credentials(std::nullopt, "word"),
                              credentials(std::nullopt, std::nullopt)})
@@ -131,7 +131,7 @@ TEST_F(UserAuthorization, CredentialsOfMoreThanALineAreDeniedWithoutAsking) {
     EXPECT_TRUE(wasNobodyAsked());
 }
 
-TEST_F(UserAuthorization, RightsCannotBeClaimedByTheEnvironment) {
+TEST_F(UserAuthorization, CannotBeClaimedByTheEnvironment) {
     ::setenv("KX_AUTHORIZED_UID", "0", 1);
     AuthorizationRef handed = nullptr;
     EXPECT_EQ(service_.copyPrivilegedReference(0, handed), kAuthorizationDenied);
@@ -146,14 +146,14 @@ class RootAuthorization : public AuthorizationTest {
     }
 };
 
-TEST_F(RootAuthorization, RightsAreHeldWithoutAsking) {
+TEST_F(RootAuthorization, IsGrantedWithoutAsking) {
     EXPECT_EQ(execute("/bin/true"), kAuthorizationDenied);
     EXPECT_EQ(copyRights(kAdmin, credentials("nobody", "wrong")), kAuthorizationSuccess);
     ASSERT_EQ(execute("/usr/bin/id", {"-u"}), kAuthorizationSuccess);
     EXPECT_EQ(test::allOf(*stream_), "0\n");
 }
 
-TEST_F(RootAuthorization, AToolThatCannotBeStartedIsTold) {
+TEST_F(RootAuthorization, ReportsAToolThatCannotBeStarted) {
     const test::TempFolder folder;
     ASSERT_EQ(copyRights(kAdmin), kAuthorizationSuccess);
     for (const std::string& tool :
@@ -163,13 +163,13 @@ TEST_F(RootAuthorization, AToolThatCannotBeStartedIsTold) {
     EXPECT_EQ(stream_, nullptr);
 }
 
-TEST_F(RootAuthorization, AToolInheritsTheRightsOfItsParent) {
+TEST_F(RootAuthorization, PassesItsAuthorizationToATool) {
     ASSERT_EQ(copyRights(kAdmin), kAuthorizationSuccess);
     ASSERT_EQ(execute(test::childPath("print_env")), kAuthorizationSuccess);
     EXPECT_THAT(test::allOf(*stream_), testing::HasSubstr("KX_AUTHORIZED_UID=0"));
 }
 
-TEST_F(RootAuthorization, WhatAParentHandedDownIsTakenOverAndHandedOn) {
+TEST_F(RootAuthorization, UsesTheAuthorizationOfItsParentAndPassesItOn) {
     ::setenv("KX_AUTHORIZED_UID", "1234", 1);
     AuthorizationRef handed = nullptr;
     ASSERT_EQ(service_.copyPrivilegedReference(0, handed), kAuthorizationSuccess);

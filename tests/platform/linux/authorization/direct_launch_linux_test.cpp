@@ -20,13 +20,13 @@ std::string outputOf(const std::string& tool, const StringList& arguments = {}) 
     return status == 0 ? test::allOf(*stream) : "failed: " + std::to_string(status);
 }
 
-TEST(DirectLaunch, GivesArgumentsByteForByte) {
+TEST(DirectLaunch, PassesArgumentsByteForByte) {
     const std::string tool = test::childPath("print_args");
     EXPECT_EQ(outputOf(tool, {"", "a\nb", "\xff"}),
               tool + '\0' + '\0' + "a\nb" + '\0' + "\xff" + '\0');
 }
 
-TEST(DirectLaunch, GivesNoOtherDescriptorsAndNothingOfTheEnvironment) {
+TEST(DirectLaunch, PassesNoOtherDescriptorsAndNoEnvironment) {
     EXPECT_EQ(outputOf(test::childPath("print_descriptors")), "0\n1\n2\n");
     ::setenv("LD_PRELOAD", "/lost.so", 1);
     const std::string output = outputOf(test::childPath("print_env"));

@@ -49,7 +49,7 @@ TEST_F(GrantTest, IsHeldAsLongAsItsHelperIsThere) {
     EXPECT_FALSE(grant.isHeld());
 }
 
-TEST_F(GrantTest, WhoseHelperHasGoneIsRenewedOnce) {
+TEST_F(GrantTest, RenewsOnceWhenItsHelperHasEnded) {
     Grant grant = granted(bringsAnother());
     helperGoes();
     ASSERT_EQ(grant.execute("/bin/echo", {"a b", "\n\xff"}, stream_), kAuthorizationSuccess);
@@ -59,7 +59,7 @@ TEST_F(GrantTest, WhoseHelperHasGoneIsRenewedOnce) {
     EXPECT_EQ(asked_, 1);
 }
 
-TEST_F(GrantTest, ThatIsNotRenewedAnswersWhyAndIsAskedForTheNextTime) {
+TEST_F(GrantTest, ReturnsTheFailedRenewalAndTriesAgainNextTime) {
     Grant grant = granted(isAnswered(kAuthorizationCanceled));
     helperGoes();
     EXPECT_EQ(start(grant), kAuthorizationCanceled);
@@ -77,7 +77,7 @@ TEST_F(GrantTest, WithoutARenewalIsDenied) {
 }
 
 // It may have started the tool before it went.
-TEST_F(GrantTest, WhoseHelperGoesWithTheRequestIsDeniedAndRenewedTheNextTime) {
+TEST_F(GrantTest, DeniesARequestLostWithItsHelperAndRenewsNextTime) {
     Grant grant = granted(bringsAnother());
     std::thread goes([this] {
         MessageHeader header{};

@@ -77,7 +77,7 @@ TEST_F(BundleResources, MayBeInAFolderButNotOutsideTheBundle) {
     EXPECT_EQ(bundle()->pathForResource(std::string("deep/a.txt\0", 11), ""), std::nullopt);
 }
 
-TEST_F(BundleResources, AreAnsweredAfreshAtEveryCall) {
+TEST_F(BundleResources, AreLookedUpAgainAtEveryCall) {
     EXPECT_EQ(bundle()->infoDictionaryText("CFBundleVersion"), std::nullopt);
     const std::string info =
         folder_.writeFile("A.bundle/Contents/Info.plist",
@@ -90,7 +90,7 @@ TEST_F(BundleResources, AreAnsweredAfreshAtEveryCall) {
     EXPECT_EQ(bundle()->executablePath(), folder_ / "A.bundle/Contents/Linux/a.so");
 }
 
-TEST(PlainProgram, HasAnExecutableAndNothingElse) {
+TEST(PlainProgram, HasOnlyAnExecutable) {
     const auto bundle = bundleOf(OptionalPath("/usr/bin/env"));
     EXPECT_EQ(bundle->executablePath(), "/usr/bin/env");
     EXPECT_EQ(bundle->infoDictionaryText("CFBundleVersion"), std::nullopt);
@@ -196,7 +196,7 @@ TEST_F(BundleForCode, OfTheProgramItselfIsTheMainBundle) {
     EXPECT_EQ(bundle->executablePath(), native().bundles->mainBundle()->executablePath());
 }
 
-TEST_F(BundleForCode, OfWhatBelongsToNoFileIsNone) {
+TEST_F(BundleForCode, IsNullForCodeWithoutAFile) {
     const auto onHeap = std::make_unique<int>(0);
     EXPECT_EQ(native().bundles->bundleForCode(onHeap.get()), nullptr);
     EXPECT_EQ(native().bundles->bundleForCode(nullptr), nullptr);

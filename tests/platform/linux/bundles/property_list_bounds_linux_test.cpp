@@ -29,7 +29,7 @@ TEST(ModestXML, EmptyElementsAndInstructionsDoNotNest) {
     EXPECT_TRUE(isModestXML(text));
 }
 
-TEST(ModestXML, WhatStandsInCommentsAndCharacterDataIsNoMarkup) {
+TEST(ModestXML, IgnoresCommentsAndCharacterData) {
     EXPECT_TRUE(isModestXML("<a><!-- " + std::string(10, '<') + " </b> --></a>"));
     EXPECT_TRUE(isModestXML("<a><![CDATA[</b>]]></a>"));
 }

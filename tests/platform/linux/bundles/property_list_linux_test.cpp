@@ -35,7 +35,7 @@ std::string text(const std::optional<PropertyListDictionary>& dictionary, const 
     return dictionary->at(key).text().value_or("no text");
 }
 
-TEST(LinuxPropertyLists, NestingOfAHundredThousandIsNoDictionary) {
+TEST(LinuxPropertyLists, RejectAHundredThousandNestedLists) {
     std::string deep;
     for (int i = 0; i < 100000; ++i) deep += "<array>";
     EXPECT_EQ(read(kHead + std::string("<dict><key>k</key>") + deep), std::nullopt);
@@ -45,7 +45,7 @@ TEST(LinuxPropertyLists, NestingOfAHundredThousandIsNoDictionary) {
     EXPECT_EQ(readXML(closed + "</dict>"), std::nullopt);
 }
 
-TEST(LinuxPropertyLists, ASmallFileThatStandsForBillionsOfObjectsIsNoDictionary) {
+TEST(LinuxPropertyLists, RejectASmallFileThatExpandsToBillionsOfObjects) {
     StringList objects{"\xD1" + test::reference(1) + test::reference(2), "\x51k"};
     for (std::uint16_t i = 3; i < 15; ++i) {
         std::string object = "\xAA";
@@ -56,7 +56,7 @@ TEST(LinuxPropertyLists, ASmallFileThatStandsForBillionsOfObjectsIsNoDictionary)
     EXPECT_EQ(read(test::binaryPropertyList(objects)), std::nullopt);
 }
 
-TEST(LinuxPropertyLists, AKeyWithANulIsNoDictionary) {
+TEST(LinuxPropertyLists, RejectAKeyWithANul) {
     const std::string keys[] = {std::string("\x52k\0", 3), std::string("\x62\0k\0\0", 5)};
     for (const std::string& key : keys)
         EXPECT_EQ(read(test::binaryPropertyList(
@@ -66,13 +66,13 @@ TEST(LinuxPropertyLists, AKeyWithANulIsNoDictionary) {
     EXPECT_EQ(readXML("<dict><key>k&#0;</key><true/></dict>"), std::nullopt);
 }
 
-TEST(LinuxPropertyLists, EntitiesOfADocumentsOwnAreNoDictionary) {
+TEST(LinuxPropertyLists, RejectADocumentsOwnEntities) {
     EXPECT_EQ(read("<?xml version=\"1.0\"?><!DOCTYPE l [<!ENTITY a \"aa\"><!ENTITY b \"&a;&a;\">]>"
                    "<plist><dict><key>k</key><string>&b;</string></dict></plist>"),
               std::nullopt);
 }
 
-TEST(LinuxPropertyLists, OtherFormsAreNoDictionary) {
+TEST(LinuxPropertyLists, RejectOtherForms) {
     EXPECT_EQ(read("{\"k\": \"v\"}"), std::nullopt);
     EXPECT_EQ(read("{ k = v; }"), std::nullopt);
     EXPECT_EQ(read("// !$*UTF8*$!\n{ k = v; }"), std::nullopt);
@@ -81,11 +81,11 @@ TEST(LinuxPropertyLists, OtherFormsAreNoDictionary) {
     EXPECT_EQ(read("bplist00"), std::nullopt);
 }
 
-TEST(LinuxPropertyLists, TextThatIsNoUtf8IsNoDictionary) {
+TEST(LinuxPropertyLists, RejectInvalidUtf8) {
     EXPECT_EQ(readXML("<dict><key>k</key><string>\xE9</string></dict>"), std::nullopt);
 }
 
-TEST(LinuxPropertyLists, AFileOfMoreThanAMebibyteIsNoDictionary) {
+TEST(LinuxPropertyLists, RejectAFileOfMoreThanAMebibyte) {
     const std::string list = std::string(kHead) + "<dict><key>k</key><string>v</string></dict>";
     const std::string end = "</plist>";
     const std::size_t room = (std::size_t{1} << 20) - list.size() - end.size();
@@ -93,7 +93,7 @@ TEST(LinuxPropertyLists, AFileOfMoreThanAMebibyteIsNoDictionary) {
     EXPECT_EQ(read(list + std::string(room + 1, ' ') + end), std::nullopt);
 }
 
-TEST(LinuxPropertyLists, WhatIsNotRegularIsNoDictionary) {
+TEST(LinuxPropertyLists, RejectItemsThatAreNotRegularFiles) {
     const TempFolder folder;
     const std::string pipe = folder / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);

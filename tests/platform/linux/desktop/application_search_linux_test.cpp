@@ -93,7 +93,7 @@ TEST_F(Applications, ALinkToABundleIsOneAndADanglingLinkIsNone) {
     EXPECT_EQ(find(), root_ / "Applications/B.app");
 }
 
-TEST_F(Applications, WhatOnlyLooksLikeABundleIsNone) {
+TEST_F(Applications, IgnoreAFolderThatIsNotABundle) {
     makeBundle("Applications/B.application");
     makeBundle("Applications/.B.app");
     root_.writeFile("Applications/File.app", infoPlist(kIdentifier));
@@ -102,7 +102,7 @@ TEST_F(Applications, WhatOnlyLooksLikeABundleIsNone) {
     EXPECT_EQ(find(), std::nullopt);
 }
 
-TEST_F(Applications, AnIdentifierThatIsNoNameIsNobodys) {
+TEST_F(Applications, FindNothingForAnIdentifierThatCannotBeAName) {
     makeBundle("Applications/B.app", "");
     EXPECT_EQ(find(""), std::nullopt);
     root_.writeFile("x.desktop", "[Desktop Entry]\nType=Application\nExec=/bin/sh\n");
@@ -117,20 +117,20 @@ TEST_F(Applications, ADesktopEntryNamesItsProgram) {
     EXPECT_EQ(find(), program);
 }
 
-TEST_F(Applications, ADesktopEntrysProgramMayStandInThePath) {
+TEST_F(Applications, FindADesktopEntrysProgramInThePath) {
     const std::string program = makeProgram("bin/tally");
     const ScopedEnvironment path("PATH", root_ / "bin");
     makeEntry("share/applications", "TryExec=tally\nExec=tally %U");
     EXPECT_EQ(find(), program);
 }
 
-TEST_F(Applications, AProgramThatLiesInABundleAnswersTheBundle) {
+TEST_F(Applications, FindTheBundleOfAProgram) {
     const std::string program = makeProgram("far/Tally.app/Contents/Linux/tally");
     makeEntry("share/applications", "Exec=" + program);
     EXPECT_EQ(find(), root_ / "far/Tally.app");
 }
 
-TEST_F(Applications, ALinkToAProgramInABundleAnswersTheBundle) {
+TEST_F(Applications, FindTheBundleOfALinkedProgram) {
     const std::string program = makeProgram("far/Tally.app/Contents/Linux/tally");
     root_.makeFolder("bin");
     makeEntry("share/applications", "Exec=" + root_.makeLink("bin/tally", program));
@@ -211,7 +211,7 @@ TEST(ApplicationFolders, HaveTheirUsualPlacesWithoutAnEnvironment) {
                           "/usr/share/applications"}));
 }
 
-TEST(ApplicationFolders, OfTheSuperUserAreTheConsoleUsers) {
+TEST(ApplicationFolders, OfRootAreTheConsoleUsers) {
     const ScopedEnvironment data("XDG_DATA_HOME", "/data");
     FakeProcessInfo superUser(0);
     FakeLocations locations;
@@ -224,7 +224,7 @@ TEST(ApplicationFolders, OfTheSuperUserAreTheConsoleUsers) {
     EXPECT_EQ(folders.entries.front(), "/home/al/.local/share/applications");
 }
 
-TEST(ApplicationFolders, OfTheSuperUserAreTheMachinesWhenNobodySitsThere) {
+TEST(ApplicationFolders, OfRootAreTheMachinesWithoutAConsoleUser) {
     FakeProcessInfo superUser(0);
     FakeLocations locations;
     ScopedPlatform fake;

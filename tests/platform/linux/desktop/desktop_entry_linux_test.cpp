@@ -5,7 +5,7 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
-TEST(DesktopEntry, ItsOwnGroupAloneCounts) {
+TEST(DesktopEntry, ReadsItsOwnGroupOnly) {
     const DesktopEntry entry = parseDesktopEntry(
         "# comment\nExec=before\n[Desktop Entry]\nType=Application\n Exec = /bin/a b %U \n"
         "TryExec=/bin/a\n#Hidden=true\nName[de]=x=y\n\n[Desktop Action new]\nExec=/bin/c\n");
@@ -23,7 +23,7 @@ TEST(DesktopEntry, WhatIsMissingStaysUnset) {
     EXPECT_EQ(entry.tryExec, std::nullopt);
 }
 
-TEST(DesktopEntry, HiddenMeansTrueAndNothingElse) {
+TEST(DesktopEntry, IsHiddenOnlyForTheValueTrue) {
     EXPECT_TRUE(parseDesktopEntry("[Desktop Entry]\nHidden=true\r\n").isHidden);
     EXPECT_FALSE(parseDesktopEntry("[Desktop Entry]\nHidden=false\n").isHidden);
 }
@@ -44,7 +44,7 @@ TEST(ProgramInExec, MayBeQuoted) {
     EXPECT_EQ(programInExec(R"("/opt/a\"b\$c\`d\\e" x)"), "/opt/a\"b$c`d\\e");
 }
 
-TEST(ProgramInExec, WithoutOneThereIsNone) {
+TEST(ProgramInExec, IsNilWithoutAProgram) {
     for (const char* exec : {"", "   ", "\"\"", "\"/opt/open", "\""})
         EXPECT_EQ(programInExec(exec), std::nullopt) << exec;
 }

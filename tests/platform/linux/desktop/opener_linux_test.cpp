@@ -110,7 +110,7 @@ TEST_F(Opener, AnExecutablesNameMayNotLeadOutOfItsFolder) {
     EXPECT_EQ(programOfApplication(makeApplication("B.app", "..")), std::nullopt);
 }
 
-TEST_F(Opener, WhatCannotBeStartedIsNotOpened) {
+TEST_F(Opener, FailsForAnApplicationThatCannotBeStarted) {
     EXPECT_FALSE(openFile(root_ / "missing.app"));
     EXPECT_FALSE(openFile(root_ / "missing.txt"));
     EXPECT_FALSE(openFile(root_.makeLink("dangling", "missing")));
@@ -123,7 +123,7 @@ TEST_F(Opener, WhatCannotBeStartedIsNotOpened) {
     EXPECT_FALSE(openFile(app));
 }
 
-TEST_F(Opener, ADocumentIsGivenToTheDesktopsOpener) {
+TEST_F(Opener, PassesADocumentToTheDesktopsOpener) {
     const std::string opener = makeProgram("bin/xdg-open");
     makeProgram("bin/gio");
     const ScopedEnvironment path("PATH", root_ / "bin");
@@ -139,7 +139,7 @@ TEST_F(Opener, AFileNamedLikeAnApplicationIsADocument) {
     EXPECT_EQ(facts(), opener + ":" + (root_ / "A.app"));
 }
 
-TEST_F(Opener, TheSecondOpenerStandsInForTheFirst) {
+TEST_F(Opener, UsesTheSecondOpenerWithoutTheFirst) {
     const std::string opener = makeProgram("bin/gio");
     const ScopedEnvironment path("PATH", root_ / "bin");
     EXPECT_TRUE(openFile(root_.path()));
@@ -163,7 +163,7 @@ TEST_F(Opener, ARelativePathIsMadeAbsolute) {
     EXPECT_EQ(facts(), opener + ":" + here + "/-x");
 }
 
-TEST_F(Opener, AStartedProgramIsOnItsOwn) {
+TEST_F(Opener, StartsAProgramInItsOwnSession) {
     // Session and process, working folder, standard streams.
     const std::string program = makeProgram(
         "run",

@@ -120,7 +120,7 @@ TEST_F(Registration, ANastyPathIsFoundAgain) {
     }
 }
 
-TEST_F(Registration, TheNameIsTheOneToShowElseTheBundlesElseTheFolders) {
+TEST_F(Registration, UsesTheDisplayNameElseTheBundlesElseTheFolders) {
     const std::string identifier = key("CFBundleIdentifier", kIdentifier);
     const std::string name = key("CFBundleName", "Short");
     const std::string shown = key("CFBundleDisplayName", "To\nShow");
@@ -133,7 +133,7 @@ TEST_F(Registration, TheNameIsTheOneToShowElseTheBundlesElseTheFolders) {
     hasName(identifier + key("CFBundleName", ""), "Fol der");
 }
 
-TEST_F(Registration, ASecondOneTakesThePlaceOfTheFirst) {
+TEST_F(Registration, ReplacesAnEarlierRegistration) {
     const std::string first = makeApplication("First.app");
     const std::string second = makeApplication("Second.app");
     EXPECT_EQ(registerAt(first), 0);
@@ -174,7 +174,7 @@ TEST_F(Registration, AMissingPathIsNotRegistered) {
     EXPECT_FALSE(test::somethingAt(folder_ / "data"));
 }
 
-TEST_F(Registration, WhatIsNoApplicationIsNotRegistered) {
+TEST_F(Registration, RejectsAnItemThatIsNotAnApplication) {
     const std::string identifier = key("CFBundleIdentifier", kIdentifier);
     folder_.makeFolder("Empty.app");
     folder_.writeFile("File.app");
@@ -188,7 +188,7 @@ TEST_F(Registration, WhatIsNoApplicationIsNotRegistered) {
     EXPECT_FALSE(test::somethingAt(folder_ / "data"));
 }
 
-TEST_F(Registration, AnIdentifierThatIsNoFileNameIsRefused) {
+TEST_F(Registration, RejectsAnIdentifierThatIsNotAFileName) {
     for (const char* identifier : {"", "../../evil", "a/b", "/", ".hidden", "..", "x\ny", "\x7f"}) {
         const std::string path = makeApplication("Evil.app", key("CFBundleIdentifier", identifier));
         EXPECT_EQ(registerAt(path), ENOEXEC) << identifier;
@@ -199,7 +199,7 @@ TEST_F(Registration, AnIdentifierThatIsNoFileNameIsRefused) {
     EXPECT_EQ(test::listing(entries()), "");
 }
 
-TEST_F(Registration, WhereNoEntryCanBeWrittenItFails) {
+TEST_F(Registration, FailsWhenTheEntryCannotBeWritten) {
     folder_.writeFile("data", "a file");
     EXPECT_NE(registerAt(makeApplication()), 0);
     EXPECT_EQ(threads_.count, 0);
@@ -274,7 +274,7 @@ TEST_F(RootRegistration, TheEntryAndItsFoldersBelongToTheUserAtTheConsole) {
     EXPECT_FALSE(test::somethingAt(folder_ / "data"));
 }
 
-TEST_F(RootRegistration, NobodyAtTheConsoleHasNoApplications) {
+TEST_F(RootRegistration, FailsWithoutAConsoleUser) {
     locations_.user = std::nullopt;
     EXPECT_EQ(registerAt(makeApplication()), ENOENT);
     EXPECT_FALSE(test::somethingAt(inHome(".local")));
@@ -302,7 +302,7 @@ TEST_F(RootRegistration, AnEntryThatIsALinkIsReplacedItself) {
     EXPECT_EQ(found(), path);
 }
 
-TEST_F(RootRegistration, AFolderExchangedForALinkMeanwhileChangesNothingElsewhere) {
+TEST_F(RootRegistration, WritesNothingThroughAFolderSwappedForALink) {
     const std::string path = makeApplication();
     const std::string target = folder_.makeFolder("target");
     user_->makeFolder(".local/share");

@@ -27,13 +27,13 @@ TEST_F(AbsolutePath, OfARelativeOneBeginsWithTheWorkingFolder) {
     EXPECT_EQ(absolutePath("a b/\nc"), folder_ / "a b/\nc");
 }
 
-TEST_F(AbsolutePath, LosesTrailingSlashesAndNothingElse) {
+TEST_F(AbsolutePath, DropsOnlyTrailingSlashes) {
     EXPECT_EQ(absolutePath("/some//where/.././x//"), "/some//where/.././x");
     EXPECT_EQ(absolutePath("name/"), folder_ / "name");
     EXPECT_EQ(absolutePath("//"), "/");
 }
 
-TEST_F(AbsolutePath, IsNilForWhatIsNoPath) {
+TEST_F(AbsolutePath, IsNilForAnEmptyPathAndOneWithANul) {
     EXPECT_EQ(absolutePath(""), std::nullopt);
     EXPECT_EQ(absolutePath(std::string("a\0b", 3)), std::nullopt);
 }

@@ -62,14 +62,14 @@ TEST(Programs, WithoutAPathTheUsualFoldersAreSearched) {
     EXPECT_TRUE(findProgram("sh").has_value());
 }
 
-TEST(TrustedProgram, IsOneThatOnlyWeAndTheSuperUserCanExchange) {
+TEST(TrustedProgram, CanBeReplacedByRootAndThisUserOnly) {
     const TempFolder folder;
     const std::string program = makeProgram(folder, "bin/tool");
     EXPECT_EQ(trustedProgram(program), canonical(program));
     EXPECT_EQ(trustedProgram("/bin/sh"), canonical("/bin/sh"));
 }
 
-TEST(TrustedProgram, IsAnsweredWithoutLinks) {
+TEST(TrustedProgram, IsReturnedWithoutLinks) {
     const TempFolder folder;
     const std::string program = makeProgram(folder, "bin/tool");
     EXPECT_EQ(trustedProgram(folder.makeLink("link", program)), canonical(program));
@@ -98,7 +98,7 @@ TEST(TrustedProgram, MayNotLieBelowAFolderThatOthersCanChange) {
     EXPECT_NE(trustedProgram(program), std::nullopt);
 }
 
-TEST(TrustedProgram, MayLieBelowAFolderWhereNobodyCanExchangeWhatIsOurs) {
+TEST(TrustedProgram, MayBeBelowAStickyFolder) {
     const TempFolder folder;
     const std::string program = makeProgram(folder, "shared/ours/tool");
     ASSERT_EQ(::chmod((folder / "shared").c_str(), 01777), 0);

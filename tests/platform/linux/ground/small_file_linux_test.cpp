@@ -49,7 +49,7 @@ TEST(SmallFile, APathWithANulLeadsNowhere) {
     EXPECT_EQ(readSmallFile(path + std::string("\0z", 2), 100), std::nullopt);
 }
 
-TEST(SmallFile, LinksAreFollowedOnlyWhereNobodyElseRules) {
+TEST(SmallFile, FollowsLinksOnlyWithoutARequiredOwner) {
     const TempFolder folder;
     const std::string file = folder.writeFile("x", "y");
     const std::string link = folder.makeLink("link", file);
@@ -58,7 +58,7 @@ TEST(SmallFile, LinksAreFollowedOnlyWhereNobodyElseRules) {
     EXPECT_EQ(readSmallFileOf(::geteuid(), link, 100), std::nullopt);
 }
 
-TEST(SmallFile, OfOneUserIsNobodyElses) {
+TEST(SmallFile, MustBelongToTheRequiredOwner) {
     const TempFolder folder;
     EXPECT_EQ(readSmallFileOf(::geteuid() + 1, folder.writeFile("x", "y"), 100), std::nullopt);
 }

@@ -114,7 +114,7 @@ TEST_F(LinuxAttributes, OtherFlagsOfAnItemStay) {
     EXPECT_EQ(flags & kNoDump, kNoDump);
 }
 
-TEST_F(LinuxAttributes, ALinkIsNotLockedNorWhatItLeadsTo) {
+TEST_F(LinuxAttributes, LockNeitherALinkNorItsTarget) {
     const std::string file = folder_.writeFile("file");
     for (const std::string& link :
          {folder_.makeLink("link", "file"), folder_.makeLink("dangling", "nowhere")}) {

@@ -66,7 +66,7 @@ TEST(ExitDescriptor, OfAProcessThatIsNotThereIsInvalid) {
     EXPECT_FALSE(openExitDescriptor(child));
 }
 
-TEST(EnlargedPipe, TakesAMebibyteWithoutAReader) {
+TEST(EnlargedPipe, HoldsAMebibyteWithoutAReader) {
     int ends[2];
     ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
     const Descriptor reading(ends[0]);

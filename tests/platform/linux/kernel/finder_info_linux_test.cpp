@@ -92,7 +92,7 @@ TEST_F(LinuxFinderInfo, ALongerValueIsAFailureAndStays) {
     EXPECT_EQ(raw(), std::string(33, 'x'));
 }
 
-TEST_F(LinuxFinderInfo, LinksPipesAndDevicesHaveNone) {
+TEST_F(LinuxFinderInfo, FailsForLinksPipesAndDevices) {
     ASSERT_EQ(::mkfifo((folder_ / "fifo").c_str(), 0666), 0);
     for (const std::string& path : {folder_.makeLink("link", "file"), folder_ / "fifo",
                                     folder_.makeLink("dangling", "no"), std::string("/dev/null")}) {

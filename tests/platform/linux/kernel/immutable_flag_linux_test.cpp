@@ -54,7 +54,7 @@ TEST_F(ImmutableFlag, IsOnlyForFilesAndFolders) {
     EXPECT_EQ(setImmutable(entry("link"), true), EOPNOTSUPP);
 }
 
-TEST_F(ImmutableFlag, MayOnlyBeSetByRoot) {
+TEST_F(ImmutableFlag, CanBeSetByRootOnly) {
     if (test::isSuperUser()) GTEST_SKIP();
     folder_.writeFile("file");
     const int error = setImmutable(entry("file"), true);
@@ -69,7 +69,7 @@ class RootImmutableFlag : public ImmutableFlag {
     }
 };
 
-TEST_F(RootImmutableFlag, IsSetAndTakenAway) {
+TEST_F(RootImmutableFlag, IsSetAndCleared) {
     folder_.writeFile("file");
     folder_.makeFolder("folder");
     if (setImmutable(entry("file"), true) == EOPNOTSUPP)

@@ -27,21 +27,21 @@ class GivenLink : public testing::Test {
     const Descriptor self_{::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
 };
 
-TEST_F(GivenLink, ThatIsMissingIsAnError) {
+TEST_F(GivenLink, FailsForAMissingLink) {
     EXPECT_EQ(give("missing", {::geteuid(), ::getegid()}), ENOENT);
 }
 
-TEST_F(GivenLink, ThatIsNoLinkIsAnError) {
+TEST_F(GivenLink, FailsForAnItemThatIsNotALink) {
     folder_.writeFile("file");
     EXPECT_EQ(give("file", {::geteuid(), ::getegid()}), ESTALE);
 }
 
-TEST_F(GivenLink, MayBeGivenToItsOwner) {
+TEST_F(GivenLink, KeepsItsOwnOwner) {
     folder_.makeLink("link", "nowhere");
     EXPECT_EQ(give("link", {::geteuid(), ::getegid()}), 0);
 }
 
-TEST_F(GivenLink, IsOnlyGivenAwayByRoot) {
+TEST_F(GivenLink, ChangesItsOwnerOnlyForRoot) {
     if (test::isSuperUser()) GTEST_SKIP();
     folder_.makeLink("link", "nowhere");
     EXPECT_EQ(give("link", kOther), EPERM);
@@ -63,7 +63,7 @@ TEST_F(RootGivenLink, ChangesItsOwnerAndNotItsTargets) {
     EXPECT_EQ(status("file").st_uid, ::geteuid());
 }
 
-TEST_F(RootGivenLink, OfAnotherUserIsAnError) {
+TEST_F(RootGivenLink, FailsForALinkOfAnotherUser) {
     folder_.makeLink("link", "nowhere");
     ASSERT_EQ(::lchown((folder_ / "link").c_str(), kOther.user, kOther.group), 0);
     EXPECT_EQ(give("link", {0, 0}), ESTALE);

@@ -9,7 +9,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-TEST(FirstThread, IsThisOneAndNoOther) {
+TEST(FirstThread, IsTheProcesssFirstThreadOnly) {
     EXPECT_TRUE(isFirstThread());
     bool isFirst = true;
     std::thread([&] { isFirst = isFirstThread(); }).join();

@@ -43,7 +43,7 @@ TEST(MemoryMapping, KeepsItsBytesWhenItGrows) {
     unmapMemory(second, kMappingUnit);
 }
 
-TEST(MemoryMapping, ThatCannotBeHadIsNullAndTheOldOneStays) {
+TEST(MemoryMapping, IsNullWithoutMemoryAndKeepsTheOldOne) {
     constexpr std::size_t kTooMuch =
         std::numeric_limits<std::size_t>::max() / 4 / kMappingUnit * kMappingUnit;
     EXPECT_EQ(mapMemory(kTooMuch), nullptr);

@@ -53,29 +53,29 @@ TEST(ConsoleUser, AGreeterIsTheLoginWindow) {
     EXPECT_EQ(consoleUser(&kManager), "loginwindow");
 }
 
-TEST(ConsoleUser, WithoutAnActiveSessionThereIsNone) {
+TEST(ConsoleUser, IsNilWithoutAnActiveSession) {
     session = {};
     session.active = -ENODATA;
     EXPECT_EQ(consoleUser(&kManager), std::nullopt);
 }
 
-TEST(ConsoleUser, ASessionThatEndedMeanwhileIsNone) {
+TEST(ConsoleUser, IsNilForASessionThatEndedMeanwhile) {
     session = {};
     session.classified = -ENXIO;
     EXPECT_EQ(consoleUser(&kManager), std::nullopt);
 }
 
-TEST(ConsoleUser, AUserWhomNobodyKnowsIsNone) {
+TEST(ConsoleUser, IsNilForAnUnknownUser) {
     session = {};
     session.user = 4242424;
     EXPECT_EQ(consoleUser(&kManager), std::nullopt);
 }
 
-TEST(ConsoleUser, WithoutALoginManagerThereIsNone) {
+TEST(ConsoleUser, IsNilWithoutALoginManager) {
     EXPECT_EQ(consoleUser(nullptr), std::nullopt);
 }
 
-TEST(ConsoleUser, WhoeverCalledSudoDoesNotMatter) {
+TEST(ConsoleUser, DoesNotDependOnTheUserOfSudo) {
     const std::optional<posix::User> caller = posix::userWithId(1);
     ASSERT_TRUE(caller);
     const test::ScopedEnvironment sudoUser("SUDO_USER", caller->name);

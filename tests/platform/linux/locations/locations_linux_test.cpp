@@ -65,7 +65,7 @@ TEST(LinuxLocations, TheUserIsTheOneThatTheProcessRunsFor) {
     EXPECT_EQ(locations().userName(), posix::userWithId(::geteuid())->name);
 }
 
-TEST(RootLocations, WhomTheDatabaseDoesNotKnowIsCalledAsTheEnvironmentSaysElseByNumber) {
+TEST(RootLocations, NameAnUnknownUserByTheEnvironmentElseByNumber) {
     if (::getuid() != 0) GTEST_SKIP() << "for the super-user, who can become anybody";
     constexpr uid_t kUnknown = 4242424;
     const auto nameWith = [](const char* value) {
@@ -80,11 +80,11 @@ TEST(RootLocations, WhomTheDatabaseDoesNotKnowIsCalledAsTheEnvironmentSaysElseBy
     EXPECT_EQ(nameWith(nullptr), "4242424");
 }
 
-TEST(LinuxLocations, WithoutANameTheHomeIsTheSuperUsers) {
+TEST(LinuxLocations, ReturnRootsHomeWithoutAName) {
     EXPECT_EQ(locations().homeDirectoryForUser(std::nullopt), posix::userWithId(0)->home);
 }
 
-TEST(RootLocations, UserFoldersBeginWithTheSuperUsersHome) {
+TEST(RootLocations, BeginUserFoldersWithRootsHome) {
     if (::getuid() != 0) GTEST_SKIP() << "for the super-user";
     EXPECT_EQ(locations().searchPaths(SearchPathDirectory::Library, SearchPathDomainMask::User),
               (StringList{"/var/root/Library"}));

@@ -36,7 +36,7 @@ posix::User consoleUser(const TempFolder& home) {
     return {::geteuid(), "al", home.path()};
 }
 
-TEST(StandardFolders, OfAUserLieInTheHome) {
+TEST(StandardFolders, OfAUserAreInTheHome) {
     const UserDomainFolders user{"/home/al", "/home/al", "", std::nullopt};
     EXPECT_EQ(usersOwn(user, Directory::Application), "/home/al/Applications");
     EXPECT_EQ(usersOwn(user, Directory::AdminApplication), "/home/al/Applications/Utilities");
@@ -50,7 +50,7 @@ TEST(StandardFolders, OfAUserLieInTheHome) {
     EXPECT_EQ(usersOwn(user, Directory::Movies), "/home/al/Movies");
 }
 
-TEST(StandardFolders, OfTheMachineAndTheSystemHaveFixedPlaces) {
+TEST(StandardFolders, OfTheMachineAndTheSystemHaveFixedPaths) {
     const UserDomainFolders user{"/home/al", "/home/al", "", std::nullopt};
     EXPECT_EQ(only(user, Directory::Application, Domain::Local), "/Applications");
     EXPECT_EQ(only(user, Directory::AdminApplication, Domain::Local), "/Applications/Utilities");
@@ -79,13 +79,13 @@ TEST(StandardFolders, OfSeveralDomainsComeUserFirstAndSystemLast) {
         (StringList{"/home/al/Movies"}));
 }
 
-TEST(StandardFolders, AKindThatNobodyKnowsHasNone) {
+TEST(StandardFolders, AreEmptyForAnUnknownKind) {
     const UserDomainFolders user{"/home/al", "/home/al", "", std::nullopt};
     EXPECT_TRUE(standardFolders(user, static_cast<Directory>(99), Domain::User).empty());
     EXPECT_TRUE(standardFolders(user, Directory::Library, static_cast<Domain>(4)).empty());
 }
 
-TEST(StandardFolders, TheUsersOwnSettingsPlaceThreeOfThem) {
+TEST(StandardFolders, FollowTheUsersSettingsForThreeKinds) {
     const TempFolder home;
     home.writeFile(".config/user-dirs.dirs", kGermanFolders);
     const ScopedEnvironment environment("HOME", home.path());
@@ -96,7 +96,7 @@ TEST(StandardFolders, TheUsersOwnSettingsPlaceThreeOfThem) {
     EXPECT_EQ(usersOwn(user, Directory::Library), home / "Library");
 }
 
-TEST(StandardFolders, TheSettingsLieInTheConfigurationFolder) {
+TEST(StandardFolders, ReadTheSettingsInTheConfigurationFolder) {
     const TempFolder home;
     const TempFolder config;
     home.writeFile(".config/user-dirs.dirs", kGermanFolders);
@@ -121,7 +121,7 @@ TEST(StandardFolders, SettingsThatCannotBeReadLeaveTheUsualNames) {
     EXPECT_EQ(usersOwn(foldersOfThisUser(), Directory::Document), home / "Documents");
 }
 
-TEST(SuperUsersFolders, BeginWithTheSuperUsersHome) {
+TEST(SuperUsersFolders, BeginWithRootsHome) {
     const UserDomainFolders user = foldersOfSuperUser(std::nullopt);
     EXPECT_EQ(usersOwn(user, Directory::Library), "/var/root/Library");
     EXPECT_EQ(usersOwn(user, Directory::Document), "/var/root/Documents");
@@ -130,7 +130,7 @@ TEST(SuperUsersFolders, BeginWithTheSuperUsersHome) {
     EXPECT_EQ(only(user, Directory::Library, Domain::Local), "/Library");
 }
 
-TEST(SuperUsersFolders, BearTheNamesThatTheConsoleUserGave) {
+TEST(SuperUsersFolders, HaveTheNamesOfTheConsoleUsersFolders) {
     const TempFolder home;
     home.writeFile(".config/user-dirs.dirs", kGermanFolders);
     const UserDomainFolders user = foldersOfSuperUser(consoleUser(home));
@@ -151,7 +151,7 @@ TEST(SuperUsersFolders, OfAConsoleUserWithoutAHomeHaveTheUsualNames) {
     std::filesystem::current_path(before);
 }
 
-TEST(SuperUsersFolders, IgnoreTheSuperUsersOwnEnvironment) {
+TEST(SuperUsersFolders, IgnoreRootsOwnEnvironment) {
     const TempFolder home;
     const TempFolder config;
     home.writeFile(".config/user-dirs.dirs", kGermanFolders);
@@ -172,7 +172,7 @@ TEST(SuperUsersFolders, AFolderOutsideTheConsoleUsersHomeLeavesTheUsualName) {
     EXPECT_EQ(usersOwn(user, Directory::Movies), "/var/root/Filme");
 }
 
-TEST(SuperUsersFolders, SettingsThatAreALinkOrSomebodyElsesAreNotRead) {
+TEST(SuperUsersFolders, IgnoreSettingsThatAreALinkOrAnotherUsers) {
     const TempFolder home;
     const TempFolder elsewhere;
     const std::string file = elsewhere.writeFile("theirs", kGermanFolders);

@@ -9,7 +9,7 @@ OptionalPath documents(const std::string& value) {
     return userDir("XDG_DOCUMENTS_DIR=" + value + "\n", "DOCUMENTS", "/home/al");
 }
 
-TEST(UserDir, HomeStandsForTheUsersHome) {
+TEST(UserDir, ExpandsTheUsersHome) {
     EXPECT_EQ(documents("\"$HOME/Dokumente\""), "/home/al/Dokumente");
     EXPECT_EQ(documents("\"$HOME/Meine \\\"Akten\\\"/x\""), "/home/al/Meine \"Akten\"/x");
     EXPECT_EQ(documents("\"$HOME//Dokumente//\""), "/home/al/Dokumente");
@@ -19,23 +19,23 @@ TEST(UserDir, AnAbsolutePathStaysAsItIs) {
     EXPECT_EQ(documents("\"/data/docs/\""), "/data/docs");
 }
 
-TEST(UserDir, AnyBytesMayStandInAName) {
+TEST(UserDir, MayHaveAnyBytesInItsName) {
     EXPECT_EQ(documents("\"$HOME/\xFF e\xCC\x81\""), "/home/al/\xFF e\xCC\x81");
 }
 
-TEST(UserDir, TheHomeItselfMeansThatThereIsNone) {
+TEST(UserDir, IsNilForTheHomeItself) {
     for (const char* value :
          {"\"$HOME/\"", "\"$HOME\"", "\"/home/al\"", "\"/home/al//\"", "\"/\"", "\"/home\""})
         EXPECT_EQ(documents(value), std::nullopt) << value;
 }
 
-TEST(UserDir, WhatIsNoUsablePathIsNone) {
+TEST(UserDir, IsNilForAnUnusablePath) {
     for (const char* value : {"\"Documents\"", "\"$HOMEX/a\"", "\"~/a\"", "\"\"", "\"$HOME/../b\"",
                               "\"$HOME/./b\"", "\"/data/..\"", "\"$OTHER/a\""})
         EXPECT_EQ(documents(value), std::nullopt) << value;
 }
 
-TEST(UserDir, AMissingKindIsNone) {
+TEST(UserDir, IsNilForAMissingKind) {
     EXPECT_EQ(userDir("XDG_DESKTOP_DIR=\"$HOME/Tisch\"", "DOCUMENTS", "/home/al"), std::nullopt);
     EXPECT_EQ(userDir("XDG_DESKTOP_DIR=\"$HOME/Tisch\"", "DESKTOP", "/home/al"), "/home/al/Tisch");
 }

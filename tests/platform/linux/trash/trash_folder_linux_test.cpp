@@ -155,7 +155,7 @@ TEST_F(RootTrash, ARealFolderOfTheUsersIsUsedAsItIs) {
     EXPECT_FALSE(somethingAt(user_->home() + "/.local"));
 }
 
-TEST_F(RootTrash, TheSuperUsersOwnTrashIsHisOwn) {
+TEST_F(RootTrash, IsRootsOwnInRootsHome) {
     ::setenv("HOME", folder_.makeFolder("root home").c_str(), 1);
     ASSERT_TRUE(recycleToTrash(desk_, std::nullopt, {"item"}));
     EXPECT_EQ(listing(folder_ / "data/Trash/files"), "item");

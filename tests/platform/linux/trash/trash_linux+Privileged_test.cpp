@@ -71,7 +71,7 @@ TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
     EXPECT_EQ(listing(trash_ + "/info"), "");
 }
 
-TEST_F(PrivilegedTrash, HasNoNoteOfAnItemWhoseNameLeavesNoRoomForOne) {
+TEST_F(PrivilegedTrash, HasNoRecordOfAnItemWhoseNameIsTooLong) {
     ASSERT_TRUE(prepareTrash(destination_));
     EXPECT_FALSE(recordPendingTrash(destination_, std::string(250, 'x'), item_));
     EXPECT_EQ(listing(trash_ + "/info"), "");
@@ -108,7 +108,7 @@ TEST_F(PrivilegedTrash, IsRefusedWhereItsPathLeadsOutOfTheHomeOrNowhere) {
 }
 
 // The tool goes by the path. A record would lie beside other items.
-TEST_F(PrivilegedTrash, HasNoNotesWhereTheSettingMovedTheDesktopsAway) {
+TEST_F(PrivilegedTrash, HasNoRecordsWhereTheSettingMovedTheDesktopsAway) {
     ASSERT_TRUE(prepareTrash(destination_));
     ::setenv("XDG_DATA_HOME", (home_ + "/data").c_str(), 1);
     EXPECT_TRUE(prepareTrash(destination_));
@@ -152,7 +152,7 @@ class ForeignTrash : public PrivilegedTrash {
     }
 };
 
-TEST_F(ForeignTrash, ThatIsClosedLetsAFolderOfTheUsersOwnBeMade) {
+TEST_F(ForeignTrash, IsReplacedByAnOwnFolderWhereItIsClosed) {
     ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
     ASSERT_TRUE(prepareTrash(destination_));
     EXPECT_TRUE(prepareTrash(destination_));
@@ -193,7 +193,7 @@ TEST_F(ForeignTrash, ThatIsClosedIsRefusedWhereItsPathLeadsOut) {
     EXPECT_FALSE(prepareTrash(destination_));
 }
 
-TEST_F(ForeignTrash, ThatMayBeLookedIntoTakesTheItemWithoutANote) {
+TEST_F(ForeignTrash, TakesTheItemWithoutARecordWhereItIsReadable) {
     ASSERT_NO_FATAL_FAILURE(close(trash_ + "/info", 0755));
     EXPECT_TRUE(prepareTrash(destination_));
     EXPECT_FALSE(recordPendingTrash(destination_, "notes.txt", item_));
@@ -291,7 +291,7 @@ TEST_F(RootsItemsInTrash, AreOutOfTheUsersReachAtTheirOldPlace) {
     EXPECT_EQ(readFile(trash_ + "/folder/inside"), "text");
 }
 
-TEST_F(RootsItemsInTrash, AreRestoredWithTheirOwnerByTheSuperUser) {
+TEST_F(RootsItemsInTrash, AreRestoredByRootWithTheirOwner) {
     if (std::system("command -v trash-restore >/dev/null") != 0)
         GTEST_SKIP() << "trash-cli is not installed";
     const std::string restore = "cd '" + system_ + "' && export HOME='" + home_ +

@@ -42,7 +42,7 @@ class Trash : public testing::Test {
     const std::string records_ = trash_ + "/info";
 };
 
-TEST_F(Trash, AnItemGoesThereWithARecordOfItsPlace) {
+TEST_F(Trash, MovesAnItemAndRecordsItsPath) {
     folder_.writeFile("home/desk/report.txt", "text");
     const std::time_t before = std::time(nullptr);
     ASSERT_TRUE(recycle({"report.txt"}));
@@ -124,7 +124,7 @@ class Renaming {
     const posix::SystemCalls* before_ = nullptr;
 };
 
-TEST_F(Trash, ANameThatIsTakenAtTheLastMomentIsLeftToItsItem) {
+TEST_F(Trash, ReplacesNoItemThatTakesTheNameMeanwhile) {
     folder_.writeFile("home/desk/report.txt", "mine");
     const Renaming renaming([](int folder, const char* name, int newFolder, const char* newName) {
         if (++Renaming::count == 1)
@@ -173,7 +173,7 @@ TEST_F(Trash, ThatIsARealFolderKeepsALongNameWholeUnlessItNeedsANumber) {
     EXPECT_EQ(listing(home_ + "/.Trash"), std::string(231, 'n') + ".txt " + name);
 }
 
-TEST_F(Trash, AMissingItemIsNoSuccessAndTheOthersGo) {
+TEST_F(Trash, FailsForAMissingItemAndMovesTheOthers) {
     folder_.writeFile("home/desk/a");
     folder_.writeFile("home/desk/b");
     EXPECT_FALSE(recycle({"a", "missing", "b"}));
@@ -183,7 +183,7 @@ TEST_F(Trash, AMissingItemIsNoSuccessAndTheOthersGo) {
     EXPECT_FALSE(recycleToTrash("", std::nullopt, {"a"}));
 }
 
-TEST_F(Trash, WhatIsNoNameIsRefusedAndTheOthersGo) {
+TEST_F(Trash, RejectsAnInvalidNameAndMovesTheOthers) {
     folder_.writeFile("home/desk/sub/file");
     folder_.writeFile("home/desk/a");
     for (const std::string name : {"", ".", "..", "sub/file", "/", "sub/"}) {
@@ -219,7 +219,7 @@ TEST_F(Trash, AnyOtherDestinationIsRefused) {
     EXPECT_EQ(listing(home_), "desk elsewhere");
 }
 
-TEST_F(Trash, ALinkToItsItemsIsMadeOnceWhereNothingStands) {
+TEST_F(Trash, MakesALinkToItsItemsOnceWhereTheNameIsFree) {
     folder_.writeFile("home/desk/a");
     ASSERT_TRUE(recycle({"a"}));
     EXPECT_EQ(std::filesystem::read_symlink(home_ + "/.Trash"), ".local/share/Trash/files");
@@ -229,7 +229,7 @@ TEST_F(Trash, ALinkToItsItemsIsMadeOnceWhereNothingStands) {
     EXPECT_EQ(listing(home_ + "/.Trash"), "a b");
 }
 
-TEST_F(Trash, WhatStandsInPlaceOfTheLinkIsLeftAlone) {
+TEST_F(Trash, LeavesAnItemInPlaceOfTheLinkUnchanged) {
     folder_.writeFile("home/desk/a");
     folder_.makeFolder("home/elsewhere");
     folder_.makeLink("home/.Trash", "elsewhere");
@@ -295,7 +295,7 @@ TEST_F(Trash, DoesNotGoIntoItself) {
     EXPECT_EQ(listing(records_), "a.trashinfo");
 }
 
-TEST_F(Trash, TheRecordTellsTheRealPlaceWhateverTheSpelling) {
+TEST_F(Trash, RecordsTheRealPath) {
     folder_.writeFile("home/desk/a");
     folder_.writeFile("home/desk/b");
     folder_.makeLink("home/other way", "desk");
@@ -310,7 +310,7 @@ TEST_F(Trash, TheRecordTellsTheRealPlaceWhateverTheSpelling) {
     }
 }
 
-TEST_F(Trash, WhatMayNotBeMovedStaysAndLeavesNoRecord) {
+TEST_F(Trash, LeavesNoRecordOfAnItemThatMayNotBeMoved) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may move everything";
     folder_.writeFile("home/desk/a");
     ASSERT_EQ(::chmod(desk_.c_str(), 0555), 0);
@@ -321,7 +321,7 @@ TEST_F(Trash, WhatMayNotBeMovedStaysAndLeavesNoRecord) {
     EXPECT_EQ(listing(records_), "");
 }
 
-TEST_F(Trash, ThatCannotBeMadeTakesNothing) {
+TEST_F(Trash, MovesNothingWhenItCannotBeMade) {
     folder_.writeFile("home/desk/a", "stays");
     folder_.makeLink("home/.local", "nowhere");
     EXPECT_FALSE(recycle({"a"}));
@@ -332,7 +332,7 @@ TEST_F(Trash, ThatCannotBeMadeTakesNothing) {
     EXPECT_FALSE(somethingAt(home_ + "/.Trash"));
 }
 
-TEST_F(Trash, FromAnotherFileSystemAnItemIsCopiedAndThenGone) {
+TEST_F(Trash, FromAnotherFileSystemCopiesAndRemovesAnItem) {
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     const std::string tree = test::makeNastyTree(folder_, "tree");
@@ -375,7 +375,7 @@ TEST_F(Trash, FromAnotherFileSystemAnItemThatResistsInPartIsWholeThereAndReporte
     EXPECT_EQ(listing(records_), "tree.trashinfo whole.trashinfo");
 }
 
-TEST_F(Trash, FromAnotherFileSystemAnItemOfWhichNothingGoesIsNotThere) {
+TEST_F(Trash, FromAnotherFileSystemLeavesNoCopyOfAnItemThatCannotBeRemoved) {
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     ASSERT_EQ(::mkdir((other / "resists").c_str(), 0755), 0);
@@ -428,7 +428,7 @@ class TrashTools : public Trash {
     std::string output() const { return readFile(folder_ / "output"); }
 };
 
-TEST_F(TrashTools, ItemsAreListedAndRestoredWhateverTheirNames) {
+TEST_F(TrashTools, ListAndRestoreItemsOfAnyName) {
     const StringList names{"report.txt", "two words",   "caf\u00e9",      "cafe\u0301",
                            "100%",       "a%20b",       "line\nbreak",    "-rf",
                            "\"quoted\"", "back\\slash", "[Trash Info]=x", "plus+and&more"};

@@ -11,7 +11,7 @@ namespace {
 // 2024-01-31 23:59:59 UTC
 constexpr std::time_t kDate = 1706745599;
 
-TEST(TrashInfo, TellsThePathAndTheLocalTime) {
+TEST(TrashInfo, HasThePathAndTheLocalTime) {
     ::setenv("TZ", "KXT-2", 1);
     ::tzset();
     EXPECT_EQ(trashInfo("/home/al/report.txt", kDate),

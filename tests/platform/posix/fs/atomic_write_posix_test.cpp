@@ -58,7 +58,7 @@ TEST(AtomicWrite, ALinkIsReplacedAndNotFollowed) {
     EXPECT_EQ(readFile(folder / "link"), "new");
 }
 
-TEST(AtomicWrite, AFolderInItsPlaceIsAnErrorAndNothingIsLeft) {
+TEST(AtomicWrite, FailsWhereAFolderHasTheNameAndLeavesNothing) {
     const TempFolder folder;
     folder.makeFolder("sub");
     EXPECT_EQ(writeFileAtomically(folder / "sub", "new"), EISDIR);

@@ -55,7 +55,7 @@ TEST(CreateFolder, AFileOrADanglingLinkInItsPlaceIsAnError) {
     EXPECT_EQ(outcome.error().description, "“file” couldn’t be created: File exists");
 }
 
-TEST(CreateFolder, NoPathIsAnError) {
+TEST(CreateFolder, RejectsAnEmptyPath) {
     EXPECT_EQ(createFolders(""), ENOENT);
     EXPECT_EQ(createFolders(std::string("/tmp\0x", 6)), ENOENT);
 }

@@ -69,7 +69,7 @@ TEST(DirectoryEntry, OfTheRootIsTheRootItself) {
     }
 }
 
-TEST(DirectoryEntry, OfNoPathIsMissing) {
+TEST(DirectoryEntry, OfAnEmptyPathIsMissing) {
     DirectoryEntry entry;
     EXPECT_EQ(resolveParent("", entry), ENOENT);
     EXPECT_EQ(resolveParent(std::string_view("/tmp\0/x", 7), entry), ENOENT);
@@ -77,14 +77,14 @@ TEST(DirectoryEntry, OfNoPathIsMissing) {
     EXPECT_EQ(openFolder("", folder), ENOENT);
 }
 
-TEST(DirectoryEntry, BelowAFileIsNone) {
+TEST(DirectoryEntry, CannotBeBelowAFile) {
     const TempFolder folder;
     folder.writeFile("file");
     DirectoryEntry entry;
     EXPECT_EQ(resolveParent(folder / "file/x", entry), ENOTDIR);
 }
 
-TEST(DirectoryEntry, OfAPathLongerThanOneCallTakes) {
+TEST(DirectoryEntry, IsResolvedForAPathThatIsTooLongForOneCall) {
     const TempFolder folder;
     const std::string name(60, 'n');
     test::makeDeepTree(folder / "deep", 150, name);
@@ -117,7 +117,7 @@ TEST(DirectoryEntry, ANameThatNoFileSystemTakesIsTooLong) {
     EXPECT_EQ(statusAt(folder / (std::string(5000, 'x') + "/y"), status), ENAMETOOLONG);
 }
 
-TEST(DirectoryEntry, KnowsWhatLiesInAFolder) {
+TEST(DirectoryEntry, DeterminesWhatIsBelowAFolder) {
     const TempFolder folder;
     folder.makeFolder("a/b/c");
     folder.makeFolder("ab");

@@ -32,7 +32,7 @@ class Directory : public testing::Test {
     test::TempFolder folder_;
 };
 
-TEST_F(Directory, GivesEachEntryWithItsTypeAndNoDots) {
+TEST_F(Directory, ReturnsEachEntryWithItsTypeAndNoDots) {
     folder_.writeFile(".hidden");
     folder_.writeFile("..two");
     folder_.makeFolder("folder");
@@ -63,7 +63,7 @@ TEST_F(Directory, StaysOpenAsLongAsItsReader) {
     EXPECT_EQ(::fcntl(number, F_GETFD), -1);
 }
 
-TEST_F(Directory, ThatIsNoneIsAnErrorAndIsClosed) {
+TEST_F(Directory, ReportsAnItemThatIsNotAFolderAndClosesIt) {
     Descriptor opened = open(folder_.writeFile("file"));
     const int number = opened.get();
     DirectoryReader reader(std::move(opened));

@@ -89,7 +89,7 @@ TEST_F(FileData, ThatIsRefusedAtTheEndIsAnErrorAndTheFileIsClosed) {
     EXPECT_EQ(::fcntl(number, F_GETFD), -1);
 }
 
-TEST_F(FileData, ThatIsTakenIsNoError) {
+TEST_F(FileData, IsNoErrorWhenItIsWritten) {
     Descriptor file = open("file", O_WRONLY | O_CREAT);
     EXPECT_EQ(closeChecked(file), 0);
     EXPECT_FALSE(file);

@@ -131,7 +131,7 @@ TEST(ItemCopy, AnItemInTheWayOfACloneStays) {
     EXPECT_FALSE(test::somethingAt(folder / "nowhere"));
 }
 
-TEST(ItemCopy, AnAttributeThatIsGoneMeanwhileIsPassedOver) {
+TEST(ItemCopy, SkipsAnAttributeThatWasRemovedMeanwhile) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", "text");
     if (::setxattr(file.c_str(), "user.colour", "green", 5, 0) != 0)
@@ -213,7 +213,7 @@ TEST(ItemCopy, AccessListsGoWithTheItem) {
     EXPECT_EQ(statusAt(folder / "copy").st_mode, statusAt(file).st_mode);
 }
 
-TEST(ItemCopy, TheSuperUserKeepsOwnersAndSetuidBits) {
+TEST(ItemCopy, KeepsOwnersAndSetuidBitsAsRoot) {
     if (!test::isSuperUser()) GTEST_SKIP() << "only the super-user gives files away";
     const TempFolder folder;
     folder.writeFile("tree/tool", "tool");
@@ -251,7 +251,7 @@ TEST(ItemCopy, OnesOwnSetuidBitsAreKept) {
     EXPECT_EQ(statusAt(folder / "copy").st_mode & 07777U, 04755U);
 }
 
-TEST(ItemCopy, TheUmaskHasNoSay) {
+TEST(ItemCopy, IgnoresTheUmask) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", "text");
     ASSERT_EQ(::chmod(file.c_str(), 0666), 0);

@@ -97,7 +97,7 @@ TEST(Move, TwoHardLinksAreTwoItems) {
     EXPECT_TRUE(somethingAt(folder / "two"));
 }
 
-TEST(Move, WhatHasNoNameOfItsOwnIsRefused) {
+TEST(Move, RefusesTheRootAndDotNames) {
     const TempFolder folder;
     folder.makeFolder("sub");
     EXPECT_EQ(moved(folder / "sub/.", folder / "new"), EINVAL);
@@ -151,7 +151,7 @@ TEST(Move, AcrossFileSystemsNothingIsReplaced) {
     EXPECT_EQ(test::listing(other.path()), "standing");
 }
 
-TEST(Move, AcrossFileSystemsASourceThatMayNotGoStaysAndNoCopyIsLeft) {
+TEST(Move, AcrossFileSystemsKeepsASourceThatMayNotBeRemovedAndLeavesNoCopy) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
     const TempFolder folder;
     const OtherFileSystem other(folder);
@@ -167,7 +167,7 @@ TEST(Move, AcrossFileSystemsASourceThatMayNotGoStaysAndNoCopyIsLeft) {
     EXPECT_EQ(test::listing(other.path()), "");
 }
 
-TEST(Move, AcrossFileSystemsATreeInAFolderThatMayNotBeChangedStaysWhole) {
+TEST(Move, AcrossFileSystemsKeepsATreeInAnUnwritableFolder) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
     const TempFolder folder;
     const OtherFileSystem other(folder);
@@ -230,7 +230,7 @@ TEST(Move, AcrossFileSystemsAPartThatResistsAfterAllLeavesTheWholeCopy) {
     EXPECT_EQ(test::listing(folder / "tree/sub"), "resists");
 }
 
-TEST(Move, AcrossFileSystemsAnItemOfWhichNothingGoesAfterAllLeavesNoCopy) {
+TEST(Move, AcrossFileSystemsLeavesNoCopyWhenNothingCouldBeRemoved) {
     const TempFolder folder;
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
@@ -245,7 +245,7 @@ TEST(Move, AcrossFileSystemsAnItemOfWhichNothingGoesAfterAllLeavesNoCopy) {
 }
 
 // Neither the source can be removed nor the copy be put aside.
-TEST(Move, AcrossFileSystemsACopyThatCannotBeTakenAwayIsReported) {
+TEST(Move, AcrossFileSystemsReportsACopyThatCannotBeRemoved) {
     const TempFolder folder;
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
@@ -338,7 +338,7 @@ class CaseFolding {
 };
 const SystemCalls* CaseFolding::next_ = nullptr;
 
-TEST(Move, ToAnotherSpellingOfItsOwnEntryGivesItThatSpelling) {
+TEST(Move, ToAnotherSpellingChangesTheSpelling) {
     const TempFolder folder;
     folder.writeFile("Report.txt", "text");
     folder.makeFolder("Folder");

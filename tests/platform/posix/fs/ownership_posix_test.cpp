@@ -65,7 +65,7 @@ TEST_F(RootOwnership, FilesWrittenInAUsersHomeAreTheUsers) {
     EXPECT_EQ(ownerOf(user_->home() + "/file"), FakeUser::kId);
 }
 
-TEST_F(RootOwnership, WhatIsMadeElsewhereIsTheSuperUsers) {
+TEST_F(RootOwnership, KeepsItemsOutsideOfHomesRoots) {
     // The user's folder, but in nobody's home.
     const std::string elsewhere = folder_.makeFolder("elsewhere");
     ASSERT_EQ(::chown(elsewhere.c_str(), FakeUser::kId, FakeUser::kId), 0);
@@ -77,7 +77,7 @@ TEST_F(RootOwnership, WhatIsMadeElsewhereIsTheSuperUsers) {
     EXPECT_EQ(ownerOf(elsewhere + "/file"), 0U);
 }
 
-TEST_F(RootOwnership, AFolderOfTheSuperUsersInAHomeKeepsWhatIsMadeInIt) {
+TEST_F(RootOwnership, AFolderOfRootsInAHomeKeepsNewItemsRoots) {
     ASSERT_EQ(::mkdir((user_->home() + "/closed").c_str(), 0755), 0);
     ASSERT_TRUE(created(user_->home() + "/closed/sub"));
     EXPECT_EQ(ownerOf(user_->home() + "/closed/sub"), 0U);
@@ -90,7 +90,7 @@ TEST_F(RootOwnership, AHomeWhoseNameOnlyBeginsAlikeIsNotTheHome) {
     EXPECT_EQ(ownerOf(other + "/sub"), 0U);
 }
 
-TEST_F(RootOwnership, ALinkThatLeadsOutOfAHomeGivesNothingAway) {
+TEST_F(RootOwnership, ChangesNoOwnerThroughALinkOutOfAHome) {
     const std::string system = folder_.makeFolder("system");
     ASSERT_EQ(::symlink(system.c_str(), (user_->home() + "/Library").c_str()), 0);
     ASSERT_TRUE(created(user_->home() + "/Library/Logs/Quillmoor"));
@@ -125,7 +125,7 @@ class SwappedFolder {
 const SystemCalls* SwappedFolder::next_ = nullptr;
 std::string SwappedFolder::replacement_;
 
-TEST_F(RootOwnership, AFolderPutInThePlaceOfTheNewOneIsNotGivenAway) {
+TEST_F(RootOwnership, DoesNotChangeTheOwnerOfASwappedFolder) {
     folder_.writeFile("homes/tester/secret/key", "secret");
     const Descriptor secret = opened(user_->home() + "/secret");
     {
@@ -150,7 +150,7 @@ TEST_F(RootOwnership, ALinkPutInThePlaceOfTheNewOneIsNotFollowed) {
     EXPECT_EQ(test::listing(system), "");
 }
 
-TEST_F(RootOwnership, OnlyTheLinkItselfIsGivenAway) {
+TEST_F(RootOwnership, ChangesTheOwnerOfTheLinkOnly) {
     const std::string victim = folder_.writeFile("victim", "stays");
     const Descriptor folder = opened(folder_.path());
     ASSERT_EQ(::symlinkat("victim", folder.get(), "link"), 0);

@@ -64,7 +64,7 @@ class OtherRead {
     const SystemCalls* before_ = nullptr;
 };
 
-TEST(ReadAhead, GivesTheWholeFileInItsOrder) {
+TEST(ReadAhead, ReturnsTheWholeFileInItsOrder) {
     const TempFolder folder;
     const std::string text = longText();
     const Descriptor file = opened(folder.writeFile("file", text));
@@ -78,7 +78,7 @@ TEST(ReadAhead, GivesTheWholeFileInItsOrder) {
     EXPECT_TRUE(piece.empty());
 }
 
-TEST(ReadAhead, BeginsWhereTheFileStandsAndEndsAtTheLength) {
+TEST(ReadAhead, BeginsAtTheOffsetAndEndsAtTheLength) {
     const TempFolder folder;
     const std::string text = longText();
     const Descriptor file = opened(folder.writeFile("file", text));
@@ -109,7 +109,7 @@ TEST(ReadAhead, APieceStaysAsItIsWhileOthersAreRead) {
     EXPECT_EQ(at, text.size());
 }
 
-TEST(ReadAhead, AnErrorComesAfterWhatWasReadBefore) {
+TEST(ReadAhead, ReportsAnErrorAfterThePiecesBefore) {
     const TempFolder folder;
     const std::string text = longText();
     const Descriptor file = opened(folder.writeFile("file", text));
@@ -156,7 +156,7 @@ TEST(ReadAhead, ReadsNoFurtherThanAFewPiecesAhead) {
     EXPECT_TRUE(piece == text.substr(0, piece.size()));
 }
 
-TEST(ReadAhead, MayBeLeftAtAnyPiece) {
+TEST(ReadAhead, CanBeReleasedAtAnyPiece) {
     const TempFolder folder;
     const std::string text = longText();
     for (int pieces = 0; pieces < 20; ++pieces) {

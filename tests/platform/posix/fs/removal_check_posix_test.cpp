@@ -93,7 +93,7 @@ TEST(RemovalCheck, FindsAFolderThatMayBeChangedButNotSearchedOrRead) {
 }
 
 // It needs no right to an empty folder to remove it.
-TEST(RemovalCheck, LetsAnEmptyFolderGoWhateverItsMode) {
+TEST(RemovalCheck, AllowsAnEmptyFolderOfAnyMode) {
     const TempFolder folder;
     folder.makeFolder("tree/empty");
     ASSERT_EQ(::chmod((folder / "tree/empty").c_str(), 0555), 0);
@@ -109,7 +109,7 @@ TEST(RemovalCheck, FindsTheFolderThatHoldsTheItem) {
     ASSERT_EQ(::chmod((folder / "closed").c_str(), 0755), 0);
 }
 
-TEST(RemovalCheck, FindsItemsOfOthersInSomebodyElsesStickyFolder) {
+TEST(RemovalCheck, FindsOthersItemsInAnotherUsersStickyFolder) {
     if (!test::isSuperUser()) GTEST_SKIP() << "only the super-user can play two users";
     const TempFolder folder;
     folder.writeFile("tree/sticky/own");

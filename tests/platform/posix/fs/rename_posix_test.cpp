@@ -84,7 +84,7 @@ TEST(Rename, MovesAndNeverReplacesOnAnOldFileSystemWithoutHardLinks) {
     expectThatItMovesAndNeverReplaces();
 }
 
-TEST(Rename, AFolderDoesNotGoIntoItselfAndLeavesNoTrace) {
+TEST(Rename, RefusesToMoveAFolderIntoItself) {
     for (const bool oldSystem : {false, true}) {
         const TempFolder folder;
         folder.makeFolder("tree/sub");

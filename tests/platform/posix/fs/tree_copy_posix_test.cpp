@@ -102,7 +102,7 @@ TEST(TreeCopy, AFolderDoesNotGoIntoItself) {
     EXPECT_EQ(codeOf(copyItem(folder / "tree", folder / "tree 2")), 0);
 }
 
-TEST(TreeCopy, ASocketIsAnErrorAndNothingIsLeft) {
+TEST(TreeCopy, FailsForASocketAndLeavesNothing) {
     const TempFolder folder;
     folder.writeFile("tree/sub/file");
     ASSERT_EQ(::chdir((folder / "tree/sub").c_str()), 0);

@@ -48,7 +48,7 @@ int copyData(const std::string& from, const std::string& to, const CopyControl& 
     return FileDataCopier(control).copy(source.get(), made.get(), status);
 }
 
-TEST(TreeData, AFileCutMeanwhileIsCopiedAsFarAsItGoes) {
+TEST(TreeData, CopiesAFileThatBecomesShorterToItsEnd) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", std::string(3 << 20, 'x'));
     const ResizedBeforeReading resized(file, 100);
@@ -59,7 +59,7 @@ TEST(TreeData, AFileCutMeanwhileIsCopiedAsFarAsItGoes) {
     EXPECT_LT(status.st_blocks * 512, 1 << 20);
 }
 
-TEST(TreeData, AFileWithHolesCutMeanwhileIsCopiedAsFarAsItGoes) {
+TEST(TreeData, CopiesAFileWithHolesThatBecomesShorterToItsEnd) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", std::string(100000, 'x'));
     ASSERT_EQ(::truncate(file.c_str(), 10 << 20), 0);
@@ -76,7 +76,7 @@ TEST(TreeData, AFileGrownMeanwhileIsCopiedAsLargeAsItWas) {
     EXPECT_EQ(test::readFile(folder / "copy"), std::string(3000, 'x'));
 }
 
-TEST(TreeData, AFileThatDoesNotTellItsSizeIsReadToItsEnd) {
+TEST(TreeData, ReadsAFileWithoutASizeToItsEnd) {
     const TempFolder folder;
     EXPECT_EQ(copyData("/proc/version", folder / "copy"), 0);
     EXPECT_EQ(test::readFile(folder / "copy"), test::readFile("/proc/version"));
@@ -97,7 +97,7 @@ TEST(TreeData, ALongFileIsCopiedWhole) {
     EXPECT_EQ(progress.bytes, text.size());
 }
 
-TEST(TreeData, ALongFileCutMeanwhileIsCopiedAsFarAsItGoes) {
+TEST(TreeData, CopiesALongFileThatBecomesShorterToItsEnd) {
     const TempFolder folder;
     const std::string file = folder.writeFile("file", std::string(kLong, 'x'));
     const ResizedBeforeReading resized(file, 3 << 20);

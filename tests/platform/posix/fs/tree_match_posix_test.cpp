@@ -54,7 +54,7 @@ TEST(TreeMatch, ManyFoldersMatchAsEntryByEntry) {
     EXPECT_EQ(matchEntries(folders, "*2*"), matchesOneByOne(folders, "*2*"));
 }
 
-TEST(TreeMatch, AFileSystemThatTellsNoTypesIsAsked) {
+TEST(TreeMatch, AsksForTypesWhereAFileSystemDoesNotListThem) {
     const TempFolder folder;
     folder.writeFile("tree/file");
     folder.makeLink("tree/dangling", "nowhere");

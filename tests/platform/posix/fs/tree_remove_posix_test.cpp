@@ -33,7 +33,7 @@ Outcome removeItem(const std::string& path) {
     return nativeFileManager()->removeItem(path);
 }
 
-TEST(TreeRemove, ATreeOfEveryKindGoesAndWhatItsLinksLeadToStays) {
+TEST(TreeRemove, RemovesItemsOfEveryKindAndKeepsLinkTargets) {
     const TempFolder folder;
     const std::string tree = test::makeNastyTree(folder, "tree");
     const std::string victim = folder.writeFile("victim/file", "stays");
@@ -44,7 +44,7 @@ TEST(TreeRemove, ATreeOfEveryKindGoesAndWhatItsLinksLeadToStays) {
     EXPECT_EQ(test::readFile(victim), "stays");
 }
 
-TEST(TreeRemove, ASocketGoes) {
+TEST(TreeRemove, RemovesASocket) {
     const TempFolder folder;
     folder.makeFolder("tree");
     ASSERT_EQ(::chdir((folder / "tree").c_str()), 0);
@@ -58,7 +58,7 @@ TEST(TreeRemove, ASocketGoes) {
     EXPECT_FALSE(somethingAt(folder / "tree"));
 }
 
-TEST(TreeRemove, AVeryDeepTreeGoesWithFewDescriptorsAndLittleStack) {
+TEST(TreeRemove, RemovesAVeryDeepTreeWithFewDescriptorsAndLittleStack) {
     const TempFolder folder;
     test::makeDeepTree(folder / "deep", 2000, "a folder's name");
     rlimit before{};
@@ -71,7 +71,7 @@ TEST(TreeRemove, AVeryDeepTreeGoesWithFewDescriptorsAndLittleStack) {
     EXPECT_FALSE(somethingAt(folder / "deep"));
 }
 
-TEST(TreeRemove, ADeepTreeWithManyBranchesGoes) {
+TEST(TreeRemove, RemovesADeepTreeWithManyBranches) {
     const TempFolder folder;
     folder.makeFolder("tree");
     for (int i = 0; i < 3; ++i)
@@ -85,14 +85,14 @@ TEST(TreeRemove, ADeepTreeWithManyBranchesGoes) {
     EXPECT_FALSE(somethingAt(folder / "tree"));
 }
 
-TEST(TreeRemove, AWideFolderGoes) {
+TEST(TreeRemove, RemovesAWideFolder) {
     const TempFolder folder;
     for (int i = 0; i < 500; ++i) folder.writeFile("wide/" + std::to_string(i));
     ASSERT_TRUE(removeItem(folder / "wide"));
     EXPECT_FALSE(somethingAt(folder / "wide"));
 }
 
-TEST(TreeRemove, WhatMayNotBeRemovedStaysAndTheRestGoes) {
+TEST(TreeRemove, RemovesTheRestOfATreeWithUnremovableItems) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
     const TempFolder folder;
     folder.writeFile("tree/closed/kept", "kept");
@@ -106,7 +106,7 @@ TEST(TreeRemove, WhatMayNotBeRemovedStaysAndTheRestGoes) {
     EXPECT_EQ(test::readFile(folder / "tree/closed/kept"), "kept");
 }
 
-TEST(TreeRemove, WhatMayNotBeRemovedDeepDownDoesNotKeepItBusy) {
+TEST(TreeRemove, EndsWithUnremovableItemsDeepDown) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
     const TempFolder folder;
     test::makeDeepTree(folder / "tree", 100, "d");
@@ -121,7 +121,7 @@ TEST(TreeRemove, WhatMayNotBeRemovedDeepDownDoesNotKeepItBusy) {
     EXPECT_TRUE(removeItem(folder / "tree"));
 }
 
-TEST(TreeRemove, AnUnreadableFolderThatIsEmptyGoes) {
+TEST(TreeRemove, RemovesAnUnreadableEmptyFolder) {
     const TempFolder folder;
     folder.makeFolder("tree/unreadable");
     ASSERT_EQ(::chmod((folder / "tree/unreadable").c_str(), 0), 0);
@@ -141,7 +141,7 @@ TEST(TreeRemove, AnUnreadableFolderThatHoldsSomethingStays) {
     EXPECT_EQ(test::readFile(folder / "tree/unreadable/file"), "kept");
 }
 
-TEST(TreeRemove, ATreeOfOurOwnGoesWhateverItsRights) {
+TEST(TreeRemove, RemovesAnOwnTreeOfAnyModes) {
     const TempFolder folder;
     folder.writeFile("tree/unreadable/file");
     folder.writeFile("tree/unwritable/sub/file");
@@ -155,7 +155,7 @@ TEST(TreeRemove, ATreeOfOurOwnGoesWhateverItsRights) {
     EXPECT_FALSE(somethingAt(folder / "tree"));
 }
 
-TEST(TreeRemove, TellsWhetherSomethingIsGone) {
+TEST(TreeRemove, ReportsWhetherAnythingWasRemoved) {
     const TempFolder folder;
     const Descriptor parent(::open(folder.path().c_str(), O_RDONLY | O_CLOEXEC));
     const RemovalResult result = removeTree(parent.get(), "missing", TreeKind::Given);
@@ -238,7 +238,7 @@ TEST(TreeRemove, AnItemSwappedForALinkRightBeforeItIsOpenedIsNotFollowed) {
     EXPECT_EQ(test::readFile(folder / "victim/file"), "stays");
 }
 
-TEST(TreeRemove, AFolderSwappedForALinkMeanwhileDoesNoHarm) {
+TEST(TreeRemove, DoesNotFollowAFolderThatIsSwappedForALink) {
     const TempFolder folder;
     for (int i = 0; i < 20; ++i) folder.writeFile("victim/sub/file " + std::to_string(i), "stays");
     const std::string victim = test::describeTree(folder / "victim");
@@ -297,7 +297,7 @@ TEST(TreeRemove, AStopBeforehandLeavesAll) {
     EXPECT_EQ(test::readFile(folder / "tree/file"), "text");
 }
 
-TEST(TreeRemove, AStopThatComesTooLateIsASuccess) {
+TEST(TreeRemove, SucceedsWhenTheStopComesTooLate) {
     const TempFolder folder;
     folder.writeFile("tree/file");
     const test::StopAtCall stop(test::StopAtCall::Kind::UnlinkAt, 3);
@@ -305,7 +305,7 @@ TEST(TreeRemove, AStopThatComesTooLateIsASuccess) {
     EXPECT_FALSE(somethingAt(folder / "tree"));
 }
 
-TEST(TreeRemove, InALargeTreeWhatMayNotBeRemovedStaysAndTheRestGoes) {
+TEST(TreeRemove, RemovesTheRestOfALargeTreeWithUnremovableItems) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user may remove everything";
     const TempFolder folder;
     for (int i = 0; i < 200; ++i) {

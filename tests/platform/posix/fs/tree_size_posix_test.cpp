@@ -99,7 +99,7 @@ TEST(TreeSize, AChainOfLinksEndsWhereAPathThroughItWould) {
     EXPECT_EQ(sizeOf(folder / "0"), 41U + std::string_view("../41").size());
 }
 
-TEST(TreeSize, WhatMayNotBeReadCountsNothing) {
+TEST(TreeSize, CountsNothingForAnUnreadableFolder) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user reads everything";
     const TempFolder folder;
     folder.writeFile("tree/closed/file", "hidden");

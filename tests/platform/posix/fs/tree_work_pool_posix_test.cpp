@@ -60,12 +60,12 @@ TEST(TreeWorkPool, FewDescriptorsMakeOneThreadWithFewLevels) {
     EXPECT_LE(limits.openLevels * 2, 32U);
 }
 
-TEST(TreeWorkPool, OneThreadWantsNoHelp) {
+TEST(TreeWorkPool, WantsNoWorkForOneThread) {
     const TreeWorkPool pool(1, [] { FAIL() << "there is to be no further thread"; });
     EXPECT_FALSE(pool.wantsWork());
 }
 
-TEST(TreeWorkPool, WhatIsGivenIsDoneOnceByWhoeverComesFirst) {
+TEST(TreeWorkPool, HandlesEachGivenEntryOnce) {
     std::atomic<std::size_t> done{0};
     TreeWorkPool pool(4, [&] {
         TreeWorkPool::WorkItem item;
@@ -85,7 +85,7 @@ TEST(TreeWorkPool, WhatIsGivenIsDoneOnceByWhoeverComesFirst) {
     pool.end();
 }
 
-TEST(TreeWorkPool, WhatThereIsNoMemoryForIsNotGiven) {
+TEST(TreeWorkPool, GivesNothingWithoutMemory) {
     TreeWorkPool pool(1, [] {});
     TreeLevel folder;
     int given = 0;

@@ -28,7 +28,7 @@ TEST(ErrorText, KeepsTheErrorNumber) {
     EXPECT_EQ(fileError(FileVerb::Removed, "/a", EPERM).code, EPERM);
 }
 
-TEST(ErrorText, StaysEnglishWhateverTheLocale) {
+TEST(ErrorText, IsEnglishInEveryLocale) {
     const test::GermanLocale german;
     if (!german.inForce()) GTEST_SKIP() << "no German locale can be made here";
     if (std::strerror(EACCES) == std::string("Permission denied"))

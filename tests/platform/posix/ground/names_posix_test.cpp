@@ -7,7 +7,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-TEST(Names, ATemporaryNameIsHiddenAndTellsWhatItStandsFor) {
+TEST(Names, ATemporaryNameIsHiddenAndContainsTheOriginal) {
     const std::string name = temporaryName("report.txt");
     EXPECT_TRUE(name.starts_with(".report.txt.")) << name;
     EXPECT_EQ(name.size(), std::string(".report.txt.XXXXXX").size());
@@ -32,7 +32,7 @@ TEST(Names, ATemporaryNameOfALongNameIsShortAndCutBetweenCharacters) {
     }
 }
 
-TEST(Names, BytesThatAreNoCharactersAreCutAnywhere) {
+TEST(Names, InvalidBytesMayBeCutAnywhere) {
     EXPECT_EQ(temporaryName(std::string(255, '\xff')).size(), 143U);
 }
 
@@ -46,7 +46,7 @@ TEST(Names, ALongNameLosesTheEndOfItsStem) {
     EXPECT_EQ(shortenedName("ab\u00e9\u00e9\u00e9.txt", 9), "ab\u00e9.txt");
 }
 
-TEST(Names, WhatFollowsAFullStopAndIsVeryLongIsNoExtension) {
+TEST(Names, AVeryLongExtensionIsPartOfTheName) {
     const std::string name = "a." + std::string(200, 'b');
     EXPECT_EQ(shortenedName(name, 100), name.substr(0, 100));
 }

@@ -33,7 +33,7 @@ TEST(StandardStreams, ADescriptorAboveThemIsKept) {
     EXPECT_EQ(aboveStandardStreams(std::move(opened)).get(), number);
 }
 
-TEST(StandardStreams, ANumberOfTheirsIsGivenBackForAHigherOne) {
+TEST(StandardStreams, ReplaceANumberOfTheirsByAHigherOne) {
     EXPECT_EQ(inChildWithoutStreams([] {
                   const Descriptor moved = aboveStandardStreams(openNull());
                   return moved.get() >= kFirstOwnDescriptor &&
@@ -49,7 +49,7 @@ TEST(StandardStreams, AnInvalidDescriptorStaysInvalid) {
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST(StandardStreams, WithoutAHigherNumberThereIsNone) {
+TEST(StandardStreams, AreKeptFreeAlsoWithoutAHigherNumber) {
     EXPECT_EQ(inChildWithoutStreams([] {
                   const rlimit limit{1, 1};
                   ::setrlimit(RLIMIT_NOFILE, &limit);

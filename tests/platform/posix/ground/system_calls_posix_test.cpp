@@ -29,7 +29,7 @@ TEST(SystemCallTable, IsExchangedAndPutBack) {
     EXPECT_EQ(&systemCalls(), before);
 }
 
-TEST(SystemCallTable, NullStandsForTheSystemsOwn) {
+TEST(SystemCallTable, NullMeansTheSystemsOwn) {
     const SystemCalls* const before = exchangeSystemCalls(nullptr);
     EXPECT_EQ(&systemCalls(), &nativeSystemCalls());
     exchangeSystemCalls(before);

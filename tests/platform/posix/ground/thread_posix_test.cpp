@@ -24,7 +24,7 @@ TEST(Thread, RunsItsBodyBesideTheCaller) {
     EXPECT_NE(id, std::this_thread::get_id());
 }
 
-TEST(Thread, ThatIsDetachedGoesOn) {
+TEST(Thread, ContinuesWhenItIsDetached) {
     auto done = std::make_shared<std::promise<void>>();
     std::future<void> wait = done->get_future();
     Thread thread([done = std::move(done)] { done->set_value(); });
@@ -45,7 +45,7 @@ TEST(Thread, IsMovedWithItsBody) {
     EXPECT_TRUE(ran);
 }
 
-TEST(Thread, ThatTheSystemRefusesIsAnErrorAndLeavesNothing) {
+TEST(Thread, ThrowsWhenTheSystemHasNoThread) {
     SystemCalls calls = systemCalls();
     calls.pthread_create = [](pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) {
         return EAGAIN;

@@ -7,7 +7,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-TEST(Users, TheSuperUserIsKnownByNumberAndByName) {
+TEST(Users, FindRootByNumberAndByName) {
     const std::optional<User> byId = userWithId(0);
     ASSERT_TRUE(byId.has_value());
     const passwd* expected = ::getpwuid(0);
@@ -20,12 +20,12 @@ TEST(Users, TheSuperUserIsKnownByNumberAndByName) {
     EXPECT_EQ(byName->home, byId->home);
 }
 
-TEST(Users, WhomTheDatabaseDoesNotKnowIsNobody) {
+TEST(Users, AreNilForAnUnknownUser) {
     EXPECT_EQ(userWithName("no such user, surely"), std::nullopt);
     EXPECT_EQ(userWithId(4242424), std::nullopt);
 }
 
-TEST(Users, AnEmptyNameOrOneWithANulIsNobodys) {
+TEST(Users, AreNilForAnEmptyNameAndOneWithANul) {
     const std::optional<User> root = userWithId(0);
     ASSERT_TRUE(root.has_value());
     EXPECT_EQ(userWithName(""), std::nullopt);

@@ -49,7 +49,7 @@ TEST(WakeDescriptor, WakesAPollOnAnotherThread) {
     EXPECT_TRUE(woken);
 }
 
-TEST(WakeDescriptor, IsNotInheritedAndStandsAboveTheStandardStreams) {
+TEST(WakeDescriptor, IsCloseOnExecAndAboveTheStandardStreams) {
     WakeDescriptor wake;
     EXPECT_GE(wake.get(), 3);
     EXPECT_NE(::fcntl(wake.get(), F_GETFD) & FD_CLOEXEC, 0);
@@ -133,7 +133,7 @@ TEST_F(WakeDescriptorWithFaults, OtherFailuresAreNotRepeated) {
     EXPECT_EQ(calls, 2);
 }
 
-TEST(WakeDescriptor, SaysSoWhenTheProcessHasNoDescriptorsLeft) {
+TEST(WakeDescriptor, ThrowsWhenTheProcessHasNoDescriptorsLeft) {
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
     const rlimit none{0, before.rlim_max};

@@ -98,7 +98,7 @@ TEST(ByteBuffer, MovesWithItsBytes) {
     EXPECT_EQ(third.takeData().view(), "bytes");
 }
 
-TEST(ByteBuffer, ASizeThatNoMemoryHoldsIsRefusedAndTheBytesStay) {
+TEST(ByteBuffer, ThrowsForAHugeSizeAndKeepsItsBytes) {
     ByteBuffer buffer;
     append(buffer, "kept");
     EXPECT_THROW(buffer.reserveMore(std::numeric_limits<std::size_t>::max()), std::bad_alloc);

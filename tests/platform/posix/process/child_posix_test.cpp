@@ -20,7 +20,7 @@ ChildSetup setupOf(const std::string& name, StringList arguments = {}) {
     return setup;
 }
 
-TEST(Child, ToldOfByADescriptorWhenItEnds) {
+TEST(Child, HasADescriptorThatReportsItsEnd) {
     const auto child = Child::start(setupOf("exit_with", {"3"}));
     ASSERT_NE(child, nullptr);
     EXPECT_GE(child->exitDescriptor(), 3);
@@ -49,7 +49,7 @@ TEST(Child, ManyThreadsMayWaitAskAndTerminateAtOnce) {
     }
 }
 
-TEST(Child, TerminatingOneThatHasEndedSignalsNobody) {
+TEST(Child, SendsNoSignalAfterItsEnd) {
     const auto child = Child::start(setupOf("exit_with", {"5"}));
     ASSERT_NE(child, nullptr);
     child->wait();
@@ -88,7 +88,7 @@ TEST(Child, IsOverWithoutAStatusInAProgramThatIgnoresItsChildren) {
     ::sigaction(SIGCHLD, &before, nullptr);
 }
 
-TEST(Child, GivenUpIsCollectedWhenItEnds) {
+TEST(Child, IsReapedWhenItIsReleasedBeforeItsEnd) {
     test::TempFolder folder;
     reapLater(Child::start(setupOf("hang", {folder / "first"})));
     reapLater(Child::start(setupOf("hang", {folder / "second"})));

@@ -61,7 +61,7 @@ class ScopedCalls {
     const posix::SystemCalls* before_;
 };
 
-TEST(FileHandle, AReadWaitsUntilSomethingComes) {
+TEST(FileHandle, WaitsForBytesToRead) {
     const Pipe pipe = handles().makePipe();
     std::thread writer([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -159,7 +159,7 @@ TEST(FileHandle, APathWithANulIsMissing) {
     EXPECT_EQ(handles().openForWriting(path + std::string("\0x", 2)), nullptr);
 }
 
-TEST(FileHandle, ANamedPipeThatNobodyReadsIsNotWaitedFor) {
+TEST(FileHandle, DoesNotWaitForTheReaderOfANamedPipe) {
     test::TempFolder folder;
     ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
     EXPECT_EQ(handles().openForWriting(folder / "fifo"), nullptr);
@@ -193,7 +193,7 @@ TEST(FileHandle, DescriptorsStayAboveTheStandardStreamsThatTheHostHasClosed) {
     EXPECT_EQ(allOf(*pipe.reading), "through");
 }
 
-TEST(FileHandle, TheNullDeviceTakesEverythingAndGivesNothing) {
+TEST(FileHandle, WritesAndReadsNothingOnTheNullDevice) {
     const auto device = handles().nullDevice();
     device->writeData("gone");
     device->seekToEndOfFile();
@@ -214,7 +214,7 @@ TEST(FileHandle, WithoutDescriptorsNoPipeIsMade) {
     EXPECT_EQ(name, kFileHandleOperationException);
 }
 
-TEST(FileHandle, AFullDiskIsTold) {
+TEST(FileHandle, ReportsAFullDisk) {
     test::TempFolder folder;
     const auto handle = handles().openForWriting(folder.writeFile("f"));
     ScopedCalls calls;
@@ -266,7 +266,7 @@ TEST(FileHandle, WritesAtTheEndOnlyFromThenOn) {
     EXPECT_EQ(nameOfException([&] { first->writeAtEndOnly(); }), kFileHandleOperationException);
 }
 
-TEST(FileHandle, AnInterruptedWriteGoesOnWhereItStopped) {
+TEST(FileHandle, ContinuesAnInterruptedWrite) {
     test::TempFolder folder;
     const std::string path = folder.writeFile("f");
     const auto handle = handles().openForWriting(path);
@@ -297,7 +297,7 @@ TEST(FileHandle, ALineIsOneSystemCall) {
     EXPECT_EQ(count, 1);
 }
 
-TEST(FileHandle, AnInterruptedReadIsTakenUpAgain) {
+TEST(FileHandle, ContinuesAnInterruptedRead) {
     const Pipe pipe = handles().makePipe();
     pipe.writing->writeData("text");
     ScopedCalls calls;
@@ -313,7 +313,7 @@ TEST(FileHandle, AnInterruptedReadIsTakenUpAgain) {
     EXPECT_EQ(pipe.reading->readAvailableData(buffer), 4u);
 }
 
-TEST(FileHandle, OutputThatNoMemoryHoldsIsAnErrorOfTheHandle) {
+TEST(FileHandle, ReportsALackOfMemoryAsItsOwnError) {
     if (test::kSanitized) GTEST_SKIP() << "sanitizers need the address space";
     const Pipe pipe = handles().makePipe();
     pipe.writing->writeData("x");

@@ -105,7 +105,7 @@ TEST(Task, AnInheritedStreamThatTheHostHasClosedIsTheNullDevice) {
     EXPECT_EQ(text, "");
 }
 
-TEST(Task, AnInheritedStreamIsGivenAlsoWhenTheHostKeepsItFromItsChildren) {
+TEST(Task, PassesAStandardStreamThatIsCloseOnExec) {
     test::TempFolder folder;
     const Pipe source = native().fileHandles->makePipe();
     std::string text;
@@ -211,7 +211,7 @@ TEST(Task, OneOfManyTasksLeavesNothingBehind) {
     EXPECT_LE(test::threadCount(), threads);
 }
 
-TEST(Task, AChildThatNobodyWaitsForIsCollectedAllTheSame) {
+TEST(Task, ReapsAChildThatIsNotWaitedFor) {
     test::TempFolder folder;
     auto task = taskOf("hang", {folder / "pid"});
     task->launch();
@@ -277,7 +277,7 @@ class NoDescriptorsLeft {
     std::vector<int> taken_;
 };
 
-TEST(Task, RunsAlsoWhenNoDescriptorIsLeftToTellOfItsEnd) {
+TEST(Task, RunsWithoutADescriptorForItsEnd) {
     if (test::kSanitized) GTEST_SKIP() << "sanitizers need descriptors themselves";
     MainRunLoop::descriptor(RunLoopMode::Default);  // the run loop needs one, once
     const auto onMain = taskOf("exit_with", {"4"});
@@ -300,7 +300,7 @@ TEST(Task, RunsAlsoWhenNoDescriptorIsLeftToTellOfItsEnd) {
     EXPECT_EQ(stopped->terminationStatus(), SIGTERM);
 }
 
-TEST(Task, GivenUpWithoutADescriptorItIsCollectedAllTheSame) {
+TEST(Task, ReapsAReleasedChildWithoutADescriptor) {
     if (test::kSanitized) GTEST_SKIP() << "sanitizers need descriptors themselves";
     test::TempFolder folder;
     {
@@ -317,7 +317,7 @@ TEST(Task, GivenUpWithoutADescriptorItIsCollectedAllTheSame) {
     EXPECT_TRUE(test::eventually([&] { return !test::processExists(pid); }));
 }
 
-TEST(Task, AStreamThatWasClosedIsNoStream) {
+TEST(Task, RejectsAClosedStream) {
     const auto task = taskOf("exit_with", {"0"});
     const Pipe output = native().fileHandles->makePipe();
     output.writing->closeFile();

@@ -90,7 +90,7 @@ TEST(PosixConsole, LogLinesOfSeveralThreadsDoNotMix) {
     EXPECT_EQ(count, 200);
 }
 
-TEST(PosixConsole, ALogLineThatNobodyReadsIsLostAndNothingElse) {
+TEST(PosixConsole, LosesALogLineWithoutAReader) {
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
     ::close(ends[0]);
@@ -115,14 +115,14 @@ TEST(PosixConsole, ALogLineThatNobodyReadsIsLostAndNothingElse) {
     std::signal(SIGPIPE, before);
 }
 
-TEST(PosixConsole, AClosedStandardErrorIsNoFailure) {
+TEST(PosixConsole, IgnoresAClosedStandardError) {
     const Descriptor before(::dup(STDERR_FILENO));
     ::close(STDERR_FILENO);
     console().log("to nobody");
     ::dup2(before.get(), STDERR_FILENO);
 }
 
-TEST(PosixConsole, PrintedTextStandsAsItIs) {
+TEST(PosixConsole, PrintsTextUnchanged) {
     EXPECT_EQ(written(STDOUT_FILENO,
                       [] {
                           console().print("50% %s\\n");

@@ -70,7 +70,7 @@ TEST(HostServicesDeathTest, TheHostsLoopRunsWhatIsPerformedOnTheMainThread) {
         ::testing::ExitedWithCode(0), "");
 }
 
-TEST(HostServicesDeathTest, TheHostsAnswerDecidesWhichThreadIsTheMainOne) {
+TEST(HostServicesDeathTest, UsesTheHostsMainThread) {
     EXPECT_EXIT(
         {
             Host host;
@@ -87,7 +87,7 @@ TEST(HostServicesDeathTest, TheHostsAnswerDecidesWhichThreadIsTheMainOne) {
         ::testing::ExitedWithCode(0), "");
 }
 
-TEST(HostServicesDeathTest, TheHostTellsOfTheEndAndTheProcessDoesNotRepeatIt) {
+TEST(HostServicesDeathTest, CallsObserversOnceWhenTheHostAnnouncesTheEnd) {
     EXPECT_EXIT(
         {
             Host host;
@@ -100,7 +100,7 @@ TEST(HostServicesDeathTest, TheHostTellsOfTheEndAndTheProcessDoesNotRepeatIt) {
         ::testing::ExitedWithCode(0), "^end;$");
 }
 
-TEST(HostServicesDeathTest, AHostThatEndsWithoutTellingIsNotTold) {
+TEST(HostServicesDeathTest, DoesNotCallObserversWhenTheHostAnnouncesNoEnd) {
     EXPECT_EXIT(
         {
             native().mainThread->addTerminationObserver(sayEnd);

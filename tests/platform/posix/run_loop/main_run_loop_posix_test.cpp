@@ -31,7 +31,7 @@ void runOnce(RunLoopMode mode) {
     MainRunLoop::run(mode, steady_clock::now());
 }
 
-TEST(MainRunLoop, WhatIsPostedToAllModesRunsOnceInWhicheverModeComesFirst) {
+TEST(MainRunLoop, RunsAFunctionOfAllModesOnceInTheFirstModeThatRuns) {
     int runs = 0;
     MainRunLoop::postToAllModes([&] { ++runs; });
     runOnce(kModal);
@@ -100,7 +100,7 @@ TEST(MainRunLoop, DrainingDoesNothingWhileAnotherModeIsOnTop) {
     EXPECT_EQ(order, "md");
 }
 
-TEST(MainRunLoop, ANestedRunPutsItsModeOnTopAndTakesItDownAgain) {
+TEST(MainRunLoop, ANestedRunPushesAndPopsItsMode) {
     std::string order;
     MainRunLoop::postToDefaultMode([&] {
         MainRunLoop::postToAllModes([&] { order += 'i'; });
@@ -126,7 +126,7 @@ TEST(MainRunLoop, DrainingInsideAFunctionRunsTheRestAndNothingTwice) {
     EXPECT_EQ(order, "[bc]");
 }
 
-TEST(MainRunLoop, AFunctionThatPostsItselfAgainDoesNotKeepDrainingForEver) {
+TEST(MainRunLoop, DrainingEndsThoughAFunctionPostsItselfAgain) {
     int runs = 0;
     std::function<void()> again = [&] {
         if (++runs < 1000) MainRunLoop::postToDefaultMode(again);

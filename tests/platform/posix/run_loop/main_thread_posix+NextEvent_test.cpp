@@ -31,13 +31,13 @@ void perform(std::function<void()> function) {
     mainThread().performOnMainThread(std::move(function), WaitUntilDone::No);
 }
 
-TEST(NextEvent, WithoutAHostTheWaitTakesItsTimeAndSendsNothing) {
+TEST(NextEvent, WaitsWithoutAHostAndSendsNothing) {
     const auto start = steady_clock::now();
     EXPECT_FALSE(mainThread().sendNextEvent(20ms));
     EXPECT_GE(steady_clock::now() - start, 20ms);
 }
 
-TEST(NextEvent, AWaitOfNothingOrLessIsNone) {
+TEST(NextEvent, DoesNotWaitForZeroOrANegativeTime) {
     bool ran = false;
     perform([&] { ran = true; });
     EXPECT_FALSE(mainThread().sendNextEvent(milliseconds::min()));
@@ -53,7 +53,7 @@ TEST(NextEvent, WhatIsPerformedOnTheMainThreadRunsMeanwhile) {
     other.join();
 }
 
-TEST(NextEvent, WhatWaitsForTheDefaultModeAloneGoesOnWaiting) {
+TEST(NextEvent, LeavesFunctionsOfTheDefaultModeQueued) {
     bool ran = false;
     MainRunLoop::postToDefaultMode([&] { ran = true; });
     mainThread().sendNextEvent(5ms);
@@ -62,7 +62,7 @@ TEST(NextEvent, WhatWaitsForTheDefaultModeAloneGoesOnWaiting) {
     EXPECT_TRUE(ran);
 }
 
-TEST(NextEvent, MayBeAskedForByWhatRunsMeanwhile) {
+TEST(NextEvent, MayBeSentByAFunctionThatRunsMeanwhile) {
     std::string order;
     bool defaultRan = false;
     MainRunLoop::postToDefaultMode([&] { defaultRan = true; });
@@ -78,7 +78,7 @@ TEST(NextEvent, MayBeAskedForByWhatRunsMeanwhile) {
     MainRunLoop::drain(RunLoopMode::Default);
 }
 
-TEST(NextEvent, AnotherThreadGetsNone) {
+TEST(NextEvent, ReturnsFalseOnAnotherThread) {
     bool ran = false;
     perform([&] { ran = true; });
     bool sent = true;
@@ -191,7 +191,7 @@ TEST(NextEventDeathTest, WhatWaitsForTheModalModeRunsBeforeTheHostIsAsked) {
     });
 }
 
-TEST(NextEventDeathTest, WhatComesWhileTheHostWaitsIsRunByIt) {
+TEST(NextEventDeathTest, RunsWhatIsPostedWhileTheHostWaits) {
     expectWithHost([](Host& host) {
         bool ran = false;
         std::promise<void> asked;
@@ -206,7 +206,7 @@ TEST(NextEventDeathTest, WhatComesWhileTheHostWaitsIsRunByIt) {
     });
 }
 
-TEST(NextEventDeathTest, WhatWaitsForTheDefaultModeAloneMakesNoBusyLoop) {
+TEST(NextEventDeathTest, DoesNotLoopOnFunctionsOfTheDefaultMode) {
     expectWithHost([](Host& host) {
         bool ran = false;
         MainRunLoop::postToDefaultMode([&] { ran = true; });
@@ -242,7 +242,7 @@ TEST(NextEventDeathTest, AnExceptionInWhatWaitsLeavesNothingBehind) {
     });
 }
 
-TEST(NextEventDeathTest, AHostThatSendsNoEventsIsAsGoodAsNone) {
+TEST(NextEventDeathTest, WaitsWithAHostThatSendsNoEvents) {
     EXPECT_EXIT(
         {
             Host host;

@@ -100,7 +100,7 @@ TEST(MainThread, ADetachedThreadIsNotLeftBehind) {
 }
 
 // The super-user may have as many processes as there are numbers.
-TEST(UserMainThread, AThreadThatCannotBeMadeIsAnException) {
+TEST(UserMainThread, ThrowsWhenNoThreadCanBeStarted) {
     if (test::kSanitized) GTEST_SKIP() << "the sanitizer's own threads count";
     if (::geteuid() == 0) GTEST_SKIP() << "limits do not bind the super-user";
     rlimit before{};

@@ -35,14 +35,14 @@ class ChannelTest : public testing::Test {
     test::HelperInThread helper_;
 };
 
-TEST_F(ChannelTest, GivesArgumentsByteForByte) {
+TEST_F(ChannelTest, PassesArgumentsByteForByte) {
     const StringList nasty{"", "$(id)", "; rm -rf x", "a\nb", "\xff", "-n", "e\xcc\x81"};
     std::string expected = childPath("print_args") + '\0';
     for (const std::string& each : nasty) expected += each + '\0';
     EXPECT_EQ(outputOf(channel(), childPath("print_args"), nasty), expected);
 }
 
-TEST_F(ChannelTest, GivesAsManyArgumentsAsAToolCanHave) {
+TEST_F(ChannelTest, PassesAsManyArgumentsAsAToolCanHave) {
     const StringList many(18, std::string(100'000, 'x'));
     EXPECT_EQ(outputOf(channel(), childPath("print_args"), many).size(),
               childPath("print_args").size() + 1 + 18 * 100'001);
@@ -55,7 +55,7 @@ TEST_F(ChannelTest, RefusesTooManyArgumentsAndLivesOn) {
     EXPECT_EQ(statusOf("/bin/true"), kAuthorizationSuccess);
 }
 
-TEST_F(ChannelTest, TellsThatAToolCannotBeStartedAndLivesOn) {
+TEST_F(ChannelTest, ReportsAToolThatCannotBeStartedAndStaysOpen) {
     for (const std::string& tool : {folder_ / "missing", folder_.writeFile("text", "text"),
                                     folder_.path(), std::string("true"), std::string()})
         EXPECT_EQ(statusOf(tool), kAuthorizationToolExecuteFailure) << tool;
@@ -63,7 +63,7 @@ TEST_F(ChannelTest, TellsThatAToolCannotBeStartedAndLivesOn) {
     EXPECT_EQ(statusOf("/bin/true"), kAuthorizationSuccess);
 }
 
-TEST_F(ChannelTest, GivesInputAndOutputToOneStream) {
+TEST_F(ChannelTest, ConnectsInputAndOutputToOneStream) {
     ASSERT_EQ(statusOf("/bin/sh", {"-c", "read line; echo \"<$line>\" >/dev/stdout"}), 0);
     ASSERT_TRUE(stream_->write("text\n"));
     EXPECT_EQ(test::allOf(*stream_), "<text>\n");
@@ -75,7 +75,7 @@ TEST_F(ChannelTest, DoesNotWaitForTheTool) {
     EXPECT_EQ(statusOf("/bin/true"), kAuthorizationSuccess);
 }
 
-TEST_F(ChannelTest, GivesTheCallersStandardErrorAndWorkingFolder) {
+TEST_F(ChannelTest, PassesTheCallersStandardErrorAndWorkingFolder) {
     const test::TempFolder elsewhere;
     ASSERT_EQ(::chdir(elsewhere.path().c_str()), 0);
     const posix::Descriptor before(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
@@ -101,7 +101,7 @@ int failToOpenFolder(int folder, const char* name, int flags, mode_t mode) {
     return ::openat(folder, name, flags | O_CLOEXEC, mode);
 }
 
-TEST_F(ChannelTest, GivesNoFolderWhereItIsOutOfReachOnly) {
+TEST_F(ChannelTest, PassesNoFolderOnlyWhereItCannotBeReached) {
     const test::ChangedCalls calls(
         [](posix::SystemCalls& table) { table.openat = failToOpenFolder; });
     for (const int error : {EACCES, EPERM, ENOENT, ENOTDIR, ESTALE, EIO, ENOTCONN, ECONNABORTED,
@@ -124,7 +124,7 @@ TEST_F(ChannelTest, GivesNoFolderWhereItIsOutOfReachOnly) {
     EXPECT_TRUE(channel().isOpen());
 }
 
-TEST_F(ChannelTest, GivesNoErrorsWhereTheCallerHasNone) {
+TEST_F(ChannelTest, PassesTheNullDeviceWithoutAStandardError) {
     const posix::Descriptor before(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
     ::close(STDERR_FILENO);
     const std::string output =
@@ -133,14 +133,14 @@ TEST_F(ChannelTest, GivesNoErrorsWhereTheCallerHasNone) {
     EXPECT_EQ(output, "/dev/null\n");
 }
 
-TEST_F(ChannelTest, GivesNoOtherDescriptorsAndNoSignals) {
+TEST_F(ChannelTest, PassesNoOtherDescriptorsAndNoSignals) {
     const int leaked = ::open("/dev/null", O_RDWR);
     EXPECT_EQ(outputOf(channel(), childPath("print_descriptors")), "0\n1\n2\n");
     EXPECT_EQ(outputOf(channel(), childPath("print_signals")), "");
     ::close(leaked);
 }
 
-TEST_F(ChannelTest, GivesTheSuperUsersEnvironmentAndNothingOfTheCallers) {
+TEST_F(ChannelTest, PassesRootsEnvironmentAndNothingOfTheCallers) {
     ::setenv("LD_PRELOAD", "/lost.so", 1);
     const std::string output = outputOf(channel(), childPath("print_env"));
     ::unsetenv("LD_PRELOAD");
@@ -152,7 +152,7 @@ TEST_F(ChannelTest, GivesTheSuperUsersEnvironmentAndNothingOfTheCallers) {
     EXPECT_EQ(std::count(output.begin(), output.end(), '\0'), 7);
 }
 
-TEST_F(ChannelTest, GivesEachToolAProcessGroupOfItsOwn) {
+TEST_F(ChannelTest, StartsEachToolInItsOwnProcessGroup) {
     EXPECT_EQ(
         outputOf(channel(), "/bin/sh", {"-c", "test \"$(ps -o pgid= -p $$)\" -eq $$ && echo yes"}),
         "yes\n");
@@ -206,17 +206,17 @@ class OddHelper : public testing::Test {
     test::Connection connection_;
 };
 
-TEST_F(OddHelper, ThatGoesWithoutAWordIsNoHelper) {
+TEST_F(OddHelper, ThatClosesWithoutAGreetingIsRejected) {
     connection_.second.reset();
     EXPECT_FALSE(greeted().has_value());
 }
 
-TEST_F(OddHelper, ThatGreetsOtherwiseIsNoHelper) {
+TEST_F(OddHelper, WithAnotherGreetingIsRejected) {
     ASSERT_TRUE(say(MessageKind::Reply));
     EXPECT_FALSE(greeted().has_value());
 }
 
-TEST_F(OddHelper, ThatHasGoneIsDeniedWithoutASignal) {
+TEST_F(OddHelper, ThatHasEndedIsDeniedWithoutASignal) {
     ::signal(SIGPIPE, SIG_DFL);
     ASSERT_TRUE(say(MessageKind::Hello));
     std::optional<Channel> channel = greeted();
@@ -236,7 +236,7 @@ ssize_t failToSend(int, const msghdr*, int) {
     return -1;
 }
 
-TEST_F(OddHelper, ThatSaysNothingIsThereWhateverFailedBefore) {
+TEST_F(OddHelper, IsOpenWhileItSendsNothing) {
     ASSERT_TRUE(say(MessageKind::Hello));
     std::optional<Channel> channel = greeted();
     ASSERT_TRUE(channel.has_value());
@@ -261,7 +261,7 @@ TEST_F(OddHelper, IsKeptWhereTooManyDescriptorsAreOnTheirWay) {
     EXPECT_FALSE(channel->isOpen());
 }
 
-TEST_F(OddHelper, ThatGoesInsteadOfAnsweringIsDenied) {
+TEST_F(OddHelper, ThatEndsInsteadOfReplyingIsDenied) {
     ASSERT_TRUE(say(MessageKind::Hello));
     std::optional<Channel> channel = greeted();
     ASSERT_TRUE(channel.has_value());
@@ -275,7 +275,7 @@ TEST_F(OddHelper, ThatGoesInsteadOfAnsweringIsDenied) {
     goes.join();
 }
 
-TEST_F(OddHelper, ThatAnswersOddlyIsDenied) {
+TEST_F(OddHelper, WithAMalformedReplyIsDenied) {
     ASSERT_TRUE(say(MessageKind::Hello));
     std::optional<Channel> channel = greeted();
     ASSERT_TRUE(channel.has_value());

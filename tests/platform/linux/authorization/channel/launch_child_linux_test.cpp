@@ -44,7 +44,7 @@ TEST(LaunchChildTest, HasNoOtherDescriptors) {
     EXPECT_EQ(outputOf("readlink /proc/$$/fd/0 /proc/$$/fd/2"), "/dev/null\n/dev/null\n");
 }
 
-TEST(LaunchChildTest, HasTheDescriptorsThatItIsGiven) {
+TEST(LaunchChildTest, HasTheDescriptorsOfItsSetup) {
     Pipe output = Pipe::open();
     LaunchSetup setup;
     setup.path = "/bin/sh";
@@ -56,7 +56,7 @@ TEST(LaunchChildTest, HasTheDescriptorsThatItIsGiven) {
     EXPECT_EQ(readPiece(output.read.get()), "three\n");
 }
 
-TEST(LaunchChildTest, IsNoneWithoutAProgram) {
+TEST(LaunchChildTest, IsNullWithoutAProgram) {
     LaunchSetup setup;
     setup.path = "/nonexistent/program";
     EXPECT_EQ(LaunchChild::start(setup), nullptr);

@@ -69,7 +69,7 @@ TEST_F(LaunchWaitTest, KeepsAllThatTheLauncherComplainsOf) {
     EXPECT_EQ(wait().complaint, "first\nlast");
 }
 
-TEST_F(LaunchWaitTest, KeepsNoEndlessComplaint) {
+TEST_F(LaunchWaitTest, BoundsTheTextOfAComplaint) {
     start("for n in 1 2 3 4 5 6 7 8; do printf %08192d $n >&2; done");
     const LaunchAttempt attempt = wait();
     EXPECT_TRUE(attempt.end.has_value());
@@ -85,7 +85,7 @@ TEST_F(LaunchWaitTest, DoesNotWaitForOthersThatHoldTheText) {
     EXPECT_EQ(::kill(other, SIGKILL), 0);
 }
 
-TEST_F(LaunchWaitTest, ProceedsWithTheConversationWhenItsTextComes) {
+TEST_F(LaunchWaitTest, ContinuesTheConversationWhenTextArrives) {
     test::Connection connection;
     Script script;
     script.descriptor = connection.first.get();
@@ -102,7 +102,7 @@ TEST_F(LaunchWaitTest, ProceedsWithTheConversationWhenItsTextComes) {
     EXPECT_EQ(script.pid, launcher_->pid());
 }
 
-TEST_F(LaunchWaitTest, KillsTheLauncherWhenTheConversationGivesUp) {
+TEST_F(LaunchWaitTest, KillsTheLauncherWhenTheConversationAbandonsIt) {
     start("exec sleep 1000");
     test::Connection connection;
     Script script;

@@ -55,7 +55,7 @@ TEST(Command, IsRefusedInAnyOtherForm) {
         EXPECT_FALSE(decodeCommand(body)) << testing::PrintToString(body);
 }
 
-TEST(Message, RaisesNoSignalWhenNobodyIsThere) {
+TEST(Message, RaisesNoSignalWithoutAReader) {
     test::Connection connection;
     connection.second.reset();
     EXPECT_FALSE(sendMessage(connection.first.get(), MessageKind::Hello, {}));

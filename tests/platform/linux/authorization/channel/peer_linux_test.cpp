@@ -25,7 +25,7 @@ TEST(Peer, OfAConnectionIsWhoMadeIt) {
     EXPECT_FALSE(hasEnded(peer->process));
 }
 
-TEST(Peer, ThatHasEndedIsNobody) {
+TEST(Peer, IsNilAfterItsEnd) {
     const test::TempFolder folder;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -48,7 +48,7 @@ TEST(Peer, ThatHasEndedIsNobody) {
     EXPECT_EQ(test::exitCodeOf(caller), 0);
 }
 
-TEST(Peer, OfSomethingElseIsNobody) {
+TEST(Peer, IsNilForADescriptorThatIsNotASocket) {
     const auto process = test::openProcess(::getpid());
     EXPECT_FALSE(peerOf(process.get()).has_value());
     EXPECT_FALSE(peerOf(-1).has_value());
@@ -76,7 +76,7 @@ TEST(Ancestry, IsNotMisledByTheNameOfAProcess) {
               1);
 }
 
-TEST(Ancestry, OfAProcessThatIsNotThereIsNone) {
+TEST(Ancestry, IsNoneForAMissingProcess) {
     const pid_t child = ::fork();
     if (child == 0) ::_exit(0);
     test::exitCodeOf(child);

@@ -140,7 +140,7 @@ TEST_F(RendezvousFolderTest, WithMoreInItIsKept) {
     EXPECT_TRUE(test::somethingAt(file));
 }
 
-TEST_F(RendezvousFolderTest, CannotBeMadeWithoutAPlace) {
+TEST_F(RendezvousFolderTest, CannotBeMadeInAMissingFolder) {
     EXPECT_FALSE(RendezvousFolder::make(place_ / "missing").has_value());
     removeAbandonedFolders(place_ / "missing");
 }

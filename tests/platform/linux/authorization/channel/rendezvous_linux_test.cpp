@@ -52,7 +52,7 @@ class RendezvousTest : public testing::Test {
     std::optional<Rendezvous> rendezvous_ = Rendezvous::open();
 };
 
-TEST_F(RendezvousTest, WithoutADescriptorForWhoeverKnocksWaitsAMoment) {
+TEST_F(RendezvousTest, PausesWithoutADescriptorForAPendingConnection) {
     const posix::Descriptor caller = connectSocket();
     ASSERT_TRUE(hasPendingConnection());
     {
@@ -74,7 +74,7 @@ TEST_F(RendezvousTest, IsInAFolderThatOnlyThisUserMayEnter) {
     EXPECT_EQ(status.st_uid, ::geteuid());
 }
 
-TEST_F(RendezvousTest, IsGoneWithTheObject) {
+TEST_F(RendezvousTest, IsRemovedWithTheObject) {
     const std::string folder = deleteLastPathComponent(path());
     Rendezvous moved = *std::move(rendezvous_);
     rendezvous_.reset();
@@ -102,13 +102,13 @@ TEST_F(RendezvousTest, RemovesWhatAKilledProcessLeft) {
     EXPECT_TRUE(test::somethingAt(path()));
 }
 
-TEST_F(RendezvousTest, TellsTheHelperWhereAndWhoItIs) {
+TEST_F(RendezvousTest, PassesItsPathUserAndProcessToTheHelper) {
     EXPECT_THAT(rendezvous_->helperArguments(),
                 testing::ElementsAre("--connect", path(), "--uid", std::to_string(::getuid()),
                                      "--pid", std::to_string(::getpid())));
 }
 
-TEST_F(RendezvousTest, LetsNobodyInWhereNobodyWaits) {
+TEST_F(RendezvousTest, ReturnsNilWithoutAPendingConnection) {
     EXPECT_FALSE(hasPendingConnection());
     EXPECT_FALSE(rendezvous_->accept(::getpid()).has_value());
 }
@@ -120,7 +120,7 @@ class UserRendezvous : public RendezvousTest {
     }
 };
 
-TEST_F(UserRendezvous, ClosesWhoeverIsNotTheSuperUserAndWaitsOn) {
+TEST_F(UserRendezvous, ClosesAConnectionOfAnotherUserThanRootAndKeepsWaiting) {
     const posix::Descriptor caller = connectSocket();
     const posix::Descriptor next = connectSocket();
     ASSERT_TRUE(caller && next);
@@ -139,7 +139,7 @@ class RootRendezvous : public RendezvousTest {
     }
 };
 
-TEST_F(RootRendezvous, ClosesTheSuperUsersThatWasNotStartedFromHere) {
+TEST_F(RootRendezvous, ClosesAConnectionOfRootsThatIsNoDescendant) {
     const pid_t launcher = ::fork();
     if (launcher == 0) {
         ::pause();
@@ -162,7 +162,7 @@ TEST_F(RootRendezvous, LetsTheLauncherAndItsChildrenIn) {
     EXPECT_TRUE(rendezvous_->accept(::getppid()).has_value());
 }
 
-TEST_F(RootRendezvous, ClosesWhoeverGreetsOtherwise) {
+TEST_F(RootRendezvous, ClosesAConnectionWithAnotherGreeting) {
     const posix::Descriptor caller = connectSocket();
     ASSERT_TRUE(sendMessage(caller.get(), MessageKind::Hello, "more"));
     EXPECT_FALSE(rendezvous_->accept(::getpid()).has_value());

@@ -48,7 +48,7 @@ TEST(Secret, IsItsPieces) {
     EXPECT_EQ(Secret("").view(), "");
 }
 
-TEST(Secret, IsOverwrittenBeforeItsMemoryIsGivenBack) {
+TEST(Secret, IsOverwrittenBeforeItsMemoryIsReleased) {
     {
         const Secret secret("pass word", "\n");
         watched = secret.view().data();

@@ -72,7 +72,7 @@ TEST(ToolStream, WritesAllOfItToTheTool) {
     EXPECT_EQ(std::string(read, 4), "text");
 }
 
-TEST(ToolStream, RaisesNoSignalWhenTheToolHasGone) {
+TEST(ToolStream, RaisesNoSignalWhenTheToolHasEnded) {
     ::signal(SIGPIPE, SIG_DFL);
     auto pipes = openToolPipes();
     ASSERT_TRUE(pipes.has_value());
@@ -118,7 +118,7 @@ TEST(ToolStream, LetGoOfLeavesTheToolItsInputThoughItHasClosedItsOutput) {
     EXPECT_EQ(openDescriptorCount(), before);
 }
 
-TEST(ToolStream, LetGoOfCanBeWrittenToThoughTheToolHasClosedItsInput) {
+TEST(ToolStream, KeepsTheOutputOfAToolThatHasClosedItsInputWhenReleased) {
     const int before = openDescriptorCount();
     auto running = openToolPipes();
     ASSERT_TRUE(running.has_value());
@@ -129,7 +129,7 @@ TEST(ToolStream, LetGoOfCanBeWrittenToThoughTheToolHasClosedItsInput) {
     EXPECT_EQ(openDescriptorCount(), before + 2);
 }
 
-TEST(ToolStream, ReadToItsEndGivesBackTheOutputAndLeavesTheToolItsInput) {
+TEST(ToolStream, ReleasesOnlyTheOutputAtItsEnd) {
     const int before = openDescriptorCount();
     auto running = openToolPipes();
     ASSERT_TRUE(running.has_value());
@@ -144,7 +144,7 @@ TEST(ToolStream, ReadToItsEndGivesBackTheOutputAndLeavesTheToolItsInput) {
     EXPECT_TRUE(isInputOpen(*running));
 }
 
-TEST(ToolStream, OfAToolThatHasGoneIsClosedAtOnce) {
+TEST(ToolStream, IsClosedAtOnceWhenTheToolHasEnded) {
     const int before = openDescriptorCount();
     auto pipes = openToolPipes();
     ASSERT_TRUE(pipes.has_value());
@@ -155,7 +155,7 @@ TEST(ToolStream, OfAToolThatHasGoneIsClosedAtOnce) {
     EXPECT_EQ(openDescriptorCount(), before);
 }
 
-TEST(ToolStream, HasDescriptorsThatNoChildInherits) {
+TEST(ToolStream, HasCloseOnExecDescriptors) {
     const int before = openDescriptorCount();
     const auto pipes = openToolPipes();
     ASSERT_TRUE(pipes.has_value());
@@ -196,7 +196,7 @@ TEST(ToolStream, WaitsForToolsToEndWhereNoDescriptorsAreLeft) {
     ends.join();
 }
 
-TEST(ToolStream, IsNoneWhereNoDescriptorsAreLeftAndNoToolRuns) {
+TEST(ToolStream, IsNilWithoutDescriptorsAndRunningTools) {
     const test::FewDescriptors few(32);
     useUpDescriptors();
     EXPECT_FALSE(openToolPipes().has_value());

@@ -61,7 +61,7 @@ TEST_F(HelpersClient, IsTheUserThatTheGranterNames) {
             << other;
 }
 
-TEST_F(HelpersClient, IsConnectedToWithItsSendersTold) {
+TEST_F(HelpersClient, IsConnectedToWithTheCredentialsOfSenders) {
     EXPECT_TRUE(inDescendant(1, [this] {
         const std::optional<Client> client = connectToClient(client_);
         int passes = 0;
@@ -73,7 +73,7 @@ TEST_F(HelpersClient, IsConnectedToWithItsSendersTold) {
     }));
 }
 
-TEST_F(HelpersClient, IsNobodyElseWhoWaitsThere) {
+TEST_F(HelpersClient, IsNotAnotherProcessThatListensThere) {
     EXPECT_FALSE(connects({client_.path, client_.uid, client_.pid + 1}));
     EXPECT_FALSE(connects({client_.path, client_.uid + 1, client_.pid}));
 }
@@ -82,7 +82,7 @@ TEST_F(HelpersClient, IsNotConnectedToByAProcessThatItDidNotStart) {
     EXPECT_FALSE(connectToClient(client_).has_value());
 }
 
-TEST_F(HelpersClient, ThatIsNotThereIsNone) {
+TEST_F(HelpersClient, IsNilWithoutAListener) {
     EXPECT_FALSE(connects({folder_ / "missing", client_.uid, client_.pid}));
     EXPECT_FALSE(connects({std::string(200, 'x'), client_.uid, client_.pid}));
     socket_.reset();

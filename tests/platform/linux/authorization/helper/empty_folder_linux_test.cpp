@@ -74,7 +74,7 @@ void expectEmptyFolderOfRoot() {
     EXPECT_EQ(::faccessat(folder.get(), (upwards + "etc").c_str(), F_OK, 0), -1);
 }
 
-TEST_F(RootEmptyFolder, IsRootsAndNoRelativePathLeadsAnywhere) {
+TEST_F(RootEmptyFolder, IsRootsAndFailsEveryRelativePath) {
     expectEmptyFolderOfRoot();
 }
 
@@ -83,7 +83,7 @@ TEST_F(RootEmptyFolder, IsTheSameWhereNothingCanBeMounted) {
     expectEmptyFolderOfRoot();
 }
 
-TEST_F(RootEmptyFolder, IsTheToolsWhereTheClientHasNoneToGive) {
+TEST_F(RootEmptyFolder, IsTheToolsWhenTheClientSendsNoFolder) {
     std::optional<ToolPipes> pipes = openToolPipes();
     Request request;
     request.command = {test::childPath("print_args"), "a b"};

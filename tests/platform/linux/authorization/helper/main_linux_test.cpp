@@ -129,7 +129,7 @@ TEST_F(RootHelperProgram, LeavesTheLimitsOfItsStarter) {
     EXPECT_EQ(test::exitCodeOf(test), 0);
 }
 
-TEST_F(RootHelperProgram, IsRefusedToWhoeverDidNotStartIt) {
+TEST_F(RootHelperProgram, RefusesAProcessThatDidNotStartIt) {
     const auto rendezvous = Rendezvous::open();
     const std::string path = rendezvous->helperArguments().at(1);
     const pid_t other = ::fork();
@@ -164,7 +164,7 @@ TEST_F(RootHelperProgram, IsRefusedWhereTheGranterNamesAnotherUser) {
     EXPECT_TRUE(refused.ends());
 }
 
-TEST_F(RootHelperProgram, WithASetuidBitServesNobody) {
+TEST_F(RootHelperProgram, RefusesToRunWithASetuidBit) {
     const std::string copy = folder_ / "helper";
     std::filesystem::copy_file(KX_AUTHORIZATION_HELPER, copy);
     ASSERT_EQ(::chmod(copy.c_str(), 04755), 0);
@@ -202,7 +202,7 @@ TEST_F(RootHelperProgram, WithASetuidBitServesNobody) {
     ::_exit(0);
 }
 
-TEST_F(RootHelperProgram, EndsWithItsClientThoughSomebodyHoldsTheChannel) {
+TEST_F(RootHelperProgram, EndsWithItsClientThoughAnotherProcessHasTheChannel) {
     const pid_t client = ::fork();
     if (client == 0) beClient(folder_ / "number");
     const pid_t helper = test::pidIn(folder_ / "number");

@@ -71,11 +71,11 @@ int leaveAll() {
     return ::getsid(0) == ::getpid() ? 0 : 14;
 }
 
-TEST_F(ProcessHardening, OfTheUserAreLeft) {
+TEST_F(ProcessHardening, ResetsEverythingInherited) {
     EXPECT_EQ(test::answerOfFork(leaveAll), 0);
 }
 
-TEST_F(ProcessHardening, LackAStandardErrorAndGetOneThatLeadsNowhere) {
+TEST_F(ProcessHardening, OpensTheNullDeviceWithoutAStandardError) {
     EXPECT_EQ(test::answerOfFork([] {
                   ::close(STDERR_FILENO);
                   return hardenProcess() && leadsTo(STDERR_FILENO, "/dev/null") ? 0 : 1;

@@ -67,7 +67,7 @@ class ReceiverTest : public testing::Test {
     Client client_ = test::thisProcessAsClient(std::move(connection_.second));
 };
 
-TEST_F(ReceiverTest, TakesWhatTheClientSends) {
+TEST_F(ReceiverTest, AcceptsTheClientsRequests) {
     Receiver receiver(client_);
     const std::array<int, 4> descriptors{0, 1, 2, 2};
     for (int round = 0; round < 3; ++round) {
@@ -81,7 +81,7 @@ TEST_F(ReceiverTest, TakesWhatTheClientSends) {
     }
 }
 
-TEST_F(ReceiverTest, TakesAMessageInPieces) {
+TEST_F(ReceiverTest, AcceptsAMessageInPieces) {
     const std::string bytes = text(header()) + body_;
     ASSERT_TRUE(send(bytes.substr(0, 5), 4));
     for (std::size_t at = 5; at < bytes.size(); ++at) ASSERT_TRUE(send(bytes.substr(at, 1)));
@@ -152,7 +152,7 @@ TEST_F(ReceiverTest, RefusesTooFewDescriptors) {
     expectRefused(header(), 3);
 }
 
-TEST_F(ReceiverTest, RefusesNoDescriptors) {
+TEST_F(ReceiverTest, RejectsARequestWithoutDescriptors) {
     expectRefused(header(), 0);
 }
 
@@ -201,7 +201,7 @@ TEST_F(ReceiverTest, RefusesWhatWasSentBeforeSendersWereAskedFor) {
     EXPECT_FALSE(Receiver(late).next().has_value());
 }
 
-TEST_F(ReceiverTest, EndsWithTheClientThoughSomebodyHoldsItsEnd) {
+TEST_F(ReceiverTest, EndsWithTheClientThoughAnotherProcessHasItsEnd) {
     const pid_t child = ::fork();
     if (child == 0) ::_exit(0);
     client_.process = test::openProcess(child);

@@ -68,7 +68,7 @@ TEST_F(HelpersSession, EndsWhenTheClientClosesItsEnd) {
     EXPECT_TRUE(recorded().empty());
 }
 
-TEST_F(HelpersSession, EndsWithAnythingThatIsNoRequest) {
+TEST_F(HelpersSession, EndsWithAMessageThatIsNotARequest) {
     nextHeader();
     EXPECT_TRUE(sendMessage(socket_.get(), MessageKind::Reply, "1234"));
     served_.join();

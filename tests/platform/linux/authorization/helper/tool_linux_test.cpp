@@ -70,7 +70,7 @@ TEST_F(HelpersTool, WorksInTheRequestsFolder) {
     EXPECT_EQ(outputOfShell("pwd -P"), folder_.path() + "\n");
 }
 
-TEST_F(HelpersTool, HasAProcessGroupOfItsOwnAndDefaultSignals) {
+TEST_F(HelpersTool, HasItsOwnProcessGroupAndDefaultSignals) {
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGCHLD, SIG_DFL);
     EXPECT_EQ(outputOfShell("read -r p n s pp g rest < /proc/$$/stat; test $p = $g && echo own"),
@@ -86,7 +86,7 @@ TEST_F(HelpersTool, GetsNoOtherDescriptor) {
     EXPECT_EQ(listed, "0\n1\n2\n");
 }
 
-TEST_F(HelpersTool, ThatCannotBeStartedIsAnErrorAndLeavesNoChild) {
+TEST_F(HelpersTool, LeavesNoChildWhenItCannotBeStarted) {
     EXPECT_EQ(startTool(request({"/missing/tool"}), {}), ENOENT);
     EXPECT_EQ(startTool(request({folder_.writeFile("text")}), {}), EACCES);
     EXPECT_EQ(startTool(request({"/bin/true", std::string(1 << 20, 'x')}), {}), E2BIG);
@@ -103,7 +103,7 @@ TEST_F(HelpersTool, IsNamedByItsWholePath) {
 
 // Where the fall-back's folder cannot be made either, as for an ordinary user, the folder's own
 // error is the result.
-TEST_F(HelpersTool, IsStartedElsewhereWhereItsFolderCannotBeEntered) {
+TEST_F(HelpersTool, IsStartedInAnEmptyFolderWhereItsOwnCannotBeEntered) {
     Request closed = request({"/bin/pwd", "-P"});
     closed.descriptors[kToolFolder] = Descriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const int error = startTool(closed, {});

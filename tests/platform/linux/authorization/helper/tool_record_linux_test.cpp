@@ -40,7 +40,7 @@ TEST(ToolRecord, IsOneLineOfPrintableCharacters) {
                             [](char letter) { return letter >= ' ' && letter <= '~'; }));
 }
 
-TEST(ToolRecord, GoesOnInAnotherWhereItGetsTooLong) {
+TEST(ToolRecord, ContinuesInAnotherWhenItIsTooLong) {
     const std::size_t most = kLongestRecord - recordOf({"/t", "x"}).size() + 1;
     const std::string longest(most, 'x');
     EXPECT_EQ(recordOf({"/t", longest}).size(), kLongestRecord);

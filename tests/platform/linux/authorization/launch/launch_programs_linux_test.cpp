@@ -15,7 +15,7 @@ using test::ScopedEnvironment;
 using testing::ElementsAre;
 using testing::Pair;
 
-TEST(LaunchPrograms, AreTheSystemsOwnWhateverThePathSays) {
+TEST(LaunchPrograms, AreNotSearchedForInThePath) {
     const test::TempFolder folder;
     folder.writeFile("sh", "#!/bin/sh\n");
     const ScopedEnvironment path("PATH", folder.path());

@@ -26,7 +26,7 @@ class PromptAnswersTest : public testing::Test {
     test::Connection input_;
 };
 
-TEST_F(PromptAnswersTest, GiveThePasswordToThePromptAlone) {
+TEST_F(PromptAnswersTest, SendThePasswordForThePromptOnly) {
     PromptAnswers answers = answersTo({"kx-1:"});
     EXPECT_TRUE(answers.hear("a lecture, Password: "));
     EXPECT_FALSE(answers.wasAsked());
@@ -36,7 +36,7 @@ TEST_F(PromptAnswersTest, GiveThePasswordToThePromptAlone) {
     EXPECT_EQ(given(), "pass word\n");
 }
 
-TEST_F(PromptAnswersTest, UnderstandAPromptThatComesInPieces) {
+TEST_F(PromptAnswersTest, UnderstandAPromptInPieces) {
     PromptAnswers answers = answersTo({"kx-1:"});
     for (const char* piece : {"k", "x-", "", "1"}) ASSERT_TRUE(answers.hear(piece));
     EXPECT_EQ(given(), "");
@@ -54,13 +54,13 @@ TEST_F(PromptAnswersTest, AnswerSeveralPromptsInTheirOrder) {
     EXPECT_EQ(given(), "pass word\n");
 }
 
-TEST_F(PromptAnswersTest, AnswerPromptsThatComeTogether) {
+TEST_F(PromptAnswersTest, AnswerPromptsThatArriveTogether) {
     PromptAnswers answers = answersTo({"first:", "second:"});
     EXPECT_TRUE(answers.hear("first:second:"));
     EXPECT_EQ(given(), "pass word\npass word\n");
 }
 
-TEST_F(PromptAnswersTest, GiveUpWhenTheyAreAskedAgain) {
+TEST_F(PromptAnswersTest, AbandonTheLaunchAtARepeatedPrompt) {
     PromptAnswers answers = answersTo({"kx-1:"});
     EXPECT_TRUE(answers.hear("kx-1:"));
     EXPECT_EQ(given(), "pass word\n");
@@ -76,7 +76,7 @@ TEST_F(PromptAnswersTest, KeepWhatIsWrittenAfterTheLastPrompt) {
     EXPECT_EQ(answers.rest(), "after that");
 }
 
-TEST_F(PromptAnswersTest, TakeTheTextsThatHaveComeAndWaitForNone) {
+TEST_F(PromptAnswersTest, ReadAvailableTextWithoutWaiting) {
     const test::Connection texts;
     LaunchSetup setup;
     setup.path = "/bin/true";
@@ -94,7 +94,7 @@ TEST_F(PromptAnswersTest, TakeTheTextsThatHaveComeAndWaitForNone) {
     EXPECT_FALSE(answers.proceed(*launcher));
 }
 
-TEST_F(PromptAnswersTest, WaitForNothingWhenTheTextsHaveEnded) {
+TEST_F(PromptAnswersTest, PollNothingAfterTheEndOfTheText) {
     test::Connection texts;
     LaunchSetup setup;
     setup.path = "/bin/true";
@@ -109,14 +109,14 @@ TEST_F(PromptAnswersTest, WaitForNothingWhenTheTextsHaveEnded) {
     EXPECT_TRUE(answers.proceed(*launcher));
 }
 
-TEST_F(PromptAnswersTest, GiveUpAtTextWithoutAnEnd) {
+TEST_F(PromptAnswersTest, AbandonTheLaunchAtTextWithoutAnEnd) {
     PromptAnswers answers = answersTo({"kx-1:"});
     EXPECT_TRUE(answers.hear(std::string(65'536, 'x')));
     EXPECT_FALSE(answers.hear("kx-1:"));
     EXPECT_EQ(given(), "");
 }
 
-TEST_F(PromptAnswersTest, GiveUpWithoutASignalWhenTheProgramHasGone) {
+TEST_F(PromptAnswersTest, AbandonTheLaunchWithoutASignalWhenTheProgramHasEnded) {
     ::signal(SIGPIPE, SIG_DFL);
     PromptAnswers answers = answersTo({"kx-1:"});
     input_.second.reset();

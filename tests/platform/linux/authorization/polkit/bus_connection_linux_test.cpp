@@ -40,7 +40,7 @@ class BusConnectionTest : public testing::Test {
     std::optional<BusConnection> connection_;
 };
 
-TEST_F(BusConnectionTest, GivesTheReplyToWhatWasSentBeforeItWasMade) {
+TEST_F(BusConnectionTest, ReturnsTheReplyToACallSentBeforeTheConnectionWasMade) {
     bus_.serveDuring([&] {
         connection_ = BusConnection::open(*sdBus(), bus_.address());
         ASSERT_TRUE(connection_.has_value());
@@ -67,7 +67,7 @@ TEST_F(BusConnectionTest, IsNotMadeWithoutABus) {
     EXPECT_FALSE(connection_->isOpen());
 }
 
-TEST_F(BusConnectionTest, IsNotOpenOnceTheOtherEndHasGone) {
+TEST_F(BusConnectionTest, IsNotOpenAfterTheOtherEndHasClosed) {
     bus_.serveDuring([&] {
         connection_ = BusConnection::open(*sdBus(), bus_.address());
         ASSERT_TRUE(connection_->send(watchCall()));
@@ -80,7 +80,7 @@ TEST_F(BusConnectionTest, IsNotOpenOnceTheOtherEndHasGone) {
     EXPECT_FALSE(connection_->send(watchCall()));
 }
 
-TEST_F(BusConnectionTest, WaitsNoLongerThanItIsTold) {
+TEST_F(BusConnectionTest, WaitsNoLongerThanItsLimit) {
     bus_.serveDuring([&] {
         connection_ = BusConnection::open(*sdBus(), bus_.address());
         ASSERT_TRUE(connection_->send(watchCall()));

@@ -128,7 +128,7 @@ TEST_F(PolkitAgentTest, IsRegisteredForThisProcessUntilItsEnd) {
     EXPECT_THAT(polkit_.calls, ElementsAre("watch", "register", "unregister"));
 }
 
-TEST_F(PolkitAgentTest, GivesThePasswordForTheLaunchersRequest) {
+TEST_F(PolkitAgentTest, SendsThePasswordForTheLaunchersRequest) {
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
     const std::uint64_t message = beginOwn();
     EXPECT_THAT(cookies_, ElementsAre("cookie-1"));
@@ -143,7 +143,7 @@ TEST_F(PolkitAgentTest, GivesThePasswordForTheLaunchersRequest) {
     EXPECT_FALSE(agent_->hasFailed());
 }
 
-TEST_F(PolkitAgentTest, TakesTheActionOfTheInstalledPolicyToo) {
+TEST_F(PolkitAgentTest, AcceptsTheActionOfTheInstalledPolicy) {
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
     FakePolkit::Request own = request();
     own.action = "com.quillmoor.rights";
@@ -227,7 +227,7 @@ TEST_F(PolkitAgentTest, RefusesALauncherThatHasEnded) {
     EXPECT_THAT(cookies_, ElementsAre());
 }
 
-TEST_F(PolkitAgentTest, TakesOnOneRequestOnly) {
+TEST_F(PolkitAgentTest, AcceptsOneRequestOnly) {
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
     const std::uint64_t first = beginOwn();
     FakePolkit::Request second = request();
@@ -279,7 +279,7 @@ TEST_F(PolkitAgentTest, EndsItsProgramWhenItsRequestIsCancelled) {
     EXPECT_EQ(answerTo(polkit_.cancel(":1.7", "cookie-1")), kRefused);
 }
 
-TEST_F(PolkitAgentTest, IsCancelledByNobodyElseAndForNothingElse) {
+TEST_F(PolkitAgentTest, IsCancelledOnlyByPolkitForItsOwnRequest) {
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
     const std::uint64_t message = beginOwn();
     EXPECT_EQ(answerTo(polkit_.cancel(":1.8", "cookie-1")), kRefused);
@@ -306,7 +306,7 @@ TEST_F(PolkitAgentTest, PinsTheDaemonThatHasRegisteredIt) {
     EXPECT_TRUE(program_);
 }
 
-TEST_F(PolkitAgentTest, RefusesWhatComesBeforeItIsRegistered) {
+TEST_F(PolkitAgentTest, RefusesRequestsBeforeItIsRegistered) {
     std::uint64_t early = 0;
     polkit_.beforeRegistration = [&] { early = polkit_.begin(request()); };
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
@@ -314,7 +314,7 @@ TEST_F(PolkitAgentTest, RefusesWhatComesBeforeItIsRegistered) {
     EXPECT_THAT(cookies_, ElementsAre());
 }
 
-TEST_F(PolkitAgentTest, GivesUpWhenPolkitHasGone) {
+TEST_F(PolkitAgentTest, AbandonsTheLaunchWhenPolkitHasEnded) {
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
     polkit_.changeOwner(":1.8");  // so says somebody, but not the bus
     for (int round = 0; round < 10; ++round) EXPECT_TRUE(agent_->proceed(*launcher_));
@@ -323,7 +323,7 @@ TEST_F(PolkitAgentTest, GivesUpWhenPolkitHasGone) {
     EXPECT_FALSE(goesOn_);
 }
 
-TEST_F(PolkitAgentTest, GivesUpWhenTheBusHasGone) {
+TEST_F(PolkitAgentTest, AbandonsTheLaunchWhenTheBusHasEnded) {
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
     polkit_.closeConnection();
     for (int round = 0; round < 10'000 && goesOn_; ++round) goesOn_ = agent_->proceed(*launcher_);

@@ -38,7 +38,7 @@ class PolkitConversationTest : public testing::Test {
     PolkitConversation conversation_{std::move(connection_.first), nullptr, "pass word"};
 };
 
-TEST_F(PolkitConversationTest, GivesThePasswordToThePromptAlone) {
+TEST_F(PolkitConversationTest, SendsThePasswordForThePromptOnly) {
     EXPECT_EQ(conversation_.proceed(), Outcome::Undecided);
     EXPECT_EQ(afterText("PAM_TEXT_INFO Password: \nPAM_ERROR_MSG PAM_PROMPT_ECHO_OFF \n"),
               Outcome::Undecided);
@@ -60,19 +60,19 @@ TEST_F(PolkitConversationTest, IsRefusedBeforeAnyPromptAsWell) {
     EXPECT_FALSE(conversation_.wasAsked());
 }
 
-TEST_F(PolkitConversationTest, GivesThePasswordOnce) {
+TEST_F(PolkitConversationTest, SendsThePasswordOnce) {
     EXPECT_EQ(afterText(kPrompt), Outcome::Undecided);
     EXPECT_EQ(given(), "pass word\n");
     EXPECT_EQ(afterText(kPrompt), Outcome::Refused);
     EXPECT_EQ(given(), "");
 }
 
-TEST_F(PolkitConversationTest, GivesItOnceToPromptsThatComeTogether) {
+TEST_F(PolkitConversationTest, AnswersOnceWhenPromptsArriveTogether) {
     EXPECT_EQ(afterText(std::string(kPrompt) + kPrompt), Outcome::Refused);
     EXPECT_EQ(given(), "pass word\n");
 }
 
-TEST_F(PolkitConversationTest, GivesThePasswordAfterAnInterruption) {
+TEST_F(PolkitConversationTest, SendsThePasswordAfterAnInterruption) {
     const test::ChangedCalls changed([](posix::SystemCalls& calls) {
         calls.send = [](int socket, const void* bytes, std::size_t size, int flags) -> ssize_t {
             static int interruptions = 0;
@@ -85,7 +85,7 @@ TEST_F(PolkitConversationTest, GivesThePasswordAfterAnInterruption) {
     EXPECT_EQ(given(), "pass word\n");
 }
 
-TEST_F(PolkitConversationTest, ThatBreaksIsNoRefusal) {
+TEST_F(PolkitConversationTest, FailsWhenItBreaks) {
     {
         const test::ChangedCalls changed([](posix::SystemCalls& calls) {
             calls.send = [](int, const void*, std::size_t, int) -> ssize_t {
@@ -106,7 +106,7 @@ TEST_F(PolkitConversationTest, ThatBreaksIsNoRefusal) {
     EXPECT_EQ(conversation.proceed(), Outcome::Failed);
 }
 
-TEST_F(PolkitConversationTest, GivesNothingToAnotherPrompt) {
+TEST_F(PolkitConversationTest, DoesNotAnswerAnotherPrompt) {
     for (const char* text : {"PAM_PROMPT_ECHO_ON One-time code: \n", "PAM_PROMPT_ECHO_OFFLINE \n",
                              "Password: \n", "\n", "SUCCESS \n", " SUCCESS\n"}) {
         test::Connection connection;
@@ -119,7 +119,7 @@ TEST_F(PolkitConversationTest, GivesNothingToAnotherPrompt) {
     }
 }
 
-TEST_F(PolkitConversationTest, UnderstandsTextThatComesInPieces) {
+TEST_F(PolkitConversationTest, UnderstandsTextInPieces) {
     for (const char letter : std::string(kPrompt)) {
         EXPECT_EQ(given(), "");
         ASSERT_EQ(afterText({&letter, 1}), Outcome::Undecided);
@@ -141,7 +141,7 @@ TEST_F(PolkitConversationTest, IsRefusedWhenTheProgramEndsAfterItAsked) {
     EXPECT_EQ(conversation_.proceed(), Outcome::Refused);
 }
 
-TEST_F(PolkitConversationTest, EndsWithoutASignalWhenTheProgramHasGone) {
+TEST_F(PolkitConversationTest, EndsWithoutASignalWhenTheProgramHasEnded) {
     ::signal(SIGPIPE, SIG_DFL);
     ASSERT_EQ(::send(program_.get(), kPrompt, std::string(kPrompt).size(), 0),
               static_cast<ssize_t>(std::string(kPrompt).size()));

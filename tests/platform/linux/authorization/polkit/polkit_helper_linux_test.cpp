@@ -102,7 +102,7 @@ else echo FAILURE
 fi
 )";
 
-TEST(PolkitHelperTest, ItsProgramIsToldUserCookieAndPassword) {
+TEST(PolkitHelperTest, PassesUserCookieAndPasswordToItsProgram) {
     const test::TempFolder folder;
     PolkitHelper helper;
     EXPECT_FALSE(helper.exists());
@@ -117,7 +117,7 @@ TEST(PolkitHelperTest, ItsProgramIsToldUserCookieAndPassword) {
     EXPECT_EQ(outcomeOf(*wrong), Outcome::Refused);
 }
 
-TEST(PolkitHelperTest, ThatCannotBeStartedIsNone) {
+TEST(PolkitHelperTest, IsNullWhenItCannotBeStarted) {
     PolkitHelper helper;
     EXPECT_EQ(helper.start("kxadmin", "cookie-1", "x"), nullptr);
     helper.program = "/nonexistent/helper";
@@ -158,7 +158,7 @@ std::string textAt(const posix::Descriptor& socket) {
     return count > 0 ? std::string(text, static_cast<std::size_t>(count)) : "";
 }
 
-TEST_F(RootPolkitHelper, ItsSocketIsToldUserCookieAndPassword) {
+TEST_F(RootPolkitHelper, PassesUserCookieAndPasswordToItsSocket) {
     const Service service;
     PolkitHelper helper;
     helper.socket = service.path();
@@ -173,7 +173,7 @@ TEST_F(RootPolkitHelper, ItsSocketIsToldUserCookieAndPassword) {
     EXPECT_EQ(textAt(caller), "pass word\n");
 }
 
-TEST_F(UserPolkitHelper, ASocketOfAnotherThanRootIsToldNothing) {
+TEST_F(UserPolkitHelper, SendsNothingToASocketOfAnotherUser) {
     const Service service;
     PolkitHelper helper;
     helper.socket = service.path();

@@ -35,7 +35,7 @@ TEST(IsForLauncherTest, TheLaunchersOwnRequest) {
     EXPECT_TRUE(isForLauncher(request, kLauncher, kUser));
 }
 
-TEST(IsForLauncherTest, NoOtherAction) {
+TEST(IsForLauncherTest, RejectsOtherActions) {
     for (const char* action : {"", "org.freedesktop.policykit.exec2", "com.quillmoor"}) {
         PolkitRequest request = ownRequest();
         request.action = action;
@@ -43,7 +43,7 @@ TEST(IsForLauncherTest, NoOtherAction) {
     }
 }
 
-TEST(IsForLauncherTest, NoOtherProcess) {
+TEST(IsForLauncherTest, RejectsOtherProcesses) {
     for (const char* detail : {"polkit.caller-pid", "polkit.subject-pid"}) {
         PolkitRequest request = ownRequest();
         for (const char* other : {"", "1", "01234", "1234 ", "12345"}) {
@@ -55,7 +55,7 @@ TEST(IsForLauncherTest, NoOtherProcess) {
     }
 }
 
-TEST(IsForLauncherTest, NobodyElse) {
+TEST(IsForLauncherTest, RejectsOtherUsers) {
     PolkitRequest request = ownRequest();
     EXPECT_FALSE(isForLauncher(request, kLauncher, 1));
     request.users.clear();
@@ -90,7 +90,7 @@ class ReadPolkitRequestTest : public testing::Test {
     BusMessage call_;
 };
 
-TEST_F(ReadPolkitRequestTest, TakesWhatItNeeds) {
+TEST_F(ReadPolkitRequestTest, ReadsWhatIsNeeded) {
     append("sss", "an.action", "a message", "an icon");
     append("a{ss}", 2U, "a", "1", "b", "2");
     append("s", "a cookie");
@@ -106,7 +106,7 @@ TEST_F(ReadPolkitRequestTest, TakesWhatItNeeds) {
     EXPECT_THAT(request->users, ElementsAre(5U, 8U));
 }
 
-TEST_F(ReadPolkitRequestTest, TakesEmptyLists) {
+TEST_F(ReadPolkitRequestTest, AcceptsEmptyLists) {
     append("sss", "", "", "");
     append("a{ss}", 0U);
     append("s", "");
@@ -124,7 +124,7 @@ TEST_F(ReadPolkitRequestTest, RefusesMissingArguments) {
     EXPECT_FALSE(read().has_value());
 }
 
-TEST_F(ReadPolkitRequestTest, RefusesNoArguments) {
+TEST_F(ReadPolkitRequestTest, RejectsACallWithoutArguments) {
     EXPECT_FALSE(read().has_value());
 }
 
