@@ -1,6 +1,6 @@
 // A client of the library for the tests of administrator rights. It reads commands from its
-// standard input, one a line, the words separated by tabs, and answers each with one line. A line
-// end inside of a word is given as a record separator.
+// standard input, one a line, the words separated by tabs, and writes one line for each. A newline
+// inside of a word is written as a record separator.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -25,7 +25,7 @@ using Command = std::string (*)(const StringList&);
 
 std::string perform(const StringList& words);
 
-// The command that follows, on a thread that has ended when it is answered.
+// Runs the command that follows on another thread, which has ended when its result is written.
 std::string performOnThread(const StringList& words) {
     std::string answer;
     std::thread([&] { answer = perform(StringList(words.begin() + 1, words.end())); }).join();
@@ -75,7 +75,7 @@ StringList wordsOf(const std::string& line) {
     return words;
 }
 
-// Where the answers go. What the library prints goes to the standard error instead.
+// The stream for results. What the library prints is redirected to the standard error.
 std::FILE* takeStandardOutput() {
     std::FILE* const answers = ::fdopen(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3), "w");
     if (answers == nullptr || ::dup2(STDERR_FILENO, STDOUT_FILENO) < 0) std::abort();

@@ -7,17 +7,17 @@
 
 namespace quillmoor::probe {
 
-// The one socket of this process with the super-user at its other end; -1 when there is none.
+// The one socket of this process whose peer is root; -1 when there is none.
 int channelDescriptor();
 
 // All of these act on the one connection that this process has to a helper. words[1] is a file that
-// they try to have made with the rights that are not theirs.
+// they try to make through that helper, without being authorized.
 
-// No attack: this process sends the very request that the others send. Its connection is of no use
-// afterwards, since nobody has read the reply.
+// Not an attack: this process sends the same request as the others. Its connection cannot be used
+// afterwards, since the reply has not been read.
 std::string askRightfully(const StringList& words);
 
-// A child made by fork, which no handler was told of, sends a request that is perfect in itself.
+// A child made by fork without its handlers sends a well-formed request.
 std::string askFromForkedChild(const StringList& words);
 
 // Another process of the same user takes the descriptor out of this one and does the same.

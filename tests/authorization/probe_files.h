@@ -7,9 +7,9 @@
 
 namespace quillmoor::probe {
 
-// words[1] names the operation and words[2] its form: "short", "yes" or "no" for what it is told of
-// rights, "timeout" with some seconds to wait. The paths follow. Answers YES or NO, and "done" for
-// what has no answer; for a list, its items separated by tabs.
+// words[1] names the operation and words[2] its form: "short", "yes" or "no" for whether it may use
+// the session, "timeout" with some seconds to wait. The paths follow. Returns YES or NO, "done" for
+// an operation without a result, and the items of a list separated by tabs.
 std::string callFileManager(const StringList& words);
 
 // What the guard protects, separated by tabs, each once.

@@ -51,7 +51,7 @@ Flaw withSize(std::size_t size) {
     return [size](Frame& frame) { frame.header.size = static_cast<std::uint32_t>(size); };
 }
 
-// The number of texts comes first in a body, the length of the first text next.
+// A body begins with the number of texts, then the length of the first text.
 Flaw withNumber(std::size_t place, std::uint32_t number) {
     return [=](Frame& frame) { setNumber(frame, place * sizeof number, number); };
 }
@@ -126,7 +126,7 @@ void sendPiece(int channel, std::string bytes, std::size_t count) {
         control->cmsg_len = CMSG_LEN(count * sizeof(int));
         std::memcpy(CMSG_DATA(control), descriptors.data(), count * sizeof(int));
     }
-    // The helper may have gone with the first piece.
+    // The helper may have ended at the first piece.
     static_cast<void>(::sendmsg(channel, &message, MSG_NOSIGNAL));
 }
 

@@ -1,4 +1,4 @@
-// What a client might send its helper that is no request.
+// Messages to a helper that are not requests.
 #pragma once
 
 #include <string>
@@ -11,8 +11,8 @@ namespace quillmoor::probe {
 std::string malformations(const StringList&);
 
 // Sends the one with the name words[1] to the helper, in place of a request to make the file
-// words[2]. Answers "closed" when the helper ends the connection without a word, "answered" when it
-// has one to say, and "open" when it does neither within some seconds.
+// words[2]. Returns "closed" when the helper closes the connection without a reply, "answered" when
+// it sends one, and "open" when it does neither within some seconds.
 std::string sendMalformed(const StringList& words);
 
 }  // namespace quillmoor::probe

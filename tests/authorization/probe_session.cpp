@@ -36,7 +36,7 @@ std::ptrdiff_t openDescriptors() {
     return std::distance(begin(all), end(all));
 }
 
-// What a tool had is given back after its end, when the next one is started.
+// The descriptors of a tool are released after its end, when the next one is started.
 std::ptrdiff_t settledDescriptors(KXAuthorization& session, std::ptrdiff_t expected) {
     for (const auto limit = Clock::now() + 5s; Clock::now() < limit;) {
         session.authExecTask("/bin/true", {}, Async::No);
@@ -58,8 +58,8 @@ pid_t startBare() {
     return child;
 }
 
-// A process that starts the tool when it is told to, and answers: the least that anybody does who
-// has it started by somebody else.
+// A process that starts the tool on request and replies: the minimum for a start by another
+// process.
 class OtherStarter {
   public:
     OtherStarter() {
@@ -122,7 +122,7 @@ std::string callSession(const StringList& words) {
     return "unknown";
 }
 
-// Microseconds of a start with rights, of a bare one, and of a bare one by another process.
+// Microseconds of an authorized start, of a bare one, and of a bare one by another process.
 std::string compareStarts(const StringList& words) {
     const OtherStarter other;
     std::vector<double> ours, bare, others;

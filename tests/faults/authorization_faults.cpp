@@ -22,8 +22,8 @@ class AuthorizationWorld : public AuthTest {
 
 using Operation = std::function<bool(AuthorizationWorld&)>;
 
-// What YES says besides "a tool has been started": nothing, or "there was nothing to start one
-// for", as for a folder that cannot be listed.
+// What true means besides "a tool was started": nothing, or "no tool was needed", as for a folder
+// that cannot be listed.
 enum class OrNothing : bool { No, Yes };
 
 FaultScenario starts(std::string name, const std::string& operation, Operation run,

@@ -1,4 +1,4 @@
-// ditto as it packs and unpacks, with each of its own calls failing in turn.
+// ditto packing and unpacking, with each of its calls failing in turn.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -113,8 +113,8 @@ class DittoWorld {
     // All that is in the folder in which something is made.
     Lines placeNow() const { return linesOf(place); }
 
-    // After a failure: what stood in the place stands there still, and nothing else, but for what
-    // could not be removed either.
+    // After a failure: what existed in the destination still exists, and nothing else, except for
+    // items that could not be removed either.
     void expectNothingMade(const FaultRun& run, const Lines& before) const {
         EXPECT_THAT(errors_, HasSubstr("ditto: "));
         expectResidueAlone(run, before, placeNow());
@@ -144,7 +144,7 @@ class DittoWorld {
                             std::back_inserter(rest));
         return rest;
     }
-    // Its rights and date are set last.
+    // Its mode and date are set last.
     static void eraseLocked(Lines& lines) {
         std::erase_if(lines, [](const auto& line) { return line.starts_with("locked|"); });
     }
@@ -233,7 +233,7 @@ std::vector<FaultScenario> unpackScenarios() {
              whole.insert(whole.end(), before.begin(), before.end());
              std::sort(whole.begin(), whole.end());
              Lines found = world.placeNow();
-             // A folder without the right to write gets its rights last, in its place.
+             // A folder that may not be written gets its mode last, when it is in place.
              if (status != 0) {
                  EXPECT_TRUE(world.hasSaid("locked” couldn’t be ") || world.hasSaid("bad_alloc"))
                      << world.errors();

@@ -174,7 +174,7 @@ class Runner {
 };
 
 std::vector<Lasting> lastingsOf(Trouble trouble) {
-    // What is interrupted is tried again: for ever, if it is interrupted each time.
+    // An interrupted call is repeated, without end if it is interrupted each time.
     if (trouble == Trouble::Interrupted) return {Lasting::Once};
     return {Lasting::Once, Lasting::FromThenOn};
 }
@@ -257,8 +257,8 @@ int failEachCall(const FaultScenario& scenario) {
 
 }  // namespace quillmoor::test
 
-// A process of the loop need not linger for races that show as it ends: with hundreds of them that
-// comes to minutes.
+// A process of the loop does not wait for races that show when it ends: with hundreds of processes
+// that would take minutes.
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() {
     return "atexit_sleep_ms=0";

@@ -14,7 +14,7 @@
 
 namespace quillmoor::test {
 
-// One run of a scenario, in a process of its own.
+// One run of a scenario, in its own process.
 class FaultRun {
   public:
     explicit FaultRun(const std::optional<Fault>& fault) : fault_(fault) {}

@@ -50,7 +50,7 @@ FaultScenario change(std::string name, const std::string& operation, Change chan
                     EXPECT_TRUE(succeeded);
                     EXPECT_FALSE(tree.world.usedAuthorization());
                 }
-                // YES means then that a tool has been started.
+                // True then means that a tool was started.
                 check(tree, run, succeeded && !tree.world.usedAuthorization());
             }};
 }
@@ -61,7 +61,7 @@ void expectRemoved(const Tree& tree, const FaultRun&, bool succeeded) {
     }
 }
 
-// The item is whole, at one place and no other.
+// The item is complete and exists at exactly one of the paths.
 void expectAtOnePlace(const Tree& tree, const std::string& destination, bool succeeded) {
     const bool hasArrived = tree.standsAt(destination);
     const bool hasStayed = tree.standsAt(tree.path);
@@ -81,7 +81,7 @@ void expectTrashed(const Tree& tree, const FaultRun& run, bool succeeded) {
     EXPECT_EQ(somethingAt(infos) ? listing(infos) : "", hasArrived ? "tree.trashinfo" : "");
 }
 
-// A folder that cannot be listed has nothing to trash or to copy: that is a YES.
+// A folder that cannot be listed has nothing to trash or to copy: that is a success.
 void expectTrashedIfListed(const Tree& tree, const FaultRun& run, bool succeeded) {
     expectTrashed(tree, run, succeeded && !(run.faulted() && tree.standsAt(tree.path)));
 }
@@ -306,7 +306,7 @@ std::vector<FaultScenario> moveScenarios() {
     };
 }
 
-// Locked files are for the super-user, where the file system has them.
+// Only root can lock files, where the file system has such a flag.
 std::vector<FaultScenario> attributeScenarios() {
     return {
         {"Locks",

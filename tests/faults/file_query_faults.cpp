@@ -25,7 +25,7 @@ struct Items {
     std::string empty = world.folder().makeFolder("empty");
 };
 
-// An answer that is right, or the one that stands for a failure, and the latter only after one.
+// A result that is right, or the one for a failure, and the latter only after a failure.
 template <typename Answer>
 FaultScenario query(std::string name, const std::string& operation,
                     std::function<Answer(const Items&)> ask,

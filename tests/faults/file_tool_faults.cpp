@@ -53,7 +53,7 @@ class TouchWorld : public ToolWorld {
     HeldTimeouts timeouts_{platform()};
 };
 
-// A weak answer by its own promise: something is there. What is there is a whole archive.
+// The operation reports only that an item exists. That item must be a complete archive.
 void pack(FaultRun& run, const std::function<bool(const ToolWorld&)>& compress) {
     const ToolWorld world;
     bool packed = false;
@@ -198,7 +198,7 @@ void copyInBackground(FaultRun& run, const Copy& copy) {
     }
 }
 
-// By a caller with a platform of its own, which has the run loop already.
+// With a platform of the test, which has the run loop already.
 void reportWithOwnContext(FaultRun& run) {
     using platform::FileOperationStage;
     ToolWorld world;

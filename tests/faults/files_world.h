@@ -31,7 +31,7 @@ class FilesWorld : public FilesTest {
     ScopedPlatform& platform() { return platform_; }
     std::string trash() const { return FilesTest::trash(); }
 
-    // The operation has turned to administrator rights: its YES means that a tool was started.
+    // True when the operation has used the session: its result then means that a tool was started.
     bool usedAuthorization() const {
         return !authorization_.started().empty() || !tasks_.launched.empty();
     }

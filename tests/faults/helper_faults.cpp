@@ -97,7 +97,7 @@ class HelperWorld {
 
     ClosedPipes closedPipes_;
     TempFolder meetingPlace_;
-    // Where they meet when that place has trouble.
+    // The second folder for the socket, used when the first one fails.
     AllowWritesBelow otherPlace_{"/tmp"};
     pid_t helper_ = -1;
 };

@@ -72,7 +72,7 @@ class LogWorld : public LogTest {
         return all;
     }
 
-    // Each text is a line of its own, at most once, in this order; one that is missing is reported.
+    // Each text is one line, at most once, in this order; a missing one is reported.
     void expectKept(const FaultRun& run, const Texts& texts) {
         KXLog::finishWriting();
         const int missing = expectLines(texts);

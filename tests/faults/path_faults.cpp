@@ -28,7 +28,7 @@ FaultScenario location(std::string name, const std::string& operation,
     return pathScenario(std::move(name), operation, std::move(ask), AfterFault::RightOrNil);
 }
 
-// Where the user's own setting cannot be read, the usual place is given.
+// Where the user's own setting cannot be read, the usual path is returned.
 FaultScenario settable(std::string name, const std::string& operation,
                        std::function<OptionalPath()> ask) {
     return pathScenario(std::move(name), operation, std::move(ask), AfterFault::AnyPath);

@@ -26,7 +26,7 @@ class SilentConsole : public ForwardingConsole {
     void putString(std::string_view) override {}
 };
 
-// It does not fit into a string without memory of its own.
+// Too long for a string without an allocation.
 constexpr std::string_view kOutput = "what the tool writes to its output";
 
 struct TaskWorld {
@@ -260,7 +260,7 @@ FaultScenario background(std::string name, const std::string& operation, Start s
                 }
                 runner->terminateAsyncTask();
                 EXPECT_EQ(runner->theTask(), nullptr);
-                // The end is told after all of the output alone.
+                // The end is reported only after all of the output.
                 EXPECT_LE(heard->ends, 1);
                 if (heard->ends == 1) {
                     EXPECT_EQ(heard->text, kOutput);

@@ -49,7 +49,7 @@ class FileTreeContract : public testing::TestWithParam<BackEnd> {
         return source.token();
     }
 
-    // A folder of many files of 10 bytes, in folders of its own.
+    // A folder of many files of 10 bytes, in several subfolders.
     std::string makeWideTree(const std::string& name, int folders, int filesEach) {
         for (int i = 0; i < folders; ++i)
             for (int j = 0; j < filesEach; ++j)
@@ -103,7 +103,7 @@ TEST_P(FileTreeContract, CountsNothingForALinkToAnAncestor) {
     folder_.makeLink("tree/b/beside", "../a");
     // a, and b, and in b once more a, whose way up leads nowhere new.
     EXPECT_EQ(size(folder_ / "tree"), 30U);
-    // Up from a to the tree, where b lies, and in it a again.
+    // From a up to the tree, into b, and through its link to a again.
     EXPECT_EQ(size(folder_ / "tree/a"), 20U);
 }
 

@@ -1,4 +1,4 @@
-// What every back-end owes to those who ask the desktop. The Trash has tests of its own.
+// The contract of Applications for every back-end.
 #include "quillmoor/platform/applications.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What every back-end owes to those who ask for places and names.
+// The contract of Locations for every back-end.
 #include "quillmoor/platform/locations.h"
 
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ class LocationsContract : public testing::TestWithParam<Implementation> {
         return locations().searchPaths(directory, domain);
     }
 
-    // What user folders begin with: the super-user's are moved later, by the library.
+    // The beginning of user folders. The library moves root's later.
     std::string usersRoot() {
         return GetParam().isSuperUser() ? "/var/root" : locations().homeDirectory();
     }

@@ -1,5 +1,5 @@
-// Services that live in memory alone, for tests that want a computer of their own making. They keep
-// the same promises as a back-end: the contract's tests say so.
+// Services that are kept in memory only, for tests that need a computer of known state. They pass
+// the same contract suites as a back-end.
 #pragma once
 
 #include <algorithm>
@@ -14,14 +14,14 @@
 
 namespace quillmoor::test {
 
-// A clock that stands still but for what is slept.
+// A clock that advances only by sleeping.
 class MemoryClock : public platform::Clock {
   public:
     std::chrono::system_clock::time_point now() override { return now_; }
     void sleep(std::chrono::microseconds duration) override {
         now_ += std::max(duration, std::chrono::microseconds::zero());
     }
-    // This computer stands in Greenwich.
+    // This computer is in Greenwich.
     std::tm localTime(std::chrono::system_clock::time_point date) override {
         const auto day = std::chrono::floor<std::chrono::days>(date);
         const std::chrono::year_month_day calendar(day);

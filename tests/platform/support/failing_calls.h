@@ -12,8 +12,8 @@ enum class Failing {
     FromThenOn  // that call and every one after it
 };
 
-// As long as this lives, the `nth` call (counting from 1) that goes through the tables of
-// system calls fails with `error`. One at a time; any thread's calls count.
+// During its lifetime, the `nth` call (counting from 1) through the tables of system calls fails
+// with `error`. One at a time; any thread's calls count.
 class FailingCalls {
   public:
     FailingCalls(int nth, int error, Failing failing = Failing::Once);

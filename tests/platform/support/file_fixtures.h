@@ -18,7 +18,7 @@ bool isSignalBlocked(int signal);
 // date, and contents or target. Equal texts, equal trees.
 std::string describeTree(const std::string& path);
 
-// A folder tree of every kind of item that can be copied, with nasty names; answers its path.
+// Makes a tree of every kind of item that can be copied, with difficult names; returns its path.
 std::string makeNastyTree(const TempFolder& folder, const std::string& name);
 
 // `depth` folders, one in the other, each called `name`, with a file at the bottom.
@@ -49,7 +49,7 @@ class ExchangedBeforeOpening {
     bool happened() const;
 };
 
-// Mounts of this process's own, for the super-user. Undone in reverse order when it ends.
+// Mounts in this process's own namespace; needs root. Undone in reverse order at the end.
 class PrivateMounts {
   public:
     PrivateMounts();
@@ -88,7 +88,7 @@ class OtherFileSystem {
     std::string path_;
 };
 
-// For the super-user: a user whom the password database knows, with a home in the test's folder.
+// A user in the password database, with a home in the test's folder; needs root.
 class FakeUser {
   public:
     explicit FakeUser(const TempFolder& folder);
@@ -96,7 +96,7 @@ class FakeUser {
     static constexpr unsigned kId = 54321;
     bool available() const { return available_; }
     const std::string& home() const { return home_; }
-    // Makes a folder below the home that is the user's, and answers its path.
+    // Makes a folder of the user's below the home, and returns its path.
     std::string makeFolder(const std::string& name) const;
 
   private:

@@ -10,7 +10,7 @@ std::string inQuotes(const std::string& path) {
     return "'" + path + "'";
 }
 
-// As it is told by a command, without the line's end.
+// The output of a command, without the newline.
 std::string firstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
 }

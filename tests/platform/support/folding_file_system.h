@@ -1,4 +1,4 @@
-// A file system that folds the case of names, for the super-user.
+// A file system that folds the case of names; needs root.
 #pragma once
 
 #include <string>

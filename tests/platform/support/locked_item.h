@@ -23,7 +23,7 @@ class LockedItem {
     LockedItem& operator=(const LockedItem&) = delete;
 
     const Outcome& outcome() const { return outcome_; }
-    // Why it could not be locked here, whatever the code under test does; empty when it could.
+    // The reason why an item cannot be locked here at all; empty when it can.
     std::string excuse() const {
         if (outcome_) return "";
         const int code = outcome_.error().code;

@@ -12,7 +12,7 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
-// A grant whose first helper goes when the test says, and one that a renewal brings.
+// A grant whose first helper ends when the test says, and one that a renewal starts.
 class GrantTest : public testing::Test {
   protected:
     GrantTest() { sendMessage(first_.second.get(), MessageKind::Hello, {}); }

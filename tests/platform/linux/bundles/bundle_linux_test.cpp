@@ -158,7 +158,7 @@ TEST(MainBundle, OfAProgramThatWasRemovedKeepsItsPath) {
 
 class BundleForCode : public testing::Test {
   protected:
-    // Loads a copy of the plug-in and answers the bundle of its code.
+    // Loads a copy of the plug-in and returns the bundle of its code.
     std::shared_ptr<Bundle> load(const std::string& name) {
         const std::string path = folder_ / name;
         std::filesystem::create_directories(std::filesystem::path(path).parent_path());

@@ -24,7 +24,7 @@ std::string infoPlist(const std::string& identifier) {
 
 class Applications : public testing::Test {
   protected:
-    // Makes an application bundle and answers its path.
+    // Makes an application bundle and returns its path.
     std::string makeBundle(const std::string& name, const std::string& identifier = kIdentifier) {
         root_.writeFile(name + "/Contents/Info.plist", infoPlist(identifier));
         return root_ / name;

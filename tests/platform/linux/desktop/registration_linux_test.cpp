@@ -240,7 +240,7 @@ TEST_F(Registration, EveryCallMayFail) {
     EXPECT_EQ(test::openDescriptors(), before);
 }
 
-// The super-user registers for the user at the console, whose home is that user's to arrange.
+// Root registers for the user at the console, who controls that home.
 class RootRegistration : public Registration {
   protected:
     void SetUp() override {

@@ -73,7 +73,7 @@ TEST(EnlargedPipe, HoldsAMebibyteWithoutAReader) {
     const Descriptor writing(ends[1]);
     enlargePipe(writing.get());
     EXPECT_EQ(::fcntl(writing.get(), F_GETPIPE_SZ), 1 << 20);
-    // Not an error: what is no pipe stays as it is.
+    // Not an error: an item that is not a pipe is unchanged.
     enlargePipe(-1);
 }
 

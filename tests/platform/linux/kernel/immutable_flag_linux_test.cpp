@@ -33,7 +33,7 @@ class ImmutableFlag : public testing::Test {
 
 TEST_F(ImmutableFlag, ThatIsAsWantedIsLeftAlone) {
     folder_.writeFile("file");
-    // Not even opened: nobody may read it.
+    // Not even opened: the test may not read it.
     ::chmod((folder_ / "file").c_str(), 0);
     EXPECT_EQ(setImmutable(entry("file"), false), 0);
     ::mkfifo((folder_ / "pipe").c_str(), 0600);

@@ -13,7 +13,7 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
-// What the login manager of these tests answers.
+// The results of these tests' login manager.
 struct Session {
     int active = 0;
     uid_t user = 0;

@@ -7,7 +7,7 @@
 
 namespace quillmoor::test {
 
-// The lines that a copy of it prints which stands at `program` and is called with `argument`.
+// The lines that a copy of it at `program` prints for `argument`.
 StringList printedByCopy(const std::string& program, const std::string& argument);
 
 // The path as the kernel names it, should the way to it lead through links.

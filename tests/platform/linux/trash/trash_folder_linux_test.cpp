@@ -1,4 +1,4 @@
-// The super-user puts items into another user's Trash.
+// Root moves items into another user's Trash.
 #include "quillmoor/platform/linux/trash/trash_folder_linux.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ class RootTrash : public testing::Test {
         desk_ = user_->makeFolder("desk");
         folder_.writeFile("homes/tester/desk/item", "text");
         ASSERT_EQ(::chown((desk_ + "/item").c_str(), FakeUser::kId, FakeUser::kId), 0);
-        // The super-user's own setting has no say.
+        // Root's own setting must not count.
         ::setenv("XDG_DATA_HOME", (folder_ / "data").c_str(), 1);
     }
     void TearDown() override { ::unsetenv("XDG_DATA_HOME"); }

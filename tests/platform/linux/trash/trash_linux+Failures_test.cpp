@@ -18,7 +18,7 @@ std::string listingOrNothing(const std::string& path) {
     return somethingAt(path) ? listing(path) : "";
 }
 
-// `source` answers the folder, and fills it with the folder "tree".
+// Makes the folder "tree" in `source` and returns the path of `source`.
 template <typename Source>
 void failEachCall(const FailureKind& kind, const Source& source) {
     for (int nth = 1; nth < kMostCalls; ++nth) {

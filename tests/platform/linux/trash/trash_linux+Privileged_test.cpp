@@ -1,4 +1,4 @@
-// What is done for a tool with more rights, which moves an item into a user's Trash by its path.
+// Preparing a Trash for a tool that runs as root and moves an item there by its path.
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -107,7 +107,7 @@ TEST_F(PrivilegedTrash, IsRefusedWhereItsPathLeadsOutOfTheHomeOrNowhere) {
     EXPECT_FALSE(prepareTrash(destination_));
 }
 
-// The tool goes by the path. A record would lie beside other items.
+// The tool uses the path: a record would be beside items of another folder.
 TEST_F(PrivilegedTrash, HasNoRecordsWhereTheSettingMovedTheDesktopsAway) {
     ASSERT_TRUE(prepareTrash(destination_));
     ::setenv("XDG_DATA_HOME", (home_ + "/data").c_str(), 1);
@@ -119,8 +119,8 @@ TEST_F(PrivilegedTrash, HasNoRecordsWhereTheSettingMovedTheDesktopsAway) {
     EXPECT_EQ(readFile(home_ + "/data/Trash/info/notes.txt.trashinfo"), "another item's");
 }
 
-// An ordinary user's Trash that belongs to somebody else, as a desktop's program leaves it that was
-// once run as the super-user.
+// An ordinary user's Trash that belongs to another user, as a desktop program leaves it that was
+// once run as root.
 class ForeignTrash : public PrivilegedTrash {
   protected:
     ForeignTrash() {
@@ -138,7 +138,7 @@ class ForeignTrash : public PrivilegedTrash {
         for (const std::string& path : {trash_, trash_ + "/files", trash_ + "/info"})
             ::chmod(path.c_str(), 0755);
     }
-    // The super-user plays that user; anybody else may not use the folder himself.
+    // As root the test becomes that user; as any other user it may not use the folder.
     void close(const std::string& path, mode_t mode) const {
         ASSERT_EQ(::chmod(path.c_str(), test::isSuperUser() ? mode : mode & 0555U), 0);
         if (test::isSuperUser()) {
@@ -242,7 +242,7 @@ TEST(RootPrivilegedTrash, BelongsToTheUserItIsMadeFor) {
     }
 }
 
-// Runs as the user that the home is for; answers 0 or the error number.
+// Runs as the user of the home; returns 0 or the error number.
 int renamedByUser(const std::string& from, const std::string& to) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -257,7 +257,7 @@ int renamedByUser(const std::string& from, const std::string& to) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// Where items of the super-user's have come into another user's Trash, as the tool leaves them.
+// Root's items in another user's Trash, as the tool leaves them.
 class RootsItemsInTrash : public testing::Test {
   protected:
     void SetUp() override {

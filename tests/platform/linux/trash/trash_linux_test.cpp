@@ -90,7 +90,7 @@ TEST_F(Trash, AnItemWhoseNameIsTakenGetsANewOne) {
               ".hidden .hidden 2 .hidden 3 a 2.txt a 3.txt a.txt folder folder 2 folder 3");
     EXPECT_EQ(readFile(items_ + "/a.txt"), "1");
     EXPECT_EQ(readFile(items_ + "/a 3.txt"), "3");
-    // The record still tells the old name.
+    // The record still has the old name.
     EXPECT_NE(readFile(records_ + "/a 3.txt.trashinfo").find("/desk/a.txt\n"), std::string::npos);
 }
 

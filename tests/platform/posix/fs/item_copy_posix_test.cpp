@@ -232,7 +232,7 @@ TEST(ItemCopy, KeepsOwnersAndSetuidBitsAsRoot) {
 TEST(ItemCopy, AnotherUsersSetuidBitsAreNotKept) {
     if (test::isSuperUser()) GTEST_SKIP() << "the super-user keeps the owner";
     const TempFolder folder;
-    // su belongs to the super-user and is setuid.
+    // su belongs to root and is setuid.
     const std::string tool = "/usr/bin/su";
     struct stat status {};
     if (::stat(tool.c_str(), &status) != 0 || (status.st_mode & S_ISUID) == 0 ||

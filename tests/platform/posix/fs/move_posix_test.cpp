@@ -30,7 +30,7 @@ int moved(const std::string& path, const std::string& destination) {
     return outcome ? 0 : outcome.error().code;
 }
 
-// Holds while nothing is made in an empty folder, be it removed again.
+// Fails when an item is made in an empty folder, also one that is removed again.
 class Untouched {
   public:
     explicit Untouched(std::string path) : path_(std::move(path)) {
@@ -275,7 +275,7 @@ TEST(Move, AcrossFileSystemsAStickyFolderKeepsOtherUsersItems) {
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     folder.writeFile("sticky/file", "stays");
-    // Anybody may empty it, and nobody else may remove it.
+    // Every user may empty it, and only its owner may remove it.
     folder.writeFile("sticky/open/file", "stays");
     ASSERT_EQ(::chmod((folder / "sticky/open").c_str(), 0777), 0);
     ASSERT_EQ(::chmod((folder / "sticky").c_str(), 01777), 0);

@@ -66,7 +66,7 @@ TEST_F(RootOwnership, FilesWrittenInAUsersHomeAreTheUsers) {
 }
 
 TEST_F(RootOwnership, KeepsItemsOutsideOfHomesRoots) {
-    // The user's folder, but in nobody's home.
+    // The user's folder, but outside of any home.
     const std::string elsewhere = folder_.makeFolder("elsewhere");
     ASSERT_EQ(::chown(elsewhere.c_str(), FakeUser::kId, FakeUser::kId), 0);
     ASSERT_TRUE(created(elsewhere + "/a/b"));
@@ -99,7 +99,7 @@ TEST_F(RootOwnership, ChangesNoOwnerThroughALinkOutOfAHome) {
     EXPECT_EQ(ownerOf(system + "/Logs/Quillmoor"), 0U);
 }
 
-// The user puts a folder of the super-user's, or a link, in the place of the one just made.
+// The user replaces the new folder by a folder of root's, or by a link.
 class SwappedFolder {
   public:
     explicit SwappedFolder(const std::string& replacement) : calls_(systemCalls()) {
@@ -157,7 +157,7 @@ TEST_F(RootOwnership, ChangesTheOwnerOfTheLinkOnly) {
     EXPECT_EQ(giveLink(folder.get(), "link", {FakeUser::kId, FakeUser::kId}), 0);
     EXPECT_EQ(ownerOf(folder_ / "link"), FakeUser::kId);
     EXPECT_EQ(ownerOf(victim), 0U);
-    // What stands in its place is left alone.
+    // The item in its place is unchanged.
     EXPECT_EQ(giveLink(folder.get(), "victim", {FakeUser::kId, FakeUser::kId}), ESTALE);
     EXPECT_EQ(ownerOf(victim), 0U);
 }

@@ -34,7 +34,7 @@ Descriptor opened(const std::string& path) {
     return Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
 }
 
-// All that comes, and the error number at the end.
+// All pieces, and the error number at the end.
 std::pair<std::string, int> allOf(ReadAhead& ahead) {
     std::string text;
     for (;;) {

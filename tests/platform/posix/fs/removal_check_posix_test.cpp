@@ -132,7 +132,7 @@ TEST(RemovalCheck, FindsOthersItemsInAnotherUsersStickyFolder) {
     EXPECT_EQ(check(folder / "tree"), EPERM);
     EXPECT_EQ(check(folder / "tree/sticky/roots"), EPERM);
     ASSERT_EQ(::seteuid(0), 0);
-    // In a folder of his own he may remove them.
+    // In the user's own folder the user may remove them.
     giveTo("tree/sticky", test::FakeUser::kId);
     ASSERT_EQ(::seteuid(test::FakeUser::kId), 0);
     EXPECT_EQ(check(folder / "tree"), 0);

@@ -184,7 +184,7 @@ TEST(TreeRemove, ASlashAtTheEndAsksForAFolder) {
     ASSERT_FALSE(outcome);
     EXPECT_EQ(outcome.error().code, ENOTDIR);
     EXPECT_TRUE(somethingAt(file));
-    // The link goes, not what it leads to.
+    // The link is removed, not its target.
     EXPECT_TRUE(removeItem(link + "/"));
     EXPECT_FALSE(somethingAt(link));
     EXPECT_EQ(test::readFile(folder / "folder/inside"), "stays");
@@ -247,7 +247,7 @@ TEST(TreeRemove, DoesNotFollowAFolderThatIsSwappedForALink) {
         folder.makeLink("link", folder / "victim");
         {
             const Swapper swapper(folder / "tree/sub", folder / "link");
-            // It may fail or not: whoever swaps may win.
+            // It may fail or succeed: the swap may be faster.
             static_cast<void>(removeItem(folder / "tree"));
         }
         ASSERT_EQ(test::describeTree(folder / "victim"), victim) << round;

@@ -94,8 +94,8 @@ TEST(TreeSize, AChainOfLinksEndsWhereAPathThroughItWould) {
         folder.makeLink(std::to_string(i) + "/next", "../" + std::to_string(i + 1));
     }
     folder.makeFolder("60");
-    // A file in each of the folders that 40 links lead to, and the text of the next link. Item by
-    // item it is not counted here: the system gives up on such paths early when it is busy.
+    // A file in each of the folders that 40 links lead to, and the text of the next link. The items
+    // are not counted by paths here: a busy system fails early for such paths.
     EXPECT_EQ(sizeOf(folder / "0"), 41U + std::string_view("../41").size());
 }
 

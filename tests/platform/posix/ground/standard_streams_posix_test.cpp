@@ -11,7 +11,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// In a child without standard streams of its own.
+// Runs in a child without standard streams.
 int inChildWithoutStreams(bool (*holds)()) {
     const pid_t child = ::fork();
     if (child == 0) {

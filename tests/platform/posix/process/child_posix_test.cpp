@@ -67,7 +67,7 @@ TEST(Child, ThatHasEndedIsNeverRunningAgain) {
     }
 }
 
-// The system then throws statuses away; nobody is left waiting for one.
+// The system then discards statuses; no wait for one may block.
 TEST(Child, IsOverWithoutAStatusInAProgramThatIgnoresItsChildren) {
     struct sigaction before {};
     struct sigaction ignore {};

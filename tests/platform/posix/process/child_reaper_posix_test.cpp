@@ -30,7 +30,7 @@ int childCount() {
 
 class ChildReaper : public testing::Test {
   protected:
-    // One that goes on until it is ended.
+    // A child that runs until it is terminated.
     std::shared_ptr<Child> start() const {
         ChildSetup setup;
         setup.path = test::childPath("hang");

@@ -88,7 +88,7 @@ TEST(FileHandle, ClosingUnderAReaderEndsItsRead) {
     }
 }
 
-// The number may be given out anew as soon as it is free: nobody may read from it by then.
+// The number may be reused as soon as it is free: no call may read from it then.
 TEST(FileHandle, ClosingUnderAReaderNeverReadsAnotherFile) {
     for (int i = 0; i < 50; ++i) {
         const Pipe pipe = handles().makePipe();

@@ -199,7 +199,7 @@ TEST(Task, OneOfManyTasksLeavesNothingBehind) {
         task->launch();
         if (wait) task->waitUntilExit();
     };
-    // What is started once: the thread that collects what is given up, and what a wait needs.
+    // Made once per process: the reaper's thread, and what a wait needs.
     runOne(false, "/bin/sleep", "0.1");
     runOne(true);
     EXPECT_TRUE(test::eventually([] { return test::zombieCount() == 0; }));

@@ -19,8 +19,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A host with an event loop of one descriptor. A process is joined to one host, for good, so each
-// test puts questions about another host into a process of its own.
+// A host with an event loop of one descriptor. A process is joined to one host until it exits, so
+// each test with another host runs in its own process.
 struct Host {
     int descriptor = -1;
     std::function<void()> drain;

@@ -88,8 +88,8 @@ TEST(NextEvent, ReturnsFalseOnAnotherThread) {
     MainRunLoop::drain(RunLoopMode::Default);
 }
 
-// A host with an event loop of watched descriptors and one event to send. A
-// process is joined to one host, for good, so each test has a process of its own.
+// A host with an event loop of watched descriptors and one event to send. A process is joined to
+// one host until it exits, so each test has its own process.
 struct Host {
     std::map<int, std::function<void()>> watched;
     std::function<void()> event;
@@ -124,7 +124,7 @@ struct Host {
     }
 };
 
-// Runs `body` with a host in a process of its own; what it answers must be true.
+// Runs `body` with a host in its own process; it must return true.
 template <typename Body>
 void expectWithHost(Body body) {
     EXPECT_EXIT(

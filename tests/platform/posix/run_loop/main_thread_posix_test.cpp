@@ -93,13 +93,13 @@ TEST(MainThread, TheCallersSignalsStayAsTheyWere) {
 }
 
 TEST(MainThread, ADetachedThreadIsNotLeftBehind) {
-    std::thread([] {}).join();  // a sanitizer adds one of its own to the first
+    std::thread([] {}).join();  // with the first thread a sanitizer starts its own
     const int before = test::threadCount();
     for (int i = 0; i < 20; ++i) mainThread().detachNewThread([] {});
     EXPECT_TRUE(test::eventually([&] { return test::threadCount() <= before; }));
 }
 
-// The super-user may have as many processes as there are numbers.
+// The limit on processes does not apply to root.
 TEST(UserMainThread, ThrowsWhenNoThreadCanBeStarted) {
     if (test::kSanitized) GTEST_SKIP() << "the sanitizer's own threads count";
     if (::geteuid() == 0) GTEST_SKIP() << "limits do not bind the super-user";
@@ -117,7 +117,7 @@ TEST(UserMainThread, ThrowsWhenNoThreadCanBeStarted) {
     EXPECT_TRUE(thrown);
 }
 
-// None of the run loop's own are there yet: nobody has asked for it.
+// The run loop has no descriptors yet, since it was not used.
 TEST(MainThread, WithoutDescriptorsWaitsForAnEventThatCannotCome) {
     const test::FewDescriptors none(0);
     const auto begin = steady_clock::now();

@@ -89,7 +89,7 @@ TEST_F(ChannelTest, PassesTheCallersStandardErrorAndWorkingFolder) {
     ASSERT_EQ(::chdir("/"), 0);
 }
 
-// The working folder cannot be opened; notes whether another item is opened in its place.
+// Makes opening the working folder fail, and records whether another item is opened instead.
 int folderError;
 bool hasReplacedFolder;
 int failToOpenFolder(int folder, const char* name, int flags, mode_t mode) {

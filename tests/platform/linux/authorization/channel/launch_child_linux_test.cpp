@@ -96,7 +96,7 @@ TEST(LaunchChildTest, RunsUntilItIsKilled) {
     ASSERT_TRUE(child->end().has_value());
     EXPECT_EQ(child->end()->signal, SIGKILL);
     EXPECT_EQ(child->end()->code, std::nullopt);
-    child->kill();  // nobody
+    child->kill();  // signals no process
 }
 
 TEST(LaunchChildTest, HasAnUnknownEndWhereTheHostIgnoresItsChildren) {

@@ -16,7 +16,7 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
-// Says what it is told to, and goes on for as long as it is told to.
+// A conversation that proceeds as long as the test says.
 class Script : public Conversation {
   public:
     void await(std::vector<pollfd>& polled) const override {
@@ -129,7 +129,7 @@ TEST(IsReadableTest, IsTrueForTextAndForItsEnd) {
     EXPECT_EQ(readPiece(pipe.read.get()), std::nullopt);
 }
 
-// What the calls below still answer with before the system's own is asked, from the first on: a
+// The results that the calls below return, in this order, before the system's own is called: a
 // number of bytes or descriptors, or a negated error.
 std::vector<int> given;
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Memory that is looked at once more when it is given back.
+// Memory that is inspected when it is released.
 const char* watched = nullptr;
 std::size_t watchedSize = 0;
 bool wasWiped = false;

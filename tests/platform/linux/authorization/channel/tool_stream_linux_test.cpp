@@ -57,7 +57,7 @@ TEST(ToolStream, ReadsOnAfterASignalAndEndsAllTheSame) {
     writeTo(pipes->output, "x");
     pipes->output.reset();
     EXPECT_EQ(pipes->stream->readCharacter(), 'x');
-    // The end is told apart from an interruption though the error number is still that one's.
+    // The end is distinguished from an interruption although errno still says EINTR.
     interruptions = 2;
     EXPECT_EQ(pipes->stream->readCharacter(), -1);
 }

@@ -1,4 +1,4 @@
-// The helper as it is installed, started by the super-user's own test.
+// The helper as it is installed, started by a test that runs as root.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -95,7 +95,7 @@ TEST_F(RootHelperProgram, LeavesNoToolUncollected) {
     EXPECT_TRUE(test::eventually([&number] {
         return test::readFile("/proc/" + number + "/task/" + number + "/children").empty();
     }));
-    // It closes what the last tool was given only after it has answered.
+    // It closes the last tool's descriptors only after it has replied.
     EXPECT_TRUE(test::eventually([&number] {
         const std::filesystem::directory_iterator descriptors("/proc/" + number + "/fd");
         return std::distance(begin(descriptors), end(descriptors)) == 5;
@@ -185,11 +185,12 @@ TEST_F(RootHelperProgram, RefusesToRunWithASetuidBit) {
     EXPECT_EQ(test::exitCodeOf(user), 0);
 }
 
-// A client of its own, whose channel somebody else holds as well; it tells the helper's number.
+// A client in its own process, whose channel another process has as well; it writes the helper's
+// id.
 [[noreturn]] void beClient(const std::string& told) {
     auto* const helper = new HelperProgram;
     if (!helper->channel()) ::_exit(1);
-    // A child that nobody tells of the fork keeps its copy of the channel.
+    // A child made without the fork handlers keeps its copy of the channel.
     if (::_Fork() == 0) {
         ::usleep(3'000'000);
         ::_exit(0);

@@ -39,8 +39,8 @@ bool isDefault(int signal) {
     return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL;
 }
 
-// In a child of the test, since there is no way back. The number of the first claim that is not
-// true.
+// Runs in a child of the test, since it cannot be undone. Returns the number of the first check
+// that fails.
 int leaveAll() {
     const gid_t groups[] = {4, 24};
     ::setenv("LD_PRELOAD", "/lost.so", 1);

@@ -27,7 +27,7 @@ class BusConnectionTest : public testing::Test {
         EXPECT_GE(sdBus()->append(call.get(), "s", "type='signal'"), 0);
         return call;
     }
-    // Null when nothing comes.
+    // Null when no message arrives.
     BusMessage await() {
         const auto limit = Clock::now() + kLong;
         do {

@@ -316,7 +316,7 @@ TEST_F(PolkitAgentTest, RefusesRequestsBeforeItIsRegistered) {
 
 TEST_F(PolkitAgentTest, AbandonsTheLaunchWhenPolkitHasEnded) {
     ASSERT_EQ(registerAgent(), PolkitAgent::State::Registered);
-    polkit_.changeOwner(":1.8");  // so says somebody, but not the bus
+    polkit_.changeOwner(":1.8");  // a signal that is not from the bus
     for (int round = 0; round < 10; ++round) EXPECT_TRUE(agent_->proceed(*launcher_));
     polkit_.changeOwner("org.freedesktop.DBus");
     for (int round = 0; round < 10'000 && goesOn_; ++round) goesOn_ = agent_->proceed(*launcher_);

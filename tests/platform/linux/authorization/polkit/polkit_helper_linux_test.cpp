@@ -130,7 +130,7 @@ TEST(PolkitHelperTest, IsNullWhenItCannotBeStarted) {
     EXPECT_EQ(helper.start("kxadmin", "cookie-1", "x"), nullptr);
 }
 
-// A service that would be started for whoever connects.
+// A service that the system would start for each connection.
 class Service {
   public:
     Service() {

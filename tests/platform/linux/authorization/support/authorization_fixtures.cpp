@@ -40,7 +40,7 @@ Client thisProcessAsClient(Descriptor socket) {
 }
 
 HelperInThread::HelperInThread() {
-    // As in the helper: nobody waits for the tools.
+    // As in the helper: tools are not waited for.
     ::signal(SIGCHLD, SIG_IGN);
     Connection connection;
     Client client = thisProcessAsClient(std::move(connection.second));

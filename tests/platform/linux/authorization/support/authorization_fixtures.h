@@ -1,4 +1,4 @@
-// Helpers for the tests of administrator rights: one that needs none, in a thread of the test, and
+// Helpers for the tests of authorization: one in a thread of the test, which need not be root, and
 // the real program.
 #pragma once
 
@@ -46,7 +46,7 @@ class ChangedCalls {
     const platform::posix::SystemCalls* before_ = nullptr;
 };
 
-// The helper's own code in a thread of this process: its tools have this process's rights. Ends
+// The helper's own code in a thread of this process: its tools run as this process's user. Ends
 // with the channel.
 class HelperInThread {
   public:
@@ -62,7 +62,7 @@ class HelperInThread {
     std::optional<platform::linux_::authorization::Channel> channel_;
 };
 
-// The helper program as a child of this process, which must be the super-user's.
+// The helper program as a child of this process, which must be root's.
 class HelperProgram {
   public:
     HelperProgram();
@@ -84,7 +84,7 @@ class HelperProgram {
 // The helper that was built with this test, for a client that waits there.
 StringList helperCommand(const platform::linux_::authorization::Rendezvous& rendezvous);
 // Starts a program with only its standard streams; -1 when it cannot be. What it writes to
-// standard error goes to `errors`, if that is none of those.
+// standard error is sent to `errors`, unless that is one of those.
 pid_t startProgram(const StringList& command, int errors = STDERR_FILENO);
 
 // How a program ended, and what it wrote to standard error.
@@ -97,12 +97,12 @@ ProgramEnd endOfProgram(const StringList& command);
 int exitCodeOf(pid_t child);
 // A descriptor that is readable once the process has ended.
 platform::posix::Descriptor openProcess(pid_t process);
-// What `body` answers in a child of this process.
+// Returns the exit status of `body` in a child of this process.
 int answerOfFork(int (*body)());
 
 // All that a tool writes to its output.
 std::string allOf(platform::AuthorizedToolStream& stream);
-// Starts a tool by the channel and answers its output; "failed: STATUS" if it cannot be started.
+// Starts a tool by the channel and returns its output; "failed: STATUS" if it cannot be started.
 std::string outputOf(platform::linux_::authorization::Channel& channel, const std::string& tool,
                      const StringList& arguments = {});
 

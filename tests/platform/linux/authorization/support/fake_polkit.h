@@ -1,5 +1,5 @@
-// The bus and polkit's daemon as a process meets them, played by a test: it says who a message is
-// from, which no real bus lets anybody choose.
+// A fake of the bus and of polkit's daemon: it chooses the sender of a message, which a real bus
+// does not allow.
 #pragma once
 
 #include <sys/types.h>
@@ -38,13 +38,13 @@ class FakePolkit {
     // Where it listens.
     std::string address() const { return "unix:path=" + path_; }
 
-    // How it answers the registration: in the name of `sender`, with an error if that has a name.
+    // The reply to the registration: from `sender`, with an error if `error` has a name.
     std::string registrar = ":1.7";
     std::string registrationError;
-    // Called before it answers the registration.
+    // Called before it replies to the registration.
     std::function<void()> beforeRegistration;
 
-    // Runs `body`, which registers or unregisters an agent, and answers it meanwhile.
+    // Runs `body`, which registers or unregisters an agent, and replies meanwhile.
     void serveDuring(const std::function<void()>& body);
     // What was called on it, one word for each call.
     std::vector<std::string> calls;
