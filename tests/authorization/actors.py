@@ -1,5 +1,5 @@
 """Those who act in the tests of administrator rights: a client of the library, and agents that
-answer polkit's questions."""
+answer polkit's prompts."""
 
 import fcntl
 import os
@@ -84,7 +84,7 @@ class Probe:
 
 
 class Terminal:
-    """A terminal, and whoever sits at it."""
+    """A terminal, and the person at it."""
 
     def __init__(self):
         self.master, self.slave = pty.openpty()

@@ -1,4 +1,4 @@
-"""What starts polkit's helper for whoever connects to its socket, as newer systems have it:
+"""Starts polkit's helper for each connection to its socket, as newer systems do:
 agent_service.py HELPER. It prints the name of each user who is to be authenticated."""
 
 import os
@@ -28,7 +28,7 @@ while True:
     user = read_line(connection)
     print(user, flush=True)
     if os.fork() == 0:
-        # polkit takes the answer of the agent's own user alone.
+        # polkit accepts the result from the agent's own user only.
         peer = connection.getsockopt(socket.SOL_SOCKET, socket.SO_PEERCRED, struct.calcsize("3i"))
         os.setuid(struct.unpack("3i", peer)[1])
         for number in (0, 1):

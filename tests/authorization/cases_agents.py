@@ -1,4 +1,4 @@
-"""The agent that answers polkit with a given password, and what becomes of polkit meanwhile."""
+"""The agent that answers polkit with a given password, and a polkit that ends or hangs."""
 
 import contextlib
 import os
@@ -27,7 +27,7 @@ def agents(passwords):
 def one_after_the_other(word):
     with Probe("kxuser") as probe:
         statuses = {probe.status("credentials", "kxadmin", word) for _ in range(20)}
-        check(statuses == {SUCCESS}, f"rights, asked for over and over {statuses}")
+        check(statuses == {SUCCESS}, f"authorization is requested again and again {statuses}")
         for milliseconds in (0, 3):
             statuses = set()
             for _ in range(15):
@@ -55,9 +55,9 @@ def own_agent(word):
             status, seconds = probe.timed("credentials", "kxadmin", word)
             check(status == NOT_ALLOWED and agent.questions() == 0,
                   "the client's own agent is not asked for a given password")
-            check(seconds < 1, f"which is told at once ({seconds:.2f} s)")
+            check(seconds < 1, f"which is reported at once ({seconds:.2f} s)")
         check(eventually(lambda: probe.status("credentials", "kxadmin", word) == SUCCESS),
-              "and without it there are rights")
+              "and without it authorization is granted")
         with DismissingAgent(probe, "kxuser"):
             check(probe.status("dialog") == CANCELED, "no agent of the password's is left")
 
@@ -99,7 +99,7 @@ def failing_helpers(word):
 
 
 def helper_without_root(word):
-    """Newer systems start it for whoever connects to a socket; without that there are sudo and
+    """Newer systems start it for each connection to a socket; without that there are sudo and
     su."""
     with open(AGENT_HELPER, "rb") as file:
         content = file.read()
@@ -113,7 +113,7 @@ def helper_without_root(word):
                                    stdout=subprocess.PIPE, text=True)
         service.stdout.readline()
         check(probe.status("credentials", "kxadmin", word) == SUCCESS, "one behind a socket")
-        check(probe.status("credentials", "kxadmin", "wrong") == DENIED, "which is told a wrong one")
+        check(probe.status("credentials", "kxadmin", "wrong") == DENIED, "which gets a wrong one")
         service.kill()
         check(service.communicate()[0].split() == ["kxadmin", "kxadmin"], "has served both")
         os.unlink("/run/polkit/agent-helper.socket")
@@ -157,8 +157,8 @@ def stopped_polkit(word):
         check(eventually(lambda: {state_of(pid)[0] for pid in stopped} == {"T"}), "polkit hangs")
         status, seconds = probe.timed("credentials", "kxadmin", word)
         check(status == NOT_ALLOWED and 9 < seconds < 15,
-              f"it is waited for, but not for ever ({status}, {seconds:.2f} s)")
+              f"it is waited for, but not without end ({status}, {seconds:.2f} s)")
         for pid in stopped:
             os.kill(pid, signal.SIGCONT)
         check(eventually(lambda: probe.status("credentials", "kxadmin", word) == SUCCESS),
-              "and goes on when polkit does")
+              "and continues when polkit does")

@@ -1,4 +1,4 @@
-"""What is tried against a helper that serves, once for every way to rights."""
+"""Attacks on a helper that serves, once for every launcher."""
 
 import functools
 import os
@@ -25,14 +25,14 @@ class Attacks:
     def start(self, probe, *before):
         status = self.launcher.start(probe, self.passwords, *before)
         if status != SUCCESS:
-            check(False, f"rights are granted ({status})")
+            check(False, f"authorization is granted ({status})")
 
     def check_helper_ends(self, probe, text):
         """Nothing was done, and nothing can be done any more."""
         check(eventually(lambda: not left_of(HELPER_NAME)) and not os.path.exists(MADE),
               text + " ends the helper")
         status = probe.execute("/usr/bin/id")[0]
-        check(status == self.launcher.after_loss, f"{text}: the rights are gone ({status})")
+        check(status == self.launcher.after_loss, f"{text}: the authorization has ended ({status})")
 
     def run(self):
         with self.probe() as probe:
@@ -49,31 +49,31 @@ class Attacks:
         """All that leaves the helper alive, on one connection."""
         self.start(probe)
         check(programs_between(helper(), probe.pid) == self.launcher.programs,
-              "the helper comes by the way that is tried")
+              "the helper is started by the launcher under test")
         check_hardening(helper())
         check(probe.ask("inherited") == "none", "the client's children have no connection")
         check_odd_tools(probe)
         check_arguments(probe)
         check_tool_runs_on(probe)
-        check(eventually(lambda: not running(HELPER)), "the helper has gone")
+        check(eventually(lambda: not running(HELPER)), "the helper has ended")
 
     def thread(self):
         with self.probe() as probe:
             self.start(probe, "thread")
             time.sleep(0.2)
             check(probe.execute("/usr/bin/id", "-u") == (SUCCESS, "0\n"),
-                  "rights outlive the thread that asked for them")
+                  "the authorization outlives the thread that requested it")
 
     def other_processes(self):
         for command, text in (("forked", "a forked child's request"),
                               ("thief", "a thief's request")):
             with self.probe() as probe:
                 self.start(probe)
-                told = probe.ask(command, MADE)
-                if told == "denied":
+                result = probe.ask(command, MADE)
+                if result == "denied":
                     print("ok      " + text + ": the system does not let it happen")
                     continue
-                check(told == "sent", text + " is sent")
+                check(result == "sent", text + " is sent")
                 self.check_helper_ends(probe, text)
         with self.probe() as probe:
             self.start(probe)
@@ -87,8 +87,8 @@ class Attacks:
         check(len(names) >= 30, "there are malformed messages")
         for name in names:
             self.start(probe)
-            told = probe.ask("malformed", name, MADE)
-            check(told == "closed", f"{name}: the connection ends ({told})")
+            result = probe.ask("malformed", name, MADE)
+            check(result == "closed", f"{name}: the connection ends ({result})")
             self.check_helper_ends(probe, name)
             probe.ask("free")
 
@@ -104,7 +104,7 @@ class Attacks:
             child = int(probe.ask("keep"))
             probe.process.kill()
             check(eventually(lambda: not running(HELPER)) and os.path.exists(f"/proc/{child}"),
-                  "the helper ends with its client, whoever holds the connection")
+                  "the helper ends with its client, even if another process has the connection")
             os.kill(child, 9)
 
 
@@ -116,7 +116,7 @@ def check_hardening(process):
 
     status = {words[0]: words[1:] for words in lines("status") if words}
     check(status["Uid:"] == ["0"] * 4 and status["Gid:"] == ["0"] * 4 and not status["Groups:"],
-          "the helper is the super-user, and nobody besides")
+          "the helper runs as root only")
     cores = [words[4:6] for words in lines("limits") if words[:2] == ["Max", "core"]]
     check(cores == [["0", "0"]], "it leaves no core")
     targets = [os.readlink(f"/proc/{process}/fd/{name}") for name in
@@ -124,16 +124,16 @@ def check_hardening(process):
     check(targets[:2] == ["/dev/null"] * 2 and
           len([each for each in targets if each.startswith("socket:")]) <= 2,
           f"it holds its connection and nothing of the client's ({targets})")
-    check(os.readlink(f"/proc/{process}/cwd") == "/", "and stands in the root folder")
+    check(os.readlink(f"/proc/{process}/cwd") == "/", "and its working folder is the root folder")
 
 
 def check_odd_tools(probe):
     for tool, text in (("bin/id", "a relative tool"), ("", "a tool without a name"),
                        ("/usr/bin/kx-missing", "a missing tool"),
                        ("/etc/passwd", "a tool that is no program"), ("/usr/bin", "a folder")):
-        check(probe.execute(tool)[0] == TOOL_FAILED, text + " is told")
+        check(probe.execute(tool)[0] == TOOL_FAILED, text + " is reported")
     check(probe.ask("request", "bin/id") == str(EINVAL), "the helper itself takes none either")
-    check(probe.execute("/usr/bin/id", "-u") == (SUCCESS, "0\n"), "and the rights are still there")
+    check(probe.execute("/usr/bin/id", "-u") == (SUCCESS, "0\n"), "and it is still authorized")
 
 
 ARGUMENTS = [b"$(id)", b"`id`", b";", b"| id", b"", b"two\nlines", b"\n", b"\xff\xfe\x80", b"'\"\\",
@@ -148,18 +148,18 @@ def check_arguments(probe):
           "arguments arrive byte for byte")
     check(probe.ask("large", "1", "131071") == "0 same", "so does the longest that there can be")
     check(probe.ask("large", "18", "100000") == "0 same", "and very many bytes together")
-    check(probe.ask("large", "1", "131072") == str(TOOL_FAILED), "a longer one is told")
-    check(probe.ask("large", "26", "100000") == str(TOOL_FAILED), "too many bytes are told")
-    check(probe.execute("/usr/bin/id", "-u") == (SUCCESS, "0\n"), "and the rights are still there")
+    check(probe.ask("large", "1", "131072") == str(TOOL_FAILED), "a longer one is reported")
+    check(probe.ask("large", "26", "100000") == str(TOOL_FAILED), "too many bytes are reported")
+    check(probe.execute("/usr/bin/id", "-u") == (SUCCESS, "0\n"), "and it is still authorized")
 
 
 def check_tool_runs_on(probe):
-    """The tool waits for a file that is made only after the rights have gone."""
+    """The tool waits for a file that is made only after the authorization has ended."""
     go, made = "/srv/go", "/srv/made-later"
     script = f"until test -e {go}; do sleep 0.02; done; touch {made}"
     check(probe.status("begin", "/bin/sh", "-c", script) == SUCCESS, "a tool runs")
     check(probe.status("free") == SUCCESS and eventually(lambda: helper() is None),
-          "the rights are given up meanwhile")
+          "the authorization is released meanwhile")
     with open(go, "w", encoding="ascii"):
         pass
     check(eventually(lambda: os.path.exists(made)), "and the tool runs on")

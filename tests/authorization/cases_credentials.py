@@ -27,7 +27,7 @@ def credentials(passwords):
     with Probe("kxfree") as probe:
         check(probe.status("credentials", "kxfree", "wrong") == DENIED,
               "a wrong password where none is asked for")
-        check(eventually(lambda: not running(HELPER)), "and its helper has gone")
+        check(eventually(lambda: not running(HELPER)), "and its helper has ended")
         check(probe.status("credentials", "kxfree", passwords["kxfree"]) == SUCCESS,
               "the right password where none is asked for")
         check_authorized(probe, "unasked")
@@ -42,7 +42,7 @@ def credentials(passwords):
 
 def check_not_asked_again(probe, word):
     """A password is not kept, and the user's own agent does not come into it."""
-    check(probe.status("credentials", "kxadmin", word) == SUCCESS, "rights for a password")
+    check(probe.status("credentials", "kxadmin", word) == SUCCESS, "authorization by a password")
     kill_helpers()
     with DismissingAgent(probe, "kxuser"):
         check(probe.execute("/usr/bin/id", "-u") == (DENIED, ""), "they end with their helper")

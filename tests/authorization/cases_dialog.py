@@ -1,4 +1,4 @@
-"""polkit asks the user, through whatever agent there is."""
+"""polkit asks the user through the agent that is registered."""
 
 import os
 import pwd
@@ -78,7 +78,7 @@ def killed_helper(passwords):
             check(probe.ask("session", "create", folders[2]) == "NO",
                   "an operation is not done when the dialog is dismissed")
         check(probe.ask("session", "create", folders[2]) == "NO" and
-              not os.path.exists(folders[2]), "nor where nobody can be asked")
+              not os.path.exists(folders[2]), "nor where the user cannot be asked")
         check(eventually(lambda: not zombies_of(probe.pid)), "every launcher was collected")
 
 
@@ -91,6 +91,6 @@ def own_terminal(passwords):
         terminal.type_password(passwords["kxadmin"])
         check(int(probe.answer().split()[0]) == SUCCESS, "it is answered there")
         check(terminal.echoes(), "the terminal is as it was")
-        check(eventually(lambda: not running("pkttyagent")), "its agent has gone")
+        check(eventually(lambda: not running("pkttyagent")), "its agent has ended")
         check_authorized(probe, "terminal")
     terminal.close()

@@ -1,4 +1,4 @@
-"""The file operations of an ordinary process that holds rights, on the super-user's own items in
+"""The file operations of an ordinary process that is authorized, on root's items in
 folders where the user may not write."""
 
 import array
@@ -25,15 +25,15 @@ def fallbacks(passwords):
               "the session starts")
         for work in (removing, trashing, creating, copying, moving, touching, packing):
             work(probe)
-        unchanged(probe, REFUSED, "without being allowed to use the rights")
-        unchanged(probe, WITHOUT_AUTHORIZATION, "which never uses rights")
+        unchanged(probe, REFUSED, "without being allowed to use the session")
+        unchanged(probe, WITHOUT_AUTHORIZATION, "which never uses the session")
         probe.ask("session", "end")
-        unchanged(probe, UNASKED, "when nobody gives rights")
-        check(probe.ask("session", "isAuthorized") == "NO", "no rights are held then")
+        unchanged(probe, UNASKED, "when authorization is refused")
+        check(probe.ask("session", "isAuthorized") == "NO", "no authorization is held then")
 
 
 class Ground:
-    """Items of the super-user's own, anew for each case."""
+    """Items of root's, made again for each case."""
 
     count = 0
 
@@ -95,11 +95,11 @@ def succeeds(probe, forms, words, effect, expected="YES"):
     for form in forms:
         ground = Ground()
         operation, *paths = words(ground)
-        told = probe.ask("files", operation, form, *paths)
+        result = probe.ask("files", operation, form, *paths)
         wanted = expected(ground) if callable(expected) else expected
         arrived = effect(ground) if form == "timeout" else eventually(lambda: effect(ground))
-        check(told == wanted and arrived,
-              f"{operation} ({form}) of {os.path.basename(paths[0])}: {told}, " +
+        check(result == wanted and arrived,
+              f"{operation} ({form}) of {os.path.basename(paths[0])}: {result}, " +
               ("done" if arrived else "NOT done"))
 
 
@@ -192,18 +192,18 @@ def touching(probe):
 
 
 def packing(probe):
-    """Anybody may put something into the folder, but nobody take what is another's."""
+    """Every user may add items to the folder, and only owners may remove theirs."""
     ground = Ground()
     os.chmod(ground.path, 0o777 | stat.S_ISVTX)
     archive = ground.at(ground.name)
     probe.ask("files", "compress", "short", ground.at("folder"), archive)
     check(eventually(lambda: os.path.exists(f"{TRASH}/{ground.name}")),
-          "what stands in an archive's place goes into the Trash with rights")
+          "an item in an archive's place is moved to the Trash by the session")
     before = tree(ground.at("folder"))
     probe.ask("files", "decompress", "short", archive, ground.at("folder"))
     check({path: entry[:4] for path, entry in tree(ground.at("folder")).items()} ==
           {path: entry[:4] for path, entry in before.items()},
-          "what stands in a folder's place is not moved with rights")
+          "an item in a folder's place is not moved by the session")
 
 
 # Operation, form and paths, which are names on the ground; FILE is the ground's own file.
@@ -232,8 +232,8 @@ def unchanged(probe, calls, text):
     before, trash = tree(GROUND), tree(TRASH)
     for operation, form, *names in calls:
         paths = [ground.at(ground.name if name == FILE else name) for name in names]
-        told = probe.ask("files", operation, form, *paths)
-        check(told in ("NO", "done") and tree(GROUND) == before,
-              f"{operation} ({form}) of {' to '.join(names)}, {text}: {told}")
+        result = probe.ask("files", operation, form, *paths)
+        check(result in ("NO", "done") and tree(GROUND) == before,
+              f"{operation} ({form}) of {' to '.join(names)}, {text}: {result}")
     time.sleep(0.2)
     check(tree(GROUND) == before and tree(TRASH) == trash, f"nothing has changed, {text}")

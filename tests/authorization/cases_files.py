@@ -1,4 +1,4 @@
-"""The file operations of the rights session."""
+"""The file operations of the authorization session."""
 
 import os
 import pwd
@@ -9,7 +9,7 @@ from stage import HELPER, check, eventually, read_file, running, start_bus
 
 
 def files(passwords):
-    """The file operations of the rights session, on things that belong to the super-user."""
+    """The file operations of the session, on items that belong to root."""
     start_bus()
     ground = "/srv/ground"
     os.makedirs(ground + "/folder/inner")
@@ -43,13 +43,13 @@ def calls(probe, ground):
     check(call("copy", "copy", "copied") and eventually(lambda: there("copied")) and
           there("copy"), "copy a file")
     check(call("create", "new/inner") and eventually(lambda: there("new/inner")), "make folders")
-    check(os.stat(ground + "/new/inner").st_uid == 0, "what is made belongs to the super-user")
+    check(os.stat(ground + "/new/inner").st_uid == 0, "what is made belongs to root")
     check(call("trash", "moved") and eventually(lambda: not there("moved")), "trash a file")
     check_trashed(ground + "/moved", "move")
 
 
 def check_trashed(path, text):
-    """The item is the super-user's as before; what the Trash has beside it is the user's own."""
+    """The item still belongs to root; the rest of the Trash belongs to the user."""
     home, user = "/home/kxuser", pwd.getpwnam("kxuser").pw_uid
     trash = home + "/.local/share/Trash"
     item, record = (f"{trash}/{place}" for place in ("files/moved", "info/moved.trashinfo"))
@@ -60,6 +60,6 @@ def check_trashed(path, text):
           os.path.islink(home + "/.Trash"), "the home has a link to the Trash")
     lines = re.escape(f"[Trash Info]\nPath={path}\n").encode() + \
         rb"DeletionDate=\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\n"
-    check(re.fullmatch(lines, read_file(record)), "the record tells where it came from, and when")
+    check(re.fullmatch(lines, read_file(record)), "the record has its path and the date")
     made = (home + "/.Trash", trash, trash + "/files", trash + "/info", record)
     check({os.lstat(each).st_uid for each in made} == {user}, "all that belongs to the user")

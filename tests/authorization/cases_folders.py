@@ -17,7 +17,7 @@ def folders(passwords):
     prepare()
     with Probe("kxadmin") as probe:
         check(probe.status("credentials", "kxadmin", passwords["kxadmin"]) == SUCCESS,
-              "rights are granted")
+              "authorization is granted")
         enter(probe, OPEN)
         check(output(probe, "/bin/pwd") == OPEN + "\n", "tools have the client's working folder")
         enter(probe, MOUNT)

@@ -1,5 +1,5 @@
-"""Folders that are never removed, put into the Trash or moved with rights. Nobody has rights here
-and nobody gives any: nothing would come of it if the guard failed, but that somebody is asked."""
+"""Folders that are never removed, trashed or moved with authorization. None is held or granted
+here: if the guard failed, the only effect would be that the user is asked."""
 
 import os
 
@@ -21,18 +21,18 @@ def guard(passwords):
         with DismissingAgent(probe, "kxuser") as agent:
             for folder in folders:
                 check_refused(probe, folder)
-            check(probe.ask("session", "isAuthorized") == "NO", "no rights are held")
-            check(agent.questions() == 0, "nobody was asked")
+            check(probe.ask("session", "isAuthorized") == "NO", "no authorization is held")
+            check(agent.questions() == 0, "the user was not asked")
         check_asked_otherwise(probe, folders)
 
 
 def check_refused(probe, folder):
     before = os.path.lexists(folder)
     for call, rest in CALLS.items():
-        told = probe.ask("session", call, folder, *rest)
-        check(told == "NO", f"{call} {folder} ({told})")
+        result = probe.ask("session", call, folder, *rest)
+        check(result == "NO", f"{call} {folder} ({result})")
     check(probe.ask("files", "move", "yes", folder, GROUND + "/moved") == "NO",
-          f"move {folder}, at first without rights")
+          f"move {folder}, at first without authorization")
     check(os.path.lexists(folder) == before and not os.listdir(GROUND), "nothing has changed")
 
 
@@ -46,11 +46,11 @@ def check_asked_otherwise(probe, folders):
     for item in asked:
         for call in ("remove", "trash", "move"):
             with DismissingAgent(probe, "kxuser") as agent:
-                told = probe.ask("session", call, item, *CALLS[call])
+                result = probe.ask("session", call, item, *CALLS[call])
                 questions = agent.questions()
-                check(told == "NO" and questions == 1,
-                      f"{call} {item}: somebody is asked ({told}, {questions})")
+                check(result == "NO" and questions == 1,
+                      f"{call} {item}: the user is asked ({result}, {questions})")
     for call in ("trashContents", "moveContents"):
         with DismissingAgent(probe, "kxuser") as agent:
             check(probe.ask("session", call, path, *CALLS[call]) == "NO" and
-                  agent.questions() == 1, f"{call} {path}: somebody is asked")
+                  agent.questions() == 1, f"{call} {path}: the user is asked")

@@ -14,8 +14,8 @@ def hide(options):
 
 def refused(name, passwords, status):
     with Probe(LAUNCHERS[name].client) as probe:
-        told = LAUNCHERS[name].start(probe, passwords)
-        check(told == status, f"{name}: is refused ({told})")
+        result = LAUNCHERS[name].start(probe, passwords)
+        check(result == status, f"{name}: is refused ({result})")
         check(eventually(lambda: not running(HELPER)), f"{name}: and no helper stays")
 
 

@@ -19,6 +19,6 @@ def many(passwords):
         failures, more, seconds = probe.ask("many", str(TOOLS), str(DESCRIPTORS)).split()
         check(int(failures) == 0, f"{TOOLS} tools are started ({float(seconds):.1f} s)")
         check(int(more) <= 0, f"the client has no more descriptors than before ({more} more)")
-        # It closes what the last tool was given only after it has answered.
+        # It closes the last tool's descriptors only after it has replied.
         check(eventually(lambda: len(os.listdir(f"/proc/{process}/fd")) == before) and
               helper() == process, "nor has the helper, which is still the same")

@@ -16,7 +16,7 @@ def record(passwords):
     log = listen()
     with Probe("kxadmin") as probe:
         check(probe.status("credentials", "kxadmin", passwords["kxadmin"]) == SUCCESS,
-              "rights are granted")
+              "authorization is granted")
         log.lines()
         check(probe.execute("/usr/bin/id", "-u") == (SUCCESS, "0\n"), "a tool runs")
         check_line(log, probe, "/usr/bin/id -u")

@@ -5,7 +5,7 @@ import subprocess
 from actors import SUCCESS, Probe
 from stage import THIEF, as_user, check, start_bus, start_time
 
-# Words that anybody of the same user can read: one on a terminal, one in a pipe.
+# Words that every process of the same user can read: one on a terminal, one in a pipe.
 CONTROL = """
 import os, pty, sys
 master, slave = pty.openpty()
@@ -50,7 +50,7 @@ def stolen_password(word):
 
 
 def foreign_request(word):
-    """Others ask polkit about the client, with the client's own agent to answer."""
+    """Others ask polkit about the client, which has its own agent."""
     refused, granted, statuses = 0, 0, set()
     with Probe("kxuser") as probe:
         check_command = ["pkcheck", "--process", f"{probe.pid},{start_time(probe.pid)}",

@@ -12,7 +12,7 @@ def sudo(passwords):
               "su to the administrator, then sudo")
         check_authorized(probe, "su and sudo")
         check(probe.status("credentials", "root", passwords["root"]) == SUCCESS,
-              "su to the super-user")
+              "su to root")
         check_authorized(probe, "su")
         check(probe.status("credentials", "root", "wrong") == DENIED, "su, a wrong password")
         check(probe.status("credentials", "kxuser", passwords["kxuser"]) == DENIED,

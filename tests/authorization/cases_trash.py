@@ -1,4 +1,4 @@
-"""The Trash of a user whose desktop's Trash belongs to the super-user, as a program of the desktop
+"""The Trash of a user whose desktop's Trash belongs to root, as a program of the desktop
 leaves it that was once run with sudo."""
 
 import os
@@ -56,9 +56,9 @@ def link_out_of_the_home(probe):
     os.mkdir(GROUND + "/outside")
     lead_to(GROUND + "/outside")
     path = item("third")
-    check(probe.ask("session", "trash", path) == "NO", "no item goes out of the home")
-    check(told(f"Unable to trash path {path} because the Trash {LINK} cannot be used."),
-          "which is told")
+    check(probe.ask("session", "trash", path) == "NO", "no item is moved out of the home")
+    check(was_logged(f"Unable to trash path {path} because the Trash {LINK} cannot be used."),
+          "which is logged")
     check(os.path.lexists(path) and not os.listdir(GROUND + "/outside"), "nothing has changed")
 
 
@@ -89,8 +89,8 @@ def trashed(probe, name, folder, dated=False):
     path = item(name)
     check(probe.ask("session", "trash", path) == "YES", f"{name}: the tool is started")
     moved = check_moved(path, folder, dated)
-    check(told(f"The desktop cannot restore {path} because its Trash has no record of "
-               f"{LINK}/{moved}."), f"{name}: what the desktop cannot do is told")
+    check(was_logged(f"The desktop cannot restore {path} because its Trash has no record of "
+               f"{LINK}/{moved}."), f"{name}: what the desktop cannot do is logged")
 
 
 def check_moved(path, folder, dated):
@@ -111,5 +111,5 @@ def check_moved(path, folder, dated):
     return found[0]
 
 
-def told(text):
+def was_logged(text):
     return any(line.endswith(text) for line in read_file(MESSAGES).decode().splitlines())

@@ -10,7 +10,7 @@ from stage import HELPER, PROBE, check, run_as, start_bus
 
 
 def waiting(passwords):
-    """Others knock while the user is asked; then the helper is one that others can exchange."""
+    """Other processes connect while the user is asked; then another user can replace the helper."""
     start_bus()
     no_handlers(passwords["kxadmin"])
     left_over()
@@ -29,7 +29,7 @@ def no_handlers(word):
     """The client's signals stay its own."""
     with Probe("kxadmin") as probe:
         before = caught_signals(probe)
-        check(probe.status("credentials", "kxadmin", word) == SUCCESS, "rights are granted")
+        check(probe.status("credentials", "kxadmin", word) == SUCCESS, "authorization is granted")
         check(probe.execute("/usr/bin/id", "-u") == (SUCCESS, "0\n"), "a tool runs")
         check(caught_signals(probe) == before, "no signal handler was installed in the client")
 
@@ -67,9 +67,9 @@ def impostors(word):
         path = folder + "/rights"
         check(stat.S_IMODE(os.stat(folder).st_mode) == 0o700, "its folder is its own")
         check(connect_as("kxann", path) == "PermissionError", "a foreign user does not get in")
-        check(connect_as("kxuser", path) == "closed", "an impostor of the same user is sent away")
+        check(connect_as("kxuser", path) == "closed", "an impostor of the same user is rejected")
         check(connect_as("root", path) == "closed",
-              "a foreign process of the super-user is sent away")
+              "a foreign process of root is rejected")
         arguments = ["--connect", path, "--uid", str(os.stat(folder).st_uid),
                      "--pid", str(probe.pid)]
         for user in ("root", "kxuser"):
@@ -78,8 +78,8 @@ def impostors(word):
         check(run_as("root", HELPER).returncode > 0, "nor without arguments")
         agent.terminal.choose("kxadmin")
         agent.terminal.type_password(word)
-        check(int(probe.answer().split()[0]) == SUCCESS, "the right one is still let in")
-        check(not os.path.exists(folder), "its folder has gone")
+        check(int(probe.answer().split()[0]) == SUCCESS, "the right one is still accepted")
+        check(not os.path.exists(folder), "its folder is removed")
         check_authorized(probe, "after impostors")
 
 
@@ -105,9 +105,9 @@ def connect_as(user, path):
 
 
 def swapped_helper(word):
-    """A helper that others can exchange is not started, whatever it is."""
+    """A helper that another user can replace is not started."""
     os.chmod(os.path.dirname(HELPER), 0o777)
     with Probe("kxuser") as probe:
         check(probe.status("credentials", "kxadmin", word) == INTERNAL,
-              "a helper that others can exchange is not started")
+              "a helper that another user can replace is not started")
     os.chmod(os.path.dirname(HELPER), 0o755)

@@ -8,18 +8,18 @@ from stage import (HELPER, HELPER_NAME, check, eventually, has_ended, processes,
 
 
 def check_authorized(probe, text):
-    """With rights, and after they were given up."""
+    """While authorized, and after the authorization was released."""
     status, output = probe.execute("/usr/bin/id", "-u")
-    check(status == SUCCESS and output == "0\n", text + ": tools run as the super-user")
+    check(status == SUCCESS and output == "0\n", text + ": tools run as root")
     check(len(running(HELPER_NAME)) >= 1, text + ": a helper serves")
     check_terminals(probe, text)
-    check(probe.status("free") == SUCCESS, text + ": rights are given up")
-    check(eventually(lambda: not running(HELPER)), text + ": the helper has gone")
+    check(probe.status("free") == SUCCESS, text + ": the authorization is released")
+    check(eventually(lambda: not running(HELPER)), text + ": the helper has ended")
     check(eventually(lambda: not zombies_of(probe.pid)), text + ": every launcher was collected")
 
 
 def check_terminals(probe, text):
-    """Whatever terminal a launcher had, nobody types at what runs as the super-user."""
+    """No process of root's has the launcher's terminal, at which the user types."""
     pid, _, group, terminal = place_of(probe.execute("/bin/cat", "/proc/self/stat")[1])
     check(terminal == "0", text + ": tools have no terminal")
     check(pid == group, text + ": and are signalled on their own")
@@ -45,7 +45,7 @@ def check_nobody_to_ask(probe):
     answers = [probe.timed("dialog") for _ in range(4)]
     seconds = min(answer[1] for answer in answers)
     check({answer[0] for answer in answers} == {NOT_ALLOWED} and seconds < 0.1,
-          f"nobody to ask: told at once ({seconds:.3f} s)")
+          f"the user cannot be asked: reported at once ({seconds:.3f} s)")
 
 
 def kill_helpers():

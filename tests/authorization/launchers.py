@@ -1,4 +1,4 @@
-"""Every way to rights, each as one that a client goes."""
+"""Every way in which a client can start the helper."""
 
 import os
 
@@ -7,9 +7,9 @@ from stage import HELPER, processes
 
 
 class Launcher:
-    """`client` asks as `asked`; `programs` stand between the client and the helper, the nearest to
-    the helper first. `after_loss` is what an operation answers when the helper has gone and there
-    is nobody to ask again."""
+    """`client` asks as `asked`; `programs` are between the client and the helper, the nearest to
+    the helper first. `after_loss` is what an operation returns when the helper has ended and the
+    user cannot be asked again."""
 
     def __init__(self, client, asked, programs=(), with_bus=False, with_dialog=False):
         self.client, self.asked, self.programs = client, asked, list(programs)
@@ -17,7 +17,7 @@ class Launcher:
         self.after_loss = NOT_ALLOWED if with_dialog else DENIED
 
     def start(self, probe, passwords, *before):
-        """The status. `before` stands before the command."""
+        """The status. `before` precedes the command."""
         word = passwords[self.asked]
         if not self.with_dialog:
             return probe.status(*before, "credentials", self.asked, word)
@@ -43,7 +43,7 @@ def helper():
 
 
 def programs_between(process, ancestor):
-    """The names of what stands between the two, each once in a row."""
+    """The names of the programs between the two, each once in a row."""
     names = []
     while True:
         with open(f"/proc/{process}/stat", encoding="utf-8", errors="replace") as file:

@@ -52,7 +52,7 @@ check.failures = 0
 def enter():
     """Goes on in namespaces of its own, as a program that was started anew."""
     if os.getuid() != 0:
-        skip("only the super-user can make the users that this needs")
+        skip("only root can make the users that this needs")
     if os.environ.get("KX_STAGE") == "entered":
         return
     for tool in ("pkexec", "pkttyagent", "sudo", "su", "dbus-daemon", "useradd", "unshare"):
@@ -107,7 +107,7 @@ def make_kit(contents):
 
 
 def install_policy(text):
-    """What polkit tells the user, for the helper of the kit."""
+    """The text of polkit's dialog, for the helper of the kit."""
     actions = "/usr/share/polkit-1/actions"
     kept = {name: read_file(f"{actions}/{name}") for name in os.listdir(actions)}
     mount_over(actions)
@@ -144,7 +144,7 @@ def require_setuid():
     for program in ("/usr/bin/sudo", "/usr/bin/pkexec", "/usr/bin/su"):
         flags = os.statvfs(program).f_flag
         if not os.stat(program).st_mode & 0o4000 or flags & os.ST_NOSUID:
-            skip(program + " cannot take its rights here")
+            skip(program + " cannot become root here")
 
 
 def as_user(name):
@@ -206,12 +206,12 @@ def start_time(pid):
 
 
 def has_ended(pid):
-    """Its command line goes first: what it had open is closed only after that."""
+    """Its command line disappears first: its descriptors are closed only after that."""
     return state_of(pid)[0] in (None, "Z")
 
 
 def left_of(program):
-    """Also those whose command line has gone already. The system cuts the names of processes."""
+    """Also those whose command line has disappeared. The system cuts the names of processes."""
     left = []
     for pid in filter(str.isdigit, os.listdir("/proc")):
         try:
@@ -229,7 +229,7 @@ def zombies_of(parent):
 
 def prepare(probe, helper):
     here = os.path.dirname(os.path.abspath(__file__))
-    # Read first: the checkout may stand in one of the folders that are replaced.
+    # Read first: the checkout may be in one of the folders that are replaced.
     kit = {PROBE: read_file(probe), HELPER: read_file(helper)}
     for script in (DISMISSING_AGENT, THIEF, AGENT_SERVICE):
         kit[script] = read_file(here + "/" + os.path.basename(script))

@@ -1,5 +1,5 @@
 """A process that reads whatever its user may read, and talks to a client as polkit's agent on a
-terminal would: thief.py CLIENT [OTHER...]. It needs no right to trace anybody. It watches the
+terminal would: thief.py CLIENT [OTHER...]. It may trace no other process. It watches the
 terminals and the descriptors of those processes until its standard input ends, and then prints all
 that it has read, in hexadecimal digits, and how often it has looked."""
 
@@ -35,7 +35,7 @@ class Thief:
             self.replace_agents()
 
     def read(self, path):
-        """Terminals stay open: what is typed there goes to whoever reads first."""
+        """Terminals stay open: what is typed there is read by the first reader."""
         if path.startswith("/dev/pts/") and path in self.open:
             descriptor = self.open[path]
         else:

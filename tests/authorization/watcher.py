@@ -7,7 +7,7 @@ import time
 
 class Watcher:
     """Inside of `with`, it reads the arguments and the environment of all processes over and over.
-    `found` tells afterwards where one of the words stood, `rounds` how often it has looked."""
+    `found` is where one of the words was found, `rounds` how often it has looked."""
 
     def __init__(self, words):
         self.words = [word.encode() for word in words]

@@ -90,7 +90,7 @@ class HelperWorld {
         if (helper_ <= 0) return;
         const platform::posix::Descriptor process = openProcess(helper_);
         pollfd ended{process.get(), POLLIN, 0};
-        EXPECT_EQ(::poll(&ended, 1, 10'000), 1) << "the helper goes on without its client";
+        EXPECT_EQ(::poll(&ended, 1, 10'000), 1) << "the helper runs without its client";
         ::kill(helper_, SIGKILL);
         ::waitpid(helper_, nullptr, 0);
     }

@@ -81,7 +81,7 @@ void failEachCall(const FailureKind& kind, const Operation& operation, const Che
             return;
         }
     }
-    FAIL() << "the operation has no end of calls";
+    FAIL() << "the operation never stops calling";
 }
 
 std::string parentOf(const std::string& path) {

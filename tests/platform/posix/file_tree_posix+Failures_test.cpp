@@ -57,7 +57,7 @@ void failSomeCalls(Failing failing, const Operation& operation, const Check& che
             return;
         }
     }
-    FAIL() << "the operation has no end of calls";
+    FAIL() << "the operation never stops calling";
 }
 
 class TreeFailures : public testing::TestWithParam<Failing> {

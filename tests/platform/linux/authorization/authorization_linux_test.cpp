@@ -142,7 +142,7 @@ class RootAuthorization : public AuthorizationTest {
   protected:
     void SetUp() override {
         AuthorizationTest::SetUp();
-        if (::getuid() != 0) GTEST_SKIP() << "about the super-user";
+        if (::getuid() != 0) GTEST_SKIP() << "for root";
     }
 };
 

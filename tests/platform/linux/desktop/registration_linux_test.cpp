@@ -244,9 +244,9 @@ TEST_F(Registration, EveryCallMayFail) {
 class RootRegistration : public Registration {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "for the super-user";
+        if (!test::isSuperUser()) GTEST_SKIP() << "for root";
         user_.emplace(folder_);
-        if (!user_->available()) GTEST_SKIP() << "no mounts of its own";
+        if (!user_->available()) GTEST_SKIP() << "no private mounts here";
         process_.id = 0;
         locations_.user = "kxtester";
         locations_.home = user_->home();

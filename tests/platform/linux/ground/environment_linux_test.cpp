@@ -43,7 +43,7 @@ TEST(Environment, WithoutAnAbsoluteHomeThePasswordDatabaseSpeaks) {
 }
 
 TEST(RootEnvironment, WhomTheDatabaseDoesNotKnowIsAtHomeInTheRootFolder) {
-    if (::getuid() != 0) GTEST_SKIP() << "for the super-user, who can become anybody";
+    if (::getuid() != 0) GTEST_SKIP() << "needs root, which can become any user";
     constexpr uid_t kUnknown = 4242424;
     const ScopedEnvironment home("HOME", nullptr);
     ASSERT_EQ(::seteuid(kUnknown), 0);

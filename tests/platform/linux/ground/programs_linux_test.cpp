@@ -114,7 +114,7 @@ TEST(TrustedProgram, IsNothingButAnAbsolutePathToAProgram) {
 }
 
 TEST(RootTrustedProgram, MayNotBelongToAnotherUserNorLieInTheirFolder) {
-    if (::geteuid() != 0) GTEST_SKIP() << "only the super-user can give files away";
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can change owners";
     const TempFolder folder;
     const std::string program = makeProgram(folder, "shared/theirs/tool");
     ASSERT_EQ(::chown(program.c_str(), 65534, 65534), 0);

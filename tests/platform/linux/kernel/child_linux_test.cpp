@@ -49,7 +49,7 @@ TEST_F(WaitingChild, IsSignalledAndWaitedForWithAndWithoutItsDescriptor) {
         const Descriptor exit = withDescriptor ? openExitDescriptor(child) : Descriptor();
         siginfo_t info{};
         EXPECT_EQ(waitForChild(exit, child, &info, WEXITED | WNOHANG), 0);
-        EXPECT_EQ(info.si_pid, 0) << "it goes on";
+        EXPECT_EQ(info.si_pid, 0) << "it still runs";
         EXPECT_EQ(signalChild(exit, child, SIGUSR1), 0);
         EXPECT_EQ(waitForChild(exit, child, &info, WEXITED), 0);
         EXPECT_EQ(info.si_pid, child);

@@ -66,7 +66,7 @@ TEST(LinuxLocations, TheUserIsTheOneThatTheProcessRunsFor) {
 }
 
 TEST(RootLocations, NameAnUnknownUserByTheEnvironmentElseByNumber) {
-    if (::getuid() != 0) GTEST_SKIP() << "for the super-user, who can become anybody";
+    if (::getuid() != 0) GTEST_SKIP() << "needs root, which can become any user";
     constexpr uid_t kUnknown = 4242424;
     const auto nameWith = [](const char* value) {
         const ScopedEnvironment user("USER", value);
@@ -85,7 +85,7 @@ TEST(LinuxLocations, ReturnRootsHomeWithoutAName) {
 }
 
 TEST(RootLocations, BeginUserFoldersWithRootsHome) {
-    if (::getuid() != 0) GTEST_SKIP() << "for the super-user";
+    if (::getuid() != 0) GTEST_SKIP() << "for root";
     EXPECT_EQ(locations().searchPaths(SearchPathDirectory::Library, SearchPathDomainMask::User),
               (StringList{"/var/root/Library"}));
 }

@@ -67,7 +67,7 @@ void failEachCall(const FailureKind& kind, const Source& source) {
             return;
         }
     }
-    FAIL() << "it has no end of calls";
+    FAIL() << "it never stops calling";
 }
 
 class TrashFailures : public testing::TestWithParam<FailureKind> {};

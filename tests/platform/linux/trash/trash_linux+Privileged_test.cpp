@@ -227,7 +227,7 @@ TEST_F(PrivilegedTrash, IsRefusedUnderAnyOtherName) {
 }
 
 TEST(RootPrivilegedTrash, BelongsToTheUserItIsMadeFor) {
-    if (::getuid() != 0) GTEST_SKIP() << "for the super-user";
+    if (::getuid() != 0) GTEST_SKIP() << "for root";
     const TempFolder folder;
     const std::string home = folder.makeFolder("home");
     test::letEverybodyIn(folder);
@@ -261,7 +261,7 @@ int renamedByUser(const std::string& from, const std::string& to) {
 class RootsItemsInTrash : public testing::Test {
   protected:
     void SetUp() override {
-        if (::getuid() != 0) GTEST_SKIP() << "for the super-user";
+        if (::getuid() != 0) GTEST_SKIP() << "for root";
         test::letEverybodyIn(folder_);
         ASSERT_EQ(::chown(home_.c_str(), test::FakeUser::kId, test::FakeUser::kId), 0);
         folder_.writeFile("system/a file", "text");

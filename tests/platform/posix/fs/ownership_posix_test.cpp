@@ -41,7 +41,7 @@ TEST(UserOwnership, WhatAnOrdinaryUserMakesIsHisEverywhere) {
 class RootOwnership : public testing::Test {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "about the super-user";
+        if (!test::isSuperUser()) GTEST_SKIP() << "for root";
         user_ = std::make_unique<FakeUser>(folder_);
         if (!user_->available()) GTEST_SKIP() << "the password database cannot be replaced here";
     }

@@ -61,7 +61,7 @@ TEST(TreeWorkPool, FewDescriptorsMakeOneThreadWithFewLevels) {
 }
 
 TEST(TreeWorkPool, WantsNoWorkForOneThread) {
-    const TreeWorkPool pool(1, [] { FAIL() << "there is to be no further thread"; });
+    const TreeWorkPool pool(1, [] { FAIL() << "no further thread may be started"; });
     EXPECT_FALSE(pool.wantsWork());
 }
 

@@ -150,7 +150,7 @@ TEST(Task, OnlyTheOutputPipeHasMoreRoom) {
     const int usual = size(error);
     const Pipe probe = native().fileHandles->makePipe();
     if (::fcntl(numberOf(probe.writing), F_SETPIPE_SZ, 1 << 20) <= usual)
-        GTEST_SKIP() << "the system gives pipes no more room";
+        GTEST_SKIP() << "the system does not enlarge pipes";
     task->setStandardInput(input);
     task->setStandardOutput(output);
     task->setStandardError(error);

@@ -102,7 +102,7 @@ TEST(MainThread, ADetachedThreadIsNotLeftBehind) {
 // The limit on processes does not apply to root.
 TEST(UserMainThread, ThrowsWhenNoThreadCanBeStarted) {
     if (test::kSanitized) GTEST_SKIP() << "the sanitizer's own threads count";
-    if (::geteuid() == 0) GTEST_SKIP() << "limits do not bind the super-user";
+    if (::geteuid() == 0) GTEST_SKIP() << "limits do not apply to root";
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NPROC, &before), 0);
     const rlimit none{0, before.rlim_max};

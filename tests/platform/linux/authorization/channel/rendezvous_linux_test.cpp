@@ -135,7 +135,7 @@ TEST_F(UserRendezvous, ClosesAConnectionOfAnotherUserThanRootAndKeepsWaiting) {
 class RootRendezvous : public RendezvousTest {
   protected:
     void SetUp() override {
-        if (::geteuid() != 0) GTEST_SKIP() << "about the super-user";
+        if (::geteuid() != 0) GTEST_SKIP() << "for root";
     }
 };
 

@@ -60,7 +60,7 @@ TEST(UserHelperProgram, IsRefusedToOrdinaryUsers) {
 class RootHelperProgram : public testing::Test {
   protected:
     void SetUp() override {
-        if (::geteuid() != 0) GTEST_SKIP() << "about the super-user";
+        if (::geteuid() != 0) GTEST_SKIP() << "for root";
         ::unsetenv("PKEXEC_UID");
     }
     test::TempFolder folder_;

@@ -73,7 +73,7 @@ TEST_F(HelpersSession, EndsWithAMessageThatIsNotARequest) {
     EXPECT_TRUE(sendMessage(socket_.get(), MessageKind::Reply, "1234"));
     served_.join();
     char byte = 0;
-    EXPECT_FALSE(receiveBytes(socket_.get(), &byte, 1)) << "nothing is answered";
+    EXPECT_FALSE(receiveBytes(socket_.get(), &byte, 1)) << "no reply is sent";
 }
 
 TEST_F(HelpersSession, PassesOnEachToolThatWasStartedBeforeTheReply) {
