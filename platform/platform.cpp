@@ -11,7 +11,7 @@ namespace quillmoor::platform {
 namespace {
 
 // Null means native(), so that a program's first call needs no initialization order.
-std::atomic<const Platform*> inForce{nullptr};
+std::atomic<const Platform*> inUse{nullptr};
 
 #ifndef KX_TRACE
 const Platform& traced(const Platform& services) {
@@ -32,12 +32,12 @@ const Platform& native() {
 }
 
 const Platform& current() {
-    const Platform* platform = inForce.load(std::memory_order_acquire);
+    const Platform* platform = inUse.load(std::memory_order_acquire);
     return platform != nullptr ? *platform : native();
 }
 
 const Platform* exchange(const Platform* platform) {
-    return inForce.exchange(platform, std::memory_order_acq_rel);
+    return inUse.exchange(platform, std::memory_order_acq_rel);
 }
 
 }  // namespace quillmoor::platform

@@ -38,7 +38,7 @@ std::string perform(const StringList& words) {
         {"dialog", probe::askWithDialog},
         {"unasked", probe::askWithNeither},
         {"twice", probe::askTwice},
-        {"free", probe::giveUp},
+        {"free", probe::release},
         {"execute", probe::execute},
         {"bytes", probe::executeBytes},
         {"large", probe::executeLarge},

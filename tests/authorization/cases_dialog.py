@@ -6,14 +6,14 @@ import re
 import subprocess
 
 from actors import CANCELED, DENIED, SUCCESS, DismissingAgent, Probe, Terminal, TypingAgent
-from checks import check_authorized, check_nobody_to_ask, kill_helpers
+from checks import check_authorized, check_user_cannot_be_asked, kill_helpers
 from stage import HELPER, check, eventually, running, start_bus, zombies_of
 
 
 def dialog(passwords):
     start_bus()
     with Probe("kxuser") as probe:
-        check_nobody_to_ask(probe)
+        check_user_cannot_be_asked(probe)
         with TypingAgent(probe, "kxuser") as agent:
             probe.say("dialog")
             check(agent.terminal.shows("AUTHENTICATING FOR com.quillmoor.rights "),

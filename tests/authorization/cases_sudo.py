@@ -1,13 +1,13 @@
 """sudo and su, where there is no polkit."""
 
 from actors import DENIED, SUCCESS, Probe, Terminal
-from checks import check_authorized, check_nobody_to_ask, refused_before_password
+from checks import check_authorized, check_user_cannot_be_asked, refused_before_password
 from stage import check
 
 
 def sudo(passwords):
     with Probe("kxuser") as probe:
-        check_nobody_to_ask(probe)
+        check_user_cannot_be_asked(probe)
         check(probe.status("credentials", "kxadmin", passwords["kxadmin"]) == SUCCESS,
               "su to the administrator, then sudo")
         check_authorized(probe, "su and sudo")

@@ -40,7 +40,7 @@ def refused_before_password(probe, name, word, text):
     check(status == DENIED and seconds < 1.5, f"{text}: denied at once ({status}, {seconds:.2f} s)")
 
 
-def check_nobody_to_ask(probe):
+def check_user_cannot_be_asked(probe):
     """The quickest of some: others may keep the machine busy, and the first wakes polkit."""
     answers = [probe.timed("dialog") for _ in range(4)]
     seconds = min(answer[1] for answer in answers)

@@ -114,7 +114,7 @@ std::string askTwice(const StringList& words) {
     return std::to_string(first) + " " + std::to_string(second);
 }
 
-std::string giveUp(const StringList&) {
+std::string release(const StringList&) {
     const AuthorizationStatus status =
         services().free(reference, platform::kAuthorizationFlagDefaults);
     reference = nullptr;

@@ -18,7 +18,7 @@ std::string askWithNeither(const StringList&);
 std::string askTwice(const StringList& words);
 
 // Releases the authorization and returns the status.
-std::string giveUp(const StringList&);
+std::string release(const StringList&);
 
 // Starts words[1] with the rest as arguments and reads to the end of its output. Returns the status
 // and the output in hexadecimal digits.

@@ -27,7 +27,7 @@ struct AuthorizationOpaque {
 namespace linux_::authorization {
 namespace {
 
-bool isSuperUser() {
+bool isRoot() {
     return ::getuid() == 0;
 }
 
@@ -104,7 +104,7 @@ class LinuxAuthorization final : public Authorization {
         if (!rights || rights->empty()) return kAuthorizationSuccess;
         if (!areGrantable(rights)) return kAuthorizationDenied;
         if (reference->isDirect) return kAuthorizationSuccess;
-        if (isSuperUser()) {
+        if (isRoot()) {
             reference->isDirect = true;
             return kAuthorizationSuccess;
         }

@@ -23,7 +23,7 @@ namespace {
 
 using posix::Descriptor;
 
-bool isSuperUser() {
+bool isRoot() {
     return current().processInfo->realUserId() == 0;
 }
 
@@ -36,7 +36,7 @@ struct Application {
 // As root no link in the bundle is followed: its owner may want a file read that only root may
 // read.
 std::optional<PropertyListDictionary> infoOf(const std::string& bundle) {
-    const int noFollow = isSuperUser() ? O_NOFOLLOW : 0;
+    const int noFollow = isRoot() ? O_NOFOLLOW : 0;
     const posix::SystemCalls& calls = posix::systemCalls();
     Descriptor folder;
     if (posix::openFolder(bundle, folder) != 0) return std::nullopt;
@@ -79,14 +79,14 @@ std::optional<Application> applicationAt(const std::string& path) {
 }
 
 int writeEntryOf(const Application& application) {
-    const bool superUser = isSuperUser();
+    const bool asRoot = isRoot();
     std::string path;
     Descriptor folder;
-    int error = superUser ? openConsoleUsersEntryFolder(folder) : openOwnEntryFolder(path, folder);
+    int error = asRoot ? openConsoleUsersEntryFolder(folder) : openOwnEntryFolder(path, folder);
     if (error == 0)
         error = writeEntry(folder, application.identifier + ".desktop",
                            desktopEntryText(application.name, application.program));
-    if (error != 0 || superUser) return error;
+    if (error != 0 || asRoot) return error;
     if (const OptionalPath tool = findProgram("update-desktop-database"))
         startOnItsOwn(*tool, {path});
     return 0;

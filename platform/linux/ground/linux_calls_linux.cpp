@@ -59,7 +59,7 @@ constexpr LinuxCalls kNative{
 }  // namespace
 
 namespace detail {
-constinit std::atomic<const LinuxCalls*> linuxCallsInForce{&kNative};
+constinit std::atomic<const LinuxCalls*> linuxCallsInUse{&kNative};
 }
 
 const LinuxCalls& nativeLinuxCalls() {
@@ -67,8 +67,8 @@ const LinuxCalls& nativeLinuxCalls() {
 }
 
 const LinuxCalls* exchangeLinuxCalls(const LinuxCalls* calls) {
-    return detail::linuxCallsInForce.exchange(calls != nullptr ? calls : &kNative,
-                                              std::memory_order_acq_rel);
+    return detail::linuxCallsInUse.exchange(calls != nullptr ? calls : &kNative,
+                                            std::memory_order_acq_rel);
 }
 
 }  // namespace quillmoor::platform::linux_

@@ -32,12 +32,12 @@ struct LinuxCalls {
 };
 
 namespace detail {
-extern std::atomic<const LinuxCalls*> linuxCallsInForce;
+extern std::atomic<const LinuxCalls*> linuxCallsInUse;
 }
 
 // The table in use.
 inline const LinuxCalls& linuxCalls() {
-    return *detail::linuxCallsInForce.load(std::memory_order_acquire);
+    return *detail::linuxCallsInUse.load(std::memory_order_acquire);
 }
 
 // The system's own calls, also while another table is in use.

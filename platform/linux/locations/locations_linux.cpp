@@ -18,7 +18,7 @@
 namespace quillmoor::platform {
 namespace {
 
-constexpr uid_t kSuperUser = 0;
+constexpr uid_t kRootId = 0;
 
 bool isFolder(const std::string& path) {
     struct stat status {};
@@ -36,7 +36,7 @@ class LinuxLocations : public Locations {
 
     OptionalPath homeDirectoryForUser(const OptionalString& name) override {
         const std::optional<posix::User> user =
-            name ? posix::userWithName(*name) : posix::userWithId(kSuperUser);
+            name ? posix::userWithName(*name) : posix::userWithId(kRootId);
         if (!user || !user->home.starts_with('/')) return std::nullopt;
         return linux_::withoutTrailingSlashes(user->home);
     }
@@ -72,9 +72,9 @@ class LinuxLocations : public Locations {
     }
 
     linux_::UserDomainFolders userDomain() {
-        if (::getuid() != kSuperUser) return linux_::foldersOfThisUser();
+        if (::getuid() != kRootId) return linux_::foldersOfThisUser();
         const OptionalString name = consoleUser();
-        return linux_::foldersOfSuperUser(name ? posix::userWithName(*name) : std::nullopt);
+        return linux_::foldersOfRoot(name ? posix::userWithName(*name) : std::nullopt);
     }
 };
 

@@ -10,7 +10,7 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
-constexpr std::string_view kSuperUserRoot = "/var/root";
+constexpr std::string_view kRootsHome = "/var/root";
 constexpr std::string_view kUserDirs = "user-dirs.dirs";
 
 struct Kind {
@@ -67,8 +67,8 @@ UserDomainFolders foldersOfThisUser() {
     return {home, home, joined(config, kUserDirs), std::nullopt};
 }
 
-UserDomainFolders foldersOfSuperUser(const std::optional<posix::User>& consoleUser) {
-    const std::string root(kSuperUserRoot);
+UserDomainFolders foldersOfRoot(const std::optional<posix::User>& consoleUser) {
+    const std::string root(kRootsHome);
     if (!consoleUser || !consoleUser->home.starts_with('/')) return {root, root, "", std::nullopt};
     const std::string settings = joined(joined(consoleUser->home, ".config"), kUserDirs);
     return {root, withoutTrailingSlashes(consoleUser->home), settings, consoleUser->id};

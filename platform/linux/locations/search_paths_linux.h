@@ -21,7 +21,7 @@ UserDomainFolders foldersOfThisUser();
 
 // The results begin with /var/root, which the library expects for root; the names of the folders
 // are those of the user at the console.
-UserDomainFolders foldersOfSuperUser(const std::optional<posix::User>& consoleUser);
+UserDomainFolders foldersOfRoot(const std::optional<posix::User>& consoleUser);
 
 // User before local before system.
 StringList standardFolders(const UserDomainFolders& user, SearchPathDirectory directory,

@@ -84,8 +84,8 @@ std::optional<TrashFolder> TrashFolder::open(const std::string& homePath, int& e
     if (error != 0) return std::nullopt;
     if (::geteuid() == 0 && status->st_uid != 0)
         trash.owner_ = posix::Owner{status->st_uid, status->st_gid};
-    const auto standing = statusOf(home.get(), kLinkName);
-    error = standing && S_ISDIR(standing->st_mode) ? trash.openPlainFolder(home)
+    const auto existing = statusOf(home.get(), kLinkName);
+    error = existing && S_ISDIR(existing->st_mode) ? trash.openPlainFolder(home)
                                                    : trash.openLocation(home, homePath);
     if (error != 0) return std::nullopt;
     return trash;
@@ -101,8 +101,8 @@ int TrashFolder::openPlainFolder(const Descriptor& home) {
 
 int TrashFolder::openLocation(const Descriptor& home, const std::string& homePath) {
     const StringList usual{".local", "share", "Trash"};
-    const auto standing = statusOf(home.get(), kLinkName);
-    if (owner_ && standing && S_ISLNK(standing->st_mode)) {
+    const auto existing = statusOf(home.get(), kLinkName);
+    if (owner_ && existing && S_ISLNK(existing->st_mode)) {
         const StringList components = trashOfLink(readLink(home.get(), kLinkName), homePath);
         return components.empty() ? ELOOP : openTrash(home, components);
     }
@@ -114,7 +114,7 @@ int TrashFolder::openLocation(const Descriptor& home, const std::string& homePat
     int error = data ? posix::createFolders(*data) : 0;
     if (data && error == 0) error = posix::openFolder(*data, dataFolder);
     if (error == 0) error = data ? openTrash(dataFolder, {"Trash"}) : openTrash(home, usual);
-    if (error == 0 && !standing)
+    if (error == 0 && !existing)
         makeLink(home.get(), data ? *data + "/Trash" : componentsJoined(usual, "/"), owner_);
     return error;
 }

@@ -76,10 +76,10 @@ class Recycling {
         result_ = posix::moveItemTo(from_, to_);
         if (result_.error == 0 || result_.copyRemains) return false;
         trash_.release(name);
-        return result_.error == EEXIST && somethingStands();
+        return result_.error == EEXIST && destinationExists();
     }
 
-    bool somethingStands() const {
+    bool destinationExists() const {
         struct stat status;
         return posix::statusOf(to_, posix::FollowLink::No, status) == 0;
     }

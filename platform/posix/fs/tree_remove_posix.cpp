@@ -175,7 +175,7 @@ class RemovalWorker : public TreeWorker {
                 return readAgain(level);
             noteFailure(&level, error);
         }
-        leaveStanding(level);
+        skipFolder(level);
     }
 
     static void readAgain(RemovalLevel& level) {
@@ -195,7 +195,7 @@ class RemovalWorker : public TreeWorker {
         return error == ENOENT ? 0 : error;
     }
 
-    void leaveStanding(RemovalLevel& level) {
+    void skipFolder(RemovalLevel& level) {
         if (!takeUp()) return;
         if (auto* const above = static_cast<RemovalLevel*>(aboveTop())) {
             above->left.folders.insert(std::move(level.name));

@@ -83,7 +83,7 @@ constexpr SystemCalls kNative{
 }  // namespace
 
 namespace detail {
-constinit std::atomic<const SystemCalls*> callsInForce{&kNative};
+constinit std::atomic<const SystemCalls*> callsInUse{&kNative};
 }
 
 const SystemCalls& nativeSystemCalls() {
@@ -91,8 +91,8 @@ const SystemCalls& nativeSystemCalls() {
 }
 
 const SystemCalls* exchangeSystemCalls(const SystemCalls* calls) {
-    return detail::callsInForce.exchange(calls != nullptr ? calls : &kNative,
-                                         std::memory_order_acq_rel);
+    return detail::callsInUse.exchange(calls != nullptr ? calls : &kNative,
+                                       std::memory_order_acq_rel);
 }
 
 }  // namespace quillmoor::platform::posix

@@ -95,12 +95,12 @@ struct SystemCalls {
 };
 
 namespace detail {
-extern std::atomic<const SystemCalls*> callsInForce;
+extern std::atomic<const SystemCalls*> callsInUse;
 }
 
 // The table in use.
 inline const SystemCalls& systemCalls() {
-    return *detail::callsInForce.load(std::memory_order_acquire);
+    return *detail::callsInUse.load(std::memory_order_acquire);
 }
 
 // The system's own calls, also while another table is in use.

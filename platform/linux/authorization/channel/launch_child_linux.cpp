@@ -70,7 +70,7 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
         if (posix::systemCalls().kill(pid, SIGKILL) == 0)
             waitFor(exit, pid);
         else
-            child->giveUp(pid, std::move(exit));
+            child->leaveToReaper(pid, std::move(exit));
         return nullptr;
     }
     child->pid_ = pid;
@@ -79,12 +79,12 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
 }
 
 LaunchChild::~LaunchChild() {
-    if (pid_ > 0 && !end()) giveUp(pid_, std::move(exit_));
+    if (pid_ > 0 && !end()) leaveToReaper(pid_, std::move(exit_));
 }
 
-void LaunchChild::giveUp(pid_t pid, Descriptor exit) noexcept {
-    givenUp_->adopt(pid, std::move(exit));
-    posix::reapLater(std::move(givenUp_));
+void LaunchChild::leaveToReaper(pid_t pid, Descriptor exit) noexcept {
+    abandoned_->adopt(pid, std::move(exit));
+    posix::reapLater(std::move(abandoned_));
 }
 
 bool LaunchChild::isRunning() const {

@@ -57,11 +57,11 @@ class LaunchChild {
 
   private:
     LaunchChild() = default;
-    void giveUp(pid_t pid, posix::Descriptor exit) noexcept;
+    void leaveToReaper(pid_t pid, posix::Descriptor exit) noexcept;
 
     pid_t pid_ = -1;  // -1 until it is started
     // Made in advance: when the child is left to the reaper there may be no memory.
-    std::shared_ptr<posix::Child> givenUp_ = std::make_shared<posix::Child>();
+    std::shared_ptr<posix::Child> abandoned_ = std::make_shared<posix::Child>();
     posix::Descriptor exit_;
     std::optional<LaunchEnd> end_;
 };

@@ -38,23 +38,24 @@ class Wait {
     }
 
   private:
-    enum { kKnock, kExit, kErrors, kTalk };  // from kTalk on, they are the conversation's
+    // Indices of polled_; from kConversation on, they are the conversation's.
+    enum { kConnection, kExit, kErrors, kConversation };
 
     bool came(std::size_t which) const { return polled_[which].revents != 0; }
 
     // False when the wait is over.
     bool step() {
-        polled_.resize(kTalk);
+        polled_.resize(kConversation);
         if (conversation_) conversation_->await(polled_);
         if (posix::systemCalls().poll(polled_.data(), polled_.size(),
                                       conversation_ ? millisecondsLeft() : -1) < 0) {
-            if (errno != EINTR) return giveUp();
+            if (errno != EINTR) return abandon();
             return true;
         }
         if (came(kErrors)) noteComplaint();
-        if (came(kKnock) && answerKnock()) return false;
+        if (came(kConnection) && acceptHelper()) return false;
         if (conversation_ && (!conversation_->proceed(launcher_) || Clock::now() >= deadline_))
-            return giveUp();
+            return abandon();
         if (came(kExit)) return noteEnd();
         return true;
     }
@@ -64,7 +65,7 @@ class Wait {
         return static_cast<int>(std::max(left.count(), std::chrono::milliseconds::rep{0}));
     }
 
-    bool answerKnock() {
+    bool acceptHelper() {
         attempt_.channel = rendezvous_->accept(launcher_.pid());
         return attempt_.channel.has_value();
     }
@@ -77,7 +78,7 @@ class Wait {
             attempt_.complaint += *piece;
     }
 
-    bool giveUp() {
+    bool abandon() {
         launcher_.kill();
         return false;
     }

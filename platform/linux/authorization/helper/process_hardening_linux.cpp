@@ -75,7 +75,7 @@ void leaveTerminal() {
     ::signal(SIGHUP, SIG_DFL);
 }
 
-bool becomeSuperUser() {
+bool becomeRoot() {
     return ::setgroups(0, nullptr) == 0 && ::setresgid(0, 0, 0) == 0 && ::setresuid(0, 0, 0) == 0;
 }
 
@@ -86,7 +86,7 @@ bool hardenProcess() {
     ::umask(S_IWGRP | S_IWOTH);
     leaveTerminal();
     resetLimits();
-    return closeDescriptors() && becomeSuperUser() && ::chdir("/") == 0 &&
+    return closeDescriptors() && becomeRoot() && ::chdir("/") == 0 &&
            ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && ::clearenv() == 0;
 }
 

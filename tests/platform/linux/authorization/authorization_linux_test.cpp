@@ -97,10 +97,10 @@ class UserAuthorization : public AuthorizationTest {
         ASSERT_TRUE(watch_);
         ASSERT_GE(::inotify_add_watch(watch_.get(), std::getenv("XDG_RUNTIME_DIR"), IN_CREATE), 0);
     }
-    // Nothing was made for a helper to come back to, not for a moment either.
-    bool wasNobodyAsked() const {
+    // A socket was made for a helper, if only for a moment.
+    bool wasRendezvousMade() const {
         pollfd made{watch_.get(), POLLIN, 0};
-        return ::poll(&made, 1, 0) == 0;
+        return ::poll(&made, 1, 0) != 0;
     }
 
   private:
@@ -110,7 +110,7 @@ class UserAuthorization : public AuthorizationTest {
 TEST_F(UserAuthorization, CredentialsAreTried) {
     EXPECT_NE(copyRights(kAdmin, credentials("nobody of this name", "word")),
               kAuthorizationSuccess);
-    EXPECT_FALSE(wasNobodyAsked());
+    EXPECT_TRUE(wasRendezvousMade());
 }
 
 TEST_F(UserAuthorization, IsNotGrantedWithoutInteractionAndCredentials) {
@@ -119,7 +119,7 @@ TEST_F(UserAuthorization, IsNotGrantedWithoutInteractionAndCredentials) {
                              credentials(std::nullopt, std::nullopt)})
         EXPECT_EQ(copyRights(kAdmin, half), kAuthorizationInteractionNotAllowed);
     EXPECT_EQ(execute("/bin/true"), kAuthorizationDenied);
-    EXPECT_TRUE(wasNobodyAsked());
+    EXPECT_FALSE(wasRendezvousMade());
 }
 
 TEST_F(UserAuthorization, CredentialsOfMoreThanALineAreDeniedWithoutAsking) {
@@ -128,7 +128,7 @@ TEST_F(UserAuthorization, CredentialsOfMoreThanALineAreDeniedWithoutAsking) {
          {credentials(string_view("us\0er", 5), "word"), credentials("us\ner", "word"),
           credentials("user", string_view("\0", 1)), credentials("user", "word\n")})
         EXPECT_EQ(copyRights(kAdmin, odd), kAuthorizationDenied);
-    EXPECT_TRUE(wasNobodyAsked());
+    EXPECT_FALSE(wasRendezvousMade());
 }
 
 TEST_F(UserAuthorization, CannotBeClaimedByTheEnvironment) {

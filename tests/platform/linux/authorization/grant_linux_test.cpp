@@ -98,7 +98,7 @@ TEST_F(GrantTest, OfAForkedChildIsDeniedWithoutAsking) {
     inherited = &grant;
     asked = &asked_;
     ::signal(SIGCHLD, SIG_DFL);
-    EXPECT_EQ(test::answerOfFork([] {
+    EXPECT_EQ(test::exitStatusOfFork([] {
                   std::shared_ptr<AuthorizedToolStream> stream;
                   const auto status = inherited->execute("/bin/true", {}, stream);
                   return status == kAuthorizationDenied && *asked == 0 ? 1 : 0;

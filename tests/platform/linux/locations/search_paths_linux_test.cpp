@@ -121,8 +121,8 @@ TEST(StandardFolders, SettingsThatCannotBeReadLeaveTheUsualNames) {
     EXPECT_EQ(usersOwn(foldersOfThisUser(), Directory::Document), home / "Documents");
 }
 
-TEST(SuperUsersFolders, BeginWithRootsHome) {
-    const UserDomainFolders user = foldersOfSuperUser(std::nullopt);
+TEST(RootsFolders, BeginWithRootsHome) {
+    const UserDomainFolders user = foldersOfRoot(std::nullopt);
     EXPECT_EQ(usersOwn(user, Directory::Library), "/var/root/Library");
     EXPECT_EQ(usersOwn(user, Directory::Document), "/var/root/Documents");
     EXPECT_EQ(usersOwn(user, Directory::Desktop), "/var/root/Desktop");
@@ -130,59 +130,59 @@ TEST(SuperUsersFolders, BeginWithRootsHome) {
     EXPECT_EQ(only(user, Directory::Library, Domain::Local), "/Library");
 }
 
-TEST(SuperUsersFolders, HaveTheNamesOfTheConsoleUsersFolders) {
+TEST(RootsFolders, HaveTheNamesOfTheConsoleUsersFolders) {
     const TempFolder home;
     home.writeFile(".config/user-dirs.dirs", kGermanFolders);
-    const UserDomainFolders user = foldersOfSuperUser(consoleUser(home));
+    const UserDomainFolders user = foldersOfRoot(consoleUser(home));
     EXPECT_EQ(usersOwn(user, Directory::Document), "/var/root/Dokumente");
     EXPECT_EQ(usersOwn(user, Directory::Desktop), "/var/root/Schreibtisch");
     EXPECT_EQ(usersOwn(user, Directory::Library), "/var/root/Library");
 }
 
-TEST(SuperUsersFolders, OfAConsoleUserWithoutAHomeHaveTheUsualNames) {
+TEST(RootsFolders, OfAConsoleUserWithoutAHomeHaveTheUsualNames) {
     const TempFolder here;
     here.writeFile(".config/user-dirs.dirs", kGermanFolders);
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(here.path());
     for (const char* home : {"", "relative"}) {
-        const UserDomainFolders user = foldersOfSuperUser(posix::User{::geteuid(), "al", home});
+        const UserDomainFolders user = foldersOfRoot(posix::User{::geteuid(), "al", home});
         EXPECT_EQ(usersOwn(user, Directory::Document), "/var/root/Documents");
     }
     std::filesystem::current_path(before);
 }
 
-TEST(SuperUsersFolders, IgnoreRootsOwnEnvironment) {
+TEST(RootsFolders, IgnoreRootsOwnEnvironment) {
     const TempFolder home;
     const TempFolder config;
     home.writeFile(".config/user-dirs.dirs", kGermanFolders);
     config.writeFile("user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/Falsch\"\n");
     const ScopedEnvironment configHome("XDG_CONFIG_HOME", config.path());
-    EXPECT_EQ(usersOwn(foldersOfSuperUser(consoleUser(home)), Directory::Document),
+    EXPECT_EQ(usersOwn(foldersOfRoot(consoleUser(home)), Directory::Document),
               "/var/root/Dokumente");
 }
 
-TEST(SuperUsersFolders, AFolderOutsideTheConsoleUsersHomeLeavesTheUsualName) {
+TEST(RootsFolders, AFolderOutsideTheConsoleUsersHomeLeavesTheUsualName) {
     const TempFolder home;
     home.writeFile(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"/etc\"\nXDG_DESKTOP_DIR=\"" +
                                                  home.path() + "x/D\"\n" + "XDG_VIDEOS_DIR=\"" +
                                                  home.path() + "/Filme\"\n");
-    const UserDomainFolders user = foldersOfSuperUser(consoleUser(home));
+    const UserDomainFolders user = foldersOfRoot(consoleUser(home));
     EXPECT_EQ(usersOwn(user, Directory::Document), "/var/root/Documents");
     EXPECT_EQ(usersOwn(user, Directory::Desktop), "/var/root/Desktop");
     EXPECT_EQ(usersOwn(user, Directory::Movies), "/var/root/Filme");
 }
 
-TEST(SuperUsersFolders, IgnoreSettingsThatAreALinkOrAnotherUsers) {
+TEST(RootsFolders, IgnoreSettingsThatAreALinkOrAnotherUsers) {
     const TempFolder home;
     const TempFolder elsewhere;
     const std::string file = elsewhere.writeFile("theirs", kGermanFolders);
     home.makeLink(".config/user-dirs.dirs", file);
-    EXPECT_EQ(usersOwn(foldersOfSuperUser(consoleUser(home)), Directory::Document),
+    EXPECT_EQ(usersOwn(foldersOfRoot(consoleUser(home)), Directory::Document),
               "/var/root/Documents");
     posix::User other = consoleUser(elsewhere);
     elsewhere.writeFile(".config/user-dirs.dirs", kGermanFolders);
     other.id += 1;
-    EXPECT_EQ(usersOwn(foldersOfSuperUser(other), Directory::Document), "/var/root/Documents");
+    EXPECT_EQ(usersOwn(foldersOfRoot(other), Directory::Document), "/var/root/Documents");
 }
 
 }  // namespace

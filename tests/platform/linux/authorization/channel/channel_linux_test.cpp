@@ -170,7 +170,7 @@ TEST_F(ChannelTest, OfAForkedChildIsClosedAndTheParentsStaysOpen) {
     static Channel* inherited;
     inherited = &channel();
     ::signal(SIGCHLD, SIG_DFL);
-    EXPECT_EQ(test::answerOfFork([] {
+    EXPECT_EQ(test::exitStatusOfFork([] {
                   std::shared_ptr<AuthorizedToolStream> stream;
                   const auto status = inherited->execute("/bin/true", {}, stream);
                   return !inherited->isOpen() && status == kAuthorizationDenied ? 1 : 0;

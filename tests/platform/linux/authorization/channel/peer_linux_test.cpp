@@ -60,16 +60,17 @@ TEST(Ancestry, HoldsTheProcessItselfAndAllAboveIt) {
     EXPECT_FALSE(descendsFrom(::getppid(), ::getpid()));
     static pid_t test;
     test = ::getpid();
-    EXPECT_EQ(test::answerOfFork([] {
-                  return test::answerOfFork([] { return descendsFrom(::getpid(), test) ? 1 : 0; });
-              }),
-              1);
+    EXPECT_EQ(
+        test::exitStatusOfFork([] {
+            return test::exitStatusOfFork([] { return descendsFrom(::getpid(), test) ? 1 : 0; });
+        }),
+        1);
 }
 
 TEST(Ancestry, IsNotMisledByTheNameOfAProcess) {
     static pid_t test;
     test = ::getpid();
-    EXPECT_EQ(test::answerOfFork([] {
+    EXPECT_EQ(test::exitStatusOfFork([] {
                   ::prctl(PR_SET_NAME, "x) S 1 (y) 1", 0, 0, 0);
                   return descendsFrom(::getpid(), test) ? 1 : 0;
               }),

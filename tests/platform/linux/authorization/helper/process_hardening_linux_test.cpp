@@ -72,11 +72,11 @@ int leaveAll() {
 }
 
 TEST_F(ProcessHardening, ResetsEverythingInherited) {
-    EXPECT_EQ(test::answerOfFork(leaveAll), 0);
+    EXPECT_EQ(test::exitStatusOfFork(leaveAll), 0);
 }
 
 TEST_F(ProcessHardening, OpensTheNullDeviceWithoutAStandardError) {
-    EXPECT_EQ(test::answerOfFork([] {
+    EXPECT_EQ(test::exitStatusOfFork([] {
                   ::close(STDERR_FILENO);
                   return hardenProcess() && leadsTo(STDERR_FILENO, "/dev/null") ? 0 : 1;
               }),

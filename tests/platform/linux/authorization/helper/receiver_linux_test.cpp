@@ -182,7 +182,7 @@ TEST_F(ReceiverTest, RefusesAnotherProcessOfTheSameUser) {
     static std::string bytes;
     socket = connection_.first.get();
     bytes = text(header()) + body_;
-    ASSERT_EQ(test::answerOfFork([] { return sendPiece(socket, bytes, 4) ? 0 : 1; }), 0);
+    ASSERT_EQ(test::exitStatusOfFork([] { return sendPiece(socket, bytes, 4) ? 0 : 1; }), 0);
     expectRefused();
 }
 
@@ -190,7 +190,7 @@ TEST_F(ReceiverTest, RefusesAnotherProcessInTheMiddleOfAMessage) {
     static int socket;
     socket = connection_.first.get();
     ASSERT_TRUE(send(text(header()), 4));
-    ASSERT_EQ(test::answerOfFork([] { return sendPiece(socket, "\1\0\0\0") ? 0 : 1; }), 0);
+    ASSERT_EQ(test::exitStatusOfFork([] { return sendPiece(socket, "\1\0\0\0") ? 0 : 1; }), 0);
     expectRefused();
 }
 

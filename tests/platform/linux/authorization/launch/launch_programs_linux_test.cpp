@@ -47,7 +47,7 @@ TEST(LaunchPrograms, ThatSpeakToTheUserGetTheUsersLanguage) {
 }
 
 TEST(LaunchPrograms, CannotHelpAConfinedProcess) {
-    EXPECT_EQ(test::answerOfFork([] {
+    EXPECT_EQ(test::exitStatusOfFork([] {
                   ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
                   return isConfined() ? 7 : 8;
               }),

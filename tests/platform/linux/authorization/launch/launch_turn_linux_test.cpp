@@ -43,7 +43,7 @@ TEST(LaunchTurnTest, OfAThreadIsNotWaitedForInAForkedChild) {
         done.get_future().wait();
     });
     taken.get_future().wait();
-    EXPECT_EQ(test::answerOfFork([] {
+    EXPECT_EQ(test::exitStatusOfFork([] {
                   ::alarm(10);
                   const LaunchTurn turn;
                   return 7;

@@ -118,7 +118,7 @@ int exitCodeOf(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-int answerOfFork(int (*body)()) {
+int exitStatusOfFork(int (*body)()) {
     const pid_t child = ::fork();
     if (child == 0) ::_exit(body());
     return exitCodeOf(child);

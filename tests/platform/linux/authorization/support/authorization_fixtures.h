@@ -98,7 +98,7 @@ int exitCodeOf(pid_t child);
 // A descriptor that is readable once the process has ended.
 platform::posix::Descriptor openProcess(pid_t process);
 // Returns the exit status of `body` in a child of this process.
-int answerOfFork(int (*body)());
+int exitStatusOfFork(int (*body)());
 
 // All that a tool writes to its output.
 std::string allOf(platform::AuthorizedToolStream& stream);
