@@ -108,6 +108,7 @@ class LinuxAuthorization final : public Authorization {
             reference->isDirect = true;
             return kAuthorizationSuccess;
         }
+        // Given credentials are always verified, also while authorization is held.
         const std::optional<Credentials> credentials = credentialsIn(environment);
         const bool isHeld = reference->grant && reference->grant->isHeld();
         if (isHeld && !credentials) return kAuthorizationSuccess;

@@ -54,6 +54,7 @@ class PlainNumbers {
 
 Node parse(std::string_view bytes) {
     plist_t parsed = nullptr;
+    // The size was limited when the file was read.
     const auto length = static_cast<std::uint32_t>(bytes.size());
     if (bytes.starts_with(kBinaryHeader)) {
         if (linux_::isModestBinary(bytes)) plist_from_bin(bytes.data(), length, &parsed);

@@ -89,6 +89,7 @@ OptionalPath applicationAround(const std::string& program) {
 
 OptionalPath startedBy(const DesktopEntry& entry) {
     if (!entry.isApplication) return std::nullopt;
+    // An entry whose TryExec is missing counts as not installed.
     if (entry.tryExec && !findProgram(*entry.tryExec)) return std::nullopt;
     const OptionalString name = entry.exec ? programInExec(*entry.exec) : std::nullopt;
     const OptionalPath program = name ? findProgram(*name) : std::nullopt;
@@ -114,7 +115,7 @@ void addEntryFolder(ApplicationFolders& folders, const std::string& dataFolder) 
     folders.entries.push_back(*appendPathComponent(dataFolder, "applications"));
 }
 
-// The home of the user at the console.
+// Root has no desktop of its own: applications are those of the user at the console.
 OptionalPath consoleHome() {
     Locations& locations = *current().locations;
     const OptionalString user = locations.consoleUser();

@@ -33,6 +33,7 @@ bool guards(const struct stat& folder) {
 
 }  // namespace
 
+// By the effective ids, with which the program would be started.
 bool isProgram(const std::string& path) {
     struct stat status {};
     return path.find('\0') == std::string::npos &&
@@ -50,6 +51,7 @@ OptionalPath findProgram(const std::string& name) {
     return std::nullopt;
 }
 
+// Checked and returned without links: another user may change one between check and start.
 OptionalPath trustedProgram(const std::string& path) {
     if (!path.starts_with('/') || !isProgram(path)) return std::nullopt;
     const std::unique_ptr<char, decltype(&::free)> real(

@@ -35,6 +35,8 @@ std::optional<std::string> readAtMost(const Descriptor& file, std::size_t expect
     return contents;
 }
 
+// O_NONBLOCK for a FIFO without a writer, O_NOCTTY for a terminal, which would become this
+// process's. The open file is checked, not the path: another user may replace the item in between.
 std::optional<std::string> read(const std::string& path, std::size_t limit, int flags,
                                 const std::optional<uid_t>& owner) {
     if (path.find('\0') != std::string::npos) return std::nullopt;

@@ -49,6 +49,7 @@ std::uint64_t nextCount() {
     return count;
 }
 
+// As os-release(5) says, the second file counts only where the first is missing.
 OptionalString releaseName() {
     for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
         const std::optional<std::string> text = linux_::readSmallFile(path, kLongestReleaseFile);

@@ -19,6 +19,7 @@ struct Free {
 };
 using AllocatedText = std::unique_ptr<char, Free>;
 
+// Loaded and not linked, since systems without systemd lack it. Never unloaded.
 const LoginManager* loadLoginManager() {
     void* library = ::dlopen("libsystemd.so.0", RTLD_LAZY | RTLD_LOCAL);
     if (library == nullptr) return nullptr;

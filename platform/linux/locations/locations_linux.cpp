@@ -37,6 +37,7 @@ class LinuxLocations : public Locations {
     OptionalPath homeDirectoryForUser(const OptionalString& name) override {
         const std::optional<posix::User> user =
             name ? posix::userWithName(*name) : posix::userWithId(kRootId);
+        // A relative home in the database would depend on the working folder.
         if (!user || !user->home.starts_with('/')) return std::nullopt;
         return linux_::withoutTrailingSlashes(user->home);
     }

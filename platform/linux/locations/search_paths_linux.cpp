@@ -53,6 +53,7 @@ OptionalPath placedByUser(const UserDomainFolders& user, std::string_view kind) 
     if (!settings) return std::nullopt;
     OptionalPath path = userDir(*settings, kind, user.home);
     if (!path || user.root == user.home) return path;
+    // A folder outside of the home has no counterpart below the root.
     const std::string inside = user.home + "/";
     if (!path->starts_with(inside)) return std::nullopt;
     return joined(user.root, path->substr(inside.size()));
@@ -71,6 +72,7 @@ UserDomainFolders foldersOfRoot(const std::optional<posix::User>& consoleUser) {
     const std::string root(kRootsHome);
     if (!consoleUser || !consoleUser->home.starts_with('/')) return {root, root, "", std::nullopt};
     const std::string settings = joined(joined(consoleUser->home, ".config"), kUserDirs);
+    // With an owner: as root this process must not read any other file through a link.
     return {root, withoutTrailingSlashes(consoleUser->home), settings, consoleUser->id};
 }
 

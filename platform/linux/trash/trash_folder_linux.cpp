@@ -175,6 +175,7 @@ int TrashFolder::makeRecord(const std::string& name, std::string_view originalPa
     if (!records_) return 0;
     const std::string record = name + std::string(kTrashInfoSuffix);
     const std::string text = trashInfo(originalPath, std::time(nullptr));
+    // O_EXCL reserves the name: other programs make the record before they move the item as well.
     Descriptor file(calls.openat(records_.get(), record.c_str(),
                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR));
     if (!file) return errno;

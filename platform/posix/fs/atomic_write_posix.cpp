@@ -15,6 +15,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
+// The temporary file becomes the final one, so the umask applies to it as to any new file.
 constexpr mode_t kUsualMode = 0666;
 
 int createTemporary(const DirectoryEntry& entry, std::string& name, Descriptor& file) {

@@ -60,7 +60,7 @@ void ReadAhead::run() {
     }
 }
 
-// NO when nobody wants any more. The piece that was given last is still in use.
+// False when no further piece is wanted. The piece that was returned last is still in use.
 bool ReadAhead::waitForRoom() {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return read_ - given_ + 1 < kPieces || stopped_; });

@@ -154,10 +154,12 @@ AuthorizationStatus Channel::execute(const std::string& tool, const StringList& 
 
     const int socket = socket_->descriptor.get();
     const bool isSent = sendMessage(socket, MessageKind::Request, *body, descriptors);
+    // Nothing was sent: the channel stays usable.
     if (!isSent && errno == ETOOMANYREFS) return kAuthorizationToolExecuteFailure;
     ReplyBody error = 0;
     if (!isSent || !receiveHeader(socket, MessageKind::Reply, sizeof error) ||
         !receiveBytes(socket, &error, sizeof error)) {
+        // A part of a message may be in transit, so no further one would be understood.
         socket_->descriptor.reset();
         return kAuthorizationDenied;
     }

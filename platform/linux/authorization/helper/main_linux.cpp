@@ -35,9 +35,11 @@ int run(std::span<const char* const> texts) {
     const std::optional<helper::Arguments> arguments = helper::parseArguments(texts);
     if (!arguments) return refuse(kBadArguments, "it is started by other programs only");
     if (!wasStartedAsRoot()) return refuse(kRefused, "not started as the super-user");
+    // Before hardenProcess, which clears the environment.
     if (!helper::wasStartedBy(*arguments, std::getenv("PKEXEC_UID")))
         return refuse(kRefused, "not started by the client");
     if (!helper::hardenProcess()) return refuse(kRefused, "the surroundings cannot be left");
+    // After it, since it closes all descriptors.
     const std::optional<helper::Client> client = helper::connectToClient(*arguments);
     if (!client) return refuse(kRefused, "the client is not there");
     helper::serve(*client, helper::logTool);

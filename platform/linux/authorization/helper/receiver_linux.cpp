@@ -110,12 +110,14 @@ std::size_t Receiver::receiveSome(void* bytes, std::size_t size,
     message.msg_control = room.data();
     message.msg_controllen = room.size();
     Sender sender;
+    // Before the call: descriptors that have arrived must not leak for lack of memory.
     sender.descriptors.reserve(room.size() / sizeof(int));
     ssize_t count = 0;
     do count = posix::systemCalls().recvmsg(client_.socket.get(), &message, MSG_CMSG_CLOEXEC);
     while (count < 0 && errno == EINTR);
     if (count <= 0) return 0;
     readSender(message, client_, sender);
+    // MSG_CTRUNC: more descriptors than a request has.
     if (!sender.isClient || (message.msg_flags & (MSG_CTRUNC | MSG_TRUNC)) != 0) return 0;
     descriptors = std::move(sender.descriptors);
     return static_cast<std::size_t>(count);

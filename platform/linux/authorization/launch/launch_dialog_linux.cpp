@@ -64,6 +64,7 @@ AuthorizationStatus askWithSudo(Rendezvous& rendezvous, std::optional<Channel>& 
     if (!terminal.isUsable() || !program) return kAuthorizationInteractionNotAllowed;
     LaunchSetup setup;
     setup.path = *program;
+    // -k: an earlier authentication is not reused, so the user is asked each time.
     setup.arguments = {"-k", "-u", "root", "--"};
     for (std::string& argument : rendezvous.helperCommand())
         setup.arguments.push_back(std::move(argument));
@@ -75,6 +76,7 @@ AuthorizationStatus askWithSudo(Rendezvous& rendezvous, std::optional<Channel>& 
     LaunchAttempt attempt = waitForHelper(&rendezvous, *launcher, Descriptor(), nullptr);
     channel = std::move(attempt.channel);
     if (channel) return kAuthorizationSuccess;
+    // An interrupt at its prompt ends sudo by a signal.
     const bool dismissed = attempt.end && attempt.end->signal;
     return dismissed ? kAuthorizationCanceled : kAuthorizationDenied;
 }

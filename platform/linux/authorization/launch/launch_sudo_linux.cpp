@@ -80,7 +80,8 @@ StringList joined(StringList first, const StringList& second) {
     return first;
 }
 
-// As "$0" and "$@" the arguments reach the shell unparsed and need no quoting.
+// As "$0" and "$@" the arguments reach the shell unparsed and need no quoting. A shell of our own
+// choice, since the user's may understand another language.
 StringList suArguments(const std::string& user, const std::string& script) {
     return {"-s", "/bin/sh", "-c", script, "--", user};
 }
@@ -97,6 +98,7 @@ std::optional<PasswordLaunch> launchFor(const posix::User& user, const StringLis
                               {kSuPrompt});
     }
     if (!sudo) return std::nullopt;
+    // -k: the password is verified, also after a recent authentication.
     if (user.id == ::getuid())
         return PasswordLaunch(*sudo, joined({"-S", "-k", "-p", prompt, "-u", "root", "--"}, helper),
                               {prompt});
