@@ -19,8 +19,8 @@ class Bundle {
     // `objectForInfoDictionaryKey:` of a string or a number, as text; nil when the key is missing.
     virtual OptionalString infoDictionaryText(const std::string& key) = 0;
 
-    // `pathForResource:ofType:`: the resource in the user's preferred language where the bundle has
-    // it; nil when there is no such resource.
+    // `pathForResource:ofType:`: the resource that is in no language's folder, else that of the
+    // first of the user's languages that has it; nil when there is none.
     virtual OptionalPath pathForResource(const std::string& name, const std::string& type) = 0;
 };
 

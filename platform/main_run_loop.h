@@ -12,9 +12,9 @@ namespace quillmoor::platform {
 // panel is shown is queued for the default mode only.
 enum class RunLoopMode { Default, ModalPanel };
 
-// Functions that post may be called from any thread, all others from the main thread, which is the
-// process's first. The first use makes the queue, which lives until the process exits; it throws
-// platform::Exception when there are no descriptors for it.
+// Functions that prepare or post may be called from any thread, all others from the main thread,
+// the process's first. The first use makes the queue, which lives until the process exits; it
+// throws platform::Exception when there are no descriptors for it.
 class MainRunLoop {
   public:
     // Queues `function`, which runs once on the main thread. An exception in it leaves run or
