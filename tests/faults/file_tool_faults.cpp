@@ -8,8 +8,8 @@
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/faults/files_world.h"
-#include "tests/faults/given_up_child.h"
 #include "tests/faults/held_timeouts.h"
+#include "tests/faults/released_child.h"
 
 namespace quillmoor::test {
 namespace {
@@ -28,7 +28,7 @@ class ToolWorld : public FilesWorld {
     ~ToolWorld() {
         platform::MainRunLoop::run(platform::RunLoopMode::Default,
                                    std::chrono::steady_clock::now());
-        giveUpARunningChild();
+        releaseRunningChild();
     }
 
     std::string source = folder().makeFolder("source");

@@ -23,7 +23,7 @@
 #include "quillmoor/platform/linux/authorization/polkit/polkit_helper_linux.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
-#include "tests/faults/given_up_child.h"
+#include "tests/faults/released_child.h"
 #include "tests/platform/linux/authorization/support/authorization_fixtures.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/write_guard.h"
@@ -200,7 +200,7 @@ FaultScenario startOfALauncher() {
 
 // Whatever leaves the scenario.
 struct CollectsTheRest {
-    ~CollectsTheRest() { giveUpARunningChild(); }
+    ~CollectsTheRest() { releaseRunningChild(); }
 };
 
 // By a program such as polkit's own.

@@ -11,8 +11,8 @@
 #include "quillmoor/platform/main_run_loop.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
-#include "tests/faults/given_up_child.h"
 #include "tests/faults/kept_log.h"
+#include "tests/faults/released_child.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 
@@ -113,7 +113,7 @@ struct UninstallerWorld : PaneWorld {
     ~UninstallerWorld() {
         platform::MainRunLoop::run(platform::RunLoopMode::Default,
                                    std::chrono::steady_clock::now());
-        giveUpARunningChild();
+        releaseRunningChild();
         siginfo_t child{};
         while (::waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) == 0)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -8,9 +8,9 @@
 #include "quillmoor/task/KXTaskEx.h"
 #include "tests/children/child_tools.h"
 #include "tests/faults/fault_loop.h"
-#include "tests/faults/given_up_child.h"
 #include "tests/faults/held_timeouts.h"
 #include "tests/faults/kept_log.h"
+#include "tests/faults/released_child.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 
@@ -33,7 +33,7 @@ struct TaskWorld {
     TaskWorld() { platform->console = &console; }
     ~TaskWorld() {
         timeouts.end();
-        giveUpARunningChild();
+        releaseRunningChild();
     }
 
     SilentConsole console;

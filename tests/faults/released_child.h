@@ -1,14 +1,14 @@
-// What a program does after the fault that lets it collect the children it could not collect during
-// the fault.
+// Starting the reaper after a fault, so that it collects the children that it could not collect
+// during the fault.
 #pragma once
 
 #include "quillmoor/platform/platform.h"
 
 namespace quillmoor::test {
 
-// Gives up a child that still runs and then ends. The thread that collects such children, and its
-// descriptor, exist from now on in each run, and are allowed to stay.
-inline void giveUpARunningChild() {
+// Releases the task of a running child, which then ends. The reaper's thread and descriptor exist
+// from now on in each run, and are allowed to remain.
+inline void releaseRunningChild() {
     const platform::Platform& native = platform::native();
     const platform::Pipe input = native.fileHandles->makePipe();
     const auto task = native.tasks->makeTask();
