@@ -7,7 +7,9 @@
 
 namespace quillmoor {
 
-// The values before the first nil: an argument list ends there.
+// The values before the first nil; those after it are left out. A variadic argument list ends at
+// its first nil, and callers rely on that: with a nil source a tool is started without source and
+// destination, fails, and changes nothing. Throws std::bad_alloc.
 inline StringList upToFirstNil(std::initializer_list<OptionalString> values) {
     StringList list;
     for (const OptionalString& value : values) {

@@ -4,6 +4,7 @@
 
 namespace quillmoor {
 
+// Rounded down, not toward zero: before 1970 cutting would give the next second and a wrong day.
 std::string dateDescription(std::chrono::system_clock::time_point date) {
     const auto second = std::chrono::floor<std::chrono::seconds>(date);
     const auto day = std::chrono::floor<std::chrono::days>(second);

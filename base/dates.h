@@ -6,7 +6,8 @@
 
 namespace quillmoor {
 
-// 2013-06-04 10:04:31 +0000
+// The date as in "2013-06-04 10:04:31 +0000": year-month-day, 24 hours, and always the offset of
+// UTC. Fractions of a second are cut off. May be called from any thread. Throws std::bad_alloc.
 std::string dateDescription(std::chrono::system_clock::time_point date);
 
 }  // namespace quillmoor

@@ -15,6 +15,7 @@ using format_detail::isDigit;
 using format_detail::isFlag;
 using format_detail::lengthAt;
 
+// A format that is known only at run time must not be able to demand gigabytes of padding.
 constexpr std::size_t kMaximumWidth = 4096;
 
 struct Directive {
@@ -26,6 +27,7 @@ struct Directive {
     std::size_t bytes = 0;  // of the whole directive, with its %
 };
 
+// Clamped at each digit: a long run of digits cannot overflow.
 std::size_t readNumber(std::string_view text, std::size_t& i) {
     std::size_t number = 0;
     for (; i < text.size() && isDigit(text[i]); ++i)
@@ -104,7 +106,8 @@ std::string_view signPrefix(const Directive& directive, bool negative) {
     return directive.plus ? "+" : directive.space ? " " : "";
 }
 
-// Nothing in a number sorts behind the letters.
+// Not std::toupper, which depends on the locale. A number, "inf" and "nan" have no other characters
+// from 'a' on.
 void makeCapital(std::string& digits) {
     for (char& c : digits)
         if (c >= 'a') c = static_cast<char>(c - 'a' + 'A');
@@ -120,10 +123,11 @@ void appendInteger(std::string& out, const Directive& directive, std::uint64_t m
     const auto end = std::to_chars(buffer, buffer + sizeof buffer, magnitude, base).ptr;
     std::string digits(buffer, end);
     if (conversion == 'X') makeCapital(digits);
+    // As C requires: a zero with a precision of zero has no digits.
     if (directive.precision && *directive.precision == 0 && magnitude == 0) digits.clear();
     if (directive.precision && *directive.precision > digits.size())
         digits.insert(0, *directive.precision - digits.size(), '0');
-    // Unlike a prefix, it is one of the digits that the precision counts.
+    // Octal's leading zero is one of the digits that the precision counts, unlike a prefix.
     if (directive.alternative && conversion == 'o' && !digits.starts_with('0'))
         digits.insert(0, 1, '0');
     appendNumber(out, directive, prefix, digits, directive.zero && !directive.precision);
@@ -131,6 +135,7 @@ void appendInteger(std::string& out, const Directive& directive, std::uint64_t m
 
 void appendSigned(std::string& out, const Directive& directive, std::int64_t value) {
     const bool negative = value < 0;
+    // Negated as unsigned: the smallest value has no positive counterpart.
     const auto bits = static_cast<std::uint64_t>(value);
     appendInteger(out, directive, negative ? 0 - bits : bits, signPrefix(directive, negative));
 }
@@ -154,7 +159,8 @@ std::string floatingDigits(double value, std::chars_format style, std::size_t pr
     return digits;
 }
 
-// As %#g: `precision` significant digits, trailing zeros included.
+// As %#g: `precision` significant digits, trailing zeros included. std::to_chars always drops them
+// in its general style, so the choice between the two other styles is made here, by C's rule.
 std::string generalDigitsWithZeros(double value, std::size_t precision) {
     const std::size_t significant = std::max<std::size_t>(precision, 1);
     std::string digits = floatingDigits(value, std::chars_format::scientific, significant - 1);
@@ -179,12 +185,14 @@ void appendFloating(std::string& out, const Directive& directive, double value) 
                        : lower == 'e' ? std::chars_format::scientific
                                       : std::chars_format::general;
     const std::size_t precision = directive.precision.value_or(6);
+    // The sign is written by appendNumber, where zeros go between it and the digits; -0.0 has one.
     const double magnitude = std::fabs(value);
     const bool alternative = directive.alternative && std::isfinite(value);
     std::string digits = alternative && lower == 'g' ? generalDigitsWithZeros(magnitude, precision)
                                                      : floatingDigits(magnitude, style, precision);
     if (alternative) addPoint(digits);
     if (directive.conversion != lower) makeCapital(digits);
+    // Infinity and not-a-number are padded with spaces, as by printf.
     appendNumber(out, directive, signPrefix(directive, std::signbit(value)), digits,
                  directive.zero && std::isfinite(value));
 }
@@ -200,8 +208,8 @@ std::uint64_t unsignedValue(const FormatArgument& argument) {
     }
 }
 
-// What is left of the value in an integer of the directive's length. A negative int in %x, for one,
-// shows its own 32 bits, not 64.
+// The value cut to an integer of the directive's length. A negative int in %x, for example, shows
+// its own 32 bits, not 64.
 std::uint64_t unsignedOfItsLength(std::uint64_t value, std::string_view length) {
     if (length == "hh") return value & 0xFFU;
     if (length == "h") return value & 0xFFFFU;
@@ -225,7 +233,8 @@ void appendPointer(std::string& out, const Directive& directive, const FormatArg
     appendInteger(out, directive, reinterpret_cast<std::uintptr_t>(pointer), "0x");
 }
 
-// Answers false for a conversion that nobody knows.
+// Returns false for an unknown conversion. S and C are only accepted here: a format that is checked
+// while compiling cannot have them.
 bool appendDirective(std::string& out, const Directive& directive, const FormatArgument& argument) {
     switch (directive.conversion) {
         case '@':
@@ -262,6 +271,7 @@ bool appendDirective(std::string& out, const Directive& directive, const FormatA
             appendPointer(out, directive, argument);
             return true;
         case 'n':
+            // Uses its argument and renders nothing. Unlike printf's it never writes to memory.
             return true;
         default:
             return false;
@@ -284,6 +294,7 @@ void renderFormat(std::string& out, std::string_view format,
         } else {
             const FormatArgument argument =
                 used < arguments.size() ? arguments[used] : FormatArgument{};
+            // An unknown directive uses no argument, so those after it keep theirs.
             if (directive.conversion != 0 && appendDirective(out, directive, argument)) {
                 ++used;
             } else if (directive.bytes == 0) {

@@ -1,15 +1,20 @@
 // Message formats: printf's, with %@ for strings. A format written in the source is checked against
 // its arguments when it is compiled; one that exists only at run time is a RuntimeFormat and reads
-// no argument. Numbers never follow the locale.
+// no argument. Numbers never depend on the locale.
 //
 //   formatted("Error: %@ is not executable", path)
 //   formatted("%li CPU(s), %0.2f GB RAM", count, gigabytes)
 //
-// Directives: %@ %s (text; nil gives "(null)"), %c, %d %i %u %x %X %o with the lengths hh h l ll q
-// j z t, %f %e %g and their capitals, %p, %%. Flags, lengths, width and precision are printf's;
-// %hhd, for one, writes the value of the argument's low byte. Refused when compiled: *, a # where
-// printf has no alternative form (it has one for x X o f F e E g G), an h where no integer is
-// written, and a length that printf does not have.
+// Directives: %@ %s (text; nil gives "(null)"), %c (one byte), %d %i %u %x %X %o with the lengths
+// hh h l ll q j z t, %f %e %g and their capitals, %p, %%. Flags, lengths, width and precision are
+// printf's; %hhd, for example, writes the value of the argument's low byte. The width and precision
+// of a text count 16-bit units. Widths and precisions above 4096 count as 4096, so that a format
+// from outside cannot demand unbounded memory.
+//
+// Compile errors: *, a # where printf has no alternative form (it has one for x X o f F e E g G),
+// an h where no integer is written, and a length that printf does not have.
+//
+// Everything here may be called from any thread, and throws std::bad_alloc only.
 #pragma once
 
 #include <concepts>
@@ -25,7 +30,7 @@
 
 namespace quillmoor {
 
-// One argument, by kind. Text is viewed, not copied: an argument lives only as long as the call.
+// One argument, by kind. Text is viewed, not copied: an argument must not outlive the call.
 struct FormatArgument {
     enum class Kind : std::uint8_t { Text, Null, Signed, Unsigned, Floating, Pointer };
     Kind kind = Kind::Null;
@@ -48,12 +53,15 @@ struct IsOptionalText : std::false_type {};
 template <TextLike T>
 struct IsOptionalText<std::optional<T>> : std::true_type {};
 
-// What a directive and an argument must agree on.
+// What a directive and an argument must agree on. `size` is that of the promoted argument in bytes,
+// and 0 for text.
 struct ArgumentType {
     FormatArgument::Kind kind;
     std::size_t size;
 };
 
+// The kind and size that an argument of type T has after C's default promotions, which a format
+// written for printf assumes: a bool and a char are an int, a float is a double.
 template <typename T>
 consteval ArgumentType typeOf() {
     using Kind = FormatArgument::Kind;
@@ -97,7 +105,8 @@ constexpr bool isKnownLength(std::string_view length) {
     return length.size() < 2 || length == "hh" || length == "ll";
 }
 
-// Bytes that an integer directive reads. hh and h arguments are promoted to int.
+// Bytes that an integer directive reads. hh and h arguments are promoted to int; all longer lengths
+// are 8 bytes on the 64-bit systems that are supported.
 constexpr std::size_t integerSize(std::string_view length) {
     return length.empty() || length.front() == 'h' ? sizeof(int) : sizeof(long long);
 }
@@ -109,6 +118,7 @@ constexpr bool hasAlternativeForm(char c) {
     return std::string_view("xXofFeEgG").find(c) != std::string_view::npos;
 }
 
+// Compiles only if `conversion` with `length` can take an argument of `type`.
 consteval void checkDirective(char conversion, std::string_view length, const ArgumentType& type) {
     using Kind = FormatArgument::Kind;
     if (!isKnownLength(length)) formatDoesNotFitItsArguments("unknown length");
@@ -152,6 +162,8 @@ consteval void checkDirective(char conversion, std::string_view length, const Ar
     }
 }
 
+// Compiles only if each directive fits its argument, and all arguments are used. It must read a
+// directive exactly as renderFormat does.
 consteval void checkFormat(std::string_view format, std::span<const ArgumentType> types) {
     std::size_t used = 0;
     for (std::size_t i = 0; i < format.size(); ++i) {
@@ -175,6 +187,7 @@ consteval void checkFormat(std::string_view format, std::span<const ArgumentType
     if (used != types.size()) formatDoesNotFitItsArguments("too many arguments");
 }
 
+// The value with its kind. A null C string is nil.
 template <typename T>
 FormatArgument argument(const T& value) {
     FormatArgument result;
@@ -207,8 +220,9 @@ FormatArgument argument(const T& value) {
 
 }  // namespace format_detail
 
-// A format that exists only at run time. Every directive in it is read as if its argument were nil
-// or 0: no argument is ever looked for.
+// A format that exists only at run time, such as an exception's reason. Every directive in it is
+// rendered as if its argument were nil or 0: no argument is ever read, so a hostile text cannot
+// make the process read memory that is not an argument.
 struct RuntimeFormat {
     std::string_view text;
 };
@@ -238,16 +252,19 @@ class BasicFormat {
     std::optional<std::string_view> text_;
 };
 
-// The argument types come from the arguments alone.
+// The format's parameter type in a function that takes it with its arguments. The arguments alone
+// determine the types; the format does not take part in deduction.
 template <typename... Arguments>
 using Format = BasicFormat<std::type_identity_t<Arguments>...>;
 
-// Renders `format`; a directive without an argument is rendered as if it were nil or 0, an unknown
-// one is copied as it stands. Appends to `out`.
+// Renders `format` and appends the result to `out`. A directive without an argument is rendered as
+// if it were nil or 0; an unknown or unfinished one is copied unchanged. When std::bad_alloc is
+// thrown, `out` holds the part that was rendered before.
 void renderFormat(std::string& out, std::string_view format,
                   std::span<const FormatArgument> arguments);
 
-// Appends the message to `out`. The format is not nil.
+// Renders `format` with `arguments` and appends the message to `out`. The format must not be nil.
+// After std::bad_alloc `out` holds the part that was rendered before.
 template <typename... Arguments>
 void appendFormatted(std::string& out, const Format<Arguments...>& format,
                      const Arguments&... arguments) {
@@ -259,6 +276,7 @@ void appendFormatted(std::string& out, const Format<Arguments...>& format,
     }
 }
 
+// The message. The format must not be nil.
 template <typename... Arguments>
 std::string formatted(Format<Arguments...> format, const Arguments&... arguments) {
     std::string out;

@@ -8,13 +8,17 @@
 namespace quillmoor {
 
 struct Error {
-    int code = 0;             // the system's error number
-    std::string description;  // as in: “name” couldn’t be removed: Permission denied
-    // Of a move: the whole item is at its destination, and a part of it could not be removed from
-    // its old place.
+    // The system's error number (errno); 0 where the failure has none.
+    int code = 0;
+    // A sentence for people, as in: “name” couldn’t be removed: Permission denied
+    std::string description;
+    // Only after a move to another file system: the complete item is at its destination, and a part
+    // of the source could not be removed.
     bool copyRemains = false;
 };
 
+// The result of an operation that changes something. Converts to true after success. Each operation
+// says what is left after a failure.
 class [[nodiscard]] Outcome {
   public:
     static Outcome success() { return Outcome{}; }
@@ -26,7 +30,7 @@ class [[nodiscard]] Outcome {
 
     explicit operator bool() const { return !error_.has_value(); }
 
-    // Only after a failure.
+    // Why it failed. Must not be called after success.
     const Error& error() const { return *error_; }
 
   private:

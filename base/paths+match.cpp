@@ -7,8 +7,8 @@
 namespace quillmoor {
 namespace {
 
-// Where the rest of a pattern, behind a *, may match at the earliest from `n` on. A byte of ASCII
-// is a character of its own wherever it stands.
+// The first position from `n` on at which the rest of a pattern, after a *, can match. Searching
+// for an ASCII byte is safe in UTF-8: it is never part of a longer character.
 std::size_t nextCandidate(std::string_view rest, std::string_view name, std::size_t n) {
     const auto first = static_cast<unsigned char>(rest.front());
     if (first == '*' || first == '?' || first >= 0x80) return n;
@@ -24,7 +24,8 @@ std::string validateFilename(std::string_view name) {
     return replaceAll(replaceAll(trimmed, "/", ""), ":", "");
 }
 
-// Only the last * is ever gone back to.
+// On a mismatch only the last * is extended: whatever an earlier * could match, the last one can
+// match as well. So the time is bounded by the product of the lengths, not exponential.
 bool isLike(std::string_view pattern, std::string_view name) {
     constexpr std::size_t kNone = std::string_view::npos;
     std::size_t p = 0;

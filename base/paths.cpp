@@ -17,7 +17,7 @@ std::size_t lastComponentStart(std::string_view path) {
     return slash == std::string_view::npos ? 0 : slash + 1;
 }
 
-// Where the full stop before the extension stands in a path without trailing slashes; npos when
+// The position of the full stop before the extension in a path without trailing slashes; npos when
 // the last component has no extension.
 std::size_t extensionStop(std::string_view path) {
     const std::size_t start = lastComponentStart(path);
@@ -53,6 +53,7 @@ OptionalPath appendPathComponent(const OptionalPath& path, const OptionalPath& c
     if (!path || !component) return std::nullopt;
     std::string_view tail = withoutTrailingSlashes(*component);
     tail.remove_prefix(std::min(tail.find_first_not_of('/'), tail.size()));
+    // An absolute component joined to nothing stays absolute.
     if (path->empty()) return (component->starts_with('/') ? "/" : "") + std::string(tail);
     std::string head(withoutTrailingSlashes(*path));
     if (tail.empty()) return head.empty() ? "/" : head;
@@ -81,6 +82,7 @@ std::string pathExtension(std::string_view path) {
 
 std::string deletePathExtension(std::string_view path) {
     const std::string_view trimmed = withoutTrailingSlashes(path);
+    // The root has no extension, and without its slashes it would be no path.
     if (trimmed.empty()) return std::string(path);
     return std::string(trimmed.substr(0, extensionStop(trimmed)));
 }

@@ -1,5 +1,8 @@
-// Path strings, taken apart and joined. Nothing here touches the file system, and nothing inside a
-// path is normalised: //, ., .., ~, case and composition stay as they are.
+// Path strings: splitting, joining, extensions, names and wildcards. Nothing here touches the file
+// system, and nothing inside a path is normalised: //, ., .., ~, case and Unicode composition stay
+// as they are. Paths are bytes and need not be valid UTF-8.
+//
+// All functions may be called from any thread, and throw std::bad_alloc only.
 #pragma once
 
 #include <functional>
@@ -10,37 +13,51 @@
 
 namespace quillmoor {
 
-// /a//b gives /, a, b. A trailing slash gives no component.
+// The components of a path: /a//b gives /, a, b. An absolute path begins with the component "/".
+// Repeated and trailing slashes give no component, and neither does an empty path.
 StringList pathComponents(std::string_view path);
 
-// Components with a separator between each two: /, Volumes, D joined with / give //Volumes/D.
+// The components with `separator` between each two. Not the inverse of pathComponents: /, Volumes,
+// D joined with / give //Volumes/D, because the first component is a slash itself.
 std::string componentsJoined(const StringList& components, std::string_view separator);
 
-// Joined with exactly one slash. nil in, nil out.
+// Both joined with exactly one slash; slashes at the end of either are removed. nil if one of them
+// is nil. An absolute component is joined like a relative one: /a and /b give /a/b.
 OptionalPath appendPathComponent(const OptionalPath& path, const OptionalPath& component);
 
+// The last component, without trailing slashes; "/" for a path of slashes only, "" for an empty
+// one.
 std::string lastPathComponent(std::string_view path);
+// What is before the last component: /a/b/ gives /a, /a gives /, a gives "".
 std::string deleteLastPathComponent(std::string_view path);
 
-// What follows the last full stop of the last component; a leading full stop starts none.
+// What follows the last full stop of the last component, without the full stop. "" if there is
+// none, if it is the component's first character (.profile) or its last one.
 std::string pathExtension(std::string_view path);
+// The path without its extension and the full stop before it, and without trailing slashes.
 std::string deletePathExtension(std::string_view path);
+// The path with a full stop and `extension` added, after trailing slashes have been removed.
 std::string appendPathExtension(std::string_view path, std::string_view extension);
 
-// The name that an item with `extension` gets when it collides in the Trash: `stamp` is 14 digits
-// of local time. Without an extension the name ends in a full stop.
+// The path that an item gets when its name is taken in the Trash: /T/a.txt gives
+// /T/a_20240131235959.txt, where `stamp` is 14 digits of local time. With an empty `extension` the
+// path ends in a full stop.
 std::string stampedPath(std::string_view path, std::string_view stamp, std::string_view extension);
 
-// `path` itself if nothing is there, else the first free one of "name 2.ext", "name 3.ext", …
+// `path` itself if `exists` returns false for it, else the first such of "name 2.ext", "name 3.ext"
+// and so on. Does not return while `exists` returns true. An exception of `exists` reaches the
+// caller.
 std::string uniqueFilename(std::string_view path,
                            const std::function<bool(const std::string&)>& exists);
 
-// A name fit for a file: one leading full stop, white space at both ends, every / and every : taken
-// out, in this order. May be empty.
+// A name that a file can have: removes one leading full stop, white space at both ends, every / and
+// every :, in this order. A full stop that was second becomes the first. May be empty.
 std::string validateFilename(std::string_view name);
 
-// * in `pattern` matches any run, ? any one character; every other character, brackets and
-// backslashes included, only itself.
+// Whether the whole of `name` matches. * in `pattern` matches any number of characters, ? exactly
+// one; every other character, brackets and backslashes included, matches only itself. A leading
+// full stop is an ordinary character. An invalid UTF-8 byte counts as one character. Takes at most
+// the product of both lengths in steps, whatever the pattern.
 bool isLike(std::string_view pattern, std::string_view name);
 
 }  // namespace quillmoor

@@ -8,7 +8,8 @@ namespace quillmoor {
 std::chrono::seconds wholeSeconds(std::chrono::duration<double> duration) {
     const double seconds = duration.count();
     if (std::isnan(seconds)) return std::chrono::seconds(0);
-    // Far beyond any wait, and small enough for every clock that a sleep is added to.
+    // Longer than any real wait, and small enough to be added to every clock without overflow.
+    // Converting a double that no integer can hold would be undefined behaviour.
     constexpr double kLimit = 1e9;
     return std::chrono::seconds(static_cast<long long>(std::clamp(seconds, -kLimit, kLimit)));
 }

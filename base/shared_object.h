@@ -1,9 +1,11 @@
-// What the process-wide objects have in common: they cannot be copied, released or counted.
+// What the process-wide objects have in common: they cannot be copied, released or counted. The
+// operations below exist for compatibility with code that counts references.
 #pragma once
 
 namespace quillmoor {
 
-// Derived is the singleton's own class. Objects are never destroyed.
+// Derived is the singleton's own class. Objects are never destroyed: a thread of the library may
+// still use one while the process exits. All functions may be called from any thread.
 template <typename Derived>
 class SharedObject {
   public:

@@ -1,5 +1,5 @@
-// A request to stop, made by one thread and seen by others. It takes the place of the standard's
-// own, which older standard libraries lack.
+// A request to stop, made by one thread and seen by others. It replaces std::stop_token, which
+// older standard libraries lack.
 #pragma once
 
 #include <atomic>
@@ -8,13 +8,15 @@
 
 namespace quillmoor {
 
-// Sees the request made through the source that it is from, also when the source is gone; without a
-// source no stop is ever requested. Any thread may ask and copy it, while others do the same.
+// Shows the request that is made through its source, also after the source was destroyed. A token
+// without a source never shows one. Any thread may query and copy a token while others do the same.
 class StopToken {
   public:
+    // Without a source.
     StopToken() = default;
 
-    // A thread that sees the request sees all that was written before it was made.
+    // A thread for which this returns true also sees everything that was written before the
+    // request.
     bool isStopRequested() const {
         return requested_ != nullptr && requested_->load(std::memory_order_acquire);
     }
@@ -27,8 +29,8 @@ class StopToken {
     std::shared_ptr<const std::atomic<bool>> requested_;
 };
 
-// Makes the request, for good. Copies share it, and so do their tokens. Any thread may call each
-// function. To make a source may throw std::bad_alloc; nothing else throws.
+// Makes the request, which cannot be withdrawn. Copies share it, and so do their tokens. Any thread
+// may call each function. The constructor throws std::bad_alloc; nothing else throws.
 class StopSource {
   public:
     StopSource() : requested_(std::make_shared<std::atomic<bool>>(false)) {}

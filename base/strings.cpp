@@ -14,14 +14,14 @@ bool isWhitespaceOrNewline(char32_t c) {
            c == 0x205F || c == 0x3000;
 }
 
-// Bytes of the white-space character at the start of `text`; 0 when it starts with none.
+// Bytes of the white-space character at the start of `text`; 0 if there is none.
 std::size_t leadingSpace(std::string_view text) {
     if (text.empty()) return 0;
     const Utf8Character character = utf8CharacterAt(text, 0);
     return character.valid && isWhitespaceOrNewline(character.codePoint) ? character.bytes : 0;
 }
 
-// The same at its end.
+// The same at the end. No white-space character is longer than three bytes.
 std::size_t trailingSpace(std::string_view text) {
     if (text.empty()) return 0;
     const auto last = static_cast<unsigned char>(text.back());
@@ -40,7 +40,8 @@ std::string loneSurrogate(char32_t unit) {
             static_cast<char>(0x80 | (unit & 0x3F))};
 }
 
-// How many bytes at the start are ASCII, looked at eight at a time.
+// The number of ASCII bytes at the start, examined eight at a time: each log message is measured
+// at least twice, and most are plain ASCII.
 std::size_t asciiPrefix(std::string_view text) {
     constexpr std::uint64_t kHighBits = 0x8080808080808080U;
     std::size_t i = 0;
@@ -53,8 +54,8 @@ std::size_t asciiPrefix(std::string_view text) {
 }
 
 struct Cut {
-    std::size_t byte;           // where the cut falls, or the pair begins
-    std::size_t pairBytes = 0;  // the bytes of the pair that the cut parts
+    std::size_t byte;           // of the cut, or of the pair that it splits
+    std::size_t pairBytes = 0;  // of that pair; 0 if none is split
     char32_t codePoint = 0;
 };
 

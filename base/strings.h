@@ -1,5 +1,8 @@
-// Strings as the core needs them: byte strings whose lengths and cuts count 16-bit units, as the
-// platform's own strings do. A byte that is no UTF-8 counts one unit and is kept as it stands.
+// Byte strings whose lengths and cuts count 16-bit units (UTF-16), because the limits that products
+// rely on are defined in them. An invalid UTF-8 byte counts as one unit and is kept unchanged.
+//
+// All functions may be called from any thread. Those that return a std::string throw std::bad_alloc
+// only; the others throw nothing.
 #pragma once
 
 #include <cstddef>
@@ -8,21 +11,25 @@
 
 namespace quillmoor {
 
-// Number of 16-bit units: é is 1, an emoji 2, an invalid byte 1.
+// The number of 16-bit units: é is 1, an emoji 2, an invalid UTF-8 byte 1.
 std::size_t lengthInUnits(std::string_view text);
 
-// The first `units` 16-bit units. A cut through a surrogate pair leaves a string that equals no
-// valid string, with the bytes before the pair kept. More units than there are: the whole text.
+// The first `units` 16-bit units, or the whole text if it is shorter. A cut through a surrogate
+// pair leaves the pair's first half as three bytes that are not valid UTF-8, so that the result
+// equals no valid string.
 std::string substringToIndex(std::string_view text, std::size_t units);
 
-// What follows the first `units` 16-bit units.
+// What follows the first `units` 16-bit units; "" if the text is shorter. A cut through a surrogate
+// pair leaves the pair's second half, as above.
 std::string substringFromIndex(std::string_view text, std::size_t units);
 
-// White space and newlines cut from both ends: U+0009 to U+000D, U+0020, U+0085, U+00A0, U+1680,
-// U+2000 to U+200A, U+2028, U+2029, U+202F, U+205F, U+3000.
+// The part of `text` without white space and newlines at both ends. These are U+0009 to U+000D,
+// U+0020, U+0085, U+00A0, U+1680, U+2000 to U+200A, U+2028, U+2029, U+202F, U+205F and U+3000. The
+// result views `text` and must not outlive its bytes.
 std::string_view trimWhitespaceAndNewlines(std::string_view text);
 
-// Every occurrence of `part` replaced. An empty `part` changes nothing.
+// The text with every occurrence of `part` replaced, from left to right; what a replacement adds is
+// not searched again. An empty `part` changes nothing.
 std::string replaceAll(std::string_view text, std::string_view part, std::string_view replacement);
 
 }  // namespace quillmoor

@@ -11,16 +11,17 @@ namespace quillmoor {
 // A string that may be absent (nil). Strings are byte strings; nothing converts or normalises them.
 using OptionalString = std::optional<std::string>;
 
-// A POSIX path that may be absent (nil). An empty path, or one with a NUL, is answered like a
-// missing item.
+// A POSIX path that may be absent (nil). Bytes, not necessarily valid UTF-8, and of any length. An
+// empty path, and one that contains a NUL, count as the path of a missing item.
 using OptionalPath = std::optional<std::string>;
 
 using StringList = std::vector<std::string>;
 
-// A tool's arguments; nil and an empty list start the tool with none.
+// A tool's arguments, without its own name. nil and an empty list start the tool with none.
 using OptionalArguments = std::optional<StringList>;
 
-// A child's whole environment; nil lets the child inherit the caller's.
+// A child's whole environment, by name; nothing is merged with the caller's. nil lets the child
+// inherit the caller's.
 using Environment = std::map<std::string, std::string>;
 using OptionalEnvironment = std::optional<Environment>;
 

@@ -6,17 +6,20 @@
 
 namespace quillmoor {
 
+// A character, or one invalid byte.
 struct Utf8Character {
-    char32_t codePoint = 0;
-    std::size_t bytes = 1;  // how many the character takes
-    bool valid = false;     // false: one byte that is no UTF-8
+    char32_t codePoint = 0;  // 0 for an invalid byte
+    std::size_t bytes = 1;   // that the character takes in the text, 1 to 4
+    bool valid = false;      // false: one byte that is not valid UTF-8
 
-    // 16-bit units.
+    // The number of 16-bit units: 2 beyond U+FFFF, else 1; an invalid byte counts as one.
     std::size_t units() const { return codePoint > 0xFFFF ? 2 : 1; }
 };
 
-// The character that begins at `index`, which lies within `text`. Overlong forms, surrogates and
-// what lies beyond U+10FFFF are no UTF-8.
+// The character that begins at `index`, which must be less than text.size(). Overlong forms,
+// surrogates and code points beyond U+10FFFF are invalid: the result is then the one byte at
+// `index`, so that a caller who advances by `bytes` resumes at the next byte and always ends.
+// Throws nothing.
 inline Utf8Character utf8CharacterAt(std::string_view text, std::size_t index) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char first = byte(index);
