@@ -38,13 +38,13 @@ constexpr std::array<Folder, 18> kProtectedFolders{
 
 constexpr std::array<std::string_view, 2> kProtectedPaths{"/Users/Shared", "/Volumes"};
 
-// Plain prefixes of characters, not of components.
+// Prefixes of characters, not of components: /usrlocal matches as well. Kept for compatibility.
 constexpr std::array<std::string_view, 4> kSystemTrees{"/usr", "/var", "/private/var", "/System"};
 
 constexpr std::size_t kShortestPath = 3;
 
-// Takes the character before the slash along, so that a protected folder spelled with a slash at
-// its end is not recognised. Kept so.
+// Removes the character before the slash as well, so that a protected folder with a trailing slash
+// is not recognised. Kept for compatibility.
 std::string withoutTrailingSlash(const std::string& path) {
     return path.ends_with('/') ? substringToIndex(path, lengthInUnits(path) - 2) : path;
 }
@@ -66,6 +66,7 @@ bool isInSystemTree(const std::string& path) {
 }  // namespace
 
 bool KXLocalPaths::isPathSystemDirectory(const OptionalPath& path, ExactMatch exactMatch) {
+    // Before the test of the length, which it would fail.
     if (path == "/") return true;
     if (!path || lengthInUnits(*path) < kShortestPath) return false;
     const std::string folder = withoutTrailingSlash(*path);

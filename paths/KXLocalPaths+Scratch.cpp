@@ -13,7 +13,8 @@ namespace {
 constexpr std::string_view kAlphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
 constexpr unsigned kScratchTail = 8;
 
-// The product of both clocks in 32 bits, where it wraps.
+// The product of both clocks in 32 bits, unsigned because it overflows. Not an unpredictable seed,
+// and it need not be: tempFile relies on the unique string for uniqueness.
 void seedGenerator() {
     platform::Clock& clock = *platform::current().clock;
     const auto used = static_cast<std::uint32_t>(clock.processorTime());

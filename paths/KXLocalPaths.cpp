@@ -22,8 +22,9 @@ bool isSuperUser() {
     return platform::current().processInfo->realUserId() == 0;
 }
 
-// Cuts the super-user's home off. The second prefix is cut one character short, so that its last
-// letter stays; the first is a plain prefix of characters, not of components. Both are kept so.
+// Removes root's home from the start. The second prefix is cut one character short, so that its
+// last letter remains; the first is a prefix of characters, not of components. Both are kept for
+// compatibility.
 std::string withoutSuperUserHome(std::string path) {
     if (path.starts_with("/var/root")) path = substringFromIndex(path, 9);
     if (path.starts_with("/private/var/root")) path = substringFromIndex(path, 16);
@@ -101,7 +102,8 @@ OptionalPath KXLocalPaths::darwinCacheDirectory() {
     char buffer[1024];
     const std::size_t length = locations().confstr(platform::kDarwinUserCacheDirectory, buffer);
     if (length == 0) return std::nullopt;
-    // A longer answer than the buffer holds is cut, as the system cut it.
+    // The length counts the NUL. It is that of the whole value, which the system has cut to the
+    // buffer if it is longer.
     return std::string(buffer, std::min(length, sizeof buffer) - 1);
 }
 

@@ -10,22 +10,22 @@ namespace quillmoor {
 
 enum class ExactMatch : bool { No, Yes };
 
-// Where the standard folders lie. A library like this often runs as the super-user, where the
-// system would answer with the super-user's own home; every answer that depends on the user is then
-// that of the user logged in at the console.
+// The paths of the standard folders. A library like this often runs as root (real user id 0), for
+// whom the system would return root's own home; every result that depends on the user is then that
+// of the user who is logged in at the console.
 //
-// Nothing is created and nothing is cached: each call asks anew. May be called from any thread,
-// reports nothing and throws nothing but std::bad_alloc: a missing path would leave a folder
-// unprotected. A folder that the system does not have is nil.
+// Nothing is created, and nothing is cached: each call asks the system again. May be called from
+// any thread; reports nothing. Throws std::bad_alloc only, instead of returning nil for a lack of
+// memory: a missing path would leave a folder unprotected. nil for a folder that the system does
+// not have.
 class KXLocalPaths {
   public:
     KXLocalPaths() = delete;
 
     // Folders by kind ---------------------------------------------------------------------------
 
-    // `pathForDirectory:forUserDomain:`: the first folder of that kind in those domains. For the
-    // super-user and exactly the user domain, the super-user's home in it is replaced by
-    // userDirectory().
+    // `pathForDirectory:forUserDomain:`: the first folder of that kind in those domains. For root
+    // and exactly the user domain, root's home in it is replaced by userDirectory().
     static OptionalPath pathForDirectory(platform::SearchPathDirectory directory,
                                          platform::SearchPathDomainMask forUserDomain);
 
@@ -60,28 +60,29 @@ class KXLocalPaths {
     static OptionalPath trashDirectory();
     // `darwinCacheDirectory`: the system's per-user cache folder, as the system gives it.
     static OptionalPath darwinCacheDirectory();
-    // `userDirectory`: the user's home. For the super-user, the console user's; while nobody is
-    // logged in there, what the system answers for no name.
+    // `userDirectory`: the user's home. For root, the console user's; while no user is logged in
+    // there, the home that the system returns for no name.
     static OptionalPath userDirectory();
-    // `username`: the user's short name. For the super-user, the console user's or nil.
+    // `username`: the user's short name. For root, the console user's or nil.
     static OptionalString username();
     // `currentConsoleUser`: the short name of the user logged in at the console; nil when there is
-    // none and at the login screen.
+    // none, and at the login screen.
     static OptionalString currentConsoleUser();
 
     // `isPathOnTimeMachineVolume:`: the path begins with "/Volumes/" and has a component
-    // "Backups.backupdb". Looks at the text only.
+    // "Backups.backupdb". Examines the text only.
     static bool isPathOnTimeMachineVolume(const OptionalPath& path);
 
     // The guard ---------------------------------------------------------------------------------
-    // What must never be removed, put into the Trash or moved with administrator rights. The test
-    // is of the text: links, . and .. and the case of letters count as they stand, and a slash at
-    // the end takes the character before it along (/Volumes/ is not recognised).
+    // Paths that must never be removed, put into the Trash or moved with administrator rights. Only
+    // the text is compared: links are not resolved, . and .. are not removed, and case matters. A
+    // trailing slash is removed together with the character before it, so /Volumes/ is not
+    // recognised.
 
-    // `isPathSystemDirectory:exactMatch:`: the root, or one of the user's and the machine's
-    // standard folders, /Users/Shared and /Volumes. Without an exact match also everything that
-    // begins with /usr, /var, /private/var or /System. nil and paths shorter than three characters
-    // are not.
+    // `isPathSystemDirectory:exactMatch:`: true for "/", the user's and the machine's standard
+    // folders, /Users/Shared and /Volumes. Without an exact match also for every path that begins
+    // with the characters /usr, /var, /private/var or /System. False for nil, and for every other
+    // path shorter than three characters.
     static bool isPathSystemDirectory(const OptionalPath& path, ExactMatch exactMatch);
     // `isPathSystemDirectory:`: without an exact match.
     static bool isPathSystemDirectory(const OptionalPath& path);
@@ -93,11 +94,12 @@ class KXLocalPaths {
     // `uuid`: a new unique string on every call.
     static std::string uuid();
     // `randomString:`: `length` letters a to z and digits. Seeds the process's generator (srand)
-    // from the clock on every call: two calls within one tick answer the same, and other users of
-    // rand() are disturbed. No secret.
+    // from the clock on every call: two calls within one tick return the same, and other users of
+    // rand() get a new sequence. The result can be guessed: do not use it as a secret.
     static std::string randomString(unsigned length);
-    // `tempFile`: a fresh path in the temporary folder. Nothing is created, and whether something
-    // is there already is not looked at.
+    // `tempFile`: a new path in the temporary folder. Nothing is created, and whether an item
+    // exists there is not checked: in a folder that others may write to, somebody else can create
+    // it first.
     static std::string tempFile();
 };
 
