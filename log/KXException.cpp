@@ -16,6 +16,7 @@ std::string KXException::logException(const platform::Exception* exception,
             reason = exception->reason();
         }
         appendFormatted(report, "Exception in %s. %@ - %@.", forMethod, name, reason);
+        // The text is used as a format, not as an argument of one: kept for compatibility.
         KXLog::appendLogAndPrint(RuntimeFormat{report});
     } catch (...) {
         KXLog::reportCaughtException();

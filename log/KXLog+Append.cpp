@@ -15,16 +15,18 @@ namespace {
 
 constexpr std::size_t kGenerationBytes = 500'000;
 
-// Short messages with little before them are worth waiting for.
+// In 16-bit units. A short message with little queued before it is waited for, so that it is in the
+// file if the program dies next; longer ones must not delay their callers.
 constexpr std::size_t kShortUnits = 99;
 
 using platform::FileHandle;
 
-// Where a file has taken only a part of a line. Of all threads: appendLogOnThread has its callers.
+// The file that has taken only a part of a line, if any. Shared by all threads: appendLogOnThread
+// is public.
 class PartialLine {
   public:
     static PartialLine& shared() {
-        static auto* const partialLine = new PartialLine;  // the worker outlives the program's end
+        static auto* const partialLine = new PartialLine;  // never destroyed, like the worker
         return *partialLine;
     }
     bool isIn(const std::shared_ptr<FileHandle>& file) {
@@ -40,17 +42,17 @@ class PartialLine {
     void clear() { setIn(nullptr); }
 
   private:
-    SpinLock lock_;  // of the file
-    std::atomic<bool> exists_{false};
-    std::weak_ptr<FileHandle> file_;
+    SpinLock lock_;                    // guards the file
+    std::atomic<bool> exists_{false};  // spares each line the lock
+    std::weak_ptr<FileHandle> file_;   // must not keep a generation open that was replaced
 };
 
-// Writes the line of a message, built in memory that is used again. The date is worked out once a
+// Writes the line of a message, built in memory that is reused. The date is formatted once a
 // second.
 class LineWriter {
   public:
-    // Returns the bytes written. After a line that the file took only in part, as a full disk does,
-    // the next begins with a newline, in the same write.
+    // Returns the bytes written. After a line that the file took only in part, as on a full disk,
+    // the next begins with a newline, in the same write: two messages never share a line.
     std::size_t write(const std::shared_ptr<FileHandle>& file, std::string_view message) {
         PartialLine& partialLine = PartialLine::shared();
         const bool afterPart = partialLine.isIn(file);
@@ -58,6 +60,7 @@ class LineWriter {
         try {
             file->writeData(line);
         } catch (const platform::WriteFailure& failure) {
+            // The newline alone ends the earlier part, and begins none.
             if (failure.written() > (afterPart ? 1 : 0))
                 partialLine.setIn(file);
             else if (failure.written() > 0)
@@ -99,7 +102,7 @@ class LineWriter {
 
 // Whether a message of this length may be waited for at all.
 bool isShort(std::string_view message) {
-    // No unit takes more than three bytes.
+    // No unit takes more than three bytes, so a long message need not be measured.
     return !message.empty() && message.size() <= 3 * kShortUnits &&
            lengthInUnits(message) <= kShortUnits;
 }
@@ -123,6 +126,8 @@ void KXLog::appendMessage(std::string_view message) {
         finishWriting();
 }
 
+// The trimmed message is used as a format, and percent signs are changed for standard output
+// although nothing interprets them there. Both are kept for compatibility.
 void KXLog::appendMessageAndPrint(std::string_view message) {
     const std::string trimmed(trimWhitespaceAndNewlines(message));
     appendLog(RuntimeFormat{trimmed});
@@ -143,6 +148,7 @@ void KXLog::appendTextToLog(std::string_view message) noexcept {
     const std::string_view text = trimWhitespaceAndNewlines(message);
     if (text.empty()) return;
     const std::size_t units = lengthInUnits(text);
+    // Before the worker can subtract them.
     unitsQueued_.fetch_add(units, std::memory_order_relaxed);
     try {
         if (WriteQueue* queue = writeQueue()) return queue->add(text);
@@ -162,7 +168,8 @@ void KXLog::appendLogOnThread(std::string_view message) noexcept {
     }
 }
 
-// Where logging is disabled, or the write throws, bytesInQueue is not reduced; kept so.
+// bytesInQueue is not reduced when logging is disabled or the write throws. Kept for compatibility:
+// it is an estimate, and a too high one only makes appendLog return at once.
 void KXLog::writeMessage(std::string_view message) {
     if (loggingDisabled()) return;
     const std::shared_ptr<platform::FileHandle> handle = openHandle();
@@ -177,15 +184,16 @@ void KXLog::writeMessage(std::string_view message) {
     unitsDone_.fetch_add(lengthInUnits(message), std::memory_order_relaxed);
 }
 
-// The open file; else the newest generation of an earlier run, at its end. Never creates a file. An
-// earlier run that died, or whose disk was full, may have left half a line.
+// The open file; else the newest generation of an earlier run, positioned at its end. Never creates
+// a file. An earlier run that died, or whose disk was full, may have left half a line.
 std::shared_ptr<platform::FileHandle> KXLog::openHandle() {
     std::shared_ptr<platform::FileHandle> handle = fileHandle();
     if (handle) return handle;
     const OptionalPath path = currentLogPath(findName());
     if (path) handle = platform::current().fileHandles->openForWriting(*path);
     if (!handle) return nullptr;
-    // Stored last: one that is not at the end would write over the earlier run's lines.
+    // Stored last: if positioning throws, the next message must not overwrite the earlier run's
+    // lines.
     handle->seekToEndOfFile();
     handle->writeAtEndOnly();
     if (platform::current().fileHandles->endsWithinLine(*path)) PartialLine::shared().setIn(handle);
@@ -193,13 +201,14 @@ std::shared_ptr<platform::FileHandle> KXLog::openHandle() {
     return handle;
 }
 
+// Each text has its own test: another thread may disable logging in between.
 void KXLog::reportLoss(std::string_view message) {
     if (!loggingDisabled())
         print(formatted("Unable to log the following information: %s\n", message));
     if (!loggingDisabled()) print("Unable to open log for output\n");
 }
 
-// Runs on the worker: what is queued already comes before the header and the notice.
+// Runs on the worker: what is already queued is written before the header and the notice.
 void KXLog::startNextGeneration() {
     createNewLog(appName());
     appendLog("Log truncated at 500KB");

@@ -37,12 +37,12 @@ bool exists(const OptionalPath& path) {
     return path && platform::current().fileManager->fileExists(*path);
 }
 
-// A file that cannot be looked at counts as there: what it holds must not be replaced.
+// A file that cannot be examined counts as existing: its contents must not be replaced.
 bool mayExist(const OptionalPath& path) {
     return path && !platform::current().fileManager->isMissing(*path);
 }
 
-// A string "1", or a number that is 1: true is one.
+// A string "1", or a number equal to 1; true counts as 1.
 bool meansYes(const platform::PropertyListValue& value) {
     if (const auto* text = std::get_if<std::string>(&value.value)) return *text == "1";
     if (const auto* flag = std::get_if<bool>(&value.value)) return *flag;
@@ -59,7 +59,7 @@ void KXLog::createNewLog() noexcept {
     createNewLog(noName);
 }
 
-// A child made by fork would shift the generations of its parent, and write nothing.
+// In a child made by fork it would shift the generations of the parent, and write nothing.
 void KXLog::createNewLog(const OptionalString& appName) noexcept {
     KXLog* const log = sharedController();
     if (log == nullptr || log->isForkedCopy_) return;
@@ -71,6 +71,7 @@ void KXLog::createNewLog(const OptionalString& appName) noexcept {
 }
 
 void KXLog::startLog(KXLog& log, const OptionalString& appName) {
+    // First: after a failure below no message may go to the file of the old generation.
     log.setFileHandle(nullptr);
     if (isDisabledByPreferences()) {
         print("Logging is disabled\n");
@@ -103,17 +104,18 @@ bool KXLog::isDisabledByPreferences() {
     return found != preferences->end() && meansYes(found->second);
 }
 
-// The super-user's newest generation lies in the computer's own library; the folder that is made
-// and in which generations are shifted is the user's all the same. Both are kept so.
+// Root's newest generation is in the machine's own library, while the folder that is created, and
+// in which generations are shifted, is the user's. Both are kept for compatibility.
 OptionalPath KXLog::currentLogPath(const OptionalString& name) const {
     return generationPath(logFolder(isSuperUser() ? UserDomain::No : UserDomain::Yes), name, 1);
 }
 
-// A generation that does not exist is skipped, so gaps are carried along.
+// From the oldest to the newest, so that no move finds its destination taken. A generation that
+// does not exist is skipped, so gaps move along.
 bool KXLog::rotate(const OptionalPath& logFolder, const std::string& name) {
     platform::FileManager& files = *platform::current().fileManager;
     const OptionalPath oldest = generationPath(logFolder, name, kGenerations);
-    // A failure shows when the generation before it is moved there.
+    // If this fails, moving generation 4 there fails as well, and is reported.
     if (mayExist(oldest)) static_cast<void>(files.removeItem(*oldest));
     for (long n = kGenerations - 1; n >= 1; --n) {
         const OptionalPath from = generationPath(logFolder, name, n);
@@ -134,6 +136,7 @@ bool KXLog::startFile(const OptionalPath& path) {
     }
     auto handle = platform::current().fileHandles->openForWriting(*path);
     if (!handle) return false;
+    // Other processes may write to the same file: each line must go to its end.
     handle->writeAtEndOnly();
     setFileHandle(std::move(handle));
     return true;
@@ -152,7 +155,7 @@ void KXLog::appendHeader() {
     constexpr double kPerKilo = 1.0 / 1024;
     const double gigabytes =
         static_cast<double>(system.processInfo->physicalMemory()) * kPerKilo * kPerKilo * kPerKilo;
-    // This one may wait for the queue, unlike its neighbours; kept so.
+    // The only line of the header that may wait for the queue. Kept for compatibility.
     appendLog("System: OS X %@, %li CPU(s), %0.2f GB RAM\n",
               system.processInfo->operatingSystemVersionString(),
               system.processInfo->processorCount(), gigabytes);

@@ -22,17 +22,18 @@ constexpr std::size_t kPendingWorthWaitingFor = 20;
 
 constexpr char kExceptionReport[] = "Exception writing to log: %s\n";
 
-// The lock of the class, and what it guards.
+// The lock of the class, and what it guards. Constant-initialised: the log can be used before, and
+// while, other objects of static storage are constructed.
 constinit ReentrantLock classLock;
 constinit std::atomic<KXLog*> shared{nullptr};
 constinit std::atomic<bool> sharedIsSetUp{false};
 constinit bool isAllocated = false;
-// A log that needs memory of its own could be refused it, and could then not report a loss either.
+// Not allocated: without memory for the controller not even a loss could be reported.
 alignas(KXLog) constinit std::byte instanceStorage[sizeof(KXLog)]{};
 constinit bool controllerIsLockedForFork = false;
 
-// What other threads log while the process dies is dropped: it would put off the end, and would
-// carry the reason away into generations that are lost.
+// What other threads log while the process dies is dropped: it would delay the end, and enough of
+// it would push the reason out of the five generations.
 void reportUncaught(const platform::Exception& exception) {
     const KXLog* const log = KXLog::sharedController();
     WriteQueue* const queue = log != nullptr ? log->writeQueue() : nullptr;
@@ -51,18 +52,19 @@ void KXLog::setUpSharedController() noexcept {
     watchForks();
     const std::lock_guard guard(classLock);
     if (sharedIsSetUp.load(std::memory_order_relaxed)) return;
+    // Locks again, for its own callers; hence the reentrant lock.
     shared = allocWithZone();
     if (KXLog* controller = shared) controller->setUp();
     platform::setUncaughtExceptionHandler(reportUncaught);
     sharedIsSetUp.store(true, std::memory_order_release);
 }
 
-// Without memory for the observer the end of the program is not waited for.
+// Without memory for the observer the program's end does not wait for the queue.
 void KXLog::setUp() noexcept {
     makeQueue();
     try {
-        // Each message asks this. What the first question makes is made here, where no fork comes
-        // between.
+        // Each message asks this. What the first call creates is created here, under the lock that
+        // a fork waits for.
         static_cast<void>(platform::current().mainThread->isMainThread());
         platform::current().mainThread->addTerminationObserver(willTerminate);
     } catch (...) {
@@ -70,7 +72,7 @@ void KXLog::setUp() noexcept {
     }
 }
 
-// Where no thread can be started there is no queue, and every message is reported as lost.
+// If no thread can be started there is no queue, and every message is reported as lost.
 void KXLog::makeQueue() noexcept {
     try {
         setWriteQueue(
@@ -87,9 +89,9 @@ KXLog* KXLog::allocWithZone() noexcept {
     return new (instanceStorage) KXLog;
 }
 
-// A fork waits until the controller is set up: in the child the thread that does it is gone.
-// Threads that make the first call together each register, which does no harm. To wait for each
-// other would: in a child that is made meanwhile, until it exits.
+// A fork waits until the controller is set up: the thread that does it does not exist in the child.
+// Threads that make the first call at the same time each register, which is harmless. Waiting for
+// each other would not be: in a child that is forked meanwhile the wait would never end.
 void KXLog::watchForks() {
     platform::callAroundFork(lockBeforeFork, unlockAfterFork, dropQueueInForkedChild);
 }
@@ -97,6 +99,7 @@ void KXLog::watchForks() {
 void KXLog::lockBeforeFork() {
     classLock.lock();
     KXLog* const controller = shared;
+    // More than one registration may call this for one fork.
     if (controller == nullptr || controllerIsLockedForFork) return;
     controller->lock_.lock();
     controllerIsLockedForFork = true;
@@ -117,7 +120,8 @@ void KXLog::dropQueueInForkedChild() {
     unlockAfterFork();
 }
 
-// Where there is no memory for the report either, that is what is reported.
+// If there is no memory for the report either, std::bad_alloc is reported, from a buffer on the
+// stack.
 void KXLog::reportCaughtException() noexcept {
     const KXLog* const log = shared;
     if (log != nullptr && log->loggingDisabled()) return;
@@ -190,6 +194,7 @@ void KXLog::setAppName(const OptionalString& name) noexcept {
 }
 
 void KXLog::storeName(OptionalString name) {
+    // Swapped: the old name is freed after the spin lock was released.
     const std::lock_guard guard(lock_);
     appName_.swap(name);
 }

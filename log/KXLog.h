@@ -6,6 +6,9 @@
 //
 //   ~/Library/Logs/Quillmoor/Name.1.log   the newest
 //                            Name.2.log … Name.5.log, the oldest
+//
+// A process of root writes Name.1.log to /Library/Logs/Quillmoor, a folder that is not created
+// here; the older generations are shifted in the console user's folder.
 #pragma once
 
 #include <atomic>
@@ -23,95 +26,113 @@
 
 namespace quillmoor {
 
-// Nothing here throws or returns an error. What goes wrong with the log itself, a lack of memory
-// included, is reported on standard output. A format is checked against its arguments when it is
-// compiled; one that is known only at run time is passed as RuntimeFormat, and nil (std::nullopt)
-// does nothing.
+// Nothing here throws or returns an error. Failures of the log itself, a lack of memory included,
+// are reported on standard output. A format is checked against its arguments when it is compiled;
+// one that is known only at run time is passed as RuntimeFormat. With nil (std::nullopt) as format
+// the operation does nothing.
+//
+// All operations may be called from any thread unless they say otherwise, but not from a signal
+// handler. In a child made by fork nothing is written.
 class KXLog : public SharedObject<KXLog> {
   public:
     // Appending, from any thread ----------------------------------------------------------------
-    // A message is formatted and trimmed on the caller's thread and written by the log's own
-    // worker, as one line "date - message". One that is empty after trimming is not written.
+    // A message is formatted, and trimmed of white space and newlines at both ends, on the caller's
+    // thread. The log's own worker writes it as one line "date - message", with the date of the
+    // write, in the order of queueing. A message that is empty after trimming is not written. Each
+    // message is one system call, and nothing is forced to the disk.
 
-    // `appendLog:`: returns at once; but off the main thread, for a message of 1 to 99 characters
-    // while no more than 99 are queued, it returns when everything queued so far is written.
+    // `appendLog:`: queues a message and returns at once. A call off the main thread, with a
+    // message of 1 to 99 characters (16-bit units) and at most 99 queued, this one included, waits
+    // until everything queued so far is written.
     template <typename... Arguments>
     static void appendLog(Format<Arguments...> format, const Arguments&... arguments) noexcept {
         build<&KXLog::appendMessage, Arguments...>(format, arguments...);
     }
 
-    // `fastAppendLog:`: always returns at once.
+    // `fastAppendLog:`: queues a message and never waits.
     template <typename... Arguments>
     static void fastAppendLog(Format<Arguments...> format, const Arguments&... arguments) noexcept {
         build<&KXLog::fastAppendMessage, Arguments...>(format, arguments...);
     }
 
-    // `appendLogAndPrint:`: as appendLog, and on standard output too. The message becomes a format
-    // itself: a directive that it still holds is rendered once more, without arguments. On standard
-    // output "%@" is left out and every other percent sign is doubled. Where logging is disabled
-    // nothing is printed either.
+    // `appendLogAndPrint:`: as appendLog, and also prints the message and a newline on standard
+    // output. In the log the message is used as a format itself: a directive that it still contains
+    // is rendered once more, without arguments. On standard output "%@" is left out and every other
+    // percent sign is doubled. When logging is disabled nothing is printed either.
     template <typename... Arguments>
     static void appendLogAndPrint(Format<Arguments...> format,
                                   const Arguments&... arguments) noexcept {
         build<&KXLog::appendMessageAndPrint, Arguments...>(format, arguments...);
     }
 
-    // `finishWriting`: waits until everything queued so far is written, with the header and the
-    // notice where a line of it starts the next generation. Ends however much other threads add
-    // meanwhile. Returns at once on the log's own worker.
+    // `finishWriting`: waits until everything queued before the call is written; if one of these
+    // lines starts the next generation, also its header and notice. What other threads queue
+    // meanwhile does not extend the wait. Returns at once on the log's own worker, and after
+    // willTerminate.
     static void finishWriting() noexcept;
 
     // Files -------------------------------------------------------------------------------------
 
     // `createNewLog` and `createNewLog:`: shifts the generations by one, starts an empty newest one
-    // and writes the header. Generation 5 is lost. The name is taken only when there is no other.
-    // Where the user's preferences say so, logging is disabled for the rest of the process. After a
-    // failure no log is open; the text on standard output says what failed, unless it was the
-    // opening of the new file, of which nothing is said.
+    // and writes the header. Generation 5 is removed. `appName` is used only if no name was stored
+    // and the main program has none. If the user's preferences disable logging, it is disabled for
+    // the rest of the process.
+    //
+    // After a failure no log is open, and generations that were shifted before it stay shifted. The
+    // failure is reported on standard output, except that of opening the new file, which is not
+    // reported.
+    //
     // Calls are not serialised against each other: start the log before logging heavily. Another
     // process, or another copy of the library in this one, that writes to the same file keeps its
     // file under the new name, as generation 2, 3 and so on, and writes there until it starts a new
-    // generation itself. In a child made by fork nothing happens.
+    // generation itself.
     static void createNewLog() noexcept;
     static void createNewLog(const OptionalString& appName) noexcept;
 
-    // `availableLogs`: the paths of the user's generations that exist, newest first.
+    // `availableLogs`: the paths of the generations in the user's log folder that exist, newest
+    // first. Empty also after a failure.
     static StringList availableLogs() noexcept;
 
     // The shared controller ---------------------------------------------------------------------
 
-    // `sharedController`: made on the first call, and with it the queue, the hook for the end of
-    // the program and the handler for exceptions that nobody catches. null only if somebody has
-    // used allocWithZone before: then nothing is logged.
+    // `sharedController`: the controller, which lives until the process exits. The first call
+    // creates it, its queue, the hook for the end of the program and the handler for uncaught
+    // exceptions; every operation of the log makes that call. null only if allocWithZone was called
+    // before: then nothing is logged.
     static KXLog* sharedController() noexcept;
 
-    // `allocWithZone:`: the one instance, once; afterwards null.
+    // `allocWithZone:`: the one instance on the first call, afterwards null. Products have no
+    // reason to call it.
     static KXLog* allocWithZone() noexcept;
 
     // `willTerminate:`: waits for the queue if fewer than 20 messages are pending, closes the file
-    // and ends logging. Called on the main thread when the application terminates.
+    // and ends logging: later messages are dropped and not reported. With 20 or more the pending
+    // ones may be lost. Called on the main thread when the application terminates.
     static void willTerminate() noexcept;
 
-    // `dealloc`: the same without waiting to be told. Nobody calls it, for nobody can release.
+    // `dealloc`: ends logging like willTerminate. Never called by the library: nothing can release
+    // the controller.
     void dealloc() noexcept;
 
-    // `appName`: the stored name, else the main program's, without its extension. nil where there
-    // is neither, or no memory.
+    // `appName`: the stored name, else the main program's, without its extension. nil if there is
+    // neither, or no memory. Without memory the setter keeps the old name, and reports that.
     OptionalString appName() const noexcept;
     void setAppName(const OptionalString& name) noexcept;
 
-    // `fileHandle`: null when no log is open.
+    // `fileHandle`: null when no log is open. The setter does not close the old file.
     std::shared_ptr<platform::FileHandle> fileHandle() const noexcept;
     void setFileHandle(std::shared_ptr<platform::FileHandle> handle) noexcept;
 
-    // `bytesWritten`: to the current file since createNewLog started it.
+    // `bytesWritten`: the bytes written to the current file since createNewLog started it. What an
+    // earlier run wrote to it does not count. The next generation starts at 500,000.
     std::size_t bytesWritten() const { return bytesWritten_.load(std::memory_order_relaxed); }
     void setBytesWritten(std::size_t bytes) {
         bytesWritten_.store(bytes, std::memory_order_relaxed);
     }
 
-    // `writeQueue`: null after the end, and where no thread could be started for it: then each
-    // message is reported on standard output as lost. A queue is never destroyed.
+    // `writeQueue`: null after willTerminate, in a child made by fork, and if no thread could be
+    // started for it: then each message is reported on standard output as lost. A queue is never
+    // destroyed.
     WriteQueue* writeQueue() const { return writeQueue_; }
     void setWriteQueue(WriteQueue* queue) { writeQueue_ = queue; }
 
@@ -125,20 +146,21 @@ class KXLog : public SharedObject<KXLog> {
         unitsQueued_.store(units, std::memory_order_relaxed);
     }
 
-    // `loggingDisabled`: never cleared again by the log itself.
+    // `loggingDisabled`: messages are dropped and nothing is printed. Set by createNewLog; the log
+    // itself never clears it.
     bool loggingDisabled() const { return loggingDisabled_; }
     void setLoggingDisabled(bool disabled) { loggingDisabled_ = disabled; }
 
-    // `appendTextToLog:`: trims and queues a finished message.
+    // `appendTextToLog:`: trims and queues a finished message, which is not used as a format.
     void appendTextToLog(std::string_view message) noexcept;
 
-    // `appendLogOnThread:`: writes one message; the body of the queue's worker. Whatever goes wrong
-    // loses this message only; where a part of it reached the file, the next one begins a line of
-    // its own.
+    // `appendLogOnThread:`: writes one message; the body of the queue's worker. A failure loses
+    // this message only and is reported on standard output. If a part of it reached the file, the
+    // next message begins a new line.
     void appendLogOnThread(std::string_view message) noexcept;
 
   private:
-    friend class KXException;  // what goes wrong there is reported in the same way
+    friend class KXException;  // reports its own failures with reportCaughtException
 
     KXLog() = default;
 
@@ -170,8 +192,8 @@ class KXLog : public SharedObject<KXLog> {
 
     static void startLog(KXLog& log, const OptionalString& appName);
 
-    // As appName and setAppName, but without memory they throw: no log may be started, or messages
-    // be written, under another name for that.
+    // As appName and setAppName, but they throw std::bad_alloc: a lack of memory must not make the
+    // log start or continue under another name.
     OptionalString findName() const;
     void storeName(OptionalString name);
 
@@ -185,7 +207,7 @@ class KXLog : public SharedObject<KXLog> {
     void reportLoss(std::string_view message);
     void startNextGeneration();
 
-    mutable SpinLock lock_;  // of the two properties below it
+    mutable SpinLock lock_;  // guards the next two members
     OptionalString appName_;
     std::shared_ptr<platform::FileHandle> fileHandle_;
 

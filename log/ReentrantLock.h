@@ -1,4 +1,4 @@
-// A lock that its holder may take again.
+// A lock that its holder may lock again.
 #pragma once
 
 #include <atomic>
@@ -7,11 +7,13 @@
 
 namespace quillmoor {
 
-// Fit for std::lock_guard. Needs no construction at run time, and a child made by fork can release
-// what the forking thread has locked: a recursive mutex can do neither.
+// For std::lock_guard. Waiters spin and yield, so it must be held for a short time only. Each
+// lock() needs its unlock() on the same thread. It needs no construction at run time, and a child
+// made by fork can release what the forking thread has locked: a recursive mutex can do neither.
 class ReentrantLock {
   public:
     void lock() {
+        // No other thread can store this thread's mark, so an unlocked look is enough.
         if (holder_.load(std::memory_order_relaxed) != thisThread()) {
             lock_.lock();
             holder_.store(thisThread(), std::memory_order_relaxed);
@@ -20,12 +22,14 @@ class ReentrantLock {
     }
     void unlock() {
         if (--depth_ != 0) return;
+        // Before the lock is free: afterwards the next holder's mark would be overwritten.
         holder_.store(nullptr, std::memory_order_relaxed);
         lock_.unlock();
     }
 
   private:
-    // The same in a thread and in its copy in a child.
+    // The calling thread's mark. The copy of a thread in a forked child has the same one, unlike a
+    // thread's number in the system.
     static const void* thisThread() {
         thread_local const char mark = 0;
         return &mark;

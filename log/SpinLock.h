@@ -6,8 +6,9 @@
 
 namespace quillmoor {
 
-// Fit for std::lock_guard. Unlike a mutex it can be released in a child made by fork by the copy of
-// the thread that locked it.
+// For std::lock_guard. Not reentrant. It may be held for a few instructions only, because waiters
+// spin. Unlike a mutex it can be released in a child made by fork, by the copy of the thread that
+// locked it. Throws nothing.
 class SpinLock {
   public:
     void lock() {
@@ -16,7 +17,7 @@ class SpinLock {
     void unlock() { flag_.clear(std::memory_order_release); }
 
   private:
-    // Looks for a while, then lets others run: the holder may be one of them.
+    // Spins for a while, then yields: on a single processor the holder could not go on otherwise.
     void waitUntilFree() const {
         constexpr int kLooks = 100;
         for (int look = 0; flag_.test(std::memory_order_relaxed); ++look)

@@ -17,16 +17,17 @@ constexpr std::size_t kBlockBytes = std::size_t{64} << 10;
 constexpr std::size_t kSpareBlocks = 16;
 
 // Waking a sleeping worker costs a caller some microseconds. So for a while after the last text the
-// worker looks for work by itself, at this interval; only then it sleeps until it is woken.
+// worker polls for work at this interval; only then it sleeps until it is woken.
 constexpr auto kNap = std::chrono::microseconds(500);
 constexpr int kNapsBeforeSleep = 200;
 
-// What an entry can tell; a longer text, one of 4 GiB, is cut.
+// The type of an entry's length; a longer text is cut to its maximum, 4 GiB.
 using Length = std::uint32_t;
 
 }  // namespace
 
-// Entries one behind the other: the length, then the text.
+// Entries without gaps between them: the length, then the text. Lengths are therefore unaligned,
+// and are only read and written by memcpy.
 struct WriteQueue::Block {
     std::size_t capacity;
     std::size_t used = 0;
@@ -68,8 +69,8 @@ WriteQueue* WriteQueue::create(std::function<void(std::string_view)> write) {
 
 WriteQueue::WriteQueue(std::function<void(std::string_view)> write) : write_(std::move(write)) {}
 
-// Sees to it that the last queued block has room. Answers false when a block must be made first,
-// which is not done under the lock: running out of memory must not leave it locked.
+// Ensures that the last queued block has room. Returns false when a block must be allocated first,
+// which is not done under the lock: callers would spin meanwhile.
 bool WriteQueue::findRoom(std::size_t needed, Block*& fresh) {
     if (!queued_.empty() && queued_.last->fits(needed)) return true;
     if (fresh == nullptr && needed <= kBlockBytes && !spare_.empty()) {
@@ -87,6 +88,7 @@ void WriteQueue::add(std::string_view text) {
     Block* fresh = nullptr;
     std::unique_lock lock(lock_);
     if (isRestricted_ && !isAccepted()) return;
+    // Meanwhile other threads may have filled that block, or the worker taken it: look again.
     while (!findRoom(needed, fresh)) {
         lock.unlock();
         fresh = Block::create(std::max(kBlockBytes, needed));
@@ -97,6 +99,7 @@ void WriteQueue::add(std::string_view text) {
     const bool wake = std::exchange(workerSleeps_, false);
     lock.unlock();
     if (wake) wakeWorker();
+    // Another thread's block had room after all.
     if (fresh != nullptr) recycle(fresh);
 }
 
@@ -120,6 +123,7 @@ void WriteQueue::wakeWorker() {
 }
 
 std::size_t WriteQueue::operationCount() const {
+    // Read first: in the other order more could be done by then than had been added.
     const std::uint64_t done = done_.load();
     return static_cast<std::size_t>(added_.load() - done);
 }
@@ -130,11 +134,13 @@ void WriteQueue::waitUntilAllOperationsAreFinished() {
     waitUntilQueuedIsWritten();  // what the worker has queued meanwhile
 }
 
-// A waiter says what it waits for before it looks, and the worker counts a text as done before it
-// looks for waiters: one of the two sees the other.
+// A waiter stores what it waits for before it reads done_, and the worker stores done_ before it
+// reads awaited_. With sequentially consistent accesses one of the two sees the other's value, so
+// no wake-up is missed, and the worker needs no lock for each text.
 void WriteQueue::waitUntilQueuedIsWritten() {
     const std::uint64_t queued = added_.load();
     if (done_.load() >= queued) return;
+    // It may nap although there is work: a text queued during a nap does not end it.
     wakeWorker();
     std::unique_lock sleeping(sleepLock_);
     while (true) {
@@ -158,8 +164,9 @@ void WriteQueue::run() {
     }
 }
 
-// Everything queued. When there is nothing and `sleepIfEmpty` is set, the next caller will wake the
-// worker.
+// Takes everything queued. If there is nothing and `sleepIfEmpty` is set, the next call of add
+// wakes the worker: the flag is set under the lock under which texts are queued, so none is
+// overlooked.
 bool WriteQueue::takeQueued(Chain& taken, bool sleepIfEmpty) {
     const std::lock_guard guard(lock_);
     std::swap(taken, queued_);
@@ -167,7 +174,7 @@ bool WriteQueue::takeQueued(Chain& taken, bool sleepIfEmpty) {
     return !taken.empty();
 }
 
-// A nap ends early only for somebody who waits; a sleep ends with the next text.
+// A nap ends early only for a thread that waits; a sleep ends with the next text.
 void WriteQueue::waitForWork(bool untilWoken) {
     std::unique_lock sleeping(sleepLock_);
     const auto woken = [&] { return std::exchange(wakeRequested_, false); };
@@ -187,13 +194,14 @@ void WriteQueue::writeBlock(Block& block) {
     }
 }
 
-// Those that wait for more than has been done say so again.
+// Wakes all waiters; those that wait for more texts store their number again. The notice is given
+// under the lock, so it cannot fall between a waiter's look and its sleep.
 void WriteQueue::finishOne() {
     const std::uint64_t done = done_.load(std::memory_order_relaxed) + 1;
     done_.store(done);
     if (done < awaited_.load()) return;
     const std::lock_guard guard(sleepLock_);
-    awaited_.store(kNobodyWaits);
+    awaited_.store(kNoWaiter);
     finished_.notify_all();
 }
 

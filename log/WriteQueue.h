@@ -14,30 +14,32 @@
 
 namespace quillmoor {
 
-// Unbounded: nothing is dropped and no caller waits for room. Texts are kept in blocks, so that a
-// backlog costs little more than its text.
+// Unbounded: nothing is dropped, and no caller waits for space. Texts are kept in blocks, so that a
+// backlog needs little more memory than its text.
 //
-// A queue that was made is never destroyed: its thread is detached and goes on until the process
-// ends.
+// A queue is never destroyed: its thread is detached and runs until the process exits. In a child
+// made by fork that thread does not exist, and the queue must not be used.
 class WriteQueue {
   public:
-    // `write` is called on the worker, one call at a time; it must not throw. Throws
-    // platform::Exception when no thread can be started.
+    // Makes a queue and starts its worker. `write` is called on the worker, one call at a time,
+    // with a text that is valid during the call only; it must not throw. Throws platform::Exception
+    // when no thread can be started, and std::bad_alloc; there is no queue then.
     static WriteQueue* create(std::function<void(std::string_view)> write);
 
-    // Queues a copy of `text`. From any thread; never waits for a write. Throws std::bad_alloc, and
-    // has then queued nothing.
+    // Queues a copy of `text`, of which at most 4 GiB are kept. May be called from any thread, also
+    // inside `write`; never waits for a write. After std::bad_alloc nothing was queued.
     void add(std::string_view text);
 
-    // From now on only the calling thread and the worker queue texts: those of others are dropped.
+    // From now on only texts of the calling thread and of the worker are queued; those of other
+    // threads are dropped. Cannot be undone.
     void acceptOnlyFromThisThread();
 
-    // Texts queued or being written.
+    // The number of texts that are queued or being written. May be outdated when it is returned.
     std::size_t operationCount() const;
 
-    // Waits until everything queued before the call has been written, and what had been queued by
-    // then: what the writing itself adds is written too. Ends however much is added after that. On
-    // the worker itself it returns at once, for there it would wait for itself.
+    // Waits until everything queued before the call has been written, and then for what was queued
+    // by that moment, so that texts which `write` itself adds are included. What is added later
+    // does not extend the wait. Returns at once on the worker, which would wait for itself.
     void waitUntilAllOperationsAreFinished();
 
   private:
@@ -70,11 +72,11 @@ class WriteQueue {
     const std::function<void(std::string_view)> write_;
     std::atomic<std::thread::id> worker_{};
 
-    // What callers change with every text, what the worker changes with every text, and what is
-    // there for sleeping lie on cache lines of their own.
-    alignas(kCacheLine) SpinLock lock_;  // of the rest of this line
+    // On separate cache lines: what callers change with every text, what the worker changes with
+    // every text, and what is only used for sleeping.
+    alignas(kCacheLine) SpinLock lock_;  // guards the rest of this cache line
     bool workerSleeps_ = false;          // it must be woken for new work
-    bool isRestricted_ = false;          // to one thread
+    bool isRestricted_ = false;          // only texts of one thread are accepted
     Chain queued_;
     Chain spare_;
     std::size_t spareCount_ = 0;
@@ -82,10 +84,10 @@ class WriteQueue {
 
     alignas(kCacheLine) std::atomic<std::uint64_t> done_{0};
 
-    // The least number of texts done that anybody waits for.
-    static constexpr std::uint64_t kNobodyWaits = ~std::uint64_t{0};
-    alignas(kCacheLine) std::atomic<std::uint64_t> awaited_{kNobodyWaits};
-    std::thread::id accepted_{};  // the one thread that a restricted queue accepts texts from
+    // The smallest value of done_ that a thread waits for.
+    static constexpr std::uint64_t kNoWaiter = ~std::uint64_t{0};
+    alignas(kCacheLine) std::atomic<std::uint64_t> awaited_{kNoWaiter};
+    std::thread::id accepted_{};  // the one thread from which a restricted queue accepts texts
     std::mutex sleepLock_;
     bool wakeRequested_ = false;
     std::condition_variable work_;
