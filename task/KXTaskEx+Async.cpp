@@ -12,7 +12,7 @@ namespace {
 
 constexpr char kLaunchAsyncTask[] = "-[KXTaskEx launchAsyncTask]";
 
-// There is no test for a package here: a folder fails in the launch.
+// Packages are not rejected here; launching a directory fails later. Kept for compatibility.
 bool canBeLaunched(const std::string& path) {
     platform::FileManager& fileManager = *platform::current().fileManager;
     return fileManager.fileExists(path) && fileManager.isExecutableFile(path);
@@ -22,7 +22,7 @@ AsyncTaskNotification envelope(Data chunk) {
     return {KXAsyncTaskDataNotification, std::move(chunk)};
 }
 
-// Of what is being caught.
+// Reports the exception that is being handled.
 void report() {
     const platform::Exception exception = platform::currentException();
     KXException::logException(&exception, kLaunchAsyncTask);
@@ -40,6 +40,8 @@ void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArgumen
                                  Object delegate, Selector selector, Object object,
                                  const OptionalEnvironment& environment) {
     const platform::Platform& system = platform::current();
+    // The previous listener is removed first, and destroyed by the assignment, with nothing locked:
+    // its destructor may call this instance.
     Listener listener;
     exchangeListener(listener);
     listener = {std::move(delegate), std::move(selector), std::move(object)};
@@ -53,7 +55,7 @@ void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArgumen
     system.mainThread->detachNewThread([self = shared_from_this(), run] { self->read(run); });
 }
 
-// A termination comes before or after, never in between.
+// Under the lock, so that a termination happens before or after it, never in between.
 KXTaskEx::Run KXTaskEx::prepare(Listener& listener, const TaskReference& task) {
     const std::lock_guard preparing(launchMutex_);
     exchangeListener(listener);
@@ -75,7 +77,8 @@ void KXTaskEx::read(Run run) {
     }
 }
 
-// Terminating waits until the launch is over, so that no tool slips through between the two.
+// Terminating waits until the launch is over: a tool that is launched meanwhile would not be
+// terminated.
 bool KXTaskEx::launchTheTask(Run run) {
     const std::lock_guard launching(launchMutex_);
     const TaskReference task = taskOf(run);
@@ -91,13 +94,14 @@ bool KXTaskEx::launchTheTask(Run run) {
     return true;
 }
 
-// None, when the run is over. Under the lock, or the next run's task might be taken for this one's.
+// Null when the run is over. Must be called with launchMutex_ locked, or the task of the next run
+// could be taken for this one's.
 KXTaskEx::TaskReference KXTaskEx::taskOf(Run run) const {
     return run == terminations_ ? theTask() : nullptr;
 }
 
-// NO when that was the end. Another run may have replaced the task without a termination; then its
-// output is read here as well.
+// False at the end of the output. Another run may have replaced the task without a termination;
+// then its output is read here as well.
 bool KXTaskEx::returnNextChunk(Run run) {
     TaskReference task;
     {
@@ -110,7 +114,7 @@ bool KXTaskEx::returnNextChunk(Run run) {
     try {
         more = output != nullptr && output->readAvailableData(chunk) != 0;
     } catch (const platform::Exception&) {
-        // Closed under the reader by the one who ended the run.
+        // A termination closes the handle to stop the reading: then this is the end.
         if (run == terminations_) throw;
     }
     returnData(envelope(chunk.takeData()), run);
@@ -124,9 +128,9 @@ void KXTaskEx::asyncTaskReturnData(const AsyncTaskNotification& notification) {
 void KXTaskEx::returnData(const AsyncTaskNotification& notification, Run run) {
     const bool ended = notification.fileHandleNotificationDataItem.empty();
     // A copy, so that the delegate lives while it is called, and nothing is locked.
-    const Listener told = listener(run);
-    if (told.delegate != nullptr && told.selector)
-        told.selector(notification.fileHandleNotificationDataItem, *this, told.object);
+    const Listener receiver = listener(run);
+    if (receiver.delegate != nullptr && receiver.selector)
+        receiver.selector(notification.fileHandleNotificationDataItem, *this, receiver.object);
     if (ended) terminate(run);
 }
 
@@ -134,9 +138,9 @@ void KXTaskEx::terminateAsyncTask() {
     terminate(std::nullopt);
 }
 
-// Only if it is still this run's turn, where one is given. What the caller gave is released with
-// nothing locked, since it may come back to this instance; a reader that has not launched the task
-// by then never will.
+// If a run is given, only while it is not over. The caller's objects are released with nothing
+// locked, because their destructors may call this instance. A reader that has not launched the task
+// before never will.
 void KXTaskEx::terminate(std::optional<Run> run) {
     TaskReference task;
     Listener forgotten;
@@ -154,11 +158,11 @@ void KXTaskEx::terminate(std::optional<Run> run) {
     forgotten.selector = nullptr;
     if (task != nullptr && task->isRunning()) task->terminate();
     const std::lock_guard launching(launchMutex_);
-    // Not that of a run that was started meanwhile.
+    // Another run may have been prepared while nothing was locked: its task stays.
     if (theTask() == task) setTheTask(nullptr);
 }
 
-// Nobody, when the run is over.
+// Empty when the run is over.
 KXTaskEx::Listener KXTaskEx::listener(Run run) const {
     const std::lock_guard lock(mutex_);
     return run == terminations_ ? listener_ : Listener{};

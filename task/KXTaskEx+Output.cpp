@@ -18,8 +18,8 @@ struct Output {
     ByteBuffer error;
 };
 
-// Standard output to its end first, and only then standard error: the end of standard error is the
-// end of the reading.
+// Reads standard output to its end first, and only then standard error, until its end. Kept for
+// compatibility: a tool that fills its standard error meanwhile blocks.
 void readOutput(Output& read, platform::FileHandle* output, platform::FileHandle& error) {
     for (;;) {
         if (output != nullptr && output->readAvailableData(read.output) != 0) continue;
@@ -31,13 +31,13 @@ Data chosen(Output read) {
     return read.output.empty() ? read.error.takeData() : read.output.takeData();
 }
 
-// "" for no data, nil for bytes that are not valid.
+// "" for no data, nil for bytes that are not valid in the encoding.
 OptionalString decoded(const std::optional<Data>& data, StringEncoding encoding) {
     if (!data) return "";
     return platform::current().text->decode(data->view(), encoding);
 }
 
-// Without memory for the text nothing is reported.
+// On the console only, unlike the same text in runTask. Without memory for it nothing is reported.
 void reportException(const OptionalPath& path, const std::exception& exception) noexcept {
     try {
         platform::current().console->log(
@@ -60,6 +60,8 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArgum
         const TaskReference task = system.tasks->makeTask();
         const platform::Pipe output = system.fileHandles->makePipe();
         const platform::Pipe error = system.fileHandles->makePipe();
+        // Before it is configured: a time-out may already look for it, and finds that it does not
+        // run.
         store(task);
         task->setLaunchPath(*path);
         task->setArguments(arguments.value_or(StringList()));
@@ -72,6 +74,7 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArgum
         Output read;
         task->launch();
         readOutput(read, captured ? output.reading.get() : nullptr, *error.reading);
+        // Not waited for: a tool that closes its output and runs on does not hold up the caller.
         error.reading->closeFile();
         output.reading->closeFile();
         return chosen(std::move(read));

@@ -10,7 +10,8 @@
 namespace quillmoor {
 namespace {
 
-// Empties an instance's field now and once more when the run is over.
+// Clears an instance's task now, and again when the run is over, also after an exception: a
+// time-out that passes later must find no task.
 class FieldCleared {
   public:
     explicit FieldCleared(KXTaskEx& runner) : runner_(runner) { runner_.setTheTask(nullptr); }
@@ -70,8 +71,9 @@ KXTaskEx::TaskSink KXTaskEx::storeInField() {
     return [this](const TaskReference& made) { setTheTask(made); };
 }
 
-// The thread sleeps to its end however early the run is over: nothing wakes it, and it then finds
-// the field empty. Until then it keeps the instance.
+// Nothing wakes the thread when the run ends earlier: it sleeps to its end, and then finds the
+// field empty. Until then it keeps the instance. Started before the run, so that a run without a
+// time-out cannot happen when there is no thread.
 void KXTaskEx::startTimeout(Timeout timeout) {
     platform::current().mainThread->detachNewThread(
         [self = shared_from_this(), seconds = wholeSeconds(timeout)] {

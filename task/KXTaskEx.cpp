@@ -18,7 +18,7 @@ void reportRefusal(const OptionalPath& path) {
     KXLog::appendLog(task_detail::kNotExecutable, path);
 }
 
-// With no arguments unless some are given, and no output.
+// Standard input is inherited, output and error are discarded.
 void configure(platform::Task& task, const OptionalPath& path, const OptionalArguments& arguments) {
     platform::FileHandles& handles = *platform::current().fileHandles;
     task.setLaunchPath(*path);
@@ -37,6 +37,7 @@ bool KXTaskEx::run(const OptionalPath& path, const OptionalArguments& arguments,
     }
     try {
         const TaskReference task = platform::current().tasks->makeTask();
+        // Before it is configured, unlike in terminationCode. Kept for compatibility.
         store(task);
         configure(*task, path, arguments);
         task->launch();
@@ -104,7 +105,7 @@ void KXTaskEx::setTheTask(TaskReference task) {
         const std::lock_guard lock(mutex_);
         std::swap(theTask_, task);
     }
-    // The old one is given up here, with the lock free.
+    // The old one is released here, after the lock: its destructor may have to collect a child.
 }
 
 }  // namespace quillmoor

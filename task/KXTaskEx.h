@@ -22,13 +22,13 @@ namespace quillmoor {
 
 using StringEncoding = platform::StringEncoding;
 
-// Whether a tool's standard output is captured. Nothing is written to the log.
+// Whether a tool's standard output is captured. Despite the name nothing is written to the log.
 enum class LogOutput : bool {
     No,  // it goes where the program's own goes
     Yes
 };
 
-// The envelope in which a chunk of output travels to asyncTaskReturnData.
+// The form in which a chunk of output is passed to asyncTaskReturnData.
 inline constexpr char KXAsyncTaskDataNotification[] = "KXAsyncTaskDataNotification";
 struct AsyncTaskNotification {
     std::string name;
@@ -38,24 +38,26 @@ struct AsyncTaskNotification {
 // Class operations may be called from any thread and block it until the tool has ended, except
 // where they say otherwise.
 //
-// The tool is named by its path; it is not searched for. A path that is missing, not executable or
-// a package (an application, say) is refused with "Error: %@ is not executable", and nothing is
-// started. Links are followed. A tool's exit status is no failure, except where it is the answer.
+// The tool is named by its path and is not searched for. Links are followed. A path that is
+// missing, not executable or a package (an application, for example) is refused with "Error: %@ is
+// not executable", and nothing is started. A tool's exit status other than 0 is not a failure; only
+// the operations that return the status show it.
 //
-// Where a task out-parameter is given, the child is stored there before it starts, so that another
-// thread, which reads it with std::atomic_load, can terminate it. Give that reference up when the
-// operation has returned: as long as it is kept, the pipe of the child's standard input stays open,
-// and a child that has ended by then is collected only when somebody asks for it.
+// If a task out-parameter is given, the child is stored there before it starts, so that another
+// thread can read it with std::atomic_load and terminate it. Release that reference when the
+// operation has returned: while it is kept, the pipe of the child's standard input stays open, and
+// a child that has ended by then is collected only when its state is queried.
 //
-// A time-out is cut to whole seconds. When it has passed, a tool that still runs is sent one
-// SIGTERM; the operation then ends as it would have, and only two messages tell, one on the console
-// and one in the log. The termination runs on the main thread, so it waits until that thread
-// services its run loop. A time-out of less than a second terminates the tool at once if it runs
-// already, and never if it does not. A tool that ignores SIGTERM is waited for. Throws
-// platform::Exception, and starts nothing, when no thread can be started for the time-out.
+// A time-out is in seconds, cut to whole ones. A tool that still runs after it is sent one SIGTERM;
+// the operation then ends as it would have without it, and the time-out is reported by two messages
+// only, one on the console and one in the log. The termination is performed on the main thread, so
+// it waits until that thread services its run loop. A time-out of less than a second terminates the
+// tool at once if it runs already, and never if it does not. A tool that ignores SIGTERM is waited
+// for. Throws platform::Exception, and starts nothing, when no thread can be started for the
+// time-out. Each time-out has a thread, which sleeps to its end even if the tool ends earlier.
 //
-// Without memory each operation throws std::bad_alloc, except runTask and dataFromTask without a
-// time-out: for these it is a failure like any other.
+// For a lack of memory each operation throws std::bad_alloc, except runTask and dataFromTask
+// without a time-out: for these it is a failure like any other.
 class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
   public:
     using Timeout = std::chrono::duration<double>;
@@ -64,8 +66,8 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     // Discarding the output ----------------------------------------------------------------------
     // Standard output and error go to the null device, standard input is inherited.
 
-    // `runTask:arguments:`: YES when the tool was started and waited for, whatever its status. The
-    // path's refusal is logged and printed; a failed start is logged.
+    // `runTask:arguments:`: true when the tool was started and waited for, whatever its status. A
+    // refused path is logged and printed; a failed start is logged.
     static bool runTask(const OptionalPath& path, const OptionalArguments& arguments);
     // `runTask:arguments:task:`
     static bool runTask(const OptionalPath& path, const OptionalArguments& arguments,
@@ -74,13 +76,15 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     static void runTask(const OptionalPath& path, const OptionalArguments& arguments,
                         Timeout timeout);
 
-    // `runTaskAndReturn:arguments:`: starts the tool and returns at once. The path's refusal goes
-    // to the console and the log. Throws platform::Exception when the tool cannot be started.
+    // `runTaskAndReturn:arguments:`: starts the tool and returns at once; the tool is collected
+    // when it ends. A refused path is reported on the console and in the log. Throws
+    // platform::Exception when the tool cannot be started.
     static void runTaskAndReturn(const OptionalPath& path, const OptionalArguments& arguments);
 
     // `terminationCodeFromTask:arguments:`: the exit status; for a tool ended by a signal, the
-    // signal's number; -1 when the path was refused, which goes to the console and the log, or when
-    // the program ignores SIGCHLD. Throws platform::Exception when the tool cannot be started.
+    // signal's number; -1 when the path was refused, which is reported on the console and in the
+    // log, or when the program ignores SIGCHLD. Throws platform::Exception when the tool cannot be
+    // started.
     static long terminationCodeFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments);
     // `terminationCodeFromTask:arguments:task:`
@@ -92,14 +96,15 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
 
     // Capturing the output -----------------------------------------------------------------------
     // These wait for the end of the tool's output, not for its exit: a grandchild that keeps the
-    // output open keeps the caller waiting. Standard input is a pipe on which nothing ever comes.
-    // Standard output is read to its end first: a tool that meanwhile fills the pipe of its
-    // standard error blocks, and the caller with it. The whole output is held in memory.
+    // output open keeps the caller waiting. Standard input is a pipe to which nothing is written,
+    // so a tool that reads it blocks. Standard output is read to its end first: a tool that
+    // meanwhile fills the pipe of its standard error blocks, and the caller with it. The whole
+    // output is held in memory.
 
     // `dataFromTask:arguments:task:`: what the tool wrote to standard output; if that is nothing,
     // what it wrote to standard error; empty data if it wrote nothing at all. nil when the path was
     // refused, which is logged and printed, or when the tool could not be started or read, which is
-    // told on the console only.
+    // reported on the console only.
     static std::optional<Data> dataFromTask(const OptionalPath& path,
                                             const OptionalArguments& arguments,
                                             TaskReference* task);
@@ -113,8 +118,8 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
                                             const OptionalArguments& arguments, TaskReference* task,
                                             const OptionalEnvironment& environment,
                                             LogOutput logOutput);
-    // `dataFromTask:arguments:timeout:`: on the main thread the termination comes only when the
-    // output has ended, for reading services no run loop.
+    // `dataFromTask:arguments:timeout:`: called on the main thread, the tool is terminated only
+    // after its output has ended, because reading services no run loop.
     static std::optional<Data> dataFromTask(const OptionalPath& path,
                                             const OptionalArguments& arguments, Timeout timeout);
 
@@ -139,9 +144,10 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
                                          StringEncoding encoding, TaskReference* task);
 
     // One instance, for the forms with a time-out ------------------------------------------------
-    // An instance that is used again while an earlier time-out still sleeps is terminated by that
-    // one, if its second tool runs then.
+    // If an instance is used again while an earlier time-out still sleeps, that time-out terminates
+    // the second tool if it runs then.
 
+    // A new instance. The library keeps a reference until its time-outs and runs have ended.
     static std::shared_ptr<KXTaskEx> create();
     KXTaskEx(const KXTaskEx&) = delete;
     KXTaskEx& operator=(const KXTaskEx&) = delete;
@@ -156,35 +162,38 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     long terminationCodeFromTaskOnInstance(const OptionalPath& path,
                                            const OptionalArguments& arguments, Timeout timeout);
 
-    // `setupTimeout:`: the body of the time-out's thread. Sleeps, at once done for zero and less,
-    // has the main thread run timeout(), and waits until that is done.
+    // `setupTimeout:`: the body of the time-out's thread. Sleeps, not at all for zero and less,
+    // then has the main thread call timeout() and waits until that has returned.
     void setupTimeout(std::chrono::seconds seconds);
 
-    // `timeout`: terminates the tool of this instance if it runs. On the main thread.
+    // `timeout`: sends the tool of this instance one SIGTERM if it runs, and reports that. Called
+    // on the main thread.
     void timeout();
 
     // In the background --------------------------------------------------------------------------
     // One run at a time for each instance. Every operation may be called from any thread.
 
-    // The delegate, or the caller's own object; kept as long as the run lasts.
+    // The delegate, or the caller's own object; kept while the run lasts.
     using Object = std::shared_ptr<void>;
-    // The delegate's operation: a chunk of output, which is empty at the end, the instance that ran
-    // the tool, and the caller's object or null. Called on the run's own thread, never on the main
-    // thread. The chunk may be kept.
+    // The delegate's operation. Its arguments are a chunk of output, which is empty at the end, the
+    // instance that ran the tool, and the caller's object or null. Called on the run's own thread,
+    // never on the main thread, with nothing locked. The chunk may be kept.
     using Selector = std::function<void(const Data& data, KXTaskEx& task, const Object& object)>;
 
     // `asyncDataFromTask:arguments:delegate:selector:object:` and
     // `asyncDataFromTask:arguments:delegate:selector:object:environment:`: prepares a run, starts
-    // its thread and returns. That thread starts the tool and hands each chunk of its output over
-    // as it comes; standard error is discarded, standard input inherited. After the empty chunk the
-    // instance cleans itself up as terminateAsyncTask does, and may be used again; a run that the
-    // delegate starts from inside that last call, with no terminateAsyncTask before it, is ended by
-    // the clean-up that follows.
+    // its thread and returns. That thread starts the tool and passes each chunk of its output to
+    // the delegate as it arrives; standard error is discarded, standard input inherited. After the
+    // empty chunk the instance cleans up as terminateAsyncTask does, and may be used again. If the
+    // delegate starts the next run inside that last call, it must call terminateAsyncTask before:
+    // otherwise the clean-up ends the new run.
     //
-    // Without a delegate or an operation the output is read and thrown away. A tool that is missing
-    // or not executable is told in the log only, and one that cannot be started, like whatever the
-    // delegate throws, is reported as an exception: the delegate hears nothing more then, a tool
-    // that runs goes on, and what was given is kept until the next run or terminateAsyncTask.
+    // Without a delegate or an operation the output is read and discarded. A tool that is missing
+    // or not executable is reported in the log only. A tool that cannot be started, and anything
+    // that the delegate throws, is reported as an exception. In these cases the delegate is not
+    // called again, a running tool continues, and the delegate, operation and object are kept until
+    // the next run or terminateAsyncTask.
+    //
     // Throws platform::Exception when the process has no descriptors or threads left.
     void asyncDataFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                            Object delegate, Selector selector, Object object);
@@ -192,23 +201,25 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
                            Object delegate, Selector selector, Object object,
                            const OptionalEnvironment& environment);
 
-    // `launchAsyncTask`: the body of the run's thread.
+    // `launchAsyncTask`: the body of the run's thread. Reports what is thrown in it.
     void launchAsyncTask();
 
-    // `asyncTaskReturnData:`: hands one chunk over, on the calling thread.
+    // `asyncTaskReturnData:`: passes one chunk to the delegate, on the calling thread; after an
+    // empty one it ends the run. What the delegate throws reaches the caller.
     void asyncTaskReturnData(const AsyncTaskNotification& notification);
 
     // `terminateAsyncTask`: ends the run: stops the reading, releases the delegate, the object and
-    // the operation in this order, and then sends the tool one SIGTERM if it runs. A call of the
-    // delegate that is under way goes on to its end.
+    // the operation in this order, and then sends the tool one SIGTERM if it runs. Does not wait
+    // for the tool, nor for a call of the delegate that is in progress. Without a run it does
+    // nothing.
     void terminateAsyncTask();
 
-    // `theTask`: the running tool of this instance, null when there is none. Any thread.
+    // `theTask`: the tool of this instance, null when there is none. May be called from any thread.
     TaskReference theTask() const;
     void setTheTask(TaskReference task);
 
   private:
-    // Takes the child at the moment when others may learn of it.
+    // Stores the child at the moment when other threads may see it.
     using TaskSink = std::function<void(const TaskReference&)>;
 
     KXTaskEx() = default;
@@ -225,11 +236,11 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
                                     const TaskSink& store, const OptionalEnvironment& environment,
                                     LogOutput logOutput);
 
-    // Terminating ends the runs that were prepared before it. A run knows itself by how many
-    // terminations there had been.
+    // The number of terminations before a run was prepared. A termination ends all runs that were
+    // prepared before it: a run is over when the number has changed.
     using Run = std::uint64_t;
 
-    // Who is told of output in the background.
+    // What receives output in the background.
     struct Listener {
         Object delegate;
         Selector selector;
@@ -245,7 +256,7 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     void returnData(const AsyncTaskNotification& notification, Run run);
     void terminate(std::optional<Run> run);
 
-    mutable std::mutex mutex_;  // of the fields below, not of what they refer to
+    mutable std::mutex mutex_;  // guards the next two fields, not what they refer to
     TaskReference theTask_;
     Listener listener_;
     std::mutex launchMutex_;  // a launch and a termination exclude each other

@@ -1,4 +1,4 @@
-// Texts that more than one of the task operations write, each its own way.
+// Texts that more than one of the task operations report: some on the console, some in the log.
 #pragma once
 
 namespace quillmoor::task_detail {
