@@ -12,7 +12,8 @@
 namespace quillmoor {
 namespace {
 
-// For the tool to make the folder, most of the time.
+// Usually enough for the tool to create the folder. Nothing waits for its end, but callers use the
+// folder next.
 constexpr std::chrono::microseconds kPauseAfterCreating{500};
 
 void tell(const std::string& text) {
@@ -81,7 +82,8 @@ bool KXAuthorization::authCreateDir(const OptionalPath& path) {
     return true;
 }
 
-// A tool of the super-user's own that was started answers YES whatever becomes of it.
+// A process of root needs no session: it runs the tool itself, and that counts as started whatever
+// the task runner reports.
 bool KXAuthorization::startTool(const std::string& tool, const StringList& arguments) {
     if (!isSuperUser()) return authExecTask(tool, arguments) == 0;
     KXTaskEx::runTaskAndReturn(tool, arguments);

@@ -56,6 +56,7 @@ bool KXAuthorization::authStartWithUser(const OptionalString& user,
                                         const OptionalString& password) {
     if (isSuperUser()) return true;
     if (!user || !password) return false;
+    // Not isAuthorized: credentials that are given are always checked. Kept for compatibility.
     const AuthorizationItemSet environment{
         {AuthorizationItem{platform::kAuthorizationEnvironmentUsername, *user, 0},
          AuthorizationItem{platform::kAuthorizationEnvironmentPassword, *password, 0}}};
@@ -75,7 +76,7 @@ bool KXAuthorization::authStartWithUser(const OptionalString& user,
     return false;
 }
 
-// Without the rights the reference is of no use: it is freed and forgotten.
+// A reference without the rights is freed and cleared: isAuthorized tests for it.
 bool KXAuthorization::askForRights(const AuthorizationItemSet& environment,
                                    platform::AuthorizationFlags flags) {
     if (authorization().copyRights(authRef_, administratorRights(), environment, flags) ==
@@ -85,6 +86,8 @@ bool KXAuthorization::askForRights(const AuthorizationItemSet& environment,
     return false;
 }
 
+// A reference that root was passed by its parent is dropped without being freed. Kept for
+// compatibility.
 void KXAuthorization::authEnd() {
     if (isAuthorized() && !isSuperUser()) freeReference();
     setAuthRef(nullptr);

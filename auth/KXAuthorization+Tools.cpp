@@ -26,7 +26,7 @@ std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const Strin
     }
     if (!isAuthorized()) authStart();
     if (!isAuthorized()) return kNotAuthorized;
-    // The tool's stream is never closed from here: what it still writes must not end it.
+    // The stream is never closed here: a tool that still writes must not be ended by SIGPIPE.
     std::shared_ptr<platform::AuthorizedToolStream> stream;
     const std::int32_t status = system.authorization->executeWithPrivileges(
         authRef_, *path, platform::kAuthorizationFlagDefaults, parameters, stream);

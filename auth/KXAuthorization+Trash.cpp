@@ -19,7 +19,7 @@ std::string stamp() {
                      now.tm_hour, now.tm_min, now.tm_sec);
 }
 
-// Removes the record of an item that was not moved after all, also after an exception.
+// Removes the record of an item that was not moved, also after an exception.
 class PendingRecord {
   public:
     PendingRecord(std::string trash, std::string name)
@@ -29,7 +29,8 @@ class PendingRecord {
         try {
             platform::current().trash->discardTrashRecord(trash_, name_);
         } catch (const std::exception&) {
-            return;  // without memory the record stays
+            return;  // without memory the record remains, and the next item of that name replaces
+                     // it
         }
     }
     PendingRecord(const PendingRecord&) = delete;
@@ -44,7 +45,8 @@ class PendingRecord {
 
 enum class NamesSeen : bool { No, Yes };
 
-// The item's new path. A name that cannot be seen counts as taken: the tool would replace its item.
+// The item's new path. If the names in the Trash cannot be read, the name counts as taken: the
+// tool, which runs as root, would replace an item of that name.
 OptionalPath trashDestination(const OptionalPath& trash, const OptionalPath& path,
                               NamesSeen seen = NamesSeen::Yes) {
     if (!path) return std::nullopt;
@@ -66,7 +68,8 @@ bool KXAuthorization::authTrashFile(const OptionalPath& path,
             formatted("Unable to trash path %@ because it is a system directory.", path));
         return false;
     }
-    // The item stays, and what has its new name in the Trash is removed. Kept so.
+    // Removes the item in the Trash that has the new name, not the item itself. Kept for
+    // compatibility.
     if (isOwnAccountOfSuperUser(deleteOnRootAccount))
         return authRemoveFile(trashDestination(trashFolder(), path));
     return moveToTrash(path);
@@ -105,8 +108,9 @@ OptionalPath KXAuthorization::trashFolder() const {
     return KXLocalPaths::trashDirectory();
 }
 
-// The tool knows nothing of the Trash: the back-end makes it ready first, so that the name is
-// looked for where the item will come to.
+// The tool only moves, and knows nothing of the desktop's Trash. So the back-end prepares the Trash
+// first, which decides in which folder the name must be free, and the record is written before the
+// move, because an item without one could not be restored.
 bool KXAuthorization::moveToTrash(const OptionalPath& path) {
     platform::Trash& desktopTrash = *platform::current().trash;
     const OptionalPath trash = trashFolder();

@@ -9,7 +9,8 @@
 namespace quillmoor {
 namespace {
 
-// The lock of the class. Never destroyed, as the session is not.
+// The lock of the class. Never destroyed, like the session. Recursive: sharedController holds it
+// while allocWithZone takes it.
 std::recursive_mutex& classLock() {
     static auto& lock = *new std::recursive_mutex;
     return lock;
@@ -55,6 +56,7 @@ KXAuthorization* KXAuthorization::initWithGUI(bool hasGUI) {
     const platform::AuthorizationStatus status = system.authorization->copyPrivilegedReference(
         platform::kAuthorizationFlagDefaults, handedOver);
     if (status == platform::kAuthorizationSuccess && handedOver != nullptr) setAuthRef(handedOver);
+    // Of the user who started this, whose Trash is used also with administrator rights.
     if (!isSuperUser()) userDirectory_ = KXLocalPaths::userDirectory();
     return this;
 }

@@ -1,4 +1,4 @@
-// What the privileged operations look at before they start a tool.
+// What the operations of KXAuthorization share: the checks before a tool is started.
 #pragma once
 
 #include "quillmoor/base/types.h"
@@ -7,21 +7,24 @@
 
 namespace quillmoor {
 
+// Whether this is a process of root. The real user id counts, not the effective one.
 inline bool isSuperUser() {
     return platform::current().processInfo->realUserId() == 0;
 }
 
-// A folder that must not be removed, put into the Trash or moved.
+// Whether the path names a folder that must not be removed, put into the Trash or moved. Compares
+// the text only.
 inline bool isProtected(const OptionalPath& path) {
     return KXLocalPaths::isPathSystemDirectory(path, ExactMatch::Yes);
 }
 
-// Follows links.
+// Whether an item exists at the path. Follows links: false for a dangling one, and for nil.
 inline bool somethingAt(const OptionalPath& path) {
     return path && platform::current().fileManager->fileExists(*path);
 }
 
-// Names in listing order, hidden ones included; none when the folder cannot be listed.
+// The names of the entries in listing order, hidden ones included; empty when the folder cannot be
+// listed.
 inline StringList folderEntries(const OptionalPath& folder) {
     if (!folder) return {};
     return platform::current().fileManager->contentsOfDirectory(*folder).value_or(StringList{});
