@@ -1,4 +1,4 @@
-// Who hears of a copy that runs in the background.
+// The receiver of notices about a copy that runs in the background.
 #pragma once
 
 #include <map>
@@ -22,8 +22,8 @@ using FileOperationNotice =
     std::map<std::string,
              std::variant<long, double, std::string, FileOperationDelegateRef, CallerObject>>;
 
-// All notices come on the main thread. A delegate says which it implements; for each event the form
-// with the operation is preferred.
+// All functions are called on the main thread. implements() says which notices the delegate wants;
+// for each event the form with the operation is preferred.
 class FileOperationDelegate {
   public:
     enum class Notice {
@@ -42,8 +42,8 @@ class FileOperationDelegate {
     virtual void fileOperationProgress(const FileOperationNotice& /*notice*/,
                                        const platform::FileOperationRef& /*fileOperation*/) {}
 
-    // Once, after success, failure and cancellation alike. The operation serves to be recognised
-    // and for nothing else.
+    // Once, after success, failure and cancellation alike. Whether the copy succeeded is not
+    // reported. The operation only serves to identify the copy.
     virtual void fileOperationFinished(const FileOperationNotice& /*notice*/) {}
     virtual void fileOperationFinished(const FileOperationNotice& /*notice*/,
                                        const platform::FileOperationRef& /*fileOperation*/) {}

@@ -36,7 +36,7 @@ bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& t
                           "+[KXFileManager compressFile:toDestinationFile:includeParent:]", false);
 }
 
-// Straight to the user's Trash, where packing falls back to administrator rights.
+// To the Trash without a fall-back to administrator rights, unlike packing. Kept for compatibility.
 bool KXFileManager::decompressFile(const OptionalPath& path,
                                    const OptionalPath& toDestinationFolder) try {
     if (fileExistsAtPath(toDestinationFolder)) moveToTrash(*toDestinationFolder);

@@ -17,7 +17,7 @@ platform::Attributes& attributes() {
     return *platform::current().attributes;
 }
 
-// Locking tells of a failure in the words of unlocking. Kept so.
+// Lock failures are reported with the unlock message, for compatibility.
 void setLocked(const OptionalPath& path, bool locked) {
     const Outcome changed = attributes().setImmutable(path.value_or(""), locked);
     if (!changed)
@@ -35,7 +35,7 @@ void setAllLocked(const OptionalPath& folder, bool locked) {
 }
 
 void setCreatedNow(const std::string& path) {
-    // Refused by most systems; the touch counts all the same.
+    // Not supported by most file systems; the touch succeeds nevertheless.
     static_cast<void>(attributes().setCreationDate(path, platform::current().clock->now()));
 }
 
@@ -45,7 +45,7 @@ bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
     return true;
 }
 
-// Here the creation date comes first.
+// Unlike in touchAsUser the creation date is set first. Kept for compatibility.
 bool touchWithRights(const std::string& path, SetCreationDate setCreationDate) {
     if (setCreationDate == SetCreationDate::Yes) setCreatedNow(path);
     return KXAuthorization::sharedController()->authExecTask(kTouchTool, {"-c", path}, Async::No) ==
@@ -111,7 +111,7 @@ bool KXFileManager::touchFile(const OptionalPath& path) {
     return touchFile(path, SetCreationDate::No);
 }
 
-// Exceptions of the platform's reach the caller, for compatibility.
+// platform::Exception reaches the caller, for compatibility.
 bool KXFileManager::touchFile(const OptionalPath& path, SetCreationDate setCreationDate) try {
     if (!path) return false;
     const NoteOfChange note(*path);

@@ -6,7 +6,8 @@
 namespace quillmoor {
 namespace {
 
-// A link has no locked flag of its own: the folder that it leads to is unlocked.
+// The folder to unlock before a copy. For a link that is the folder that it leads to: unlocking the
+// link itself would not let anything be created there.
 std::string receivingFolder(const std::string& destination) {
     const std::string parent = parentFolder(destination);
     const bool isLinkToFolder =

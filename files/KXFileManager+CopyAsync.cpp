@@ -29,7 +29,7 @@ void tell(const std::string& text) {
 
 constexpr char kStatusCallback[] = "statusCallback";
 
-// Filled in place: to copy a variant with a text in it ends the process where memory runs out
+// Filled in place: copying a variant that holds a string ends the process if memory runs out
 // meanwhile (libstdc++ 12).
 FileOperationNotice contextOf(const std::string& source, const std::string& destination,
                               FileOperationDelegateRef delegate, CallerObject object,
@@ -102,8 +102,8 @@ std::function<void()> deliveryOf(std::shared_ptr<const Message> message) {
     return [message = std::move(message)] { message->deliver(); };
 }
 
-// Of one copy. All that its last notice needs is made before the copy starts, so that the notice
-// arrives even when there is no memory at the end.
+// The context of one copy. Everything that its last notice needs is allocated before the copy
+// starts, so that the notice is sent even if there is no memory at the end.
 class Context {
   public:
     explicit Context(FileOperationNotice info) {
@@ -116,7 +116,7 @@ class Context {
 
     const FileOperationNotice& info() const { return last_->notice; }
 
-    // Until the last notice has been sent.
+    // True until the last notice has been sent.
     bool isPrepared() const { return !delivery_.empty(); }
 
     // The info becomes the notice.
@@ -129,8 +129,8 @@ class Context {
     }
 
   private:
-    // Without descriptors for it there is nothing to prepare: the platform says whether it can
-    // begin.
+    // Fails if the process has no descriptors left. That is no reason to refuse the copy: the
+    // platform reports whether it can begin.
     void prepareDelivery() {
         try {
             delivery_ = platform::current().mainThread->prepareCall(deliveryOf(last_));
@@ -144,7 +144,7 @@ class Context {
     platform::PreparedCall delivery_;
 };
 
-// Value by value, for the reason above.
+// Value by value, for the reason at contextOf.
 void fill(FileOperationNotice& notice, const FileOperationReport& report,
           const FileOperationNotice& info) {
     notice["stage"] = static_cast<long>(report.stage);
@@ -154,7 +154,7 @@ void fill(FileOperationNotice& notice, const FileOperationReport& report,
         for (const auto& [key, value] : *report.status) notice[key] = value;
 }
 
-// Queued: it runs after the callback has returned.
+// Queued, so that the delegate is called after the platform's callback has returned.
 void send(const Event& event, const FileOperationReport& report, const FileOperationNotice& info) {
     const auto message = std::make_shared<Message>();
     if (!message->address(event, delegateOf(info), report.operation)) return;
@@ -172,7 +172,7 @@ void unschedule(const FileOperationRef& operation) try {
     reportCaught(exception, kStatusCallback);
 }
 
-// statusCallback for a copy with a context of this file's.
+// As statusCallback, for a copy with a Context.
 void callBack(const FileOperationReport& report, Context& context) {
     if (report.stage != FileOperationStage::Complete || !context.isPrepared())
         return statusCallback(report, &context.info());
@@ -204,7 +204,7 @@ void keepUntilExit(FileOperationRef operation) {
     kept->push_back(std::move(operation));
 }
 
-// Releases the operation once it has been started: the platform keeps it while it is scheduled.
+// Starts the copy and releases the operation; the platform keeps it while it is scheduled.
 bool start(FileOperationRef operation, const std::string& source, FileOperationNotice info,
            const std::string& parent, const std::string& name) {
     const auto context = std::make_shared<Context>(std::move(info));

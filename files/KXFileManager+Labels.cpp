@@ -8,7 +8,7 @@ namespace {
 
 constexpr unsigned kLabelBits = 0x000E;
 
-// By label; the lowest bit of a value says something else and is overlooked.
+// By label. The lowest bit of a value is not part of the label, and is ignored.
 struct Label {
     int value;
     FinderColor color;

@@ -6,7 +6,8 @@
 namespace quillmoor {
 namespace {
 
-// For the file system to settle on the new name.
+// After a change of case only. On a volume that folds case the old name still finds the item, so
+// its disappearance cannot be waited for.
 constexpr std::chrono::microseconds kPauseAfterRename{500};
 
 bool onlyCaseChanges(const OptionalPath& path, const OptionalPath& toPath) {
@@ -45,12 +46,13 @@ bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPat
 bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath,
                              ShouldAuth shouldAuth) try {
     if (fileExistsAtPath(toPath)) unlockFile(toPath);
-    // As if the destination were a folder that receives the item. Kept so.
+    // As if the destination were the folder that receives the item. Kept for compatibility.
     if (path) unlockFolder(appendPathComponent(toPath, lastPathComponent(*path)));
     const Outcome moved = moveAsUser(path, toPath);
     if (moved) return true;
     KXLog::appendLog("Error moving file: %@.", moved.error().description);
-    // The destination is this call's own then: a tool must not put the rest of the source into it.
+    // With copyRemains the destination is this call's own copy: a tool must not move the rest of
+    // the source into it.
     if (moved.error().copyRemains || shouldAuth == ShouldAuth::No) return false;
     KXLog::appendLog("Authorizing...");
     return withRights("+[KXFileManager moveFile:toPath:shouldAuth:]",

@@ -13,8 +13,8 @@ constexpr std::string_view kFolderSettings = ".DS_Store";
 constexpr std::string_view kCustomIcon = "Icon\r";
 constexpr double kThousandth = 1.0 / 1024;
 
-// The first three components; nil for a path that is not on a volume of its own. The first
-// component is / itself, so that the mount point begins with two.
+// The first three components; nil for a path that is not below `volumes`. The first component is /
+// itself, so the mount point begins with two slashes. Kept for compatibility: the console shows it.
 OptionalPath mountPoint(const OptionalPath& path, std::string_view volumes) {
     if (!path || !path->starts_with(volumes)) return std::nullopt;
     StringList components = pathComponents(*path);
@@ -23,7 +23,7 @@ OptionalPath mountPoint(const OptionalPath& path, std::string_view volumes) {
     return componentsJoined(components, "/");
 }
 
-// Does not count as content.
+// Files that the desktop adds to a folder by itself; they do not count as content.
 bool isLitter(const std::string& name) {
     return name == kFolderSettings || name == kCustomIcon;
 }

@@ -10,7 +10,7 @@ namespace {
 
 using NameTest = std::function<bool(const std::string& name)>;
 
-// Trashes every file whose name passes, and answers them all.
+// Trashes every file whose name matches, and returns the paths of all of them, trashed or not.
 StringList trashMatchingFiles(const OptionalPath& folder, const NameTest& matches) {
     StringList found;
     if (!folder) return found;
@@ -39,7 +39,7 @@ bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) t
     if (isGone(path)) return true;
     const platform::RecycleOutcome outcome = moveToTrash(*path);
     if (outcome) return true;
-    // A tool would make a second item of the one that is in the Trash already.
+    // The complete copy is in the Trash already: a tool would add the rest as a second item.
     if (!outcome.remainingCopies.empty()) return false;
     return shouldAuth == ShouldAuth::Yes &&
            withRights("+[KXFileManager trashFile:shouldAuth:]",

@@ -8,7 +8,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using TimePoint = std::chrono::system_clock::time_point;
-// Not the clock's own unit, in which dates and time-outs that are far away overflow.
+// Not the clock's own unit, in which distant dates and long time-outs overflow.
 using Seconds = std::chrono::duration<double>;
 
 constexpr std::chrono::milliseconds kNextEvent{10};
@@ -47,7 +47,8 @@ bool isRecent(TimePoint date) {
     return since(date) <= kSettleTime;
 }
 
-// A file without a date is one that is being made.
+// A missing date counts as recent: the file is expected to be created. Kept for compatibility, also
+// where the wait then never ends.
 bool isSettling(const std::optional<TimePoint>& date) {
     return !date || isRecent(*date);
 }
@@ -64,6 +65,7 @@ bool isBeingWritten(const OptionalPath& path, const std::optional<TimePoint>& da
 
 bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds timeout) {
     const TimePoint start = clock().now();
+    // The condition is evaluated once more at the end: only the final state counts.
     if (!condition()) {
         while (since(start) < timeout) {
             waitAMoment();

@@ -9,7 +9,7 @@ bool isWildcard(const std::string& text) {
     return text.find('*') != std::string::npos;
 }
 
-// The candidates that have an item of that name.
+// The paths of the existing items with that name in the candidates.
 StringList withItem(const StringList& candidates, const std::string& name) {
     StringList found;
     for (const std::string& candidate : candidates) {

@@ -39,7 +39,7 @@ void reportCaught(const std::exception& exception, const char* method) noexcept 
         const platform::Exception named("NSGenericException", exception.what());
         KXException::logException(&named, method);
     } catch (const std::exception&) {
-        return;  // not even a report can be made
+        return;  // no memory for a report either
     }
 }
 

@@ -11,7 +11,8 @@
 namespace quillmoor {
 namespace {
 
-// A folder on the way down. A list of them and no recursion: others decide how deep a tree is.
+// A folder on the way down. Kept in a list, not by recursion: a tree from another user may be deep
+// enough to overflow the stack.
 struct Level {
     std::size_t pathLength;  // of the walk's own path
     std::optional<platform::FileIdentity> identity;
@@ -42,7 +43,7 @@ class Walker {
     }
 
   private:
-    // NO when it is on the way down already.
+    // False when it is on the way down already.
     bool enter(const std::string& folder) {
         const auto identity = fileManager().identityOfItem(folder);
         if (!identity) {
@@ -54,7 +55,7 @@ class Walker {
         });
         if (isLoop) return false;
         path_ = folder;
-        // Joining would take them out, and the path could not be cut back to what it was.
+        // Joining removes trailing slashes, and the path could not be cut back to its old length.
         while (path_.size() > 1 && path_.back() == '/') path_.pop_back();
         std::optional<StringList> names = fileManager().contentsOfDirectory(folder);
         if (!names) isEnded_ = walk_.endsAtUnlisted && mayBeFolder(folder);
@@ -62,7 +63,7 @@ class Walker {
         return true;
     }
 
-    // Not missing, and not known to be anything else.
+    // Not missing, and not known to be something else than a folder.
     static bool mayBeFolder(const std::string& path) {
         if (fileManager().isMissing(path)) return false;
         return fileManager().isDirectory(path) || !fileManager().fileExists(path);

@@ -6,23 +6,24 @@
 
 namespace quillmoor {
 
+// What to do with the entries.
 struct TreeWalk {
-    // Entries of these names are passed over, folders with all they hold.
+    // Entries for whose name this returns true are skipped, folders with their contents.
     std::function<bool(const std::string& name)> isLeftOut = [](const std::string&) {
         return false;
     };
-    // Every other entry that is no folder. NO ends the walk.
+    // Called for every other entry that is not a folder. False ends the walk.
     std::function<bool(const std::string& item, const std::string& name)> visit;
-    // A link back to a folder on the way down is visited as well.
+    // Whether a link back to a folder on the way down is visited as well.
     bool visitsLoops = false;
-    // A folder that cannot be listed ends the walk, instead of holding nothing.
+    // Whether a folder that cannot be listed ends the walk, instead of counting as empty.
     bool endsAtUnlisted = false;
 };
 
-// Links to folders are followed; a folder that is already on the way down is not entered, so that a
-// loop of links ends. What cannot be listed holds nothing. Each folder is listed when the walk
-// comes to it. NO when the walk was
-// ended.
+// Walks through `folder`. Links to folders are followed; a folder that is already on the way down
+// is not entered, so that a loop of links ends. Each folder is listed when the walk reaches it, so
+// visit() may remove its item. Memory holds the names in the folders on the way down only. Returns
+// false when the walk was ended early. What visit() throws reaches the caller.
 bool walkTree(const std::string& folder, const TreeWalk& walk);
 
 }  // namespace quillmoor
