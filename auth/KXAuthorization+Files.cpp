@@ -1,7 +1,7 @@
 #include <chrono>
 
 #include "quillmoor/auth/KXAuthorization.h"
-#include "quillmoor/auth/checks.h"
+#include "quillmoor/auth/operation_support.h"
 #include "quillmoor/base/arguments.h"
 #include "quillmoor/base/format.h"
 #include "quillmoor/base/paths.h"

@@ -1,5 +1,5 @@
 #include "quillmoor/auth/KXAuthorization.h"
-#include "quillmoor/auth/checks.h"
+#include "quillmoor/auth/operation_support.h"
 #include "quillmoor/base/format.h"
 #include "quillmoor/platform/platform.h"
 #include "quillmoor/task/KXTaskEx.h"

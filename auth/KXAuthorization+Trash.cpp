@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "quillmoor/auth/KXAuthorization.h"
-#include "quillmoor/auth/checks.h"
+#include "quillmoor/auth/operation_support.h"
 #include "quillmoor/base/format.h"
 #include "quillmoor/base/paths.h"
 #include "quillmoor/paths/KXLocalPaths.h"

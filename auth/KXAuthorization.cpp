@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "quillmoor/auth/checks.h"
+#include "quillmoor/auth/operation_support.h"
 #include "quillmoor/paths/KXLocalPaths.h"
 #include "quillmoor/platform/platform.h"
 

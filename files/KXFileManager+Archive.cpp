@@ -1,7 +1,7 @@
 #include "quillmoor/base/arguments.h"
 #include "quillmoor/base/paths.h"
 #include "quillmoor/files/KXFileManager.h"
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 #include "quillmoor/paths/KXLocalPaths.h"
 #include "quillmoor/task/KXTaskEx.h"
 

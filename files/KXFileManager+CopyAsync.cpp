@@ -8,7 +8,7 @@
 #include "quillmoor/base/format.h"
 #include "quillmoor/base/paths.h"
 #include "quillmoor/files/KXFileManager.h"
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 #include "quillmoor/platform/exception.h"
 
 namespace quillmoor {

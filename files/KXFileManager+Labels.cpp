@@ -1,7 +1,7 @@
 #include <array>
 
 #include "quillmoor/files/KXFileManager.h"
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 
 namespace quillmoor {
 namespace {

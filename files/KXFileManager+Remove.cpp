@@ -1,5 +1,5 @@
 #include "quillmoor/files/KXFileManager.h"
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 #include "quillmoor/log/KXLog.h"
 
 namespace quillmoor {

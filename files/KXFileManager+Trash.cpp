@@ -2,7 +2,7 @@
 
 #include "quillmoor/base/paths.h"
 #include "quillmoor/files/KXFileManager.h"
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 #include "quillmoor/files/tree_walk.h"
 
 namespace quillmoor {

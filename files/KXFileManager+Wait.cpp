@@ -1,6 +1,6 @@
 #include "quillmoor/base/paths.h"
 #include "quillmoor/files/KXFileManager.h"
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 #include "quillmoor/log/KXLog.h"
 
 namespace quillmoor {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "quillmoor/base/paths.h"
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 
 namespace quillmoor {
 namespace {

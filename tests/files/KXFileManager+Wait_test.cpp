@@ -1,6 +1,6 @@
 #include <thread>
 
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 #include "tests/files/files_fixture.h"
 #include "tests/files/passing_time.h"
 #include "tests/files/slow_log.h"

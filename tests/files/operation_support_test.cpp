@@ -1,4 +1,4 @@
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,25 +16,25 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ItemTest : public test::FilesTest {
+class OperationSupport : public test::FilesTest {
   protected:
-    ItemTest() { startLog(); }
+    OperationSupport() { startLog(); }
 };
 
-TEST_F(ItemTest, IsGoneWhenTheSystemSaysSo) {
+TEST_F(OperationSupport, IsGoneWhenTheSystemSaysSo) {
     EXPECT_TRUE(isGone(std::nullopt));
     EXPECT_TRUE(isGone(folder_ / "missing"));
     EXPECT_FALSE(isGone(folder_.writeFile("file")));
 }
 
-TEST_F(ItemTest, WithoutAFolderPartIsInTheCurrentFolder) {
+TEST_F(OperationSupport, WithoutAFolderPartIsInTheCurrentFolder) {
     EXPECT_EQ(parentFolder("name"), ".");
     EXPECT_EQ(parentFolder("/name"), "/");
     EXPECT_EQ(parentFolder("some/where/name"), "some/where");
     EXPECT_EQ(parentFolder(""), "");
 }
 
-TEST_F(ItemTest, WithRightsGivesTheSessionsResult) {
+TEST_F(OperationSupport, WithRightsGivesTheSessionsResult) {
     KXAuthorization* seen = nullptr;
     EXPECT_TRUE(withRights("method", [&](KXAuthorization& session) {
         seen = &session;
@@ -45,7 +45,7 @@ TEST_F(ItemTest, WithRightsGivesTheSessionsResult) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(ItemTest, WithRightsReportsAnExceptionAndFails) {
+TEST_F(OperationSupport, WithRightsReportsAnExceptionAndFails) {
     EXPECT_FALSE(withRights("method", [](KXAuthorization&) -> bool {
         throw platform::Exception("Name", "the reason");
     }));
@@ -53,7 +53,7 @@ TEST_F(ItemTest, WithRightsReportsAnExceptionAndFails) {
                                                      testing::HasSubstr("the reason"))));
 }
 
-TEST_F(ItemTest, AfterAnExceptionOfAnyKindThereIsAReportAndTheFailedAnswer) {
+TEST_F(OperationSupport, AfterAnExceptionOfAnyKindThereIsAReportAndTheFailedAnswer) {
     EXPECT_EQ(afterException(platform::Exception("Name", "first reason"), "one", 7), 7);
     EXPECT_EQ(afterException(std::runtime_error("second reason"), "two", 8), 8);
     EXPECT_EQ(afterException(std::bad_alloc(), "three", false), false);
@@ -63,7 +63,7 @@ TEST_F(ItemTest, AfterAnExceptionOfAnyKindThereIsAReportAndTheFailedAnswer) {
                             testing::HasSubstr("three")));
 }
 
-TEST_F(ItemTest, OfAFolderThatCannotBeListedThereAreNone) {
+TEST_F(OperationSupport, OfAFolderThatCannotBeListedThereAreNone) {
     EXPECT_THAT(entriesOf(std::nullopt), IsEmpty());
     EXPECT_THAT(entriesOf(folder_ / "missing"), IsEmpty());
     folder_.writeFile("listed/.hidden");

@@ -1,4 +1,4 @@
-#include "quillmoor/files/item.h"
+#include "quillmoor/files/operation_support.h"
 
 #include "quillmoor/base/format.h"
 #include "quillmoor/base/paths.h"
