@@ -17,7 +17,7 @@ void show(Control* control) {
     if (control != nullptr) control->setHidden(false);
 }
 
-// In the bundle that holds this code, not in the installer's own.
+// The archive in the bundle that contains this code: the main bundle is the installer's.
 OptionalPath uninstallerArchive() {
     const auto bundle = platform::current().bundles->bundleForCode(
         reinterpret_cast<const void*>(&uninstallerArchive));
@@ -50,7 +50,7 @@ bool RK_MessageViewPane::shouldExitPane(InstallerDirection /*direction*/) {
 void RK_MessageViewPane::uninstall(Control* /*sender*/) {
     const OptionalPath archive = uninstallerArchive();
     const std::string scratch = KXLocalPaths::tempFile();
-    // Whether that worked shows in the next step, which fails as silently.
+    // The result is not needed: opening what was not unpacked fails as silently.
     KXFileManager::decompressFile(archive, scratch);
     platform::current().applications->openFile(
         *appendPathComponent(scratch, kUninstallerApplication));

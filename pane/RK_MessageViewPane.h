@@ -7,15 +7,16 @@
 
 namespace quillmoor {
 
-// Notices that Tallyframe is on this computer and offers its uninstaller; otherwise it passes
-// itself over in the user's direction of travel. Reports nothing: no alert, no log line. Throws
-// nothing but std::bad_alloc. Everything runs on the installer's main thread.
+// If Tallyframe is installed on this computer, the pane says so and offers the uninstaller;
+// otherwise it leaves at once, in the user's direction of travel, and is not shown. Failures are
+// not reported, neither by an alert nor in the log. Throws std::bad_alloc only. All functions must
+// be called on the installer's main thread.
 class RK_MessageViewPane : public InstallerPane {
   public:
     using InstallerPane::InstallerPane;
 
-    // Outlets, set from the interface file, where all three are hidden. The pane only ever shows
-    // them. One that is missing is passed over.
+    // Outlets, set from the interface file, where all three are hidden. The pane shows them and
+    // never hides them. Not owned; null for an element that the interface file lacks.
     Control* titleText = nullptr;
     Control* descriptionText = nullptr;
     Control* uninstallBtn = nullptr;
@@ -23,14 +24,16 @@ class RK_MessageViewPane : public InstallerPane {
     // `title`: "Version Check".
     std::string title() override;
 
-    // `didEnterPane:`: looks for the product, anew on every entry.
+    // `didEnterPane:`: searches for the product on every entry. If it is found, shows the outlets;
+    // else goes to the previous pane for Backward, and to the next one for every other direction.
     void didEnterPane(InstallerDirection direction) override;
 
-    // `shouldExitPane:`: always yes.
+    // `shouldExitPane:`: true for every direction.
     bool shouldExitPane(InstallerDirection direction) override;
 
-    // `uninstall:`: unpacks the uninstaller into a fresh folder of the temporary folder and opens
-    // it. Waits for the unpacking. The unpacked copy stays; a failure is not reported.
+    // `uninstall:`: unpacks the uninstaller into a new folder in the temporary folder and opens it.
+    // Blocks until it is unpacked, not until the uninstaller ends. Each call unpacks another copy,
+    // which is not removed. A failure is not reported.
     void uninstall(Control* sender);
 };
 

@@ -13,7 +13,7 @@
 namespace quillmoor {
 namespace {
 
-// Nothing thrown may cross into the host; a call that failed answers `otherwise`.
+// No exception may cross the boundary of plain C: a call that fails returns `otherwise`.
 template <typename Result, typename Function>
 Result guarded(Result otherwise, Function function) noexcept {
     try {
@@ -23,7 +23,7 @@ Result guarded(Result otherwise, Function function) noexcept {
     }
 }
 
-// A control of the host's.
+// An interface element of the host. The struct is copied: the host's own is valid during the call.
 class HostControl : public Control {
   public:
     explicit HostControl(const installer_control& control) : control_(control) {}
@@ -43,7 +43,7 @@ class HostNavigation : public PaneNavigation {
     installer_pane_host host_;
 };
 
-// A pane with what it is joined to.
+// A pane with its navigation, its outlets and the string that it has returned last.
 class PluginPane {
   public:
     explicit PluginPane(const installer_pane_host& host) : navigation_(host), pane_(navigation_) {}
@@ -120,7 +120,8 @@ void destroy(void* context) {
     delete &pluginPane(context);
 }
 
-// A callback of the library's, kept for ever and handed to the host as a plain function.
+// A callback of the library, kept until the process exits and passed to the host as a plain
+// function: the host may call it as long as it runs, and has no call to take it back.
 struct KeptCallback {
     static void call(void* user) { (*static_cast<std::function<void()>*>(user))(); }
     static void* keep(std::function<void()> callback) {
