@@ -16,7 +16,7 @@ namespace {
 // folder next.
 constexpr std::chrono::microseconds kPauseAfterCreating{500};
 
-void tell(const std::string& text) {
+void reportOnConsole(const std::string& text) {
     platform::current().console->log(text);
 }
 
@@ -24,7 +24,8 @@ void tell(const std::string& text) {
 
 bool KXAuthorization::authRemoveFile(const OptionalPath& path) {
     if (isProtected(path)) {
-        tell(formatted("Unable to delete path %@ because it is a system directory.", path));
+        reportOnConsole(
+            formatted("Unable to delete path %@ because it is a system directory.", path));
         return false;
     }
     return authExecTask("/bin/rm", upToFirstNil({"-Rdf", path})) == 0;
@@ -33,8 +34,8 @@ bool KXAuthorization::authRemoveFile(const OptionalPath& path) {
 bool KXAuthorization::authMoveFolderContents(const OptionalPath& folder,
                                              const OptionalPath& toPath) {
     if (isProtected(folder)) {
-        tell(formatted("Unable to move contents of path %@ because it is a system directory.",
-                       folder));
+        reportOnConsole(formatted(
+            "Unable to move contents of path %@ because it is a system directory.", folder));
         return false;
     }
     bool allMoved = true;
@@ -47,15 +48,16 @@ bool KXAuthorization::authMoveFolderContents(const OptionalPath& folder,
 
 bool KXAuthorization::authMoveFile(const OptionalPath& path, const OptionalPath& toPath) {
     if (!path) {
-        tell("Error in authMoveFile: old path is null");
+        reportOnConsole("Error in authMoveFile: old path is null");
         return false;
     }
     if (!toPath) {
-        tell("Error in authMoveFile: new path is null");
+        reportOnConsole("Error in authMoveFile: new path is null");
         return false;
     }
     if (isProtected(path)) {
-        tell(formatted("Unable to move path %@ because it is a system directory.", path));
+        reportOnConsole(
+            formatted("Unable to move path %@ because it is a system directory.", path));
         return false;
     }
     if (!somethingAt(path)) return false;
@@ -64,11 +66,11 @@ bool KXAuthorization::authMoveFile(const OptionalPath& path, const OptionalPath&
 
 bool KXAuthorization::authCopyFile(const OptionalPath& path, const OptionalPath& toPath) {
     if (!path) {
-        tell("Error in authCopyFile: old path is null");
+        reportOnConsole("Error in authCopyFile: old path is null");
         return false;
     }
     if (!toPath) {
-        tell("Error in authCopyFile: new path is null");
+        reportOnConsole("Error in authCopyFile: new path is null");
         return false;
     }
     if (!somethingAt(path)) return false;
@@ -76,7 +78,7 @@ bool KXAuthorization::authCopyFile(const OptionalPath& path, const OptionalPath&
 }
 
 bool KXAuthorization::authCreateDir(const OptionalPath& path) {
-    const bool asked = !isSuperUser();
+    const bool asked = !isRoot();
     if (!startTool("/bin/mkdir", upToFirstNil({"-p", path}))) return false;
     if (asked) platform::current().clock->sleep(kPauseAfterCreating);
     return true;
@@ -85,7 +87,7 @@ bool KXAuthorization::authCreateDir(const OptionalPath& path) {
 // A process of root needs no session: it runs the tool itself, and that counts as started whatever
 // the task runner reports.
 bool KXAuthorization::startTool(const std::string& tool, const StringList& arguments) {
-    if (!isSuperUser()) return authExecTask(tool, arguments) == 0;
+    if (!isRoot()) return authExecTask(tool, arguments) == 0;
     KXTaskEx::runTaskAndReturn(tool, arguments);
     return true;
 }

@@ -28,11 +28,11 @@ const AuthorizationItemSet& administratorRights() {
 }  // namespace
 
 bool KXAuthorization::isAuthorized() const {
-    return isSuperUser() || authRef_ != nullptr;
+    return isRoot() || authRef_ != nullptr;
 }
 
 bool KXAuthorization::canAuthorize() const {
-    return hasGUI_ || isSuperUser();
+    return hasGUI_ || isRoot();
 }
 
 bool KXAuthorization::authStart() {
@@ -54,7 +54,7 @@ bool KXAuthorization::authStart() {
 
 bool KXAuthorization::authStartWithUser(const OptionalString& user,
                                         const OptionalString& password) {
-    if (isSuperUser()) return true;
+    if (isRoot()) return true;
     if (!user || !password) return false;
     // Not isAuthorized: credentials that are given are always checked. Kept for compatibility.
     const AuthorizationItemSet environment{
@@ -89,7 +89,7 @@ bool KXAuthorization::askForRights(const AuthorizationItemSet& environment,
 // A reference that root was passed by its parent is dropped without being freed. Kept for
 // compatibility.
 void KXAuthorization::authEnd() {
-    if (isAuthorized() && !isSuperUser()) freeReference();
+    if (isAuthorized() && !isRoot()) freeReference();
     setAuthRef(nullptr);
 }
 

@@ -17,7 +17,7 @@ std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const Strin
         system.console->log(formatted("Unable to execute task: path %@ doesn't exist", path));
         return kToolMissing;
     }
-    if (isSuperUser()) {
+    if (isRoot()) {
         if (async == Async::Yes)
             KXTaskEx::runTaskAndReturn(path, parameters);
         else

@@ -70,7 +70,7 @@ bool KXAuthorization::authTrashFile(const OptionalPath& path,
     }
     // Removes the item in the Trash that has the new name, not the item itself. Kept for
     // compatibility.
-    if (isOwnAccountOfSuperUser(deleteOnRootAccount))
+    if (isOwnAccountOfRoot(deleteOnRootAccount))
         return authRemoveFile(trashDestination(trashFolder(), path));
     return moveToTrash(path);
 }
@@ -88,7 +88,7 @@ bool KXAuthorization::authTrashFolderContents(const OptionalPath& folder,
         return false;
     }
     const StringList names = folderEntries(folder);
-    const bool removes = isOwnAccountOfSuperUser(deleteOnRootAccount);
+    const bool removes = isOwnAccountOfRoot(deleteOnRootAccount);
     bool allStarted = true;
     for (const std::string& name : names) {
         const OptionalPath entry = appendPathComponent(folder, name);
@@ -99,12 +99,12 @@ bool KXAuthorization::authTrashFolderContents(const OptionalPath& folder,
     return allStarted;
 }
 
-bool KXAuthorization::isOwnAccountOfSuperUser(DeleteOnRootAccount deleteOnRootAccount) const {
-    return deleteOnRootAccount == DeleteOnRootAccount::Yes && !userDirectory_ && isSuperUser();
+bool KXAuthorization::isOwnAccountOfRoot(DeleteOnRootAccount deleteOnRootAccount) const {
+    return deleteOnRootAccount == DeleteOnRootAccount::Yes && !userDirectory_ && isRoot();
 }
 
 OptionalPath KXAuthorization::trashFolder() const {
-    if (isSuperUser() && userDirectory_) return *userDirectory_ + "/.Trash";
+    if (isRoot() && userDirectory_) return *userDirectory_ + "/.Trash";
     return KXLocalPaths::trashDirectory();
 }
 

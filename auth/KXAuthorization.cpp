@@ -57,7 +57,7 @@ KXAuthorization* KXAuthorization::initWithGUI(bool hasGUI) {
         platform::kAuthorizationFlagDefaults, handedOver);
     if (status == platform::kAuthorizationSuccess && handedOver != nullptr) setAuthRef(handedOver);
     // Of the user who started this, whose Trash is used also with administrator rights.
-    if (!isSuperUser()) userDirectory_ = KXLocalPaths::userDirectory();
+    if (!isRoot()) userDirectory_ = KXLocalPaths::userDirectory();
     return this;
 }
 

@@ -166,7 +166,7 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
     bool askForRights(const platform::AuthorizationItemSet& environment,
                       platform::AuthorizationFlags flags);
     void freeReference();
-    bool isOwnAccountOfSuperUser(DeleteOnRootAccount deleteOnRootAccount) const;
+    bool isOwnAccountOfRoot(DeleteOnRootAccount deleteOnRootAccount) const;
     bool startTool(const std::string& tool, const StringList& arguments);
     OptionalPath trashFolder() const;
     bool moveToTrash(const OptionalPath& path);

@@ -8,7 +8,7 @@
 namespace quillmoor {
 
 // Whether this is a process of root. The real user id counts, not the effective one.
-inline bool isSuperUser() {
+inline bool isRoot() {
     return platform::current().processInfo->realUserId() == 0;
 }
 

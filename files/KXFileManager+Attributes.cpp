@@ -46,7 +46,7 @@ bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
 }
 
 // Unlike in touchAsUser the creation date is set first. Kept for compatibility.
-bool touchWithRights(const std::string& path, SetCreationDate setCreationDate) {
+bool touchWithAuthorization(const std::string& path, SetCreationDate setCreationDate) {
     if (setCreationDate == SetCreationDate::Yes) setCreatedNow(path);
     return KXAuthorization::sharedController()->authExecTask(kTouchTool, {"-c", path}, Async::No) ==
            0;
@@ -116,7 +116,7 @@ bool KXFileManager::touchFile(const OptionalPath& path, SetCreationDate setCreat
     if (!path) return false;
     const NoteOfChange note(*path);
     return fileManager().isWritableFile(*path) ? touchAsUser(*path, setCreationDate)
-                                               : touchWithRights(*path, setCreationDate);
+                                               : touchWithAuthorization(*path, setCreationDate);
 } catch (const platform::Exception&) {
     throw;
 } catch (const std::exception& exception) {

@@ -38,8 +38,9 @@ bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPat
     if (copied) return true;
     KXLog::appendLog("Error copying file: %@. Authorizing...", copied.error().description);
     return shouldAuth == ShouldAuth::Yes &&
-           withRights("+[KXFileManager copyFile:toPath:shouldAuth:]",
-                      [&](KXAuthorization& rights) { return rights.authCopyFile(path, toPath); });
+           withAuthorization(
+               "+[KXFileManager copyFile:toPath:shouldAuth:]",
+               [&](KXAuthorization& session) { return session.authCopyFile(path, toPath); });
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager copyFile:toPath:shouldAuth:]", false);
 }

@@ -23,7 +23,7 @@ using Notice = FileOperationDelegate::Notice;
 constexpr std::chrono::seconds kLongestCreation{10};
 constexpr std::chrono::milliseconds kStatusInterval{1000};
 
-void tell(const std::string& text) {
+void reportOnConsole(const std::string& text) {
     platform::current().console->log(text);
 }
 
@@ -57,9 +57,9 @@ struct Event {
     using WithOperation = void (FileOperationDelegate::*)(const FileOperationNotice&,
                                                           const FileOperationRef&);
     Notice plain;
-    Plain tellPlain;
+    Plain notifyPlain;
     Notice withOperation;
-    WithOperation tellWithOperation;
+    WithOperation notifyWithOperation;
 };
 
 const Event kProgress{Notice::Progress, &FileOperationDelegate::fileOperationProgress,
@@ -86,9 +86,9 @@ class Message {
 
     void deliver() const {
         if (hasOperation_)
-            ((*delegate_).*event_->tellWithOperation)(notice, operation_);
+            ((*delegate_).*event_->notifyWithOperation)(notice, operation_);
         else
-            ((*delegate_).*event_->tellPlain)(notice);
+            ((*delegate_).*event_->notifyPlain)(notice);
     }
 
   private:
@@ -167,7 +167,7 @@ void send(const Event& event, const FileOperationReport& report, const FileOpera
 void unschedule(const FileOperationRef& operation) try {
     const std::int32_t status = platform::current().fileOperations->unschedule(operation);
     if (status != 0)
-        tell(formatted("Failed to unschedule operation from run loop: %d", int{status}));
+        reportOnConsole(formatted("Failed to unschedule operation from run loop: %d", int{status}));
 } catch (const std::exception& exception) {
     reportCaught(exception, kStatusCallback);
 }
@@ -189,7 +189,7 @@ bool makeParent(const std::string& source, const OptionalPath& parent) {
     if (KXFileManager::fileExistsAtPath(parent) ||
         KXFileManager::createDirectory(parent, kLongestCreation))
         return true;
-    tell(
+    reportOnConsole(
         formatted("Unable to copy file %@ - destination directory %@ doesn't exist. Aborting copy "
                   "process...",
                   source, parent));
@@ -214,7 +214,7 @@ bool start(FileOperationRef operation, const std::string& source, FileOperationN
         kStatusInterval);
     operation = nullptr;
     if (status == 0) return true;
-    tell(formatted("Failed to begin asynchronous object copy: %ld", long{status}));
+    reportOnConsole(formatted("Failed to begin asynchronous object copy: %ld", long{status}));
     return false;
 }
 
@@ -233,7 +233,7 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
                                          FileOperationDelegateRef delegate, CallerObject object,
                                          CallerObject object2) try {
     if (!fileExistsAtPath(path)) {
-        tell(formatted("Error: File %@ doesn't exist. Aborting copy process...", path));
+        reportOnConsole(formatted("Error: File %@ doesn't exist. Aborting copy process...", path));
         return false;
     }
     const OptionalPath parent =
@@ -243,7 +243,7 @@ bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const Optiona
     FileOperationRef operation = operations.create();
     const std::int32_t status = operations.schedule(operation);
     if (status != 0) {
-        tell(formatted("Failed to schedule operation with run loop: %ld", long{status}));
+        reportOnConsole(formatted("Failed to schedule operation with run loop: %ld", long{status}));
         keepUntilExit(std::move(operation));
         return false;
     }

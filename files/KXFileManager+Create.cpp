@@ -21,8 +21,8 @@ bool KXFileManager::createDirectory(const OptionalPath& path, ShouldAuth shouldA
     if (created) return true;
     KXLog::appendLog("Error creating folder: %@. Authorizing...", created.error().description);
     return shouldAuth == ShouldAuth::Yes &&
-           withRights("+[KXFileManager createDirectory:shouldAuth:]",
-                      [&](KXAuthorization& rights) { return rights.authCreateDir(path); });
+           withAuthorization("+[KXFileManager createDirectory:shouldAuth:]",
+                             [&](KXAuthorization& session) { return session.authCreateDir(path); });
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager createDirectory:shouldAuth:]", false);
 }

@@ -55,8 +55,9 @@ bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPat
     // the source into it.
     if (moved.error().copyRemains || shouldAuth == ShouldAuth::No) return false;
     KXLog::appendLog("Authorizing...");
-    return withRights("+[KXFileManager moveFile:toPath:shouldAuth:]",
-                      [&](KXAuthorization& rights) { return rights.authMoveFile(path, toPath); });
+    return withAuthorization(
+        "+[KXFileManager moveFile:toPath:shouldAuth:]",
+        [&](KXAuthorization& session) { return session.authMoveFile(path, toPath); });
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager moveFile:toPath:shouldAuth:]", false);
 }

@@ -17,8 +17,9 @@ bool KXFileManager::removeFile(const OptionalPath& path, ShouldAuth shouldAuth) 
     if (removed) return true;
     KXLog::appendLog("Error removing file: %@. Authorizing...", removed.error().description);
     return shouldAuth == ShouldAuth::Yes &&
-           withRights("+[KXFileManager removeFile:shouldAuth:]",
-                      [&](KXAuthorization& rights) { return rights.authRemoveFile(path); });
+           withAuthorization(
+               "+[KXFileManager removeFile:shouldAuth:]",
+               [&](KXAuthorization& session) { return session.authRemoveFile(path); });
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager removeFile:shouldAuth:]", false);
 }

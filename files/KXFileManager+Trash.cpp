@@ -42,8 +42,8 @@ bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) t
     // The complete copy is in the Trash already: a tool would add the rest as a second item.
     if (!outcome.remainingCopies.empty()) return false;
     return shouldAuth == ShouldAuth::Yes &&
-           withRights("+[KXFileManager trashFile:shouldAuth:]",
-                      [&](KXAuthorization& rights) { return rights.authTrashFile(path); });
+           withAuthorization("+[KXFileManager trashFile:shouldAuth:]",
+                             [&](KXAuthorization& session) { return session.authTrashFile(path); });
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager trashFile:shouldAuth:]", false);
 }

@@ -8,7 +8,7 @@
 
 namespace quillmoor {
 
-bool withRights(const char* method, const std::function<bool(KXAuthorization&)>& operation) {
+bool withAuthorization(const char* method, const std::function<bool(KXAuthorization&)>& operation) {
     try {
         return operation(*KXAuthorization::sharedController());
     } catch (const platform::Exception& exception) {

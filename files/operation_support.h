@@ -26,7 +26,7 @@ inline bool isGone(const OptionalPath& path) {
 
 // Performs `operation` with administrator rights, through the process's session. If a process of
 // root cannot start the tool, false and a report with the name `method`.
-bool withRights(const char* method, const std::function<bool(KXAuthorization&)>& operation);
+bool withAuthorization(const char* method, const std::function<bool(KXAuthorization&)>& operation);
 
 // The folder that contains the item at `path`; the current folder for a name without a folder part.
 inline std::string parentFolder(std::string_view path) {

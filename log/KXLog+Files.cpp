@@ -14,7 +14,7 @@ constexpr char kPreferencesFile[] = "com.quillmoor.shared.plist";
 constexpr char kDisableLoggingKey[] = "disable-logging";
 constexpr long kGenerations = 5;
 
-bool isSuperUser() {
+bool isRoot() {
     return platform::current().processInfo->realUserId() == 0;
 }
 
@@ -107,7 +107,7 @@ bool KXLog::isDisabledByPreferences() {
 // Root's newest generation is in the machine's own library, while the folder that is created, and
 // in which generations are shifted, is the user's. Both are kept for compatibility.
 OptionalPath KXLog::currentLogPath(const OptionalString& name) const {
-    return generationPath(logFolder(isSuperUser() ? UserDomain::No : UserDomain::Yes), name, 1);
+    return generationPath(logFolder(isRoot() ? UserDomain::No : UserDomain::Yes), name, 1);
 }
 
 // From the oldest to the newest, so that no move finds its destination taken. A generation that

@@ -18,14 +18,14 @@ platform::Locations& locations() {
     return *platform::current().locations;
 }
 
-bool isSuperUser() {
+bool isRoot() {
     return platform::current().processInfo->realUserId() == 0;
 }
 
 // Removes root's home from the start. The second prefix is cut one character short, so that its
 // last letter remains; the first is a prefix of characters, not of components. Both are kept for
 // compatibility.
-std::string withoutSuperUserHome(std::string path) {
+std::string withoutRootsHome(std::string path) {
     if (path.starts_with("/var/root")) path = substringFromIndex(path, 9);
     if (path.starts_with("/private/var/root")) path = substringFromIndex(path, 16);
     return path;
@@ -41,8 +41,8 @@ OptionalPath KXLocalPaths::pathForDirectory(SearchPathDirectory directory,
                                             SearchPathDomainMask forUserDomain) {
     const StringList found = locations().searchPaths(directory, forUserDomain);
     if (found.empty()) return std::nullopt;
-    if (isSuperUser() && forUserDomain == SearchPathDomainMask::User)
-        return appendPathComponent(userDirectory(), withoutSuperUserHome(found.front()));
+    if (isRoot() && forUserDomain == SearchPathDomainMask::User)
+        return appendPathComponent(userDirectory(), withoutRootsHome(found.front()));
     return found.front();
 }
 
@@ -108,12 +108,12 @@ OptionalPath KXLocalPaths::darwinCacheDirectory() {
 }
 
 OptionalPath KXLocalPaths::userDirectory() {
-    if (isSuperUser()) return locations().homeDirectoryForUser(currentConsoleUser());
+    if (isRoot()) return locations().homeDirectoryForUser(currentConsoleUser());
     return locations().homeDirectory();
 }
 
 OptionalString KXLocalPaths::username() {
-    if (isSuperUser()) return currentConsoleUser();
+    if (isRoot()) return currentConsoleUser();
     return locations().userName();
 }
 

@@ -36,17 +36,17 @@ TEST_F(OperationSupport, WithoutAFolderPartIsInTheCurrentFolder) {
 
 TEST_F(OperationSupport, WithRightsGivesTheSessionsResult) {
     KXAuthorization* seen = nullptr;
-    EXPECT_TRUE(withRights("method", [&](KXAuthorization& session) {
+    EXPECT_TRUE(withAuthorization("method", [&](KXAuthorization& session) {
         seen = &session;
         return true;
     }));
     EXPECT_EQ(seen, KXAuthorization::sharedController());
-    EXPECT_FALSE(withRights("method", [](KXAuthorization&) { return false; }));
+    EXPECT_FALSE(withAuthorization("method", [](KXAuthorization&) { return false; }));
     EXPECT_THAT(logged(), IsEmpty());
 }
 
 TEST_F(OperationSupport, WithRightsReportsAnExceptionAndFails) {
-    EXPECT_FALSE(withRights("method", [](KXAuthorization&) -> bool {
+    EXPECT_FALSE(withAuthorization("method", [](KXAuthorization&) -> bool {
         throw platform::Exception("Name", "the reason");
     }));
     EXPECT_THAT(logged(), ElementsAre(testing::AllOf(testing::HasSubstr("method"),
