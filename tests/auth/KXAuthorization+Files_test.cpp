@@ -8,18 +8,18 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-class PrivilegedFiles : public test::AuthTest {
+class AuthorizedFiles : public test::AuthTest {
   protected:
     std::string file_ = folder_.writeFile("a file", "text");
 };
 
-TEST_F(PrivilegedFiles, AreRemovedByTheSystemsTool) {
+TEST_F(AuthorizedFiles, AreRemovedByTheSystemsTool) {
     EXPECT_TRUE(authorized().authRemoveFile(file_));
     EXPECT_THAT(authorization_.started(),
                 ElementsAre(test::commandLine("/bin/rm", {"-Rdf", file_})));
 }
 
-TEST_F(PrivilegedFiles, AreRemovedWithoutALookAtThemFirst) {
+TEST_F(AuthorizedFiles, AreRemovedWithoutACheckThatTheyExist) {
     KXAuthorization& session = authorized();
     EXPECT_TRUE(session.authRemoveFile("/no/such/item"));
     EXPECT_TRUE(session.authRemoveFile(std::nullopt));
@@ -27,19 +27,19 @@ TEST_F(PrivilegedFiles, AreRemovedWithoutALookAtThemFirst) {
                 ElementsAre("/bin/rm -Rdf /no/such/item", "/bin/rm -Rdf"));
 }
 
-TEST_F(PrivilegedFiles, AreMoved) {
+TEST_F(AuthorizedFiles, AreMoved) {
     EXPECT_TRUE(authorized().authMoveFile(file_, "/new"));
     EXPECT_THAT(authorization_.started(),
                 ElementsAre(test::commandLine("/bin/mv", {"-f", file_, "/new"})));
 }
 
-TEST_F(PrivilegedFiles, AreCopied) {
+TEST_F(AuthorizedFiles, AreCopied) {
     EXPECT_TRUE(authorized().authCopyFile(file_, "/new"));
     EXPECT_THAT(authorization_.started(),
                 ElementsAre(test::commandLine("/bin/cp", {"-f", "-p", "-R", file_, "/new"})));
 }
 
-TEST_F(PrivilegedFiles, ThatAreMissingAreNeitherMovedNorCopied) {
+TEST_F(AuthorizedFiles, ThatAreMissingAreNeitherMovedNorCopied) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     authorization_.calls.clear();
     EXPECT_FALSE(session.authMoveFile(folder_ / "gone", "/new"));
@@ -48,7 +48,7 @@ TEST_F(PrivilegedFiles, ThatAreMissingAreNeitherMovedNorCopied) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(PrivilegedFiles, WithoutAPathAreToldOnTheConsole) {
+TEST_F(AuthorizedFiles, WithoutAPathAreReportedOnTheConsole) {
     KXAuthorization& session = authorized();
     EXPECT_FALSE(session.authMoveFile(std::nullopt, std::nullopt));
     EXPECT_FALSE(session.authMoveFile(file_, std::nullopt));
@@ -61,7 +61,7 @@ TEST_F(PrivilegedFiles, WithoutAPathAreToldOnTheConsole) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-TEST_F(PrivilegedFiles, OfTheSystemAreRefusedBeforeAnythingIsAsked) {
+TEST_F(AuthorizedFiles, ThatAreProtectedAreRefusedBeforeTheUserIsAsked) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     authorization_.calls.clear();
     EXPECT_FALSE(session.authRemoveFile("/"));
@@ -78,8 +78,8 @@ TEST_F(PrivilegedFiles, OfTheSystemAreRefusedBeforeAnythingIsAsked) {
                                 " because it is a system directory."));
 }
 
-TEST_F(PrivilegedFiles, OfTheSystemAreRefusedToTheSuperUserToo) {
-    becomeSuperUser();
+TEST_F(AuthorizedFiles, ThatAreProtectedAreRefusedToRootToo) {
+    becomeRoot();
     KXAuthorization& session = *KXAuthorization::sharedController();
     EXPECT_FALSE(session.authRemoveFile("/Library"));
     EXPECT_FALSE(session.authMoveFile("/Volumes", "/new"));
@@ -87,7 +87,7 @@ TEST_F(PrivilegedFiles, OfTheSystemAreRefusedToTheSuperUserToo) {
 }
 
 // Only the folders themselves are protected, and only spelled without a slash at the end.
-TEST_F(PrivilegedFiles, InsideTheSystemsFoldersAreNotProtected) {
+TEST_F(AuthorizedFiles, InsideProtectedFoldersAreNotProtected) {
     KXAuthorization& session = authorized();
     EXPECT_TRUE(session.authRemoveFile("/Library/Startup"));
     EXPECT_TRUE(session.authRemoveFile("/usr"));
@@ -97,7 +97,7 @@ TEST_F(PrivilegedFiles, InsideTheSystemsFoldersAreNotProtected) {
                             "/bin/rm -Rdf /Library/"));
 }
 
-TEST_F(PrivilegedFiles, OfTheSystemMayBeCopiedAndMovedTo) {
+TEST_F(AuthorizedFiles, ThatAreProtectedMayBeCopiedAndBeDestinations) {
     KXAuthorization& session = authorized();
     EXPECT_TRUE(session.authCopyFile("/", "/new"));
     EXPECT_TRUE(session.authMoveFile(file_, "/Library"));
@@ -106,7 +106,7 @@ TEST_F(PrivilegedFiles, OfTheSystemMayBeCopiedAndMovedTo) {
                             test::commandLine("/bin/mv", {"-f", file_, "/Library"})));
 }
 
-TEST_F(PrivilegedFiles, OfAFolderWithoutANewFolderAreToldOneByOne) {
+TEST_F(AuthorizedFiles, OfAFolderWithoutADestinationAreReportedOneByOne) {
     folder_.writeFile("full/one");
     folder_.writeFile("full/two");
     EXPECT_FALSE(authorized().authMoveFolderContents(folder_ / "full", std::nullopt));
@@ -115,7 +115,7 @@ TEST_F(PrivilegedFiles, OfAFolderWithoutANewFolderAreToldOneByOne) {
     EXPECT_THAT(authorization_.started(), IsEmpty());
 }
 
-TEST_F(PrivilegedFiles, OfAFolderAreMovedOneByOne) {
+TEST_F(AuthorizedFiles, OfAFolderAreMovedOneByOne) {
     folder_.writeFile("full/one");
     folder_.writeFile("full/.hidden");
     folder_.makeFolder("full/two words");
@@ -128,7 +128,7 @@ TEST_F(PrivilegedFiles, OfAFolderAreMovedOneByOne) {
             test::commandLine("/bin/mv", {"-f", full + "/two words", "/to/two words"})));
 }
 
-TEST_F(PrivilegedFiles, OfAFolderAreAllTriedWhenOneFails) {
+TEST_F(AuthorizedFiles, OfAFolderAreAllTriedWhenOneFails) {
     test::ListingFileManager manager;
     manager.listings["/from"] = {"one", "two", "three"};
     platform_->fileManager = &manager;
@@ -143,7 +143,7 @@ TEST_F(PrivilegedFiles, OfAFolderAreAllTriedWhenOneFails) {
     }
 }
 
-TEST_F(PrivilegedFiles, OfAFolderMayGoIntoAFolderOfTheSystem) {
+TEST_F(AuthorizedFiles, OfAFolderMayBeMovedIntoAProtectedFolder) {
     test::ListingFileManager manager;
     manager.listings["/from"] = {"one"};
     platform_->fileManager = &manager;
@@ -152,18 +152,18 @@ TEST_F(PrivilegedFiles, OfAFolderMayGoIntoAFolderOfTheSystem) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(PrivilegedFiles, OfTheSystemWithoutANewPathMissThePath) {
+TEST_F(AuthorizedFiles, ThatAreProtectedWithoutADestinationReportTheMissingPath) {
     EXPECT_FALSE(authorized().authMoveFile("/", std::nullopt));
     EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: new path is null"));
 }
 
-TEST_F(PrivilegedFiles, FoldersOfTheSystemMayBeMade) {
+TEST_F(AuthorizedFiles, ProtectedFoldersMayBeCreated) {
     EXPECT_TRUE(authorized().authCreateDir("/Volumes"));
     EXPECT_THAT(authorization_.started(), ElementsAre("/bin/mkdir -p /Volumes"));
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(PrivilegedFiles, OfAnEmptyFolderAreMovedWithoutATool) {
+TEST_F(AuthorizedFiles, OfAnEmptyFolderAreMovedWithoutATool) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     authorization_.calls.clear();
     EXPECT_TRUE(session.authMoveFolderContents(folder_.makeFolder("empty"), "/to"));
@@ -172,7 +172,7 @@ TEST_F(PrivilegedFiles, OfAnEmptyFolderAreMovedWithoutATool) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-TEST_F(PrivilegedFiles, FoldersAreMadeAndGivenAMoment) {
+TEST_F(AuthorizedFiles, FoldersAreCreatedAndWaitedForBriefly) {
     KXAuthorization& session = authorized();
     EXPECT_TRUE(session.authCreateDir("/a/b"));
     EXPECT_TRUE(session.authCreateDir(std::nullopt));
@@ -181,7 +181,7 @@ TEST_F(PrivilegedFiles, FoldersAreMadeAndGivenAMoment) {
                 ElementsAre(std::chrono::microseconds(500), std::chrono::microseconds(500)));
 }
 
-TEST_F(PrivilegedFiles, WithoutRightsAreLeftAlone) {
+TEST_F(AuthorizedFiles, WithoutRightsAreLeftUnchanged) {
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     KXAuthorization& session = *KXAuthorization::sharedController();
     EXPECT_FALSE(session.authRemoveFile(file_));
@@ -192,7 +192,7 @@ TEST_F(PrivilegedFiles, WithoutRightsAreLeftAlone) {
     EXPECT_THAT(clock_.slept, IsEmpty());
 }
 
-TEST_F(PrivilegedFiles, WhoseToolIsRefusedAreLeftAlone) {
+TEST_F(AuthorizedFiles, WhoseToolIsRefusedAreLeftUnchanged) {
     authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
     EXPECT_FALSE(authorized().authRemoveFile(file_));
     EXPECT_FALSE(authorized().authMoveFile(file_, "/new"));
@@ -201,7 +201,7 @@ TEST_F(PrivilegedFiles, WhoseToolIsRefusedAreLeftAlone) {
     EXPECT_THAT(clock_.slept, IsEmpty());
 }
 
-TEST_F(PrivilegedFiles, OfTheSuperUserAnswerYesWithoutATool) {
+TEST_F(AuthorizedFiles, OfRootReturnTrueEvenWithoutATool) {
     class NoTools : public test::ForwardingFileManager {
       public:
         bool fileExists(const std::string& path) override {
@@ -210,7 +210,7 @@ TEST_F(PrivilegedFiles, OfTheSuperUserAnswerYesWithoutATool) {
     };
     NoTools manager;
     platform_->fileManager = &manager;
-    becomeSuperUser();
+    becomeRoot();
     KXAuthorization& session = *KXAuthorization::sharedController();
     EXPECT_TRUE(session.authMoveFile(file_, "/new"));
     EXPECT_TRUE(session.authCopyFile(file_, "/new"));
@@ -220,8 +220,8 @@ TEST_F(PrivilegedFiles, OfTheSuperUserAnswerYesWithoutATool) {
     EXPECT_THAT(console_.logged, ElementsAre("Unable to execute task: path /bin/rm doesn't exist"));
 }
 
-TEST_F(PrivilegedFiles, OfTheSuperUserNeedNoRightsAndAlwaysAnswerYes) {
-    becomeSuperUser();
+TEST_F(AuthorizedFiles, OfRootNeedNoRightsAndReturnTrue) {
+    becomeRoot();
     KXAuthorization& session = *KXAuthorization::sharedController();
     EXPECT_TRUE(session.authRemoveFile(file_));
     EXPECT_TRUE(session.authMoveFile(file_, "/new"));
@@ -237,7 +237,7 @@ TEST_F(PrivilegedFiles, OfTheSuperUserNeedNoRightsAndAlwaysAnswerYes) {
 }
 
 // Every text of the privileged operations.
-TEST_F(PrivilegedFiles, AreNeverReportedInTheLog) {
+TEST_F(AuthorizedFiles, AreNeverReportedInTheLog) {
     KXLog::createNewLog("Files");
     KXLog::finishWriting();
     const std::string before = test::readFile(KXLog::availableLogs().front());

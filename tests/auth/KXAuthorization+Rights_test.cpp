@@ -17,7 +17,7 @@ constexpr char kCreateWithAnn[] = "create nil [username='ann'/0 password='secret
 constexpr char kAskWithAnn[] =
     "rights 1 [system.privilege.admin=nil/0] [username='ann'/0 password='secret'/0] 18";
 
-class Rights : public test::AuthTest {
+class AuthorizationRights : public test::AuthTest {
   protected:
     KXAuthorization& session(WithGUI withGUI = WithGUI::Yes) {
         KXAuthorization& shared = *KXAuthorization::sharedController(withGUI);
@@ -36,20 +36,20 @@ class Rights : public test::AuthTest {
     }
 };
 
-TEST_F(Rights, AreAskedOfTheUser) {
+TEST_F(AuthorizationRights, AreAskedOfTheUser) {
     EXPECT_TRUE(session().authStart());
     EXPECT_THAT(authorization_.calls, ElementsAre(kCreate, kAskUser));
     EXPECT_EQ(session().authRef(), FakeAuthorization::reference(1));
     EXPECT_TRUE(session().isAuthorized());
 }
 
-TEST_F(Rights, AreAskedForOnce) {
+TEST_F(AuthorizationRights, AreAskedForOnce) {
     EXPECT_TRUE(session().authStart());
     EXPECT_TRUE(session().authStart());
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-TEST_F(Rights, ThatTheUserRefusesAreReportedNowhere) {
+TEST_F(AuthorizationRights, ThatTheUserRefusesAreNotReported) {
     authorization_.rightsStatus = platform::kAuthorizationCanceled;
     KXAuthorization& refused = session();
     EXPECT_FALSE(refused.authStart());
@@ -60,7 +60,7 @@ TEST_F(Rights, ThatTheUserRefusesAreReportedNowhere) {
 }
 
 // The refusal is not remembered.
-TEST_F(Rights, ThatTheUserRefusesAreAskedForAgain) {
+TEST_F(AuthorizationRights, ThatTheUserRefusesAreAskedForAgain) {
     KXAuthorization& shared = session();
     authorization_.rightsStatus = platform::kAuthorizationCanceled;
     EXPECT_FALSE(shared.authStart());
@@ -72,7 +72,7 @@ TEST_F(Rights, ThatTheUserRefusesAreAskedForAgain) {
     EXPECT_EQ(shared.authRef(), FakeAuthorization::reference(2));
 }
 
-TEST_F(Rights, AreAskedForOnTheCallersThread) {
+TEST_F(AuthorizationRights, AreAskedForOnTheCallersThread) {
     KXAuthorization& shared = session();
     bool isAuthorizedWhileAsked = false;
     authorization_.whenAsked = [&] { isAuthorizedWhileAsked = shared.authRef() != nullptr; };
@@ -81,7 +81,7 @@ TEST_F(Rights, AreAskedForOnTheCallersThread) {
     EXPECT_TRUE(isAuthorizedWhileAsked);
 }
 
-TEST_F(Rights, ThatAreRefusedAreNotInTheLog) {
+TEST_F(AuthorizationRights, ThatAreRefusedAreNotLogged) {
     const std::string before = openLog();
     authorization_.rightsStatus = platform::kAuthorizationCanceled;
     EXPECT_FALSE(session().authStart());
@@ -95,7 +95,7 @@ TEST_F(Rights, ThatAreRefusedAreNotInTheLog) {
     EXPECT_EQ(logText(), before);
 }
 
-TEST_F(Rights, WithoutAReferenceAreNotAskedFor) {
+TEST_F(AuthorizationRights, WithoutAReferenceAreNotRequested) {
     authorization_.stray = FakeAuthorization::reference(99);
     authorization_.createStatus = platform::kAuthorizationInternal;
     KXAuthorization& refused = session();
@@ -105,7 +105,7 @@ TEST_F(Rights, WithoutAReferenceAreNotAskedFor) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(Rights, WithoutAUserInterfaceAreRefusedAtOnce) {
+TEST_F(AuthorizationRights, WithoutAUserInterfaceAreRefusedAtOnce) {
     KXAuthorization& silent = session(WithGUI::No);
     EXPECT_FALSE(silent.canAuthorize());
     EXPECT_FALSE(silent.authStart());
@@ -113,7 +113,7 @@ TEST_F(Rights, WithoutAUserInterfaceAreRefusedAtOnce) {
     EXPECT_THAT(console_.logged, ElementsAre("Unable to authorize"));
 }
 
-TEST_F(Rights, WithoutAUserInterfaceThatAreHeldAlreadyAreGranted) {
+TEST_F(AuthorizationRights, ThatAreHeldAreGrantedWithoutAUserInterface) {
     KXAuthorization& silent = session(WithGUI::No);
     silent.setAuthRef(FakeAuthorization::reference(3));
     EXPECT_TRUE(silent.authStart());
@@ -121,8 +121,8 @@ TEST_F(Rights, WithoutAUserInterfaceThatAreHeldAlreadyAreGranted) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(Rights, OfTheSuperUserAreNeverAskedFor) {
-    becomeSuperUser();
+TEST_F(AuthorizationRights, OfRootAreNeverRequested) {
+    becomeRoot();
     KXAuthorization& own = session(WithGUI::No);
     EXPECT_TRUE(own.isAuthorized());
     EXPECT_TRUE(own.canAuthorize());
@@ -133,14 +133,14 @@ TEST_F(Rights, OfTheSuperUserAreNeverAskedFor) {
     EXPECT_EQ(own.authRef(), nullptr);
 }
 
-TEST_F(Rights, AreGrantedForANameAndAPasswordWithoutAskingTheUser) {
+TEST_F(AuthorizationRights, AreGrantedForANameAndAPasswordWithoutAskingTheUser) {
     KXAuthorization& silent = session(WithGUI::No);
     EXPECT_TRUE(silent.authStartWithUser("ann", "secret"));
     EXPECT_THAT(authorization_.calls, ElementsAre(kCreateWithAnn, kAskWithAnn));
     EXPECT_TRUE(silent.isAuthorized());
 }
 
-TEST_F(Rights, ForANameAndAPasswordAreAskedAgainAndReplaceTheOldOnes) {
+TEST_F(AuthorizationRights, ForANameAndAPasswordReplaceTheOldOnes) {
     KXAuthorization& old = session();
     old.setAuthRef(FakeAuthorization::reference(5));
     EXPECT_TRUE(old.authStartWithUser("ann", "secret"));
@@ -148,7 +148,7 @@ TEST_F(Rights, ForANameAndAPasswordAreAskedAgainAndReplaceTheOldOnes) {
     EXPECT_EQ(old.authRef(), FakeAuthorization::reference(1));
 }
 
-TEST_F(Rights, ForAWrongPasswordAreToldOnTheConsoleAndInTheLog) {
+TEST_F(AuthorizationRights, ForAWrongPasswordAreReportedOnTheConsoleAndInTheLog) {
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     locations_.home = folder_.makeFolder("log home");
     KXLog::createNewLog("Rights");
@@ -164,7 +164,7 @@ TEST_F(Rights, ForAWrongPasswordAreToldOnTheConsoleAndInTheLog) {
     EXPECT_EQ(log.find("secret"), std::string::npos);
 }
 
-TEST_F(Rights, ForAWrongPasswordAreToldOnTheConsoleFirst) {
+TEST_F(AuthorizationRights, ForAWrongPasswordAreReportedOnTheConsoleFirst) {
     class Console : public test::AuthConsole {
       public:
         std::string logBefore;
@@ -185,7 +185,7 @@ TEST_F(Rights, ForAWrongPasswordAreToldOnTheConsoleFirst) {
     EXPECT_NE(test::readFile(KXLog::availableLogs().front()).find(kRefused), std::string::npos);
 }
 
-TEST_F(Rights, WithoutAReferenceForANameAreToldOnTheConsole) {
+TEST_F(AuthorizationRights, WithoutAReferenceForANameAreReportedOnTheConsole) {
     authorization_.createStatus = -60008;
     KXAuthorization& refused = session();
     refused.setAuthRef(FakeAuthorization::reference(5));
@@ -195,7 +195,7 @@ TEST_F(Rights, WithoutAReferenceForANameAreToldOnTheConsole) {
     EXPECT_THAT(console_.logged, ElementsAre("Unable to create authRef - error -60008"));
 }
 
-TEST_F(Rights, WithoutANameOrAPasswordStayAsTheyWere) {
+TEST_F(AuthorizationRights, WithoutANameOrAPasswordAreLeftUnchanged) {
     KXAuthorization& held = session();
     held.setAuthRef(FakeAuthorization::reference(5));
     EXPECT_FALSE(held.authStartWithUser(std::nullopt, "secret"));
@@ -204,7 +204,7 @@ TEST_F(Rights, WithoutANameOrAPasswordStayAsTheyWere) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-TEST_F(Rights, ForAWrongPasswordAreFreedBeforeTheyAreTold) {
+TEST_F(AuthorizationRights, ForAWrongPasswordAreFreedBeforeTheReport) {
     class Console : public test::AuthConsole {
       public:
         explicit Console(const StringList& calls) : calls_(calls) {}
@@ -221,25 +221,25 @@ TEST_F(Rights, ForAWrongPasswordAreFreedBeforeTheyAreTold) {
     EXPECT_THAT(console.callsBefore, ElementsAre(kCreateWithAnn, kAskWithAnn, "free 1 0"));
 }
 
-TEST_F(Rights, WithoutANameOrAPasswordAreRefusedWithoutAWord) {
+TEST_F(AuthorizationRights, WithoutANameOrAPasswordAreRefusedWithoutAReport) {
     EXPECT_FALSE(session().authStartWithUser(std::nullopt, "secret"));
     EXPECT_FALSE(session().authStartWithUser("ann", std::nullopt));
     EXPECT_THAT(authorization_.calls, IsEmpty());
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(Rights, ForAnEmptyNameAndPasswordAreAskedWithEmptyValues) {
+TEST_F(AuthorizationRights, ForAnEmptyNameAndPasswordAreRequestedWithEmptyValues) {
     EXPECT_TRUE(session().authStartWithUser("", ""));
     EXPECT_EQ(authorization_.calls.front(), "create nil [username=''/0 password=''/0] 0");
 }
 
-TEST_F(Rights, ForANameAreAskedWithItsBytesAsTheyStand) {
+TEST_F(AuthorizationRights, ForANameAreRequestedWithItsBytesUnchanged) {
     EXPECT_TRUE(session().authStartWithUser("J\xC3\xB6rg\n", "p\xFFw"));
     EXPECT_EQ(authorization_.calls.front(),
               "create nil [username='J\xC3\xB6rg\n'/0 password='p\xFFw'/0] 0");
 }
 
-TEST_F(Rights, EndByFreeingTheReference) {
+TEST_F(AuthorizationRights, EndByFreeingTheReference) {
     KXAuthorization& held = session();
     EXPECT_TRUE(held.authStart());
     authorization_.calls.clear();
@@ -250,8 +250,8 @@ TEST_F(Rights, EndByFreeingTheReference) {
     EXPECT_THAT(authorization_.calls, ElementsAre("free 1 0"));
 }
 
-TEST_F(Rights, ThatTheSuperUserTookOverAreDroppedWithoutBeingFreed) {
-    becomeSuperUser();
+TEST_F(AuthorizationRights, ThatRootWasPassedAreDroppedWithoutBeingFreed) {
+    becomeRoot();
     authorization_.handedOver = FakeAuthorization::reference(7);
     KXAuthorization& own = session();
     EXPECT_EQ(own.authRef(), FakeAuthorization::reference(7));
@@ -261,7 +261,7 @@ TEST_F(Rights, ThatTheSuperUserTookOverAreDroppedWithoutBeingFreed) {
     EXPECT_TRUE(own.isAuthorized());
 }
 
-TEST_F(Rights, AreAPlainReferenceThatCanBeSet) {
+TEST_F(AuthorizationRights, AreAPlainReferenceThatCanBeSet) {
     KXAuthorization& held = session();
     held.setAuthRef(FakeAuthorization::reference(5));
     held.setAuthRef(FakeAuthorization::reference(6));

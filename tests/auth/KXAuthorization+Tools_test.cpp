@@ -10,16 +10,16 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-using PrivilegedTool = test::AuthTest;
+using AuthorizedTool = test::AuthTest;
 
-TEST_F(PrivilegedTool, IsStartedWithRightsAndNotWaitedFor) {
+TEST_F(AuthorizedTool, IsStartedWithRightsAndNotWaitedFor) {
     EXPECT_EQ(authorized().authExecTask("/bin/ls", {"-l", "a b", "", "\n$(id)\xFF"}), 0);
     EXPECT_THAT(authorization_.calls, ElementsAre("execute 9 0 /bin/ls -l 'a b' '' '\n$(id)\xFF'"));
     ASSERT_EQ(authorization_.streams.size(), 1U);
     EXPECT_EQ(authorization_.streams[0]->reads, 0);
 }
 
-TEST_F(PrivilegedTool, ThatIsWaitedForIsReadToTheEndOfItsOutput) {
+TEST_F(AuthorizedTool, ThatIsWaitedForIsReadToTheEndOfItsOutput) {
     authorization_.output = "\xFF\x00 ok";
     authorization_.output.push_back('\0');
     const int characters = static_cast<int>(authorization_.output.size());
@@ -27,7 +27,7 @@ TEST_F(PrivilegedTool, ThatIsWaitedForIsReadToTheEndOfItsOutput) {
     EXPECT_EQ(authorization_.streams.at(0)->reads, characters + 1);
 }
 
-TEST_F(PrivilegedTool, ThatIsMissingIsToldOnTheConsoleBeforeAnythingIsAsked) {
+TEST_F(AuthorizedTool, ThatIsMissingIsReportedBeforeTheUserIsAsked) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     authorization_.calls.clear();
     EXPECT_EQ(session.authExecTask(folder_ / "no tool", {}), -2);
@@ -38,7 +38,7 @@ TEST_F(PrivilegedTool, ThatIsMissingIsToldOnTheConsoleBeforeAnythingIsAsked) {
                                              "Unable to execute task: path (null) doesn't exist"));
 }
 
-TEST_F(PrivilegedTool, AsksForTheRightsThatItNeedsOnce) {
+TEST_F(AuthorizedTool, RequestsRightsOnce) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     authorization_.calls.clear();
     EXPECT_EQ(session.authExecTask("/bin/ls", {}), 0);
@@ -48,26 +48,26 @@ TEST_F(PrivilegedTool, AsksForTheRightsThatItNeedsOnce) {
                             "execute 1 0 /bin/ls", "execute 1 0 /bin/ls"));
 }
 
-TEST_F(PrivilegedTool, WithoutRightsIsNotStarted) {
+TEST_F(AuthorizedTool, WithoutRightsIsNotStarted) {
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     EXPECT_EQ(KXAuthorization::sharedController()->authExecTask("/bin/ls", {}), -1);
     EXPECT_THAT(authorization_.started(), IsEmpty());
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(PrivilegedTool, WithoutAUserInterfaceIsNotStarted) {
+TEST_F(AuthorizedTool, WithoutAUserInterfaceIsNotStarted) {
     EXPECT_EQ(KXAuthorization::sharedController(WithGUI::No)->authExecTask("/bin/ls", {}), -1);
     EXPECT_THAT(console_.logged, ElementsAre("Unable to authorize"));
 }
 
-TEST_F(PrivilegedTool, ThatThePlatformRefusesAnswersItsStatus) {
+TEST_F(AuthorizedTool, ThatThePlatformRefusesReturnsItsStatus) {
     authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
     EXPECT_EQ(authorized().authExecTask("/bin/ls", {}, Async::No), -60031);
     EXPECT_THAT(authorization_.streams, IsEmpty());
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(PrivilegedTool, ThatIsNoProgramIsThePlatformsToRefuse) {
+TEST_F(AuthorizedTool, ThatIsNotAProgramIsRefusedByThePlatform) {
     const std::string file = folder_.writeFile("file");
     ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
     authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
@@ -77,7 +77,7 @@ TEST_F(PrivilegedTool, ThatIsNoProgramIsThePlatformsToRefuse) {
 }
 
 // Whoever may be asked waits for the answer.
-TEST_F(PrivilegedTool, IsStartedOnlyAfterTheUserHasAnswered) {
+TEST_F(AuthorizedTool, IsStartedOnlyAfterTheUserHasAnswered) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     std::size_t startedWhileAsked = 1;
     authorization_.whenAsked = [&] { startedWhileAsked = authorization_.started().size(); };
@@ -87,8 +87,8 @@ TEST_F(PrivilegedTool, IsStartedOnlyAfterTheUserHasAnswered) {
     EXPECT_THAT(authorization_.started(), ElementsAre("/bin/rm -Rdf /item"));
 }
 
-TEST_F(PrivilegedTool, OfTheSuperUserThatIsNoProgramCountsAsStarted) {
-    becomeSuperUser();
+TEST_F(AuthorizedTool, OfRootThatIsNotAProgramCountsAsStarted) {
+    becomeRoot();
     const std::string file = folder_.writeFile("file");
     ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
     KXAuthorization& session = *KXAuthorization::sharedController();
@@ -97,8 +97,8 @@ TEST_F(PrivilegedTool, OfTheSuperUserThatIsNoProgramCountsAsStarted) {
     EXPECT_THAT(tasks_.launched, IsEmpty());
 }
 
-TEST_F(PrivilegedTool, OfTheSuperUserIsStartedDirectly) {
-    becomeSuperUser();
+TEST_F(AuthorizedTool, OfRootIsStartedDirectly) {
+    becomeRoot();
     KXAuthorization& session = *KXAuthorization::sharedController();
     EXPECT_EQ(session.authExecTask("/bin/ls", {"-l"}), 0);
     EXPECT_THAT(tasks_.launched, ElementsAre("/bin/ls -l"));

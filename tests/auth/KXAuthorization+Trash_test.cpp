@@ -11,7 +11,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-class PrivilegedTrash : public test::AuthTest {
+class AuthorizedTrash : public test::AuthTest {
   protected:
     std::string trashed(const std::string& item, const std::string& name) const {
         return "/bin/mv -f " + item + " " + trash_ + "/" + name;
@@ -20,19 +20,19 @@ class PrivilegedTrash : public test::AuthTest {
     std::string trash_ = locations_.home + "/.Trash";
 };
 
-TEST_F(PrivilegedTrash, IsWhereItemsAreMovedTo) {
+TEST_F(AuthorizedTrash, IsWhereItemsAreMovedTo) {
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes.txt")));
 }
 
-TEST_F(PrivilegedTrash, IsMadeReadyBeforeTheToolStarts) {
+TEST_F(AuthorizedTrash, IsPreparedBeforeTheToolStarts) {
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(desktopTrash_.steps,
                 ElementsAre("prepare " + trash_, "announce " + trash_ + " notes.txt " + file_));
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(PrivilegedTrash, ThatCannotBeUsedKeepsTheItemWhereItIs) {
+TEST_F(AuthorizedTrash, ThatCannotBeUsedLeavesTheItemInPlace) {
     desktopTrash_.trashIsUsable = false;
     EXPECT_FALSE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.calls, IsEmpty());
@@ -41,7 +41,7 @@ TEST_F(PrivilegedTrash, ThatCannotBeUsedKeepsTheItemWhereItIs) {
                                              " because the Trash " + trash_ + " cannot be used."));
 }
 
-TEST_F(PrivilegedTrash, ThatTakesNoNoteTakesTheItemAndTellsIt) {
+TEST_F(AuthorizedTrash, ThatCannotKeepARecordTakesTheItemAndReportsIt) {
     desktopTrash_.trashTakesNotes = false;
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes.txt")));
@@ -50,7 +50,7 @@ TEST_F(PrivilegedTrash, ThatTakesNoNoteTakesTheItemAndTellsIt) {
                             " because its Trash has no record of " + trash_ + "/notes.txt."));
 }
 
-TEST_F(PrivilegedTrash, TellsNothingOfAnItemThatIsNotComing) {
+TEST_F(AuthorizedTrash, ReportsNothingForAnItemThatIsNotMoved) {
     desktopTrash_.trashTakesNotes = false;
     authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
     EXPECT_FALSE(authorized().authTrashFile(file_));
@@ -58,7 +58,7 @@ TEST_F(PrivilegedTrash, TellsNothingOfAnItemThatIsNotComing) {
 }
 
 // Its folder may come only now, with what the desktop keeps in it.
-TEST_F(PrivilegedTrash, IsLookedIntoOnlyWhenItIsReady) {
+TEST_F(AuthorizedTrash, IsSearchedForTheNameAfterItIsPrepared) {
     class Late : public test::AuthTrash {
       public:
         std::string item;
@@ -75,7 +75,7 @@ TEST_F(PrivilegedTrash, IsLookedIntoOnlyWhenItIsReady) {
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
 }
 
-TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
+TEST_F(AuthorizedTrash, DiscardsTheRecordOfAnItemThatIsNotMoved) {
     authorization_.rightsStatus = platform::kAuthorizationCanceled;
     EXPECT_FALSE(KXAuthorization::sharedController()->authTrashFile(file_));
     EXPECT_THAT(desktopTrash_.steps,
@@ -83,7 +83,7 @@ TEST_F(PrivilegedTrash, ForgetsAnItemThatIsNotComing) {
                             "abandon " + trash_ + " notes.txt"));
 }
 
-TEST_F(PrivilegedTrash, ForgetsAnItemWhoseToolCannotBeMade) {
+TEST_F(AuthorizedTrash, DiscardsTheRecordWhenTheToolCannotBeCreated) {
     class NoTasks : public test::ForwardingTasks {
       public:
         std::shared_ptr<platform::Task> makeTask() override {
@@ -92,20 +92,20 @@ TEST_F(PrivilegedTrash, ForgetsAnItemWhoseToolCannotBeMade) {
     };
     NoTasks tasks;
     platform_->tasks = &tasks;
-    becomeSuperUser();
+    becomeRoot();
     EXPECT_THROW(KXAuthorization::sharedController()->authTrashFile(file_), platform::Exception);
     ASSERT_EQ(desktopTrash_.steps.size(), 3U);
     EXPECT_EQ(desktopTrash_.steps[2], "abandon " + trash_ + " notes.txt");
 }
 
-TEST_F(PrivilegedTrash, LetsGoOfTheToolsStreamAndDoesNotWait) {
+TEST_F(AuthorizedTrash, ReleasesTheToolsStreamWithoutWaiting) {
     EXPECT_TRUE(authorized().authTrashFile(file_));
     ASSERT_EQ(authorization_.streams.size(), 1U);
     EXPECT_TRUE(authorization_.isLetGo(0));
     EXPECT_EQ(authorization_.streams[0]->reads, 0);
 }
 
-TEST_F(PrivilegedTrash, GivesATakenNameTheDateOnce) {
+TEST_F(AuthorizedTrash, AddsTheDateToATakenNameOnce) {
     folder_.writeFile("home/.Trash/notes.txt");
     EXPECT_TRUE(authorized().authTrashFile(file_));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
@@ -114,7 +114,7 @@ TEST_F(PrivilegedTrash, GivesATakenNameTheDateOnce) {
                             "announce " + trash_ + " notes_20240131235958.txt " + file_));
 }
 
-TEST_F(PrivilegedTrash, DoesNotLookAtTheDatedNameAgain) {
+TEST_F(AuthorizedTrash, DoesNotCheckTheDatedName) {
     folder_.writeFile("home/.Trash/notes.txt");
     folder_.writeFile("home/.Trash/notes_20240131235958.txt");
     EXPECT_TRUE(authorized().authTrashFile(file_));
@@ -122,7 +122,7 @@ TEST_F(PrivilegedTrash, DoesNotLookAtTheDatedNameAgain) {
 }
 
 // As in one that belongs to root.
-TEST_F(PrivilegedTrash, CountsEachNameAsTakenWhereNamesCannotBeSeen) {
+TEST_F(AuthorizedTrash, ThatCannotBeSearchedCountsEachNameAsTaken) {
     class Closed : public test::AuthTrash {
         bool prepareTrash(const std::string&) override { return true; }
     };
@@ -133,21 +133,21 @@ TEST_F(PrivilegedTrash, CountsEachNameAsTakenWhereNamesCannotBeSeen) {
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
 }
 
-TEST_F(PrivilegedTrash, GivesATakenNameWithoutAnExtensionAFullStop) {
+TEST_F(AuthorizedTrash, EndsADatedNameWithoutAnExtensionInAFullStop) {
     const std::string report = folder_.writeFile("report");
     folder_.writeFile("home/.Trash/report");
     EXPECT_TRUE(authorized().authTrashFile(report));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(report, "report_20240131235958.")));
 }
 
-TEST_F(PrivilegedTrash, PutsTheDateBeforeTheLastExtensionOnly) {
+TEST_F(AuthorizedTrash, PutsTheDateBeforeTheLastExtensionOnly) {
     const std::string archive = folder_.writeFile("a.tar.gz");
     folder_.writeFile("home/.Trash/a.tar.gz");
     EXPECT_TRUE(authorized().authTrashFile(archive));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(archive, "a.tar_20240131235958.gz")));
 }
 
-TEST_F(PrivilegedTrash, SeesNoExtensionInAHiddenName) {
+TEST_F(AuthorizedTrash, FindsNoExtensionInAHiddenName) {
     const std::string profile = folder_.writeFile(".profile");
     folder_.writeFile("home/.Trash/.profile");
     EXPECT_TRUE(authorized().authTrashFile(profile));
@@ -155,7 +155,7 @@ TEST_F(PrivilegedTrash, SeesNoExtensionInAHiddenName) {
                 ElementsAre(trashed(profile, ".profile_20240131235958.")));
 }
 
-TEST_F(PrivilegedTrash, IsTheOneOfTheUsersHomeAtThatMoment) {
+TEST_F(AuthorizedTrash, IsTheOneOfTheUsersHomeAtThatMoment) {
     KXAuthorization& session = authorized();
     locations_.home = locations_.ownHome = folder_.makeFolder("new home");
     EXPECT_TRUE(session.authTrashFile(file_));
@@ -164,7 +164,7 @@ TEST_F(PrivilegedTrash, IsTheOneOfTheUsersHomeAtThatMoment) {
                     "/bin/mv", {"-f", file_, folder_ / "new home/.Trash/notes.txt"})));
 }
 
-TEST_F(PrivilegedTrash, IsRefusedToFoldersOfTheSystem) {
+TEST_F(AuthorizedTrash, RefusesProtectedFolders) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     authorization_.calls.clear();
     EXPECT_FALSE(session.authTrashFile("/Applications"));
@@ -177,7 +177,7 @@ TEST_F(PrivilegedTrash, IsRefusedToFoldersOfTheSystem) {
                                 "/Library because it is a system directory."));
 }
 
-TEST_F(PrivilegedTrash, TakesNothingThatIsNotThere) {
+TEST_F(AuthorizedTrash, RefusesAMissingItem) {
     EXPECT_FALSE(authorized().authTrashFile(folder_ / "gone"));
     EXPECT_THAT(console_.logged, IsEmpty());
     EXPECT_FALSE(authorized().authTrashFile(std::nullopt));
@@ -186,18 +186,18 @@ TEST_F(PrivilegedTrash, TakesNothingThatIsNotThere) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-TEST_F(PrivilegedTrash, OfTheSuperUserIsTheConsoleUsers) {
-    becomeSuperUser();
+TEST_F(AuthorizedTrash, OfRootIsTheConsoleUsers) {
+    becomeRoot();
     KXAuthorization& session = *KXAuthorization::sharedController();
     ASSERT_NE(locations_.homeDirectory(), locations_.home);
     EXPECT_TRUE(session.authTrashFile(file_));
     EXPECT_THAT(tasks_.launched, ElementsAre(trashed(file_, "notes.txt")));
 }
 
-TEST_F(PrivilegedTrash, IsThatOfTheSessionsHomeWhenTheUserBecameTheSuperUser) {
+TEST_F(AuthorizedTrash, IsThatOfTheSessionsHomeAfterTheProcessBecameRoot) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     session.setUserDirectory(folder_ / "bob");
-    becomeSuperUser();
+    becomeRoot();
     EXPECT_TRUE(session.authTrashFile(file_, DeleteOnRootAccount::Yes));
     EXPECT_THAT(tasks_.launched,
                 ElementsAre("/bin/mv -f " + file_ + " " + (folder_ / "bob/.Trash/notes.txt")));
@@ -212,12 +212,12 @@ class LosableHome : public test::AuthLocations {
     }
 };
 
-TEST_F(PrivilegedTrash, ThatIsNowhereTakesNothing) {
+TEST_F(AuthorizedTrash, ThatDoesNotExistTakesNothing) {
     LosableHome locations;
     locations.isLost = true;
     locations.ownHome = "/var/root";
     platform_->locations = &locations;
-    becomeSuperUser();
+    becomeRoot();
     EXPECT_FALSE(KXAuthorization::sharedController()->authTrashFile(file_));
     EXPECT_THAT(console_.logged, ElementsAre("Error in authMoveFile: new path is null"));
     EXPECT_THAT(desktopTrash_.steps, IsEmpty());
@@ -225,12 +225,12 @@ TEST_F(PrivilegedTrash, ThatIsNowhereTakesNothing) {
 }
 
 // The user at the console may leave at any moment.
-TEST_F(PrivilegedTrash, IsTheSameForAllOfOneOperation) {
+TEST_F(AuthorizedTrash, IsTheSameForAllOfOneOperation) {
     LosableHome locations;
     locations.home = locations_.home;
     locations.ownHome = "/var/root";
     platform_->locations = &locations;
-    becomeSuperUser();
+    becomeRoot();
     class Leaving : public test::AuthTrash {
       public:
         explicit Leaving(bool& isLost) : isLost_(isLost) {}
@@ -249,8 +249,8 @@ TEST_F(PrivilegedTrash, IsTheSameForAllOfOneOperation) {
 }
 
 // The item stays, and what has its new name in the Trash goes.
-TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesTheItemOfThatName) {
-    becomeSuperUser();
+TEST_F(AuthorizedTrash, InRootsAccountRemovesTheItemOfThatName) {
+    becomeRoot();
     KXAuthorization& session = *KXAuthorization::sharedController();
     EXPECT_TRUE(session.authTrashFile(file_, DeleteOnRootAccount::Yes));
     EXPECT_THAT(tasks_.launched, ElementsAre("/bin/rm -Rdf " + trash_ + "/notes.txt"));
@@ -258,8 +258,8 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesTheItemOfThatName) {
     EXPECT_THAT(desktopTrash_.steps, IsEmpty());
 }
 
-TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesADatedNameIfOneIsThere) {
-    becomeSuperUser();
+TEST_F(AuthorizedTrash, InRootsAccountRemovesTheDatedNameIfTheNameIsTaken) {
+    becomeRoot();
     folder_.writeFile("home/.Trash/notes.txt");
     EXPECT_TRUE(
         KXAuthorization::sharedController()->authTrashFile(file_, DeleteOnRootAccount::Yes));
@@ -267,12 +267,12 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountLosesADatedNameIfOneIsThere) {
                 ElementsAre("/bin/rm -Rdf " + trash_ + "/notes_20240131235958.txt"));
 }
 
-TEST_F(PrivilegedTrash, DeletesNothingForAnOrdinaryUser) {
+TEST_F(AuthorizedTrash, DeletesNothingForAnOrdinaryUser) {
     EXPECT_TRUE(authorized().authTrashFile(file_, DeleteOnRootAccount::Yes));
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes.txt")));
 }
 
-TEST_F(PrivilegedTrash, TakesAFoldersContentsOneByOne) {
+TEST_F(AuthorizedTrash, MovesAFoldersContentsOneByOne) {
     const std::string one = folder_.writeFile("full/one");
     const std::string hidden = folder_.writeFile("full/.hidden");
     EXPECT_TRUE(authorized().authTrashFolderContents(folder_ / "full"));
@@ -280,7 +280,7 @@ TEST_F(PrivilegedTrash, TakesAFoldersContentsOneByOne) {
                 UnorderedElementsAre(trashed(one, "one"), trashed(hidden, ".hidden")));
 }
 
-TEST_F(PrivilegedTrash, TriesAllOfAFoldersContentsWhenOneFails) {
+TEST_F(AuthorizedTrash, TriesAllOfAFoldersContentsWhenOneFails) {
     test::ListingFileManager manager;
     manager.listings["/full"] = {"one", "two", "three"};
     platform_->fileManager = &manager;
@@ -295,7 +295,7 @@ TEST_F(PrivilegedTrash, TriesAllOfAFoldersContentsWhenOneFails) {
     }
 }
 
-TEST_F(PrivilegedTrash, TakesAFoldersContentsInTheOrderInWhichTheyAreListed) {
+TEST_F(AuthorizedTrash, MovesAFoldersContentsInListingOrder) {
     test::ListingFileManager manager;
     manager.listings["/full"] = {"b", "c", "a"};
     platform_->fileManager = &manager;
@@ -305,7 +305,7 @@ TEST_F(PrivilegedTrash, TakesAFoldersContentsInTheOrderInWhichTheyAreListed) {
         ElementsAre(trashed("/full/b", "b"), trashed("/full/c", "c"), trashed("/full/a", "a")));
 }
 
-TEST_F(PrivilegedTrash, RefusesAFolderOfTheSystemAmongAFoldersContents) {
+TEST_F(AuthorizedTrash, RefusesAProtectedFolderAmongAFoldersContents) {
     test::ListingFileManager manager;
     manager.listings["/Users"] = {"Shared", "x"};
     platform_->fileManager = &manager;
@@ -315,8 +315,8 @@ TEST_F(PrivilegedTrash, RefusesAFolderOfTheSystemAmongAFoldersContents) {
                                              "system directory."));
 }
 
-TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFolderOfTheSystemAmongAFoldersContents) {
-    becomeSuperUser();
+TEST_F(AuthorizedTrash, InRootsAccountDeletesAProtectedFolderAmongAFoldersContents) {
+    becomeRoot();
     test::ListingFileManager manager;
     manager.listings["/Users"] = {"Shared"};
     platform_->fileManager = &manager;
@@ -327,7 +327,7 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFolderOfTheSystemAmongA
 }
 
 // The user changes while the first item is deleted.
-TEST_F(PrivilegedTrash, DecidesOnceWhetherAFoldersContentsAreDeleted) {
+TEST_F(AuthorizedTrash, DecidesOnceWhetherAFoldersContentsAreDeleted) {
     class Leaving : public test::RecordingTasks {
       public:
         explicit Leaving(unsigned& user) : user_(user) {}
@@ -342,7 +342,7 @@ TEST_F(PrivilegedTrash, DecidesOnceWhetherAFoldersContentsAreDeleted) {
     test::ListingFileManager manager;
     manager.listings["/full"] = {"one", "two"};
     platform_->fileManager = &manager;
-    becomeSuperUser();
+    becomeRoot();
     Leaving tasks(user_.uid);
     platform_->tasks = &tasks;
     EXPECT_TRUE(authorized().authTrashFolderContents("/full", DeleteOnRootAccount::Yes));
@@ -350,7 +350,7 @@ TEST_F(PrivilegedTrash, DecidesOnceWhetherAFoldersContentsAreDeleted) {
     EXPECT_THAT(authorization_.started(), ElementsAre("/bin/rm -R -f /full/two"));
 }
 
-TEST_F(PrivilegedTrash, OfAFolderThatCannotBeListedTakesNothingWithoutAWord) {
+TEST_F(AuthorizedTrash, OfAFolderThatCannotBeListedDoesNothing) {
     KXAuthorization& session = authorized();
     EXPECT_TRUE(session.authTrashFolderContents(folder_ / "missing"));
     EXPECT_TRUE(session.authTrashFolderContents(file_));
@@ -358,8 +358,8 @@ TEST_F(PrivilegedTrash, OfAFolderThatCannotBeListedTakesNothingWithoutAWord) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFoldersContents) {
-    becomeSuperUser();
+TEST_F(AuthorizedTrash, InRootsAccountDeletesAFoldersContents) {
+    becomeRoot();
     const std::string one = folder_.writeFile("full/one");
     EXPECT_TRUE(KXAuthorization::sharedController()->authTrashFolderContents(
         folder_ / "full", DeleteOnRootAccount::Yes));
@@ -367,7 +367,7 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountDeletesAFoldersContents) {
     EXPECT_THAT(desktopTrash_.steps, IsEmpty());
 }
 
-TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountNeedsTheToolToDeleteAFoldersContents) {
+TEST_F(AuthorizedTrash, InRootsAccountNeedsTheToolToDeleteAFoldersContents) {
     class NoTools : public test::ForwardingFileManager {
       public:
         bool fileExists(const std::string& path) override {
@@ -376,7 +376,7 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountNeedsTheToolToDeleteAFoldersCon
     };
     NoTools manager;
     platform_->fileManager = &manager;
-    becomeSuperUser();
+    becomeRoot();
     folder_.writeFile("full/one");
     folder_.writeFile("full/two");
     EXPECT_FALSE(KXAuthorization::sharedController()->authTrashFolderContents(
@@ -385,14 +385,14 @@ TEST_F(PrivilegedTrash, InTheSuperUsersOwnAccountNeedsTheToolToDeleteAFoldersCon
     EXPECT_THAT(tasks_.launched, IsEmpty());
 }
 
-TEST_F(PrivilegedTrash, TakesAFoldersContentsFromTheSuperUserIfNotToldToDelete) {
-    becomeSuperUser();
+TEST_F(AuthorizedTrash, MovesAFoldersContentsForRootUnlessAskedToDelete) {
+    becomeRoot();
     const std::string one = folder_.writeFile("full/one");
     EXPECT_TRUE(KXAuthorization::sharedController()->authTrashFolderContents(folder_ / "full"));
     EXPECT_THAT(tasks_.launched, ElementsAre(trashed(one, "one")));
 }
 
-TEST_F(PrivilegedTrash, StartsNoToolForAnEmptyFolder) {
+TEST_F(AuthorizedTrash, StartsNoToolForAnEmptyFolder) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     authorization_.calls.clear();
     EXPECT_TRUE(session.authTrashFolderContents(folder_.makeFolder("empty")));

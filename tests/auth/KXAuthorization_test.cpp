@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 
 using AuthorizationSession = test::AuthTest;
 
-TEST_F(AuthorizationSession, IsOneAndMayAskTheUserUnlessToldOtherwise) {
+TEST_F(AuthorizationSession, ExistsOnceAndMayAskTheUserByDefault) {
     KXAuthorization* const session = KXAuthorization::sharedController();
     ASSERT_NE(session, nullptr);
     EXPECT_EQ(KXAuthorization::sharedController(), session);
@@ -37,7 +37,7 @@ TEST_F(AuthorizationSession, IsAllocatedOnce) {
     EXPECT_EQ(KXAuthorization::allocWithZone(), nullptr);
 }
 
-TEST_F(AuthorizationSession, AnInstanceOfOnesOwnIsTheSharedOne) {
+TEST_F(AuthorizationSession, AnAllocatedInstanceIsTheSharedOne) {
     KXAuthorization* const own = KXAuthorization::allocWithZone();
     ASSERT_NE(own, nullptr);
     EXPECT_EQ(KXAuthorization::allocWithZone(), nullptr);
@@ -48,7 +48,7 @@ TEST_F(AuthorizationSession, AnInstanceOfOnesOwnIsTheSharedOne) {
     EXPECT_TRUE(own->hasGUI());
 }
 
-TEST_F(AuthorizationSession, IsMadeOnceByManyThreads) {
+TEST_F(AuthorizationSession, IsCreatedOnceByManyThreads) {
     constexpr int kThreads = 32;
     authorization_.handedOver = FakeAuthorization::reference(7);
     std::barrier together(kThreads);
@@ -69,7 +69,7 @@ TEST_F(AuthorizationSession, IsMadeOnceByManyThreads) {
 
 // While a session is being made nobody else gets it, or is told that there is one. A thread that
 // did not wait would be done long before this gives up on it.
-TEST_F(AuthorizationSession, IsGivenToNobodyBeforeItIsReady) {
+TEST_F(AuthorizationSession, IsNotReturnedBeforeItIsReady) {
     std::future<KXAuthorization*> shared;
     std::future<KXAuthorization*> second;
     authorization_.whenMade = [&] {
@@ -93,21 +93,21 @@ TEST_F(AuthorizationSession, CannotBeCopiedReleasedOrCounted) {
     EXPECT_EQ(session->retainCount(), 4294967295UL);
 }
 
-TEST_F(AuthorizationSession, AsksForNothingWhenItIsMade) {
+TEST_F(AuthorizationSession, RequestsNothingWhenItIsCreated) {
     KXAuthorization* const session = KXAuthorization::sharedController();
     EXPECT_THAT(authorization_.calls, ElementsAre("privileged 0"));
     EXPECT_EQ(session->authRef(), nullptr);
     EXPECT_FALSE(session->isAuthorized());
 }
 
-TEST_F(AuthorizationSession, TakesOverWhatAPrivilegedParentHandedOver) {
+TEST_F(AuthorizationSession, KeepsAReferenceFromAParent) {
     authorization_.handedOver = FakeAuthorization::reference(7);
     KXAuthorization* const session = KXAuthorization::sharedController();
     EXPECT_EQ(session->authRef(), FakeAuthorization::reference(7));
     EXPECT_TRUE(session->isAuthorized());
 }
 
-TEST_F(AuthorizationSession, TakesNothingOverFromAFailure) {
+TEST_F(AuthorizationSession, KeepsNoReferenceAfterAFailure) {
     authorization_.handedOver = FakeAuthorization::reference(7);
     authorization_.handOverStatus = -60008;
     KXAuthorization* const session = KXAuthorization::sharedController();
@@ -115,28 +115,28 @@ TEST_F(AuthorizationSession, TakesNothingOverFromAFailure) {
     EXPECT_FALSE(session->isAuthorized());
 }
 
-TEST_F(AuthorizationSession, HasNoRightsWhereAParentHandedOverNone) {
+TEST_F(AuthorizationSession, HasNoRightsWithoutAReferenceFromAParent) {
     authorization_.handsOverNothing = true;
     EXPECT_FALSE(KXAuthorization::sharedController()->isAuthorized());
 }
 
-TEST_F(AuthorizationSession, NotesTheUsersHomeOnce) {
+TEST_F(AuthorizationSession, StoresTheUsersHomeOnce) {
     KXAuthorization* const session = KXAuthorization::sharedController();
     const std::string home = locations_.home;
     locations_.home = locations_.ownHome = folder_.makeFolder("new home");
     EXPECT_EQ(session->userDirectory(), home);
 }
 
-TEST_F(AuthorizationSession, NotesTheUsersHome) {
+TEST_F(AuthorizationSession, StoresTheUsersHome) {
     EXPECT_EQ(KXAuthorization::sharedController()->userDirectory(), locations_.home);
 }
 
-TEST_F(AuthorizationSession, OfTheSuperUserHasNoHome) {
-    becomeSuperUser();
+TEST_F(AuthorizationSession, OfRootHasNoHome) {
+    becomeRoot();
     EXPECT_EQ(KXAuthorization::sharedController()->userDirectory(), std::nullopt);
 }
 
-TEST_F(AuthorizationSession, IsTornDownByGivingItsRightsUp) {
+TEST_F(AuthorizationSession, DeallocReleasesItsRights) {
     KXAuthorization& session = authorized();
     session.dealloc();
     EXPECT_EQ(session.authRef(), nullptr);

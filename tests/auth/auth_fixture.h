@@ -43,7 +43,7 @@ class AuthLocations : public ForwardingLocations {
     }
 };
 
-// Notes what the super-user's tools are started with, and starts nothing.
+// Records the arguments of tools that a process of root starts, and starts none.
 class RecordingTask : public platform::Task {
   public:
     explicit RecordingTask(StringList& launched) : launched_(launched) {}
@@ -162,7 +162,7 @@ class AuthTest : public ::testing::Test {
         platform_->trash = &desktopTrash_;
     }
     // Somebody else sits at the console.
-    void becomeSuperUser() {
+    void becomeRoot() {
         user_.uid = 0;
         locations_.ownHome = "/var/root";
     }

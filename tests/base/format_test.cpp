@@ -16,37 +16,37 @@ std::string atRunTime(std::string_view text) {
     return formatted(RuntimeFormat{text});
 }
 
-TEST(RuntimeFormat, APercentPairIsOnePercent) {
+TEST(RuntimeFormat, RendersAPercentPairAsOnePercent) {
     EXPECT_EQ(atRunTime("50%% x"), "50% x");
 }
 
-TEST(RuntimeFormat, TextDirectivesGiveNull) {
+TEST(RuntimeFormat, RendersTextAsNull) {
     EXPECT_EQ(atRunTime("%@ %s %S"), "(null) (null) (null)");
     EXPECT_EQ(atRunTime("%10@|%-10s|"), "    (null)|(null)    |");
 }
 
-TEST(RuntimeFormat, NumbersAreZeroFormattedAsAsked) {
+TEST(RuntimeFormat, RendersNumbersAsFormattedZeros) {
     EXPECT_EQ(atRunTime("%d %i %u %x %o"), "0 0 0 0 0");
     EXPECT_EQ(atRunTime("%5d|%-3lu|%03x|%+d"), "    0|0  |000|+0");
     EXPECT_EQ(atRunTime("%f %.2f %e %g"), "0.000000 0.00 0.000000e+00 0");
 }
 
-TEST(RuntimeFormat, CharactersAndCountsGiveNothing) {
+TEST(RuntimeFormat, RendersNothingForCharactersAndCounts) {
     EXPECT_EQ(atRunTime("a%cb%nc"), "abc");
 }
 
-TEST(RuntimeFormat, PointersAreNull) {
+TEST(RuntimeFormat, RendersPointersAsNull) {
     EXPECT_EQ(atRunTime("%p"), "0x0");
 }
 
-TEST(RuntimeFormat, WhatNobodyKnowsIsCopied) {
+TEST(RuntimeFormat, UnknownDirectivesAreCopied) {
     EXPECT_EQ(atRunTime("%y"), "%y");
     EXPECT_EQ(atRunTime("100%"), "100%");
     EXPECT_EQ(atRunTime("100%5"), "100%5");
     EXPECT_EQ(atRunTime("50% off"), "500ff");  // a space flag and an octal directive
 }
 
-TEST(RuntimeFormat, NothingBehindItsEndIsRead) {
+TEST(RuntimeFormat, ReadsNothingBeyondTheEnd) {
     const std::string_view whole = "a%-08.3lld|%5%%#x.%2.4@%lu.";
     for (std::size_t size = 0; size <= whole.size(); ++size)
         EXPECT_EQ(atRunTime(whole.substr(0, size)), atRunTime(std::string(whole, 0, size))) << size;
@@ -58,13 +58,13 @@ TEST(RuntimeFormat, HugeWidthsAreBounded) {
     EXPECT_LT(atRunTime("%.999999999f").size(), 10000U);
 }
 
-TEST(Format, NilTextGivesNull) {
+TEST(Format, RendersNilTextAsNull) {
     EXPECT_EQ(formatted("%@", std::optional<std::string>()), "(null)");
     EXPECT_EQ(formatted("%s", static_cast<const char*>(nullptr)), "(null)");
     EXPECT_EQ(formatted("%@", std::optional<std::string>("x")), "x");
 }
 
-TEST(Format, TextMayHoldAnything) {
+TEST(Format, KeepsEveryByteOfText) {
     EXPECT_EQ(formatted("<%@>", std::string("a%d\n\xFF") + '\0'),
               std::string("<a%d\n\xFF") + '\0' + ">");
 }
@@ -73,7 +73,7 @@ TEST(Format, PrecisionCutsTextInUnits) {
     EXPECT_EQ(formatted("%.2@|", "aéb"), "aé|");
 }
 
-TEST(Format, NumbersNeverFollowTheLocale) {
+TEST(Format, NumbersDoNotDependOnTheLocale) {
     const test::GermanLocale german;
     if (!german.inForce()) GTEST_SKIP() << "no German locale can be made here";
     char systems[20];
@@ -85,7 +85,7 @@ TEST(Format, NumbersNeverFollowTheLocale) {
     EXPECT_EQ(atRunTime("%.1f"), "0.0");
 }
 
-TEST(Format, ExtremeNumbersAreWhole) {
+TEST(Format, RendersExtremeNumbersCompletely) {
     EXPECT_EQ(formatted("%lli", std::numeric_limits<long long>::min()), "-9223372036854775808");
     EXPECT_EQ(formatted("%llu", std::numeric_limits<unsigned long long>::max()),
               "18446744073709551615");
@@ -94,7 +94,7 @@ TEST(Format, ExtremeNumbersAreWhole) {
     EXPECT_EQ(formatted("%05.1f|%+d|% d|%#x", -2.25, 5, 5, 255), "-02.2|+5| 5|0xff");
 }
 
-TEST(Format, InfinityIsNotFilledWithZeros) {
+TEST(Format, DoesNotPadInfinityWithZeros) {
     EXPECT_EQ(formatted("%06f", std::numeric_limits<double>::infinity()), "   inf");
     EXPECT_EQ(formatted("%F", -std::numeric_limits<double>::infinity()), "-INF");
 }
@@ -132,14 +132,14 @@ TEST(Format, ShortLengthsWriteTheLowBytesAsPrintfDoes) {
     EXPECT_AS_PRINTF("%+06hd|%-8hhd|%.4hx|", 70001, -129, 0x10ABCU);
 }
 
-TEST(Format, LongLengthsWriteEveryByte) {
+TEST(Format, LongLengthsWriteAllBytes) {
     const long value = -1234567890123L;
     EXPECT_AS_PRINTF("%ld|%lx|%lu|%lo", value, static_cast<unsigned long>(value),
                      static_cast<unsigned long>(value), static_cast<unsigned long>(value));
     EXPECT_AS_PRINTF("%zu|%jd|%td", ~std::size_t{0}, std::intmax_t{-5}, std::ptrdiff_t{-6});
 }
 
-TEST(Format, TheAlternativeFormOfIntegersIsPrintfs) {
+TEST(Format, AlternativeFormOfIntegersEqualsPrintf) {
     for (const unsigned value : {0U, 1U, 8U, 10U, 0xabcU, ~0U}) {
         EXPECT_AS_PRINTF("%#x|%#X|%#o", value, value, value);
         EXPECT_AS_PRINTF("%#.0x|%#.0o|%#.3o|%#.9o", value, value, value, value);
@@ -148,7 +148,7 @@ TEST(Format, TheAlternativeFormOfIntegersIsPrintfs) {
     }
 }
 
-TEST(Format, TheAlternativeFormOfFloatingNumbersIsPrintfs) {
+TEST(Format, AlternativeFormOfFloatingNumbersEqualsPrintf) {
     for (const double value : {0.0, -0.0, 1.0, -2.5, 100.0, 123456.0, 1234567.0, 99999.95, 0.0001,
                                0.00001, 0.000099999995, 1e300, 5e-324, 1.0 / 3}) {
         EXPECT_AS_PRINTF("%#f|%#.0f|%#.3f", value, value, value);
@@ -163,11 +163,11 @@ TEST(Format, TheAlternativeFormOfFloatingNumbersIsPrintfs) {
     EXPECT_AS_PRINTF("%#f|%#g|%#8.0e", infinity, -infinity, infinity);
 }
 
-TEST(Format, CapitalsAreForEveryLetter) {
+TEST(Format, CapitalDirectivesWriteCapitalLetters) {
     EXPECT_AS_PRINTF("%X|%E|%G", 0xabcdefU, 1e-10, 1e-10);
 }
 
-TEST(Format, APointerIsPrintfs) {
+TEST(Format, PointersEqualPrintf) {
     const int item = 0;
     EXPECT_AS_PRINTF("%p|%20p|%-20p|", static_cast<const void*>(&item),
                      static_cast<const void*>(&item), static_cast<const void*>(&item));

@@ -10,22 +10,22 @@
 namespace quillmoor {
 namespace {
 
-TEST(ValidateFilename, TakesOneLeadingFullStop) {
+TEST(ValidateFilename, RemovesOneLeadingFullStop) {
     EXPECT_EQ(validateFilename("."), "");
     EXPECT_EQ(validateFilename(".."), ".");
     EXPECT_EQ(validateFilename(".bashrc"), "bashrc");
 }
 
-TEST(ValidateFilename, LooksForTheFullStopBeforeItTrims) {
+TEST(ValidateFilename, RemovesTheFullStopBeforeItTrims) {
     EXPECT_EQ(validateFilename(" .x "), ".x");
 }
 
-TEST(ValidateFilename, TakesSlashesAndColons) {
+TEST(ValidateFilename, RemovesSlashesAndColons) {
     EXPECT_EQ(validateFilename(" My/File:1 "), "MyFile1");
     EXPECT_EQ(validateFilename("/"), "");
 }
 
-TEST(IsLike, AStarMatchesAnyRunHiddenNamesIncluded) {
+TEST(IsLike, AStarMatchesAnythingIncludingHiddenNames) {
     EXPECT_TRUE(isLike("*", ""));
     EXPECT_TRUE(isLike("*", ".x"));
     EXPECT_TRUE(isLike("a*b*c", "aXbYbZc"));
@@ -41,14 +41,14 @@ TEST(IsLike, AQuestionMarkMatchesOneCharacter) {
     EXPECT_FALSE(isLike("a?c", "abbc"));
 }
 
-TEST(IsLike, BracketsAndBackslashesAreOrdinary) {
+TEST(IsLike, BracketsAndBackslashesMatchThemselves) {
     EXPECT_TRUE(isLike("[a]*", "[a]b"));
     EXPECT_FALSE(isLike("[a]*", "ab"));
     EXPECT_TRUE(isLike("\\*", "\\x"));
     EXPECT_FALSE(isLike("\\*", "*"));
 }
 
-TEST(IsLike, NothingBehindThePatternCounts) {
+TEST(IsLike, TheWholeNameMustMatch) {
     const std::string_view longer = "abX*";
     EXPECT_FALSE(isLike(longer.substr(0, 2), "abX"));
     EXPECT_FALSE(isLike(longer.substr(0, 3), "abXy"));
@@ -77,7 +77,7 @@ bool matchesInSomeWay(std::string_view pattern, std::string_view name) {
            matchesInSomeWay(pattern.substr(1), name.substr(bytes));
 }
 
-TEST(IsLike, AgreesWithTryingEveryWay) {
+TEST(IsLike, AgreesWithAnExhaustiveMatcher) {
     const std::vector<std::string> letters = {"a", "b", "\xC3\xA9", "\xA9", "\xFF"};
     std::mt19937 random(3);
     const auto text = [&](std::size_t most, bool wild) {

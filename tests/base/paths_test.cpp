@@ -7,25 +7,25 @@
 namespace quillmoor {
 namespace {
 
-TEST(PathComponents, OfNothingAndOfSlashesOnly) {
+TEST(PathComponents, OfAnEmptyPathAndOfSlashesOnly) {
     EXPECT_EQ(pathComponents(""), StringList{});
     EXPECT_EQ(pathComponents("/"), StringList{"/"});
     EXPECT_EQ(pathComponents("//"), StringList{"/"});
 }
 
-TEST(PathComponents, DoubledAndTrailingSlashesGiveNone) {
+TEST(PathComponents, DoubledAndTrailingSlashesGiveNoComponent) {
     EXPECT_EQ(pathComponents("/a/b"), (StringList{"/", "a", "b"}));
     EXPECT_EQ(pathComponents("/a//b"), (StringList{"/", "a", "b"}));
     EXPECT_EQ(pathComponents("a/b/"), (StringList{"a", "b"}));
     EXPECT_EQ(pathComponents("/Volumes/"), (StringList{"/", "Volumes"}));
 }
 
-TEST(PathComponents, TildeAndDotAreOrdinary) {
+TEST(PathComponents, KeepsTildeAndDots) {
     EXPECT_EQ(pathComponents("~/x"), (StringList{"~", "x"}));
     EXPECT_EQ(pathComponents("."), StringList{"."});
 }
 
-TEST(ComponentsJoined, TheRootIsAComponentLikeAnyOther) {
+TEST(ComponentsJoined, TreatsTheRootLikeAnyOtherComponent) {
     EXPECT_EQ(componentsJoined({"/", "Volumes", "D"}, "/"), "//Volumes/D");
     EXPECT_EQ(componentsJoined({}, "/"), "");
 }
@@ -39,7 +39,7 @@ TEST(AppendPathComponent, PutsExactlyOneSlashBetween) {
     EXPECT_EQ(appendPathComponent("/Backup", "/U/al/M"), "/Backup/U/al/M");
 }
 
-TEST(AppendPathComponent, ToNothingGivesTheComponent) {
+TEST(AppendPathComponent, ToAnEmptyPathGivesTheComponent) {
     EXPECT_EQ(appendPathComponent("", "x"), "x");
     EXPECT_EQ(appendPathComponent("", "/x"), "/x");
 }
@@ -74,7 +74,7 @@ TEST(LastPathComponent, OfTheRootIsTheRoot) {
     EXPECT_EQ(lastPathComponent(""), "");
 }
 
-TEST(DeleteLastPathComponent, LeavesTheFolder) {
+TEST(DeleteLastPathComponent, GivesTheParentFolder) {
     EXPECT_EQ(deleteLastPathComponent("/a/b"), "/a");
     EXPECT_EQ(deleteLastPathComponent("/a/b/"), "/a");
     EXPECT_EQ(deleteLastPathComponent("/tmp"), "/");
@@ -82,7 +82,7 @@ TEST(DeleteLastPathComponent, LeavesTheFolder) {
     EXPECT_EQ(deleteLastPathComponent("a/b"), "a");
 }
 
-TEST(DeleteLastPathComponent, OfOneComponentLeavesNothing) {
+TEST(DeleteLastPathComponent, OfOneComponentGivesAnEmptyPath) {
     EXPECT_EQ(deleteLastPathComponent("/"), "/");
     EXPECT_EQ(deleteLastPathComponent("a"), "");
     EXPECT_EQ(deleteLastPathComponent(""), "");
@@ -97,26 +97,26 @@ TEST(PathExtension, IsWhatFollowsTheLastFullStop) {
     EXPECT_EQ(pathExtension("s.bundle/"), "bundle");
 }
 
-TEST(PathExtension, ALeadingFullStopStartsNone) {
+TEST(PathExtension, OfAHiddenNameIsEmpty) {
     EXPECT_EQ(pathExtension(".bashrc"), "");
     EXPECT_EQ(pathExtension("/a/.b.c"), "c");
     EXPECT_EQ(pathExtension("/x.y/z"), "");
     for (const char* path : {".", "..", "/", ""}) EXPECT_EQ(pathExtension(path), "") << path;
 }
 
-TEST(DeletePathExtension, CutsTheLastOne) {
+TEST(DeletePathExtension, RemovesTheLastExtension) {
     EXPECT_EQ(deletePathExtension("a.tar.gz"), "a.tar");
     EXPECT_EQ(deletePathExtension("/a/.b.c"), "/a/.b");
     EXPECT_EQ(deletePathExtension("s.bundle/"), "s");
     EXPECT_EQ(deletePathExtension("a..b"), "a.");
 }
 
-TEST(DeletePathExtension, LeavesANameWithoutOneAlone) {
+TEST(DeletePathExtension, LeavesANameWithoutExtensionUnchanged) {
     for (const char* path : {"a.", "a", ".bashrc", "/x.y/z", ".", "..", "/", ""})
         EXPECT_EQ(deletePathExtension(path), path);
 }
 
-TEST(AppendPathExtension, GoesBehindTheName) {
+TEST(AppendPathExtension, IsAddedAtTheEnd) {
     EXPECT_EQ(appendPathExtension("a", "txt"), "a.txt");
     EXPECT_EQ(appendPathExtension("a/", "txt"), "a.txt");
 }
@@ -141,7 +141,7 @@ TEST(UniqueFilename, NumbersTheNameBeforeItsLastExtension) {
     EXPECT_EQ(uniqueBeside("/t/Dir/"), "/t/Dir 2");
 }
 
-TEST(UniqueFilename, CountsOnUntilAFreeOne) {
+TEST(UniqueFilename, CountsUntilANameIsFree) {
     const std::set<std::string> taken = {"/t/a.txt", "/t/a 2.txt"};
     const auto exists = [&](const std::string& name) { return taken.contains(name); };
     EXPECT_EQ(uniqueFilename("/t/a.txt", exists), "/t/a 3.txt");

@@ -17,7 +17,7 @@ TEST(WholeSeconds, AreCutTowardZero) {
     EXPECT_EQ(cut(-1.5), -1);
 }
 
-TEST(WholeSeconds, WhatNoIntegerHoldsIsClamped) {
+TEST(WholeSeconds, ClampsLargeValues) {
     EXPECT_EQ(cut(std::numeric_limits<double>::quiet_NaN()), 0);
     EXPECT_GE(cut(std::numeric_limits<double>::infinity()), 100'000'000);
     EXPECT_LE(cut(-1e300), -100'000'000);

@@ -9,7 +9,7 @@ namespace {
 
 class Single : public SharedObject<Single> {};
 
-TEST(SharedObject, AnswersItselfAndKeepsNoCount) {
+TEST(SharedObject, ReturnsItselfAndKeepsNoCount) {
     Single single;
     EXPECT_EQ(single.retain(), &single);
     EXPECT_EQ(single.autorelease(), &single);

@@ -9,11 +9,11 @@
 namespace quillmoor {
 namespace {
 
-TEST(StopTokens, OfNoSourceNeverStop) {
+TEST(StopTokens, WithoutASourceNeverShowARequest) {
     EXPECT_FALSE(StopToken().isStopRequested());
 }
 
-TEST(StopTokens, SeeTheRequestOfTheirSourceAlone) {
+TEST(StopTokens, ShowOnlyTheRequestOfTheirSource) {
     const StopSource source;
     const StopSource other;
     const StopToken token = source.token();
@@ -38,7 +38,7 @@ TEST(StopTokens, OutliveTheirSource) {
 }
 
 // Without the order that the request brings with it, ThreadSanitizer finds a race here.
-TEST(StopTokens, ShowSeveralThreadsWhatWasWrittenBeforeTheRequest) {
+TEST(StopTokens, PublishWhatWasWrittenBeforeTheRequest) {
     const StopSource source;
     int written = 0;
     std::atomic<int> seen{0};
@@ -54,7 +54,7 @@ TEST(StopTokens, ShowSeveralThreadsWhatWasWrittenBeforeTheRequest) {
     EXPECT_EQ(seen, 4);
 }
 
-TEST(StopTokens, SeeARequestThatSeveralThreadsMakeWhileOthersCopyThem) {
+TEST(StopTokens, MayBeCopiedWhileThreadsRequestAStop) {
     const StopSource source;
     const StopToken token = source.token();
     std::atomic<int> seen{0};

@@ -12,7 +12,7 @@ TEST(LengthInUnits, CountsSixteenBitUnits) {
     EXPECT_EQ(lengthInUnits(""), 0U);
 }
 
-TEST(LengthInUnits, AByteThatIsNoUtf8CountsOne) {
+TEST(LengthInUnits, AnInvalidUtf8ByteCountsAsOneUnit) {
     EXPECT_EQ(lengthInUnits("\xFF"), 1U);
     EXPECT_EQ(lengthInUnits("\xC3"), 1U);              // unfinished
     EXPECT_EQ(lengthInUnits("\xC0\x80"), 2U);          // overlong
@@ -27,7 +27,7 @@ TEST(SubstringToIndex, CutsInUnits) {
     EXPECT_EQ(substringToIndex("ab", 9), "ab");
 }
 
-TEST(SubstringToIndex, ACutThroughAPairEqualsNoValidString) {
+TEST(SubstringToIndex, ACutThroughASurrogatePairEqualsNoValidString) {
     const std::string cut = substringToIndex("a😀", 2);
     EXPECT_TRUE(cut.starts_with("a"));
     EXPECT_NE(cut, "a");
@@ -43,13 +43,13 @@ TEST(SubstringFromIndex, IsTheRest) {
     EXPECT_NE(substringFromIndex("😀b", 1), "b");
 }
 
-TEST(Trim, CutsEveryKindOfWhiteSpaceAtBothEnds) {
+TEST(Trim, RemovesAllWhiteSpaceAtBothEnds) {
     for (const char* space : {"\t", "\n", "\v", "\f", "\r", " ", "\u0085", "\u00A0", "\u1680",
                               "\u2000", "\u200A", "\u2028", "\u2029", "\u202F", "\u205F", "\u3000"})
         EXPECT_EQ(trimWhitespaceAndNewlines(std::string(space) + "a b" + space + space), "a b");
 }
 
-TEST(Trim, LeavesWhatOnlyLooksLikeSpace) {
+TEST(Trim, LeavesCharactersThatOnlyLookLikeSpace) {
     for (const char* text : {"\u200B", "\uFEFF", "\u180E", "\x80", "\xE2\x80", "\xA0"})
         EXPECT_EQ(trimWhitespaceAndNewlines(text), text);
 }

@@ -75,7 +75,7 @@ class DecompressFile : public ::testing::Test {
     test::TempFolder folder_;
 };
 
-TEST_F(DecompressFile, UnpacksIntoAFolderThatIsNotThere) {
+TEST_F(DecompressFile, UnpacksIntoANewFolder) {
     const std::string archive = makeArchive();
     EXPECT_TRUE(KXFileManager::decompressFile(archive, folder_ / "new"));
     EXPECT_EQ(test::readFile(folder_ / "new/App.app/Contents/Info.plist"), "<plist/>");
@@ -84,7 +84,7 @@ TEST_F(DecompressFile, UnpacksIntoAFolderThatIsNotThere) {
     EXPECT_THAT(trash_.recycled, IsEmpty());
 }
 
-TEST_F(DecompressFile, PutsWhatIsThereIntoTheTrashFirst) {
+TEST_F(DecompressFile, MovesAnExistingItemToTheTrashFirst) {
     const std::string archive = makeArchive();
     folder_.writeFile("there/old", "old");
     EXPECT_TRUE(KXFileManager::decompressFile(archive, folder_ / "there"));
@@ -96,7 +96,7 @@ TEST_F(DecompressFile, PutsWhatIsThereIntoTheTrashFirst) {
     EXPECT_EQ(test::readFile(folder_ / "recycled there/old"), "old");
 }
 
-TEST_F(DecompressFile, AnswersYesWhenTheOldItemStaysAndTheToolFails) {
+TEST_F(DecompressFile, ReturnsTrueWhenTheOldItemStaysAndTheToolFails) {
     tools_.tool = failingTool();
     trash_.reallyRecycles = false;
     folder_.writeFile("there/old", "old");
@@ -104,19 +104,19 @@ TEST_F(DecompressFile, AnswersYesWhenTheOldItemStaysAndTheToolFails) {
     EXPECT_EQ(test::readFile(folder_ / "there/old"), "old");
 }
 
-TEST_F(DecompressFile, WithoutAnArchiveRunsTheToolWithItsOptionsAlone) {
+TEST_F(DecompressFile, WithoutAnArchiveRunsTheToolWithItsOptionsOnly) {
     tools_.tool = failingTool();
     EXPECT_FALSE(KXFileManager::decompressFile(std::nullopt, folder_ / "new"));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-xk\n");
     EXPECT_FALSE(test::somethingAt(folder_ / "new"));
 }
 
-TEST_F(DecompressFile, WithoutAnArchiveTheRealToolMakesNothing) {
+TEST_F(DecompressFile, WithoutAnArchiveTheRealToolCreatesNothing) {
     EXPECT_FALSE(KXFileManager::decompressFile(std::nullopt, folder_ / "new"));
     EXPECT_FALSE(test::somethingAt(folder_ / "new"));
 }
 
-TEST_F(DecompressFile, WithoutADestinationAnswersNo) {
+TEST_F(DecompressFile, WithoutADestinationReturnsFalse) {
     tools_.tool = failingTool();
     EXPECT_FALSE(KXFileManager::decompressFile("a.zip", std::nullopt));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-xk\na.zip\n");
@@ -129,14 +129,14 @@ TEST_F(DecompressFile, OfAMissingOrBrokenArchiveLeavesNothing) {
     EXPECT_FALSE(test::somethingAt(folder_ / "new"));
 }
 
-TEST_F(DecompressFile, WithoutAnyToolAnswersNo) {
+TEST_F(DecompressFile, WithoutAToolReturnsFalse) {
     tools_.tool = folder_ / "no tool";
     EXPECT_FALSE(KXFileManager::decompressFile(makeArchive(), folder_ / "new"));
 }
 
 using CompressFile = DecompressFile;
 
-TEST_F(CompressFile, PacksTheItemItselfUnlessToldOtherwise) {
+TEST_F(CompressFile, PacksTheItemItselfByDefault) {
     tools_.tool = failingTool();
     KXFileManager::compressFile("/from", folder_ / "a.zip");
     EXPECT_EQ(test::readFile(folder_ / "arguments"),
@@ -156,7 +156,7 @@ TEST_F(CompressFile, MakesAnArchiveThatUnpacksToTheSameItem) {
     EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "out/Some.app/Current"));
 }
 
-TEST_F(CompressFile, PutsAnOldArchiveIntoTheTrashFirst) {
+TEST_F(CompressFile, MovesAnOldArchiveToTheTrashFirst) {
     folder_.writeFile("item");
     folder_.writeFile("a.zip", "old");
     EXPECT_TRUE(KXFileManager::compressFile(folder_ / "item", folder_ / "a.zip"));
@@ -177,7 +177,7 @@ class OldItems : public test::FilesTest {
     std::string old_ = folder_.writeFile("old", "old");
 };
 
-TEST_F(OldItems, ThatMayNotBeTrashedFallBackToRightsWhenPacking) {
+TEST_F(OldItems, ThatMayNotBeTrashedUseAuthorizationWhenPacking) {
     KXFileManager::compressFile(folder_ / "item", old_);
     EXPECT_THAT(authorization_.started(),
                 ElementsAre("/bin/mv -f " + old_ + " " + trash() + "/old"));
@@ -189,7 +189,7 @@ TEST_F(OldItems, ThatMayNotBeTrashedStayWhenUnpacking) {
     EXPECT_EQ(test::readFile(old_), "old");
 }
 
-TEST_F(CompressFile, AnswersYesWhenTheOldArchiveStaysAndTheToolFails) {
+TEST_F(CompressFile, ReturnsTrueWhenTheOldArchiveStaysAndTheToolFails) {
     tools_.tool = failingTool();
     trash_.reallyRecycles = false;
     platform_->processInfo = &user_;
@@ -198,13 +198,13 @@ TEST_F(CompressFile, AnswersYesWhenTheOldArchiveStaysAndTheToolFails) {
     EXPECT_EQ(test::readFile(folder_ / "a.zip"), "old");
 }
 
-TEST_F(CompressFile, WithoutASourceRunsTheToolWithItsOptionsAlone) {
+TEST_F(CompressFile, WithoutASourceRunsTheToolWithItsOptionsOnly) {
     tools_.tool = failingTool();
     EXPECT_FALSE(KXFileManager::compressFile(std::nullopt, folder_ / "a.zip"));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n--keepParent\n");
 }
 
-TEST_F(CompressFile, WithoutASourceAnswersWhetherAnOldArchiveIsStillThere) {
+TEST_F(CompressFile, WithoutASourceReturnsWhetherAnOldArchiveStillExists) {
     platform_->processInfo = &user_;
     tools_.tool = failingTool();
     trash_.reallyRecycles = false;
@@ -219,7 +219,7 @@ TEST_F(CompressFile, WithoutASourceAnswersWhetherAnOldArchiveIsStillThere) {
     EXPECT_EQ(test::readFile(folder_ / "recycled a.zip"), "old");
 }
 
-TEST_F(CompressFile, WithoutASourceTheRealToolLeavesAnOldArchiveAsItIs) {
+TEST_F(CompressFile, WithoutASourceTheRealToolLeavesAnOldArchiveUnchanged) {
     platform_->processInfo = &user_;
     trash_.reallyRecycles = false;
     const std::string archive = folder_.writeFile("a.zip", "old");
@@ -227,13 +227,13 @@ TEST_F(CompressFile, WithoutASourceTheRealToolLeavesAnOldArchiveAsItIs) {
     EXPECT_EQ(test::readFile(archive), "old");
 }
 
-TEST_F(CompressFile, WithoutAnArchiveAnswersNo) {
+TEST_F(CompressFile, WithoutAnArchiveReturnsFalse) {
     tools_.tool = failingTool();
     EXPECT_FALSE(KXFileManager::compressFile("/from", std::nullopt, IncludeParent::No));
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "-ck\n/from\n");
 }
 
-TEST_F(CompressFile, ReturnsOnceTheToolHasEnded) {
+TEST_F(CompressFile, ReturnsAfterTheToolHasEnded) {
     const std::string tool =
         folder_.writeFile("slow tool", "#!/bin/sh\nsleep 0.3\n: > '" + (folder_ / "ended") + "'\n");
     std::filesystem::permissions(tool, std::filesystem::perms::owner_all);

@@ -65,7 +65,7 @@ TEST_F(ItemAttributes, AreLockedAndUnlocked) {
     EXPECT_FALSE(KXFileManager::isFileLocked(std::nullopt));
 }
 
-TEST_F(ItemAttributes, ThatCannotBeLockedAreToldInTheWordsOfUnlocking) {
+TEST_F(ItemAttributes, ThatCannotBeLockedAreReportedWithTheUnlockMessage) {
     startLog();
     flags_.refuses = true;
     KXFileManager::lockFile("/a");
@@ -84,7 +84,7 @@ TEST_F(ItemAttributes, OfAMissingItemCannotBeUnlocked) {
     EXPECT_EQ(logged().size(), 1U);
 }
 
-TEST_F(ItemAttributes, OfAFoldersFilesAreLockedAtEveryDepthAndNotOfItsFolders) {
+TEST_F(ItemAttributes, OfAFoldersFilesAreLockedAtEveryDepthButNotOfFolders) {
     const std::string one = folder_.writeFile("a/b.txt");
     const std::string two = folder_.writeFile("a/sub/c.txt");
     const std::string three = folder_.writeFile("a/Some.app/d");
@@ -94,7 +94,7 @@ TEST_F(ItemAttributes, OfAFoldersFilesAreLockedAtEveryDepthAndNotOfItsFolders) {
     EXPECT_THAT(flags_.locked, IsEmpty());
 }
 
-TEST_F(ItemAttributes, OfAFolderAreLockedThroughLinksAndALoopEnds) {
+TEST_F(ItemAttributes, OfAFolderAreLockedThroughLinksWithoutLooping) {
     folder_.writeFile("elsewhere/file");
     folder_.makeLink("a/out", "../elsewhere");
     folder_.makeLink("a/loop", ".");
@@ -140,7 +140,7 @@ TEST_F(ItemAttributes, OfAFolderAreAllTriedWhenTheFirstCannotBeLocked) {
                 ElementsAre("Unable to unlock file " + (folder_ / "a/two") + ": no, 100%"));
 }
 
-TEST_F(ItemAttributes, OfWhatIsNoFolderAreLeftAlone) {
+TEST_F(ItemAttributes, OfAnItemThatIsNotAFolderAreLeftUnchanged) {
     KXFileManager::lockFolder(folder_.writeFile("file"));
     KXFileManager::lockFolder(folder_ / "gone");
     KXFileManager::lockFolder(std::nullopt);
@@ -155,7 +155,7 @@ TEST_F(ItemAttributes, IncludePermissions) {
     EXPECT_EQ(status.st_mode & 07777U, 0640U);
 }
 
-TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreTold) {
+TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreLogged) {
     startLog();
     KXFileManager::setPosixPermissions(0640, folder_ / "gone");
     ASSERT_EQ(logged().size(), 1U);
@@ -164,7 +164,7 @@ TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreTold) {
 }
 
 // Off the main thread a short line is written before the call returns.
-TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreReportedByTheTimeOfTheReturn) {
+TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreLoggedBeforeTheReturn) {
     test::SlowLog log(platform_);
     std::thread([&] {
         KXFileManager::setPosixPermissions(0640, "/g");
@@ -172,7 +172,7 @@ TEST_F(ItemAttributes, WhosePermissionsAreRefusedAreReportedByTheTimeOfTheReturn
     }).join();
 }
 
-TEST_F(ItemAttributes, IncludeTheDateOfTheLastChange) {
+TEST_F(ItemAttributes, IncludeTheModificationDate) {
     startLog();
     const std::string file = folder_.writeFile("file");
     const auto date = std::chrono::system_clock::time_point(1000s);
@@ -203,7 +203,7 @@ TEST_F(RootLocking, OfAFolderLocksTheFilesAtEveryDepthAndNotTheFolders) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(RootLocking, HindersNeitherTrashingNorRemovingNorReplacing) {
+TEST_F(RootLocking, DoesNotPreventTrashingRemovingOrReplacing) {
     for (const char* name : {"trashed", "removed", "there"}) folder_.writeFile(name, name);
     const test::LockedItem one(folder_ / "trashed");
     const test::LockedItem two(folder_ / "removed");
@@ -220,7 +220,7 @@ TEST_F(RootLocking, HindersNeitherTrashingNorRemovingNorReplacing) {
     EXPECT_EQ(test::readFile(folder_ / "there"), "there");
 }
 
-TEST_F(RootLocking, OfTheSourceHindersAMoveAndNotACopy) {
+TEST_F(RootLocking, OfTheSourcePreventsAMoveAndNotACopy) {
     const std::string file = folder_.writeFile("file", "text");
     const test::LockedItem locked(file);
     if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
@@ -233,7 +233,7 @@ TEST_F(RootLocking, OfTheSourceHindersAMoveAndNotACopy) {
     EXPECT_TRUE(KXFileManager::isFileLocked(file));
 }
 
-TEST_F(RootLocking, OfATreesFileKeepsTheTreeWholeOnItsFileSystem) {
+TEST_F(RootLocking, OfAFileInATreePreventsAMoveToAnotherFileSystem) {
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "nothing can be mounted here";
     folder_.writeFile("tree/a", "1");
@@ -249,8 +249,8 @@ TEST_F(RootLocking, OfATreesFileKeepsTheTreeWholeOnItsFileSystem) {
 
 using UserLocking = test::FilesTest;
 
-TEST_F(UserLocking, IsRefusedInTheWordsOfUnlocking) {
-    if (test::isSuperUser()) GTEST_SKIP() << "the super-user may lock";
+TEST_F(UserLocking, IsRefusedWithTheUnlockMessage) {
+    if (test::isSuperUser()) GTEST_SKIP() << "root may lock";
     const std::string file = folder_.writeFile("file");
     startLog();
     KXFileManager::lockFile(file);
@@ -278,7 +278,7 @@ class Touching : public ItemAttributes {
     std::string file_ = folder_.writeFile("file");
 };
 
-TEST_F(Touching, SetsTheDatesOfWhatTheUserMayWrite) {
+TEST_F(Touching, SetsTheDatesOfAWritableItem) {
     platform_->tasks = platform::native().tasks;
     KXFileManager::setModificationDate(std::chrono::system_clock::time_point(1000s), file_);
     EXPECT_TRUE(KXFileManager::touchFile(file_));
@@ -288,12 +288,12 @@ TEST_F(Touching, SetsTheDatesOfWhatTheUserMayWrite) {
     EXPECT_THAT(flags_.calls, IsEmpty());
 }
 
-TEST_F(Touching, AnswersYesWhateverTheToolDid) {
+TEST_F(Touching, ReturnsTrueWhateverTheToolDid) {
     EXPECT_TRUE(KXFileManager::touchFile(file_));  // the recorded tool fails
     EXPECT_THAT(tasks_.launched, ElementsAre("/usr/bin/touch -c " + file_, "waited"));
 }
 
-TEST_F(Touching, AnswersYesWhenTheToolTimesOutAfterFiveSeconds) {
+TEST_F(Touching, ReturnsTrueWhenTheToolTimesOutAfterFiveSeconds) {
     // Starts a tool that never ends in the place of every other.
     class Hanging : public test::ForwardingTask {
       public:
@@ -334,7 +334,7 @@ TEST_F(Touching, SetsTheCreationDateAfterTheTool) {
                 ElementsAre("/usr/bin/touch -c " + file_, "waited", "created " + file_));
 }
 
-TEST_F(Touching, WithRightsSetsTheCreationDateBeforeTheTool) {
+TEST_F(Touching, WithAuthorizationSetsTheCreationDateBeforeTheTool) {
     authorized();
     flags_.journal = &authorization_.calls;
     const std::string gone = folder_ / "gone";
@@ -344,7 +344,7 @@ TEST_F(Touching, WithRightsSetsTheCreationDateBeforeTheTool) {
     EXPECT_TRUE(authorization_.calls.back().ends_with(" /usr/bin/touch -c " + gone));
 }
 
-TEST_F(Touching, NeedsRightsForWhatTheUserMayNotWrite) {
+TEST_F(Touching, NeedsAuthorizationForAnItemThatIsNotWritable) {
     authorized();
     const std::string gone = folder_ / "gone";
     EXPECT_TRUE(KXFileManager::touchFile(gone));
@@ -355,7 +355,7 @@ TEST_F(Touching, NeedsRightsForWhatTheUserMayNotWrite) {
     EXPECT_FALSE(test::somethingAt(gone));
 }
 
-TEST_F(Touching, WithRightsToAToolThatCannotBeStartedAnswersNo) {
+TEST_F(Touching, WithAuthorizationReturnsFalseIfTheToolCannotBeStarted) {
     authorized();
     authorization_.executeStatus = platform::kAuthorizationToolExecuteFailure;
     EXPECT_FALSE(KXFileManager::touchFile(folder_ / "gone"));
@@ -366,14 +366,14 @@ TEST_F(Touching, WithRightsToAToolThatCannotBeStartedAnswersNo) {
     }
 }
 
-TEST_F(Touching, WithoutRightsAnswersNo) {
+TEST_F(Touching, WithoutAuthorizationReturnsFalse) {
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     EXPECT_FALSE(KXFileManager::touchFile(folder_ / "gone"));
     EXPECT_THAT(notes_.noted, ElementsAre(folder_ / "gone"));
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(Touching, NotesTheChangeWhenAnExceptionPassesThrough) {
+TEST_F(Touching, ReportsTheChangeToTheDesktopAfterAnException) {
     class Raising : public test::FilesManager {
       public:
         bool isWritableFile(const std::string&) override {

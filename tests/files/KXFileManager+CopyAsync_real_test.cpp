@@ -107,7 +107,7 @@ class RealCopyWithProgress : public test::CopyWithProgressTest {
     }
 };
 
-TEST_F(RealCopyWithProgress, CopiesAndTellsTheEndOnce) {
+TEST_F(RealCopyWithProgress, CopiesAndReportsTheEndOnce) {
     folder_.writeFile("tree/a/b", "1");
     folder_.makeLink("tree/link", "a");
     ASSERT_TRUE(KXFileManager::copyFileWithProgress(folder_ / "tree", folder_ / "copy", listener_,
@@ -148,7 +148,7 @@ TEST_F(RealCopyWithProgress, StartedOnAnotherThreadReportsOnTheMainThread) {
     EXPECT_EQ(test::readFile(folder_ / "to/copy"), "text");
 }
 
-TEST_F(RealCopyWithProgress, ThatFailsStillTellsTheEndOnceAndLeavesWhatWasThere) {
+TEST_F(RealCopyWithProgress, ThatFailsReportsTheEndOnceAndKeepsAnExistingItem) {
     folder_.writeFile("copy", "old");
     ASSERT_TRUE(KXFileManager::copyFileWithProgress(file_, folder_ / "copy", listener_, nullptr));
     ASSERT_TRUE(serveUntilFinished());
@@ -157,7 +157,7 @@ TEST_F(RealCopyWithProgress, ThatFailsStillTellsTheEndOnceAndLeavesWhatWasThere)
     EXPECT_EQ(test::readFile(folder_ / "copy"), "old");
 }
 
-TEST_F(RealCopyWithProgress, ThatMeetsAnExceptionFailsAndTellsTheEnd) {
+TEST_F(RealCopyWithProgress, ThatMeetsAnExceptionFailsAndReportsTheEnd) {
     folder_.makeFolder("tree");
     platform::posix::SystemCalls calls = platform::posix::systemCalls();
     calls.mkdirat = [](int, const char*, mode_t) -> int { throw std::runtime_error("unexpected"); };
@@ -170,7 +170,7 @@ TEST_F(RealCopyWithProgress, ThatMeetsAnExceptionFailsAndTellsTheEnd) {
     EXPECT_THAT(itemsInFolder(), testing::Not(testing::Contains("copy")));
 }
 
-TEST_F(RealCopyWithProgress, TellsNothingWhileTheMainThreadIsInTheModalMode) {
+TEST_F(RealCopyWithProgress, SendsNothingWhileTheMainThreadIsInTheModalMode) {
     ASSERT_TRUE(start());
     MainRunLoop::run(RunLoopMode::ModalPanel, std::chrono::steady_clock::now() + 150ms);
     EXPECT_THAT(listener_->events, IsEmpty());
@@ -179,7 +179,7 @@ TEST_F(RealCopyWithProgress, TellsNothingWhileTheMainThreadIsInTheModalMode) {
 }
 
 // None of the run loop's own are there yet: nobody has asked for it.
-TEST_F(RealCopyWithProgress, WithoutDescriptorsToTellOfItCannotBegin) {
+TEST_F(RealCopyWithProgress, WithoutDescriptorsForItsNoticesCannotBegin) {
     folder_.makeFolder("to");
     {
         const test::FewDescriptors none(0);
@@ -190,7 +190,7 @@ TEST_F(RealCopyWithProgress, WithoutDescriptorsToTellOfItCannotBegin) {
     EXPECT_FALSE(test::somethingAt(folder_ / "to/copy"));
 }
 
-TEST_F(RealCopyWithProgress, OfNoOperationCannotBeCancelled) {
+TEST_F(RealCopyWithProgress, CancellingNullDoesNothing) {
     KXFileManager::cancelFileOperation(nullptr);
     EXPECT_THAT(listener_->events, IsEmpty());
 }
@@ -214,7 +214,7 @@ TEST_F(RealCopyWithProgress, IsCancelledFromTheProgressNotice) {
     EXPECT_THAT(itemsInFolder(), UnorderedElementsAre("file", "home", "tree"));
 }
 
-TEST_F(RealCopyWithProgress, IsCancelledAtAnyMomentWithoutALeftover) {
+TEST_F(RealCopyWithProgress, CanBeCancelledAtAnyMomentWithoutResidue) {
     for (int i = 0; i < 20; ++i) folder_.writeFile("tree/" + std::to_string(i), "text");
     for (int round = 0; round < (test::kSanitized ? 100 : 1000); ++round) {
         Operation operation(folder_ / "tree", folder_.path(), 1000ms);
@@ -231,7 +231,7 @@ TEST_F(RealCopyWithProgress, IsCancelledAtAnyMomentWithoutALeftover) {
     }
 }
 
-TEST_F(RealCopyWithProgress, TellsItsStagesInTheirOrder) {
+TEST_F(RealCopyWithProgress, ReportsItsStagesInOrder) {
     Operation operation(file_, folder_.path(), 1000ms);
     ASSERT_TRUE(operation.serveUntilEnded());
     EXPECT_THAT(operation.stages(),
@@ -276,7 +276,7 @@ class CountOfACopy : public RealCopyWithProgress {
     }
 };
 
-TEST_F(CountOfACopy, IsBrokenOffWhenTheCopyHasEnded) {
+TEST_F(CountOfACopy, IsStoppedWhenTheCopyHasEnded) {
     test::HeldCopy copy("held");
     test::SlowCount count("counted");
     Operation operation(folder_ / "tree", folder_.path(), 1ms);
@@ -290,7 +290,7 @@ TEST_F(CountOfACopy, IsBrokenOffWhenTheCopyHasEnded) {
     EXPECT_THAT(operation.statuses(), IsEmpty());
 }
 
-TEST_F(CountOfACopy, IsBrokenOffWhenTheCopyIsCancelled) {
+TEST_F(CountOfACopy, IsStoppedWhenTheCopyIsCancelled) {
     test::HeldCopy copy("held");
     test::SlowCount count("counted");
     Operation operation(folder_ / "tree", folder_.path(), 1ms);

@@ -26,7 +26,7 @@ TEST_F(CopyWithProgress, OfAMissingSourceIsRefusedAtOnce) {
     EXPECT_THAT(listener_->events, IsEmpty());
 }
 
-TEST_F(CopyWithProgress, MakesTheDestinationsFolder) {
+TEST_F(CopyWithProgress, CreatesTheDestinationsFolder) {
     EXPECT_TRUE(start());
     EXPECT_TRUE(KXFileManager::isDirectoryAtPath(folder_ / "to"));
     EXPECT_THAT(operations_.copied, ElementsAre(file_, folder_ / "to", "copy", "1000"));
@@ -43,7 +43,7 @@ TEST_F(CopyWithProgress, WaitsTenSecondsForTheDestinationsFolder) {
     EXPECT_THAT(operations_.calls, IsEmpty());
 }
 
-TEST_F(CopyWithProgress, GoesOnOnceTheDestinationsFolderIsThere) {
+TEST_F(CopyWithProgress, ContinuesWhenTheDestinationsFolderExists) {
     test::PassingTime time(platform_);
     authorized();
     manager_.refuses = true;
@@ -75,7 +75,7 @@ TEST_F(CopyWithProgress, WithoutADestinationIsRefused) {
                                              "Aborting copy process..."));
 }
 
-TEST_F(CopyWithProgress, ThatCannotBeScheduledIsTold) {
+TEST_F(CopyWithProgress, ThatCannotBeScheduledIsReported) {
     operations_.scheduleStatus = -50;
     EXPECT_FALSE(start());
     EXPECT_THAT(operations_.calls, ElementsAre("create", "schedule"));
@@ -115,7 +115,7 @@ TEST_F(CopyWithProgress, ReleasesItsOperationRightAfterTheStart) {
     EXPECT_THAT(console.logged, ElementsAre("Failed to begin asynchronous object copy: -48"));
 }
 
-TEST_F(CopyWithProgress, KeepsNoOperationOnceTheEndHasBeenDelivered) {
+TEST_F(CopyWithProgress, KeepsNoOperationAfterTheEnd) {
     ASSERT_TRUE(start());
     const std::weak_ptr<platform::FileOperation> operation = operations_.operation;
     operations_.report(FileOperationStage::Complete);
@@ -127,7 +127,7 @@ TEST_F(CopyWithProgress, KeepsNoOperationOnceTheEndHasBeenDelivered) {
     EXPECT_TRUE(operation.expired());
 }
 
-TEST_F(CopyWithProgress, MakesTheOperationThenSchedulesItThenStartsIt) {
+TEST_F(CopyWithProgress, CreatesThenSchedulesThenStartsTheOperation) {
     EXPECT_TRUE(start());
     EXPECT_THAT(operations_.calls, ElementsAre("create", "schedule", "copy"));
 }
@@ -151,7 +151,7 @@ TEST_F(CopyWithProgress, QueuesTheEndBeforeItUnschedules) {
     deliver();
 }
 
-TEST_F(CopyWithProgress, IntoAFolderThatIsThereMakesNone) {
+TEST_F(CopyWithProgress, IntoAnExistingFolderCreatesNone) {
     manager_.refuses = true;
     EXPECT_TRUE(KXFileManager::copyFileWithProgress(file_, folder_ / "copy", listener_, nullptr));
     EXPECT_THAT(console_.logged, IsEmpty());
@@ -178,7 +178,7 @@ TEST_F(CopyWithProgress, WritesNothingToTheLog) {
 }
 
 // A caller may have a platform of its own report to the library.
-TEST_F(CopyWithProgress, HasACallbackThatAnyoneMayCall) {
+TEST_F(CopyWithProgress, HasACallbackThatMayBeCalledDirectly) {
     const FileOperationNotice info{{"delegate", FileOperationDelegateRef(listener_)},
                                    {"source", std::string("/from")}};
     const platform::FileOperationRef operation = operations_.create();
@@ -197,13 +197,13 @@ TEST_F(CopyWithProgress, HasACallbackThatAnyoneMayCall) {
     EXPECT_THAT(operations_.calls, ElementsAre("create", "unschedule", "unschedule"));
 }
 
-TEST_F(CopyWithProgress, ThatCannotBeginIsTold) {
+TEST_F(CopyWithProgress, ThatCannotBeginIsReported) {
     operations_.copyStatus = -48;
     EXPECT_FALSE(start());
     EXPECT_THAT(console_.logged, ElementsAre("Failed to begin asynchronous object copy: -48"));
 }
 
-TEST_F(CopyWithProgress, TellsOfStatusesAndOfTheEnd) {
+TEST_F(CopyWithProgress, ReportsStatusesAndTheEnd) {
     ASSERT_TRUE(start());
     operations_.report(FileOperationStage::Undefined);
     operations_.report(FileOperationStage::Preflighting);
@@ -224,7 +224,7 @@ TEST_F(CopyWithProgress, TellsOfStatusesAndOfTheEnd) {
     EXPECT_TRUE(listener_->onMainThread);
 }
 
-TEST_F(CopyWithProgress, SaysWhatItIsAbout) {
+TEST_F(CopyWithProgress, NoticesNameSourceAndDestination) {
     const CallerObject one = std::make_shared<int>(1);
     const CallerObject two = std::make_shared<int>(2);
     ASSERT_TRUE(start(one, two));
@@ -247,7 +247,7 @@ TEST_F(CopyWithProgress, SaysWhatItIsAbout) {
 }
 
 // Its keys are the platform's.
-TEST_F(CopyWithProgress, TakesEveryKeyOfAStatusIntoTheNotice) {
+TEST_F(CopyWithProgress, NoticesHaveEveryKeyOfAStatus) {
     ASSERT_TRUE(start());
     operations_.report(FileOperationStage::Running,
                        {{{"delegate", 1.5}, {"source", 2.5}, {"stage", 3.5}}});
@@ -258,7 +258,7 @@ TEST_F(CopyWithProgress, TakesEveryKeyOfAStatusIntoTheNotice) {
     EXPECT_EQ(std::get<double>(listener_->last.at("stage")), 3.5);
 }
 
-TEST_F(CopyWithProgress, TakesADifferentFormForEachEvent) {
+TEST_F(CopyWithProgress, ChoosesTheFormForEachEvent) {
     listener_->implemented = {Notice::Progress, Notice::FinishedWithOperation};
     ASSERT_TRUE(start());
     operations_.report(FileOperationStage::Running, {{{"bytes", 1.0}}});
@@ -267,7 +267,7 @@ TEST_F(CopyWithProgress, TakesADifferentFormForEachEvent) {
     EXPECT_THAT(listener_->events, ElementsAre("progress", "finished with operation"));
 }
 
-TEST_F(CopyWithProgress, LeavesOutWhatWasNotGiven) {
+TEST_F(CopyWithProgress, NoticesOmitMissingObjects) {
     ASSERT_TRUE(start());
     operations_.report(FileOperationStage::Complete);
     deliver();
@@ -292,7 +292,7 @@ TEST_F(CopyWithProgress, FallsBackToTheFormWithoutTheOperation) {
     EXPECT_THAT(listener_->events, ElementsAre("progress", "finished"));
 }
 
-TEST_F(CopyWithProgress, SendsNothingThatIsNotImplemented) {
+TEST_F(CopyWithProgress, SendsNoNoticeThatIsNotImplemented) {
     listener_->implemented = {};
     ASSERT_TRUE(start());
     operations_.report(FileOperationStage::Running, platform::FileOperationStatus{});
@@ -302,7 +302,7 @@ TEST_F(CopyWithProgress, SendsNothingThatIsNotImplemented) {
     EXPECT_EQ(operations_.calls.back(), "unschedule");
 }
 
-TEST_F(CopyWithProgress, IsCancelledFromTheProgressNoticeAndStillTellsTheEnd) {
+TEST_F(CopyWithProgress, CancelledFromAProgressNoticeReportsTheEnd) {
     listener_->onProgress = [](const platform::FileOperationRef& operation) {
         KXFileManager::cancelFileOperation(operation);  // its status does not matter
     };
@@ -317,7 +317,7 @@ TEST_F(CopyWithProgress, IsCancelledFromTheProgressNoticeAndStillTellsTheEnd) {
     EXPECT_EQ(operations_.calls.back(), "unschedule");
 }
 
-TEST_F(CopyWithProgress, WithoutADelegateIsUnscheduledAllTheSame) {
+TEST_F(CopyWithProgress, WithoutADelegateIsUnscheduled) {
     listener_ = nullptr;
     ASSERT_TRUE(start());
     operations_.report(FileOperationStage::Running, platform::FileOperationStatus{});
@@ -326,7 +326,7 @@ TEST_F(CopyWithProgress, WithoutADelegateIsUnscheduledAllTheSame) {
     EXPECT_EQ(operations_.calls.back(), "unschedule");
 }
 
-TEST_F(CopyWithProgress, WithADelegateThatThrowsIsUnscheduledAllTheSame) {
+TEST_F(CopyWithProgress, WithADelegateThatThrowsIsUnscheduled) {
     class Throwing : public test::Listener {
       public:
         bool implements(Notice) const override {
@@ -346,7 +346,7 @@ TEST_F(CopyWithProgress, WithADelegateThatThrowsIsUnscheduledAllTheSame) {
                             "Exception in statusCallback. NSGenericException - unknown."));
 }
 
-TEST_F(CopyWithProgress, WhoseEndCouldNotBePreparedTellsItAllTheSame) {
+TEST_F(CopyWithProgress, WhoseEndCouldNotBePreparedReportsIt) {
     class Unprepared : public test::ForwardingMainThread {
       public:
         platform::PreparedCall prepareCall(std::function<void()>) override {
@@ -363,7 +363,7 @@ TEST_F(CopyWithProgress, WhoseEndCouldNotBePreparedTellsItAllTheSame) {
     EXPECT_EQ(operations_.calls.back(), "unschedule");
 }
 
-TEST_F(CopyWithProgress, ThatCannotBeUnscheduledIsTold) {
+TEST_F(CopyWithProgress, ThatCannotBeUnscheduledIsReported) {
     ASSERT_TRUE(start());
     operations_.unscheduleStatus = -50;
     operations_.report(FileOperationStage::Complete);

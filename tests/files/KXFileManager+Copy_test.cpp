@@ -28,7 +28,7 @@ TEST_F(Copying, CopiesAnItemToItsNewPath) {
     EXPECT_EQ(test::readFile(folder_ / "tree/sub/file"), "text");
 }
 
-TEST_F(Copying, UnlocksTheFolderThatReceivesTheItemAndLeavesItSo) {
+TEST_F(Copying, UnlocksTheReceivingFolderAndLeavesItUnlocked) {
     noteChanges();
     const std::string file = folder_.writeFile("file");
     const std::string to = folder_.makeFolder("to");
@@ -48,7 +48,7 @@ TEST_F(Copying, ThroughALinkUnlocksTheFolderThatTheLinkLeadsTo) {
 }
 
 // Where the copy fails, only a folder would have received it.
-TEST_F(Copying, ThroughALinkToNoFolderUnlocksNothingBehindIt) {
+TEST_F(Copying, ThroughALinkThatIsNotToAFolderUnlocksTheLinkOnly) {
     noteChanges();
     const std::string file = folder_.writeFile("file");
     const std::string link = folder_.makeLink("link", "file");
@@ -90,7 +90,7 @@ TEST_F(RootCopying, IntoALockedFolderThroughALinkUnlocksTheFolder) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(Copying, OntoAnExistingFileWithoutLeaveToAskLeavesBothAndAnnouncesAuthorizing) {
+TEST_F(Copying, OntoAnExistingFileWithShouldAuthNoLeavesBothAndLogsAuthorizing) {
     startLog();
     authorized();
     const std::string one = folder_.writeFile("one", "1");
@@ -104,7 +104,7 @@ TEST_F(Copying, OntoAnExistingFileWithoutLeaveToAskLeavesBothAndAnnouncesAuthori
                 ::testing::MatchesRegex("Error copying file: .*\\. Authorizing\\.\\.\\."));
 }
 
-TEST_F(Copying, OntoAnExistingFileIsDecidedWithRights) {
+TEST_F(Copying, OntoAnExistingFileUsesAuthorization) {
     authorized();
     const std::string one = folder_.writeFile("one", "1");
     const std::string two = folder_.writeFile("two", "2");
@@ -130,7 +130,7 @@ TEST_F(Copying, WithoutAPathIsLoggedAndPrinted) {
 }
 
 // The message is a format when it is printed, and once more when it is logged.
-TEST_F(Copying, WithoutADestinationTakesThePathAsAFormatAgain) {
+TEST_F(Copying, WithoutADestinationLogsThePathAsAFormat) {
     test::WholeConsole console;
     platform_->console = &console;
     startLog();
@@ -139,13 +139,13 @@ TEST_F(Copying, WithoutADestinationTakesThePathAsAFormatAgain) {
     EXPECT_THAT(console.lines, ElementsAre("Error copying file /a%%%%b: destination path is nil"));
 }
 
-TEST_F(Copying, WithoutEitherPathReportsTheSourceAlone) {
+TEST_F(Copying, WithoutEitherPathReportsOnlyTheSource) {
     startLog();
     EXPECT_FALSE(KXFileManager::copyFile(std::nullopt, std::nullopt));
     EXPECT_THAT(logged(), ElementsAre("Error copying file: source path is nil"));
 }
 
-TEST_F(Copying, WithATimeOutCountsFromTheEndOfTheCopy) {
+TEST_F(Copying, WithATimeOutMeasuresFromTheEndOfTheCopy) {
     test::PassingTime time(platform_);
     class SlowManager : public test::FilesManager {
       public:
@@ -163,7 +163,7 @@ TEST_F(Copying, WithATimeOutCountsFromTheEndOfTheCopy) {
 }
 
 // Both copies are under way before either ends.
-TEST_F(Copying, OnSeveralThreadsTakesPlaceAtTheSameTime) {
+TEST_F(Copying, OnSeveralThreadsRunsInParallel) {
     class Meeting : public test::FilesManager {
       public:
         std::atomic<int> inside{0};
@@ -190,7 +190,7 @@ TEST_F(Copying, OnSeveralThreadsTakesPlaceAtTheSameTime) {
     EXPECT_EQ(manager.met, 8);
 }
 
-TEST_F(Copying, WithATimeOutOfZeroAnswersAtOnceWhetherTheCopyIsThere) {
+TEST_F(Copying, WithATimeOutOfZeroReturnsAtOnceWhetherTheCopyExists) {
     test::PassingTime time(platform_);
     const std::string file = folder_.writeFile("file");
     authorized();
@@ -214,7 +214,7 @@ TEST_F(Copying, WithATimeOutThatFailsDoesNotWait) {
     EXPECT_TRUE(time.nothingWaited());
 }
 
-TEST_F(Copying, WithATimeOutWaitsUntilTheCopyIsThere) {
+TEST_F(Copying, WithATimeOutWaitsUntilTheCopyExists) {
     test::PassingTime time(platform_);
     authorized();
     manager_.refuses = true;
@@ -241,7 +241,7 @@ TEST_F(Copying, OfContentsCopiesEachEntryAndLogsItsName) {
     EXPECT_THAT(logged(), UnorderedElementsAre("File: one", "File: .hidden", "File: sub"));
 }
 
-TEST_F(Copying, OfContentsEndsWithTheFirstThatFails) {
+TEST_F(Copying, OfContentsEndsWithTheFirstFailure) {
     startLog();
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     manager_.refuses = true;
@@ -252,7 +252,7 @@ TEST_F(Copying, OfContentsEndsWithTheFirstThatFails) {
     EXPECT_EQ(logged().size(), 2U);  // one name and its error
 }
 
-TEST_F(Copying, OfContentsThatFailsLeavesWhatWasCopiedBefore) {
+TEST_F(Copying, OfContentsThatFailsKeepsWhatWasCopiedBefore) {
     startLog();
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     for (const char* name : {"a", "b", "c", "d"}) folder_.writeFile(std::string("from/") + name);
@@ -266,7 +266,7 @@ TEST_F(Copying, OfContentsThatFailsLeavesWhatWasCopiedBefore) {
     EXPECT_EQ(logged().size(), 4U);  // three names and an error
 }
 
-TEST_F(Copying, OfContentsIntoAMissingFolderGoesToTheRights) {
+TEST_F(Copying, OfContentsIntoAMissingFolderUsesAuthorization) {
     authorized();
     const std::string one = folder_.writeFile("from/one");
     EXPECT_FALSE(KXFileManager::copyContentsOfDirectory(folder_ / "from", folder_ / "gone", 0s));
@@ -275,7 +275,7 @@ TEST_F(Copying, OfContentsIntoAMissingFolderGoesToTheRights) {
     EXPECT_FALSE(test::somethingAt(folder_ / "gone"));
 }
 
-TEST_F(Copying, OfNoContentsIsASuccessAndLogsNothing) {
+TEST_F(Copying, OfAnEmptyFoldersContentsSucceedsAndLogsNothing) {
     startLog();
     EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(folder_.makeFolder("empty"), "/to", 10s));
     EXPECT_TRUE(KXFileManager::copyContentsOfDirectory(folder_ / "gone", "/to", 10s));

@@ -12,13 +12,13 @@ using Creating = test::FilesTest;
 
 constexpr char kMessage[] = "Error creating folder: no, 100%. Authorizing...";
 
-TEST_F(Creating, MakesAFolderWithThoseAboveIt) {
+TEST_F(Creating, CreatesAFolderWithThoseAboveIt) {
     EXPECT_TRUE(KXFileManager::createDirectory(folder_ / "new/deep"));
     EXPECT_TRUE(KXFileManager::isDirectoryAtPath(folder_ / "new/deep"));
     EXPECT_TRUE(KXFileManager::createDirectory(folder_ / "new/deep"));
 }
 
-TEST_F(Creating, OnAVolumeThatIsNotMountedIsRefusedWithoutRights) {
+TEST_F(Creating, OnAVolumeThatIsNotMountedIsRefusedWithoutAuthorization) {
     startLog();
     authorized();
     EXPECT_FALSE(KXFileManager::createDirectory("/Volumes/Gone/x"));
@@ -28,7 +28,7 @@ TEST_F(Creating, OnAVolumeThatIsNotMountedIsRefusedWithoutRights) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(Creating, ThatFailsIsLoggedAndRepeatedWithRights) {
+TEST_F(Creating, ThatFailsIsLoggedAndRepeatedWithAuthorization) {
     startLog();
     authorized();
     manager_.refuses = true;
@@ -37,7 +37,7 @@ TEST_F(Creating, ThatFailsIsLoggedAndRepeatedWithRights) {
     EXPECT_THAT(logged(), ElementsAre(kMessage));
 }
 
-TEST_F(Creating, ThatFailsAnnouncesAuthorizingWithoutLeaveToAskToo) {
+TEST_F(Creating, ThatFailsLogsAuthorizingEvenWithShouldAuthNo) {
     startLog();
     authorized();
     manager_.refuses = true;
@@ -46,7 +46,7 @@ TEST_F(Creating, ThatFailsAnnouncesAuthorizingWithoutLeaveToAskToo) {
     EXPECT_THAT(logged(), ElementsAre(kMessage));
 }
 
-TEST_F(Creating, OverAFileFailsInTheSystemsWords) {
+TEST_F(Creating, OverAFileLogsTheSystemsError) {
     startLog();
     const std::string file = folder_.writeFile("file");
     EXPECT_FALSE(KXFileManager::createDirectory(file, ShouldAuth::No));
@@ -55,7 +55,7 @@ TEST_F(Creating, OverAFileFailsInTheSystemsWords) {
                                                           "exists\\. Authorizing\\.\\.\\."));
 }
 
-TEST_F(Creating, WithATimeOutWaitsUntilTheFolderIsThere) {
+TEST_F(Creating, WithATimeOutWaitsUntilTheFolderExists) {
     test::PassingTime time(platform_);
     authorized();
     manager_.refuses = true;
@@ -82,7 +82,7 @@ TEST_F(Creating, WithoutAPathFails) {
     EXPECT_FALSE(KXFileManager::createDirectory(std::nullopt, ShouldAuth::No));
 }
 
-TEST_F(Creating, MirrorsAFolderWithAllOfItsPath) {
+TEST_F(Creating, MirrorsAFolderWithItsWholePath) {
     folder_.makeFolder("Movies");
     const std::string made = (folder_ / "Backup") + (folder_ / "Movies");
     EXPECT_EQ(KXFileManager::createDirectoryStructure(folder_ / "Movies", folder_ / "Backup"),
@@ -90,7 +90,7 @@ TEST_F(Creating, MirrorsAFolderWithAllOfItsPath) {
     EXPECT_TRUE(KXFileManager::isDirectoryAtPath(made));
 }
 
-TEST_F(Creating, MirrorsTheFolderOfAFileOfAPackageAndOfNothing) {
+TEST_F(Creating, MirrorsTheParentOfAFileAPackageAndAMissingItem) {
     folder_.writeFile("Movies/clip.mov");
     folder_.makeFolder("Movies/Some.app");
     const std::string made = (folder_ / "Backup") + (folder_ / "Movies");
@@ -100,7 +100,7 @@ TEST_F(Creating, MirrorsTheFolderOfAFileOfAPackageAndOfNothing) {
     EXPECT_TRUE(std::filesystem::is_empty(made));
 }
 
-TEST_F(Creating, MirrorsNothingThatIsThereAlready) {
+TEST_F(Creating, DoesNotMirrorAnExistingFolder) {
     const std::string there = folder_.makeFolder("Backup" + (folder_ / "Movies"));
     manager_.refuses = true;
     authorized();
@@ -109,7 +109,7 @@ TEST_F(Creating, MirrorsNothingThatIsThereAlready) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-TEST_F(Creating, AnswersTheMirroredFolderMadeOrNot) {
+TEST_F(Creating, ReturnsTheMirroredFolderEvenIfItCannotBeCreated) {
     manager_.refuses = true;
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     EXPECT_EQ(KXFileManager::createDirectoryStructure("/gone/clip", folder_ / "Backup"),
@@ -119,7 +119,7 @@ TEST_F(Creating, AnswersTheMirroredFolderMadeOrNot) {
     EXPECT_EQ(KXFileManager::createDirectoryStructure("/x/y", std::nullopt), std::nullopt);
 }
 
-TEST_F(Creating, MovesAnEmptyFileIntoPlace) {
+TEST_F(Creating, MovesAnEmptyFileToItsPath) {
     EXPECT_TRUE(KXFileManager::createEmptyFile(folder_ / "new"));
     EXPECT_TRUE(test::somethingAt(folder_ / "new"));
     EXPECT_EQ(test::readFile(folder_ / "new"), "");
@@ -138,7 +138,7 @@ TEST_F(Creating, AnEmptyFileWithoutATemporaryFolderFails) {
     EXPECT_THAT(manager_.moved, IsEmpty());
 }
 
-TEST_F(Creating, AnEmptyFileFallsBackToRightsAsAMoveDoes) {
+TEST_F(Creating, AnEmptyFileUsesAuthorizationAsAMoveDoes) {
     authorized();
     manager_.refuses = true;
     EXPECT_TRUE(KXFileManager::createEmptyFile(folder_ / "new"));
@@ -166,7 +166,7 @@ TEST_F(Creating, AnEmptyFileThatCannotBeMovedStaysInTheTemporaryFolder) {
     std::filesystem::remove(scratch);
 }
 
-TEST_F(Creating, AnEmptyFileLeavesAnExistingOneToTheRights) {
+TEST_F(Creating, AnEmptyFileReplacesAnExistingOneOnlyWithAuthorization) {
     authorized();
     startLog();
     const std::string file = folder_.writeFile("file", "text");

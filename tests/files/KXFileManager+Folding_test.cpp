@@ -16,7 +16,7 @@ constexpr char kNoIdentity[] =
 class RootFolding : public test::FilesTest {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "only the super-user can mount such a volume";
+        if (!test::isSuperUser()) GTEST_SKIP() << "only root can mount such a volume";
         volume_.emplace(folder_);
         if (!volume_->excuse().empty()) GTEST_SKIP() << volume_->excuse();
     }
@@ -28,7 +28,7 @@ class RootFolding : public test::FilesTest {
     std::optional<test::FoldingFileSystem> volume_;
 };
 
-TEST_F(RootFolding, AnItemIsThereInEverySpelling) {
+TEST_F(RootFolding, AnItemExistsInEverySpelling) {
     const std::string file = write("Sub/Report.txt");
     const std::string other = *volume_ / "SUB/REPORT.TXT";
     EXPECT_TRUE(KXFileManager::fileExistsAtPath(other));
@@ -41,7 +41,7 @@ TEST_F(RootFolding, AnItemIsThereInEverySpelling) {
     EXPECT_EQ(listing(), "Sub");
 }
 
-TEST_F(RootFolding, NamesAreComparedExactlyAllTheSame) {
+TEST_F(RootFolding, TheLibraryStillComparesNamesExactly) {
     const std::string file = write("Sub/.DS_Store");
     EXPECT_THAT(KXFileManager::trashFilesNamed(".ds_store", volume_->path()), ElementsAre());
     EXPECT_THAT(KXFileManager::filesMatchingWildcardPath("SUB/*.ds_store", volume_->path()),
@@ -51,7 +51,7 @@ TEST_F(RootFolding, NamesAreComparedExactlyAllTheSame) {
     EXPECT_TRUE(test::somethingAt(file));
 }
 
-TEST_F(RootFolding, AnItemIsGivenAnotherSpellingByWayOfAFreeName) {
+TEST_F(RootFolding, AMoveChangesTheSpellingThroughAFreeName) {
     const std::string file = write("Report.txt");
     EXPECT_TRUE(KXFileManager::moveFile(file, *volume_ / "report.txt", 30s));
     EXPECT_THAT(manager_.moved,
@@ -67,7 +67,7 @@ TEST_F(RootFolding, AnItemIsGivenAnotherSpellingByWayOfAFreeName) {
 }
 
 // As the system itself is asked, without the free name.
-TEST_F(RootFolding, TheSystemsMoveGivesAnotherSpelling) {
+TEST_F(RootFolding, TheSystemsToolChangesTheSpelling) {
     if (!volume_->isUnix()) GTEST_SKIP() << kNoIdentity;
     const std::string file = write("Report.txt");
     write("Folder/inside");
@@ -103,7 +103,7 @@ TEST_F(RootFolding, AMoveReplacesNoItemOfAnotherSpelling) {
     EXPECT_EQ(test::readFile(file), "new");
 }
 
-TEST_F(RootFolding, AFolderDoesNotGoIntoItselfInAnotherSpelling) {
+TEST_F(RootFolding, AFolderIsNotMovedIntoItselfInAnotherSpelling) {
     if (!volume_->isUnix()) GTEST_SKIP() << kNoIdentity;
     write("Tree/inside");
     EXPECT_FALSE(
@@ -113,7 +113,7 @@ TEST_F(RootFolding, AFolderDoesNotGoIntoItselfInAnotherSpelling) {
     EXPECT_EQ(test::listing(*volume_ / "Tree"), "inside");
 }
 
-TEST_F(RootFolding, AnItemGoesAndIsTrashedInAnySpelling) {
+TEST_F(RootFolding, AnItemIsRemovedAndTrashedInAnySpelling) {
     write("One", "one");
     write("Two");
     EXPECT_TRUE(KXFileManager::trashFile(*volume_ / "ONE", ShouldAuth::No));
@@ -142,7 +142,7 @@ class RootFoldingArchives : public RootFolding {
     Tools tools_;
 };
 
-TEST_F(RootFoldingArchives, NamesThatDifferInCaseAloneAreRefusedOnlyWhereTheyFold) {
+TEST_F(RootFoldingArchives, NamesThatDifferInCaseOnlyAreRefusedOnlyWhereTheyFold) {
     folder_.writeFile("names/Readme", "one");
     folder_.writeFile("names/README", "two");
     ASSERT_TRUE(pack("names"));
@@ -153,7 +153,7 @@ TEST_F(RootFoldingArchives, NamesThatDifferInCaseAloneAreRefusedOnlyWhereTheyFol
     EXPECT_EQ(test::readFile(folder_ / "out/README"), "two");
 }
 
-TEST_F(RootFoldingArchives, FoldersThatDifferInCaseAloneAreRefusedOnlyWhereTheyFold) {
+TEST_F(RootFoldingArchives, FoldersThatDifferInCaseOnlyAreRefusedOnlyWhereTheyFold) {
     folder_.writeFile("names/Sub/a", "one");
     folder_.writeFile("names/SUB/b", "two");
     ASSERT_TRUE(pack("names"));
@@ -169,7 +169,7 @@ TEST_F(RootFoldingArchives, FoldersThatDifferInCaseAloneAreRefusedOnlyWhereTheyF
     EXPECT_EQ(test::listing(folder_ / "out"), "SUB Sub");
 }
 
-TEST_F(RootFoldingArchives, OtherNamesAreUnpackedThere) {
+TEST_F(RootFoldingArchives, OtherNamesAreUnpacked) {
     folder_.writeFile("names/Readme", "one");
     folder_.writeFile("names/Sub/README", "two");
     ASSERT_TRUE(pack("names"));

@@ -31,7 +31,7 @@ class Labels : public test::FilesTest {
     std::string file_ = folder_.writeFile("file");
 };
 
-TEST_F(Labels, AreSetWithoutTouchingOtherFlags) {
+TEST_F(Labels, AreSetWithoutChangingOtherFlags) {
     finder_.info.setFinderFlags(0x4101);
     finder_.info.finderInfo[3] = 'x';
     KXFileManager::setFinderColorIndex(13, file_);
@@ -47,7 +47,7 @@ TEST_F(Labels, AreRemovedByZero) {
     EXPECT_EQ(finder_.info.finderFlags(), 1);
 }
 
-TEST_F(Labels, OfWhatIsMissingOrUnreadableAreNone) {
+TEST_F(Labels, OfAMissingOrUnreadableItemAreZero) {
     EXPECT_EQ(KXFileManager::finderColorIndexForPath(folder_ / "gone"), 0);
     EXPECT_EQ(KXFileManager::finderColorForPath(folder_ / "gone"), std::nullopt);
     EXPECT_EQ(KXFileManager::finderColorIndexForPath(std::nullopt), 0);
@@ -86,7 +86,7 @@ TEST_F(Labels, HaveTheirColours) {
         EXPECT_EQ(KXFileManager::finderColorForColorIndex(none), std::nullopt) << none;
 }
 
-TEST_F(Labels, OfARealItemAreKept) {
+TEST_F(Labels, OfARealItemAreStored) {
     const std::string probe = folder_.writeFile("probe");
     if (::setxattr(probe.c_str(), "user.test", "", 0, 0) != 0 && errno == EOPNOTSUPP)
         GTEST_SKIP() << "this file system keeps no extended attributes";

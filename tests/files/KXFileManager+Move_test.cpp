@@ -18,7 +18,7 @@ TEST_F(Moving, MovesAnItemToItsNewPath) {
     EXPECT_EQ(test::readFile(folder_ / "moved"), "text");
 }
 
-TEST_F(Moving, FirstUnlocksWhatIsAtTheDestinationAndWhatIsInAFolderOfThatNameThere) {
+TEST_F(Moving, FirstUnlocksTheDestinationAndAFolderOfThatNameInIt) {
     noteChanges();
     const std::string file = folder_.writeFile("file");
     folder_.writeFile("to/file/one");
@@ -32,14 +32,14 @@ TEST_F(Moving, FirstUnlocksWhatIsAtTheDestinationAndWhatIsInAFolderOfThatNameThe
     EXPECT_THAT(changes()[3], ElementsAre("move", file, folder_ / "to"));
 }
 
-TEST_F(Moving, UnlocksNothingWhereNothingIs) {
+TEST_F(Moving, UnlocksNothingIfTheDestinationIsMissing) {
     noteChanges();
     const std::string file = folder_.writeFile("file");
     EXPECT_TRUE(KXFileManager::moveFile(file, folder_ / "new"));
     EXPECT_THAT(changes(), ElementsAre(ElementsAre("move", file, folder_ / "new")));
 }
 
-TEST_F(Moving, OntoAnExistingFileIsDecidedWithRights) {
+TEST_F(Moving, OntoAnExistingFileUsesAuthorization) {
     startLog();
     authorized();
     const std::string one = folder_.writeFile("one", "1");
@@ -51,7 +51,7 @@ TEST_F(Moving, OntoAnExistingFileIsDecidedWithRights) {
     EXPECT_EQ(logged()[1], "Authorizing...");
 }
 
-TEST_F(Moving, ThatFailsWithoutLeaveToAskAnnouncesNoAuthorizing) {
+TEST_F(Moving, ThatFailsWithShouldAuthNoDoesNotLogAuthorizing) {
     startLog();
     authorized();
     manager_.refuses = true;
@@ -72,7 +72,7 @@ TEST_F(Moving, WithoutAPathFailsInThePlatform) {
                                              "Error in authMoveFile: new path is null"));
 }
 
-TEST_F(Moving, ThatChangesOnlyTheCaseGoesByWayOfAFreeName) {
+TEST_F(Moving, ThatChangesOnlyTheCaseUsesAFreeName) {
     const std::string file = folder_.writeFile("Report.txt", "text");
     // What a file system that folds case would say.
     class Folding : public test::FilesManager {
@@ -99,7 +99,7 @@ TEST_F(Moving, ThatChangesOnlyTheCaseWorksWhereCaseIsNotFolded) {
     EXPECT_THAT(clock_.slept, ElementsAre(500us));
 }
 
-TEST_F(Moving, ThatChangesOnlyTheCaseLeavesTheItemInBetweenWhenTheSecondStepFails) {
+TEST_F(Moving, ThatChangesOnlyTheCaseLeavesTheFreeNameWhenTheSecondMoveFails) {
     class SecondFails : public test::FilesManager {
       public:
         Outcome moveItem(const std::string& path, const std::string& destination) override {
@@ -127,7 +127,7 @@ TEST_F(Moving, ThatChangesOnlyTheCaseLeavesTheItemInBetweenWhenTheSecondStepFail
                     ::testing::EndsWith("couldn\u2019t be moved: No such file or directory.")));
 }
 
-TEST_F(Moving, ThatChangesOnlyTheCaseIsTriedDirectlyWhenTheFirstStepFails) {
+TEST_F(Moving, ThatChangesOnlyTheCaseIsTriedDirectlyWhenTheFirstMoveFails) {
     class FirstFails : public test::FilesManager {
       public:
         Outcome moveItem(const std::string& path, const std::string& destination) override {
@@ -147,7 +147,7 @@ TEST_F(Moving, ThatChangesOnlyTheCaseIsTriedDirectlyWhenTheFirstStepFails) {
 }
 
 // The letters are not ASCII's alone, and a path onto itself changes none.
-TEST_F(Moving, ThatChangesOnlyTheCaseIsToldByEveryScriptsLetters) {
+TEST_F(Moving, ThatChangesOnlyTheCaseIsRecognisedInEveryScript) {
     const std::string upper = folder_.writeFile("\u00c9.txt", "text");
     EXPECT_TRUE(KXFileManager::moveFile(upper, folder_ / "\u00e9.txt"));
     EXPECT_EQ(manager_.moved.size(), 2U);
@@ -160,7 +160,7 @@ TEST_F(Moving, ThatChangesOnlyTheCaseIsToldByEveryScriptsLetters) {
     EXPECT_EQ(test::readFile(lower), "text");
 }
 
-TEST_F(Moving, ThatChangesOnlyTheCaseIsNotLookedAtAfterwards) {
+TEST_F(Moving, ThatChangesOnlyTheCaseIsNotCheckedAfterwards) {
     class Looks : public test::FilesManager {
       public:
         bool fileExists(const std::string& path) override {
@@ -186,7 +186,7 @@ class HalfRemoving : public test::FilesManager {
     }
 };
 
-TEST_F(Moving, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
+TEST_F(Moving, OfWhichACopyRemainsStartsNoToolAndReportsBothPaths) {
     HalfRemoving manager;
     platform_->fileManager = &manager;
     authorized();
@@ -204,7 +204,7 @@ TEST_F(Moving, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
     EXPECT_THAT(console_.logged, ElementsAre(told, told, told));
 }
 
-TEST_F(Moving, OfWhichACopyRemainsUnderTheFreeNameGoesNoFurther) {
+TEST_F(Moving, OfWhichACopyRemainsUnderTheFreeNameStops) {
     HalfRemoving manager;
     platform_->fileManager = &manager;
     authorized();
@@ -225,7 +225,7 @@ TEST_F(Moving, WithATimeOutWaitsUntilTheSourceIsGone) {
     EXPECT_EQ(time.newEvents(), 3U);
 }
 
-TEST_F(Moving, WithATimeOutDoesNotLookAtTheDestination) {
+TEST_F(Moving, WithATimeOutDoesNotCheckTheDestination) {
     test::PassingTime time(platform_);
     authorized();
     manager_.refuses = true;

@@ -77,7 +77,7 @@ TEST_F(NastyNames, AreCopiedAndMovedToAnotherFileSystem) {
     EXPECT_FALSE(test::somethingAt(tree));
 }
 
-TEST_F(NastyNames, ArePutIntoTheTrash) {
+TEST_F(NastyNames, AreMovedToTheTrash) {
     EXPECT_TRUE(KXFileManager::trashDirectoryContents(from_, ShouldAuth::No));
     EXPECT_EQ(test::listing(from_), "");
     StringList contents;
@@ -86,7 +86,7 @@ TEST_F(NastyNames, ArePutIntoTheTrash) {
     EXPECT_THAT(contents, UnorderedElementsAreArray(names_));
 }
 
-TEST_F(NastyNames, AreSweptByName) {
+TEST_F(NastyNames, AreTrashedByName) {
     for (const std::string& name : names_)
         EXPECT_THAT(KXFileManager::trashFilesNamed(name, from_), ElementsAre(from_ + "/" + name));
     EXPECT_EQ(test::listing(from_), "");
@@ -102,7 +102,7 @@ TEST_F(NastyNames, ArePackedAndUnpacked) {
     EXPECT_EQ(test::describeTree(from_), before);
 }
 
-TEST_F(NastyNames, LongerThanAnyMayBeAreRefusedAndNothingIsMade) {
+TEST_F(NastyNames, ThatAreTooLongAreRefusedAndNothingIsCreated) {
     const std::string name(256, 'n');
     const std::string file = folder_.writeFile("file", "text");
     startLog();
@@ -147,7 +147,7 @@ TEST_F(LongPaths, AreFoundMeasuredAndMatched) {
                 ElementsAre(long_ + "/bottom"));
 }
 
-TEST_F(LongPaths, AreMadeCopiedMovedAndRemoved) {
+TEST_F(LongPaths, AreCreatedCopiedMovedAndRemoved) {
     startLog();
     EXPECT_TRUE(KXFileManager::createDirectory(long_ + "/new/deeper", ShouldAuth::No));
     EXPECT_TRUE(KXFileManager::copyFile(file_, long_ + "/new/copy", ShouldAuth::No));
@@ -198,7 +198,7 @@ TEST_F(LongPaths, HaveNoReferenceAndNoLabel) {
     KXFileManager::notifyFileSystemChanged(bottom);
 }
 
-TEST_F(LongPaths, ArePutIntoTheTrashWithTheirWholePathNoted) {
+TEST_F(LongPaths, AreMovedToTheTrashWithTheirWholePathRecorded) {
     EXPECT_TRUE(KXFileManager::trashFile(long_ + "/bottom", ShouldAuth::No));
     EXPECT_FALSE(KXFileManager::fileExistsAtPath(long_ + "/bottom"));
     EXPECT_EQ(test::readFile(trash() + "/bottom"), "here");
@@ -206,7 +206,7 @@ TEST_F(LongPaths, ArePutIntoTheTrashWithTheirWholePathNoted) {
                 HasSubstr("Path=" + long_ + "/bottom\n"));
 }
 
-TEST_F(LongPaths, AreSweptToTheBottom) {
+TEST_F(LongPaths, AreTrashedByNameAtEveryDepth) {
     EXPECT_THAT(KXFileManager::trashFilesNamed("bottom", folder_ / "top"),
                 ElementsAre(long_ + "/bottom"));
     EXPECT_EQ(test::readFile(trash() + "/bottom"), "here");

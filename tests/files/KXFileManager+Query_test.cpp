@@ -26,7 +26,7 @@ class Query : public test::FilesTest {
     };
 };
 
-TEST_F(Query, KnowsWhatIsThere) {
+TEST_F(Query, FindsWhatExists) {
     const std::string file = folder_.writeFile("a \"file\"\n");
     const std::string link = folder_.makeLink("link", "a \"file\"\n");
     const std::string dangling = folder_.makeLink("dangling", "nowhere");
@@ -38,7 +38,7 @@ TEST_F(Query, KnowsWhatIsThere) {
     EXPECT_FALSE(KXFileManager::fileExistsAtPath(std::string("/\0tmp", 5)));
 }
 
-TEST_F(Query, KnowsFoldersAndLinks) {
+TEST_F(Query, RecognisesFoldersAndLinks) {
     folder_.makeFolder("folder");
     const std::string file = folder_.writeFile("file");
     const std::string link = folder_.makeLink("link", "folder");
@@ -54,13 +54,13 @@ TEST_F(Query, KnowsFoldersAndLinks) {
     EXPECT_FALSE(KXFileManager::isSymbolicLinkAtPath(std::nullopt));
 }
 
-TEST_F(Query, KnowsPackages) {
+TEST_F(Query, RecognisesPackages) {
     EXPECT_TRUE(KXFileManager::isPackageAtPath(folder_.makeFolder("Some.app")));
     EXPECT_FALSE(KXFileManager::isPackageAtPath(folder_.makeFolder("Some")));
     EXPECT_FALSE(KXFileManager::isPackageAtPath(std::nullopt));
 }
 
-TEST_F(Query, OfPathsOutsideTheVolumesIsMountedWithoutALook) {
+TEST_F(Query, PathsOutsideTheVolumesCountAsMounted) {
     Asked asked;
     platform_->fileManager = &asked;
     EXPECT_TRUE(KXFileManager::isVolumeMountedForPath("/Users/alice/file"));
@@ -73,7 +73,7 @@ TEST_F(Query, OfPathsOutsideTheVolumesIsMountedWithoutALook) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(Query, OfPathsOnAVolumeLooksAtTheMountPointWithTwoSlashes) {
+TEST_F(Query, ChecksTheMountPointOfAPathOnAVolume) {
     Asked asked;
     platform_->fileManager = &asked;
     EXPECT_FALSE(KXFileManager::isVolumeMountedForPath("/Volumes/Gone/file"));
@@ -82,12 +82,12 @@ TEST_F(Query, OfPathsOnAVolumeLooksAtTheMountPointWithTwoSlashes) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-TEST_F(Query, OfADriveTellsTheMountPointOnTheConsole) {
+TEST_F(Query, OfADriveWritesTheMountPointToTheConsole) {
     EXPECT_FALSE(KXFileManager::isDriveMountedForPath("/Volumes/Gone/a/b"));
     EXPECT_THAT(console_.logged, ElementsAre("mountpoint: //Volumes/Gone"));
 }
 
-TEST_F(Query, FindsAFolderWithLitterAndEmptyFoldersEmpty) {
+TEST_F(Query, AFolderWithDesktopFilesAndEmptyFoldersIsEmpty) {
     folder_.writeFile("f/.DS_Store");
     folder_.writeFile("f/Icon\r");
     folder_.makeFolder("f/sub/sub");
@@ -98,14 +98,14 @@ TEST_F(Query, FindsAFolderWithLitterAndEmptyFoldersEmpty) {
     EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_.writeFile("file")));
 }
 
-TEST_F(Query, FindsAFolderWithLitterAloneEmpty) {
+TEST_F(Query, AFolderWithDesktopFilesIsEmpty) {
     folder_.writeFile("one/.DS_Store");
     folder_.writeFile("two/Icon\r");
     EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "one"));
     EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "two"));
 }
 
-TEST_F(Query, FindsAFolderWithAnythingElseNotEmpty) {
+TEST_F(Query, AFolderWithAnyOtherItemIsNotEmpty) {
     folder_.writeFile("localized/.localized");
     folder_.writeFile("fork/._x");
     folder_.writeFile("deep/.DS_Store");
@@ -116,14 +116,14 @@ TEST_F(Query, FindsAFolderWithAnythingElseNotEmpty) {
         EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / name)) << name;
 }
 
-TEST_F(Query, OverlooksFoldersWithTheNamesOfLitterWhateverTheyHold) {
+TEST_F(Query, IgnoresFoldersWithTheNamesOfDesktopFiles) {
     folder_.writeFile("f/.DS_Store/file");
     EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "f"));
     folder_.writeFile("f/Icon\r/file");
     EXPECT_TRUE(KXFileManager::isFolderEmpty(folder_ / "f"));
 }
 
-TEST_F(Query, FindsAFolderThatALinkOfItsOwnLeadsOutOfEmptyIfTheOtherIs) {
+TEST_F(Query, AFolderWithLinksToAFolderIsEmptyIfThatFolderIs) {
     folder_.makeFolder("other");
     folder_.makeLink("f/link", "../other");
     folder_.makeLink("f/again", "../other");
@@ -135,8 +135,8 @@ TEST_F(Query, FindsAFolderThatALinkOfItsOwnLeadsOutOfEmptyIfTheOtherIs) {
 using UserQuery = Query;
 
 // What it holds is there to see, though nothing more can be told of it.
-TEST_F(UserQuery, OfAFolderThatMayOnlyBeListedSeesItsNames) {
-    if (test::isSuperUser()) GTEST_SKIP() << "the super-user may search everything";
+TEST_F(UserQuery, OfAFolderThatMayOnlyBeListedFindsItsNames) {
+    if (test::isSuperUser()) GTEST_SKIP() << "root may search everything";
     const std::string file = folder_.writeFile("f/sub/file", "text");
     const std::string closed = folder_ / "f/sub";
     authorized();
@@ -154,8 +154,8 @@ TEST_F(UserQuery, OfAFolderThatMayOnlyBeListedSeesItsNames) {
     EXPECT_EQ(test::readFile(file), "text");
 }
 
-TEST_F(UserQuery, OfALinkIntoAFolderThatMayNotBeSearchedIsTheLinksOwnSize) {
-    if (test::isSuperUser()) GTEST_SKIP() << "the super-user may search everything";
+TEST_F(UserQuery, CountsALinkIntoAFolderThatMayNotBeSearchedWithItsOwnSize) {
+    if (test::isSuperUser()) GTEST_SKIP() << "root may search everything";
     folder_.writeFile("closed/file", "text");
     folder_.makeLink("link", "closed/file");
     const std::string closed = folder_ / "closed";
@@ -164,12 +164,12 @@ TEST_F(UserQuery, OfALinkIntoAFolderThatMayNotBeSearchedIsTheLinksOwnSize) {
     ASSERT_EQ(::chmod(closed.c_str(), 0700), 0);
 }
 
-TEST_F(Query, OfALinkToANameThatCannotBeIsTheLinksOwnSize) {
+TEST_F(Query, CountsALinkToAnInvalidNameWithItsOwnSize) {
     folder_.makeLink("link", std::string(300, 'x'));
     EXPECT_EQ(KXFileManager::fileSize(folder_ / "link"), 300U);
 }
 
-TEST_F(Query, OfALoopOfLinksEnds) {
+TEST_F(Query, EndsInALoopOfLinks) {
     folder_.makeLink("loop/one", ".");
     folder_.makeLink("loop/two", ".");
     folder_.makeLink("loop/up", "../loop");
@@ -180,7 +180,7 @@ TEST_F(Query, OfALoopOfLinksEnds) {
     EXPECT_EQ(KXFileManager::fileSize(folder_ / "loop"), 10U);
 }
 
-TEST_F(Query, SumsTheSizesOfFiles) {
+TEST_F(Query, AddsTheSizesOfFiles) {
     folder_.writeFile("f/one", "1234567890");
     folder_.writeFile("f/.two", "1234567890");
     folder_.makeFolder("f/empty");
@@ -212,7 +212,7 @@ TEST_F(Query, FormatsSizesByPowersOf1024) {
     EXPECT_EQ(KXFileManager::formatFileSize(-5), "-5 B");
 }
 
-TEST_F(Query, TurnsPathsIntoReferencesAndBack) {
+TEST_F(Query, ConvertsPathsToReferencesAndBack) {
     const std::string file = folder_.writeFile("a\nfile");
     const platform::FileReference reference = KXFileManager::stringToFSRef(file);
     EXPECT_EQ(KXFileManager::stringWithFSRef(&reference), file);
@@ -223,7 +223,7 @@ TEST_F(Query, TurnsPathsIntoReferencesAndBack) {
     EXPECT_EQ(KXFileManager::stringWithFSRef(&none), std::nullopt);
 }
 
-TEST_F(Query, TellsTheFileManagerOfChangesQuietly) {
+TEST_F(Query, NotifiesTheFileManagerWithoutAReport) {
     class Finder : public test::ForwardingFinderInfo {
       public:
         StringList told;
@@ -264,7 +264,7 @@ TEST_F(Query, RegistersApplications) {
                 ElementsAre("/Applications/Some.app", "/Applications/Some.app"));
 }
 
-TEST_F(Query, FindsAVeryDeepFolderEmptyOrNot) {
+TEST_F(Query, DecidesWhetherAVeryDeepFolderIsEmpty) {
     test::DeepTree litter({".DS_Store"});
     test::DeepTree file({".DS_Store", "file"});
     test::onASmallStack([&] {
@@ -275,7 +275,7 @@ TEST_F(Query, FindsAVeryDeepFolderEmptyOrNot) {
     });
 }
 
-TEST_F(Query, OfAFolderThatIsNotEmptyEndsAtTheFirstContent) {
+TEST_F(Query, StopsAtTheFirstContentOfAFolder) {
     test::OrderedManager manager;
     platform_->fileManager = &manager;
     folder_.writeFile("f/file");
@@ -285,7 +285,7 @@ TEST_F(Query, OfAFolderThatIsNotEmptyEndsAtTheFirstContent) {
     EXPECT_THAT(manager.listed, ElementsAre(folder_ / "f"));
 }
 
-TEST_F(Query, OfADriveReportsTheMountPointBeforeItLooksThere) {
+TEST_F(Query, OfADriveWritesTheMountPointBeforeItChecksIt) {
     static StringList steps;
     class Console : public test::ForwardingConsole {
         void log(std::string_view text) override { steps.emplace_back(text); }
@@ -304,13 +304,13 @@ TEST_F(Query, OfADriveReportsTheMountPointBeforeItLooksThere) {
     EXPECT_THAT(steps, ElementsAre("mountpoint: //Volumes/Disk", "exists //Volumes/Disk"));
 }
 
-TEST_F(Query, CountsAnItemOnceForEachOfItsNames) {
+TEST_F(Query, CountsAnItemOnceForEachHardLink) {
     const std::string file = folder_.writeFile("f/one", "1234567890");
     std::filesystem::create_hard_link(file, folder_ / "f/two");
     EXPECT_EQ(KXFileManager::fileSize(folder_ / "f"), 20U);
 }
 
-TEST_F(Query, CountsSizesBeyond32BitsAndTheHolesOfAFile) {
+TEST_F(Query, CountsSizesBeyond32BitsAndHoles) {
     constexpr std::uint64_t kSize = 5'368'709'120;
     const std::string file = folder_.writeFile("f/sparse");
     ASSERT_EQ(::truncate(file.c_str(), static_cast<off_t>(kSize)), 0);
@@ -318,7 +318,7 @@ TEST_F(Query, CountsSizesBeyond32BitsAndTheHolesOfAFile) {
     EXPECT_EQ(KXFileManager::fileSize(folder_ / "f"), kSize);
 }
 
-TEST_F(Query, CountsNoExtendedAttributes) {
+TEST_F(Query, DoesNotCountExtendedAttributes) {
     const std::string file = folder_.writeFile("file", "1234567890");
     const std::string value(100, 'x');
     if (::setxattr(file.c_str(), "user.test", value.data(), value.size(), 0) != 0)

@@ -46,7 +46,7 @@ class RelativeNames : public test::CopyWithProgressTest {
     const std::filesystem::path before_;
 };
 
-TEST_F(RelativeNames, ArePutIntoTheTrashWithTheirWholePathRecorded) {
+TEST_F(RelativeNames, AreMovedToTheTrashWithTheirWholePathRecorded) {
     const std::string path = writeFile("mine.txt", "text");
     EXPECT_TRUE(KXFileManager::trashFile("mine.txt"));
     EXPECT_EQ(workListing(), "");
@@ -54,20 +54,20 @@ TEST_F(RelativeNames, ArePutIntoTheTrashWithTheirWholePathRecorded) {
     EXPECT_THAT(record("mine.txt"), HasSubstr("Path=" + path + "\n"));
 }
 
-TEST_F(RelativeNames, OfAFolderArePutIntoTheTrash) {
+TEST_F(RelativeNames, OfAFolderAreMovedToTheTrash) {
     const std::string path = writeFile("full/one", "1");
     EXPECT_TRUE(KXFileManager::trashDirectoryContents("full"));
     EXPECT_EQ(workListing(), "full");
     EXPECT_THAT(record("one"), HasSubstr("Path=" + path + "\n"));
 }
 
-TEST_F(RelativeNames, AreSwept) {
+TEST_F(RelativeNames, AreTrashedByType) {
     writeFile("tree/a.mov", "1");
     EXPECT_THAT(KXFileManager::trashFilesOfType("mov", "tree"), ElementsAre("tree/a.mov"));
     EXPECT_EQ(test::readFile(trash() + "/a.mov"), "1");
 }
 
-TEST_F(RelativeNames, AreMadeCopiedMovedAndRemoved) {
+TEST_F(RelativeNames, AreCreatedCopiedMovedAndRemoved) {
     EXPECT_TRUE(KXFileManager::createDirectory("new"));
     EXPECT_TRUE(KXFileManager::createEmptyFile("empty"));
     EXPECT_EQ(workListing(), "empty new");
@@ -150,7 +150,7 @@ class RelativeArchives : public RelativeNames {
     Tools tools_;
 };
 
-TEST_F(RelativeArchives, TakeThePlaceOfWhatGoesToTheTrash) {
+TEST_F(RelativeArchives, MoveAnExistingItemToTheTrashFirst) {
     writeFile("tree/file", "text");
     writeFile("a.zip", "old archive");
     ASSERT_TRUE(KXFileManager::compressFile("tree", "a.zip"));
@@ -163,7 +163,7 @@ TEST_F(RelativeArchives, TakeThePlaceOfWhatGoesToTheTrash) {
     EXPECT_THAT(record("relout"), HasSubstr("Path=" + (folder_ / "work/relout") + "\n"));
 }
 
-TEST_F(RelativeNames, WithATildeNameAFolderOfThatName) {
+TEST_F(RelativeNames, WithATildeAreNotExpanded) {
     EXPECT_TRUE(KXFileManager::createDirectory("~/x"));
     EXPECT_EQ(test::listing(folder_ / "work/~"), "x");
     EXPECT_TRUE(KXFileManager::createEmptyFile("~/file"));

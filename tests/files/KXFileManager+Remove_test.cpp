@@ -16,13 +16,13 @@ using Removing = test::FilesTest;
 
 constexpr char kMessage[] = "Error removing file: no, 100%. Authorizing...";
 
-TEST_F(Removing, TakesAnItemWithAllItHolds) {
+TEST_F(Removing, RemovesAnItemWithItsContents) {
     folder_.writeFile("tree/sub/file");
     EXPECT_TRUE(KXFileManager::removeFile(folder_ / "tree"));
     EXPECT_FALSE(test::somethingAt(folder_ / "tree"));
 }
 
-TEST_F(Removing, TakesALinkAndNotWhatItLeadsTo) {
+TEST_F(Removing, KeepsTheTargetOfALink) {
     const std::string file = folder_.writeFile("elsewhere/file");
     const std::string link = folder_.makeLink("link", "elsewhere");
     EXPECT_TRUE(KXFileManager::removeFile(link));
@@ -30,7 +30,7 @@ TEST_F(Removing, TakesALinkAndNotWhatItLeadsTo) {
     EXPECT_TRUE(test::somethingAt(file));
 }
 
-TEST_F(Removing, OfWhatIsNotThereIsASuccessAndLeavesADanglingLink) {
+TEST_F(Removing, OfAMissingItemSucceedsAndKeepsADanglingLink) {
     const std::string dangling = folder_.makeLink("dangling", "nowhere");
     EXPECT_TRUE(KXFileManager::removeFile(folder_ / "gone"));
     EXPECT_TRUE(KXFileManager::removeFile(dangling));
@@ -38,7 +38,7 @@ TEST_F(Removing, OfWhatIsNotThereIsASuccessAndLeavesADanglingLink) {
     EXPECT_TRUE(test::somethingAt(dangling));
 }
 
-TEST_F(Removing, ThatFailsIsLoggedAndRepeatedWithRights) {
+TEST_F(Removing, ThatFailsIsLoggedAndRepeatedWithAuthorization) {
     startLog();
     authorized();
     manager_.refuses = true;
@@ -48,7 +48,7 @@ TEST_F(Removing, ThatFailsIsLoggedAndRepeatedWithRights) {
     EXPECT_THAT(logged(), ElementsAre(kMessage));
 }
 
-TEST_F(Removing, ThatFailsAnnouncesAuthorizingWithoutLeaveToAskToo) {
+TEST_F(Removing, ThatFailsLogsAuthorizingEvenWithShouldAuthNo) {
     startLog();
     authorized();
     manager_.refuses = true;
@@ -57,8 +57,8 @@ TEST_F(Removing, ThatFailsAnnouncesAuthorizingWithoutLeaveToAskToo) {
     EXPECT_THAT(logged(), ElementsAre(kMessage));
 }
 
-// In a folder that may not be changed: by its mode, or for the super-user by its locked flag.
-TEST_F(Removing, OfWhatReallyCannotBeRemovedIsToldInTheSystemsWords) {
+// In a folder that may not be changed: by its mode, or for root by its locked flag.
+TEST_F(Removing, ThatReallyFailsLogsTheSystemsError) {
     authorized();
     const std::string file = folder_.writeFile("closed/file", "text");
     const std::string closed = folder_ / "closed";
@@ -90,7 +90,7 @@ TEST_F(Removing, UnlocksTheItemFirst) {
     EXPECT_THAT(changes(), ElementsAre(ElementsAre("unlock", file), ElementsAre("remove", file)));
 }
 
-TEST_F(Removing, WithATimeOutWaitsUntilTheItemIsGone) {
+TEST_F(Removing, WithATimeOutWaitsUntilTheItemIsRemoved) {
     test::PassingTime time(platform_);
     authorized();
     manager_.refuses = true;
@@ -114,21 +114,21 @@ TEST_F(Removing, WithATimeOutThatFailsOrIsZeroDoesNotWait) {
     EXPECT_TRUE(time.nothingWaited());
 }
 
-TEST_F(Removing, OfAFolderThatHoldsNothingTakesItsLitterToo) {
+TEST_F(Removing, OfAnEmptyFolderRemovesDesktopFilesToo) {
     folder_.writeFile("f/.DS_Store");
     folder_.makeFolder("f/sub");
     EXPECT_TRUE(KXFileManager::removeFolderIfEmpty(folder_ / "f"));
     EXPECT_FALSE(test::somethingAt(folder_ / "f"));
 }
 
-TEST_F(Removing, OfAFolderThatHoldsAFileLeavesItAlone) {
+TEST_F(Removing, OfAFolderThatIsNotEmptyLeavesItUnchanged) {
     folder_.writeFile("f/file");
     EXPECT_FALSE(KXFileManager::removeFolderIfEmpty(folder_ / "f"));
     EXPECT_TRUE(test::somethingAt(folder_ / "f/file"));
 }
 
 // The item is unlocked whatever is found afterwards.
-TEST_F(Removing, UnlocksBeforeItLooksWhetherTheItemExists) {
+TEST_F(Removing, UnlocksBeforeItChecksWhetherTheItemExists) {
     class Looks : public test::FilesManager {
       public:
         bool fileExists(const std::string& path) override {
@@ -145,7 +145,7 @@ TEST_F(Removing, UnlocksBeforeItLooksWhetherTheItemExists) {
                                        ElementsAre("exists", folder_ / "gone")));
 }
 
-TEST_F(Removing, ThatFailsReportsToTheLogAlone) {
+TEST_F(Removing, ThatFailsReportsToTheLogOnly) {
     test::WholeConsole console;
     platform_->console = &console;
     startLog();
@@ -157,7 +157,7 @@ TEST_F(Removing, ThatFailsReportsToTheLogAlone) {
 }
 
 // Neither can be listed, so that both count as empty.
-TEST_F(Removing, OfAnEmptyFolderTakesAPlainFileAndSucceedsWhereNothingIs) {
+TEST_F(Removing, OfAnEmptyFolderRemovesAFileAndSucceedsForAMissingItem) {
     const std::string file = folder_.writeFile("file", "text");
     EXPECT_TRUE(KXFileManager::removeFolderIfEmpty(file));
     EXPECT_FALSE(test::somethingAt(file));

@@ -141,7 +141,7 @@ class TrashTools : public test::FilesTest {
     const std::string desk_ = std::filesystem::canonical(folder_.makeFolder("a desk")).string();
 };
 
-TEST_F(TrashTools, TrashCliListsAndRestoresWhateverItsName) {
+TEST_F(TrashTools, TrashCliListsAndRestoresAnyName) {
     ASSERT_NO_FATAL_FAILURE(useTrashCli());
     if (!IsSkipped()) expectTrashCliRestores(desk_);
 }
@@ -154,7 +154,7 @@ TEST_F(TrashTools, TrashCliRestoresToAnotherFileSystem) {
     expectTrashCliRestores(other.path());
 }
 
-TEST_F(TrashTools, ARecordIsTheOneThatGioWrites) {
+TEST_F(TrashTools, ARecordEqualsThatOfGio) {
     if (!succeeds("command -v gio")) GTEST_SKIP() << "libglib2.0-bin is not installed";
     putAway(desk_);
     const StringList ours = recordedPlaces();
@@ -165,7 +165,7 @@ TEST_F(TrashTools, ARecordIsTheOneThatGioWrites) {
     EXPECT_EQ(ours.size(), names_.size());
 }
 
-TEST_F(TrashTools, GioListsAndRestoresWhateverItsName) {
+TEST_F(TrashTools, GioListsAndRestoresAnyName) {
     ASSERT_NO_FATAL_FAILURE(useGio());
     if (!IsSkipped()) expectGioRestores(desk_);
 }
@@ -178,7 +178,7 @@ TEST_F(TrashTools, GioRestoresToAnotherFileSystem) {
     expectGioRestores(other.path());
 }
 
-TEST_F(TrashTools, GioRestoresAFolderWithAllItHolds) {
+TEST_F(TrashTools, GioRestoresAFolderWithItsContents) {
     ASSERT_NO_FATAL_FAILURE(useGio());
     if (IsSkipped()) return;
     test::makeNastyTree(folder_, "a desk/tree");

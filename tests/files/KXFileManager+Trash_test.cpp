@@ -28,7 +28,7 @@ TEST_F(Trashing, MovesAnItemIntoTheUsersTrash) {
                 ElementsAre(ElementsAre(folder_.path(), trash(), "a \"name\"\n.txt")));
 }
 
-TEST_F(Trashing, OfWhatIsNotThereIsASuccess) {
+TEST_F(Trashing, OfAMissingItemSucceeds) {
     const std::string dangling = folder_.makeLink("dangling", "nowhere");
     EXPECT_TRUE(KXFileManager::trashFile(folder_ / "gone"));
     EXPECT_TRUE(KXFileManager::trashFile(std::nullopt));
@@ -45,7 +45,7 @@ TEST_F(Trashing, UnlocksTheItemFirst) {
                                        ElementsAre("recycle", folder_.path(), "file")));
 }
 
-TEST_F(Trashing, ThatFailsIsRepeatedWithRights) {
+TEST_F(Trashing, ThatFailsIsRepeatedWithAuthorization) {
     authorize();
     desktop_.refusesToRecycle = true;
     const std::string file = folder_.writeFile("file");
@@ -54,7 +54,7 @@ TEST_F(Trashing, ThatFailsIsRepeatedWithRights) {
                 ElementsAre("/bin/mv -f " + file + " " + trash() + "/file"));
 }
 
-TEST_F(Trashing, ThatFailsWithoutLeaveToAskAnswersNoAndLogsNothing) {
+TEST_F(Trashing, ThatFailsWithShouldAuthNoReturnsFalseAndLogsNothing) {
     startLog();
     authorize();
     desktop_.refusesToRecycle = true;
@@ -72,7 +72,7 @@ TEST_F(Trashing, OfAProtectedFolderIsRefused) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-TEST_F(Trashing, WithATimeOutOfZeroAnswersAtOnceWhetherTheItemIsGone) {
+TEST_F(Trashing, WithATimeOutOfZeroReturnsAtOnceWhetherTheItemIsGone) {
     test::PassingTime time(platform_);
     authorize();
     EXPECT_TRUE(KXFileManager::trashFile(folder_.writeFile("file"), 0s));
@@ -109,7 +109,7 @@ TEST_F(Trashing, WithATimeOutWaitsUntilTheItemIsGone) {
     EXPECT_EQ(time.newEvents(), 100U);
 }
 
-TEST_F(Trashing, EmptiesAFolder) {
+TEST_F(Trashing, MovesAFoldersContents) {
     folder_.writeFile("full/one");
     folder_.writeFile("full/.hidden");
     folder_.writeFile("full/sub/two");
@@ -119,7 +119,7 @@ TEST_F(Trashing, EmptiesAFolder) {
     EXPECT_TRUE(test::somethingAt(trash() + "/sub/two"));
 }
 
-TEST_F(Trashing, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
+TEST_F(Trashing, OfWhichACopyRemainsStartsNoToolAndReportsBothPaths) {
     class HalfRemoving : public test::FilesTrash {
       public:
         platform::RecycleOutcome recycle(const std::string& source, const OptionalPath&,
@@ -139,7 +139,7 @@ TEST_F(Trashing, OfWhichACopyRemainsStartsNoToolAndTellsBothPlaces) {
                                              "at /trash/copy."));
 }
 
-TEST_F(Trashing, OfAFolderWithOneItemThatStaysTakesTheOthersAndAnswersNo) {
+TEST_F(Trashing, OfAFoldersContentsTriesAllAndReturnsFalseIfOneFails) {
     class OneStays : public test::FilesTrash {
       public:
         platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
@@ -158,7 +158,7 @@ TEST_F(Trashing, OfAFolderWithOneItemThatStaysTakesTheOthersAndAnswersNo) {
 }
 
 // A folder that may not be changed cannot go elsewhere, nor a folder on which something is mounted.
-TEST_F(Trashing, OfAFolderWithOneItemThatReallyStaysTakesTheOthersAndAnswersNo) {
+TEST_F(Trashing, OfAFoldersContentsTriesAllAndReturnsFalseIfOneReallyFails) {
     folder_.writeFile("full/a", "1");
     folder_.writeFile("full/z", "2");
     const std::string stays = folder_.makeFolder("full/stays");
@@ -175,7 +175,7 @@ TEST_F(Trashing, OfAFolderWithOneItemThatReallyStaysTakesTheOthersAndAnswersNo) 
     EXPECT_EQ(test::listing(trash() + "/../info"), "a.trashinfo z.trashinfo");
 }
 
-TEST_F(Trashing, OfAFolderAsksForRightsItemByItem) {
+TEST_F(Trashing, OfAFoldersContentsUsesAuthorizationForEachItem) {
     authorize();
     desktop_.refusesToRecycle = true;
     const std::string one = folder_.writeFile("full/one");
@@ -186,13 +186,13 @@ TEST_F(Trashing, OfAFolderAsksForRightsItemByItem) {
                                      "/bin/mv -f " + two + " " + trash() + "/two"));
 }
 
-TEST_F(Trashing, OfAnEmptyOrMissingFolderIsASuccess) {
+TEST_F(Trashing, OfAnEmptyOrMissingFoldersContentsSucceeds) {
     EXPECT_TRUE(KXFileManager::trashDirectoryContents(folder_.makeFolder("empty")));
     EXPECT_TRUE(KXFileManager::trashDirectoryContents(folder_ / "gone"));
     EXPECT_TRUE(KXFileManager::trashDirectoryContents(std::nullopt));
 }
 
-TEST_F(Trashing, SweepsATreeByExtensionWhateverItsCase) {
+TEST_F(Trashing, ByTypeIgnoresCase) {
     const std::string one = folder_.writeFile("tree/clip.mov");
     const std::string two = folder_.writeFile("tree/sub/CLIP.Mov");
     const std::string three = folder_.writeFile("tree/Some.app/inside.MOV");
@@ -205,7 +205,7 @@ TEST_F(Trashing, SweepsATreeByExtensionWhateverItsCase) {
     EXPECT_TRUE(test::somethingAt(folder_ / "tree/mov"));
 }
 
-TEST_F(Trashing, SweepsATreeByExactName) {
+TEST_F(Trashing, ByNameIsExact) {
     const std::string one = folder_.writeFile("tree/.DS_Store");
     const std::string two = folder_.writeFile("tree/sub/.DS_Store");
     folder_.writeFile("tree/.ds_store");
@@ -216,7 +216,7 @@ TEST_F(Trashing, SweepsATreeByExactName) {
     EXPECT_TRUE(test::somethingAt(folder_ / "tree/other/.DS_Store"));
 }
 
-TEST_F(Trashing, SweepsListWhatMatchedTrashedOrNot) {
+TEST_F(Trashing, ByTypeOrNameReturnsAllMatchesTrashedOrNot) {
     desktop_.refusesToRecycle = true;
     authorization_.rightsStatus = platform::kAuthorizationDenied;
     const std::string file = folder_.writeFile("tree/a.mov");
@@ -224,7 +224,7 @@ TEST_F(Trashing, SweepsListWhatMatchedTrashedOrNot) {
     EXPECT_TRUE(test::somethingAt(file));
 }
 
-TEST_F(Trashing, SweepsFollowLinksToFoldersAndEnd) {
+TEST_F(Trashing, ByTypeFollowsLinksToFoldersWithoutLooping) {
     const std::string file = folder_.writeFile("elsewhere/a.mov");
     folder_.makeLink("tree/out", "../elsewhere");
     folder_.makeLink("tree/loop", ".");
@@ -233,7 +233,7 @@ TEST_F(Trashing, SweepsFollowLinksToFoldersAndEnd) {
     EXPECT_FALSE(test::somethingAt(file));
 }
 
-TEST_F(Trashing, SweepsGoToTheBottomOfAVeryDeepTree) {
+TEST_F(Trashing, ByTypeReachesTheBottomOfAVeryDeepTree) {
     test::DeepTree tree({"a.mov", "b.txt"});
     platform_->fileManager = &tree;
     desktop_.refusesToRecycle = true;
@@ -246,14 +246,14 @@ TEST_F(Trashing, SweepsGoToTheBottomOfAVeryDeepTree) {
     EXPECT_EQ(desktop_.recycled.size(), 2U);
 }
 
-TEST_F(Trashing, SweepsFindTheirWayBackWhateverSlashesTheFolderEndsIn) {
+TEST_F(Trashing, ByTypeIgnoresTrailingSlashesOfTheFolder) {
     folder_.writeFile("tree/a/one.mov");
     folder_.writeFile("tree/b/two.mov");
     EXPECT_THAT(KXFileManager::trashFilesOfType("mov", (folder_ / "tree") + "//"),
                 UnorderedElementsAre(folder_ / "tree/a/one.mov", folder_ / "tree/b/two.mov"));
 }
 
-TEST_F(Trashing, SweepsOfNothingFindNothing) {
+TEST_F(Trashing, ByTypeInAMissingFolderFindsNothing) {
     folder_.writeFile("tree/noextension");
     EXPECT_THAT(KXFileManager::trashFilesOfType(std::nullopt, folder_ / "tree"), IsEmpty());
     EXPECT_THAT(KXFileManager::trashFilesOfType("mov", folder_ / "gone"), IsEmpty());
@@ -261,14 +261,14 @@ TEST_F(Trashing, SweepsOfNothingFindNothing) {
     EXPECT_THAT(KXFileManager::trashFilesNamed(std::nullopt, folder_ / "tree"), IsEmpty());
 }
 
-TEST_F(Trashing, SweepsByAnEmptyExtensionTakeNamesWithoutOne) {
+TEST_F(Trashing, ByAnEmptyTypeMatchesNamesWithoutExtension) {
     const std::string file = folder_.writeFile("tree/noextension");
     folder_.writeFile("tree/a.txt");
     EXPECT_THAT(KXFileManager::trashFilesOfType("", folder_ / "tree"), ElementsAre(file));
 }
 
 // Where the recycling says that it has moved the item, that is the result.
-TEST_F(Trashing, UnlocksThenLooksThenRecyclesAndDoesNotLookAgain) {
+TEST_F(Trashing, UnlocksThenChecksThenRecyclesWithoutAnotherCheck) {
     class Looks : public test::FilesManager {
       public:
         bool fileExists(const std::string& path) override {
@@ -297,7 +297,7 @@ TEST_F(Trashing, UnlocksThenLooksThenRecyclesAndDoesNotLookAgain) {
                                        ElementsAre("recycle")));
 }
 
-TEST_F(Trashing, OfAFoldersContentsGoesThroughThemInListedOrder) {
+TEST_F(Trashing, OfAFoldersContentsIsInListingOrder) {
     test::OrderedManager manager;
     platform_->fileManager = &manager;
     const StringList names{"m", "a", "z", "b"};
@@ -309,7 +309,7 @@ TEST_F(Trashing, OfAFoldersContentsGoesThroughThemInListedOrder) {
     EXPECT_EQ(recycled, names);
 }
 
-TEST_F(Trashing, SweepsListASubfoldersItemsAtItsPlace) {
+TEST_F(Trashing, ByTypeReturnsMatchesInListingOrderOfTheTree) {
     test::OrderedManager manager;
     platform_->fileManager = &manager;
     for (const char* name : {"a.mov", "sub/x.mov", "z.mov"})

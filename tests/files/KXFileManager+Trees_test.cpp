@@ -48,7 +48,7 @@ class Trees : public test::FilesTest {
     }
 };
 
-TEST_F(Trees, DoNotGoIntoThemselves) {
+TEST_F(Trees, AreNotCopiedOrMovedIntoThemselves) {
     folder_.writeFile("tree/sub/file", "text");
     folder_.makeLink("way", "tree");
     const std::string tree = folder_ / "tree";
@@ -58,14 +58,14 @@ TEST_F(Trees, DoNotGoIntoThemselves) {
     expectRefused(tree, tree + "/sub", "File exists");
 }
 
-TEST_F(Trees, ContentsCopiedIntoOneOfThemselvesEndThere) {
+TEST_F(Trees, ContentsCopiedIntoOneOfThemselvesEnd) {
     folder_.writeFile("tree/sub/file", "text");
     EXPECT_FALSE(
         KXFileManager::copyContentsOfDirectory(folder_ / "tree", folder_ / "tree/sub", 0s));
     EXPECT_EQ(test::listing(folder_ / "tree/sub"), "file");
 }
 
-TEST_F(Trees, ThatHoldTheTrashAreNotPutIntoIt) {
+TEST_F(Trees, ThatContainTheTrashAreNotMovedIntoIt) {
     ASSERT_TRUE(KXFileManager::trashFile(folder_.writeFile("home/file"), ShouldAuth::No));
     folder_.writeFile("home/stays", "text");
     EXPECT_FALSE(KXFileManager::trashFile(locations_.home, ShouldAuth::No));
@@ -87,7 +87,7 @@ TEST_F(Trees, WithASocketAreNotCopied) {
     EXPECT_EQ(test::describeTree(folder_ / "moved"), before);
 }
 
-TEST_F(Trees, WithASocketStayWholeOnTheirFileSystem) {
+TEST_F(Trees, WithASocketAreNotMovedToAnotherFileSystem) {
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     folder_.writeFile("t/a/file", "text");
@@ -105,7 +105,7 @@ TEST_F(Trees, WithASocketStayWholeOnTheirFileSystem) {
 }
 
 TEST_F(Trees, WithADeviceAreNotCopied) {
-    if (!test::isSuperUser()) GTEST_SKIP() << "only the super-user can make a device";
+    if (!test::isSuperUser()) GTEST_SKIP() << "only root can make a device";
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     folder_.writeFile("t/file", "text");
@@ -120,7 +120,7 @@ TEST_F(Trees, WithADeviceAreNotCopied) {
 }
 
 // Whoever opened the pipe would wait for somebody at its other end.
-TEST_F(Trees, WithAPipeAndDanglingLinksAreLikeAnyOther) {
+TEST_F(Trees, MayContainPipesAndDanglingLinks) {
     folder_.writeFile("t/a/file", "text");
     folder_.makeLink("t/a/dangling", "nowhere");
     ASSERT_EQ(::mkfifo((folder_ / "t/a/pipe").c_str(), 0640), 0);
@@ -188,7 +188,7 @@ TEST_F(DeepTrees, AreMeasuredCopiedMovedAndRemoved) {
     EXPECT_EQ(test::depthOf(deep_, kName), kDepth);
 }
 
-TEST_F(DeepTrees, GoToAnotherFileSystemAndIntoTheTrashAcrossFileSystems) {
+TEST_F(DeepTrees, AreMovedAndTrashedAcrossFileSystems) {
     if (!other_.available()) GTEST_SKIP() << "no other file system here";
     EXPECT_TRUE(KXFileManager::trashFile(deep_, ShouldAuth::No));
     EXPECT_FALSE(test::somethingAt(deep_));
@@ -211,11 +211,11 @@ TEST_F(DeepTrees, AreWalkedToTheBottom) {
     EXPECT_FALSE(test::somethingAt(deep_));
 }
 
-// The super-user may read everything.
+// Root may read everything.
 class UserTrees : public Trees {
   protected:
     void SetUp() override {
-        if (test::isSuperUser()) GTEST_SKIP() << "the super-user may read and write everything";
+        if (test::isSuperUser()) GTEST_SKIP() << "root may read and write everything";
         folder_.writeFile("tree/a", "1");
         folder_.writeFile("tree/closed/b", "22");
         ASSERT_EQ(::chmod(closed_.c_str(), 0), 0);
@@ -240,7 +240,7 @@ TEST_F(UserTrees, WithAFolderThatMayNotBeReadAreNotCopied) {
     EXPECT_EQ(test::readFile(closed_ + "/b"), "22");
 }
 
-TEST_F(UserTrees, WithAFolderThatMayNotBeReadStayWholeOnTheirFileSystem) {
+TEST_F(UserTrees, WithAFolderThatMayNotBeReadAreNotMovedToAnotherFileSystem) {
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     startLog();
@@ -252,7 +252,7 @@ TEST_F(UserTrees, WithAFolderThatMayNotBeReadStayWholeOnTheirFileSystem) {
     EXPECT_EQ(test::readFile(closed_ + "/b"), "22");
 }
 
-TEST_F(UserTrees, WithAFolderThatMayNotBeReadCountTheRest) {
+TEST_F(UserTrees, WithAFolderThatMayNotBeReadCountOnlyTheRest) {
     EXPECT_EQ(KXFileManager::fileSize(tree_), 1U);
     EXPECT_EQ(KXFileManager::fileSize(closed_), 0U);
     EXPECT_THAT(KXFileManager::filesMatchingWildcardPath("*/*", tree_), IsEmpty());
@@ -271,7 +271,7 @@ TEST_F(UserTrees, ThatOnlySeemEmptyAreNotRemoved) {
     EXPECT_EQ(test::readFile(closed_ + "/b"), "22");
 }
 
-TEST_F(UserTrees, InAFolderThatMayNotBeChangedStay) {
+TEST_F(UserTrees, InAFolderThatMayNotBeChangedAreNotRemoved) {
     ASSERT_EQ(::chmod(closed_.c_str(), 0500), 0);
     const std::string file = closed_ + "/b";
     startLog();
@@ -299,7 +299,7 @@ class FullDisk : public Trees {
     const std::string tree_ = folder_ / "tree";
 };
 
-TEST_F(FullDisk, TakesNothingOfATree) {
+TEST_F(FullDisk, KeepsNothingOfACopiedTree) {
     const test::OtherFileSystem small(folder_, "64k");
     if (!small.isLimited()) GTEST_SKIP() << "nothing can be mounted here";
     expectRefused(tree_, small / "tree", "No space left on device");
@@ -308,7 +308,7 @@ TEST_F(FullDisk, TakesNothingOfATree) {
     EXPECT_FALSE(test::somethingAt(small / "sub"));
 }
 
-TEST_F(FullDisk, TakesNothingIntoATrashThatIsThere) {
+TEST_F(FullDisk, KeepsNothingInAnExistingTrash) {
     const test::OtherFileSystem small(folder_, "64k");
     if (!small.isLimited()) GTEST_SKIP() << "nothing can be mounted here";
     locations_.home = locations_.ownHome = small.path();
@@ -332,7 +332,7 @@ class FullDiskArchives : public FullDisk {
     Tools tools_;
 };
 
-TEST_F(FullDiskArchives, TakesNoHalfArchiveAndNothingUnpackedByHalf) {
+TEST_F(FullDiskArchives, KeepsNoPartOfAnArchiveOrOfItsContents) {
     const test::OtherFileSystem small(folder_, "64k");
     if (!small.isLimited()) GTEST_SKIP() << "nothing can be mounted here";
     std::string noise(1 << 18, '\0');
@@ -366,7 +366,7 @@ class LimitedFiles : public FullDisk {
     sighandler_t handler_ = SIG_DFL;
 };
 
-TEST_F(LimitedFiles, EndACopyInTheMiddleWithoutALeftover) {
+TEST_F(LimitedFiles, EndACopyInTheMiddleWithoutResidue) {
     const std::string before = test::describeTree(tree_);
     startLog();
     EXPECT_FALSE(KXFileManager::copyFile(tree_, folder_ / "copy", ShouldAuth::No));
@@ -375,7 +375,7 @@ TEST_F(LimitedFiles, EndACopyInTheMiddleWithoutALeftover) {
     EXPECT_EQ(test::describeTree(tree_), before);
 }
 
-TEST_F(LimitedFiles, EndAMoveToAnotherFileSystemInTheMiddleWithoutALeftover) {
+TEST_F(LimitedFiles, EndAMoveToAnotherFileSystemInTheMiddleWithoutResidue) {
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     expectRefused(tree_, other / "tree", "File too large");

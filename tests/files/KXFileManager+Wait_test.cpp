@@ -55,30 +55,30 @@ TEST_F(Waiting, EndsWhenTheConditionHolds) {
     EXPECT_EQ(asked, 5);  // once more at the end
 }
 
-TEST_F(Waiting, AnswersWhatHoldsInTheEnd) {
+TEST_F(Waiting, ReturnsWhatHoldsInTheEnd) {
     int asked = 0;
     EXPECT_FALSE(waitUntil([&] { return ++asked == 2; }, 30s));
 }
 
-TEST_F(Waiting, ForNoTimeLooksOnly) {
+TEST_F(Waiting, ForZeroSecondsOnlyChecks) {
     EXPECT_FALSE(waitUntil([] { return false; }, 0s));
     EXPECT_FALSE(waitUntil([] { return false; }, -5s));
     EXPECT_TRUE(waitUntil([] { return true; }, 0s));
     EXPECT_THAT(events_.asked, IsEmpty());
 }
 
-TEST_F(Waiting, ForTheLongestTimeGoesOnUntilTheConditionHolds) {
+TEST_F(Waiting, ForTheLongestTimeLastsUntilTheConditionHolds) {
     int asked = 0;
     EXPECT_TRUE(waitUntil([&] { return ++asked > 3; }, std::chrono::seconds::max()));
     EXPECT_EQ(events_.asked.size(), 3U);
 }
 
-TEST_F(Waiting, ForTheLeastTimeLooksOnly) {
+TEST_F(Waiting, ForTheLeastTimeOnlyChecks) {
     EXPECT_FALSE(waitUntil([] { return false; }, std::chrono::seconds::min()));
     EXPECT_TRUE(time_.nothingWaited());
 }
 
-TEST_F(Waiting, SeesWhatAnEventDid) {
+TEST_F(Waiting, ChecksTheConditionAfterAnEvent) {
     passing_.meanwhile = [&] { folder_.writeFile("copy"); };
     authorized();
     manager_.refuses = true;
@@ -86,7 +86,7 @@ TEST_F(Waiting, SeesWhatAnEventDid) {
     EXPECT_EQ(events_.asked.size(), 1U);
 }
 
-TEST_F(Waiting, ForAFileLooksOnceAndSleepsOnce) {
+TEST_F(Waiting, ForAFileChecksOnceAndSleepsOnce) {
     startLog();
     KXFileManager::waitForFileCreation(folder_ / "gone", 30s);
     EXPECT_THAT(logged(),
@@ -94,7 +94,7 @@ TEST_F(Waiting, ForAFileLooksOnceAndSleepsOnce) {
     EXPECT_THAT(passing_.slept, ElementsAre(500us));
 }
 
-TEST_F(Waiting, ForAFileForTheLongestTimeIsAsForAnyOther) {
+TEST_F(Waiting, ForAFileForTheLongestTimeSleepsOnce) {
     startLog();
     KXFileManager::waitForFileCreation(folder_ / "gone", std::chrono::seconds::max());
     EXPECT_EQ(logged().size(), 1U);
@@ -103,12 +103,12 @@ TEST_F(Waiting, ForAFileForTheLongestTimeIsAsForAnyOther) {
     EXPECT_EQ(logged().size(), 1U);
 }
 
-TEST_F(Waiting, ForAnEmptyFileIsLikeForAMissingOne) {
+TEST_F(Waiting, ForAnEmptyFileEqualsWaitingForAMissingOne) {
     KXFileManager::waitForFileCreation(folder_.writeFile("empty"), 30s);
     EXPECT_THAT(passing_.slept, ElementsAre(500us));
 }
 
-TEST_F(Waiting, ForAFileThatIsThereOrForNoTimeReturnsAtOnce) {
+TEST_F(Waiting, ForAnExistingFileOrZeroSecondsReturnsAtOnce) {
     startLog();
     KXFileManager::waitForFileCreation(folder_.writeFile("file", "x"), 30s);
     KXFileManager::waitForFileCreation(folder_ / "gone", 0s);
@@ -169,7 +169,7 @@ TEST_F(Waiting, ForTheWritesOfAFreshFileTakesUntilItIsFourSecondsOld) {
                                       "File /file finished writing."));
 }
 
-TEST_F(Waiting, ForTheWritesOfARealFileGoesByItsDate) {
+TEST_F(Waiting, ForTheWritesOfARealFileUsesItsDate) {
     const std::string file = folder_.writeFile("file");
     const TimePoint start = passing_.time;
     ASSERT_TRUE(KXFileManager::setModificationDate(start - 10s, file));
@@ -187,7 +187,7 @@ TEST_F(Waiting, ForTheWritesOfARealFileGoesByItsDate) {
     EXPECT_EQ(logged().size(), 2U);
 }
 
-TEST_F(Waiting, ForWritesBeginsAnewWithEveryWrite) {
+TEST_F(Waiting, ForWritesRestartsWithEveryWrite) {
     platform_->attributes = &dates_;
     const TimePoint start = passing_.time;
     dates_.date = start;
@@ -211,7 +211,7 @@ TEST_F(Waiting, ForWritesWithALockFileOfAnOldFileLogsBothLinesAtOnce) {
                                       "File " + (folder_ / "file") + " finished writing."));
 }
 
-TEST_F(Waiting, ForWritesOfAMissingFileWithALockFileEndsOnlyWhenItIsMade) {
+TEST_F(Waiting, ForWritesOfAMissingFileWithALockFileLastsUntilItIsCreated) {
     platform_->attributes = &dates_;
     folder_.writeFile(".lock");
     const TimePoint start = passing_.time;
@@ -222,7 +222,7 @@ TEST_F(Waiting, ForWritesOfAMissingFileWithALockFileEndsOnlyWhenItIsMade) {
     EXPECT_GT(passing_.time - start, 11s);
 }
 
-TEST_F(Waiting, ForWritesLooksAtTheLockFileOnceOnly) {
+TEST_F(Waiting, ForWritesChecksTheLockFileOnce) {
     platform_->attributes = &dates_;
     const TimePoint start = passing_.time;
     dates_.date = start;
@@ -247,7 +247,7 @@ TEST_F(Waiting, ForWritesOfAMissingFileReturnsAtOnce) {
 }
 
 // Off the main thread a short line is written before the call returns.
-TEST_F(SlowlyLogged, WaitingIsReportedByTheTimeOfTheReturn) {
+TEST_F(SlowlyLogged, WaitingIsLoggedBeforeTheReturn) {
     test::SlowLog log(platform_);
     std::thread([&] {
         KXFileManager::waitForFileCreation("/g", 30s);

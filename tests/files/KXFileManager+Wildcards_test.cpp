@@ -32,17 +32,17 @@ TEST_F(Wildcards, KeepTheOrderOfTheListing) {
     EXPECT_EQ(matching("f/*"), expected);
 }
 
-TEST_F(Wildcards, OfARelativePatternWithoutABaseBeginAtTheRoot) {
+TEST_F(Wildcards, OfARelativePatternWithoutABaseStartAtTheRoot) {
     const StringList found = KXFileManager::filesMatchingWildcardPath("us*/bi*");
     EXPECT_THAT(found, ::testing::Contains("/usr/bin"));
 }
 
-TEST_F(Wildcards, OfAnAbsolutePatternBeginAtTheBase) {
+TEST_F(Wildcards, OfAnAbsolutePatternStartAtTheBase) {
     folder_.writeFile("a/one");
     EXPECT_THAT(matching("/a/*"), ElementsAre(folder_ / "a/one"));
 }
 
-TEST_F(Wildcards, WithoutAStarAreThePathItself) {
+TEST_F(Wildcards, WithoutAStarReturnThePathItself) {
     EXPECT_THAT(matching("no/such"), ElementsAre(folder_ / "no/such"));
     EXPECT_THAT(KXFileManager::filesMatchingWildcardPath("no/such"), ElementsAre("no/such"));
     EXPECT_THAT(matching("a?c"), ElementsAre(folder_ / "a?c"));
@@ -58,14 +58,14 @@ TEST_F(Wildcards, MatchAQuestionMarkBesideAStar) {
                                                                                       "c.x"));
 }
 
-TEST_F(Wildcards, TakeAQuestionMarkWithoutAStarInItsComponentAsItStands) {
+TEST_F(Wildcards, MatchAQuestionMarkLiterallyInAComponentWithoutAStar) {
     folder_.writeFile("f/bxc");
     EXPECT_THAT(matching("*/b?c"), IsEmpty());
     folder_.writeFile("f/b?c");
     EXPECT_THAT(matching("*/b?c"), ElementsAre(folder_ / "f/b?c"));
 }
 
-TEST_F(Wildcards, WhoseMiddleIsMissingMatchNothing) {
+TEST_F(Wildcards, WithAMissingMiddleComponentMatchNothing) {
     folder_.writeFile("a/b/c");
     EXPECT_THAT(matching("a/gone/*"), IsEmpty());
     EXPECT_THAT(matching("*/b/c"), ElementsAre(folder_ / "a/b/c"));
@@ -73,7 +73,7 @@ TEST_F(Wildcards, WhoseMiddleIsMissingMatchNothing) {
     EXPECT_EQ(KXFileManager::decodeWildcardPath("a/gone/*", folder_.path()), folder_ / "a/gone/*");
 }
 
-TEST_F(Wildcards, MatchHiddenItemsAndNoDanglingLinks) {
+TEST_F(Wildcards, MatchHiddenItemsButNotDanglingLinks) {
     folder_.writeFile("f/.hidden");
     folder_.makeLink("f/dangling", "nowhere");
     EXPECT_THAT(matching("f/*"), ElementsAre(folder_ / "f/.hidden"));
@@ -85,7 +85,7 @@ TEST_F(Wildcards, StayWithinOneLevel) {
     EXPECT_THAT(matching("f*/*/*"), ElementsAre(folder_ / "f/a/b"));
 }
 
-TEST_F(Wildcards, TakeBracketsAndBackslashesAsTheyStand) {
+TEST_F(Wildcards, MatchBracketsAndBackslashesLiterally) {
     folder_.writeFile("f/[a]b");
     folder_.writeFile("f/a");
     folder_.writeFile("f/\\x");
@@ -137,7 +137,7 @@ TEST_F(Wildcards, CleaningANameChangesNothingElseAndTrimsFirst) {
     EXPECT_EQ(KXFileManager::validateFilename(endless), endless);
 }
 
-TEST_F(Wildcards, ADanglingLinksNameIsFree) {
+TEST_F(Wildcards, TheNameOfADanglingLinkIsFree) {
     const std::string dangling = folder_.makeLink("dangling", "nowhere");
     EXPECT_EQ(KXFileManager::uniqueFilename(dangling), dangling);
 }
@@ -154,7 +154,7 @@ TEST_F(Wildcards, NumbersForNamesHaveNoBound) {
 }
 
 // What one folder gives comes before what the next gives, and twice what is listed twice.
-TEST_F(Wildcards, KeepCandidatesInTheirOrderAndTwiceWhatIsListedTwice) {
+TEST_F(Wildcards, KeepTheOrderOfCandidatesAndDuplicates) {
     class Tree : public test::ForwardingFileTree {
       public:
         StringList asked;

@@ -21,20 +21,20 @@ class OperationSupport : public test::FilesTest {
     OperationSupport() { startLog(); }
 };
 
-TEST_F(OperationSupport, IsGoneWhenTheSystemSaysSo) {
+TEST_F(OperationSupport, IsGoneIsTrueOnlyForAMissingItem) {
     EXPECT_TRUE(isGone(std::nullopt));
     EXPECT_TRUE(isGone(folder_ / "missing"));
     EXPECT_FALSE(isGone(folder_.writeFile("file")));
 }
 
-TEST_F(OperationSupport, WithoutAFolderPartIsInTheCurrentFolder) {
+TEST_F(OperationSupport, ParentOfANameWithoutAFolderPartIsTheCurrentFolder) {
     EXPECT_EQ(parentFolder("name"), ".");
     EXPECT_EQ(parentFolder("/name"), "/");
     EXPECT_EQ(parentFolder("some/where/name"), "some/where");
     EXPECT_EQ(parentFolder(""), "");
 }
 
-TEST_F(OperationSupport, WithRightsGivesTheSessionsResult) {
+TEST_F(OperationSupport, WithAuthorizationReturnsTheSessionsResult) {
     KXAuthorization* seen = nullptr;
     EXPECT_TRUE(withAuthorization("method", [&](KXAuthorization& session) {
         seen = &session;
@@ -45,7 +45,7 @@ TEST_F(OperationSupport, WithRightsGivesTheSessionsResult) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(OperationSupport, WithRightsReportsAnExceptionAndFails) {
+TEST_F(OperationSupport, WithAuthorizationReportsAnExceptionAndReturnsFalse) {
     EXPECT_FALSE(withAuthorization("method", [](KXAuthorization&) -> bool {
         throw platform::Exception("Name", "the reason");
     }));
@@ -53,7 +53,7 @@ TEST_F(OperationSupport, WithRightsReportsAnExceptionAndFails) {
                                                      testing::HasSubstr("the reason"))));
 }
 
-TEST_F(OperationSupport, AfterAnExceptionOfAnyKindThereIsAReportAndTheFailedAnswer) {
+TEST_F(OperationSupport, AfterExceptionReportsAndReturnsTheFailure) {
     EXPECT_EQ(afterException(platform::Exception("Name", "first reason"), "one", 7), 7);
     EXPECT_EQ(afterException(std::runtime_error("second reason"), "two", 8), 8);
     EXPECT_EQ(afterException(std::bad_alloc(), "three", false), false);
@@ -63,7 +63,7 @@ TEST_F(OperationSupport, AfterAnExceptionOfAnyKindThereIsAReportAndTheFailedAnsw
                             testing::HasSubstr("three")));
 }
 
-TEST_F(OperationSupport, OfAFolderThatCannotBeListedThereAreNone) {
+TEST_F(OperationSupport, EntriesOfAFolderThatCannotBeListedAreEmpty) {
     EXPECT_THAT(entriesOf(std::nullopt), IsEmpty());
     EXPECT_THAT(entriesOf(folder_ / "missing"), IsEmpty());
     folder_.writeFile("listed/.hidden");

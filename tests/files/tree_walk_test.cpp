@@ -46,7 +46,7 @@ class TreeWalkTest : public testing::Test {
     std::size_t most_ = 100;
 };
 
-TEST_F(TreeWalkTest, VisitsWhatIsNoFolderInListingOrder) {
+TEST_F(TreeWalkTest, VisitsItemsThatAreNotFoldersInListingOrder) {
     folder_.writeFile("b/inner");
     folder_.writeFile("c");
     folder_.writeFile("a");
@@ -56,7 +56,7 @@ TEST_F(TreeWalkTest, VisitsWhatIsNoFolderInListingOrder) {
     EXPECT_THAT(visited_, ElementsAre("a", "b/inner", "c", "link"));
 }
 
-TEST_F(TreeWalkTest, LeavesOutNamesWithAllTheyHold) {
+TEST_F(TreeWalkTest, SkipsNamesWithTheirContents) {
     folder_.writeFile("left/inner");
     folder_.writeFile("kept/left");
     folder_.writeFile("kept/other");
@@ -65,14 +65,14 @@ TEST_F(TreeWalkTest, LeavesOutNamesWithAllTheyHold) {
     EXPECT_THAT(visited_, ElementsAre("kept/other"));
 }
 
-TEST_F(TreeWalkTest, EndsWhenAVisitSaysSo) {
+TEST_F(TreeWalkTest, EndsWhenAVisitReturnsFalse) {
     for (const char* const name : {"a", "b", "c"}) folder_.writeFile(name);
     most_ = 2;
     EXPECT_FALSE(walk());
     EXPECT_THAT(visited_, ElementsAre("a", "b"));
 }
 
-TEST_F(TreeWalkTest, FollowsLinksToFoldersAndNoLoop) {
+TEST_F(TreeWalkTest, FollowsLinksToFoldersWithoutLooping) {
     folder_.writeFile("folder/inner");
     folder_.makeLink("folder/loop", "..");
     folder_.makeLink("other", "folder");
@@ -84,7 +84,7 @@ TEST_F(TreeWalkTest, FollowsLinksToFoldersAndNoLoop) {
     EXPECT_THAT(visited_, ElementsAre("folder/inner", "folder/loop", "other/inner", "other/loop"));
 }
 
-TEST_F(TreeWalkTest, TakesWhatCannotBeListedForEmptyUnlessItIsToEndThere) {
+TEST_F(TreeWalkTest, AFolderThatCannotBeListedIsEmptyOrEndsTheWalk) {
     folder_.makeFolder("closed");
     folder_.writeFile("later");
     EXPECT_TRUE(walk());
@@ -95,14 +95,14 @@ TEST_F(TreeWalkTest, TakesWhatCannotBeListedForEmptyUnlessItIsToEndThere) {
     EXPECT_THAT(visited_, IsEmpty());
 }
 
-TEST_F(TreeWalkTest, OfWhatIsMissingVisitsNothing) {
+TEST_F(TreeWalkTest, VisitsNothingInAMissingFolder) {
     walk_.endsAtUnlisted = true;
     EXPECT_TRUE(walkTree(folder_ / "missing", walk_));
     EXPECT_TRUE(walkTree(folder_.writeFile("file"), walk_));
     EXPECT_THAT(visited_, IsEmpty());
 }
 
-TEST_F(TreeWalkTest, ListsAFolderWhenItComesToIt) {
+TEST_F(TreeWalkTest, ListsAFolderWhenItIsReached) {
     folder_.writeFile("a");
     folder_.makeFolder("b");
     walk_.visit = [this](const std::string&, const std::string& name) {

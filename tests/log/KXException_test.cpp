@@ -18,7 +18,7 @@ TEST_F(KXExceptionReport, IsReturnedLoggedAndPrinted) {
     EXPECT_EQ(console_.printed(), "Exception in launch. Bad - no path.\n");
 }
 
-TEST_F(KXExceptionReport, OfNilHasNullForNameAndReason) {
+TEST_F(KXExceptionReport, OfNullHasNullForNameAndReason) {
     EXPECT_EQ(KXException::logException(nullptr, "launch"),
               "Exception in launch. (null) - (null).");
     EXPECT_EQ(KXException::logException(nullptr, nullptr), "Exception in (null). (null) - (null).");
@@ -32,7 +32,7 @@ TEST_F(KXExceptionReport, ADirectiveInTheReasonIsRenderedByTheLog) {
     EXPECT_EQ(messages(logPath(1)).back(), "Exception in m. Bad - at 1000.");
 }
 
-TEST(DidTimeout, NeedsExactlyTheName) {
+TEST(DidTimeout, NeedsTheExactName) {
     const auto named = [](const char* name) {
         const Exception exception(name, "x");
         return KXException::didTimeout(&exception);
@@ -53,7 +53,7 @@ TEST_F(KXExceptionReport, TheUncaughtHandlerWritesExactlyTheReasonAndWaits) {
     EXPECT_EQ(console_.printed(), "out of cheese\n");
 }
 
-TEST_F(KXExceptionReport, TheFirstUseOfTheLogReplacesTheHandlerBefore) {
+TEST_F(KXExceptionReport, TheFirstUseOfTheLogReplacesAnEarlierHandler) {
     const auto own = [](const Exception&) {};
     platform::setUncaughtExceptionHandler(own);
     KXLog::sharedController();

@@ -36,14 +36,14 @@ TEST_F(OpenLog, ANilFormatDoesNothing) {
     EXPECT_EQ(console_.printed(), "");
 }
 
-TEST_F(OpenLog, AMessageOfSpaceOnlyLeavesNoLine) {
+TEST_F(OpenLog, AMessageOfSpacesIsNotWritten) {
     KXLog::appendLog(" \n\t\u00A0\n");
     KXLog::fastAppendLog("%@", "");
     EXPECT_EQ(queued(), 0U);
     EXPECT_TRUE(written().empty());
 }
 
-TEST_F(OpenLog, SpaceAtBothEndsIsCutAndInnerNewlinesStay) {
+TEST_F(OpenLog, TrimsBothEndsAndKeepsInnerNewlines) {
     KXLog::appendLog("\n value");
     KXLog::appendLog("\u00A0\t%@ \n\n", "other");
     EXPECT_THAT(written(), ElementsAre("value", "other"));
@@ -53,7 +53,7 @@ TEST_F(OpenLog, SpaceAtBothEndsIsCutAndInnerNewlinesStay) {
     EXPECT_THAT(generation(1), ::testing::EndsWith(" - a\nb\n"));
 }
 
-TEST_F(OpenLog, AMessageWithANewlineAtItsEndGivesTheSameLineAsOneWithout) {
+TEST_F(OpenLog, ATrailingNewlineChangesNothing) {
     KXLog::appendLog("value\n");
     KXLog::appendLog("value");
     KXLog::fastAppendLog("value\n");
@@ -61,7 +61,7 @@ TEST_F(OpenLog, AMessageWithANewlineAtItsEndGivesTheSameLineAsOneWithout) {
     EXPECT_THAT(written(), ElementsAre("value", "value", "value", "value"));
 }
 
-TEST_F(OpenLog, BytesThatAreNoUtf8AreWrittenAsTheyStand) {
+TEST_F(OpenLog, WritesInvalidUtf8Unchanged) {
     KXLog::appendLog("%@", "a\xFFz");
     EXPECT_THAT(written(), ElementsAre("a\xFFz"));
 }
@@ -93,7 +93,7 @@ class SetClock : public test::ForwardingClock {
     }
 };
 
-TEST_F(OpenLog, ALineHasTheDateOfItsWritingNotOfItsQueueing) {
+TEST_F(OpenLog, ALineHasTheDateOfItsWriteNotOfItsQueueing) {
     SetClock clock;
     platform_->clock = &clock;
     test::Gate gate;
@@ -145,7 +145,7 @@ class NoThreads : public test::ForwardingMainThread {
     }
 };
 
-TEST_F(KXLogAppend, AMessageIsCountedBeforeItIsHandedOn) {
+TEST_F(KXLogAppend, AMessageIsCountedBeforeItIsQueued) {
     static NoThreads threads;
     platform_->mainThread = &threads;
     LookingConsole console;
@@ -218,7 +218,7 @@ TEST_F(OpenLog, PrintingDoublesPercentSignsOnTheConsoleOnly) {
     EXPECT_THAT(written(), ElementsAre("50% off"));
 }
 
-TEST_F(OpenLog, PrintingLeavesOutObjectDirectivesAndNuls) {
+TEST_F(OpenLog, PrintingRemovesObjectDirectivesAndNuls) {
     KXLog::appendLogAndPrint("%@", std::string("50%@% x") + '\0');
     EXPECT_EQ(console_.printed(), "50%% x\n");
 }
@@ -229,13 +229,13 @@ TEST_F(OpenLog, APrintedMessageIsFormattedASecondTime) {
     EXPECT_EQ(console_.printed(), "a  b %%d c %%s\n");
 }
 
-TEST_F(OpenLog, APrintedMessageOfSpaceOnlyIsAnEmptyLineOnTheConsole) {
+TEST_F(OpenLog, APrintedMessageOfSpacesIsAnEmptyLineOnTheConsole) {
     KXLog::appendLogAndPrint(" \n");
     EXPECT_EQ(console_.printed(), "\n");
     EXPECT_TRUE(written().empty());
 }
 
-TEST_F(OpenLog, TheLineThatCrossesTheLimitStaysAndTheNextFileBegins) {
+TEST_F(OpenLog, TheLineThatCrossesTheLimitStaysInTheOldFile) {
     KXLog* const log = KXLog::sharedController();
     log->setBytesWritten(499'999 - 28 - 7);  // one byte short of the limit with "before\n"
     KXLog::fastAppendLog("before");
@@ -253,7 +253,7 @@ TEST_F(OpenLog, TheLineThatCrossesTheLimitStaysAndTheNextFileBegins) {
     EXPECT_EQ(log->bytesWritten(), generation(1).size());
 }
 
-TEST_F(OpenLog, WhatWaitsAtTheLimitComesBeforeTheHeader) {
+TEST_F(OpenLog, QueuedMessagesAreWrittenBeforeTheHeaderOfTheNextFile) {
     test::Gate gate;
     holdWritesAt(gate);
     KXLog::sharedController()->setBytesWritten(499'999);
@@ -268,7 +268,7 @@ TEST_F(OpenLog, WhatWaitsAtTheLimitComesBeforeTheHeader) {
     EXPECT_EQ(next[5], "Log truncated at 500KB");
 }
 
-TEST_F(KXLogAppend, AnEarlierRunsFileIsContinuedWithoutAHeader) {
+TEST_F(KXLogAppend, ContinuesAnEarlierRunsFileWithoutAHeader) {
     folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "earlier\n");
     KXLog::appendLog("now");
     KXLog::finishWriting();
@@ -284,7 +284,7 @@ TEST_F(KXLogAppend, TheSizeOfAContinuedFileDoesNotCount) {
     EXPECT_FALSE(test::somethingAt(logPath(2)));
 }
 
-TEST_F(KXLogAppend, WithoutAnyFileEveryMessageIsReportedAsLost) {
+TEST_F(KXLogAppend, WithoutAFileEachMessageIsReportedAsLost) {
     KXLog::fastAppendLog("one");
     KXLog::fastAppendLog("two %@", "x");
     KXLog::finishWriting();
@@ -295,7 +295,7 @@ TEST_F(KXLogAppend, WithoutAnyFileEveryMessageIsReportedAsLost) {
     EXPECT_FALSE(test::somethingAt(logPath(1)));
 }
 
-TEST_F(KXLogAppend, TheSuperUserContinuesTheMachinesFile) {
+TEST_F(KXLogAppend, RootContinuesTheMachinesFile) {
     process_.uid = 0;
     folder_.writeFile("machine/Logs/Quillmoor/Host.1.log", "");
     folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "");
@@ -315,7 +315,7 @@ class RaisingHandle : public test::ForwardingFileHandle {
     void closeFile() override {}
 };
 
-TEST_F(KXLogAppend, AFullDiskIsToldAndLosesTheMessageOnly) {
+TEST_F(KXLogAppend, AFullDiskIsReportedAndLosesOneMessage) {
     KXLog::sharedController()->setFileHandle(std::make_shared<RaisingHandle>());
     KXLog::fastAppendLog("lost");
     KXLog::finishWriting();
@@ -324,7 +324,7 @@ TEST_F(KXLogAppend, AFullDiskIsToldAndLosesTheMessageOnly) {
     EXPECT_EQ(KXLog::sharedController()->bytesWritten(), 0U);
 }
 
-TEST_F(KXLogAppend, WhenDisabledMeanwhileAFailureIsNotTold) {
+TEST_F(KXLogAppend, AFailureAfterDisablingIsNotReported) {
     class Disabling : public RaisingHandle {
       public:
         void writeData(std::string_view bytes) override {
@@ -338,7 +338,7 @@ TEST_F(KXLogAppend, WhenDisabledMeanwhileAFailureIsNotTold) {
     EXPECT_EQ(console_.printed(), "");
 }
 
-TEST_F(OpenLog, LinesOfManyThreadsAreWholeAndInTheirThreadsOrder) {
+TEST_F(OpenLog, LinesOfManyThreadsAreWholeAndInOrder) {
     constexpr int kThreads = 4;
     constexpr int kLines = 1000;
     std::vector<std::thread> threads;
@@ -357,7 +357,7 @@ TEST_F(OpenLog, LinesOfManyThreadsAreWholeAndInTheirThreadsOrder) {
     EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
 }
 
-TEST_F(OpenLog, AMessageLongerThanABlockOfTheQueueIsWhole) {
+TEST_F(OpenLog, AMessageLongerThanAQueueBlockIsWrittenWhole) {
     const std::string text = std::string(300'000, 'a') + "z";
     onAnotherThread([&] { KXLog::appendLog("%@", text); });
     EXPECT_EQ(written(), StringList{text});
@@ -369,7 +369,7 @@ std::size_t bytesAllocated() {
 }
 
 // The worker frees the last of it just after it has counted the message as written.
-TEST_F(OpenLog, AVeryLongMessageLeavesItsMemoryToOthers) {
+TEST_F(OpenLog, TheMemoryOfAVeryLongMessageIsReleased) {
     constexpr std::size_t kBytes = 8UL << 20;
     const std::size_t before = bytesAllocated();
     KXLog::fastAppendLog("%@", std::string(kBytes, 'a'));

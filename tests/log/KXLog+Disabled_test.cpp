@@ -46,7 +46,7 @@ TEST_F(KXLogFiles, AreNotDisabledByPreferencesWithoutTheKey) {
     EXPECT_EQ(messages(logPath(1)).size(), 4U);
 }
 
-TEST_F(KXLogFiles, AreNotDisabledByAFileThatIsNoPropertyList) {
+TEST_F(KXLogFiles, AreNotDisabledByAFileThatIsNotAPropertyList) {
     folder_.writeFile("user/Preferences/com.quillmoor.shared.plist", "disable-logging=1");
     KXLog::createNewLog();
     EXPECT_FALSE(KXLog::sharedController()->loggingDisabled());
@@ -54,7 +54,7 @@ TEST_F(KXLogFiles, AreNotDisabledByAFileThatIsNoPropertyList) {
     EXPECT_EQ(messages(logPath(1)).size(), 4U);
 }
 
-TEST_F(KXLogFiles, DisabledOnceTheyStayDisabled) {
+TEST_F(KXLogFiles, StayDisabledOnceDisabled) {
     KXLog::createNewLog();
     writePreferences("<true/>");
     KXLog::createNewLog();
@@ -108,7 +108,7 @@ TEST_F(KXLogFiles, DisabledIsPrintedBeforeTheLogIsDisabled) {
     EXPECT_TRUE(KXLog::sharedController()->loggingDisabled());
 }
 
-TEST_F(KXLogFiles, DisabledNoNameIsTakenNoFolderMadeAndNothingShifted) {
+TEST_F(KXLogFiles, DisabledStoreNoNameAndChangeNoFiles) {
     KXLog* const log = KXLog::sharedController();
     bundles_.main->executable = std::nullopt;
     writePreferences("<true/>");

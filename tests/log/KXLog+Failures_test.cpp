@@ -62,7 +62,7 @@ class FullDisk {
 constexpr char kFull[] =
     "Exception writing to log: the file couldn’t be written: No space left on device\n";
 
-TEST_F(FailingLog, AMessageAfterAHalfLineIsALineOfItsOwn) {
+TEST_F(FailingLog, AMessageAfterAHalfLineBeginsANewLine) {
     {
         const FullDisk full(28 + 4);
         append("half a line");
@@ -73,7 +73,7 @@ TEST_F(FailingLog, AMessageAfterAHalfLineIsALineOfItsOwn) {
     EXPECT_EQ(console_.printed(), kFull);
 }
 
-TEST_F(FailingLog, AfterALineOfWhichNothingWasWrittenNoEmptyLineFollows) {
+TEST_F(FailingLog, AFailedWriteOfNoBytesAddsNoEmptyLine) {
     {
         const FullDisk full(0);
         append("lost");
@@ -82,7 +82,7 @@ TEST_F(FailingLog, AfterALineOfWhichNothingWasWrittenNoEmptyLineFollows) {
     EXPECT_THAT(written(), ElementsAre("whole"));
 }
 
-TEST_F(FailingLog, AHalfLineStaysOneWhileTheDiskStaysFull) {
+TEST_F(FailingLog, AHalfLineIsRememberedWhileTheDiskStaysFull) {
     {
         const FullDisk full(28 + 4);
         append("half a line");
@@ -94,7 +94,7 @@ TEST_F(FailingLog, AHalfLineStaysOneWhileTheDiskStaysFull) {
     EXPECT_THAT(written(), ElementsAre("half", "whole", "next"));
 }
 
-TEST_F(FailingLog, ANewlineThatJustFittedIsNotWrittenTwice) {
+TEST_F(FailingLog, ANewlineThatWasWrittenIsNotRepeated) {
     {
         const FullDisk full(28 + 4);
         append("half a line");
@@ -107,7 +107,7 @@ TEST_F(FailingLog, ANewlineThatJustFittedIsNotWrittenTwice) {
     EXPECT_THAT(written(), ElementsAre("half", "whole"));
 }
 
-TEST_F(FailingLog, AHalfLineAfterAHalfLineIsCutOffTheSameWay) {
+TEST_F(FailingLog, ASecondHalfLineIsEndedLikeTheFirst) {
     {
         const FullDisk full(28 + 4);
         append("half a line");
@@ -120,7 +120,7 @@ TEST_F(FailingLog, AHalfLineAfterAHalfLineIsCutOffTheSameWay) {
     EXPECT_THAT(written(), ElementsAre("half", "second", "whole"));
 }
 
-TEST_F(FailingLog, AHalfLineOfAnotherThreadIsCutOffTheSameWay) {
+TEST_F(FailingLog, AHalfLineOfAnotherThreadIsEndedTheSameWay) {
     {
         const FullDisk full(28 + 4);
         append("half a line");
@@ -162,7 +162,7 @@ class ContinuedLog : public test::LogTest {
     const std::string date_ = "2013-06-04 10:04:31 +0000 - ";
 };
 
-TEST_F(ContinuedLog, BeginsALineOfItsOwnAfterHalfALine) {
+TEST_F(ContinuedLog, BeginsANewLineAfterAHalfLine) {
     leave(date_ + "earlier\n" + date_ + "half a li");
     KXLog::fastAppendLog("first");
     KXLog::fastAppendLog("second");
@@ -170,7 +170,7 @@ TEST_F(ContinuedLog, BeginsALineOfItsOwnAfterHalfALine) {
     EXPECT_THAT(written(), ElementsAre("earlier", "half a li", "first", "second"));
 }
 
-TEST_F(ContinuedLog, WritesNoEmptyLineAfterAWholeOne) {
+TEST_F(ContinuedLog, WritesNoEmptyLineAfterAWholeLine) {
     leave(date_ + "earlier\n");
     KXLog::fastAppendLog("first");
     KXLog::finishWriting();
@@ -184,7 +184,7 @@ TEST_F(ContinuedLog, WritesNoEmptyLineIntoAnEmptyFile) {
     EXPECT_THAT(written(), ElementsAre("first"));
 }
 
-TEST_F(ContinuedLog, CountsTheNewlineAfterHalfALine) {
+TEST_F(ContinuedLog, CountsTheNewlineAfterAHalfLine) {
     leave(date_ + "half a li");
     KXLog::fastAppendLog("first");
     KXLog::finishWriting();
@@ -201,7 +201,7 @@ class FailsToSeekOnce : public test::ForwardingFileHandle {
     static inline bool isFirst = true;
 };
 
-TEST_F(ContinuedLog, IsNotWrittenOverWhereItsEndWasNotFound) {
+TEST_F(ContinuedLog, IsNotOverwrittenWhenSeekingFails) {
     leave(date_ + "earlier\n");
     static test::WrappedHandles handles([](std::shared_ptr<platform::FileHandle> next) {
         return std::make_shared<FailsToSeekOnce>(std::move(next));
@@ -224,7 +224,7 @@ class NoMemoryForOneName : public test::LogBundles {
     bool isFirst = true;
 };
 
-TEST_F(FailingLog, WithoutMemoryForItsNameNoLogIsStartedUnderAnother) {
+TEST_F(FailingLog, WithoutMemoryForItsNameStartsNoLogWithAnotherName) {
     NoMemoryForOneName bundles;
     platform_->bundles = &bundles;
     KXLog::createNewLog(std::string("Other"));
@@ -234,7 +234,7 @@ TEST_F(FailingLog, WithoutMemoryForItsNameNoLogIsStartedUnderAnother) {
     platform_->bundles = &bundles_;
 }
 
-TEST_F(FailingLog, WithoutMemoryForItsNameItHasNoneForTheMoment) {
+TEST_F(FailingLog, WithoutMemoryForItsNameReturnsNil) {
     NoMemoryForOneName bundles;
     platform_->bundles = &bundles;
     EXPECT_EQ(KXLog::sharedController()->appName(), std::nullopt);
@@ -253,7 +253,7 @@ class UnseenFiles : public test::ForwardingFileManager {
     }
 };
 
-TEST_F(FailingLog, AFileThatCannotBeLookedAtIsNotReplaced) {
+TEST_F(FailingLog, AFileThatCannotBeExaminedIsNotReplaced) {
     append("kept");
     UnseenFiles files;
     platform_->fileManager = &files;
@@ -287,7 +287,7 @@ TEST_F(FailingLog, WithoutMemoryForALineItsMessageIsLost) {
     EXPECT_EQ(console_.printed(), "Exception writing to log: std::bad_alloc\n");
 }
 
-TEST_F(FailingLog, AnExceptionOfAnyOtherKindLosesItsMessageOnly) {
+TEST_F(FailingLog, AnyExceptionLosesOneMessage) {
     KXLog* const log = KXLog::sharedController();
     const auto file = log->fileHandle();
     log->setFileHandle(throwing<int>());
@@ -309,7 +309,7 @@ class NoMemoryForOneReport : public test::RecordingConsole {
     bool isFirst_ = true;
 };
 
-TEST_F(FailingLog, WithoutMemoryForAReportTheLackOfItIsReported) {
+TEST_F(FailingLog, WithoutMemoryForAReportThatIsReported) {
     NoMemoryForOneReport console;
     platform_->console = &console;
     KXLog::sharedController()->setFileHandle(throwing<int>());
@@ -324,7 +324,7 @@ class NoMemoryForFiles : public test::ForwardingFileManager {
     bool fileExists(const std::string&) override { throw std::bad_alloc(); }
 };
 
-TEST_F(FailingLog, WithoutMemoryForANewFileTheProgramGoesOnWithoutALog) {
+TEST_F(FailingLog, WithoutMemoryForANewFileTheProgramContinuesWithoutALog) {
     NoMemoryForFiles files;
     platform_->fileManager = &files;
     KXLog::createNewLog();
@@ -337,7 +337,7 @@ TEST_F(FailingLog, WithoutMemoryForANewFileTheProgramGoesOnWithoutALog) {
     EXPECT_EQ(KXLog::sharedController()->fileHandle(), nullptr);
 }
 
-TEST_F(FailingLog, WithoutMemoryForTheNextGenerationTheWorkerGoesOn) {
+TEST_F(FailingLog, WithoutMemoryForTheNextGenerationTheWorkerContinues) {
     NoMemoryForFiles files;
     platform_->fileManager = &files;
     KXLog::sharedController()->setBytesWritten(499'999);
@@ -383,7 +383,7 @@ class FailingClose : public test::ForwardingFileHandle {
     void closeFile() override { throw platform::Exception("Bad", "cannot be closed"); }
 };
 
-TEST_F(FailingLog, AFileThatCannotBeClosedDoesNotKeepTheLogFromItsEnd) {
+TEST_F(FailingLog, AFailedCloseDoesNotPreventTheEnd) {
     KXLog* const log = KXLog::sharedController();
     log->setFileHandle(std::make_shared<FailingClose>(log->fileHandle()));
     KXLog::willTerminate();
@@ -398,7 +398,7 @@ class KeptObservers : public test::ForwardingMainThread {
     }
 };
 
-TEST_F(FailingLog, AnObserverThatCannotBeRemovedDoesNotKeepTheLogFromItsEnd) {
+TEST_F(FailingLog, AnObserverThatCannotBeRemovedDoesNotPreventTheEnd) {
     static KeptObservers mainThread;
     platform_->mainThread = &mainThread;
     KXLog::willTerminate();
@@ -414,7 +414,7 @@ class TwoWriters : public FailingLog {
     }
 };
 
-TEST_F(TwoWriters, OfANewFileKeepEachOthersLines) {
+TEST_F(TwoWriters, OfANewFileOverwriteNoLines) {
     append("one");
     otherWrites("line of the other\n");
     append("two");
@@ -422,7 +422,7 @@ TEST_F(TwoWriters, OfANewFileKeepEachOthersLines) {
     EXPECT_THAT(generation(1), ::testing::EndsWith(" - two\n"));
 }
 
-TEST_F(TwoWriters, OfAnEarlierRunsFileKeepEachOthersLines) {
+TEST_F(TwoWriters, OfAnEarlierRunsFileOverwriteNoLines) {
     KXLog::sharedController()->setFileHandle(nullptr);
     append("one");
     otherWrites("line of the other\n");
@@ -432,7 +432,7 @@ TEST_F(TwoWriters, OfAnEarlierRunsFileKeepEachOthersLines) {
 }
 
 // As the header says: whoever did not start the new generation goes on in the old one.
-TEST_F(TwoWriters, StayInTheirOwnFilesWhenOneStartsTheNext) {
+TEST_F(TwoWriters, KeepTheirFilesWhenOneStartsTheNext) {
     const auto other = platform::current().fileHandles->openForWriting(logPath(1));
     other->seekToEndOfFile();
     KXLog::createNewLog();

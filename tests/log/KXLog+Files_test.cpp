@@ -15,7 +15,7 @@ using KXLogFiles = test::LogTest;
 using ::testing::ElementsAre;
 using ::testing::MatchesRegex;
 
-TEST_F(KXLogFiles, AFirstRunMakesTheFolderAndWritesTheHeader) {
+TEST_F(KXLogFiles, TheFirstRunCreatesTheFolderAndWritesTheHeader) {
     bundles_.main->version = "1.2.3";
     KXLog::createNewLog();
     KXLog::finishWriting();
@@ -58,7 +58,7 @@ TEST_F(KXLogFiles, ASecondRunShiftsTheFirst) {
     EXPECT_EQ(messages(logPath(1)).size(), 4U);
 }
 
-TEST_F(KXLogFiles, AfterSixRunsFiveGenerationsAreLeft) {
+TEST_F(KXLogFiles, AfterSixRunsFiveGenerationsRemain) {
     for (int run = 1; run <= 6; ++run) {
         KXLog::createNewLog();
         KXLog::appendLog("run %d", run);
@@ -68,7 +68,7 @@ TEST_F(KXLogFiles, AfterSixRunsFiveGenerationsAreLeft) {
     EXPECT_FALSE(test::somethingAt(logPath(6)));
 }
 
-TEST_F(KXLogFiles, GapsMoveAlong) {
+TEST_F(KXLogFiles, GapsBetweenGenerationsAreShifted) {
     folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "one");
     folder_.writeFile("user/Logs/Quillmoor/Host.3.log", "three");
     KXLog::createNewLog();
@@ -78,7 +78,7 @@ TEST_F(KXLogFiles, GapsMoveAlong) {
     EXPECT_FALSE(test::somethingAt(logPath(3)));
 }
 
-TEST_F(KXLogFiles, TheOldestIsLostThoughNothingMovesOntoIt) {
+TEST_F(KXLogFiles, TheOldestIsRemovedEvenIfTheFourthIsMissing) {
     folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "one");
     folder_.writeFile("user/Logs/Quillmoor/Host.5.log", "five");
     KXLog::createNewLog();
@@ -100,7 +100,7 @@ TEST_F(KXLogFiles, AreListedNewestFirstWithoutTheMissingOnes) {
     EXPECT_THAT(KXLog::availableLogs(), ElementsAre(logPath(1), logPath(3), logPath(5)));
 }
 
-TEST_F(KXLogFiles, TheSuperUsersListIsTheUsersOwn) {
+TEST_F(KXLogFiles, RootsListIsTheUsers) {
     process_.uid = 0;
     folder_.writeFile("machine/Logs/Quillmoor/Host.1.log");
     EXPECT_TRUE(KXLog::availableLogs().empty());
@@ -109,13 +109,13 @@ TEST_F(KXLogFiles, TheSuperUsersListIsTheUsersOwn) {
     EXPECT_THAT(KXLog::availableLogs(), ElementsAre(logPath(1), logPath(2)));
 }
 
-TEST_F(KXLogFiles, APassedNameLosesAgainstTheProgramsName) {
+TEST_F(KXLogFiles, TheProgramsNameIsUsedBeforeAPassedName) {
     KXLog::createNewLog("Passed");
     EXPECT_EQ(KXLog::sharedController()->appName(), "Host");
     EXPECT_TRUE(test::somethingAt(logPath(1)));
 }
 
-TEST_F(KXLogFiles, APassedNameIsTakenWhenThereIsNoOtherAndStays) {
+TEST_F(KXLogFiles, TheFirstPassedNameIsKeptWhenThereIsNoOther) {
     bundles_.main->executable = std::nullopt;
     KXLog::createNewLog("First");
     KXLog::createNewLog("Second");
@@ -123,7 +123,7 @@ TEST_F(KXLogFiles, APassedNameIsTakenWhenThereIsNoOtherAndStays) {
     EXPECT_TRUE(test::somethingAt(folder_ / "user/Logs/Quillmoor/First.2.log"));
 }
 
-TEST_F(KXLogFiles, WithoutAnyNameItIsUnknown) {
+TEST_F(KXLogFiles, WithoutANameItIsUnknown) {
     bundles_.main->executable = std::nullopt;
     KXLog::createNewLog();
     EXPECT_TRUE(test::somethingAt(folder_ / "user/Logs/Quillmoor/Unknown.1.log"));
@@ -135,7 +135,7 @@ TEST_F(KXLogFiles, AnEmptyNameBecomesUnknown) {
     EXPECT_EQ(KXLog::sharedController()->appName(), "Unknown");
 }
 
-TEST_F(KXLogFiles, AreNotKeptOpenByTheNext) {
+TEST_F(KXLogFiles, AreClosedWhenTheNextIsStarted) {
     const auto openFiles = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
                              std::filesystem::directory_iterator());
@@ -229,7 +229,7 @@ class ProcessWithNothingQueued : public test::LogProcess {
     }
 };
 
-TEST_F(KXLogFiles, OnlyTheSystemsLineOfTheHeaderMayBeWaitedFor) {
+TEST_F(KXLogFiles, OnlyTheSystemLineOfTheHeaderMayBeWaitedFor) {
     CountedWrites writes;
     test::WrappedHandles handles([&writes](std::shared_ptr<platform::FileHandle> handle) {
         return std::make_shared<CountedHandle>(std::move(handle), &writes);
@@ -260,7 +260,7 @@ TEST_F(KXLogFiles, OnlyTheSystemsLineOfTheHeaderMayBeWaitedFor) {
     platform_->processInfo = &process_;
 }
 
-TEST_F(KXLogFiles, VersionAndPathAreThoseOfTheBundleThatHoldsTheLog) {
+TEST_F(KXLogFiles, VersionAndPathAreOfTheBundleThatContainsTheLog) {
     bundles_.main->version = "1 of the program";
     bundles_.own = std::make_shared<test::LogBundle>();
     bundles_.own->executable = "/Library/Plugin.bundle/Plugin";
@@ -271,7 +271,7 @@ TEST_F(KXLogFiles, VersionAndPathAreThoseOfTheBundleThatHoldsTheLog) {
     EXPECT_EQ(messages(logPath(1))[2], "Path: /Library/Plugin.bundle/Plugin");
 }
 
-TEST_F(KXLogFiles, FolderHasTheModeThatTheProcessGivesItsFolders) {
+TEST_F(KXLogFiles, FolderHasTheDefaultModeOfTheProcess) {
     ::umask(027);
     folder_.makeFolder("user");
     KXLog::createNewLog();
@@ -282,7 +282,7 @@ TEST_F(KXLogFiles, FolderHasTheModeThatTheProcessGivesItsFolders) {
     }
 }
 
-TEST_F(KXLogFiles, AFolderThatCannotBeMadeIsTold) {
+TEST_F(KXLogFiles, AFolderThatCannotBeCreatedIsReported) {
     folder_.writeFile("user/Logs", "a file in the way");
     KXLog::sharedController()->setBytesWritten(123);
     KXLog::createNewLog();
@@ -292,7 +292,7 @@ TEST_F(KXLogFiles, AFolderThatCannotBeMadeIsTold) {
     EXPECT_EQ(KXLog::sharedController()->fileHandle(), nullptr);
 }
 
-TEST_F(KXLogFiles, AMissingLibraryIsTold) {
+TEST_F(KXLogFiles, AMissingLibraryIsReported) {
     locations_.root.clear();
     KXLog::createNewLog();
     EXPECT_EQ(console_.printed(), "Unable to create folder (null).\n");
@@ -317,7 +317,7 @@ class FailingFiles : public test::ForwardingFileManager {
     }
 };
 
-TEST_F(KXLogFiles, AMoveThatFailsEndsTheRotationWhereItIs) {
+TEST_F(KXLogFiles, AFailedMoveEndsTheRotation) {
     FailingFiles files;
     platform_->fileManager = &files;
     for (int n = 1; n <= 4; ++n)
@@ -335,7 +335,7 @@ TEST_F(KXLogFiles, AMoveThatFailsEndsTheRotationWhereItIs) {
     platform_->fileManager = platform::native().fileManager;
 }
 
-TEST_F(KXLogFiles, ARemovalThatFailsShowsInTheMoveOntoIt) {
+TEST_F(KXLogFiles, AFailedRemovalIsReportedByTheMoveOntoIt) {
     FailingFiles files;
     platform_->fileManager = &files;
     for (int n : {1, 4, 5})
@@ -349,7 +349,7 @@ TEST_F(KXLogFiles, ARemovalThatFailsShowsInTheMoveOntoIt) {
     platform_->fileManager = platform::native().fileManager;
 }
 
-TEST_F(KXLogFiles, AFileThatCannotBeWrittenIsTold) {
+TEST_F(KXLogFiles, AFileThatCannotBeWrittenIsReported) {
     FailingFiles files;
     platform_->fileManager = &files;
     files.writingFails = true;
@@ -380,7 +380,7 @@ TEST_F(KXLogFiles, ANewFileIsOpenedOnceAndKept) {
     EXPECT_EQ(opened, 1);
 }
 
-TEST_F(KXLogFiles, AFileThatCannotBeOpenedIsNotTold) {
+TEST_F(KXLogFiles, AFileThatCannotBeOpenedIsNotReported) {
     ClosedHandles handles;
     platform_->fileHandles = &handles;
     KXLog::createNewLog();
@@ -390,7 +390,7 @@ TEST_F(KXLogFiles, AFileThatCannotBeOpenedIsNotTold) {
     platform_->fileHandles = platform::native().fileHandles;
 }
 
-TEST_F(KXLogFiles, TheSuperUsersNewestIsTheMachinesOwn) {
+TEST_F(KXLogFiles, RootsNewestGenerationIsInTheMachinesLibrary) {
     process_.uid = 0;
     folder_.makeFolder("machine/Logs/Quillmoor");
     KXLog::createNewLog();
@@ -400,7 +400,7 @@ TEST_F(KXLogFiles, TheSuperUsersNewestIsTheMachinesOwn) {
     EXPECT_FALSE(test::somethingAt(logPath(1)));
 }
 
-TEST_F(KXLogFiles, TheSuperUsersFolderIsNotMade) {
+TEST_F(KXLogFiles, RootsFolderIsNotCreated) {
     process_.uid = 0;
     KXLog::createNewLog();
     const std::string path = folder_ / "machine/Logs/Quillmoor/Host.1.log";
@@ -409,7 +409,7 @@ TEST_F(KXLogFiles, TheSuperUsersFolderIsNotMade) {
     EXPECT_THAT(console_.printed(), ::testing::HasSubstr("No such file or directory"));
 }
 
-TEST_F(KXLogFiles, TheSuperUserShiftsTheUsersGenerationsAndEmptiesTheMachines) {
+TEST_F(KXLogFiles, RootShiftsTheUsersGenerationsAndEmptiesTheMachines) {
     process_.uid = 0;
     folder_.writeFile("machine/Logs/Quillmoor/Host.1.log", "machine");
     folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "user");
@@ -420,7 +420,7 @@ TEST_F(KXLogFiles, TheSuperUserShiftsTheUsersGenerationsAndEmptiesTheMachines) {
     EXPECT_EQ(messages(folder_ / "machine/Logs/Quillmoor/Host.1.log").size(), 4U);
 }
 
-TEST_F(KXLogFiles, TheSuperUserShiftsNothingWhileTheMachineHasNoLog) {
+TEST_F(KXLogFiles, RootShiftsNothingWhileTheMachineHasNoLog) {
     process_.uid = 0;
     folder_.makeFolder("machine/Logs/Quillmoor");
     folder_.writeFile("user/Logs/Quillmoor/Host.1.log", "user");
@@ -429,7 +429,7 @@ TEST_F(KXLogFiles, TheSuperUserShiftsNothingWhileTheMachineHasNoLog) {
     EXPECT_FALSE(test::somethingAt(logPath(2)));
 }
 
-TEST_F(KXLogFiles, NewestEndsWithTheUsualMode) {
+TEST_F(KXLogFiles, NewestHasTheUsualMode) {
     ::umask(022);
     KXLog::createNewLog();
     struct stat facts {};
@@ -437,7 +437,7 @@ TEST_F(KXLogFiles, NewestEndsWithTheUsualMode) {
     EXPECT_EQ(facts.st_mode & 07777U, 0644U);
 }
 
-TEST_F(KXLogFiles, ANameWithSpacesAndNewlinesIsAnOrdinaryName) {
+TEST_F(KXLogFiles, ANameMayContainSpacesAndNewlines) {
     KXLog::sharedController()->setAppName("a \"b'\nc");
     KXLog::createNewLog();
     EXPECT_TRUE(test::somethingAt(folder_ / "user/Logs/Quillmoor/a \"b'\nc.1.log"));

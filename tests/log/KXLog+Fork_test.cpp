@@ -41,7 +41,7 @@ int statusOfChild(const std::function<bool()>& body) {
     return status;
 }
 
-TEST(ForkDuringTheFirstLogCall, ItsChildLogsNothingAndEnds) {
+TEST(ForkDuringTheFirstLogCall, LeavesAChildThatLogsNothingAndEnds) {
     const test::TempFolder home;
     test::ScopedPlatform platform;
     platform->mainThread = &slowSetUp();
@@ -74,7 +74,7 @@ TEST_F(LogOfAForkedChild, StartsNoNewFile) {
     EXPECT_FALSE(test::somethingAt(logPath(2)));
 }
 
-TEST_F(LogOfAForkedChild, WithoutItsInstanceDoesNothing) {
+TEST_F(LogOfAForkedChild, WithoutAControllerDoesNothing) {
     static KXLog* const taken = KXLog::allocWithZone();  // kept: it is never released
     EXPECT_NE(taken, nullptr);
     EXPECT_EQ(KXLog::sharedController(), nullptr);
@@ -97,7 +97,7 @@ class AwaitedSetUp : public test::ForwardingMainThread {
 };
 
 // Each of the threads has registered for forks.
-TEST_F(LogOfAForkedChild, IsDroppedOnceThoughManyThreadsMadeTheFirstCall) {
+TEST_F(LogOfAForkedChild, IsDroppedOnceAfterAFirstCallOnManyThreads) {
     static AwaitedSetUp setUp;
     platform_->mainThread = &setUp;
     std::vector<std::thread> threads;

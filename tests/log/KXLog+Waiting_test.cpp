@@ -64,19 +64,19 @@ TEST_F(HeldLog, AMessageOfAHundredCharactersIsNotWaitedFor) {
     EXPECT_TRUE(returnsWhileHeld());
 }
 
-TEST_F(HeldLog, TheLengthIsThatBeforeTrimming) {
+TEST_F(HeldLog, WaitingDependsOnTheLengthBeforeTrimming) {
     call([] { KXLog::appendLog("%@", "x" + std::string(99, ' ')); });
     EXPECT_TRUE(returnsWhileHeld());
 }
 
-TEST_F(HeldLog, TheLengthCountsCharactersNotBytes) {
+TEST_F(HeldLog, WaitingDependsOnCharactersNotBytes) {
     std::string text;
     for (int i = 0; i < 99; ++i) text += "€";  // no character takes more bytes
     call([text] { KXLog::appendLog("%@", text); });
     EXPECT_TRUE(waits());
 }
 
-TEST_F(HeldLog, NothingIsWaitedForBehindALongQueue) {
+TEST_F(HeldLog, AMessageBehindALongQueueIsNotWaitedFor) {
     KXLog::fastAppendLog("%@", std::string(99, 'x'));
     call([] { KXLog::appendLog("y"); });
     EXPECT_TRUE(returnsWhileHeld());
@@ -87,7 +87,7 @@ TEST_F(HeldLog, AFastMessageIsNeverWaitedFor) {
     EXPECT_TRUE(returnsWhileHeld());
 }
 
-TEST_F(HeldLog, AMessageOfSpaceOnlyIsNotQueuedButWaitsForTheQueue) {
+TEST_F(HeldLog, AMessageOfSpacesIsNotQueuedButWaitsForTheQueue) {
     KXLog::fastAppendLog("before");
     call([] { KXLog::appendLog("  "); });
     EXPECT_TRUE(waits());
@@ -96,7 +96,7 @@ TEST_F(HeldLog, AMessageOfSpaceOnlyIsNotQueuedButWaitsForTheQueue) {
     EXPECT_TRUE(returned_);
 }
 
-TEST_F(HeldLog, AnEmptyMessageWaitsForNothing) {
+TEST_F(HeldLog, AnEmptyMessageIsNotWaitedFor) {
     KXLog::fastAppendLog("before");
     call([] { KXLog::appendLog("%@", ""); });
     EXPECT_TRUE(returnsWhileHeld());

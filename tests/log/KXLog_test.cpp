@@ -11,7 +11,7 @@ namespace {
 
 using KXLogController = test::LogTest;
 
-TEST_F(KXLogController, IsOneForTheProcess) {
+TEST_F(KXLogController, ExistsOnceInTheProcess) {
     KXLog* const log = KXLog::sharedController();
     ASSERT_NE(log, nullptr);
     EXPECT_EQ(KXLog::sharedController(), log);
@@ -38,7 +38,7 @@ class CrowdedSetUp : public test::ForwardingMainThread {
     void addTerminationObserver(void (*)()) override { ++observers; }
 };
 
-TEST_F(KXLogController, IsMadeOnceByManyThreads) {
+TEST_F(KXLogController, IsCreatedOnceByManyThreads) {
     static CrowdedSetUp crowd;
     platform_->mainThread = &crowd;
     std::vector<std::thread> threads;
@@ -74,7 +74,7 @@ class AllocatingSetUp : public test::ForwardingMainThread {
     }
 };
 
-TEST_F(KXLogController, AllocationTakesTheLockOfTheCreation) {
+TEST_F(KXLogController, AllocationWaitsForTheLockOfTheCreation) {
     static AllocatingSetUp setUp;
     platform_->mainThread = &setUp;
     EXPECT_NE(KXLog::sharedController(), nullptr);
@@ -89,7 +89,7 @@ TEST_F(KXLogController, ASecondAllocationIsNil) {
     EXPECT_EQ(KXLog::allocWithZone(), nullptr);
 }
 
-TEST_F(KXLogController, WithoutItsInstanceTheLogDoesNothing) {
+TEST_F(KXLogController, WithoutAControllerTheLogDoesNothing) {
     static KXLog* const taken = KXLog::allocWithZone();  // kept: it is never released
     EXPECT_NE(taken, nullptr);
     EXPECT_EQ(KXLog::sharedController(), nullptr);
@@ -110,7 +110,7 @@ TEST_F(KXLogController, StartsEmptyWithAQueueAndWithoutAFile) {
     EXPECT_FALSE(test::somethingAt(logPath(1)));
 }
 
-TEST_F(KXLogController, NameIsTheProgramsWithoutItsExtensionUntilOneIsStored) {
+TEST_F(KXLogController, NameIsTheProgramsUntilOneIsStored) {
     KXLog* const log = KXLog::sharedController();
     EXPECT_EQ(log->appName(), "Host");
     bundles_.main->executable = "/opt/Other";
@@ -164,7 +164,7 @@ TEST_F(KXLogController, ExactlyTwentyPendingLinesAreNotWaitedFor) {
     queue->waitUntilAllOperationsAreFinished();
 }
 
-TEST_F(KXLogController, AfterTerminatingQueueNameAndFileAreGone) {
+TEST_F(KXLogController, TerminatingClearsQueueNameAndFile) {
     KXLog* const log = KXLog::sharedController();
     log->setAppName("Stored");
     KXLog::createNewLog();
@@ -197,7 +197,7 @@ class LookingHandle : public test::ForwardingFileHandle {
     }
 };
 
-TEST_F(KXLogController, TerminatingClosesTheFileAfterNameAndQueueAreGone) {
+TEST_F(KXLogController, TerminatingClearsNameAndQueueBeforeItClosesTheFile) {
     KXLog* const log = KXLog::sharedController();
     KXLog::createNewLog();
     KXLog::finishWriting();
@@ -213,7 +213,7 @@ TEST_F(KXLogController, TerminatingClosesTheFileAfterNameAndQueueAreGone) {
     EXPECT_EQ(log->fileHandle(), nullptr);
 }
 
-TEST_F(KXLogController, TearingDownDoesTheSame) {
+TEST_F(KXLogController, DeallocDoesTheSameAsTerminating) {
     KXLog::createNewLog();
     KXLog::fastAppendLog("last");
     KXLog* const log = KXLog::sharedController();
@@ -235,7 +235,7 @@ class ObserverRecord : public test::ForwardingMainThread {
     }
 };
 
-TEST_F(KXLogController, ObservesTheEndOnceAndStopsThere) {
+TEST_F(KXLogController, AddsOneTerminationObserverAndRemovesItAtTheEnd) {
     static ObserverRecord record;
     platform_->mainThread = &record;
     KXLog::sharedController();

@@ -58,7 +58,7 @@ void waitUntilAsleep(pid_t thread) {
 }
 
 // By the text itself: a caller that waits for the queue would wake the worker too.
-TEST(WriteQueue, IsWokenByATextAfterALongRest) {
+TEST(WriteQueue, IsWokenByATextAfterALongSleep) {
     static std::atomic<pid_t> worker{0};
     static std::promise<void> written;
     WriteQueue* const queue = WriteQueue::create([](std::string_view text) {
@@ -72,7 +72,7 @@ TEST(WriteQueue, IsWokenByATextAfterALongRest) {
     EXPECT_EQ(written.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
 }
 
-TEST(WriteQueue, ARestingWorkerTakesNoProcessorTime) {
+TEST(WriteQueue, ASleepingWorkerUsesNoProcessorTime) {
     static std::atomic<pid_t> worker{0};
     WriteQueue* const queue = WriteQueue::create([](std::string_view) { worker = ::gettid(); });
     queue->add("a");
@@ -83,7 +83,7 @@ TEST(WriteQueue, ARestingWorkerTakesNoProcessorTime) {
     EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 20);
 }
 
-TEST(WriteQueue, TheWorkerWaitingForItselfReturnsAtOnce) {
+TEST(WriteQueue, WaitingOnTheWorkerReturnsAtOnce) {
     static WriteQueue* queue = nullptr;
     static int written = 0;
     queue = WriteQueue::create([](std::string_view) {
@@ -95,7 +95,7 @@ TEST(WriteQueue, TheWorkerWaitingForItselfReturnsAtOnce) {
     EXPECT_EQ(written, 1);
 }
 
-TEST(WriteQueue, WaitingIsForTheTextsThatAWriteAddsToo) {
+TEST(WriteQueue, WaitingIncludesTextsThatAWriteAdds) {
     static WriteQueue* queue = nullptr;
     static std::atomic<int> written{0};
     queue = WriteQueue::create([](std::string_view text) {
@@ -110,7 +110,7 @@ TEST(WriteQueue, WaitingIsForTheTextsThatAWriteAddsToo) {
 }
 
 // Each text that is written adds another: the queue is never empty.
-TEST(WriteQueue, WaitingEndsThoughTheQueueIsNeverEmpty) {
+TEST(WriteQueue, WaitingEndsEvenIfTheQueueIsNeverEmpty) {
     static WriteQueue* queue = nullptr;
     static std::atomic<bool> before{false};
     queue = WriteQueue::create([](std::string_view text) {
@@ -122,7 +122,7 @@ TEST(WriteQueue, WaitingEndsThoughTheQueueIsNeverEmpty) {
     EXPECT_TRUE(before);
 }
 
-TEST(WriteQueue, RestrictedToAThreadItDropsTheTextsOfOthers) {
+TEST(WriteQueue, RestrictedToAThreadDropsTextsOfOthers) {
     static WriteQueue* queue = nullptr;
     static std::vector<std::string> written;
     queue = WriteQueue::create([](std::string_view text) {
@@ -137,7 +137,7 @@ TEST(WriteQueue, RestrictedToAThreadItDropsTheTextsOfOthers) {
     EXPECT_EQ(written, (std::vector<std::string>{"before", "own", "the worker's"}));
 }
 
-TEST(WriteQueue, ManyWaitersAndWritersGetDone) {
+TEST(WriteQueue, ServesManyWaitersAndWriters) {
     static std::atomic<int> written{0};
     WriteQueue* const queue = WriteQueue::create([](std::string_view) { ++written; });
     std::vector<std::thread> threads;

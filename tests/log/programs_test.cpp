@@ -37,7 +37,7 @@ int runProgram(const test::TempFolder& home, const std::string& mode, const std:
     return status;
 }
 
-// The super-user's newest generation would be the machine's own: those tests are not for root.
+// Root's newest generation would be in the machine's own library: these tests are skipped for root.
 #define SKIP_FOR_ROOT() \
     if (::geteuid() == 0) GTEST_SKIP() << "as root the log is the machine's own"
 
@@ -74,14 +74,14 @@ TEST(LoggingProgram, ThatDiesOfAPlatformExceptionLeavesItsReason) {
     EXPECT_EQ(test::readFile(home / "output"), "dying of a platform exception\n");
 }
 
-TEST(LoggingProgram, ThatDiesOfAStandardExceptionLeavesItsWords) {
+TEST(LoggingProgram, ThatDiesOfAStandardExceptionLeavesItsText) {
     SKIP_FOR_ROOT();
     const test::TempFolder home;
     runProgram(home, "standard", "1");
     EXPECT_EQ(lastMessage(home), "dying of a standard exception");
 }
 
-TEST(LoggingProgram, ThatDiesOfAnythingElseLeavesItsType) {
+TEST(LoggingProgram, ThatDiesOfAnyOtherObjectLeavesItsType) {
     SKIP_FOR_ROOT();
     const test::TempFolder home;
     runProgram(home, "other", "1");
@@ -123,7 +123,7 @@ TEST(LoggingProgram, WhoseSecondThreadTerminatesMeanwhileLosesNothing) {
     expectWholeLogOfTheFirst("terminates");
 }
 
-TEST(LoggingProgram, ThatDiesWhileOthersLogWithoutAPauseEndsAndKeepsItsReason) {
+TEST(LoggingProgram, ThatDiesWhileOthersLogEndsAndKeepsItsReason) {
     SKIP_FOR_ROOT();
     const test::TempFolder home;
     const int status = runProgram(home, "flood", "0");
@@ -135,7 +135,7 @@ TEST(LoggingProgram, ThatDiesWhileOthersLogWithoutAPauseEndsAndKeepsItsReason) {
     EXPECT_TRUE(hasReason);
 }
 
-TEST(LoggingProgram, ThatIsKilledLeavesWholeLinesButTheLast) {
+TEST(LoggingProgram, ThatIsKilledLeavesWholeLinesExceptTheLast) {
     SKIP_FOR_ROOT();
     const test::TempFolder home;
     const int status = runProgram(home, "killed", "0");
@@ -176,14 +176,14 @@ TEST(LoggingProgram, ThatEndsLeavesItsToolsRunning) {
     }
 }
 
-TEST(LoggingProgram, ThatEndsDoesNotGiveUpItsRights) {
+TEST(LoggingProgram, ThatEndsDoesNotReleaseItsAuthorization) {
     SKIP_FOR_ROOT();
     const test::TempFolder home;
     EXPECT_EQ(runProgram(home, "rights", "0"), 0);
 }
 
 #ifdef KX_BUNDLE_CODE
-TEST(LoadingTheBundle, BeginsNothing) {
+TEST(LoadingTheBundle, StartsNothing) {
     const test::TempFolder home;
     EXPECT_EQ(runProgram(home, "load", KX_BUNDLE_CODE), 0);
     const fs::directory_iterator entries(home.path());
@@ -191,7 +191,7 @@ TEST(LoadingTheBundle, BeginsNothing) {
 }
 #endif
 
-TEST(LoggingProgram, OfEightThreadsLosesNoLineAcrossGenerations) {
+TEST(LoggingProgram, WithEightThreadsLosesNoLineAcrossGenerations) {
     SKIP_FOR_ROOT();
     const test::TempFolder home;
     constexpr int kThreads = 8;

@@ -132,12 +132,12 @@ TEST_F(Pane, MayAlwaysBeLeft) {
         EXPECT_TRUE(pane_.shouldExitPane(InstallerDirection{direction}));
 }
 
-TEST_F(Pane, WithoutTheProductIsPassedOverForward) {
+TEST_F(Pane, WithoutTheProductGoesToTheNextPane) {
     pane_.didEnterPane(InstallerDirection::Forward);
     EXPECT_THAT(events_, ElementsAre("next"));
 }
 
-TEST_F(Pane, WithoutTheProductIsPassedOverBackward) {
+TEST_F(Pane, WithoutTheProductGoesToThePreviousPaneBackward) {
     pane_.didEnterPane(InstallerDirection::Backward);
     EXPECT_THAT(events_, ElementsAre("previous"));
 }
@@ -160,13 +160,13 @@ TEST_F(Pane, WithTheProductShowsItsElementsInOrderAndStays) {
     }
 }
 
-TEST_F(Pane, AnEmptyPathStillMeansThatTheProductIsThere) {
+TEST_F(Pane, AnEmptyPathMeansThatTheProductExists) {
     applications_.product = "";
     pane_.didEnterPane(InstallerDirection::Forward);
     EXPECT_EQ(events_.size(), 3U);
 }
 
-TEST_F(Pane, LooksAnewOnEveryEntry) {
+TEST_F(Pane, SearchesForTheProductOnEveryEntry) {
     install();
     pane_.didEnterPane(InstallerDirection::Forward);
     applications_.product = std::nullopt;
@@ -179,7 +179,7 @@ TEST_F(Pane, LooksAnewOnEveryEntry) {
     EXPECT_EQ(events_.size(), 3U);
 }
 
-TEST_F(Pane, AMissingOutletIsPassedOver) {
+TEST_F(Pane, IgnoresAMissingOutlet) {
     install();
     pane_.titleText = nullptr;
     pane_.descriptionText = nullptr;
@@ -187,7 +187,7 @@ TEST_F(Pane, AMissingOutletIsPassedOver) {
     EXPECT_THAT(events_, ElementsAre("show uninstallBtn"));
 }
 
-TEST_F(Pane, IsEnteredWithOneQuestionAboutTheProduct) {
+TEST_F(Pane, SearchesForTheProductOnceForEachEntry) {
     pane_.didEnterPane(InstallerDirection::Forward);
     EXPECT_THAT(applications_.looked, ElementsAre("com.quillmoor.tallyframe"));
     install();
@@ -195,7 +195,7 @@ TEST_F(Pane, IsEnteredWithOneQuestionAboutTheProduct) {
     EXPECT_EQ(applications_.looked.size(), 2U);
 }
 
-TEST_F(Pane, IsEnteredWithoutTheLog) {
+TEST_F(Pane, DoesNotLogOnEntry) {
     const int threads = test::threadCount();
     pane_.didEnterPane(InstallerDirection::Forward);
     install();
@@ -216,7 +216,7 @@ std::string writeTool(const test::TempFolder& folder) {
     return tool;
 }
 
-TEST_F(Pane, TheButtonUnpacksTheUninstallerIntoAFreshFolderAndOpensIt) {
+TEST_F(Pane, TheButtonUnpacksTheUninstallerIntoANewFolderAndOpensIt) {
     tools_.tool = writeTool(folder_);
     bundles_.own->archive = folder_.writeFile("Tallyframe Uninstaller.zip");
     pane_.uninstall(&uninstallBtn_);
@@ -230,7 +230,7 @@ TEST_F(Pane, TheButtonUnpacksTheUninstallerIntoAFreshFolderAndOpensIt) {
     EXPECT_THAT(events_, IsEmpty());
 }
 
-TEST_F(Pane, TheButtonLooksForTheArchiveBeforeItTakesAScratchPath) {
+TEST_F(Pane, TheButtonFindsTheArchiveBeforeItMakesAScratchPath) {
     FakeLocations locations;
     platform_->locations = &locations;
     bundles_.own->meanwhile = [&] { EXPECT_EQ(locations.asked, 0); };
@@ -262,7 +262,7 @@ TEST_F(Pane, TheButtonLogsNothingWhateverFails) {
     KXLog::sharedController()->setFileHandle(nullptr);
 }
 
-TEST_F(Pane, PressingTwiceUnpacksTwoCopiesWhichStay) {
+TEST_F(Pane, PressingTwiceUnpacksTwoCopiesThatRemain) {
     tools_.tool = writeTool(folder_);
     bundles_.own->archive = folder_.writeFile("Tallyframe Uninstaller.zip");
     pane_.uninstall(nullptr);
@@ -273,7 +273,7 @@ TEST_F(Pane, PressingTwiceUnpacksTwoCopiesWhichStay) {
     EXPECT_TRUE(test::somethingAt(applications_.opened[1]));
 }
 
-TEST_F(Pane, AMissingArchiveRunsTheToolWithItsOptionsAlone) {
+TEST_F(Pane, AMissingArchiveRunsTheToolWithItsOptionsOnly) {
     tools_.tool = writeTool(folder_);
     pane_.uninstall(nullptr);
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "[-xk]");

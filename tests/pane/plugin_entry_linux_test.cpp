@@ -71,14 +71,14 @@ class PluginEntry : public ::testing::Test {
     void* library_ = nullptr;
 };
 
-TEST_F(PluginEntry, JoinsItsRunLoopsModesAndItsEndToTheHost) {
+TEST_F(PluginEntry, ConnectsItsRunLoopAndItsTerminationToTheHost) {
     EXPECT_EQ(attach(&host_.table), 1);
     ASSERT_THAT(host_.watched, SizeIs(2));
     EXPECT_NE(host_.watched[0], host_.watched[1]);
     EXPECT_EQ(host_.observers, 1);
 }
 
-TEST_F(PluginEntry, JoinsAHostOfALaterVersion) {
+TEST_F(PluginEntry, AcceptsAHostOfALaterVersion) {
     ++host_.table.version;
     EXPECT_EQ(attach(&host_.table), 1);
 }

@@ -67,7 +67,7 @@ TEST_F(Guard, ProtectsTheRoot) {
     EXPECT_TRUE(both("/"));
 }
 
-TEST_F(Guard, LeavesPathsOfLessThanThreeCharactersAlone) {
+TEST_F(Guard, DoesNotProtectPathsOfLessThanThreeCharacters) {
     EXPECT_FALSE(either("/a"));
     EXPECT_FALSE(either("//"));
     EXPECT_FALSE(either(""));
@@ -87,7 +87,7 @@ TEST_F(Guard, ProtectsSharedUsersAndVolumes) {
     EXPECT_TRUE(both("/Volumes"));
 }
 
-TEST_F(Guard, TakesTheCharacterBeforeATrailingSlashAlong) {
+TEST_F(Guard, RemovesATrailingSlashWithTheCharacterBeforeIt) {
     EXPECT_FALSE(exact("/Users/Shared/"));
     EXPECT_FALSE(exact("/Volumes/"));
     EXPECT_TRUE(both("/VolumesX/"));
@@ -98,14 +98,14 @@ TEST_F(Guard, TakesTheCharacterBeforeATrailingSlashAlong) {
 }
 
 // What is cut is neither the root nor too short any more.
-TEST_F(Guard, RepeatsNoEarlierTestAfterTheCut) {
+TEST_F(Guard, DoesNotRepeatEarlierTestsAfterRemovingASlash) {
     EXPECT_FALSE(either("/a/"));
     EXPECT_FALSE(either("///"));
     folders_.home = "/a";
     EXPECT_TRUE(both("/ab/"));
 }
 
-TEST_F(Guard, ProtectsNoFurtherFolderOfTheSystem) {
+TEST_F(Guard, ProtectsNoOtherSystemFolders) {
     for (const char* path : {"/etc", "/bin", "/sbin", "/boot", "/opt", "/home", "/tmp", "/root",
                              "/lib", "/dev", "/proc", "/sys", "/srv", "/mnt", "/media", "/run"})
         EXPECT_FALSE(either(path)) << path;
@@ -145,7 +145,7 @@ TEST_F(Guard, ProtectsTheFoldersOfTheUserAndOfTheMachine) {
     EXPECT_TRUE(both("/Core/K5"));
 }
 
-TEST_F(Guard, LeavesWhatIsInsideThoseFoldersAlone) {
+TEST_F(Guard, DoesNotProtectItemsInsideThoseFolders) {
     EXPECT_FALSE(either("/Users/alice/K9/report.txt"));
     ASSERT_TRUE(both("/K1"));
     EXPECT_FALSE(either("/K1/Some.app"));
@@ -155,7 +155,7 @@ TEST_F(Guard, LeavesWhatIsInsideThoseFoldersAlone) {
     EXPECT_FALSE(either("/private"));
 }
 
-TEST_F(Guard, ProtectsTheSystemsTreesInTheBroadFormAlone) {
+TEST_F(Guard, ProtectsSystemTreesInTheBroadFormOnly) {
     for (const char* path : {"/usr", "/usr/local/bin", "/usrlocal", "/var", "/variety",
                              "/private/var/folders/xy/T/file", "/System", "/Systematic"}) {
         EXPECT_TRUE(broad(path)) << path;
@@ -164,12 +164,12 @@ TEST_F(Guard, ProtectsTheSystemsTreesInTheBroadFormAlone) {
     EXPECT_TRUE(KXLocalPaths::isPathSystemDirectory("/usr/local/bin"));
 }
 
-TEST_F(Guard, ComparesTheTextAsItStands) {
+TEST_F(Guard, ComparesTheTextUnchanged) {
     for (const char* path : {"/volumes", "/Users/./Shared", "/Users//Shared", "~/K5", "/Users/Bob"})
         EXPECT_FALSE(either(path)) << path;
 }
 
-TEST_F(Guard, AsksForTheFoldersInTheirOrder) {
+TEST_F(Guard, QueriesTheFoldersInTheirOrder) {
     EXPECT_FALSE(exact("/elsewhere"));
     EXPECT_EQ(folders_.asked,
               (StringList{"user/K1", "/K1", "user/K4", "/K4", "user/K9", "/K9", "user/K5", "/K5",
@@ -177,12 +177,12 @@ TEST_F(Guard, AsksForTheFoldersInTheirOrder) {
                           "home", "system/K5", "/K8"}));
 }
 
-TEST_F(Guard, StopsAtTheFirstThatIsEqual) {
+TEST_F(Guard, StopsAtTheFirstMatch) {
     EXPECT_TRUE(exact("/Users/alice/K4"));
     EXPECT_EQ(folders_.asked, (StringList{"user/K1", "/K1", "user/K4"}));
 }
 
-TEST_F(Guard, OfTheSuperUserProtectsTheConsoleUsersFolders) {
+TEST_F(Guard, OfRootProtectsTheConsoleUsersFolders) {
     folders_.uid = 0;
     EXPECT_TRUE(both("/Users/alice/K9"));
     EXPECT_TRUE(both("/Users/alice"));
@@ -192,7 +192,7 @@ TEST_F(Guard, OfTheSuperUserProtectsTheConsoleUsersFolders) {
     EXPECT_TRUE(both("/Users/bob/K5/Preferences"));
 }
 
-TEST_F(Guard, FindsNothingInFoldersThatTheSystemDoesNotHave) {
+TEST_F(Guard, MissingFoldersProtectNothing) {
     folders_.hasFolders = false;
     EXPECT_FALSE(either("/Users/alice/K9"));
     EXPECT_TRUE(both("/Users/alice"));

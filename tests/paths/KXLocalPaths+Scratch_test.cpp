@@ -24,7 +24,7 @@ class StoppedClock : public test::ForwardingClock {
     }
 };
 
-TEST(RandomString, OfNoLengthIsEmpty) {
+TEST(RandomString, OfLengthZeroIsEmpty) {
     EXPECT_EQ(KXLocalPaths::randomString(0), "");
 }
 
@@ -46,7 +46,7 @@ TEST(RandomString, IsSeededWithTheWrappedProductOfBothClocks) {
     EXPECT_EQ(KXLocalPaths::randomString(8), expected);
 }
 
-TEST(RandomString, SeedsEvenForNoLength) {
+TEST(RandomString, SeedsEvenForLengthZero) {
     StoppedClock clock;
     test::ScopedPlatform platform;
     platform->clock = &clock;
@@ -101,7 +101,7 @@ TEST(TempFile, DiffersEvenWithinOneTick) {
     EXPECT_EQ(one.substr(one.size() - 8), two.substr(two.size() - 8));
 }
 
-TEST(TempFile, AsksForTheFolderThenForTheUniqueStringThenForTheCharacters) {
+TEST(TempFile, QueriesFolderThenUniqueStringThenCharacters) {
     static StringList asked;
     class Recorder : public test::ForwardingLocations,
                      public test::ForwardingProcessInfo,

@@ -18,7 +18,7 @@ class FakeMac : public test::ForwardingLocations, public test::ForwardingProcess
     unsigned uid = 501;
     OptionalString console = "alice";
     std::string cache = "/var/folders/xy/C/";
-    std::string superUserHome = "/var/root";
+    std::string rootsHome = "/var/root";
     bool hasFolders = true;
     SearchPathDirectory askedDirectory{};
     SearchPathDomainMask askedDomain{};
@@ -26,10 +26,10 @@ class FakeMac : public test::ForwardingLocations, public test::ForwardingProcess
     unsigned realUserId() override { return uid; }
     OptionalString consoleUser() override { return console; }
     std::string ownHome = "/Users/alice";  // of an ordinary user
-    std::string homeDirectory() override { return uid == 0 ? superUserHome : ownHome; }
+    std::string homeDirectory() override { return uid == 0 ? rootsHome : ownHome; }
     std::string userName() override { return uid == 0 ? "root" : "alice"; }
     OptionalPath homeDirectoryForUser(const OptionalString& name) override {
-        if (!name) return superUserHome;
+        if (!name) return rootsHome;
         if (*name == "alice") return "/Users/alice";
         return std::nullopt;
     }
@@ -85,13 +85,13 @@ class LocalPaths : public ::testing::Test {
         platform_->locations = &mac_;
         platform_->processInfo = &mac_;
     }
-    void becomeSuperUser() { mac_.uid = 0; }
+    void becomeRoot() { mac_.uid = 0; }
 
     FakeMac mac_;
     test::ScopedPlatform platform_;
 };
 
-TEST_F(LocalPaths, OfAnOrdinaryUserAreTheSystemsOwn) {
+TEST_F(LocalPaths, OfAnOrdinaryUserComeFromTheSystem) {
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), "/Users/alice/Library");
     EXPECT_EQ(KXLocalPaths::userDirectory(), "/Users/alice");
     EXPECT_EQ(KXLocalPaths::username(), "alice");
@@ -106,7 +106,7 @@ TEST_F(LocalPaths, OfAnOrdinaryUserAreNeverRewritten) {
     }
 }
 
-TEST_F(LocalPaths, EachOperationAsksForItsKindAndDomain) {
+TEST_F(LocalPaths, EachOperationQueriesItsKindAndDomain) {
     struct Row {
         OptionalPath (*operation)(UserDomain);
         SearchPathDirectory directory;
@@ -140,7 +140,7 @@ TEST_F(LocalPaths, EachOperationAsksForItsKindAndDomain) {
     }
 }
 
-TEST_F(LocalPaths, FoldersWithoutADomainArgumentHaveTheirOwn) {
+TEST_F(LocalPaths, FoldersWithoutADomainArgumentHaveAFixedDomain) {
     EXPECT_EQ(KXLocalPaths::movieDirectory(), "/Users/alice/Movies");
     EXPECT_EQ(KXLocalPaths::desktopDirectory(), "/Users/alice/Desktop");
     EXPECT_EQ(KXLocalPaths::systemLibraryDirectory(), "/System/Library");
@@ -153,12 +153,12 @@ TEST_F(LocalPaths, AFolderThatTheSystemLacksIsNil) {
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), std::nullopt);
     EXPECT_EQ(KXLocalPaths::prefsDirectory(UserDomain::Yes), std::nullopt);
     EXPECT_EQ(KXLocalPaths::logDirectory(UserDomain::No), std::nullopt);
-    becomeSuperUser();
+    becomeRoot();
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), std::nullopt);
 }
 
-TEST_F(LocalPaths, TheSuperUserGetsTheConsoleUsersFolders) {
-    becomeSuperUser();
+TEST_F(LocalPaths, RootGetsTheConsoleUsersFolders) {
+    becomeRoot();
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), "/Users/alice/Library");
     EXPECT_EQ(KXLocalPaths::prefsDirectory(UserDomain::Yes), "/Users/alice/Library/Preferences");
     EXPECT_EQ(KXLocalPaths::userDirectory(), "/Users/alice");
@@ -166,55 +166,55 @@ TEST_F(LocalPaths, TheSuperUserGetsTheConsoleUsersFolders) {
     EXPECT_EQ(KXLocalPaths::trashDirectory(), "/Users/alice/.Trash");
 }
 
-TEST_F(LocalPaths, TheSuperUserGetsTheMachinesFoldersUntouched) {
-    becomeSuperUser();
+TEST_F(LocalPaths, RootGetsTheMachinesFoldersUnchanged) {
+    becomeRoot();
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::No), "/Library");
     EXPECT_EQ(KXLocalPaths::prefsDirectory(UserDomain::No), "/Library/Preferences");
     EXPECT_EQ(KXLocalPaths::systemLibraryDirectory(), "/System/Library");
 }
 
 TEST_F(LocalPaths, OnlyExactlyTheUserDomainIsRewritten) {
-    becomeSuperUser();
+    becomeRoot();
     EXPECT_EQ(
         KXLocalPaths::pathForDirectory(SearchPathDirectory::Library,
                                        SearchPathDomainMask::User | SearchPathDomainMask::Local),
         "/var/root/Library");
 }
 
-TEST_F(LocalPaths, ThePrivateFormOfTheHomeKeepsItsLastLetter) {
-    becomeSuperUser();
-    mac_.superUserHome = "/private/var/root";
+TEST_F(LocalPaths, RemovingThePrivateFormOfRootsHomeKeepsItsLastLetter) {
+    becomeRoot();
+    mac_.rootsHome = "/private/var/root";
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), "/Users/alice/t/Library");
 }
 
-TEST_F(LocalPaths, TheHomeIsCutAsCharactersNotAsComponents) {
-    becomeSuperUser();
-    mac_.superUserHome = "/var/rootless";
+TEST_F(LocalPaths, RootsHomeIsRemovedAsCharactersNotAsComponents) {
+    becomeRoot();
+    mac_.rootsHome = "/var/rootless";
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), "/Users/alice/less/Library");
 }
 
-TEST_F(LocalPaths, BothHomesAreCutOneAfterTheOther) {
-    becomeSuperUser();
-    mac_.superUserHome = "/var/root/private/var/root";
+TEST_F(LocalPaths, BothFormsOfRootsHomeAreRemovedInOrder) {
+    becomeRoot();
+    mac_.rootsHome = "/var/root/private/var/root";
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), "/Users/alice/t/Library");
 }
 
-TEST_F(LocalPaths, AnotherHomeIsAppendedWhole) {
-    becomeSuperUser();
-    mac_.superUserHome = "/root";
+TEST_F(LocalPaths, AnyOtherHomeIsAppendedUnchanged) {
+    becomeRoot();
+    mac_.rootsHome = "/root";
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), "/Users/alice/root/Library");
 }
 
 TEST_F(LocalPaths, AtTheLoginScreenThereIsNoUser) {
-    becomeSuperUser();
+    becomeRoot();
     mac_.console = "loginwindow";
     EXPECT_EQ(KXLocalPaths::currentConsoleUser(), std::nullopt);
     EXPECT_EQ(KXLocalPaths::username(), std::nullopt);
     EXPECT_EQ(KXLocalPaths::userDirectory(), "/var/root");
 }
 
-TEST_F(LocalPaths, WithoutAConsoleUserTheSystemsAnswerForNoNameHolds) {
-    becomeSuperUser();
+TEST_F(LocalPaths, WithoutAConsoleUserTheHomeIsTheSystemsForNoName) {
+    becomeRoot();
     mac_.console = std::nullopt;
     EXPECT_EQ(KXLocalPaths::currentConsoleUser(), std::nullopt);
     EXPECT_EQ(KXLocalPaths::username(), std::nullopt);
@@ -223,7 +223,7 @@ TEST_F(LocalPaths, WithoutAConsoleUserTheSystemsAnswerForNoNameHolds) {
 }
 
 TEST_F(LocalPaths, AConsoleUserWithoutAHomeHasNoFolders) {
-    becomeSuperUser();
+    becomeRoot();
     mac_.console = "ghost";
     EXPECT_EQ(KXLocalPaths::userDirectory(), std::nullopt);
     EXPECT_EQ(KXLocalPaths::libraryDirectory(UserDomain::Yes), std::nullopt);
@@ -236,12 +236,12 @@ TEST_F(LocalPaths, AnOrdinaryProcessAtTheLoginScreenKeepsItsUser) {
     EXPECT_EQ(KXLocalPaths::currentConsoleUser(), std::nullopt);
 }
 
-TEST_F(LocalPaths, OnlyTheExactNameIsTheLoginScreen) {
+TEST_F(LocalPaths, OnlyTheExactNameMeansTheLoginScreen) {
     mac_.console = "Loginwindow";
     EXPECT_EQ(KXLocalPaths::currentConsoleUser(), "Loginwindow");
 }
 
-TEST_F(LocalPaths, TheCacheFolderIsExactlyWhatTheSystemGives) {
+TEST_F(LocalPaths, TheCacheFolderIsExactlyTheSystems) {
     EXPECT_EQ(KXLocalPaths::darwinCacheDirectory(), "/var/folders/xy/C/");
     mac_.cache.clear();
     EXPECT_EQ(KXLocalPaths::darwinCacheDirectory(), std::nullopt);
@@ -280,14 +280,14 @@ TEST_F(LocalPaths, WriteNothingToTheConsole) {
     mac_.cache.clear();
     mac_.console = std::nullopt;
     askAll();
-    becomeSuperUser();
+    becomeRoot();
     askAll();
     mac_.console = "ghost";
     askAll();
     EXPECT_EQ(console.lines, 0);
 }
 
-TEST_F(LocalPaths, MayBeAskedFromAnyThread) {
+TEST_F(LocalPaths, MayBeCalledFromAnyThread) {
     platform_->locations = platform::native().locations;
     platform_->processInfo = platform::native().processInfo;
     const OptionalPath library = KXLocalPaths::libraryDirectory(UserDomain::Yes);

@@ -41,7 +41,7 @@ TEST_F(AsyncTask, MayBeUsedAgain) {
     EXPECT_EQ(delegate_->text(), "123");
 }
 
-TEST_F(AsyncTask, ThatIsTerminatedBeforeItsThreadBeginsIsToldInTheLogAndPrinted) {
+TEST_F(AsyncTask, ThatIsTerminatedBeforeItsThreadBeginsIsLoggedAndPrinted) {
     HeldThreads thread;
     platform_->mainThread = &thread;
     start(childPath("hang"), {folder_ / "pid"});
@@ -52,7 +52,7 @@ TEST_F(AsyncTask, ThatIsTerminatedBeforeItsThreadBeginsIsToldInTheLogAndPrinted)
     EXPECT_FALSE(test::somethingAt(folder_ / "pid"));
 }
 
-TEST_F(AsyncTask, ThatIsTerminatedAndStartedAnewLeavesTheSecondRunToItsOwnThread) {
+TEST_F(AsyncTask, ThatIsRestartedLeavesTheSecondRunToItsThread) {
     HeldThreads thread;
     platform_->mainThread = &thread;
     start(childPath("hang"), {folder_ / "pid"});
@@ -67,7 +67,7 @@ TEST_F(AsyncTask, ThatIsTerminatedAndStartedAnewLeavesTheSecondRunToItsOwnThread
 }
 
 // The second run's own thread never begins: what arrives was read by the first one's.
-TEST_F(AsyncTask, ThatIsReplacedGoesOnReadingTheSecondTasksOutput) {
+TEST_F(AsyncTask, ThatIsReplacedReadsTheSecondTasksOutput) {
     const std::string file = folder_ / "pid";
     HeldThreads threads;
     threads.letThrough = 1;
@@ -88,7 +88,7 @@ TEST_F(AsyncTask, ThatIsReplacedGoesOnReadingTheSecondTasksOutput) {
     EXPECT_TRUE(isIdle());
 }
 
-TEST_F(AsyncTask, ThatIsStartedInsideTheLastCallIsEndedByTheCleanUp) {
+TEST_F(AsyncTask, StartedInsideTheLastCallIsEndedByTheCleanUp) {
     const std::string file = folder_ / "pid";
     delegate_->meanwhile = [&](const Data& data, KXTaskEx& task) {
         if (data.empty() && delegate_->ends() == 1)
@@ -105,7 +105,7 @@ TEST_F(AsyncTask, ThatIsStartedInsideTheLastCallIsEndedByTheCleanUp) {
     }
 }
 
-TEST_F(AsyncTask, ThatIsTerminatedAndStartedAnewInsideTheLastCallGoesOn) {
+TEST_F(AsyncTask, RestartedInsideTheLastCallContinues) {
     delegate_->meanwhile = [&](const Data& data, KXTaskEx& task) {
         if (!data.empty() || delegate_->ends() != 1) return;
         task.terminateAsyncTask();
@@ -118,7 +118,7 @@ TEST_F(AsyncTask, ThatIsTerminatedAndStartedAnewInsideTheLastCallGoesOn) {
     EXPECT_TRUE(isIdle());
 }
 
-TEST_F(AsyncTask, ThatIsStartedAnewIsNeitherEndedNorFedByTheReaderBefore) {
+TEST_F(AsyncTask, ThatIsRestartedIsIgnoredByTheEarlierReader) {
     for (int round = 0; round < 100; ++round) {
         start("/usr/bin/yes");
         ASSERT_TRUE(delegate_->waitForChunks(1));
@@ -166,14 +166,14 @@ TEST_F(AsyncTask, IsTerminatedFromInsideTheDelegate) {
     EXPECT_EQ(delegate_->chunks(), 1);
 }
 
-TEST_F(AsyncTask, OfAnIdleInstanceCanBeTerminated) {
+TEST_F(AsyncTask, MayBeTerminatedWhenIdle) {
     runner_->terminateAsyncTask();
     runner_->terminateAsyncTask();
     EXPECT_EQ(runner_->theTask(), nullptr);
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(AsyncTask, IsTerminatedAtAnyMomentWithoutALeftover) {
+TEST_F(AsyncTask, CanBeTerminatedAtAnyMomentWithoutResidue) {
     // What the library starts once and keeps: whoever collects a child that was given up.
     {
         const auto givenUp = platform::current().tasks->makeTask();
@@ -205,7 +205,7 @@ class AsyncSteps : public test::ScriptedTaskTest {
     std::shared_ptr<KXTaskEx> runner_ = KXTaskEx::create();
 };
 
-TEST_F(AsyncSteps, AreTheseForARun) {
+TEST_F(AsyncSteps, OfARunHaveAFixedOrder) {
     handles_.chunks[1] = {"one", "two"};
     tasks_.script.runsAfterLaunch = false;
     runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr,
@@ -237,7 +237,7 @@ std::shared_ptr<void> tracked(test::Journal& journal, const std::string& name) {
 }
 
 // What the caller gave is released before the tool is signalled, and with nothing locked.
-TEST_F(AsyncSteps, OfATerminationAreTheseInThisOrder) {
+TEST_F(AsyncSteps, OfATerminationHaveAFixedOrder) {
     HeldThreads thread;
     platform_->mainThread = &thread;
     journal_.remark = [this] { return std::string(runner_->theTask() != nullptr ? "" : ", idle"); };
@@ -273,7 +273,7 @@ TEST_F(AsyncSteps, OfATerminationMayStartTheNextRun) {
     EXPECT_EQ(delegate_->text(), "second");
 }
 
-TEST_F(AsyncSteps, OfAStartReleaseWhatTheRunBeforeLeftInThisOrder) {
+TEST_F(AsyncSteps, OfAStartReleaseThePreviousListenerInOrder) {
     HeldThreads thread;
     platform_->mainThread = &thread;
     runner_->asyncDataFromTask(
@@ -314,7 +314,7 @@ TEST_F(AsyncSteps, OfAToolThatCannotBeLaunchedAreLoggedAndNotPrinted) {
     runner_->terminateAsyncTask();
 }
 
-TEST_F(AsyncSteps, WithoutATaskNeverReachTheDelegate) {
+TEST_F(AsyncSteps, WithoutATaskDoNotCallTheDelegate) {
     HeldThreads thread;
     platform_->mainThread = &thread;
     runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
@@ -345,7 +345,7 @@ TEST(AsyncTaskNotification, HasTheNameThatCallersCompare) {
     EXPECT_STREQ(KXAsyncTaskDataNotification, "KXAsyncTaskDataNotification");
 }
 
-TEST_F(AsyncSteps, EndWithAReadThatFails) {
+TEST_F(AsyncSteps, EndWithAFailedRead) {
     handles_.chunks[1] = {"one", "!"};
     runner_->asyncDataFromTask("/tool", std::nullopt, delegate_, selectorOf(delegate_), nullptr);
     ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
@@ -357,7 +357,7 @@ TEST_F(AsyncSteps, EndWithAReadThatFails) {
     runner_->terminateAsyncTask();
 }
 
-TEST_F(AsyncSteps, OfAReaderThatComesBackLateLeaveTheNextRunsOutputAlone) {
+TEST_F(AsyncSteps, OfALateReaderDoNotReadTheNextRunsOutput) {
     HeldThreads thread;
     platform_->mainThread = &thread;
     handles_.chunks[1] = {"first", "late"};
@@ -379,7 +379,7 @@ TEST_F(AsyncSteps, OfAReaderThatComesBackLateLeaveTheNextRunsOutputAlone) {
     EXPECT_EQ(delegate_->ends(), 1);
 }
 
-TEST_F(AsyncSteps, OfARunThatIsPreparedAreNotMixedWithATermination) {
+TEST_F(AsyncSteps, OfAPreparationExcludeATermination) {
     // Another thread terminates while the pipe of the first run is made.
     class Interrupted : public test::ScriptedHandles {
       public:

@@ -17,7 +17,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using AsyncTask = test::AsyncTaskTest;
 
-TEST_F(AsyncTask, HandsOutputOverAndThenTheEnd) {
+TEST_F(AsyncTask, DeliversOutputAndThenTheEnd) {
     const auto object = std::make_shared<int>(7);
     start(childPath("print_streams"), {"out", "err"}, object);
     ASSERT_TRUE(delegate_->waitForEnds(1));
@@ -30,7 +30,7 @@ TEST_F(AsyncTask, HandsOutputOverAndThenTheEnd) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(AsyncTask, KeepsEveryByteOfMuchOutput) {
+TEST_F(AsyncTask, DeliversEveryByteOfALargeOutput) {
     const std::size_t size = 9'000'001;
     start(childPath("print_bytes"), {std::to_string(size), "4099"});
     ASSERT_TRUE(delegate_->waitForEnds(1));
@@ -38,7 +38,7 @@ TEST_F(AsyncTask, KeepsEveryByteOfMuchOutput) {
     EXPECT_GT(delegate_->chunks(), 1);
 }
 
-TEST_F(AsyncTask, HandsOutputOverAsItComes) {
+TEST_F(AsyncTask, DeliversOutputAsItArrives) {
     const std::string file = folder_ / "pid";
     start(childPath("write_then_hang"), {file, "first"});
     ASSERT_TRUE(delegate_->waitForChunks(1));
@@ -50,7 +50,7 @@ TEST_F(AsyncTask, HandsOutputOverAsItComes) {
     EXPECT_TRUE(isIdle());
 }
 
-TEST_F(AsyncTask, OfAToolThatWritesNothingTellsTheEndAlone) {
+TEST_F(AsyncTask, OfASilentToolDeliversOnlyTheEnd) {
     start(childPath("print_streams"), {"", "only errors"});
     ASSERT_TRUE(delegate_->waitForEnds(1));
     EXPECT_EQ(delegate_->chunks(), 0);
@@ -58,7 +58,7 @@ TEST_F(AsyncTask, OfAToolThatWritesNothingTellsTheEndAlone) {
     EXPECT_EQ(delegate_->ends(), 1);
 }
 
-TEST_F(AsyncTask, OutputWrittenToStandardErrorNeverReachesTheDelegate) {
+TEST_F(AsyncTask, DoesNotDeliverStandardError) {
     // More than a pipe would hold, and in the end "done" to standard output.
     start(childPath("fill_errors"), {folder_ / "pid"});
     ASSERT_TRUE(delegate_->waitForEnds(1));
@@ -69,13 +69,13 @@ TEST_F(AsyncTask, OutputWrittenToStandardErrorNeverReachesTheDelegate) {
     EXPECT_EQ(delegate_->text(), "donediscarded\n");
 }
 
-TEST_F(AsyncTask, LeavesAMissingObjectOut) {
+TEST_F(AsyncTask, PassesNullForAMissingObject) {
     start(childPath("print_streams"), {"out"});
     ASSERT_TRUE(delegate_->waitForEnds(1));
     EXPECT_EQ(delegate_->object(), nullptr);
 }
 
-TEST_F(AsyncTask, GivesTheToolItsEnvironmentAlone) {
+TEST_F(AsyncTask, GivesTheToolOnlyTheGivenEnvironment) {
     runner_->asyncDataFromTask(childPath("print_env"), std::nullopt, delegate_,
                                selectorOf(delegate_), nullptr,
                                Environment{{"ONE", "1"}, {"TWO", "a b\n"}});
@@ -103,7 +103,7 @@ TEST_F(AsyncTask, ReadsToTheEndWithoutADelegateOrAnOperation) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(AsyncTask, WithoutTheOperationStillEndsTheToolAndForgetsTheDelegate) {
+TEST_F(AsyncTask, WithoutAnOperationEndsTheToolAndReleasesTheDelegate) {
     class KeptTasks : public test::ForwardingTasks {
       public:
         std::shared_ptr<platform::Task> made;
@@ -142,7 +142,7 @@ TEST_F(AsyncTask, KeepsTheDelegateAndTheObjectWhileItLasts) {
     EXPECT_TRUE(eventually([&] { return watched.expired() && watchedObject.expired(); }));
 }
 
-TEST_F(AsyncTask, OfAToolThatIsMissingIsToldInTheLogAndKeepsItsDelegate) {
+TEST_F(AsyncTask, OfAMissingToolIsLoggedAndKeepsTheDelegate) {
     const std::weak_ptr<test::Delegate> watched = delegate_;
     start(folder_ / "no tool");
     EXPECT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
@@ -158,7 +158,7 @@ TEST_F(AsyncTask, OfAToolThatIsMissingIsToldInTheLogAndKeepsItsDelegate) {
     EXPECT_EQ(runner_->theTask(), nullptr);
 }
 
-TEST_F(AsyncTask, OfAToolThatIsNotExecutableIsToldInTheLog) {
+TEST_F(AsyncTask, OfAToolThatIsNotExecutableIsLogged) {
     start(folder_.writeFile("file"));
     EXPECT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
     EXPECT_THAT(
@@ -177,7 +177,7 @@ TEST_F(AsyncTask, OfAFolderIsReportedAsAnException) {
     runner_->terminateAsyncTask();
 }
 
-TEST_F(AsyncTask, WhoseDelegateRaisesReportsItAndIsOver) {
+TEST_F(AsyncTask, WhoseDelegateThrowsAPlatformExceptionReportsItAndEnds) {
     delegate_->meanwhile = [](const Data&, KXTaskEx&) {
         throw platform::Exception("Name", "a reason");
     };
@@ -206,7 +206,7 @@ TEST_F(AsyncTask, WhoseDelegateThrowsAnythingReportsIt) {
     EXPECT_EQ(delegate_->ends(), 0);
 }
 
-TEST_F(AsyncTask, OfAToolThatWritesWithoutEndCanBeStopped) {
+TEST_F(AsyncTask, OfAToolThatNeverStopsWritingCanBeStopped) {
     start("/usr/bin/yes");
     ASSERT_TRUE(delegate_->waitForChunks(3));
     runner_->terminateAsyncTask();
@@ -215,7 +215,7 @@ TEST_F(AsyncTask, OfAToolThatWritesWithoutEndCanBeStopped) {
     EXPECT_TRUE(eventually([] { return test::zombieCount() == 0; }));
 }
 
-TEST_F(AsyncTask, OfAToolThatIgnoresTheSignalEndsAllTheSame) {
+TEST_F(AsyncTask, OfAToolThatIgnoresTheSignalEnds) {
     const std::string file = folder_ / "pid";
     start(childPath("ignore_term"), {file});
     const pid_t child = test::pidIn(file);
@@ -237,7 +237,7 @@ TEST_F(AsyncTask, WhoseGrandchildKeepsThePipeCanBeStopped) {
     ::kill(grandchild, SIGKILL);
 }
 
-TEST_F(AsyncTask, ANotificationOfOnesOwnIsDelivered) {
+TEST_F(AsyncTask, DeliversANotificationOfTheCaller) {
     start(childPath("hang"), {folder_ / "pid"});
     test::pidIn(folder_ / "pid");
     const AsyncTaskNotification notification{KXAsyncTaskDataNotification, Data("mine")};
@@ -248,7 +248,7 @@ TEST_F(AsyncTask, ANotificationOfOnesOwnIsDelivered) {
     EXPECT_TRUE(isIdle());
 }
 
-TEST_F(AsyncTask, TheBodyOfItsThreadMayBeRunOnAnyOther) {
+TEST_F(AsyncTask, ItsThreadsBodyMayRunOnAnyThread) {
     runner_->launchAsyncTask();
     EXPECT_THAT(logged(), ElementsAre("Unable to launch async task - no task set"));
 }

@@ -35,7 +35,7 @@ TEST_F(TaskOutput, IsStandardOutputWhenThereIsAny) {
     EXPECT_EQ(dataOf("print_streams", {"out", "err"}), "out");
 }
 
-TEST_F(TaskOutput, IsStandardErrorWhenThereIsNothingElse) {
+TEST_F(TaskOutput, IsStandardErrorWhenStandardOutputIsEmpty) {
     EXPECT_EQ(dataOf("print_streams", {"", "err"}), "err");
 }
 
@@ -49,7 +49,7 @@ TEST_F(TaskOutput, KeepsEveryByte) {
     EXPECT_EQ(dataOf("print_args", {"a"}), childPath("print_args") + std::string("\0a\0", 3));
 }
 
-TEST_F(TaskOutput, MayBeLargeAndComeInOddPieces) {
+TEST_F(TaskOutput, MayBeLargeAndArriveInPiecesOfAnySize) {
     const std::size_t size = 9'000'001;
     const auto data = dataOf("print_bytes", {std::to_string(size), "4099"});
     EXPECT_TRUE(data == test::pattern(0, size));
@@ -62,7 +62,7 @@ TEST_F(TaskOutput, OfAToolThatWroteMuchToBothIsStandardOutput) {
     EXPECT_EQ(dataOf("print_streams", {"", errors}), errors);
 }
 
-TEST_F(TaskOutput, WithoutLogOutputIsStandardErrorAlone) {
+TEST_F(TaskOutput, WithoutLogOutputIsStandardErrorOnly) {
     ::testing::internal::CaptureStdout();
     const auto errors = KXTaskEx::dataFromTask(childPath("print_streams"), StringList{"out", "err"},
                                                nullptr, std::nullopt, LogOutput::No);
@@ -116,7 +116,7 @@ TEST_F(TaskOutput, AnApplicationIsRefused) {
     EXPECT_THAT(logged(), ElementsAre("Error: " + application + " is not executable"));
 }
 
-TEST_F(TaskOutput, TextIsAsciiUnlessSaidOtherwise) {
+TEST_F(TaskOutput, TextIsAsciiByDefault) {
     const std::string tool = childPath("print_streams");
     EXPECT_EQ(KXTaskEx::stringFromTask(tool, StringList{"plain"}), "plain");
     EXPECT_EQ(KXTaskEx::stringFromTask(tool, StringList{"é"}), std::nullopt);
@@ -145,7 +145,7 @@ TEST_F(TaskOutput, OfAGrandchildThatKeepsThePipeIsWaitedFor) {
     EXPECT_EQ(dataOf("grandchild_keeps_pipe"), "late");
 }
 
-TEST_F(TaskOutput, IsAnsweredWhileAToolThatHasClosedItStillRuns) {
+TEST_F(TaskOutput, IsReturnedWhenTheToolHasClosedItAndStillRuns) {
     const std::string pidFile = folder_ / "pid";
     EXPECT_EQ(dataOf("close_output_and_hang", {pidFile}), "");
     const pid_t pid = test::pidIn(pidFile);

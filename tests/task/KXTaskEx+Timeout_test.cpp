@@ -71,7 +71,7 @@ TEST_F(TaskTimeout, TerminatesAToolThatRunsTooLong) {
     EXPECT_THAT(logged(), ElementsAre(told("hang")));
 }
 
-TEST_F(TaskTimeout, OfARunIsToldByTheMessagesOnly) {
+TEST_F(TaskTimeout, OfARunIsReportedByMessagesOnly) {
     std::thread passer = passWhenRunning(pidFile_);
     KXTaskEx::runTask(childPath("hang"), StringList{pidFile_}, 30s);
     passer.join();
@@ -79,7 +79,7 @@ TEST_F(TaskTimeout, OfARunIsToldByTheMessagesOnly) {
     EXPECT_THAT(logged(), ElementsAre(told("hang")));
 }
 
-TEST_F(TaskTimeout, OfDataAnswersWhatWasRead) {
+TEST_F(TaskTimeout, OfDataReturnsWhatWasRead) {
     std::thread passer = passWhenRunning(pidFile_);
     std::atomic<bool> done{false};
     OptionalString text;
@@ -103,7 +103,7 @@ TEST_F(TaskTimeout, OfTextTakesAnEncoding) {
 }
 
 // The time-out passes while the tool runs and is read; the tool is then ended in another way.
-TEST_F(TaskTimeout, OfDataOnTheMainThreadComesAfterTheReading) {
+TEST_F(TaskTimeout, OfDataOnTheMainThreadTakesEffectAfterReading) {
     std::thread killer([this] {
         const pid_t tool = test::pidIn(pidFile_);
         time_->release();
@@ -148,7 +148,7 @@ TEST_F(TaskTimeout, TakesEffectOnlyWhileTheMainThreadServicesItsRunLoop) {
     EXPECT_EQ(code, SIGTERM);
 }
 
-TEST_F(TaskTimeout, AToolThatIgnoresTheRequestIsWaitedFor) {
+TEST_F(TaskTimeout, AToolThatIgnoresTheSignalIsWaitedFor) {
     std::thread passer = passWhenRunning(pidFile_);
     std::atomic<bool> done{false};
     long code = 0;
@@ -167,7 +167,7 @@ TEST_F(TaskTimeout, AToolThatIgnoresTheRequestIsWaitedFor) {
     EXPECT_THAT(logged(), ElementsAre(told("ignore_term")));
 }
 
-TEST_F(TaskTimeout, EndsAToolThatReadsItsInputForEver) {
+TEST_F(TaskTimeout, EndsAToolThatWaitsForInput) {
     std::thread passer = passWhenRunning(pidFile_);
     std::atomic<bool> done{false};
     std::thread caller([&] {
@@ -221,7 +221,7 @@ class ImmediateTimeout : public TaskTimeout, public ::testing::WithParamInterfac
 
 INSTANTIATE_TEST_SUITE_P(Seconds, ImmediateTimeout, ::testing::Values(0.0, 0.9, -5.0));
 
-TEST_P(ImmediateTimeout, TerminatesAToolThatRunsAtOnce) {
+TEST_P(ImmediateTimeout, TerminatesARunningToolAtOnce) {
     std::atomic<bool> done{false};
     long code = 0;
     std::thread caller([&] {
@@ -249,7 +249,7 @@ class LateFileManager : public test::ForwardingFileManager {
     const HeldTime& time_;
 };
 
-TEST_P(ImmediateTimeout, BeforeTheStartLeavesTheRunWithoutALimit) {
+TEST_P(ImmediateTimeout, BeforeTheStartHasNoEffect) {
     LateFileManager late(time_);
     platform_->fileManager = &late;
     std::atomic<bool> done{false};
@@ -268,7 +268,7 @@ TEST_P(ImmediateTimeout, BeforeTheStartLeavesTheRunWithoutALimit) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(TaskTimeout, TheFieldNamesTheToolWhileItRunsAndNothingBeforeAndAfter) {
+TEST_F(TaskTimeout, TheFieldIsSetOnlyWhileTheToolRuns) {
     const auto runner = KXTaskEx::create();
     EXPECT_EQ(runner->theTask(), nullptr);
     std::atomic<bool> done{false};
@@ -286,7 +286,7 @@ TEST_F(TaskTimeout, TheFieldNamesTheToolWhileItRunsAndNothingBeforeAndAfter) {
     EXPECT_EQ(runner->theTask(), nullptr);
 }
 
-TEST_F(TaskTimeout, TheThreadKeepsTheInstanceUntilTheDelayHasPassed) {
+TEST_F(TaskTimeout, TheThreadKeepsTheInstanceUntilTheTimeIsOver) {
     auto runner = KXTaskEx::create();
     const std::weak_ptr<KXTaskEx> watched = runner;
     runner->runTaskOnInstance(childPath("exit_with"), StringList{"0"}, 30s);
@@ -298,7 +298,7 @@ TEST_F(TaskTimeout, TheThreadKeepsTheInstanceUntilTheDelayHasPassed) {
     EXPECT_TRUE(watched.expired());
 }
 
-TEST_F(TaskTimeout, ARefusalIsAnsweredAtOnceAndTheThreadSleepsOn) {
+TEST_F(TaskTimeout, ARefusalReturnsAtOnceWhileTheThreadSleeps) {
     EXPECT_EQ(KXTaskEx::terminationCodeFromTask(folder_ / "missing", std::nullopt, 30s), -1);
     EXPECT_FALSE(KXTaskEx::dataFromTask(folder_ / "missing", std::nullopt, 30s));
     EXPECT_EQ(KXTaskEx::stringFromTask(folder_ / "missing", std::nullopt, 30s), "");
@@ -333,7 +333,7 @@ TEST_F(TimeoutSteps, WithoutATaskNothingHappens) {
     EXPECT_THAT(console_.logged.all(), IsEmpty());
 }
 
-TEST_F(TimeoutSteps, ATaskThatDoesNotRunIsLeftAlone) {
+TEST_F(TimeoutSteps, ATaskThatDoesNotRunIsNotTerminated) {
     tasks_.script.runsAfterLaunch = false;
     runner_->setTheTask(launched());
     runner_->timeout();
@@ -342,7 +342,7 @@ TEST_F(TimeoutSteps, ATaskThatDoesNotRunIsLeftAlone) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(TimeoutSteps, ARunningTaskIsToldOfAndThenTerminated) {
+TEST_F(TimeoutSteps, ARunningTaskIsReportedAndThenTerminated) {
     runner_->setTheTask(launched());
     bool wasLogged = true;
     console_.meanwhile = [&] { wasLogged = !logged().empty(); };
@@ -400,7 +400,7 @@ TEST_F(TimeoutSteps, TheThreadIsStartedBeforeTheFieldIsCleared) {
 }
 
 // The task becomes known to the time-out only when the launch is near.
-TEST_F(TimeoutSteps, OfATerminationCodeTheFieldIsFilledJustBeforeTheLaunch) {
+TEST_F(TimeoutSteps, OfATerminationCodeSetTheFieldJustBeforeTheLaunch) {
     journal_.remark = [this] {
         return std::string(runner_->theTask() != nullptr ? ", named" : "");
     };
@@ -410,7 +410,7 @@ TEST_F(TimeoutSteps, OfATerminationCodeTheFieldIsFilledJustBeforeTheLaunch) {
                             "running?, named", "wait, named", "status, named", "released"));
 }
 
-TEST_F(TimeoutSteps, OfAThreadThatCannotReachTheMainThreadEndInTheLog) {
+TEST_F(TimeoutSteps, OfAThreadThatCannotReachTheMainThreadAreLogged) {
     class Unreachable : public test::ForwardingMainThread {
       public:
         void performOnMainThread(std::function<void()>, platform::WaitUntilDone) override {
@@ -426,7 +426,7 @@ TEST_F(TimeoutSteps, OfAThreadThatCannotReachTheMainThreadEndInTheLog) {
     platform_->mainThread = platform::native().mainThread;
 }
 
-TEST_F(TimeoutSteps, TheThreadSleepsAndHasTheMainThreadDoIt) {
+TEST_F(TimeoutSteps, TheThreadSleepsAndTheMainThreadTerminates) {
     runner_->setTheTask(launched());
     std::atomic<bool> done{false};
     time_->release();

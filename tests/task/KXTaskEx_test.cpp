@@ -27,14 +27,14 @@ class RunTask : public test::TaskTest {
     }
 };
 
-TEST_F(RunTask, AnswersYesWhateverTheStatus) {
+TEST_F(RunTask, ReturnsTrueWhateverTheStatus) {
     EXPECT_TRUE(KXTaskEx::runTask(childPath("exit_with"), StringList{"0"}));
     EXPECT_TRUE(KXTaskEx::runTask(childPath("exit_with"), StringList{"3"}));
     EXPECT_TRUE(KXTaskEx::runTask(childPath("kill_self"), StringList{"9"}));
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(RunTask, HasWaitedWhenItAnswers) {
+TEST_F(RunTask, ReturnsAfterTheToolHasEnded) {
     KXTaskEx::TaskReference task;
     EXPECT_TRUE(KXTaskEx::runTask(childPath("exit_with"), StringList{"4"}, &task));
     ASSERT_NE(task, nullptr);
@@ -51,13 +51,13 @@ TEST_F(RunTask, LogsAndPrintsARefusal) {
     EXPECT_THAT(console_.logged.all(), IsEmpty());
 }
 
-TEST_F(RunTask, LeavesTheCallersReferenceAloneAfterARefusal) {
+TEST_F(RunTask, DoesNotChangeTheCallersReferenceAfterARefusal) {
     KXTaskEx::TaskReference task;
     EXPECT_FALSE(KXTaskEx::runTask(folder_ / "missing", std::nullopt, &task));
     EXPECT_EQ(task, nullptr);
 }
 
-TEST_F(RunTask, RefusesWhatNobodyMayExecute) {
+TEST_F(RunTask, RefusesAFileThatIsNotExecutable) {
     EXPECT_FALSE(KXTaskEx::runTask(folder_.writeFile("plain", "#!/bin/sh\n"), std::nullopt));
     EXPECT_FALSE(KXTaskEx::runTask(folder_.makeLink("dangling", "nowhere"), std::nullopt));
     EXPECT_FALSE(KXTaskEx::runTask("", std::nullopt));
@@ -104,7 +104,7 @@ TEST_F(RunTask, ToolsMayHaveAnyName) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(RunTask, ARefusedNameWithPercentSignsIsLoggedAsItStands) {
+TEST_F(RunTask, ARefusedNameWithPercentSignsIsLoggedUnchanged) {
     const std::string missing = folder_ / "100%@ %d";
     KXTaskEx::runTaskAndReturn(missing, std::nullopt);
     EXPECT_THAT(console_.logged.all(), ElementsAre(notExecutable(missing)));
@@ -119,7 +119,7 @@ TEST_F(RunTask, DiscardsTheOutput) {
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(RunTask, ServesManyThreadsAtOnce) {
+TEST_F(RunTask, MayBeCalledByManyThreadsAtOnce) {
     std::vector<std::thread> threads;
     std::vector<long> codes(4, 0);
     for (std::size_t n = 0; n < codes.size(); ++n)
@@ -142,7 +142,7 @@ TEST_F(RunTask, RunAndReturnDoesNotWait) {
     EXPECT_TRUE(test::eventually([&] { return !test::processExists(pid); }));
 }
 
-TEST_F(RunTask, RunAndReturnTellsARefusalOnTheConsoleAndInTheLog) {
+TEST_F(RunTask, RunAndReturnReportsARefusalOnTheConsoleAndInTheLog) {
     const std::string missing = folder_ / "missing";
     KXTaskEx::runTaskAndReturn(missing, std::nullopt);
     EXPECT_THAT(console_.logged.all(), ElementsAre(notExecutable(missing)));
@@ -157,7 +157,7 @@ TEST_F(RunTask, TerminationCodeIsTheStatusOrTheSignal) {
     EXPECT_EQ(KXTaskEx::terminationCodeFromTask(childPath("kill_self"), StringList{"9"}), 9);
 }
 
-TEST_F(RunTask, TerminationCodeTellsARefusalOnTheConsoleAndInTheLog) {
+TEST_F(RunTask, TerminationCodeReportsARefusalOnTheConsoleAndInTheLog) {
     const std::string missing = folder_ / "missing";
     EXPECT_EQ(KXTaskEx::terminationCodeFromTask(missing, std::nullopt), -1);
     EXPECT_THAT(console_.logged.all(), ElementsAre(notExecutable(missing)));
@@ -182,7 +182,7 @@ TEST_F(RunTask, AnotherThreadCanTerminateTheTool) {
     EXPECT_FALSE(task->isRunning());
 }
 
-TEST_F(RunTask, ManyRunsLeaveNothingBehind) {
+TEST_F(RunTask, ManyRunsLeaveNoResidue) {
     const StringList none;
     KXTaskEx::runTaskAndReturn("/bin/sleep", StringList{"0.1"});  // starts what is started once
     KXTaskEx::dataFromTask("/bin/true", none, nullptr);

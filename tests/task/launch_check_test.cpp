@@ -24,23 +24,23 @@ class LaunchCheck : public testing::Test {
     test::TempFolder folder_;
 };
 
-TEST_F(LaunchCheck, AnExecutableFileMayBeStarted) {
+TEST_F(LaunchCheck, AcceptsAnExecutableFile) {
     expect(true, makeTool("tool", 0755));
     expect(true, folder_.makeLink("link", makeTool("target", 0755)));
 }
 
-TEST_F(LaunchCheck, AFileWithoutTheRightMayNot) {
+TEST_F(LaunchCheck, RefusesAFileThatIsNotExecutable) {
     expect(false, makeTool("tool", 0644));
 }
 
-TEST_F(LaunchCheck, WhatIsNotThereMayNot) {
+TEST_F(LaunchCheck, RefusesAMissingFile) {
     expect(false, std::nullopt);
     expect(false, "");
     expect(false, folder_ / "missing");
     expect(false, folder_.makeLink("dangling", "nowhere"));
 }
 
-TEST_F(LaunchCheck, APlainFolderPassesAndAPackageDoesNot) {
+TEST_F(LaunchCheck, AcceptsAPlainFolderAndRefusesAPackage) {
     expect(true, folder_.makeFolder("folder"));
     expect(false, folder_.makeFolder("Tool.app"));
     expect(false, folder_.makeFolder("Tool.BUNDLE"));

@@ -46,7 +46,7 @@ TEST_F(TaskSteps, RunSetsNoArgumentsForNilButAnEmptyListForAnEmptyOne) {
     EXPECT_TRUE(journal_.steps.contains("arguments"));
 }
 
-TEST_F(TaskSteps, RunLogsAnExceptionAndAnswersNo) {
+TEST_F(TaskSteps, RunLogsAnExceptionAndReturnsFalse) {
     tasks_.script.launch = [] { throw platform::Exception("Name", "the reason"); };
     EXPECT_FALSE(KXTaskEx::runTask("/tool", std::nullopt));
     EXPECT_THAT(logged(), ElementsAre("Exception running task /tool: the reason"));
@@ -54,13 +54,13 @@ TEST_F(TaskSteps, RunLogsAnExceptionAndAnswersNo) {
     EXPECT_THAT(console_.printed.all(), IsEmpty());
 }
 
-TEST_F(TaskSteps, RunGuardsTheWaitingToo) {
+TEST_F(TaskSteps, RunCatchesExceptionsOfTheWait) {
     tasks_.script.wait = [] { throw platform::Exception("Name", "in the wait"); };
     EXPECT_FALSE(KXTaskEx::runTask("/tool", std::nullopt));
     EXPECT_THAT(logged(), ElementsAre("Exception running task /tool: in the wait"));
 }
 
-TEST_F(TaskSteps, RunDoesNotGuardTheLaunchCheck) {
+TEST_F(TaskSteps, RunDoesNotCatchExceptionsOfTheLaunchCheck) {
     fileManager_.meanwhile = [] { throw platform::Exception("Name", "in the check"); };
     EXPECT_EQ(exceptionOf([] { KXTaskEx::runTask("/tool", std::nullopt); }), "Name: in the check");
     EXPECT_THAT(logged(), IsEmpty());
@@ -72,7 +72,7 @@ TEST_F(TaskSteps, RunCatchesExceptionsOfAnotherKind) {
     EXPECT_THAT(logged(), ElementsAre("Exception running task /tool: other"));
 }
 
-TEST_F(TaskSteps, RunAndReturnNeitherWaitsNorAsks) {
+TEST_F(TaskSteps, RunAndReturnNeitherWaitsNorQueriesTheTask) {
     KXTaskEx::runTaskAndReturn("/tool", StringList{"a"});
     EXPECT_THAT(stepsOfTask(), ElementsAre("make task", "path /tool", "arguments 'a'", "error null",
                                            "output null", "launch", "released"));
@@ -103,7 +103,7 @@ TEST_F(TaskSteps, RefusalsAreOnTheConsoleBeforeTheyAreInTheLog) {
     EXPECT_EQ(logged().size(), 2U);
 }
 
-TEST_F(TaskSteps, RunAndReturnAsksNothingOfANilPath) {
+TEST_F(TaskSteps, RunAndReturnDoesNotCheckANilPath) {
     KXTaskEx::runTaskAndReturn(std::nullopt, std::nullopt);
     EXPECT_THAT(steps(), IsEmpty());
     EXPECT_THAT(console_.logged.all(), ElementsAre("Error: (null) is not executable"));
@@ -138,7 +138,7 @@ TEST_F(TaskSteps, TerminationCodeLetsExceptionsReachTheCaller) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(TaskSteps, DataIsReadFromOnePipeAfterTheOther) {
+TEST_F(TaskSteps, DataReadsOnePipeAfterTheOther) {
     remarkStored();
     handles_.chunks[1] = {"one ", "two"};
     handles_.chunks[2] = {"err", "or"};
@@ -157,7 +157,7 @@ TEST_F(TaskSteps, DataIsReadFromOnePipeAfterTheOther) {
                                      "close pipe2.reading, stored", "close pipe1.reading, stored"));
 }
 
-TEST_F(TaskSteps, DataGivesTheTaskUpWithoutWaitingForItOrAskingItsStatus) {
+TEST_F(TaskSteps, DataReleasesTheTaskWithoutWaitingForIt) {
     KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr);
     const StringList all = steps();
     ASSERT_GE(all.size(), 3u);
@@ -182,7 +182,7 @@ TEST_F(TaskSteps, DataSetsTheEnvironmentOnlyWhenThereIsOne) {
     EXPECT_TRUE(journal_.steps.contains("environment 'A'='1'"));
 }
 
-TEST_F(TaskSteps, DataLeavesStandardOutputAloneWithoutLogOutput) {
+TEST_F(TaskSteps, DataDoesNotSetStandardOutputWithoutLogOutput) {
     handles_.chunks[1] = {"never read"};
     handles_.chunks[2] = {"error"};
     const auto data =
@@ -194,7 +194,7 @@ TEST_F(TaskSteps, DataLeavesStandardOutputAloneWithoutLogOutput) {
     EXPECT_TRUE(journal_.steps.contains("close pipe1.reading"));
 }
 
-TEST_F(TaskSteps, DataTellsAnExceptionOnTheConsoleOnly) {
+TEST_F(TaskSteps, DataReportsAnExceptionOnTheConsoleOnly) {
     tasks_.script.launch = [] { throw platform::Exception("Name", "the reason"); };
     EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
     EXPECT_THAT(console_.logged.all(), ElementsAre("Exception running task /tool: the reason"));
@@ -202,7 +202,7 @@ TEST_F(TaskSteps, DataTellsAnExceptionOnTheConsoleOnly) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(TaskSteps, DataGuardsTheLaunchCheckToo) {
+TEST_F(TaskSteps, DataCatchesExceptionsOfTheLaunchCheck) {
     fileManager_.meanwhile = [] { throw platform::Exception("Name", "in the check"); };
     EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
     EXPECT_THAT(console_.logged.all(), ElementsAre("Exception running task /tool: in the check"));
@@ -210,7 +210,7 @@ TEST_F(TaskSteps, DataGuardsTheLaunchCheckToo) {
     EXPECT_THAT(stepsOfTask(), IsEmpty());
 }
 
-TEST_F(TaskSteps, DataGuardsTheReadingToo) {
+TEST_F(TaskSteps, DataCatchesExceptionsOfReading) {
     handles_.chunks[1] = {"one", "!"};
     EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
     EXPECT_THAT(console_.logged.all(), ElementsAre("Exception running task /tool: cannot read"));
@@ -224,7 +224,7 @@ TEST_F(TaskSteps, DataCatchesExceptionsOfAnotherKind) {
     EXPECT_TRUE(journal_.steps.contains("released"));
 }
 
-TEST_F(TaskSteps, TheBasicCheckAsksAboutExecutingFirstAndStopsAtNo) {
+TEST_F(TaskSteps, TheBasicCheckTestsExecutabilityFirst) {
     fileManager_.executable = false;
     fileManager_.exists = false;
     EXPECT_FALSE(KXTaskEx::runTask("/tool", std::nullopt));
@@ -233,7 +233,7 @@ TEST_F(TaskSteps, TheBasicCheckAsksAboutExecutingFirstAndStopsAtNo) {
     EXPECT_THAT(steps(), ElementsAre("executable?", "executable?", "executable?"));
 }
 
-TEST_F(TaskSteps, TheFullCheckAsksForTheItemFirst) {
+TEST_F(TaskSteps, TheFullCheckTestsExistenceFirst) {
     fileManager_.exists = false;
     EXPECT_FALSE(KXTaskEx::dataFromTask("/tool", std::nullopt, nullptr));
     EXPECT_THAT(steps(), ElementsAre("exists?"));

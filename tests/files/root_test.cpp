@@ -1,4 +1,4 @@
-// What the super-user cannot do falls back to the tools as well, without rights being asked for.
+// What root cannot do is repeated with the tools as well, without a request for rights.
 #include <gmock/gmock.h>
 
 #include "quillmoor/platform/exception.h"
@@ -27,10 +27,10 @@ class NoTasks : public test::ForwardingTasks {
     StringList launched_;
 };
 
-class SuperUsersFiles : public test::FilesTest {
+class RootsFiles : public test::FilesTest {
   protected:
-    SuperUsersFiles() {
-        becomeSuperUser();
+    RootsFiles() {
+        becomeRoot();
         manager_.refuses = desktop_.refusesToRecycle = true;
         startLog();
     }
@@ -39,7 +39,7 @@ class SuperUsersFiles : public test::FilesTest {
     std::string new_ = folder_ / "new";
 };
 
-TEST_F(SuperUsersFiles, FallBackToTheToolsThemselves) {
+TEST_F(RootsFiles, FallBackToTheToolsThemselves) {
     EXPECT_TRUE(KXFileManager::copyFile(file_, new_));
     EXPECT_TRUE(KXFileManager::moveFile(file_, new_));
     EXPECT_TRUE(KXFileManager::createDirectory(new_));
@@ -53,7 +53,7 @@ TEST_F(SuperUsersFiles, FallBackToTheToolsThemselves) {
     EXPECT_THAT(authorization_.started(), IsEmpty());
 }
 
-TEST_F(SuperUsersFiles, WithoutLeaveToAskAreLeftAlone) {
+TEST_F(RootsFiles, WithShouldAuthNoAreLeftUnchanged) {
     EXPECT_FALSE(KXFileManager::copyFile(file_, new_, ShouldAuth::No));
     EXPECT_FALSE(KXFileManager::moveFile(file_, new_, ShouldAuth::No));
     EXPECT_FALSE(KXFileManager::createDirectory(new_, ShouldAuth::No));
@@ -62,7 +62,7 @@ TEST_F(SuperUsersFiles, WithoutLeaveToAskAreLeftAlone) {
     EXPECT_THAT(tasks_.launched, IsEmpty());
 }
 
-TEST_F(SuperUsersFiles, WhoseToolCannotBeStartedAnswerNoAndAreReported) {
+TEST_F(RootsFiles, WhoseToolCannotBeStartedReturnFalseAndAreReported) {
     NoTasks tasks;
     platform_->tasks = &tasks;
     ::testing::internal::CaptureStdout();
@@ -92,7 +92,7 @@ TEST_F(SuperUsersFiles, WhoseToolCannotBeStartedAnswerNoAndAreReported) {
 }
 
 // Nothing tells of an item that did not come.
-TEST_F(SuperUsersFiles, WhoseToolCannotBeStartedLeaveNoNoteInTheTrash) {
+TEST_F(RootsFiles, WhoseToolCannotBeStartedLeaveNoRecordInTheTrash) {
     NoTasks tasks;
     platform_->tasks = &tasks;
     EXPECT_FALSE(KXFileManager::trashFile(file_));
@@ -101,7 +101,7 @@ TEST_F(SuperUsersFiles, WhoseToolCannotBeStartedLeaveNoNoteInTheTrash) {
                             "abandon " + trash() + " file"));
 }
 
-TEST_F(SuperUsersFiles, WithANameThatNoToolCanBeGivenAnswerNo) {
+TEST_F(RootsFiles, WithANameThatCannotBeAnArgumentReturnFalse) {
     platform_->tasks = platform::native().tasks;
     const std::string bad("/tmp/a\0b", 8);
     EXPECT_FALSE(KXFileManager::copyFile(file_, bad));
@@ -110,7 +110,7 @@ TEST_F(SuperUsersFiles, WithANameThatNoToolCanBeGivenAnswerNo) {
     EXPECT_EQ(test::readFile(file_), "text");
 }
 
-TEST_F(SuperUsersFiles, ThatAreMissingAreTouchedWithoutRights) {
+TEST_F(RootsFiles, ThatAreMissingAreTouchedByTheToolItself) {
     EXPECT_TRUE(KXFileManager::touchFile(new_));
     EXPECT_THAT(tasks_.launched, ElementsAre("/usr/bin/touch -c " + new_, "waited"));
     EXPECT_THAT(authorization_.started(), IsEmpty());
