@@ -86,7 +86,7 @@ TEST_F(AuthorizedFiles, ThatAreProtectedAreRefusedToRootToo) {
     EXPECT_THAT(tasks_.launched, IsEmpty());
 }
 
-// Only the folders themselves are protected, and only spelled without a slash at the end.
+// Only the folders themselves are protected, and only without a trailing slash.
 TEST_F(AuthorizedFiles, InsideProtectedFoldersAreNotProtected) {
     KXAuthorization& session = authorized();
     EXPECT_TRUE(session.authRemoveFile("/Library/Startup"));
@@ -236,7 +236,7 @@ TEST_F(AuthorizedFiles, OfRootNeedNoRightsAndReturnTrue) {
     EXPECT_THAT(clock_.slept, IsEmpty());
 }
 
-// Every text of the privileged operations.
+// Every text of these operations.
 TEST_F(AuthorizedFiles, AreNeverReportedInTheLog) {
     KXLog::createNewLog("Files");
     KXLog::finishWriting();

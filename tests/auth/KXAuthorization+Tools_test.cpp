@@ -76,7 +76,7 @@ TEST_F(AuthorizedTool, ThatIsNotAProgramIsRefusedByThePlatform) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-// Whoever may be asked waits for the answer.
+// The tool starts only when the user has answered.
 TEST_F(AuthorizedTool, IsStartedOnlyAfterTheUserHasAnswered) {
     KXAuthorization& session = *KXAuthorization::sharedController();
     std::size_t startedWhileAsked = 1;

@@ -57,7 +57,7 @@ TEST_F(AuthorizedTrash, ReportsNothingForAnItemThatIsNotMoved) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-// Its folder may come only now, with what the desktop keeps in it.
+// Preparing it may create its folder, with items that are in it already.
 TEST_F(AuthorizedTrash, IsSearchedForTheNameAfterItIsPrepared) {
     class Late : public test::AuthTrash {
       public:
@@ -121,7 +121,7 @@ TEST_F(AuthorizedTrash, DoesNotCheckTheDatedName) {
     EXPECT_THAT(authorization_.started(), ElementsAre(trashed(file_, "notes_20240131235958.txt")));
 }
 
-// As in one that belongs to root.
+// As in a Trash that belongs to root.
 TEST_F(AuthorizedTrash, ThatCannotBeSearchedCountsEachNameAsTaken) {
     class Closed : public test::AuthTrash {
         bool prepareTrash(const std::string&) override { return true; }
@@ -203,7 +203,7 @@ TEST_F(AuthorizedTrash, IsThatOfTheSessionsHomeAfterTheProcessBecameRoot) {
                 ElementsAre("/bin/mv -f " + file_ + " " + (folder_ / "bob/.Trash/notes.txt")));
 }
 
-// A home that is found until it is not.
+// A home that is found once and then missing.
 class LosableHome : public test::AuthLocations {
   public:
     bool isLost = false;
@@ -224,7 +224,7 @@ TEST_F(AuthorizedTrash, ThatDoesNotExistTakesNothing) {
     EXPECT_THAT(tasks_.launched, IsEmpty());
 }
 
-// The user at the console may leave at any moment.
+// The user at the console may log out at any moment.
 TEST_F(AuthorizedTrash, IsTheSameForAllOfOneOperation) {
     LosableHome locations;
     locations.home = locations_.home;
@@ -248,7 +248,7 @@ TEST_F(AuthorizedTrash, IsTheSameForAllOfOneOperation) {
     EXPECT_THAT(tasks_.launched, ElementsAre(trashed(file_, "notes.txt")));
 }
 
-// The item stays, and what has its new name in the Trash goes.
+// The item stays, and the item with its new name in the Trash is removed.
 TEST_F(AuthorizedTrash, InRootsAccountRemovesTheItemOfThatName) {
     becomeRoot();
     KXAuthorization& session = *KXAuthorization::sharedController();

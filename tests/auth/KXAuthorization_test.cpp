@@ -67,8 +67,8 @@ TEST_F(AuthorizationSession, IsCreatedOnceByManyThreads) {
     EXPECT_THAT(authorization_.calls, ElementsAre("privileged 0"));
 }
 
-// While a session is being made nobody else gets it, or is told that there is one. A thread that
-// did not wait would be done long before this gives up on it.
+// While a session is being created, no other thread can see it. A thread that
+// did not wait would have finished long before this test stops waiting for it.
 TEST_F(AuthorizationSession, IsNotReturnedBeforeItIsReady) {
     std::future<KXAuthorization*> shared;
     std::future<KXAuthorization*> second;

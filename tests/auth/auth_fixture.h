@@ -1,4 +1,4 @@
-// A session in a made-up computer: nothing is really asked for and no tool is really started.
+// A session in a fake computer: no rights are requested and no tool is started.
 #pragma once
 
 #include <algorithm>
@@ -17,7 +17,7 @@ class AuthUser : public ForwardingProcessInfo {
     unsigned realUserId() override { return uid; }
 };
 
-// The homes are folders of the test's own; the machine's folders stand at the top, as they do.
+// The homes are the test's own folders; the machine's folders are at the root as on a real system.
 class AuthLocations : public ForwardingLocations {
   public:
     std::string home;     // of the user at the console
@@ -77,12 +77,12 @@ class RecordingTasks : public ForwardingTasks {
     }
 };
 
-// Folders that list what the test says, in that order, and items that are there though they are
-// not.
+// Folders with listings that the test sets, in that order, and existing items that appear to be
+// missing.
 class ListingFileManager : public ForwardingFileManager {
   public:
     std::map<std::string, StringList> listings;
-    StringList missing;  // though they are there
+    StringList missing;  // although they exist
     std::optional<StringList> contentsOfDirectory(const std::string& path) override {
         const auto found = listings.find(path);
         return found != listings.end() ? found->second
@@ -103,7 +103,7 @@ class AuthConsole : public ForwardingConsole {
     void log(std::string_view text) override { logged.emplace_back(text); }
 };
 
-// Time stands still, but for what is slept.
+// Time passes only by sleeping.
 class AuthClock : public ForwardingClock {
   public:
     std::vector<std::chrono::microseconds> slept;
@@ -139,7 +139,7 @@ class AuthTrash : public ForwardingTrash {
     }
 
   private:
-    // A link to it, unless something is there already.
+    // A link to it, unless an item exists there.
     static void makeDesktopsTrash(const std::string& link) {
         const std::filesystem::path home = std::filesystem::path(link).parent_path();
         std::error_code ignored;
@@ -161,13 +161,13 @@ class AuthTest : public ::testing::Test {
         platform_->clock = &clock_;
         platform_->trash = &desktopTrash_;
     }
-    // Somebody else sits at the console.
+    // Another user logs in at the console.
     void becomeRoot() {
         user_.uid = 0;
         locations_.ownHome = "/var/root";
     }
 
-    // A session that has rights already, and nothing noted yet.
+    // A session that holds rights, with no call recorded yet.
     KXAuthorization& authorized() {
         KXAuthorization& session = *KXAuthorization::sharedController();
         session.setAuthRef(FakeAuthorization::reference(9));

@@ -1,4 +1,4 @@
-// Authorization services that note every call and answer as the test says.
+// Authorization services with scripted results that record every call.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -18,15 +18,15 @@
 
 namespace quillmoor::test {
 
-// With each quote in it doubled.
+// The text with each quote doubled.
 inline std::string quoted(const std::string& text) {
     std::string result = "'";
     for (const char letter : text) result.append(letter == '\'' ? 2 : 1, letter);
     return result + "'";
 }
 
-// A tool and its arguments in one line. An argument in which a blank would hide where it begins and
-// ends is quoted: two arguments never look like one.
+// A tool and its arguments in one line. An argument with a blank or a quote in it is quoted, so
+// that two arguments never look like one.
 inline std::string commandLine(const std::string& tool, const StringList& arguments) {
     std::string line = tool;
     for (const std::string& argument : arguments) {
@@ -37,7 +37,7 @@ inline std::string commandLine(const std::string& tool, const StringList& argume
     return line;
 }
 
-// Gives its text character by character, then ends. Counts how often it was read.
+// Returns its text character by character, then the end. Counts the reads.
 class FakeToolStream : public platform::AuthorizedToolStream {
   public:
     explicit FakeToolStream(std::string text) : text_(std::move(text)) {}
@@ -69,15 +69,15 @@ class FakeAuthorization : public platform::Authorization {
     platform::AuthorizationRef handedOver = nullptr;
     bool handsOverNothing = false;    // a success without a reference
     std::function<void()> whenAsked;  // while the user is asked
-    std::function<void()> whenMade;   // while a session is made
+    std::function<void()> whenMade;   // while a session is created
     std::vector<std::thread::id> askedOn;
     std::string output;
     std::vector<std::shared_ptr<FakeToolStream>> streams;
 
-    // Whoever asked for the stream has let go of it. It cannot be closed: that is the platform's.
+    // Whether the caller has released the stream. Only the platform can close it.
     bool isLetGo(std::size_t stream) const { return streams.at(stream).use_count() == 1; }
 
-    // The references that create gives out, in order, have the numbers 1, 2, 3 …
+    // The references that create() returns have the numbers 1, 2, 3 and so on.
     static platform::AuthorizationRef reference(std::uintptr_t number) {
         return reinterpret_cast<platform::AuthorizationRef>(number);
     }

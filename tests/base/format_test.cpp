@@ -6,7 +6,7 @@
 
 #include "tests/support/german_locale.h"
 
-// A length that is too short for its argument is what some tests are about.
+// Some tests pass arguments that are too long for their length on purpose.
 #pragma GCC diagnostic ignored "-Wformat"
 
 namespace quillmoor {

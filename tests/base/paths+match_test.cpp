@@ -63,7 +63,7 @@ TEST(IsLike, ManyStarsTakeNoLongerThanTheProductOfTheLengths) {
     EXPECT_FALSE(isLike("*a*a*a*a*a*a*a*a*a*a*b", name));
 }
 
-// What the pattern means, tried in every way.
+// A reference implementation that tries every way to match.
 bool matchesInSomeWay(std::string_view pattern, std::string_view name) {
     if (pattern.empty()) return name.empty();
     if (pattern.front() == '*')

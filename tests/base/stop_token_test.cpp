@@ -37,7 +37,7 @@ TEST(StopTokens, OutliveTheirSource) {
     EXPECT_TRUE(token.isStopRequested());
 }
 
-// Without the order that the request brings with it, ThreadSanitizer finds a race here.
+// Without release and acquire in the token, ThreadSanitizer finds a race here.
 TEST(StopTokens, PublishWhatWasWrittenBeforeTheRequest) {
     const StopSource source;
     int written = 0;

@@ -32,7 +32,7 @@ TEST(SubstringToIndex, ACutThroughASurrogatePairEqualsNoValidString) {
     EXPECT_TRUE(cut.starts_with("a"));
     EXPECT_NE(cut, "a");
     EXPECT_NE(cut, "a😀");
-    EXPECT_EQ(lengthInUnits(cut), 4U);  // a and three bytes that are no UTF-8
+    EXPECT_EQ(lengthInUnits(cut), 4U);  // a and three invalid UTF-8 bytes
 }
 
 TEST(SubstringFromIndex, IsTheRest) {

@@ -59,7 +59,7 @@ class DecompressFile : public ::testing::Test {
         KXTaskEx::runTask(KX_DITTO, StringList{"-ck", folder_ / "source", archive});
         return archive;
     }
-    // Stands for the tool: notes its arguments and fails.
+    // Replaces the tool: records its arguments and fails.
     std::string failingTool() {
         const std::string tool =
             folder_.writeFile("tool", "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" +
@@ -167,7 +167,7 @@ TEST_F(CompressFile, MovesAnOldArchiveToTheTrashFirst) {
     EXPECT_NE(test::readFile(folder_ / "a.zip"), "old");
 }
 
-// Only where an archive is made are rights asked for: the two differ on purpose.
+// Only packing asks for rights: the difference is kept for compatibility.
 class OldItems : public test::FilesTest {
   protected:
     OldItems() {

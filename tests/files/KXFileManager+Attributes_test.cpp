@@ -20,12 +20,12 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-// Keeps the flags itself, for an ordinary user cannot set them.
+// Stores the flags itself, because an ordinary user cannot set them.
 class Flags : public test::ForwardingAttributes {
   public:
     StringList locked;
     StringList calls;
-    StringList* journal = &calls;  // where the calls are noted
+    StringList* journal = &calls;  // where the calls are recorded
     bool refuses = false;
     std::optional<platform::ItemAttributes> attributesOfItem(const std::string& path) override {
         auto attributes = ForwardingAttributes::attributesOfItem(path);
@@ -213,7 +213,7 @@ TEST_F(RootLocking, DoesNotPreventTrashingRemovingOrReplacing) {
     EXPECT_EQ(test::readFile(trash() + "/trashed"), "trashed");
     EXPECT_TRUE(KXFileManager::removeFile(folder_ / "removed", ShouldAuth::No));
     EXPECT_FALSE(test::somethingAt(folder_ / "removed"));
-    // What stands at a move's destination loses the flag, and stays.
+    // An existing item at a move's destination is unlocked and not replaced.
     const std::string file = folder_.writeFile("file");
     EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "there", ShouldAuth::No));
     EXPECT_FALSE(KXFileManager::isFileLocked(folder_ / "there"));
@@ -242,7 +242,7 @@ TEST_F(RootLocking, OfAFileInATreePreventsAMoveToAnotherFileSystem) {
     if (!locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
     EXPECT_FALSE(KXFileManager::moveFile(folder_ / "tree", other / "tree", ShouldAuth::No));
     EXPECT_EQ(test::readFile(file), "2");
-    // What is gone here has arrived there.
+    // The item was moved.
     EXPECT_TRUE(test::somethingAt(folder_ / "tree/a") || test::readFile(other / "tree/a") == "1");
     EXPECT_TRUE(!test::somethingAt(other / "tree") || test::readFile(other / "tree/sub/b") == "2");
 }
@@ -270,11 +270,11 @@ class Touching : public ItemAttributes {
     };
     Touching() {
         platform_->applications = &notes_;
-        startLog();  // whose thread is none of those that the time waits for
+        startLog();  // whose thread must not count as a time-out's
         time_.emplace(platform_);
     }
     Desktop notes_;
-    std::optional<test::HeldTime> time_;  // the time-out of the tool does not pass by itself
+    std::optional<test::HeldTime> time_;  // the tool's time-out passes only when the test lets it
     std::string file_ = folder_.writeFile("file");
 };
 
@@ -294,7 +294,7 @@ TEST_F(Touching, ReturnsTrueWhateverTheToolDid) {
 }
 
 TEST_F(Touching, ReturnsTrueWhenTheToolTimesOutAfterFiveSeconds) {
-    // Starts a tool that never ends in the place of every other.
+    // Starts a tool that never ends instead of every other.
     class Hanging : public test::ForwardingTask {
       public:
         Hanging(std::shared_ptr<platform::Task> next, std::string file)

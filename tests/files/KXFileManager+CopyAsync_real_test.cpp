@@ -24,7 +24,7 @@ using ::testing::UnorderedElementsAre;
 // With the system's own file operations.
 class RealCopyWithProgress : public test::CopyWithProgressTest {
   protected:
-    // Tells of progress a thousand times as often.
+    // Reports progress a thousand times as often.
     class EveryMillisecond : public test::ForwardingFileOperations {
       public:
         std::int32_t copy(const platform::FileOperationRef& operation, const std::string& source,
@@ -53,7 +53,7 @@ class RealCopyWithProgress : public test::CopyWithProgressTest {
         }
 
         void cancel() { EXPECT_EQ(operations_.cancel(operation_), 0); }
-        // NO when it has not come in time.
+        // False when it has not arrived in time.
         static bool serveUntil(const std::function<bool()>& condition) {
             const auto end = std::chrono::steady_clock::now() + 20s;
             while (!condition() && std::chrono::steady_clock::now() < end)
@@ -121,7 +121,7 @@ TEST_F(RealCopyWithProgress, CopiesAndReportsTheEndOnce) {
 }
 
 TEST_F(RealCopyWithProgress, StartedOnAnotherThreadReportsOnTheMainThread) {
-    // Notes on which thread the platform calls back.
+    // Records the thread on which the platform calls back.
     class Callbacks : public test::ForwardingFileOperations {
       public:
         std::atomic<int> callbacks{0};
@@ -178,7 +178,7 @@ TEST_F(RealCopyWithProgress, SendsNothingWhileTheMainThreadIsInTheModalMode) {
     ASSERT_TRUE(serveUntilFinished());
 }
 
-// None of the run loop's own are there yet: nobody has asked for it.
+// The run loop has no descriptors yet: it has not been used.
 TEST_F(RealCopyWithProgress, WithoutDescriptorsForItsNoticesCannotBegin) {
     folder_.makeFolder("to");
     {
@@ -244,7 +244,7 @@ TEST_F(RealCopyWithProgress, CountsWhatItHasDone) {
     for (int i = 0; i < 200; ++i) folder_.writeFile("tree/file" + std::to_string(i), "1234567890");
     test::HeldCopy copy("file", 200);
     Operation operation(folder_ / "tree", folder_.path(), 1ms);
-    // Half of the files are opened; each thread that copies may have one at hand.
+    // Half of the files are opened; each copying thread may have one more.
     const auto hasDoneMuch = [&] {
         return !operation.statuses().empty() && objectsDone(operation.statuses().back()) > 50;
     };
@@ -266,7 +266,7 @@ TEST_F(RealCopyWithProgress, CountsWhatItHasDone) {
     }
 }
 
-// Counting is what the statuses need; the copy is what is wanted.
+// Counting only serves the statuses, and must not delay the end of the copy.
 class CountOfACopy : public RealCopyWithProgress {
   protected:
     static constexpr int kItems = 500;

@@ -92,7 +92,8 @@ TEST_F(CopyWithProgress, ThatCannotBeScheduledKeepsItsOperation) {
     }
 }
 
-// The platform keeps what it has started; what it could not start is gone before that is reported.
+// The platform keeps an operation that it has started; one that could not start is released before
+// the report.
 TEST_F(CopyWithProgress, ReleasesItsOperationRightAfterTheStart) {
     class CountsAtReport : public test::AuthConsole {
       public:
@@ -158,7 +159,7 @@ TEST_F(CopyWithProgress, IntoAnExistingFolderCreatesNone) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-// Its reports go to the console alone.
+// It reports to the console only.
 TEST_F(CopyWithProgress, WritesNothingToTheLog) {
     startLog();
     EXPECT_FALSE(KXFileManager::copyFileWithProgress(folder_ / "gone", folder_ / "copy", listener_,
@@ -177,7 +178,7 @@ TEST_F(CopyWithProgress, WritesNothingToTheLog) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-// A caller may have a platform of its own report to the library.
+// A caller may pass reports of its own to the callback.
 TEST_F(CopyWithProgress, HasACallbackThatMayBeCalledDirectly) {
     const FileOperationNotice info{{"delegate", FileOperationDelegateRef(listener_)},
                                    {"source", std::string("/from")}};

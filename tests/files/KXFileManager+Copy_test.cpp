@@ -47,7 +47,7 @@ TEST_F(Copying, ThroughALinkUnlocksTheFolderThatTheLinkLeadsTo) {
                                        ElementsAre("copy", file, link + "/file")));
 }
 
-// Where the copy fails, only a folder would have received it.
+// Only a folder can receive a copy, so both copies fail.
 TEST_F(Copying, ThroughALinkThatIsNotToAFolderUnlocksTheLinkOnly) {
     noteChanges();
     const std::string file = folder_.writeFile("file");
@@ -162,7 +162,7 @@ TEST_F(Copying, WithATimeOutMeasuresFromTheEndOfTheCopy) {
     EXPECT_EQ(time.newEvents(), 100U);
 }
 
-// Both copies are under way before either ends.
+// Neither copy ends before both have begun.
 TEST_F(Copying, OnSeveralThreadsRunsInParallel) {
     class Meeting : public test::FilesManager {
       public:
@@ -222,7 +222,7 @@ TEST_F(Copying, WithATimeOutWaitsUntilTheCopyExists) {
     time.duringEvent(3, [&] { folder_.writeFile("copy"); });
     EXPECT_TRUE(KXFileManager::copyFile(file, folder_ / "copy", 5s));
     EXPECT_EQ(time.newEvents(), 3U);
-    // That the source goes is not what is waited for.
+    // The wait is for the copy, not for the source to disappear.
     time.duringEvent(1, [&] { std::filesystem::remove(file); });
     EXPECT_FALSE(KXFileManager::copyFile(file, folder_ / "never", 1s));
     EXPECT_EQ(time.newEvents(), 100U);

@@ -66,7 +66,7 @@ TEST_F(RootFolding, AMoveChangesTheSpellingThroughAFreeName) {
     EXPECT_EQ(test::readFile(*volume_ / "FOLDER/inside"), "text");
 }
 
-// As the system itself is asked, without the free name.
+// With the system's own tool, without the free name.
 TEST_F(RootFolding, TheSystemsToolChangesTheSpelling) {
     if (!volume_->isUnix()) GTEST_SKIP() << kNoIdentity;
     const std::string file = write("Report.txt");
@@ -122,7 +122,7 @@ TEST_F(RootFolding, AnItemIsRemovedAndTrashedInAnySpelling) {
     EXPECT_EQ(test::readFile(trash() + "/ONE"), "one");
 }
 
-// With the tool itself.
+// With the real archiving tool.
 class RootFoldingArchives : public RootFolding {
   protected:
     void SetUp() override {
@@ -158,7 +158,7 @@ TEST_F(RootFoldingArchives, FoldersThatDifferInCaseOnlyAreRefusedOnlyWhereTheyFo
     folder_.writeFile("names/SUB/b", "two");
     ASSERT_TRUE(pack("names"));
     const bool unpacked = KXFileManager::decompressFile(folder_ / "a.zip", *volume_ / "out");
-    // Either nothing, or everything.
+    // Either nothing or everything is unpacked.
     if (unpacked) {
         EXPECT_EQ(test::readFile(*volume_ / "out/sub/a"), "one");
         EXPECT_EQ(test::readFile(*volume_ / "out/sub/b"), "two");

@@ -8,7 +8,7 @@ namespace {
 
 class Labels : public test::FilesTest {
   protected:
-    // Every item has the one set of flags.
+    // All items share one set of flags.
     class Finder : public test::ForwardingFinderInfo {
       public:
         platform::CatalogInfo info;

@@ -74,7 +74,7 @@ TEST_F(Moving, WithoutAPathFailsInThePlatform) {
 
 TEST_F(Moving, ThatChangesOnlyTheCaseUsesAFreeName) {
     const std::string file = folder_.writeFile("Report.txt", "text");
-    // What a file system that folds case would say.
+    // As on a file system that folds case.
     class Folding : public test::FilesManager {
       public:
         std::string other;
@@ -120,7 +120,7 @@ TEST_F(Moving, ThatChangesOnlyTheCaseLeavesTheFreeNameWhenTheSecondMoveFails) {
                                          folder_ / "report.txt", ShouldAuth::No));
     EXPECT_EQ(test::readFile(folder_ / "report 2.txt"), "text");
     EXPECT_EQ(manager.moved.size(), 3U);
-    // Of the moves' errors only the last one's is reported.
+    // Only the error of the last move is reported.
     EXPECT_THAT(
         logged(),
         ElementsAre(::testing::StartsWith("Unable to unlock file "),
@@ -146,7 +146,7 @@ TEST_F(Moving, ThatChangesOnlyTheCaseIsTriedDirectlyWhenTheFirstMoveFails) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-// The letters are not ASCII's alone, and a path onto itself changes none.
+// Letters other than ASCII count too, and a path moved onto itself changes none.
 TEST_F(Moving, ThatChangesOnlyTheCaseIsRecognisedInEveryScript) {
     const std::string upper = folder_.writeFile("\u00c9.txt", "text");
     EXPECT_TRUE(KXFileManager::moveFile(upper, folder_ / "\u00e9.txt"));

@@ -188,7 +188,7 @@ TEST_F(LongPaths, HaveAttributes) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-// A reference holds a path, and its size is fixed.
+// A reference contains a path, and its size is fixed.
 TEST_F(LongPaths, HaveNoReferenceAndNoLabel) {
     const std::string bottom = long_ + "/bottom";
     const platform::FileReference reference = KXFileManager::stringToFSRef(bottom);

@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 
 class Query : public test::FilesTest {
   protected:
-    // Every path that was asked about.
+    // Every path that was checked.
     class Asked : public test::FilesManager {
       public:
         StringList paths;
@@ -111,7 +111,7 @@ TEST_F(Query, AFolderWithAnyOtherItemIsNotEmpty) {
     folder_.writeFile("deep/.DS_Store");
     folder_.writeFile("deep/a/b/file");
     folder_.makeLink("dangling/link", "nowhere");
-    folder_.writeFile("icon/Icon");  // the litter's name ends in a carriage return
+    folder_.writeFile("icon/Icon");  // the icon file's name ends in a carriage return
     for (const char* name : {"localized", "fork", "deep", "dangling", "icon"})
         EXPECT_FALSE(KXFileManager::isFolderEmpty(folder_ / name)) << name;
 }
@@ -134,7 +134,7 @@ TEST_F(Query, AFolderWithLinksToAFolderIsEmptyIfThatFolderIs) {
 
 using UserQuery = Query;
 
-// What it holds is there to see, though nothing more can be told of it.
+// Its names can be listed, although the items cannot be examined.
 TEST_F(UserQuery, OfAFolderThatMayOnlyBeListedFindsItsNames) {
     if (test::isSuperUser()) GTEST_SKIP() << "root may search everything";
     const std::string file = folder_.writeFile("f/sub/file", "text");

@@ -13,7 +13,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-// The current folder is one of the test's own, and nothing may ask for administrator rights.
+// The current folder is the test's own, and no administrator rights may be requested.
 class RelativeNames : public test::CopyWithProgressTest {
   protected:
     RelativeNames() : before_(std::filesystem::current_path()) {
@@ -134,7 +134,7 @@ TEST_F(RelativeNames, AreCopiedWithProgress) {
     EXPECT_THAT(console_.logged, IsEmpty());
 }
 
-// With the archiving tool itself.
+// With the real archiving tool.
 class RelativeArchives : public RelativeNames {
   protected:
     RelativeArchives() {

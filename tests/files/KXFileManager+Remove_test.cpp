@@ -127,7 +127,7 @@ TEST_F(Removing, OfAFolderThatIsNotEmptyLeavesItUnchanged) {
     EXPECT_TRUE(test::somethingAt(folder_ / "f/file"));
 }
 
-// The item is unlocked whatever is found afterwards.
+// The item is unlocked even if it turns out to be missing.
 TEST_F(Removing, UnlocksBeforeItChecksWhetherTheItemExists) {
     class Looks : public test::FilesManager {
       public:

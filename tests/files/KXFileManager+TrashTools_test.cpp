@@ -1,4 +1,4 @@
-// What was put into the Trash, as the tools of other makers see it.
+// The Trash as other programs' tools see it.
 #include <stdlib.h>
 
 #include <algorithm>
@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 
 class TrashTools : public test::FilesTest {
   protected:
-    // With the Trash that the test puts things into.
+    // Runs a tool with the test's own Trash.
     bool succeeds(const std::string& command) const {
         const std::string all = "unset XDG_DATA_HOME DISPLAY; export HOME='" + locations_.home +
                                 "' GVFS_DISABLE_FUSE=1 GIO_USE_VOLUME_MONITOR=unix\n{ " + command +
@@ -27,7 +27,7 @@ class TrashTools : public test::FilesTest {
     }
     std::string output() const { return test::readFile(folder_ / "output"); }
 
-    // Items of these names in a folder, with their names for contents.
+    // Creates items of these names in a folder, each with its name as contents.
     void writeAll(const std::string& folder) const {
         for (const std::string& name : names_) {
             std::ofstream(folder + "/" + name, std::ios::binary) << name;
@@ -71,7 +71,7 @@ class TrashTools : public test::FilesTest {
         expectTrashIsEmpty();
     }
 
-    // The desktop's own service for the Trash must be there, which runs in a session of its own.
+    // Needs the desktop's own Trash service, which is run in its own session.
     void useGio() {
         if (!succeeds("command -v gio && command -v dbus-run-session") ||
             !test::somethingAt("/usr/share/dbus-1/services/org.gtk.vfs.Daemon.service") ||
@@ -110,7 +110,7 @@ class TrashTools : public test::FilesTest {
                 << name << ": " << output();
         expectTrashIsEmpty();
     }
-    // That command of GLib 2.74 tells and restores a name with other bytes than printable ASCII in
+    // That command of GLib 2.74 lists and restores a name with other bytes than printable ASCII in
     // this spelling, its own items too.
     static std::string inGiosSpelling(const std::string& name) {
         std::string spelled;
@@ -123,7 +123,7 @@ class TrashTools : public test::FilesTest {
         }
         return spelled;
     }
-    // The places that the records tell, sorted.
+    // The original paths in the records, sorted.
     StringList recordedPlaces() const {
         StringList places;
         for (const std::string& record : records()) {

@@ -15,7 +15,7 @@ using ::testing::UnorderedElementsAre;
 
 class Trashing : public test::FilesTest {
   protected:
-    // Has rights, so that what needs them is noted.
+    // Holds rights, so that operations which need them are recorded.
     void authorize() { authorized(); }
 };
 
@@ -157,7 +157,7 @@ TEST_F(Trashing, OfAFoldersContentsTriesAllAndReturnsFalseIfOneFails) {
     EXPECT_TRUE(test::somethingAt(trash() + "/z"));
 }
 
-// A folder that may not be changed cannot go elsewhere, nor a folder on which something is mounted.
+// A folder that may not be changed cannot be moved, nor a folder on which something is mounted.
 TEST_F(Trashing, OfAFoldersContentsTriesAllAndReturnsFalseIfOneReallyFails) {
     folder_.writeFile("full/a", "1");
     folder_.writeFile("full/z", "2");
@@ -267,7 +267,7 @@ TEST_F(Trashing, ByAnEmptyTypeMatchesNamesWithoutExtension) {
     EXPECT_THAT(KXFileManager::trashFilesOfType("", folder_ / "tree"), ElementsAre(file));
 }
 
-// Where the recycling says that it has moved the item, that is the result.
+// If recycling reports that it has moved the item, that is the result.
 TEST_F(Trashing, UnlocksThenChecksThenRecyclesWithoutAnotherCheck) {
     class Looks : public test::FilesManager {
       public:

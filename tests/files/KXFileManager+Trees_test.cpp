@@ -1,5 +1,5 @@
-// Trees that cannot be handled whole: each time the answer is NO, the source is whole, and nothing
-// else is touched.
+// Trees that cannot be handled completely: the result is false, the source is complete, and nothing
+// else is changed.
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -22,7 +22,7 @@ using ::testing::IsEmpty;
 
 class Trees : public test::FilesTest {
   protected:
-    // Neither a copy nor a move comes to `to`, in a folder that stays as it is.
+    // Neither a copy nor a move creates `to`, and its folder is left unchanged.
     void expectRefused(const std::string& tree, const std::string& to, const std::string& reason) {
         const std::string before = test::describeTree(tree);
         const std::string folder = to.substr(0, to.rfind('/'));
@@ -94,7 +94,7 @@ TEST_F(Trees, WithASocketAreNotMovedToAnotherFileSystem) {
     makeSocket(folder_ / "t/a/s");
     expectRefused(folder_ / "t", other / "t", "Operation not supported");
     EXPECT_TRUE(KXFileManager::moveFile(folder_.writeFile("file"), other / "file", ShouldAuth::No));
-    // The other way round, into the Trash.
+    // The opposite case: into the Trash.
     std::filesystem::create_directories(other / "u");
     makeSocket(other / "u/s");
     const std::string before = test::describeTree(other / "u");
@@ -109,7 +109,7 @@ TEST_F(Trees, WithADeviceAreNotCopied) {
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     folder_.writeFile("t/file", "text");
-    // What stands behind it would never end.
+    // Reading the device would never end.
     ASSERT_EQ(::mknod((folder_ / "t/zero").c_str(), S_IFCHR | 0600, makedev(1, 5)), 0);
     expectRefused(folder_ / "t", other / "t", "Operation not supported");
     EXPECT_EQ(KXFileManager::fileSize(folder_ / "t"), 4U);
@@ -119,7 +119,7 @@ TEST_F(Trees, WithADeviceAreNotCopied) {
     EXPECT_EQ(test::listing(trash()), "zero");
 }
 
-// Whoever opened the pipe would wait for somebody at its other end.
+// Opening the pipe would block until another process opens its other end.
 TEST_F(Trees, MayContainPipesAndDanglingLinks) {
     folder_.writeFile("t/a/file", "text");
     folder_.makeLink("t/a/dangling", "nowhere");
@@ -146,7 +146,7 @@ TEST_F(Trees, MayContainPipesAndDanglingLinks) {
     EXPECT_EQ(test::listing(folder_.path()), "home moved");
 }
 
-// A dangling link counts as nothing, and is something in the way.
+// A dangling link counts as missing, and is still not replaced.
 TEST_F(Trees, ADanglingLinkIsNotReplaced) {
     const std::string file = folder_.writeFile("file", "text");
     const std::string link = folder_.makeLink("link", "nowhere");
@@ -156,7 +156,7 @@ TEST_F(Trees, ADanglingLinkIsNotReplaced) {
     EXPECT_TRUE(KXFileManager::isSymbolicLinkAtPath(link));
 }
 
-// Folders one in the other, their paths longer than one call takes; in memory where it can be.
+// Nested folders with paths longer than one system call takes; in memory where possible.
 class DeepTrees : public Trees {
   protected:
     static constexpr int kDepth = 2000;
@@ -262,7 +262,7 @@ TEST_F(UserTrees, WithAFolderThatMayNotBeReadCountOnlyTheRest) {
     EXPECT_EQ(test::readFile(closed_ + "/b"), "22");
 }
 
-// A folder that cannot be read counts as empty, but need not be.
+// A folder that cannot be read counts as empty, but may contain items.
 TEST_F(UserTrees, ThatOnlySeemEmptyAreNotRemoved) {
     EXPECT_TRUE(KXFileManager::isFolderEmpty(closed_));
     EXPECT_FALSE(KXFileManager::removeFolderIfEmpty(closed_));
@@ -289,7 +289,7 @@ TEST_F(UserTrees, InAFolderThatMayNotBeChangedAreNotRemoved) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
 }
 
-// A disk that is full when half of a copy has come.
+// A disk that is full when half of a copy is written.
 class FullDisk : public Trees {
   protected:
     FullDisk() {
@@ -303,7 +303,7 @@ TEST_F(FullDisk, KeepsNothingOfACopiedTree) {
     const test::OtherFileSystem small(folder_, "64k");
     if (!small.isLimited()) GTEST_SKIP() << "nothing can be mounted here";
     expectRefused(tree_, small / "tree", "No space left on device");
-    // What fits goes, and the first that does not ends it.
+    // What fits is copied, and the first item that does not fit ends the operation.
     EXPECT_FALSE(KXFileManager::copyContentsOfDirectory(tree_, small.path(), 0s));
     EXPECT_FALSE(test::somethingAt(small / "sub"));
 }

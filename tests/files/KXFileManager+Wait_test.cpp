@@ -230,7 +230,7 @@ TEST_F(Waiting, ForWritesChecksTheLockFileOnce) {
     passing_.meanwhile = [&] { std::filesystem::remove(lock); };
     KXFileManager::waitForFileWrites(folder_ / "file", ".lock");
     EXPECT_EQ(passing_.time - start, 4s + 500us);
-    // Nor does one that comes make the wait longer.
+    // One that appears does not make the wait longer.
     dates_.date = passing_.time - 1s;
     const TimePoint later = passing_.time;
     passing_.meanwhile = [&] { folder_.writeFile(".lock"); };

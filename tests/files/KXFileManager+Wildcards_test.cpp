@@ -153,7 +153,7 @@ TEST_F(Wildcards, NumbersForNamesHaveNoBound) {
     EXPECT_EQ(KXFileManager::uniqueFilename("/a.txt"), "/a 100001.txt");
 }
 
-// What one folder gives comes before what the next gives, and twice what is listed twice.
+// The matches of one folder precede those of the next, and duplicates are kept.
 TEST_F(Wildcards, KeepTheOrderOfCandidatesAndDuplicates) {
     class Tree : public test::ForwardingFileTree {
       public:

@@ -1,5 +1,4 @@
-// What the tests of the copy in the background share: one who listens, and operations that do as
-// they are told.
+// What the tests of the background copy share: a listener, and scripted operations.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +15,7 @@
 
 namespace quillmoor::test {
 
-// Notes what it is told, and says that it implements what the test wants.
+// Records its notices, and implements those that the test selects.
 class Listener : public FileOperationDelegate {
   public:
     std::vector<Notice> implemented{Notice::Progress, Notice::ProgressWithOperation,
@@ -57,7 +56,7 @@ class Listener : public FileOperationDelegate {
     }
 };
 
-// Reports what the test says, when it says so.
+// Sends the reports that the test asks for.
 class ToldOperations : public ForwardingFileOperations {
   public:
     using Report = platform::FileOperationReport;
@@ -114,7 +113,7 @@ inline void serveDefaultMode(std::chrono::milliseconds time) {
 class CopyWithProgressTest : public FilesTest {
   protected:
     CopyWithProgressTest() { platform_->fileOperations = &operations_; }
-    // The last notice holds the delegate that keeps it.
+    // The last notice refers to the delegate that keeps it.
     ~CopyWithProgressTest() override {
         if (listener_ == nullptr) return;
         listener_->last.clear();

@@ -1,4 +1,4 @@
-// Trees deeper than a recursion would survive here.
+// Trees so deep that a recursion would overflow the stack.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,15 +12,15 @@
 
 namespace quillmoor::test {
 
-// A folder /d with so many others one in the other, and what the innermost holds. It is on no disk,
-// where each question would go the whole way down.
+// A folder /d with a number of nested folders, and the contents of the innermost one. It is on no
+// disk, where each query would have to walk the whole path.
 class DeepTree : public FilesManager {
   public:
     explicit DeepTree(StringList names, std::size_t depth = 5000)
         : names_(std::move(names)), bottom_(2 * depth) {}
 
     static constexpr char kTop[] = "/d";
-    // The path of something in the innermost folder.
+    // The path of an item in the innermost folder.
     std::string inTheEnd(const std::string& name) const {
         std::string path;
         while (path.size() < bottom_) path += kTop;

@@ -1,4 +1,4 @@
-// A home, a log and a Trash of the test's own. What would run with administrator rights is noted
+// A home, a log and a Trash of the test's own. What would run with administrator rights is recorded
 // and not run.
 #pragma once
 
@@ -14,7 +14,7 @@
 
 namespace quillmoor::test {
 
-// What was asked for, in order: each call's name and arguments, apart from each other.
+// The calls in order, each with its name and arguments.
 using Calls = std::vector<StringList>;
 
 class FilesTrash : public AuthTrash {
@@ -32,7 +32,7 @@ class FilesTrash : public AuthTrash {
     }
 };
 
-// Refuses what it is told to refuse.
+// Refuses the operations that the test selects.
 class FilesManager : public ForwardingFileManager {
   public:
     Calls* changes = nullptr;
@@ -62,7 +62,7 @@ class FilesManager : public ForwardingFileManager {
     }
 };
 
-// Lists folders in the order that a test wants, and notes which were listed.
+// Lists folders in the order that a test sets, and records which were listed.
 class OrderedManager : public FilesManager {
   public:
     std::map<std::string, StringList> order;
@@ -74,7 +74,7 @@ class OrderedManager : public FilesManager {
     }
 };
 
-// All that reaches the console, whichever way.
+// Everything that is written to the console.
 class WholeConsole : public ForwardingConsole {
   public:
     StringList lines;
@@ -83,7 +83,7 @@ class WholeConsole : public ForwardingConsole {
     void putString(std::string_view text) override { lines.emplace_back(text); }
 };
 
-// Whose locked flags are noted and not changed.
+// Records changes of locked flags and does not make them.
 class NotedFlags : public ForwardingAttributes {
   public:
     Calls* changes = nullptr;
@@ -98,7 +98,8 @@ class FilesTest : public AuthTest {
     FilesTest() {
         platform_->fileManager = &manager_;
         platform_->trash = &desktop_;
-        // Open from the start, so that the log's worker asks nothing of what a test puts in place.
+        // Opened at the start, so that the log's worker does not use the fakes that a test
+        // installs.
         KXLog::createNewLog("Files");
         KXLog::finishWriting();
     }
@@ -106,19 +107,19 @@ class FilesTest : public AuthTest {
 
     std::string trash() const { return locations_.home + "/.Trash"; }
 
-    // From now on; locked flags are noted only.
+    // From now on changes of locked flags are only recorded.
     void noteChanges() {
         manager_.changes = desktop_.changes = noted_.changes = &changes_;
         platform_->attributes = &noted_;
     }
     const Calls& changes() const { return changes_; }
 
-    // What logged() tells begins here.
+    // logged() returns the messages from here on.
     void startLog() {
         KXLog::finishWriting();
         headerSize_ = logText().size();
     }
-    // The messages since then.
+    // The messages since startLog().
     StringList logged() const {
         KXLog::finishWriting();
         StringList messages;

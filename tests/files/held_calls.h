@@ -1,4 +1,4 @@
-// Copies that stand still, and counts that take their time.
+// Copies and counts that the test holds.
 #pragma once
 
 #include <sys/stat.h>
@@ -14,8 +14,8 @@
 
 namespace quillmoor::test {
 
-// A copy that has opened so many files whose names begin so, originals and copies, waits at the
-// next until it is let go, for twenty seconds at most. One at a time.
+// A copy that has opened a number of files with the given prefix, originals and copies, waits at
+// the next one until it is released, for at most twenty seconds. One at a time.
 class HeldCopy {
   public:
     explicit HeldCopy(std::string beginning, int opened = 0) {
@@ -54,8 +54,8 @@ class HeldCopy {
     const Calls* before_ = nullptr;
 };
 
-// A count that comes to an item whose name begins so waits there until it is let go, for twenty
-// seconds at most; then it takes two milliseconds for each. One at a time.
+// A count that reaches an item with the given prefix waits there until it is released, for at most
+// twenty seconds; then each such item takes two milliseconds. One at a time.
 class SlowCount {
   public:
     explicit SlowCount(std::string beginning) {
@@ -74,7 +74,7 @@ class SlowCount {
     SlowCount& operator=(const SlowCount&) = delete;
 
     void letGo() { letGo_ = true; }
-    // How many it has come to.
+    // The number of such items that it has reached.
     int items() const { return items_; }
 
   private:

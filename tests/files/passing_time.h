@@ -1,4 +1,4 @@
-// Time that passes only while somebody waits.
+// Time that passes only while the code under test waits.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@
 
 namespace quillmoor::test {
 
-// Notes what is slept, and then so much time has passed.
+// Records each sleep, and lets that much time pass.
 class PassingClock : public ForwardingClock {
   public:
     std::chrono::system_clock::time_point time{std::chrono::seconds(1'000'000)};
@@ -20,7 +20,7 @@ class PassingClock : public ForwardingClock {
     // Called each time that time has passed.
     std::function<void()> meanwhile = [] {};
 
-    // The log's worker has the time of day.
+    // The log's worker gets the real time.
     std::chrono::system_clock::time_point now() override {
         return std::this_thread::get_id() == thread_ ? time : std::chrono::system_clock::now();
     }
@@ -37,7 +37,7 @@ class PassingClock : public ForwardingClock {
     const std::thread::id thread_ = std::this_thread::get_id();
 };
 
-// A main thread to which no event comes: it waits for one as long as it may.
+// A main thread without events: each wait for one takes its full time.
 class PassingEvents : public ForwardingMainThread {
   public:
     explicit PassingEvents(PassingClock& clock) : clock_(clock) {}
@@ -56,7 +56,7 @@ class PassingEvents : public ForwardingMainThread {
     PassingClock& clock_;
 };
 
-// Both in force, as long as this lives.
+// Installs both while the object lives.
 class PassingTime {
   public:
     explicit PassingTime(ScopedPlatform& platform)
@@ -72,17 +72,17 @@ class PassingTime {
     PassingTime(const PassingTime&) = delete;
     PassingTime& operator=(const PassingTime&) = delete;
 
-    // Has `action` run during the event of that number, counting from the next.
+    // Runs `action` during the event of that number, counting from the next.
     void duringEvent(std::size_t number, const std::function<void()>& action) {
         clock.meanwhile = [this, action, at = events.asked.size() + number] {
             if (events.asked.size() == at) action();
         };
     }
-    // How many events were waited for since this was asked last.
+    // The number of waits for an event since the last call.
     std::size_t newEvents() {
         return events.asked.size() - std::exchange(seen_, events.asked.size());
     }
-    // Neither an event was waited for nor anything slept.
+    // Whether there was neither a wait for an event nor a sleep.
     bool nothingWaited() const { return events.asked.empty() && clock.slept.empty(); }
 
     PassingClock clock;

@@ -11,7 +11,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-// Whose tasks cannot be launched.
+// Tasks that cannot be launched.
 class NoTasks : public test::ForwardingTasks {
   public:
     std::shared_ptr<platform::Task> makeTask() override {
@@ -91,7 +91,7 @@ TEST_F(RootsFiles, WhoseToolCannotBeStartedReturnFalseAndAreReported) {
     EXPECT_EQ(test::readFile(file_), "text");
 }
 
-// Nothing tells of an item that did not come.
+// The record of an item that was not moved is removed.
 TEST_F(RootsFiles, WhoseToolCannotBeStartedLeaveNoRecordInTheTrash) {
     NoTasks tasks;
     platform_->tasks = &tasks;

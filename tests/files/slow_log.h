@@ -1,4 +1,4 @@
-// A log whose worker takes its time, so that a test sees who waits for it.
+// A log with a slow worker, so that a test can detect which calls wait for it.
 #pragma once
 
 #include <atomic>
@@ -38,7 +38,7 @@ class SlowLog {
 
     void hold() { handles_.held = true; }
     void letGo() { handles_.held = false; }
-    // What has been written, whoever still waits.
+    // What has been written so far.
     std::string text() const {
         const StringList logs = KXLog::availableLogs();
         return logs.empty() ? "" : readFile(logs.front());

@@ -84,7 +84,7 @@ TEST_F(OpenLog, BytesWrittenIsTheSizeOfAFileStartedHere) {
     EXPECT_EQ(KXLog::sharedController()->bytesWritten(), generation(1).size());
 }
 
-// Shows only what the test says.
+// Shows only the times that the test sets.
 class SetClock : public test::ForwardingClock {
   public:
     std::atomic<int> second{0};
@@ -109,7 +109,7 @@ TEST_F(OpenLog, ALineHasTheDateOfItsWriteNotOfItsQueueing) {
     platform_->clock = platform::native().clock;
 }
 
-// What the log holds when something is printed.
+// Records the queue when something is printed.
 class LookingConsole : public test::RecordingConsole {
   public:
     std::function<void()> look = [] {};
@@ -158,7 +158,7 @@ TEST_F(KXLogAppend, AMessageIsCountedBeforeItIsQueued) {
     EXPECT_EQ(queued(), 0U);
 }
 
-// What is counted while the log starts a new file.
+// Records the counters while the log starts a new file.
 class CountingFiles : public test::ForwardingFileManager {
   public:
     std::vector<std::size_t> seen;

@@ -124,7 +124,7 @@ TEST_F(KXLogFiles, DisabledStoreNoNameAndChangeNoFiles) {
     EXPECT_FALSE(test::somethingAt(logPath(2)));
 }
 
-// There is a file to write to, and there is none: nothing may come of either.
+// With and without a file to write to nothing may be written or printed.
 class DisabledLog : public OpenLog {
   protected:
     DisabledLog() { KXLog::sharedController()->setLoggingDisabled(true); }

@@ -1,4 +1,4 @@
-// What a log loses when something fails below it: one message, and never the process.
+// A failure below the log loses one message, and never the process.
 #include <cerrno>
 #include <new>
 
@@ -23,7 +23,7 @@ class FailingLog : public test::LogTest {
         KXLog::fastAppendLog("%@", message);
         KXLog::finishWriting();
     }
-    // The messages behind the header; each line has its date.
+    // The messages after the header; each line has its date.
     StringList written() {
         StringList all = messages(logPath(1));
         all.erase(all.begin(), all.begin() + std::min<long>(4, static_cast<long>(all.size())));
@@ -32,7 +32,7 @@ class FailingLog : public test::LogTest {
     std::string header_;
 };
 
-// Takes so many bytes, then nothing.
+// Takes a number of bytes, then none.
 class FullDisk {
   public:
     explicit FullDisk(std::size_t room) {
@@ -152,7 +152,7 @@ TEST_F(FailingLog, TheNewlineAfterAHalfLineIsCounted) {
     EXPECT_EQ(log->bytesWritten(), before + 1 + 28 + 6);
 }
 
-// What an earlier run has left is continued: the log has no file open yet.
+// Continues the file of an earlier run: the log has no file open yet.
 class ContinuedLog : public test::LogTest {
   protected:
     void leave(const std::string& text) {
@@ -214,7 +214,7 @@ TEST_F(ContinuedLog, IsNotOverwrittenWhenSeekingFails) {
     EXPECT_EQ(console_.printed(), "Exception writing to log: no seeking\n");
 }
 
-// A name or a file that cannot be found out about for the moment is not taken for missing.
+// A name or a file that cannot be read or examined at the moment does not count as missing.
 class NoMemoryForOneName : public test::LogBundles {
   public:
     std::shared_ptr<platform::Bundle> mainBundle() override {
@@ -318,7 +318,7 @@ TEST_F(FailingLog, WithoutMemoryForAReportThatIsReported) {
     EXPECT_EQ(console.printed(), "Exception writing to log: std::bad_alloc\n");
 }
 
-// Fails wherever the log asks for anything of its files.
+// Throws from every file operation of the log.
 class NoMemoryForFiles : public test::ForwardingFileManager {
   public:
     bool fileExists(const std::string&) override { throw std::bad_alloc(); }
@@ -431,7 +431,8 @@ TEST_F(TwoWriters, OfAnEarlierRunsFileOverwriteNoLines) {
     EXPECT_THAT(generation(1), ::testing::EndsWith(" - two\n"));
 }
 
-// As the header says: whoever did not start the new generation goes on in the old one.
+// As the header promises: the writer that did not start the new generation continues in the old
+// one.
 TEST_F(TwoWriters, KeepTheirFilesWhenOneStartsTheNext) {
     const auto other = platform::current().fileHandles->openForWriting(logPath(1));
     other->seekToEndOfFile();

@@ -150,7 +150,7 @@ TEST_F(KXLogFiles, AreClosedWhenTheNextIsStarted) {
     EXPECT_EQ(openFiles(), before);
 }
 
-// The folder is made only once two callers want it.
+// The folder is created only when two callers ask for it.
 class MeetingFiles : public test::ForwardingFileManager {
   public:
     bool fileExists(const std::string& path) override {
@@ -187,7 +187,7 @@ TEST_F(KXLogFiles, TwoStartsAtOnceDoNotWaitForEachOther) {
     EXPECT_EQ(files.made(), 2);
 }
 
-// Lets so many writes through, then holds.
+// Lets a number of writes pass, then blocks.
 class CountedWrites {
   public:
     void allow(int writes) {
@@ -220,7 +220,7 @@ class CountedHandle : public test::ForwardingFileHandle {
     CountedWrites* writes_;
 };
 
-// Says that nothing is queued just before the line of the system is appended.
+// Sets the queued characters to 0 just before the system line is appended.
 class ProcessWithNothingQueued : public test::LogProcess {
   public:
     std::uint64_t physicalMemory() override {
@@ -245,13 +245,13 @@ TEST_F(KXLogFiles, OnlyTheSystemLineOfTheHeaderMayBeWaitedFor) {
         KXLog::createNewLog();
         started = true;
     });
-    // All but the last line are queued, and that comes only when they are written.
+    // All lines but the last are queued, which is appended only when they are written.
     while (queue.operationCount() < 4) std::this_thread::yield();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(queue.operationCount(), 4U);
     EXPECT_FALSE(started);
     writes.allow(4);
-    starter.join();  // would wait for ever, were the last line waited for
+    starter.join();  // would never return if the last line were waited for
     EXPECT_EQ(queue.operationCount(), 1U);
     writes.allow(1);
     KXLog::finishWriting();

@@ -14,7 +14,7 @@
 namespace quillmoor {
 namespace {
 
-// The set-up of the log stays in its midst until a fork begins, and a while longer.
+// Holds the set-up of the log in the middle until a fork has begun, and a little longer.
 class SlowSetUp : public test::ForwardingMainThread {
   public:
     test::Gate gate;
@@ -85,7 +85,7 @@ TEST_F(LogOfAForkedChild, WithoutAControllerDoesNothing) {
     EXPECT_EQ(status, 0);
 }
 
-// Sets the log up only once all threads have asked for it.
+// Sets the log up only when all threads have asked for it.
 class AwaitedSetUp : public test::ForwardingMainThread {
   public:
     static constexpr int kThreads = 8;

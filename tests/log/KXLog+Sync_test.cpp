@@ -1,4 +1,4 @@
-// That nothing is forced to the disk: the calls that would do so are this program's own.
+// Nothing is forced to the disk. This program defines the calls that would do so.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -41,7 +41,7 @@ using WrittenLines = test::LogTest;
 TEST_F(WrittenLines, AreNotForcedToTheDisk) {
     KXLog::createNewLog();
     KXLog::finishWriting();
-    ASSERT_EQ(::fsync(-1), 0);  // the program's own is called
+    ASSERT_EQ(::fsync(-1), 0);  // the definition above is called
     ASSERT_EQ(syncs.exchange(0), 1);
     for (int i = 0; i < 10; ++i) KXLog::appendLog("line %d", i);
     KXLog::finishWriting();

@@ -14,7 +14,7 @@ namespace {
 using test::OpenLog;
 using test::queued;
 
-// A call that may wait is made on another thread while the worker is held at the gate.
+// Makes a call that may wait on another thread, while the worker is held at the gate.
 class HeldLog : public OpenLog {
   protected:
     HeldLog() {
@@ -41,7 +41,7 @@ class HeldLog : public OpenLog {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return returned_;
     }
-    // It stays away for a while; were it not to wait, it would be back at once.
+    // A call that does not wait would have returned by then.
     bool waits() {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         return !returned_;
@@ -110,7 +110,7 @@ TEST_F(HeldLog, APrintedMessageIsWaitedForLikeAnyOther) {
 }
 
 TEST_F(HeldLog, TheMainThreadNeverWaits) {
-    KXLog::appendLog("x");  // would wait for ever, for the gate is closed
+    KXLog::appendLog("x");  // would never return, because the gate is closed
     EXPECT_EQ(queued(), 1U);
 }
 
@@ -124,7 +124,7 @@ TEST_F(HeldLog, FinishWritingWaitsForEverythingQueued) {
     EXPECT_EQ(written(), (StringList{"a", "b"}));
 }
 
-// Says that nothing is queued just before the header's one line that may be waited for.
+// Sets the queued characters to 0 just before the header's one line that may be waited for.
 class ProcessOfAnEmptyQueue : public test::LogProcess {
   public:
     std::uint64_t physicalMemory() override {

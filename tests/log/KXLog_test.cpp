@@ -22,7 +22,7 @@ TEST_F(KXLogController, ExistsOnceInTheProcess) {
     EXPECT_EQ(log->retainCount(), 4294967295UL);
 }
 
-// Makes the controller only once all threads have asked for it.
+// Creates the controller only when all threads have asked for it.
 class CrowdedSetUp : public test::ForwardingMainThread {
   public:
     static constexpr int kThreads = 8;
@@ -55,7 +55,7 @@ TEST_F(KXLogController, IsCreatedOnceByManyThreads) {
     EXPECT_EQ(crowd.observers, 1);
 }
 
-// Allocates while the controller is made: on the same thread, and on another.
+// Allocates while the controller is created: on the same thread, and on another.
 class AllocatingSetUp : public test::ForwardingMainThread {
   public:
     KXLog* allocatedHere = nullptr;
@@ -146,7 +146,7 @@ TEST_F(KXLogController, TerminatingDoesNotWaitForTwentyPendingLines) {
     WriteQueue* const queue = KXLog::sharedController()->writeQueue();
     for (int i = 0; i < 25; ++i) KXLog::fastAppendLog("line %d", i);
     EXPECT_EQ(queue->operationCount(), 25U);
-    KXLog::willTerminate();  // would wait for ever, for the gate is closed
+    KXLog::willTerminate();  // would never return, because the gate is closed
     EXPECT_EQ(queue->operationCount(), 25U);
     gate.open();
     queue->waitUntilAllOperationsAreFinished();
@@ -179,7 +179,7 @@ TEST_F(KXLogController, TerminatingClearsQueueNameAndFile) {
     EXPECT_EQ(console_.printed(), "");
 }
 
-// Looks at the log when it is closed.
+// Records the state of the log when its file is closed.
 class LookingHandle : public test::ForwardingFileHandle {
   public:
     using ForwardingFileHandle::ForwardingFileHandle;

@@ -37,7 +37,7 @@ TEST(WriteQueue, KeepsEmptyAndHugeTexts) {
     EXPECT_EQ(sizes, (std::vector<std::size_t>{0, 65'532, 65'533, 1'000'000, 1}));
 }
 
-// How often the thread has waited for anything.
+// The number of times that the thread has waited.
 long waitsOf(pid_t thread) {
     std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
     std::string word;
@@ -48,7 +48,7 @@ long waitsOf(pid_t thread) {
     return count;
 }
 
-// Until the thread no longer looks for work at short intervals.
+// Waits until the thread no longer polls for work.
 void waitUntilAsleep(pid_t thread) {
     long before = 0;
     do {

@@ -127,7 +127,7 @@ class GatedHandle : public ForwardingFileHandle {
     Gate* gate_;
 };
 
-// Whatever the log opens is wrapped first.
+// Wraps every file that the log opens.
 class WrappedHandles : public ForwardingFileHandles {
   public:
     using Wrap =
@@ -152,7 +152,7 @@ class LogTest : public ::testing::Test {
         platform_->bundles = &bundles_;
         platform_->console = &console_;
     }
-    // Nothing of the log may outlive the fakes.
+    // The log must not use the fakes after they are destroyed.
     ~LogTest() override { KXLog::finishWriting(); }
 
     std::string logPath(int generation) const {
@@ -196,12 +196,12 @@ class LogTest : public ::testing::Test {
     ScopedPlatform platform_;
 };
 
-// What the worker has been asked for and has not done is counted by characters.
+// The characters that are queued and not yet written.
 inline std::size_t queued() {
     return KXLog::sharedController()->bytesInQueue();
 }
 
-// The messages behind the header, whose four lines are checked elsewhere.
+// The messages after the header, whose four lines are checked elsewhere.
 class OpenLog : public LogTest {
   protected:
     OpenLog() {

@@ -1,4 +1,4 @@
-// Whole programs that log: what is in the files when they have ended, in whichever way.
+// Whole programs that log, and the files that they leave however they end.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Runs the program with its log in `home`; answers the status of waitpid.
+// Runs the program with its log in `home`; returns the status of waitpid.
 int runProgram(const test::TempFolder& home, const std::string& mode, const std::string& count) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -96,7 +96,7 @@ TEST(LoggingProgram, ThatAbortsWithoutAnExceptionReportsNone) {
     EXPECT_EQ(test::readFile(home / "output"), "");
 }
 
-// What a second thread dies of meanwhile is not reported, and must not end the program.
+// A second thread that dies meanwhile is not reported, and must not end the program.
 void expectWholeLogOfTheFirst(const std::string& secondDiesOf) {
     const test::TempFolder home;
     const int status = runProgram(home, "second " + secondDiesOf, "17800");
@@ -148,7 +148,7 @@ TEST(LoggingProgram, ThatIsKilledLeavesWholeLinesExceptTheLast) {
     for (const auto& entry : fs::directory_iterator(home / "Library/Logs/Quillmoor")) {
         auto all = lines(entry.path());
         if (!all.empty()) all.pop_back();
-        // Every hundredth is looked at: the expression is slow.
+        // Only every hundredth is checked: the expression is slow.
         for (std::size_t i = 0; i < all.size(); i += 100, ++checked)
             ASSERT_TRUE(std::regex_match(all[i], whole)) << all[i];
         for (const std::string& line : all) ASSERT_EQ(line.compare(19, 9, " +0000 - "), 0) << line;
@@ -196,7 +196,7 @@ TEST(LoggingProgram, WithEightThreadsLosesNoLineAcrossGenerations) {
     const test::TempFolder home;
     constexpr int kThreads = 8;
     constexpr int kLines = KX_LOG_LINES;
-    home.makeFolder("aside");  // the program keeps there what generation 5 would lose
+    home.makeFolder("aside");  // the program keeps removed generations there
     EXPECT_EQ(runProgram(home, "threads", std::to_string(kLines)), 0);
     for (const auto& entry : fs::directory_iterator(home / "Library/Logs/Quillmoor"))
         fs::rename(entry.path(), home / ("aside/" + entry.path().filename().string()));

@@ -105,7 +105,7 @@ class Pane : public ::testing::Test {
         platform_->toolPaths = &tools_;
         platform_->bundles = &bundles_;
     }
-    // The log's worker looks at the fakes.
+    // The log's worker uses the fakes.
     void TearDown() override { KXLog::finishWriting(); }
     void install() { applications_.product = "/Applications/Tallyframe.app"; }
 
@@ -204,8 +204,8 @@ TEST_F(Pane, DoesNotLogOnEntry) {
     EXPECT_FALSE(test::somethingAt(std::string(std::getenv("HOME")) + "/Library"));
 }
 
-// Stands for the archiving tool: notes its arguments, each in brackets, and whether the folder it
-// is given exists already, and makes it.
+// Replaces the archiving tool: records its arguments, each in brackets, and whether the folder it
+// is given exists already, and creates it.
 std::string writeTool(const test::TempFolder& folder) {
     const std::string tool =
         folder.writeFile("tool", "#!/bin/sh\nexec >> '" + (folder / "arguments") +

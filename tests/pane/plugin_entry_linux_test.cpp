@@ -1,4 +1,4 @@
-// The plug-in's own two functions, in a copy that has joined no host yet.
+// The plug-in's two entry functions, in a copy that is not attached to a host yet.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

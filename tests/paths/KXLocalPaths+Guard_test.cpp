@@ -97,7 +97,7 @@ TEST_F(Guard, RemovesATrailingSlashWithTheCharacterBeforeIt) {
     EXPECT_TRUE(both("/Volumes//"));
 }
 
-// What is cut is neither the root nor too short any more.
+// The path without its slash is not compared with "/" and not checked for its length again.
 TEST_F(Guard, DoesNotRepeatEarlierTestsAfterRemovingASlash) {
     EXPECT_FALSE(either("/a/"));
     EXPECT_FALSE(either("///"));

@@ -57,7 +57,7 @@ TEST(RandomString, SeedsEvenForLengthZero) {
     EXPECT_EQ(std::rand(), first);
 }
 
-// One for each character, so that the generator stands where that many draws leave it.
+// The generator's next value shows how many were drawn: one for each character.
 TEST(RandomString, DrawsOnceForEachCharacter) {
     StoppedClock clock;
     test::ScopedPlatform platform;

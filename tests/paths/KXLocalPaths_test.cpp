@@ -12,7 +12,7 @@ namespace {
 using platform::SearchPathDirectory;
 using platform::SearchPathDomainMask;
 
-// A Mac with the user alice, whose process runs as whoever the test says.
+// A Mac with the user alice; the test sets the user of the process.
 class FakeMac : public test::ForwardingLocations, public test::ForwardingProcessInfo {
   public:
     unsigned uid = 501;

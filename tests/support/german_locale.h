@@ -9,8 +9,8 @@
 
 namespace quillmoor::test {
 
-// In force for as long as this lives. Made in a folder of its own by the system's `localedef`, with
-// no more of German than its numbers and messages, for that takes no time.
+// Set while the object lives. Compiled in its own folder by the system's `localedef`, with only
+// German's numbers and messages, which takes little time.
 class GermanLocale {
   public:
     GermanLocale() {
@@ -23,8 +23,8 @@ class GermanLocale {
         const std::string command = "localedef --force --inputfile='" + definition +
                                     "' --charmap=ANSI_X3.4-1968 '" + folder_ / kName +
                                     "' >/dev/null 2>&1";
-        // Missing categories are a warning and answered as such; the locale tells whether it is
-        // made.
+        // Not examined: missing categories give a warning and a status of their own. inForce()
+        // returns whether the locale was made.
         [[maybe_unused]] const int status = std::system(command.c_str());
         ::setenv("LOCPATH", folder_.path().c_str(), 1);
         ::setenv("LC_ALL", kName, 1);

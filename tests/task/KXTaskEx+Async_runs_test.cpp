@@ -30,7 +30,7 @@ class HeldThreads : public test::ForwardingMainThread {
     }
 };
 
-// Runs that follow one another, and what happens at a bad moment.
+// Consecutive runs, and terminations at every critical moment.
 
 TEST_F(AsyncTask, MayBeUsedAgain) {
     for (int run = 1; run <= 3; ++run) {
@@ -151,7 +151,7 @@ TEST_F(AsyncTask, MayBeStartedAndTerminatedByTwoThreads) {
     EXPECT_TRUE(eventually([] { return test::zombieCount() == 0; }));
     for (const std::string& line : logged())
         EXPECT_EQ(line, "Unable to launch async task - no task set");
-    // And the instance is as good as new.
+    // The instance can be used again.
     delegate_ = std::make_shared<test::Delegate>();
     start(childPath("print_streams"), {"out"});
     ASSERT_TRUE(delegate_->waitForEnds(1));
@@ -174,7 +174,7 @@ TEST_F(AsyncTask, MayBeTerminatedWhenIdle) {
 }
 
 TEST_F(AsyncTask, CanBeTerminatedAtAnyMomentWithoutResidue) {
-    // What the library starts once and keeps: whoever collects a child that was given up.
+    // Starts the library's one thread that collects released children.
     {
         const auto givenUp = platform::current().tasks->makeTask();
         givenUp->setLaunchPath(childPath("hang"));
@@ -198,7 +198,7 @@ TEST_F(AsyncTask, CanBeTerminatedAtAnyMomentWithoutResidue) {
         EXPECT_EQ(line, "Unable to launch async task - no task set");
 }
 
-// The steps, with children and pipes that do as they are told.
+// The order of the steps, with scripted children and pipes.
 class AsyncSteps : public test::ScriptedTaskTest {
   protected:
     std::shared_ptr<test::Delegate> delegate_ = std::make_shared<test::Delegate>();
@@ -231,12 +231,12 @@ TEST_F(AsyncSteps, IncludeOneSignalForAToolThatStillRunsWhenItsOutputEnds) {
     EXPECT_EQ(steps().size(), all.size());
 }
 
-// Notes its release.
+// Records its release.
 std::shared_ptr<void> tracked(test::Journal& journal, const std::string& name) {
     return {nullptr, [&journal, name](void*) { journal.note(name + " released"); }};
 }
 
-// What the caller gave is released before the tool is signalled, and with nothing locked.
+// The caller's objects are released before the tool is signalled, and with nothing locked.
 TEST_F(AsyncSteps, OfATerminationHaveAFixedOrder) {
     HeldThreads thread;
     platform_->mainThread = &thread;
@@ -408,7 +408,7 @@ TEST_F(AsyncSteps, OfAPreparationExcludeATermination) {
     terminating.join();
     ASSERT_TRUE(eventually([this] { return runner_.use_count() == 1; }));
     EXPECT_EQ(runner_->theTask(), nullptr);
-    // One that comes before the run leaves it whole.
+    // A termination before the run does not affect it.
     if (cameBefore) {
         EXPECT_EQ(delegate_->text(), "onetwo");
         EXPECT_EQ(delegate_->ends(), 1);

@@ -59,7 +59,7 @@ TEST_F(AsyncTask, OfASilentToolDeliversOnlyTheEnd) {
 }
 
 TEST_F(AsyncTask, DoesNotDeliverStandardError) {
-    // More than a pipe would hold, and in the end "done" to standard output.
+    // Writes more than a pipe can hold, and at the end "done" to standard output.
     start(childPath("fill_errors"), {folder_ / "pid"});
     ASSERT_TRUE(delegate_->waitForEnds(1));
     EXPECT_EQ(delegate_->text(), "done");
@@ -116,7 +116,7 @@ TEST_F(AsyncTask, WithoutAnOperationEndsTheToolAndReleasesTheDelegate) {
     const std::weak_ptr<test::Delegate> watched = delegate_;
     auto object = std::make_shared<int>(1);
     const std::weak_ptr<int> watchedObject = object;
-    // Its output ends and it goes on.
+    // Closes its output and continues to run.
     runner_->asyncDataFromTask(childPath("close_output_and_hang"), StringList{folder_ / "pid"},
                                std::exchange(delegate_, nullptr), nullptr,
                                std::exchange(object, nullptr));

@@ -56,7 +56,7 @@ TEST_F(TaskOutput, MayBeLargeAndArriveInPiecesOfAnySize) {
 }
 
 TEST_F(TaskOutput, OfAToolThatWroteMuchToBothIsStandardOutput) {
-    // Little enough for the pipe of standard error, which is read last.
+    // Small enough for the pipe of standard error, which is read last.
     const std::string errors(30'000, 'e');
     EXPECT_EQ(dataOf("print_streams", {"out", errors}), "out");
     EXPECT_EQ(dataOf("print_streams", {"", errors}), errors);
@@ -71,7 +71,7 @@ TEST_F(TaskOutput, WithoutLogOutputIsStandardErrorOnly) {
     const std::string inherited = ::testing::internal::GetCapturedStdout();
     EXPECT_EQ(textOf(errors), "err");
     EXPECT_EQ(textOf(nothing), "");
-    // Nor does the flag decide what is written to the log, in spite of its name.
+    // Despite its name the flag does not decide what is written to the log.
     EXPECT_EQ(dataOf("print_streams", {"out", "err"}), "out");
     EXPECT_THAT(logged(), IsEmpty());
     EXPECT_NE(inherited.find("out"), std::string::npos);
@@ -140,7 +140,7 @@ TEST_F(TaskOutput, TextMayComeFromStandardError) {
     EXPECT_EQ(KXTaskEx::stringFromTask(childPath("print_streams"), StringList{"", "err"}), "err");
 }
 
-// The output ends when the last process that holds it lets go, not when the tool exits.
+// The output ends when the last process that holds it closes it, not when the tool exits.
 TEST_F(TaskOutput, OfAGrandchildThatKeepsThePipeIsWaitedFor) {
     EXPECT_EQ(dataOf("grandchild_keeps_pipe"), "late");
 }

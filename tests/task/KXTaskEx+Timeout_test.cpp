@@ -30,7 +30,7 @@ using ::testing::IsEmpty;
 
 class TaskTimeout : public test::TaskTest {
   protected:
-    // Has a time-out pass as soon as the tool has written its number.
+    // Lets a time-out pass as soon as the tool has written its number.
     std::thread passWhenRunning(const std::string& pidFile) {
         return std::thread([this, pidFile] {
             test::pidIn(pidFile);
@@ -102,7 +102,7 @@ TEST_F(TaskTimeout, OfTextTakesAnEncoding) {
     EXPECT_EQ(KXTaskEx::stringFromTask(tool, word, StringEncoding::UTF8, 30s), "é");
 }
 
-// The time-out passes while the tool runs and is read; the tool is then ended in another way.
+// The time-out passes while the tool runs and its output is read; the test then ends the tool.
 TEST_F(TaskTimeout, OfDataOnTheMainThreadTakesEffectAfterReading) {
     std::thread killer([this] {
         const pid_t tool = test::pidIn(pidFile_);
@@ -236,7 +236,7 @@ TEST_P(ImmediateTimeout, TerminatesARunningToolAtOnce) {
     EXPECT_THAT(logged(), ElementsAre(told("hang")));
 }
 
-// Answers the launch check only when every time-out is over.
+// Delays the launch check until every time-out is over.
 class LateFileManager : public test::ForwardingFileManager {
   public:
     explicit LateFileManager(const HeldTime& time) : time_(time) {}
@@ -374,7 +374,7 @@ TEST_F(TimeoutSteps, TheFieldIsClearedBeforeARunAndAfterIt) {
     EXPECT_EQ(runner_->theTask(), nullptr);
 }
 
-// A time-out of no seconds may thus find the task that was named before.
+// So a time-out of zero seconds can find the earlier task.
 TEST_F(TimeoutSteps, TheThreadIsStartedBeforeTheFieldIsCleared) {
     class Noting : public test::ForwardingMainThread {
       public:
@@ -399,7 +399,7 @@ TEST_F(TimeoutSteps, TheThreadIsStartedBeforeTheFieldIsCleared) {
     platform_->mainThread = platform::native().mainThread;
 }
 
-// The task becomes known to the time-out only when the launch is near.
+// The time-out can find the task only just before the launch.
 TEST_F(TimeoutSteps, OfATerminationCodeSetTheFieldJustBeforeTheLaunch) {
     journal_.remark = [this] {
         return std::string(runner_->theTask() != nullptr ? ", named" : "");

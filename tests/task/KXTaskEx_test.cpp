@@ -79,7 +79,7 @@ TEST_F(RunTask, PrintsANilPath) {
                                       notExecutable("(null)")));
 }
 
-// A folder that may be searched counts as executable, so this one comes as far as the launch.
+// A folder that may be searched counts as executable, so only the launch fails.
 TEST_F(RunTask, APlainFolderPassesTheCheckAndFailsInTheLaunch) {
     const std::string folder = folder_.makeFolder("plain folder");
     EXPECT_FALSE(KXTaskEx::runTask(folder, std::nullopt));
@@ -184,7 +184,8 @@ TEST_F(RunTask, AnotherThreadCanTerminateTheTool) {
 
 TEST_F(RunTask, ManyRunsLeaveNoResidue) {
     const StringList none;
-    KXTaskEx::runTaskAndReturn("/bin/sleep", StringList{"0.1"});  // starts what is started once
+    KXTaskEx::runTaskAndReturn("/bin/sleep",
+                               StringList{"0.1"});  // starts the library's own threads
     KXTaskEx::dataFromTask("/bin/true", none, nullptr);
     KXTaskEx::runTask("/bin/true", none);
     KXLog::fastAppendLog("starts the log's thread");

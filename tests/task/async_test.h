@@ -17,10 +17,10 @@
 
 namespace quillmoor::test {
 
-// Notes what it is told, on whatever thread.
+// Records what it receives, on any thread.
 class Delegate {
   public:
-    // Called with each chunk, after it was noted.
+    // Called with each chunk, after it was recorded.
     std::function<void(const Data& data, KXTaskEx& task)> meanwhile = [](const Data&, KXTaskEx&) {};
 
     void taskReturned(const Data& data, KXTaskEx& task, const KXTaskEx::Object& object) {
@@ -95,7 +95,7 @@ class AsyncTaskTest : public TaskTest {
                const KXTaskEx::Object& object = nullptr) {
         runner_->asyncDataFromTask(tool, arguments, delegate_, selectorOf(delegate_), object);
     }
-    // The reader has ended and the instance is idle.
+    // Whether the reader has ended and the instance is idle.
     bool isIdle() {
         return eventually([this] { return runner_->theTask() == nullptr; }) &&
                eventually([this] { return runner_.use_count() == 1; });

@@ -1,4 +1,4 @@
-// Time-outs that pass when the test says so, and the main thread that acts on them.
+// Time-outs that pass when the test lets them, and the main thread that acts on them.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +19,7 @@
 
 namespace quillmoor::test {
 
-// Sleeps as long as the test says, whatever the number of seconds.
+// Sleeps until the test lets it wake, whatever the number of seconds.
 class HeldClock : public ForwardingClock {
   public:
     void sleep(std::chrono::microseconds duration) override {
@@ -30,12 +30,12 @@ class HeldClock : public ForwardingClock {
         changed_.wait(lock, [&] { return takeRelease(seconds); });
     }
 
-    // Lets one sleeper wake, now or when it comes.
+    // Lets one sleeper wake, now or when it begins to sleep.
     void release() { let(std::nullopt); }
-    // Lets one of those wake that were asked for so many seconds.
+    // Lets one of the sleepers of that number of seconds wake.
     void releaseOneOf(std::chrono::seconds asked) { let(asked.count()); }
 
-    // The seconds asked for, once there are `count` of them.
+    // Waits for `count` sleepers and returns their seconds.
     std::vector<std::int64_t> asked(std::size_t count) {
         std::unique_lock lock(mutex_);
         changed_.wait_for(lock, std::chrono::seconds(10), [&] { return asked_.size() >= count; });
@@ -43,7 +43,7 @@ class HeldClock : public ForwardingClock {
     }
 
   private:
-    // How long the sleeper that may wake was asked for; nothing for any.
+    // The seconds of the sleeper that may wake; nullopt for any.
     using Release = std::optional<std::int64_t>;
 
     void let(Release release) {
@@ -73,7 +73,7 @@ inline void serveMainThreadUntil(const std::function<bool()>& condition) {
                                    std::chrono::steady_clock::now() + std::chrono::milliseconds(1));
 }
 
-// Knows how many of the threads that it was asked for still run, and what waits for the main
+// Counts the threads that it has started and that still run, and holds the calls for the main
 // thread.
 class CountingMainThread : public ForwardingMainThread {
   public:
@@ -98,8 +98,8 @@ class CountingMainThread : public ForwardingMainThread {
     std::atomic<int> posted_{0};
 };
 
-// A held clock in force. In the end every time-out is let go, and the log is done with the clock,
-// before it goes.
+// Installs a held clock. The destructor lets every time-out pass, and waits until the log no longer
+// uses the clock.
 class HeldTime {
   public:
     explicit HeldTime(ScopedPlatform& platform) : platform_(platform) {
@@ -117,11 +117,11 @@ class HeldTime {
     HeldTime& operator=(const HeldTime&) = delete;
 
     HeldClock* operator->() { return &clock_; }
-    // The thread of every time-out has ended.
+    // Whether the thread of every time-out has ended.
     bool over() const { return mainThread_.running() == 0; }
-    // Some time-out has asked the main thread to act on it.
+    // Whether a time-out waits for the main thread.
     bool passed() const { return mainThread_.posted() > 0; }
-    // Serves the main thread until all is over.
+    // Serves the main thread until every time-out is over.
     void serveUntilOver() {
         serveMainThreadUntil([this] { return over(); });
     }

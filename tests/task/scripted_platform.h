@@ -1,4 +1,4 @@
-// Children, pipes and checks that do as they are told and note every step that is asked of them.
+// Scripted children, pipes and checks that record every call.
 #pragma once
 
 #include <deque>
@@ -13,16 +13,16 @@
 
 namespace quillmoor::test {
 
-// The steps, one after the other.
+// The steps, in order.
 struct Journal {
     SharedList steps;
-    // Added to every step, to tell what the test's own variables hold at that moment.
+    // Appended to every step: the state of the test's own variables at that moment.
     std::function<std::string()> remark = [] { return std::string(); };
 
     void note(const std::string& step) { steps.add(step + remark()); }
 };
 
-// Gives its chunks one by one, and then the end. A chunk of "!" is an error.
+// Returns its chunks one by one, and then the end. A chunk of "!" is an error.
 class ScriptedHandle : public platform::FileHandle {
   public:
     ScriptedHandle(Journal& journal, std::string name, std::deque<std::string> chunks)
@@ -74,7 +74,7 @@ class ScriptedHandles : public ForwardingFileHandles {
     int pipes_ = 0;
 };
 
-// How a child is to behave.
+// How a child behaves.
 struct Script {
     bool runsAfterLaunch = true;
     int status = 0;
@@ -165,7 +165,7 @@ class ScriptedTasks : public ForwardingTasks {
     Journal& journal_;
 };
 
-// Questions that are answered as the test says, and noted. An answer may throw.
+// Queries with scripted results, which may throw; each is recorded.
 class ScriptedFileManager : public ForwardingFileManager {
   public:
     explicit ScriptedFileManager(Journal& journal) : journal_(journal) {}
@@ -212,7 +212,7 @@ class ScriptedTaskTest : public TaskTest {
     }
 
     StringList steps() const { return journal_.steps.all(); }
-    // Without the launch check's questions.
+    // Without the queries of the launch check.
     StringList stepsOfTask() const {
         StringList result;
         for (const std::string& step : steps())

@@ -1,4 +1,4 @@
-// The order of the steps that the runner asks of the system, and who is told of what.
+// The order of the runner's calls to the system, and where each failure is reported.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 
 class TaskSteps : public test::ScriptedTaskTest {
   protected:
-    // Every step tells whether the caller's reference names the task yet.
+    // Each step records whether the caller's reference is set.
     void remarkStored() {
         journal_.remark = [this] { return std::string(task_ != nullptr ? ", stored" : ""); };
     }

@@ -1,4 +1,4 @@
-// What the tests of the task runner share: a console and a log that keep what they are told.
+// What the tests of the task runner share: a console and a log that record their messages.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -50,7 +50,7 @@ class RecordingConsole : public ForwardingConsole {
 
     SharedList logged;
     SharedList printed;
-    // Called with each line of the console's log, after it was noted.
+    // Called with each line of the console's log, after it was recorded.
     std::function<void()> meanwhile = [] {};
 };
 

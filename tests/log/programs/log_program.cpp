@@ -1,5 +1,5 @@
-// A program that logs as it is told: log_program MODE FOLDER [COUNT]. FOLDER stands for the user's
-// home. The tests look at what is left when it has ended.
+// A program that logs in a given mode: log_program MODE FOLDER [COUNT]. FOLDER replaces the user's
+// home. The tests examine the files after it has ended.
 #include <dlfcn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,7 +30,7 @@ using quillmoor::KXLog;
 
 namespace {
 
-// Keeps what the log removes.
+// Keeps the generations that the log removes.
 class KeepingFiles : public quillmoor::test::ForwardingFileManager {
   public:
     explicit KeepingFiles(std::string folder) : folder_(std::move(folder)) {}
@@ -58,7 +58,7 @@ void logFromThreads(int threads, int lines) {
     KXLog::finishWriting();
 }
 
-// A test that would wait for ever ends with this signal instead.
+// A test that would never end is ended by this signal.
 constexpr unsigned kSecondsUntilAlarm = 100;
 
 [[noreturn]] void dieOf(const std::string& what) {
@@ -141,7 +141,7 @@ long threadCount() {
                          std::filesystem::directory_iterator());
 }
 
-// Nothing may have begun because the bundle was loaded: no thread, no child, no handler.
+// Loading the bundle must start no thread and no child, and install no handler.
 int load(const char* bundle) {
     const long threads = threadCount();
     const std::terminate_handler handler = std::get_terminate();
@@ -207,8 +207,8 @@ int endWithRights() {
 
 }  // namespace
 
-// What the worker was about to write when the process was copied only its stack led to, which the
-// child does not have: no leak.
+// Not a leak: what the worker was about to write is only referenced from its stack, which the
+// forked child does not have.
 extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off();
 extern "C" int __lsan_is_turned_off() {
     return isForkedChild ? 1 : 0;
