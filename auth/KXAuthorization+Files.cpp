@@ -40,12 +40,14 @@ bool KXAuthorization::authMoveFolderContents(const OptionalPath& folder,
     }
     bool allMoved = true;
     for (const std::string& name : folderEntries(folder))
+        // authMoveFile on the left of &&: every entry is tried after a failure, too.
         allMoved =
             authMoveFile(appendPathComponent(folder, name), appendPathComponent(toPath, name)) &&
             allMoved;
     return allMoved;
 }
 
+// Only the source is protected: items may be moved into system folders.
 bool KXAuthorization::authMoveFile(const OptionalPath& path, const OptionalPath& toPath) {
     if (!path) {
         reportOnConsole("Error in authMoveFile: old path is null");
@@ -64,6 +66,7 @@ bool KXAuthorization::authMoveFile(const OptionalPath& path, const OptionalPath&
     return startTool("/bin/mv", {"-f", *path, *toPath});
 }
 
+// System folders are not refused: a copy leaves its source unchanged.
 bool KXAuthorization::authCopyFile(const OptionalPath& path, const OptionalPath& toPath) {
     if (!path) {
         reportOnConsole("Error in authCopyFile: old path is null");

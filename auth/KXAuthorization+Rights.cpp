@@ -19,6 +19,7 @@ platform::Authorization& authorization() {
     return *platform::current().authorization;
 }
 
+// What every tool needs; the only right that the library requests.
 const AuthorizationItemSet& administratorRights() {
     static const AuthorizationItemSet rights{
         {AuthorizationItem{platform::kAuthorizationRightAdmin, std::nullopt, 0}}};

@@ -18,6 +18,7 @@ std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const Strin
         return kToolMissing;
     }
     if (isRoot()) {
+        // Counts as started whatever the task runner reports. Kept for compatibility.
         if (async == Async::Yes)
             KXTaskEx::runTaskAndReturn(path, parameters);
         else
@@ -30,6 +31,7 @@ std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const Strin
     std::shared_ptr<platform::AuthorizedToolStream> stream;
     const std::int32_t status = system.authorization->executeWithPrivileges(
         authRef_, *path, platform::kAuthorizationFlagDefaults, parameters, stream);
+    // The end of the output stands for the end of the tool, whose exit status is not available.
     if (status == platform::kAuthorizationSuccess && async == Async::No)
         while (stream->readCharacter() >= 0) {
         }

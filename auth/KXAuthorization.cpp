@@ -27,6 +27,7 @@ KXAuthorization* KXAuthorization::sharedController() {
 KXAuthorization* KXAuthorization::sharedController(WithGUI withGUI) {
     const std::lock_guard guard(classLock());
     if (sharedAuth == nullptr) {
+        // Set up under the lock: no other thread may get a session that is not ready.
         KXAuthorization* session = allocWithZone();
         withGUI == WithGUI::Yes ? session->init() : session->initWithoutGUI();
     }

@@ -10,6 +10,8 @@ namespace {
 
 constexpr char kArchivingTool[] = "/usr/bin/ditto";
 
+// The tool's exit status is not examined: the operations return whether something exists at the
+// destination, for compatibility. Systems without the tool have one that the library brings.
 void runArchivingTool(const StringList& arguments) {
     KXTaskEx::runTask(platform::current().toolPaths->toolPath(kArchivingTool), arguments);
 }
@@ -25,6 +27,7 @@ bool KXFileManager::compressFile(const OptionalPath& path,
 
 bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& toDestinationFile,
                                  IncludeParent includeParent) try {
+    // The tool would replace it, and it could not be restored.
     if (fileExistsAtPath(toDestinationFile)) trashFile(toDestinationFile);
     StringList arguments = upToFirstNil({"-ck", path, toDestinationFile});
     if (includeParent == IncludeParent::Yes)

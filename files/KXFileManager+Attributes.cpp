@@ -17,7 +17,8 @@ platform::Attributes& attributes() {
     return *platform::current().attributes;
 }
 
-// Lock failures are reported with the unlock message, for compatibility.
+// Lock failures are reported with the unlock message, for compatibility. A nil path fails like that
+// of a missing item. fastAppendLog, because locking a tree may report many failures.
 void setLocked(const OptionalPath& path, bool locked) {
     const Outcome changed = attributes().setImmutable(path.value_or(""), locked);
     if (!changed)
@@ -39,6 +40,7 @@ void setCreatedNow(const std::string& path) {
     static_cast<void>(attributes().setCreationDate(path, platform::current().clock->now()));
 }
 
+// The result of the tool is not examined. Kept for compatibility.
 bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
     KXTaskEx::runTask(kTouchTool, StringList{"-c", path}, kLongestTouch);
     if (setCreationDate == SetCreationDate::Yes) setCreatedNow(path);

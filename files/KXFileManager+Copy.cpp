@@ -36,6 +36,7 @@ bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPat
     unlockFile(receivingFolder(*toPath));
     const Outcome copied = fileManager().copyItem(*path, *toPath);
     if (copied) return true;
+    // Says so even if it may not ask. Kept for compatibility.
     KXLog::appendLog("Error copying file: %@. Authorizing...", copied.error().description);
     return shouldAuth == ShouldAuth::Yes &&
            withAuthorization(
@@ -56,6 +57,7 @@ bool KXFileManager::copyContentsOfDirectory(const OptionalPath& directory,
                                             const OptionalPath& toPath,
                                             std::chrono::seconds timeout) try {
     for (const std::string& name : entriesOf(directory)) {
+        // Does not wait for the log, which would delay each copy.
         KXLog::fastAppendLog("File: %@", name);
         if (!copyFile(appendPathComponent(directory, name), appendPathComponent(toPath, name),
                       timeout))

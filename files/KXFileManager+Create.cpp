@@ -13,12 +13,14 @@ bool KXFileManager::createDirectory(const OptionalPath& path) try {
 }
 
 bool KXFileManager::createDirectory(const OptionalPath& path, ShouldAuth shouldAuth) try {
+    // Otherwise the folder would be created on the system's disk, in place of the mount point.
     if (!isDriveMountedForPath(path)) {
         platform::current().console->log("Unable to create directory. Drive is not mounted.");
         return false;
     }
     const Outcome created = fileManager().createDirectoryWithIntermediates(path.value_or(""));
     if (created) return true;
+    // Says so even if it may not ask. Kept for compatibility.
     KXLog::appendLog("Error creating folder: %@. Authorizing...", created.error().description);
     return shouldAuth == ShouldAuth::Yes &&
            withAuthorization("+[KXFileManager createDirectory:shouldAuth:]",
@@ -46,6 +48,7 @@ OptionalPath KXFileManager::createDirectoryStructure(const OptionalPath& path,
                           OptionalPath());
 }
 
+// Created elsewhere and moved, because a move never replaces an existing file.
 bool KXFileManager::createEmptyFile(const OptionalPath& path) try {
     const std::string scratch = KXLocalPaths::tempFile();
     return fileManager().writeAtomically(scratch, "") && moveFile(scratch, path);

@@ -46,6 +46,7 @@ int KXFileManager::finderColorIndexForPath(const OptionalPath& path) try {
 void KXFileManager::setFinderColorIndex(unsigned index, const OptionalPath& forPath) try {
     auto item = itemAt(forPath);
     if (!item) return;
+    // Written back with everything else that was read: the label shares its field with other flags.
     const unsigned others = item->info.finderFlags() & ~kLabelBits;
     item->info.setFinderFlags(static_cast<std::uint16_t>(others | (index & kLabelBits)));
     platform::current().finderInfo->setFinderInfo(item->reference, item->info);

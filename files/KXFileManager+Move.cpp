@@ -21,6 +21,8 @@ Outcome moveOnce(const std::string& path, const std::string& toPath) {
     return moved;
 }
 
+// On a volume that folds case the destination exists already: it is the item itself, and a direct
+// move would be refused.
 Outcome moveByWayOfAFreeName(const std::string& path, const std::string& toPath) {
     const std::string between = KXFileManager::uniqueFilename(toPath).value_or(toPath);
     Outcome moved = moveOnce(path, between);
@@ -30,6 +32,7 @@ Outcome moveByWayOfAFreeName(const std::string& path, const std::string& toPath)
 Outcome moveAsUser(const OptionalPath& path, const OptionalPath& toPath) {
     if (onlyCaseChanges(path, toPath)) {
         Outcome moved = moveByWayOfAFreeName(*path, *toPath);
+        // Else tried directly, whose error is the one that is reported.
         if (moved || moved.error().copyRemains) return moved;
     }
     return moveOnce(path.value_or(""), toPath.value_or(""));

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kFolderSettings = ".DS_Store";
 constexpr std::string_view kCustomIcon = "Icon\r";
-constexpr double kThousandth = 1.0 / 1024;
+constexpr double kThousandth = 1.0 / 1024;  // a power of two: multiplying by it is exact
 
 // The first three components; nil for a path that is not below `volumes`. The first component is /
 // itself, so the mount point begins with two slashes. Kept for compatibility: the console shows it.
@@ -23,7 +23,7 @@ OptionalPath mountPoint(const OptionalPath& path, std::string_view volumes) {
     return componentsJoined(components, "/");
 }
 
-// Files that the desktop adds to a folder by itself; they do not count as content.
+// Files that the desktop adds to a folder automatically; they do not count as content.
 bool isLitter(const std::string& name) {
     return name == kFolderSettings || name == kCustomIcon;
 }

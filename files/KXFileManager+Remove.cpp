@@ -15,6 +15,7 @@ bool KXFileManager::removeFile(const OptionalPath& path, ShouldAuth shouldAuth) 
     if (isGone(path)) return true;
     const Outcome removed = fileManager().removeItem(*path);
     if (removed) return true;
+    // Says so even if it may not ask. Kept for compatibility.
     KXLog::appendLog("Error removing file: %@. Authorizing...", removed.error().description);
     return shouldAuth == ShouldAuth::Yes &&
            withAuthorization(

@@ -63,6 +63,7 @@ bool KXFileManager::trashDirectoryContents(const OptionalPath& folder) try {
 bool KXFileManager::trashDirectoryContents(const OptionalPath& folder, ShouldAuth shouldAuth) try {
     bool allTrashed = true;
     for (const std::string& name : entriesOf(folder))
+        // trashFile on the left of &&: every entry is tried after a failure, too.
         allTrashed = trashFile(appendPathComponent(folder, name), shouldAuth) && allTrashed;
     return allTrashed;
 } catch (const std::exception& exception) {
@@ -72,6 +73,7 @@ bool KXFileManager::trashDirectoryContents(const OptionalPath& folder, ShouldAut
 StringList KXFileManager::trashFilesOfType(const OptionalString& type,
                                            const OptionalPath& inFolder) try {
     platform::Text& text = *platform::current().text;
+    // nil equals no extension, not even an empty one: nothing matches.
     const OptionalString wanted = type ? OptionalString(text.lowercase(*type)) : std::nullopt;
     return trashMatchingFiles(inFolder, [&](const std::string& name) {
         return text.lowercase(pathExtension(name)) == wanted;

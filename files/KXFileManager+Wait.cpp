@@ -20,6 +20,7 @@ platform::Clock& clock() {
     return *platform::current().clock;
 }
 
+// The main thread must not sleep: the user interface would not respond.
 void waitAMoment() {
     platform::MainThread& mainThread = *platform::current().mainThread;
     if (mainThread.isMainThread())
@@ -75,6 +76,7 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds time
     return condition();
 }
 
+// One check and one pause, not a loop. Kept for compatibility.
 void KXFileManager::waitForFileCreation(const OptionalPath& path,
                                         std::chrono::seconds timeout) try {
     const TimePoint start = clock().now();
@@ -98,6 +100,7 @@ void KXFileManager::waitForFileWrites(const OptionalPath& path,
     std::optional<TimePoint> date = modificationDateOf(path);
     if (!isBeingWritten(path, date, lockFile)) return;
     KXLog::appendLog("File %@ is currently being written to. Waiting...", path);
+    // The lock file only decides whether the wait begins. Kept for compatibility.
     while (isSettling(date)) {
         clock().sleep(kShortPause);
         date = modificationDateOf(path);

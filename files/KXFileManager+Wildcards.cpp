@@ -5,6 +5,7 @@
 namespace quillmoor {
 namespace {
 
+// A ? alone does not make a pattern. Kept for compatibility.
 bool isWildcard(const std::string& text) {
     return text.find('*') != std::string::npos;
 }
@@ -37,7 +38,7 @@ StringList KXFileManager::filesMatchingWildcardPath(const OptionalPath& path,
     for (const std::string& component : pathComponents(*path)) {
         if (isWildcard(component))
             candidates = platform::current().fileTree->match(candidates, component);
-        else
+        else  // the root restarts at the base, so an absolute pattern is relative to it as well
             candidates = component == "/" ? start : withItem(candidates, component);
     }
     return candidates;

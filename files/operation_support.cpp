@@ -8,6 +8,7 @@
 
 namespace quillmoor {
 
+// Only a process of root gets an exception, from the task runner: all other failures are returned.
 bool withAuthorization(const char* method, const std::function<bool(KXAuthorization&)>& operation) {
     try {
         return operation(*KXAuthorization::sharedController());
@@ -36,6 +37,7 @@ void reportCaught(const std::exception& exception, const char* method) noexcept 
             KXException::logException(known, method);
             return;
         }
+        // The report needs a name, which standard exceptions do not have.
         const platform::Exception named("NSGenericException", exception.what());
         KXException::logException(&named, method);
     } catch (const std::exception&) {

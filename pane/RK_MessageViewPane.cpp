@@ -49,6 +49,7 @@ bool RK_MessageViewPane::shouldExitPane(InstallerDirection /*direction*/) {
 
 void RK_MessageViewPane::uninstall(Control* /*sender*/) {
     const OptionalPath archive = uninstallerArchive();
+    // A new name for each press: an earlier copy may still run.
     const std::string scratch = KXLocalPaths::tempFile();
     // The result is not needed: opening what was not unpacked fails as silently.
     KXFileManager::decompressFile(archive, scratch);

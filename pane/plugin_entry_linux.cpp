@@ -101,6 +101,7 @@ void didEnterPane(void* context, int direction) {
     });
 }
 
+// A failure lets the user leave: the pane must not hold up the installation.
 int shouldExitPane(void* context, int direction) {
     return guarded(1, [&] {
         const InstallerDirection travel{direction};
@@ -151,6 +152,7 @@ platform::posix::HostServices hostServices(const installer_host_services& host) 
 }  // namespace quillmoor
 
 int installer_plugin_attach(const installer_host_services* services) {
+    // The struct of an older host ends before members that are used here.
     if (services == nullptr || services->version < INSTALLER_PLUGIN_VERSION) return 0;
     return quillmoor::guarded(0, [&] {
         quillmoor::platform::posix::attachHost(quillmoor::hostServices(*services));

@@ -15,6 +15,7 @@ OptionalPath in() {
     return directory(domain);
 }
 
+// Functions and not paths: for root the folders depend on who is logged in at the console.
 constexpr std::array<Folder, 18> kProtectedFolders{
     in<KXLocalPaths::applicationDirectory, UserDomain::Yes>,
     in<KXLocalPaths::applicationDirectory, UserDomain::No>,

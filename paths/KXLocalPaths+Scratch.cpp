@@ -34,6 +34,7 @@ std::string KXLocalPaths::uuid() {
 }
 
 std::string KXLocalPaths::randomString(unsigned length) {
+    // On every call, also for no characters. Kept for compatibility.
     seedGenerator();
     std::string text;
     for (unsigned i = 0; i < length; ++i)

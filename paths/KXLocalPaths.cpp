@@ -12,6 +12,7 @@ namespace {
 using platform::SearchPathDirectory;
 using platform::SearchPathDomainMask;
 
+// What the system reports as the console's user while the login screen is shown.
 constexpr char kLoginWindow[] = "loginwindow";
 
 platform::Locations& locations() {
@@ -41,6 +42,7 @@ OptionalPath KXLocalPaths::pathForDirectory(SearchPathDirectory directory,
                                             SearchPathDomainMask forUserDomain) {
     const StringList found = locations().searchPaths(directory, forUserDomain);
     if (found.empty()) return std::nullopt;
+    // A mask with further domains is not rewritten. Kept for compatibility.
     if (isRoot() && forUserDomain == SearchPathDomainMask::User)
         return appendPathComponent(userDirectory(), withoutRootsHome(found.front()));
     return found.front();

@@ -98,7 +98,7 @@ class KXLocalPaths {
     // rand() get a new sequence. The result can be guessed: do not use it as a secret.
     static std::string randomString(unsigned length);
     // `tempFile`: a new path in the temporary folder. Nothing is created, and whether an item
-    // exists there is not checked: in a folder that others may write to, somebody else can create
+    // exists there is not checked: in a folder that others may write to, another user can create
     // it first.
     static std::string tempFile();
 };

@@ -27,6 +27,7 @@ void readOutput(Output& read, platform::FileHandle* output, platform::FileHandle
     }
 }
 
+// Standard error only if there is no output at all. Kept for compatibility.
 Data chosen(Output read) {
     return read.output.empty() ? read.error.takeData() : read.output.takeData();
 }
@@ -68,6 +69,7 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArgum
         if (environment) task->setEnvironment(*environment);
         const bool captured = logOutput == LogOutput::Yes;
         if (captured) task->setStandardOutput(output);
+        // Not the null device: a tool that reads its input must block. Kept for compatibility.
         task->setStandardInput(system.fileHandles->makePipe());
         task->setStandardError(error);
 

@@ -87,6 +87,7 @@ void KXTaskEx::setupTimeout(std::chrono::seconds seconds) {
     try {
         system.mainThread->performOnMainThread([this] { timeout(); }, platform::WaitUntilDone::Yes);
     } catch (const platform::Exception& exception) {
+        // Leaving the thread it would end the process.
         KXException::logException(&exception, "-[KXTaskEx setupTimeout:]");
     }
 }

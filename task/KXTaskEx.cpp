@@ -57,6 +57,7 @@ long KXTaskEx::terminationCode(const OptionalPath& path, const OptionalArguments
     }
     const TaskReference task = platform::current().tasks->makeTask();
     configure(*task, path, arguments);
+    // Just before the launch, unlike in run. Kept for compatibility.
     store(task);
     task->launch();
     if (task->isRunning()) task->waitUntilExit();
@@ -74,6 +75,7 @@ bool KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& argume
 
 void KXTaskEx::runTaskAndReturn(const OptionalPath& path, const OptionalArguments& arguments) {
     if (!task_detail::isLaunchable(path)) return reportRefusal(path);
+    // Released while the child runs: the platform collects the child when it ends.
     const TaskReference task = platform::current().tasks->makeTask();
     configure(*task, path, arguments);
     task->launch();

@@ -24,7 +24,7 @@ using StringEncoding = platform::StringEncoding;
 
 // Whether a tool's standard output is captured. Despite the name nothing is written to the log.
 enum class LogOutput : bool {
-    No,  // it goes where the program's own goes
+    No,  // it is that of the program
     Yes
 };
 

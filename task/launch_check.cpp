@@ -10,6 +10,7 @@ bool isLaunchable(const OptionalPath& path) {
            !system.applications->isFilePackage(*path);
 }
 
+// An executable item always exists; the order of the queries is kept for compatibility.
 bool existsAndIsLaunchable(const OptionalPath& path) {
     return path && platform::current().fileManager->fileExists(*path) && isLaunchable(path);
 }

@@ -1,5 +1,5 @@
 // The checks of a tool's path before it is started. They only make the report precise: what is
-// at the path can change before the launch, which then fails by itself.
+// at the path can change before the launch, which then fails.
 #pragma once
 
 #include "quillmoor/base/types.h"
