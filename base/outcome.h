@@ -1,4 +1,7 @@
 // Success, or an error with a text for people.
+//
+//   const Outcome removed = files.removeItem(path);
+//   if (!removed) KXLog::appendLog("Error removing file: %@", removed.error().description);
 #pragma once
 
 #include <optional>

@@ -1,5 +1,9 @@
 // A request to stop, made by one thread and seen by others. It replaces std::stop_token, which
 // older standard libraries lack.
+//
+//   StopSource source;
+//   std::thread worker([token = source.token()] { while (!token.isStopRequested()) step(); });
+//   source.requestStop();   // returns at once; the worker ends after the step in progress
 #pragma once
 
 #include <atomic>

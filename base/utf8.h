@@ -1,4 +1,6 @@
 // UTF-8, read one character at a time.
+//
+//   for (std::size_t i = 0; i < text.size(); i += utf8CharacterAt(text, i).bytes) …
 #pragma once
 
 #include <cstddef>
