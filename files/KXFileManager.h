@@ -116,7 +116,7 @@ class KXFileManager {
 
     // `trashFile:` and its forms: unlocks an item and moves it into the user's Trash; if its name
     // exists there, a number is added to it. True when nothing exists at the path; a dangling link
-    // counts as nothing and is left unchanged. If the item is on another file system and a part of
+    // counts as missing and is left unchanged. If the item is on another file system and a part of
     // it becomes unremovable while it is copied: as for moveFile.
     static bool trashFile(const OptionalPath& path);
     static bool trashFile(const OptionalPath& path, ShouldAuth shouldAuth);
@@ -140,7 +140,7 @@ class KXFileManager {
 
     // `removeFile:` and its forms: unlocks an item and removes it, a folder with its contents; a
     // link itself and not its target. True when nothing exists at the path; a dangling link counts
-    // as nothing and is left unchanged. A failure is logged, and leaves what could not be removed.
+    // as missing and is left unchanged. A failure is logged, and leaves what could not be removed.
     static bool removeFile(const OptionalPath& path);
     static bool removeFile(const OptionalPath& path, ShouldAuth shouldAuth);
     // True when nothing exists at the path in the end.
