@@ -146,7 +146,7 @@ TEST(DittoInflater, CountsWhatFollowsTheEndOfAStream) {
         const Bytes stream = bytesOf(test::deflated(content));
         for (const std::size_t more : {0U, 1U, 2U, 7U, 8U, 9U, 16U, 100U}) {
             Bytes input = stream;
-            input.insert(input.end(), more, '\xff');
+            input.insert(input.end(), more, 0xff);
             for (const std::size_t in : {std::size_t{1}, std::size_t{5}, input.size()}) {
                 const Unpacked result = unpackedInPieces(inflater, input, in, 1U << 19U);
                 EXPECT_TRUE(result.ended);
