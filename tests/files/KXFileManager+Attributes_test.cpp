@@ -250,7 +250,7 @@ TEST_F(RootLocking, OfAFileInATreePreventsAMoveToAnotherFileSystem) {
 using UserLocking = test::FilesTest;
 
 TEST_F(UserLocking, IsRefusedWithTheUnlockMessage) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may lock";
+    if (test::isRoot()) GTEST_SKIP() << "root may lock";
     const std::string file = folder_.writeFile("file");
     startLog();
     KXFileManager::lockFile(file);

@@ -16,7 +16,7 @@ constexpr char kNoIdentity[] =
 class RootFolding : public test::FilesTest {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "only root can mount such a volume";
+        if (!test::isRoot()) GTEST_SKIP() << "only root can mount such a volume";
         volume_.emplace(folder_);
         if (!volume_->excuse().empty()) GTEST_SKIP() << volume_->excuse();
     }

@@ -64,11 +64,10 @@ TEST_F(Removing, ThatReallyFailsLogsTheSystemsError) {
     const std::string closed = folder_ / "closed";
     ASSERT_EQ(::chmod(closed.c_str(), 0555), 0);
     const test::LockedItem locked(closed);
-    if (test::isSuperUser() && !locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
+    if (test::isRoot() && !locked.excuse().empty()) GTEST_SKIP() << locked.excuse();
     startLog();
     EXPECT_FALSE(KXFileManager::removeFile(file, ShouldAuth::No));
-    const char* const reason =
-        test::isSuperUser() ? "Operation not permitted" : "Permission denied";
+    const char* const reason = test::isRoot() ? "Operation not permitted" : "Permission denied";
     EXPECT_THAT(logged(),
                 ElementsAre("Error removing file: \u201cfile\u201d couldn\u2019t be removed: " +
                             std::string(reason) + ". Authorizing..."));

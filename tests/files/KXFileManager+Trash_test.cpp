@@ -163,7 +163,7 @@ TEST_F(Trashing, OfAFoldersContentsTriesAllAndReturnsFalseIfOneReallyFails) {
     folder_.writeFile("full/z", "2");
     const std::string stays = folder_.makeFolder("full/stays");
     test::PrivateMounts mounts;
-    if (!test::isSuperUser()) {
+    if (!test::isRoot()) {
         ASSERT_EQ(::chmod(stays.c_str(), 0555), 0);
     } else if (!mounts.mountMemory(stays, "size=64k")) {
         GTEST_SKIP() << "nothing can be mounted here";

@@ -105,7 +105,7 @@ TEST_F(Trees, WithASocketAreNotMovedToAnotherFileSystem) {
 }
 
 TEST_F(Trees, WithADeviceAreNotCopied) {
-    if (!test::isSuperUser()) GTEST_SKIP() << "only root can make a device";
+    if (!test::isRoot()) GTEST_SKIP() << "only root can make a device";
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     folder_.writeFile("t/file", "text");
@@ -215,7 +215,7 @@ TEST_F(DeepTrees, AreWalkedToTheBottom) {
 class UserTrees : public Trees {
   protected:
     void SetUp() override {
-        if (test::isSuperUser()) GTEST_SKIP() << "root may read and write everything";
+        if (test::isRoot()) GTEST_SKIP() << "root may read and write everything";
         folder_.writeFile("tree/a", "1");
         folder_.writeFile("tree/closed/b", "22");
         ASSERT_EQ(::chmod(closed_.c_str(), 0), 0);

@@ -198,7 +198,7 @@ TEST_P(FileTreeContract, ACopyStoppedMidwayLeavesNothing) {
     });
     const Outcome outcome = trees().copy(tree, folder_ / "copy", &progress, source.token());
     watcher.join();
-    // Whoever stops may come too late.
+    // The stop may come too late.
     EXPECT_EQ(somethingAt(folder_ / "copy"), static_cast<bool>(outcome));
     EXPECT_EQ(entriesOf(folder_.path()).size(), outcome ? 2U : 1U);
     EXPECT_EQ(size(tree), 6000U);

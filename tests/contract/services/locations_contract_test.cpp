@@ -22,7 +22,7 @@ using Domain = SearchPathDomainMask;
 struct Implementation {
     const char* name;
     Locations* (*make)();
-    bool (*isSuperUser)();
+    bool (*isRoot)();
 };
 
 Locations* memoryLocations(const char* user) {
@@ -43,7 +43,7 @@ class LocationsContract : public testing::TestWithParam<Implementation> {
 
     // The beginning of user folders. The library moves root's later.
     std::string usersRoot() {
-        return GetParam().isSuperUser() ? "/var/root" : locations().homeDirectory();
+        return GetParam().isRoot() ? "/var/root" : locations().homeDirectory();
     }
 
   private:

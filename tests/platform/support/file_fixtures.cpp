@@ -66,7 +66,7 @@ void setDate(const std::string& path, long seconds) {
 
 }  // namespace
 
-bool isSuperUser() {
+bool isRoot() {
     return ::geteuid() == 0;
 }
 
@@ -169,7 +169,7 @@ bool ExchangedBeforeOpening::happened() const {
 }
 
 PrivateMounts::PrivateMounts() {
-    available_ = isSuperUser() && ::unshare(CLONE_NEWNS) == 0 &&
+    available_ = isRoot() && ::unshare(CLONE_NEWNS) == 0 &&
                  ::mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 

@@ -9,7 +9,7 @@
 
 namespace quillmoor::test {
 
-bool isSuperUser();
+bool isRoot();
 
 // By the calling thread.
 bool isSignalBlocked(int signal);

@@ -34,7 +34,7 @@ bool wasStartedAsRoot() {
 int run(std::span<const char* const> texts) {
     const std::optional<helper::Arguments> arguments = helper::parseArguments(texts);
     if (!arguments) return refuse(kBadArguments, "it is started by other programs only");
-    if (!wasStartedAsRoot()) return refuse(kRefused, "not started as the super-user");
+    if (!wasStartedAsRoot()) return refuse(kRefused, "not started as root");
     // Before hardenProcess, which clears the environment.
     if (!helper::wasStartedBy(*arguments, std::getenv("PKEXEC_UID")))
         return refuse(kRefused, "not started by the client");

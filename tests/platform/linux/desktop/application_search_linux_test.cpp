@@ -213,11 +213,11 @@ TEST(ApplicationFolders, HaveTheirUsualPlacesWithoutAnEnvironment) {
 
 TEST(ApplicationFolders, OfRootAreTheConsoleUsers) {
     const ScopedEnvironment data("XDG_DATA_HOME", "/data");
-    FakeProcessInfo superUser(0);
+    FakeProcessInfo root(0);
     FakeLocations locations;
     locations.console = "al";
     ScopedPlatform fake;
-    fake->processInfo = &superUser;
+    fake->processInfo = &root;
     fake->locations = &locations;
     const ApplicationFolders folders = applicationFolders();
     EXPECT_EQ(folders.bundles, (StringList{"/home/al/Applications", "/Applications", "/opt"}));
@@ -225,10 +225,10 @@ TEST(ApplicationFolders, OfRootAreTheConsoleUsers) {
 }
 
 TEST(ApplicationFolders, OfRootAreTheMachinesWithoutAConsoleUser) {
-    FakeProcessInfo superUser(0);
+    FakeProcessInfo root(0);
     FakeLocations locations;
     ScopedPlatform fake;
-    fake->processInfo = &superUser;
+    fake->processInfo = &root;
     fake->locations = &locations;
     for (const OptionalString& console : {OptionalString(), OptionalString("loginwindow")}) {
         locations.console = console;

@@ -244,7 +244,7 @@ TEST_F(Registration, EveryCallMayFail) {
 class RootRegistration : public Registration {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "for root";
+        if (!test::isRoot()) GTEST_SKIP() << "for root";
         user_.emplace(folder_);
         if (!user_->available()) GTEST_SKIP() << "no private mounts here";
         process_.id = 0;

@@ -154,7 +154,7 @@ TEST_F(LinuxAttributes, AFileSystemWithoutTheFlagSaysSo) {
 }
 
 TEST_F(LinuxAttributes, UserMayNotLock) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may";
+    if (test::isRoot()) GTEST_SKIP() << "root may";
     const Outcome locked = attributes().setImmutable(folder_.writeFile("file"), true);
     ASSERT_FALSE(locked);
     EXPECT_TRUE(locked.error().code == EPERM || locked.error().code == EOPNOTSUPP)
@@ -162,7 +162,7 @@ TEST_F(LinuxAttributes, UserMayNotLock) {
 }
 
 TEST_F(LinuxAttributes, UserMayNotChangeWhatBelongsToAnother) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may";
+    if (test::isRoot()) GTEST_SKIP() << "root may";
     const auto& calls = posix::nativeSystemCalls();
     const auto* guarded = posix::exchangeSystemCalls(&calls);
     const Outcome permissions = attributes().setPosixPermissions("/etc/passwd", 0644);

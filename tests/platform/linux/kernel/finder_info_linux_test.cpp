@@ -153,7 +153,7 @@ TEST_F(LinuxFinderInfo, HasAnotherNameOnAMacsFileSystem) {
 }
 
 TEST_F(LinuxFinderInfo, UserMayNotChangeAFileThatMayNotBeWritten) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may";
+    if (test::isRoot()) GTEST_SKIP() << "root may";
     ::chmod(file_.c_str(), 0444);
     CatalogInfo info;
     EXPECT_EQ(finder().catalogInfo(reference(file_), info), 0);

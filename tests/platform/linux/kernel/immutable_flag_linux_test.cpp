@@ -55,7 +55,7 @@ TEST_F(ImmutableFlag, IsOnlyForFilesAndFolders) {
 }
 
 TEST_F(ImmutableFlag, CanBeSetByRootOnly) {
-    if (test::isSuperUser()) GTEST_SKIP();
+    if (test::isRoot()) GTEST_SKIP();
     folder_.writeFile("file");
     const int error = setImmutable(entry("file"), true);
     EXPECT_TRUE(error == EPERM || error == EOPNOTSUPP) << error;
@@ -65,7 +65,7 @@ TEST_F(ImmutableFlag, CanBeSetByRootOnly) {
 class RootImmutableFlag : public ImmutableFlag {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "for root";
+        if (!test::isRoot()) GTEST_SKIP() << "for root";
     }
 };
 

@@ -42,7 +42,7 @@ TEST_F(GivenLink, KeepsItsOwnOwner) {
 }
 
 TEST_F(GivenLink, ChangesItsOwnerOnlyForRoot) {
-    if (test::isSuperUser()) GTEST_SKIP();
+    if (test::isRoot()) GTEST_SKIP();
     folder_.makeLink("link", "nowhere");
     EXPECT_EQ(give("link", kOther), EPERM);
 }
@@ -50,7 +50,7 @@ TEST_F(GivenLink, ChangesItsOwnerOnlyForRoot) {
 class RootGivenLink : public GivenLink {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "for root";
+        if (!test::isRoot()) GTEST_SKIP() << "for root";
     }
 };
 

@@ -29,7 +29,7 @@ uid_t ownerOf(const std::string& path) {
 class RootTrash : public testing::Test {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "for root";
+        if (!test::isRoot()) GTEST_SKIP() << "for root";
         user_ = std::make_unique<FakeUser>(folder_);
         if (!user_->available()) GTEST_SKIP() << "nothing can be mounted here";
         desk_ = user_->makeFolder("desk");

@@ -126,7 +126,7 @@ class ForeignTrash : public PrivilegedTrash {
     ForeignTrash() {
         folder_.makeFolder("home/.local/share/Trash/files");
         folder_.makeFolder("home/.local/share/Trash/info");
-        if (test::isSuperUser()) {
+        if (test::isRoot()) {
             test::letEverybodyIn(folder_);
             for (const char* name : {"", "/.local", "/.local/share"})
                 EXPECT_EQ(::chown((home_ + name).c_str(), test::FakeUser::kId, test::FakeUser::kId),
@@ -140,8 +140,8 @@ class ForeignTrash : public PrivilegedTrash {
     }
     // As root the test becomes that user; as any other user it may not use the folder.
     void close(const std::string& path, mode_t mode) const {
-        ASSERT_EQ(::chmod(path.c_str(), test::isSuperUser() ? mode : mode & 0555U), 0);
-        if (test::isSuperUser()) {
+        ASSERT_EQ(::chmod(path.c_str(), test::isRoot() ? mode : mode & 0555U), 0);
+        if (test::isRoot()) {
             ASSERT_EQ(::seteuid(test::FakeUser::kId), 0);
         }
     }
@@ -153,7 +153,7 @@ class ForeignTrash : public PrivilegedTrash {
 };
 
 TEST_F(ForeignTrash, IsReplacedByAnOwnFolderWhereItIsClosed) {
-    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
+    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isRoot() ? 0700 : 0));
     ASSERT_TRUE(prepareTrash(destination_));
     EXPECT_TRUE(prepareTrash(destination_));
     struct stat status {};
@@ -168,7 +168,7 @@ TEST_F(ForeignTrash, IsReplacedByAnOwnFolderWhereItIsClosed) {
 
 TEST_F(ForeignTrash, ThatIsClosedIsReachedByTheLinkThatWasThere) {
     folder_.makeLink("home/.Trash", ".local/share/Trash/files");
-    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
+    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isRoot() ? 0700 : 0));
     EXPECT_TRUE(prepareTrash(destination_));
     EXPECT_FALSE(recordPendingTrash(destination_, "notes.txt", item_));
     becomeOwner();
@@ -183,13 +183,13 @@ TEST_F(ForeignTrash, ThatIsClosedIsRefusedWhereItsPathLeadsOut) {
           ".local/share/Trash/files/..", ".local/share/Trash/files/."}) {
         std::filesystem::remove(destination_);
         folder_.makeLink("home/.Trash", target);
-        ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
+        ASSERT_NO_FATAL_FAILURE(close(trash_, test::isRoot() ? 0700 : 0));
         EXPECT_FALSE(prepareTrash(destination_)) << target;
         becomeOwner();
     }
     std::filesystem::remove(destination_);
     folder_.writeFile("home/.Trash", "a file");
-    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isSuperUser() ? 0700 : 0));
+    ASSERT_NO_FATAL_FAILURE(close(trash_, test::isRoot() ? 0700 : 0));
     EXPECT_FALSE(prepareTrash(destination_));
 }
 

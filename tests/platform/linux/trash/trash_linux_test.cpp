@@ -311,7 +311,7 @@ TEST_F(Trash, RecordsTheRealPath) {
 }
 
 TEST_F(Trash, LeavesNoRecordOfAnItemThatMayNotBeMoved) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may move everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may move everything";
     folder_.writeFile("home/desk/a");
     ASSERT_EQ(::chmod(desk_.c_str(), 0555), 0);
     EXPECT_FALSE(recycle({"a"}));
@@ -388,7 +388,7 @@ TEST_F(Trash, FromAnotherFileSystemLeavesNoCopyOfAnItemThatCannotBeRemoved) {
 }
 
 TEST_F(Trash, FromAnotherFileSystemAnItemThatMayNotGoIsAtItsOldPlaceOnly) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const test::OtherFileSystem other(folder_);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
     ASSERT_EQ(::mkdir((other / "closed").c_str(), 0755), 0);

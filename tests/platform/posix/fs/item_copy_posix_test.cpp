@@ -214,7 +214,7 @@ TEST(ItemCopy, AccessListsGoWithTheItem) {
 }
 
 TEST(ItemCopy, KeepsOwnersAndSetuidBitsAsRoot) {
-    if (!test::isSuperUser()) GTEST_SKIP() << "only root can change owners";
+    if (!test::isRoot()) GTEST_SKIP() << "only root can change owners";
     const TempFolder folder;
     folder.writeFile("tree/tool", "tool");
     folder.makeLink("tree/link", "tool");
@@ -230,7 +230,7 @@ TEST(ItemCopy, KeepsOwnersAndSetuidBitsAsRoot) {
 }
 
 TEST(ItemCopy, AnotherUsersSetuidBitsAreNotKept) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root keeps the owner";
+    if (test::isRoot()) GTEST_SKIP() << "root keeps the owner";
     const TempFolder folder;
     // su belongs to root and is setuid.
     const std::string tool = "/usr/bin/su";

@@ -152,7 +152,7 @@ TEST(Move, AcrossFileSystemsNothingIsReplaced) {
 }
 
 TEST(Move, AcrossFileSystemsKeepsASourceThatMayNotBeRemovedAndLeavesNoCopy) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
@@ -168,7 +168,7 @@ TEST(Move, AcrossFileSystemsKeepsASourceThatMayNotBeRemovedAndLeavesNoCopy) {
 }
 
 TEST(Move, AcrossFileSystemsKeepsATreeInAnUnwritableFolder) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
@@ -180,7 +180,7 @@ TEST(Move, AcrossFileSystemsKeepsATreeInAnUnwritableFolder) {
 }
 
 TEST(Move, AcrossFileSystemsASourceThatMayOnlyGoInPartIsNotEvenCopied) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";
@@ -270,7 +270,7 @@ TEST(Move, AcrossFileSystemsReportsACopyThatCannotBeRemoved) {
 }
 
 TEST(Move, AcrossFileSystemsAStickyFolderKeepsOtherUsersItems) {
-    if (!test::isSuperUser()) GTEST_SKIP() << "needs root to act as two users";
+    if (!test::isRoot()) GTEST_SKIP() << "needs root to act as two users";
     const TempFolder folder;
     const OtherFileSystem other(folder);
     if (!other.available()) GTEST_SKIP() << "no other file system here";

@@ -32,7 +32,7 @@ bool created(const std::string& path) {
 }
 
 TEST(UserOwnership, WhatAnOrdinaryUserMakesIsHisEverywhere) {
-    if (test::isSuperUser()) GTEST_SKIP() << "about ordinary users";
+    if (test::isRoot()) GTEST_SKIP() << "about ordinary users";
     const TempFolder folder;
     EXPECT_FALSE(ownerOfNewItemsIn(opened(folder.path()).get()));
     EXPECT_FALSE(ownerOfNewItemsIn(opened("/tmp").get()));
@@ -41,7 +41,7 @@ TEST(UserOwnership, WhatAnOrdinaryUserMakesIsHisEverywhere) {
 class RootOwnership : public testing::Test {
   protected:
     void SetUp() override {
-        if (!test::isSuperUser()) GTEST_SKIP() << "for root";
+        if (!test::isRoot()) GTEST_SKIP() << "for root";
         user_ = std::make_unique<FakeUser>(folder_);
         if (!user_->available()) GTEST_SKIP() << "the password database cannot be replaced here";
     }

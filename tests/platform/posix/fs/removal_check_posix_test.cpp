@@ -67,7 +67,7 @@ TEST(RemovalCheck, LetsItemsOfEveryKindGo) {
 }
 
 TEST(RemovalCheck, FindsAFolderThatMayNotBeChangedAtAnyDepth) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     for (const int depth : {1, 3, 100}) {
         const std::string tree = folder / std::to_string(depth);
@@ -82,7 +82,7 @@ TEST(RemovalCheck, FindsAFolderThatMayNotBeChangedAtAnyDepth) {
 }
 
 TEST(RemovalCheck, FindsAFolderThatMayBeChangedButNotSearchedOrRead) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     folder.writeFile("tree/sub/file");
     for (const mode_t mode : {0666U, 0333U}) {
@@ -101,7 +101,7 @@ TEST(RemovalCheck, AllowsAnEmptyFolderOfAnyMode) {
 }
 
 TEST(RemovalCheck, FindsTheFolderThatHoldsTheItem) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     folder.writeFile("closed/file");
     ASSERT_EQ(::chmod((folder / "closed").c_str(), 0555), 0);
@@ -110,7 +110,7 @@ TEST(RemovalCheck, FindsTheFolderThatHoldsTheItem) {
 }
 
 TEST(RemovalCheck, FindsOthersItemsInAnotherUsersStickyFolder) {
-    if (!test::isSuperUser()) GTEST_SKIP() << "needs root to act as two users";
+    if (!test::isRoot()) GTEST_SKIP() << "needs root to act as two users";
     const TempFolder folder;
     folder.writeFile("tree/sticky/own");
     test::letEverybodyIn(folder);

@@ -93,7 +93,7 @@ TEST(TreeRemove, RemovesAWideFolder) {
 }
 
 TEST(TreeRemove, RemovesTheRestOfATreeWithUnremovableItems) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     folder.writeFile("tree/closed/kept", "kept");
     folder.writeFile("tree/a");
@@ -107,7 +107,7 @@ TEST(TreeRemove, RemovesTheRestOfATreeWithUnremovableItems) {
 }
 
 TEST(TreeRemove, EndsWithUnremovableItemsDeepDown) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     test::makeDeepTree(folder / "tree", 100, "d");
     std::string bottom = folder / "tree";
@@ -130,7 +130,7 @@ TEST(TreeRemove, RemovesAnUnreadableEmptyFolder) {
 }
 
 TEST(TreeRemove, AnUnreadableFolderThatHoldsSomethingStays) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may read everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may read everything";
     const TempFolder folder;
     folder.writeFile("tree/unreadable/file", "kept");
     ASSERT_EQ(::chmod((folder / "tree/unreadable").c_str(), 0), 0);
@@ -306,7 +306,7 @@ TEST(TreeRemove, SucceedsWhenTheStopComesTooLate) {
 }
 
 TEST(TreeRemove, RemovesTheRestOfALargeTreeWithUnremovableItems) {
-    if (test::isSuperUser()) GTEST_SKIP() << "root may remove everything";
+    if (test::isRoot()) GTEST_SKIP() << "root may remove everything";
     const TempFolder folder;
     for (int i = 0; i < 200; ++i) {
         const std::string name = "tree/" + std::to_string(i % 20) + "/" + std::to_string(i);

@@ -26,7 +26,7 @@ using test::outputOf;
 
 constexpr int kBadArguments = 2;
 constexpr int kRefused = 3;
-constexpr char kNoSuperUser[] = "not started as the super-user";
+constexpr char kNotRoot[] = "not started as root";
 constexpr char kNotItsStarter[] = "not started by the client";
 constexpr char kNoClient[] = "the client is not there";
 
@@ -48,13 +48,13 @@ TEST(HelperProgram, ByHandIsRefused) {
                       kBadArguments);
     // This process is there, but does not wait for it.
     expectRefusal(test::endOfProgram(commandFor("/nowhere", ::getpid())),
-                  ::geteuid() == 0 ? kNoClient : kNoSuperUser);
+                  ::geteuid() == 0 ? kNoClient : kNotRoot);
 }
 
 TEST(UserHelperProgram, IsRefusedToOrdinaryUsers) {
     if (::geteuid() == 0) GTEST_SKIP() << "about ordinary users";
     const auto rendezvous = Rendezvous::open();
-    expectRefusal(test::endOfProgram(test::helperCommand(*rendezvous)), kNoSuperUser);
+    expectRefusal(test::endOfProgram(test::helperCommand(*rendezvous)), kNotRoot);
 }
 
 class RootHelperProgram : public testing::Test {
@@ -179,7 +179,7 @@ TEST_F(RootHelperProgram, RefusesToRunWithASetuidBit) {
         const pid_t test = ::getpid();
         StringList command = commandFor("/nowhere", test);
         command.front() = copy;
-        expectRefusal(test::endOfProgram(command), kNoSuperUser);
+        expectRefusal(test::endOfProgram(command), kNotRoot);
         ::_exit(testing::Test::HasFailure() ? 1 : 0);
     }
     EXPECT_EQ(test::exitCodeOf(user), 0);
