@@ -34,10 +34,10 @@ class Copy:
         file.write_text(f"{before}{line}\n", encoding="utf-8")
         return lambda: file.write_text(before, encoding="utf-8")
 
-    def add_file(self, name):
+    def add_file(self, name, text=""):
         file = self.root / name
         file.parent.mkdir(exist_ok=True)
-        file.write_text("", encoding="utf-8")
+        file.write_text(text, encoding="utf-8")
         return file.unlink
 
     def add_units(self, room, count):
@@ -94,6 +94,9 @@ CASES = [
      "platform/posix/ground/names_posix.cpp:*: a condition on the system"),
     ("a back-end's file in no room", lambda copy: copy.add_file("platform/posix/new/unit.h"),
      "platform/posix/new/unit.h: is in no room"),
+    ("a back-end's file in no room includes a room",
+     lambda copy: copy.add_file("platform/new/unit.h", '#include "quillmoor/platform/posix/fs/move_posix.h"\n'),
+     "platform/new/unit.h: is in no room"),
     ("a file of the host in no room", lambda copy: copy.add_file("host/new/unit.h"),
      "host/new/unit.h: is in no room"),
     ("a crowded room", lambda copy: copy.add_units("platform/posix/text", 20),
