@@ -9,7 +9,7 @@
 
 #include "host/ground/display_text.h"
 #include "host/ground/host_error.h"
-#include "host/plugin/shared_object.h"
+#include "host/plugin/library_file_check.h"
 
 namespace quillmoor::host {
 namespace {

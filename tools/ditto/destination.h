@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "quillmoor/platform/posix/fs/tree_remove_posix.h"
-#include "tools/ditto/beneath.h"
 #include "tools/ditto/entry_tree.h"
+#include "tools/ditto/folder_access.h"
 
 namespace quillmoor::ditto {
 

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/ditto/beneath.h"
 #include "tools/ditto/entry_reader.h"
 #include "tools/ditto/file_sink.h"
+#include "tools/ditto/folder_access.h"
 #include "tools/ditto/input_file.h"
 #include "tools/ditto/unpack_plan.h"
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/ditto/beneath.h"
+#include "tools/ditto/folder_access.h"
 #include "tools/ditto/source_tree.h"
 
 namespace quillmoor::ditto {

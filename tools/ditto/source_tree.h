@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/ditto/beneath.h"
+#include "tools/ditto/folder_access.h"
 
 namespace quillmoor::ditto {
 

@@ -1,4 +1,4 @@
-#include "tools/ditto/beneath.h"
+#include "tools/ditto/folder_access.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "host/plugin/shared_object.h"
+#include "host/plugin/library_file_check.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
