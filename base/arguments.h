@@ -1,4 +1,6 @@
 // Argument lists.
+//
+//   upToFirstNil({"-xk", archive, folder})   // just -xk when archive is nil, whatever folder is
 #pragma once
 
 #include <initializer_list>
@@ -9,7 +11,8 @@ namespace quillmoor {
 
 // The values before the first nil; those after it are left out. A variadic argument list ends at
 // its first nil, and callers rely on that: with a nil source a tool is started without source and
-// destination, fails, and changes nothing. Throws std::bad_alloc.
+// destination, fails, and changes nothing. Empty strings are values. May be called from any thread.
+// Throws std::bad_alloc.
 inline StringList upToFirstNil(std::initializer_list<OptionalString> values) {
     StringList list;
     for (const OptionalString& value : values) {

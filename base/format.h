@@ -5,16 +5,54 @@
 //   formatted("Error: %@ is not executable", path)
 //   formatted("%li CPU(s), %0.2f GB RAM", count, gigabytes)
 //
-// Directives: %@ %s (text; nil gives "(null)"), %c (one byte), %d %i %u %x %X %o with the lengths
-// hh h l ll q j z t, %f %e %g and their capitals, %p, %%. Flags, lengths, width and precision are
-// printf's; %hhd, for example, writes the value of the argument's low byte. The width and precision
-// of a text count 16-bit units. Widths and precisions above 4096 count as 4096, so that a format
-// from outside cannot demand unbounded memory.
+// A directive is % [flags] [width] [.precision] [length] conversion, as printf's:
 //
-// Compile errors: *, a # where printf has no alternative form (it has one for x X o f F e E g G),
-// an h where no integer is written, and a length that printf does not have.
+//   Conversion  Takes                             Writes
+//   %@ %s       std::string, string_view, a C     the text, every byte of it, NULs included; nil
+//               string, or an optional of one     and a null pointer as "(null)"
+//   %d %i       a signed integer or a bool        decimal digits
+//   %u          an integer                        decimal digits of the unsigned value
+//   %x %X       an integer                        hexadecimal digits, small or capital
+//   %o          an integer                        octal digits
+//   %f %F       a float or double                 decimals, 6 unless a precision says otherwise
+//   %e %E       a float or double                 one digit, decimals and an exponent
+//   %g %G       a float or double                 as %f or %e, by its size, without trailing zeros
+//   %c          a char or an int                  one byte, also one that is not valid UTF-8
+//   %p          a pointer, not to char            0x and its digits; 0x0 for null
+//   %%          nothing                           one percent sign
 //
-// Everything here may be called from any thread, and throws std::bad_alloc only.
+//   formatted("%@|%5d|%-5d|%05d|%+d", "é", 42, 42, 42, 42)      é|   42|42   |00042|+42
+//   formatted("%x|%#X|%o|%hx", 255, 255, 8, -1)                 ff|0XFF|10|ffff
+//   formatted("%f|%.1f|%e|%g", 2.5, 2.25, 1.5, 2.5)             2.500000|2.2|1.500000e+00|2.5
+//   formatted("%.2@|%6@|%-6@|", "aéb", "aéb", "aéb")            aé|   aéb|aéb   |
+//
+// Flags: - pads on the right, 0 pads a number with zeros, + and a space write a sign or a space
+// before numbers that are not negative, # the alternative form (0x before hexadecimal digits, a
+// leading 0 of octal ones, the decimal point always). Text, %c, infinity and not-a-number are
+// padded with spaces only.
+//
+// Width is the least number of characters. Precision is the most of a text, the least number of an
+// integer's digits, the decimals of %f and %e and the digits of %g. Of a text both count 16-bit
+// units. Both are digits in the format, and those above 4096 count as 4096, so that a format from
+// outside cannot demand unbounded memory.
+//
+// Length is that of the integer: none for int, l ll q j z t for the 64-bit types. h and hh take an
+// int and write its low 16 and 8 bits: %hhu of -1 is 255. Smaller integers and bool are promoted to
+// int, and need no length.
+//
+// Compile errors: an argument that does not fit its directive, too few or too many arguments, a %
+// at the end, *, a # where printf has no alternative form (it has one for x X o f F e E g G), an h
+// where no integer is written, and a length that printf does not have. A signed argument is
+// accepted by %u and %x, an unsigned one is refused by %d.
+//
+// In a RuntimeFormat, whose directives have no arguments, text is "(null)" and a number 0; %c, %C
+// and %n give nothing, and %S is %s. What is not a directive is copied: "100%", "%y".
+//
+// Everything here may be called from any thread, and throws std::bad_alloc only. Text that is not
+// the program's own belongs in an argument, not in the format:
+//
+//   formatted("%@", name)                   // name as it is
+//   formatted(RuntimeFormat{name})          // a percent sign in name begins a directive
 #pragma once
 
 #include <concepts>
@@ -30,7 +68,8 @@
 
 namespace quillmoor {
 
-// One argument, by kind. Text is viewed, not copied: an argument must not outlive the call.
+// One argument, by kind. Text is viewed, not copied: an argument must not outlive the call. `kind`
+// says which member has the value: `text`, the member of its name, or none for Null, which is nil.
 struct FormatArgument {
     enum class Kind : std::uint8_t { Text, Null, Signed, Unsigned, Floating, Pointer };
     Kind kind = Kind::Null;
@@ -43,11 +82,15 @@ struct FormatArgument {
     };
 };
 
+// What the compiler needs to check a format. Not for callers: it may change with every version.
 namespace format_detail {
 
+// What %@ and %s take without an optional. A char* counts, hence %p takes every pointer but one to
+// char.
 template <typename T>
 concept TextLike = std::convertible_to<const T&, std::string_view>;
 
+// An optional that nil text may be passed in, such as OptionalString.
 template <typename T>
 struct IsOptionalText : std::false_type {};
 template <TextLike T>
@@ -85,6 +128,8 @@ consteval ArgumentType typeOf() {
 // argument says why.
 void formatDoesNotFitItsArguments(const char* why);
 
+// The parts of a directive. The checker below and the renderer in format.cpp share them, so that
+// both read a format in the same way.
 constexpr bool isFlag(char c) {
     return c == '-' || c == '+' || c == ' ' || c == '#' || c == '0';
 }
@@ -101,6 +146,7 @@ constexpr std::string_view lengthAt(std::string_view text) {
     while (size < text.size() && isLength(text[size])) ++size;
     return text.substr(0, size);
 }
+// lengthAt takes every run of length characters, so "hhh" and "lh" come here to be refused.
 constexpr bool isKnownLength(std::string_view length) {
     return length.size() < 2 || length == "hh" || length == "ll";
 }
@@ -111,9 +157,11 @@ constexpr std::size_t integerSize(std::string_view length) {
     return length.empty() || length.front() == 'h' ? sizeof(int) : sizeof(long long);
 }
 
+// Those that h and hh may stand before.
 constexpr bool isIntegerConversion(char c) {
     return std::string_view("diuxXo").find(c) != std::string_view::npos;
 }
+// Those for which # has an effect.
 constexpr bool hasAlternativeForm(char c) {
     return std::string_view("xXofFeEgG").find(c) != std::string_view::npos;
 }
@@ -187,7 +235,8 @@ consteval void checkFormat(std::string_view format, std::span<const ArgumentType
     if (used != types.size()) formatDoesNotFitItsArguments("too many arguments");
 }
 
-// The value with its kind. A null C string is nil.
+// The value with its kind. A null C string is nil. Integers keep their sign and are widened to 64
+// bits; the directive's length cuts them again when they are written.
 template <typename T>
 FormatArgument argument(const T& value) {
     FormatArgument result;
@@ -222,12 +271,15 @@ FormatArgument argument(const T& value) {
 
 // A format that exists only at run time, such as an exception's reason. Every directive in it is
 // rendered as if its argument were nil or 0: no argument is ever read, so a hostile text cannot
-// make the process read memory that is not an argument.
+// make the process read memory that is not an argument. `text` is viewed and must outlive the call.
+//
+//   formatted(RuntimeFormat{"%@ of %d"})   // (null) of 0
 struct RuntimeFormat {
     std::string_view text;
 };
 
-// A format checked while compiling, or a RuntimeFormat, or nil.
+// A format checked while compiling, or a RuntimeFormat, or nil (std::nullopt). Callers do not name
+// this type: they pass a literal, which converts. It views its text, and is a parameter only.
 template <typename... Arguments>
 class BasicFormat {
   public:
@@ -246,6 +298,7 @@ class BasicFormat {
     BasicFormat(std::nullopt_t) {}
 
     bool isNil() const { return !text_; }
+    // Must not be called when isNil().
     std::string_view text() const { return *text_; }
 
   private:
@@ -254,12 +307,18 @@ class BasicFormat {
 
 // The format's parameter type in a function that takes it with its arguments. The arguments alone
 // determine the types; the format does not take part in deduction.
+//
+//   template <typename... Arguments>
+//   void report(Format<Arguments...> format, const Arguments&... arguments) {
+//       print(formatted<Arguments...>(format, arguments...));
+//   }
 template <typename... Arguments>
 using Format = BasicFormat<std::type_identity_t<Arguments>...>;
 
 // Renders `format` and appends the result to `out`. A directive without an argument is rendered as
-// if it were nil or 0; an unknown or unfinished one is copied unchanged. When std::bad_alloc is
-// thrown, `out` holds the part that was rendered before.
+// if it were nil or 0; an unknown or unfinished one is copied unchanged, and uses no argument.
+// Arguments that no directive uses are ignored. When std::bad_alloc is thrown, `out` holds the part
+// that was rendered before. This is what the templates below call; nothing is checked here.
 void renderFormat(std::string& out, std::string_view format,
                   std::span<const FormatArgument> arguments);
 
@@ -277,6 +336,8 @@ void appendFormatted(std::string& out, const Format<Arguments...>& format,
 }
 
 // The message. The format must not be nil.
+//
+//   const std::string line = formatted("%@: %li of %li", name, done, total);
 template <typename... Arguments>
 std::string formatted(Format<Arguments...> format, const Arguments&... arguments) {
     std::string out;

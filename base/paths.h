@@ -22,7 +22,12 @@ StringList pathComponents(std::string_view path);
 std::string componentsJoined(const StringList& components, std::string_view separator);
 
 // Both joined with exactly one slash; slashes at the end of either are removed. nil if one of them
-// is nil. An absolute component is joined like a relative one: /a and /b give /a/b.
+// is nil. An absolute component is joined like a relative one: /a and /b give /a/b. Joined to an
+// empty path the component is the result, and an absolute one stays absolute; an empty component
+// only removes the slashes at the end of the path.
+//
+//   appendPathComponent("/a/", "b/")   // /a/b
+//   appendPathComponent("", "/b")      // /b
 OptionalPath appendPathComponent(const OptionalPath& path, const OptionalPath& component);
 
 // The last component, without trailing slashes; "/" for a path of slashes only, "" for an empty
@@ -45,19 +50,27 @@ std::string appendPathExtension(std::string_view path, std::string_view extensio
 std::string stampedPath(std::string_view path, std::string_view stamp, std::string_view extension);
 
 // `path` itself if `exists` returns false for it, else the first such of "name 2.ext", "name 3.ext"
-// and so on. Does not return while `exists` returns true. An exception of `exists` reaches the
-// caller.
+// and so on; only the last extension counts as one. The name is not reserved: another process may
+// take it after `exists` has looked. Does not return while `exists` returns true. An exception of
+// `exists` reaches the caller.
+//
+//   uniqueFilename("/a/b.tar.gz", isTaken)   // /a/b.tar 2.gz when /a/b.tar.gz alone is taken
 std::string uniqueFilename(std::string_view path,
                            const std::function<bool(const std::string&)>& exists);
 
 // A name that a file can have: removes one leading full stop, white space at both ends, every / and
 // every :, in this order. A full stop that was second becomes the first. May be empty.
+//
+//   validateFilename(".a/b: ")   // ab
 std::string validateFilename(std::string_view name);
 
 // Whether the whole of `name` matches. * in `pattern` matches any number of characters, ? exactly
 // one; every other character, brackets and backslashes included, matches only itself. A leading
-// full stop is an ordinary character. An invalid UTF-8 byte counts as one character. Takes at most
-// the product of both lengths in steps, whatever the pattern.
+// full stop is an ordinary character. Case counts. An invalid UTF-8 byte counts as one character.
+// Takes at most the product of both lengths in steps, whatever the pattern.
+//
+//   isLike("*.pl?st", "com.example.plist")   // true
+//   isLike("[ab].txt", "a.txt")              // false: the brackets match themselves
 bool isLike(std::string_view pattern, std::string_view name);
 
 }  // namespace quillmoor

@@ -39,8 +39,12 @@ class StopSource {
   public:
     StopSource() : requested_(std::make_shared<std::atomic<bool>>(false)) {}
 
+    // A token that shows this source's request, also one that was made before.
     StopToken token() const { return StopToken(requested_); }
+    // Makes the request and returns at once. What runs ends when it looks at its token next; a
+    // thread that sleeps is not woken. Further calls change nothing.
     void requestStop() const { requested_->store(true, std::memory_order_release); }
+    // As that of the tokens.
     bool isStopRequested() const { return requested_->load(std::memory_order_acquire); }
 
   private:

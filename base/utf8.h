@@ -1,6 +1,14 @@
 // UTF-8, read one character at a time.
 //
-//   for (std::size_t i = 0; i < text.size(); i += utf8CharacterAt(text, i).bytes) …
+//   std::size_t characters = 0;
+//   for (std::size_t i = 0; i < text.size(); i += utf8CharacterAt(text, i).bytes) ++characters;
+//
+// Invalid bytes are read one at a time, so that no byte is lost or joined to its neighbour:
+//
+//   C0 80        an overlong NUL         two invalid bytes
+//   ED A0 80     half a surrogate pair   three invalid bytes
+//   E2 82 |      cut off                 two invalid bytes
+//   41 FF 42     A, FF, B                a character, an invalid byte, a character
 #pragma once
 
 #include <cstddef>
@@ -20,12 +28,15 @@ struct Utf8Character {
 
 // The character that begins at `index`, which must be less than text.size(). Overlong forms,
 // surrogates and code points beyond U+10FFFF are invalid: the result is then the one byte at
-// `index`, so that a caller who advances by `bytes` resumes at the next byte and always ends.
-// Throws nothing.
+// `index`, so that a caller who advances by `bytes` resumes at the next byte and always ends. A NUL
+// is a valid character. Reads no byte beyond the text. May be called from any thread. Throws
+// nothing.
 inline Utf8Character utf8CharacterAt(std::string_view text, std::size_t index) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char first = byte(index);
     if (first < 0x80) return {first, 1, true};
+    // By its first byte alone. C0 and C1 could begin only overlong forms, F5 and above only code
+    // points beyond U+10FFFF, and 80 to BF continue a character.
     const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
     if (first < 0xC2 || first > 0xF4 || index + length > text.size()) return {};
     char32_t codePoint = first & (0x7FU >> length);
