@@ -1,4 +1,7 @@
 // A lock that its holder may lock again.
+//
+//   constinit ReentrantLock lock;                 // usable before any constructor has run
+//   const std::lock_guard guard(lock);            // needs <mutex>
 #pragma once
 
 #include <atomic>
@@ -10,6 +13,8 @@ namespace quillmoor {
 // For std::lock_guard. Waiters spin and yield, so it must be held for a short time only. Each
 // lock() needs its unlock() on the same thread. It needs no construction at run time, and a child
 // made by fork can release what the forking thread has locked: a recursive mutex can do neither.
+// Not fair: of several waiters any may be next. A thread that ends while it holds the lock leaves
+// it locked. Throws nothing.
 class ReentrantLock {
   public:
     void lock() {
@@ -36,8 +41,8 @@ class ReentrantLock {
     }
 
     SpinLock lock_;
-    std::atomic<const void*> holder_{nullptr};
-    unsigned depth_ = 0;
+    std::atomic<const void*> holder_{nullptr};  // the holder's mark; null while unlocked
+    unsigned depth_ = 0;                        // locks that await their unlock; the holder's alone
 };
 
 }  // namespace quillmoor

@@ -12,6 +12,8 @@ namespace quillmoor {
 class SpinLock {
   public:
     void lock() {
+        // Waiters only read until the flag is free: writing would take its cache line from the
+        // holder.
         while (flag_.test_and_set(std::memory_order_acquire)) waitUntilFree();
     }
     void unlock() { flag_.clear(std::memory_order_release); }

@@ -1,4 +1,8 @@
 // A queue of texts and the one thread that writes them, one at a time, in the order of queueing.
+//
+//   WriteQueue* const queue = WriteQueue::create([](std::string_view text) { write(text); });
+//   queue->add("a line");                       // from any thread; copies the text
+//   queue->waitUntilAllOperationsAreFinished();
 #pragma once
 
 #include <atomic>
@@ -15,7 +19,11 @@
 namespace quillmoor {
 
 // Unbounded: nothing is dropped, and no caller waits for space. Texts are kept in blocks, so that a
-// backlog needs little more memory than its text.
+// backlog needs little more memory than its text. Blocks that were written are used again, up to
+// sixteen; a text larger than a block of 64 KiB has one of its own, which is freed.
+//
+// After its last text the worker polls every half millisecond for a tenth of a second, and then
+// sleeps until it is woken: to wake it costs the caller of add more than the text does.
 //
 // A queue is never destroyed: its thread is detached and runs until the process exits. In a child
 // made by fork that thread does not exist, and the queue must not be used.
@@ -31,7 +39,8 @@ class WriteQueue {
     void add(std::string_view text);
 
     // From now on only texts of the calling thread and of the worker are queued; those of other
-    // threads are dropped. Cannot be undone.
+    // threads are dropped and not reported. What is queued already is written. Cannot be undone.
+    // For a process that is about to end.
     void acceptOnlyFromThisThread();
 
     // The number of texts that are queued or being written. May be outdated when it is returned.
@@ -39,7 +48,8 @@ class WriteQueue {
 
     // Waits until everything queued before the call has been written, and then for what was queued
     // by that moment, so that texts which `write` itself adds are included. What is added later
-    // does not extend the wait. Returns at once on the worker, which would wait for itself.
+    // does not extend the wait, which has no time limit. Returns at once on the worker, which would
+    // wait for itself. Several threads may wait at the same time.
     void waitUntilAllOperationsAreFinished();
 
   private:
@@ -58,10 +68,13 @@ class WriteQueue {
 
     explicit WriteQueue(std::function<void(std::string_view)> write);
 
+    // Under lock_.
     bool findRoom(std::size_t needed, Block*& fresh);
     bool isAccepted() const;
     void wakeWorker();
     void waitUntilQueuedIsWritten();
+
+    // The worker's own.
     void run();
     void waitForWork(bool untilWoken);
     bool takeQueued(Chain& taken, bool sleepIfEmpty);
