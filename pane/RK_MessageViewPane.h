@@ -21,11 +21,13 @@ class RK_MessageViewPane : public InstallerPane {
     Control* descriptionText = nullptr;
     Control* uninstallBtn = nullptr;
 
-    // `title`: "Version Check".
+    // `title`: "Version Check", in every language.
     std::string title() override;
 
     // `didEnterPane:`: searches for the product on every entry. If it is found, shows the outlets;
     // else goes to the previous pane for Backward, and to the next one for every other direction.
+    // A product that was removed or installed since the last visit is noticed. The search looks for
+    // the application's identifier, wherever the application is, and blocks until it has ended.
     void didEnterPane(InstallerDirection direction) override;
 
     // `shouldExitPane:`: true for every direction.
@@ -33,7 +35,8 @@ class RK_MessageViewPane : public InstallerPane {
 
     // `uninstall:`: unpacks the uninstaller into a new folder in the temporary folder and opens it.
     // Blocks until it is unpacked, not until the uninstaller ends. Each call unpacks another copy,
-    // which is not removed. A failure is not reported.
+    // which is not removed. A failure is not reported, and leaves the pane as it was. `sender` is
+    // not used and may be null.
     void uninstall(Control* sender);
 };
 
