@@ -119,7 +119,10 @@ Entry nextEntry(const InputFile& archive, DirectoryReader& directory, EntryList&
     std::copy(fixed.begin(), fixed.end(), record.begin());
     if (get32(record.data()) != zip::kCentralSignature)
         failAsDamaged(archive, "its central directory is damaged");
-    // Name, extra fields and comment follow the record in this order.
+    // At 5 is the upper byte of "version made by", at 8 the flags, 10 the method, 12 and 14 time
+    // and date, 16 the checksum, 20 and 24 the compressed size and the size, 28, 30 and 32 the
+    // lengths of name, extra fields and comment, which follow the record in this order, at 38 the
+    // external attributes and at 42 the local header's offset.
     const std::size_t nameSize = get16(&record[28]);
     const std::size_t extraSize = get16(&record[30]);
     const Bytes rest = directory.take(nameSize + extraSize + get16(&record[32]));
@@ -146,6 +149,9 @@ std::uint64_t localSize(std::uint32_t narrow, Bytes wide, SizeOffset offset) {
     const auto at = static_cast<std::size_t>(offset);
     return narrow == zip::kMax32 && wide.size() >= at + 8 ? get64(&wide[at]) : narrow;
 }
+
+// In a local header the flags are at 6, the method at 8, the checksum at 14, the compressed size at
+// 18, the size at 22, and the lengths of name and extra fields at 26 and 28.
 
 // The header's checksum or sizes differ from the directory's. A writer that did not know them yet
 // has left them 0 and set the flag that they follow the data.
@@ -216,6 +222,7 @@ class TextSink : public PieceSink {
     std::uint32_t crc_ = 0;
 };
 
+// What cannot be read is left to the validation, which names the entry and the reason.
 bool targetCanBeRead(const Entry& entry) {
     return (entry.method == zip::kStored || entry.method == zip::kDeflated) &&
            (entry.method == zip::kDeflated || entry.size == entry.compressedSize) &&
@@ -268,6 +275,7 @@ void readIndex(const InputFile& archive, std::uint16_t number, const Limits& lim
         list.entries.push_back(entry);
         ++count;
     }
+    // The old end record has only the low 16 bits of the count.
     const std::uint64_t mask = location.countIsCut ? zip::kMax16 : ~0ULL;
     if ((count & mask) != location.count)
         failAsDamaged(archive, "its number of entries is not the declared one");

@@ -4,6 +4,7 @@ namespace quillmoor::ditto {
 namespace {
 
 constexpr int kMostHops = 40;  // the kernel's own limit
+// For all links of an unpack together: each alone may lead through forty others.
 constexpr std::uint64_t kMostSteps = 1'000'000;
 // Links that name each other several times make a path whose length grows exponentially.
 constexpr std::size_t kMostPending = 64U << 10U;

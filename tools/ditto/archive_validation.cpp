@@ -13,6 +13,8 @@ namespace {
 // The most bytes that one deflated byte can expand to: a match of 258 bytes takes two bits.
 constexpr std::uint64_t kBestRatio = 1032;
 
+// These return why an entry must not be unpacked, as the end of a message that begins with the
+// entry's name, or nullptr.
 const char* nameObjection(const Entry& entry) {
     const std::string_view name = entry.name;
     if (name.empty()) return "it has no name";
@@ -53,6 +55,7 @@ const char* kindObjection(const Entry& entry) {
 }
 
 const char* contentObjection(const Entry& entry) {
+    // Masked: the directory was encrypted, and local headers do not show the true values.
     if ((entry.flags & (zip::kFlagEncrypted | zip::kFlagStrongEncryption | zip::kFlagMasked)) != 0)
         return "it is encrypted";
     if ((entry.flags & zip::kFlagPatched) != 0) return "it is a patch";
@@ -60,7 +63,7 @@ const char* contentObjection(const Entry& entry) {
         if (entry.size != entry.compressedSize) return "its two sizes contradict each other";
     } else if (entry.method != zip::kDeflated) {
         return "its compression method is unknown";
-    } else if (entry.size / kBestRatio > entry.compressedSize) {
+    } else if (entry.size / kBestRatio > entry.compressedSize) {  // a product could overflow
         return "it declares more than its data can hold";
     }
     if (entry.localHeaderDiffers) return "its two headers contradict each other";
@@ -83,6 +86,7 @@ const Entry* findOverlap(std::span<const Entry> entries) {
     std::vector<const Entry*> order(entries.size());
     std::transform(entries.begin(), entries.end(), order.begin(),
                    [](const Entry& entry) { return &entry; });
+    // Most directories have the order of the data already.
     if (!std::is_sorted(order.begin(), order.end(), sortsBefore))
         std::sort(order.begin(), order.end(), sortsBefore);
     for (std::size_t i = 1; i < order.size(); ++i) {
@@ -147,6 +151,7 @@ std::optional<Refusal> validateNeighbours(const EntryTree& tree, const Limits& l
 }  // namespace
 
 std::optional<Refusal> validateEntries(std::span<const Entry> entries, const Limits& limits) {
+    // Counted down: the sum of hostile sizes could overflow.
     std::uint64_t left = limits.size;
     for (const Entry& entry : entries) {
         if (const char* why = objection(entry)) return Refusal{&entry, why};
@@ -163,6 +168,7 @@ std::optional<Refusal> validateEntries(std::span<const Entry> entries, const Lim
 
 std::optional<Refusal> validateTree(const EntryTree& tree, const Limits& limits) {
     if (auto refusal = validateNeighbours(tree, limits)) return refusal;
+    // After the names: links are followed through a tree in which each name occurs once.
     LinkResolver resolver(tree);
     for (const EntryTree::Node& node : tree.nodes()) {
         if (node.entry->kind != Entry::Kind::Link) continue;

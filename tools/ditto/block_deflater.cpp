@@ -20,6 +20,7 @@ constexpr int kMemoryLevel = 8;
 
 }  // namespace
 
+// One thread's compressors, made once and used for all of its blocks.
 class BlockDeflater::Deflater {
   public:
     // Negative window bits: a zip entry is deflated data without zlib's header and checksum.

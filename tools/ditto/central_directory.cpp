@@ -77,6 +77,9 @@ bool agrees(std::uint64_t old, std::uint64_t exact, std::uint64_t full) {
 }  // namespace
 
 DirectoryLocation findDirectory(const InputFile& archive) {
+    // In the record, this volume is at 4, that of the directory at 6, the entries of this volume
+    // and of all at 8 and 10, the directory's size and offset at 12 and 16, and the comment's
+    // length at 20.
     const EndRecord end = findEndRecord(archive);
     // With a zip64 record, some writers set all bits of the old record's disk numbers too.
     const std::uint16_t volume = get16(&end.bytes[4]);
@@ -102,6 +105,7 @@ DirectoryLocation findDirectory(const InputFile& archive) {
 DirectoryReader::DirectoryReader(const InputFile& archive, const DirectoryLocation& location)
     : archive_(archive), next_(location.offset), end_(location.offset + location.size) {}
 
+// What is unread is moved to the front and read on behind it, so that a record is in one piece.
 std::span<const unsigned char> DirectoryReader::take(std::size_t size) {
     const std::size_t left = buffer_.size() - position_;
     if (left < size) {

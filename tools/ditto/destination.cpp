@@ -57,6 +57,7 @@ Destination::~Destination() {
 
 void Destination::openParent(const std::string& path) {
     struct stat info = {};
+    // Followed: a link to a folder counts as that folder.
     if (systemCalls().fstatat(AT_FDCWD, path.c_str(), &info, 0) == 0) {
         if (!S_ISDIR(info.st_mode)) throw Failure(quoted(path) + " is not a folder");
         exists_ = true;
@@ -66,6 +67,7 @@ void Destination::openParent(const std::string& path) {
         return;
     }
     if (errno != ENOENT) failWithErrno(path, "examined");
+    // What is left is either missing or a dangling link, in whose place no folder can be created.
     if (systemCalls().fstatat(AT_FDCWD, path.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0)
         throw Failure(quoted(path) + " is a link that leads nowhere");
     name_ = lastPathComponent(path);
@@ -184,6 +186,7 @@ void Destination::takeBack(std::span<const std::string> items) {
 void Destination::rollBack() noexcept {
     if (committed_) return;
     removeStage();
+    // From the innermost folder outwards.
     while (!madeFolders_.empty()) {
         // Another process may use it by now.
         if (::rmdir(madeFolders_.back().c_str()) != 0 && errno != ENOTEMPTY)
@@ -193,6 +196,7 @@ void Destination::rollBack() noexcept {
 }
 
 void Destination::removeStage() noexcept {
+    // What follows opens at most as many descriptors as were reserved.
     for (Descriptor& spare : spare_) spare.reset();
     try {
         const int error = stage_ ? emptyFolder(stage_.get()) : 0;

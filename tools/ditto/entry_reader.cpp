@@ -19,6 +19,8 @@ constexpr std::size_t kWholeInput = kWholeEntry + kInputSize;
 constexpr char kBroken[] = "damaged: its content cannot be unpacked";
 constexpr char kTooLong[] = "holds more than its declared size";
 
+// The content must end with the declared size and with the last byte of its data: what is behind it
+// would be seen by no check.
 void requireEnd(const InputFile& archive, const Entry& entry, std::uint64_t written,
                 std::uint64_t unread) {
     if (written != entry.size)
@@ -39,6 +41,7 @@ void EntryReader::read(const InputFile& archive, const Entry& entry, PieceSink& 
         failAtEntry(archive.path(), entry.name, "damaged: its checksum does not match");
 }
 
+// Straight into the sink's room, so a stored entry of any size needs no memory of its own.
 void EntryReader::readStored(const InputFile& archive, const Entry& entry, PieceSink& sink) const {
     for (std::uint64_t done = 0; done < entry.size;) {
         checkpoint();
@@ -99,11 +102,13 @@ std::uint64_t EntryReader::feed(const InputFile& archive, const Entry& entry, st
     return next.size();
 }
 
+// Only grows: it serves every entry that this thread reads.
 std::span<unsigned char> EntryReader::input(std::size_t size) {
     if (input_.size() < size) input_.resize(size);
     return std::span(input_).first(size);
 }
 
+// Between two pieces, so that a large entry does not delay the end.
 void EntryReader::checkpoint() const {
     throwIfInterrupted();
     if (stop_.load(std::memory_order_relaxed)) throw Stopped();

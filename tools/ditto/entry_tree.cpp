@@ -7,6 +7,7 @@
 namespace quillmoor::ditto {
 namespace {
 
+// The slash first: what is inside "a" then follows "a" at once, and "a-b" comes after it.
 unsigned char rank(char c) {
     return c == '/' ? 0 : static_cast<unsigned char>(c);
 }
@@ -17,6 +18,7 @@ bool sortsBefore(std::string_view a, std::string_view b) {
     return left == a.end() || rank(*left) < rank(*right);
 }
 
+// The name without empty and "." components.
 std::string cleaned(std::string_view name) {
     std::string path;
     std::string_view component;
@@ -34,6 +36,7 @@ std::string_view copied(std::pmr::memory_resource& memory, std::string_view text
     return {copy, text.size()};
 }
 
+// Whether cleaned() would change nothing. The path has no slash at its beginning.
 bool isClean(std::string_view path) {
     return !path.starts_with("./") && path != "." && !path.ends_with('/') &&
            !path.ends_with("/.") && path.find("//") == std::string_view::npos &&
@@ -59,6 +62,7 @@ EntryTree::EntryTree(std::span<const Entry> entries, FoldCase foldCase) : foldCa
         if (path.ends_with('/')) path.remove_suffix(1);
         // Most names are clean and need no copy.
         if (!isClean(path)) path = copied(texts_, cleaned(path));
+        // The root, which some packers write as "./". It exists already, with a mode of its own.
         if (path.empty()) continue;
         const std::string_view key =
             foldCase == FoldCase::Yes ? copied(texts_, foldedCase(path)) : path;
@@ -76,6 +80,7 @@ EntryTree::Found EntryTree::find(std::string_view key) const {
         [](const Node& node, std::string_view wanted) { return sortsBefore(node.key, wanted); });
     if (at == nodes_.end()) return {};
     if (at->key == key) return {Item::Entry, &*at};
+    // No entry has this name, but the next one is inside it.
     if (isInside(at->key, key)) return {Item::ImpliedFolder, nullptr};
     return {};
 }
@@ -104,6 +109,7 @@ std::size_t commonFolders(std::string_view a, std::string_view b) {
         return same == path.size() || path[same] == '/';
     };
     if (endsAt(a) && endsAt(b)) return same;
+    // Back to the last slash: "a/bc" and "a/bd" have only "a" in common.
     const std::size_t slash = same == 0 ? std::string_view::npos : a.rfind('/', same - 1);
     return slash == std::string_view::npos ? 0 : slash;
 }

@@ -18,6 +18,8 @@ void failWithError(std::string_view path, std::string_view what, int error) {
                   platform::posix::systemErrorText(error));
 }
 
+// Called while another failure is under way, from destructors as well: a lack of memory for the
+// name must not replace that failure.
 void warnOfResidue(const std::string& name) noexcept {
     try {
         std::fprintf(stderr, "ditto: %s is left behind\n", printable(name).c_str());

@@ -29,6 +29,7 @@ void writeAll(int file, std::span<const unsigned char> bytes, std::string_view n
     if (error != 0) failWithError(name, "written", error);
 }
 
+// Unlike writeAll it leaves the file's position at the end, where the next bytes are appended.
 void writeAllAt(int file, std::uint64_t offset, std::span<const unsigned char> bytes,
                 std::string_view name) {
     while (!bytes.empty()) {
@@ -48,6 +49,7 @@ void FileSink::start(int file, std::string_view name) {
 }
 
 std::span<unsigned char> FileSink::room(std::size_t wanted) {
+    // Never more than a whole entry, whatever an archive declares.
     const std::size_t size = std::max(kPieceSize, std::min(wanted, kWholeEntry));
     if (buffer_.size() < size) buffer_.resize(size);
     return buffer_;
@@ -60,6 +62,7 @@ void FileSink::accept(std::size_t size) {
 }
 
 BackgroundSink::BackgroundSink(int file, std::string_view name) : file_(file), name_(name) {
+    // The memory first: if it runs out, there is no thread yet that would have to be joined.
     for (Piece& piece : pieces_) piece.bytes.resize(kPieceSize);
     thread_ = platform::posix::Thread([this] { work(); });
 }
@@ -80,15 +83,18 @@ void BackgroundSink::accept(std::size_t size) {
     const std::lock_guard lock(mutex_);
     pieces_[filled_ % pieces_.size()].size = size;
     ++filled_;
+    // One thread waits at most: the ring is not full and empty at once.
     changed_.notify_one();
 }
 
 std::uint32_t BackgroundSink::finish() {
     end();
+    // The thread was joined: what it has written last can be read without the lock.
     if (failure_) std::rethrow_exception(failure_);
     return crc_;
 }
 
+// Pieces that are filled are still written: the thread ends when there is none left.
 void BackgroundSink::end() {
     if (!thread_.joinable()) return;
     {

@@ -24,6 +24,7 @@ using platform::posix::systemCalls;
 
 // What the folder holds, from its beginning; the folder itself stays open.
 DirectoryReader readerOf(int folder, std::string_view name = ".") {
+    // Opened again: a copy of the descriptor would share its position in the listing.
     Descriptor opened(systemCalls().openat(folder, ".", kReadFolder, 0));
     if (!opened) failWithErrno(name, "listed");
     DirectoryReader reader(std::move(opened));
@@ -34,6 +35,7 @@ DirectoryReader readerOf(int folder, std::string_view name = ".") {
 }  // namespace
 
 std::string parentPathOf(std::string_view path) {
+    // An empty path is not the current folder for a system call.
     std::string parent = deleteLastPathComponent(path);
     return parent.empty() ? std::string(1, '.') : parent;
 }
@@ -51,6 +53,7 @@ Identity identityOf(int item, std::string_view name) {
     return platform::posix::identityOf(info);
 }
 
+// By device and number. What cannot be examined is an error, and not another item.
 bool isItem(int folder, const std::string& name, int item) {
     struct stat info = {};
     if (systemCalls().fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0)
@@ -59,6 +62,7 @@ bool isItem(int folder, const std::string& name, int item) {
     return false;
 }
 
+// The old folder is closed only when the new one is open, which may be reached from it.
 int FolderCache::open(std::string_view path) {
     if (path.empty()) return root_;
     if (folder_ && path == path_) return folder_.get();

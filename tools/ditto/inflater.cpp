@@ -8,6 +8,7 @@
 
 namespace quillmoor::ditto {
 
+// The libraries' types are kept out of the header.
 struct WholeInflater::State {
     State() {
         if (inflater == nullptr) throw std::bad_alloc();
@@ -50,6 +51,7 @@ StreamInflater::StreamInflater() : state_(new State) {}
 StreamInflater::~StreamInflater() = default;
 
 void StreamInflater::start() {
+    // The initial state reads raw deflate, without a header and a checksum, as in a zip entry.
     ::isal_inflate_init(&state_->stream);
     state_->stream.avail_in = 0;
 }

@@ -28,10 +28,12 @@ InputFile::InputFile(std::string path) : path_(std::move(path)) {
 
 void InputFile::readAt(std::uint64_t offset, std::span<unsigned char> bytes) const {
     while (!bytes.empty()) {
+        // pread, because several threads read at different positions.
         const ssize_t got = systemCalls().pread(file_.get(), bytes.data(), bytes.size(),
                                                 static_cast<off_t>(offset));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) failWithErrno(path_, "read");
+        // Another process has cut the file since its size was read.
         if (got == 0) throw Failure(quoted(path_) + " ends too early");
         offset += static_cast<std::uint64_t>(got);
         bytes = bytes.subspan(static_cast<std::size_t>(got));

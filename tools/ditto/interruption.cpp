@@ -11,6 +11,7 @@ namespace {
 std::atomic<int> caught{0};
 static_assert(std::atomic<int>::is_always_lock_free);
 
+// A signal handler, which may do no more than this.
 void remember(int signal) {
     caught.store(signal, std::memory_order_relaxed);
 }
@@ -21,6 +22,7 @@ void watchForInterruption() {
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before = {};
         ::sigaction(number, nullptr, &before);
+        // As a tool that was started by nohup has it.
         if (before.sa_handler == SIG_IGN) continue;
         struct sigaction action = {};
         action.sa_handler = &remember;
@@ -42,6 +44,7 @@ void throwIfInterrupted() {
 }
 
 void dieOfSignal(int signal) {
+    // By the signal itself and not by an exit status, so that a shell ends its script as well.
     ::signal(signal, SIG_DFL);
     sigset_t only;
     ::sigemptyset(&only);

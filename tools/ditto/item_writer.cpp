@@ -25,6 +25,8 @@ std::array<timespec, 2> datesOf(const Entry& entry) {
     return dates;
 }
 
+// `standard` without the caller's mask is for folders that only names imply, and for archives
+// without modes.
 mode_t modeOf(const Entry* entry, unsigned standard, unsigned umask) {
     if (entry != nullptr && entry->mode >= 0) return static_cast<mode_t>(entry->mode);
     return standard & ~umask;
@@ -52,6 +54,7 @@ void FileWriter::write(const PlannedItem& file) {
                                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW,
                                            modeOf(&entry, 0666, umask_)));
     if (!output) failWithErrno(file.path, "made");
+    // The process's own mask is 0, so the file has its final mode from here on.
     const InputFile& archive = archives_[entry.archive];
     if (entry.size > kWholeEntry) {
         BackgroundSink sink(output.get(), file.path);
@@ -60,8 +63,10 @@ void FileWriter::write(const PlannedItem& file) {
         sink_.start(output.get(), file.path);
         reader_.read(archive, entry, sink_);
     }
+    // After the last write, which would change the date again.
     if (systemCalls().futimens(output.get(), datesOf(entry).data()) != 0)
         failWithErrno(file.path, "dated");
+    // Some file systems report only now that the disk was full.
     const int error = platform::posix::closeChecked(output);
     if (error != 0) failWithError(file.path, "written", error);
 }

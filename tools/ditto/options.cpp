@@ -29,8 +29,10 @@ constexpr std::array<option, 8> kLongOptions = {{
 // colon: getopt prints nothing, and returns a colon where an argument is missing.
 constexpr char kShortOptions[] = "-:xckvVh";
 
+// What getopt returns for an operand, owing to the minus sign.
 constexpr int kOperand = 1;
 
+// Collects what getopt returns. What excludes what is checked at the end, when everything is known.
 class Parser {
   public:
     explicit Parser(std::span<const char* const> arguments) {
@@ -86,7 +88,7 @@ class Parser {
             case kMaxSize:
                 options_.maxSize = number(::optarg);
                 return;
-            case kWithoutEffect:
+            case kWithoutEffect:  // about resource forks, which are neither packed nor unpacked
                 return;
             case ':':
                 throw UsageError("--max-size needs a number of bytes");
@@ -104,6 +106,7 @@ class Parser {
                                                      : "-" + printable({&character, 1})));
     }
 
+    // from_chars takes no sign, no space and no prefix.
     static std::uint64_t number(std::string_view text) {
         std::uint64_t value = 0;
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -113,6 +116,7 @@ class Parser {
     }
 
     Options finished() {
+        // First, so that an otherwise incomplete command line gets its help.
         if (help_ || version_) {
             options_.action = help_ ? Action::ShowHelp : Action::ShowVersion;
             return std::move(options_);

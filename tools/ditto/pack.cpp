@@ -38,6 +38,7 @@ namespace {
 
 using platform::posix::systemCalls;
 
+// Deflate's window: no match reaches further back.
 constexpr std::size_t kDictionarySize = 32U << 10U;
 // A file of this size may grow to 4 GiB while it is packed, and its header, which is written first,
 // must then have room for the wide sizes.
@@ -68,6 +69,7 @@ std::size_t readFully(int file, std::span<unsigned char> room, const std::string
     return done;
 }
 
+// A link's target has at most kLongestName bytes, so the room is never filled and nothing is cut.
 std::string targetOf(int folder, const std::string& name, const std::string& path) {
     std::array<char, kLongestName + 1> target = {};
     const ssize_t size =
@@ -121,6 +123,7 @@ class Packer {
                 std::min<std::int64_t>(info.st_mtim.tv_sec, newest_)};
     }
 
+    // The entry of the source itself, in which --keepParent puts everything else.
     void packRoot() {
         struct stat info = {};
         if (systemCalls().fstat(tree_.root(), &info) != 0) failWithErrno(prefix_, "examined");
@@ -146,6 +149,8 @@ class Packer {
             job.linkTarget = targetOf(folder, name, item.path);
             linkTargets_.push_back(job.linkTarget);
         }
+        // Queued like the files, although there is nothing to compress: entries have the tree's
+        // order.
         keepBounded(0);
         jobs_.push_back(std::move(job));
     }
@@ -184,6 +189,7 @@ class Packer {
             if (block.size > kWholeFile) return false;
             if (block.size < block.input.size()) break;
         }
+        // No more room than the input has: a file that does not shrink is stored.
         if (block.output.size() < block.size) block.output.resize(block.size);
         block.whole = block.last = true;
         job.header = std::move(header);
@@ -207,6 +213,7 @@ class Packer {
             // A file of whole blocks ends with an empty one, which ends the deflate stream.
             block.last = last = block.size < kBlockSize;
             block.dictionary = std::exchange(dictionary, {});
+            // A copy: this block may be written and reused before the next one is compressed.
             if (!last)
                 dictionary = {block.input.begin() + (kBlockSize - kDictionarySize),
                               block.input.begin() + kBlockSize};
@@ -223,6 +230,7 @@ class Packer {
         deflater_.submit(block);
     }
 
+    // A block with at least its usual room, once the file of `expected` bytes may be in memory.
     std::unique_ptr<Block> freeBlock(std::size_t expected) {
         keepBounded(expected);
         if (spare_.empty()) return std::make_unique<Block>();
@@ -241,6 +249,7 @@ class Packer {
         jobs_.pop_front();
         if (!job.block) return addUncompressed(job);
         const Block& block = *job.block;
+        // From here on no thread uses the block, so what is thrown below may destroy it.
         deflater_.wait(block);
         bytes_ -= block.size;
         if (block.failed) throw Failure(quoted(job.header.name) + " couldn’t be compressed");
@@ -270,6 +279,7 @@ class Packer {
             size_ = 0;
         }
         writer_.append(block.compressed());
+        // Each block was summed by its own thread. libdeflate cannot join two sums; zlib can.
         crc_ = static_cast<std::uint32_t>(
             ::crc32_combine(crc_, block.crc, static_cast<z_off_t>(block.size)));
         size_ += block.size;
@@ -300,12 +310,14 @@ void pack(const Options& options, unsigned umask) {
     // Not before the listing, which would find the temporary file of an archive inside its source.
     pending.create();
     ZipWriter writer(pending.file(), options.destination, newest ? DateZone::Utc : DateZone::Local);
+    // --keepParent is about folders only, and the root of the file system has no name to keep.
     const bool prefixed = options.keepParent && tree.isFolder() && !tree.name().empty();
     Packer packer(tree, prefixed ? tree.name() + '/' : std::string(),
                   newest.value_or(std::numeric_limits<std::int64_t>::max()), options.verbose,
                   writer);
     packer.packAll();
     writer.finish();
+    // Before the archive is in place: if memory runs out here, the old one is unchanged.
     const std::string objection = packer.objection();
     // The last point at which an interruption leaves the old archive.
     throwIfInterrupted();

@@ -23,7 +23,9 @@ Entry::Kind kindOf(SourceItem::Kind kind) {
 
 std::string linkObjection(const SourceTree& tree, std::string_view prefix,
                           const std::vector<std::string>& targets) {
+    // Spares most packs the tree.
     if (targets.empty()) return {};
+    // Names, kinds and targets are all that the resolver reads.
     EntryList list;
     list.entries.reserve(tree.items().size());
     auto target = targets.begin();
@@ -31,9 +33,11 @@ std::string linkObjection(const SourceTree& tree, std::string_view prefix,
         Entry entry;
         entry.name = list.keep(std::string(prefix) + item.path);
         entry.kind = kindOf(item.kind);
+        // The targets were collected in the tree's order.
         if (entry.kind == Entry::Kind::Link) entry.linkTarget = *target++;
         list.entries.push_back(entry);
     }
+    // By exact names: where the archive will be unpacked is not known.
     const EntryTree entries(list.entries, FoldCase::No);
     LinkResolver resolver(entries);
     for (const EntryTree::Node& node : entries.nodes()) {

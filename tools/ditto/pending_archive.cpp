@@ -20,11 +20,13 @@ using platform::posix::systemCalls;
 
 PendingArchive::PendingArchive(std::string path, unsigned umask)
     : path_(std::move(path)), name_(lastPathComponent(path_)), umask_(umask) {
+    // Not followed: a link is replaced, also one to a folder.
     struct stat info = {};
     if (systemCalls().fstatat(AT_FDCWD, path_.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
         S_ISDIR(info.st_mode))
         throw Failure(quoted(path_) + " is a folder");
     const std::string parent = parentPathOf(path_);
+    // O_PATH: the folder must be writable, but need not be readable.
     folder_ = Descriptor(systemCalls().openat(AT_FDCWD, parent.c_str(), O_PATH | O_DIRECTORY, 0));
     if (!folder_) failWithErrno(parent, "opened");
 }
@@ -42,6 +44,7 @@ ArchiveLocation PendingArchive::location() const {
 }
 
 void PendingArchive::create() {
+    // In the archive's own folder, so that the final rename stays on one file system.
     temporaryName_ = platform::posix::temporaryName(name_);
     file_ =
         Descriptor(systemCalls().openat(folder_.get(), temporaryName_.c_str(),
@@ -58,6 +61,7 @@ void PendingArchive::putInPlace() {
         temporaryName_.clear();
         failWithError(path_, "replaced", EBUSY);
     }
+    // Closed before the rename: an error that is only reported now must leave the old archive.
     const int error = platform::posix::closeChecked(file_);
     if (error != 0) failWithError(path_, "written", error);
     if (systemCalls().renameat(folder_.get(), temporaryName_.c_str(), folder_.get(),

@@ -10,6 +10,7 @@
 namespace quillmoor::ditto {
 namespace {
 
+// 31 December 9999, 23:59:59 in UTC.
 constexpr std::uint64_t kEndOfYear9999 = 253402300799;
 
 }  // namespace

@@ -36,6 +36,7 @@ std::string ownName(const std::string& source) {
     return name == "/" ? std::string() : name;
 }
 
+// Everything else ends the packing: an archive without it would look complete.
 SourceItem::Kind kindOf(const struct stat& info, const std::string& path) {
     if (S_ISDIR(info.st_mode)) return SourceItem::Kind::Folder;
     if (S_ISLNK(info.st_mode)) return SourceItem::Kind::Link;
@@ -48,6 +49,7 @@ SourceItem::Kind kindOf(const struct stat& info, const std::string& path) {
 SourceTree::SourceTree(const std::string& source, ArchiveLocation archive)
     : archive_(std::move(archive)) {
     struct stat info = {};
+    // Followed: the source itself may be a link.
     if (systemCalls().fstatat(AT_FDCWD, source.c_str(), &info, 0) != 0)
         failWithErrno(source, "opened");
     name_ = ownName(source);
@@ -68,6 +70,8 @@ SourceTree::SourceTree(const std::string& source, ArchiveLocation archive)
     }
 }
 
+// Recursive: a path that is too long for one call cannot be opened, which limits the depth to some
+// 2,000 folders.
 void SourceTree::list(const std::string& folder) {
     throwIfInterrupted();
     for (SourceItem& item : itemsIn(folder)) {
@@ -100,6 +104,7 @@ std::vector<SourceItem> SourceTree::itemsIn(const std::string& path) const {
     return items;
 }
 
+// By device and number: paths may lead to the archive's folder in several ways.
 bool SourceTree::isArchivesFolder(int folder) const {
     struct stat info = {};
     if (systemCalls().fstat(folder, &info) != 0) failWithErrno(".", "examined");

@@ -39,6 +39,7 @@ std::string printable(std::string_view bytes) {
     while (!bytes.empty()) {
         const Utf8Character found = utf8CharacterAt(bytes, 0);
         const std::string_view character = bytes.substr(0, found.bytes);
+        // The backslash as well: otherwise a name could contain what looks like an escape.
         if (!found.valid || found.codePoint == '\\' || steersTerminal(found.codePoint))
             appendEscaped(out, character);
         else
@@ -62,6 +63,9 @@ bool isUtf8(std::string_view bytes) {
 }
 
 std::string foldedCase(std::string_view name) {
+    // Decomposed, because file systems that fold case may also take é in one code point and in two
+    // for one name. The library allocates the result with malloc, and returns a negative length for
+    // invalid UTF-8.
     utf8proc_uint8_t* mapped = nullptr;
     const auto length =
         utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(name.data()),

@@ -90,12 +90,14 @@ class FileWriterPool {
     std::exception_ptr failure_;
 };
 
+// One unpack, from the archives' directories to the finished destination.
 class Unpacking {
   public:
     Unpacking(const Options& options, unsigned umask) : options_(options), umask_(umask) {}
 
     void run() {
         readArchives();
+        // Before a tree is made: a name with a NUL would be sorted to a wrong place in it.
         refuse(validateEntries(list_.entries, limits_));
         // Validated by exact names first, so that a hostile archive is refused before anything is
         // written, and again below if the destination takes "A" and "a" for one name: only there
@@ -111,6 +113,7 @@ class Unpacking {
         // Early, to spare the work. commit() does not replace anything either.
         destination.requireFree(plan.topNames);
         write(plan, destination);
+        // The last point at which an interruption leaves nothing behind.
         throwIfInterrupted();
         destination.commit(plan.topNames);
         finishTopFolders(destination);
@@ -129,6 +132,8 @@ class Unpacking {
         }
     }
 
+    // What is refused for all entries together belongs to no single archive; the first one is
+    // named.
     void refuse(const std::optional<Refusal>& refusal) const {
         if (!refusal) return;
         if (refusal->entry != nullptr)
@@ -170,6 +175,8 @@ class Unpacking {
                folder.entry->mode >= 0 && (folder.entry->mode & S_IWUSR) == 0;
     }
 
+    // After the move. Others may have replaced such a folder meanwhile, so its identity is
+    // compared.
     void finishTopFolders(const Destination& destination) const {
         for (const auto& [folder, identity] : waiting_)
             finishFolder(destination.folder(), folder, umask_, identity);

@@ -22,6 +22,7 @@ bool leavesMacFolderOut(const EntryTree& tree) {
     return anyDouble;
 }
 
+// Goes through the tree once, in its order, and sorts the items by how they are created.
 class Planner {
   public:
     explicit Planner(const EntryTree& tree)
@@ -44,6 +45,8 @@ class Planner {
         if (folder && inMacFolder && withoutMacFolder_) return;
         addFolders(folderOf(node.path));
         if (folder) {
+            // An entry comes before what is inside it, so this folder was not added as an implied
+            // one, and it is the last. Of several archives' entries for it the last one counts.
             addFolders(node.path);
             plan_.folders.back().entry = node.entry;
             return;
@@ -62,6 +65,7 @@ class Planner {
         while (end < path.size()) {
             end = std::min(path.find('/', end + 1), path.size());
             plan_.folders.push_back({path.substr(0, end), nullptr});
+            // Only the first component is in the destination itself.
             if (path.find('/') >= end) plan_.topNames.push_back(path.substr(0, end));
         }
     }

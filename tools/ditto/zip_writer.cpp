@@ -47,6 +47,7 @@ std::string timestampField(std::int64_t modified) {
     return field;
 }
 
+// The largest value itself as well: in a 32-bit field it means that the zip64 field has the value.
 bool needsWide(std::uint64_t value) {
     return value >= zip::kMax32;
 }
@@ -65,6 +66,7 @@ ZipWriter::ZipWriter(int file, std::string path, DateZone zone)
 void ZipWriter::add(const EntryHeader& header, std::uint16_t method, std::uint32_t crc,
                     std::uint64_t size, std::string_view data) {
     const std::uint64_t offset = offset_;
+    // Never wide: the whole entry is in memory, far below 4 GiB.
     const Sums sums{method, crc, size, data.size()};
     writeLocalHeader(header, sums, false);
     write(data);
@@ -75,6 +77,7 @@ void ZipWriter::begin(const EntryHeader& header, bool wide) {
     current_ = header;
     currentOffset_ = offset_;
     currentWide_ = wide;
+    // The sums are 0 until end() patches them in.
     writeLocalHeader(header, {zip::kDeflated}, wide);
     currentData_ = offset_;
 }
@@ -113,6 +116,7 @@ std::uint32_t ZipWriter::dosDate(std::int64_t modified) const {
         zone_ == DateZone::Utc ? ::gmtime_r(&seconds, &parts) : ::localtime_r(&seconds, &parts);
     // 1 January 1980: a month or day 0 would not be a date.
     if (done == nullptr || parts.tm_year < 80) return 1U << 21U | 1U << 16U;
+    // Seven bits for the year. A leap second would be 30 in steps of two, and the last one is 29.
     const int year = std::min(parts.tm_year - 80, 127);
     return static_cast<std::uint32_t>(year << 25 | (parts.tm_mon + 1) << 21 | parts.tm_mday << 16 |
                                       parts.tm_hour << 11 | parts.tm_min << 5 |
@@ -126,6 +130,7 @@ void ZipWriter::putCommon(std::string& out, const EntryHeader& header, std::uint
     // Without the flag, readers take a name for their own system's character set.
     put16(out, isUtf8(header.name) ? zip::kFlagUtf8 : 0);
     put16(out, method);
+    // Two fields of 16 bits: the low one, which is written first, is the time.
     put32(out, dosDate(header.modified));
 }
 
@@ -165,6 +170,7 @@ void ZipWriter::addToDirectory(const EntryHeader& header, const Sums& sums, std:
     const bool folder = (header.mode & kFormatMask) == kFolderFormat;
 
     put32(directory_, zip::kCentralSignature);
+    // "Made by" Unix: readers take the upper half of the external attributes for a mode.
     put16(directory_, zip::kHostUnix << 8U | kWideVersion);
     putCommon(directory_, header, sums.method, !wide.empty());
     put32(directory_, sums.crc);
@@ -175,6 +181,7 @@ void ZipWriter::addToDirectory(const EntryHeader& header, const Sums& sums, std:
     put16(directory_, 0);  // comment
     put16(directory_, 0);  // volume
     put16(directory_, 0);  // internal attributes
+    // With the MS-DOS attribute of a folder, for readers that know no modes.
     put32(directory_, header.mode << 16U | (folder ? zip::kDosFolder : 0U));
     put32(directory_, narrow(offset));
     directory_ += header.name;
@@ -187,6 +194,7 @@ void ZipWriter::finish() {
     write(directory_);
     const std::uint64_t size = directory_.size();
     std::string out;
+    // 65,535 entries as well: that number in the old record means that the zip64 record has it.
     if (needsWide(start) || needsWide(size) || count_ >= zip::kMax16) {
         const std::uint64_t record = offset_;
         put32(out, zip::kEnd64Signature);
@@ -199,9 +207,9 @@ void ZipWriter::finish() {
         put64(out, size);
         put64(out, start);
         put32(out, zip::kEnd64LocatorSignature);
-        put32(out, 0);
+        put32(out, 0);  // the volume that holds the record
         put64(out, record);
-        put32(out, 1);
+        put32(out, 1);  // volumes in total
     }
     put32(out, zip::kEndSignature);
     put32(out, 0);  // volumes
