@@ -30,11 +30,13 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
 
+// An empty variable counts as unset, as for the toolkit.
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
     return value != nullptr && *value != '\0';
 }
 
+// A message to people. That it could not be written cannot be reported.
 void say(const std::string& text) {
     const std::string line = "installer-host: " + onOneLine(text) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
@@ -153,7 +155,7 @@ class Session {
     const Options& options_;
     Screen screen_;
     InstallerController controller_;
-    std::unique_ptr<ScriptRunner> runner_;
+    std::unique_ptr<ScriptRunner> runner_;  // destroyed before the controller that it operates
     bool scriptFailed_ = false;
 };
 

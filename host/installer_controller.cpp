@@ -18,6 +18,7 @@ InstallerController::InstallerController(const std::vector<PlannedSection>& plan
     const ProductName product = ProductName::of(productName(setting.product));
     fillInOwn(plan, product);
     makeWindow(product, setting.window);
+    // Last: without it, a pane that navigates while it is created is ignored.
     sequence_ = std::make_unique<PaneSequence>(panes(), static_cast<SequenceObserver&>(*this));
 }
 
@@ -26,6 +27,7 @@ InstallerController::~InstallerController() {
     window_.reset();
 }
 
+// Sections, pages and the window's steps all have the numbers of the plan.
 void InstallerController::loadBundles(const std::vector<PlannedSection>& plan,
                                       const QStringList& languages) {
     for (std::size_t i = 0; i < plan.size(); ++i) sections_[i] = loadOne(plan[i], languages);
@@ -34,6 +36,7 @@ void InstallerController::loadBundles(const std::vector<PlannedSection>& plan,
 std::unique_ptr<Section> InstallerController::loadOne(const PlannedSection& planned,
                                                       const QStringList& languages) {
     if (planned.kind == Kind::Problem) return problem(planned.subject, planned.reason);
+    // Built-in sections follow in fillInOwn, when the product's name is known.
     if (planned.kind != Kind::Bundle) return nullptr;
     try {
         return loadBundle(planned.subject,
@@ -59,6 +62,7 @@ void InstallerController::fillInOwn(const std::vector<PlannedSection>& plan,
     }
 }
 
+// The user's choice, else that of the first bundle that names a product.
 QString InstallerController::productName(const QString& wish) const {
     if (!wish.isEmpty()) return wish;
     for (const auto& section : sections_)
@@ -90,6 +94,7 @@ void InstallerController::makeWindow(const ProductName& product,
         if (sections_[i]->isPlugin()) ensurePage(i);
 }
 
+// Once for each section, which gives its widget away.
 void InstallerController::ensurePage(std::size_t pane) {
     if (hasPage_[pane]) return;
     hasPage_[pane] = true;
@@ -100,6 +105,7 @@ void InstallerController::start() {
     sequence_->start();
 }
 
+// The step first, so that the window's first picture shows it.
 void InstallerController::showWindow() {
     showCurrent();
     window_->show();
@@ -154,6 +160,7 @@ std::string InstallerController::nameOfPane(std::size_t pane) const {
     return inQuotes(bytesOf(sections_[pane]->title()));
 }
 
+// What the sequence reports is recorded in the transcript as it happens.
 void InstallerController::paneReached(std::size_t pane, Direction direction) {
     pluginEntered_ = pluginEntered_ || sections_[pane]->isPlugin();
     transcript_.write("entered", nameOfPane(pane) + " " + nameOf(direction));

@@ -42,6 +42,7 @@ void describe(CLI::App& app, Options& options) {
                    "Language instead of the user's own, for example de or pt-BR")
         ->type_name("LANGUAGE");
     app.add_option("--appearance", options.appearance, "light, dark or system")
+        // The check would add its map, with the numbers in it, to the help.
         ->transform(CLI::CheckedTransformer(modes, CLI::ignore_case).description(""))
         ->type_name("APPEARANCE")
         ->option_text("light|dark|system");
@@ -56,6 +57,7 @@ void describe(CLI::App& app, Options& options) {
     app.set_version_flag("--version", "installer-host " INSTALLER_HOST_VERSION);
 }
 
+// What depends on more than one option.
 void checkWhole(const Options& options) {
     if (options.bundles.empty() && options.plugins.empty())
         throw CLI::ValidationError("a bundle or --plugins FOLDER is needed");
@@ -74,6 +76,8 @@ ParsedOptions parseOptions(int argc, char** argv) {
         app.parse(argc, argv);
         checkWhole(options);
     } catch (const CLI::ParseError& error) {
+        // Help and version arrive here as errors with status 0. The library's own numbers begin at
+        // 100, beyond those that the help lists.
         return {std::nullopt, app.exit(error) == 0 ? 0 : 2};
     }
     return {options, 0};

@@ -20,6 +20,7 @@ PrivateTemporaryFolder::PrivateTemporaryFolder() {
     if (::mkdtemp(path_.data()) == nullptr)
         throw HostError("no folder could be made in the temporary folder " + inQuotes(shared) +
                         ": " + std::strerror(errno));
+    // Read by the library for the panes, and by what they start.
     ::setenv("TMPDIR", path_.c_str(), 1);
 }
 

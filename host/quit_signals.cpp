@@ -37,6 +37,8 @@ void passOn(int) {
 }  // namespace
 
 void quitOnSignals() {
+    // Without the pipe the signals keep their default action. Not blocking: a handler must not wait
+    // for room.
     if (::pipe2(wake.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
     auto* notifier =
         new QSocketNotifier(wake[0], QSocketNotifier::Read, QCoreApplication::instance());

@@ -4,6 +4,7 @@
 
 namespace quillmoor::host {
 
+// By byte: what is escaped is ASCII, and the bytes of longer characters are all above it.
 std::string onOneLine(std::string_view text) {
     constexpr std::string_view digits = "0123456789abcdef";
     std::string line;
@@ -29,6 +30,7 @@ QString shown(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
+// A space without width after each slash: a path has no other place at which a label could wrap.
 QString breakable(std::string_view text) {
     return shown(text).replace('/', QStringLiteral("/\u200b"));
 }

@@ -12,6 +12,7 @@
 namespace quillmoor::host {
 namespace {
 
+// The result is not needed: what was written has been flushed by then.
 struct Closer {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };

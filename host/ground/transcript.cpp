@@ -8,6 +8,7 @@
 
 namespace quillmoor::host {
 
+// Standard output is not the transcript's to close.
 void Transcript::Closer::operator()(std::FILE* file) const {
     if (file != stdout) std::fclose(file);
 }
@@ -20,6 +21,7 @@ Transcript::Transcript(const std::string& path)
     if (!file_) throw HostError(std::strerror(errno));
 }
 
+// A failure is remembered, not thrown: the run goes on, and its exit status reports it.
 void Transcript::write(std::string_view kind, std::string_view text) {
     if (!file_) return;
     const std::string line = std::string(kind) + ": " + onOneLine(text) + "\n";

@@ -14,6 +14,7 @@ namespace fs = std::filesystem;
 using platform::PropertyListDictionary;
 
 PropertyListDictionary readDictionary(const std::string& bundle) {
+    // The error needs no look: what cannot be examined is neither a folder nor a regular file.
     std::error_code error;
     const auto folder = fs::status(bundle, error);
     if (folder.type() == fs::file_type::not_found) throw HostError("there is no such bundle");
@@ -22,6 +23,7 @@ PropertyListDictionary readDictionary(const std::string& bundle) {
     const std::string path = bundle + "/Contents/Info.plist";
     const auto file = fs::status(path, error);
     if (file.type() == fs::file_type::not_found) throw HostError("it has no Contents/Info.plist");
+    // Reading a FIFO would wait for a writer.
     if (file.type() != fs::file_type::regular)
         throw HostError("Contents/Info.plist is not a regular file");
     auto dictionary = platform::nativePropertyLists()->dictionaryWithContentsOfFile(path);

@@ -39,11 +39,13 @@ HostServices::HostServices() : table_{} {
     };
 }
 
+// The application's thread, which need not be the one that asks first.
 bool HostServices::isMainThread() const {
     const QCoreApplication* application = QCoreApplication::instance();
     return application != nullptr && QThread::currentThread() == application->thread();
 }
 
+// Without an application there is no event loop that could run it: it is dropped.
 void HostServices::onMainThread(std::function<void()> function) const {
     if (isMainThread()) return function();
     if (QCoreApplication* application = QCoreApplication::instance())
@@ -74,10 +76,12 @@ bool HostServices::sendNextEvent(int milliseconds) const {
     // The timer's own event ends the wait, but is not an event that counts.
     bool late = false;
     QTimer timer;
+    // The usual timer may be late by a twentieth.
     timer.setTimerType(Qt::PreciseTimer);
     timer.setSingleShot(true);
     QObject::connect(&timer, &QTimer::timeout, [&late] { late = true; });
     timer.start(milliseconds);
+    // The dispatcher also returns when it was only woken.
     while (!late)
         if (events->processEvents(QEventLoop::WaitForMoreEvents) && !late) return true;
     return false;

@@ -59,6 +59,7 @@ std::unique_ptr<QWidget> parsed(const std::string& contents, const std::string& 
     QUiLoader loader;
     // Relative paths in the file, such as those of pictures, begin at the bundle.
     loader.setWorkingDirectory(QDir(QFile::decodeName(folder.c_str())));
+    // The language does not change while the host runs.
     loader.setLanguageChangeEnabled(false);
     QBuffer buffer;
     buffer.setData(contents.data(), static_cast<int>(contents.size()));
@@ -70,6 +71,7 @@ std::unique_ptr<QWidget> parsed(const std::string& contents, const std::string& 
 
 }  // namespace
 
+// The folder of the language and region first, then that of the language.
 std::string findInterfaceFile(const BundleInfo& info, const QStringList& languages) {
     const std::string resources = "Contents/Resources/";
     const std::string name = info.interfaceFile + ".ui";

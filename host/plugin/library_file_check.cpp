@@ -18,6 +18,7 @@ namespace {
 using Header = ElfW(Ehdr);
 using Segment = ElfW(Phdr);
 
+// The loader refuses files of the other word size.
 constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 
 struct Closer {
@@ -35,6 +36,7 @@ void checkWithin(std::uint64_t end, std::uint64_t size) {
                         std::to_string(size));
 }
 
+// The offset is within the file's size, so off_t can hold it.
 bool readAt(std::FILE* file, std::uint64_t offset, void* to, std::size_t size) {
     return ::fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0 &&
            std::fread(to, size, 1, file) == 1;

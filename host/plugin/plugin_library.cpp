@@ -98,6 +98,7 @@ installer_pane PluginLibrary::createPane(const std::string& className,
         throw HostError(file_ + " has no pane class " + inQuotes(className));
     const char* missing = missingFunction(pane);
     if (missing == nullptr) return pane;
+    // The plug-in has made the pane, although it cannot be used.
     if (pane.destroy != nullptr) pane.destroy(pane.context);
     throw HostError("its pane class " + inQuotes(className) + " lacks the function " +
                     inQuotes(missing));

@@ -22,6 +22,7 @@ PluginPane::PluginPane(const BundleInfo& info, const PluginLibrary& library, Int
       go_(std::move(go)),
       widget_(std::move(interface.widget)),
       pane_(library.createPane(interface.paneClass, hostTable())) {
+    // Asked once: the list of steps shows it before the pane is entered.
     const char* title = pane_.title(pane_.context);
     title_ = shown(title != nullptr && *title != '\0' ? title : info_.sectionTitle);
     joinOutlets(widget_.get());
@@ -33,6 +34,7 @@ PluginPane::~PluginPane() {
     pane_.destroy(pane_.context);
 }
 
+// Passed to the plug-in for one call, in which it copies the table.
 installer_pane_host PluginPane::hostTable() {
     installer_pane_host host{};
     host.context = this;
@@ -66,6 +68,7 @@ const installer_control& PluginPane::controlFor(QWidget* widget) {
     return *controls_.back();
 }
 
+// Every named element is offered. A pane without such an outlet returns 0, which is not a mistake.
 void PluginPane::joinOutlets(QWidget* root) {
     for (QWidget* widget : root->findChildren<QWidget*>()) {
         const QString name = widget->objectName();
@@ -85,6 +88,7 @@ void PluginPane::joinAction(QWidget* widget, const installer_control& control) {
                             " is not a button and cannot perform " + inQuotes(action));
         return;
     }
+    // The control outlives the button, which is destroyed before the pane.
     QObject::connect(button, &QAbstractButton::clicked, button,
                      [this, action, &control] { perform(action, control); });
 }

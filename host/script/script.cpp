@@ -18,8 +18,10 @@ namespace {
 using Kind = ScriptStep::Kind;
 using std::chrono::milliseconds;
 
+// Where the step gives none.
 constexpr milliseconds kLongestWaitForFile{10'000};
 
+// The text with each ${NAME} replaced by the variable's value.
 std::string expanded(std::string_view text) {
     std::string result;
     for (std::size_t begin; (begin = text.find("${")) != std::string_view::npos;) {
@@ -59,6 +61,7 @@ milliseconds timeOf(const std::string& word) {
     return milliseconds(value);
 }
 
+// These read what follows a step's words into the step, and throw if it does not fit.
 void needNothing(ScriptStep&, std::string_view rest) {
     if (!rest.empty()) throw HostError("nothing may follow, but " + inQuotes(rest) + " does");
 }
@@ -75,6 +78,7 @@ void needText(ScriptStep& step, std::string_view rest) {
     if (step.text.empty()) throw HostError("a text is missing");
 }
 
+// The text may be empty: an element can be expected to show none.
 void needObjectAndText(ScriptStep& step, std::string_view rest) {
     const auto [object, text] = firstWord(rest);
     needObject(step, object);
@@ -99,12 +103,14 @@ void needCommand(ScriptStep& step, std::string_view rest) {
     if (step.words.empty()) throw HostError("a command is missing");
 }
 
+// A script must not write outside the folder for pictures.
 void needPictureName(ScriptStep& step, std::string_view rest) {
     needText(step, rest);
     if (step.text.find('/') != std::string::npos)
         throw HostError(inQuotes(step.text) + " is not a plain name for a picture");
 }
 
+// The words of a step, and the reader of the rest of its line.
 struct Rule {
     const char* words;
     Kind kind;
@@ -129,7 +135,8 @@ constexpr std::array<Rule, 14> kRules{{
     {"quit", Kind::Quit, needNothing},
 }};
 
-// Returns what follows the rule's words, if `line` begins with them.
+// Returns what follows the rule's words, if `line` begins with them. Word by word, so that any
+// number of spaces may be between them.
 std::optional<std::string_view> restAfter(std::string_view words, std::string_view line) {
     while (!words.empty()) {
         const auto [expected, more] = firstWord(words);

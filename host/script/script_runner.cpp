@@ -72,6 +72,7 @@ void ScriptRunner::runNext() {
     }
 }
 
+// Ends the script: nothing is scheduled after it.
 void ScriptRunner::fail(const ScriptStep& step, const std::string& reason) {
     transcript_.problem(setting_.name + ":" + std::to_string(step.line) + ": " + reason);
     finished_(Outcome::Failed);
@@ -80,6 +81,7 @@ void ScriptRunner::fail(const ScriptStep& step, const std::string& reason) {
 void ScriptRunner::carryOut(const ScriptStep& step) {
     switch (step.kind) {
         case Kind::Continue:
+            // Recorded before it is done, so that what it causes follows it.
             transcript_.write("continue", inQuotes(bytesOf(target_.shownTitle())));
             target_.userContinues();
             break;
@@ -131,6 +133,7 @@ QWidget& ScriptRunner::widgetOf(const ScriptStep& step) const {
     return *widget;
 }
 
+// As a user could: click() also presses a button that is not on screen.
 void ScriptRunner::press(const ScriptStep& step) {
     auto* button = qobject_cast<QAbstractButton*>(&widgetOf(step));
     if (button == nullptr) throw HostError(inQuotes(step.object) + " is not a button");
@@ -182,6 +185,7 @@ void ScriptRunner::takePicture(const ScriptStep& step) {
     transcript_.write("picture", path);
 }
 
+// The time is measured from the first look, so that a busy event loop does not extend the wait.
 void ScriptRunner::waitForFile(const ScriptStep& step, const QElapsedTimer& since) {
     const std::string& path = step.words[0];
     const bool awaited = step.kind == Kind::WaitForFile;
@@ -204,6 +208,7 @@ void ScriptRunner::runCommand(const ScriptStep& step) {
     process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process->setStandardInputFile(QProcess::nullDevice());
     process->setStandardOutputFile(QProcess::nullDevice());
+    // Exactly one of the two ends the step: a process that did not start emits no finished().
     connect(process, &QProcess::errorOccurred, this,
             [=, this, &step](QProcess::ProcessError error) {
                 // A crash is followed by finished().

@@ -22,6 +22,7 @@ void PaneSequence::userGoes(Direction direction) {
     if (travelling_ || !current_) return;
     const std::size_t pane = *current_;
     const auto destination = neighbour(pane, direction);
+    // The pane is not asked where it could not be left anyway.
     if (!destination) return observer_.nothingBeyond(pane, direction);
 
     travelling_ = true;
@@ -44,14 +45,18 @@ void PaneSequence::paneGoes(std::size_t pane, Direction direction) {
     observer_.nothingBeyond(pane, direction);
 }
 
+// Enters panes until one stays. What they wish inside didEnter() is noted and carried out by this
+// loop, and the user is ignored meanwhile: a pane may dispatch events in there.
 void PaneSequence::travel(std::size_t destination, Direction direction) {
     travelling_ = true;
     entered_.clear();
     for (auto next = std::optional(destination); next;) {
         const std::size_t pane = *next;
         next = enter(pane, direction);
+        // A pane may send the user back.
         if (next) direction = *next > pane ? Direction::Forward : Direction::Backward;
     }
+    // Before the observer shows the pane, from which the user may go on at once.
     travelling_ = false;
     observer_.paneSettled(*current_);
 }

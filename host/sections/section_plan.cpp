@@ -39,6 +39,7 @@ platform::PropertyListArray readOrder(const std::string& folder) {
     return *order;
 }
 
+// A wrong entry becomes a section that shows the mistake: the others can still be used.
 PlannedSection sectionFor(const std::string& folder, const platform::PropertyListValue& entry) {
     const auto* name = std::get_if<std::string>(&entry.value);
     if (name == nullptr)

@@ -19,6 +19,7 @@ constexpr double kLeastPointSize = 10.0;
 // The highlight colour of a style that knows no desktop: it is not the user's choice.
 const QColor kToolkitAccent(0x30, 0x8c, 0xc6);
 
+// In the order of the members of Colours. A test checks every contrast.
 Colours lightColours() {
     return {QColor(0xf7f8fa), QColor(0xebeef3), QColor(0xffffff), QColor(0x1a1e26),
             QColor(0x565e6c), QColor(0xdce0e8), QColor(0x7d8696), QColor(0x2558d4),
@@ -69,6 +70,7 @@ Colours coloursFor(bool dark, const std::optional<QColor>& accent) {
 }
 
 QPalette paletteOf(const Colours& colours) {
+    // Window text, button, light, dark, mid, text, bright text, base, window.
     QPalette palette(colours.text, colours.card, colours.hairline, colours.outline,
                      colours.hairline, colours.text, colours.text, colours.card, colours.window);
     palette.setColor(QPalette::AlternateBase, colours.rail);
@@ -104,6 +106,8 @@ void applyAppearance(QWidget& window, AppearanceMode mode) {
     window.setPalette(paletteOf(colours));
 }
 
+// A family that is not installed is passed over for the next one. A size in pixels, which has no
+// points, is kept.
 QFont applicationFont(const QFont& system) {
     QFont font(system);
     QStringList families = system.families();

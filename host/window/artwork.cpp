@@ -12,6 +12,7 @@ QPointF at(const QRectF& box, double across, double down) {
     return {box.x() + across * box.width(), box.y() + down * box.height()};
 }
 
+// A filled shape with these corners.
 QPainterPath face(const QRectF& box, std::initializer_list<std::pair<double, double>> corners) {
     QPolygonF polygon;
     for (const auto& [across, down] : corners) polygon.append(at(box, across, down));
@@ -90,6 +91,7 @@ void Artwork::paintEvent(QPaintEvent*) {
 
 QPixmap packagePicture(int side, qreal scale, const QPalette& palette) {
     QPixmap picture(QSize(side, side) * scale);
+    // Before it is painted on: the painter then counts in points.
     picture.setDevicePixelRatio(scale);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);

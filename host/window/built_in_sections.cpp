@@ -12,6 +12,7 @@
 namespace quillmoor::host {
 namespace {
 
+// One of the host's own: never refuses, and makes its page only when that is shown.
 class OwnSection : public Section {
   public:
     using Make = std::function<std::unique_ptr<QWidget>()>;
@@ -27,6 +28,7 @@ class OwnSection : public Section {
     Make make_;
 };
 
+// In place of a bundle that could not be loaded.
 class ProblemSection : public OwnSection {
   public:
     using OwnSection::OwnSection;
@@ -92,10 +94,11 @@ std::unique_ptr<QWidget> problemPage(const std::string& subject, const std::stri
     auto* column = addHeading(*page, translated("This step cannot be shown"), &picture);
     const std::string what =
         inQuotes(lastPathComponent(subject)) + " cannot be loaded: " + onOneLine(reason) + ".";
+    // Not translated, like every message about a bundle: it is on standard error too.
     addText(*column, breakable(what))->setObjectName(QStringLiteral("problemText"));
     auto* where = addText(*column, breakable(onOneLine(subject)), "");
     where->setObjectName(QStringLiteral("problemSubject"));
-    where->setForegroundRole(QPalette::PlaceholderText);
+    where->setForegroundRole(QPalette::PlaceholderText);  // the role of text of less weight
     addText(*column, translated("The other steps can still be used."));
     column->addStretch(1);
     return page;

@@ -27,6 +27,7 @@ int HostStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidg
 
 void HostStyle::setMnemonicsShown(bool areShown, QWidget& window) {
     if (mnemonicsShown_ == areShown) return;
+    // The hint is asked for when a button is painted.
     mnemonicsShown_ = areShown;
     for (QPushButton* button : window.findChildren<QPushButton*>()) button->update();
 }

@@ -113,7 +113,9 @@ QLayout* InstallerWindow::makeButtons() {
     continue_->setDefault(true);
     close_ = new QPushButton(translated("&Close"), this);
     close_->setObjectName(QStringLiteral("closeButton"));
+    // Two defaults: only one of them is visible at any step.
     close_->setDefault(true);
+    // Return presses it while it has the focus.
     goBack_->setAutoDefault(true);
     connect(goBack_, &QPushButton::clicked, this, [this] {
         if (onGoBack) onGoBack();
@@ -155,6 +157,7 @@ void InstallerWindow::showStep(std::size_t step) {
     goBack_->setEnabled(step > 0);
     continue_->setVisible(!isLast());
     close_->setVisible(isLast());
+    // After the buttons' visibility: a hidden one does not get the focus.
     mainButton()->setFocus(Qt::OtherFocusReason);
     describe(step);
 }
@@ -212,9 +215,11 @@ void InstallerWindow::showMnemonics(bool areShown) {
 
 bool InstallerWindow::event(QEvent* event) {
     switch (event->type()) {
+        // The desktop has changed between light and dark, or its accent.
         case QEvent::ApplicationPaletteChange:
             applyAppearance(*this, setting_.appearance);
             break;
+        // The release of Alt goes to another window.
         case QEvent::WindowDeactivate:
             showMnemonics(false);
             break;
@@ -277,6 +282,7 @@ bool InstallerWindow::userWantsToQuit() {
     box.setContentsMargins(12, 12, 12, 8);
     box.setInformativeText(translated("The remaining steps have not been shown."));
     box.setPalette(palette());
+    // Escape presses the one button with the role of a refusal.
     auto* stay = box.addButton(translated("&Stay"), QMessageBox::RejectRole);
     auto* leave = box.addButton(translated("&Leave"), QMessageBox::AcceptRole);
     box.setDefaultButton(stay);

@@ -19,6 +19,7 @@ QScrollArea* newPageArea(QWidget* parent) {
     area->setWidgetResizable(true);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->viewport()->setAutoFillBackground(false);
+    // Tab must not stop at an area that has nothing to scroll.
     area->setFocusPolicy(Qt::NoFocus);
     QObject::connect(
         area->verticalScrollBar(), &QScrollBar::rangeChanged, area,

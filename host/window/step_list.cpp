@@ -13,6 +13,7 @@
 namespace quillmoor::host {
 namespace {
 
+// In pixels.
 constexpr int kMark = 20;
 constexpr int kGap = 12;
 constexpr int kInset = StepList::kInset;
@@ -71,6 +72,7 @@ void StepRow::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
 }
 
+// The toolkit mirrors layouts, but no margins.
 void StepRow::makeRoomForMark() {
     const int room = kInset + kMark + kGap;
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
@@ -93,6 +95,8 @@ void StepRow::paintEvent(QPaintEvent* event) {
     paintMark(painter, box);
 }
 
+// Each row draws half of the line to a neighbour, in the accent if the step before the line is
+// done. The step after it was then reached, so both halves agree.
 void StepRow::paintLines(QPainter& painter, const QRectF& box) const {
     const double x = box.center().x();
     const QColor reached = palette().color(QPalette::Highlight);
@@ -110,6 +114,7 @@ void StepRow::paintLines(QPainter& painter, const QRectF& box) const {
 
 void StepRow::paintMark(QPainter& painter, const QRectF& box) const {
     const QColor accent = palette().color(QPalette::Highlight);
+    // In every state: a step that cannot be shown stays marked.
     if (problem_ == Problem::Yes)
         return paintWarning(painter, box.adjusted(0, -1, 0, -1), warningColour(palette()),
                             palette().color(QPalette::AlternateBase));

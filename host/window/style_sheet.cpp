@@ -50,6 +50,7 @@ QScrollBar::add-line, QScrollBar::sub-line { height: 0; width: 0; }
 QScrollBar::add-page, QScrollBar::sub-page { background: none; }
 )";
 
+// Of the body's size, so that large system fonts keep the proportions.
 constexpr double kTitleScale = 1.7;
 constexpr double kHeadingScale = 1.3;
 
@@ -63,6 +64,7 @@ QColor moved(const QColor& colour, const Colours& colours, int hundredths) {
 }
 
 QString sizeOf(const QFont& body, double scale) {
+    // QString::number writes a decimal point in every locale, as a style sheet needs it.
     return QString::number(body.pointSizeF() * scale, 'f', 2);
 }
 
