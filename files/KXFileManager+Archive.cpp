@@ -30,6 +30,7 @@ bool KXFileManager::compressFile(const OptionalPath& path, const OptionalPath& t
     // The tool would replace it, and it could not be restored.
     if (fileExistsAtPath(toDestinationFile)) trashFile(toDestinationFile);
     StringList arguments = upToFirstNil({"-ck", path, toDestinationFile});
+    // Behind -ck, wherever a nil path has ended the list.
     if (includeParent == IncludeParent::Yes)
         arguments.insert(arguments.begin() + 1, "--keepParent");
     runArchivingTool(arguments);

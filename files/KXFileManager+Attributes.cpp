@@ -42,6 +42,7 @@ void setCreatedNow(const std::string& path) {
 
 // The result of the tool is not examined. Kept for compatibility.
 bool touchAsUser(const std::string& path, SetCreationDate setCreationDate) {
+    // -c: a missing item is not created.
     KXTaskEx::runTask(kTouchTool, StringList{"-c", path}, kLongestTouch);
     if (setCreationDate == SetCreationDate::Yes) setCreatedNow(path);
     return true;
@@ -68,6 +69,7 @@ class NoteOfChange {
 
 }  // namespace
 
+// An item that cannot be examined counts as not locked.
 bool KXFileManager::isFileLocked(const OptionalPath& path) try {
     if (!path) return false;
     const auto found = attributes().attributesOfItem(*path);

@@ -33,6 +33,7 @@ bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPat
         KXLog::appendLogAndPrint("Error copying file %@: destination path is nil", path);
         return false;
     }
+    // Nothing can be created in a locked folder. It stays unlocked.
     unlockFile(receivingFolder(*toPath));
     const Outcome copied = fileManager().copyItem(*path, *toPath);
     if (copied) return true;
@@ -56,6 +57,7 @@ bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPat
 bool KXFileManager::copyContentsOfDirectory(const OptionalPath& directory,
                                             const OptionalPath& toPath,
                                             std::chrono::seconds timeout) try {
+    // A folder that cannot be listed has no entries here, so the copy succeeds.
     for (const std::string& name : entriesOf(directory)) {
         // Does not wait for the log, which would delay each copy.
         KXLog::fastAppendLog("File: %@", name);

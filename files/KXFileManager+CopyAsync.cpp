@@ -185,6 +185,7 @@ void callBack(const FileOperationReport& report, Context& context) {
     unschedule(operation);
 }
 
+// True if the folder exists in the end.
 bool makeParent(const std::string& source, const OptionalPath& parent) {
     if (KXFileManager::fileExistsAtPath(parent) ||
         KXFileManager::createDirectory(parent, kLongestCreation))
@@ -212,6 +213,7 @@ bool start(FileOperationRef operation, const std::string& source, FileOperationN
         operation, source, parent, name,
         [context](const FileOperationReport& report) { callBack(report, *context); },
         kStatusInterval);
+    // Before a failure is reported.
     operation = nullptr;
     if (status == 0) return true;
     reportOnConsole(formatted("Failed to begin asynchronous object copy: %ld", long{status}));
@@ -263,6 +265,7 @@ void statusCallback(const FileOperationReport& report, const FileOperationNotice
     const bool isComplete = report.stage == FileOperationStage::Complete;
     const bool hasStatus = report.stage == FileOperationStage::Running && report.status;
     try {
+        // A running copy without counts has nothing to report yet.
         if (info != nullptr && (isComplete || hasStatus))
             send(isComplete ? kFinished : kProgress, report, *info);
     } catch (const std::exception& exception) {

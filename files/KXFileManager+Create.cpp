@@ -38,6 +38,7 @@ bool KXFileManager::createDirectory(const OptionalPath& path, std::chrono::secon
 OptionalPath KXFileManager::createDirectoryStructure(const OptionalPath& path,
                                                      const OptionalPath& destination) try {
     if (!path) return std::nullopt;
+    // A package counts as a file: its name is not part of the structure.
     const bool isFolder = isDirectoryAtPath(path) && !isPackageAtPath(path);
     OptionalPath mirrored =
         appendPathComponent(destination, isFolder ? *path : deleteLastPathComponent(*path));

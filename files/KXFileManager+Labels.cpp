@@ -6,6 +6,7 @@
 namespace quillmoor {
 namespace {
 
+// Bits 1 to 3 of the Finder flags: seven labels, and 0 for none.
 constexpr unsigned kLabelBits = 0x000E;
 
 // By label. The lowest bit of a value is not part of the label, and is ignored.
@@ -26,6 +27,7 @@ struct Item {
     platform::CatalogInfo info;
 };
 
+// The item with its Finder information; nil where either cannot be read.
 std::optional<Item> itemAt(const OptionalPath& path) {
     platform::FinderInfo& finder = *platform::current().finderInfo;
     Item item;
@@ -63,6 +65,8 @@ std::optional<FinderColor> KXFileManager::finderColorForColorIndex(int index) tr
                           std::optional<FinderColor>());
 }
 
+// All flags are passed on, so an item that has others than the label's has no colour. Kept for
+// compatibility.
 std::optional<FinderColor> KXFileManager::finderColorForPath(const OptionalPath& path) try {
     return finderColorForColorIndex(finderColorIndexForPath(path));
 } catch (const std::exception& exception) {

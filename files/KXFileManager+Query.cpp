@@ -31,6 +31,7 @@ bool isLitter(const std::string& name) {
 }  // namespace
 
 bool holdsNothing(const std::string& folder, Unlisted unlisted) {
+    // Every entry that is visited is content, and ends the walk.
     constexpr auto isContent = [](const std::string&, const std::string&) { return false; };
     return walkTree(folder, {isLitter, isContent, /*visitsLoops=*/true,
                              /*endsAtUnlisted=*/unlisted == Unlisted::IsNot});
@@ -55,12 +56,14 @@ bool KXFileManager::isPackageAtPath(const OptionalPath& path) try {
 }
 
 bool KXFileManager::isSymbolicLinkAtPath(const OptionalPath& path) try {
+    // Reads the link itself, so a dangling one counts.
     return path && fileManager().destinationOfSymbolicLink(*path);
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager isSymbolicLinkAtPath:]", false);
 }
 
 bool KXFileManager::isVolumeMountedForPath(const OptionalPath& path) try {
+    // Without a slash behind it, unlike below: /VolumesX/a/b counts too. Kept for compatibility.
     const OptionalPath volume = mountPoint(path, "/Volumes");
     return !volume || fileExistsAtPath(volume);
 } catch (const std::exception& exception) {
@@ -91,6 +94,7 @@ std::uint64_t KXFileManager::fileSize(const OptionalPath& path) try {
 std::string KXFileManager::formatFileSize(double bytes) try {
     const double kilobytes = bytes * kThousandth;
     const double megabytes = kilobytes * kThousandth;
+    // A unit begins at exactly 1 of it, and there is none above GB.
     if (kilobytes < 1) return formatted("%0.0f B", bytes);
     if (megabytes < 1) return formatted("%0.2f KB", kilobytes);
     if (megabytes < 1024) return formatted("%0.2f MB", megabytes);
@@ -129,6 +133,7 @@ void KXFileManager::notifyFileSystemChanged(const OptionalPath& path) try {
 }
 
 std::int32_t SendFinderSyncEvent(const platform::FileReference* reference) {
+    // The platform's own status for a wrong parameter.
     constexpr std::int32_t kParameterError = -50;
     if (reference == nullptr) return kParameterError;
     return platform::current().finderInfo->sendUpdateEvent(*reference);

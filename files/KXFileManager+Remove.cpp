@@ -11,6 +11,7 @@ bool KXFileManager::removeFile(const OptionalPath& path) try {
 }
 
 bool KXFileManager::removeFile(const OptionalPath& path, ShouldAuth shouldAuth) try {
+    // A locked item cannot be removed. For a missing one this only logs that it cannot be unlocked.
     unlockFile(path);
     if (isGone(path)) return true;
     const Outcome removed = fileManager().removeItem(*path);
@@ -32,6 +33,7 @@ bool KXFileManager::removeFile(const OptionalPath& path, std::chrono::seconds ti
 }
 
 bool KXFileManager::removeFolderIfEmpty(const OptionalPath& folder) try {
+    // Unlike isFolderEmpty: a folder that cannot be listed must not be removed with what is in it.
     return (!folder || holdsNothing(*folder, Unlisted::IsNot)) && removeFile(folder);
 } catch (const std::exception& exception) {
     return afterException(exception, "+[KXFileManager removeFolderIfEmpty:]", false);

@@ -17,6 +17,7 @@ StringList trashMatchingFiles(const OptionalPath& folder, const NameTest& matche
     TreeWalk walk;
     walk.visit = [&](const std::string& item, const std::string& name) {
         if (matches(name)) {
+            // Listed whether or not it could be trashed. Kept for compatibility.
             KXFileManager::trashFile(item);
             found.push_back(item);
         }
@@ -35,6 +36,7 @@ bool KXFileManager::trashFile(const OptionalPath& path) try {
 }
 
 bool KXFileManager::trashFile(const OptionalPath& path, ShouldAuth shouldAuth) try {
+    // A locked item cannot be moved.
     unlockFile(path);
     if (isGone(path)) return true;
     const platform::RecycleOutcome outcome = moveToTrash(*path);

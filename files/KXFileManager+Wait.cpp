@@ -11,6 +11,8 @@ using TimePoint = std::chrono::system_clock::time_point;
 // Not the clock's own unit, in which distant dates and long time-outs overflow.
 using Seconds = std::chrono::duration<double>;
 
+// A wait on the main thread looks again after each event, but at least this often; on other threads
+// at the longer interval.
 constexpr std::chrono::milliseconds kNextEvent{10};
 constexpr std::chrono::milliseconds kPause{300};
 constexpr std::chrono::microseconds kShortPause{500};
@@ -59,6 +61,7 @@ bool isBeingWritten(const OptionalPath& path, const std::optional<TimePoint>& da
     if (date && isRecent(*date)) return true;
     if (!lockFile || !path) return false;
     return KXFileManager::fileExistsAtPath(
+        // The lock file is beside the file.
         appendPathComponent(deleteLastPathComponent(*path), *lockFile));
 }
 

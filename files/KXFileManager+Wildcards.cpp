@@ -31,6 +31,7 @@ StringList KXFileManager::filesMatchingWildcardPath(const OptionalPath& path) tr
 StringList KXFileManager::filesMatchingWildcardPath(const OptionalPath& path,
                                                     const OptionalPath& fromBasePath) try {
     if (!path) return {};
+    // Returned without a look at the file system. Kept for compatibility.
     if (!isWildcard(*path))
         return {fromBasePath ? *appendPathComponent(fromBasePath, path) : *path};
     const StringList start{fromBasePath.value_or("/")};
@@ -49,6 +50,7 @@ StringList KXFileManager::filesMatchingWildcardPath(const OptionalPath& path,
 
 OptionalPath KXFileManager::decodeWildcardPath(const OptionalPath& path,
                                                const OptionalPath& fromBasePath) try {
+    // The first in listing order, which is not sorted.
     const StringList found = filesMatchingWildcardPath(path, fromBasePath);
     if (!found.empty()) return found.front();
     return appendPathComponent(fromBasePath, path);

@@ -31,6 +31,7 @@ platform::RecycleOutcome moveToTrash(const std::string& path) {
     return outcome;
 }
 
+// Each form of an operation catches by itself, so that the report names the one that was called.
 void reportCaught(const std::exception& exception, const char* method) noexcept {
     try {
         if (const auto* known = dynamic_cast<const platform::Exception*>(&exception)) {

@@ -20,6 +20,7 @@ struct Level {
     std::size_t next = 0;
 };
 
+// One walk. Its path is shared by all levels, each of which knows where its own part ends.
 class Walker {
   public:
     explicit Walker(const TreeWalk& walk) : walk_(walk) {}
@@ -33,6 +34,7 @@ class Walker {
                 levels_.pop_back();
                 continue;
             }
+            // Moved out: entering a folder grows the list that `level` is in.
             const std::string name = std::move(level.names[level.next++]);
             if (walk_.isLeftOut(name)) continue;
             const std::string item = *appendPathComponent(path_, name);
@@ -46,6 +48,7 @@ class Walker {
     // False when it is on the way down already.
     bool enter(const std::string& folder) {
         const auto identity = fileManager().identityOfItem(folder);
+        // What has no identity cannot be listed either.
         if (!identity) {
             isEnded_ = walk_.endsAtUnlisted && mayBeFolder(folder);
             return true;
