@@ -13,6 +13,7 @@ constexpr char kUninstallerName[] = "Tallyframe Uninstaller";
 constexpr char kUninstallerType[] = "zip";
 constexpr char kUninstallerApplication[] = "Tallyframe Uninstaller.app";
 
+// An outlet is null when the interface file lacks its element.
 void show(Control* control) {
     if (control != nullptr) control->setHidden(false);
 }
@@ -32,10 +33,12 @@ std::string RK_MessageViewPane::title() {
 }
 
 void RK_MessageViewPane::didEnterPane(InstallerDirection direction) {
+    // Looked for on every entry: the product may have been installed or removed since the last one.
     if (platform::current().applications->absolutePathForAppBundle(kProductIdentifier)) {
         show(titleText);
         show(descriptionText);
         show(uninstallBtn);
+        // An equality with backward: an undefined direction counts as forward.
     } else if (direction == InstallerDirection::Backward) {
         gotoPreviousPane();
     } else {

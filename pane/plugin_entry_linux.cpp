@@ -33,6 +33,7 @@ class HostControl : public Control {
     installer_control control_;
 };
 
+// The host's navigation. The struct is copied: the host's own is valid during the call only.
 class HostNavigation : public PaneNavigation {
   public:
     explicit HostNavigation(const installer_pane_host& host) : host_(host) {}
@@ -55,6 +56,7 @@ class PluginPane {
     RK_MessageViewPane& pane() { return pane_; }
 
     bool setOutlet(const std::string& name, const installer_control& control) {
+        // The pane does not own its outlets; this object does.
         const auto join = [&](Control*& outlet, std::unique_ptr<HostControl>& owner) {
             owner = std::make_unique<HostControl>(control);
             outlet = owner.get();
@@ -78,9 +80,9 @@ class PluginPane {
     }
 
   private:
-    HostNavigation navigation_;
+    HostNavigation navigation_;  // before the pane, which refers to it
     RK_MessageViewPane pane_;
-    std::string title_;
+    std::string title_;  // valid for the host until the next call
     std::unique_ptr<HostControl> titleText_;
     std::unique_ptr<HostControl> descriptionText_;
     std::unique_ptr<HostControl> uninstallBtn_;
@@ -94,6 +96,8 @@ const char* title(void* context) {
     return guarded<const char*>("", [&] { return pluginPane(context).title(); });
 }
 
+// A value that the enumeration does not name is passed on, and counts as forward. A failure leaves
+// the pane on screen.
 void didEnterPane(void* context, int direction) {
     guarded(0, [&] {
         pluginPane(context).pane().didEnterPane(InstallerDirection{direction});
@@ -109,6 +113,7 @@ int shouldExitPane(void* context, int direction) {
     });
 }
 
+// False also without memory: the outlet stays null, and the pane does without that element.
 int setOutlet(void* context, const char* name, const installer_control* control) {
     return guarded(0, [&] { return pluginPane(context).setOutlet(name, *control) ? 1 : 0; });
 }
@@ -131,6 +136,8 @@ struct KeptCallback {
     }
 };
 
+// The host's table in the form that the run loop takes. Captured by value: the functions stay valid
+// until the process exits.
 platform::posix::HostServices hostServices(const installer_host_services& host) {
     platform::posix::HostServices services;
     services.isMainThread = [host] { return host.is_main_thread(host.context) != 0; };
