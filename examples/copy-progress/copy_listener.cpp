@@ -3,6 +3,7 @@
 namespace quillmoor::copy_progress {
 namespace {
 
+// A count of the platform; 0 where the notice has none.
 double number(const FileOperationNotice& notice, const char* key) {
     const auto found = notice.find(key);
     const double* value = found != notice.end() ? std::get_if<double>(&found->second) : nullptr;
@@ -11,6 +12,7 @@ double number(const FileOperationNotice& notice, const char* key) {
 
 }  // namespace
 
+// Only the forms with the operation: it is what a cancellation needs.
 bool CopyListener::implements(Notice notice) const {
     return notice == Notice::ProgressWithOperation || notice == Notice::FinishedWithOperation;
 }

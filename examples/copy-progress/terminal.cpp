@@ -17,13 +17,16 @@ using quillmoor::copy_progress::Progress;
 using quillmoor::platform::MainRunLoop;
 using quillmoor::platform::RunLoopMode;
 
+// Of the bar, in characters.
 constexpr int kWidth = 40;
 
+// All that a signal handler may touch. The main loop cancels the copy.
 volatile std::sig_atomic_t interrupted = 0;
 
 void show(const Progress& progress) {
     const auto filled = static_cast<std::size_t>(progress.done * kWidth);
     const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
+    // The spaces at the end cover the rest of a longer line before it.
     std::printf("\r[%s] %3.0f %%  %s   ", bar.c_str(), progress.done * 100,
                 description(progress).c_str());
     std::fflush(stdout);
@@ -38,6 +41,7 @@ int main(int argc, char** argv) {
     }
     const std::string source = argv[1];
     const std::string destination = argv[2];
+    // An existing item is not replaced, and would be taken for the finished copy below.
     if (KXFileManager::fileExistsAtPath(destination)) {
         std::fprintf(stderr, "copy-with-progress: %s exists already\n", destination.c_str());
         return 1;

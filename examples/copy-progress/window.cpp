@@ -21,8 +21,10 @@ using quillmoor::copy_progress::Progress;
 using quillmoor::platform::MainRunLoop;
 using quillmoor::platform::RunLoopMode;
 
+// A progress bar counts in integers.
 constexpr int kSteps = 1000;
 
+// What is copied, how far it is, and a button to stop it.
 class CopyWindow : public QWidget {
   public:
     CopyWindow(const QString& what, const std::shared_ptr<CopyListener>& listener)
@@ -33,6 +35,7 @@ class CopyWindow : public QWidget {
         auto* buttons = new QDialogButtonBox;
         auto* stop = buttons->addButton(QDialogButtonBox::Cancel);
         connect(stop, &QPushButton::clicked, this, [stop, listener] {
+            // The copy ends with its next notice, up to a second later.
             stop->setEnabled(false);
             listener->cancel();
         });
@@ -75,7 +78,9 @@ int main(int argc, char** argv) {
     if (!KXFileManager::copyFileWithProgress(std::string(argv[1]), std::string(argv[2]), listener,
                                              nullptr))
         return 1;
+    // By its full name, as the window's own show() hides it.
     window.QWidget::show();
     QApplication::exec();
+    // The end is reported without the result; a copy that fails leaves no destination.
     return KXFileManager::fileExistsAtPath(std::string(argv[2])) ? 0 : 1;
 }

@@ -11,6 +11,7 @@
 namespace quillmoor::tallyframe {
 namespace {
 
+// The colours of one appearance, each opaque.
 struct Colours {
     QRgb window, card, text, secondary, hairline, outline, accent, pressed, good, warning;
 };
@@ -21,6 +22,8 @@ constexpr Colours kDark{0xff1d1c1a, 0xff292724, 0xfff1eeea, 0xffb3aba1, 0xff3d3a
 
 constexpr double kLeastPointSize = 10.0;
 
+// A button with the focus has a wider border and as much less padding, so that it keeps its size.
+//
 // %1 card, %2 text, %3 secondary, %4 hairline, %5 outline, %6 accent, %7 pressed, %8 good,
 // %9 warning, %10 window
 const QString kShapes = QStringLiteral(R"(
@@ -54,6 +57,7 @@ QString text(QRgb colour) {
     return QColor(colour).name();
 }
 
+// Above the middle of lightness, 0 to 255, the desktop counts as light.
 bool wantsDark() {
     const QByteArray wish = qgetenv("TALLYFRAME_APPEARANCE");
     if (!wish.isEmpty()) return wish == "dark";
@@ -71,6 +75,7 @@ QPalette paletteOf(const Colours& colours) {
     return palette;
 }
 
+// Inter where it is installed, else the next family.
 QFont fontFor(QFont font) {
     font.setFamilies(QStringList{QStringLiteral("Inter")} + font.families());
     font.setPointSizeF(std::max(font.pointSizeF(), kLeastPointSize));

@@ -14,7 +14,11 @@ struct Range {
     char32_t last;
 };
 
-// Control characters, and Unicode's format characters that could disguise a path.
+// Control characters, and Unicode's format characters that could disguise a path: the soft hyphen
+// (AD), the grapheme joiner (34F), the Arabic letter mark (61C), the Hangul fillers (115F, 3164),
+// Mongolian selectors (180B), characters without width and marks of direction (200B), line
+// separators and embeddings (2028), joiners and isolates (2060), the byte order mark (FEFF),
+// annotations (FFF0), tags and variation selectors (E0000).
 constexpr std::array<Range, 14> kHidden{{{0x00, 0x1F},
                                          {0x7F, 0x9F},
                                          {0xAD, 0xAD},
@@ -36,6 +40,7 @@ bool isHidden(char32_t codePoint) {
     });
 }
 
+// Short escapes for what is common, else the number in braces, which any length fits.
 std::string escaped(char32_t codePoint) {
     switch (codePoint) {
         case U'\n':

@@ -38,6 +38,7 @@ bool asksForHelp(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace quillmoor::tallyframe;  // NOLINT(google-build-using-namespace): a main function
+    // Before the toolkit, which may need a display.
     if (asksForHelp(argc, argv)) return std::fputs(kHelp, stdout) < 0 ? kFailed : 0;
     chooseDisplay();
     const QApplication application(argc, argv);
@@ -45,6 +46,7 @@ int main(int argc, char** argv) {
     quillmoor::KXLog::createNewLog();
 
     const bool isUnattended = qgetenv("TALLYFRAME_UNINSTALLER_ANSWER") == "remove";
+    // A question that cannot be seen would wait for its answer without end.
     if (!isUnattended && !canBeSeen()) {
         std::fputs("Tallyframe Uninstaller: there is no display for the question.\n", stderr);
         return kFailed;

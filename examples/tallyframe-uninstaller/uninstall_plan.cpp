@@ -21,11 +21,13 @@ constexpr std::chrono::seconds kLongestMove{60};
 
 // Asks for administrator rights if the user's own are not sufficient.
 Fate moveToTrash(const Item& item) {
+    // Looked at first, as trashFile returns true for a missing item.
     if (!KXFileManager::fileExistsAtPath(item.path)) return Fate::Missing;
     return KXFileManager::trashFile(item.path, kLongestMove) ? Fate::Moved : Fate::NotMoved;
 }
 
 void log(const Report& report) {
+    // A name with a line break must not look like a second line of the log.
     const std::string path = displayText(report.item.path);
     switch (report.fate) {
         case Fate::Moved:
@@ -44,6 +46,7 @@ std::vector<Item> findItems() {
     std::vector<Item> items;
     if (const OptionalPath path = system.applications->absolutePathForAppBundle(kIdentifier))
         items.push_back({Item::Kind::Application, *path});
+    // Only the user's own folder: counters of other users are theirs.
     const OptionalPath support =
         appendPathComponent(KXLocalPaths::appSupportDirectory(UserDomain::Yes), kSupportFolder);
     if (support && system.fileManager->isDirectory(*support))

@@ -116,6 +116,7 @@ void UninstallerWindow::startMoving() {
 }
 
 void UninstallerWindow::finishMoving() {
+    // The signal is emitted by the thread just before it ends.
     worker_->wait();
     worker_.reset();
     isSomethingLeft_ = !allGone(reports_);
@@ -136,6 +137,7 @@ void UninstallerWindow::showReport() {
     fitHeight();
 }
 
+// The end: nothing can be moved any more, and the remaining button closes the window.
 void UninstallerWindow::settle() {
     move_->hide();
     close_->setText(tr("&Close"));
@@ -164,9 +166,11 @@ void UninstallerWindow::addCard(const Item& item, std::optional<Fate> fate) {
     };
     add("heading", titleOf(item.kind));
     QLabel* path = add("path", pathText(item));
+    // Without the characters that only allow line breaks.
     path->setAccessibleName(QString::fromStdString(displayText(item.path)));
     if (fate) add(*fate == Fate::NotMoved ? "warning" : "good", stateOf(*fate));
     cards_->addWidget(card);
+    // A widget that is added to a visible window is hidden at first.
     card->show();
 }
 
@@ -176,6 +180,7 @@ void UninstallerWindow::markWhatReturnPresses(const QWidget* focus) {
     close_->setDefault(focus != move_);
 }
 
+// The labels wrap, so the height follows from the width; a window of fixed width does not adapt it.
 void UninstallerWindow::fitHeight() {
     layout()->activate();
     setFixedHeight(layout()->totalHeightForWidth(kWidth));

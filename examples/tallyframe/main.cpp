@@ -19,11 +19,13 @@ int main(int argc, char** argv) {
         std::fputs("Tallyframe: there is no display.\n", stderr);
         return 1;
     }
+    // The program is in its bundle, in a folder beside that of the resources.
     const QString resources = QApplication::applicationDirPath() + QStringLiteral("/../Resources/");
     TallyWindow window(counterFile(),
                        readCounters(counterFile(), resources + QStringLiteral("Counters.json")));
     window.show();
     if (!pictures.isEmpty()) {
+        // In the event loop, once the window is laid out.
         QTimer::singleShot(0, &window, [&] {
             const QString path = QDir(pictures).filePath(QStringLiteral("tallyframe.png"));
             QApplication::exit(window.grab().save(path) ? 0 : 1);

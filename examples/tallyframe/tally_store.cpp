@@ -21,12 +21,14 @@ QString counterFile() {
 }
 
 Counters readCounters(const QString& file, const QString& defaults) {
+    // An existing list that is empty stays empty: the defaults are for the first run.
     QFile source(QFileInfo::exists(file) ? file : defaults);
     Counters counters;
     if (!source.open(QIODevice::ReadOnly)) return counters;
     for (const auto& value : QJsonDocument::fromJson(source.readAll()).array()) {
         if (!value.isObject()) continue;
         const QJsonObject object = value.toObject();
+        // Users may edit the file: a count is never negative.
         counters.push_back({object[QLatin1String("name")].toString(),
                             std::max(object[QLatin1String("value")].toInt(), 0)});
     }
@@ -39,6 +41,7 @@ bool writeCounters(const QString& file, const Counters& counters) {
     for (const Counter& counter : counters)
         array.append(QJsonObject{{QStringLiteral("name"), counter.name},
                                  {QStringLiteral("value"), counter.value}});
+    // Written beside the file and renamed: a crash leaves the old counters.
     QSaveFile target(file);
     const QByteArray text = QJsonDocument(array).toJson();
     return target.open(QIODevice::WriteOnly) && target.write(text) == text.size() &&

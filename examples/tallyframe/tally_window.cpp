@@ -20,6 +20,7 @@ QPushButton* newButton(QWidget* parent, const QString& sign, const char* look) {
     return button;
 }
 
+// For screen readers and as a tooltip: the sign on a button does not name its counter.
 void describe(QWidget* widget, const QString& text) {
     widget->setAccessibleName(text);
     widget->setToolTip(text);
@@ -66,7 +67,8 @@ TallyWindow::TallyWindow(QString file, Counters counters)
 
 void TallyWindow::rebuild() {
     while (QLayoutItem* old = rows_->takeAt(0)) {
-        // Later: the click on a row's own button may have led here.
+        // Later: the click on a row's own button may have led here. The space at the end has no
+        // widget.
         if (old->widget() != nullptr) old->widget()->deleteLater();
         delete old;
     }
@@ -114,6 +116,7 @@ void TallyWindow::showRow(std::size_t index, const Row& row) {
 }
 
 void TallyWindow::connectRow(std::size_t index, const Row& row) {
+    // Indices and widgets stay valid until the next rebuild(), which replaces all rows.
     const auto changeBy = [this, index, row](int step) {
         int& value = counters_[index].value;
         value = std::clamp(value + step, 0, kMost);
@@ -134,6 +137,7 @@ void TallyWindow::connectRow(std::size_t index, const Row& row) {
     });
 }
 
+// After every change, so that nothing is lost however the program ends.
 void TallyWindow::save() {
     if (writeCounters(file_, counters_)) return showTotal();
     status_->setText(tr("The counters could not be saved."));
