@@ -64,6 +64,7 @@ class Counter {
     void add(const Data& data) {
         const std::lock_guard lock(mutex_);
         bytes_ += data.size();
+        // An empty piece is the end of the output.
         if (!data.empty()) return;
         ended_ = true;
         changed_.notify_all();
@@ -129,6 +130,7 @@ void checkCopy(const fs::path& copy) {
     fs::remove_all(copy);
 }
 
+// Notes the end of a copy, on the main thread.
 class Ended : public FileOperationDelegate {
   public:
     bool ended = false;
@@ -154,6 +156,7 @@ double copyWithProgress(const fs::path& tree, const fs::path& copy, std::vector<
     return took;
 }
 
+// The same engine without the operation, the run loop and the counts.
 double copyWithout(const fs::path& tree, const fs::path& copy) {
     const double took = seconds([&] {
         if (!platform::current().fileManager->copyItem(tree.string(), copy.string()))
@@ -165,6 +168,7 @@ double copyWithout(const fs::path& tree, const fs::path& copy) {
 
 void compareOutput(int rounds) {
     std::vector<double> ours, bare, starts;
+    // Round -1 fills the caches and does not count.
     for (int round = -1; round < rounds; ++round) {
         const double rate = rateInBackground(starts);
         const double bareRate = rateOfABareLoop();

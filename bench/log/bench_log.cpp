@@ -70,6 +70,7 @@ class OrdinaryUser : public test::ForwardingProcessInfo {
     unsigned realUserId() override { return 1000; }
 };
 
+// Puts the log into the bench's folder.
 class OwnLibrary : public test::ForwardingLocations {
   public:
     explicit OwnLibrary(std::string path) : path_(std::move(path)) {}
@@ -93,7 +94,8 @@ double secondsOf(const std::function<void()>& body) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Nanoseconds of each call of `call` on each thread.
+// Nanoseconds of each call of `call` on each thread. Both sides are called in the same way, so the
+// costs of std::function and of the clock are in both.
 std::vector<double> latencies(int threads, int linesEach, bool paced,
                               const std::function<void(int, int)>& call) {
     std::vector<std::vector<double>> each(static_cast<std::size_t>(threads));
@@ -113,6 +115,7 @@ std::vector<double> latencies(int threads, int linesEach, bool paced,
     return all;
 }
 
+// Used, so that the compiler cannot leave the work out.
 std::atomic<std::size_t> formattedBytes{0};
 
 void formatAndTrim(int thread, int line) {
@@ -120,6 +123,7 @@ void formatAndTrim(int thread, int line) {
     formattedBytes.fetch_add(trimWhitespaceAndNewlines(text).size(), std::memory_order_relaxed);
 }
 
+// The same text as message(): both sides format the same.
 void append(int thread, int line) {
     KXLog::fastAppendLog("worker %d: item %d of %@ was copied in %0.2f ms, nothing to do", thread,
                          line, "library", 0.25);
@@ -141,6 +145,7 @@ double rawLinesPerSecond(const std::string& folder) {
     const auto open = [&] {
         return ::open(path(1).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     };
+    // Made once: the peer neither formats nor asks for the time.
     std::string line =
         dateDescription(std::chrono::system_clock::now()) + " - " + message(0, 123456);
     line += '\n';
@@ -166,6 +171,7 @@ double rawLinesPerSecond(const std::string& folder) {
 #ifdef KX_HAVE_SPDLOG
 double spdlogLinesPerSecond(const std::string& folder, int threads) {
     fs::create_directories(folder);
+    // For each round, as shutdown() ends the pool.
     spdlog::init_thread_pool(8192, 1);
     auto sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(folder + "/spdlog.log",
                                                                        kGenerationBytes, 4);

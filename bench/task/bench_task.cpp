@@ -124,6 +124,7 @@ class MemoryInUse {
               ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
         if (bytes_ == MAP_FAILED) fail("no memory");
         if (largePages) ::madvise(bytes_, size_, MADV_HUGEPAGE);
+        // Written to, or the system would not provide it.
         std::memset(bytes_, 1, size_);
     }
     ~MemoryInUse() { ::munmap(bytes_, size_); }
@@ -147,6 +148,7 @@ void compareAllStarts(int rounds) {
 
 // Capturing --------------------------------------------------------------------------------------
 
+// In the manner of FNV-1a, but over words instead of bytes: quick enough to check every capture.
 std::uint64_t hashOf(std::string_view bytes) {
     std::uint64_t hash = bytes.size();
     for (std::size_t i = 0; i + sizeof(std::uint64_t) <= bytes.size(); i += sizeof(std::uint64_t)) {
@@ -157,6 +159,7 @@ std::uint64_t hashOf(std::string_view bytes) {
     return hash;
 }
 
+// The hash of what the tool writes, without keeping it.
 std::uint64_t expectedHash() {
     auto block = std::make_unique<Block>();
     fillBlock(*block);

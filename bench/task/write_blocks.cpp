@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
         numberBlock(*block, number);
         const char* bytes = reinterpret_cast<const char*>(block->data());
         for (std::size_t done = 0; done < kBlockSize;) {
+            // A pipe may take a part only.
             const ssize_t written = ::write(STDOUT_FILENO, bytes + done, kBlockSize - done);
             if (written <= 0) return 1;
             done += static_cast<std::size_t>(written);
