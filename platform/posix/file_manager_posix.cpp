@@ -23,7 +23,7 @@ namespace quillmoor::platform {
 namespace posix {
 namespace {
 
-// access(2).
+// access(2). By the real ids, since the flags are 0.
 bool permits(const std::string& path, int mode) {
     if (fitsOneCall(path)) return systemCalls().faccessat(AT_FDCWD, path.c_str(), mode, 0) == 0;
     DirectoryEntry entry;
@@ -72,6 +72,7 @@ class PosixFileManager : public FileManager {
         if (resolveParent(path, entry) != 0 || statusOf(entry, FollowLink::No, status) != 0 ||
             !S_ISLNK(status.st_mode))
             return std::nullopt;
+        // No link has a longer target: symlink(2) refuses it.
         std::string target(PATH_MAX, '\0');
         const ssize_t size = systemCalls().readlinkat(entry.folder.get(), entry.name.c_str(),
                                                       target.data(), target.size());

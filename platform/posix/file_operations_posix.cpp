@@ -75,6 +75,7 @@ class PosixFileOperation final : public FileOperation,
                     self->run(std::move(last));
                 });
         } catch (const Exception&) {
+            // A run that could not begin keeps nothing of the caller's.
             work_ = {};
             return kNoMemory;
         } catch (const std::bad_alloc&) {
@@ -97,6 +98,7 @@ class PosixFileOperation final : public FileOperation,
         posix::Thread watcher = startWatching();
         status_ = copy();
         endWatching(watcher);
+        // Last, when the watcher has ended: no other report can follow the one about the end.
         MainRunLoop::post(std::move(last));
     }
 
@@ -135,6 +137,8 @@ class PosixFileOperation final : public FileOperation,
     void watch() {
         std::unique_lock lock(mutex_);
         while (!ended_.wait_for(lock, work_.interval, [this] { return copied_; })) {
+            // The first status counts the whole source. Under the lock, endWatching() could not
+            // stop the count.
             lock.unlock();
             // While the main thread is in another mode one status waits for it, not one for each
             // interval.
@@ -159,6 +163,7 @@ class PosixFileOperation final : public FileOperation,
         if (!total_) total_ = nativeFileTree()->count(work_.source, counting_.token());
         const auto bytes = static_cast<double>(progress_.bytes.load(std::memory_order_relaxed));
         const auto items = static_cast<double>(progress_.items.load(std::memory_order_relaxed));
+        // The source may have grown since it was counted: what remains must not become negative.
         const double allBytes = std::max(static_cast<double>(total_->bytes), bytes);
         const double allItems = std::max(static_cast<double>(total_->items), items);
         const std::chrono::duration<double> passed = steady_clock::now() - start_;
@@ -192,6 +197,8 @@ class PosixFileOperation final : public FileOperation,
     // On the main thread.
     void deliver(const FileOperationReport& report) {
         if (report.status) statusIsQueued_ = false;
+        // The last report releases the callback, and with it on this thread what the callback
+        // holds.
         const auto callback = report.stage == FileOperationStage::Complete
                                   ? std::move(work_.callback)
                                   : work_.callback;

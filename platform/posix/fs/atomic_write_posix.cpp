@@ -32,6 +32,8 @@ int createTemporary(const DirectoryEntry& entry, std::string& name, Descriptor& 
 
 int fill(Descriptor& file, const DirectoryEntry& entry, std::string_view contents) {
     const std::optional<Owner> owner = ownerOfNewItemsIn(entry.folder.get());
+    // While the file has its temporary name: under the final one it belongs to the user from the
+    // start.
     if (owner && systemCalls().fchown(file.get(), owner->user, owner->group) != 0) return errno;
     const int error = writeAll(file.get(), contents.data(), contents.size());
     return error != 0 ? error : closeChecked(file);
@@ -53,6 +55,8 @@ int writeFileAtomically(const std::string& path, std::string_view contents) {
     const int folder = entry.folder.get();
     if (error == 0 && calls.renameat(folder, temporary.c_str(), folder, entry.name.c_str()) != 0)
         error = errno;
+    // A full disk, for example, shows only while the file is filled or closed: nothing must be left
+    // of it then, and the old file is untouched.
     if (error != 0) calls.unlinkat(folder, temporary.c_str(), 0);
     return error;
 }

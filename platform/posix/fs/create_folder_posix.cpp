@@ -18,6 +18,7 @@ constexpr mode_t kUsualMode = 0777;
 class FolderMaker {
   public:
     int run(const StringList& components) {
+        // For searching only: no folder on the way has to be readable.
         const int error = openFolder(components.front() == "/" ? "/" : ".", at_);
         if (error != 0) return error;
         for (const std::string& component : components) {
@@ -31,12 +32,14 @@ class FolderMaker {
   private:
     int enter(const std::string& name, bool last) {
         int error = open(name);
+        // A file with the last name is the same failure as one that createFolders() finds at once.
         if (error != ENOENT) return error == ENOTDIR && last ? EEXIST : error;
         error = make(name, last);
         // Another process has made it meanwhile, or it is a dangling link.
         return error == EEXIST && open(name) == 0 ? 0 : error;
     }
 
+    // Links to existing folders are followed, as in any path.
     int open(const std::string& name, int flags = 0) {
         Descriptor next(systemCalls().openat(at_.get(), name.c_str(), kSearchFolder | flags, 0));
         if (!next) return errno;

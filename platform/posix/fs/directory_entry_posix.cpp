@@ -100,6 +100,7 @@ int statusAt(const std::string& path, struct stat& status) {
     return error != 0 ? error : statusOf(entry, FollowLink::Yes, status);
 }
 
+// Climbs by ".." of open folders: the path could contain links, or change meanwhile.
 bool isSameOrBelow(int folder, const Identity& ancestor) {
     const SystemCalls& calls = systemCalls();
     Descriptor above;

@@ -18,6 +18,7 @@ DirectoryReader::DirectoryReader(Descriptor folder) {
     if (stream_ == nullptr)
         error_ = errno;
     else
+        // Only after success: fdopendir(3) takes the descriptor over only then.
         folder_ = folder.release();
 }
 
@@ -39,6 +40,7 @@ void DirectoryReader::rewind() {
 }
 
 mode_t typeOf(const dirent& entry) {
+    // DT_UNKNOWN is 0, and so has no type bits.
     return static_cast<mode_t>(DTTOIF(entry.d_type));
 }
 

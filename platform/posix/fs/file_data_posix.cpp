@@ -16,6 +16,8 @@ ssize_t readSome(int file, char* bytes, std::size_t size) {
 
 int writeAll(int file, const char* bytes, std::size_t size) {
     while (size > 0) {
+        // It may write a part only, for example before a disk is full: the next call reports the
+        // error.
         const ssize_t written = systemCalls().write(file, bytes, size);
         if (written < 0) {
             if (errno == EINTR) continue;

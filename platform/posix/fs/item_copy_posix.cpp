@@ -15,7 +15,8 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// Without waiting: the item may have become a FIFO that has no writer.
+// Without waiting: the item may have become a FIFO that has no writer. O_NOCTTY, since it may have
+// become a terminal, too, which must not become this process's controlling terminal.
 constexpr int kReadItem = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
 constexpr int kCreateFile = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
 // Not the original's mode before the contents and the owner are in place.
@@ -76,9 +77,11 @@ int copyExtendedAttributes(int original, int made, bool ownerKept) {
     while (size < 0 && errno == ERANGE) {
         size = calls.flistxattr(original, nullptr, 0);
         if (size < 0) break;
+        // One byte more, since a call with the size 0 only asks for the size and fills nothing in.
         names.resize(static_cast<std::size_t>(size) + 1);
         size = calls.flistxattr(original, names.data(), names.size());
     }
+    // -1 stands for the call that has just failed and set errno.
     if (size < 0) return unlessRefused(-1);
     names.resize(static_cast<std::size_t>(size));
     for (std::size_t at = 0; at < names.size();) {
@@ -114,6 +117,8 @@ int readLink(int folder, const char* name, std::string& target) {
     for (target.resize(256);; target.resize(target.size() * 2)) {
         const ssize_t size = systemCalls().readlinkat(folder, name, target.data(), target.size());
         if (size < 0) return errno;
+        // readlink(2) cuts a target that is too long without an error: only room that is left shows
+        // that it is complete.
         if (static_cast<std::size_t>(size) < target.size()) {
             target.resize(static_cast<std::size_t>(size));
             return 0;
@@ -140,6 +145,8 @@ int copyAttributes(int original, int made, const struct stat& status) {
     // Setuid and setgid would give the new owner's privileges to every user who may run the copy.
     // After the owner, since fchown clears them.
     const mode_t kept = ownerKept ? 07777 : 01777;
+    // After the extended attributes as well: to set one of the user's, the caller needs write
+    // permission for the file (xattr(7)), which the original's mode may lack.
     error = unlessRefused(calls.fchmod(made, status.st_mode & kept));
     return error != 0 ? error : unlessRefused(calls.futimens(made, Dates(status).times));
 }
@@ -172,6 +179,7 @@ int ItemCopier::copyFile(int folder, const char* name, int newFolder, const char
 int ItemCopier::createFile(int original, const struct stat& status, int newFolder,
                            const char* newName, Descriptor& made, bool& cloned) {
     const SystemCalls& calls = systemCalls();
+    // An empty file has no blocks to share, so its result would say nothing about other files.
     const bool tries = mayClone_ && status.st_size > 0;
     made = Descriptor(tries ? calls.cloneFile(original, newFolder, newName, &cloned)
                             : calls.openat(newFolder, newName, kCreateFile, kPrivate));
@@ -212,6 +220,7 @@ int ItemCopier::copyFifo(int folder, const char* name, int newFolder, const char
     struct stat madeStatus;
     const int error = openAs(S_IFIFO, newFolder, newName, made, madeStatus);
     if (error != 0) return error;
+    // A FIFO that was swapped in is recognised by its owner: this process has just made its own.
     if (madeStatus.st_uid != ::geteuid()) return ESTALE;
     return copyAttributes(-1, made.get(), status);
 }

@@ -16,7 +16,8 @@
 namespace quillmoor::platform::posix {
 namespace {
 
-// For the exception that is being handled.
+// For the exception that is being handled. Besides a lack of memory that is std::random_device,
+// which throws where the system has no random bytes: temporaryName() uses it.
 int errorOfException() noexcept {
     try {
         throw;
@@ -34,6 +35,7 @@ bool takeAway(const DirectoryEntry& entry, const Identity& expected,
     struct stat status;
     const int folder = entry.folder.get();
     const int error = statusOf(entry, FollowLink::No, status);
+    // Without the item there is nothing to take away.
     if (error != 0) return error == ENOENT;
     if (identityOf(status) != expected) return true;  // replaced by another process: not ours
     // In one step, so that a removal that fails does not leave a part of the copy under that name.
@@ -54,6 +56,7 @@ MoveResult removeCopied(const DirectoryEntry& from, const Identity& original,
     if (statusOf(from, FollowLink::No, now) == 0 && identityOf(now) != original)
         return {ESTALE, !takeAway(to, copy, aside)};
     const RemovalResult removal = removeTree(from.folder.get(), from.name, TreeKind::Given);
+    // Whatever failed: the item is no longer at its source, which makes the move complete.
     if (removal.error == 0 || statusOf(from, FollowLink::No, now) == ENOENT) return {};
     return {removal.error, removal.removedSomething || !takeAway(to, copy, aside)};
 }
@@ -62,6 +65,8 @@ MoveResult moveAcross(const DirectoryEntry& from, const DirectoryEntry& to) {
     struct stat original;
     Identity copy;
     int error = statusOf(from, FollowLink::No, original);
+    // Before the first byte is copied: otherwise a part of the source could remain beside a
+    // complete copy.
     if (error == 0) error = checkRemovable(from);
     // Made before the copy: afterwards a lack of memory could not be undone.
     const std::string aside = temporaryName(to.name);
@@ -105,6 +110,7 @@ int respell(const DirectoryEntry& from, const DirectoryEntry& to) {
     int error = renameWithoutReplacing(folder, from.name, folder, temporary);
     if (error != 0) return error;
     error = renameWithoutReplacing(folder, temporary, folder, to.name);
+    // Back to the old spelling; the first error is the one to report.
     if (error != 0) renameWithoutReplacing(folder, temporary, folder, from.name);
     return error;
 }
@@ -136,6 +142,8 @@ MoveResult movePath(const std::string& path, const std::string& destination) noe
     if (error == 0 && to.asFolder && !S_ISDIR(status.st_mode)) error = ENOTDIR;
     if (error != 0) return {error};
     const MoveResult result = moveItemTo(from, to);
+    // An item that is moved to its own name is no conflict: rename(2) succeeds there and does
+    // nothing.
     if (result.error != EEXIST || !isSameEntry(from, to)) return result;
     return {from.name == to.name ? 0 : respell(from, to)};
 } catch (const std::exception&) {

@@ -17,6 +17,7 @@ namespace {
 bool liesInHome(int folder, const std::string& home) {
     Descriptor opened;
     struct stat status;
+    // Every folder would be inside of a home that is the root folder.
     if (!home.starts_with('/') || home.find_first_not_of('/') == std::string::npos) return false;
     if (openFolder(home, opened) != 0) return false;
     if (systemCalls().fstat(opened.get(), &status) != 0) return false;
@@ -30,6 +31,7 @@ int checkUntouched(int folder) {
     struct stat status;
     if (calls.fstat(folder, &status) != 0) return errno;
     if (status.st_uid != ::geteuid()) return EBUSY;
+    // Opened anew: the reader closes its descriptor, and this one is the caller's.
     Descriptor again(calls.openat(folder, ".", kReadFolder, 0));
     if (!again) return errno;
     DirectoryReader reader(std::move(again));
@@ -52,7 +54,9 @@ int makeFolder(int folder, const std::string& name, mode_t mode, Descriptor& mad
     if (calls.mkdirat(folder, name.c_str(), mode) != 0) return errno;
     Descriptor opened(calls.openat(folder, name.c_str(), kReadFolder, 0));
     int error = opened ? 0 : errno;
+    // A hostile user gains nothing by a swap unless this process may do what that user may not.
     if (error == 0 && ::geteuid() == 0) error = checkUntouched(opened.get());
+    // Whatever has the name by now: this removes no more than an empty folder.
     if (error != 0) calls.unlinkat(folder, name.c_str(), AT_REMOVEDIR);
     made = std::move(opened);
     return error;

@@ -37,6 +37,8 @@ int ReadAhead::next(std::string_view& piece) {
     piece = {};
     if (read_ == given_) return error_;
     piece = {room(given_), sizes_[given_ % kPieces]};
+    // One condition serves both directions: the pieces cannot be all full and all empty at once, so
+    // only one of the two threads ever waits.
     ++given_;  // the piece before is free
     lock.unlock();
     changed_.notify_one();
@@ -50,6 +52,7 @@ void ReadAhead::run() {
         const int error = count < 0 ? errno : 0;
         {
             const std::lock_guard lock(mutex_);
+            // Pieces that were read before the error are still returned, and the error after them.
             error_ = error;
             ended_ = count <= 0;
             if (!ended_) sizes_[read_++ % kPieces] = static_cast<std::size_t>(count);

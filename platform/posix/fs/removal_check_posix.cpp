@@ -28,6 +28,8 @@ struct RemovalPermissions {
 RemovalPermissions permissionsIn(int folder) {
     const SystemCalls& calls = systemCalls();
     struct stat status;
+    // By the effective ids, which decide about the removal; access checks use the real ones
+    // otherwise.
     if (calls.faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) return {errno};
     if (calls.fstat(folder, &status) != 0) return {errno};
     const uid_t user = ::geteuid();
@@ -45,10 +47,13 @@ struct Check {
     }
 };
 
+// Whether its entries may be removed is noted when a folder is entered and used with its first
+// entry, so that the mode of an empty folder does not matter.
 struct CheckLevel : TreeLevel {
     RemovalPermissions permissions;
 };
 
+// Checks the entries that one thread meets. The first item that may not be removed ends the check.
 class CheckWorker : public TreeWorker {
   public:
     CheckWorker(TreeWorkPool& pool, Check& work)
@@ -76,6 +81,7 @@ class CheckWorker : public TreeWorker {
         if (permissions.error != 0) return permissions.error;
         RemovalTraits traits;
         if (systemCalls().getRemovalTraits(folder, entry.name, &traits) != 0) return errno;
+        // What rmdir(2) reports for a mount point, and unlink(2) for a mounted file.
         if (traits.isMountPoint) return EBUSY;
         if (traits.isFixed || (permissions.ownOnly && traits.owner != ::geteuid())) return EPERM;
         return traits.type == S_IFDIR ? enterFolder(folder, entry.name) : 0;
@@ -127,6 +133,7 @@ int checkRemovable(const DirectoryEntry& entry) {
     Check work;
     TreeWorkPool pool(work.limits.threads, [&] { CheckWorker(pool, work).help(); });
     CheckWorker(pool, work).check(entry, permissions);
+    // The other threads may still find an error.
     pool.end();
     return work.error;
 }

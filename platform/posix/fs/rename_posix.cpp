@@ -33,11 +33,13 @@ struct Renaming {
     // linkat never replaces: a second link takes the name, then the first one is removed.
     int renameFile() const {
         const SystemCalls& calls = systemCalls();
+        // Flags 0: a symbolic link gets the second name itself, not its target.
         if (calls.linkat(folder, name, newFolder, newName, 0) != 0) {
             const bool final = errno == EEXIST || errno == EXDEV || errno == ENOENT;
             return final ? errno : renameFileWithoutLinks();
         }
         if (calls.unlinkat(folder, name, 0) == 0) return 0;
+        // The second name is taken back, so that after an error the file has its old name only.
         const int error = errno;
         calls.unlinkat(newFolder, newName, 0);
         return error;
@@ -61,6 +63,8 @@ int renameWithoutReplacing(int folder, const std::string& name, int newFolder,
     const Renaming renaming{folder, name.c_str(), newFolder, newName.c_str()};
     if (calls.renameNoReplace(folder, renaming.name, newFolder, renaming.newName) == 0) return 0;
     const int error = errno;
+    // EINVAL is what rename(2) names for a file system that does not support the flag; systems and
+    // kernels without the call report one of the others.
     if (error != EINVAL && error != ENOSYS && error != ENOTSUP) return error;
     struct stat status;
     if (calls.fstatat(folder, renaming.name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;

@@ -37,6 +37,8 @@ int openNext(int root, const char* name, Descriptor& folder) {
     return 0;
 }
 
+// Each step starts from the folder that the one before has opened, and follows no link, so that a
+// folder that is renamed or swapped meanwhile cannot lead out.
 int openStepByStep(int root, std::string_view path, Descriptor& folder) {
     Descriptor at;
     int error = openNext(root, ".", at);

@@ -35,15 +35,20 @@ struct Copying {
     }
 };
 
+// A folder of the original together with the folder that is made of it.
 struct CopyLevel : TreeLevel {
     int copyFolder() const { return copy ? copy.get() : borrowedCopy; }
 
     struct stat status {};
+    // Which folder the copy is, to recognise it when it is opened again from below.
     Identity copyIdentity;
     Descriptor copy;
+    // The copy where another thread owns it. That thread keeps it open until this one has reported
+    // the entries done.
     int borrowedCopy = -1;
 };
 
+// Copies the entries that one thread meets.
 class CopyWorker : public TreeWorker {
   public:
     CopyWorker(TreeWorkPool& pool, Copying& work)
@@ -52,6 +57,7 @@ class CopyWorker : public TreeWorker {
     CopyResult copy(int folder, const std::string& name, int newFolder,
                     const std::string& newName) {
         try {
+            // work() handles a lack of memory for all entries but this one.
             copyEntry(folder, {name.c_str(), 0}, newFolder, newName.c_str());
         } catch (const std::bad_alloc&) {
             runOutOfMemory();
@@ -62,6 +68,8 @@ class CopyWorker : public TreeWorker {
 
   private:
     bool isEnded() const override {
+        // The first error ends the whole copy, unlike a removal: an incomplete copy is removed
+        // again.
         if (work_.control.stop.isStopRequested()) work_.fail(ECANCELED);
         return work_.error.load(std::memory_order_relaxed) != 0;
     }
@@ -151,12 +159,16 @@ int copyBeside(const DirectoryEntry& from, const DirectoryEntry& to, const CopyC
         const CopyResult result =
             copyTree(from.folder.get(), from.name, to.folder.get(), temporary, control);
         if (result.error == 0) return 0;
+        // EEXIST without anything made: only the temporary name was taken, and another one may be
+        // free. What was made is removed, whatever ended the copy.
         if (result.somethingMade) removeTree(to.folder.get(), temporary, TreeKind::OurOwn);
         if (result.somethingMade || result.error != EEXIST) return result.error;
     }
     return EEXIST;
 }
 
+// Finds in advance what would make a long copy fail at its end. It decides nothing: the name may be
+// taken meanwhile, which the renaming reports.
 int checkPlaces(const DirectoryEntry& from, const DirectoryEntry& to) {
     struct stat status;
     struct stat other;
@@ -187,6 +199,8 @@ int copyItemTo(const DirectoryEntry& from, const DirectoryEntry& to, Identity& c
     if (error == 0) error = copyBeside(from, to, control, temporary);
     if (error != 0) return error;
     struct stat status;
+    // Under the temporary name, since another process may replace the item as soon as it has its
+    // final one.
     if (systemCalls().fstatat(folder, temporary.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         error = errno;
     else

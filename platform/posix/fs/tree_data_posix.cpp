@@ -33,6 +33,8 @@ bool isLong(off_t length) {
 
 int FileDataCopier::copy(int from, int to, const struct stat& status) {
     const off_t size = status.st_size;
+    // Also true for a file that its file system stores compressed: it then turns out to have one
+    // region.
     const bool hasHoles = status.st_blocks < size / kBlock;
     return hasHoles ? copyRegions(from, to, size) : copyWhole(from, to, size);
 }
@@ -82,6 +84,7 @@ int FileDataCopier::copyWhole(int from, int to, off_t size) {
     off_t copied = 0;
     const int error = copyNext(from, to, size > 0 ? size : kUnknownLength, copied);
     if (error != 0 || copied >= size) return error;
+    // The file became shorter while it was copied: releases what was reserved behind its end.
     return systemCalls().ftruncate(to, copied) == 0 ? 0 : errno;
 }
 

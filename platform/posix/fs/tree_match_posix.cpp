@@ -26,6 +26,8 @@ struct MatchPart : TreeLevel {
     StringList found;
 };
 
+// Folders are divided among threads, their entries are not: reading a folder is most of the work,
+// and passing an entry on costs as much as matching it.
 class Matching {
   public:
     Matching(const StringList& folders, const std::string& pattern)
@@ -41,6 +43,7 @@ class Matching {
             part.first = i;
             part.end = std::min(i + kFoldersOfPart, folders_.size());
             if (pool_.wantsWork())
+                // The batch is empty: the part itself says which folders to search.
                 pool_.give(part, EntryBatch());
             else
                 doPart(part);
@@ -91,6 +94,7 @@ class Matching {
         std::size_t entries = 0;
         for (; const dirent* entry = reader.next(); ++entries)
             matchEntry(reader.folder(), prefix, *entry, found);
+        // A folder that cannot be read to its end contributes nothing rather than a part.
         if (reader.error() != 0) found.resize(before);
         return entries;
     }

@@ -42,6 +42,7 @@ struct Removal {
     std::atomic<bool> lost{false};  // a folder has been moved away meanwhile
     std::atomic<bool> topIsGone{false};
 
+    // The first error is the one that is reported.
     void fail(int code) {
         int none = 0;
         error.compare_exchange_strong(none, code);
@@ -68,6 +69,8 @@ struct RemovalLevel : TreeLevel {
     int passes = 1;
 };
 
+// Removes the entries that one thread meets. What cannot be removed is noted and the rest is
+// removed all the same: a failure does not end the work.
 class RemovalWorker : public TreeWorker {
   public:
     RemovalWorker(TreeWorkPool& pool, Removal& work)
@@ -85,6 +88,8 @@ class RemovalWorker : public TreeWorker {
 
     void runOutOfMemory() noexcept override {
         work_.fail(ENOMEM);
+        // Ends every thread: without memory, the folders that could not be removed cannot be noted,
+        // and the next reading would enter them again.
         work_.lost = true;
     }
 
@@ -97,6 +102,8 @@ class RemovalWorker : public TreeWorker {
     void removeEntry(RemovalLevel* level, int folder, const TreeEntry& entry) {
         if (entry.type != S_IFDIR) {
             const int error = unlink(level, folder, entry.name, 0);
+            // Below the top, an item that another process has removed meanwhile is as good as
+            // removed here.
             if (error == 0 || (error == ENOENT && level != nullptr)) return;
             if (!mayBeFolder(error) || !isFolder(folder, entry.name))
                 return noteFailure(level, error);
@@ -106,6 +113,7 @@ class RemovalWorker : public TreeWorker {
         // Replaced meanwhile, or a folder that may not be read but may be empty.
         const bool replaced = error == ENOTDIR || error == ELOOP;
         if (unlink(level, folder, entry.name, replaced ? 0 : AT_REMOVEDIR) == 0) return;
+        // By name, since another reading of the folder lists it again.
         if (level != nullptr) level->left.folders.emplace(entry.name);
         noteFailure(level, error);
     }
@@ -123,6 +131,7 @@ class RemovalWorker : public TreeWorker {
     }
 
     void noteRemoval(RemovalLevel* level) {
+        // Read first: otherwise all threads would write to the one flag for each item.
         if (!work_.removedSomething.load(std::memory_order_relaxed)) work_.removedSomething = true;
         if (level != nullptr)
             level->left.removedSomething = true;
@@ -148,11 +157,14 @@ class RemovalWorker : public TreeWorker {
                        struct stat& status) const {
         const SystemCalls& calls = systemCalls();
         opened = Descriptor(calls.openat(folder, name, kReadFolder, 0));
+        // A copy has the modes of its original, which may forbid its own owner to read it. Not
+        // through a link, by which a hostile user could have the mode of another folder changed.
         if (!opened && errno == EACCES && work_.kind == TreeKind::OurOwn) {
             if (calls.fchmodat(folder, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) != 0) return errno;
             opened = Descriptor(calls.openat(folder, name, kReadFolder, 0));
         }
         if (!opened || calls.fstat(opened.get(), &status) != 0) return errno;
+        // A folder that can be read may still forbid removing its entries.
         const bool closed = (status.st_mode & S_IRWXU) != S_IRWXU;
         if (closed && work_.kind == TreeKind::OurOwn && calls.fchmod(opened.get(), S_IRWXU) != 0)
             return errno;
@@ -162,6 +174,8 @@ class RemovalWorker : public TreeWorker {
     void leaveTop() override {
         auto& level = static_cast<RemovalLevel&>(top());
         collect(level);
+        // ENOENT is what getdents(2) reports for a folder that was itself removed while it was
+        // open.
         const int readError = level.reader->error();
         if (readError != 0 && readError != ENOENT) {
             noteFailure(&level, readError);
@@ -169,7 +183,9 @@ class RemovalWorker : public TreeWorker {
             if (!takeUp()) return;
             const int error = unlinkTop(level);
             if (error == 0) return popTop();
-            // A reader may skip entries while others of the folder are removed.
+            // A reader may skip entries while others of the folder are removed. POSIX permits
+            // either error for a folder that is not empty. Without progress, another pass would
+            // only find the same entries.
             const bool notEmpty = error == ENOTEMPTY || error == EEXIST;
             if (notEmpty && level.left.removedSomething && level.passes < kMostPasses)
                 return readAgain(level);
@@ -191,6 +207,7 @@ class RemovalWorker : public TreeWorker {
         if (above == nullptr && work_.keepsTop) return level.left.removedSomething ? ENOTEMPTY : 0;
         const int folder = above != nullptr ? above->folder() : work_.base;
         const int error = unlink(above, folder, level.name.c_str(), AT_REMOVEDIR);
+        // Another process has removed it, which is what was asked for.
         if (error == ENOENT && above == nullptr) work_.topIsGone = true;
         return error == ENOENT ? 0 : error;
     }
@@ -214,6 +231,8 @@ class RemovalWorker : public TreeWorker {
         return false;
     }
 
+    // The folder is read again from its start later, and must then skip what other threads could
+    // not remove. No other thread has entries of it now, so that list is complete.
     void putAside(TreeLevel& level) override {
         collect(static_cast<RemovalLevel&>(level));
         TreeWorker::putAside(level);
@@ -265,6 +284,7 @@ RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
         .base = folder, .kind = kind, .stop = stop, .keepsTop = false, .limits = treeLimits(1)};
     run(work, {name.c_str(), 0});
     int error = work.error;
+    // A stop that arrives after the top item was removed has stopped nothing.
     if (stop.isStopRequested() && !work.topIsGone) error = ECANCELED;
     return {error, work.removedSomething};
 }
@@ -279,6 +299,8 @@ int emptyFolder(int folder) noexcept {
                  .stop = never,
                  .keepsTop = true,
                  .limits = kFewest};
+    // By the name ".", which opens the folder once more: a reader closes its descriptor, and this
+    // one is the caller's.
     run(work, {".", S_IFDIR});
     return work.error;
 }
@@ -288,6 +310,7 @@ int removePath(const std::string& path, const StopToken& stop) noexcept try {
     struct stat status;
     int error = resolveParent(path, entry);
     if (error == 0 && !entry.hasNameOfItsOwn()) error = EINVAL;
+    // After a trailing slash anything but a folder is ENOTDIR, as in the system's own calls.
     if (error == 0 && entry.asFolder) error = statusOf(entry, FollowLink::No, status);
     if (error != 0) return error;
     return removeTree(entry.folder.get(), entry.name, TreeKind::Given, stop).error;

@@ -41,6 +41,7 @@ class SizeWorker : public TreeWorker {
   public:
     SizeWorker(TreeWorkPool& pool, Measuring& work)
         : TreeWorker(pool, work.limits, kBatch), work_(work) {}
+    // Once for each thread, so that counting an entry needs no lock.
     ~SizeWorker() override { work_.add(count_); }
 
     void measure(int folder, const std::string& name) {
@@ -55,6 +56,7 @@ class SizeWorker : public TreeWorker {
     }
 
   private:
+    // Only this thread's part ends where a folder was moved away: what was counted stays counted.
     bool isEnded() const override { return lost_ || work_.stop.isStopRequested(); }
 
     void runOutOfMemory() noexcept override { lost_ = true; }
@@ -95,6 +97,7 @@ class SizeWorker : public TreeWorker {
         level->identity = identityOf(status);
         level->above = above;
         if (above != nullptr) level->links = above->links + (throughLink ? 1 : 0);
+        // Only a link can lead back up, so a tree without links is not compared.
         if (level->links > 0 && isOnTheWayDown(*level)) return true;
         level->reader.emplace(std::move(opened));
         if (level->reader->error() != 0) return true;
@@ -153,6 +156,7 @@ TreeCount measured(const DirectoryEntry& entry, FollowLink follow, const StopTok
     Measuring work{stop, follow};
     TreeWorkPool pool(work.limits.threads, [&] { SizeWorker(pool, work).help(); });
     SizeWorker(pool, work).measure(entry.folder.get(), entry.name);
+    // Other threads add their counts when they end.
     pool.end();
     return work.total;
 }

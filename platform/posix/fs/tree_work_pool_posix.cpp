@@ -17,6 +17,7 @@ namespace {
 // More than the processors of a small machine: a slow disk serves several requests at once.
 constexpr std::size_t kFewestThreads = 4;
 constexpr std::size_t kMostThreads = 8;
+// The soft limit that processes usually have.
 constexpr rlim_t kPlentyOfDescriptors = 1024;
 
 // The position of the type bits in a mode.
@@ -75,6 +76,8 @@ bool TreeWorkPool::takeBack(TreeLevel& folder, EntryBatch& entries) {
     if (folder.given.load(std::memory_order_acquire) == 0) return false;
     std::unique_lock lock(mutex_);
     while (folder.given.load(std::memory_order_relaxed) > 0) {
+        // From the back: other threads take from the front, so what is newest is most likely still
+        // there.
         const auto own = std::find_if(queue_.rbegin(), queue_.rend(),
                                       [&](const WorkItem& item) { return item.folder == &folder; });
         if (own != queue_.rend()) {
@@ -84,6 +87,8 @@ bool TreeWorkPool::takeBack(TreeLevel& folder, EntryBatch& entries) {
             folder.given.fetch_sub(1, std::memory_order_relaxed);
             return true;
         }
+        // While it waits, this thread does no work: another one may have to start for what is
+        // queued.
         ++waiting_;
         if (!queue_.empty() && idle_ == 0) addThread();
         finished_.wait(lock);
@@ -107,6 +112,8 @@ bool TreeWorkPool::take(WorkItem& item) {
 
 void TreeWorkPool::done(TreeLevel& folder) {
     const std::lock_guard lock(mutex_);
+    // Released here and acquired by takeBack(), which reads the number without the lock: what this
+    // thread has done for the folder must be visible to the thread that leaves it.
     if (folder.given.fetch_sub(1, std::memory_order_release) == 1 && waiting_ > 0)
         finished_.notify_all();
 }

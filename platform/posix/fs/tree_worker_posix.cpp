@@ -21,6 +21,7 @@ void TreeWorker::help() {
         } catch (const std::bad_alloc&) {
             runOutOfMemory();
         }
+        // Also after a failure: the owner waits for it before it leaves the folder.
         pool_.done(owner);
     }
 }
@@ -29,6 +30,8 @@ void TreeWorker::helpWith(TreeWorkPool::WorkItem& item) {
     TreeLevel& owner = *item.folder;
     std::unique_ptr<TreeLevel> level = makeBorrowedLevel(owner);
     level->identity = owner.identity;
+    // Not a descriptor of its own: the owner keeps the folder open until all given entries are
+    // done.
     level->borrowed = owner.folder();
     level->waiting = std::move(item.entries);
     levels_.push_back(std::move(level));
@@ -56,6 +59,7 @@ bool TreeWorker::step() {
         visit(level, entry);
     else if (pool_.takeBack(level, level.waiting))
         return true;
+    // The first level is borrowed: the thread that owns the folder leaves it.
     else if (helping_ && levels_.size() == 1)
         return false;
     else
@@ -68,6 +72,7 @@ void TreeWorker::abandon() {
     for (;;) {
         if (levels_.empty()) return;
         EntryBatch dropped;
+        // Entries that no thread has begun are dropped; for the others this waits.
         while (pool_.takeBack(top(), dropped)) dropped = EntryBatch();
         if (helping_ && levels_.size() == 1) return;
         popTop();
@@ -90,8 +95,11 @@ void TreeWorker::putOneAside() {
     while (!levels_[firstOpen_]->isOpen()) ++firstOpen_;
     for (std::size_t i = firstOpen_; i + 1 < levels_.size(); ++i) {
         TreeLevel& level = *levels_[i];
+        // Not one that other threads use, and not one that ".." of the level below does not lead
+        // back to.
         if (!level.reader || level.staysOpen || level.given.load(std::memory_order_acquire) != 0)
             continue;
+        // The entry belongs to the reader, which is about to be closed.
         if (level.last != nullptr) level.lastName = level.last->d_name;
         level.last = nullptr;
         putAside(level);
@@ -114,6 +122,7 @@ int TreeWorker::takeUpAbove(ReadOn readOn) {
     TreeLevel* const above = aboveTop();
     if (above == nullptr || above->isOpen()) return 0;
     Descriptor opened;
+    // From the open folder below: the path that led here may lead elsewhere by now.
     int error = openParent(top().folder(), above->identity, opened);
     if (error != 0) return error;
     DirectoryReader reader(std::move(opened));
@@ -127,6 +136,8 @@ int TreeWorker::takeUpAbove(ReadOn readOn) {
         return 0;
     }
     if (above->atEnd) return 0;
+    // By the name of the last entry, since a position is valid only for the stream that it was
+    // taken from (telldir(3)). Without that entry, where to continue is unknown.
     while (const dirent* entry = above->reader->next())
         if (above->lastName == entry->d_name) return 0;
     error = above->reader->error();
