@@ -35,6 +35,7 @@ std::string systemErrorText(int code) {
     return "Unknown error " + std::to_string(code);
 #else
     char text[256] = "";
+    // The variant of POSIX, which writes to the buffer; the one of glibc may return another text.
     ::strerror_r(code, text, sizeof text);
     return text;
 #endif

@@ -31,6 +31,7 @@ std::string_view beginning(std::string_view text, std::size_t limit) {
 
 std::string temporaryName(std::string_view name) {
     std::string result = ".";
+    // 2 for the two full stops.
     result.append(beginning(name, kLongestTemporaryName - kRandomLength - 2)).append(".");
     std::random_device random;
     for (std::size_t i = 0; i < kRandomLength; ++i)

@@ -10,6 +10,7 @@ namespace quillmoor::platform::posix {
 
 Descriptor aboveStandardStreams(Descriptor descriptor) {
     if (!descriptor || descriptor.get() >= kFirstOwnDescriptor) return descriptor;
+    // Unlike dup(2) it never returns a number below its argument.
     Descriptor moved(systemCalls().fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
     const int error = errno;  // close may change it
     descriptor.reset();

@@ -14,10 +14,13 @@
 namespace quillmoor::platform::posix {
 namespace {
 
+// Close-on-exec from the start: with a second call, a child that another thread starts in between
+// would inherit the descriptor.
 int openAt(int folder, const char* name, int flags, mode_t mode) {
     return ::openat(folder, name, flags | O_CLOEXEC, mode);
 }
 
+// openat and fcntl take a variable number of arguments, which an entry of the table cannot.
 int control(int file, int command, int argument) {
     return ::fcntl(file, command, argument);
 }
@@ -82,6 +85,7 @@ constexpr SystemCalls kNative{
 
 }  // namespace
 
+// Initialised at compile time: calls that other files' initialisers make find the table.
 namespace detail {
 constinit std::atomic<const SystemCalls*> callsInUse{&kNative};
 }

@@ -22,6 +22,7 @@ void* run(void* given) noexcept {
 Thread::Thread(std::function<void()> body) {
     auto given = std::make_unique<std::function<void()>>(std::move(body));
     pthread_t handle{};
+    // Not std::thread, which calls pthread_create directly: a test could not make it fail.
     const int error = systemCalls().pthread_create(&handle, nullptr, run, given.get());
     if (error != 0) throw std::system_error(error, std::generic_category());
     static_cast<void>(given.release());  // the thread owns it now

@@ -28,7 +28,9 @@ std::optional<User> find(Query query) {
             return User{found->pw_uid, orEmpty(found->pw_name), orEmpty(found->pw_dir)};
         }
         if (error == EINTR) continue;
+        // No error and no entry: the user is unknown.
         if (error != ERANGE || buffer.size() >= kLongestEntry) return std::nullopt;
+        // getpwuid_r reports ERANGE without the size that it needs.
         buffer.resize(buffer.size() * 2);
     }
 }

@@ -33,6 +33,8 @@ WakeDescriptor::WakeDescriptor() {
 
 void WakeDescriptor::signal() {
     const int end = signalling_ ? signalling_.get() : waiting_.get();
+    // The eight bytes that eventfd(2) requires; a pipe takes any number. Where they do not fit any
+    // more, EAGAIN, the descriptor is readable already.
     const std::uint64_t one = 1;
     while (systemCalls().write(end, &one, sizeof one) < 0 && errno == EINTR) {
     }

@@ -37,6 +37,7 @@ std::size_t nextCapacity(std::size_t capacity, std::size_t needed) {
     const std::size_t wanted =
         std::max({needed, kSmallest, capacity + std::min(capacity, kLargestStep)});
     if (wanted < kMappingUnit) return wanted;
+    // Rounding up to whole units must not overflow.
     if (wanted > std::numeric_limits<std::size_t>::max() - 2 * kMappingUnit) throw std::bad_alloc();
     return (wanted + kMappingUnit - 1) / kMappingUnit * kMappingUnit;
 }
@@ -47,6 +48,7 @@ char* grown(char* bytes, std::size_t size, std::size_t capacity, std::size_t new
     if (isMapped(capacity)) return posix::growMapping(bytes, capacity, newCapacity);
     char* const mapped = posix::mapMemory(newCapacity);
     if (mapped == nullptr || bytes == nullptr) return mapped;
+    // The one copy in a buffer's life: from the heap to its first mapping.
     std::memcpy(mapped, bytes, size);
     std::free(bytes);
     return mapped;
@@ -97,6 +99,8 @@ Data ByteBuffer::takeData() {
     }
     taken.capacity_ = 0;
     char* const bytes = std::exchange(taken.bytes_, nullptr);
+    // Without memory for its counter it calls the deleter itself, so that the bytes are released in
+    // every case.
     const std::shared_ptr<const void> owner(
         bytes, [capacity](char* released) { release(released, capacity); });
     return {owner, bytes, taken.size_};

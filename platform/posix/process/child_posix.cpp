@@ -42,6 +42,8 @@ void setStream(SpawnActions& actions, int number, const ChildStream& stream) {
         case ChildStream::Kind::NullDevice:
             return actions.open(number, kNullDevice);
         case ChildStream::Kind::Descriptor:
+            // The library's descriptors are above 2, so no duplication overwrites the source of a
+            // later one.
             return actions.duplicate(stream.descriptor, number);
     }
 }
@@ -60,6 +62,7 @@ std::shared_ptr<Child> Child::start(const ChildSetup& setup) {
     actions.note(closeAllButStandardStreams(actions.get(), attributes.get()));
     if (actions.error() != 0 || attributes.error() != 0) return nullptr;
 
+    // Before the start: afterwards a lack of memory would leave a child that nobody collects.
     auto child = std::make_shared<Child>();
     if (systemCalls().posix_spawn(&child->pid_, setup.path.c_str(), actions.get(), attributes.get(),
                                   arguments.get(),
@@ -76,6 +79,8 @@ void Child::adopt(pid_t pid, Descriptor exit) noexcept {
 
 bool Child::collectIfEnded() {
     if (status_) return true;
+    // All zero before the call: waitid(2) also succeeds while the child runs, and only a process id
+    // shows that it has ended.
     siginfo_t info{};
     int result = 0;
     do result = waitForChild(exit_, pid_, &info, WEXITED | WNOHANG);
@@ -95,6 +100,7 @@ bool Child::isRunning() {
 // The lock is not held during the wait, which only observes the end: other threads may terminate
 // the child meanwhile.
 void Child::wait() {
+    // A wait that a signal interrupts has observed nothing.
     do {
         siginfo_t info{};
         waitForChild(exit_, pid_, &info, WEXITED | WNOWAIT);

@@ -57,6 +57,8 @@ class ChildList {
     std::shared_ptr<Child> first_;
 };
 
+// Owns the children that were given to it until each has ended, and the one thread that collects
+// them.
 class ChildReaper {
   public:
     void add(std::shared_ptr<Child> child) noexcept {
@@ -93,6 +95,7 @@ class ChildReaper {
     }
 
     void takeGiven() {
+        // Before the list is taken: a child that is added later signals again.
         wake_->clear();
         const std::lock_guard lock(mutex_);
         watched_.takeAll(given_);
@@ -103,10 +106,12 @@ class ChildReaper {
             if (pollAll() >= 0 || errno == EINTR) return;
         } catch (const std::bad_alloc&) {
         }
+        // Where poll fails at once, the loop would otherwise use a whole processor.
         std::this_thread::sleep_for(kLookAgain);
     }
 
     int pollAll() {
+        // A child without an exit descriptor has -1, which poll(2) ignores.
         polled_.assign(1, {wake_->get(), POLLIN, 0});
         bool allReport = true;
         for (const Child* child = watched_.first(); child != nullptr; child = child->next.get()) {

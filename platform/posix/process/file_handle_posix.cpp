@@ -99,11 +99,14 @@ const WakeDescriptor& DescriptorHandle::closing() {
     WakeDescriptor* there = closing_.load(std::memory_order_acquire);
     if (there != nullptr) return *there;
     auto made = std::make_unique<WakeDescriptor>();
+    // Two first readers may both make one: the second one's is released again.
     if (closing_.compare_exchange_strong(there, made.get())) there = made.release();
     return *there;
 }
 
 std::size_t DescriptorHandle::readAvailableData(ByteBuffer& buffer) {
+    // Made before the call counts as one that uses the descriptor: closeFile(), which finds such a
+    // call, must find what wakes it.
     const WakeDescriptor& closed = closing();
     const Use use(*this, kRead);
     const std::lock_guard reading(reading_);
@@ -114,6 +117,7 @@ std::size_t DescriptorHandle::readAvailableData(ByteBuffer& buffer) {
             if (errno == EINTR) continue;
             throwRefused(kRead, errno);
         }
+        // Closed meanwhile, as if the call had been made after that.
         if (both[1].revents != 0) throwRefused(kRead, EBADF);
         const ssize_t count =
             systemCalls().read(descriptor_.get(), room, std::min(buffer.room(), kMostAtOnce));
@@ -128,6 +132,7 @@ std::size_t DescriptorHandle::readAvailableData(ByteBuffer& buffer) {
 void DescriptorHandle::closeFile() {
     const unsigned before = state_.fetch_or(kClosed, std::memory_order_acq_rel);
     if ((before & kClosed) != 0) return;
+    // While calls use the descriptor, the last of them closes it; a reader that waits is woken.
     if (before == 0)
         descriptor_.reset();
     else if (WakeDescriptor* const reader = closing_.load(std::memory_order_acquire))
@@ -165,6 +170,7 @@ class PosixFileHandles final : public FileHandles {
         Descriptor file = aboveStandardStreams(Descriptor(systemCalls().openat(
             AT_FDCWD, path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0)));
         if (!file) return nullptr;
+        // Later writes are to wait where a pipe is full.
         const int flags = systemCalls().fcntl(file.get(), F_GETFL, 0);
         if (systemCalls().fcntl(file.get(), F_SETFL, flags & ~O_NONBLOCK) != 0) return nullptr;
         return std::make_shared<DescriptorHandle>(std::move(file));
@@ -173,6 +179,8 @@ class PosixFileHandles final : public FileHandles {
     bool endsWithinLine(const std::string& path) override {
         const Descriptor file = aboveStandardStreams(Descriptor(systemCalls().openat(
             AT_FDCWD, path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0)));
+        // Where the last byte cannot be read the result is true: an empty line too many is better
+        // than two messages in one line.
         if (!file) return errno != ENOENT;
         struct stat status;
         if (systemCalls().fstat(file.get(), &status) != 0) return true;
@@ -192,6 +200,7 @@ class PosixFileHandles final : public FileHandles {
     Pipe makePipe() override {
         int ends[2];
         if (systemCalls().pipe(ends) != 0) throwRefused(kPipeMade, errno);
+        // Both are owned before either is moved, so that a failure closes both.
         Descriptor first(ends[0]);
         Descriptor second(ends[1]);
         Descriptor reading = aboveStandardStreams(std::move(first));

@@ -75,6 +75,7 @@ class PosixTask final : public Task {
                           streamOf(error_.handle)};
         // Output only: a tool that fills its error pipe blocks at the usual size of a pipe.
         if (output_.isPipe) enlargePipe(setup_.streams[1].descriptor);
+        // A launch is a chance to collect children that no thread could be started for.
         reapLeftOver();
         child_ = Child::start(setup_);
         if (child_ == nullptr) throwNotAccessible();
@@ -91,6 +92,8 @@ class PosixTask final : public Task {
         const auto launched = launchedChild();
         if (!isMainThread()) return launched->wait();
         const int descriptor = launched->exitDescriptor();
+        // A time-out terminates the tool from the main thread, which must therefore serve its queue
+        // while it waits.
         do serveDefaultModeUntilReadable(descriptor, descriptor < 0 ? kLookAgainMilliseconds : -1);
         while (launched->isRunning());
     }
@@ -109,6 +112,8 @@ class PosixTask final : public Task {
         bool isPipe = false;  // the writing end is closed here after the launch
     };
 
+    // Only the child may hold the writing end: while this process does, a reader never finds the
+    // end of the stream.
     static void giveAway(Output& output) {
         if (output.isPipe) output.handle->closeFile();
         output = {};

@@ -17,6 +17,7 @@ class PosixClock : public Clock {
         const auto whole = std::chrono::floor<std::chrono::seconds>(duration);
         timespec left{static_cast<std::time_t>(whole.count()),
                       static_cast<long>(std::chrono::nanoseconds(duration - whole).count())};
+        // A signal of the host's does not shorten the sleep: `left` has what remains.
         while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
         }
     }

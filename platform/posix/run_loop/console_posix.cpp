@@ -19,6 +19,7 @@ namespace quillmoor::platform {
 namespace {
 
 void writeToStandardError(std::string_view text) {
+    // Standard error may be a pipe whose reader has ended: that must not end the process.
     const posix::BrokenPipeGuard guard;
     while (!text.empty()) {
         const ssize_t written = posix::systemCalls().write(STDERR_FILENO, text.data(), text.size());
@@ -51,12 +52,14 @@ class PosixConsole : public Console {
     void log(std::string_view text) override {
         // Never destroyed: threads may log while the process exits.
         static const auto& name = *new std::string(programName());
+        // One text and so usually one write: lines of several threads are not mixed.
         std::string line = localTime();
         line.append(" ").append(name).append("[").append(std::to_string(::getpid()));
         line.append(":").append(std::to_string(posix::currentThreadId())).append("] ");
         line.append(text).append("\n");
         writeToStandardError(line);
         if (posix::systemCalls().faccessat(AT_FDCWD, "/dev/log", W_OK, 0) == 0) {
+            // Without openlog(3), whose settings are the whole process's and so the host's.
             ::syslog(LOG_USER | LOG_NOTICE, "%s", std::string(text).c_str());
         }
     }

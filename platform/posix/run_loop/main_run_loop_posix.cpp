@@ -32,7 +32,9 @@ class Queue {
         const std::lock_guard lock(mutex_);
         const bool alsoModal = made.front().alsoModal;
         made.front().number = ++lastNumber_;
+        // Moved from list to list: posting must not need memory.
         items_.splice(items_.end(), made);
+        // The descriptor stays readable until the queue is empty again, so one signal is enough.
         if (items_.size() == 1) default_.signal();
         if (alsoModal && ++modalCount_ == 1) modal_.signal();
     }
@@ -53,6 +55,8 @@ class Queue {
                                                    [](const Item& each) { return each.alsoModal; });
         if (item == items_.end() || item->number > number) return taken;
         if (item->alsoModal && --modalCount_ == 0) modal_.clear();
+        // The caller gets the list node itself: that needs no memory, and the function is destroyed
+        // without the lock.
         taken.splice(taken.end(), items_, item);
         if (items_.empty()) default_.clear();
         return taken;
@@ -156,6 +160,8 @@ int MainRunLoop::descriptor(RunLoopMode mode) {
 }
 
 void MainRunLoop::drain(RunLoopMode mode) {
+    // A host calls this whenever the descriptor is readable, also from an event loop inside of a
+    // modal run, during which functions for the default mode only must wait.
     if (topMode != mode) return;
     // Items that are posted meanwhile wait for the next call: otherwise a function that posts
     // itself again would keep the caller here.
@@ -167,6 +173,7 @@ void MainRunLoop::drain(RunLoopMode mode) {
 void MainRunLoop::run(RunLoopMode mode, steady_clock::time_point until) {
     const ModeOnTop onTop(mode);
     for (;;) {
+        // Once in any case, also when the time is over already.
         drain(mode);
         const int left = millisecondsUntil(until);
         if (left == 0) return;

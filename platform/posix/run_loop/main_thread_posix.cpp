@@ -60,6 +60,8 @@ class TerminationObservers {
         const std::lock_guard lock(mutex_);
         if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) return;
         observers_.push_back(observer);
+        // Once for the process: what atexit(3) has registered cannot be taken back, so the function
+        // itself looks whether a host has taken over.
         if (!hostTells_ && !atExit_) atExit_ = std::atexit(atEndOfProcess) == 0;
     }
 
@@ -91,6 +93,8 @@ class TerminationObservers {
         const std::lock_guard lock(mutex_);
         return hostTells_;
     }
+    // True for one caller only, so that an observer is called once even when two threads announce
+    // the end.
     bool takeOut(TerminationObserver observer) {
         const std::lock_guard lock(mutex_);
         return std::erase(observers_, observer) != 0;
@@ -170,6 +174,7 @@ class PosixMainThread final : public MainThread {
         if (wait == WaitUntilDone::No) return MainRunLoop::postToAllModes(std::move(function));
         if (isMainThread()) return function();
         const auto completion = std::make_shared<Completion>();
+        // By reference, since this thread waits until the call is over.
         MainRunLoop::postToAllModes([&function, completion] {
             struct Done {
                 Completion& completion;
@@ -190,6 +195,7 @@ class PosixMainThread final : public MainThread {
         if (!isMainThread()) return false;
         longest = std::clamp(longest, milliseconds::zero(), kLongestWait);
         if (!hasRunLoop()) {
+            // As long as the wait would take: callers repeat it, and must not become busy.
             std::this_thread::sleep_for(longest);
             return false;
         }

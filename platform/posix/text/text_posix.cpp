@@ -127,6 +127,7 @@ bool isLowSurrogate(char32_t unit) {
 // What follows \u; two units where the first is half a pair.
 std::optional<char32_t> takeUnits(std::string_view& text) {
     const std::optional<char32_t> first = takeNumber(text, 4, 16);
+    // Half a pair alone is no character and has no UTF-8.
     if (!first || isLowSurrogate(*first)) return std::nullopt;
     if (!isHighSurrogate(*first)) return first;
     if (!text.starts_with("\\u")) return std::nullopt;
@@ -207,6 +208,8 @@ class PosixText : public Text {
             if (!character.valid) {
                 result.append(same);
             } else if (character.codePoint == 0x130) {
+                // The one letter whose lower case is two characters in every language
+                // (SpecialCasing.txt of Unicode); the library maps letters one to one.
                 result.append("i\xCC\x87");
             } else {
                 appendUTF8(result, lowercased(character.codePoint));

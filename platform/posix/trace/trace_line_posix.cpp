@@ -19,6 +19,7 @@ bool isPlain(char letter) {
 
 timespec now() {
     timespec time{};
+    // Not the time of day, which may be set back during a call.
     ::clock_gettime(CLOCK_MONOTONIC, &time);
     return time;
 }
@@ -36,6 +37,7 @@ void TraceText::add(std::string_view text) {
 void TraceText::addNumber(std::int64_t number) {
     if (number < 0) add("-");
     const auto bits = static_cast<std::uint64_t>(number);
+    // By unsigned arithmetic, since the least number has no positive counterpart.
     addInBase(number < 0 ? 0 - bits : bits, 10);
 }
 
@@ -50,6 +52,7 @@ void TraceText::addOctal(std::uint64_t number) {
 }
 
 void TraceText::addInBase(std::uint64_t number, unsigned base) {
+    // 64 bits have the most digits in base 8: 22.
     std::array<char, 24> digits{};
     std::size_t at = digits.size();
     do {
@@ -87,6 +90,7 @@ void TraceText::cut() {
 void TraceText::write() {
     const int error = errno;
     bytes_[size_++] = '\n';
+    // Not by the table of system calls, whose entries write such lines themselves.
     while (::write(STDERR_FILENO, bytes_.data(), size_) < 0 && errno == EINTR) continue;
     errno = error;
 }

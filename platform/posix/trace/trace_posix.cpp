@@ -34,9 +34,11 @@ Platform traced(const Platform& services) {
     const posix::TraceAreas areas = posix::traceAreas(wanted);
     if (areas.files || areas.process) {
         posix::traceSystemCalls(areas);
+        // The calls that only this system has; the back-end defines it.
         posix::traceOwnCalls(areas);
     }
     if (areas.authorization)
+        // Never deleted: services last until the process exits.
         result.authorization = new posix::TracedAuthorization(*services.authorization);
     return result;
 }

@@ -6,6 +6,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
+// Names only: a value may be a password.
 void putNames(TraceLine& line, const AuthorizationItemSet& items) {
     line.beginArgument();
     if (!items) return line.add("nil");
@@ -22,6 +23,7 @@ void putFlags(TraceLine& line, AuthorizationFlags flags) {
     line.addHex(flags);
 }
 
+// Makes the call and completes the line with its result and its time.
 template <typename Call>
 AuthorizationStatus finish(TraceLine& line, const Call& call) {
     line.beginCall();

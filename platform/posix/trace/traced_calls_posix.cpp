@@ -87,6 +87,7 @@ int tracedWait(idtype_t kind, id_t child, siginfo_t* info, int options) {
     const int error = errno;
     line.endCall();
     putResult(line, result, error);
+    // Without a process id the child still runs: waitid(2) succeeds all the same.
     if (result == 0 && info->si_pid != 0) {
         line.add(", child ");
         line.addNumber(info->si_pid);
@@ -101,7 +102,10 @@ int tracedWait(idtype_t kind, id_t child, siginfo_t* info, int options) {
 }  // namespace
 
 void traceSystemCalls(const TraceAreas& areas) {
+    // Static, since it must outlive every call that is made through it.
     static Calls traced;
+    // Before the traced table is in use, since its entries call through this one. A table that a
+    // test has put in stays below.
     callsBelow<Calls> = &systemCalls();
     traced = systemCalls();
     if (areas.files) {
