@@ -67,6 +67,8 @@ OptionalPath findBundle(const std::string& folder, const std::string& identifier
     for (const std::string& path : inside) {
         if (isApplicationBundle(path) && bears(path, identifier)) return path;
     }
+    // One level of folders, as in Applications/Utilities. The applications of the folder itself
+    // come first.
     for (const std::string& subfolder : inside) {
         if (isApplicationBundle(subfolder)) continue;
         for (const std::string& path : foldersIn(subfolder)) {
@@ -152,6 +154,7 @@ ApplicationFolders applicationFolders() {
 }
 
 OptionalPath findApplication(const ApplicationFolders& folders, const std::string& identifier) {
+    // The identifier becomes the name of a file, and must not lead to another folder.
     const bool named = !identifier.empty() && identifier.find('/') == std::string::npos &&
                        identifier.find('\0') == std::string::npos;
     if (!named) return std::nullopt;

@@ -14,6 +14,7 @@
 namespace quillmoor::platform {
 namespace {
 
+// The extensions of folders that users see as one item.
 constexpr std::string_view kPackages[] = {"app",      "bundle", "plugin", "kext",
                                           "prefPane", "pkg",    "mpkg",   "rtfd"};
 

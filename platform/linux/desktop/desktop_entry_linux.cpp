@@ -38,6 +38,7 @@ std::string unescaped(std::string_view value) {
 }
 
 void set(DesktopEntry& entry, std::string_view key, std::string_view value) {
+    // Keys with a language, as Name[de], are none of these.
     if (key == "Type") entry.isApplication = value == "Application";
     if (key == "Hidden") entry.isHidden = value == "true";
     if (key == "TryExec") entry.tryExec = unescaped(value);
@@ -59,6 +60,7 @@ DesktopEntry parseDesktopEntry(std::string_view text) {
     return entry;
 }
 
+// `exec` is without the escapes of a string: the specification resolves those before the quotes.
 OptionalString programInExec(std::string_view exec) {
     exec = trimmed(exec);
     if (!exec.starts_with('"')) {

@@ -52,6 +52,8 @@ int openConsoleUsersEntryFolder(Descriptor& folder) {
     int error = posix::openFolder(*home, at);
     if (error == 0 && systemCalls().fstat(at.get(), &status) != 0) error = errno;
     if (error != 0) return error;
+    // Not by XDG_DATA_HOME: root's environment is not the user's. Step by step, since that user may
+    // put a link in any of these places.
     for (const char* name : {".local", "share", "applications"}) {
         error = enter({status.st_uid, status.st_gid}, name, at);
         if (error != 0) return error;

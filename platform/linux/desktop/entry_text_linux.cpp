@@ -27,6 +27,8 @@ std::string escaped(std::string_view value) {
 std::string quoted(std::string_view argument) {
     std::string text = "\"";
     for (const char c : argument) {
+        // The characters that must be escaped between quotes. A single percent sign would begin a
+        // field code.
         constexpr std::string_view kSpecial = "\"`$\\";
         if (kSpecial.find(c) != std::string_view::npos) text.push_back('\\');
         if (c == '%') text.push_back('%');

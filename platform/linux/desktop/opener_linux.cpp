@@ -67,6 +67,8 @@ std::optional<pid_t> spawn(const std::string& program, const StringList& argumen
     for (const std::string& each : arguments) list.add(each);
     posix::SpawnActions actions;
     leaveHost(actions);
+    // A session of its own: signals of the host's terminal are not meant for it, and it may outlive
+    // the host.
     posix::SpawnAttributes attributes(posix::SpawnSession::Own);
     actions.note(posix::closeAllButStandardStreams(actions.get(), attributes.get()));
     if (!list.valid() || actions.error() != 0 || attributes.error() != 0) return std::nullopt;
@@ -102,6 +104,7 @@ OptionalPath absolute(const std::string& path) {
 }
 
 bool openByDesktop(const std::string& path) {
+    // Either one finds out which desktop runs, and which program opens the item there.
     if (const OptionalPath opener = findProgram("xdg-open")) return startOnItsOwn(*opener, {path});
     if (const OptionalPath opener = findProgram("gio"))
         return startOnItsOwn(*opener, {"open", path});
@@ -128,6 +131,7 @@ bool startOnItsOwn(const std::string& program, const StringList& arguments) {
         // The thread is started before the program: a started program is then always reaped.
         current().mainThread->detachNewThread([started, program, arguments] {
             const std::optional<pid_t> child = spawnOrNone(program, arguments);
+            // Before the wait: the caller waits for the start only.
             started->set_value(child.has_value());
             if (child) reap(*child);
         });

@@ -46,6 +46,7 @@ std::optional<PropertyListDictionary> infoOf(const std::string& bundle) {
     const Descriptor file(
         calls.openat(contents.get(), "Info.plist", O_RDONLY | O_NONBLOCK | O_NOCTTY | noFollow, 0));
     if (!file) return std::nullopt;
+    // By its descriptor, which is the file that was opened without following links.
     return current().propertyLists->dictionaryWithContentsOfFile("/proc/self/fd/" +
                                                                  std::to_string(file.get()));
 }
@@ -86,6 +87,7 @@ int writeEntryOf(const Application& application) {
     if (error == 0)
         error = writeEntry(folder, application.identifier + ".desktop",
                            desktopEntryText(application.name, application.program));
+    // Not as root: no program runs with root's privileges in a folder that the user fills.
     if (error != 0 || asRoot) return error;
     if (const OptionalPath tool = findProgram("update-desktop-database"))
         startOnItsOwn(*tool, {path});

@@ -18,6 +18,7 @@ constexpr char kInstallation[] = KX_LIBEXECDIR "/";
 
 StringList ownTools(const std::string& name) {
     StringList places;
+    // By the address of this code: inside a plug-in that is the plug-in's bundle, not the host's.
     const auto here = nativeBundles()->bundleForCode(reinterpret_cast<const void*>(&ownTools));
     const OptionalPath code = here != nullptr ? here->executablePath() : std::nullopt;
     const OptionalPath bundle = code ? bundleFolderOf(*code) : std::nullopt;
@@ -42,6 +43,7 @@ OptionalPath installedTool(const std::string& name) {
 }
 
 std::string toolPath(const std::string& path) {
+    // The one tool of the fixed paths that this project brings; one of the system is preferred.
     if (path != kDitto || isProgram(path)) return path;
     return ownTool(lastPathComponent(path)).value_or(path);
 }

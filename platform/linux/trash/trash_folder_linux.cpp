@@ -92,6 +92,8 @@ std::optional<TrashFolder> TrashFolder::open(const std::string& homePath, int& e
 }
 
 int TrashFolder::openPlainFolder(const Descriptor& home) {
+    // Without following a link, since the folder may have been replaced by one since its status was
+    // read.
     items_ = Descriptor(systemCalls().openat(home.get(), kLinkName, posix::kReadFolder, 0));
     const auto status = items_ ? statusOf(items_.get(), nullptr) : std::nullopt;
     if (!status) return errno;
@@ -102,6 +104,8 @@ int TrashFolder::openPlainFolder(const Descriptor& home) {
 int TrashFolder::openLocation(const Descriptor& home, const std::string& homePath) {
     const StringList usual{".local", "share", "Trash"};
     const auto existing = statusOf(home.get(), kLinkName);
+    // The user's XDG_DATA_HOME is not known to root. This link shows where the user's own programs
+    // have put the Trash.
     if (owner_ && existing && S_ISLNK(existing->st_mode)) {
         const StringList components = trashOfLink(readLink(home.get(), kLinkName), homePath);
         return components.empty() ? ELOOP : openTrash(home, components);
@@ -136,6 +140,8 @@ int TrashFolder::openTrash(const Descriptor& start, const StringList& components
 
 // Opens the folder `name`, making it if it is missing.
 int TrashFolder::enter(int folder, const std::string& name, Descriptor& next) const {
+    // Users may lead their own Trash elsewhere by a link, for example to a larger disk; root
+    // follows none of another user's.
     const int flags = posix::kSearchFolder | (owner_ ? O_NOFOLLOW : 0);
     Descriptor found(systemCalls().openat(folder, name.c_str(), flags, 0));
     if (!found && errno == ENOENT) {
@@ -161,11 +167,14 @@ bool TrashFolder::hasItem(const std::string& name) const {
 }
 
 int TrashFolder::reserve(const std::string& name, std::string_view originalPath) const {
+    // An item need not have a record: one that another program has moved here, or one in a real
+    // folder ~/.Trash.
     if (hasItem(name)) return EEXIST;
     return makeRecord(name, originalPath);
 }
 
 int TrashFolder::record(const std::string& name, std::string_view originalPath) const {
+    // A record without an item is left over from a tool that failed.
     release(name);
     return makeRecord(name, originalPath);
 }
@@ -183,6 +192,7 @@ int TrashFolder::makeRecord(const std::string& name, std::string_view originalPa
     if (owner_ && calls.fchown(file.get(), owner_->user, owner_->group) != 0) error = errno;
     if (error == 0) error = posix::writeAll(file.get(), text.data(), text.size());
     if (error == 0) error = posix::closeChecked(file);
+    // A record that is empty or cut, as on a full disk, must not reserve the name.
     if (error != 0) release(name);
     return error;
 }

@@ -40,6 +40,7 @@ std::string pathOf(int folder, const std::string& spelled) {
     char path[PATH_MAX];
     const std::string self = "/proc/self/fd/" + std::to_string(folder);
     const ssize_t size = ::readlink(self.c_str(), path, sizeof path);
+    // Without /proc the path is taken as it was given, from the working folder.
     if (size > 0 && path[0] == '/') return {path, static_cast<std::size_t>(size)};
     if (spelled.starts_with('/') || ::getcwd(path, sizeof path) == nullptr) return spelled;
     return std::string(path) + "/" + spelled;
@@ -53,6 +54,7 @@ class Recycling {
 
     bool run() {
         const posix::SystemCalls& calls = posix::systemCalls();
+        // A descriptor of its own: the entry closes it.
         to_.folder = posix::Descriptor(calls.openat(trash_.items(), ".", posix::kSearchFolder, 0));
         if (!to_.folder) return false;
         // Without a record there is room for the whole name, unless it needs a number.
@@ -218,6 +220,7 @@ bool recordPendingTrash(const std::string& destination, const std::string& name,
     const auto trash = openTrash(destination, error);
     if (!trash || !isOneName(name) || !leadsTo(destination, *trash)) return false;
     if (!trash->keepsRecords()) return false;
+    // The record of an item that is here already belongs to that item.
     return trash->hasItem(name) || trash->record(name, originalPathOf(item)) == 0;
 }
 

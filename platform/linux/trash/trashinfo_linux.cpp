@@ -11,6 +11,7 @@ bool staysAsItIs(char c) {
            std::string_view("-._~/").find(c) != std::string_view::npos;
 }
 
+// As the Trash specification demands, byte by byte: a path need not be valid in any encoding.
 std::string percentEncoded(std::string_view path) {
     constexpr char digits[] = "0123456789ABCDEF";
     std::string text;
