@@ -60,6 +60,7 @@ class FolderBundle : public Bundle {
         const std::string resources = joined(contents_, "Resources");
         std::string path = joined(resources, file);
         if (exists(path)) return path;
+        // What is outside of the folders for languages counts for every language and comes first.
         for (const std::string& language : languagesOfResources()) {
             path = joined(joined(resources, language + ".lproj"), file);
             if (exists(path)) return path;
@@ -168,6 +169,8 @@ class LinuxBundles : public Bundles {
     std::shared_ptr<Bundle> bundleForCode(const void* address) override {
         Dl_info info{};
         void* extra = nullptr;
+        // By the loader's list: in glibc, dli_fname of the program itself is its argv[0], which
+        // need not be a path.
         if (::dladdr1(address, &info, &extra, RTLD_DL_LINKMAP) == 0) return nullptr;
         // The loader's name for the program itself is empty.
         const char* name = static_cast<const link_map*>(extra)->l_name;

@@ -87,6 +87,9 @@ class BinaryMeasure {
 
     bool isModest() {
         if (bytes_.size() < kHeader + kTrailer) return false;
+        // The trailer: five unused bytes and a version, the sizes of an offset and of a reference,
+        // then with eight bytes each the number of objects, the index of the top object, and the
+        // offset of the table of offsets.
         const std::size_t trailer = bytes_.size() - kTrailer;
         offsetSize_ = byteAt(trailer + 6);
         referenceSize_ = byteAt(trailer + 7);
@@ -124,6 +127,7 @@ class BinaryMeasure {
         if (offset < kHeader || offset >= table_) return std::nullopt;
         const auto at = static_cast<std::size_t>(offset);
         Object object{byteAt(at) >> 4, byteAt(at) & 0x0F, at + 1};
+        // The low bits of a UID, kind 8, are its size and never announce a long count.
         const bool counted = object.kind >= 0x4 && object.kind != 0x8;
         if (!counted || object.count != 0x0F) return object;
         // The marker may be the last byte before the offset table, which leaves no room for a
@@ -166,6 +170,7 @@ class BinaryMeasure {
     std::optional<Extent> extentOf(std::uint64_t index, int depth) {
         if (index >= extents_.size()) return std::nullopt;
         Extent& known = extents_[static_cast<std::size_t>(index)];
+        // Measured once: otherwise the check itself could be made to take as long as the parser.
         if (known.height == 0) {
             const std::optional<Extent> measured = measure(index, depth);
             if (!measured) return std::nullopt;
@@ -189,6 +194,7 @@ class BinaryMeasure {
             const std::optional<Extent> inner = extentOf(part, depth + 1);
             if (!inner) return std::nullopt;
             extent.height = std::max(extent.height, inner->height + 1);
+            // Added at every reference, since the parser makes the object anew for each.
             extent.cost += inner->cost;
             if (extent.cost > kHighestCost) return std::nullopt;
         }

@@ -46,6 +46,7 @@ class PlainNumbers {
 
   private:
     static locale_t plain() {
+        // Null without memory for it: uselocale(3) then changes nothing.
         static const locale_t locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
         return locale;
     }
@@ -56,6 +57,8 @@ Node parse(std::string_view bytes) {
     plist_t parsed = nullptr;
     // The size was limited when the file was read.
     const auto length = static_cast<std::uint32_t>(bytes.size());
+    // The form is determined here and not by the library, which in newer versions reads more forms
+    // than there are limits for.
     if (bytes.starts_with(kBinaryHeader)) {
         if (linux_::isModestBinary(bytes)) plist_from_bin(bytes.data(), length, &parsed);
         return Node(parsed);

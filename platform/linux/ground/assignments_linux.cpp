@@ -17,6 +17,7 @@ OptionalString quoted(std::string_view text) {
     std::string value;
     for (std::size_t i = 1; i < text.size(); ++i) {
         if (text[i] == quote) return value;
+        // As in a shell, a backslash means itself between single quotes.
         if (quote == '"' && text[i] == '\\' && i + 1 < text.size()) ++i;
         value.push_back(text[i]);
     }
@@ -49,6 +50,7 @@ OptionalString assignedValue(std::string_view text, std::string_view name) {
         const std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(line.size());
         if (!text.empty()) text.remove_prefix(1);
+        // The last assignment counts, as it does when a shell reads the file.
         if (OptionalString found = valueInLine(line, name)) value = std::move(found);
     }
     return value;

@@ -34,6 +34,8 @@ StringList foldersInEnvironment(const char* variable, const char* standard) {
         const std::string_view folder = rest.substr(0, rest.find(':'));
         rest.remove_prefix(folder.size());
         if (!rest.empty()) rest.remove_prefix(1);
+        // The XDG Base Directory Specification has relative paths ignored. In PATH one would mean
+        // the working folder, where another user may have put a program.
         if (folder.starts_with('/')) folders.push_back(withoutTrailingSlashes(folder));
     }
     return folders;

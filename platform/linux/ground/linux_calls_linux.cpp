@@ -15,6 +15,7 @@ extern "C" {
 namespace quillmoor::platform::linux_ {
 namespace {
 
+// mremap takes a variable number of arguments, which an entry of the table cannot.
 void* remap(void* start, std::size_t size, std::size_t newSize, int flags, void* place) {
     return ::mremap(start, size, newSize, flags, place);
 }
@@ -30,7 +31,10 @@ int isHfsPlus(int file, bool* answer) {
 
 int isImmutable(int folder, const char* name, bool* answer) {
     struct statx status {};
+    // The mask 0: attributes are returned without being asked for. AT_NO_AUTOMOUNT, since a look at
+    // an item must not mount what it stands for.
     if (::statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, 0, &status) != 0) return -1;
+    // A flag that is missing in the mask is one that the file system does not have.
     *answer = (status.stx_attributes & status.stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0;
     return 0;
 }

@@ -61,6 +61,8 @@ OptionalPath trustedProgram(const std::string& path) {
     struct stat status {};
     if (posix::systemCalls().fstatat(AT_FDCWD, program.c_str(), &status, AT_SYMLINK_NOFOLLOW) !=
             0 ||
+        // The canonical path has no links left; one that has appeared since is refused as not
+        // regular.
         !S_ISREG(status.st_mode) || !isOurs(status) || othersMayWrite(status))
         return std::nullopt;
     // A sticky folder protects only items that are ours, so every folder on the path must be.

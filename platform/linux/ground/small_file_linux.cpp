@@ -19,6 +19,8 @@ using posix::Descriptor;
 // file that grows meanwhile is detected as well.
 std::optional<std::string> readAtMost(const Descriptor& file, std::size_t expected,
                                       std::size_t limit) {
+    // One byte more than expected: a file of that size is then read to its end without a larger
+    // buffer. Files of /proc report the size 0 and make it grow.
     std::string contents(expected + 1, '\0');
     std::size_t size = 0;
     for (;;) {

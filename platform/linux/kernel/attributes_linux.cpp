@@ -35,6 +35,7 @@ constexpr mode_t kPermissions = 07777;
 system_clock::time_point dateOf(const timespec& time) {
     using Duration = system_clock::duration;
     constexpr seconds kEarliest = std::chrono::ceil<seconds>(Duration::min());
+    // A second less than the latest, since the nanoseconds are added to it.
     constexpr seconds kLatest = std::chrono::floor<seconds>(Duration::max()) - seconds(1);
     const seconds whole = std::clamp(seconds(time.tv_sec), kEarliest, kLatest);
     // Converted separately: the clock's unit may be coarser than nanoseconds and its range wider.

@@ -12,6 +12,8 @@
 namespace quillmoor::platform::posix {
 
 int closeAllButStandardStreams(posix_spawn_file_actions_t* actions, posix_spawnattr_t*) {
+    // Last of the actions, since those before it may use descriptors above the standard streams.
+    // glibc has it from version 2.34 on.
     return ::posix_spawn_file_actions_addclosefrom_np(actions, kFirstOwnDescriptor);
 }
 
@@ -33,6 +35,8 @@ int signalChild(const Descriptor& exitDescriptor, pid_t child, int signal) {
 
 void enlargePipe(int descriptor) {
     constexpr int kSize = 1 << 20;  // what an ordinary user may ask for
+    // EPERM, when the pipes of this user have too many pages already (pipe(7)), leaves the pipe as
+    // it is: reading it takes more calls.
     systemCalls().fcntl(descriptor, F_SETPIPE_SZ, kSize);
 }
 

@@ -62,6 +62,7 @@ int openItem(const FileReference& reference, OpenItem& item) {
         linuxCalls().isHfsPlus(item.file.get(), &isHfsPlus) != 0)
         return errno;
     if (isHfsPlus) item.attribute = kOnHfsPlus;
+    // The path may name another item by now, which must not get the information.
     return names(reference, item.status) ? 0 : ESTALE;
 }
 
@@ -72,6 +73,8 @@ std::uint16_t nodeFlagsOf(const struct stat& status) {
 class LinuxFinderInfo : public FinderInfo {
   public:
     bool makeReference(const std::string& path, FileReference& reference) override {
+        // The path is kept besides the item's number: opening an item by a handle needs a
+        // capability that an ordinary program lacks (open_by_handle_at(2)).
         const OptionalPath absolute = absolutePath(path);
         FileReference made;
         struct stat status;
@@ -100,6 +103,7 @@ class LinuxFinderInfo : public FinderInfo {
         // A shorter value is completed with zeroes; a longer one is not Finder information: ERANGE.
         const ssize_t size = systemCalls().fgetxattr(
             item.file.get(), item.attribute, found.finderInfo.data(), found.finderInfo.size());
+        // Without the attribute the information is all zero.
         if (size < 0 && errno != ENODATA) return errno;
         found.nodeFlags = nodeFlagsOf(item.status);
         info = found;

@@ -15,6 +15,7 @@ using posix::systemCalls;
 
 int change(int file, bool immutable) {
     int flags = 0;
+    // One call sets all flags of an item, so the others are read first.
     if (linuxCalls().getItemFlags(file, &flags) != 0) return errno;
     const int wanted = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
     return linuxCalls().setItemFlags(file, wanted) == 0 ? 0 : errno;
@@ -30,6 +31,8 @@ int setImmutable(const posix::DirectoryEntry& entry, bool immutable) {
     if (missing != 0) return missing;
     bool isImmutable = false;
     if (linuxCalls().isImmutable(folder, name, &isImmutable) != 0) return errno;
+    // Changing the flag needs CAP_LINUX_IMMUTABLE; where nothing is to be changed the call succeeds
+    // without it.
     if (isImmutable == immutable) return 0;
     // Opening a device or a pipe may have effects, and a link has no such flag.
     if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) return EOPNOTSUPP;
@@ -37,6 +40,7 @@ int setImmutable(const posix::DirectoryEntry& entry, bool immutable) {
     const posix::Descriptor file(systemCalls().openat(folder, name, flags, 0));
     if (!file) return errno;
     const int error = change(file.get(), immutable);
+    // ENOTTY is how ioctl(2) says that the file system has no such flags.
     return error == ENOTTY ? EOPNOTSUPP : error;
 }
 

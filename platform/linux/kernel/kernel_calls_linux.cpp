@@ -47,13 +47,18 @@ int renameNoReplace(int folder, const char* name, int newFolder, const char* new
 int openBeneath(int folder, const char* path) {
     struct open_how how {};
     how.flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    // RESOLVE_BENEATH excludes magic links such as /proc/self/fd/N only for now, so openat2(2) asks
+    // to name them.
     how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    // glibc 2.36 has no function for this call.
     return static_cast<int>(::syscall(SYS_openat2, folder, path, &how, sizeof how));
 }
 
 int cloneFile(int from, int folder, const char* name, bool* cloned) {
     constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
     const int made = systemCalls().openat(folder, name, kNew, S_IRUSR | S_IWUSR);
+    // The error is not of interest: whatever prevents a clone, the file is empty and gets its
+    // contents by a copy.
     *cloned = made >= 0 && ::ioctl(made, FICLONE, from) == 0;
     return made;
 }
@@ -78,6 +83,7 @@ int getRemovalTraits(int folder, const char* name, RemovalTraits* traits) {
     struct statx status {};
     if (::statx(folder, name, kItemItself, STATX_TYPE | STATX_UID, &status) != 0) return -1;
     traits->isFixed = hasAttribute(status, STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND);
+    // Known from Linux 5.8 on. Before that, the removal itself reports EBUSY.
     traits->isMountPoint = hasAttribute(status, STATX_ATTR_MOUNT_ROOT);
     traits->owner = status.stx_uid;
     traits->type = status.stx_mode & S_IFMT;
@@ -88,7 +94,8 @@ bool isCopiedAttribute(const char* name, bool ownerKept) {
     const std::string_view text(name);
     // A program's capabilities give as many privileges as a setuid bit.
     if (text == "security.capability") return ownerKept;
-    // Not SELinux labels and the like: they belong to the folder in which an item is.
+    // Not SELinux labels and the like: they belong to the folder in which an item is. osx. is the
+    // namespace of HFS+. Only root sees the attributes of trusted.
     return text.starts_with("user.") || text.starts_with("trusted.") || text.starts_with("osx.") ||
            text.starts_with("system.posix_acl_");
 }

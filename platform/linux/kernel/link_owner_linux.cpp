@@ -16,6 +16,8 @@ int giveLink(int folder, const std::string& name, const Owner& owner) {
     struct stat status;
     if (!link || calls.fstat(link.get(), &status) != 0) return errno;
     if (!S_ISLNK(status.st_mode) || status.st_uid != ::geteuid()) return ESTALE;
+    // fchown(2) refuses a descriptor opened with O_PATH; fchownat with an empty name does not
+    // (open(2)).
     const int changed = calls.fchownat(link.get(), "", owner.user, owner.group, AT_EMPTY_PATH);
     return changed == 0 ? 0 : errno;
 }

@@ -5,6 +5,8 @@
 namespace quillmoor::platform::posix {
 
 bool isFirstThread() {
+    // A process has the number of its first thread. In a child made by fork that is the thread that
+    // called it.
     return ::gettid() == ::getpid();
 }
 

@@ -29,16 +29,20 @@ char* reserveAligned(std::size_t size) {
 char* mapMemory(std::size_t size) {
     char* const bytes = reserveAligned(size);
     if (bytes == nullptr) return nullptr;
+    // MAP_FIXED replaces a mapping without asking: here only the one that was just reserved, so no
+    // other thread can have got the addresses.
     if (systemCalls().mmap(bytes, size, PROT_READ | PROT_WRITE,
                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == MAP_FAILED) {
         ::munmap(bytes, size);
         return nullptr;
     }
+    // EINVAL from a kernel without large pages is ignored: ordinary ones hold the same bytes.
     ::madvise(bytes, size, MADV_HUGEPAGE);
     return bytes;
 }
 
 char* growMapping(char* bytes, std::size_t size, std::size_t newSize) {
+    // In place first, which keeps address and alignment. It fails where other mappings follow.
     if (linux_::linuxCalls().mremap(bytes, size, newSize, 0, nullptr) != MAP_FAILED) return bytes;
     char* const place = reserveAligned(newSize);
     if (place == nullptr) return nullptr;

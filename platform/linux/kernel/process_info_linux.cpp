@@ -26,6 +26,7 @@ constexpr std::size_t kLongestReleaseFile = std::size_t{64} << 10;
 std::string randomUUID() {
     std::array<unsigned char, 16> b{};
     [[maybe_unused]] const ssize_t filled = linux_::linuxCalls().getrandom(b.data(), b.size(), 0);
+    // The version, 4, and the variant, as RFC 4122 places them.
     b[6] = static_cast<unsigned char>((b[6] & 0x0F) | 0x40);
     b[8] = static_cast<unsigned char>((b[8] & 0x3F) | 0x80);
     std::array<char, 37> text{};

@@ -43,6 +43,7 @@ OptionalString consoleUser(const LoginManager* manager) {
     if (manager == nullptr) return std::nullopt;
     char* text = nullptr;
     uid_t id = 0;
+    // Reads what the login manager has recorded below /run/systemd and needs no message bus.
     const int active = manager->seatGetActive(kSeat, &text, &id);
     const AllocatedText session(text);
     if (active < 0 || session == nullptr) return std::nullopt;
@@ -53,6 +54,8 @@ OptionalString consoleUser(const LoginManager* manager) {
     // A session that ended between the two calls has no class.
     if (classified < 0 || sessionClass == nullptr) return std::nullopt;
     const std::string_view kind(sessionClass.get());
+    // At the login screen the active session is that of the display manager's account, not of a
+    // person.
     if (kind == "greeter" || kind == "lock-screen") return "loginwindow";
 
     const std::optional<posix::User> user = posix::userWithId(id);

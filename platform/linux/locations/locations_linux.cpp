@@ -43,6 +43,8 @@ class LinuxLocations : public Locations {
     }
 
     std::string userName() override {
+        // A user id without an entry in the database, as in some containers, has the name that its
+        // environment gives, else its number.
         if (const auto user = posix::userWithId(::geteuid())) return user->name;
         const char* name = ::secure_getenv("USER");
         return name != nullptr && *name != '\0' ? name : std::to_string(::geteuid());
@@ -58,11 +60,14 @@ class LinuxLocations : public Locations {
             std::copy_n(value.begin(), copied, buffer.begin());
             buffer[copied] = '\0';
         }
+        // As confstr(3): the size of the whole value with its NUL, also when the buffer is smaller,
+        // so that the caller can provide a larger one.
         return value.size() + 1;
     }
 
     std::string temporaryDirectory() override {
         const OptionalPath folder = linux_::absolutePathInEnvironment("TMPDIR");
+        // A variable that outlives its folder must not make every temporary file fail.
         return folder && isFolder(*folder) ? *folder : "/tmp";
     }
 

@@ -10,6 +10,7 @@
 namespace quillmoor::platform::linux_ {
 namespace {
 
+// Root's home as the library's callers know it, not the one of this system.
 constexpr std::string_view kRootsHome = "/var/root";
 constexpr std::string_view kUserDirs = "user-dirs.dirs";
 
@@ -46,6 +47,7 @@ std::string joined(std::string_view folder, std::string_view path) {
 // differ.
 OptionalPath placedByUser(const UserDomainFolders& user, std::string_view kind) {
     if (user.settingsFile.empty()) return std::nullopt;
+    // Read again for each question: the user may move a folder while the program runs.
     const std::optional<std::string> settings =
         user.settingsOwner
             ? readSmallFileOf(*user.settingsOwner, user.settingsFile, kLongestUserDirs)

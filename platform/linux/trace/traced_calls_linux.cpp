@@ -10,7 +10,9 @@ using Calls = linux_::LinuxCalls;
 }  // namespace
 
 void traceOwnCalls(const TraceAreas& areas) {
+    // Static, since it must outlive every call that is made through it.
     static Calls traced;
+    // Before the traced table is in use, since its entries call through this one.
     callsBelow<Calls> = &linux_::linuxCalls();
     traced = linux_::linuxCalls();
     if (areas.files) {
