@@ -17,7 +17,8 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
-// Authentication modules accept no more.
+// Authentication modules accept no more. PAM_MAX_RESP_SIZE is 512 with the NUL; what is beyond
+// would be taken for the answer to the next prompt.
 constexpr std::size_t kLongestPassword = 511;
 
 // nil for an unknown user, also for a name that a program could take for an option: no password is
@@ -61,6 +62,7 @@ AuthorizationStatus launchWithCredentials(Rendezvous& rendezvous, std::string_vi
     const std::optional<posix::User> user = knownUser(userName);
     if (!user || password.size() > kLongestPassword) return kAuthorizationDenied;
 
+    // Before the agent is registered, since a process has one agent at a time.
     const LaunchTurn turn;
     bool wasAsked = false;
     std::optional<Channel> helper;

@@ -28,10 +28,12 @@ class OwnTerminal {
     OwnTerminal()
         : descriptor_(posix::aboveStandardStreams(Descriptor(
               posix::systemCalls().openat(AT_FDCWD, "/dev/tty", O_RDWR | O_NOCTTY, 0)))) {
+        // In the background, a program that reads from the terminal would be stopped by SIGTTIN.
         usable_ = descriptor_ && ::tcgetpgrp(descriptor_.get()) == ::getpgrp() &&
                   ::tcgetattr(descriptor_.get(), &settings_) == 0;
     }
     ~OwnTerminal() {
+        // In the background tcsetattr(3) would stop this process by SIGTTOU.
         if (usable_ && ::tcgetpgrp(descriptor_.get()) == ::getpgrp())
             ::tcsetattr(descriptor_.get(), TCSANOW, &settings_);
     }
@@ -88,6 +90,7 @@ AuthorizationStatus launchWithDialog(Rendezvous& rendezvous, std::optional<Chann
     if (rendezvous.helperCommand().empty()) return kAuthorizationInternal;
     const LaunchTurn turn;
     PkexecEnd end = runPkexec(rendezvous, channel, nullptr);
+    // Only then: an agent of the desktop has already asked otherwise, and nobody is asked twice.
     if (end == PkexecEnd::NoAgent) end = askOnTerminal(rendezvous, channel);
     switch (end) {
         case PkexecEnd::Helped:

@@ -8,6 +8,8 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
+// pkexec(1): 126 when the dialog was dismissed. All other failures are 127, and differ by their
+// text only.
 constexpr int kDismissedCode = 126;
 
 // By the text as well, since the host may have collected the status.
@@ -43,6 +45,7 @@ PkexecEnd runPkexec(Rendezvous& rendezvous, std::optional<Channel>& channel,
     setup.environment = plainEnvironment();
     setup.descriptors[2] = errors.write.get();
     const std::unique_ptr<LaunchChild> launcher = LaunchChild::start(setup);
+    // Otherwise the pipe would not end with the launcher.
     errors.write.reset();
     if (!launcher) return PkexecEnd::Refused;
 

@@ -17,11 +17,13 @@ OptionalPath systemProgram(const std::string& name) {
     return std::nullopt;
 }
 
+// The setuid bits of pkexec, sudo and su have no effect then.
 bool isConfined() {
     return ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1;
 }
 
 Environment plainEnvironment() {
+    // LC_ALL, since messages that are looked for must not be translated.
     return {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}, {"LC_ALL", "C"}};
 }
 

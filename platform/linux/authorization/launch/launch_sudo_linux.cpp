@@ -44,6 +44,7 @@ class PasswordLaunch {
         if (!ours || !theirs || !errors.read) return {};
         setup_.descriptors = {theirs.get(), -1, errors.write.get(), -1};
         const std::unique_ptr<LaunchChild> launcher = LaunchChild::start(setup_);
+        // Only the program has it now: after its end, sending to it fails.
         theirs.reset();
         errors.write.reset();
         if (!launcher) return {};
@@ -119,12 +120,14 @@ AuthorizationStatus launchWithPassword(Rendezvous& rendezvous, const posix::User
     return channel ? kAuthorizationSuccess : kAuthorizationDenied;
 }
 
-// Determined by a word in the output, since the host may have collected the status.
+// Determined by a word in the output, since the host may have collected the status. su asks every
+// user but root, also for the user's own password, which makes it a check of one.
 bool isPasswordOf(const posix::User& user, std::string_view password) {
     const OptionalPath su = systemProgram(kSu);
     const std::string word = randomWord();
     if (!su || word.empty()) return false;
     bool wasAsked = false;
+    // To standard error, which is the one stream that is read.
     PasswordLaunch launch(*su, suArguments(user.name, "echo " + word + " >&2"), {kSuPrompt});
     const LaunchAttempt attempt = launch.run(nullptr, password, wasAsked);
     return wasAsked && attempt.complaint.find(word) != std::string::npos;

@@ -16,7 +16,8 @@ std::mutex* makeMutex() {
 
 std::mutex& sharedMutex() {
     static std::mutex* const mutex = [] {
-        // In the child no thread exists that could release the mutex.
+        // In the child no thread exists that could release the mutex. Registered once, with the
+        // mutex's first use.
         callAroundFork(nullptr, nullptr, [] { makeMutex(); });
         return makeMutex();
     }();

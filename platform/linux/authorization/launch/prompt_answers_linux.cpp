@@ -8,6 +8,7 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
+// A program that does not stop writing must not use up the memory.
 constexpr std::size_t kLongestText = 65536;
 
 }  // namespace
@@ -20,6 +21,7 @@ bool PromptAnswers::proceed(const LaunchChild&) {
     if (texts_ < 0 || !isReadable(texts_, std::chrono::milliseconds(0))) return true;
     const std::optional<std::string> piece = readPiece(texts_);
     if (piece) return hear(*piece);
+    // poll(2) ignores it from now on.
     texts_ = -1;
     return true;
 }
@@ -31,6 +33,7 @@ bool PromptAnswers::hear(std::string_view text) {
         const std::string& prompt = prompts_[answered_];
         const std::size_t at = heard_.find(prompt);
         if (at == std::string::npos) return true;
+        // So that the same prompt is recognised when it appears again.
         heard_.erase(0, at + prompt.size());
         ++answered_;
         if (!answer()) return false;

@@ -54,12 +54,15 @@ bool TerminalAgent::start() {
 
     LaunchSetup setup;
     setup.path = *program;
+    // With the start time, so that the agent is never one for another process that gets this
+    // number.
     setup.arguments = {"--process", std::to_string(::getpid()) + "," + std::to_string(*startTime),
                        "--notify-fd", std::to_string(kNotifyDescriptor)};
     setup.environment = userEnvironment();
     setup.descriptors[2] = errors.write.get();
     setup.descriptors[kNotifyDescriptor] = notice.write.get();
     child_ = LaunchChild::start(setup);
+    // The agent has the only other end: its closing is what is waited for.
     notice.write.reset();
     errors.write.reset();
     if (!child_ || !isReadable(notice.read.get(), kRegistrationTimeout)) return false;

@@ -12,6 +12,8 @@ std::optional<BusConnection> BusConnection::open(const SdBus& bus, const std::st
     sd_bus* made = nullptr;
     if (bus.create(&made) < 0) return std::nullopt;
     Connection connection(made, Release{&bus});
+    // Not sd_bus_open_system, which connects to $DBUS_SYSTEM_BUS_ADDRESS where that is set: pkexec
+    // clears its environment, and would be at another bus than this agent.
     if (bus.setAddress(made, address.c_str()) < 0 || bus.setBusClient(made, 1) < 0 ||
         bus.start(made) < 0)
         return std::nullopt;
@@ -30,6 +32,8 @@ BusMessage BusConnection::newCall(const char* destination, const char* path, con
     return {call, BusMessageRelease{bus_}};
 }
 
+// Not sd_bus_call, which waits for the reply, by default 25 s: meanwhile no request would be
+// answered.
 std::optional<std::uint64_t> BusConnection::send(const BusMessage& call) {
     std::uint64_t cookie = 0;
     if (call == nullptr || bus_->send(connection_.get(), call.get(), &cookie) < 0)

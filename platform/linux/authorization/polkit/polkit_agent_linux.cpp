@@ -24,6 +24,7 @@ constexpr char kAgentPath[] = "/com/quillmoor/rights/Agent";
 constexpr char kNotAuthenticated[] = "org.freedesktop.PolicyKit1.Error.Failed";
 constexpr char kCancelled[] = "org.freedesktop.PolicyKit1.Error.Cancelled";
 constexpr char kNameChanged[] = "NameOwnerChanged";
+// polkit's name gets another owner when the daemon ends or is restarted.
 constexpr char kNameRule[] =
     "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
     "member='NameOwnerChanged',arg0='org.freedesktop.PolicyKit1'";
@@ -45,6 +46,8 @@ PolkitAgent::~PolkitAgent() {
 PolkitAgent::State PolkitAgent::registerSelf() {
     const auto limit = Clock::now() + kRegistrationTimeout;
     const BusMessage call = newRegistryCall("RegisterAuthenticationAgent");
+    // The signal is asked for before the registration is sent, so that no end of polkit after it is
+    // missed.
     if (!call || !appendSubject(call) || bus_.append(call.get(), "ss", "C", kAgentPath) < 0 ||
         !watchPolkit())
         return State::Failed;
@@ -68,6 +71,7 @@ BusMessage PolkitAgent::newRegistryCall(const char* member) const {
 
 bool PolkitAgent::appendSubject(const BusMessage& call) const {
     const std::optional<std::uint64_t> start = ownStartTime();
+    // The types are polkit's, which has a signed user id. It refuses a wrong start time.
     return start && bus_.append(call.get(), "(sa{sv})", "unix-process", 3U,          //
                                 "pid", "u", static_cast<std::uint32_t>(::getpid()),  //
                                 "start-time", "t", *start,                           //
@@ -147,6 +151,7 @@ void PolkitAgent::cancel(const BusMessage& call) {
         return;
     }
     conversation_.reset();
+    // Both calls get a reply: the request that is cancelled, and the one that cancels it.
     bus_.replyMethodError(call_.get(), kCancelled, "%s", "Cancelled");
     bus_.replyMethodReturn(call.get(), nullptr);
 }
@@ -159,6 +164,7 @@ void PolkitAgent::continueAuthentication() {
         bus_.replyMethodReturn(call_.get(), nullptr);
     else
         refuse(call_);
+    // Not a wrong password: the program that should check it has failed.
     hasFailed_ = outcome == PolkitConversation::Outcome::Failed;
     conversation_.reset();
 }

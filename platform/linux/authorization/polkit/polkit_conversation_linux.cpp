@@ -11,6 +11,7 @@
 namespace quillmoor::platform::linux_::authorization {
 namespace {
 
+// A program that does not stop writing must not use up the memory.
 constexpr std::size_t kLongestText = 65536;
 
 }  // namespace
@@ -43,6 +44,7 @@ PolkitConversation::Outcome PolkitConversation::proceed() {
         if (count > 0)
             outcome_ = hear({bytes.data(), static_cast<std::size_t>(count)});
         else if (count == 0 || errno == ECONNRESET)
+            // ECONNRESET is the end as well: the program ended and left bytes unread.
             outcome_ = wasAsked_ ? Outcome::Refused : Outcome::Failed;
         else
             outcome_ = Outcome::Failed;
@@ -69,6 +71,7 @@ PolkitConversation::Outcome PolkitConversation::hearLine(std::string_view line) 
         return Outcome::Undecided;
     // A failure, a second prompt, or one that is not for a password.
     if (!line.starts_with("PAM_PROMPT_ECHO_OFF ") || wasAsked_) return Outcome::Refused;
+    // Before the answer: from now on the user may have a failure counted.
     wasAsked_ = true;
     if (say(line_.view())) return Outcome::Undecided;
     return errno == EPIPE ? Outcome::Refused : Outcome::Failed;

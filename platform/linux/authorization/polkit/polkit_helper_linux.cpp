@@ -43,6 +43,7 @@ std::unique_ptr<PolkitConversation> startProgram(const std::string& program,
     LaunchSetup setup;
     setup.path = program;
     setup.arguments = {user};
+    // One socket is its input and its output.
     setup.descriptors = {theirs.get(), theirs.get(), -1, -1};
     std::unique_ptr<LaunchChild> child = LaunchChild::start(setup);
     if (!child) return nullptr;
@@ -94,6 +95,8 @@ std::unique_ptr<PolkitConversation> PolkitHelper::start(const std::string& user,
         conversation = connectTo(*socket, password);
     // The user's name is an argument of the program, but the first line for the socket.
     const std::string request = program ? cookie + "\n" : user + "\n" + cookie + "\n";
+    // As a line, not as an argument: every process can read arguments, and the cookie is what
+    // proves that polkit has asked.
     if (!conversation || !conversation->say(request)) return nullptr;
     return conversation;
 }

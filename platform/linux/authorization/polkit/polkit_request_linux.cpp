@@ -41,6 +41,7 @@ bool readIdentity(const SdBus& bus, sd_bus_message* call, PolkitRequest& request
     while ((more = bus.enterContainer(call, 'e', "sv")) > 0)
         if (!readIdentityValue(bus, call, user) || bus.exitContainer(call) < 0) return false;
     if (more < 0 || bus.exitContainer(call) < 0) return false;
+    // Groups and other kinds of identities are left out: credentials are a user's.
     if (user && std::string_view(kind) == "unix-user") request.users.push_back(*user);
     return true;
 }

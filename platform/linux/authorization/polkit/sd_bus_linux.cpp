@@ -7,7 +7,8 @@ namespace {
 
 constexpr char kLibrary[] = "libsystemd.so.0";
 
-// Looks the functions up and records whether one is missing.
+// Looks the functions up and records whether one is missing. A library that lacks a function, such
+// as an older one, is not used at all.
 class Loader {
   public:
     explicit Loader(void* library) : library_(library) {}
@@ -54,6 +55,7 @@ bool loadAll(void* library, SdBus& bus) {
 }
 
 const SdBus* loadBus() {
+    // Never closed: the table is used until the process exits.
     void* const library = ::dlopen(kLibrary, RTLD_LAZY | RTLD_LOCAL);
     static SdBus bus{};
     return library != nullptr && loadAll(library, bus) ? &bus : nullptr;
