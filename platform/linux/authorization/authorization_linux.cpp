@@ -32,6 +32,7 @@ bool isRoot() {
 }
 
 // secure_getenv, since the environment of a setuid program is its caller's and must not be trusted.
+// Every user can set the variable, so the process must be root's as well.
 bool isAuthorizedTool() {
     return ::geteuid() == 0 && ::secure_getenv(kAuthorizedUid) != nullptr;
 }
@@ -93,6 +94,7 @@ class LinuxAuthorization final : public Authorization {
   public:
     AuthorizationStatus create(const AuthorizationItemSet&, const AuthorizationItemSet&,
                                AuthorizationFlags, AuthorizationRef& reference) override {
+        // No user is asked before copyRights, so there is nothing to refuse.
         reference = new AuthorizationOpaque;
         return kAuthorizationSuccess;
     }
@@ -104,6 +106,7 @@ class LinuxAuthorization final : public Authorization {
         if (!rights || rights->empty()) return kAuthorizationSuccess;
         if (!areGrantable(rights)) return kAuthorizationDenied;
         if (reference->isDirect) return kAuthorizationSuccess;
+        // Root is asked nothing, whatever is given: there is nothing left to grant.
         if (isRoot()) {
             reference->isDirect = true;
             return kAuthorizationSuccess;
@@ -140,6 +143,7 @@ class LinuxAuthorization final : public Authorization {
         const StringList& arguments, std::shared_ptr<AuthorizedToolStream>& stream) override {
         if (reference == nullptr) return kAuthorizationInvalidReference;
         if (!reference->isDirect && !reference->grant) return kAuthorizationDenied;
+        // As the helper, which starts absolute paths only: both ways refuse the same.
         if (!tool.starts_with('/')) return kAuthorizationToolExecuteFailure;
         return reference->isDirect ? executeDirectly(tool, arguments, stream)
                                    : reference->grant->execute(tool, arguments, stream);

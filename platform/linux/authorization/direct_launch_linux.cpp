@@ -30,12 +30,15 @@ AuthorizationStatus executeDirectly(const std::string& tool, const StringList& a
     posix::ChildSetup setup;
     setup.path = tool;
     setup.arguments = arguments;
+    // Root's own environment may be a user's, for example after sudo, and could mislead the tool as
+    // well.
     setup.environment = toolEnvironment(authorizedUid());
     setup.streams = {{{Kind::Descriptor, pipes->input.get()},
                       {Kind::Descriptor, pipes->output.get()},
                       {Kind::Inherited, -1}}};
     std::shared_ptr<posix::Child> child = posix::Child::start(setup);
     if (child == nullptr) return kAuthorizationToolExecuteFailure;
+    // The caller has the tool's stream only, and never waits for the tool itself.
     posix::reapLater(std::move(child));
     stream = std::move(pipes->stream);
     return kAuthorizationSuccess;

@@ -11,6 +11,8 @@ Grant::Grant(Channel channel, Renewal renewal)
 
 AuthorizationStatus Grant::execute(const std::string& tool, const StringList& arguments,
                                    std::shared_ptr<AuthorizedToolStream>& stream) {
+    // Before anything is sent: a request that was sent may have started the tool, and must not be
+    // repeated.
     if (!channel_.isOpen())
         if (const AuthorizationStatus status = renew(); status != kAuthorizationSuccess)
             return status;
@@ -18,6 +20,7 @@ AuthorizationStatus Grant::execute(const std::string& tool, const StringList& ar
 }
 
 AuthorizationStatus Grant::renew() {
+    // A child made by fork has no channel any more. The user was not asked on its behalf.
     if (!renewal_ || ::getpid() != holder_) return kAuthorizationDenied;
     std::optional<Channel> channel;
     const AuthorizationStatus status = renewal_(channel);

@@ -43,6 +43,8 @@ class OpenSockets {
 
   private:
     OpenSockets() {
+        // Locked during the fork, so that the child finds a complete list and a mutex that it can
+        // unlock.
         ::pthread_atfork([] { shared().mutex_.lock(); }, [] { shared().mutex_.unlock(); },
                          [] { shared().closeInChild(); });
     }
@@ -115,6 +117,7 @@ struct Channel::Socket {
     explicit Socket(Descriptor connected) : descriptor(std::move(connected)) {
         OpenSockets::shared().add(&descriptor);
     }
+    // Off the list before the descriptor is destroyed: a fork in between would use it.
     ~Socket() { OpenSockets::shared().remove(&descriptor); }
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
@@ -143,6 +146,8 @@ bool Channel::isOpen() const {
 AuthorizationStatus Channel::execute(const std::string& tool, const StringList& arguments,
                                      std::shared_ptr<AuthorizedToolStream>& stream) {
     if (!isOpen()) return kAuthorizationDenied;
+    // Everything that can fail here comes before the first byte is sent: until then the channel
+    // stays usable.
     const std::optional<std::string> body = encodeCommand(tool, arguments);
     ToolContext context;
     if (!body || !openToolContext(context)) return kAuthorizationToolExecuteFailure;

@@ -25,6 +25,7 @@ using posix::Descriptor;
 
 constexpr int kLastStream = 2;
 
+// In rising order, with sources above 2: no duplication overwrites the source of a later one.
 void setDescriptors(posix::SpawnActions& actions, const LaunchSetup& setup) {
     int last = kLastStream;
     for (int number = 0; number < static_cast<int>(setup.descriptors.size()); ++number) {
@@ -36,6 +37,7 @@ void setDescriptors(posix::SpawnActions& actions, const LaunchSetup& setup) {
             actions.open(number, posix::kNullDevice);
         }
     }
+    // su closes no descriptors, so what the host has left open would reach root's programs.
     actions.note(::posix_spawn_file_actions_addclosefrom_np(actions.get(), last + 1));
 }
 
@@ -99,6 +101,7 @@ std::optional<LaunchEnd> LaunchChild::end() {
     while (result != 0 && errno == EINTR);
     if (result == 0 && info.si_pid == 0) return std::nullopt;
     end_.emplace();
+    // Otherwise ECHILD: the status is lost, and both stay nil.
     if (result == 0) (info.si_code == CLD_EXITED ? end_->code : end_->signal) = info.si_status;
     return end_;
 }
@@ -106,6 +109,7 @@ std::optional<LaunchEnd> LaunchChild::end() {
 bool LaunchChild::isEnding() const {
     constexpr std::size_t kLimit = 65536;
     const auto command = readSmallFile("/proc/" + std::to_string(pid_) + "/cmdline", kLimit);
+    // The command line is in the process's memory (proc(5)), so it is empty once that is released.
     return !command || command->empty();
 }
 

@@ -53,6 +53,8 @@ class Wait {
             return true;
         }
         if (came(kErrors)) noteComplaint();
+        // Before the end is looked at: a helper may have connected although its launcher has ended
+        // meanwhile.
         if (came(kConnection) && acceptHelper()) return false;
         if (conversation_ && (!conversation_->proceed(launcher_) || Clock::now() >= deadline_))
             return abandon();
@@ -73,11 +75,15 @@ class Wait {
     void noteComplaint() {
         const std::optional<std::string> piece = readPiece(polled_[kErrors].fd);
         if (!piece)
+            // poll(2) ignores it from now on; the end of a pipe would be reported again and again.
             polled_[kErrors].fd = -1;
+        // Read on all the same: a launcher whose pipe is full would not continue.
         else if (attempt_.complaint.size() < kLongestComplaint)
             attempt_.complaint += *piece;
     }
 
+    // Killed: a launcher that is told to end, or that finds the end of its input, counts a second
+    // failure of the user.
     bool abandon() {
         launcher_.kill();
         return false;

@@ -60,6 +60,8 @@ void attach(std::span<const int> descriptors, std::span<char> room, msghdr& mess
     std::memcpy(CMSG_DATA(control), descriptors.data(), descriptors.size_bytes());
 }
 
+// Descriptors are sent with the first bytes, and only once: the rest of a long message follows
+// without them.
 ssize_t sendStart(int socket, std::span<iovec> pieces, std::span<const int> descriptors) {
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int) * kRequestDescriptors)> room{};
     msghdr message{};
@@ -97,7 +99,8 @@ std::optional<std::string> encodeCommand(const std::string& tool, const StringLi
 
 std::optional<StringList> decodeCommand(std::string_view body) {
     const std::optional<Number> count = takeNumber(body);
-    // Each text takes the room of its length at least.
+    // Each text takes the room of its length at least. That also bounds what is reserved for a
+    // false number.
     if (!count || *count == 0 || *count > body.size() / sizeof(Number)) return std::nullopt;
     StringList command;
     command.reserve(*count);
@@ -106,6 +109,7 @@ std::optional<StringList> decodeCommand(std::string_view body) {
         if (!text) return std::nullopt;
         command.push_back(*std::move(text));
     }
+    // Nothing may follow: a message has exactly one meaning.
     if (!body.empty()) return std::nullopt;
     return command;
 }

@@ -36,6 +36,8 @@ Descriptor openPeer(int socket, pid_t pid) {
         posix::systemCalls().fcntl(process, F_SETFD, FD_CLOEXEC);
         return Descriptor(process);
     }
+    // Only where the kernel is older. After any other error the number must not be looked up, since
+    // it may be another process's by now.
     return errno == ENOPROTOOPT ? Descriptor(linuxCalls().pidfd_open(pid, 0)) : Descriptor();
 }
 
@@ -65,6 +67,8 @@ std::optional<Peer> peerOf(int socket) {
             0 ||
         credentials.pid <= 0)
         return std::nullopt;
+    // These are the credentials of the time of connect or listen (unix(7)), not of whoever uses the
+    // socket now.
     Peer peer{credentials.pid, credentials.uid, openPeer(socket, credentials.pid)};
     if (!peer.process || hasEnded(peer.process)) return std::nullopt;
     return peer;

@@ -59,6 +59,7 @@ bool mayBeInTheMaking(int folder) {
 
 void removeIfAbandoned(int place, const char* name) {
     if (!isClosedToOthers(modeOfOwn(place, name))) return;
+    // The lock is held until the folder is removed, so that no two processes clean it up at once.
     const Descriptor folder = openLocked(place, name);
     if (!folder) return;
     if (S_ISSOCK(modeOfOwn(folder.get(), kSocketName)))
@@ -68,6 +69,8 @@ void removeIfAbandoned(int place, const char* name) {
     posix::systemCalls().unlinkat(place, name, AT_REMOVEDIR);
 }
 
+// All names are collected before the first folder is removed: what readdir(3) returns after that is
+// unspecified.
 StringList namesOfFolders(posix::DirectoryReader& place) {
     StringList names;
     while (const dirent* const entry = place.next()) {
@@ -102,6 +105,7 @@ RendezvousFolder::~RendezvousFolder() {
 std::optional<RendezvousFolder> RendezvousFolder::make(const std::string& place) {
     std::string path = place + '/';
     path.append(kPrefix).append(kVariable);
+    // It gives the folder the mode 0700 (mkdtemp(3)), so that no other user can connect.
     if (posix::systemCalls().mkdtemp(path.data()) == nullptr) return std::nullopt;
     Descriptor locked = openLocked(AT_FDCWD, path.c_str());
     if (!locked) {

@@ -26,6 +26,7 @@ constexpr char kHelper[] = "quillmoor-rights-helper";
 
 // False when the path is too long for a socket's address.
 bool setPath(sockaddr_un& address, const std::string& path) {
+    // An address has 108 bytes (unix(7)). Below a long XDG_RUNTIME_DIR, the next place is tried.
     if (path.size() >= sizeof address.sun_path) return false;
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
@@ -35,6 +36,8 @@ bool setPath(sockaddr_un& address, const std::string& path) {
 Descriptor listenAt(const std::string& path) {
     sockaddr_un address{};
     if (!setPath(address, path)) return {};
+    // Non-blocking, since a connection may be withdrawn between poll and accept, which would then
+    // wait (accept(2)).
     Descriptor socket = posix::aboveStandardStreams(Descriptor(
         posix::systemCalls().socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)));
     constexpr int kWaiting = 16;
@@ -62,6 +65,7 @@ Rendezvous::Rendezvous(RendezvousFolder folder, Descriptor socket)
 
 std::optional<Rendezvous> Rendezvous::open() {
     const StringList places = placesForFolders();
+    // In every place, also one that is not used this time.
     for (const std::string& place : places) removeAbandonedFolders(place);
     for (const std::string& place : places) {
         std::optional<RendezvousFolder> folder = RendezvousFolder::make(place);

@@ -80,6 +80,7 @@ class PipeStream final : public AuthorizedToolStream {
     PipeStream& operator=(const PipeStream&) = delete;
 
     ~PipeStream() override {
+        // Not closed here: a tool that still writes would be ended by SIGPIPE.
         try {
             abandonedEnds().add(std::move(ends_.toTool));
             abandonedEnds().add(std::move(ends_.fromTool));
@@ -114,6 +115,7 @@ class PipeStream final : public AuthorizedToolStream {
         while (count < 0 && errno == EINTR);
         next_ = 0;
         filled_ = count > 0 ? static_cast<std::size_t>(count) : 0;
+        // At the end nothing more can come, and the descriptor is free for another tool's pipe.
         if (filled_ == 0) ends_.fromTool.reset();
         return filled_ > 0;
     }

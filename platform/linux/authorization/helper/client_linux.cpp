@@ -27,6 +27,8 @@ Descriptor connectTo(const std::string& path) {
     return socket;
 }
 
+// Has the kernel add its sender's credentials to each message, which the sender cannot forge
+// without privileges (unix(7)).
 bool askForSenders(int socket) {
     const int yes = 1;
     return ::setsockopt(socket, SOL_SOCKET, SO_PASSCRED, &yes, sizeof yes) == 0;
@@ -34,6 +36,8 @@ bool askForSenders(int socket) {
 
 }  // namespace
 
+// Only pkexec names the client's own user. Under sudo SUDO_UID may be another's, as su may have
+// changed the user before.
 bool wasStartedBy(const Arguments& client, const char* invoker) {
     if (invoker != nullptr && invoker != std::to_string(client.uid)) return false;
     return descendsFrom(::getppid(), client.pid);

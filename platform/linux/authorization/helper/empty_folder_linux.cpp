@@ -16,6 +16,7 @@ using posix::Descriptor;
 
 // A file system that is mounted nowhere: it is its own parent folder.
 Descriptor openUnmounted() {
+    // The calls that mount without a place in the tree exist from Linux 5.2 on.
     const Descriptor context(::fsopen("tmpfs", FSOPEN_CLOEXEC));
     if (!context || ::fsconfig(context.get(), FSCONFIG_SET_STRING, "mode", "0700", 0) != 0 ||
         ::fsconfig(context.get(), FSCONFIG_CMD_CREATE, nullptr, nullptr, 0) != 0)
@@ -35,6 +36,7 @@ Descriptor openRemoved(Descriptor folder, int depth) {
     constexpr char kName[] = "empty";
     if (!folder || depth == 0) return folder;
     if (::mkdirat(folder.get(), kName, S_IRWXU) != 0) return {};
+    // It is removed while it is open: nothing can be made in a removed folder, not even by root.
     Descriptor innermost = openRemoved(openFolder(folder.get(), kName), depth - 1);
     ::unlinkat(folder.get(), kName, AT_REMOVEDIR);
     return innermost;
@@ -52,6 +54,7 @@ Descriptor openEmptyFolder() {
         std::string path = std::string(place) + "/quillmoor-XXXXXX";
         if (::mkdtemp(path.data()) == nullptr) continue;
         Descriptor folder = openRemoved(openFolder(AT_FDCWD, path.c_str()), kDepth);
+        // rmdir must not hide why the folder could not be opened.
         const int error = errno;
         ::rmdir(path.c_str());
         errno = error;

@@ -33,6 +33,8 @@ bool closeDescriptors() {
 
 // With SIGCHLD ignored the system reaps the tools: the helper waits for none.
 void resetSignals() {
+    // Refused for SIGKILL, SIGSTOP and the signals that the C library keeps for itself (signal(2)).
+    // An ignored signal survives exec: pkexec leaves SIGPIPE ignored.
     for (int number = 1; number < NSIG; ++number) ::signal(number, SIG_DFL);
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGCHLD, SIG_IGN);
@@ -54,8 +56,10 @@ void setLimit(decltype(RLIMIT_CORE) resource, rlim_t soft, rlim_t hard) {
 // The user's limits could end a tool in the middle of its work.
 void resetLimits() {
     constexpr rlim_t kStack = rlim_t{8} << 20;
+    // The usual ones. A soft limit above 1024 would mislead tools that use select(2).
     constexpr rlim_t kFiles = 1024;
     constexpr rlim_t kMostFiles = 4096;
+    // A launcher such as pkexec keeps them.
     for (const auto resource : {RLIMIT_FSIZE, RLIMIT_CPU, RLIMIT_AS, RLIMIT_DATA})
         setLimit(resource, RLIM_INFINITY, RLIM_INFINITY);
     setLimit(RLIMIT_STACK, kStack, RLIM_INFINITY);
@@ -83,9 +87,11 @@ bool becomeRoot() {
 
 bool hardenProcess() {
     resetSignals();
+    // 022, since the user's own mask could let everyone write to what root's tools make.
     ::umask(S_IWGRP | S_IWOTH);
     leaveTerminal();
     resetLimits();
+    // The dumpable flag after the ids, since a change of those resets it (prctl(2)).
     return closeDescriptors() && becomeRoot() && ::chdir("/") == 0 &&
            ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && ::clearenv() == 0;
 }

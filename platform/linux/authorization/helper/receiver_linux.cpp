@@ -62,6 +62,7 @@ std::optional<Request> Receiver::next() {
     if (!receive(&header, sizeof header, &request.descriptors) ||
         !isRequest(header, request.descriptors.size()))
         return std::nullopt;
+    // isRequest has bounded the size.
     std::string body(header.size, '\0');
     if (!receive(body.data(), body.size(), nullptr)) return std::nullopt;
     std::optional<StringList> command = decodeCommand(body);
@@ -77,6 +78,7 @@ bool Receiver::receive(void* bytes, std::size_t size, std::vector<Descriptor>* d
         const std::size_t count = receiveSome(next, size, received);
         if (count == 0) return false;
         if (!received.empty()) {
+            // A request has its descriptors in one piece, with the first bytes.
             if (descriptors == nullptr || !descriptors->empty()) return false;
             *descriptors = std::move(received);
         }
@@ -117,7 +119,8 @@ std::size_t Receiver::receiveSome(void* bytes, std::size_t size,
     while (count < 0 && errno == EINTR);
     if (count <= 0) return 0;
     readSender(message, client_, sender);
-    // MSG_CTRUNC: more descriptors than a request has.
+    // MSG_CTRUNC: more descriptors than a request has. SO_PASSCRED adds credentials to every piece,
+    // so one without them is not accepted either.
     if (!sender.isClient || (message.msg_flags & (MSG_CTRUNC | MSG_TRUNC)) != 0) return 0;
     descriptors = std::move(sender.descriptors);
     return static_cast<std::size_t>(count);

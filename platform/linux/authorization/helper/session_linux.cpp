@@ -18,6 +18,7 @@ void serve(const Client& client, ToolStarted started) {
     if (!sendMessage(socket, MessageKind::Hello, {})) return;
     while (std::optional<Request> request = receiver.next()) {
         const ReplyBody error = startTool(*request, environment);
+        // Before the reply, so that a client cannot end the helper before the start is recorded.
         if (error == 0) started(client, request->command);
         const std::string_view reply(reinterpret_cast<const char*>(&error), sizeof error);
         if (!sendMessage(socket, MessageKind::Reply, reply)) return;

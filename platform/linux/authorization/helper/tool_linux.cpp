@@ -30,6 +30,8 @@ struct Tool {
 // between sessions first, so the helper's reply would wait for a busy tool.
 int becomeTool(void* argument) {
     Tool& tool = *static_cast<Tool*>(argument);
+    // The helper's own streams are open, so received descriptors are above 2, and none is
+    // overwritten before its turn.
     const auto take = [&tool](RequestDescriptor source, int number) {
         return ::dup2(tool.descriptors[source].get(), number) == number;
     };
@@ -40,6 +42,7 @@ int becomeTool(void* argument) {
         take(kToolOutput, STDOUT_FILENO) && take(kToolError, STDERR_FILENO) &&
         ::close_range(STDERR_FILENO + 1, ~0U, 0) == 0)
         ::execve(tool.path, tool.arguments, tool.environment);
+    // In memory that the helper shares with the child: no pipe is needed to report it.
     tool.error = errno;
     return EXIT_FAILURE;
 }

@@ -8,6 +8,8 @@
 namespace quillmoor::platform::linux_::authorization::helper {
 namespace {
 
+// A newline or a control character in an argument could forge a line of the log, or confuse a
+// terminal that shows it.
 std::string escaped(char letter) {
     constexpr std::string_view kDigits = "0123456789abcdef";
     constexpr std::string_view kSpecial = " \"\\";
