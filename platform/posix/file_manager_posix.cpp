@@ -46,6 +46,8 @@ class PosixFileManager : public FileManager {
         return statusAt(path, status) == 0;
     }
 
+    // Not the opposite of fileExists: after another error, such as one of the disk, the item may
+    // well exist.
     bool isMissing(const std::string& path) override {
         struct stat status;
         return saysMissing(statusAt(path, status));

@@ -57,6 +57,7 @@ struct Work {
 class PosixFileOperation final : public FileOperation,
                                  public std::enable_shared_from_this<PosixFileOperation> {
   public:
+    // False when it was so before.
     bool setScheduled(bool scheduled) { return scheduled_.exchange(scheduled) != scheduled; }
 
     std::int32_t start(Work work) {
@@ -220,6 +221,7 @@ class PosixFileOperation final : public FileOperation,
     bool copied_ = false;
 };
 
+// Null for null, and for an operation that another implementation has made.
 std::shared_ptr<PosixFileOperation> own(const FileOperationRef& operation) {
     return std::dynamic_pointer_cast<PosixFileOperation>(operation);
 }

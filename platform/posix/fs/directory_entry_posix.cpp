@@ -55,6 +55,7 @@ int resolveParent(std::string_view path, DirectoryEntry& entry) {
     if (path.empty() || path.find('\0') != std::string_view::npos) return ENOENT;
     const std::size_t last = path.find_last_not_of('/');
     if (last == std::string_view::npos) {
+        // The path has slashes only. The root has no name in a folder above it.
         entry.name = ".";
         return openFolder("/", entry.folder);
     }
@@ -69,6 +70,7 @@ int resolveParent(std::string_view path, DirectoryEntry& entry) {
 int openForReading(const std::string& path, Descriptor& folder) {
     constexpr int kFlags = kReadFolder & ~O_NOFOLLOW;
     DirectoryEntry entry;
+    // A path that fits is opened in one call; a longer one needs the folder above it first.
     const char* name = path.c_str();
     if (!fitsOneCall(path)) {
         if (const int error = resolveParent(path, entry); error != 0) return error;

@@ -81,7 +81,7 @@ int copyExtendedAttributes(int original, int made, bool ownerKept) {
         names.resize(static_cast<std::size_t>(size) + 1);
         size = calls.flistxattr(original, names.data(), names.size());
     }
-    // -1 stands for the call that has just failed and set errno.
+    // -1 for the call that has just failed and set errno.
     if (size < 0) return unlessRefused(-1);
     names.resize(static_cast<std::size_t>(size));
     for (std::size_t at = 0; at < names.size();) {

@@ -44,6 +44,7 @@ std::string shortenedName(std::string_view name, std::size_t limit) {
     const std::string extension = pathExtension(name);
     if (extension.empty() || extension.size() > kLongestExtension)
         return std::string(beginning(name, limit));
+    // The extension is kept, since desktops choose a file's program by it.
     const std::string stem = deletePathExtension(name);
     return std::string(beginning(stem, limit - extension.size() - 1)) + "." + extension;
 }

@@ -95,6 +95,7 @@ const SystemCalls& nativeSystemCalls() {
 }
 
 const SystemCalls* exchangeSystemCalls(const SystemCalls* calls) {
+    // A thread that finds the new table must also find its contents.
     return detail::callsInUse.exchange(calls != nullptr ? calls : &kNative,
                                        std::memory_order_acq_rel);
 }

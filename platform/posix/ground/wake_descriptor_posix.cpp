@@ -23,6 +23,7 @@ WakeDescriptor::WakeDescriptor() {
     int ends[2];
     if (systemCalls().wakePair(ends) != 0) throwNoDescriptor();
     waiting_ = Descriptor(ends[0]);
+    // One descriptor may be both ends, and is then owned once.
     if (ends[1] != ends[0]) {
         signalling_ = aboveStandardStreams(Descriptor(ends[1]));
         if (!signalling_) throwNoDescriptor();

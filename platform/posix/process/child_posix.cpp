@@ -62,7 +62,7 @@ std::shared_ptr<Child> Child::start(const ChildSetup& setup) {
     actions.note(closeAllButStandardStreams(actions.get(), attributes.get()));
     if (actions.error() != 0 || attributes.error() != 0) return nullptr;
 
-    // Before the start: afterwards a lack of memory would leave a child that nobody collects.
+    // Before the start: afterwards a lack of memory would leave a child that is never collected.
     auto child = std::make_shared<Child>();
     if (systemCalls().posix_spawn(&child->pid_, setup.path.c_str(), actions.get(), attributes.get(),
                                   arguments.get(),

@@ -76,6 +76,7 @@ class Queue {
 };
 
 Queue& queue() {
+    // Never destroyed: other threads may post while the process exits.
     static Queue* const shared = new Queue;
     return *shared;
 }

@@ -54,6 +54,7 @@ class Completion {
 
 using TerminationObserver = void (*)();
 
+// The observers of the end, which the host announces, or without a host the exit of the process.
 class TerminationObservers {
   public:
     void add(TerminationObserver observer) {

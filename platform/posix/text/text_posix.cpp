@@ -93,6 +93,7 @@ OptionalString convert(std::string_view bytes, const char* from) {
         const std::size_t converted = ::iconv(converter.get(), last ? nullptr : &input,
                                               last ? nullptr : &left, &output, &room);
         const bool failed = converted == static_cast<std::size_t>(-1);
+        // EILSEQ for bytes that are not valid, EINVAL for a text that ends within a character.
         if (failed && errno != E2BIG) return std::nullopt;
         result.append(buffer.data(), buffer.size() - room);
         if (last && !failed) return result;
@@ -127,7 +128,7 @@ bool isLowSurrogate(char32_t unit) {
 // What follows \u; two units where the first is half a pair.
 std::optional<char32_t> takeUnits(std::string_view& text) {
     const std::optional<char32_t> first = takeNumber(text, 4, 16);
-    // Half a pair alone is no character and has no UTF-8.
+    // Half a pair alone is not a character and cannot be encoded.
     if (!first || isLowSurrogate(*first)) return std::nullopt;
     if (!isHighSurrogate(*first)) return first;
     if (!text.starts_with("\\u")) return std::nullopt;

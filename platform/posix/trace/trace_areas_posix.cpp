@@ -7,6 +7,7 @@
 namespace quillmoor::platform::posix {
 namespace {
 
+// False for an unknown name. An empty one, as after a comma at the end, is ignored.
 bool choose(std::string_view name, TraceAreas& areas) {
     if (name == kTraceFiles) return areas.files = true;
     if (name == kTraceProcess) return areas.process = true;
@@ -31,6 +32,7 @@ TraceAreas traceAreas(std::string_view list) {
         unknown.addQuoted(name);
     }
     if (allKnown) return areas;
+    // The end of the line is kept, however many names are unknown.
     unknown.cut();
     unknown.add("; there are ");
     unknown.add(kTraceFiles);

@@ -27,6 +27,7 @@ timespec now() {
 }  // namespace
 
 void TraceText::add(std::string_view text) {
+    // Nothing is added after a cut, or a short text would hide that one before it is missing.
     if (isCut_) return;
     const std::size_t size = std::min(text.size(), limit_ - size_);
     std::copy_n(text.data(), size, bytes_.data() + size_);
@@ -66,6 +67,7 @@ void TraceText::addQuoted(std::string_view text) {
     add("\"");
     for (const char letter : text) {
         const auto byte = static_cast<unsigned char>(letter);
+        // A file's name can have any bytes, and must neither begin a line nor control a terminal.
         const std::array<char, 4> escaped{'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 15U]};
         add(isPlain(letter) ? std::string_view(&letter, 1)
                             : std::string_view(escaped.data(), escaped.size()));
@@ -88,6 +90,7 @@ void TraceText::cut() {
 }
 
 void TraceText::write() {
+    // The error of the traced call is still to be read by its caller.
     const int error = errno;
     bytes_[size_++] = '\n';
     // Not by the table of system calls, whose entries write such lines themselves.
@@ -120,6 +123,7 @@ void TraceLine::endCall() {
     const timespec ended = now();
     microseconds_ = std::int64_t{ended.tv_sec - begun_.tv_sec} * 1'000'000 +
                     (ended.tv_nsec - begun_.tv_nsec) / 1'000;
+    // The result is shown also after arguments that fill the line.
     cut();
     add(") = ");
 }

@@ -60,6 +60,7 @@ int tracedSpawn(pid_t* child, const char* path, const posix_spawn_file_actions_t
     String::put(line, path);
     std::int64_t count = 0;
     while (arguments[count] != nullptr) ++count;
+    // Without the program's own name.
     Number::put(line, count - 1);
     line.add(" arguments");
     line.beginCall();
