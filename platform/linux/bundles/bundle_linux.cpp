@@ -39,6 +39,8 @@ bool staysInside(std::string_view name) {
     return std::find(components.begin(), components.end(), "..") == components.end();
 }
 
+// A bundle folder. Nothing of it is kept in memory: an update while the program runs is seen at the
+// next question.
 class FolderBundle : public Bundle {
   public:
     FolderBundle(const std::string& folder, OptionalPath executable)
@@ -94,6 +96,8 @@ OptionalString environmentText(const char* variable) {
 
 void addOnce(StringList& list, const std::string& item) {
     const bool known = std::find(list.begin(), list.end(), item) != list.end();
+    // A language from the environment becomes the name of a folder, and must not lead to another
+    // one.
     if (!known && !item.empty() && item.find('/') == std::string::npos) list.push_back(item);
 }
 

@@ -42,6 +42,7 @@ StringList foldersIn(const std::string& folder) {
         const std::string_view name(entry->d_name);
         if (name.starts_with('.')) continue;
         std::string path = *appendPathComponent(folder, std::string(name));
+        // The type in the entry would not do: a link to a folder counts as one.
         if (isFolder(path)) paths.push_back(std::move(path));
     }
     std::sort(paths.begin(), paths.end());

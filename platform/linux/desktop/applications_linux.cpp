@@ -38,6 +38,7 @@ class LinuxApplications : public Applications {
         const auto isExtension = [&](std::string_view package) {
             return linux_::equalsIgnoringCase(extension, package);
         };
+        // A file with such an extension is not a package, so the disk is asked last.
         return std::any_of(std::begin(kPackages), std::end(kPackages), isExtension) &&
                current().fileManager->isDirectory(path);
     }

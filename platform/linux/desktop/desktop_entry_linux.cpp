@@ -8,6 +8,7 @@ namespace quillmoor::platform::linux_ {
 namespace {
 
 std::string_view trimmed(std::string_view text) {
+    // With the carriage return of a file that was written on another system.
     constexpr std::string_view kBlanks = " \t\r";
     const std::size_t first = text.find_first_not_of(kBlanks);
     if (first == std::string_view::npos) return {};

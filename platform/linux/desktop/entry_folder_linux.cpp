@@ -23,7 +23,8 @@ using posix::systemCalls;
 
 constexpr mode_t kUsualMode = 0777;
 
-// Opens the folder `name` in `at`, made for `owner` where it is missing.
+// Opens the folder `name` in `at`, made for `owner` where it is missing. A link in place of the
+// folder is refused by kReadFolder.
 int enter(const Owner& owner, const char* name, Descriptor& at) {
     Descriptor next(systemCalls().openat(at.get(), name, posix::kReadFolder, 0));
     int error = next ? 0 : errno;

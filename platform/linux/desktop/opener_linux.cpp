@@ -36,6 +36,7 @@ OptionalString executableName(const std::string& application) {
     if (!info) return std::nullopt;
     const auto found = info->find("CFBundleExecutable");
     OptionalString name = found != info->end() ? found->second.text() : std::nullopt;
+    // A name from the dictionary must not lead out of the bundle.
     const bool usable = name && !name->empty() && name->find('/') == std::string::npos;
     return usable ? name : std::nullopt;
 }

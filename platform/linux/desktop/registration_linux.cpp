@@ -43,6 +43,8 @@ std::optional<PropertyListDictionary> infoOf(const std::string& bundle) {
     const Descriptor contents(
         calls.openat(folder.get(), "Contents", posix::kSearchFolder | noFollow, 0));
     if (!contents) return std::nullopt;
+    // Without waiting for a FIFO and without taking over a terminal: the bundle may be another
+    // user's.
     const Descriptor file(
         calls.openat(contents.get(), "Info.plist", O_RDONLY | O_NONBLOCK | O_NOCTTY | noFollow, 0));
     if (!file) return std::nullopt;
@@ -73,6 +75,7 @@ std::optional<Application> applicationAt(const std::string& path) {
     const OptionalString identifier = textIn(*info, "CFBundleIdentifier");
     OptionalString name = textIn(*info, "CFBundleDisplayName");
     if (!name) name = textIn(*info, "CFBundleName");
+    // Without a program the entry would be shown and start nothing.
     const OptionalPath program = programOfApplication(path);
     if (!identifier || !isFileName(*identifier) || !program) return std::nullopt;
     return Application{*identifier, name.value_or(deletePathExtension(lastPathComponent(path))),

@@ -12,6 +12,7 @@ namespace quillmoor::platform::linux_ {
 namespace {
 
 constexpr char kDitto[] = "/usr/bin/ditto";
+// Where the library was configured to be installed.
 constexpr char kInstallation[] = KX_LIBEXECDIR "/";
 
 }  // namespace
@@ -24,6 +25,7 @@ StringList ownTools(const std::string& name) {
     const OptionalPath bundle = code ? bundleFolderOf(*code) : std::nullopt;
     if (bundle) places.push_back(*bundle + "/Contents/Linux/" + name);
     places.push_back(kInstallation + name);
+    // For an installation that was moved to another prefix as a whole.
     if (const OptionalPath program = nativeBundles()->mainBundle()->executablePath()) {
         const std::string prefix = deleteLastPathComponent(deleteLastPathComponent(*program));
         places.push_back(*appendPathComponent(prefix, "libexec/quillmoor/" + name));

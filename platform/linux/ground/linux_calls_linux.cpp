@@ -32,7 +32,7 @@ int isHfsPlus(int file, bool* answer) {
 int isImmutable(int folder, const char* name, bool* answer) {
     struct statx status {};
     // The mask 0: attributes are returned without being asked for. AT_NO_AUTOMOUNT, since a look at
-    // an item must not mount what it stands for.
+    // an item must not mount a file system.
     if (::statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, 0, &status) != 0) return -1;
     // A flag that is missing in the mask is one that the file system does not have.
     *answer = (status.stx_attributes & status.stx_attributes_mask & STATX_ATTR_IMMUTABLE) != 0;

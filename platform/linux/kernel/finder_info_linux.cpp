@@ -36,6 +36,7 @@ OptionalPath pathIn(const FileReference& reference) {
     return std::string(reference.path.data(), length);
 }
 
+// True when the status is that of the item that was referred to, whatever its path names by now.
 bool names(const FileReference& reference, const struct stat& status) {
     return reference.device == status.st_dev && reference.item == status.st_ino;
 }

@@ -78,6 +78,8 @@ class Recycling {
         result_ = posix::moveItemTo(from_, to_);
         if (result_.error == 0 || result_.copyRemains) return false;
         trash_.release(name);
+        // EEXIST without an item of that name has another cause, for which another name would be no
+        // help.
         return result_.error == EEXIST && destinationExists();
     }
 

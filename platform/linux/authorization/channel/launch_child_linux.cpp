@@ -80,6 +80,7 @@ std::unique_ptr<LaunchChild> LaunchChild::start(const LaunchSetup& setup) {
     return child;
 }
 
+// A helper may be its child or the program itself, so it is not ended here.
 LaunchChild::~LaunchChild() {
     if (pid_ > 0 && !end()) leaveToReaper(pid_, std::move(exit_));
 }

@@ -82,7 +82,7 @@ class Wait {
             attempt_.complaint += *piece;
     }
 
-    // Killed: a launcher that is told to end, or that finds the end of its input, counts a second
+    // Killed: a launcher that is asked to end, or that finds the end of its input, counts a second
     // failure of the user.
     bool abandon() {
         launcher_.kill();

@@ -43,6 +43,7 @@ std::optional<std::string> takeText(std::string_view& body) {
     const std::optional<Number> size = takeNumber(body);
     if (!size || *size > body.size()) return std::nullopt;
     const std::string_view text = body.substr(0, *size);
+    // A program would get the argument cut there.
     if (text.find('\0') != std::string_view::npos) return std::nullopt;
     body.remove_prefix(*size);
     return std::string(text);
@@ -120,6 +121,7 @@ bool sendMessage(int socket, MessageKind kind, std::string_view body,
                                static_cast<std::uint32_t>(body.size()),
                                static_cast<std::uint32_t>(descriptors.size())};
     std::string start(reinterpret_cast<const char*>(&header), sizeof header);
+    // sendmsg(2) writes to neither; iovec knows no const.
     std::array<iovec, 2> pieces{
         {{start.data(), start.size()}, {const_cast<char*>(body.data()), body.size()}}};
     const ssize_t count = sendStart(socket, pieces, descriptors);

@@ -45,6 +45,7 @@ Descriptor openPeer(int socket, pid_t pid) {
 pid_t parentOf(pid_t process) {
     const std::string path = "/proc/" + std::to_string(process) + "/stat";
     const Descriptor file(posix::systemCalls().openat(AT_FDCWD, path.c_str(), O_RDONLY, 0));
+    // The fields up to the parent; the name before it is short.
     char buffer[512];
     const ssize_t size = file ? posix::systemCalls().read(file.get(), buffer, sizeof buffer) : -1;
     if (size <= 0) return 0;
@@ -67,8 +68,8 @@ std::optional<Peer> peerOf(int socket) {
             0 ||
         credentials.pid <= 0)
         return std::nullopt;
-    // These are the credentials of the time of connect or listen (unix(7)), not of whoever uses the
-    // socket now.
+    // The credentials are those of the time of connect or listen (unix(7)), not those of a process
+    // that has got the socket since.
     Peer peer{credentials.pid, credentials.uid, openPeer(socket, credentials.pid)};
     if (!peer.process || hasEnded(peer.process)) return std::nullopt;
     return peer;
@@ -76,6 +77,7 @@ std::optional<Peer> peerOf(int socket) {
 
 bool hasEnded(const Descriptor& process) {
     pollfd ended{process.get(), POLLIN, 0};
+    // An error counts as the end: a peer that cannot be checked is not trusted.
     return posix::systemCalls().poll(&ended, 1, 0) != 0;
 }
 

@@ -73,6 +73,7 @@ AbandonedEnds& abandonedEnds() {
     return *shared;
 }
 
+// The client's ends of a tool's pipes. Reads are buffered, writes are not.
 class PipeStream final : public AuthorizedToolStream {
   public:
     explicit PipeStream(StreamEnds ends) : ends_(std::move(ends)) {}
@@ -129,6 +130,7 @@ class PipeStream final : public AuthorizedToolStream {
 bool openPipe(Descriptor& reading, Descriptor& writing) {
     int ends[2];
     if (posix::systemCalls().pipe(ends) != 0) return false;
+    // Both are owned before either is moved, so that a failure closes both.
     Descriptor first(ends[0]);
     Descriptor second(ends[1]);
     reading = posix::aboveStandardStreams(std::move(first));
@@ -140,6 +142,7 @@ bool openPipe(Descriptor& reading, Descriptor& writing) {
 }  // namespace
 
 bool openWithRoom(const std::function<bool()>& open) {
+    // Together five seconds.
     constexpr int kAttempts = 50;
     constexpr int kMilliseconds = 100;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
@@ -150,6 +153,7 @@ bool openWithRoom(const std::function<bool()>& open) {
 }
 
 std::optional<ToolPipes> openToolPipes() {
+    // With each new tool, so that the ends for those that have ended do not add up.
     abandonedEnds().closeEnded(0);
     ToolPipes pipes;
     StreamEnds ends;

@@ -19,7 +19,9 @@ namespace {
 
 // Standard input and output become the null device, and standard error where it is closed.
 bool closeDescriptors() {
+    // su passes on whatever the user's process had open.
     if (::close_range(STDERR_FILENO + 1, ~0U, 0) != 0) return false;
+    // Standard error stays the client's: it shows why the helper refuses.
     const bool hasError = ::fcntl(STDERR_FILENO, F_GETFD) >= 0;
     const int nowhere = ::open("/dev/null", O_RDWR);
     if (nowhere < 0) return false;

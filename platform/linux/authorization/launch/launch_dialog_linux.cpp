@@ -90,7 +90,7 @@ AuthorizationStatus launchWithDialog(Rendezvous& rendezvous, std::optional<Chann
     if (rendezvous.helperCommand().empty()) return kAuthorizationInternal;
     const LaunchTurn turn;
     PkexecEnd end = runPkexec(rendezvous, channel, nullptr);
-    // Only then: an agent of the desktop has already asked otherwise, and nobody is asked twice.
+    // Only then: an agent of the desktop has already asked otherwise, and no user is asked twice.
     if (end == PkexecEnd::NoAgent) end = askOnTerminal(rendezvous, channel);
     switch (end) {
         case PkexecEnd::Helped:

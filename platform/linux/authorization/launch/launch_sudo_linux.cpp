@@ -42,6 +42,7 @@ class PasswordLaunch {
         Descriptor theirs = posix::aboveStandardStreams(Descriptor(ends[1]));
         Pipe errors = Pipe::open();
         if (!ours || !theirs || !errors.read) return {};
+        // sudo -S and su write their prompts to standard error.
         setup_.descriptors = {theirs.get(), -1, errors.write.get(), -1};
         const std::unique_ptr<LaunchChild> launcher = LaunchChild::start(setup_);
         // Only the program has it now: after its end, sending to it fails.

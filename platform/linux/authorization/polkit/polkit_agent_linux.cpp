@@ -116,6 +116,7 @@ bool PolkitAgent::proceed(const LaunchChild& launcher) {
             begin(std::move(message), launcher);
         else if (bus_.isMethodCall(message.get(), kAgentInterface, "CancelAuthentication") > 0)
             cancel(message);
+        // From the bus only: other processes can send a signal of that name as well.
         else if (bus_.isSignal(message.get(), kBusName, kNameChanged) > 0 &&
                  isFrom(message, kBusName))
             return false;
@@ -132,6 +133,7 @@ void PolkitAgent::begin(BusMessage call, const LaunchChild& launcher) {
         refuse(call);
         return;
     }
+    // No other request is served from now on, also after a failure: the password is tried once.
     hasBegun_ = true;
     conversation_ = authentication_(request->cookie);
     if (!conversation_) {

@@ -49,11 +49,13 @@ bool readIdentity(const SdBus& bus, sd_bus_message* call, PolkitRequest& request
 bool readIdentities(const SdBus& bus, sd_bus_message* call, PolkitRequest& request) {
     if (bus.enterContainer(call, 'a', "(sa{sv})") <= 0) return false;
     int more = 0;
+    // 0 is the end of the array, a negative number an error.
     while ((more = bus.enterContainer(call, 'r', "sa{sv}")) > 0)
         if (!readIdentity(bus, call, request) || bus.exitContainer(call) < 0) return false;
     return more == 0 && bus.exitContainer(call) >= 0;
 }
 
+// Details are texts, also where they are numbers of processes.
 bool names(const PolkitRequest& request, const char* detail, pid_t process) {
     const auto found = request.details.find(detail);
     return found != request.details.end() && found->second == std::to_string(process);
