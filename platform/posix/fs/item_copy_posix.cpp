@@ -63,7 +63,9 @@ int copyAttribute(int original, int made, const char* name) {
     while (size < 0 && errno == ERANGE) {
         size = calls.fgetxattr(original, name, nullptr, 0);
         if (size < 0) break;
-        value.resize(static_cast<std::size_t>(size));
+        // One byte more, since a call with the size 0 only returns the size and fills nothing in:
+        // an attribute that was emptied and grows again would be read beyond the buffer.
+        value.resize(static_cast<std::size_t>(size) + 1);
         size = calls.fgetxattr(original, name, value.data(), value.size());
     }
     if (size < 0) return isRefusal(errno) || errno == kNoSuchAttributeError ? 0 : errno;
@@ -77,7 +79,7 @@ int copyExtendedAttributes(int original, int made, bool ownerKept) {
     while (size < 0 && errno == ERANGE) {
         size = calls.flistxattr(original, nullptr, 0);
         if (size < 0) break;
-        // One byte more, since a call with the size 0 only asks for the size and fills nothing in.
+        // One byte more, as above.
         names.resize(static_cast<std::size_t>(size) + 1);
         size = calls.flistxattr(original, names.data(), names.size());
     }

@@ -6,7 +6,9 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <string>
 
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
@@ -145,6 +147,44 @@ TEST(ItemCopy, SkipsAnAttributeThatWasRemovedMeanwhile) {
     EXPECT_TRUE(copied(file, folder / "copy"));
     exchangeSystemCalls(before);
     EXPECT_EQ(attribute(folder / "copy", "user.colour"), "none");
+}
+
+// Stands in for an attribute that is large, then empty, then large again.
+namespace changing_attribute {
+
+constexpr std::size_t kSize = 1000;
+int sizesAsked = 0;
+std::string written;
+
+ssize_t get(int, const char*, void* value, std::size_t size) {
+    if (size == 0) return sizesAsked++ == 0 ? 0 : ssize_t{kSize};
+    if (size < kSize) {
+        errno = ERANGE;
+        return -1;
+    }
+    std::fill_n(static_cast<char*>(value), kSize, 'x');
+    return kSize;
+}
+
+int set(int, const char*, const void* value, std::size_t size) {
+    written.assign(static_cast<const char*>(value), size);
+    return 0;
+}
+
+}  // namespace changing_attribute
+
+TEST(ItemCopy, ReadsNothingBeyondAnAttributeThatChangesItsSize) {
+    const TempFolder folder;
+    const std::string file = folder.writeFile("file", "text");
+    if (::setxattr(file.c_str(), "user.colour", "green", 5, 0) != 0)
+        GTEST_SKIP() << "no extended attributes here";
+    SystemCalls calls = systemCalls();
+    calls.fgetxattr = changing_attribute::get;
+    calls.fsetxattr = changing_attribute::set;
+    const SystemCalls* before = exchangeSystemCalls(&calls);
+    EXPECT_TRUE(copied(file, folder / "copy"));
+    exchangeSystemCalls(before);
+    EXPECT_EQ(changing_attribute::written, std::string(changing_attribute::kSize, 'x'));
 }
 
 TEST(ItemCopy, HolesStayHoles) {
