@@ -1,8 +1,10 @@
 #include "quillmoor/platform/posix/fs/tree_match_posix.h"
 
 #include <algorithm>
+#include <atomic>
 #include <deque>
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include "quillmoor/base/paths.h"
@@ -49,6 +51,8 @@ class Matching {
                 doPart(part);
         }
         collect(found);
+        // What another thread had no memory for is missing: part of the matches is no result.
+        if (isOutOfMemory_) throw std::bad_alloc();
         return found;
     }
 
@@ -60,7 +64,12 @@ class Matching {
     void help() {
         TreeWorkPool::WorkItem item;
         while (pool_.take(item)) {
-            doPart(static_cast<MatchPart&>(*item.folder));
+            try {
+                doPart(static_cast<MatchPart&>(*item.folder));
+            } catch (const std::bad_alloc&) {
+                isOutOfMemory_ = true;
+            }
+            // Also after a failure: the asking thread waits for it.
             pool_.done(*item.folder);
         }
     }
@@ -113,6 +122,7 @@ class Matching {
     const StringList& folders_;
     const std::string& pattern_;
     std::size_t seen_ = 0;  // entries read by the caller's thread before it shared the work
+    std::atomic<bool> isOutOfMemory_{false};  // another thread than the caller's
     std::deque<MatchPart> parts_;
     TreeWorkPool pool_;
 };

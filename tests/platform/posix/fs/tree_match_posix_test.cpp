@@ -3,10 +3,16 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <new>
+#include <string>
+#include <thread>
+
 #include "quillmoor/base/paths.h"
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/platform/support/file_fixtures.h"
+#include "tests/support/failing_allocations.h"
 
 namespace quillmoor::platform::posix {
 namespace {
@@ -52,6 +58,38 @@ TEST(TreeMatch, ManyFoldersMatchAsEntryByEntry) {
             folder.writeFile(std::to_string(i) + "/" + std::to_string(i * j));
     }
     EXPECT_EQ(matchEntries(folders, "*2*"), matchesOneByOne(folders, "*2*"));
+}
+
+// Other threads than the one that asks have no memory.
+std::thread::id askingThread;
+std::atomic<int> failures{0};
+bool failsOnOtherThreads() {
+    if (std::this_thread::get_id() == askingThread) return false;
+    ++failures;
+    return true;
+}
+
+TEST(TreeMatch, ReportsThatAnotherThreadHadNoMemory) {
+    const TempFolder folder;
+    StringList folders{folder.makeFolder("many")};
+    for (int i = 0; i < 4200; ++i) folder.makeLink("many/" + std::to_string(i), "/tmp");
+    for (int i = 0; i < 400; ++i) {
+        folders.push_back(folder / ("x" + std::to_string(i)));
+        for (int j = 0; j < 5; ++j)
+            folder.makeLink("x" + std::to_string(i) + "/x" + std::to_string(j), "/tmp");
+    }
+    const StringList all = matchesOneByOne(folders, "x*");
+    askingThread = std::this_thread::get_id();
+    test::setAllocationFails(failsOnOtherThreads);
+    try {
+        const StringList found = matchEntries(folders, "x*");
+        test::setAllocationFails(nullptr);
+        EXPECT_EQ(failures, 0);
+        EXPECT_EQ(found, all);
+    } catch (const std::bad_alloc&) {
+        test::setAllocationFails(nullptr);
+        EXPECT_GT(failures, 0);
+    }
 }
 
 TEST(TreeMatch, AsksForTypesWhereAFileSystemDoesNotListThem) {
