@@ -18,6 +18,8 @@ ReadAhead::ReadAhead(int file, off_t length)
         thread_ = Thread([this] { run(); });
     } catch (const std::system_error&) {
         return;
+    } catch (const std::bad_alloc&) {
+        return;
     }
 }
 

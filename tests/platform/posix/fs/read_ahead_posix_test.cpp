@@ -15,6 +15,7 @@
 
 #include "quillmoor/platform/posix/ground/descriptor.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "tests/platform/support/failing_calls.h"
 #include "tests/platform/support/file_fixtures.h"
 
 namespace quillmoor::platform::posix {
@@ -165,6 +166,19 @@ TEST(ReadAhead, CanBeReleasedAtAnyPiece) {
         std::string_view piece;
         for (int i = 0; i < pieces; ++i) EXPECT_EQ(ahead.next(piece), 0);
     }
+}
+
+TEST(ReadAhead, WithoutMemoryIsNotStarted) {
+    const TempFolder folder;
+    const Descriptor file = opened(folder.writeFile("file", "text"));
+    int nth = 1;
+    for (bool happened = true; happened; ++nth) {
+        const test::FailingAllocations failing(nth);
+        const ReadAhead ahead(file.get(), 4);
+        happened = failing.happened();
+        EXPECT_EQ(ahead.started(), !happened) << nth;
+    }
+    EXPECT_GT(nth, 3);  // the buffer's and the thread's
 }
 
 TEST(ReadAhead, ItsThreadBlocksSignals) {
