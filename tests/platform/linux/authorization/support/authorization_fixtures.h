@@ -5,6 +5,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,7 +43,14 @@ class ChangedCalls {
     ChangedCalls& operator=(const ChangedCalls&) = delete;
 
   private:
-    platform::posix::SystemCalls calls_ = platform::posix::systemCalls();
+    // Kept until the process exits: a helper in a thread may have found the table just before it
+    // is replaced, and still read from it.
+    static platform::posix::SystemCalls& copyOfTable() {
+        static auto* const tables = new std::deque<platform::posix::SystemCalls>;
+        return tables->emplace_back(platform::posix::systemCalls());
+    }
+
+    platform::posix::SystemCalls& calls_ = copyOfTable();
     const platform::posix::SystemCalls* before_ = nullptr;
 };
 
