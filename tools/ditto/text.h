@@ -17,7 +17,7 @@ bool isUtf8(std::string_view bytes);
 
 // Returns equal results for two names that a file system which folds case may take for one:
 // decomposed, case folded, without ignorable characters. Of invalid UTF-8 only the ASCII letters
-// are folded.
+// are folded. Throws std::bad_alloc.
 std::string foldedCase(std::string_view name);
 
 }  // namespace quillmoor::ditto
