@@ -4,7 +4,7 @@
 
 #include <array>
 #include <filesystem>
-#include <set>
+#include <map>
 #include <utility>
 
 #include "host/ground/display_text.h"
@@ -76,17 +76,19 @@ void* PluginLibrary::symbol(const char* name) const {
 }
 
 void PluginLibrary::attachOnce(const installer_host_services& services) const {
-    // dlopen() returns the same handle for a library that is open already.
-    static std::set<void*> attached;
-    if (attached.contains(handle_)) return;
+    // Whether each library accepted this host. dlopen() returns the same handle for a library that
+    // is open already.
+    static std::map<void*, bool> accepted;
     // Both functions are looked up before the plug-in's code runs.
     symbol("installer_plugin_create_pane");
     const auto attach =
         reinterpret_cast<decltype(&installer_plugin_attach)>(symbol("installer_plugin_attach"));
-    if (attach(&services) == 0)
+    // Entered before the call, so that nothing can fail between the call and its record.
+    const auto [library, isFirst] = accepted.emplace(handle_, false);
+    if (isFirst) library->second = attach(&services) != 0;
+    if (!library->second)
         throw HostError(file_ + " cannot work with this host: it refused version " +
                         std::to_string(services.version) + " of the plug-in interface");
-    attached.insert(handle_);
 }
 
 installer_pane PluginLibrary::createPane(const std::string& className,

@@ -13,7 +13,8 @@ namespace quillmoor::host {
 class PluginLibrary {
   public:
     // Opens the bundle's shared object and, the first time, calls its attach function. Throws
-    // HostError. `services` must outlive the process's last thread.
+    // HostError; a library that refused the host is refused from then on. `services` must outlive
+    // the process's last thread.
     PluginLibrary(const BundleInfo& info, const installer_host_services& services);
 
     // Throws HostError if there is no such class or the pane lacks a function.

@@ -79,6 +79,20 @@ TEST_F(PluginLibraries, APlugInThatRefusesTheHostIsReported) {
               "plug-in interface");
 }
 
+TEST_F(PluginLibraries, OneThatRefusedTheHostIsNotAttachedAgain) {
+    const std::string bundle = makeBundle(folder_, "X.bundle", whole());
+    ::setenv("INSTALLER_TEST_REFUSE", "1", 1);
+    EXPECT_THROW(load(bundle), HostError);
+    ::unsetenv("INSTALLER_TEST_REFUSE");
+    try {
+        load(bundle);
+        FAIL() << "loaded";
+    } catch (const HostError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("it refused version 1 of the plug-in interface"));
+    }
+    EXPECT_THAT(record(), ::testing::ElementsAre("attached 1"));
+}
+
 TEST_F(PluginLibraries, AnUnknownPaneClassIsNamed) {
     auto parts = whole();
     parts.interfaceFile = test::interfaceFor("Unknown");
