@@ -20,18 +20,12 @@ PluginPane::PluginPane(const BundleInfo& info, const PluginLibrary& library, Int
     : info_(info),
       transcript_(transcript),
       go_(std::move(go)),
-      widget_(std::move(interface.widget)),
-      pane_(library.createPane(interface.paneClass, hostTable())) {
+      pane_(library.createPane(interface.paneClass, hostTable())),
+      widget_(std::move(interface.widget)) {
     // Asked once: the list of steps shows it before the pane is entered.
     const char* title = pane_.title(pane_.context);
     title_ = shown(title != nullptr && *title != '\0' ? title : info_.sectionTitle);
     joinOutlets(widget_.get());
-}
-
-// The widget first: its buttons call the pane.
-PluginPane::~PluginPane() {
-    widget_.reset();
-    pane_.destroy(pane_.context);
 }
 
 // Passed to the plug-in for one call, in which it copies the table.

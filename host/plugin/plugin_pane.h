@@ -25,7 +25,6 @@ class PluginPane : public Section {
     // Throws HostError. The transcript must outlive the pane.
     PluginPane(const BundleInfo& info, const PluginLibrary& library, Interface interface,
                Transcript& transcript, Go go);
-    ~PluginPane() override;
     PluginPane(const PluginPane&) = delete;
     PluginPane& operator=(const PluginPane&) = delete;
 
@@ -44,6 +43,15 @@ class PluginPane : public Section {
         Transcript* transcript;
     };
 
+    // The pane that the plug-in created. A member, because the destructor of a PluginPane whose
+    // construction fails is not called.
+    struct CreatedPane : installer_pane {
+        explicit CreatedPane(const installer_pane& pane) : installer_pane(pane) {}
+        ~CreatedPane() { destroy(context); }
+        CreatedPane(const CreatedPane&) = delete;
+        CreatedPane& operator=(const CreatedPane&) = delete;
+    };
+
     installer_pane_host hostTable();
     void go(Direction direction);
     const installer_control& controlFor(QWidget* widget);
@@ -54,10 +62,12 @@ class PluginPane : public Section {
     BundleInfo info_;
     Transcript& transcript_;
     Go go_;
-    std::unique_ptr<QWidget> widget_;
+    // In this order: the widget is destroyed first, because its buttons call the pane. The pane
+    // follows, which may use its controls until the end.
     std::vector<std::unique_ptr<Outlet>> outlets_;
     std::vector<std::unique_ptr<installer_control>> controls_;
-    installer_pane pane_;
+    CreatedPane pane_;
+    std::unique_ptr<QWidget> widget_;
     QString title_;
 };
 

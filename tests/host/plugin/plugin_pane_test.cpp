@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QPushButton>
+#include <new>
 
 #include "host/plugin/host_services.h"
 #include "tests/host/support/bundle_fixture.h"
@@ -16,6 +17,21 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 class PluginPanes : public BundleFixture {};
+
+// An element without memory for it, once it has been examined so many times.
+class UnreadableWidget : public QWidget {
+  public:
+    UnreadableWidget(QWidget* parent, int readable) : QWidget(parent), readable_(readable) {
+        setObjectName("unreadable");
+    }
+    const QMetaObject* metaObject() const override {
+        if (readable_-- == 0) throw std::bad_alloc();
+        return QWidget::metaObject();
+    }
+
+  private:
+    mutable int readable_;
+};
 
 TEST_F(PluginPanes, MakesThePaneAndJoinsItsOutlets) {
     const auto pane = load(makeBundle(folder_, "X.bundle", whole()));
@@ -41,6 +57,22 @@ TEST_F(PluginPanes, ThePaneIsDestroyedAndItsControlsThenDoNothing) {
     pane.reset();
     EXPECT_THAT(record(), Contains("Shows entered 1"));
     EXPECT_EQ(record().back(), "Shows destroyed");
+}
+
+TEST_F(PluginPanes, APaneWhoseElementsCannotBeJoinedIsDestroyed) {
+    const BundleInfo info = readBundleInfo(makeBundle(folder_, "X.bundle", whole()));
+    const PluginLibrary library(info, HostServices::shared().table());
+    // While the elements are listed, and after the plug-in has this one's control.
+    for (const int readable : {0, 1}) {
+        Interface interface { std::make_unique<QWidget>(), "Shows" };
+        new UnreadableWidget(interface.widget.get(), readable);
+        EXPECT_THROW(PluginPane(info, library, std::move(interface), transcript_, {}),
+                     std::bad_alloc);
+        EXPECT_EQ(record().back(), "Shows destroyed") << readable;
+    }
+    EXPECT_THAT(record(),
+                ElementsAre("attached 1", "created Shows", "Shows destroyed", "created Shows",
+                            "Shows outlet unreadable", "Shows destroyed"));
 }
 
 TEST_F(PluginPanes, AButtonCallsItsAction) {
