@@ -1,5 +1,6 @@
 #include "examples/tallyframe/tally_window.h"
 
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLocale>
 #include <QScrollArea>
@@ -11,8 +12,6 @@
 
 namespace quillmoor::tallyframe {
 namespace {
-
-constexpr int kMost = 999999;
 
 QPushButton* newButton(QWidget* parent, const QString& sign, const char* look) {
     auto* button = new QPushButton(sign, parent);
@@ -28,12 +27,15 @@ void describe(QWidget* widget, const QString& text) {
 
 }  // namespace
 
-TallyWindow::TallyWindow(QString file, Counters counters)
+TallyWindow::TallyWindow(QString file, SavedCounters saved)
     : file_(std::move(file)),
-      counters_(std::move(counters)),
+      counters_(std::move(saved.counters)),
+      isDamaged_(saved.isDamaged),
       rows_(new QVBoxLayout),
       status_(newLabel(this, "body")) {
     setWindowTitle(tr("Tallyframe"));
+    status_->setObjectName("status");
+    if (isDamaged_) notice_ = tr("Not all saved counters could be read.");
     auto* list = new QWidget;
     list->setLayout(rows_);
     rows_->setContentsMargins(0, 0, 0, 0);
@@ -81,7 +83,8 @@ void TallyWindow::showTotal() {
     const auto total =
         std::accumulate(counters_.begin(), counters_.end(), 0LL,
                         [](long long sum, const Counter& counter) { return sum + counter.value; });
-    status_->setText(tr("%1 in all").arg(QLocale().toString(total)));
+    const QString text = tr("%1 in all").arg(QLocale().toString(total));
+    status_->setText(notice_.isEmpty() ? text : text + '\n' + notice_);
 }
 
 void TallyWindow::addRow(std::size_t index) {
@@ -108,7 +111,7 @@ void TallyWindow::showRow(std::size_t index, const Row& row) {
     row.count->setText(QLocale().toString(value));
     row.count->setAccessibleName(tr("%1: %2").arg(name).arg(value));
     row.less->setEnabled(value > 0);
-    row.more->setEnabled(value < kMost);
+    row.more->setEnabled(value < kMostCounted);
     row.name->setAccessibleName(tr("Name of the counter"));
     describe(row.less, tr("One less: %1").arg(name));
     describe(row.more, tr("One more: %1").arg(name));
@@ -119,7 +122,7 @@ void TallyWindow::connectRow(std::size_t index, const Row& row) {
     // Indices and widgets stay valid until the next rebuild(), which replaces all rows.
     const auto changeBy = [this, index, row](int step) {
         int& value = counters_[index].value;
-        value = std::clamp(value + step, 0, kMost);
+        value = std::clamp(value + step, 0, kMostCounted);
         showRow(index, row);
         save();
     };
@@ -139,8 +142,19 @@ void TallyWindow::connectRow(std::size_t index, const Row& row) {
 
 // After every change, so that nothing is lost however the program ends.
 void TallyWindow::save() {
-    if (writeCounters(file_, counters_)) return showTotal();
-    status_->setText(tr("The counters could not be saved."));
+    if (!keepDamagedFile() || !writeCounters(file_, counters_))
+        return status_->setText(tr("The counters could not be saved."));
+    isDamaged_ = false;
+    showTotal();
+}
+
+// Not before the first change: until then the file may be mended and read again. Returns false if a
+// damaged file would be replaced.
+bool TallyWindow::keepDamagedFile() {
+    if (!isDamaged_ || !QFileInfo::exists(file_)) return true;
+    const QString name = keepDamaged(file_);
+    if (!name.isEmpty()) notice_ = tr("The damaged file is kept as “%1”.").arg(name);
+    return !name.isEmpty();
 }
 
 }  // namespace quillmoor::tallyframe

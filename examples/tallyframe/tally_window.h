@@ -14,8 +14,8 @@ namespace quillmoor::tallyframe {
 class TallyWindow : public QWidget {
     Q_OBJECT
   public:
-    // Every change is saved to `file` immediately.
-    TallyWindow(QString file, Counters counters);
+    // Every change is saved to `file` immediately. A damaged file is kept under another name.
+    TallyWindow(QString file, SavedCounters saved);
 
   private:
     struct Row {
@@ -32,9 +32,12 @@ class TallyWindow : public QWidget {
     void connectRow(std::size_t index, const Row& row);
     void showTotal();
     void save();
+    bool keepDamagedFile();
 
     QString file_;
     Counters counters_;
+    bool isDamaged_;  // what is at `file_`
+    QString notice_;  // below the total; about a damaged file
     QVBoxLayout* rows_;
     QLabel* status_;
 };
