@@ -7,13 +7,14 @@
 //   copies    a copy with progress against the same copy without; a tree of small files
 //
 // Both sides run in turn. Every run is checked: the number of bytes, the number of copied files.
-// Everything is written below FOLDER, which is best a file system in memory.
+// Everything is written to a new folder in FOLDER, which is best in memory, and removed at the end.
 #include <unistd.h>
 
 #include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -23,6 +24,7 @@
 #include <vector>
 
 #include "bench/support/table.h"
+#include "bench/support/work_folder.h"
 #include "bench/task/bare_writer.h"
 #include "quillmoor/files/KXFileManager.h"
 #include "quillmoor/platform/main_run_loop.h"
@@ -205,9 +207,12 @@ int main(int argc, char** argv) {
     using namespace quillmoor::bench;
     if (argc < 2) fail("usage: bench_background FOLDER [ROUNDS]");
     const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
-    fs::create_directories(argv[1]);
-    compareOutput(rounds);
-    compareCopies(argv[1], rounds);
-    fs::remove_all(argv[1]);
+    try {
+        const WorkFolder folder(argv[1]);
+        compareOutput(rounds);
+        compareCopies(folder.path(), rounds);
+    } catch (const std::exception& failure) {
+        fail(failure.what());
+    }
     return 0;
 }
