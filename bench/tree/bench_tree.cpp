@@ -118,6 +118,8 @@ double readingTime(const StringList& folders) {
     return secondsOf([&] {
         for (const std::string& folder : folders) {
             DIR* const stream = ::opendir(folder.c_str());
+            // A file, or a folder that cannot be read: the others find nothing in it either.
+            if (stream == nullptr) continue;
             while (::readdir(stream) != nullptr) continue;
             ::closedir(stream);
         }
