@@ -7,8 +7,8 @@
 //            with one write each, rotated by one unlink and four renames each 500,000 bytes, and
 //            against spdlog, asynchronous and flushing each line
 //
-// Usage: bench_log FOLDER [ROUNDS]. Everything is written below FOLDER. Before a figure counts, one
-// round is checked: every line is in a file, once.
+// Usage: bench_log FOLDER [ROUNDS]. Everything is written to a new folder in FOLDER, and removed at
+// the end. Before a figure counts, one round is checked: every line is in a file, once.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -22,6 +22,7 @@
 #include <thread>
 
 #include "bench/support/table.h"
+#include "bench/support/work_folder.h"
 #include "quillmoor/base/dates.h"
 #include "quillmoor/base/strings.h"
 #include "quillmoor/log/KXLog.h"
@@ -248,12 +249,12 @@ void benchCaller(int rounds) {
     }
 }
 
-int run(const std::string& folder, int rounds) {
-    fs::create_directories(folder);
+int run(const std::string& place, int rounds) {
+    const WorkFolder work(place);
+    const std::string& folder = work.path();
     test::ScopedPlatform platform;
     OrdinaryUser user;
     OwnLibrary library(folder + "/Library");
-    fs::remove_all(folder + "/Library");
     platform->locations = &library;
     CountingFiles files;
     platform->processInfo = &user;
