@@ -61,7 +61,7 @@ DesktopEntry parseDesktopEntry(std::string_view text) {
     return entry;
 }
 
-// `exec` is without the escapes of a string: the specification resolves those before the quotes.
+// `exec` is without the escapes of a string: Desktop Entry 1.5 resolves those first.
 OptionalString programInExec(std::string_view exec) {
     exec = trimmed(exec);
     if (!exec.starts_with('"')) {
