@@ -42,8 +42,8 @@ double luminance(const QColor& colour) {
            0.0722 * linear(colour.blueF());
 }
 
-// Returns the accent, darkened until white text can be read on it; nothing if it is then hard to
-// tell from the card.
+// Returns the accent, darkened until white text can be read on it; nothing if its contrast with the
+// card is then too low.
 std::optional<QColor> usable(QColor accent, const Colours& colours) {
     for (int step = 0; step < 20 && contrast(accent, colours.onAccent) < kTextContrast; ++step)
         accent = accent.darker(108);

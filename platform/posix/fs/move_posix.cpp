@@ -47,7 +47,7 @@ bool takeAway(const DirectoryEntry& entry, const Identity& expected,
 }
 
 // The second half of a move, when the item has been copied. noexcept, since after an exception the
-// caller could not tell which of the two items exist.
+// caller would not know which of the two items exist.
 MoveResult removeCopied(const DirectoryEntry& from, const Identity& original,
                         const DirectoryEntry& to, const Identity& copy,
                         const std::string& aside) noexcept {

@@ -13,7 +13,7 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// Answers each of the expected prompts once, in their order, with the one password. A repeated
+// Writes the one password for each of the expected prompts, once and in their order. A repeated
 // prompt abandons the launch: the password was wrong.
 class PromptAnswers : public Conversation {
   public:

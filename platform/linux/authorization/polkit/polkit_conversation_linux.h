@@ -12,7 +12,7 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-// One attempt to authenticate: it answers one prompt for a password, once. By a socket, since other
+// One attempt to authenticate: sends the password for one prompt, once. By a socket, since other
 // processes of the user could open a pipe or a terminal through /proc. Never waits.
 class PolkitConversation {
   public:
@@ -36,7 +36,7 @@ class PolkitConversation {
     bool say(std::string_view text);
     // Readable when the program has written.
     int descriptor() const { return socket_.get(); }
-    // Reads what the program has written and answers it.
+    // Reads what the program has written and sends the response.
     Outcome proceed();
 
     bool wasAsked() const { return wasAsked_; }
