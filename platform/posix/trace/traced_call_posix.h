@@ -24,30 +24,18 @@ template <typename Table>
 inline const Table* callsBelow = nullptr;
 
 // How arguments are shown. Each of these takes `kCount` of them.
-struct Number {
+template <typename Wide, void (TraceText::*kAdd)(Wide)>
+struct Integer {
     static constexpr std::size_t kCount = 1;
-    template <typename Integer>
-    static void put(TraceLine& line, Integer number) {
+    template <typename Argument>
+    static void put(TraceLine& line, Argument argument) {
         line.beginArgument();
-        line.addNumber(static_cast<std::int64_t>(number));
+        (line.*kAdd)(static_cast<Wide>(argument));
     }
 };
-struct Flags {
-    static constexpr std::size_t kCount = 1;
-    template <typename Integer>
-    static void put(TraceLine& line, Integer flags) {
-        line.beginArgument();
-        line.addHex(static_cast<std::uint64_t>(flags));
-    }
-};
-struct Mode {
-    static constexpr std::size_t kCount = 1;
-    template <typename Integer>
-    static void put(TraceLine& line, Integer mode) {
-        line.beginArgument();
-        line.addOctal(static_cast<std::uint64_t>(mode));
-    }
-};
+using Number = Integer<std::int64_t, &TraceText::addNumber>;
+using Flags = Integer<std::uint64_t, &TraceText::addHex>;
+using Mode = Integer<std::uint64_t, &TraceText::addOctal>;
 struct String {
     static constexpr std::size_t kCount = 1;
     static void put(TraceLine& line, const char* text) {
