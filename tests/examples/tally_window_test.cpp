@@ -5,11 +5,9 @@
 
 #include <QApplication>
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 
-#include "quillmoor/log/KXLog.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tests/support/temp_folder.h"
 
@@ -19,26 +17,6 @@ namespace {
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::UnorderedElementsAre;
-
-class Toolkit : public ::testing::Environment {
-  public:
-    void SetUp() override {
-        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-        application_ = std::make_unique<QApplication>(argc_, argv_);
-    }
-    void TearDown() override {
-        application_.reset();
-        KXLog::finishWriting();
-    }
-
-  private:
-    int argc_ = 1;
-    char name_[5] = "test";
-    char* argv_[2] = {name_, nullptr};
-    std::unique_ptr<QApplication> application_;
-};
-
-[[maybe_unused]] const auto* const toolkit = ::testing::AddGlobalTestEnvironment(new Toolkit);
 
 constexpr char kNotAllRead[] = "Not all saved counters could be read.";
 

@@ -4,33 +4,11 @@
 
 #include <QApplication>
 #include <QTest>
-#include <cstdlib>
 
-#include "quillmoor/log/KXLog.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::tallyframe {
 namespace {
-
-class Toolkit : public ::testing::Environment {
-  public:
-    void SetUp() override {
-        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-        application_ = std::make_unique<QApplication>(argc_, argv_);
-    }
-    void TearDown() override {
-        application_.reset();
-        KXLog::finishWriting();
-    }
-
-  private:
-    int argc_ = 1;
-    char name_[5] = "test";
-    char* argv_[2] = {name_, nullptr};
-    std::unique_ptr<QApplication> application_;
-};
-
-[[maybe_unused]] const auto* const toolkit = ::testing::AddGlobalTestEnvironment(new Toolkit);
 
 // One item, which does not exist when it is to be moved.
 std::vector<Item> items() {
