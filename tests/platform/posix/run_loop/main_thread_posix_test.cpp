@@ -68,20 +68,6 @@ TEST(MainThread, WhoWaitsIsReleasedWhenTheFunctionThrows) {
     EXPECT_TRUE(done);
 }
 
-TEST(MainThread, ADetachedThreadBlocksEverySignal) {
-    std::atomic<bool> done{false};
-    std::atomic<int> open{0};
-    mainThread().detachNewThread([&] {
-        sigset_t blocked;
-        ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-        for (const int number : {SIGTERM, SIGINT, SIGCHLD, SIGALRM, SIGUSR1, SIGPIPE})
-            if (::sigismember(&blocked, number) != 1) ++open;
-        done = true;
-    });
-    ASSERT_TRUE(test::eventually([&] { return done.load(); }));
-    EXPECT_EQ(open, 0);
-}
-
 TEST(MainThread, TheCallersSignalsStayAsTheyWere) {
     sigset_t before;
     sigset_t after;
