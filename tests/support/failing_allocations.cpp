@@ -40,7 +40,8 @@ void* alignedMemory(std::size_t size, std::align_val_t alignment) {
 
 }  // namespace
 
-// Replaces every allocation of this program: the array forms call these.
+// Replaces every allocation of this program. The array forms as well: a sanitizer has its own,
+// which do not call these.
 void* operator new(std::size_t size) {
     if (quillmoor::test::isToFail()) throw std::bad_alloc();
     if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;
@@ -49,6 +50,14 @@ void* operator new(std::size_t size) {
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return quillmoor::test::isToFail() ? nullptr : std::malloc(size > 0 ? size : 1);
+}
+
+void* operator new[](std::size_t size) {
+    return ::operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept {
+    return ::operator new(size, nothrow);
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment) {
@@ -66,6 +75,14 @@ void operator delete(void* memory) noexcept {
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
