@@ -111,7 +111,9 @@ void BlockDeflater::submit(Block& block) {
 
 void BlockDeflater::wait(const Block& block) {
     std::unique_lock lock(mutex_);
+    awaited_ = &block;
     done_.wait(lock, [&] { return block.finished; });
+    awaited_ = nullptr;
 }
 
 void BlockDeflater::work(Deflater& deflater) {
@@ -125,7 +127,9 @@ void BlockDeflater::work(Deflater& deflater) {
         deflater.compress(block);
         lock.lock();
         block.finished = true;
-        done_.notify_one();  // only the packer waits
+        // Only the packer waits, and to be woken for each small file would cost it more than to
+        // read one.
+        if (awaited_ == &block) done_.notify_one();
     }
 }
 

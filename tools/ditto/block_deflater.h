@@ -1,6 +1,7 @@
 // Compresses files on several threads: whole, or the largest in blocks.
 #pragma once
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -21,11 +22,8 @@ inline constexpr std::size_t kWholeFile = std::size_t{64} << 20;
 // A whole file, or one block of a larger one. The compressed blocks of a file, concatenated, are
 // one deflate stream.
 struct Block {
-    // Deflated data that does not shrink is slightly larger than its input.
-    Block() : input(kBlockSize), output(kBlockSize + kBlockSize / 256) {}
-
-    std::vector<unsigned char> input;  // larger for a larger whole file
-    std::size_t size = 0;              // of the input
+    std::vector<unsigned char> input;
+    std::size_t size = 0;  // of the input
     bool whole = false;
     std::vector<unsigned char> dictionary;  // the end of the file's previous block
     bool last = false;                      // of its file
@@ -36,6 +34,12 @@ struct Block {
     bool failed = false;
     bool finished = false;  // owned by the deflater between submit() and wait()
 
+    // Room for a block of a larger file. Deflated data that does not shrink is slightly larger than
+    // its input.
+    void makeRoomForBlock() {
+        input.resize(std::max(input.size(), kBlockSize));
+        output.resize(std::max(output.size(), kBlockSize + kBlockSize / 256));
+    }
     std::string_view compressed() const {
         return {reinterpret_cast<const char*>(output.data()), outputSize};
     }
@@ -64,6 +68,7 @@ class BlockDeflater {
     std::condition_variable submitted_;
     std::condition_variable done_;
     std::deque<Block*> waiting_;
+    const Block* awaited_ = nullptr;
     bool ended_ = false;
     std::vector<std::unique_ptr<Deflater>> deflaters_;
     std::vector<platform::posix::Thread> threads_;

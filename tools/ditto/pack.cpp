@@ -44,13 +44,16 @@ constexpr std::size_t kDictionarySize = 32U << 10U;
 // must then have room for the wide sizes.
 constexpr std::int64_t kWideFrom = 0xf0000000;
 
-// The most items, and bytes of files, in memory at a time; a single file may be larger.
-constexpr std::size_t kMostJobs = 16;
+// The most items, blocks of one file, and bytes of files, in memory at a time; a single file may be
+// larger. Small files are compressed in less time than a thread sleeps: many must be waiting, or
+// the processors do.
+constexpr std::size_t kMostJobs = 128;
+constexpr std::size_t kMostBlocks = 16;
 constexpr std::size_t kMostBytes = std::size_t{128} << 20;
 
 // Larger blocks are not kept for the next file: many small files would keep the memory of one
 // large.
-constexpr std::size_t kLargestSpare = std::size_t{1} << 20;
+constexpr std::size_t kLargestSpare = std::size_t{64} << 10;
 
 unsigned threadCount() {
     return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
@@ -151,7 +154,7 @@ class Packer {
         }
         // Queued like the files, although there is nothing to compress: entries have the tree's
         // order.
-        keepBounded(0);
+        keepBounded(0, kMostJobs);
         jobs_.push_back(std::move(job));
     }
 
@@ -179,7 +182,7 @@ class Packer {
     bool packWhole(int file, std::size_t expected, EntryHeader& header, const std::string& path) {
         throwIfInterrupted();
         Job job;
-        job.block = freeBlock(expected);
+        job.block = freeBlock(expected, kMostJobs);
         Block& block = *job.block;
         block.size = 0;
         // One byte more than expected: only a read that does not fill the room has seen the end.
@@ -206,8 +209,9 @@ class Packer {
         std::vector<unsigned char> dictionary;
         for (bool last = false; !last; job = Job()) {
             throwIfInterrupted();
-            job.block = freeBlock(kBlockSize);
+            job.block = freeBlock(kBlockSize, kMostBlocks);
             Block& block = *job.block;
+            block.makeRoomForBlock();
             block.size = readFully(file, std::span(block.input).first(kBlockSize), path);
             block.whole = false;
             // A file of whole blocks ends with an empty one, which ends the deflate stream.
@@ -230,18 +234,23 @@ class Packer {
         deflater_.submit(block);
     }
 
-    // A block with at least its usual room, once the file of `expected` bytes may be in memory.
-    std::unique_ptr<Block> freeBlock(std::size_t expected) {
-        keepBounded(expected);
+    // A block, with whatever room it has, once a job of `expected` bytes may be in memory.
+    std::unique_ptr<Block> freeBlock(std::size_t expected, std::size_t mostJobs) {
+        keepBounded(expected, mostJobs);
         if (spare_.empty()) return std::make_unique<Block>();
         auto block = std::move(spare_.back());
         spare_.pop_back();
         return block;
     }
 
-    void keepBounded(std::size_t next) {
-        while (jobs_.size() >= kMostJobs || (!jobs_.empty() && bytes_ + next > kMostBytes))
-            finishOldest();
+    void keepBounded(std::size_t next, std::size_t mostJobs) {
+        // Half of them at once: to sleep once for each small file would cost more than to read it.
+        if (jobs_.size() >= mostJobs) {
+            const Job& last = jobs_[jobs_.size() - mostJobs / 2 - 1];
+            if (last.block) deflater_.wait(*last.block);
+            while (jobs_.size() > mostJobs / 2) finishOldest();
+        }
+        while (!jobs_.empty() && bytes_ + next > kMostBytes) finishOldest();
     }
 
     void finishOldest() {

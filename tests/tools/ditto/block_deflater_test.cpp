@@ -19,6 +19,7 @@ std::vector<Block> someBlocks() {
     std::vector<Block> blocks(kCount);
     for (std::size_t i = 0; i < kCount; ++i) {
         Block& block = blocks[i];
+        block.makeRoomForBlock();
         const unsigned letters = i % 3 == 0 ? 256 : 4;
         for (unsigned char& byte : block.input)
             byte = static_cast<unsigned char>(random() % letters);
