@@ -42,6 +42,8 @@ QLabel* newLabel(const QString& text, const char* style, QWidget* parent) {
 InstallerWindow::InstallerWindow(const ProductName& product,
                                  const std::vector<StepList::Step>& steps, const Setting& setting)
     : setting_(setting), steps_(steps) {
+    // Before there are widgets to polish, and pages to lay out, a second time.
+    applyAppearance(*this, setting_.appearance);
     setWindowTitle(translated("Install %1").arg(product.inSentence));
     setObjectName(QStringLiteral("installerWindow"));
     auto* columns = new QHBoxLayout(this);
