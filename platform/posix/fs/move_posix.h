@@ -21,7 +21,9 @@ struct MoveResult {
 // moved across file systems. ENOMEM for lack of memory.
 MoveResult moveItemTo(const DirectoryEntry& from, const DirectoryEntry& to) noexcept;
 
-// As FileManager::moveItem; ENOMEM for lack of memory.
+// As FileManager::moveItem; ENOMEM for lack of memory. Another spelling of the same name, in a
+// folder that folds case, takes two renames: when the second and the way back both fail, the item
+// is left under a temporary name in its folder.
 MoveResult movePath(const std::string& path, const std::string& destination) noexcept;
 
 // As FileManager::copyItem; returns 0 or the error number.
