@@ -56,9 +56,9 @@ Flaw withNumber(std::size_t place, std::uint32_t number) {
     return [=](Frame& frame) { setNumber(frame, place * sizeof number, number); };
 }
 
-Flaw withDescriptors(std::size_t told, std::size_t sent, std::size_t late = 0) {
+Flaw withDescriptors(std::size_t announced, std::size_t sent, std::size_t late = 0) {
     return [=](Frame& frame) {
-        frame.header.descriptors = static_cast<std::uint32_t>(told);
+        frame.header.descriptors = static_cast<std::uint32_t>(announced);
         frame.descriptors = sent;
         frame.lateDescriptors = late;
     };
@@ -85,15 +85,15 @@ const std::vector<std::pair<std::string, Flaw>>& flaws() {
         {"a length that wraps around", withNumber(1, kLargestNumber - 3)},
         {"a NUL in the tool", [](Frame& frame) { frame.body[2 * sizeof(std::uint32_t)] = '\0'; }},
         {"a NUL in an argument", [](Frame& frame) { frame.body.back() = '\0'; }},
-        {"descriptors that are not told of", withDescriptors(0, 4)},
+        {"descriptors that are not announced", withDescriptors(0, 4)},
         {"descriptors that do not come", withDescriptors(4, 0)},
         {"no descriptors", withDescriptors(0, 0)},
         {"a descriptor too few", withDescriptors(3, 3)},
-        {"a descriptor less than told", withDescriptors(4, 3)},
+        {"a descriptor less than announced", withDescriptors(4, 3)},
         {"a descriptor too many", withDescriptors(5, 5)},
-        {"a descriptor more than told", withDescriptors(4, 5)},
+        {"a descriptor more than announced", withDescriptors(4, 5)},
         {"very many descriptors", withDescriptors(4, 200)},
-        {"as many descriptors as a number can tell", withDescriptors(kLargestNumber, 4)},
+        {"as many descriptors as a number can hold", withDescriptors(kLargestNumber, 4)},
         {"descriptors with the body", withDescriptors(4, 4, 4)},
         {"descriptors with the body alone", withDescriptors(4, 0, 4)}};
     return all;

@@ -198,10 +198,10 @@ TEST_F(Moving, OfWhichACopyRemainsStartsNoToolAndReportsBothPaths) {
     EXPECT_THAT(authorization_.calls, IsEmpty());
     EXPECT_THAT(logged(), ElementsAre("Error moving file: half.", "Error moving file: half.",
                                       "Error moving file: half."));
-    const std::string told = "Unable to remove " + file +
-                             " completely after copying it. The complete copy is at " +
-                             (folder_ / "copy") + ".";
-    EXPECT_THAT(console_.logged, ElementsAre(told, told, told));
+    const std::string message = "Unable to remove " + file +
+                                " completely after copying it. The complete copy is at " +
+                                (folder_ / "copy") + ".";
+    EXPECT_THAT(console_.logged, ElementsAre(message, message, message));
 }
 
 TEST_F(Moving, OfWhichACopyRemainsUnderTheFreeNameStops) {

@@ -226,9 +226,9 @@ TEST_F(Query, ConvertsPathsToReferencesAndBack) {
 TEST_F(Query, NotifiesTheFileManagerWithoutAReport) {
     class Finder : public test::ForwardingFinderInfo {
       public:
-        StringList told;
+        StringList notified;
         std::int32_t sendUpdateEvent(const platform::FileReference& reference) override {
-            told.emplace_back(reference.path.data());
+            notified.emplace_back(reference.path.data());
             return -43;
         }
     };
@@ -237,7 +237,7 @@ TEST_F(Query, NotifiesTheFileManagerWithoutAReport) {
     const std::string file = folder_.writeFile("file");
     KXFileManager::notifyFileSystemChanged(file);
     KXFileManager::notifyFileSystemChanged(folder_ / "gone");
-    EXPECT_THAT(finder.told, ElementsAre(file, ""));
+    EXPECT_THAT(finder.notified, ElementsAre(file, ""));
     const platform::FileReference reference = KXFileManager::stringToFSRef(file);
     EXPECT_EQ(SendFinderSyncEvent(&reference), -43);
     EXPECT_NE(SendFinderSyncEvent(nullptr), 0);

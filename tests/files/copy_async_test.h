@@ -88,11 +88,11 @@ class ToldOperations : public ForwardingFileOperations {
     }
     std::int32_t copy(const platform::FileOperationRef&, const std::string& source,
                       const std::string& folder, const std::string& name,
-                      platform::FileOperationCallback told,
+                      platform::FileOperationCallback onChange,
                       std::chrono::milliseconds interval) override {
         calls.emplace_back("copy");
         copied = {source, folder, name, std::to_string(interval.count())};
-        if (copyStatus == 0) callback = std::move(told);
+        if (copyStatus == 0) callback = std::move(onChange);
         return copyStatus;
     }
     std::int32_t cancel(const platform::FileOperationRef& cancelled) override {

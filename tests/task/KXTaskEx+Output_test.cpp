@@ -104,9 +104,9 @@ TEST_F(TaskOutput, ARefusalIsNilForDataAndEmptyForText) {
     const std::string missing = folder_ / "missing";
     EXPECT_FALSE(KXTaskEx::dataFromTask(missing, std::nullopt, nullptr));
     EXPECT_EQ(KXTaskEx::stringFromTask(missing, std::nullopt), "");
-    const std::string told = "Error: " + missing + " is not executable";
-    EXPECT_THAT(logged(), ElementsAre(told, told));
-    EXPECT_THAT(console_.printed.all(), ElementsAre(told, told));
+    const std::string message = "Error: " + missing + " is not executable";
+    EXPECT_THAT(logged(), ElementsAre(message, message));
+    EXPECT_THAT(console_.printed.all(), ElementsAre(message, message));
     EXPECT_THAT(console_.logged.all(), IsEmpty());
 }
 

@@ -38,7 +38,7 @@ class TaskTimeout : public test::TaskTest {
         });
     }
 
-    std::string told(const std::string& tool) {
+    std::string timeoutMessage(const std::string& tool) {
         return "Task " + childPath(tool) + " timed out. Terminating...";
     }
 
@@ -68,7 +68,7 @@ TEST_F(TaskTimeout, TerminatesAToolThatRunsTooLong) {
               SIGTERM);
     passer.join();
     EXPECT_THAT(console_.logged.all(), ElementsAre("Task timed out. Terminating..."));
-    EXPECT_THAT(logged(), ElementsAre(told("hang")));
+    EXPECT_THAT(logged(), ElementsAre(timeoutMessage("hang")));
 }
 
 TEST_F(TaskTimeout, OfARunIsReportedByMessagesOnly) {
@@ -76,7 +76,7 @@ TEST_F(TaskTimeout, OfARunIsReportedByMessagesOnly) {
     KXTaskEx::runTask(childPath("hang"), StringList{pidFile_}, 30s);
     passer.join();
     EXPECT_THAT(console_.logged.all(), ElementsAre("Task timed out. Terminating..."));
-    EXPECT_THAT(logged(), ElementsAre(told("hang")));
+    EXPECT_THAT(logged(), ElementsAre(timeoutMessage("hang")));
 }
 
 TEST_F(TaskTimeout, OfDataReturnsWhatWasRead) {
@@ -92,7 +92,7 @@ TEST_F(TaskTimeout, OfDataReturnsWhatWasRead) {
     caller.join();
     passer.join();
     EXPECT_EQ(text, "so far");
-    EXPECT_THAT(logged(), ElementsAre(told("write_then_hang")));
+    EXPECT_THAT(logged(), ElementsAre(timeoutMessage("write_then_hang")));
 }
 
 TEST_F(TaskTimeout, OfTextTakesAnEncoding) {
@@ -164,7 +164,7 @@ TEST_F(TaskTimeout, AToolThatIgnoresTheSignalIsWaitedFor) {
     ::kill(test::pidIn(pidFile_), SIGKILL);
     caller.join();
     EXPECT_EQ(code, SIGKILL);
-    EXPECT_THAT(logged(), ElementsAre(told("ignore_term")));
+    EXPECT_THAT(logged(), ElementsAre(timeoutMessage("ignore_term")));
 }
 
 TEST_F(TaskTimeout, EndsAToolThatWaitsForInput) {
@@ -208,7 +208,7 @@ TEST_F(TaskTimeout, OfAnEarlierRunTerminatesTheNextToolOfTheSameInstance) {
         runner->terminationCodeFromTaskOnInstance(childPath("hang"), StringList{pidFile_}, 600s),
         SIGTERM);
     passer.join();
-    EXPECT_THAT(logged(), ElementsAre(told("hang")));
+    EXPECT_THAT(logged(), ElementsAre(timeoutMessage("hang")));
     EXPECT_FALSE(time_.over());
 }
 
@@ -233,7 +233,7 @@ TEST_P(ImmediateTimeout, TerminatesARunningToolAtOnce) {
     serveMainThreadUntil([&] { return done.load(); });
     caller.join();
     EXPECT_EQ(code, SIGTERM);
-    EXPECT_THAT(logged(), ElementsAre(told("hang")));
+    EXPECT_THAT(logged(), ElementsAre(timeoutMessage("hang")));
 }
 
 // Delays the launch check until every time-out is over.
@@ -347,13 +347,13 @@ TEST_F(TimeoutSteps, ARunningTaskIsReportedAndThenTerminated) {
     bool wasLogged = true;
     console_.meanwhile = [&] { wasLogged = !logged().empty(); };
     journal_.remark = [this] {
-        return std::string(console_.logged.all().empty() ? "" : ", told") +
+        return std::string(console_.logged.all().empty() ? "" : ", printed") +
                (logged().empty() ? "" : ", logged");
     };
     runner_->timeout();
     EXPECT_FALSE(wasLogged);
     EXPECT_THAT(steps(), ElementsAre("make task", "path /tool", "launch", "running?",
-                                     "terminate, told, logged"));
+                                     "terminate, printed, logged"));
     EXPECT_THAT(console_.logged.all(), ElementsAre("Task timed out. Terminating..."));
     EXPECT_THAT(logged(), ElementsAre("Task /tool timed out. Terminating..."));
     EXPECT_NE(runner_->theTask(), nullptr);

@@ -83,12 +83,12 @@ TEST_F(RunTask, PrintsANilPath) {
 TEST_F(RunTask, APlainFolderPassesTheCheckAndFailsInTheLaunch) {
     const std::string folder = folder_.makeFolder("plain folder");
     EXPECT_FALSE(KXTaskEx::runTask(folder, std::nullopt));
-    const std::string told = "Exception running task " + folder + ": launch path not accessible";
-    EXPECT_THAT(logged(), ElementsAre(told));
+    const std::string message = "Exception running task " + folder + ": launch path not accessible";
+    EXPECT_THAT(logged(), ElementsAre(message));
     EXPECT_THAT(console_.logged.all(), IsEmpty());
     EXPECT_FALSE(KXTaskEx::dataFromTask(folder, std::nullopt, nullptr));
-    EXPECT_THAT(console_.logged.all(), ElementsAre(told));
-    EXPECT_THAT(logged(), ElementsAre(told));
+    EXPECT_THAT(console_.logged.all(), ElementsAre(message));
+    EXPECT_THAT(logged(), ElementsAre(message));
     const std::string exception = "NSInvalidArgumentException: launch path not accessible";
     EXPECT_EQ(exceptionOf([&] { KXTaskEx::terminationCodeFromTask(folder, std::nullopt); }),
               exception);

@@ -193,9 +193,9 @@ TEST_P(TaskContract, ThrowsWhenTheProgramCannotBeStarted) {
     const auto launch = [&](const std::string& path) {
         const auto task = system().tasks->makeTask();
         task->setLaunchPath(path);
-        const std::string told = exceptionOf([&] { task->launch(); });
+        const std::string reason = exceptionOf([&] { task->launch(); });
         EXPECT_FALSE(task->isRunning());
-        return told;
+        return reason;
     };
     EXPECT_EQ(launch(folder_ / "missing"), kNotAccessible);
     EXPECT_EQ(launch(""), kNotAccessible);

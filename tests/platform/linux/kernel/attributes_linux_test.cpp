@@ -186,12 +186,12 @@ TEST_F(LinuxAttributes, ADateBeyondTheClockIsTheLastOrTheFirst) {
     const std::string file = folder_.writeFile("file");
     for (const long seconds : {std::numeric_limits<long>::max(), std::numeric_limits<long>::min(),
                                100'000'000'000L, -100'000'000'000L}) {
-        static long told;
-        told = seconds;
+        static long reported;
+        reported = seconds;
         posix::SystemCalls calls = posix::systemCalls();
         calls.fstatat = [](int folder, const char* name, struct stat* status, int flags) {
             const int failed = posix::nativeSystemCalls().fstatat(folder, name, status, flags);
-            status->st_mtim = {told, 999'999'999};
+            status->st_mtim = {reported, 999'999'999};
             return failed;
         };
         const auto* before = posix::exchangeSystemCalls(&calls);

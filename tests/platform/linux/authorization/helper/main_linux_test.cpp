@@ -120,11 +120,11 @@ TEST_F(RootHelperProgram, LeavesTheLimitsOfItsStarter) {
         ::setrlimit(RLIMIT_CPU, &small);
         ::umask(0);
         HelperProgram helper;
-        const std::string told = helper.channel()
-                                     ? outputOf(*helper.channel(), "/bin/sh",
-                                                {"-c", "ulimit -f; ulimit -t; ulimit -c; umask"})
-                                     : "";
-        ::_exit(told == "unlimited\nunlimited\n0\n0022\n" ? 0 : 1);
+        const std::string limits = helper.channel()
+                                       ? outputOf(*helper.channel(), "/bin/sh",
+                                                  {"-c", "ulimit -f; ulimit -t; ulimit -c; umask"})
+                                       : "";
+        ::_exit(limits == "unlimited\nunlimited\n0\n0022\n" ? 0 : 1);
     }
     EXPECT_EQ(test::exitCodeOf(test), 0);
 }
@@ -187,7 +187,7 @@ TEST_F(RootHelperProgram, RefusesToRunWithASetuidBit) {
 
 // A client in its own process, whose channel another process has as well; it writes the helper's
 // id.
-[[noreturn]] void beClient(const std::string& told) {
+[[noreturn]] void beClient(const std::string& pidFile) {
     auto* const helper = new HelperProgram;
     if (!helper->channel()) ::_exit(1);
     // A child made without the fork handlers keeps its copy of the channel.
@@ -197,7 +197,7 @@ TEST_F(RootHelperProgram, RefusesToRunWithASetuidBit) {
     }
     const std::string number = std::to_string(helper->pid());
     const posix::Descriptor file(
-        ::open(told.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_APPEND, 0600));
+        ::open(pidFile.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_APPEND, 0600));
     if (::write(file.get(), number.data(), number.size()) <= 0) ::_exit(1);
     ::pause();
     ::_exit(0);
