@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_io_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "tools/ditto/failure.h"
 

@@ -13,7 +13,7 @@
 #include "quillmoor/platform/linux/ground/environment_linux.h"
 #include "quillmoor/platform/linux/trash/trashinfo_linux.h"
 #include "quillmoor/platform/posix/fs/create_folder_posix.h"
-#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_io_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {

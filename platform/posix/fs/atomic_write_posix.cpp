@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "quillmoor/platform/posix/fs/directory_entry_posix.h"
-#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_io_posix.h"
 #include "quillmoor/platform/posix/fs/ownership_posix.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 #include "quillmoor/platform/posix/ground/names_posix.h"

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_io_posix.h"
 #include "quillmoor/platform/posix/fs/ownership_posix.h"
 #include "quillmoor/platform/posix/ground/kernel_calls_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "quillmoor/platform/posix/fs/tree_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_contents_posix.h"
 #include "quillmoor/platform/posix/ground/descriptor.h"
 
 namespace quillmoor::platform::posix {

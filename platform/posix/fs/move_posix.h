@@ -4,7 +4,7 @@
 #include <string>
 
 #include "quillmoor/platform/posix/fs/directory_entry_posix.h"
-#include "quillmoor/platform/posix/fs/tree_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_contents_posix.h"
 
 namespace quillmoor::platform::posix {
 

@@ -5,7 +5,7 @@
 #include <new>
 #include <system_error>
 
-#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_io_posix.h"
 #include "quillmoor/platform/posix/ground/signals_blocked_posix.h"
 
 namespace quillmoor::platform::posix {

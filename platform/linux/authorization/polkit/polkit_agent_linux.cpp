@@ -5,8 +5,8 @@
 #include <chrono>
 #include <utility>
 
+#include "quillmoor/platform/linux/authorization/polkit/agent_request_linux.h"
 #include "quillmoor/platform/linux/authorization/polkit/own_process_linux.h"
-#include "quillmoor/platform/linux/authorization/polkit/polkit_request_linux.h"
 
 namespace quillmoor::platform::linux_::authorization {
 namespace {
@@ -126,7 +126,7 @@ bool PolkitAgent::proceed(const LaunchChild& launcher) {
 }
 
 void PolkitAgent::begin(BusMessage call, const LaunchChild& launcher) {
-    std::optional<PolkitRequest> request = readPolkitRequest(bus_, call.get());
+    std::optional<AgentRequest> request = readAgentRequest(bus_, call.get());
     // The launcher must still run: otherwise its id may be another process's by now.
     if (hasBegun_ || !isFrom(call, polkit_) || !request ||
         !isForLauncher(*request, launcher.pid(), user_) || !launcher.isRunning()) {

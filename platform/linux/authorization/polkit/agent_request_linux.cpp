@@ -1,4 +1,4 @@
-#include "quillmoor/platform/linux/authorization/polkit/polkit_request_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/agent_request_linux.h"
 
 #include <unistd.h>
 
@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kGeneralAction = "org.freedesktop.policykit.exec";
 constexpr std::string_view kOwnAction = "com.quillmoor.rights";
 
-bool readDetails(const SdBus& bus, sd_bus_message* call, PolkitRequest& request) {
+bool readDetails(const SdBus& bus, sd_bus_message* call, AgentRequest& request) {
     if (bus.enterContainer(call, 'a', "{ss}") <= 0) return false;
     const char* name = nullptr;
     const char* value = nullptr;
@@ -33,7 +33,7 @@ bool readIdentityValue(const SdBus& bus, sd_bus_message* call, std::optional<uid
     return true;
 }
 
-bool readIdentity(const SdBus& bus, sd_bus_message* call, PolkitRequest& request) {
+bool readIdentity(const SdBus& bus, sd_bus_message* call, AgentRequest& request) {
     const char* kind = nullptr;
     std::optional<uid_t> user;
     if (bus.read(call, "s", &kind) <= 0 || bus.enterContainer(call, 'a', "{sv}") <= 0) return false;
@@ -46,7 +46,7 @@ bool readIdentity(const SdBus& bus, sd_bus_message* call, PolkitRequest& request
     return true;
 }
 
-bool readIdentities(const SdBus& bus, sd_bus_message* call, PolkitRequest& request) {
+bool readIdentities(const SdBus& bus, sd_bus_message* call, AgentRequest& request) {
     if (bus.enterContainer(call, 'a', "(sa{sv})") <= 0) return false;
     int more = 0;
     // 0 is the end of the array, a negative number an error.
@@ -56,15 +56,15 @@ bool readIdentities(const SdBus& bus, sd_bus_message* call, PolkitRequest& reque
 }
 
 // Details are texts, also where they are numbers of processes.
-bool names(const PolkitRequest& request, const char* detail, pid_t process) {
+bool names(const AgentRequest& request, const char* detail, pid_t process) {
     const auto found = request.details.find(detail);
     return found != request.details.end() && found->second == std::to_string(process);
 }
 
 }  // namespace
 
-std::optional<PolkitRequest> readPolkitRequest(const SdBus& bus, sd_bus_message* call) {
-    PolkitRequest request;
+std::optional<AgentRequest> readAgentRequest(const SdBus& bus, sd_bus_message* call) {
+    AgentRequest request;
     const char* action = nullptr;
     const char* cookie = nullptr;
     if (bus.read(call, "s", &action) <= 0) return std::nullopt;
@@ -78,7 +78,7 @@ std::optional<PolkitRequest> readPolkitRequest(const SdBus& bus, sd_bus_message*
     return request;
 }
 
-bool isForLauncher(const PolkitRequest& request, pid_t launcher, uid_t user) {
+bool isForLauncher(const AgentRequest& request, pid_t launcher, uid_t user) {
     return (request.action == kOwnAction || request.action == kGeneralAction) &&
            names(request, "polkit.caller-pid", launcher) &&
            names(request, "polkit.subject-pid", ::getpid()) &&

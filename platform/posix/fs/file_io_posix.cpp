@@ -1,4 +1,4 @@
-#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_io_posix.h"
 
 #include <errno.h>
 #include <unistd.h>

@@ -12,7 +12,7 @@
 
 namespace quillmoor::platform::linux_::authorization {
 
-struct PolkitRequest {
+struct AgentRequest {
     std::string action;
     std::string cookie;  // identifies the request
     // Among them "polkit.caller-pid", the process that asked polkit, and "polkit.subject-pid", the
@@ -22,11 +22,11 @@ struct PolkitRequest {
 };
 
 // Reads the arguments of a BeginAuthentication call; nil when they are not of that form.
-std::optional<PolkitRequest> readPolkitRequest(const SdBus& bus, sd_bus_message* call);
+std::optional<AgentRequest> readAgentRequest(const SdBus& bus, sd_bus_message* call);
 
 // True for the request that `launcher`, a child of this process, makes to run a program as root, if
 // `user` may allow it. polkit also sends requests of other processes here that name this process as
 // their subject: answering one would authorize what that process asked for.
-bool isForLauncher(const PolkitRequest& request, pid_t launcher, uid_t user);
+bool isForLauncher(const AgentRequest& request, pid_t launcher, uid_t user);
 
 }  // namespace quillmoor::platform::linux_::authorization

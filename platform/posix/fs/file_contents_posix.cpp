@@ -1,4 +1,4 @@
-#include "quillmoor/platform/posix/fs/tree_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_contents_posix.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -8,7 +8,7 @@
 #include <limits>
 #include <string_view>
 
-#include "quillmoor/platform/posix/fs/file_data_posix.h"
+#include "quillmoor/platform/posix/fs/file_io_posix.h"
 #include "quillmoor/platform/posix/fs/read_ahead_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 

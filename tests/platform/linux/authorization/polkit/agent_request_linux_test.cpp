@@ -1,4 +1,4 @@
-#include "quillmoor/platform/linux/authorization/polkit/polkit_request_linux.h"
+#include "quillmoor/platform/linux/authorization/polkit/agent_request_linux.h"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -20,7 +20,7 @@ using testing::Pair;
 constexpr pid_t kLauncher = 1234;
 constexpr uid_t kUser = 4711;
 
-PolkitRequest ownRequest() {
+AgentRequest ownRequest() {
     return {"com.quillmoor.rights",
             "cookie",
             {{"polkit.caller-pid", "1234"}, {"polkit.subject-pid", std::to_string(::getpid())}},
@@ -28,7 +28,7 @@ PolkitRequest ownRequest() {
 }
 
 TEST(IsForLauncherTest, TheLaunchersOwnRequest) {
-    PolkitRequest request = ownRequest();
+    AgentRequest request = ownRequest();
     EXPECT_TRUE(isForLauncher(request, kLauncher, kUser));
     EXPECT_TRUE(isForLauncher(request, kLauncher, 0));
     request.action = "org.freedesktop.policykit.exec";
@@ -37,7 +37,7 @@ TEST(IsForLauncherTest, TheLaunchersOwnRequest) {
 
 TEST(IsForLauncherTest, RejectsOtherActions) {
     for (const char* action : {"", "org.freedesktop.policykit.exec2", "com.quillmoor"}) {
-        PolkitRequest request = ownRequest();
+        AgentRequest request = ownRequest();
         request.action = action;
         EXPECT_FALSE(isForLauncher(request, kLauncher, kUser)) << action;
     }
@@ -45,7 +45,7 @@ TEST(IsForLauncherTest, RejectsOtherActions) {
 
 TEST(IsForLauncherTest, RejectsOtherProcesses) {
     for (const char* detail : {"polkit.caller-pid", "polkit.subject-pid"}) {
-        PolkitRequest request = ownRequest();
+        AgentRequest request = ownRequest();
         for (const char* other : {"", "1", "01234", "1234 ", "12345"}) {
             request.details[detail] = other;
             EXPECT_FALSE(isForLauncher(request, kLauncher, kUser)) << detail << other;
@@ -56,7 +56,7 @@ TEST(IsForLauncherTest, RejectsOtherProcesses) {
 }
 
 TEST(IsForLauncherTest, RejectsOtherUsers) {
-    PolkitRequest request = ownRequest();
+    AgentRequest request = ownRequest();
     EXPECT_FALSE(isForLauncher(request, kLauncher, 1));
     request.users.clear();
     EXPECT_FALSE(isForLauncher(request, kLauncher, kUser));
@@ -64,7 +64,7 @@ TEST(IsForLauncherTest, RejectsOtherUsers) {
 }
 
 // A call as it is read at the other end.
-class ReadPolkitRequestTest : public testing::Test {
+class ReadAgentRequest : public testing::Test {
   protected:
     void SetUp() override {
         if (sdBus() == nullptr) GTEST_SKIP() << "libsystemd is not installed";
@@ -77,12 +77,12 @@ class ReadPolkitRequestTest : public testing::Test {
     void append(const char* types, Values... values) {
         ASSERT_GE(sdBus()->append(call_.get(), types, values...), 0);
     }
-    std::optional<PolkitRequest> read() {
+    std::optional<AgentRequest> read() {
         using Seal = int (*)(sd_bus_message*, std::uint64_t, std::uint64_t);
         void* const library = ::dlopen("libsystemd.so.0", RTLD_LAZY | RTLD_LOCAL);
         const auto seal = reinterpret_cast<Seal>(::dlsym(library, "sd_bus_message_seal"));
         EXPECT_GE(seal(call_.get(), 1, 0), 0);
-        return readPolkitRequest(*sdBus(), call_.get());
+        return readAgentRequest(*sdBus(), call_.get());
     }
 
     test::FakePolkit bus_;
@@ -90,7 +90,7 @@ class ReadPolkitRequestTest : public testing::Test {
     BusMessage call_;
 };
 
-TEST_F(ReadPolkitRequestTest, ReadsWhatIsNeeded) {
+TEST_F(ReadAgentRequest, ReadsWhatIsNeeded) {
     append("sss", "an.action", "a message", "an icon");
     append("a{ss}", 2U, "a", "1", "b", "2");
     append("s", "a cookie");
@@ -106,7 +106,7 @@ TEST_F(ReadPolkitRequestTest, ReadsWhatIsNeeded) {
     EXPECT_THAT(request->users, ElementsAre(5U, 8U));
 }
 
-TEST_F(ReadPolkitRequestTest, AcceptsEmptyLists) {
+TEST_F(ReadAgentRequest, AcceptsEmptyLists) {
     append("sss", "", "", "");
     append("a{ss}", 0U);
     append("s", "");
@@ -117,18 +117,18 @@ TEST_F(ReadPolkitRequestTest, AcceptsEmptyLists) {
     EXPECT_TRUE(request->users.empty());
 }
 
-TEST_F(ReadPolkitRequestTest, RefusesMissingArguments) {
+TEST_F(ReadAgentRequest, RefusesMissingArguments) {
     append("sss", "an.action", "a message", "an icon");
     append("a{ss}", 0U);
     append("s", "a cookie");
     EXPECT_FALSE(read().has_value());
 }
 
-TEST_F(ReadPolkitRequestTest, RejectsACallWithoutArguments) {
+TEST_F(ReadAgentRequest, RejectsACallWithoutArguments) {
     EXPECT_FALSE(read().has_value());
 }
 
-TEST_F(ReadPolkitRequestTest, RefusesDetailsOfAnotherType) {
+TEST_F(ReadAgentRequest, RefusesDetailsOfAnotherType) {
     append("sss", "an.action", "a message", "an icon");
     append("a{su}", 1U, "polkit.caller-pid", 1U);
     append("s", "a cookie");
@@ -136,7 +136,7 @@ TEST_F(ReadPolkitRequestTest, RefusesDetailsOfAnotherType) {
     EXPECT_FALSE(read().has_value());
 }
 
-TEST_F(ReadPolkitRequestTest, RefusesAUserOfAnotherType) {
+TEST_F(ReadAgentRequest, RefusesAUserOfAnotherType) {
     append("sss", "an.action", "a message", "an icon");
     append("a{ss}", 0U);
     append("s", "a cookie");
