@@ -40,7 +40,7 @@ class FileManagerContract : public testing::TestWithParam<BackEnd> {
     const std::string dangling_ = folder_.makeLink("dangling", "nowhere");
 };
 
-INSTANTIATE_TEST_SUITE_P(BackEnds, FileManagerContract, backEnds(), nameOf<BackEnd>);
+INSTANTIATE_TEST_SUITE_P(All, FileManagerContract, backEnds(), nameOf<BackEnd>);
 
 TEST_P(FileManagerContract, WhatExistsIsAskedThroughLinks) {
     EXPECT_TRUE(files().fileExists(file_));

@@ -61,7 +61,7 @@ class FileTreeContract : public testing::TestWithParam<BackEnd> {
     const TempFolder folder_;
 };
 
-INSTANTIATE_TEST_SUITE_P(BackEnds, FileTreeContract, backEnds(), nameOf<BackEnd>);
+INSTANTIATE_TEST_SUITE_P(All, FileTreeContract, backEnds(), nameOf<BackEnd>);
 
 TEST_P(FileTreeContract, ASizeIsThatOfTheFilesAlone) {
     folder_.writeFile("tree/one", "ten bytes.");

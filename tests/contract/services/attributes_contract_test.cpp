@@ -26,6 +26,15 @@ class AttributesContract : public testing::TestWithParam<BackEnd> {
   protected:
     Attributes& attributes() { return *GetParam().platform().attributes; }
 
+    std::optional<system_clock::time_point> dateOf(const std::string& path) {
+        const auto item = attributes().attributesOfItem(path);
+        return item ? std::optional(item->modificationDate) : std::nullopt;
+    }
+    std::optional<std::uint64_t> sizeOf(const std::string& path) {
+        const auto item = attributes().attributesOfItem(path);
+        return item ? std::optional(item->size) : std::nullopt;
+    }
+
     // The text that a call fails with.
     static std::string textOf(const Outcome& outcome) {
         return outcome ? "a success" : outcome.error().description;
@@ -55,8 +64,8 @@ TEST_P(AttributesContract, AFolderHasAttributes) {
 
 TEST_P(AttributesContract, ReadsTheAttributesOfALinkItself) {
     folder_.writeFile("file", "a longer text than the name");
-    EXPECT_EQ(attributes().attributesOfItem(folder_.makeLink("link", "file"))->size, 4U);
-    EXPECT_EQ(attributes().attributesOfItem(folder_.makeLink("dangling", "nowhere"))->size, 7U);
+    EXPECT_EQ(sizeOf(folder_.makeLink("link", "file")), 4U);
+    EXPECT_EQ(sizeOf(folder_.makeLink("dangling", "nowhere")), 7U);
 }
 
 TEST_P(AttributesContract, AreNilForAMissingItem) {
@@ -104,8 +113,7 @@ TEST_P(AttributesContract, AModificationDateIsReadBack) {
     for (const auto date : {epoch, epoch + 1s + 500ms, epoch - 1s, epoch - 1ns, epoch - 30 * 8760h,
                             epoch + 80 * 8760h, epoch + 1'700'000'000s + 123'456'789ns}) {
         EXPECT_TRUE(attributes().setModificationDate(file, date));
-        EXPECT_EQ(attributes().attributesOfItem(file)->modificationDate, date)
-            << date.time_since_epoch().count();
+        EXPECT_EQ(dateOf(file), date) << date.time_since_epoch().count();
     }
 }
 
@@ -124,8 +132,8 @@ TEST_P(AttributesContract, AModificationDateFollowsLinks) {
     const std::string file = folder_.writeFile("file");
     const system_clock::time_point date(1'000'000'000s);
     EXPECT_TRUE(attributes().setModificationDate(folder_.makeLink("link", "file"), date));
-    EXPECT_EQ(attributes().attributesOfItem(file)->modificationDate, date);
-    EXPECT_NE(attributes().attributesOfItem(folder_ / "link")->modificationDate, date);
+    EXPECT_EQ(dateOf(file), date);
+    EXPECT_NE(dateOf(folder_ / "link"), date);
 }
 
 TEST_P(AttributesContract, ADateOfWhatIsMissingIsAnError) {

@@ -77,8 +77,8 @@ INSTANTIATE_TEST_SUITE_P(All, AuthorizationContract,
 // What only a system can keep.
 class SystemAuthorizationContract : public testing::TestWithParam<BackEnd> {
   protected:
-    SystemAuthorizationContract() {
-        EXPECT_EQ(service().create(std::nullopt, std::nullopt, 0, reference_),
+    void SetUp() override {
+        ASSERT_EQ(service().create(std::nullopt, std::nullopt, 0, reference_),
                   kAuthorizationSuccess);
     }
     ~SystemAuthorizationContract() override { service().free(reference_, 0); }
@@ -126,6 +126,7 @@ class UserAuthorizationContract : public SystemAuthorizationContract {
   protected:
     void SetUp() override {
         if (::getuid() == 0) GTEST_SKIP() << "about ordinary users";
+        SystemAuthorizationContract::SetUp();
     }
 };
 
@@ -138,6 +139,7 @@ class RootAuthorizationContract : public SystemAuthorizationContract {
   protected:
     void SetUp() override {
         if (::getuid() != 0) GTEST_SKIP() << "about root";
+        SystemAuthorizationContract::SetUp();
         ASSERT_EQ(askFor(kAdmin), kAuthorizationSuccess);
     }
     const test::TempFolder folder_;

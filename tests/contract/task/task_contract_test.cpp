@@ -17,15 +17,11 @@
 #include "quillmoor/platform/platform.h"
 #include "tests/children/child_tools.h"
 #include "tests/children/pattern.h"
+#include "tests/contract/services/back_end.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillmoor::platform {
 namespace {
-
-struct BackEnd {
-    const char* name;
-    const Platform& (*platform)();
-};
 
 class TaskContract : public ::testing::TestWithParam<BackEnd> {
   protected:
@@ -76,8 +72,7 @@ class TaskContract : public ::testing::TestWithParam<BackEnd> {
     test::TempFolder folder_;
 };
 
-INSTANTIATE_TEST_SUITE_P(BackEnds, TaskContract, ::testing::Values(BackEnd{"native", native}),
-                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(All, TaskContract, backEnds(), nameOf<BackEnd>);
 
 TEST_P(TaskContract, ReturnsTheExitStatus) {
     for (const int status : {0, 3, 255})
