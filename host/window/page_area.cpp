@@ -29,6 +29,10 @@ QScrollArea* newPageArea(QWidget* parent) {
 
 void setPage(QScrollArea& area, std::unique_ptr<QWidget> page) {
     auto* holder = new QWidget;
+    // Empty: with its page it would be laid out here, and again when the window has its size.
+    area.setWidget(holder);
+    // setWidget() has just turned this on, which would hide the card's colour.
+    holder->setAutoFillBackground(false);
     auto* layout = new QVBoxLayout(holder);
     // Focus frames are drawn beyond the page's own margins and must not be clipped there.
     constexpr int room = HostStyle::kFocusRoom;
@@ -38,9 +42,6 @@ void setPage(QScrollArea& area, std::unique_ptr<QWidget> page) {
     page->setParent(holder, Qt::Widget);
     page->setVisible(true);
     layout->addWidget(page.release());
-    area.setWidget(holder);
-    // setWidget() has just turned this on, which would hide the card's colour.
-    holder->setAutoFillBackground(false);
 }
 
 }  // namespace quillmoor::host
