@@ -57,7 +57,9 @@ end_with() {
     wait $process || status=$?
 }
 
-Xvfb -displayfd 3 -nolisten tcp -screen 0 1000x800x24 3>"$TMPDIR/display" 2>/dev/null &
+# Without -noreset the server restarts when the only client ends, such as the one that looks for the
+# window manager, and the manager that is just connecting ends as well.
+Xvfb -displayfd 3 -noreset -nolisten tcp -screen 0 1000x800x24 3>"$TMPDIR/display" 2>/dev/null &
 server=$!
 wait_for "the X server" test -s "$TMPDIR/display"
 DISPLAY=:$(cat "$TMPDIR/display")

@@ -66,8 +66,11 @@ class SmallScreen : public ::testing::Test {
                 GTEST_SKIP() << program << " is not installed";
         const std::string number = folder_ / "display";
         const std::string size = std::to_string(kWidth) + "x" + std::to_string(kHeight) + "x24";
-        server_ = std::make_unique<Background>("Xvfb -displayfd 3 -nolisten tcp -screen 0 " + size +
-                                               " 3>'" + number + "' 2>/dev/null");
+        // Without -noreset the server restarts when the only client ends, such as the one that
+        // looks for the window manager, and the manager that is just connecting ends as well.
+        server_ =
+            std::make_unique<Background>("Xvfb -displayfd 3 -noreset -nolisten tcp -screen 0 " +
+                                         size + " 3>'" + number + "' 2>/dev/null");
         waitFor("the X server", [&] { return readFile(number).ends_with('\n'); });
         display_ = ":" + readFile(number).substr(0, readFile(number).find('\n'));
         manager_ = std::make_unique<Background>("env DISPLAY=" + display_ +
