@@ -33,7 +33,7 @@ target_compile_options(kx_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -W
     -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Werror)
 # g++ 12 warns wrongly of its own std::string.
 target_compile_options(kx_options INTERFACE
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
 
 # Some compilers have this by default. With it the libraries that are linked are always the same.
 target_link_options(kx_options INTERFACE -Wl,--as-needed)
@@ -55,7 +55,7 @@ if(KX_SANITIZE)
     target_link_options(kx_options INTERFACE -fsanitize=${KX_SANITIZE})
     # In instrumented code, g++ 12 warns wrongly of its own std::regex.
     target_compile_options(kx_options INTERFACE
-        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+        $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>)
     if(KX_SANITIZE MATCHES "undefined")
         # The check of virtual tables opens a pipe and fails in tests that use up all descriptors.
         target_compile_options(kx_options INTERFACE -fno-sanitize-recover=undefined

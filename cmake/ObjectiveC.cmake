@@ -1,0 +1,49 @@
+# Objective-C++, which the sources for macOS are in: KX_OBJC says whether they can be compiled here, and
+# why not if they cannot. On a Mac by the system's own compiler; elsewhere by clang with GNUstep, for the
+# tests. Targets link kx_objc.
+if(APPLE)
+    enable_language(OBJCXX)
+    set(KX_OBJC ON)
+    add_library(kx_objc INTERFACE)
+    return()
+endif()
+
+find_program(KX_CLANGXX NAMES clang++)
+find_program(KX_GNUSTEP_CONFIG NAMES gnustep-config)
+# The runtime's headers come with the compiler that GNUstep was built with.
+file(GLOB KX_OBJC_RUNTIME LIST_DIRECTORIES true "/usr/lib/gcc/*/*/include/objc")
+set(missing "")
+foreach(what KX_CLANGXX KX_GNUSTEP_CONFIG KX_OBJC_RUNTIME)
+    if(NOT ${what})
+        string(APPEND missing " ${what}")
+    endif()
+endforeach()
+if(missing)
+    message(STATUS "The sources for macOS are not compiled: not found:${missing}")
+    set(KX_OBJC OFF)
+    return()
+endif()
+
+set(CMAKE_OBJCXX_COMPILER "${KX_CLANGXX}")
+set(CMAKE_OBJCXX_COMPILER_LAUNCHER "${CMAKE_CXX_COMPILER_LAUNCHER}")
+enable_language(OBJCXX)
+set(KX_OBJC ON)
+
+execute_process(COMMAND "${KX_GNUSTEP_CONFIG}" --objc-flags OUTPUT_VARIABLE flags
+    OUTPUT_STRIP_TRAILING_WHITESPACE)
+execute_process(COMMAND "${KX_GNUSTEP_CONFIG}" --gui-libs OUTPUT_VARIABLE libraries
+    OUTPUT_STRIP_TRAILING_WHITESPACE)
+separate_arguments(flags UNIX_COMMAND "${flags}")
+separate_arguments(libraries UNIX_COMMAND "${libraries}")
+# Only what GNUstep itself needs: the project has its own levels of optimisation and warnings.
+list(FILTER flags EXCLUDE REGEX "^-(g|O.|MMD|MP|W.*|I.*)$")
+list(FILTER libraries EXCLUDE REGEX "^-(L/root|L/home|shared-libgcc|rdynamic|fexceptions|pthread).*$")
+list(GET KX_OBJC_RUNTIME -1 runtime)
+get_filename_component(runtime "${runtime}" DIRECTORY)
+get_filename_component(libraryFolder "${runtime}" DIRECTORY)
+
+add_library(kx_objc INTERFACE)
+target_compile_options(kx_objc INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:${flags};-fobjc-runtime=gcc>)
+target_include_directories(kx_objc SYSTEM INTERFACE
+    $<$<COMPILE_LANGUAGE:OBJCXX>:/usr/include/GNUstep> $<$<COMPILE_LANGUAGE:OBJCXX>:${runtime}>)
+target_link_libraries(kx_objc INTERFACE -L${libraryFolder} ${libraries})
