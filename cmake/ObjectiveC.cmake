@@ -26,7 +26,10 @@ endif()
 
 set(CMAKE_OBJCXX_COMPILER "${KX_CLANGXX}")
 set(CMAKE_OBJCXX_COMPILER_LAUNCHER "${CMAKE_CXX_COMPILER_LAUNCHER}")
+# Enabling clang replaces the pragma that begins all precompiled headers; g++ does not know clang's.
+set(prologue "${CMAKE_PCH_PROLOGUE}")
 enable_language(OBJCXX)
+set(CMAKE_PCH_PROLOGUE "${prologue}")
 set(KX_OBJC ON)
 
 execute_process(COMMAND "${KX_GNUSTEP_CONFIG}" --objc-flags OUTPUT_VARIABLE flags
