@@ -5,12 +5,11 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
-#include <functional>
 
 #include "quillmoor/base/paths.h"
 #include "quillmoor/log/KXLog.h"
 #include "tests/children/child_tools.h"
+#include "tests/pane/support/pane_fakes.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/temp_folder.h"
 
@@ -45,47 +44,6 @@ class RecordingNavigation : public PaneNavigation {
     Events& events_;
 };
 
-class FakeApplications : public test::ForwardingApplications {
-  public:
-    OptionalPath product;
-    StringList opened;
-    StringList looked;
-    OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
-        looked.push_back(identifier);
-        return identifier == "com.quillmoor.tallyframe" ? product : std::nullopt;
-    }
-    bool openFile(const std::string& path) override {
-        opened.push_back(path);
-        return test::somethingAt(path);
-    }
-};
-
-class FakeTools : public test::ForwardingToolPaths {
-  public:
-    std::string tool = "/nonexistent/ditto";
-    std::string toolPath(const std::string&) override { return tool; }
-};
-
-class OwnBundle : public platform::Bundle {
-  public:
-    OptionalPath archive;
-    StringList asked;
-    std::function<void()> meanwhile = [] {};
-    OptionalPath executablePath() override { return std::nullopt; }
-    OptionalString infoDictionaryText(const std::string&) override { return std::nullopt; }
-    OptionalPath pathForResource(const std::string& name, const std::string& type) override {
-        asked = {name, type};
-        meanwhile();
-        return archive;
-    }
-};
-
-class FakeBundles : public test::ForwardingBundles {
-  public:
-    std::shared_ptr<OwnBundle> own = std::make_shared<OwnBundle>();
-    std::shared_ptr<platform::Bundle> bundleForCode(const void*) override { return own; }
-};
-
 class FakeLocations : public test::ForwardingLocations {
   public:
     int asked = 0;
@@ -114,9 +72,9 @@ class Pane : public ::testing::Test {
     RecordingControl titleText_{"titleText", events_};
     RecordingControl descriptionText_{"descriptionText", events_};
     RecordingControl uninstallBtn_{"uninstallBtn", events_};
-    FakeApplications applications_;
-    FakeTools tools_;
-    FakeBundles bundles_;
+    test::FakeApplications applications_;
+    test::FakeTools tools_;
+    test::FakeBundles bundles_;
     test::ScopedPlatform platform_;
     test::TempFolder folder_;
     RK_MessageViewPane pane_{navigation_};
@@ -204,20 +162,8 @@ TEST_F(Pane, DoesNotLogOnEntry) {
     EXPECT_FALSE(test::somethingAt(std::string(std::getenv("HOME")) + "/Library"));
 }
 
-// Replaces the archiving tool: records its arguments, each in brackets, and whether the folder it
-// is given exists already, and creates it.
-std::string writeTool(const test::TempFolder& folder) {
-    const std::string tool =
-        folder.writeFile("tool", "#!/bin/sh\nexec >> '" + (folder / "arguments") +
-                                     "'\nprintf '[%s]' \"$@\"\n[ $# -ge 3 ] || exit 0\n"
-                                     "[ ! -e \"$3\" ] || printf '(exists)'\n"
-                                     "mkdir -p \"$3/Tallyframe Uninstaller.app\"\n");
-    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
-    return tool;
-}
-
 TEST_F(Pane, TheButtonUnpacksTheUninstallerIntoANewFolderAndOpensIt) {
-    tools_.tool = writeTool(folder_);
+    tools_.tool = test::writeTool(folder_);
     bundles_.own->archive = folder_.writeFile("Tallyframe Uninstaller.zip");
     pane_.uninstall(&uninstallBtn_);
     EXPECT_THAT(bundles_.own->asked, ElementsAre("Tallyframe Uninstaller", "zip"));
@@ -252,7 +198,7 @@ TEST_F(Pane, TheButtonLogsNothingWhateverFails) {
     };
     const auto file = std::make_shared<LogFile>();
     KXLog::sharedController()->setFileHandle(file);
-    tools_.tool = writeTool(folder_);
+    tools_.tool = test::writeTool(folder_);
     pane_.uninstall(nullptr);
     bundles_.own = nullptr;
     pane_.uninstall(nullptr);
@@ -263,7 +209,7 @@ TEST_F(Pane, TheButtonLogsNothingWhateverFails) {
 }
 
 TEST_F(Pane, PressingTwiceUnpacksTwoCopiesThatRemain) {
-    tools_.tool = writeTool(folder_);
+    tools_.tool = test::writeTool(folder_);
     bundles_.own->archive = folder_.writeFile("Tallyframe Uninstaller.zip");
     pane_.uninstall(nullptr);
     pane_.uninstall(nullptr);
@@ -274,7 +220,7 @@ TEST_F(Pane, PressingTwiceUnpacksTwoCopiesThatRemain) {
 }
 
 TEST_F(Pane, AMissingArchiveRunsTheToolWithItsOptionsOnly) {
-    tools_.tool = writeTool(folder_);
+    tools_.tool = test::writeTool(folder_);
     pane_.uninstall(nullptr);
     EXPECT_EQ(test::readFile(folder_ / "arguments"), "[-xk]");
     ASSERT_EQ(applications_.opened.size(), 1U);
