@@ -8,6 +8,7 @@
 #include "tests/host/support/bundle_maker.h"
 #include "tests/host/support/host_run.h"
 #include "tests/host/support/version_check.h"
+#include "tests/pane/support/walk_table.h"
 
 namespace quillmoor::test {
 namespace {
@@ -115,6 +116,33 @@ TEST_F(VersionCheckBundle, NoticesWhatIsRemovedAndInstalledMeanwhile) {
         "continue\nback\nexpect pane Introduction\nrun mv ${ENTRY}.away ${ENTRY}\n"
         "continue\nexpect pane Version Check\n");
     EXPECT_EQ(run.status, 0) << run.error;
+}
+
+// The tests of the pane for macOS walk the same table.
+TEST_F(VersionCheckBundle, WalksLeadWhereTheTableSays) {
+    const auto scriptOf = [](const Walk& walk) {
+        std::string script;
+        for (std::size_t i = 0; i < walk.steps.size(); ++i) {
+            const std::string& step = walk.steps[i];
+            if (step == "remove")
+                script += "run mv ${ENTRY} ${ENTRY}.away\n";
+            else if (step == "install")
+                script += "run mv ${ENTRY}.away ${ENTRY}\n";
+            else
+                script += step + "\n";
+            script += "expect pane " + walk.panes[i] + "\n";
+            if (walk.panes[i] != "Version Check") continue;
+            for (const char* element : {"titleText", "descriptionText", "uninstallBtn"})
+                script += std::string("expect visible ") + element + "\n";
+        }
+        return script;
+    };
+    for (const Walk& walk : readWalks(WALKS)) {
+        computer_.install();
+        if (!walk.installed) fs::rename(computer_.entry(), computer_.entry() + ".away");
+        const auto run = play(scriptOf(walk));
+        EXPECT_EQ(run.status, 0) << walk.line << "\n" << run.error;
+    }
 }
 
 // Applications of a home are found for an ordinary user only.

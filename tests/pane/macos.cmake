@@ -10,8 +10,10 @@ add_library(version_check_macos STATIC
 target_link_libraries(version_check_macos
     PUBLIC version_check_pane InstallerPlugins PRIVATE kx_options)
 
-kx_test(test_pane_macos RK_MessageViewPane_macos_test.mm exception_barrier_macos_test.mm)
+kx_test(test_pane_macos RK_MessageViewPane_macos_test.mm exception_barrier_macos_test.mm
+    pane_walks_test.mm)
 target_link_libraries(test_pane_macos PRIVATE version_check_macos)
+target_compile_definitions(test_pane_macos PRIVATE WALKS="${CMAKE_CURRENT_SOURCE_DIR}/walks.txt")
 # The precompiled header is one of C++.
 set_target_properties(test_pane_macos PROPERTIES DISABLE_PRECOMPILE_HEADERS ON LINKER_LANGUAGE CXX)
 
