@@ -10,7 +10,7 @@ import sys
 import tempfile
 
 FOLDERS = ("base", "platform", "paths", "log", "task", "auth", "files", "pane", "host", "tools",
-           "examples", "tests")
+           "examples", "objc", "tests")
 
 
 class Copy:
@@ -55,7 +55,7 @@ class Copy:
 
 
 def including(file, header, problem):
-    root = "" if header.split("/")[0] in ("host", "tools", "examples") else "quillmoor/"
+    root = "" if header.split("/")[0] in ("host", "tools", "examples", "objc") else "quillmoor/"
     return (f"{file} includes {header}",
             lambda copy: copy.add_line(file, f'#include "{root}{header}"'), f"{file}:*: {problem}")
 

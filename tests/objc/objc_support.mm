@@ -1,0 +1,45 @@
+#include "tests/objc/objc_support.h"
+
+#include "objc/bridge.h"
+
+namespace quillmoor::test {
+namespace {
+
+class Pools : public ::testing::EmptyTestEventListener {
+    void OnTestStart(const ::testing::TestInfo&) override {
+        pool_ = [[NSAutoreleasePool alloc] init];
+    }
+    void OnTestEnd(const ::testing::TestInfo&) override { [pool_ drain]; }
+
+    NSAutoreleasePool* pool_ = nil;
+};
+
+[[maybe_unused]] const bool kInstalled = [] {
+    ::testing::UnitTest::GetInstance()->listeners().Append(new Pools);
+    return true;
+}();
+
+}  // namespace
+
+std::string textOf(NSString* text) {
+    return objc::toString(text).value_or("nil");
+}
+
+std::string textOf(const OptionalString& text) {
+    return text.value_or("nil");
+}
+
+NSString* string(const std::string& text) {
+    return objc::fromString(std::string_view(text));
+}
+
+std::string nameOfRaised(const std::function<void()>& body) {
+    @try {
+        body();
+    } @catch (NSException* exception) {
+        return textOf([exception name]);
+    }
+    return "";
+}
+
+}  // namespace quillmoor::test
