@@ -8,6 +8,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -58,6 +59,10 @@ id fromObject(const std::shared_ptr<void>& object);
 // A name or a reason that is nil is "(null)".
 platform::Exception toException(NSException* exception);
 NSException* fromException(const platform::Exception& exception);
+
+// Calls `body`, inside an autorelease pool, and throws an NSException that it raises as
+// platform::Exception, like any C++ exception. For calls of a caller's object by the library.
+void throwing(const std::function<void()>& body);
 
 // Calls -----------------------------------------------------------------------------------------
 

@@ -137,6 +137,19 @@ NSException* fromException(const platform::Exception& exception) {
                                  userInfo:nil];
 }
 
+// The exception of C++ must not reach the @catch, which not every system's compiler lets it pass.
+void throwing(const std::function<void()>& body) {
+    std::optional<platform::Exception> thrown;
+    @autoreleasepool {
+        @try {
+            thrown = exceptionFrom(body);
+        } @catch (NSException* exception) {
+            thrown = toException(exception);
+        }
+    }
+    if (thrown) throw *thrown;
+}
+
 void logException(const platform::Exception& exception, const char* method) {
     quillmoor::KXException::logException(&exception, method);
 }

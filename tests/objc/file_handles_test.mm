@@ -1,0 +1,37 @@
+#include "objc/file_handles.h"
+
+#include "quillmoor/platform/platform.h"
+#include "tests/objc/objc_support.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillmoor::test {
+
+using namespace objc;
+
+TEST(FileHandles, ReleasesTheFileWithItsLastWrapper) {
+    TempFolder folder;
+    auto file = platform::native().fileHandles->openForWriting(folder.writeFile("file"));
+    const std::weak_ptr<platform::FileHandle> watched = file;
+    {
+        NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+        NSFileHandle* handle = fromFileHandle(file);
+        EXPECT_EQ(fromFileHandle(file), handle);
+        EXPECT_EQ(toFileHandle(handle), file);
+        file = nullptr;
+        EXPECT_FALSE(watched.expired());
+        [pool drain];
+    }
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST(FileHandles, ReadsAHandleOfTheCaller) {
+    NSPipe* pipe = [NSPipe pipe];
+    [[pipe fileHandleForWriting] writeData:[NSData dataWithBytes:"abc" length:3]];
+    platform::ByteBuffer buffer;
+    const auto handle = toFileHandle([pipe fileHandleForReading]);
+    EXPECT_EQ(handle->readAvailableData(buffer), 3U);
+    EXPECT_EQ(buffer.takeData().view(), "abc");
+    EXPECT_EQ(fromFileHandle(handle), [pipe fileHandleForReading]);
+}
+
+}  // namespace quillmoor::test
