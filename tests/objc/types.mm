@@ -23,7 +23,8 @@ std::string encodingOf(const std::string& name) {
         {"id", @encode(id)},
         {"id*", @encode(id*)}};
     // Every class of objects is encoded alike.
-    const bool isObject = name.starts_with("NS") && !kEncodings.contains(name);
+    const bool isObject =
+        (name.starts_with("NS") || name.starts_with("KX")) && !kEncodings.contains(name);
     const auto found = kEncodings.find(isObject ? "id" : name);
     return found == kEncodings.end() ? "?" + name : plainType(found->second);
 }
