@@ -39,6 +39,13 @@ void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArgumen
 void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                                  Object delegate, Selector selector, Object object,
                                  const OptionalEnvironment& environment) {
+    startRun(path, arguments, std::move(delegate), std::move(selector), std::move(object),
+             environment, nullptr);
+}
+
+void KXTaskEx::startRun(const OptionalPath& path, const OptionalArguments& arguments,
+                        Object delegate, Selector selector, Object object,
+                        const OptionalEnvironment& environment, Object instance) {
     const platform::Platform& system = platform::current();
     // The previous listener is removed first, and destroyed by the assignment, with nothing locked:
     // its destructor may call this instance.
@@ -52,7 +59,8 @@ void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArgumen
     task->setLaunchPath(path.value_or(""));
     task->setArguments(arguments.value_or(StringList()));
     const Run run = prepare(listener, task);
-    system.mainThread->detachNewThread([self = shared_from_this(), run] { self->read(run); });
+    system.mainThread->detachNewThread(
+        [kept = std::move(instance), self = shared_from_this(), run] { self->read(run); });
 }
 
 // Under the lock, so that a termination happens before or after it, never in between.

@@ -129,7 +129,12 @@ OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
 OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments, StringEncoding encoding,
                                         TaskReference* task) {
-    return decoded(dataFromTask(path, arguments, task), encoding);
+    return string(path, arguments, encoding, storeIn(task));
+}
+
+OptionalString KXTaskEx::string(const OptionalPath& path, const OptionalArguments& arguments,
+                                StringEncoding encoding, const TaskSink& store) {
+    return decoded(data(path, arguments, store, std::nullopt, LogOutput::Yes), encoding);
 }
 
 }  // namespace quillmoor

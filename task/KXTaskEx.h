@@ -35,6 +35,10 @@ struct AsyncTaskNotification {
     Data fileHandleNotificationDataItem;
 };
 
+namespace task_detail {
+struct Bindings;
+}
+
 // Class operations may be called from any thread and block it until the tool has ended, except
 // where they say otherwise.
 //
@@ -219,6 +223,8 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     void setTheTask(TaskReference task);
 
   private:
+    friend struct task_detail::Bindings;
+
     // Stores the child at the moment when other threads may see it.
     using TaskSink = std::function<void(const TaskReference&)>;
 
@@ -235,6 +241,13 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     static std::optional<Data> data(const OptionalPath& path, const OptionalArguments& arguments,
                                     const TaskSink& store, const OptionalEnvironment& environment,
                                     LogOutput logOutput);
+    static OptionalString string(const OptionalPath& path, const OptionalArguments& arguments,
+                                 StringEncoding encoding, const TaskSink& store);
+
+    // `instance` is kept until the run's thread ends.
+    void startRun(const OptionalPath& path, const OptionalArguments& arguments, Object delegate,
+                  Selector selector, Object object, const OptionalEnvironment& environment,
+                  Object instance);
 
     // The number of terminations before a run was prepared. A termination ends all runs that were
     // prepared before it: a run is over when the number has changed.
