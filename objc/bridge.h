@@ -45,7 +45,7 @@ OptionalEnvironment toEnvironment(NSDictionary* environment);
 
 // Bytes -----------------------------------------------------------------------------------------
 
-// Shares the bytes where the system has a way to, else copies them. nil for nil.
+// Shares the bytes. nil for nil.
 NSData* fromData(const std::optional<Data>& data);
 // Empty for nil.
 Data toData(NSData* data);

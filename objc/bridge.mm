@@ -5,6 +5,29 @@
 #include "quillmoor/base/utf8.h"
 #include "quillmoor/log/KXException.h"
 
+// Bytes of the library, which are not copied.
+@interface KXLibraryData : NSData {
+  @public
+    quillmoor::Data _data;
+}
+@end
+
+@implementation KXLibraryData
+
+- (NSUInteger)length {
+    return _data.size();
+}
+
+- (const void*)bytes {
+    return _data.bytes();
+}
+
+- (id)copyWithZone:(NSZone*)zone {
+    return [self retain];
+}
+
+@end
+
 namespace quillmoor::objc {
 namespace {
 
@@ -106,7 +129,9 @@ OptionalEnvironment toEnvironment(NSDictionary* environment) {
 
 NSData* fromData(const std::optional<Data>& data) {
     if (!data) return nil;
-    return [NSData dataWithBytes:data->bytes() length:data->size()];
+    auto* shared = static_cast<KXLibraryData*>(NSAllocateObject([KXLibraryData class], 0, nullptr));
+    shared->_data = *data;
+    return [shared autorelease];
 }
 
 Data toData(NSData* data) {

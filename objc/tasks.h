@@ -1,0 +1,21 @@
+// Child processes as NSTask objects, in both directions.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <memory>
+
+#include "quillmoor/platform/task.h"
+
+namespace quillmoor::objc {
+
+// The object that stands for a child of the library, or the one that the child was made of. It
+// answers -launchPath, -isRunning, -terminationStatus, -terminate and -waitUntilExit; it cannot be
+// configured. Keeps the child's pipes open. nil for null.
+NSTask* fromTask(const std::shared_ptr<platform::Task>& task);
+
+// The same child for the library; null for nil. A child of the caller's is configured already: only
+// its launch path and its output are read.
+std::shared_ptr<platform::Task> toTask(NSTask* task);
+
+}  // namespace quillmoor::objc

@@ -1,0 +1,136 @@
+#include "objc/tasks.h"
+
+#include <utility>
+
+#include "objc/bridge.h"
+#include "objc/file_handles.h"
+#include "objc/wrappers.h"
+
+using namespace quillmoor::objc;
+using quillmoor::platform::FileHandle;
+using quillmoor::platform::Pipe;
+using quillmoor::platform::Task;
+
+@interface KXLibraryTask : NSTask {
+  @public
+    std::shared_ptr<Task> _task;
+}
+@end
+
+namespace {
+
+Wrappers& wrappers() {
+    static auto* const wrappers = new Wrappers;
+    return *wrappers;
+}
+
+// A child that a caller has made.
+class AdoptedTask : public Task {
+  public:
+    explicit AdoptedTask(NSTask* task) : object_(toObject(task)) {}
+
+    NSTask* task() const { return static_cast<NSTask*>(object_.get()); }
+
+    std::string launchPath() override {
+        return called<std::string>([&] { return toString([task() launchPath]).value_or(""); });
+    }
+    std::shared_ptr<FileHandle> standardOutput() override {
+        return called<std::shared_ptr<FileHandle>>([&] {
+            id output = [task() standardOutput];
+            if ([output isKindOfClass:[NSPipe class]]) output = [output fileHandleForReading];
+            return [output isKindOfClass:[NSFileHandle class]] ? toFileHandle(output) : nullptr;
+        });
+    }
+    void launch() override {
+        throwing([&] { [task() launch]; });
+    }
+    bool isRunning() override {
+        return called<bool>([&] { return [task() isRunning]; });
+    }
+    void waitUntilExit() override {
+        throwing([&] { [task() waitUntilExit]; });
+    }
+    int terminationStatus() override {
+        return called<int>([&] { return [task() terminationStatus]; });
+    }
+    void terminate() override {
+        throwing([&] { [task() terminate]; });
+    }
+
+    void setLaunchPath(std::string) override { refuse(); }
+    void setArguments(quillmoor::StringList) override { refuse(); }
+    void setEnvironment(quillmoor::Environment) override { refuse(); }
+    void setStandardInput(Pipe) override { refuse(); }
+    void setStandardOutput(Pipe) override { refuse(); }
+    void setStandardOutput(std::shared_ptr<FileHandle>) override { refuse(); }
+    void setStandardError(Pipe) override { refuse(); }
+    void setStandardError(std::shared_ptr<FileHandle>) override { refuse(); }
+
+  private:
+    template <typename Result, typename Body>
+    static Result called(const Body& body) {
+        Result result{};
+        throwing([&] { result = body(); });
+        return result;
+    }
+
+    // The library configures only what it has made itself.
+    static void refuse() {
+        throw quillmoor::platform::Exception(quillmoor::platform::kInvalidArgumentException,
+                                             "the task is the caller's");
+    }
+
+    std::shared_ptr<void> object_;
+};
+
+}  // namespace
+
+@implementation KXLibraryTask
+
+- (NSString*)launchPath {
+    return raising([&] { return fromString(std::string_view(_task->launchPath())); });
+}
+
+- (BOOL)isRunning {
+    return raising([&] { return _task->isRunning(); });
+}
+
+- (int)terminationStatus {
+    return raising([&] { return _task->terminationStatus(); });
+}
+
+- (void)terminate {
+    raising([&] { _task->terminate(); });
+}
+
+- (void)waitUntilExit {
+    raising([&] { _task->waitUntilExit(); });
+}
+
+- (oneway void)release {
+    const auto guard = wrappers().beginRelease(self, _task.get());
+    [super release];
+}
+
+@end
+
+namespace quillmoor::objc {
+
+NSTask* fromTask(const std::shared_ptr<Task>& task) {
+    if (task == nullptr) return nil;
+    if (const auto* adopted = dynamic_cast<AdoptedTask*>(task.get()))
+        return [[adopted->task() retain] autorelease];
+    return wrappers().wrapperOf(task.get(), [&] {
+        KXLibraryTask* wrapper = [[KXLibraryTask alloc] init];
+        wrapper->_task = task;
+        return wrapper;
+    });
+}
+
+std::shared_ptr<Task> toTask(NSTask* task) {
+    if (task == nil) return nullptr;
+    if ([task isKindOfClass:[KXLibraryTask class]]) return static_cast<KXLibraryTask*>(task)->_task;
+    return std::make_shared<AdoptedTask>(task);
+}
+
+}  // namespace quillmoor::objc
