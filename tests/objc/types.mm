@@ -15,6 +15,7 @@ std::string encodingOf(const std::string& name) {
         {"NSInteger", @encode(NSInteger)},
         {"NSUInteger", @encode(NSUInteger)},
         {"double", @encode(double)},
+        {"NSStringEncoding", @encode(NSStringEncoding)},
         {"cstring", @encode(const char*)},
         {"SEL", @encode(SEL)},
         {"zone", @encode(NSZone*)},

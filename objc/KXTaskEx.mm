@@ -1,0 +1,270 @@
+#import "objc/KXTaskEx.h"
+
+#include <chrono>
+
+#include "objc/bridge.h"
+#include "objc/tasks.h"
+#include "quillmoor/task/KXTaskEx.h"
+#include "quillmoor/task/bindings.h"
+
+using namespace quillmoor::objc;
+using quillmoor::LogOutput;
+using quillmoor::StringEncoding;
+using quillmoor::task_detail::Bindings;
+using Runner = quillmoor::KXTaskEx;
+
+NSString* const KXAsyncTaskDataNotification = @"KXAsyncTaskDataNotification";
+
+namespace {
+
+// Autoreleased on the calling thread, which outlives the call: a caller's strong variable can
+// take the object over.
+Bindings::TaskSink storeIn(NSTask** task) {
+    return [task](const Runner::TaskReference& made) {
+        if (task == nullptr) return;
+        // Another thread may read it while the child runs.
+        __atomic_store_n(reinterpret_cast<void**>(task), static_cast<void*>(fromTask(made)),
+                         __ATOMIC_RELEASE);
+    };
+}
+
+// Calls the operation on the thread that it is called on. The delegate and the instance live at
+// least as long as the run.
+void notify(id delegate, SEL selector, NSData* data, KXTaskEx* instance, id object) {
+    if (![delegate respondsToSelector:selector]) return;
+    NSMethodSignature* signature = [delegate methodSignatureForSelector:selector];
+    if (signature == nil) return;
+    NSInvocation* invocation = [NSInvocation invocationWithMethodSignature:signature];
+    [invocation setTarget:delegate];
+    [invocation setSelector:selector];
+    [invocation setArgument:&data atIndex:2];
+    [invocation setArgument:&instance atIndex:3];
+    if (object != nil) [invocation setArgument:&object atIndex:4];
+    [invocation invoke];
+}
+
+Runner::Selector operationOf(id delegate, SEL selector, KXTaskEx* instance) {
+    if (delegate == nil || selector == nullptr) return nullptr;
+    return [=](const quillmoor::Data& data, Runner&, const Runner::Object& object) {
+        throwing([&] { notify(delegate, selector, fromData(data), instance, fromObject(object)); });
+    };
+}
+
+}  // namespace
+
+@implementation KXTaskEx
+
+static Runner& runnerOf(KXTaskEx* object) {
+    return **static_cast<std::shared_ptr<Runner>*>(object->_runner);
+}
+
++ (BOOL)runTask:(NSString*)path arguments:(NSArray*)arguments {
+    return answer(__func__, NO,
+                  [&] { return Runner::runTask(toString(path), toArguments(arguments)); });
+}
+
++ (BOOL)runTask:(NSString*)path arguments:(NSArray*)arguments task:(NSTask**)task {
+    return answer(__func__, NO, [&] {
+        return Bindings::runTask(toString(path), toArguments(arguments), storeIn(task));
+    });
+}
+
++ (void)runTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
+    raising(
+        [&] { Runner::runTask(toString(path), toArguments(arguments), Runner::Timeout(timeout)); });
+}
+
++ (void)runTaskAndReturn:(NSString*)path arguments:(NSArray*)arguments {
+    raising([&] { Runner::runTaskAndReturn(toString(path), toArguments(arguments)); });
+}
+
++ (NSInteger)terminationCodeFromTask:(NSString*)path arguments:(NSArray*)arguments {
+    return raising(
+        [&] { return Runner::terminationCodeFromTask(toString(path), toArguments(arguments)); });
+}
+
++ (NSInteger)terminationCodeFromTask:(NSString*)path
+                           arguments:(NSArray*)arguments
+                                task:(NSTask**)task {
+    return raising([&] {
+        return Bindings::terminationCodeFromTask(toString(path), toArguments(arguments),
+                                                 storeIn(task));
+    });
+}
+
++ (NSInteger)terminationCodeFromTask:(NSString*)path
+                           arguments:(NSArray*)arguments
+                             timeout:(double)timeout {
+    return raising([&] {
+        return Runner::terminationCodeFromTask(toString(path), toArguments(arguments),
+                                               Runner::Timeout(timeout));
+    });
+}
+
++ (NSData*)dataFromTask:(NSString*)path arguments:(NSArray*)arguments task:(NSTask**)task {
+    return [self dataFromTask:path arguments:arguments task:task environment:nil logOutput:YES];
+}
+
++ (NSData*)dataFromTask:(NSString*)path
+              arguments:(NSArray*)arguments
+                   task:(NSTask**)task
+            environment:(NSDictionary*)environment {
+    return [self dataFromTask:path
+                    arguments:arguments
+                         task:task
+                  environment:environment
+                    logOutput:YES];
+}
+
++ (NSData*)dataFromTask:(NSString*)path
+              arguments:(NSArray*)arguments
+                   task:(NSTask**)task
+            environment:(NSDictionary*)environment
+              logOutput:(BOOL)logOutput {
+    return answer(__func__, static_cast<NSData*>(nil), [&] {
+        return fromData(Bindings::dataFromTask(toString(path), toArguments(arguments),
+                                               storeIn(task), toEnvironment(environment),
+                                               logOutput ? LogOutput::Yes : LogOutput::No));
+    });
+}
+
++ (NSData*)dataFromTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
+    return raising([&] {
+        return fromData(
+            Runner::dataFromTask(toString(path), toArguments(arguments), Runner::Timeout(timeout)));
+    });
+}
+
++ (NSString*)stringFromTask:(NSString*)path arguments:(NSArray*)arguments {
+    return [self stringFromTask:path
+                      arguments:arguments
+                       encoding:NSASCIIStringEncoding
+                           task:nullptr];
+}
+
++ (NSString*)stringFromTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
+    return [self stringFromTask:path
+                      arguments:arguments
+                       encoding:NSASCIIStringEncoding
+                        timeout:timeout];
+}
+
++ (NSString*)stringFromTask:(NSString*)path
+                  arguments:(NSArray*)arguments
+                   encoding:(NSStringEncoding)encoding
+                    timeout:(double)timeout {
+    return raising([&] {
+        return fromString(Runner::stringFromTask(toString(path), toArguments(arguments),
+                                                 static_cast<StringEncoding>(encoding),
+                                                 Runner::Timeout(timeout)));
+    });
+}
+
++ (NSString*)stringFromTask:(NSString*)path arguments:(NSArray*)arguments task:(NSTask**)task {
+    return [self stringFromTask:path arguments:arguments encoding:NSASCIIStringEncoding task:task];
+}
+
++ (NSString*)stringFromTask:(NSString*)path
+                  arguments:(NSArray*)arguments
+                   encoding:(NSStringEncoding)encoding
+                       task:(NSTask**)task {
+    return answer(__func__, @"", [&] {
+        return fromString(Bindings::stringFromTask(toString(path), toArguments(arguments),
+                                                   static_cast<StringEncoding>(encoding),
+                                                   storeIn(task)));
+    });
+}
+
+- (instancetype)init {
+    self = [super init];
+    if (self != nil) raising([&] { _runner = new std::shared_ptr<Runner>(Runner::create()); });
+    return self;
+}
+
+- (void)dealloc {
+    delete static_cast<std::shared_ptr<Runner>*>(_runner);
+    [super dealloc];
+}
+
+- (void)runTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
+    raising([&] {
+        runnerOf(self).runTaskOnInstance(toString(path), toArguments(arguments),
+                                         Runner::Timeout(timeout));
+    });
+}
+
+- (NSData*)dataFromTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
+    return raising([&] {
+        return fromData(runnerOf(self).dataFromTaskOnInstance(
+            toString(path), toArguments(arguments), Runner::Timeout(timeout)));
+    });
+}
+
+- (NSInteger)terminationCodeFromTask:(NSString*)path
+                           arguments:(NSArray*)arguments
+                             timeout:(double)timeout {
+    return raising([&] {
+        return runnerOf(self).terminationCodeFromTaskOnInstance(
+            toString(path), toArguments(arguments), Runner::Timeout(timeout));
+    });
+}
+
+- (void)setupTimeout:(NSNumber*)seconds {
+    raising([&] { runnerOf(self).setupTimeout(std::chrono::seconds([seconds longLongValue])); });
+}
+
+- (void)timeout {
+    raising([&] { runnerOf(self).timeout(); });
+}
+
+- (NSTask*)theTask {
+    return raising([&] { return fromTask(runnerOf(self).theTask()); });
+}
+
+- (void)setTheTask:(NSTask*)task {
+    raising([&] { runnerOf(self).setTheTask(toTask(task)); });
+}
+
+- (void)asyncDataFromTask:(NSString*)path
+                arguments:(NSArray*)arguments
+                 delegate:(id)delegate
+                 selector:(SEL)selector
+                   object:(id)object {
+    [self asyncDataFromTask:path
+                  arguments:arguments
+                   delegate:delegate
+                   selector:selector
+                     object:object
+                environment:nil];
+}
+
+- (void)asyncDataFromTask:(NSString*)path
+                arguments:(NSArray*)arguments
+                 delegate:(id)delegate
+                 selector:(SEL)selector
+                   object:(id)object
+              environment:(NSDictionary*)environment {
+    raising([&] {
+        Bindings::asyncDataFromTask(runnerOf(self), toString(path), toArguments(arguments),
+                                    toObject(delegate), operationOf(delegate, selector, self),
+                                    toObject(object), toEnvironment(environment), toObject(self));
+    });
+}
+
+- (void)launchAsyncTask {
+    raising([&] { runnerOf(self).launchAsyncTask(); });
+}
+
+- (void)asyncTaskReturnData:(NSNotification*)notification {
+    raising([&] {
+        NSData* data = [[notification userInfo] objectForKey:NSFileHandleNotificationDataItem];
+        runnerOf(self).asyncTaskReturnData(
+            {toString([notification name]).value_or(""), toData(data)});
+    });
+}
+
+- (void)terminateAsyncTask {
+    raising([&] { runnerOf(self).terminateAsyncTask(); });
+}
+
+@end

@@ -1,0 +1,227 @@
+#import "objc/KXTaskEx.h"
+
+#include <mutex>
+
+#include "tests/objc/log_world.h"
+#include "tests/objc/objc_support.h"
+
+using namespace quillmoor::test;
+using quillmoor::StringList;
+
+// Records what it is told.
+@interface Receiver : NSObject {
+  @public
+    std::mutex mutex;
+    std::string output;
+    int ends;
+    BOOL wasOnMainThread;
+    KXTaskEx* runner;
+    id object;
+    BOOL raises;
+}
+- (void)data:(NSData*)data of:(KXTaskEx*)task object:(id)given;
+- (BOOL)hasEnded;
+@end
+
+namespace {
+int receivers = 0;
+}  // namespace
+
+@implementation Receiver
+- (instancetype)init {
+    self = [super init];
+    ++receivers;
+    return self;
+}
+- (void)dealloc {
+    --receivers;
+    [super dealloc];
+}
+- (void)data:(NSData*)data of:(KXTaskEx*)task object:(id)given {
+    const std::lock_guard guard(mutex);
+    output.append(static_cast<const char*>([data bytes]), [data length]);
+    if ([data length] == 0) ++ends;
+    wasOnMainThread = wasOnMainThread || [NSThread isMainThread];
+    runner = task;
+    object = given;
+    if (raises) [NSException raise:@"Bad" format:@"no path"];
+}
+- (BOOL)hasEnded {
+    const std::lock_guard guard(mutex);
+    return ends > 0;
+}
+@end
+
+namespace {
+
+bool eventually(const std::function<bool()>& condition) {
+    for (int i = 0; i < 1000 && !condition(); ++i) usleep(10000);
+    return condition();
+}
+
+NSArray* script(NSString* text) {
+    return [NSArray arrayWithObjects:@"-c", text, nil];
+}
+
+const SEL kOperation = @selector(data:of:object:);
+
+struct AsyncRun {
+    AsyncRun()
+        : receiver([[[Receiver alloc] init] autorelease]),
+          runner([[[KXTaskEx alloc] init] autorelease]) {}
+    ~AsyncRun() {
+        eventually([this] { return [runner theTask] == nil; });
+    }
+
+    OpenLogWorld world;
+    Receiver* receiver;
+    KXTaskEx* runner;
+};
+
+NSNotification* envelope(const char* text) {
+    NSData* data = [NSData dataWithBytes:text length:strlen(text)];
+    return [NSNotification
+        notificationWithName:KXAsyncTaskDataNotification
+                      object:nil
+                    userInfo:[NSDictionary dictionaryWithObject:data
+                                                         forKey:NSFileHandleNotificationDataItem]];
+}
+
+}  // namespace
+
+TEST(KXTaskExObject, asyncDataFromTask_arguments_delegate_selector_object_) {
+    AsyncRun run;
+    [run.runner asyncDataFromTask:@"/bin/sh"
+                        arguments:script(@"printf one; printf err >&2")
+                         delegate:run.receiver
+                         selector:kOperation
+                           object:@"mine"];
+    ASSERT_TRUE(eventually([&] { return [run.receiver hasEnded]; }));
+    EXPECT_EQ(run.receiver->output, "one");
+    EXPECT_EQ(run.receiver->ends, 1);
+    EXPECT_FALSE(run.receiver->wasOnMainThread);
+    EXPECT_EQ(run.receiver->runner, run.runner);
+    EXPECT_EQ(textOf(run.receiver->object), "mine");
+}
+
+TEST(KXTaskExObject, asyncDataFromTask_arguments_delegate_selector_object_environment_) {
+    AsyncRun run;
+    [run.runner asyncDataFromTask:@"/bin/sh"
+                        arguments:script(@"printf \"$KX_VALUE\"")
+                         delegate:run.receiver
+                         selector:kOperation
+                           object:nil
+                      environment:[NSDictionary dictionaryWithObject:@"own" forKey:@"KX_VALUE"]];
+    ASSERT_TRUE(eventually([&] { return [run.receiver hasEnded]; }));
+    EXPECT_EQ(run.receiver->output, "own");
+    EXPECT_EQ(run.receiver->object, nil);
+    [run.runner asyncDataFromTask:nil
+                        arguments:nil
+                         delegate:nil
+                         selector:nullptr
+                           object:nil
+                      environment:nil];
+    ASSERT_TRUE(eventually([&] { return !run.world.written().empty(); }));
+    EXPECT_EQ(run.world.written().back(),
+              "Unable to launch async task - task does not exist or is not executable");
+    [run.runner terminateAsyncTask];
+}
+
+TEST(KXTaskExObject, launchAsyncTask) {
+    AsyncRun run;
+    [run.runner launchAsyncTask];
+    EXPECT_EQ(run.world.written(), StringList{"Unable to launch async task - no task set"});
+    NSTask* task = [[[NSTask alloc] init] autorelease];
+    NSPipe* pipe = [NSPipe pipe];
+    [task setLaunchPath:@"/bin/sh"];
+    [task setArguments:script(@"exit 3")];
+    [task setStandardOutput:pipe];
+    [run.runner setTheTask:task];
+    [run.runner launchAsyncTask];
+    [task waitUntilExit];
+    EXPECT_EQ([task terminationStatus], 3);
+}
+
+TEST(KXTaskExObject, asyncTaskReturnData_) {
+    AsyncRun run;
+    [run.runner asyncDataFromTask:@"/bin/sh"
+                        arguments:script(@"exec sleep 100")
+                         delegate:run.receiver
+                         selector:kOperation
+                           object:@"mine"];
+    [run.runner asyncTaskReturnData:envelope("chunk")];
+    EXPECT_EQ(run.receiver->output, "chunk");
+    EXPECT_TRUE(run.receiver->wasOnMainThread);
+    EXPECT_EQ(run.receiver->ends, 0);
+    [run.runner asyncTaskReturnData:nil];
+    EXPECT_EQ(run.receiver->ends, 1);
+    EXPECT_EQ([run.runner theTask], nil);
+}
+
+TEST(KXTaskExObject, terminateAsyncTask) {
+    AsyncRun run;
+    [run.runner terminateAsyncTask];
+    [run.runner asyncDataFromTask:@"/bin/sh"
+                        arguments:script(@"echo started; exec sleep 100")
+                         delegate:run.receiver
+                         selector:kOperation
+                           object:nil];
+    NSTask* task = [run.runner theTask];
+    ASSERT_TRUE(eventually([&] { return [task isRunning]; }));
+    [run.runner terminateAsyncTask];
+    EXPECT_EQ([run.runner theTask], nil);
+    [task waitUntilExit];
+    EXPECT_EQ([task terminationStatus], SIGTERM);
+    EXPECT_EQ(run.receiver->ends, 0);
+}
+
+TEST(ObjcAsyncTask, KeepsTheInstanceAndTheDelegateWhileItRuns) {
+    OpenLogWorld world;
+    TempFolder folder;
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    KXTaskEx* const runner = [[KXTaskEx alloc] init];
+    Receiver* const receiver = [[Receiver alloc] init];
+    [runner asyncDataFromTask:@"/bin/sh"
+                    arguments:[NSArray arrayWithObjects:@"-c",
+                                                        @"until [ -e \"$0\" ]; do sleep 0.01; done",
+                                                        string(folder / "go"), nil]
+                     delegate:receiver
+                     selector:kOperation
+                       object:nil];
+    [runner release];
+    [receiver release];
+    [pool drain];
+    EXPECT_EQ(receivers, 1);
+    folder.writeFile("go");
+    EXPECT_TRUE(eventually([] { return receivers == 0; }));
+}
+
+TEST(ObjcAsyncTask, DropsTheOutputForADelegateWithoutTheOperation) {
+    AsyncRun run;
+    [run.runner asyncDataFromTask:@"/bin/sh"
+                        arguments:script(@"printf one")
+                         delegate:@"no operation"
+                         selector:kOperation
+                           object:nil];
+    EXPECT_TRUE(eventually([&] { return [run.runner theTask] == nil; }));
+    EXPECT_EQ(run.world.written(), StringList());
+}
+
+TEST(ObjcAsyncTask, ReportsWhatTheDelegateRaises) {
+    AsyncRun run;
+    run.receiver->raises = YES;
+    [run.runner asyncDataFromTask:@"/bin/sh"
+                        arguments:script(@"printf one")
+                         delegate:run.receiver
+                         selector:kOperation
+                           object:nil];
+    ASSERT_TRUE(eventually([&] { return !run.world.written().empty(); }));
+    EXPECT_EQ(run.world.written(),
+              StringList{"Exception in -[KXTaskEx launchAsyncTask]. Bad - no path."});
+    EXPECT_EQ(nameOfRaised([&] { [run.runner asyncTaskReturnData:envelope("chunk")]; }), "Bad");
+    [run.runner terminateAsyncTask];
+}
+
+TEST(ObjcAsyncTask, NamesTheNotification) {
+    EXPECT_EQ(textOf(KXAsyncTaskDataNotification), "KXAsyncTaskDataNotification");
+}
