@@ -15,10 +15,6 @@ NSString* pathFrom(const Query& query, const Arguments&... arguments) {
     return raising([&] { return fromString(query(arguments...)); });
 }
 
-UserDomain domain(BOOL userDomain) {
-    return userDomain ? UserDomain::Yes : UserDomain::No;
-}
-
 }  // namespace
 
 @implementation KXLocalPaths
@@ -31,35 +27,35 @@ UserDomain domain(BOOL userDomain) {
 }
 
 + (NSString*)applicationDirectory:(BOOL)userDomain {
-    return pathFrom(Paths::applicationDirectory, domain(userDomain));
+    return pathFrom(Paths::applicationDirectory, flag<UserDomain>(userDomain));
 }
 
 + (NSString*)adminApplicationDirectory:(BOOL)userDomain {
-    return pathFrom(Paths::adminApplicationDirectory, domain(userDomain));
+    return pathFrom(Paths::adminApplicationDirectory, flag<UserDomain>(userDomain));
 }
 
 + (NSString*)documentDirectory:(BOOL)userDomain {
-    return pathFrom(Paths::documentDirectory, domain(userDomain));
+    return pathFrom(Paths::documentDirectory, flag<UserDomain>(userDomain));
 }
 
 + (NSString*)libraryDirectory:(BOOL)userDomain {
-    return pathFrom(Paths::libraryDirectory, domain(userDomain));
+    return pathFrom(Paths::libraryDirectory, flag<UserDomain>(userDomain));
 }
 
 + (NSString*)prefsDirectory:(BOOL)userDomain {
-    return pathFrom(Paths::prefsDirectory, domain(userDomain));
+    return pathFrom(Paths::prefsDirectory, flag<UserDomain>(userDomain));
 }
 
 + (NSString*)cacheDirectory:(BOOL)userDomain {
-    return pathFrom(Paths::cacheDirectory, domain(userDomain));
+    return pathFrom(Paths::cacheDirectory, flag<UserDomain>(userDomain));
 }
 
 + (NSString*)appSupportDirectory:(BOOL)userDomain {
-    return pathFrom(Paths::appSupportDirectory, domain(userDomain));
+    return pathFrom(Paths::appSupportDirectory, flag<UserDomain>(userDomain));
 }
 
 + (NSString*)logDirectory:(BOOL)userDomain {
-    return pathFrom(Paths::logDirectory, domain(userDomain));
+    return pathFrom(Paths::logDirectory, flag<UserDomain>(userDomain));
 }
 
 + (NSString*)movieDirectory {
@@ -103,8 +99,10 @@ UserDomain domain(BOOL userDomain) {
 }
 
 + (BOOL)isPathSystemDirectory:(NSString*)path exactMatch:(BOOL)exactMatch {
-    const auto exact = exactMatch ? quillmoor::ExactMatch::Yes : quillmoor::ExactMatch::No;
-    return raising([&] { return Paths::isPathSystemDirectory(toString(path), exact); });
+    return raising([&] {
+        return Paths::isPathSystemDirectory(toString(path),
+                                            flag<quillmoor::ExactMatch>(exactMatch));
+    });
 }
 
 + (BOOL)isPathSystemDirectory:(NSString*)path {

@@ -124,7 +124,7 @@ static Runner& runnerOf(KXTaskEx* object) {
     return answer(__func__, static_cast<NSData*>(nil), [&] {
         return fromData(Bindings::dataFromTask(toString(path), toArguments(arguments),
                                                storeIn(task), toEnvironment(environment),
-                                               logOutput ? LogOutput::Yes : LogOutput::No));
+                                               flag<LogOutput>(logOutput)));
     });
 }
 

@@ -50,6 +50,13 @@ NSData* fromData(const std::optional<Data>& data);
 // Empty for nil.
 Data toData(NSData* data);
 
+// Flags -----------------------------------------------------------------------------------------
+
+template <typename Flag>
+Flag flag(BOOL isSet) {
+    return isSet ? Flag::Yes : Flag::No;
+}
+
 // Objects and exceptions ------------------------------------------------------------------------
 
 // Retained until the last copy is released; null for nil.
