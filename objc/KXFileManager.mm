@@ -1,0 +1,4 @@
+#import "objc/KXFileManager.h"
+
+@implementation KXFileManager
+@end
