@@ -4,6 +4,8 @@
 
 #include <map>
 
+#import "objc/KXPlatformTypes.h"
+
 namespace quillmoor::test {
 
 std::string encodingOf(const std::string& name) {
@@ -16,6 +18,10 @@ std::string encodingOf(const std::string& name) {
         {"NSUInteger", @encode(NSUInteger)},
         {"double", @encode(double)},
         {"NSStringEncoding", @encode(NSStringEncoding)},
+        {"uint64", @encode(unsigned long long)},
+        {"FSRef", @encode(FSRef)},
+        {"FSRef*", @encode(const FSRef*)},
+        {"FSFileOperationRef", @encode(FSFileOperationRef)},
         {"cstring", @encode(const char*)},
         {"SEL", @encode(SEL)},
         {"zone", @encode(NSZone*)},
