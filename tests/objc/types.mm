@@ -22,6 +22,8 @@ std::string encodingOf(const std::string& name) {
         {"FSRef", @encode(FSRef)},
         {"FSRef*", @encode(const FSRef*)},
         {"FSFileOperationRef", @encode(FSFileOperationRef)},
+        {"OSStatus", @encode(OSStatus)},
+        {"AuthorizationRef", @encode(AuthorizationRef)},
         {"cstring", @encode(const char*)},
         {"SEL", @encode(SEL)},
         {"zone", @encode(NSZone*)},
