@@ -1,8 +1,9 @@
 # Objective-C++, which the sources for macOS are in: KX_OBJC says whether they can be compiled here, and
 # why not if they cannot. On a Mac by the system's own compiler; elsewhere by clang with GNUstep, for the
-# tests. Targets link kx_objc.
+# tests. Targets link kx_objc. KX_OBJC_OPTIONS are its compiler options, for tests that run the compiler.
 if(APPLE)
     enable_language(OBJCXX)
+    set(KX_OBJC_OPTIONS "")
     set(KX_OBJC ON)
     add_library(kx_objc INTERFACE)
     return()
@@ -45,6 +46,7 @@ list(GET KX_OBJC_RUNTIME -1 runtime)
 get_filename_component(runtime "${runtime}" DIRECTORY)
 get_filename_component(libraryFolder "${runtime}" DIRECTORY)
 
+set(KX_OBJC_OPTIONS ${flags} -fobjc-runtime=gcc -isystem /usr/include/GNUstep -isystem "${runtime}")
 add_library(kx_objc INTERFACE)
 target_compile_options(kx_objc INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:${flags};-fobjc-runtime=gcc>)
 target_include_directories(kx_objc SYSTEM INTERFACE
