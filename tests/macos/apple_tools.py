@@ -1,0 +1,93 @@
+"""Compiles and links for a Mac on any system: clang and lld, our own declarations of what Apple's headers
+declare, and stubs of the libraries that are made from the list apple/symbols.txt."""
+
+import os
+import pathlib
+import subprocess
+
+HERE = pathlib.Path(__file__).resolve().parent
+SYSTEMS = {"x86_64": "10.13", "arm64": "11.0"}
+
+FRAMEWORKS = "/System/Library/Frameworks"
+LIBRARIES = {
+    "libSystem": "/usr/lib/libSystem.B.dylib",
+    "libobjc": "/usr/lib/libobjc.A.dylib",
+    "libc++": "/usr/lib/libc++.1.dylib",
+    "libiconv": "/usr/lib/libiconv.2.dylib",
+    "CoreFoundation": f"{FRAMEWORKS}/CoreFoundation.framework/Versions/A/CoreFoundation",
+    "Foundation": f"{FRAMEWORKS}/Foundation.framework/Versions/C/Foundation",
+    "AppKit": f"{FRAMEWORKS}/AppKit.framework/Versions/C/AppKit",
+    "InstallerPlugins": f"{FRAMEWORKS}/InstallerPlugins.framework/Versions/A/InstallerPlugins",
+}
+
+
+def read_symbols(path=HERE / "apple/symbols.txt"):
+    """Returns {symbol: (library, source)}."""
+    found = {}
+    for line in path.read_text(encoding="utf-8").splitlines():
+        if line and not line.startswith("#"):
+            symbol, library, source = line.split(None, 2)
+            if symbol in found:
+                raise ValueError(f"{path}: {symbol} is in it more than once")
+            found[symbol] = (library, source)
+    return found
+
+
+def write_stubs(folder, symbols):
+    """Writes a stub of each library; returns their paths."""
+    paths = []
+    for library in sorted({library for library, _ in symbols.values()}):
+        names = ", ".join(f"'{s}'" for s, (where, _) in symbols.items() if where == library)
+        path = folder / f"{library}.tbd"
+        path.write_text(f"""--- !tapi-tbd
+tbd-version:     4
+targets:         [ x86_64-macos, arm64-macos ]
+install-name:    '{LIBRARIES[library]}'
+exports:
+  - targets:     [ x86_64-macos, arm64-macos ]
+    symbols:     [ {names} ]
+...
+""", encoding="utf-8")
+        paths.append(path)
+    return paths
+
+
+class AppleTools:
+    """The commands, and a folder for what they make."""
+
+    def __init__(self, clang, linker, lipo, folder):
+        self._clang, self._linker, self._lipo = clang, linker, lipo
+        self._folder = pathlib.Path(folder)
+        self._stubs = write_stubs(self._folder, read_symbols())
+
+    def compile(self, source, architecture, output, *options):
+        _run([self._clang, "-target", f"{architecture}-apple-macos{SYSTEMS[architecture]}", "-std=c++20",
+              "-Wall", "-Wextra", "-Werror", "-nostdinc", "-nostdinc++", "-fno-objc-arc",
+              f"-I{HERE}/apple/include", *options, "-c", source, "-o", output])
+
+    def link(self, objects, architecture, output, *options):
+        version = SYSTEMS[architecture]
+        _run([self._linker, "-arch", architecture, "-platform_version", "macos", version, version,
+              *(options or ["-bundle"]), "-adhoc_codesign", "-o", output, *objects, *self._stubs])
+
+    def join(self, thin, output):
+        _run([self._lipo, "-create", *thin, "-output", output])
+
+    def bundle_of(self, source, name, defines=(), architectures=tuple(SYSTEMS), link=()):
+        """Compiles and links one source to a universal file in the folder; returns its path."""
+        thin = []
+        for architecture in architectures:
+            base = self._folder / f"{name}.{architecture}"
+            self.compile(source, architecture, f"{base}.o", *(f"-D{d}" for d in defines))
+            self.link([f"{base}.o"], architecture, base, *link)
+            thin.append(base)
+        output = self._folder / name
+        self.join(thin, output)
+        return output
+
+
+def _run(command):
+    command = [os.fspath(word) for word in command]
+    run = subprocess.run(command, capture_output=True, text=True, check=False)
+    if run.returncode:
+        raise RuntimeError(f"{' '.join(command)}\n{run.stdout}{run.stderr}")
