@@ -61,7 +61,7 @@ class PosixFileManager : public FileManager {
     std::optional<FileIdentity> identityOfItem(const std::string& path) override {
         struct stat status;
         if (statusAt(path, status) != 0) return std::nullopt;
-        return FileIdentity{status.st_dev, status.st_ino};
+        return FileIdentity{static_cast<std::uint64_t>(status.st_dev), status.st_ino};
     }
 
     bool isExecutableFile(const std::string& path) override { return permits(path, X_OK); }
