@@ -1,0 +1,11 @@
+// What <limits.h> of macOS adds to the compiler's own.
+#pragma once
+
+#include_next <limits.h>
+
+#define ARG_MAX (1024 * 1024)
+#define IOV_MAX 1024
+#define NAME_MAX 255
+#define PATH_MAX 1024
+#define PIPE_BUF 512
+#define SSIZE_MAX LONG_MAX

@@ -1,0 +1,4 @@
+// What <wctype.h> of macOS declares: nothing of it is used.
+#pragma once
+
+#include <wchar.h>
