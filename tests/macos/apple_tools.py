@@ -1,12 +1,13 @@
 """Compiles and links for a Mac on any system: clang and lld, our own declarations of what Apple's headers
 declare, and stubs of the libraries that are made from the list apple/symbols.txt."""
 
+import functools
 import os
 import pathlib
 import subprocess
 
 HERE = pathlib.Path(__file__).resolve().parent
-SYSTEMS = {"x86_64": "10.13", "arm64": "11.0"}
+SYSTEMS = {"x86_64": "10.15", "arm64": "11.0"}
 
 FRAMEWORKS = "/System/Library/Frameworks"
 LIBRARIES = {
@@ -34,9 +35,10 @@ def read_symbols(path=HERE / "apple/symbols.txt"):
 
 
 def write_stubs(folder, symbols):
-    """Writes a stub of each library; returns their paths."""
+    """Writes a stub of each library of the system; returns their paths. The other symbols are the linker's own,
+    or of a library that is linked statically."""
     paths = []
-    for library in sorted({library for library, _ in symbols.values()}):
+    for library in sorted({library for library, _ in symbols.values()} & LIBRARIES.keys()):
         names = ", ".join(f"'{s}'" for s, (where, _) in symbols.items() if where == library)
         path = folder / f"{library}.tbd"
         path.write_text(f"""--- !tapi-tbd
@@ -55,15 +57,26 @@ exports:
 class AppleTools:
     """The commands, and a folder for what they make."""
 
-    def __init__(self, clang, linker, lipo, folder):
-        self._clang, self._linker, self._lipo = clang, linker, lipo
+    def __init__(self, clang, linker, lipo, folder, launcher=()):
+        self._clang, self._linker, self._lipo, self._launcher = clang, linker, lipo, launcher
         self._folder = pathlib.Path(folder)
         self._stubs = write_stubs(self._folder, read_symbols())
 
     def compile(self, source, architecture, output, *options):
-        _run([self._clang, "-target", f"{architecture}-apple-macos{SYSTEMS[architecture]}", "-std=c++20",
-              "-Wall", "-Wextra", "-Werror", "-nostdinc", "-nostdinc++", "-fno-objc-arc",
-              f"-I{HERE}/apple/include", *options, "-c", source, "-o", output])
+        _run([*self._target(architecture), "-fno-objc-arc", f"-I{HERE}/apple/include", *options,
+              "-c", source, "-o", output])
+
+    def _target(self, architecture):
+        return [self._clang, "-target", f"{architecture}-apple-macos{SYSTEMS[architecture]}", "-std=c++20",
+                "-Wall", "-Wextra", "-Werror", "-nostdinc", "-nostdinc++"]
+
+    def compile_cxx(self, source, architecture, output, includes):
+        """Compiles C++ with clang's own standard library and, of C headers, the compiler's and our own.
+        `includes` has the project's headers."""
+        _run([*self._launcher, *self._target(architecture), "-O1", "-D_LIBCPP_HAS_NO_LOCALIZATION",
+              "-isystem", cxx_headers(self._clang), "-isystem", HERE / "apple/libc",
+              "-isystem", f"{_resource_folder(self._clang)}/include", "-I", includes,
+              "-c", source, "-o", output])
 
     def link(self, objects, architecture, output, *options):
         version = SYSTEMS[architecture]
@@ -84,6 +97,17 @@ class AppleTools:
         output = self._folder / name
         self.join(thin, output)
         return output
+
+
+@functools.lru_cache(maxsize=None)
+def _resource_folder(clang):
+    return subprocess.run([clang, "-print-resource-dir"], capture_output=True, text=True,
+                          check=True).stdout.strip()
+
+
+def cxx_headers(clang):
+    """Returns the folder of the headers of clang's standard library."""
+    return pathlib.Path(_resource_folder(clang)).parents[2] / "include/c++/v1"
 
 
 def _run(command):

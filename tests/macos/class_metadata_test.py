@@ -67,7 +67,7 @@ class MetadataTest(unittest.TestCase):
         file = self.tools.bundle_of(SAMPLE, "pane", ("SECOND_CLASS=KXSecond",))
         found = read(file.read_bytes())
         self.assertEqual([s.architecture for s, _ in found], ["x86_64", "arm64"])
-        self.assertEqual([s.minimum_system for s, _ in found], [(10, 13), (11, 0)])
+        self.assertEqual([s.minimum_system for s, _ in found], [(10, 15), (11, 0)])
         for slice_, metadata in found:
             self.assertEqual(slice_.kind, macho.MH_BUNDLE)
             self.is_pane(metadata, slice_.architecture)

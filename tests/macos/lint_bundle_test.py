@@ -15,9 +15,11 @@ import tempfile
 import unittest
 
 sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts/macos"))
 
 # pylint: disable=wrong-import-position
 from apple_tools import AppleTools
+from bundle_lint import macho
 from plugin_bundle import LANGUAGES, OBJECTS, OUTLETS, PluginBundle, edit_plist, write_nib
 
 PROJECT = pathlib.Path()
@@ -219,6 +221,16 @@ class BrokenExecutable(LintTest):
             self.bundle.executable.write_bytes(content)
             self.finds(r"VersionCheck: executable: it cannot be loaded")
 
+    def test_has_a_list_of_classes_that_leads_nowhere(self):
+        self.use(architectures=("arm64",))
+        data = bytearray(self.bundle.executable.read_bytes())
+        pane, = macho.slices(bytes(data))
+        start = bytes(data).index(pane.data)
+        struct.pack_into("<Q", data, start + pane.section("__objc_classlist").offset, 1 << 40)
+        self.bundle.executable.write_bytes(data)
+        self.finds(r"executable: its classes for arm64 cannot be read \(nothing is at the address",
+                   options=["--arch", "arm64", "--unsigned"])
+
     def test_is_a_library_instead_of_a_bundle(self):
         self.use(link=("-dylib",))
         self.breaks(r"executable: for x86_64 it is not a loadable bundle",
@@ -282,6 +294,10 @@ class BrokenInterface(LintTest):
                                        fmt=plistlib.FMT_BINARY)):
             self.bundle.nib.write_bytes(content)
             self.breaks(r"VersionCheck\.nib: interface: it (is not a keyed archive|has|refers)")
+        self.bundle.nib.unlink()
+        self.bundle.nib.mkdir()
+        self.breaks(r"VersionCheck\.nib: interface: it cannot be read \(No such file")
+        self.bundle.nib.rmdir()
         write_nib(self.bundle.nib)
         for content in ("<document>", "<plist/>", "<document/>"):
             self.bundle.xib.write_text(content, encoding="utf-8")
