@@ -71,9 +71,10 @@ class AppleTools:
                 "-Wall", "-Wextra", "-Werror", "-nostdinc", "-nostdinc++"]
 
     def compile_cxx(self, source, architecture, output, includes):
-        """Compiles C++ with clang's own standard library and, of C headers, the compiler's and our own.
-        `includes` has the project's headers."""
+        """Compiles C++ or Objective-C++ with clang's own standard library and, of C headers, the compiler's and
+        our own. `includes` has the project's headers."""
         _run([*self._launcher, *self._target(architecture), "-O1", "-D_LIBCPP_HAS_NO_LOCALIZATION",
+              "-fno-objc-arc", "-isystem", HERE / "apple/include",
               "-isystem", cxx_headers(self._clang), "-isystem", HERE / "apple/libc",
               "-isystem", f"{_resource_folder(self._clang)}/include", "-I", includes,
               "-c", source, "-o", output])

@@ -6,8 +6,6 @@ from the system only what apple/symbols.txt lists. The headers of Linux would hi
 
 INCLUDES has the headers of the project and utf8proc.h. Ends with 77 if something is missing."""
 
-import concurrent.futures
-import os
 import pathlib
 import re
 import shutil
@@ -19,29 +17,15 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts/macos"))
 
 # pylint: disable=wrong-import-position
-from apple_tools import HERE, SYSTEMS, AppleTools, cxx_headers, read_symbols
+from apple_tools import HERE, AppleTools, cxx_headers, read_symbols
 from bundle_lint import macho
+from shared_objects import Objects, shared_sources
 
 PROJECT = INCLUDES = pathlib.Path()
 TOOLS, LAUNCHER = [], []
-LAYERS = ("base", "platform", "paths", "log", "task", "auth", "files", "pane")
-# What a back-end defines: the services, as native…(), and the hooks.
-OWED = re.compile(r"__ZN9quillmoor8platform(\d+native\w+Ev$|5posix)")
 SINCE = re.compile(r"since macOS (\d+)\.(\d+)$")
 # The system that the code needs as it is. docs/macos.md names it, and what needs it.
 NEEDED_SYSTEM = (13, 3)
-
-
-def shared_sources():
-    """Returns the sources that are the same on each system: all but the back-ends and the shells."""
-    found = []
-    for layer in LAYERS:
-        for path in sorted((PROJECT / layer).rglob("*.cpp")):
-            parts = path.relative_to(PROJECT).parts
-            back_end = parts[0] == "platform" and len(parts) > 2 and parts[1] != "posix"
-            if not back_end and not path.stem.endswith(("_linux", "_macos")):
-                found.append(path)
-    return found
 
 
 class SharedCode(unittest.TestCase):
@@ -52,56 +36,26 @@ class SharedCode(unittest.TestCase):
         cls.scratch = tempfile.TemporaryDirectory()
         cls.folder = pathlib.Path(cls.scratch.name)
         cls.tools = AppleTools(*TOOLS, cls.folder, LAUNCHER)
-        cls.sources = shared_sources()
-        cls.mistakes, cls.slices = [], {}
-        jobs = [(source, architecture) for source in cls.sources for architecture in SYSTEMS]
-        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-            for job, result in zip(jobs, pool.map(lambda job: cls.compile(*job), jobs)):
-                if isinstance(result, macho.Slice):
-                    cls.slices[job] = result
-                else:
-                    cls.mistakes.append(result)
+        cls.sources = shared_sources(PROJECT)
+        cls.objects = Objects(cls.tools, cls.sources, cls.folder, PROJECT, INCLUDES)
 
     @classmethod
     def tearDownClass(cls):
         cls.scratch.cleanup()
 
-    @classmethod
-    def compile(cls, source, architecture):
-        """Returns the Slice of the object file, or what the compiler reports."""
-        name = os.path.relpath(source, PROJECT).replace(os.sep, "_")
-        output = cls.folder / f"{name}.{architecture}.o"
-        try:
-            cls.tools.compile_cxx(source, architecture, output, INCLUDES)
-        except RuntimeError as error:
-            return str(error)
-        return macho.slices(output.read_bytes())[0]
-
-    def undefined(self):
-        """Returns {symbol: the sources that need it} of what no shared source and no back-end defines."""
-        found = {}
-        for architecture in SYSTEMS:
-            slices = {s: v for (s, a), v in self.slices.items() if a == architecture}
-            defined = set().union(*(slice_.defined for slice_ in slices.values()))
-            for source, slice_ in slices.items():
-                for symbol in slice_.undefined - defined:
-                    if not OWED.match(symbol):
-                        found.setdefault(symbol, set()).add(str(source.relative_to(PROJECT)))
-        return found
-
     def test_compiles(self):
-        self.assertEqual("\n".join(self.mistakes), "")
+        self.assertEqual("\n".join(self.objects.mistakes), "")
         self.assertGreater(len(self.sources), 80)
 
     def test_needs_listed_symbols_only(self):
         listed = read_symbols()
-        unlisted = {symbol: sources for symbol, sources in self.undefined().items() if symbol not in listed}
+        unlisted = {symbol: sources for symbol, sources in self.objects.undefined().items() if symbol not in listed}
         self.assertEqual(unlisted, {}, "add them to apple/symbols.txt with the header or page of the manual that "
                                        "documents them, or do without them")
 
     def test_lists_needed_symbols_only(self):
         """But for those of C++: which of them are needed depends on what the compiler inlines."""
-        needed = set(self.undefined())
+        needed = set(self.objects.undefined())
         sample = self.tools.bundle_of(HERE / "apple/sample_pane.mm", "sample", ("SECOND_CLASS=KXSecond",))
         for slice_ in macho.slices(sample.read_bytes()):
             needed |= slice_.undefined
@@ -110,7 +64,7 @@ class SharedCode(unittest.TestCase):
 
     def test_needs_the_system_that_is_documented(self):
         newest = (0, 0)
-        for symbol in self.undefined():
+        for symbol in self.objects.undefined():
             since = SINCE.search(read_symbols()[symbol][1])
             newest = max(newest, tuple(map(int, since.groups()))) if since else newest
         self.assertEqual(newest, NEEDED_SYSTEM)
@@ -118,7 +72,7 @@ class SharedCode(unittest.TestCase):
         self.assertIn(f"macOS {NEEDED_SYSTEM[0]}.{NEEDED_SYSTEM[1]}", documented)
 
     def test_does_nothing_when_it_is_loaded(self):
-        sources = {str(source.relative_to(PROJECT)) for (source, _), slice_ in self.slices.items()
+        sources = {str(source.relative_to(PROJECT)) for (source, _), slice_ in self.objects.slices.items()
                    if slice_.section("__mod_init_func") or slice_.section("__init_offsets")}
         self.assertEqual(sources, set())
 

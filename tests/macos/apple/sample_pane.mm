@@ -27,7 +27,8 @@
 
 @implementation PANE
 - (NSString*)title {
-    return @"Version Check";
+    NSString* title = [NSString stringWithUTF8String:"Version Check"];
+    return title ? title : @"";
 }
 - (void)didEnterPane:(InstallerSectionDirection)direction {
     [descriptionText setHidden:NO];
