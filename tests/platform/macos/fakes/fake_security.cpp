@@ -1,0 +1,118 @@
+#include "tests/platform/macos/fakes/fake_security.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace quillmoor::test {
+namespace {
+
+FakeSecurity* current = nullptr;
+
+// Copied at once: the caller's items are on its stack.
+SecurityItems copied(const AuthorizationItemSet* set) {
+    if (set == nullptr) return std::nullopt;
+    std::vector<SecurityItem> items;
+    for (UInt32 i = 0; i < set->count; ++i) {
+        const AuthorizationItem& item = set->items[i];
+        SecurityItem copy{item.name, item.valueLength, std::nullopt, item.flags};
+        if (item.value != nullptr)
+            copy.value = std::string(static_cast<const char*>(item.value), item.valueLength);
+        items.push_back(std::move(copy));
+    }
+    return items;
+}
+
+bool isOpen(::AuthorizationRef reference) {
+    return std::find(current->open.begin(), current->open.end(), reference) != current->open.end();
+}
+
+}  // namespace
+
+FakeSecurity::FakeSecurity() {
+    current = this;
+}
+FakeSecurity::~FakeSecurity() {
+    current = nullptr;
+    if (toolEnd >= 0) ::close(toolEnd);
+}
+
+::AuthorizationRef FakeSecurity::makeReference() {
+    auto* const made = reinterpret_cast<::AuthorizationRef>(++lastReference_ * 16);
+    open.push_back(made);
+    return made;
+}
+
+}  // namespace quillmoor::test
+
+using quillmoor::test::copied;
+using quillmoor::test::current;
+using quillmoor::test::isOpen;
+
+OSStatus AuthorizationCreate(const AuthorizationRights* rights,
+                             const AuthorizationEnvironment* environment, AuthorizationFlags flags,
+                             AuthorizationRef* authorization) {
+    if (current == nullptr) return errAuthorizationInternal;
+    current->calls.push_back({.function = "AuthorizationCreate",
+                              .flags = flags,
+                              .rights = copied(rights),
+                              .environment = copied(environment)});
+    if (current->created == errAuthorizationSuccess) *authorization = current->makeReference();
+    return current->created;
+}
+
+OSStatus AuthorizationFree(AuthorizationRef authorization, AuthorizationFlags flags) {
+    if (current == nullptr) return errAuthorizationInternal;
+    current->calls.push_back(
+        {.function = "AuthorizationFree", .reference = authorization, .flags = flags});
+    if (!isOpen(authorization)) {
+        ++current->wronglyFreed;
+        return errAuthorizationInvalidRef;
+    }
+    std::erase(current->open, authorization);
+    return errAuthorizationSuccess;
+}
+
+OSStatus AuthorizationCopyRights(AuthorizationRef authorization, const AuthorizationRights* rights,
+                                 const AuthorizationEnvironment* environment,
+                                 AuthorizationFlags flags, AuthorizationRights** authorizedRights) {
+    if (current == nullptr) return errAuthorizationInternal;
+    current->calls.push_back({.function = "AuthorizationCopyRights",
+                              .reference = authorization,
+                              .flags = flags,
+                              .rights = copied(rights),
+                              .environment = copied(environment),
+                              .asksForGrantedRights = authorizedRights != nullptr});
+    return isOpen(authorization) ? current->granted : errAuthorizationInvalidRef;
+}
+
+OSStatus AuthorizationCopyPrivilegedReference(AuthorizationRef* authorization,
+                                              AuthorizationFlags flags) {
+    if (current == nullptr) return errAuthorizationInternal;
+    current->calls.push_back({.function = "AuthorizationCopyPrivilegedReference", .flags = flags});
+    if (current->passed == nullptr) return errAuthorizationDenied;
+    *authorization = current->passed;
+    return errAuthorizationSuccess;
+}
+
+OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, const char* pathToTool,
+                                            AuthorizationFlags options, char* const* arguments,
+                                            FILE** communicationsPipe) {
+    if (current == nullptr) return errAuthorizationInternal;
+    quillmoor::test::SecurityCall call{.function = "AuthorizationExecuteWithPrivileges",
+                                       .reference = authorization,
+                                       .flags = options,
+                                       .tool = pathToTool,
+                                       .asksForPipe = communicationsPipe != nullptr};
+    for (char* const* each = arguments; *each != nullptr; ++each) call.arguments.push_back(*each);
+    current->calls.push_back(std::move(call));
+    if (current->executed != errAuthorizationSuccess || !current->hasPipe) return current->executed;
+    int ends[2];
+    // The system's pipe is one descriptor for both directions, and is left to children.
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return errAuthorizationInternal;
+    current->pipeEnd = ends[0];
+    current->toolEnd = ends[1];
+    *communicationsPipe = ::fdopen(ends[0], "r+");
+    return errAuthorizationSuccess;
+}

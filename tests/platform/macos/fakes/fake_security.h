@@ -1,0 +1,64 @@
+// The authorization services as a fake: it records what the caller's memory holds at the time of
+// each call, and returns what a test has set.
+#pragma once
+
+#include <Security/Authorization.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quillmoor::test {
+
+struct SecurityItem {
+    std::string name;
+    std::size_t length = 0;
+    std::optional<std::string> value;  // nil for a null pointer
+    UInt32 flags = 0;
+    bool operator==(const SecurityItem&) const = default;
+};
+using SecurityItems = std::optional<std::vector<SecurityItem>>;  // nil for a null pointer
+
+struct SecurityCall {
+    std::string function{};
+    ::AuthorizationRef reference = nullptr;
+    AuthorizationFlags flags = 0;
+    SecurityItems rights{};
+    SecurityItems environment{};
+    bool asksForGrantedRights = false;
+    std::string tool{};
+    std::vector<std::string> arguments{};
+    bool asksForPipe = false;
+};
+
+// One at a time, as long as it lives. Without one, each call is refused as an internal error.
+class FakeSecurity {
+  public:
+    FakeSecurity();
+    ~FakeSecurity();
+    FakeSecurity(const FakeSecurity&) = delete;
+    FakeSecurity& operator=(const FakeSecurity&) = delete;
+
+    std::vector<SecurityCall> calls;
+    // What the next calls return.
+    OSStatus created = errAuthorizationSuccess;
+    OSStatus granted = errAuthorizationSuccess;
+    OSStatus executed = errAuthorizationSuccess;
+    bool hasPipe = true;
+    // The reference that a parent has passed; null for none.
+    ::AuthorizationRef passed = nullptr;
+    // The other end of the pipe of the last tool, for the test to close.
+    int toolEnd = -1;
+    int pipeEnd = -1;
+
+    // References that were made and not freed, and what was freed without being one.
+    std::vector<::AuthorizationRef> open;
+    int wronglyFreed = 0;
+
+    ::AuthorizationRef makeReference();
+
+  private:
+    long lastReference_ = 0;
+};
+
+}  // namespace quillmoor::test
