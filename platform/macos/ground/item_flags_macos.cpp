@@ -1,0 +1,66 @@
+#include "quillmoor/platform/macos/ground/item_flags_macos.h"
+
+#include <sys/attr.h>
+#include <unistd.h>
+
+#include <cstddef>
+
+namespace quillmoor::platform::macos {
+namespace {
+
+attrlist requestFor(attrgroup_t common, attrgroup_t ofFolder = 0) {
+    attrlist request{};
+    request.bitmapcount = ATTR_BIT_MAP_COUNT;
+    request.commonattr = common;
+    request.dirattr = ofFolder;
+    return request;
+}
+
+// The answers have the attributes in the order of their bits, each at a multiple of four bytes.
+#pragma pack(push, 4)
+struct ItemAnswer {
+    std::uint32_t size;  // of the whole answer, this included
+    timespec modified;
+    std::uint32_t flags;
+    std::uint32_t mountStatus;  // of folders only: the answer is shorter for all others
+};
+struct FlagsAnswer {
+    std::uint32_t size;
+    std::uint32_t flags;
+};
+#pragma pack(pop)
+
+}  // namespace
+
+int readItemFlags(int folder, const char* name, ItemFlags* found) {
+    attrlist request = requestFor(ATTR_CMN_MODTIME | ATTR_CMN_FLAGS, ATTR_DIR_MOUNTSTATUS);
+    ItemAnswer answer{};
+    if (::getattrlistat(folder, name, &request, &answer, sizeof answer, FSOPT_NOFOLLOW) != 0)
+        return -1;
+    found->flags = answer.flags;
+    found->modified = answer.modified;
+    found->isMountPoint =
+        answer.size >= sizeof answer && (answer.mountStatus & DIR_MNTSTATUS_MNTPOINT) != 0;
+    return 0;
+}
+
+int readOpenItemFlags(int file, std::uint32_t* flags) {
+    attrlist request = requestFor(ATTR_CMN_FLAGS);
+    FlagsAnswer answer{};
+    if (::fgetattrlist(file, &request, &answer, sizeof answer, 0) != 0) return -1;
+    *flags = answer.flags;
+    return 0;
+}
+
+int writeItemFlags(int folder, const char* name, std::uint32_t flags) {
+    attrlist request = requestFor(ATTR_CMN_FLAGS);
+    return ::setattrlistat(folder, name, &request, &flags, sizeof flags, FSOPT_NOFOLLOW);
+}
+
+int writeCreationDate(int folder, const char* name, const timespec& date) {
+    attrlist request = requestFor(ATTR_CMN_CRTIME);
+    timespec value = date;
+    return ::setattrlistat(folder, name, &request, &value, sizeof value, 0);
+}
+
+}  // namespace quillmoor::platform::macos

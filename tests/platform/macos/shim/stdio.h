@@ -1,0 +1,9 @@
+// Adds the call that only macOS has.
+#pragma once
+
+#include_next <stdio.h>
+
+#define RENAME_EXCL 0x00000004
+
+extern "C" int renameatx_np(int folder, const char* name, int newFolder, const char* newName,
+                            unsigned int flags);
