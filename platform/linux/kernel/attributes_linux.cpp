@@ -3,11 +3,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <time.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <ratio>
 
 #include "quillmoor/platform/linux/ground/linux_calls_linux.h"
 #include "quillmoor/platform/linux/kernel/immutable_flag_linux.h"
@@ -15,6 +10,7 @@
 #include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/ground/error_text_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
+#include "quillmoor/platform/posix/ground/times_posix.h"
 
 namespace quillmoor::platform {
 namespace linux_ {
@@ -24,34 +20,9 @@ using posix::DirectoryEntry;
 using posix::FileVerb;
 using posix::FollowLink;
 using posix::systemCalls;
-using std::chrono::duration_cast;
-using std::chrono::nanoseconds;
-using std::chrono::seconds;
 using std::chrono::system_clock;
 
 constexpr mode_t kPermissions = 07777;
-
-// File systems store dates outside the clock's range.
-system_clock::time_point dateOf(const timespec& time) {
-    using Duration = system_clock::duration;
-    constexpr seconds kEarliest = std::chrono::ceil<seconds>(Duration::min());
-    // A second less than the latest, since the nanoseconds are added to it.
-    constexpr seconds kLatest = std::chrono::floor<seconds>(Duration::max()) - seconds(1);
-    const seconds whole = std::clamp(seconds(time.tv_sec), kEarliest, kLatest);
-    // Converted separately: the clock's unit may be coarser than nanoseconds and its range wider.
-    return system_clock::time_point(Duration(whole) +
-                                    duration_cast<Duration>(nanoseconds(time.tv_nsec)));
-}
-
-timespec timeOf(system_clock::time_point date) {
-    // By division: std::chrono::floor overflows at the ends of the clock's range.
-    using Duration = system_clock::duration;
-    constexpr std::int64_t kSecond = Duration(seconds(1)).count();
-    const std::int64_t count = date.time_since_epoch().count();
-    const std::int64_t whole = count / kSecond;
-    const std::int64_t rest = nanoseconds(Duration(count % kSecond)).count();
-    return rest < 0 ? timespec{whole - 1, rest + std::nano::den} : timespec{whole, rest};
-}
 
 // Finds the item that a call is to change; returns 0 or the error number. Its existence is checked
 // first, so that a dangling link is ENOENT for every call.
@@ -74,7 +45,7 @@ int changeDate(const std::string& path, system_clock::time_point date) {
     DirectoryEntry entry;
     const int error = find(path, entry, FollowLink::Yes);
     if (error != 0) return error;
-    const timespec times[2] = {{0, UTIME_OMIT}, timeOf(date)};
+    const timespec times[2] = {{0, UTIME_OMIT}, posix::timeOf(date)};
     const int folder = entry.folder.get();
     return systemCalls().utimensat(folder, entry.name.c_str(), times, 0) == 0 ? 0 : errno;
 }
@@ -90,7 +61,7 @@ class LinuxAttributes : public Attributes {
             linuxCalls().isImmutable(entry.folder.get(), entry.name.c_str(), &item.isImmutable))
             return std::nullopt;
         item.size = static_cast<std::uint64_t>(status.st_size);
-        item.modificationDate = dateOf(status.st_mtim);
+        item.modificationDate = posix::dateOf(status.st_mtim);
         return item;
     }
 
