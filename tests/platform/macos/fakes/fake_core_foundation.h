@@ -1,0 +1,35 @@
+// The system's C objects as fakes that count who owns what, and the user at the console.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <optional>
+#include <string>
+
+namespace quillmoor::test {
+
+// What the objects of a test are; they are never removed from memory, so that a second release is
+// noticed.
+struct FakeObjects {
+    // Objects that were made and not released, and releases of what was released before.
+    static int alive();
+    static int wronglyReleased();
+    static CFStringRef makeString(const std::string& text);
+    static CFURLRef makeUrl(const std::string& path);
+    static std::string textOf(CFTypeRef object);
+};
+
+// One at a time: the user at the console, nil for none. Counts the calls, and whether one passed a
+// store or asked for a number.
+struct FakeConsole {
+    FakeConsole();
+    ~FakeConsole();
+    FakeConsole(const FakeConsole&) = delete;
+    FakeConsole& operator=(const FakeConsole&) = delete;
+
+    std::optional<std::string> user;
+    int calls = 0;
+    bool asksForMore = false;
+};
+
+}  // namespace quillmoor::test
