@@ -1,0 +1,31 @@
+// The obsolete calls that this room looks up when they are needed, by type and name.
+#pragma once
+
+#include <CoreServices/CoreServices.h>
+
+namespace quillmoor::platform::macos {
+
+inline constexpr char kGetFSRef[] = "CFURLGetFSRef";
+using GetFSRef = Boolean (*)(CFURLRef url, FSRef* item);
+
+inline constexpr char kCreateFromFSRef[] = "CFURLCreateFromFSRef";
+using CreateFromFSRef = CFURLRef (*)(CFAllocatorRef allocator, const FSRef* item);
+
+inline constexpr char kGetCatalogInfo[] = "FSGetCatalogInfo";
+using GetCatalogInfo = OSErr (*)(const FSRef* item, FSCatalogInfoBitmap wanted, FSCatalogInfo* info,
+                                 HFSUniStr255* name, FSSpecPtr spec, FSRef* parent);
+
+inline constexpr char kSetCatalogInfo[] = "FSSetCatalogInfo";
+using SetCatalogInfo = OSErr (*)(const FSRef* item, FSCatalogInfoBitmap given,
+                                 const FSCatalogInfo* info);
+
+inline constexpr char kNewAlias[] = "FSNewAliasMinimal";
+using NewAlias = OSErr (*)(const FSRef* target, AliasHandle* alias);
+
+inline constexpr char kDisposeHandle[] = "DisposeHandle";
+using DisposeHandle = void (*)(Handle handle);
+
+inline constexpr char kRegisterUrl[] = "LSRegisterURL";
+using RegisterUrl = OSStatus (*)(CFURLRef url, Boolean update);
+
+}  // namespace quillmoor::platform::macos

@@ -1,0 +1,101 @@
+// Declarations of files, Apple events and Launch Services, as far as the back-end for macOS uses
+// them. The layouts are those of 64-bit programs.
+#pragma once
+
+#include "CoreFoundation/CoreFoundation.h"
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+#pragma pack(push, 2)
+struct FSRef {
+    UInt8 hidden[80];
+};
+typedef struct FSRef FSRef;
+
+struct UTCDateTime {
+    UInt16 highSeconds;
+    UInt32 lowSeconds;
+    UInt16 fraction;
+};
+typedef struct UTCDateTime UTCDateTime;
+
+struct FSPermissionInfo {
+    UInt32 userID;
+    UInt32 groupID;
+    UInt8 reserved1;
+    UInt8 userAccess;
+    UInt16 mode;
+    void* fileSec;
+};
+typedef struct FSPermissionInfo FSPermissionInfo;
+
+struct FSCatalogInfo {
+    UInt16 nodeFlags;
+    SInt16 volume;
+    UInt32 parentDirID;
+    UInt32 nodeID;
+    UInt8 sharingFlags;
+    UInt8 userPrivileges;
+    UInt8 reserved1;
+    UInt8 reserved2;
+    UTCDateTime createDate;
+    UTCDateTime contentModDate;
+    UTCDateTime attributeModDate;
+    UTCDateTime accessDate;
+    UTCDateTime backupDate;
+    FSPermissionInfo permissions;
+    UInt8 finderInfo[16];
+    UInt8 extFinderInfo[16];
+    UInt64 dataLogicalSize;
+    UInt64 dataPhysicalSize;
+    UInt64 rsrcLogicalSize;
+    UInt64 rsrcPhysicalSize;
+    UInt32 valence;
+    UInt32 textEncodingHint;
+};
+typedef struct FSCatalogInfo FSCatalogInfo;
+
+struct AEDesc {
+    UInt32 descriptorType;
+    struct OpaqueAEDataStorageType** dataHandle;
+};
+typedef struct AEDesc AEDesc;
+#pragma pack(pop)
+
+typedef UInt32 FSCatalogInfoBitmap;
+struct HFSUniStr255;
+typedef struct FSSpec* FSSpecPtr;
+struct AliasRecord;
+typedef struct AliasRecord** AliasHandle;
+enum : FSCatalogInfoBitmap { kFSCatInfoNodeFlags = 0x00000002, kFSCatInfoFinderInfo = 0x00000800 };
+enum { kFSNodeIsDirectoryMask = 0x0010 };
+
+OSErr FSGetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap wanted, FSCatalogInfo* info,
+                       HFSUniStr255* name, FSSpecPtr spec, FSRef* parent);
+OSErr FSSetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap given, const FSCatalogInfo* info);
+OSErr FSNewAliasMinimal(const FSRef* target, AliasHandle* alias);
+Boolean CFURLGetFSRef(CFURLRef url, FSRef* item);
+CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* item);
+void DisposeHandle(Handle handle);
+
+typedef AEDesc AppleEvent;
+typedef UInt32 AEEventClass;
+typedef UInt32 AEEventID;
+typedef UInt32 DescType;
+typedef SInt32 AESendMode;
+struct AEBuildError;
+enum : DescType { typeNull = 'null', typeApplSignature = 'sign' };
+enum { kAutoGenerateReturnID = -1, kAnyTransactionID = 0 };
+enum { kAENoReply = 1, kAEDefaultTimeout = -1 };
+
+OSStatus AEBuildAppleEvent(AEEventClass eventClass, AEEventID event, DescType addressType,
+                           const void* address, Size addressSize, SInt16 returnID,
+                           SInt32 transactionID, AppleEvent* result, AEBuildError* error,
+                           const char* format, ...);
+OSStatus AESendMessage(const AppleEvent* event, AppleEvent* reply, AESendMode mode, long timeout);
+OSErr AEDisposeDesc(AEDesc* description);
+
+OSStatus LSRegisterURL(CFURLRef url, Boolean update);
+}
+#pragma GCC visibility pop
