@@ -9,10 +9,10 @@
 #include <type_traits>
 #include <utility>
 
-#include "quillmoor/platform/linux/bundles/property_list_bounds_linux.h"
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
 #include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/small_file_posix.h"
 #include "quillmoor/platform/posix/ground/utf8_posix.h"
+#include "quillmoor/platform/posix/text/property_list_bounds_posix.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -60,14 +60,14 @@ Node parse(std::string_view bytes) {
     // The form is determined here and not by the library, which in newer versions reads more forms
     // than there are limits for.
     if (bytes.starts_with(kBinaryHeader)) {
-        if (linux_::isModestBinary(bytes)) plist_from_bin(bytes.data(), length, &parsed);
+        if (posix::isModestBinary(bytes)) plist_from_bin(bytes.data(), length, &parsed);
         return Node(parsed);
     }
     if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
     const std::size_t first = bytes.find_first_not_of(" \t\r\n");
     if (first == std::string_view::npos || bytes[first] != '<') return nullptr;
     const PlainNumbers plainNumbers;
-    if (posix::isUTF8(bytes) && linux_::isModestXML(bytes))
+    if (posix::isUTF8(bytes) && posix::isModestXML(bytes))
         plist_from_xml(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &parsed);
     return Node(parsed);
 }
@@ -162,7 +162,7 @@ class LinuxPropertyLists : public PropertyLists {
   public:
     std::optional<PropertyListDictionary> dictionaryWithContentsOfFile(
         const std::string& path) override {
-        const std::optional<std::string> contents = linux_::readSmallFile(path, kLongestFile);
+        const std::optional<std::string> contents = posix::readSmallFile(path, kLongestFile);
         if (!contents) return std::nullopt;
         const Node root = parse(*contents);
         if (root == nullptr || plist_get_node_type(root.get()) != PLIST_DICT) return std::nullopt;

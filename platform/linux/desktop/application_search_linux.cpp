@@ -15,9 +15,9 @@
 #include "quillmoor/platform/linux/ground/ascii_linux.h"
 #include "quillmoor/platform/linux/ground/environment_linux.h"
 #include "quillmoor/platform/linux/ground/programs_linux.h"
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
 #include "quillmoor/platform/platform.h"
 #include "quillmoor/platform/posix/fs/directory_posix.h"
+#include "quillmoor/platform/posix/ground/small_file_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
 namespace quillmoor::platform::linux_ {
@@ -103,8 +103,8 @@ OptionalPath startedBy(const DesktopEntry& entry) {
 
 OptionalPath findByEntry(const StringList& folders, const std::string& identifier) {
     for (const std::string& folder : folders) {
-        const std::optional<std::string> text =
-            readSmallFile(*appendPathComponent(folder, identifier + ".desktop"), kLongestEntry);
+        const std::optional<std::string> text = posix::readSmallFile(
+            *appendPathComponent(folder, identifier + ".desktop"), kLongestEntry);
         if (!text) continue;
         const DesktopEntry entry = parseDesktopEntry(*text);
         // Hides the entries of the same name in the folders that follow.

@@ -13,8 +13,8 @@
 
 #include "quillmoor/platform/linux/ground/assignments_linux.h"
 #include "quillmoor/platform/linux/ground/linux_calls_linux.h"
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
 #include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/posix/ground/small_file_posix.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -53,7 +53,7 @@ std::uint64_t nextCount() {
 // As os-release(5) says, the second file counts only where the first is missing.
 OptionalString releaseName() {
     for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
-        const std::optional<std::string> text = linux_::readSmallFile(path, kLongestReleaseFile);
+        const std::optional<std::string> text = posix::readSmallFile(path, kLongestReleaseFile);
         if (!text) continue;
         OptionalString name = linux_::assignedValue(*text, "PRETTY_NAME");
         return name && !name->empty() ? name : std::nullopt;

@@ -4,8 +4,8 @@
 
 #include "quillmoor/base/paths.h"
 #include "quillmoor/platform/linux/ground/environment_linux.h"
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
 #include "quillmoor/platform/linux/locations/user_dirs_linux.h"
+#include "quillmoor/platform/posix/ground/small_file_posix.h"
 
 namespace quillmoor::platform::linux_ {
 namespace {
@@ -50,8 +50,8 @@ OptionalPath placedByUser(const UserDomainFolders& user, std::string_view kind) 
     // Read again for each question: the user may move a folder while the program runs.
     const std::optional<std::string> settings =
         user.settingsOwner
-            ? readSmallFileOf(*user.settingsOwner, user.settingsFile, kLongestUserDirs)
-            : readSmallFile(user.settingsFile, kLongestUserDirs);
+            ? posix::readSmallFileOf(*user.settingsOwner, user.settingsFile, kLongestUserDirs)
+            : posix::readSmallFile(user.settingsFile, kLongestUserDirs);
     if (!settings) return std::nullopt;
     OptionalPath path = userDir(*settings, kind, user.home);
     if (!path || user.root == user.home) return path;

@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "quillmoor/platform/linux/authorization/channel/peer_linux.h"
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
 #include "quillmoor/platform/posix/ground/c_strings_posix.h"
+#include "quillmoor/platform/posix/ground/small_file_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "quillmoor/platform/posix/process/child_reaper_posix.h"
 #include "quillmoor/platform/posix/process/child_system_posix.h"
@@ -109,7 +109,7 @@ std::optional<LaunchEnd> LaunchChild::end() {
 
 bool LaunchChild::isEnding() const {
     constexpr std::size_t kLimit = 65536;
-    const auto command = readSmallFile("/proc/" + std::to_string(pid_) + "/cmdline", kLimit);
+    const auto command = posix::readSmallFile("/proc/" + std::to_string(pid_) + "/cmdline", kLimit);
     // The command line is in the process's memory (proc(5)), so it is empty once that is released.
     return !command || command->empty();
 }

@@ -5,14 +5,14 @@
 #include <string>
 
 #include "quillmoor/base/types.h"
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/posix/ground/small_file_posix.h"
 
 namespace quillmoor::platform::linux_::authorization {
 
 std::optional<std::uint64_t> ownStartTime() {
     constexpr int kStartTime = 22;  // counted from 1, as proc(5) does
     constexpr std::size_t kLimit = 4096;
-    const OptionalString status = readSmallFile("/proc/self/stat", kLimit);
+    const OptionalString status = posix::readSmallFile("/proc/self/stat", kLimit);
     if (!status) return std::nullopt;
     std::size_t at = status->rfind(')');  // the second field may have any characters
     for (int field = 2; field < kStartTime && at != std::string::npos; ++field)

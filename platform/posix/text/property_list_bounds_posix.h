@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-namespace quillmoor::platform::linux_ {
+namespace quillmoor::platform::posix {
 
 // Deeper than any genuine list.
 inline constexpr int kDeepestPropertyList = 128;
@@ -18,4 +18,4 @@ bool isModestXML(std::string_view text);
 // object contains itself.
 bool isModestBinary(std::string_view bytes);
 
-}  // namespace quillmoor::platform::linux_
+}  // namespace quillmoor::platform::posix

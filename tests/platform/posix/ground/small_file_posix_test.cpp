@@ -1,4 +1,4 @@
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/posix/ground/small_file_posix.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -6,7 +6,7 @@
 
 #include "tests/support/temp_folder.h"
 
-namespace quillmoor::platform::linux_ {
+namespace quillmoor::platform::posix {
 namespace {
 
 using test::TempFolder;
@@ -64,4 +64,4 @@ TEST(SmallFile, MustBelongToTheRequiredOwner) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_
+}  // namespace quillmoor::platform::posix

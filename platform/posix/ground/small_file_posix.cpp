@@ -1,4 +1,4 @@
-#include "quillmoor/platform/linux/ground/small_file_linux.h"
+#include "quillmoor/platform/posix/ground/small_file_posix.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,10 +10,8 @@
 #include "quillmoor/platform/posix/ground/descriptor.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
-namespace quillmoor::platform::linux_ {
+namespace quillmoor::platform::posix {
 namespace {
-
-using posix::Descriptor;
 
 // `expected` is the size in the file's status. Reading stops one byte beyond the limit, so that a
 // file that grows meanwhile is detected as well.
@@ -25,7 +23,7 @@ std::optional<std::string> readAtMost(const Descriptor& file, std::size_t expect
     std::size_t size = 0;
     for (;;) {
         const ssize_t got =
-            posix::systemCalls().read(file.get(), contents.data() + size, contents.size() - size);
+            systemCalls().read(file.get(), contents.data() + size, contents.size() - size);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return std::nullopt;
         if (got == 0) break;
@@ -42,10 +40,10 @@ std::optional<std::string> readAtMost(const Descriptor& file, std::size_t expect
 std::optional<std::string> read(const std::string& path, std::size_t limit, int flags,
                                 const std::optional<uid_t>& owner) {
     if (path.find('\0') != std::string::npos) return std::nullopt;
-    const Descriptor file(posix::systemCalls().openat(AT_FDCWD, path.c_str(),
-                                                      O_RDONLY | O_NONBLOCK | O_NOCTTY | flags, 0));
+    const Descriptor file(
+        systemCalls().openat(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | flags, 0));
     struct stat status {};
-    if (!file || posix::systemCalls().fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (!file || systemCalls().fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
     if (owner && status.st_uid != *owner) return std::nullopt;
     const auto expected = static_cast<std::size_t>(status.st_size);
@@ -63,4 +61,4 @@ std::optional<std::string> readSmallFileOf(uid_t owner, const std::string& path,
     return read(path, limit, O_NOFOLLOW, owner);
 }
 
-}  // namespace quillmoor::platform::linux_
+}  // namespace quillmoor::platform::posix

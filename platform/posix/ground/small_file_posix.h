@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace quillmoor::platform::linux_ {
+namespace quillmoor::platform::posix {
 
 // The whole file. nil when it is missing, cannot be read, is not a regular file or has more than
 // `limit` bytes. Follows links. Never waits, also when `path` is a pipe or a device.
@@ -17,4 +17,4 @@ std::optional<std::string> readSmallFile(const std::string& path, std::size_t li
 // the file has another owner, so that no user can make root read a file that the user may not read.
 std::optional<std::string> readSmallFileOf(uid_t owner, const std::string& path, std::size_t limit);
 
-}  // namespace quillmoor::platform::linux_
+}  // namespace quillmoor::platform::posix

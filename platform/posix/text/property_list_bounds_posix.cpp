@@ -1,4 +1,4 @@
-#include "quillmoor/platform/linux/bundles/property_list_bounds_linux.h"
+#include "quillmoor/platform/posix/text/property_list_bounds_posix.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-namespace quillmoor::platform::linux_ {
+namespace quillmoor::platform::posix {
 namespace {
 
 // For every &…; the parser moves the rest of the text, so its time grows with the square.
@@ -214,4 +214,4 @@ bool isModestBinary(std::string_view bytes) {
     return BinaryMeasure(bytes).isModest();
 }
 
-}  // namespace quillmoor::platform::linux_
+}  // namespace quillmoor::platform::posix

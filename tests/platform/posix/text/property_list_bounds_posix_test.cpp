@@ -1,10 +1,10 @@
-#include "quillmoor/platform/linux/bundles/property_list_bounds_linux.h"
+#include "quillmoor/platform/posix/text/property_list_bounds_posix.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/contract/services/binary_property_list.h"
 
-namespace quillmoor::platform::linux_ {
+namespace quillmoor::platform::posix {
 namespace {
 
 using test::binaryPropertyList;
@@ -139,4 +139,4 @@ TEST(ModestBinary, TablesThatLeadOutOfTheFileAreRefused) {
 }
 
 }  // namespace
-}  // namespace quillmoor::platform::linux_
+}  // namespace quillmoor::platform::posix
