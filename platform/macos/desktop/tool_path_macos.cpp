@@ -1,0 +1,20 @@
+#include "quillmoor/platform/native_services.h"
+#include "quillmoor/platform/tool_paths.h"
+
+namespace quillmoor::platform {
+namespace {
+
+// The system has all of the tools, and nobody can exchange them.
+class MacToolPaths : public ToolPaths {
+  public:
+    std::string toolPath(const std::string& path) override { return path; }
+};
+
+}  // namespace
+
+ToolPaths* nativeToolPaths() {
+    static auto* const toolPaths = new MacToolPaths;
+    return toolPaths;
+}
+
+}  // namespace quillmoor::platform

@@ -1,0 +1,37 @@
+// The workspace, which opens, finds and recycles, as a fake that records each call. Its real one
+// needs a desktop.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quillmoor::test {
+
+// One at a time, as long as it lives. Without one every call fails.
+class FakeWorkspace {
+  public:
+    FakeWorkspace();
+    ~FakeWorkspace();
+    FakeWorkspace(const FakeWorkspace&) = delete;
+    FakeWorkspace& operator=(const FakeWorkspace&) = delete;
+
+    struct Operation {
+        std::string operation, source, destination;
+        std::vector<std::string> files;
+        bool hasTag = false;
+        bool operator==(const Operation&) const = default;
+    };
+    std::vector<Operation> operations;
+    // Items are moved to this folder, under a new name where theirs is taken; unset, none is moved.
+    std::optional<std::string> trash;
+
+    std::map<std::string, std::string> applications;  // paths by identifier
+    std::vector<std::string> opened;
+    bool opens = true;
+    std::vector<std::string> noted;
+    std::vector<std::string> packages;
+};
+
+}  // namespace quillmoor::test
