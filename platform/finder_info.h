@@ -22,7 +22,9 @@ struct CatalogInfo {
     static constexpr std::uint16_t kNodeIsDirectory = 0x0010;
 
     std::uint16_t nodeFlags = 0;
-    std::array<std::uint8_t, 32> finderInfo{};  // the flags, big-endian, are bytes 8 and 9
+    // The flags, big-endian, are bytes 8 and 9. A back-end may leave out the second half, which is
+    // zero when it is read and unchanged when it is written.
+    std::array<std::uint8_t, 32> finderInfo{};
 
     std::uint16_t finderFlags() const {
         return static_cast<std::uint16_t>(finderInfo[8] << 8 | finderInfo[9]);

@@ -54,6 +54,7 @@ class MacLocations : public Locations {
     OptionalString consoleUser() override { return macos::consoleUser(); }
 
     std::size_t confstr(int name, std::span<char> buffer) override {
+        if (name != kDarwinUserCacheDirectory) return 0;
         return ::confstr(name, buffer.data(), buffer.size());
     }
 

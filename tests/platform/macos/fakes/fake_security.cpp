@@ -1,5 +1,7 @@
 #include "tests/platform/macos/fakes/fake_security.h"
 
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -22,6 +24,36 @@ SecurityItems copied(const AuthorizationItemSet* set) {
         items.push_back(std::move(copy));
     }
     return items;
+}
+
+OSStatus decide(::AuthorizationRef reference, const SecurityItems& rights) {
+    if (!rights || rights->empty()) return errAuthorizationSuccess;
+    for (const SecurityItem& right : *rights)
+        if (right.name != "system.privilege.admin") return errAuthorizationDenied;
+    if (::getuid() != 0) return errAuthorizationInteractionNotAllowed;
+    current->authorized.push_back(reference);
+    return errAuthorizationSuccess;
+}
+
+// The child's process is never collected, as by the system's call.
+OSStatus start(const char* tool, char* const* arguments, int end) {
+    std::vector<char*> all{const_cast<char*>(tool)};
+    for (char* const* each = arguments; *each != nullptr; ++each) all.push_back(*each);
+    all.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, end, 0);
+    ::posix_spawn_file_actions_adddup2(&actions, end, 1);
+    ::posix_spawn_file_actions_addclosefrom_np(&actions, 3);
+    pid_t child = 0;
+    const int error = ::posix_spawn(&child, tool, &actions, nullptr, all.data(), environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    return error == 0 ? errAuthorizationSuccess : errAuthorizationToolExecuteFailure;
+}
+
+bool isAuthorized(::AuthorizationRef reference) {
+    return std::find(current->authorized.begin(), current->authorized.end(), reference) !=
+           current->authorized.end();
 }
 
 bool isOpen(::AuthorizationRef reference) {
@@ -84,7 +116,9 @@ OSStatus AuthorizationCopyRights(AuthorizationRef authorization, const Authoriza
                               .rights = copied(rights),
                               .environment = copied(environment),
                               .asksForGrantedRights = authorizedRights != nullptr});
-    return isOpen(authorization) ? current->granted : errAuthorizationInvalidRef;
+    if (!isOpen(authorization)) return errAuthorizationInvalidRef;
+    return current->decides ? quillmoor::test::decide(authorization, current->calls.back().rights)
+                            : current->granted;
 }
 
 OSStatus AuthorizationCopyPrivilegedReference(AuthorizationRef* authorization,
@@ -107,12 +141,23 @@ OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, cons
                                        .asksForPipe = communicationsPipe != nullptr};
     for (char* const* each = arguments; *each != nullptr; ++each) call.arguments.push_back(*each);
     current->calls.push_back(std::move(call));
+    if (current->decides && !quillmoor::test::isAuthorized(authorization))
+        return errAuthorizationDenied;
     if (current->executed != errAuthorizationSuccess || !current->hasPipe) return current->executed;
     int ends[2];
     // The system's pipe is one descriptor for both directions, and is left to children.
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return errAuthorizationInternal;
+    if (current->decides) {
+        const OSStatus status = quillmoor::test::start(pathToTool, arguments, ends[1]);
+        ::close(ends[1]);
+        if (status != errAuthorizationSuccess) {
+            ::close(ends[0]);
+            return status;
+        }
+    } else {
+        current->toolEnd = ends[1];
+    }
     current->pipeEnd = ends[0];
-    current->toolEnd = ends[1];
     *communicationsPipe = ::fdopen(ends[0], "r+");
     return errAuthorizationSuccess;
 }

@@ -45,6 +45,9 @@ class FakeSecurity {
     OSStatus granted = errAuthorizationSuccess;
     OSStatus executed = errAuthorizationSuccess;
     bool hasPipe = true;
+    // Instead of the above it grants as the system would, to root without asking, and starts tools,
+    // with the rights that this process has.
+    bool decides = false;
     // The reference that a parent has passed; null for none.
     ::AuthorizationRef passed = nullptr;
     // The other end of the pipe of the last tool, for the test to close.
@@ -53,6 +56,7 @@ class FakeSecurity {
 
     // References that were made and not freed, and what was freed without being one.
     std::vector<::AuthorizationRef> open;
+    std::vector<::AuthorizationRef> authorized;  // by `decides`
     int wronglyFreed = 0;
 
     ::AuthorizationRef makeReference();

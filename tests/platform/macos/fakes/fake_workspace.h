@@ -26,6 +26,8 @@ class FakeWorkspace {
     std::vector<Operation> operations;
     // Items are moved to this folder, under a new name where theirs is taken; unset, none is moved.
     std::optional<std::string> trash;
+    // Instead of that, the Trash of the home that the environment gives, which is made.
+    bool usesHome = false;
 
     std::map<std::string, std::string> applications;  // paths by identifier
     std::vector<std::string> opened;

@@ -3,6 +3,7 @@
 #import <AppKit/AppKit.h>
 
 #include <stdio.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -20,6 +21,11 @@ bool exists(const std::string& path) {
 }
 
 bool moveToTrash(const std::string& folder, const std::string& name) {
+    const char* const home = ::getenv("HOME");
+    if (current->usesHome && home != nullptr) {
+        current->trash = std::string(home) + "/.Trash";
+        ::mkdir(current->trash->c_str(), S_IRWXU);
+    }
     if (!current->trash || !exists(folder + "/" + name)) return false;
     std::string path = *current->trash + "/" + name;
     for (int number = 2; exists(path); ++number)

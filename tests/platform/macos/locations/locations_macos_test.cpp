@@ -73,6 +73,7 @@ TEST_F(MacLocationsTest, ConfstrReportsTheWholeSizeAndCutsTheValue) {
     std::array<char, 5> small{};
     EXPECT_EQ(locations().confstr(kDarwinUserCacheDirectory, small), 18U);
     EXPECT_STREQ(small.data(), "/var");
+    EXPECT_EQ(locations().confstr(1, buffer), 0U) << "another of the system's variables";
     paths_.cacheFolder = "";
     EXPECT_EQ(locations().confstr(kDarwinUserCacheDirectory, buffer), 0U);
 }
