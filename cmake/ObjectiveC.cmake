@@ -1,6 +1,7 @@
 # Objective-C++, which the sources for macOS are in: KX_OBJC says whether they can be compiled here, and
 # why not if they cannot. On a Mac by the system's own compiler; elsewhere by clang with GNUstep, for the
 # tests. Targets link kx_objc. KX_OBJC_OPTIONS are its compiler options, for tests that run the compiler.
+include_guard(GLOBAL)
 if(APPLE)
     enable_language(OBJCXX)
     set(KX_OBJC_OPTIONS "")

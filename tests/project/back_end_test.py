@@ -81,6 +81,10 @@ def main():
         checks.equal("all is missing, each in one line", missing_names(run.stderr.splitlines()),
                      expected)
 
+        run = configure(cmake, sources, trace, "macos", folder / "macos")
+        checks.equal("the back-end for macOS is configured", run.returncode, 0)
+        checks.equal("nothing is missing there", missing_names(run.stderr.splitlines()), [])
+
         run = configure(cmake, sources, trace, "nonesuch", folder / "none")
         checks.equal("no such back-end", run.returncode, 1)
         checks.equal("a back-end that does not exist is reported",
@@ -88,7 +92,8 @@ def main():
 
         seam = folder / "copy/platform"
         shutil.copytree(sources / "platform", seam)
-        checks.equal("nothing is missing here", report(cmake, seam, trace, "linux"), [])
+        for platform in ("linux", "macos"):
+            checks.equal(f"nothing of {platform} is missing", report(cmake, seam, trace, platform), [])
         for name in expected:
             definition = re.compile(rf"^(\w.*[ *]){name}(?=\(| =)", re.MULTILINE)
             namespace = "platform" if name.startswith("native") else "platform::posix"
