@@ -15,7 +15,7 @@ namespace macos {
 namespace {
 
 class CocoaBundle final : public Bundle {
-   public:
+  public:
     explicit CocoaBundle(NSBundle* bundle) : bundle_([bundle retain]) {}
     ~CocoaBundle() override { [bundle_ release]; }
     CocoaBundle(const CocoaBundle&) = delete;
@@ -47,7 +47,7 @@ class CocoaBundle final : public Bundle {
         }
     }
 
-   private:
+  private:
     NSBundle* bundle_;
 };
 
@@ -75,7 +75,7 @@ OptionalPath folderAround(const std::string& program) {
 }
 
 class CocoaBundles : public Bundles {
-   public:
+  public:
     std::shared_ptr<Bundle> mainBundle() override {
         @autoreleasepool {
             return std::make_shared<CocoaBundle>([NSBundle mainBundle]);

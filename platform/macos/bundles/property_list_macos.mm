@@ -74,7 +74,7 @@ PropertyListValue valueOf(id object) {
 }
 
 class MacPropertyLists : public PropertyLists {
-   public:
+  public:
     std::optional<PropertyListDictionary> dictionaryWithContentsOfFile(
         const std::string& path) override {
         const std::optional<std::string> contents = posix::readSmallFile(path, kLongestFile);

@@ -11,7 +11,7 @@ namespace macos {
 namespace {
 
 class MacApplications : public Applications {
-   public:
+  public:
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
         @autoreleasepool {
             NSString* const wanted = cocoaPath(identifier);

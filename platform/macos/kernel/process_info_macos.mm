@@ -12,7 +12,7 @@ namespace macos {
 namespace {
 
 class MacProcessInfo : public ProcessInfo {
-   public:
+  public:
     unsigned realUserId() override { return ::getuid(); }
 
     std::string globallyUniqueString() override {

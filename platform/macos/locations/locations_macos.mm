@@ -18,7 +18,7 @@ std::string withoutTrailingSlashes(std::string path) {
 }
 
 class MacLocations : public Locations {
-   public:
+  public:
     StringList searchPaths(SearchPathDirectory directory, SearchPathDomainMask domain) override {
         @autoreleasepool {
             StringList paths;

@@ -25,7 +25,7 @@ bool recycleOne(NSString* source, NSString* destination, const std::string& name
 }
 
 class MacTrash : public Trash {
-   public:
+  public:
     // One call for each item: the system's stops at the first that it cannot move.
     RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
                            const StringList& names) override {

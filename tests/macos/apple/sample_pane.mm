@@ -1,5 +1,5 @@
-// A pane with the outlets and the action of the real one, for the tests of lint-bundle. With one of the
-// macros it has the mistake that the macro names.
+// A pane with the outlets and the action of the real one, for the tests of lint-bundle. With one of
+// the macros it has the mistake that the macro names.
 #import <InstallerPlugins/InstallerPlugins.h>
 
 #ifndef PANE
@@ -15,7 +15,9 @@
 #define TITLE_TYPE IBOutlet NSTextField*
 #endif
 #ifndef ACTION
-#define ACTION uninstall:(id)sender
+#define ACTION \
+    uninstall: \
+    (id) sender
 #endif
 
 @interface PANE : PARENT {
@@ -78,6 +80,5 @@
 #endif
 
 #ifdef CONSTRUCTOR
-__attribute__((constructor)) static void runsAtLoad() {
-}
+__attribute__((constructor)) static void runsAtLoad() {}
 #endif

@@ -16,12 +16,18 @@ Function real(const char* name) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
-NSString* cocoa(const std::string& text) { return [NSString stringWithUTF8String:text.c_str()]; }
+NSString* cocoa(const std::string& text) {
+    return [NSString stringWithUTF8String:text.c_str()];
+}
 
 }  // namespace
 
-FakeSearchPaths::FakeSearchPaths() { current = this; }
-FakeSearchPaths::~FakeSearchPaths() { current = nullptr; }
+FakeSearchPaths::FakeSearchPaths() {
+    current = this;
+}
+FakeSearchPaths::~FakeSearchPaths() {
+    current = nullptr;
+}
 
 }  // namespace quillmoor::test
 

@@ -13,7 +13,9 @@ namespace {
 
 FakeWorkspace* current = nullptr;
 
-std::string bytes(NSString* text) { return text != nil ? [text UTF8String] : "(nil)"; }
+std::string bytes(NSString* text) {
+    return text != nil ? [text UTF8String] : "(nil)";
+}
 
 bool exists(const std::string& path) {
     struct stat status {};
@@ -35,8 +37,12 @@ bool moveToTrash(const std::string& folder, const std::string& name) {
 
 }  // namespace
 
-FakeWorkspace::FakeWorkspace() { current = this; }
-FakeWorkspace::~FakeWorkspace() { current = nullptr; }
+FakeWorkspace::FakeWorkspace() {
+    current = this;
+}
+FakeWorkspace::~FakeWorkspace() {
+    current = nullptr;
+}
 
 }  // namespace quillmoor::test
 
