@@ -12,11 +12,15 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 
 #undef posix_spawnattr_setflags
 
 namespace quillmoor::test {
 namespace {
+
+// The engine calls on several threads.
+std::recursive_mutex recording;
 
 FakeKernel* current = nullptr;
 FakeKernel none;  // records what nobody reads
@@ -89,12 +93,14 @@ extern "C" {
 
 int renameatx_np(int folder, const char* name, int newFolder, const char* newName,
                  unsigned int flags) {
+    const std::lock_guard lock(recording);
     kernel().renames.push_back({name, newName, flags});
     return ::renameat2(folder, name, newFolder, newName,
                        (flags & RENAME_EXCL) != 0 ? RENAME_NOREPLACE : 0);
 }
 
 int fclonefileat(int from, int folder, const char* name, std::uint32_t flags) {
+    const std::lock_guard lock(recording);
     kernel().cloneFlags.push_back(flags);
     if (!kernel().canClone) return failWith(ENOTSUP);
     struct stat status {};
@@ -111,6 +117,7 @@ int fclonefileat(int from, int folder, const char* name, std::uint32_t flags) {
 
 // The listing without the prefix, and without what is not of the user's.
 ssize_t flistxattr(int file, char* names, std::size_t size, int options) {
+    const std::lock_guard lock(recording);
     record("", 0, options);
     char all[65536];
     const ssize_t length = ::syscall(SYS_flistxattr, file, all, sizeof all);
@@ -126,18 +133,21 @@ ssize_t flistxattr(int file, char* names, std::size_t size, int options) {
 
 ssize_t fgetxattr(int file, const char* name, void* value, std::size_t size, std::uint32_t position,
                   int options) {
+    const std::lock_guard lock(recording);
     record(name, position, options);
     return ::syscall(SYS_fgetxattr, file, onLinux(name).c_str(), value, size);
 }
 
 int fsetxattr(int file, const char* name, const void* value, std::size_t size,
               std::uint32_t position, int options) {
+    const std::lock_guard lock(recording);
     record(name, position, options);
     return static_cast<int>(::syscall(SYS_fsetxattr, file, onLinux(name).c_str(), value, size, 0));
 }
 
 int getattrlistat(int folder, const char* name, void* list, void* buffer, std::size_t size,
                   unsigned long options) {
+    const std::lock_guard lock(recording);
     const auto& request = *static_cast<const attrlist*>(list);
     kernel().listCalls.push_back({request, options, {}});
     if (kernel().listError != 0) return failWith(kernel().listError);
@@ -148,6 +158,7 @@ int getattrlistat(int folder, const char* name, void* list, void* buffer, std::s
 }
 
 int fgetattrlist(int file, void* list, void* buffer, std::size_t size, unsigned int options) {
+    const std::lock_guard lock(recording);
     const auto& request = *static_cast<const attrlist*>(list);
     kernel().listCalls.push_back({request, options, {}});
     if (kernel().listError != 0) return failWith(kernel().listError);
@@ -158,6 +169,7 @@ int fgetattrlist(int file, void* list, void* buffer, std::size_t size, unsigned 
 
 int setattrlistat(int folder, const char* name, void* list, void* buffer, std::size_t size,
                   std::uint32_t options) {
+    const std::lock_guard lock(recording);
     const auto& request = *static_cast<const attrlist*>(list);
     const auto* const bytes = static_cast<const std::uint8_t*>(buffer);
     kernel().listCalls.push_back({request, options, {bytes, bytes + size}});
@@ -172,16 +184,19 @@ int setattrlistat(int folder, const char* name, void* list, void* buffer, std::s
 }
 
 int pthread_main_np(void) {
+    const std::lock_guard lock(recording);
     return ::gettid() == ::getpid() ? 1 : 0;
 }
 
 int pthread_threadid_np(pthread_t thread, std::uint64_t* number) {
+    const std::lock_guard lock(recording);
     if (thread != 0) return ESRCH;
     *number = static_cast<std::uint64_t>(::gettid());
     return 0;
 }
 
 int macos_fake_spawnattr_setflags(posix_spawnattr_t* attributes, short flags) {
+    const std::lock_guard lock(recording);
     kernel().spawnFlags.push_back(flags);
     const int known = flags & ~POSIX_SPAWN_CLOEXEC_DEFAULT;
     return ::posix_spawnattr_setflags(attributes, static_cast<short>(known));
@@ -189,6 +204,7 @@ int macos_fake_spawnattr_setflags(posix_spawnattr_t* attributes, short flags) {
 
 // Here it also does what the flag does, which the C library does not have.
 int posix_spawn_file_actions_addinherit_np(posix_spawn_file_actions_t* actions, int file) {
+    const std::lock_guard lock(recording);
     kernel().inherited.push_back(file);
     if (::fcntl(file, F_GETFD) < 0) return EBADF;
     return file == 2 ? ::posix_spawn_file_actions_addclosefrom_np(actions, 3) : 0;
@@ -210,6 +226,7 @@ kern_return_t mach_vm_remap(vm_map_t target, mach_vm_address_t* address, mach_vm
 }
 
 int fcntl(int, int command, fstore_t* store) {
+    const std::lock_guard lock(recording);
     kernel().preallocations.push_back(
         {command, store->fst_flags, store->fst_posmode, store->fst_offset, store->fst_length});
     return 0;
