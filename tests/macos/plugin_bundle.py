@@ -68,7 +68,9 @@ class PluginBundle:
         self.resources.mkdir()
         shutil.copyfile(project / "resources/InstallerSections.plist", self.sections)
         template = (project / "resources/Info.plist.in").read_text(encoding="utf-8")
-        self.info.write_text(template.replace("@PROJECT_VERSION@", "1.2.3"), encoding="utf-8")
+        self.info.write_text(template.replace("@PROJECT_VERSION@", "1.2.3")
+                             .replace("@development_language@", "en")
+                             .replace("@localizations@", "<string>en</string><string>de</string>"), encoding="utf-8")
         shutil.copyfile(project / "resources/VersionCheck.xib", self.xib)
         write_nib(self.nib)
         for language, title in LANGUAGES.items():
