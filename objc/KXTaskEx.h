@@ -20,7 +20,7 @@ FOUNDATION_EXPORT NSString* const KXAsyncTaskDataNotification;
 // starts the tool with no arguments, and lets it inherit the process's environment.
 //
 // If a task out-parameter is given, the child is stored there, autoreleased, before it starts, so
-// that another thread can terminate it. The object answers -launchPath, -isRunning,
+// that another thread can terminate it. The object has -launchPath, -isRunning,
 // -terminationStatus, -terminate and -waitUntilExit. As long as it lives, the pipe of the child's
 // standard input stays open.
 //

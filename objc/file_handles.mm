@@ -68,7 +68,7 @@ class AdoptedFileHandle : public FileHandle {
     });
 }
 
-// The library does not tell where the end is.
+// The library's operation returns no offset.
 - (unsigned long long)seekToEndOfFile {
     raising([&] { _handle->seekToEndOfFile(); });
     return 0;

@@ -1,4 +1,4 @@
-// Copies in the background, and the delegates that are told of them.
+// Copies in the background, and the delegates that receive their progress.
 #pragma once
 
 #import "objc/KXPlatformTypes.h"

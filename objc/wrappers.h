@@ -29,7 +29,8 @@ class Wrappers {
         return [wrapper autorelease];
     }
 
-    // To be kept during each release of a wrapper: nobody may find it while it is deallocated.
+    // To be kept during each release of a wrapper: no other thread may find it while it is
+    // deallocated.
     [[nodiscard]] std::unique_lock<std::recursive_mutex> beginRelease(id wrapper,
                                                                       const void* wrapped) {
         std::unique_lock guard(lock_);

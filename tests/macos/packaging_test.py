@@ -22,7 +22,7 @@ sys.dont_write_bytecode = True
 
 PROJECT = pathlib.Path()
 COMMANDS = ("codesign", "ditto", "lint-bundle", "pkgbuild", "pkgutil", "productbuild", "spctl", "xcrun")
-# Records its call, says who signed, and fails if it is told to.
+# Records its call, says who signed, and fails on request.
 RECORDER = """#!/bin/sh
 { printf '%s' "${0##*/}"; printf ' <%s>' "$@"; echo; } >>"$RECORD"
 echo "Authority=Developer ID Application: $SIGNER"

@@ -8,7 +8,7 @@
 using namespace quillmoor::test;
 using quillmoor::StringList;
 
-// Records what it is told.
+// Records each call.
 @interface Receiver : NSObject {
   @public
     std::mutex mutex;

@@ -4,7 +4,7 @@
 namespace quillmoor::platform {
 namespace {
 
-// The system has all of the tools, and nobody can exchange them.
+// The system has all of the tools, and protects them from being replaced.
 class MacToolPaths : public ToolPaths {
   public:
     std::string toolPath(const std::string& path) override { return path; }

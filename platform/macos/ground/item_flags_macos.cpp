@@ -16,15 +16,15 @@ attrlist requestFor(attrgroup_t common, attrgroup_t ofFolder = 0) {
     return request;
 }
 
-// The answers have the attributes in the order of their bits, each at a multiple of four bytes.
+// The replies have the attributes in the order of their bits, each at a multiple of four bytes.
 #pragma pack(push, 4)
-struct ItemAnswer {
-    std::uint32_t size;  // of the whole answer, this included
+struct ItemReply {
+    std::uint32_t size;  // of the whole reply, this included
     timespec modified;
     std::uint32_t flags;
-    std::uint32_t mountStatus;  // of folders only: the answer is shorter for all others
+    std::uint32_t mountStatus;  // of folders only: the reply is shorter for all others
 };
-struct FlagsAnswer {
+struct FlagsReply {
     std::uint32_t size;
     std::uint32_t flags;
 };
@@ -34,21 +34,21 @@ struct FlagsAnswer {
 
 int readItemFlags(int folder, const char* name, ItemFlags* found) {
     attrlist request = requestFor(ATTR_CMN_MODTIME | ATTR_CMN_FLAGS, ATTR_DIR_MOUNTSTATUS);
-    ItemAnswer answer{};
-    if (::getattrlistat(folder, name, &request, &answer, sizeof answer, FSOPT_NOFOLLOW) != 0)
+    ItemReply reply{};
+    if (::getattrlistat(folder, name, &request, &reply, sizeof reply, FSOPT_NOFOLLOW) != 0)
         return -1;
-    found->flags = answer.flags;
-    found->modified = answer.modified;
+    found->flags = reply.flags;
+    found->modified = reply.modified;
     found->isMountPoint =
-        answer.size >= sizeof answer && (answer.mountStatus & DIR_MNTSTATUS_MNTPOINT) != 0;
+        reply.size >= sizeof reply && (reply.mountStatus & DIR_MNTSTATUS_MNTPOINT) != 0;
     return 0;
 }
 
 int readOpenItemFlags(int file, std::uint32_t* flags) {
     attrlist request = requestFor(ATTR_CMN_FLAGS);
-    FlagsAnswer answer{};
-    if (::fgetattrlist(file, &request, &answer, sizeof answer, 0) != 0) return -1;
-    *flags = answer.flags;
+    FlagsReply reply{};
+    if (::fgetattrlist(file, &request, &reply, sizeof reply, 0) != 0) return -1;
+    *flags = reply.flags;
     return 0;
 }
 

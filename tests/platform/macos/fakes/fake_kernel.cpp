@@ -23,7 +23,7 @@ namespace {
 std::recursive_mutex recording;
 
 FakeKernel* current = nullptr;
-FakeKernel none;  // records what nobody reads
+FakeKernel none;  // records what no test reads
 
 FakeKernel& kernel() {
     return current != nullptr ? *current : none;
@@ -56,9 +56,9 @@ void put(std::vector<std::uint8_t>& bytes, const void* value, std::size_t size) 
     bytes.insert(bytes.end(), first, first + size);
 }
 
-// The answer as the kernel packs it: its size, then what was asked for in the order of the bits.
-int answer(const std::string& name, const struct stat& status, const attrlist& request,
-           void* buffer, std::size_t size) {
+// The reply as the kernel packs it: its size, then what was asked for in the order of the bits.
+int reply(const std::string& name, const struct stat& status, const attrlist& request, void* buffer,
+          std::size_t size) {
     std::vector<std::uint8_t> bytes(sizeof(std::uint32_t));
     if ((request.commonattr & ATTR_CMN_MODTIME) != 0)
         put(bytes, &status.st_mtim, sizeof status.st_mtim);
@@ -154,7 +154,7 @@ int getattrlistat(int folder, const char* name, void* list, void* buffer, std::s
     struct stat status {};
     const int follow = (options & FSOPT_NOFOLLOW) != 0 ? AT_SYMLINK_NOFOLLOW : 0;
     if (::fstatat(folder, name, &status, follow) != 0) return -1;
-    return answer(name, status, request, buffer, size);
+    return reply(name, status, request, buffer, size);
 }
 
 int fgetattrlist(int file, void* list, void* buffer, std::size_t size, unsigned int options) {
@@ -164,7 +164,7 @@ int fgetattrlist(int file, void* list, void* buffer, std::size_t size, unsigned 
     if (kernel().listError != 0) return failWith(kernel().listError);
     struct stat status {};
     if (::fstat(file, &status) != 0) return -1;
-    return answer(nameOfOpen(file), status, request, buffer, size);
+    return reply(nameOfOpen(file), status, request, buffer, size);
 }
 
 int setattrlistat(int folder, const char* name, void* list, void* buffer, std::size_t size,

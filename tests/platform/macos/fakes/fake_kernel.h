@@ -30,7 +30,7 @@ class FakeKernel {
 
     // Clones are copies here; without this they fail, as on a file system that has none.
     bool canClone = false;
-    bool clonesHaveNoMode = false;  // as the clone of a file that nobody may open
+    bool clonesHaveNoMode = false;  // as the clone of a file without permissions
     std::vector<std::uint32_t> cloneFlags;
 
     struct AttributeCall {
@@ -48,7 +48,7 @@ class FakeKernel {
     };
     std::vector<Preallocation> preallocations;
 
-    // Attribute lists: the requests, and what the answers have beside the item's own dates.
+    // Attribute lists: the requests, and what the replies have beside the item's own dates.
     struct ListCall {
         attrlist request{};
         unsigned long options = 0;
