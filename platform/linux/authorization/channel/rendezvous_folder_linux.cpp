@@ -25,12 +25,14 @@ constexpr std::string_view kPrefix = "quillmoor-";
 constexpr std::string_view kVariable = "XXXXXX";
 constexpr char kSocketName[] = "rights";
 
-// A lock ends with its process in every case; a process id in a file could be another's by now.
-Descriptor openLocked(int parent, const char* folder) {
-    Descriptor locked = posix::aboveStandardStreams(Descriptor(
+Descriptor openFolder(int parent, const char* folder) {
+    return posix::aboveStandardStreams(Descriptor(
         posix::systemCalls().openat(parent, folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW, 0)));
-    if (!locked || posix::systemCalls().flock(locked.get(), LOCK_EX | LOCK_NB) != 0) return {};
-    return locked;
+}
+
+// A lock ends with its process in every case; a process id in a file could be another's by now.
+bool lock(const Descriptor& folder) {
+    return folder && posix::systemCalls().flock(folder.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 // The mode of an item of this user's that is not a mount point; 0 for all others. Another user may
@@ -49,23 +51,27 @@ bool isClosedToOthers(mode_t folder) {
     return S_ISDIR(folder) && (folder & (S_IRWXU | S_IRWXG | S_IRWXO)) == S_IRWXU;
 }
 
+bool hasSocket(const Descriptor& folder) {
+    return S_ISSOCK(modeOfOwn(folder.get(), kSocketName));
+}
+
 // True for a new folder, which another process may be about to lock and give its socket.
-bool mayBeInTheMaking(int folder) {
+bool mayBeInTheMaking(const Descriptor& folder) {
     constexpr time_t kSeconds = 600;
     struct stat status {};
-    return posix::systemCalls().fstat(folder, &status) != 0 ||
-           ::time(nullptr) - status.st_mtime < kSeconds;
+    return !hasSocket(folder) && (posix::systemCalls().fstat(folder.get(), &status) != 0 ||
+                                  ::time(nullptr) - status.st_mtime < kSeconds);
 }
 
 void removeIfAbandoned(int place, const char* name) {
     if (!isClosedToOthers(modeOfOwn(place, name))) return;
+    const Descriptor folder = openFolder(place, name);
+    // Before the lock, which a process that has just made the folder must find free; and again with
+    // it, since another may have removed the folder meanwhile.
+    if (!folder || mayBeInTheMaking(folder)) return;
     // The lock is held until the folder is removed, so that no two processes clean it up at once.
-    const Descriptor folder = openLocked(place, name);
-    if (!folder) return;
-    if (S_ISSOCK(modeOfOwn(folder.get(), kSocketName)))
-        posix::systemCalls().unlinkat(folder.get(), kSocketName, 0);
-    else if (mayBeInTheMaking(folder.get()))
-        return;
+    if (!lock(folder) || mayBeInTheMaking(folder)) return;
+    if (hasSocket(folder)) posix::systemCalls().unlinkat(folder.get(), kSocketName, 0);
     posix::systemCalls().unlinkat(place, name, AT_REMOVEDIR);
 }
 
@@ -107,8 +113,8 @@ std::optional<RendezvousFolder> RendezvousFolder::make(const std::string& place)
     path.append(kPrefix).append(kVariable);
     // It gives the folder the mode 0700 (mkdtemp(3)), so that no other user can connect.
     if (posix::systemCalls().mkdtemp(path.data()) == nullptr) return std::nullopt;
-    Descriptor locked = openLocked(AT_FDCWD, path.c_str());
-    if (!locked) {
+    Descriptor locked = openFolder(AT_FDCWD, path.c_str());
+    if (!lock(locked)) {
         posix::systemCalls().unlinkat(AT_FDCWD, path.c_str(), AT_REMOVEDIR);
         return std::nullopt;
     }

@@ -90,6 +90,28 @@ TEST_F(RendezvousFolderTest, WithoutASocketIsKept) {
     EXPECT_TRUE(isKept(folder));
 }
 
+// Its process, which is about to lock it, does not wait: to find it locked would be a failure.
+TEST_F(RendezvousFolderTest, ThatIsNewIsNotLockedByTheCleanUpOfAnotherThread) {
+    static std::string place;
+    static int locks;
+    place = place_.path();
+    locks = 0;
+    const test::ChangedCalls calls([](posix::SystemCalls& changed) {
+        changed.mkdtemp = [](char* path) {
+            char* const made = ::mkdtemp(path);
+            removeAbandonedFolders(place);
+            EXPECT_EQ(locks, 0);
+            return made;
+        };
+        changed.flock = [](int file, int operation) {
+            ++locks;
+            return ::flock(file, operation);
+        };
+    });
+    EXPECT_TRUE(RendezvousFolder::make(place).has_value());
+    EXPECT_EQ(locks, 1);
+}
+
 TEST_F(RendezvousFolderTest, WithoutASocketIsRemovedWhenItHasLongBeenEmpty) {
     // As a process leaves it that is killed before it has made the socket.
     const std::string folder = place_.makeFolder("quillmoor-AbC012");
