@@ -12,11 +12,20 @@ endif()
 
 find_program(KX_CLANGXX NAMES clang++)
 find_program(KX_GNUSTEP_CONFIG NAMES gnustep-config)
+set(KX_GNUSTEP_FLAGS "")
+set(KX_GNUSTEP_LIBRARIES "")
+if(KX_GNUSTEP_CONFIG)
+    # It calls make, without which it prints nothing and succeeds.
+    execute_process(COMMAND "${KX_GNUSTEP_CONFIG}" --objc-flags OUTPUT_VARIABLE KX_GNUSTEP_FLAGS
+        OUTPUT_STRIP_TRAILING_WHITESPACE)
+    execute_process(COMMAND "${KX_GNUSTEP_CONFIG}" --gui-libs OUTPUT_VARIABLE KX_GNUSTEP_LIBRARIES
+        OUTPUT_STRIP_TRAILING_WHITESPACE)
+endif()
 # The runtime's headers come with the compiler that GNUstep was built with.
 file(GLOB KX_OBJC_RUNTIME LIST_DIRECTORIES true "/usr/lib/gcc/*/*/include/objc")
 set(missing "")
-foreach(what KX_CLANGXX KX_GNUSTEP_CONFIG KX_OBJC_RUNTIME)
-    if(NOT ${what})
+foreach(what KX_CLANGXX KX_GNUSTEP_CONFIG KX_GNUSTEP_FLAGS KX_GNUSTEP_LIBRARIES KX_OBJC_RUNTIME)
+    if("${${what}}" MATCHES "^$|-NOTFOUND$")
         string(APPEND missing " ${what}")
     endif()
 endforeach()
@@ -34,12 +43,8 @@ enable_language(OBJCXX)
 set(CMAKE_PCH_PROLOGUE "${prologue}")
 set(KX_OBJC ON)
 
-execute_process(COMMAND "${KX_GNUSTEP_CONFIG}" --objc-flags OUTPUT_VARIABLE flags
-    OUTPUT_STRIP_TRAILING_WHITESPACE)
-execute_process(COMMAND "${KX_GNUSTEP_CONFIG}" --gui-libs OUTPUT_VARIABLE libraries
-    OUTPUT_STRIP_TRAILING_WHITESPACE)
-separate_arguments(flags UNIX_COMMAND "${flags}")
-separate_arguments(libraries UNIX_COMMAND "${libraries}")
+separate_arguments(flags UNIX_COMMAND "${KX_GNUSTEP_FLAGS}")
+separate_arguments(libraries UNIX_COMMAND "${KX_GNUSTEP_LIBRARIES}")
 # Only what GNUstep itself needs: the project has its own levels of optimisation and warnings.
 list(FILTER flags EXCLUDE REGEX "^-(g|O.|MMD|MP|W.*|I.*)$")
 list(FILTER libraries EXCLUDE REGEX "^-(L/root|L/home|shared-libgcc|rdynamic|fexceptions|pthread).*$")
