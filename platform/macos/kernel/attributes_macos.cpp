@@ -6,8 +6,8 @@
 #include "quillmoor/platform/macos/ground/item_flags_macos.h"
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/fs/directory_entry_posix.h"
+#include "quillmoor/platform/posix/fs/item_attributes_posix.h"
 #include "quillmoor/platform/posix/ground/error_text_posix.h"
-#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "quillmoor/platform/posix/ground/times_posix.h"
 
 namespace quillmoor::platform {
@@ -17,24 +17,14 @@ namespace {
 using posix::DirectoryEntry;
 using posix::FileVerb;
 using posix::FollowLink;
-using posix::systemCalls;
 using std::chrono::system_clock;
 
-constexpr mode_t kPermissions = 07777;
 constexpr std::uint32_t kImmutable = UF_IMMUTABLE | SF_IMMUTABLE;
-
-// Finds the item that a call is to change; returns 0 or the error number. Its existence is checked
-// first, so that a dangling link is ENOENT for every call.
-int find(const std::string& path, DirectoryEntry& entry, FollowLink follow) {
-    struct stat status {};
-    const int error = posix::resolveParent(path, entry);
-    return error != 0 ? error : posix::statusOf(entry, follow, status);
-}
 
 int changeImmutable(const std::string& path, bool immutable) {
     DirectoryEntry entry;
     ItemFlags item;
-    const int error = find(path, entry, FollowLink::No);
+    const int error = posix::findItem(path, FollowLink::No, entry);
     if (error != 0) return error;
     const char* const name = entry.name.c_str();
     if (readItemFlags(entry.folder.get(), name, &item) != 0) return errno;
@@ -44,27 +34,9 @@ int changeImmutable(const std::string& path, bool immutable) {
     return writeItemFlags(entry.folder.get(), name, wanted) == 0 ? 0 : errno;
 }
 
-int changeMode(const std::string& path, unsigned permissions) {
-    DirectoryEntry entry;
-    const int error = find(path, entry, FollowLink::Yes);
-    if (error != 0) return error;
-    const auto mode = static_cast<mode_t>(permissions & kPermissions);
-    const int folder = entry.folder.get();
-    return systemCalls().fchmodat(folder, entry.name.c_str(), mode, 0) == 0 ? 0 : errno;
-}
-
-int changeModificationDate(const std::string& path, system_clock::time_point date) {
-    DirectoryEntry entry;
-    const int error = find(path, entry, FollowLink::Yes);
-    if (error != 0) return error;
-    const timespec times[2] = {{0, UTIME_OMIT}, posix::timeOf(date)};
-    const int folder = entry.folder.get();
-    return systemCalls().utimensat(folder, entry.name.c_str(), times, 0) == 0 ? 0 : errno;
-}
-
 int changeCreationDate(const std::string& path, system_clock::time_point date) {
     DirectoryEntry entry;
-    const int error = find(path, entry, FollowLink::Yes);
+    const int error = posix::findItem(path, FollowLink::Yes, entry);
     if (error != 0) return error;
     const int folder = entry.folder.get();
     return writeCreationDate(folder, entry.name.c_str(), posix::timeOf(date)) == 0 ? 0 : errno;
@@ -92,11 +64,12 @@ class MacAttributes : public Attributes {
     }
 
     Outcome setPosixPermissions(const std::string& path, unsigned permissions) override {
-        return posix::fileOutcome(FileVerb::Changed, path, changeMode(path, permissions));
+        return posix::fileOutcome(FileVerb::Changed, path, posix::changeMode(path, permissions));
     }
 
     Outcome setModificationDate(const std::string& path, system_clock::time_point date) override {
-        return posix::fileOutcome(FileVerb::Changed, path, changeModificationDate(path, date));
+        return posix::fileOutcome(FileVerb::Changed, path,
+                                  posix::changeModificationDate(path, date));
     }
 
     Outcome setCreationDate(const std::string& path, system_clock::time_point date) override {
