@@ -4,7 +4,10 @@ declare, and stubs of the libraries that are made from the list apple/symbols.tx
 import functools
 import os
 import pathlib
+import shutil
 import subprocess
+import sys
+import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
 SYSTEMS = {"x86_64": "10.15", "arm64": "11.0"}
@@ -116,3 +119,15 @@ def _run(command):
     run = subprocess.run(command, capture_output=True, text=True, check=False)
     if run.returncode:
         raise RuntimeError(f"{' '.join(command)}\n{run.stdout}{run.stderr}")
+
+
+def run_or_skip(tools=(), files=tuple, arguments=()):
+    """Runs the tests of the program and returns its exit status: 77, with the reason, if one of `tools` or
+    of what files() returns is not there."""
+    missing = [tool for tool in tools if not shutil.which(tool)]
+    missing = missing or [str(path) for path in files() if not path.exists()]
+    if missing:
+        print(f"skipped: not found: {' '.join(missing)}")
+        return 77
+    program = unittest.main(argv=[sys.argv[0], *arguments], exit=False)
+    return 0 if program.result.wasSuccessful() else 1

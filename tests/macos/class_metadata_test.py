@@ -9,7 +9,6 @@ import lzma
 import pathlib
 import random
 import re
-import shutil
 import struct
 import sys
 import tempfile
@@ -19,7 +18,7 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts/macos"))
 
 # pylint: disable=wrong-import-position
-from apple_tools import HERE, AppleTools, read_symbols
+from apple_tools import HERE, AppleTools, read_symbols, run_or_skip
 from bundle_lint import macho, objc
 
 TOOLS = []
@@ -230,12 +229,7 @@ class DamagedFiles(MetadataTest):
 def main():
     global TOOLS
     TOOLS = sys.argv[2:5]
-    missing = [tool for tool in TOOLS if not shutil.which(tool)]
-    if missing:
-        print(f"skipped: not found: {' '.join(missing)}")
-        return 77
-    program = unittest.main(argv=sys.argv[:1] + sys.argv[5:], exit=False)
-    return 0 if program.result.wasSuccessful() else 1
+    return run_or_skip(TOOLS, arguments=sys.argv[5:])
 
 
 if __name__ == "__main__":

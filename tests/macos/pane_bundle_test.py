@@ -20,7 +20,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts/ma
 
 # pylint: disable=wrong-import-position
 import adhoc_signature
-from apple_tools import SYSTEMS, AppleTools, cxx_headers, read_symbols
+from apple_tools import SYSTEMS, AppleTools, cxx_headers, read_symbols, run_or_skip
 from bundle_lint import macho, objc
 from shared_objects import OWED, Objects, shared_sources
 
@@ -89,16 +89,9 @@ def main():
     global PROJECT, INCLUDES, BUILD, TOOLS, LAUNCHER
     PROJECT, TOOLS = pathlib.Path(sys.argv[1]).resolve(), sys.argv[2:5]
     INCLUDES, BUILD, LAUNCHER = pathlib.Path(sys.argv[5]), pathlib.Path(sys.argv[6]), sys.argv[7:]
-    missing = [tool for tool in TOOLS if not shutil.which(tool)]
-    if not missing:
-        wanted = (cxx_headers(TOOLS[0]) / "string", INCLUDES / "utf8proc.h",
-                  PROJECT / "pane/RK_MessageViewPane_macos.mm", BUILD / "VersionCheck.bundle/Contents/Info.plist")
-        missing = [str(path) for path in wanted if not path.exists()]
-    if missing:
-        print(f"skipped: not found: {' '.join(missing)}")
-        return 77
-    program = unittest.main(argv=sys.argv[:1], exit=False)
-    return 0 if program.result.wasSuccessful() else 1
+    return run_or_skip(TOOLS, lambda: (
+        cxx_headers(TOOLS[0]) / "string", INCLUDES / "utf8proc.h",
+        PROJECT / "pane/RK_MessageViewPane_macos.mm", BUILD / "VersionCheck.bundle/Contents/Info.plist"))
 
 
 if __name__ == "__main__":

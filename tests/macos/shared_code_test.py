@@ -8,7 +8,6 @@ INCLUDES has the headers of the project and utf8proc.h. Ends with 77 if somethin
 
 import pathlib
 import re
-import shutil
 import sys
 import tempfile
 import unittest
@@ -17,7 +16,7 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts/macos"))
 
 # pylint: disable=wrong-import-position
-from apple_tools import HERE, AppleTools, cxx_headers, read_symbols
+from apple_tools import HERE, AppleTools, cxx_headers, read_symbols, run_or_skip
 from bundle_lint import macho
 from shared_objects import Objects, shared_sources
 
@@ -97,15 +96,7 @@ def main():
     global PROJECT, INCLUDES, TOOLS, LAUNCHER
     PROJECT, TOOLS = pathlib.Path(sys.argv[1]).resolve(), sys.argv[2:5]
     INCLUDES, LAUNCHER = pathlib.Path(sys.argv[5]), sys.argv[6:]
-    missing = [tool for tool in TOOLS if not shutil.which(tool)]
-    if not missing:
-        missing = [str(header) for header in (cxx_headers(TOOLS[0]) / "string", INCLUDES / "utf8proc.h")
-                   if not header.exists()]
-    if missing:
-        print(f"skipped: not found: {' '.join(missing)}")
-        return 77
-    program = unittest.main(argv=sys.argv[:1], exit=False)
-    return 0 if program.result.wasSuccessful() else 1
+    return run_or_skip(TOOLS, lambda: (cxx_headers(TOOLS[0]) / "string", INCLUDES / "utf8proc.h"))
 
 
 if __name__ == "__main__":
