@@ -8,7 +8,7 @@ using namespace quillmoor::objc;
 @implementation KXException
 
 + (NSString*)logException:(NSException*)exception forMethod:(const char*)method {
-    return answer(__func__, static_cast<NSString*>(nil), [&] {
+    return guarded(__func__, static_cast<NSString*>(nil), [&] {
         const auto translated = toException(exception);
         return fromString(
             std::string_view(quillmoor::KXException::logException(&translated, method)));
@@ -16,7 +16,7 @@ using namespace quillmoor::objc;
 }
 
 + (BOOL)didTimeout:(NSException*)exception {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         const auto translated = toException(exception);
         return quillmoor::KXException::didTimeout(&translated);
     });

@@ -10,22 +10,22 @@ using quillmoor::IncludeParent;
 @implementation KXFileManager (Archives)
 
 + (BOOL)compressFile:(NSString*)path toDestinationFile:(NSString*)destination {
-    return answer(__func__, NO,
-                  [&] { return Files::compressFile(toString(path), toString(destination)); });
+    return guarded(__func__, NO,
+                   [&] { return Files::compressFile(toString(path), toString(destination)); });
 }
 
 + (BOOL)compressFile:(NSString*)path
     toDestinationFile:(NSString*)destination
         includeParent:(BOOL)includeParent {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::compressFile(toString(path), toString(destination),
                                    flag<IncludeParent>(includeParent));
     });
 }
 
 + (BOOL)decompressFile:(NSString*)path toDestinationFolder:(NSString*)destination {
-    return answer(__func__, NO,
-                  [&] { return Files::decompressFile(toString(path), toString(destination)); });
+    return guarded(__func__, NO,
+                   [&] { return Files::decompressFile(toString(path), toString(destination)); });
 }
 
 @end

@@ -25,7 +25,7 @@ std::chrono::system_clock::time_point timeOf(NSDate* date) {
 @implementation KXFileManager (Attributes)
 
 + (BOOL)isFileLocked:(NSString*)path {
-    return answer(__func__, NO, [&] { return Files::isFileLocked(toString(path)); });
+    return guarded(__func__, NO, [&] { return Files::isFileLocked(toString(path)); });
 }
 
 + (void)lockFile:(NSString*)path {
@@ -59,8 +59,8 @@ std::chrono::system_clock::time_point timeOf(NSDate* date) {
 
 + (BOOL)setModificationDate:(NSDate*)date forFile:(NSString*)path {
     if (date == nil) return NO;
-    return answer(__func__, NO,
-                  [&] { return Files::setModificationDate(timeOf(date), toString(path)); });
+    return guarded(__func__, NO,
+                   [&] { return Files::setModificationDate(timeOf(date), toString(path)); });
 }
 
 @end

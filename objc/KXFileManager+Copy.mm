@@ -12,17 +12,17 @@ using quillmoor::ShouldAuth;
 @implementation KXFileManager (Copying)
 
 + (BOOL)copyFile:(NSString*)path toPath:(NSString*)toPath {
-    return answer(__func__, NO, [&] { return Files::copyFile(toString(path), toString(toPath)); });
+    return guarded(__func__, NO, [&] { return Files::copyFile(toString(path), toString(toPath)); });
 }
 
 + (BOOL)copyFile:(NSString*)path toPath:(NSString*)toPath shouldAuth:(BOOL)shouldAuth {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::copyFile(toString(path), toString(toPath), flag<ShouldAuth>(shouldAuth));
     });
 }
 
 + (BOOL)copyFile:(NSString*)path toPath:(NSString*)toPath timeout:(NSInteger)timeout {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::copyFile(toString(path), toString(toPath), std::chrono::seconds(timeout));
     });
 }
@@ -30,7 +30,7 @@ using quillmoor::ShouldAuth;
 + (BOOL)copyContentsOfDirectory:(NSString*)directory
                          toPath:(NSString*)toPath
                         timeout:(NSInteger)timeout {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::copyContentsOfDirectory(toString(directory), toString(toPath),
                                               std::chrono::seconds(timeout));
     });

@@ -13,7 +13,7 @@ using Files = quillmoor::KXFileManager;
                  destination:(NSString*)destination
                     delegate:(id)delegate
                       object:(id)object {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::copyFileWithProgress(toString(path), toString(destination),
                                            toDelegate(delegate), toObject(object));
     });
@@ -24,7 +24,7 @@ using Files = quillmoor::KXFileManager;
                     delegate:(id)delegate
                       object:(id)object
                       object:(id)object2 {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::copyFileWithProgress(toString(path), toString(destination),
                                            toDelegate(delegate), toObject(object),
                                            toObject(object2));

@@ -12,29 +12,29 @@ using quillmoor::ShouldAuth;
 @implementation KXFileManager (Creating)
 
 + (BOOL)createDirectory:(NSString*)path {
-    return answer(__func__, NO, [&] { return Files::createDirectory(toString(path)); });
+    return guarded(__func__, NO, [&] { return Files::createDirectory(toString(path)); });
 }
 
 + (BOOL)createDirectory:(NSString*)path shouldAuth:(BOOL)shouldAuth {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::createDirectory(toString(path), flag<ShouldAuth>(shouldAuth));
     });
 }
 
 + (BOOL)createDirectory:(NSString*)path timeout:(NSInteger)timeout {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::createDirectory(toString(path), std::chrono::seconds(timeout));
     });
 }
 
 + (NSString*)createDirectoryStructure:(NSString*)path destination:(NSString*)destination {
-    return answer(__func__, static_cast<NSString*>(nil), [&] {
+    return guarded(__func__, static_cast<NSString*>(nil), [&] {
         return fromString(Files::createDirectoryStructure(toString(path), toString(destination)));
     });
 }
 
 + (BOOL)createEmptyFile:(NSString*)path {
-    return answer(__func__, NO, [&] { return Files::createEmptyFile(toString(path)); });
+    return guarded(__func__, NO, [&] { return Files::createEmptyFile(toString(path)); });
 }
 
 @end

@@ -23,7 +23,7 @@ NSColor* colorOf(const std::optional<quillmoor::FinderColor>& color) {
 @implementation KXFileManager (ColourLabels)
 
 + (int)finderColorIndexForPath:(NSString*)path {
-    return answer(__func__, 0, [&] { return Files::finderColorIndexForPath(toString(path)); });
+    return guarded(__func__, 0, [&] { return Files::finderColorIndexForPath(toString(path)); });
 }
 
 + (void)setFinderColorIndex:(unsigned int)index forPath:(NSString*)path {
@@ -31,13 +31,13 @@ NSColor* colorOf(const std::optional<quillmoor::FinderColor>& color) {
 }
 
 + (NSColor*)finderColorForColorIndex:(int)index {
-    return answer(__func__, static_cast<NSColor*>(nil),
-                  [&] { return colorOf(Files::finderColorForColorIndex(index)); });
+    return guarded(__func__, static_cast<NSColor*>(nil),
+                   [&] { return colorOf(Files::finderColorForColorIndex(index)); });
 }
 
 + (NSColor*)finderColorForPath:(NSString*)path {
-    return answer(__func__, static_cast<NSColor*>(nil),
-                  [&] { return colorOf(Files::finderColorForPath(toString(path))); });
+    return guarded(__func__, static_cast<NSColor*>(nil),
+                   [&] { return colorOf(Files::finderColorForPath(toString(path))); });
 }
 
 @end

@@ -12,17 +12,17 @@ using quillmoor::ShouldAuth;
 @implementation KXFileManager (Moving)
 
 + (BOOL)moveFile:(NSString*)path toPath:(NSString*)toPath {
-    return answer(__func__, NO, [&] { return Files::moveFile(toString(path), toString(toPath)); });
+    return guarded(__func__, NO, [&] { return Files::moveFile(toString(path), toString(toPath)); });
 }
 
 + (BOOL)moveFile:(NSString*)path toPath:(NSString*)toPath shouldAuth:(BOOL)shouldAuth {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::moveFile(toString(path), toString(toPath), flag<ShouldAuth>(shouldAuth));
     });
 }
 
 + (BOOL)moveFile:(NSString*)path toPath:(NSString*)toPath timeout:(NSInteger)timeout {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Files::moveFile(toString(path), toString(toPath), std::chrono::seconds(timeout));
     });
 }

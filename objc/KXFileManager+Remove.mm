@@ -12,21 +12,22 @@ using quillmoor::ShouldAuth;
 @implementation KXFileManager (Removing)
 
 + (BOOL)removeFile:(NSString*)path {
-    return answer(__func__, NO, [&] { return Files::removeFile(toString(path)); });
+    return guarded(__func__, NO, [&] { return Files::removeFile(toString(path)); });
 }
 
 + (BOOL)removeFile:(NSString*)path shouldAuth:(BOOL)shouldAuth {
-    return answer(__func__, NO,
-                  [&] { return Files::removeFile(toString(path), flag<ShouldAuth>(shouldAuth)); });
+    return guarded(__func__, NO,
+                   [&] { return Files::removeFile(toString(path), flag<ShouldAuth>(shouldAuth)); });
 }
 
 + (BOOL)removeFile:(NSString*)path timeout:(NSInteger)timeout {
-    return answer(__func__, NO,
-                  [&] { return Files::removeFile(toString(path), std::chrono::seconds(timeout)); });
+    return guarded(__func__, NO, [&] {
+        return Files::removeFile(toString(path), std::chrono::seconds(timeout));
+    });
 }
 
 + (BOOL)removeFolderIfEmpty:(NSString*)folder {
-    return answer(__func__, NO, [&] { return Files::removeFolderIfEmpty(toString(folder)); });
+    return guarded(__func__, NO, [&] { return Files::removeFolderIfEmpty(toString(folder)); });
 }
 
 @end

@@ -9,30 +9,30 @@ using Files = quillmoor::KXFileManager;
 @implementation KXFileManager (Names)
 
 + (NSArray*)filesMatchingWildcardPath:(NSString*)path {
-    return answer(__func__, static_cast<NSArray*>([NSArray array]),
-                  [&] { return fromList(Files::filesMatchingWildcardPath(toString(path))); });
+    return guarded(__func__, static_cast<NSArray*>([NSArray array]),
+                   [&] { return fromList(Files::filesMatchingWildcardPath(toString(path))); });
 }
 
 + (NSArray*)filesMatchingWildcardPath:(NSString*)path fromBasePath:(NSString*)basePath {
-    return answer(__func__, static_cast<NSArray*>([NSArray array]), [&] {
+    return guarded(__func__, static_cast<NSArray*>([NSArray array]), [&] {
         return fromList(Files::filesMatchingWildcardPath(toString(path), toString(basePath)));
     });
 }
 
 + (NSString*)decodeWildcardPath:(NSString*)path fromBasePath:(NSString*)basePath {
-    return answer(__func__, static_cast<NSString*>(nil), [&] {
+    return guarded(__func__, static_cast<NSString*>(nil), [&] {
         return fromString(Files::decodeWildcardPath(toString(path), toString(basePath)));
     });
 }
 
 + (NSString*)validateFilename:(NSString*)name {
-    return answer(__func__, static_cast<NSString*>(nil),
-                  [&] { return fromString(Files::validateFilename(toString(name))); });
+    return guarded(__func__, static_cast<NSString*>(nil),
+                   [&] { return fromString(Files::validateFilename(toString(name))); });
 }
 
 + (NSString*)uniqueFilename:(NSString*)path {
-    return answer(__func__, static_cast<NSString*>(nil),
-                  [&] { return fromString(Files::uniqueFilename(toString(path))); });
+    return guarded(__func__, static_cast<NSString*>(nil),
+                   [&] { return fromString(Files::uniqueFilename(toString(path))); });
 }
 
 @end

@@ -93,7 +93,7 @@ static void installHandler() {
 
 + (NSArray*)availableLogs {
     [KXLog sharedController];
-    return answer(__func__, [NSMutableArray array], [] { return fromList(Log::availableLogs()); });
+    return guarded(__func__, [NSMutableArray array], [] { return fromList(Log::availableLogs()); });
 }
 
 + (KXLog*)sharedController {
@@ -139,8 +139,8 @@ static void installHandler() {
 }
 
 - (NSString*)appName {
-    return answer(__func__, static_cast<NSString*>(nil),
-                  [&] { return fromString(logOf(self).appName()); });
+    return guarded(__func__, static_cast<NSString*>(nil),
+                   [&] { return fromString(logOf(self).appName()); });
 }
 
 - (void)setAppName:(NSString*)name {
@@ -148,8 +148,8 @@ static void installHandler() {
 }
 
 - (NSFileHandle*)fileHandle {
-    return answer(__func__, static_cast<NSFileHandle*>(nil),
-                  [&] { return fromFileHandle(logOf(self).fileHandle()); });
+    return guarded(__func__, static_cast<NSFileHandle*>(nil),
+                   [&] { return fromFileHandle(logOf(self).fileHandle()); });
 }
 
 - (void)setFileHandle:(NSFileHandle*)handle {
@@ -165,8 +165,8 @@ static void installHandler() {
 }
 
 - (NSOperationQueue*)writeQueue {
-    return answer(__func__, static_cast<NSOperationQueue*>(nil),
-                  [&] { return fromWriteQueue(logOf(self).writeQueue()); });
+    return guarded(__func__, static_cast<NSOperationQueue*>(nil),
+                   [&] { return fromWriteQueue(logOf(self).writeQueue()); });
 }
 
 - (void)setWriteQueue:(NSOperationQueue*)queue {

@@ -59,12 +59,12 @@ static Runner& runnerOf(KXTaskEx* object) {
 }
 
 + (BOOL)runTask:(NSString*)path arguments:(NSArray*)arguments {
-    return answer(__func__, NO,
-                  [&] { return Runner::runTask(toString(path), toArguments(arguments)); });
+    return guarded(__func__, NO,
+                   [&] { return Runner::runTask(toString(path), toArguments(arguments)); });
 }
 
 + (BOOL)runTask:(NSString*)path arguments:(NSArray*)arguments task:(NSTask**)task {
-    return answer(__func__, NO, [&] {
+    return guarded(__func__, NO, [&] {
         return Bindings::runTask(toString(path), toArguments(arguments), storeIn(task));
     });
 }
@@ -121,7 +121,7 @@ static Runner& runnerOf(KXTaskEx* object) {
                    task:(NSTask**)task
             environment:(NSDictionary*)environment
               logOutput:(BOOL)logOutput {
-    return answer(__func__, static_cast<NSData*>(nil), [&] {
+    return guarded(__func__, static_cast<NSData*>(nil), [&] {
         return fromData(Bindings::dataFromTask(toString(path), toArguments(arguments),
                                                storeIn(task), toEnvironment(environment),
                                                flag<LogOutput>(logOutput)));
@@ -168,7 +168,7 @@ static Runner& runnerOf(KXTaskEx* object) {
                   arguments:(NSArray*)arguments
                    encoding:(NSStringEncoding)encoding
                        task:(NSTask**)task {
-    return answer(__func__, @"", [&] {
+    return guarded(__func__, @"", [&] {
         return fromString(Bindings::stringFromTask(toString(path), toArguments(arguments),
                                                    static_cast<StringEncoding>(encoding),
                                                    storeIn(task)));

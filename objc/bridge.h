@@ -1,6 +1,6 @@
 // Translation between the types of Foundation and those of the library.
 //
-//   return answer(__func__, NO, [&] { return KXFileManager::removeFile(toString(path)); });
+//   return guarded(__func__, NO, [&] { return KXFileManager::removeFile(toString(path)); });
 //
 // Objects that are returned are autoreleased. The functions that return C++ values throw
 // std::bad_alloc, and are called inside the functions of the last section.
@@ -96,7 +96,7 @@ void logException(const platform::Exception& exception, const char* method);
 
 // The result of `body`, or `failure` after a C++ exception, which is logged.
 template <typename Result, typename Body>
-Result answer(const char* method, Result failure, const Body& body) {
+Result guarded(const char* method, Result failure, const Body& body) {
     Result result = failure;
     if (const auto exception = exceptionFrom([&] { result = static_cast<Result>(body()); }))
         logException(*exception, method);

@@ -144,8 +144,8 @@ TEST(Bridge, RaisesWhatIsThrown) {
 }
 
 TEST(Bridge, AnswersWithTheFailureForWhatIsThrown) {
-    EXPECT_EQ(answer("method", NO, [] { return true; }), YES);
-    EXPECT_EQ(answer("method", NO, []() -> bool { throw std::runtime_error("a reason"); }), NO);
+    EXPECT_EQ(guarded("method", NO, [] { return true; }), YES);
+    EXPECT_EQ(guarded("method", NO, []() -> bool { throw std::runtime_error("a reason"); }), NO);
     perform("method", [] { throw std::runtime_error("a reason"); });
 }
 
