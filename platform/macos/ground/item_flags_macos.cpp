@@ -3,7 +3,7 @@
 #include <sys/attr.h>
 #include <unistd.h>
 
-#include <cstddef>
+#include <cstring>
 
 namespace quillmoor::platform::macos {
 namespace {
@@ -16,11 +16,11 @@ attrlist requestFor(attrgroup_t common, attrgroup_t ofFolder = 0) {
     return request;
 }
 
-// The replies have the attributes in the order of their bits, each at a multiple of four bytes.
-#pragma pack(push, 4)
+// The replies have the attributes in the order of their bits, each at a multiple of four bytes: a
+// date is not aligned and can only be copied.
 struct ItemReply {
     std::uint32_t size;  // of the whole reply, this included
-    timespec modified;
+    unsigned char modified[sizeof(timespec)];
     std::uint32_t flags;
     std::uint32_t mountStatus;  // of folders only: the reply is shorter for all others
 };
@@ -28,7 +28,6 @@ struct FlagsReply {
     std::uint32_t size;
     std::uint32_t flags;
 };
-#pragma pack(pop)
 
 }  // namespace
 
@@ -38,7 +37,7 @@ int readItemFlags(int folder, const char* name, ItemFlags* found) {
     if (::getattrlistat(folder, name, &request, &reply, sizeof reply, FSOPT_NOFOLLOW) != 0)
         return -1;
     found->flags = reply.flags;
-    found->modified = reply.modified;
+    std::memcpy(&found->modified, reply.modified, sizeof found->modified);
     found->isMountPoint =
         reply.size >= sizeof reply && (reply.mountStatus & DIR_MNTSTATUS_MNTPOINT) != 0;
     return 0;
