@@ -1,9 +1,11 @@
 // Finds what is installed of Tallyframe, asks, and moves it to the Trash.
 #include <QApplication>
 #include <cstdio>
+#include <iostream>
 #include <string_view>
 
 #include "examples/look/look.h"
+#include "examples/tallyframe-uninstaller/unattended.h"
 #include "examples/tallyframe-uninstaller/uninstall_plan.h"
 #include "examples/tallyframe-uninstaller/uninstaller_window.h"
 #include "quillmoor/log/KXLog.h"
@@ -11,8 +13,10 @@
 namespace {
 
 constexpr char kHelp[] =
-    "Usage: Tallyframe Uninstaller [--help]\n"
+    "Usage: Tallyframe Uninstaller [--unattended | --help]\n"
     "Finds what is installed of Tallyframe, asks, and moves it to the Trash.\n"
+    "\n"
+    "  --unattended  asks nothing and shows no window; prints a line for each item\n"
     "\n"
     "Environment:\n"
     "  TALLYFRAME_UNINSTALLER_ANSWER=remove  answers the question automatically and quits after\n"
@@ -22,16 +26,32 @@ constexpr char kHelp[] =
     "  TALLYFRAME_APPEARANCE=light|dark      instead of the desktop's appearance\n"
     "\n"
     "Exit status: 0 if Tallyframe was removed or was not installed; 1 if something that should\n"
-    "have been moved is left, or without a display and an answer; 3 if the question was\n"
-    "cancelled, with nothing moved.\n";
+    "have been moved is left, or without a display and an answer; 2 for an unknown option;\n"
+    "3 if the question was cancelled, with nothing moved.\n";
 
 constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
 constexpr int kCancelled = 3;
 
-bool asksForHelp(int argc, char** argv) {
-    for (int i = 1; i < argc; ++i)
-        if (std::string_view(argv[i]) == "--help" || std::string_view(argv[i]) == "-h") return true;
-    return false;
+enum class Way { Window, Unattended, Help, Unknown };
+
+// Words without a minus sign are the toolkit's, as is what follows -platform and its like.
+Way chosenWay(int argc, char** argv) {
+    Way way = Way::Window;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word == "--help" || word == "-h") return Way::Help;
+        if (word == "--unattended")
+            way = Way::Unattended;
+        else if (word.starts_with("--"))
+            return Way::Unknown;
+    }
+    return way;
+}
+
+int wrongUsage() {
+    std::fputs("Tallyframe Uninstaller: unknown option; --help lists them.\n", stderr);
+    return kWrongUsage;
 }
 
 }  // namespace
@@ -39,7 +59,15 @@ bool asksForHelp(int argc, char** argv) {
 int main(int argc, char** argv) {
     using namespace quillmoor::tallyframe;  // NOLINT(google-build-using-namespace): a main function
     // Before the toolkit, which may need a display.
-    if (asksForHelp(argc, argv)) return std::fputs(kHelp, stdout) < 0 ? kFailed : 0;
+    const Way way = chosenWay(argc, argv);
+    if (way == Way::Help) return std::fputs(kHelp, stdout) < 0 ? kFailed : 0;
+    if (way == Way::Unknown) return wrongUsage();
+    if (way == Way::Unattended) {
+        quillmoor::KXLog::createNewLog();
+        const bool isGone = removeUnattended(std::cout);
+        quillmoor::KXLog::finishWriting();
+        return isGone ? 0 : kFailed;
+    }
     chooseDisplay();
     const QApplication application(argc, argv);
     applyLook(QStringLiteral("Tallyframe Uninstaller"));

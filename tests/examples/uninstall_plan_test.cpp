@@ -2,92 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
-#include "quillmoor/base/format.h"
 #include "quillmoor/log/KXLog.h"
-#include "tests/auth/fake_authorization.h"
-#include "tests/support/forwarding.h"
-#include "tests/support/temp_folder.h"
+#include "tests/examples/support/installed_tallyframe.h"
 
 namespace quillmoor::tallyframe {
 namespace {
 
-using test::TempFolder;
-
-// Finds the application of one identifier.
-class FakeApplications : public test::ForwardingApplications {
-  public:
-    OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
-        return identifier == "com.quillmoor.tallyframe" ? application : std::nullopt;
-    }
-
-    OptionalPath application;
-};
-
-// Records what is recycled; an item named `refused` is not moved.
-class FakeTrash : public test::ForwardingTrash {
-  public:
-    platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
-                                     const StringList& names) override {
-        const std::string& name = names.front();
-        recycled.push_back(formatted("%@|%@|%@", source, name, destination));
-        if (name == refused) return {};
-        std::filesystem::create_directories(*destination);
-        std::filesystem::rename(source + "/" + name, *destination + "/" + name);
-        return {true, {}};
-    }
-
-    std::string refused;
-    StringList recycled;
-};
-
-class FakeLocations : public test::ForwardingLocations {
-  public:
-    explicit FakeLocations(std::string home) : home_(std::move(home)) {}
-    StringList searchPaths(platform::SearchPathDirectory directory,
-                           platform::SearchPathDomainMask) override {
-        const std::string library = home_ + "/Library";
-        return {directory == platform::SearchPathDirectory::ApplicationSupport
-                    ? library + "/Application Support"
-                    : library};
-    }
-    std::string homeDirectory() override { return home_; }
-    OptionalPath homeDirectoryForUser(const OptionalString&) override { return home_; }
-
-  private:
-    std::string home_;
-};
-
-// The home of an ordinary user, even if root runs the test.
-class FakeProcessInfo : public test::ForwardingProcessInfo {
-  public:
-    unsigned realUserId() override { return 501; }
-};
-
-class UninstallPlan : public ::testing::Test {
-  protected:
-    UninstallPlan() {
-        system_->applications = &applications_;
-        system_->trash = &trash_;
-        system_->locations = &locations_;
-        system_->processInfo = &processInfo_;
-        system_->authorization = &authorization_;
-        authorization_.rightsStatus = platform::kAuthorizationDenied;
-    }
-
-    std::string makeSupportFolder() const {
-        return home_.makeFolder("Library/Application Support/Tallyframe");
-    }
-
-    TempFolder home_;
-    FakeApplications applications_;
-    FakeTrash trash_;
-    FakeLocations locations_{home_.path()};
-    FakeProcessInfo processInfo_;
-    test::FakeAuthorization authorization_;
-    test::ScopedPlatform system_;
-};
+using UninstallPlan = InstalledTallyframe;
 
 TEST_F(UninstallPlan, WithoutTheProductNothingIsFound) {
     EXPECT_TRUE(findItems().empty());

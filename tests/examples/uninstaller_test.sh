@@ -76,3 +76,26 @@ remove
 [ -x "$app/Contents/Linux/Tallyframe" ] || fail "refused: the application is gone"
 [ ! -e "$support" ] || fail "refused: the counters are left"
 grep -qF " - Could not be moved to the Trash: $app" "$log" || fail "refused: not logged"
+
+# Unattended it needs neither a display nor an answer, and prints what it does.
+chmod 755 "$HOME/Applications"
+install_product
+QT_QPA_PLATFORM=xcb timeout 60 "$uninstaller" --unattended >"$TMPDIR/out" || fail "unattended: status $?"
+[ "$(cat "$TMPDIR/out")" = "moved to the Trash: $app
+moved to the Trash: $support" ] || fail "unattended: prints $(cat "$TMPDIR/out")"
+[ ! -e "$app" ] && [ ! -e "$support" ] || fail "unattended: something is left"
+[ "$(timeout 60 "$uninstaller" --unattended)" = "Tallyframe is not installed." ] ||
+    fail "unattended: not installed"
+install_product
+chmod 555 "$HOME/Applications"
+status=0
+timeout 60 "$uninstaller" --unattended >"$TMPDIR/out" || status=$?
+[ $status -eq 1 ] || fail "unattended, refused: status $status"
+grep -qxF "could not be moved: $app" "$TMPDIR/out" || fail "unattended, refused: not printed"
+
+# A misspelt option must not open a window, nor remove anything.
+status=0
+timeout 60 "$uninstaller" --unatended 2>"$TMPDIR/errors" || status=$?
+[ $status -eq 2 ] || fail "unknown option: status $status"
+grep -q "unknown option" "$TMPDIR/errors" || fail "unknown option: no message"
+[ -x "$app/Contents/Linux/Tallyframe" ] || fail "unknown option: the application is gone"
