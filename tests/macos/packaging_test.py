@@ -21,48 +21,56 @@ import unittest
 sys.dont_write_bytecode = True
 
 PROJECT = pathlib.Path()
-COMMANDS = ("codesign", "ditto", "lint-bundle", "pkgbuild", "pkgutil", "productbuild", "spctl", "xcrun")
-# Records its call, says who signed, and fails on request.
+COMMANDS = ("codesign", "ditto", "keep-in-place", "lint-bundle", "pkgbuild", "pkgutil", "productbuild", "spctl", "xcrun")
+# Records its call, makes the package, says who signed, and fails on request.
 RECORDER = """#!/bin/sh
 { printf '%s' "${0##*/}"; printf ' <%s>' "$@"; echo; } >>"$RECORD"
+for last in "$@"; do :; done
+case ${0##*/} in productbuild) echo made >"$last" ;; esac
 echo "Authority=Developer ID Application: $SIGNER"
-echo "1. Developer ID Installer: $SIGNER"
+echo "    1. Developer ID Installer: $SIGNER"
+echo "origin=Developer ID Installer: $SIGNER"
 case "${0##*/} $*" in $FAILING) exit 3 ;; esac
 """
-SIGNED = """\
-+ rm -rf OUT.parts
-+ mkdir -p OUT.parts/plugins
-+ ditto BUILD/VersionCheck.bundle OUT.parts/plugins/VersionCheck.bundle
-+ cp BUILD/InstallerSections.plist OUT.parts/plugins/InstallerSections.plist
-+ HERE/lint-bundle --unsigned OUT.parts/plugins/VersionCheck.bundle
-+ codesign --force --timestamp --options runtime --sign 'Developer ID Application: Maker'\\''s Ltd (ABC)' OUT.parts/plugins/VersionCheck.bundle
-+ codesign --verify --strict --verbose=2 OUT.parts/plugins/VersionCheck.bundle
-+ codesign --display --verbose=2 OUT.parts/plugins/VersionCheck.bundle
-+ HERE/lint-bundle --release OUT.parts/plugins/VersionCheck.bundle
-+ pkgbuild --root 'the root' --install-location / --identifier com.quillmoor.tallyframe.pkg --version 1.2.3 OUT.parts/tallyframe.pkg
-+ productbuild --distribution HERE/distribution.xml --package-path OUT.parts --plugins OUT.parts/plugins --timestamp --sign 'Developer ID Installer: Maker'\\''s Ltd (ABC)' OUT
-+ pkgutil --check-signature OUT
+REQUIREMENT = "'=anchor apple generic and certificate leaf[subject.OU] = \"ABC\"'"
+SIGNED = f"""\
++ mktemp -d FOLDER/.package.XXXXXX
++ mkdir WORK/plugins
++ ditto BUILD/VersionCheck.bundle WORK/plugins/VersionCheck.bundle
++ cp BUILD/InstallerSections.plist WORK/plugins/InstallerSections.plist
++ HERE/lint-bundle --unsigned WORK/plugins/VersionCheck.bundle
++ codesign --force --timestamp --options runtime --sign 'Developer ID Application: Maker'\\''s Ltd (ABC)' WORK/plugins/VersionCheck.bundle
++ codesign --verify --strict --verbose=2 --test-requirement {REQUIREMENT} WORK/plugins/VersionCheck.bundle
++ codesign --display --verbose=2 WORK/plugins/VersionCheck.bundle
++ HERE/lint-bundle --release WORK/plugins/VersionCheck.bundle
++ pkgbuild --analyze --root ROOT WORK/components.plist
++ HERE/keep-in-place WORK/components.plist
++ find ROOT -name '*.app' -prune -exec codesign --verify --deep --strict --test-requirement {REQUIREMENT} '{{}}' +
++ pkgbuild --root ROOT --component-plist WORK/components.plist --install-location / --identifier com.quillmoor.tallyframe.pkg --version 1.2.3 WORK/tallyframe.pkg
++ productbuild --distribution HERE/distribution.xml --package-path WORK --plugins WORK/plugins --timestamp --sign 'Developer ID Installer: Maker'\\''s Ltd (ABC)' WORK/Tallyframe.pkg
++ pkgutil --check-signature WORK/Tallyframe.pkg
 """
+NOTARISED = """\
++ xcrun notarytool submit WORK/Tallyframe.pkg --keychain-profile PROFILE --wait
++ xcrun stapler staple WORK/Tallyframe.pkg
++ xcrun stapler validate WORK/Tallyframe.pkg
++ spctl --assess --type install --verbose=2 WORK/Tallyframe.pkg
+"""
+MOVED = "+ mv -f WORK/Tallyframe.pkg OUT\n"
 HOW_TO_NOTARISE = """\
 # Not notarised yet: other Macs refuse the package. Store the credentials once, and then:
 + xcrun notarytool store-credentials PROFILE
-"""
-NOTARISED = """\
-+ xcrun notarytool submit OUT --keychain-profile PROFILE --wait
-+ xcrun stapler staple OUT
-+ xcrun stapler validate OUT
-+ spctl --assess --type install --verbose=2 OUT
-"""
+""" + NOTARISED.replace("WORK/Tallyframe.pkg", "OUT")
 UNSIGNED = """\
-+ rm -rf OUT.parts
-+ mkdir -p OUT.parts/plugins
-+ ditto BUILD/VersionCheck.bundle OUT.parts/plugins/VersionCheck.bundle
-+ cp BUILD/InstallerSections.plist OUT.parts/plugins/InstallerSections.plist
-+ HERE/lint-bundle --unsigned OUT.parts/plugins/VersionCheck.bundle
-+ codesign --force --sign - OUT.parts/plugins/VersionCheck.bundle
-+ HERE/lint-bundle OUT.parts/plugins/VersionCheck.bundle
-+ pkgbuild --nopayload --identifier com.quillmoor.tallyframe.pkg --version 1.2.3 OUT.parts/tallyframe.pkg
-+ productbuild --distribution HERE/distribution.xml --package-path OUT.parts --plugins OUT.parts/plugins OUT
++ mktemp -d FOLDER/.package.XXXXXX
++ mkdir WORK/plugins
++ ditto BUILD/VersionCheck.bundle WORK/plugins/VersionCheck.bundle
++ cp BUILD/InstallerSections.plist WORK/plugins/InstallerSections.plist
++ HERE/lint-bundle --unsigned WORK/plugins/VersionCheck.bundle
++ codesign --force --sign - WORK/plugins/VersionCheck.bundle
++ HERE/lint-bundle WORK/plugins/VersionCheck.bundle
++ pkgbuild --nopayload --identifier com.quillmoor.tallyframe.pkg --version 1.2.3 WORK/tallyframe.pkg
++ productbuild --distribution HERE/distribution.xml --package-path WORK --plugins WORK/plugins WORK/Tallyframe.pkg
 """
 SIGNER = "Maker's Ltd (ABC)"
 
@@ -74,12 +82,16 @@ class Package(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.here = self.folder / "scripts"
         self.build = self.folder / "build"
+        self.root = self.folder / "the root"
         self.out = self.folder / "Tallyframe.pkg"
         self.record = self.folder / "record"
-        (self.build / "VersionCheck.bundle/Contents").mkdir(parents=True)
+        self.uninstaller = self.build / "VersionCheck.bundle/Contents/Resources/Tallyframe Uninstaller.zip"
+        self.uninstaller.parent.mkdir(parents=True)
+        self.uninstaller.write_bytes(b"")
         (self.build / "VersionCheck.bundle/Contents/Info.plist").write_bytes(
             plistlib.dumps({"CFBundleShortVersionString": "1.2.3"}))
         (self.build / "InstallerSections.plist").write_bytes(plistlib.dumps({"SectionOrder": []}))
+        (self.root / "Applications/Tallyframe.app/Contents/Helper.app").mkdir(parents=True)
         self.here.mkdir()
         shutil.copy(PROJECT / "scripts/macos/package", self.here)
         for name in COMMANDS:
@@ -92,65 +104,118 @@ class Package(unittest.TestCase):
                               env={"PATH": f"{self.here}:/usr/bin:/bin", "RECORD": str(self.record),
                                    "SIGNER": signer, "FAILING": failing})
 
+    def signed(self, *options):
+        return ("--sign", SIGNER, "--payload", str(self.root), *options)
+
     def named(self, text):
-        return text.replace("HERE", str(self.here)).replace("BUILD", str(self.build)) \
-            .replace("OUT", str(self.out))
+        root = shlex.quote(str(self.root))
+        return text.replace("HERE", str(self.here)).replace("BUILD", str(self.build)).replace("ROOT", root) \
+            .replace("OUT", str(self.out)).replace("FOLDER", str(self.folder)) \
+            .replace("WORK", f"{self.folder}/.package.XXXXXX")
+
+    @staticmethod
+    def without_random_name(text):
+        return re.sub(r"\.package\.\w{6}", ".package.XXXXXX", text)
 
     def recorded(self):
-        return self.record.read_text(encoding="utf-8").splitlines() if self.record.exists() else []
+        """The calls of the commands, without the random part of the folder's name."""
+        text = self.record.read_text(encoding="utf-8") if self.record.exists() else ""
+        return self.without_random_name(text).splitlines()
 
     def expected_record(self, text):
         """The recorded calls of the commands that are printed."""
         calls = [shlex.split(line[2:]) for line in self.named(text).splitlines() if line.startswith("+ ")]
+        calls = [self.started_by_find(c) if c[0] == "find" else c for c in calls]
         return [" ".join([pathlib.Path(c[0]).name] + [f"<{a}>" for a in c[1:]]) for c in calls
                 if pathlib.Path(c[0]).name in COMMANDS]
 
+    def started_by_find(self, call):
+        application = str(self.root / "Applications/Tallyframe.app")
+        return [application if word == "{}" else word for word in call[call.index("-exec") + 1:-1]]
+
+    def left(self):
+        return sorted(p.name for p in self.folder.iterdir() if p.name != "record")
+
     def test_prints_what_it_would_do(self):
         for options, expected in (
-                ((), UNSIGNED),
-                (("--sign", SIGNER, "--payload", "the root"), SIGNED + HOW_TO_NOTARISE + NOTARISED),
-                (("--sign", SIGNER, "--payload", "the root", "--notarize", "PROFILE"), SIGNED + NOTARISED)):
+                ((), UNSIGNED + MOVED),
+                (self.signed(), SIGNED + MOVED + HOW_TO_NOTARISE),
+                (self.signed("--notarize", "PROFILE"), SIGNED + NOTARISED + MOVED)):
             run = self.package("--dry-run", *options)
             self.assertEqual((run.returncode, run.stdout, run.stderr), (0, self.named(expected), ""))
         self.assertEqual(self.recorded(), [])
-        self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["build", "scripts"])
+        self.assertEqual(self.left(), ["build", "scripts", "the root"])
 
     def test_does_what_it_prints(self):
         for options, printed, done in (
-                ((), UNSIGNED, UNSIGNED),
-                (("--sign", SIGNER, "--payload", "the root"), SIGNED + HOW_TO_NOTARISE + NOTARISED, SIGNED),
-                (("--sign", SIGNER, "--payload", "the root", "--notarize", "PROFILE"),
-                 SIGNED + NOTARISED, SIGNED + NOTARISED)):
+                ((), UNSIGNED + MOVED, UNSIGNED),
+                (self.signed(), SIGNED + MOVED + HOW_TO_NOTARISE, SIGNED),
+                (self.signed("--notarize", "PROFILE"), SIGNED + NOTARISED + MOVED, SIGNED + NOTARISED)):
             self.record.unlink(missing_ok=True)
+            self.out.unlink(missing_ok=True)
             run = self.package(*options)
             self.assertEqual(run.returncode, 0, run.stderr)
             lines = [line for line in run.stdout.splitlines() if line.startswith(("+", "#"))]
-            self.assertEqual(lines, self.named(printed).splitlines())
+            self.assertEqual(self.without_random_name("\n".join(lines)), self.named(printed).rstrip())
             self.assertEqual(self.recorded(), self.expected_record(done))
-            self.assertTrue((self.folder / "Tallyframe.pkg.parts/plugins/InstallerSections.plist").exists())
+            self.assertEqual(self.out.read_text(encoding="utf-8"), "made\n")
+            self.assertEqual(self.left(), ["Tallyframe.pkg", "build", "scripts", "the root"])
 
-    def test_stops_at_the_first_failure(self):
+    def test_stops_at_the_first_failure_and_leaves_the_package_that_was_there(self):
         calls = self.expected_record(SIGNED + NOTARISED)
+        self.out.write_text("old", encoding="utf-8")
         for number, call in enumerate(calls):
             self.record.unlink(missing_ok=True)
             name, first = call.split(" ")[0], re.findall(r"<(.*?)>", call)[0]
             which = [c for c in calls[:number] if c.startswith(f"{name} <{first}>")]
             if which:
                 continue
-            run = self.package("--sign", SIGNER, "--payload", "the root", "--notarize", "PROFILE",
-                               failing=f"{name} {first}*")
+            run = self.package(*self.signed("--notarize", "PROFILE"), failing=f"{name} {first.replace('XXXXXX', '??????')}*")
             self.assertNotEqual(run.returncode, 0, call)
             self.assertEqual(self.recorded(), calls[:number + 1])
+            self.assertEqual(self.out.read_text(encoding="utf-8"), "old")
+            self.assertEqual(self.left(), ["Tallyframe.pkg", "build", "scripts", "the root"])
 
     def test_refuses_another_authority(self):
-        run = self.package("--sign", SIGNER, signer="Somebody Else")
-        self.assertEqual(run.returncode, 1)
-        self.assertIn(f"package: not signed by Authority=Developer ID Application: {SIGNER}", run.stderr)
-        self.assertTrue(self.recorded()[-1].startswith("codesign <--display>"))
+        for signer in ("Somebody Else", f"{SIGNER} and Son", f"Not {SIGNER}", f"{SIGNER} (XYZ)"):
+            run = self.package("--sign", SIGNER, signer=signer)
+            self.assertEqual(run.returncode, 1)
+            self.assertIn(f"package: not signed as demanded: Authority=Developer ID Application: {SIGNER}\n",
+                          run.stderr)
+            self.assertTrue(self.recorded()[-1].startswith("codesign <--display>"))
+            self.assertFalse(self.out.exists())
+
+    def test_refuses_a_bundle_without_the_uninstaller(self):
+        self.uninstaller.unlink()
+        for options in ((), ("--dry-run",)):
+            run = self.package(*options)
+            self.assertEqual((run.returncode, run.stdout), (1, ""))
+            self.assertIn("VersionCheck.bundle has no uninstaller", run.stderr)
+
+    def test_does_not_replace_a_folder(self):
+        self.out.mkdir()
+        run = self.package()
+        self.assertEqual((run.returncode, run.stdout), (1, ""))
+        self.assertIn(f"package: {self.out} is a folder", run.stderr)
+
+    def test_keeps_bundles_in_their_place(self):
+        path = self.folder / "components.plist"
+        path.write_bytes(plistlib.dumps([
+            {"RootRelativeBundlePath": "A.app", "BundleIsRelocatable": True, "BundleIsVersionChecked": True,
+             "ChildBundles": [{"RootRelativeBundlePath": "A.app/B.app", "BundleIsRelocatable": True}]}]))
+        run = subprocess.run([PROJECT / "scripts/macos/keep-in-place", path], capture_output=True, text=True,
+                             check=False)
+        self.assertEqual((run.returncode, run.stdout, run.stderr), (0, "", ""))
+        self.assertEqual(plistlib.loads(path.read_bytes()), [
+            {"RootRelativeBundlePath": "A.app", "BundleIsRelocatable": False, "BundleIsVersionChecked": True,
+             "ChildBundles": [{"RootRelativeBundlePath": "A.app/B.app", "BundleIsRelocatable": False}]}])
+        run = subprocess.run([PROJECT / "scripts/macos/keep-in-place"], capture_output=True, text=True, check=False)
+        self.assertEqual(run.returncode, 2)
 
     def test_refuses_wrong_use(self):
         for arguments in ([], [self.build], [self.build, "out.dmg"], ["--nonesuch", self.build, "a.pkg"],
-                          ["--sign", "", self.build, "a.pkg"], [self.build, "a.pkg", "--sign"],
+                          ["--sign", "", self.build, "a.pkg"], ["--sign", "Maker", self.build, "a.pkg"],
+                          ["--sign", "Maker ()", self.build, "a.pkg"], [self.build, "a.pkg", "--sign"],
                           ["--notarize", "P", self.build, "a.pkg"]):
             run = subprocess.run([self.here / "package", *arguments], capture_output=True, text=True, check=False)
             self.assertEqual((run.returncode, run.stdout), (2, ""), arguments)

@@ -23,7 +23,7 @@ from shared_objects import Objects, shared_sources
 PROJECT = INCLUDES = pathlib.Path()
 TOOLS, LAUNCHER = [], []
 SINCE = re.compile(r"since macOS (\d+)\.(\d+)$")
-# The system that the code needs as it is. docs/macos.md names it, and what needs it.
+# The system that the code needs as it is. docs/macos.md names it, and what needs it; the package asks for it.
 NEEDED_SYSTEM = (13, 3)
 
 
@@ -68,7 +68,11 @@ class SharedCode(unittest.TestCase):
             newest = max(newest, tuple(map(int, since.groups()))) if since else newest
         self.assertEqual(newest, NEEDED_SYSTEM)
         documented = (PROJECT / "docs/macos.md").read_text(encoding="utf-8")
-        self.assertIn(f"macOS {NEEDED_SYSTEM[0]}.{NEEDED_SYSTEM[1]}", documented)
+        number = ".".join(map(str, NEEDED_SYSTEM))
+        self.assertIn(f"macOS {number}", documented)
+        for file, text in (("scripts/macos/distribution.xml", f'<os-version min="{number}"/>'),
+                           ("resources/Info.plist.in", f"Version</key>\n\t<string>{number}</string>")):
+            self.assertIn(text, (PROJECT / file).read_text(encoding="utf-8"))
 
     def test_does_nothing_when_it_is_loaded(self):
         sources = {str(source.relative_to(PROJECT)) for (source, _), slice_ in self.objects.slices.items()
