@@ -1,17 +1,11 @@
 #include "quillmoor/pane/RK_MessageViewPane.h"
 
-#include "quillmoor/base/paths.h"
-#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/pane/installed_product.h"
 #include "quillmoor/paths/KXLocalPaths.h"
 #include "quillmoor/platform/platform.h"
 
 namespace quillmoor {
 namespace {
-
-constexpr char kProductIdentifier[] = "com.quillmoor.tallyframe";
-constexpr char kUninstallerName[] = "Tallyframe Uninstaller";
-constexpr char kUninstallerType[] = "zip";
-constexpr char kUninstallerApplication[] = "Tallyframe Uninstaller.app";
 
 // An outlet is null when the interface file lacks its element.
 void show(Control* control) {
@@ -34,7 +28,7 @@ std::string RK_MessageViewPane::title() {
 
 void RK_MessageViewPane::didEnterPane(InstallerDirection direction) {
     // Looked for on every entry: the product may have been installed or removed since the last one.
-    if (platform::current().applications->absolutePathForAppBundle(kProductIdentifier)) {
+    if (installedProduct()) {
         show(titleText);
         show(descriptionText);
         show(uninstallBtn);
@@ -54,10 +48,8 @@ void RK_MessageViewPane::uninstall(Control* /*sender*/) {
     const OptionalPath archive = uninstallerArchive();
     // A new name for each press: an earlier copy may still run.
     const std::string scratch = KXLocalPaths::tempFile();
-    // The result is not needed: opening what was not unpacked fails as silently.
-    KXFileManager::decompressFile(archive, scratch);
-    platform::current().applications->openFile(
-        *appendPathComponent(scratch, kUninstallerApplication));
+    // Whether it was unpacked is not asked: opening what is not there fails as silently.
+    platform::current().applications->openFile(unpackUninstaller(archive, scratch));
 }
 
 }  // namespace quillmoor

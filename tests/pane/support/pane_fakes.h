@@ -14,6 +14,7 @@ namespace quillmoor::test {
 class FakeApplications : public ForwardingApplications {
   public:
     OptionalPath product;
+    bool opens = true;
     StringList opened;
     StringList looked;
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
@@ -22,7 +23,7 @@ class FakeApplications : public ForwardingApplications {
     }
     bool openFile(const std::string& path) override {
         opened.push_back(path);
-        return somethingAt(path);
+        return opens && somethingAt(path);
     }
 };
 
