@@ -1,17 +1,15 @@
-// Names as texts: for messages, for the archive's UTF-8 mark, for file systems that fold case.
+// Names as texts: for messages, the archive's UTF-8 mark, for file systems that fold case.
 #pragma once
 
 #include <string>
 #include <string_view>
 
+#include "tools/command/printable.h"
+
 namespace quillmoor::ditto {
 
-// Writes control characters, backslashes and invalid UTF-8 bytes as \xNN, so that a name cannot
-// control the terminal that shows it.
-std::string printable(std::string_view bytes);
-
-// “printable”
-std::string quoted(std::string_view bytes);
+using command::printable;
+using command::quoted;
 
 bool isUtf8(std::string_view bytes);
 
