@@ -1,0 +1,165 @@
+#include "tools/version-check/removal.h"
+
+#include <algorithm>
+#include <atomic>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+#include "quillmoor/base/paths.h"
+#include "quillmoor/files/KXFileManager.h"
+#include "quillmoor/pane/installed_product.h"
+#include "quillmoor/platform/main_run_loop.h"
+#include "quillmoor/platform/platform.h"
+#include "tools/version-check/private_folder.h"
+
+namespace quillmoor::version_check {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+// For what is still in the pipe when the uninstaller has ended.
+constexpr auto kLastOutput = 2s;
+constexpr auto kPollInterval = 20ms;
+
+// Returns nil if the archive has no uninstaller.
+OptionalPath unpackInto(const PrivateFolder& folder, const std::string& archive) {
+    // A new name: the archiving tool moves what is at its destination to the Trash.
+    std::string application = unpackUninstaller(archive, folder.path() + "/uninstaller");
+    if (!KXFileManager::isDirectoryAtPath(application)) return std::nullopt;
+    return application;
+}
+
+// The program of the unpacked application, for the system that it was built for.
+OptionalPath programOf(const std::string& application) {
+    const platform::Platform& system = platform::current();
+    const std::string contents = *appendPathComponent(application, "Contents");
+    const auto info = system.propertyLists->dictionaryWithContentsOfFile(contents + "/Info.plist");
+    if (!info || !info->contains("CFBundleExecutable")) return std::nullopt;
+    const OptionalString name = info->at("CFBundleExecutable").text();
+    if (!name || name->empty()) return std::nullopt;
+    for (const char* folder : {"/Linux/", "/MacOS/"}) {
+        const std::string program = contents + folder + *name;
+        if (system.fileManager->isExecutableFile(program)) return program;
+    }
+    return std::nullopt;
+}
+
+// Serves the run loop until the condition holds. Returns false if it does not in time, or is given
+// up.
+bool serveUntil(const std::function<bool()>& condition, std::chrono::seconds timeout,
+                const std::function<bool()>& isGivenUp) {
+    const auto deadline = steady_clock::now() + timeout;
+    while (!condition()) {
+        const auto now = steady_clock::now();
+        if (now >= deadline || isGivenUp()) return false;
+        platform::MainRunLoop::run(
+            platform::RunLoopMode::Default,
+            std::min<steady_clock::time_point>(deadline, now + kPollInterval));
+    }
+    return true;
+}
+
+bool never() {
+    return false;
+}
+
+// Passes on the lines of a stream, on a thread of its own.
+class LineReader {
+  public:
+    LineReader(std::shared_ptr<platform::FileHandle> stream, const LineSink& sink)
+        : stream_(std::move(stream)), sink_(sink), thread_([this] { read(); }) {}
+    // Ends a reading that is not at its end.
+    ~LineReader() {
+        stream_->closeFile();
+        thread_.join();
+    }
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
+
+    bool isAtEnd() const { return isAtEnd_; }
+
+  private:
+    void read() {
+        try {
+            for (platform::ByteBuffer buffer; stream_->readAvailableData(buffer) != 0;)
+                take(buffer.takeData().view());
+        } catch (const platform::Exception&) {
+            // Closed by the destructor.
+        }
+        if (!pending_.empty()) sink_(pending_);
+        isAtEnd_ = true;
+    }
+
+    void take(std::string_view bytes) {
+        pending_ += bytes;
+        for (std::size_t end = 0; (end = pending_.find('\n')) != std::string::npos;) {
+            sink_(pending_.substr(0, end));
+            pending_.erase(0, end + 1);
+        }
+    }
+
+    std::shared_ptr<platform::FileHandle> stream_;
+    const LineSink& sink_;
+    std::string pending_;
+    std::atomic<bool> isAtEnd_{false};
+    std::thread thread_;  // the last member: it uses the others
+};
+
+RemovalOutcome outcomeOf(platform::Task& task, const Patience& patience) {
+    const auto hasEnded = [&] { return !task.isRunning(); };
+    if (serveUntil(hasEnded, patience.timeout, patience.isInterrupted)) {
+        const bool isGone = task.terminationStatus() == 0 && !installedProduct();
+        return isGone ? RemovalOutcome::Removed : RemovalOutcome::Left;
+    }
+    const RemovalOutcome outcome =
+        patience.isInterrupted() ? RemovalOutcome::Interrupted : RemovalOutcome::TimedOut;
+    task.terminate();
+    serveUntil(hasEnded, patience.grace, never);
+    return outcome;
+}
+
+RemovalOutcome run(platform::Task& task, const Patience& patience, const LineSink& sink) {
+    const LineReader reader(task.standardOutput(), sink);
+    const RemovalOutcome outcome = outcomeOf(task, patience);
+    // A process that the uninstaller has started may keep the stream open.
+    serveUntil([&] { return reader.isAtEnd(); }, kLastOutput, never);
+    return outcome;
+}
+
+}  // namespace
+
+Removal openUninstaller(const std::string& archive) {
+    PrivateFolder folder;
+    const OptionalPath uninstaller = unpackInto(folder, archive);
+    if (!uninstaller) return {RemovalOutcome::NotUnpacked, std::nullopt};
+    if (!platform::current().applications->openFile(*uninstaller))
+        return {RemovalOutcome::NotStarted, std::nullopt};
+    folder.keep();
+    return {RemovalOutcome::Opened, uninstaller};
+}
+
+Removal runUninstaller(const std::string& archive, const Patience& patience, const LineSink& sink) {
+    const platform::Platform& system = platform::current();
+    PrivateFolder folder;
+    const OptionalPath uninstaller = unpackInto(folder, archive);
+    const OptionalPath program = uninstaller ? programOf(*uninstaller) : std::nullopt;
+    if (!program) return {RemovalOutcome::NotUnpacked, std::nullopt};
+
+    const auto task = system.tasks->makeTask();
+    task->setLaunchPath(*program);
+    task->setArguments({"--unattended"});
+    task->setStandardOutput(system.fileHandles->makePipe());
+    try {
+        task->launch();
+    } catch (const platform::Exception&) {
+        return {RemovalOutcome::NotStarted, std::nullopt};
+    }
+    const RemovalOutcome outcome = run(*task, patience, sink);
+    if (!task->isRunning()) return {outcome, std::nullopt};
+    folder.keep();
+    return {outcome, uninstaller};
+}
+
+}  // namespace quillmoor::version_check

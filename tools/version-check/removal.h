@@ -1,0 +1,49 @@
+// Removing the product by its own uninstaller.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+#include "quillmoor/base/types.h"
+
+namespace quillmoor::version_check {
+
+enum class RemovalOutcome {
+    Opened,       // the uninstaller was started, and asks its user
+    Removed,      // the product is gone
+    Left,         // the uninstaller has ended, and something is left of the product
+    TimedOut,     // the uninstaller was told to end; it may have moved something
+    Interrupted,  // the same, by the user
+    NotUnpacked,
+    NotStarted,
+};
+
+struct Removal {
+    RemovalOutcome outcome;
+    // Where the uninstaller is, if it was kept: opened, or still running although it was told to
+    // end.
+    OptionalPath uninstaller;
+};
+
+struct Patience {
+    std::chrono::seconds timeout;
+    std::chrono::seconds grace{5};        // after the uninstaller was told to end
+    std::function<bool()> isInterrupted;  // asked about fifty times a second, on the main thread
+};
+
+// Receives a line that the uninstaller prints, without its end, on another thread.
+using LineSink = std::function<void(const std::string& line)>;
+
+// Both unpack the archive into a new folder of the user's own in the temporary folder, and are
+// called on the main thread. Throw std::system_error when that folder cannot be made.
+
+// Opens the uninstaller and does not wait. The folder is kept, as the uninstaller runs from there.
+Removal openUninstaller(const std::string& archive);
+
+// Runs the uninstaller with the option --unattended and waits for its end as long as `patience`
+// allows; then it is sent SIGTERM and waited for once more, for five seconds. The folder is
+// removed, unless the uninstaller still runs. Standard error is the program's own.
+Removal runUninstaller(const std::string& archive, const Patience& patience, const LineSink& sink);
+
+}  // namespace quillmoor::version_check

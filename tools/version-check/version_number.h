@@ -1,0 +1,18 @@
+// Version numbers, as products write them.
+#pragma once
+
+#include <compare>
+#include <string_view>
+
+namespace quillmoor::version_check {
+
+// True if the text begins with a digit: all that can be compared.
+bool isVersionNumber(std::string_view text);
+
+// Compares component by component, as the dots part them: by the number that a component begins
+// with, of any length, then by the rest. A missing component is 0; a rest makes a version older
+// than none, so that "1.2b3" is before "1.2", and rests are compared as bytes. A space and what
+// follows it are ignored, as a build in brackets often does. Both must be version numbers.
+std::strong_ordering compareVersions(std::string_view left, std::string_view right);
+
+}  // namespace quillmoor::version_check
