@@ -41,6 +41,11 @@ endforeach()
 if(TARGET ditto)
     install(TARGETS ditto RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quillmoor)
 endif()
+if(TARGET version-check)
+    install(TARGETS version-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES "${PROJECT_SOURCE_DIR}/tools/version-check/version-check.1"
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
 # Without the uninstaller, which needs the host's toolkit, the pane's button would do nothing.
 if(TARGET versioncheck_plugin AND TARGET tallyframe_uninstaller_archive)
     install(DIRECTORY "${PROJECT_BINARY_DIR}/VersionCheck.bundle" USE_SOURCE_PERMISSIONS

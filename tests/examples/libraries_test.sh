@@ -13,7 +13,7 @@ named() { # those of the table
     sed -n "s/^| \`$1\` |//p" "$document" | grep -o 'lib[^ `|]*\.so[.0-9]*' | sort | tr '\n' ' '
 }
 
-for name in quillmoor-rights-helper ditto VersionCheck.so installer-host; do
+for name in quillmoor-rights-helper ditto version-check VersionCheck.so installer-host; do
     programs=$(find "$installed" -type f -name "$name")
     [ -n "$programs" ] || { echo "$name is not installed"; status=1; }
     for program in $programs; do
