@@ -66,7 +66,7 @@ class AppleTools:
         self._stubs = write_stubs(self._folder, read_symbols())
 
     def compile(self, source, architecture, output, *options):
-        _run([*self._target(architecture), "-fno-objc-arc", f"-I{HERE}/apple/include", *options,
+        _run([*self._target(architecture), "-fno-objc-arc", *system_headers(self._clang), *options,
               "-c", source, "-o", output])
 
     def _target(self, architecture):
@@ -77,9 +77,7 @@ class AppleTools:
         """Compiles C++ or Objective-C++ with clang's own standard library and, of C headers, the compiler's and
         our own. `includes` has the project's headers."""
         _run([*self._launcher, *self._target(architecture), "-O1", "-D_LIBCPP_HAS_NO_LOCALIZATION",
-              "-fno-objc-arc", "-isystem", HERE / "apple/include",
-              "-isystem", cxx_headers(self._clang), "-isystem", HERE / "apple/libc",
-              "-isystem", f"{_resource_folder(self._clang)}/include", "-I", includes,
+              "-fno-objc-arc", *system_headers(self._clang), "-I", includes,
               "-c", source, "-o", output])
 
     def link(self, objects, architecture, output, *options):
@@ -112,6 +110,14 @@ def _resource_folder(clang):
 def cxx_headers(clang):
     """Returns the folder of the headers of clang's standard library."""
     return pathlib.Path(_resource_folder(clang)).parents[2] / "include/c++/v1"
+
+
+def system_headers(clang):
+    """Returns the options for the headers: our declarations of Cocoa, clang's standard library, our declarations
+    of the C library and of what else only a Mac has, and the compiler's own."""
+    folders = (HERE / "apple/include", cxx_headers(clang), HERE / "apple/libc", HERE / "apple/system",
+               f"{_resource_folder(clang)}/include")
+    return [word for folder in folders for word in ("-isystem", folder)]
 
 
 def _run(command):

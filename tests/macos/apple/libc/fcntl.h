@@ -50,3 +50,5 @@ int open(const char* path, int flags, ...);
 int openat(int folder, const char* path, int flags, ...);
 int fcntl(int descriptor, int command, ...);
 KX_END
+
+#include <additions/fcntl.h>

@@ -71,3 +71,5 @@ void* pthread_getspecific(pthread_key_t key);
 int pthread_key_create(pthread_key_t* key, void (*destructor)(void*));
 int pthread_setspecific(pthread_key_t key, const void* value);
 KX_END
+
+#include <additions/pthread.h>

@@ -18,6 +18,7 @@ int posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions
                 char* const environment[]);
 int posix_spawnattr_init(posix_spawnattr_t* attributes);
 int posix_spawnattr_destroy(posix_spawnattr_t* attributes);
+int posix_spawnattr_getflags(const posix_spawnattr_t* attributes, short* flags);
 int posix_spawnattr_setflags(posix_spawnattr_t* attributes, short flags);
 int posix_spawnattr_setsigdefault(posix_spawnattr_t* attributes, const sigset_t* set);
 int posix_spawnattr_setsigmask(posix_spawnattr_t* attributes, const sigset_t* set);
@@ -28,3 +29,5 @@ int posix_spawn_file_actions_adddup2(posix_spawn_file_actions_t* actions, int fr
 int posix_spawn_file_actions_addopen(posix_spawn_file_actions_t* actions, int descriptor,
                                      const char* path, int flags, mode_t mode);
 KX_END
+
+#include <additions/spawn.h>

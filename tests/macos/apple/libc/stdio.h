@@ -17,7 +17,10 @@ extern FILE* __stderrp;
 #define EOF (-1)
 #define BUFSIZ 1024
 
+void clearerr(FILE* file);
 int fclose(FILE* file);
+int feof(FILE* file);
+int ferror(FILE* file);
 int fflush(FILE* file);
 int fgetc(FILE* file);
 FILE* fopen(const char* path, const char* mode);
@@ -37,3 +40,5 @@ int snprintf(char* buffer, size_t size, const char* format, ...)
 int vsnprintf(char* buffer, size_t size, const char* format, va_list arguments)
     __attribute__((format(printf, 3, 0)));
 KX_END
+
+#include <additions/stdio.h>

@@ -76,3 +76,5 @@ int unlink(const char* path);
 int unlinkat(int folder, const char* path, int flags);
 int usleep(useconds_t microseconds);
 KX_END
+
+#include <additions/unistd.h>

@@ -1,11 +1,6 @@
-// Adds the calls that only macOS has.
+// The C library's header and what it has only on macOS.
 #pragma once
 
 #include_next <pthread.h>
 
-#include <cstdint>
-
-extern "C" {
-int pthread_main_np(void);
-int pthread_threadid_np(pthread_t thread, std::uint64_t* number);
-}
+#include <additions/pthread.h>

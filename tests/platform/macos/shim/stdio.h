@@ -1,9 +1,6 @@
-// Adds the call that only macOS has.
+// The C library's header and what it has only on macOS.
 #pragma once
 
 #include_next <stdio.h>
 
-#define RENAME_EXCL 0x00000004
-
-extern "C" int renameatx_np(int folder, const char* name, int newFolder, const char* newName,
-                            unsigned int flags);
+#include <additions/stdio.h>

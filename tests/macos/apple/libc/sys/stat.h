@@ -76,3 +76,5 @@ mode_t umask(mode_t mask);
 int futimens(int descriptor, const struct timespec times[2]);
 int utimensat(int folder, const char* path, const struct timespec times[2], int flags);
 KX_END
+
+#include <additions/sys/stat.h>

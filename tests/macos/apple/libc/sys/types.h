@@ -21,6 +21,9 @@ typedef uint32_t useconds_t;
 typedef long time_t;
 typedef unsigned long clock_t;
 typedef uint32_t socklen_t;
+typedef unsigned short u_short;
+typedef uint16_t u_int16_t;
+typedef uint32_t u_int32_t;
 
 struct timespec {
     time_t tv_sec;

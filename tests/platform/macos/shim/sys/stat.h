@@ -1,11 +1,6 @@
-// Adds the flags of items that only macOS has.
+// The C library's header and what it has only on macOS.
 #pragma once
 
 #include_next <sys/stat.h>
 
-#define UF_IMMUTABLE 0x00000002
-#define UF_APPEND 0x00000004
-#define SF_IMMUTABLE 0x00020000
-#define SF_APPEND 0x00040000
-#define SF_RESTRICTED 0x00080000
-#define SF_NOUNLINK 0x00100000
+#include <additions/sys/stat.h>

@@ -12,6 +12,7 @@ struct FSRef {
     UInt8 hidden[80];
 };
 typedef struct FSRef FSRef;
+typedef struct __FSFileOperation* FSFileOperationRef;
 
 struct UTCDateTime {
     UInt16 highSeconds;

@@ -1,0 +1,9 @@
+// What <pthread.h> has only on macOS. Include it after the type pthread_t is declared.
+#pragma once
+
+#include <stdint.h>
+
+extern "C" {
+int pthread_main_np(void);
+int pthread_threadid_np(pthread_t thread, uint64_t* number);
+}

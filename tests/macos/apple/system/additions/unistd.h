@@ -1,0 +1,13 @@
+// What <unistd.h> has only on macOS.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+extern "C" {
+int getattrlistat(int folder, const char* name, void* list, void* buffer, size_t size,
+                  unsigned long options);
+int fgetattrlist(int file, void* list, void* buffer, size_t size, unsigned int options);
+int setattrlistat(int folder, const char* name, void* list, void* buffer, size_t size,
+                  uint32_t options);
+}
