@@ -113,9 +113,9 @@ static Session& sessionOf(KXAuthorization* object) {
     [super dealloc];
 }
 
+// Without [super finalize], which is obsolete and does nothing.
 - (void)finalize {
     perform(__func__, [&] { sessionOf(self).finalize(); });
-    [super finalize];
 }
 
 - (BOOL)authStart {

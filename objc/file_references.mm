@@ -1,9 +1,13 @@
 #include "objc/file_references.h"
 
-#include <cstring>
+#if defined(__APPLE__)
+#include <string>
 
-#include "objc/bridge.h"
+#include "quillmoor/platform/macos/desktop/system_reference_macos.h"
 #include "quillmoor/platform/platform.h"
+#else
+#include <cstring>
+#endif
 
 namespace quillmoor::objc {
 
@@ -15,18 +19,15 @@ using platform::FileReference;
 
 FSRef fromReference(const FileReference& reference) {
     FSRef result{};
-    NSString* path = fromString(std::string_view(reference.path.data()));
-    if ([path length] != 0) CFURLGetFSRef((CFURLRef)[NSURL fileURLWithPath:path], &result);
+    const std::string path(reference.path.data());
+    if (!path.empty()) static_cast<void>(platform::macos::systemReferenceOf(path, result));
     return result;
 }
 
 FileReference toReference(const FSRef& reference) {
     FileReference result;
-    const CFURLRef url = CFURLCreateFromFSRef(kCFAllocatorDefault, &reference);
-    if (url == nullptr) return result;
-    const OptionalString path = toString([(NSURL*)url path]);
-    CFRelease(url);
-    if (path) static_cast<void>(platform::current().finderInfo->makeReference(*path, result));
+    if (const OptionalPath path = platform::macos::pathOfSystemReference(reference))
+        static_cast<void>(platform::current().finderInfo->makeReference(*path, result));
     return result;
 }
 

@@ -10,6 +10,10 @@ namespace quillmoor::platform {
 namespace macos {
 namespace {
 
+// Two of the methods are obsolete since macOS 11, in favour of others that take URLs.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
 class MacApplications : public Applications {
   public:
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
@@ -46,6 +50,8 @@ class MacApplications : public Applications {
         }
     }
 };
+
+#pragma GCC diagnostic pop
 
 }  // namespace
 }  // namespace macos

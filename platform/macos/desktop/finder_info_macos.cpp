@@ -9,7 +9,7 @@
 
 #include "quillmoor/platform/macos/desktop/carbon_calls_macos.h"
 #include "quillmoor/platform/macos/desktop/finder_event_macos.h"
-#include "quillmoor/platform/macos/ground/core_foundation_macos.h"
+#include "quillmoor/platform/macos/desktop/system_reference_macos.h"
 #include "quillmoor/platform/macos/ground/late_call_macos.h"
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/fs/directory_entry_posix.h"
@@ -40,14 +40,8 @@ OptionalPath absolutePath(const std::string& path) {
     return absolute;
 }
 
-bool systemReferenceOf(const std::string& path, FSRef& item) {
-    const auto getFSRef = lateCall<GetFSRef>(kGetFSRef);
-    const CFOwned<CFURLRef> url = urlOfPath(path);
-    return getFSRef != nullptr && url && getFSRef(url.get(), &item) != 0;
-}
-
 // The item of a reference, provided that its path still leads there.
-bool systemReferenceOf(const FileReference& reference, FSRef& item) {
+bool systemItemOf(const FileReference& reference, FSRef& item) {
     const std::size_t length = ::strnlen(reference.path.data(), reference.path.size());
     if (length == 0 || length == reference.path.size()) return false;
     const std::string path(reference.path.data(), length);
@@ -93,18 +87,15 @@ class MacFinderInfo : public FinderInfo {
     }
 
     OptionalPath pathOfReference(const FileReference& reference) override {
-        const auto createFromFSRef = lateCall<CreateFromFSRef>(kCreateFromFSRef);
         FSRef item{};
-        if (createFromFSRef == nullptr || !systemReferenceOf(reference, item)) return std::nullopt;
-        const CFOwned<CFURLRef> url(createFromFSRef(kCFAllocatorDefault, &item));
-        return pathOfUrl(url.get());
+        return systemItemOf(reference, item) ? pathOfSystemReference(item) : std::nullopt;
     }
 
     std::int32_t catalogInfo(const FileReference& reference, CatalogInfo& info) override {
         const auto getCatalogInfo = lateCall<GetCatalogInfo>(kGetCatalogInfo);
         if (getCatalogInfo == nullptr) return kFailed;
         FSRef item{};
-        if (!systemReferenceOf(reference, item)) return kNotFound;
+        if (!systemItemOf(reference, item)) return kNotFound;
         FSCatalogInfo found{};
         const OSErr status = getCatalogInfo(&item, kFSCatInfoNodeFlags | kFSCatInfoFinderInfo,
                                             &found, nullptr, nullptr, nullptr);
@@ -116,14 +107,14 @@ class MacFinderInfo : public FinderInfo {
         const auto setCatalogInfo = lateCall<SetCatalogInfo>(kSetCatalogInfo);
         if (setCatalogInfo == nullptr) return kFailed;
         FSRef item{};
-        if (!systemReferenceOf(reference, item)) return kNotFound;
+        if (!systemItemOf(reference, item)) return kNotFound;
         const FSCatalogInfo wanted = systemInfo(info);
         return setCatalogInfo(&item, kFSCatInfoFinderInfo, &wanted);
     }
 
     std::int32_t sendUpdateEvent(const FileReference& reference) override {
         FSRef item{};
-        return systemReferenceOf(reference, item) ? sendFinderUpdate(item) : kNotFound;
+        return systemItemOf(reference, item) ? sendFinderUpdate(item) : kNotFound;
     }
 };
 

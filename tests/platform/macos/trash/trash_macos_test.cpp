@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "quillmoor/platform/macos/ground/late_call_macos.h"
 #include "quillmoor/platform/native_services.h"
 #include "tests/platform/macos/fakes/fake_workspace.h"
 #include "tests/support/temp_folder.h"
@@ -42,6 +43,17 @@ TEST_F(MacTrashTest, AllItemsAreTriedAfterAFailure) {
     EXPECT_FALSE(trash().recycle(desk_, trash_, {"missing", "z"}));
     EXPECT_FALSE(test::somethingAt(desk_ + "/z"));
     EXPECT_TRUE(test::somethingAt(trash_ + "/z"));
+}
+
+TEST_F(MacTrashTest, NothingIsMovedWithoutTheSystemsOperation) {
+    workspace_.trash = trash_;
+    folder_.writeFile("desk/a");
+    const macos::CallFinder before =
+        macos::exchangeCallFinder([](const char*) -> void* { return nullptr; });
+    EXPECT_FALSE(trash().recycle(desk_, trash_, {"a"}));
+    macos::exchangeCallFinder(before);
+    EXPECT_TRUE(workspace_.operations.empty());
+    EXPECT_TRUE(test::somethingAt(desk_ + "/a"));
 }
 
 TEST_F(MacTrashTest, TheUsersOwnTrashAndTheCurrentFolderAreTheDefaults) {
