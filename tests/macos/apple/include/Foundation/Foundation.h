@@ -2,34 +2,21 @@
 // there is none. Names and types are those of Apple's public documentation.
 #pragma once
 
-#if defined(__arm64__)
-typedef bool BOOL;
-#else
-typedef signed char BOOL;
-#endif
-#define YES ((BOOL)1)
-#define NO ((BOOL)0)
-
-typedef long NSInteger;
-typedef unsigned long NSUInteger;
-
-__attribute__((objc_root_class))
-@interface NSObject {
-    Class isa;
-}
-+ (instancetype)alloc;
-- (instancetype)init;
-- (void)dealloc;
-@end
-
-@interface NSString : NSObject
-- (const char*)UTF8String;
-+ (instancetype)stringWithUTF8String:(const char*)text;
-@end
-
-// The class of literals.
-@interface NSConstantString : NSString {
-    char* text_;
-    unsigned int length_;
-}
-@end
+#import <Foundation/NSArray.h>
+#import <Foundation/NSBundle.h>
+#import <Foundation/NSData.h>
+#import <Foundation/NSDate.h>
+#import <Foundation/NSDictionary.h>
+#import <Foundation/NSException.h>
+#import <Foundation/NSFileHandle.h>
+#import <Foundation/NSFileManager.h>
+#import <Foundation/NSInvocation.h>
+#import <Foundation/NSNotification.h>
+#import <Foundation/NSObject.h>
+#import <Foundation/NSOperation.h>
+#import <Foundation/NSPathUtilities.h>
+#import <Foundation/NSProcessInfo.h>
+#import <Foundation/NSPropertyList.h>
+#import <Foundation/NSString.h>
+#import <Foundation/NSTask.h>
+#import <Foundation/NSValue.h>
