@@ -1,6 +1,7 @@
 // What <sys/types.h> of macOS declares, as far as the project uses it.
 #pragma once
 
+#include <additions/linkage.h>
 #include <stddef.h>
 #include <stdint.h>
 
@@ -39,12 +40,4 @@ struct timeval {
 #define KX_INODE64(name) __asm("_" #name "$INODE64")
 #else
 #define KX_INODE64(name)
-#endif
-
-#if defined(__cplusplus)
-#define KX_BEGIN extern "C" {
-#define KX_END }
-#else
-#define KX_BEGIN
-#define KX_END
 #endif

@@ -2,6 +2,7 @@
 // fakes, KX_NAME_OF_FAKE gives them other names in the object files, too.
 #pragma once
 
+#include <additions/linkage.h>
 #include <sys/types.h>
 
 #include <stddef.h>
@@ -11,10 +12,10 @@
 #define KX_NAME_OF_FAKE(name)
 #endif
 
-extern "C" {
+KX_BEGIN
 ssize_t flistxattr(int file, char* names, size_t size, int options) KX_NAME_OF_FAKE("flistxattr");
 ssize_t fgetxattr(int file, const char* name, void* value, size_t size, uint32_t position,
                   int options) KX_NAME_OF_FAKE("fgetxattr");
 int fsetxattr(int file, const char* name, const void* value, size_t size, uint32_t position,
               int options) KX_NAME_OF_FAKE("fsetxattr");
-}
+KX_END
