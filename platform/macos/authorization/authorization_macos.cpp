@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "quillmoor/platform/macos/authorization/late_execute_macos.h"
+#include "quillmoor/platform/macos/authorization/obsolete_calls_macos.h"
 #include "quillmoor/platform/macos/ground/late_call_macos.h"
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/fs/file_io_posix.h"
@@ -112,8 +112,10 @@ class MacAuthorization final : public Authorization {
 
     AuthorizationStatus copyPrivilegedReference(AuthorizationFlags flags,
                                                 AuthorizationRef& reference) override {
+        const auto copy = lateCall<CopyPrivilegedReference>(kCopyPrivilegedReference);
+        if (copy == nullptr) return kAuthorizationInvalidReference;
         ::AuthorizationRef passed = nullptr;
-        const OSStatus status = ::AuthorizationCopyPrivilegedReference(&passed, flags);
+        const OSStatus status = copy(&passed, flags);
         if (status == kAuthorizationSuccess) reference = ownReference(passed);
         return status;
     }

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "quillmoor/platform/macos/authorization/late_execute_macos.h"
+#include "quillmoor/platform/macos/authorization/obsolete_calls_macos.h"
 #include "quillmoor/platform/macos/ground/late_call_macos.h"
 #include "quillmoor/platform/native_services.h"
 #include "tests/platform/macos/fakes/fake_security.h"
@@ -139,7 +139,7 @@ TEST_F(MacAuthorizationTest, FreesOnceWithTheFlagsGiven) {
 
 TEST_F(MacAuthorizationTest, TakesOverTheReferenceOfAParent) {
     AuthorizationRef reference = nullptr;
-    EXPECT_EQ(service().copyPrivilegedReference(0, reference), kAuthorizationDenied);
+    EXPECT_EQ(service().copyPrivilegedReference(0, reference), kAuthorizationInvalidReference);
     EXPECT_EQ(reference, nullptr);
     security_.passed = security_.makeReference();
     ASSERT_EQ(service().copyPrivilegedReference(0, reference), 0);
@@ -214,16 +214,18 @@ TEST_F(MacAuthorizationTest, StartsNothingThatCannotBePassedOn) {
     EXPECT_EQ(stream_, nullptr);
 }
 
-TEST_F(MacAuthorizationTest, WithoutTheSystemsCallNoToolIsStarted) {
-    const AuthorizationRef reference = create();
-    const macos::CallFinder before = macos::exchangeCallFinder([](const char* name) -> void* {
-        EXPECT_STREQ(name, macos::kExecuteWithPrivileges);
-        return nullptr;
-    });
+TEST_F(MacAuthorizationTest, WithoutTheObsoleteCallsNoToolIsStartedAndNothingTakenOver) {
+    AuthorizationRef reference = create();
+    const AuthorizationRef made = reference;
+    security_.passed = security_.makeReference();
+    const macos::CallFinder before =
+        macos::exchangeCallFinder([](const char*) -> void* { return nullptr; });
     EXPECT_EQ(service().executeWithPrivileges(reference, "/bin/ls", 0, {}, stream_),
               kAuthorizationToolExecuteFailure);
+    EXPECT_EQ(service().copyPrivilegedReference(0, reference), kAuthorizationInvalidReference);
     macos::exchangeCallFinder(before);
     EXPECT_EQ(stream_, nullptr);
+    EXPECT_EQ(reference, made);
 }
 
 }  // namespace

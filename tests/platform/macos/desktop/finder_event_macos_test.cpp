@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "quillmoor/platform/macos/desktop/carbon_calls_macos.h"
+#include "quillmoor/platform/macos/ground/late_call_macos.h"
 #include "tests/platform/macos/fakes/fake_core_foundation.h"
 #include "tests/platform/macos/fakes/fake_core_services.h"
 #include "tests/support/temp_folder.h"
@@ -17,7 +19,7 @@ class FinderEvent : public testing::Test {
   protected:
     FinderEvent() {
         const CFURLRef url = test::FakeObjects::makeUrl(folder_.path());
-        EXPECT_TRUE(CFURLGetFSRef(url, &item_));
+        EXPECT_TRUE(lateCall<GetFSRef>(kGetFSRef)(url, &item_));
         CFRelease(url);
         services_.calls.clear();
     }

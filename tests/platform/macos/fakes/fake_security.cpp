@@ -125,7 +125,7 @@ OSStatus AuthorizationCopyPrivilegedReference(AuthorizationRef* authorization,
                                               AuthorizationFlags flags) {
     if (current == nullptr) return errAuthorizationInternal;
     current->calls.push_back({.function = "AuthorizationCopyPrivilegedReference", .flags = flags});
-    if (current->passed == nullptr) return errAuthorizationDenied;
+    if (current->passed == nullptr) return errAuthorizationInvalidRef;
     *authorization = current->passed;
     return errAuthorizationSuccess;
 }

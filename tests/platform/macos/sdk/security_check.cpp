@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "quillmoor/platform/authorization.h"
-#include "quillmoor/platform/macos/authorization/late_execute_macos.h"
+#include "quillmoor/platform/macos/authorization/obsolete_calls_macos.h"
 
 // Last: its macros have names of this system's own constants.
 #include <Security/AuthorizationTags.h>
@@ -31,7 +31,7 @@ static_assert(std::is_same_v<decltype(&::AuthorizationCopyRights),
                                           const AuthorizationEnvironment*, AuthorizationFlags,
                                           AuthorizationRights**)>);
 static_assert(std::is_same_v<decltype(&::AuthorizationCopyPrivilegedReference),
-                             OSStatus (*)(AuthorizationRef*, AuthorizationFlags)>);
+                             platform::macos::CopyPrivilegedReference>);
 static_assert(std::is_same_v<decltype(&::AuthorizationExecuteWithPrivileges),
                              platform::macos::ExecuteWithPrivileges>);
 static_assert(std::is_same_v<AuthorizationRef, const AuthorizationOpaqueRef*>);

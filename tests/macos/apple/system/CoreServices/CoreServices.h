@@ -72,13 +72,16 @@ typedef struct AliasRecord** AliasHandle;
 enum : FSCatalogInfoBitmap { kFSCatInfoNodeFlags = 0x00000002, kFSCatInfoFinderInfo = 0x00000800 };
 enum { kFSNodeIsDirectoryMask = 0x0010 };
 
-OSErr FSGetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap wanted, FSCatalogInfo* info,
-                       HFSUniStr255* name, FSSpecPtr spec, FSRef* parent);
-OSErr FSSetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap given, const FSCatalogInfo* info);
-OSErr FSNewAliasMinimal(const FSRef* target, AliasHandle* alias);
-Boolean CFURLGetFSRef(CFURLRef url, FSRef* item);
-CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* item);
-void DisposeHandle(Handle handle);
+// Obsolete, as in the system's headers: what names them does not compile.
+[[deprecated]] OSErr FSGetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap wanted,
+                                      FSCatalogInfo* info, HFSUniStr255* name, FSSpecPtr spec,
+                                      FSRef* parent);
+[[deprecated]] OSErr FSSetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap given,
+                                      const FSCatalogInfo* info);
+[[deprecated]] OSErr FSNewAliasMinimal(const FSRef* target, AliasHandle* alias);
+[[deprecated]] Boolean CFURLGetFSRef(CFURLRef url, FSRef* item);
+[[deprecated]] CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* item);
+[[deprecated]] void DisposeHandle(Handle handle);
 
 typedef AEDesc AppleEvent;
 typedef UInt32 AEEventClass;

@@ -54,10 +54,13 @@ OSStatus AuthorizationFree(AuthorizationRef authorization, AuthorizationFlags fl
 OSStatus AuthorizationCopyRights(AuthorizationRef authorization, const AuthorizationRights* rights,
                                  const AuthorizationEnvironment* environment,
                                  AuthorizationFlags flags, AuthorizationRights** authorizedRights);
-OSStatus AuthorizationCopyPrivilegedReference(AuthorizationRef* authorization,
-                                              AuthorizationFlags flags);
-OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, const char* pathToTool,
-                                            AuthorizationFlags options, char* const* arguments,
-                                            FILE** communicationsPipe);
+// Obsolete, as in the system's header: what names them does not compile.
+[[deprecated]] OSStatus AuthorizationCopyPrivilegedReference(AuthorizationRef* authorization,
+                                                             AuthorizationFlags flags);
+[[deprecated]] OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization,
+                                                           const char* pathToTool,
+                                                           AuthorizationFlags options,
+                                                           char* const* arguments,
+                                                           FILE** communicationsPipe);
 }
 #pragma GCC visibility pop

@@ -1,4 +1,5 @@
-// The one call of the authorization services that is looked up when it is needed.
+// The obsolete calls of the authorization services, which are looked up when they are needed, by
+// type and name.
 #pragma once
 
 #include <Security/Authorization.h>
@@ -11,5 +12,9 @@ inline constexpr char kExecuteWithPrivileges[] = "AuthorizationExecuteWithPrivil
 using ExecuteWithPrivileges = OSStatus (*)(::AuthorizationRef reference, const char* tool,
                                            ::AuthorizationFlags options, char* const* arguments,
                                            std::FILE** pipe);
+
+inline constexpr char kCopyPrivilegedReference[] = "AuthorizationCopyPrivilegedReference";
+using CopyPrivilegedReference = OSStatus (*)(::AuthorizationRef* reference,
+                                             ::AuthorizationFlags flags);
 
 }  // namespace quillmoor::platform::macos
