@@ -4,6 +4,7 @@
 
 #include "quillmoor/platform/macos/desktop/registration_macos.h"
 #include "quillmoor/platform/macos/ground/cocoa_text_macos.h"
+#include "quillmoor/platform/macos/ground/obsolete_workspace_macos.h"
 #include "quillmoor/platform/native_services.h"
 
 namespace quillmoor::platform {
@@ -20,15 +21,16 @@ class MacApplications : public Applications {
         @autoreleasepool {
             NSString* const wanted = cocoaPath(identifier);
             if (wanted == nil) return std::nullopt;
-            return bytesOf(
-                [[NSWorkspace sharedWorkspace] absolutePathForAppBundleWithIdentifier:wanted]);
+            const id<KXObsoleteWorkspace> workspace =
+                workspaceWith(@selector(absolutePathForAppBundleWithIdentifier:));
+            return bytesOf([workspace absolutePathForAppBundleWithIdentifier:wanted]);
         }
     }
 
     bool openFile(const std::string& path) override {
         @autoreleasepool {
             NSString* const item = cocoaPath(path);
-            return item != nil && [[NSWorkspace sharedWorkspace] openFile:item];
+            return item != nil && [workspaceWith(@selector(openFile:)) openFile:item];
         }
     }
 

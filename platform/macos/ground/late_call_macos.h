@@ -4,8 +4,8 @@
 
 namespace quillmoor::platform::macos {
 
-// The function of that name in the libraries that are loaded; null where they have none. May be
-// called from any thread.
+// The function or constant of that name in the libraries that are loaded; null where they have
+// none. May be called from any thread.
 void* findCall(const char* name);
 
 template <typename Function>

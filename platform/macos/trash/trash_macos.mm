@@ -1,9 +1,8 @@
 #include "quillmoor/platform/trash.h"
 
-#import <AppKit/AppKit.h>
-
 #include "quillmoor/platform/macos/ground/cocoa_text_macos.h"
 #include "quillmoor/platform/macos/ground/late_call_macos.h"
+#include "quillmoor/platform/macos/ground/obsolete_workspace_macos.h"
 #include "quillmoor/platform/macos/trash/trash_folder_macos.h"
 #include "quillmoor/platform/native_services.h"
 
@@ -15,26 +14,24 @@ bool isOneName(const std::string& name) {
     return name != "." && name != ".." && name.find('/') == std::string::npos;
 }
 
-// The system has declared the operation obsolete, and may lack it one day; nil then.
+// The name of the operation is as obsolete as the method; nil where the system lacks it.
 NSString* recycleOperation() {
-    auto* const name = static_cast<NSString**>(findCall("NSWorkspaceRecycleOperation"));
+    auto* const name = static_cast<NSString* const*>(findCall("NSWorkspaceRecycleOperation"));
     return name != nullptr ? *name : nil;
 }
 
-// What is to be called instead takes a block, and does not say where the Trash is.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 bool recycleOne(NSString* source, NSString* destination, const std::string& name) {
     NSString* const item = cocoaPath(name);
-    NSString* const operation = recycleOperation();
-    if (item == nil || operation == nil || !isOneName(name)) return false;
-    return [[NSWorkspace sharedWorkspace] performFileOperation:operation
-                                                        source:source
-                                                   destination:destination
-                                                         files:[NSArray arrayWithObject:item]
-                                                           tag:nullptr];
+    NSString* const recycle = recycleOperation();
+    if (item == nil || recycle == nil || !isOneName(name)) return false;
+    const id<KXObsoleteWorkspace> workspace =
+        workspaceWith(@selector(performFileOperation:source:destination:files:tag:));
+    return [workspace performFileOperation:recycle
+                                    source:source
+                               destination:destination
+                                     files:[NSArray arrayWithObject:item]
+                                       tag:nullptr];
 }
-#pragma GCC diagnostic pop
 
 class MacTrash : public Trash {
   public:

@@ -40,6 +40,14 @@ TEST_F(MacApplicationsTest, AFileIsOpenedByTheWorkspace) {
     EXPECT_TRUE(workspace_.opened.empty());
 }
 
+TEST_F(MacApplicationsTest, WithoutTheObsoleteMethodsNothingIsFoundOrOpened) {
+    workspace_.applications["com.example.app"] = "/Applications/Some.app";
+    workspace_.missing = {"absolutePathForAppBundleWithIdentifier:", "openFile:"};
+    EXPECT_EQ(applications().absolutePathForAppBundle("com.example.app"), std::nullopt);
+    EXPECT_FALSE(applications().openFile(folder_.writeFile("a document")));
+    EXPECT_TRUE(workspace_.opened.empty());
+}
+
 TEST_F(MacApplicationsTest, AnApplicationIsRegisteredWithLaunchServices) {
     test::FakeCoreServices services;
     EXPECT_EQ(applications().registerApplication("/Applications/Some.app"), 0);

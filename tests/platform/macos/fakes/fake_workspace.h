@@ -4,6 +4,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,9 @@ class FakeWorkspace {
     bool opens = true;
     std::vector<std::string> noted;
     std::vector<std::string> packages;
+
+    // Methods that it lacks, as a later system may. Who sends one of them raises an exception.
+    std::set<std::string> missing;
 };
 
 }  // namespace quillmoor::test

@@ -22,6 +22,10 @@ bool exists(const std::string& path) {
     return ::lstat(path.c_str(), &status) == 0;
 }
 
+bool lacks(SEL method) {
+    return current != nullptr && current->missing.count(bytes(NSStringFromSelector(method))) != 0;
+}
+
 bool moveToTrash(const std::string& folder, const std::string& name) {
     const char* const home = ::getenv("HOME");
     if (current->usesHome && home != nullptr) {
@@ -48,6 +52,7 @@ FakeWorkspace::~FakeWorkspace() {
 
 using quillmoor::test::bytes;
 using quillmoor::test::current;
+using quillmoor::test::lacks;
 
 #pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"
 
@@ -60,11 +65,16 @@ using quillmoor::test::current;
     return shared;
 }
 
+- (BOOL)respondsToSelector:(SEL)method {
+    return !lacks(method) && [super respondsToSelector:method];
+}
+
 - (BOOL)performFileOperation:(NSString*)operation
                       source:(NSString*)source
                  destination:(NSString*)destination
                        files:(NSArray*)files
                          tag:(NSInteger*)tag {
+    if (lacks(_cmd)) [self doesNotRecognizeSelector:_cmd];
     if (current == nullptr) return NO;
     quillmoor::test::FakeWorkspace::Operation made{
         bytes(operation), bytes(source), bytes(destination), {}, tag != nullptr};
@@ -77,11 +87,13 @@ using quillmoor::test::current;
 }
 
 - (NSString*)absolutePathForAppBundleWithIdentifier:(NSString*)identifier {
+    if (lacks(_cmd)) [self doesNotRecognizeSelector:_cmd];
     if (current == nullptr || current->applications.count(bytes(identifier)) == 0) return nil;
     return [NSString stringWithUTF8String:current->applications[bytes(identifier)].c_str()];
 }
 
 - (BOOL)openFile:(NSString*)path {
+    if (lacks(_cmd)) [self doesNotRecognizeSelector:_cmd];
     if (current == nullptr) return NO;
     current->opened.push_back(bytes(path));
     return current->opens && quillmoor::test::exists(bytes(path));
