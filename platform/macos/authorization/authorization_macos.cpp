@@ -58,22 +58,25 @@ class SystemItems {
     ::AuthorizationItemSet set_{0, nullptr};
 };
 
-// The file is never closed: a tool that still writes must not be ended by SIGPIPE.
+// The file is never closed: a tool that still writes must not be ended by SIGPIPE. Null where the
+// system could not make one for a tool that it has started: a stream that is at its end.
 class MacToolStream final : public AuthorizedToolStream {
   public:
     explicit MacToolStream(std::FILE* file) : file_(file) {}
 
     int readCharacter() override {
-        for (;;) {
+        while (file_ != nullptr) {
             const int character = std::fgetc(file_);
             if (character != EOF) return character;
             if (std::ferror(file_) == 0 || errno != EINTR) return -1;
             std::clearerr(file_);
         }
+        return -1;
     }
 
     // Not through the file's buffer, which is for reading.
     bool write(std::string_view bytes) override {
+        if (file_ == nullptr) return false;
         const posix::BrokenPipeGuard guard;
         return posix::writeAll(::fileno(file_), bytes.data(), bytes.size()) == 0;
     }
@@ -135,9 +138,8 @@ class MacAuthorization final : public Authorization {
         const OSStatus status =
             execute(systemReference(reference), tool.c_str(), options, texts.get(), &file);
         if (status != kAuthorizationSuccess) return status;
-        if (file == nullptr) return kAuthorizationToolExecuteFailure;
         // The system's call leaves that out, and other children would keep the tool's input open.
-        posix::systemCalls().fcntl(::fileno(file), F_SETFD, FD_CLOEXEC);
+        if (file != nullptr) posix::systemCalls().fcntl(::fileno(file), F_SETFD, FD_CLOEXEC);
         stream = std::make_shared<MacToolStream>(file);
         return status;
     }

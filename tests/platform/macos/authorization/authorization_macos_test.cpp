@@ -197,10 +197,16 @@ TEST_F(MacAuthorizationTest, ReturnsTheStatusOfAToolThatWasNotStarted) {
         EXPECT_EQ(service().executeWithPrivileges(reference, "/bin/ls", 0, {}, stream_), status);
         EXPECT_EQ(stream_, nullptr);
     }
-    security_.executed = 0;
+}
+
+// The system makes the stream last, when the tool already runs.
+TEST_F(MacAuthorizationTest, AToolWithoutAStreamHasBeenStartedAllTheSame) {
+    const AuthorizationRef reference = create();
     security_.hasPipe = false;
-    EXPECT_EQ(service().executeWithPrivileges(reference, "/bin/ls", 0, {}, stream_), -60031);
-    EXPECT_EQ(stream_, nullptr);
+    ASSERT_EQ(service().executeWithPrivileges(reference, "/bin/ls", 0, {}, stream_), 0);
+    ASSERT_NE(stream_, nullptr);
+    EXPECT_EQ(stream_->readCharacter(), -1);
+    EXPECT_FALSE(stream_->write("x"));
 }
 
 TEST_F(MacAuthorizationTest, StartsNothingThatCannotBePassedOn) {
