@@ -115,6 +115,9 @@ NS_ASSUME_NONNULL_BEGIN
 // system's status. With async NO it returns when the tool has closed its output, normally at its
 // end. The exit status is not examined. `parameters` hold strings only: with anything else nothing
 // is started, and NSInvalidArgumentException is raised.
+//
+// Unless this is root, the tool has root as its effective user only: a shell gives that up unless
+// it is started with -p. The tool's process is not collected before this program ends.
 - (OSStatus)authExecTask:(nullable NSString*)path parameters:(nullable NSArray*)parameters;
 - (OSStatus)authExecTask:(nullable NSString*)path
               parameters:(nullable NSArray*)parameters

@@ -90,12 +90,12 @@ class Authorization {
     virtual AuthorizationStatus copyPrivilegedReference(AuthorizationFlags flags,
                                                         AuthorizationRef& reference) = 0;
 
-    // `AuthorizationExecuteWithPrivileges`: starts `tool`, an absolute path, as root and does not
-    // wait for it. Arguments arrive byte for byte. Its standard input and output are `stream`;
-    // standard error and the working folder are this process's. Where root or this process can no
-    // longer enter that folder, the tool has an empty one instead, in which relative paths fail.
-    // Rights that a dialog granted and that the system has lost are requested once more first,
-    // which waits for the user.
+    // `AuthorizationExecuteWithPrivileges`: starts `tool`, an absolute path, as root (on macOS with
+    // this process's real user) and does not wait for it. Arguments arrive byte for byte. Its
+    // standard input and output are `stream`; standard error and the working folder are this
+    // process's. Where root or this process can no longer enter that folder, the tool has an empty
+    // one instead, in which relative paths fail. Rights that a dialog granted and that the system
+    // has lost are requested once more first, which waits for the user.
     virtual AuthorizationStatus executeWithPrivileges(
         AuthorizationRef reference, const std::string& tool, AuthorizationFlags options,
         const StringList& arguments, std::shared_ptr<AuthorizedToolStream>& stream) = 0;
