@@ -47,7 +47,8 @@ class Locations {
     // `NSHomeDirectory`: the home of the user this process runs for.
     virtual std::string homeDirectory() = 0;
 
-    // `NSHomeDirectoryForUser`: nil for an unknown name; for a nil name, root's home.
+    // `NSHomeDirectoryForUser`: nil for an unknown name. For a nil name, what the system returns:
+    // on Linux root's home.
     virtual OptionalPath homeDirectoryForUser(const OptionalString& name) = 0;
 
     // `NSUserName`: the short name of the user this process runs for.
@@ -61,7 +62,7 @@ class Locations {
     // the whole value needs with its NUL, 0 when there is no such value.
     virtual std::size_t confstr(int name, std::span<char> buffer) = 0;
 
-    // `NSTemporaryDirectory`: an existing folder, without a trailing slash.
+    // `NSTemporaryDirectory`: an existing folder. On macOS its path ends in a slash.
     virtual std::string temporaryDirectory() = 0;
 };
 

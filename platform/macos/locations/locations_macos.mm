@@ -12,11 +12,6 @@ namespace quillmoor::platform {
 namespace macos {
 namespace {
 
-std::string withoutTrailingSlashes(std::string path) {
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    return path;
-}
-
 class MacLocations : public Locations {
   public:
     StringList searchPaths(SearchPathDirectory directory, SearchPathDomainMask domain) override {
@@ -37,11 +32,12 @@ class MacLocations : public Locations {
         }
     }
 
-    // The system does not say what it returns for nil.
     OptionalPath homeDirectoryForUser(const OptionalString& name) override {
         @autoreleasepool {
-            NSString* const user = cocoaPath(name.value_or("root"));
-            return user != nil ? bytesOf(NSHomeDirectoryForUser(user)) : std::nullopt;
+            NSString* const user = name ? cocoaPath(*name) : nil;
+            // A name that cannot be passed on must not become that of no user.
+            if (name && user == nil) return std::nullopt;
+            return bytesOf(NSHomeDirectoryForUser(user));
         }
     }
 
@@ -60,7 +56,7 @@ class MacLocations : public Locations {
 
     std::string temporaryDirectory() override {
         @autoreleasepool {
-            return withoutTrailingSlashes(bytesOf(NSTemporaryDirectory()).value_or("/tmp"));
+            return bytesOf(NSTemporaryDirectory()).value_or("/tmp/");
         }
     }
 };

@@ -98,9 +98,7 @@ TEST_P(LocationsContract, TheHomeIsAnAbsolutePath) {
 TEST_P(LocationsContract, HasANameForTheUserAndAHomeForRoot) {
     EXPECT_FALSE(locations().userName().empty());
     EXPECT_TRUE(locations().homeDirectoryForUser(locations().userName()).has_value());
-    const OptionalPath superUsers = locations().homeDirectoryForUser(std::nullopt);
-    ASSERT_TRUE(superUsers.has_value());
-    EXPECT_EQ(locations().homeDirectoryForUser("root"), superUsers);
+    EXPECT_TRUE(locations().homeDirectoryForUser("root").has_value());
 }
 
 TEST_P(LocationsContract, AnUnknownUserHasNoHome) {
@@ -131,11 +129,10 @@ TEST_P(LocationsContract, HasNoValueForAnUnknownVariable) {
     EXPECT_EQ(buffer.front(), 'x');
 }
 
-TEST_P(LocationsContract, TheTemporaryFolderExistsAndHasNoTrailingSlash) {
+TEST_P(LocationsContract, TheTemporaryFolderExistsAndIsAbsolute) {
     const std::string folder = locations().temporaryDirectory();
     EXPECT_TRUE(std::filesystem::is_directory(folder)) << folder;
     EXPECT_TRUE(folder.starts_with('/'));
-    EXPECT_FALSE(folder.ends_with('/'));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -23,7 +23,9 @@ class FakeSearchPaths {
     std::vector<Search> searches;
     std::vector<std::string> found;
     std::map<std::string, std::string> homes;
-    std::string cacheFolder;  // of confstr
+    std::string homeOfNoName;  // none if empty
+    std::string temporary;     // if empty, the real function's
+    std::string cacheFolder;   // of confstr
 };
 
 }  // namespace quillmoor::test

@@ -50,8 +50,15 @@ NSArray* NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
 
 NSString* NSHomeDirectoryForUser(NSString* user) {
     if (current == nullptr) return real<NSString* (*)(NSString*)>("NSHomeDirectoryForUser")(user);
+    if (user == nil) return current->homeOfNoName.empty() ? nil : cocoa(current->homeOfNoName);
     const auto home = current->homes.find([user UTF8String]);
     return home != current->homes.end() ? cocoa(home->second) : nil;
+}
+
+NSString* NSTemporaryDirectory(void) {
+    if (current == nullptr || current->temporary.empty())
+        return real<NSString* (*)(void)>("NSTemporaryDirectory")();
+    return cocoa(current->temporary);
 }
 
 // By its name in the object file: the C library's header defines one that checks sizes.

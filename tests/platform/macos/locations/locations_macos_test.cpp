@@ -4,6 +4,8 @@
 
 #include <array>
 
+#include "quillmoor/base/paths.h"
+#include "quillmoor/paths/KXLocalPaths.h"
 #include "quillmoor/platform/native_services.h"
 #include "tests/platform/macos/fakes/fake_core_foundation.h"
 #include "tests/platform/macos/fakes/fake_search_paths.h"
@@ -52,10 +54,16 @@ TEST_F(MacLocationsTest, AFolderThatIsNowhereIsNotFound) {
 TEST_F(MacLocationsTest, AHomeIsThatOfItsUser) {
     paths_.homes = {{"alice", "/Users/alice"}, {"root", "/var/root"}};
     EXPECT_EQ(locations().homeDirectoryForUser("alice"), "/Users/alice");
-    EXPECT_EQ(locations().homeDirectoryForUser(std::nullopt), "/var/root");
     EXPECT_EQ(locations().homeDirectoryForUser("nobody here"), std::nullopt);
     EXPECT_EQ(locations().homeDirectoryForUser("\xff"), std::nullopt);
     EXPECT_EQ(locations().homeDirectoryForUser(""), std::nullopt);
+}
+
+TEST_F(MacLocationsTest, TheHomeOfNoNameIsWhatTheSystemReturns) {
+    paths_.homes = {{"root", "/var/root"}};
+    EXPECT_EQ(locations().homeDirectoryForUser(std::nullopt), std::nullopt);
+    paths_.homeOfNoName = "/Users/current";
+    EXPECT_EQ(locations().homeDirectoryForUser(std::nullopt), "/Users/current");
 }
 
 TEST_F(MacLocationsTest, TheConsoleUserIsTheSystems) {
@@ -78,10 +86,19 @@ TEST_F(MacLocationsTest, ConfstrReportsTheWholeSizeAndCutsTheValue) {
     EXPECT_EQ(locations().confstr(kDarwinUserCacheDirectory, buffer), 0U);
 }
 
-TEST_F(MacLocationsTest, TheTemporaryFolderHasNoTrailingSlash) {
-    const std::string folder = locations().temporaryDirectory();
-    EXPECT_TRUE(folder.starts_with('/'));
-    EXPECT_FALSE(folder.ends_with('/'));
+TEST_F(MacLocationsTest, TheTemporaryFolderIsAsTheSystemReturnsIt) {
+    for (const std::string folder : {"/var/folders/x/T/", "/var/folders/x/T"}) {
+        paths_.temporary = folder;
+        EXPECT_EQ(KXLocalPaths::tempDirectory(), folder);
+    }
+}
+
+TEST_F(MacLocationsTest, AScratchPathIsInTheTemporaryFolder) {
+    paths_.temporary = "/var/folders/x/T/";
+    const std::string path = KXLocalPaths::tempFile();
+    EXPECT_TRUE(path.starts_with("/var/folders/x/T/"));
+    EXPECT_EQ(path.find("//"), std::string::npos);
+    EXPECT_EQ(deleteLastPathComponent(path), "/var/folders/x/T");
 }
 
 }  // namespace
