@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/acl.h>
 #include <sys/clonefile.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -38,14 +39,26 @@ int makePipe(int ends[2], int statusFlags) {
     return 0;
 }
 
+// Such a list can give any user what the mode withholds. One that cannot be read counts as one.
+bool hasAccessControlList(int folder) {
+    const acl_t list = ::acl_get_fd_np(folder, ACL_TYPE_EXTENDED);
+    if (list == nullptr) return errno != ENOENT;
+    ::acl_free(list);
+    return true;
+}
+
+bool canOthersChange(int folder) {
+    struct stat status {};
+    return systemCalls().fstat(folder, &status) != 0 || status.st_uid != ::geteuid() ||
+           (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 || hasAccessControlList(folder);
+}
+
 // A clone is made under a name and opened by it. In a folder that others can change they could put
 // an item of their own there in between. Flags are cloned, too, and a fixed file cannot be opened.
 bool mayClone(int from, int folder) {
-    struct stat status {};
     std::uint32_t flags = 0;
-    return systemCalls().fstat(folder, &status) == 0 && status.st_uid == ::geteuid() &&
-           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0 &&
-           macos::readOpenItemFlags(from, &flags) == 0 && (flags & kFixed) == 0;
+    return !canOthersChange(folder) && macos::readOpenItemFlags(from, &flags) == 0 &&
+           (flags & kFixed) == 0;
 }
 
 int openClone(int folder, const char* name) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/acl.h>
 #include <sys/attr.h>
 #include <sys/clonefile.h>
 #include <sys/stat.h>
@@ -113,6 +114,22 @@ int fclonefileat(int from, int folder, const char* name, std::uint32_t flags) {
     const bool written = size >= 0 && ::write(made, text.data(), text.size()) == size;
     ::close(made);
     return written ? 0 : failWith(EIO);
+}
+
+acl_t acl_get_fd_np(int, acl_type_t type) {
+    const std::lock_guard lock(recording);
+    kernel().accessListTypes.push_back(type);
+    errno = kernel().accessListError;
+    if (errno != 0) return nullptr;
+    ++kernel().accessLists;
+    return reinterpret_cast<acl_t>(&kernel().accessLists);
+}
+
+int acl_free(void* object) {
+    const std::lock_guard lock(recording);
+    if (object != &kernel().accessLists) return failWith(EINVAL);
+    --kernel().accessLists;
+    return 0;
 }
 
 // The listing without the prefix, and without what is not of the user's.

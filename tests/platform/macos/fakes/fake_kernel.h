@@ -7,6 +7,7 @@
 #include <sys/attr.h>
 #include <time.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -32,6 +33,11 @@ class FakeKernel {
     bool canClone = false;
     bool clonesHaveNoMode = false;  // as the clone of a file without permissions
     std::vector<std::uint32_t> cloneFlags;
+
+    // Of each folder's access control list: 0 where it has one, else the error of reading it.
+    int accessListError = ENOENT;
+    std::vector<int> accessListTypes;
+    int accessLists = 0;  // read and not freed
 
     struct AttributeCall {
         std::string name;

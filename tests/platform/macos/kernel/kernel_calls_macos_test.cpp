@@ -164,6 +164,21 @@ TEST_F(MacKernelCalls, NothingIsClonedIntoAFolderThatOthersCanChange) {
     EXPECT_TRUE(kernel_.cloneFlags.empty());
 }
 
+TEST_F(MacKernelCalls, NothingIsClonedIntoAFolderWithAnAccessControlList) {
+    folder_.writeFile("file", "text");
+    kernel_.canClone = true;
+    // It has a list, or may have one.
+    for (const int error : {0, EIO}) {
+        kernel_.accessListError = error;
+        const Descriptor made = clone(open("file"), error == 0 ? "a" : "b");
+        EXPECT_TRUE(made);
+        EXPECT_FALSE(cloned_);
+    }
+    EXPECT_TRUE(kernel_.cloneFlags.empty());
+    EXPECT_EQ(kernel_.accessLists, 0);
+    EXPECT_EQ(kernel_.accessListTypes, (std::vector<int>{0x100, 0x100}));
+}
+
 TEST_F(MacKernelCalls, AFixedFileIsNotCloned) {
     folder_.writeFile("file", "text");
     kernel_.canClone = true;

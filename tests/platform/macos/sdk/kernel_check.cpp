@@ -8,6 +8,7 @@
 #include <pthread.h>
 #include <spawn.h>
 #include <stdio.h>
+#include <sys/acl.h>
 #include <sys/attr.h>
 #include <sys/clonefile.h>
 #include <sys/stat.h>
@@ -47,6 +48,11 @@ static_assert(std::is_same_v<decltype(&::fgetxattr), ssize_t (*)(int, const char
                                                                  std::size_t, std::uint32_t, int)>);
 static_assert(std::is_same_v<decltype(&::fsetxattr), int (*)(int, const char*, const void*,
                                                              std::size_t, std::uint32_t, int)>);
+
+// include/sys/acl.h of https://github.com/apple-oss-distributions/Libc: acl_get(3), acl_free(3)
+static_assert(ACL_TYPE_EXTENDED == 0x100);
+static_assert(std::is_same_v<decltype(&::acl_get_fd_np), acl_t (*)(int, acl_type_t)>);
+static_assert(std::is_same_v<decltype(&::acl_free), int (*)(void*)>);
 
 // bsd/sys/attr.h and unistd.h: getattrlist(2), setattrlist(2)
 static_assert(sizeof(attrlist) == 24 && offsetof(attrlist, commonattr) == 4 &&
