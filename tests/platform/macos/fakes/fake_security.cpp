@@ -51,6 +51,14 @@ OSStatus start(const char* tool, char* const* arguments, int end) {
     return error == 0 ? errAuthorizationSuccess : errAuthorizationToolExecuteFailure;
 }
 
+void print(const char* name, const SecurityItems& items, std::ostream& stream) {
+    if (!items) return;
+    stream << ' ' << name << ':';
+    for (const SecurityItem& item : *items)
+        stream << ' ' << item.name << '=' << item.value.value_or("(null)") << '/' << item.length
+               << '/' << item.flags;
+}
+
 bool isAuthorized(::AuthorizationRef reference) {
     return std::find(current->authorized.begin(), current->authorized.end(), reference) !=
            current->authorized.end();
@@ -62,6 +70,16 @@ bool isOpen(::AuthorizationRef reference) {
 
 }  // namespace
 
+void PrintTo(const SecurityCall& call, std::ostream* stream) {
+    *stream << call.function << " of " << call.reference << " flags " << call.flags;
+    print("rights", call.rights, *stream);
+    print("environment", call.environment, *stream);
+    if (!call.tool.empty()) *stream << ' ' << call.tool;
+    for (const std::string& argument : call.arguments) *stream << " '" << argument << '\'';
+    if (call.asksForGrantedRights) *stream << " asks for the granted rights";
+    if (call.asksForPipe) *stream << " asks for a pipe";
+}
+
 FakeSecurity::FakeSecurity() {
     current = this;
 }
@@ -71,9 +89,10 @@ FakeSecurity::~FakeSecurity() {
 }
 
 ::AuthorizationRef FakeSecurity::makeReference() {
-    auto* const made = reinterpret_cast<::AuthorizationRef>(++lastReference_ * 16);
-    open.push_back(made);
-    return made;
+    auto* const reference = reinterpret_cast<::AuthorizationRef>(++lastReference_ * 16);
+    made.push_back(reference);
+    open.push_back(reference);
+    return reference;
 }
 
 }  // namespace quillmoor::test
@@ -154,6 +173,12 @@ OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, cons
             ::close(ends[0]);
             return status;
         }
+    } else if (current->toolOutput) {
+        const std::string& output = *current->toolOutput;
+        const bool written =
+            ::write(ends[1], output.data(), output.size()) == static_cast<ssize_t>(output.size());
+        ::close(ends[1]);
+        if (!written) return errAuthorizationInternal;
     } else {
         current->toolEnd = ends[1];
     }

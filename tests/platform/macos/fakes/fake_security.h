@@ -5,6 +5,7 @@
 #include <Security/Authorization.h>
 
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,10 @@ struct SecurityCall {
     std::string tool{};
     std::vector<std::string> arguments{};
     bool asksForPipe = false;
+    bool operator==(const SecurityCall&) const = default;
 };
+// For the messages of tests.
+void PrintTo(const SecurityCall& call, std::ostream* stream);
 
 // One at a time, as long as it lives. Without one, each call is refused as an internal error.
 class FakeSecurity {
@@ -50,11 +54,15 @@ class FakeSecurity {
     bool decides = false;
     // The reference that a parent has passed; null for none.
     ::AuthorizationRef passed = nullptr;
+    // Tools write this and end at once.
+    std::optional<std::string> toolOutput;
     // The other end of the pipe of the last tool, for the test to close.
     int toolEnd = -1;
     int pipeEnd = -1;
 
-    // References that were made and not freed, and what was freed without being one.
+    // References that were made, those of them that were not freed, and how often anything else
+    // was freed.
+    std::vector<::AuthorizationRef> made;
     std::vector<::AuthorizationRef> open;
     std::vector<::AuthorizationRef> authorized;  // by `decides`
     int wronglyFreed = 0;
