@@ -16,7 +16,6 @@
 #include <type_traits>
 #include <utility>
 
-#include "objc/firewall.h"
 #include "quillmoor/base/data.h"
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/exception.h"
@@ -67,34 +66,39 @@ id fromObject(const std::shared_ptr<void>& object);
 platform::Exception toException(NSException* exception);
 NSException* fromException(const platform::Exception& exception);
 
-// Calls `body`, inside an autorelease pool, and throws an NSException that it raises as
-// platform::Exception, like any C++ exception. For calls of a caller's object by the library.
+// Calls `body` and returns the exception that left it, of C++ or of Objective-C; nothing if none
+// did. On some systems a catch clause of C++ catches an NSException as well, and finds neither its
+// name nor its reason: no code of the library may see one, so each is caught where it is raised.
+std::optional<platform::Exception> exceptionFrom(const std::function<void()>& body);
+
+// The same as an object to raise: what was raised itself, or one for what was thrown; nil for none.
+NSException* exceptionToRaise(const std::function<void()>& body);
+
+// Calls `body`, inside an autorelease pool, and throws what it raises or throws as
+// platform::Exception. For calls of a caller's object by the library.
 void throwing(const std::function<void()>& body);
 
 // Calls -----------------------------------------------------------------------------------------
 
-// The result of `body`. A C++ exception is raised as an NSException, once all C++ functions have
-// been left.
+// The result of `body`. An exception of either language is raised as an NSException, once all C++
+// functions have been left.
 template <typename Body>
 auto raising(const Body& body) {
     using Result = std::invoke_result_t<Body>;
     std::conditional_t<std::is_void_v<Result>, char, Result> result{};
-    NSException* raised = nil;
-    if (const auto exception = exceptionFrom([&] {
-            if constexpr (std::is_void_v<Result>)
-                body();
-            else
-                result = body();
-        }))
-        raised = fromException(*exception);
-    [raised raise];
+    [exceptionToRaise([&] {
+        if constexpr (std::is_void_v<Result>)
+            body();
+        else
+            result = body();
+    }) raise];
     if constexpr (!std::is_void_v<Result>) return result;
 }
 
 // Logs an exception that was thrown in `method`.
 void logException(const platform::Exception& exception, const char* method);
 
-// The result of `body`, or `failure` after a C++ exception, which is logged.
+// The result of `body`, or `failure` after an exception of either language, which is logged.
 template <typename Result, typename Body>
 Result guarded(const char* method, Result failure, const Body& body) {
     Result result = failure;

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "objc/firewall.h"
 #include "quillmoor/base/utf8.h"
 #include "quillmoor/log/KXException.h"
 
@@ -66,6 +67,26 @@ std::string element(id object) {
         throw platform::Exception(platform::kInvalidArgumentException,
                                   "an element of the list is not a string");
     return *toString(object);
+}
+
+// What left a call: one of the two, or neither.
+struct Escaped {
+    NSException* raised = nil;  // autoreleased
+    std::optional<platform::Exception> thrown;
+};
+
+// The order is the point: a clause for NSException lets C++ exceptions pass on every system, but a
+// C++ clause catches an NSException on some.
+Escaped escapedFrom(const std::function<void()>& body) {
+    NSException* raised = nil;
+    auto thrown = thrownBy([&] {
+        @try {
+            body();
+        } @catch (NSException* exception) {
+            raised = [[exception retain] autorelease];
+        }
+    });
+    return {raised, std::move(thrown)};
 }
 
 }  // namespace
@@ -162,15 +183,21 @@ NSException* fromException(const platform::Exception& exception) {
                                  userInfo:nil];
 }
 
-// The exception of C++ must not reach the @catch, which not every system's compiler lets it pass.
+std::optional<platform::Exception> exceptionFrom(const std::function<void()>& body) {
+    const Escaped escaped = escapedFrom(body);
+    if (escaped.raised != nil) return toException(escaped.raised);
+    return escaped.thrown;
+}
+
+NSException* exceptionToRaise(const std::function<void()>& body) {
+    const Escaped escaped = escapedFrom(body);
+    return escaped.thrown ? fromException(*escaped.thrown) : escaped.raised;
+}
+
 void throwing(const std::function<void()>& body) {
     std::optional<platform::Exception> thrown;
     @autoreleasepool {
-        @try {
-            thrown = exceptionFrom(body);
-        } @catch (NSException* exception) {
-            thrown = toException(exception);
-        }
+        thrown = exceptionFrom(body);
     }
     if (thrown) throw *thrown;
 }

@@ -6,12 +6,12 @@
 
 namespace quillmoor::objc {
 
-std::optional<platform::Exception> exceptionFrom(const std::function<void()>& body) {
+std::optional<platform::Exception> thrownBy(const std::function<void()>& body) {
     try {
         body();
         return std::nullopt;
     } catch (...) {
-        // One that is not of C++ cannot be referred to.
+        // The end of a thread that is cancelled, which must go on.
         if (std::current_exception() == nullptr) throw;
         return platform::currentException();
     }

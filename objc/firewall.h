@@ -8,7 +8,8 @@
 
 namespace quillmoor::objc {
 
-// Calls `body` and returns the C++ exception that left it, if any. Exceptions of Objective-C pass.
-std::optional<platform::Exception> exceptionFrom(const std::function<void()>& body);
+// Calls `body`, which catches what it raises as NSException, and returns the C++ exception that
+// left it, if any.
+std::optional<platform::Exception> thrownBy(const std::function<void()>& body);
 
 }  // namespace quillmoor::objc

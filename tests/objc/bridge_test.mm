@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "tests/objc/log_world.h"
 #include "tests/objc/objc_support.h"
 
 // Counts its instances, to see when one is released.
@@ -143,10 +144,44 @@ TEST(Bridge, RaisesWhatIsThrown) {
               "Name");
 }
 
-TEST(Bridge, AnswersWithTheFailureForWhatIsThrown) {
+TEST(Bridge, RaisesTheSameObjectAgain) {
+    NSException* const exception = [NSException exceptionWithName:@"Name"
+                                                           reason:@"a reason"
+                                                         userInfo:nil];
+    NSException* raised = nil;
+    @try {
+        raising([&] { [exception raise]; });
+    } @catch (NSException* caught) {
+        raised = caught;
+    }
+    EXPECT_EQ(raised, exception);
+}
+
+TEST(Bridge, ThrowsWhatIsRaised) {
+    const auto exception =
+        exceptionFrom([] { throwing([] { [NSException raise:@"Name" format:@"a reason"]; }); });
+    ASSERT_TRUE(exception);
+    EXPECT_EQ(exception->name(), "Name");
+    EXPECT_EQ(exception->reason(), "a reason");
+}
+
+TEST(Bridge, LogsWhatIsThrownAndReturnsTheFailure) {
+    OpenLogWorld world;
     EXPECT_EQ(guarded("method", NO, [] { return true; }), YES);
-    EXPECT_EQ(guarded("method", NO, []() -> bool { throw std::runtime_error("a reason"); }), NO);
+    EXPECT_EQ(
+        guarded("method", NO, []() -> bool { throw platform::Exception("Name", "a reason"); }), NO);
     perform("method", [] { throw std::runtime_error("a reason"); });
+    EXPECT_EQ(world.written(), (StringList{"Exception in method. Name - a reason.",
+                                           "Exception in method. std::runtime_error - a reason."}));
+}
+
+TEST(Bridge, LogsWhatIsRaisedAndReturnsTheFailure) {
+    OpenLogWorld world;
+    const auto raise = [] { [NSException raise:@"Name" format:@"a reason"]; };
+    EXPECT_EQ(guarded("method", NO, [&] { return raise(), true; }), NO);
+    perform("method", raise);
+    EXPECT_EQ(world.written(), (StringList{"Exception in method. Name - a reason.",
+                                           "Exception in method. Name - a reason."}));
 }
 
 }  // namespace quillmoor::test

@@ -1,4 +1,4 @@
-#include "objc/firewall.h"
+#include "objc/bridge.h"
 
 #include <stdexcept>
 
@@ -25,10 +25,20 @@ TEST(Firewall, NamesExceptionsOfOtherTypes) {
     EXPECT_EQ(exceptionFrom([] { throw 1; })->name(), "int");
 }
 
-TEST(Firewall, LetsExceptionsOfObjectiveCPass) {
-    EXPECT_EQ(
-        nameOfRaised([] { exceptionFrom([] { [NSException raise:@"Name" format:@"a reason"]; }); }),
-        "Name");
+TEST(Firewall, ReturnsTheExceptionThatWasRaised) {
+    const auto exception = exceptionFrom([] { [NSException raise:@"Name" format:@"a reason"]; });
+    ASSERT_TRUE(exception);
+    EXPECT_EQ(exception->name(), "Name");
+    EXPECT_EQ(exception->reason(), "a reason");
+}
+
+TEST(Firewall, TellsTheLanguagesApart) {
+    const auto nested = [](const std::function<void()>& body) {
+        const auto inner = exceptionFrom(body);
+        return exceptionFrom([&] { throw platform::Exception("Outer", inner->reason()); });
+    };
+    EXPECT_EQ(nested([] { [NSException raise:@"Name" format:@"raised"]; })->reason(), "raised");
+    EXPECT_EQ(nested([] { throw std::runtime_error("thrown"); })->reason(), "thrown");
 }
 
 }  // namespace quillmoor::test

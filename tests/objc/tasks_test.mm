@@ -1,7 +1,6 @@
 #include "objc/tasks.h"
 
-#include "objc/firewall.h"
-
+#include "objc/bridge.h"
 #include "quillmoor/platform/platform.h"
 #include "tests/objc/objc_support.h"
 
