@@ -6,6 +6,7 @@
 #include <stdlib.h>
 
 #include "quillmoor/base/paths.h"
+#include "quillmoor/platform/macos/ground/cocoa_calls_macos.h"
 #include "quillmoor/platform/macos/ground/cocoa_text_macos.h"
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
@@ -22,29 +23,27 @@ class CocoaBundle final : public Bundle {
     CocoaBundle& operator=(const CocoaBundle&) = delete;
 
     OptionalPath executablePath() override {
-        @autoreleasepool {
-            return bytesOf([bundle_ executablePath]);
-        }
+        return fromCocoa([&]() -> OptionalPath { return bytesOf([bundle_ executablePath]); });
     }
 
     OptionalString infoDictionaryText(const std::string& key) override {
-        @autoreleasepool {
+        return fromCocoa([&]() -> OptionalString {
             NSString* const wanted = cocoaText(key);
             if (wanted == nil) return std::nullopt;
             const id value = [bundle_ objectForInfoDictionaryKey:wanted];
             if ([value isKindOfClass:[NSString class]]) return bytesOf(value);
             if ([value isKindOfClass:[NSNumber class]]) return bytesOf([value stringValue]);
             return std::nullopt;
-        }
+        });
     }
 
     OptionalPath pathForResource(const std::string& name, const std::string& type) override {
-        @autoreleasepool {
+        return fromCocoa([&]() -> OptionalPath {
             NSString* const wanted = cocoaPath(name);
             NSString* const extension = cocoaText(type);
             if (wanted == nil || extension == nil) return std::nullopt;
             return bytesOf([bundle_ pathForResource:wanted ofType:extension]);
-        }
+        });
     }
 
   private:
@@ -77,15 +76,15 @@ OptionalPath folderAround(const std::string& program) {
 class CocoaBundles : public Bundles {
   public:
     std::shared_ptr<Bundle> mainBundle() override {
-        @autoreleasepool {
+        return fromCocoa([&]() -> std::shared_ptr<Bundle> {
             return std::make_shared<CocoaBundle>([NSBundle mainBundle]);
-        }
+        });
     }
 
     std::shared_ptr<Bundle> bundleForCode(const void* address) override {
         Dl_info info{};
         if (::dladdr(address, &info) == 0 || info.dli_fname == nullptr) return nullptr;
-        @autoreleasepool {
+        return fromCocoa([&]() -> std::shared_ptr<Bundle> {
             // The main program's own name need not be a path.
             const OptionalPath file = realPath(info.dli_fname);
             if (!file || isProgramOf([NSBundle mainBundle], *file)) return mainBundle();
@@ -96,7 +95,7 @@ class CocoaBundles : public Bundles {
             const OptionalPath folder = folderAround(*file);
             NSBundle* const around = folder ? [NSBundle bundleWithPath:cocoaPath(*folder)] : nil;
             return around != nil ? std::make_shared<CocoaBundle>(around) : mainBundle();
-        }
+        });
     }
 };
 

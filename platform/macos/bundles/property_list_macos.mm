@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "quillmoor/platform/macos/ground/cocoa_calls_macos.h"
 #include "quillmoor/platform/macos/ground/cocoa_text_macos.h"
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/ground/small_file_posix.h"
@@ -79,7 +80,7 @@ class MacPropertyLists : public PropertyLists {
         const std::string& path) override {
         const std::optional<std::string> contents = posix::readSmallFile(path, kLongestFile);
         if (!contents || !isReadable(*contents)) return std::nullopt;
-        @autoreleasepool {
+        return fromCocoa([&]() -> std::optional<PropertyListDictionary> {
             NSData* const data = [NSData dataWithBytes:contents->data() length:contents->size()];
             const id root =
                 [NSPropertyListSerialization propertyListWithData:data
@@ -88,7 +89,7 @@ class MacPropertyLists : public PropertyLists {
                                                             error:nullptr];
             if (![root isKindOfClass:[NSDictionary class]]) return std::nullopt;
             return dictionaryOf(root);
-        }
+        });
     }
 };
 

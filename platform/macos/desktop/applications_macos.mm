@@ -3,6 +3,7 @@
 #import <AppKit/AppKit.h>
 
 #include "quillmoor/platform/macos/desktop/registration_macos.h"
+#include "quillmoor/platform/macos/ground/cocoa_calls_macos.h"
 #include "quillmoor/platform/macos/ground/cocoa_text_macos.h"
 #include "quillmoor/platform/macos/ground/obsolete_workspace_macos.h"
 #include "quillmoor/platform/native_services.h"
@@ -11,27 +12,27 @@ namespace quillmoor::platform {
 namespace macos {
 namespace {
 
-// Two of the methods are obsolete since macOS 11, in favour of others that take URLs.
+// A later version of the headers may declare these methods obsolete too, which would be an error here.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 class MacApplications : public Applications {
   public:
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
-        @autoreleasepool {
+        return fromCocoa([&]() -> OptionalPath {
             NSString* const wanted = cocoaPath(identifier);
             if (wanted == nil) return std::nullopt;
             const id<KXObsoleteWorkspace> workspace =
                 workspaceWith(@selector(absolutePathForAppBundleWithIdentifier:));
             return bytesOf([workspace absolutePathForAppBundleWithIdentifier:wanted]);
-        }
+        });
     }
 
     bool openFile(const std::string& path) override {
-        @autoreleasepool {
+        return fromCocoa([&]() -> bool {
             NSString* const item = cocoaPath(path);
             return item != nil && [workspaceWith(@selector(openFile:)) openFile:item];
-        }
+        });
     }
 
     std::int32_t registerApplication(const std::string& path) override {
@@ -39,17 +40,17 @@ class MacApplications : public Applications {
     }
 
     void noteFileSystemChanged(const std::string& path) override {
-        @autoreleasepool {
+        callCocoa([&] {
             NSString* const item = cocoaPath(path);
             if (item != nil) [[NSWorkspace sharedWorkspace] noteFileSystemChanged:item];
-        }
+        });
     }
 
     bool isFilePackage(const std::string& path) override {
-        @autoreleasepool {
+        return fromCocoa([&]() -> bool {
             NSString* const item = cocoaPath(path);
             return item != nil && [[NSWorkspace sharedWorkspace] isFilePackageAtPath:item];
-        }
+        });
     }
 };
 

@@ -1,5 +1,6 @@
 #include "quillmoor/platform/trash.h"
 
+#include "quillmoor/platform/macos/ground/cocoa_calls_macos.h"
 #include "quillmoor/platform/macos/ground/cocoa_text_macos.h"
 #include "quillmoor/platform/macos/ground/late_call_macos.h"
 #include "quillmoor/platform/macos/ground/obsolete_workspace_macos.h"
@@ -38,7 +39,7 @@ class MacTrash : public Trash {
     // One call for each item: the system's stops at the first that it cannot move.
     RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
                            const StringList& names) override {
-        @autoreleasepool {
+        return fromCocoa([&]() -> RecycleOutcome {
             NSString* const folder = source.empty()
                                          ? [[NSFileManager defaultManager] currentDirectoryPath]
                                          : cocoaPath(source);
@@ -49,7 +50,7 @@ class MacTrash : public Trash {
             for (const std::string& name : names)
                 outcome.allMoved = recycleOne(folder, trash, name) && outcome.allMoved;
             return outcome;
-        }
+        });
     }
 
     bool prepareTrash(const std::string& destination) override {

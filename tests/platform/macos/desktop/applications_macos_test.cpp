@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
+#include "quillmoor/platform/exception.h"
 #include "quillmoor/platform/native_services.h"
 #include "tests/platform/macos/fakes/fake_core_services.h"
 #include "tests/platform/macos/fakes/fake_workspace.h"
@@ -65,6 +68,22 @@ TEST_F(MacApplicationsTest, APackageIsWhatTheWorkspaceSays) {
     EXPECT_TRUE(applications().isFilePackage("/Applications/Some.app"));
     EXPECT_FALSE(applications().isFilePackage("/Applications"));
     EXPECT_FALSE(applications().isFilePackage(""));
+}
+
+TEST_F(MacApplicationsTest, WhatTheWorkspaceRaisesIsThrown) {
+    workspace_.raises = true;
+    const auto thrown = [](const std::function<void()>& call) -> std::string {
+        try {
+            call();
+        } catch (const Exception& exception) {
+            return exception.name() + ": " + exception.reason();
+        }
+        return "nothing";
+    };
+    EXPECT_EQ(thrown([&] { applications().absolutePathForAppBundle("a"); }), "Name: a reason");
+    EXPECT_EQ(thrown([&] { applications().openFile("/a"); }), "Name: a reason");
+    EXPECT_EQ(thrown([&] { applications().noteFileSystemChanged("/a"); }), "Name: a reason");
+    EXPECT_EQ(thrown([&] { applications().isFilePackage("/a"); }), "Name: a reason");
 }
 
 }  // namespace

@@ -38,6 +38,8 @@ class FakeWorkspace {
 
     // Methods that it lacks, as a later system may. Who sends one of them raises an exception.
     std::set<std::string> missing;
+    // Every call raises an NSException named Name, whose reason is "a reason".
+    bool raises = false;
 };
 
 }  // namespace quillmoor::test

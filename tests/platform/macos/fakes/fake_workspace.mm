@@ -59,6 +59,7 @@ using quillmoor::test::lacks;
 @implementation NSWorkspace (Fake)
 
 + (NSWorkspace*)sharedWorkspace {
+    if (current != nullptr && current->raises) [NSException raise:@"Name" format:@"a reason"];
     static NSWorkspace* shared = nil;
     // Not by alloc and init, which need a desktop.
     if (shared == nil) shared = NSAllocateObject(self, 0, nullptr);

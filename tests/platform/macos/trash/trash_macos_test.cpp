@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "quillmoor/platform/exception.h"
 #include "quillmoor/platform/macos/ground/late_call_macos.h"
 #include "quillmoor/platform/native_services.h"
 #include "tests/platform/macos/fakes/fake_workspace.h"
@@ -97,6 +98,17 @@ TEST_F(MacTrashTest, NoRecordsAreKept) {
     EXPECT_FALSE(trash().recordPendingTrash(trash_, "a", desk_ + "/a"));
     trash().discardTrashRecord(trash_, "a");
     EXPECT_EQ(test::readFile(trash_ + "/a"), "text");
+}
+
+TEST_F(MacTrashTest, WhatTheWorkspaceRaisesIsThrown) {
+    workspace_.raises = true;
+    try {
+        trash().recycle(desk_, trash_, {"a"});
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const Exception& exception) {
+        EXPECT_EQ(exception.name(), "Name");
+        EXPECT_EQ(exception.reason(), "a reason");
+    }
 }
 
 }  // namespace
