@@ -92,7 +92,7 @@ FOUNDATION_EXPORT NSString* const KXAsyncTaskDataNotification;
                          timeout:(double)timeout;
 
 // The same output as text. @"" when there is no data or no output; nil when the bytes are not valid
-// in the encoding, which is ASCII unless another is given.
+// in the encoding, which is ASCII unless another is given, or the system does not know it.
 + (nullable NSString*)stringFromTask:(nullable NSString*)path
                            arguments:(nullable NSArray*)arguments;
 + (nullable NSString*)stringFromTask:(nullable NSString*)path

@@ -9,7 +9,6 @@
 
 using namespace quillmoor::objc;
 using quillmoor::LogOutput;
-using quillmoor::StringEncoding;
 using quillmoor::task_detail::Bindings;
 using Runner = quillmoor::KXTaskEx;
 
@@ -26,6 +25,12 @@ Bindings::TaskSink storeIn(NSTask** task) {
         __atomic_store_n(reinterpret_cast<void**>(task), static_cast<void*>(fromTask(made)),
                          __ATOMIC_RELEASE);
     };
+}
+
+// By the system, which knows more encodings than the library. @"" for nil.
+NSString* decoded(NSData* data, NSStringEncoding encoding) {
+    if (data == nil) return @"";
+    return [[[NSString alloc] initWithData:data encoding:encoding] autorelease];
 }
 
 // Calls the operation on the thread that it is called on. The delegate and the instance live at
@@ -153,11 +158,7 @@ static Runner& runnerOf(KXTaskEx* object) {
                   arguments:(NSArray*)arguments
                    encoding:(NSStringEncoding)encoding
                     timeout:(double)timeout {
-    return raising([&] {
-        return fromString(Runner::stringFromTask(toString(path), toArguments(arguments),
-                                                 static_cast<StringEncoding>(encoding),
-                                                 Runner::Timeout(timeout)));
-    });
+    return decoded([self dataFromTask:path arguments:arguments timeout:timeout], encoding);
 }
 
 + (NSString*)stringFromTask:(NSString*)path arguments:(NSArray*)arguments task:(NSTask**)task {
@@ -168,11 +169,7 @@ static Runner& runnerOf(KXTaskEx* object) {
                   arguments:(NSArray*)arguments
                    encoding:(NSStringEncoding)encoding
                        task:(NSTask**)task {
-    return guarded(__func__, @"", [&] {
-        return fromString(Bindings::stringFromTask(toString(path), toArguments(arguments),
-                                                   static_cast<StringEncoding>(encoding),
-                                                   storeIn(task)));
-    });
+    return decoded([self dataFromTask:path arguments:arguments task:task], encoding);
 }
 
 - (instancetype)init {

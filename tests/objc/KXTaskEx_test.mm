@@ -324,6 +324,26 @@ TEST(ObjcTask, StartsNothingWithArgumentsThatAreNotText) {
               "NSInvalidArgumentException");
 }
 
+// The library itself does not know this encoding.
+TEST(ObjcTask, DecodesWhatTheSystemCan) {
+    OpenLogWorld world;
+#if defined(__APPLE__)
+    const NSStringEncoding cyrillic = 0x80000205;
+#else
+    const NSStringEncoding cyrillic = NSISOCyrillicStringEncoding;
+#endif
+    EXPECT_EQ(textOf([KXTaskEx stringFromTask:kShell
+                                    arguments:script(@"printf '\\320'")
+                                     encoding:cyrillic
+                                         task:nullptr]),
+              "\xD0\xB0");
+    EXPECT_EQ(textOf([KXTaskEx stringFromTask:kShell
+                                    arguments:script(@"printf '\\320'")
+                                     encoding:cyrillic
+                                      timeout:30]),
+              "\xD0\xB0");
+}
+
 TEST(ObjcTask, RaisesWhatCannotBeStarted) {
     OpenLogWorld world;
     TempFolder folder;
