@@ -16,8 +16,9 @@ FOUNDATION_EXPORT NSString* const KXAsyncTaskDataNotification;
 // The tool is named by its path and is not searched for. A path that is nil, missing, not
 // executable or a package (an application, for example) is refused with "Error: %@ is not
 // executable", and nothing is started. A tool's exit status other than 0 is not a failure; only the
-// methods that return the status show it. Arguments and the environment hold strings only; nil
-// starts the tool with no arguments, and lets it inherit the process's environment.
+// methods that return the status show it. Arguments and the environment hold strings only; with
+// anything else the tool cannot be started. nil starts it with no arguments, and lets it inherit
+// the process's environment.
 //
 // If a task out-parameter is given, the child is stored there, autoreleased, before it starts, so
 // that another thread can terminate it. The object has -launchPath, -isRunning,
@@ -151,7 +152,8 @@ FOUNDATION_EXPORT NSString* const KXAsyncTaskDataNotification;
 // Without a delegate or a selector, or when the delegate does not respond to it, the output is read
 // and discarded. A tool that is missing or not executable is reported in the log only. A tool that
 // cannot be started, and what the delegate raises, is reported as an exception; the delegate is not
-// called again then. Raises an exception when the process has no descriptors or threads left.
+// called again then. Raises an exception when the process has no descriptors or threads left, and
+// for arguments or an environment that hold anything but strings.
 - (void)asyncDataFromTask:(nullable NSString*)path
                 arguments:(nullable NSArray*)arguments
                  delegate:(nullable id)delegate

@@ -16,6 +16,14 @@ NSString* const KXAsyncTaskDataNotification = @"KXAsyncTaskDataNotification";
 
 namespace {
 
+Bindings::ArgumentSource argumentsOf(NSArray* list) {
+    return [list] { return throwing([&] { return toArguments(list); }); };
+}
+
+Bindings::EnvironmentSource variablesOf(NSDictionary* environment) {
+    return [environment] { return throwing([&] { return toEnvironment(environment); }); };
+}
+
 // Autoreleased on the calling thread, which outlives the call: a caller's strong variable can
 // take the object over.
 Bindings::TaskSink storeIn(NSTask** task) {
@@ -64,35 +72,32 @@ static Runner& runnerOf(KXTaskEx* object) {
 }
 
 + (BOOL)runTask:(NSString*)path arguments:(NSArray*)arguments {
-    return guarded(__func__, NO,
-                   [&] { return Runner::runTask(toString(path), toArguments(arguments)); });
+    return [self runTask:path arguments:arguments task:nullptr];
 }
 
 + (BOOL)runTask:(NSString*)path arguments:(NSArray*)arguments task:(NSTask**)task {
     return guarded(__func__, NO, [&] {
-        return Bindings::runTask(toString(path), toArguments(arguments), storeIn(task));
+        return Bindings::runTask(toString(path), argumentsOf(arguments), storeIn(task));
     });
 }
 
 + (void)runTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
-    raising(
-        [&] { Runner::runTask(toString(path), toArguments(arguments), Runner::Timeout(timeout)); });
+    [[[[self alloc] init] autorelease] runTask:path arguments:arguments timeout:timeout];
 }
 
 + (void)runTaskAndReturn:(NSString*)path arguments:(NSArray*)arguments {
-    raising([&] { Runner::runTaskAndReturn(toString(path), toArguments(arguments)); });
+    raising([&] { Bindings::runTaskAndReturn(toString(path), argumentsOf(arguments)); });
 }
 
 + (NSInteger)terminationCodeFromTask:(NSString*)path arguments:(NSArray*)arguments {
-    return raising(
-        [&] { return Runner::terminationCodeFromTask(toString(path), toArguments(arguments)); });
+    return [self terminationCodeFromTask:path arguments:arguments task:nullptr];
 }
 
 + (NSInteger)terminationCodeFromTask:(NSString*)path
                            arguments:(NSArray*)arguments
                                 task:(NSTask**)task {
     return raising([&] {
-        return Bindings::terminationCodeFromTask(toString(path), toArguments(arguments),
+        return Bindings::terminationCodeFromTask(toString(path), argumentsOf(arguments),
                                                  storeIn(task));
     });
 }
@@ -100,14 +105,13 @@ static Runner& runnerOf(KXTaskEx* object) {
 + (NSInteger)terminationCodeFromTask:(NSString*)path
                            arguments:(NSArray*)arguments
                              timeout:(double)timeout {
-    return raising([&] {
-        return Runner::terminationCodeFromTask(toString(path), toArguments(arguments),
-                                               Runner::Timeout(timeout));
-    });
+    return [[[[self alloc] init] autorelease] terminationCodeFromTask:path
+                                                            arguments:arguments
+                                                              timeout:timeout];
 }
 
 + (NSData*)dataFromTask:(NSString*)path arguments:(NSArray*)arguments task:(NSTask**)task {
-    return [self dataFromTask:path arguments:arguments task:task environment:nil logOutput:YES];
+    return [self dataFromTask:path arguments:arguments task:task environment:nil];
 }
 
 + (NSData*)dataFromTask:(NSString*)path
@@ -127,17 +131,16 @@ static Runner& runnerOf(KXTaskEx* object) {
             environment:(NSDictionary*)environment
               logOutput:(BOOL)logOutput {
     return guarded(__func__, static_cast<NSData*>(nil), [&] {
-        return fromData(Bindings::dataFromTask(toString(path), toArguments(arguments),
-                                               storeIn(task), toEnvironment(environment),
+        return fromData(Bindings::dataFromTask(toString(path), argumentsOf(arguments),
+                                               storeIn(task), variablesOf(environment),
                                                flag<LogOutput>(logOutput)));
     });
 }
 
 + (NSData*)dataFromTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
-    return raising([&] {
-        return fromData(
-            Runner::dataFromTask(toString(path), toArguments(arguments), Runner::Timeout(timeout)));
-    });
+    return [[[[self alloc] init] autorelease] dataFromTask:path
+                                                 arguments:arguments
+                                                   timeout:timeout];
 }
 
 + (NSString*)stringFromTask:(NSString*)path arguments:(NSArray*)arguments {
@@ -185,15 +188,15 @@ static Runner& runnerOf(KXTaskEx* object) {
 
 - (void)runTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
     raising([&] {
-        runnerOf(self).runTaskOnInstance(toString(path), toArguments(arguments),
-                                         Runner::Timeout(timeout));
+        Bindings::runTask(runnerOf(self), toString(path), argumentsOf(arguments),
+                          Runner::Timeout(timeout));
     });
 }
 
 - (NSData*)dataFromTask:(NSString*)path arguments:(NSArray*)arguments timeout:(double)timeout {
     return raising([&] {
-        return fromData(runnerOf(self).dataFromTaskOnInstance(
-            toString(path), toArguments(arguments), Runner::Timeout(timeout)));
+        return fromData(Bindings::dataFromTask(runnerOf(self), toString(path),
+                                               argumentsOf(arguments), Runner::Timeout(timeout)));
     });
 }
 
@@ -201,8 +204,8 @@ static Runner& runnerOf(KXTaskEx* object) {
                            arguments:(NSArray*)arguments
                              timeout:(double)timeout {
     return raising([&] {
-        return runnerOf(self).terminationCodeFromTaskOnInstance(
-            toString(path), toArguments(arguments), Runner::Timeout(timeout));
+        return Bindings::terminationCodeFromTask(runnerOf(self), toString(path),
+                                                 argumentsOf(arguments), Runner::Timeout(timeout));
     });
 }
 

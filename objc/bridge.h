@@ -74,9 +74,19 @@ std::optional<platform::Exception> exceptionFrom(const std::function<void()>& bo
 // The same as an object to raise: what was raised itself, or one for what was thrown; nil for none.
 NSException* exceptionToRaise(const std::function<void()>& body);
 
-// Calls `body`, inside an autorelease pool, and throws what it raises or throws as
-// platform::Exception. For calls of a caller's object by the library.
-void throwing(const std::function<void()>& body);
+// The result of `body`, a C++ value. It is called inside an autorelease pool, and what it raises or
+// throws is thrown as platform::Exception. For calls of a caller's object by the library.
+void throwWhatIsRaisedBy(const std::function<void()>& body);
+template <typename Body>
+auto throwing(const Body& body) {
+    if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
+        throwWhatIsRaisedBy(body);
+    } else {
+        std::invoke_result_t<Body> result{};
+        throwWhatIsRaisedBy([&] { result = body(); });
+        return result;
+    }
+}
 
 // Calls -----------------------------------------------------------------------------------------
 

@@ -194,7 +194,7 @@ NSException* exceptionToRaise(const std::function<void()>& body) {
     return escaped.thrown ? fromException(*escaped.thrown) : escaped.raised;
 }
 
-void throwing(const std::function<void()>& body) {
+void throwWhatIsRaisedBy(const std::function<void()>& body) {
     std::optional<platform::Exception> thrown;
     @autoreleasepool {
         thrown = exceptionFrom(body);

@@ -32,10 +32,10 @@ class AdoptedTask : public Task {
     NSTask* task() const { return static_cast<NSTask*>(object_.get()); }
 
     std::string launchPath() override {
-        return called<std::string>([&] { return toString([task() launchPath]).value_or(""); });
+        return throwing([&] { return toString([task() launchPath]).value_or(""); });
     }
     std::shared_ptr<FileHandle> standardOutput() override {
-        return called<std::shared_ptr<FileHandle>>([&] {
+        return throwing([&] {
             id output = [task() standardOutput];
             if ([output isKindOfClass:[NSPipe class]]) output = [output fileHandleForReading];
             return [output isKindOfClass:[NSFileHandle class]] ? toFileHandle(output) : nullptr;
@@ -45,13 +45,13 @@ class AdoptedTask : public Task {
         throwing([&] { [task() launch]; });
     }
     bool isRunning() override {
-        return called<bool>([&] { return [task() isRunning]; });
+        return throwing([&] { return [task() isRunning] == YES; });
     }
     void waitUntilExit() override {
         throwing([&] { [task() waitUntilExit]; });
     }
     int terminationStatus() override {
-        return called<int>([&] { return [task() terminationStatus]; });
+        return throwing([&] { return [task() terminationStatus]; });
     }
     void terminate() override {
         throwing([&] { [task() terminate]; });
@@ -67,13 +67,6 @@ class AdoptedTask : public Task {
     void setStandardError(std::shared_ptr<FileHandle>) override { refuse(); }
 
   private:
-    template <typename Result, typename Body>
-    static Result called(const Body& body) {
-        Result result{};
-        throwing([&] { result = body(); });
-        return result;
-    }
-
     // The library configures only what it has made itself.
     static void refuse() {
         throw quillmoor::platform::Exception(quillmoor::platform::kInvalidArgumentException,

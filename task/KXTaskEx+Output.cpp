@@ -49,8 +49,8 @@ void reportException(const OptionalPath& path, const std::exception& exception) 
 
 }  // namespace
 
-std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArguments& arguments,
-                                   const TaskSink& store, const OptionalEnvironment& environment,
+std::optional<Data> KXTaskEx::data(const OptionalPath& path, const ArgumentSource& arguments,
+                                   const TaskSink& store, const EnvironmentSource& environment,
                                    LogOutput logOutput) {
     const platform::Platform& system = platform::current();
     try {
@@ -65,8 +65,8 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const OptionalArgum
         // run.
         store(task);
         task->setLaunchPath(*path);
-        task->setArguments(arguments.value_or(StringList()));
-        if (environment) task->setEnvironment(*environment);
+        task->setArguments(arguments().value_or(StringList()));
+        if (auto variables = environment()) task->setEnvironment(*std::move(variables));
         const bool captured = logOutput == LogOutput::Yes;
         if (captured) task->setStandardOutput(output);
         // Not the null device: a tool that reads its input must block. Kept for compatibility.
@@ -102,7 +102,7 @@ std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
                                            const OptionalArguments& arguments, TaskReference* task,
                                            const OptionalEnvironment& environment,
                                            LogOutput logOutput) {
-    return data(path, arguments, storeIn(task), environment, logOutput);
+    return data(path, given(arguments), storeIn(task), given(environment), logOutput);
 }
 
 OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
@@ -129,12 +129,7 @@ OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
 OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments, StringEncoding encoding,
                                         TaskReference* task) {
-    return string(path, arguments, encoding, storeIn(task));
-}
-
-OptionalString KXTaskEx::string(const OptionalPath& path, const OptionalArguments& arguments,
-                                StringEncoding encoding, const TaskSink& store) {
-    return decoded(data(path, arguments, store, std::nullopt, LogOutput::Yes), encoding);
+    return decoded(dataFromTask(path, arguments, task), encoding);
 }
 
 }  // namespace quillmoor

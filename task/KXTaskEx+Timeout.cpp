@@ -46,22 +46,38 @@ long KXTaskEx::terminationCodeFromTask(const OptionalPath& path, const OptionalA
 
 void KXTaskEx::runTaskOnInstance(const OptionalPath& path, const OptionalArguments& arguments,
                                  Timeout timeout) {
-    startTimeout(timeout);
-    const FieldCleared field(*this);
-    run(path, arguments, storeInField());
+    runWithTimeout(path, given(arguments), timeout);
 }
 
 std::optional<Data> KXTaskEx::dataFromTaskOnInstance(const OptionalPath& path,
                                                      const OptionalArguments& arguments,
                                                      Timeout timeout) {
-    startTimeout(timeout);
-    const FieldCleared field(*this);
-    return data(path, arguments, storeInField(), std::nullopt, LogOutput::Yes);
+    return dataWithTimeout(path, given(arguments), timeout);
 }
 
 long KXTaskEx::terminationCodeFromTaskOnInstance(const OptionalPath& path,
                                                  const OptionalArguments& arguments,
                                                  Timeout timeout) {
+    return terminationCodeWithTimeout(path, given(arguments), timeout);
+}
+
+void KXTaskEx::runWithTimeout(const OptionalPath& path, const ArgumentSource& arguments,
+                              Timeout timeout) {
+    startTimeout(timeout);
+    const FieldCleared field(*this);
+    run(path, arguments, storeInField());
+}
+
+std::optional<Data> KXTaskEx::dataWithTimeout(const OptionalPath& path,
+                                              const ArgumentSource& arguments, Timeout timeout) {
+    startTimeout(timeout);
+    const FieldCleared field(*this);
+    return data(
+        path, arguments, storeInField(), [] { return std::nullopt; }, LogOutput::Yes);
+}
+
+long KXTaskEx::terminationCodeWithTimeout(const OptionalPath& path, const ArgumentSource& arguments,
+                                          Timeout timeout) {
     startTimeout(timeout);
     const FieldCleared field(*this);
     return terminationCode(path, arguments, storeInField());

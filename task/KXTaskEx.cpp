@@ -19,17 +19,17 @@ void reportRefusal(const OptionalPath& path) {
 }
 
 // Standard input is inherited, output and error are discarded.
-void configure(platform::Task& task, const OptionalPath& path, const OptionalArguments& arguments) {
+void configure(platform::Task& task, const OptionalPath& path, OptionalArguments arguments) {
     platform::FileHandles& handles = *platform::current().fileHandles;
     task.setLaunchPath(*path);
-    if (arguments) task.setArguments(*arguments);
+    if (arguments) task.setArguments(*std::move(arguments));
     task.setStandardError(handles.nullDevice());
     task.setStandardOutput(handles.nullDevice());
 }
 
 }  // namespace
 
-bool KXTaskEx::run(const OptionalPath& path, const OptionalArguments& arguments,
+bool KXTaskEx::run(const OptionalPath& path, const ArgumentSource& arguments,
                    const TaskSink& store) {
     if (!task_detail::isLaunchable(path)) {
         KXLog::appendLogAndPrint(task_detail::kNotExecutable, path);
@@ -39,7 +39,7 @@ bool KXTaskEx::run(const OptionalPath& path, const OptionalArguments& arguments,
         const TaskReference task = platform::current().tasks->makeTask();
         // Before it is configured, unlike in terminationCode. Kept for compatibility.
         store(task);
-        configure(*task, path, arguments);
+        configure(*task, path, arguments());
         task->launch();
         task->waitUntilExit();
         return true;
@@ -49,14 +49,14 @@ bool KXTaskEx::run(const OptionalPath& path, const OptionalArguments& arguments,
     }
 }
 
-long KXTaskEx::terminationCode(const OptionalPath& path, const OptionalArguments& arguments,
+long KXTaskEx::terminationCode(const OptionalPath& path, const ArgumentSource& arguments,
                                const TaskSink& store) {
     if (!task_detail::isLaunchable(path)) {
         reportRefusal(path);
         return -1;
     }
     const TaskReference task = platform::current().tasks->makeTask();
-    configure(*task, path, arguments);
+    configure(*task, path, arguments());
     // Just before the launch, unlike in run. Kept for compatibility.
     store(task);
     task->launch();
@@ -70,14 +70,18 @@ bool KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& argume
 
 bool KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& arguments,
                        TaskReference* task) {
-    return run(path, arguments, storeIn(task));
+    return run(path, given(arguments), storeIn(task));
 }
 
 void KXTaskEx::runTaskAndReturn(const OptionalPath& path, const OptionalArguments& arguments) {
+    runAndReturn(path, given(arguments));
+}
+
+void KXTaskEx::runAndReturn(const OptionalPath& path, const ArgumentSource& arguments) {
     if (!task_detail::isLaunchable(path)) return reportRefusal(path);
     // Released while the child runs: the platform collects the child when it ends.
     const TaskReference task = platform::current().tasks->makeTask();
-    configure(*task, path, arguments);
+    configure(*task, path, arguments());
     task->launch();
 }
 
@@ -88,7 +92,15 @@ long KXTaskEx::terminationCodeFromTask(const OptionalPath& path,
 
 long KXTaskEx::terminationCodeFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                                        TaskReference* task) {
-    return terminationCode(path, arguments, storeIn(task));
+    return terminationCode(path, given(arguments), storeIn(task));
+}
+
+KXTaskEx::ArgumentSource KXTaskEx::given(const OptionalArguments& arguments) {
+    return [&arguments] { return arguments; };
+}
+
+KXTaskEx::EnvironmentSource KXTaskEx::given(const OptionalEnvironment& environment) {
+    return [&environment] { return environment; };
 }
 
 KXTaskEx::TaskSink KXTaskEx::storeIn(TaskReference* task) {

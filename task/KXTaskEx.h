@@ -227,22 +227,33 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
 
     // Stores the child at the moment when other threads may see it.
     using TaskSink = std::function<void(const TaskReference&)>;
+    // Called where the child is configured, and may throw as configuring it does.
+    using ArgumentSource = std::function<OptionalArguments()>;
+    using EnvironmentSource = std::function<OptionalEnvironment()>;
 
     KXTaskEx() = default;
 
+    // Refer to what they are given.
+    static ArgumentSource given(const OptionalArguments& arguments);
+    static EnvironmentSource given(const OptionalEnvironment& environment);
     static TaskSink storeIn(TaskReference* task);
     TaskSink storeInField();
     void startTimeout(Timeout timeout);
 
-    static bool run(const OptionalPath& path, const OptionalArguments& arguments,
+    static bool run(const OptionalPath& path, const ArgumentSource& arguments,
                     const TaskSink& store);
-    static long terminationCode(const OptionalPath& path, const OptionalArguments& arguments,
+    static void runAndReturn(const OptionalPath& path, const ArgumentSource& arguments);
+    static long terminationCode(const OptionalPath& path, const ArgumentSource& arguments,
                                 const TaskSink& store);
-    static std::optional<Data> data(const OptionalPath& path, const OptionalArguments& arguments,
-                                    const TaskSink& store, const OptionalEnvironment& environment,
+    static std::optional<Data> data(const OptionalPath& path, const ArgumentSource& arguments,
+                                    const TaskSink& store, const EnvironmentSource& environment,
                                     LogOutput logOutput);
-    static OptionalString string(const OptionalPath& path, const OptionalArguments& arguments,
-                                 StringEncoding encoding, const TaskSink& store);
+
+    void runWithTimeout(const OptionalPath& path, const ArgumentSource& arguments, Timeout timeout);
+    std::optional<Data> dataWithTimeout(const OptionalPath& path, const ArgumentSource& arguments,
+                                        Timeout timeout);
+    long terminationCodeWithTimeout(const OptionalPath& path, const ArgumentSource& arguments,
+                                    Timeout timeout);
 
     // `instance` is kept until the run's thread ends.
     void startRun(const OptionalPath& path, const OptionalArguments& arguments, Object delegate,

@@ -1,4 +1,4 @@
-// KXTaskEx for another language, which has objects of its own for children and instances.
+// KXTaskEx for another language, which has objects of its own for children, lists and instances.
 #pragma once
 
 #include <functional>
@@ -9,30 +9,45 @@
 
 namespace quillmoor::task_detail {
 
-// Each as the operation of KXTaskEx with that name.
+// Each as the operation of KXTaskEx with that name; with a time-out as that of the instance.
 struct Bindings {
     // Called with the child where an operation with a task out-parameter stores it.
     using TaskSink = std::function<void(const KXTaskEx::TaskReference& task)>;
+    // Called where the child is configured. An exception is reported as one of the launch.
+    using ArgumentSource = std::function<OptionalArguments()>;
+    using EnvironmentSource = std::function<OptionalEnvironment()>;
 
-    static bool runTask(const OptionalPath& path, const OptionalArguments& arguments,
+    static bool runTask(const OptionalPath& path, const ArgumentSource& arguments,
                         const TaskSink& store) {
         return KXTaskEx::run(path, arguments, store);
     }
-    static long terminationCodeFromTask(const OptionalPath& path,
-                                        const OptionalArguments& arguments, const TaskSink& store) {
+    static void runTaskAndReturn(const OptionalPath& path, const ArgumentSource& arguments) {
+        KXTaskEx::runAndReturn(path, arguments);
+    }
+    static long terminationCodeFromTask(const OptionalPath& path, const ArgumentSource& arguments,
+                                        const TaskSink& store) {
         return KXTaskEx::terminationCode(path, arguments, store);
     }
     static std::optional<Data> dataFromTask(const OptionalPath& path,
-                                            const OptionalArguments& arguments,
-                                            const TaskSink& store,
-                                            const OptionalEnvironment& environment,
+                                            const ArgumentSource& arguments, const TaskSink& store,
+                                            const EnvironmentSource& environment,
                                             LogOutput logOutput) {
         return KXTaskEx::data(path, arguments, store, environment, logOutput);
     }
-    static OptionalString stringFromTask(const OptionalPath& path,
-                                         const OptionalArguments& arguments,
-                                         StringEncoding encoding, const TaskSink& store) {
-        return KXTaskEx::string(path, arguments, encoding, store);
+
+    static void runTask(KXTaskEx& task, const OptionalPath& path, const ArgumentSource& arguments,
+                        KXTaskEx::Timeout timeout) {
+        task.runWithTimeout(path, arguments, timeout);
+    }
+    static std::optional<Data> dataFromTask(KXTaskEx& task, const OptionalPath& path,
+                                            const ArgumentSource& arguments,
+                                            KXTaskEx::Timeout timeout) {
+        return task.dataWithTimeout(path, arguments, timeout);
+    }
+    static long terminationCodeFromTask(KXTaskEx& task, const OptionalPath& path,
+                                        const ArgumentSource& arguments,
+                                        KXTaskEx::Timeout timeout) {
+        return task.terminationCodeWithTimeout(path, arguments, timeout);
     }
 
     // `instance`, which stands for `task` in that language, is kept until the run's thread ends.

@@ -314,14 +314,82 @@ TEST(ObjcTask, RefusesWhatIsNotExecutable) {
     }
 }
 
+namespace {
+
+NSArray* argumentsThatAreNotText() {
+    return [NSArray arrayWithObjects:@"-c", @"echo one", [NSNumber numberWithInt:1], nil];
+}
+
+const std::string kBadArguments =
+    "Exception running task /bin/sh: an element of the list is not a string";
+
+}  // namespace
+
 TEST(ObjcTask, StartsNothingWithArgumentsThatAreNotText) {
     OpenLogWorld world;
-    NSArray* arguments =
-        [NSArray arrayWithObjects:@"-c", @"echo one", [NSNumber numberWithInt:1], nil];
+    NSArray* arguments = argumentsThatAreNotText();
     EXPECT_FALSE([KXTaskEx runTask:kShell arguments:arguments]);
     EXPECT_EQ([KXTaskEx dataFromTask:kShell arguments:arguments task:nullptr], nil);
-    EXPECT_EQ(nameOfRaised([&] { [KXTaskEx runTaskAndReturn:kShell arguments:arguments]; }),
+    EXPECT_EQ(textOf([KXTaskEx stringFromTask:kShell arguments:arguments]), "");
+    for (const auto& body :
+         {std::function<void()>([&] { [KXTaskEx runTaskAndReturn:kShell arguments:arguments]; }),
+          std::function<void()>(
+              [&] { [KXTaskEx terminationCodeFromTask:kShell arguments:arguments]; })})
+        EXPECT_EQ(nameOfRaised(body), "NSInvalidArgumentException");
+}
+
+TEST(ObjcTask, ReportsArgumentsThatAreNotTextAsAFailedStart) {
+    OpenLogWorld world;
+    [KXTaskEx runTask:kShell arguments:argumentsThatAreNotText()];
+    EXPECT_EQ(world.written(), StringList{kBadArguments});
+    EXPECT_EQ(world.console_.logged(), "");
+    [KXTaskEx dataFromTask:kShell arguments:argumentsThatAreNotText() task:nullptr];
+    EXPECT_EQ(world.console_.logged(), kBadArguments);
+    EXPECT_EQ(world.written(), StringList{kBadArguments});
+    EXPECT_EQ(world.console_.printed(), "");
+}
+
+TEST(ObjcTask, ReportsAnEnvironmentThatIsNotText) {
+    OpenLogWorld world;
+    NSDictionary* variables = [NSDictionary dictionaryWithObject:[NSNumber numberWithInt:1]
+                                                          forKey:@"KX_VALUE"];
+    EXPECT_EQ([KXTaskEx dataFromTask:kShell arguments:nil task:nullptr environment:variables], nil);
+    EXPECT_EQ(world.console_.logged(), kBadArguments);
+    EXPECT_EQ(world.written(), StringList());
+}
+
+TEST(ObjcTask, ReportsArgumentsThatAreNoList) {
+    OpenLogWorld world;
+    EXPECT_FALSE([KXTaskEx runTask:kShell arguments:(NSArray*)@"text"]);
+    const StringList written = world.written();
+    ASSERT_EQ(written.size(), 1U);
+    EXPECT_EQ(written[0].find("Exception running task /bin/sh: "), 0U) << written[0];
+}
+
+TEST(ObjcTask, ChecksThePathBeforeTheArguments) {
+    OpenLogWorld world;
+    NSArray* arguments = argumentsThatAreNotText();
+    const std::string refused = "Error: /nowhere/tool is not executable";
+    EXPECT_FALSE([KXTaskEx runTask:@"/nowhere/tool" arguments:arguments]);
+    EXPECT_EQ([KXTaskEx dataFromTask:@"/nowhere/tool" arguments:arguments task:nullptr], nil);
+    EXPECT_EQ([KXTaskEx terminationCodeFromTask:@"/nowhere/tool" arguments:arguments], -1);
+    [KXTaskEx runTaskAndReturn:@"/nowhere/tool" arguments:arguments];
+    EXPECT_EQ(world.written(), (StringList{refused, refused, refused, refused}));
+}
+
+TEST(ObjcTask, WithATimeOutFailsForArgumentsThatAreNotText) {
+    OpenLogWorld world;
+    NSArray* arguments = argumentsThatAreNotText();
+    [KXTaskEx runTask:kShell arguments:arguments timeout:30];
+    EXPECT_EQ(world.written(), StringList{kBadArguments});
+    EXPECT_EQ([KXTaskEx dataFromTask:kShell arguments:arguments timeout:30], nil);
+    EXPECT_EQ(world.console_.logged(), kBadArguments);
+    EXPECT_EQ(textOf([KXTaskEx stringFromTask:kShell arguments:arguments timeout:30]), "");
+    EXPECT_EQ(nameOfRaised([&] {
+                  [KXTaskEx terminationCodeFromTask:kShell arguments:arguments timeout:30];
+              }),
               "NSInvalidArgumentException");
+    EXPECT_EQ(world.written(), StringList{kBadArguments});
 }
 
 // The library itself does not know this encoding.
