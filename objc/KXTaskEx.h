@@ -31,6 +31,9 @@ FOUNDATION_EXPORT NSString* const KXAsyncTaskDataNotification;
 // services its run loop. A time-out of less than a second terminates the tool at once if it runs
 // already, and never if it does not. Each time-out has a thread, which sleeps to its end. A form
 // with a time-out raises an exception when no thread can be started for it.
+//
+// The library sends -setupTimeout:, -timeout, -launchAsyncTask, -asyncTaskReturnData: and
+// -terminateAsyncTask to the instance itself, so that a subclass may extend them.
 @interface KXTaskEx : NSObject {
   @private
     void* _runner;

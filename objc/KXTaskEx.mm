@@ -8,6 +8,7 @@
 #include "quillmoor/task/bindings.h"
 
 using namespace quillmoor::objc;
+using quillmoor::AsyncTaskNotification;
 using quillmoor::LogOutput;
 using quillmoor::task_detail::Bindings;
 using Runner = quillmoor::KXTaskEx;
@@ -41,6 +42,15 @@ NSString* decoded(NSData* data, NSStringEncoding encoding) {
     return [[[NSString alloc] initWithData:data encoding:encoding] autorelease];
 }
 
+NSNotification* envelopeOf(const AsyncTaskNotification& notification) {
+    NSDictionary* information =
+        [NSDictionary dictionaryWithObject:fromData(notification.fileHandleNotificationDataItem)
+                                    forKey:NSFileHandleNotificationDataItem];
+    return [NSNotification notificationWithName:KXAsyncTaskDataNotification
+                                         object:nil
+                                       userInfo:information];
+}
+
 // Calls the operation on the thread that it is called on. The delegate and the instance live at
 // least as long as the run.
 void notify(id delegate, SEL selector, NSData* data, KXTaskEx* instance, id object) {
@@ -62,6 +72,35 @@ Runner::Selector operationOf(id delegate, SEL selector, KXTaskEx* instance) {
         throwing([&] { notify(delegate, selector, fromData(data), instance, fromObject(object)); });
     };
 }
+
+// The library's part of an instance. What the library calls itself is sent to the instance, whose
+// class may be a subclass that replaces it.
+class MessagingRunner final : public Runner {
+  public:
+    explicit MessagingRunner(::KXTaskEx* owner) : owner_(owner) {}
+
+    void setupTimeout(std::chrono::seconds seconds) override {
+        throwing([&] { [owner_ setupTimeout:[NSNumber numberWithLongLong:seconds.count()]]; });
+    }
+    void timeout() override {
+        throwing([&] { [owner_ timeout]; });
+    }
+    void launchAsyncTask() override {
+        throwing([&] { [owner_ launchAsyncTask]; });
+    }
+    void asyncTaskReturnData(const AsyncTaskNotification& notification) override {
+        throwing([&] { [owner_ asyncTaskReturnData:envelopeOf(notification)]; });
+    }
+    void terminateAsyncTask() override {
+        throwing([&] { [owner_ terminateAsyncTask]; });
+    }
+
+  protected:
+    Object reference() override { return toObject(owner_); }
+
+  private:
+    ::KXTaskEx* const owner_;  // not retained: it owns this
+};
 
 }  // namespace
 
@@ -177,7 +216,10 @@ static Runner& runnerOf(KXTaskEx* object) {
 
 - (instancetype)init {
     self = [super init];
-    if (self != nil) raising([&] { _runner = new std::shared_ptr<Runner>(Runner::create()); });
+    if (self != nil)
+        raising([&] {
+            _runner = new std::shared_ptr<Runner>(std::make_shared<MessagingRunner>(self));
+        });
     return self;
 }
 
@@ -210,11 +252,13 @@ static Runner& runnerOf(KXTaskEx* object) {
 }
 
 - (void)setupTimeout:(NSNumber*)seconds {
-    raising([&] { runnerOf(self).setupTimeout(std::chrono::seconds([seconds longLongValue])); });
+    raising([&] {
+        runnerOf(self).Runner::setupTimeout(std::chrono::seconds([seconds longLongValue]));
+    });
 }
 
 - (void)timeout {
-    raising([&] { runnerOf(self).timeout(); });
+    raising([&] { runnerOf(self).Runner::timeout(); });
 }
 
 - (NSTask*)theTask {
@@ -245,26 +289,26 @@ static Runner& runnerOf(KXTaskEx* object) {
                    object:(id)object
               environment:(NSDictionary*)environment {
     raising([&] {
-        Bindings::asyncDataFromTask(runnerOf(self), toString(path), toArguments(arguments),
-                                    toObject(delegate), operationOf(delegate, selector, self),
-                                    toObject(object), toEnvironment(environment), toObject(self));
+        runnerOf(self).asyncDataFromTask(toString(path), toArguments(arguments), toObject(delegate),
+                                         operationOf(delegate, selector, self), toObject(object),
+                                         toEnvironment(environment));
     });
 }
 
 - (void)launchAsyncTask {
-    raising([&] { runnerOf(self).launchAsyncTask(); });
+    raising([&] { runnerOf(self).Runner::launchAsyncTask(); });
 }
 
 - (void)asyncTaskReturnData:(NSNotification*)notification {
     raising([&] {
         NSData* data = [[notification userInfo] objectForKey:NSFileHandleNotificationDataItem];
-        runnerOf(self).asyncTaskReturnData(
+        runnerOf(self).Runner::asyncTaskReturnData(
             {toString([notification name]).value_or(""), toData(data)});
     });
 }
 
 - (void)terminateAsyncTask {
-    raising([&] { runnerOf(self).terminateAsyncTask(); });
+    raising([&] { runnerOf(self).Runner::terminateAsyncTask(); });
 }
 
 @end

@@ -30,6 +30,31 @@ void report() {
 
 }  // namespace
 
+// The run that the library calls an operation for, whose arguments do not name it. The operation
+// takes it; calls that a delegate makes meanwhile are for the run that they find.
+class KXTaskEx::HandedOver {
+  public:
+    HandedOver(const KXTaskEx& task, Run run)
+        : task_(task), run_(run), outer_(std::exchange(latest, this)) {}
+    ~HandedOver() { latest = outer_; }
+    HandedOver(const HandedOver&) = delete;
+    HandedOver& operator=(const HandedOver&) = delete;
+
+    static std::optional<Run> take(const KXTaskEx& task) {
+        if (latest == nullptr || &latest->task_ != &task) return std::nullopt;
+        return std::exchange(latest->run_, std::nullopt);
+    }
+
+  private:
+    static thread_local HandedOver* latest;
+
+    const KXTaskEx& task_;
+    std::optional<Run> run_;
+    HandedOver* const outer_;
+};
+
+thread_local constinit KXTaskEx::HandedOver* KXTaskEx::HandedOver::latest = nullptr;
+
 void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                                  Object delegate, Selector selector, Object object) {
     asyncDataFromTask(path, arguments, std::move(delegate), std::move(selector), std::move(object),
@@ -39,13 +64,6 @@ void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArgumen
 void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                                  Object delegate, Selector selector, Object object,
                                  const OptionalEnvironment& environment) {
-    startRun(path, arguments, std::move(delegate), std::move(selector), std::move(object),
-             environment, nullptr);
-}
-
-void KXTaskEx::startRun(const OptionalPath& path, const OptionalArguments& arguments,
-                        Object delegate, Selector selector, Object object,
-                        const OptionalEnvironment& environment, Object instance) {
     const platform::Platform& system = platform::current();
     // The previous listener is removed first, and destroyed by the assignment, with nothing locked:
     // its destructor may call this instance.
@@ -59,8 +77,10 @@ void KXTaskEx::startRun(const OptionalPath& path, const OptionalArguments& argum
     task->setLaunchPath(path.value_or(""));
     task->setArguments(arguments.value_or(StringList()));
     const Run run = prepare(listener, task);
-    system.mainThread->detachNewThread(
-        [kept = std::move(instance), self = shared_from_this(), run] { self->read(run); });
+    system.mainThread->detachNewThread([this, kept = reference(), run] {
+        const HandedOver handedOver(*this, run);
+        launchAsyncTask();
+    });
 }
 
 // Under the lock, so that a termination happens before or after it, never in between.
@@ -72,7 +92,7 @@ KXTaskEx::Run KXTaskEx::prepare(Listener& listener, const TaskReference& task) {
 }
 
 void KXTaskEx::launchAsyncTask() {
-    read(terminations_);
+    read(HandedOver::take(*this).value_or(terminations_));
 }
 
 void KXTaskEx::read(Run run) {
@@ -125,12 +145,13 @@ bool KXTaskEx::returnNextChunk(Run run) {
         // A termination closes the handle to stop the reading: then this is the end.
         if (run == terminations_) throw;
     }
-    returnData(envelope(chunk.takeData()), run);
+    const HandedOver handedOver(*this, run);
+    asyncTaskReturnData(envelope(chunk.takeData()));
     return more;
 }
 
 void KXTaskEx::asyncTaskReturnData(const AsyncTaskNotification& notification) {
-    returnData(notification, terminations_);
+    returnData(notification, HandedOver::take(*this).value_or(terminations_));
 }
 
 void KXTaskEx::returnData(const AsyncTaskNotification& notification, Run run) {
@@ -139,11 +160,13 @@ void KXTaskEx::returnData(const AsyncTaskNotification& notification, Run run) {
     const Listener receiver = listener(run);
     if (receiver.delegate != nullptr && receiver.selector)
         receiver.selector(notification.fileHandleNotificationDataItem, *this, receiver.object);
-    if (ended) terminate(run);
+    if (!ended) return;
+    const HandedOver handedOver(*this, run);
+    terminateAsyncTask();
 }
 
 void KXTaskEx::terminateAsyncTask() {
-    terminate(std::nullopt);
+    terminate(HandedOver::take(*this));
 }
 
 // If a run is given, only while it is not over. The caller's objects are released with nothing

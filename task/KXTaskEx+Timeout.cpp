@@ -92,9 +92,7 @@ KXTaskEx::TaskSink KXTaskEx::storeInField() {
 // time-out cannot happen when there is no thread.
 void KXTaskEx::startTimeout(Timeout timeout) {
     platform::current().mainThread->detachNewThread(
-        [self = shared_from_this(), seconds = wholeSeconds(timeout)] {
-            self->setupTimeout(seconds);
-        });
+        [this, kept = reference(), seconds = wholeSeconds(timeout)] { setupTimeout(seconds); });
 }
 
 void KXTaskEx::setupTimeout(std::chrono::seconds seconds) {

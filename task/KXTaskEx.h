@@ -153,6 +153,7 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
 
     // A new instance. The library keeps a reference until its time-outs and runs have ended.
     static std::shared_ptr<KXTaskEx> create();
+    virtual ~KXTaskEx() = default;
     KXTaskEx(const KXTaskEx&) = delete;
     KXTaskEx& operator=(const KXTaskEx&) = delete;
 
@@ -168,11 +169,11 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
 
     // `setupTimeout:`: the body of the time-out's thread. Sleeps, not at all for zero and less,
     // then has the main thread call timeout() and waits until that has returned.
-    void setupTimeout(std::chrono::seconds seconds);
+    virtual void setupTimeout(std::chrono::seconds seconds);
 
     // `timeout`: sends the tool of this instance one SIGTERM if it runs, and reports that. Called
     // on the main thread.
-    void timeout();
+    virtual void timeout();
 
     // In the background --------------------------------------------------------------------------
     // One run at a time for each instance. Every operation may be called from any thread.
@@ -206,21 +207,29 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
                            const OptionalEnvironment& environment);
 
     // `launchAsyncTask`: the body of the run's thread. Reports what is thrown in it.
-    void launchAsyncTask();
+    virtual void launchAsyncTask();
 
     // `asyncTaskReturnData:`: passes one chunk to the delegate, on the calling thread; after an
     // empty one it ends the run. What the delegate throws reaches the caller.
-    void asyncTaskReturnData(const AsyncTaskNotification& notification);
+    virtual void asyncTaskReturnData(const AsyncTaskNotification& notification);
 
     // `terminateAsyncTask`: ends the run: stops the reading, releases the delegate, the object and
     // the operation in this order, and then sends the tool one SIGTERM if it runs. Does not wait
     // for the tool, nor for a call of the delegate that is in progress. Without a run it does
     // nothing.
-    void terminateAsyncTask();
+    virtual void terminateAsyncTask();
 
     // `theTask`: the tool of this instance, null when there is none. May be called from any thread.
     TaskReference theTask() const;
     void setTheTask(TaskReference task);
+
+  protected:
+    // The virtual operations are those that the library calls itself: a class of another language
+    // sends them to its own instances, of which it must call these implementations.
+    KXTaskEx() = default;
+
+    // What keeps the instance while threads call it.
+    virtual Object reference() { return shared_from_this(); }
 
   private:
     friend struct task_detail::Bindings;
@@ -230,8 +239,6 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     // Called where the child is configured, and may throw as configuring it does.
     using ArgumentSource = std::function<OptionalArguments()>;
     using EnvironmentSource = std::function<OptionalEnvironment()>;
-
-    KXTaskEx() = default;
 
     // Refer to what they are given.
     static ArgumentSource given(const OptionalArguments& arguments);
@@ -255,14 +262,10 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     long terminationCodeWithTimeout(const OptionalPath& path, const ArgumentSource& arguments,
                                     Timeout timeout);
 
-    // `instance` is kept until the run's thread ends.
-    void startRun(const OptionalPath& path, const OptionalArguments& arguments, Object delegate,
-                  Selector selector, Object object, const OptionalEnvironment& environment,
-                  Object instance);
-
     // The number of terminations before a run was prepared. A termination ends all runs that were
     // prepared before it: a run is over when the number has changed.
     using Run = std::uint64_t;
+    class HandedOver;
 
     // What receives output in the background.
     struct Listener {

@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <optional>
-#include <utility>
 
 #include "quillmoor/task/KXTaskEx.h"
 
@@ -48,16 +47,6 @@ struct Bindings {
                                         const ArgumentSource& arguments,
                                         KXTaskEx::Timeout timeout) {
         return task.terminationCodeWithTimeout(path, arguments, timeout);
-    }
-
-    // `instance`, which stands for `task` in that language, is kept until the run's thread ends.
-    static void asyncDataFromTask(KXTaskEx& task, const OptionalPath& path,
-                                  const OptionalArguments& arguments, KXTaskEx::Object delegate,
-                                  KXTaskEx::Selector selector, KXTaskEx::Object object,
-                                  const OptionalEnvironment& environment,
-                                  KXTaskEx::Object instance) {
-        task.startRun(path, arguments, std::move(delegate), std::move(selector), std::move(object),
-                      environment, std::move(instance));
     }
 };
 

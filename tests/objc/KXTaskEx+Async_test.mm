@@ -1,6 +1,8 @@
 #import "objc/KXTaskEx.h"
 
+#include <algorithm>
 #include <mutex>
+#include <vector>
 
 #include "tests/objc/log_world.h"
 #include "tests/objc/objc_support.h"
@@ -49,6 +51,43 @@ int receivers = 0;
 - (BOOL)hasEnded {
     const std::lock_guard guard(mutex);
     return ends > 0;
+}
+@end
+
+// Records which operations it is sent.
+@interface RecordingTask : KXTaskEx {
+  @public
+    std::mutex mutex;
+    std::vector<std::string> sent;
+    NSNotification* lastEnvelope;
+    BOOL dropsChunks;
+}
+- (void)note:(const std::string&)operation;
+@end
+
+@implementation RecordingTask
+- (void)dealloc {
+    [lastEnvelope release];
+    [super dealloc];
+}
+- (void)note:(const std::string&)operation {
+    const std::lock_guard guard(mutex);
+    sent.push_back(operation);
+}
+- (void)launchAsyncTask {
+    [self note:"launch"];
+    [super launchAsyncTask];
+}
+- (void)asyncTaskReturnData:(NSNotification*)notification {
+    NSData* data = [[notification userInfo] objectForKey:NSFileHandleNotificationDataItem];
+    [self note:"data " + std::string(static_cast<const char*>([data bytes]), [data length])];
+    [lastEnvelope release];
+    lastEnvelope = [notification retain];
+    if (!dropsChunks || [data length] == 0) [super asyncTaskReturnData:notification];
+}
+- (void)terminateAsyncTask {
+    [self note:"terminate"];
+    [super terminateAsyncTask];
 }
 @end
 
@@ -221,6 +260,68 @@ TEST(ObjcAsyncTask, ReportsWhatTheDelegateRaises) {
               StringList{"Exception in -[KXTaskEx launchAsyncTask]. Bad - no path."});
     EXPECT_EQ(nameOfRaised([&] { [run.runner asyncTaskReturnData:envelope("chunk")]; }), "Bad");
     [run.runner terminateAsyncTask];
+}
+
+TEST(ObjcAsyncTask, SendsItsStepsToTheInstance) {
+    AsyncRun run;
+    RecordingTask* runner = [[[RecordingTask alloc] init] autorelease];
+    [runner asyncDataFromTask:@"/bin/sh"
+                    arguments:script(@"printf one")
+                     delegate:run.receiver
+                     selector:kOperation
+                       object:nil];
+    ASSERT_TRUE(eventually([&] { return [runner theTask] == nil; }));
+    const std::lock_guard guard(runner->mutex);
+    EXPECT_EQ(runner->sent, (StringList{"launch", "data one", "data ", "terminate"}));
+    EXPECT_EQ(textOf([runner->lastEnvelope name]), "KXAsyncTaskDataNotification");
+    EXPECT_EQ([runner->lastEnvelope object], nil);
+    EXPECT_EQ([[runner->lastEnvelope userInfo] count], 1U);
+    EXPECT_EQ(run.receiver->output, "one");
+    EXPECT_EQ(run.receiver->ends, 1);
+}
+
+TEST(ObjcAsyncTask, LetsASubclassReplaceTheDelivery) {
+    AsyncRun run;
+    RecordingTask* runner = [[[RecordingTask alloc] init] autorelease];
+    runner->dropsChunks = YES;
+    [runner asyncDataFromTask:@"/bin/sh"
+                    arguments:script(@"printf one")
+                     delegate:run.receiver
+                     selector:kOperation
+                       object:nil];
+    ASSERT_TRUE(eventually([&] { return [runner theTask] == nil; }));
+    EXPECT_EQ(run.receiver->output, "");
+    EXPECT_EQ(run.receiver->ends, 1);
+}
+
+// The end of an earlier run's output must not end the run that was begun meanwhile.
+TEST(ObjcAsyncTask, EndsOnlyTheRunWhoseOutputHasEnded) {
+    AsyncRun run;
+    RecordingTask* runner = [[[RecordingTask alloc] init] autorelease];
+    runner->dropsChunks = YES;
+    [runner asyncDataFromTask:@"/bin/sh"
+                    arguments:script(@"exec sleep 1000")
+                     delegate:run.receiver
+                     selector:kOperation
+                       object:nil];
+    NSTask* first = [runner theTask];
+    ASSERT_TRUE(eventually([&] { return [first isRunning]; }));
+    [runner terminateAsyncTask];
+    [runner asyncDataFromTask:@"/bin/sh"
+                    arguments:script(@"exec sleep 1000")
+                     delegate:run.receiver
+                     selector:kOperation
+                       object:nil];
+    NSTask* second = [runner theTask];
+    const auto ends = [&] {
+        const std::lock_guard guard(runner->mutex);
+        return std::count(runner->sent.begin(), runner->sent.end(), "data ");
+    };
+    ASSERT_TRUE(eventually([&] { return ends() == 1 && [second isRunning]; }));
+    EXPECT_EQ([runner theTask], second);
+    EXPECT_EQ(run.receiver->ends, 0);
+    [runner terminateAsyncTask];
+    EXPECT_TRUE(eventually([&] { return ends() == 2; }));
 }
 
 TEST(ObjcAsyncTask, NamesTheNotification) {

@@ -1,5 +1,7 @@
 #import "objc/KXTaskEx.h"
 
+#include <mutex>
+
 #include "quillmoor/platform/platform.h"
 #include "tests/objc/log_world.h"
 #include "tests/objc/objc_support.h"
@@ -445,6 +447,49 @@ TEST(ObjcTask, RaisesWhatCannotBeStarted) {
 }
 @end
 
+// Terminates the child of an instance.
+@interface InstanceTerminator : NSObject {
+  @public
+    KXTaskEx* runner;
+}
+@end
+
+@implementation InstanceTerminator
+- (void)run {
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    while (![[runner theTask] isRunning]) usleep(1000);
+    [[runner theTask] terminate];
+    [pool drain];
+}
+@end
+
+// Records what a time-out sends to it.
+@interface TimedTask : KXTaskEx
+@end
+
+namespace {
+
+std::mutex timeOutsLock;
+StringList timeOuts;
+
+void noteTimeOut(const std::string& text) {
+    const std::lock_guard guard(timeOutsLock);
+    timeOuts.push_back(text);
+}
+
+}  // namespace
+
+@implementation TimedTask
+- (void)setupTimeout:(NSNumber*)seconds {
+    noteTimeOut("setup " + std::to_string([seconds intValue]));
+    [super setupTimeout:seconds];
+}
+- (void)timeout {
+    noteTimeOut("timeout");
+    [super timeout];
+}
+@end
+
 TEST(ObjcTask, LetsAnotherThreadTerminateTheChild) {
     OpenLogWorld world;
     Terminator* terminator = [[[Terminator alloc] init] autorelease];
@@ -453,4 +498,24 @@ TEST(ObjcTask, LetsAnotherThreadTerminateTheChild) {
                                       arguments:script(@"exec sleep 100")
                                            task:&terminator->task],
               SIGTERM);
+}
+
+// A caller whose compiler counts references cannot share the out-parameter with another thread.
+TEST(ObjcTask, LetsAnotherThreadTerminateTheChildOfAnInstance) {
+    OpenLogWorld world;
+    KXTaskEx* runner = [[[KXTaskEx alloc] init] autorelease];
+    InstanceTerminator* terminator = [[[InstanceTerminator alloc] init] autorelease];
+    terminator->runner = runner;
+    [NSThread detachNewThreadSelector:@selector(run) toTarget:terminator withObject:nil];
+    EXPECT_EQ([runner terminationCodeFromTask:kShell
+                                    arguments:script(@"exec sleep 1000")
+                                      timeout:1000],
+              SIGTERM);
+}
+
+TEST(ObjcTask, SendsATimeOutToTheInstance) {
+    OpenLogWorld world;
+    [TimedTask runTask:kShell arguments:script(@"exec sleep 1000") timeout:1.9];
+    EXPECT_EQ(timeOuts, (StringList{"setup 1", "timeout"}));
+    EXPECT_EQ(world.written(), StringList{"Task /bin/sh timed out. Terminating..."});
 }
