@@ -3,13 +3,13 @@
 #include <mutex>
 
 #include "objc/bridge.h"
+#include "objc/secret.h"
 #include "quillmoor/auth/KXAuthorization.h"
 
 using namespace quillmoor::objc;
 using Session = quillmoor::KXAuthorization;
 using quillmoor::Async;
 using quillmoor::DeleteOnRootAccount;
-using quillmoor::OptionalString;
 using quillmoor::StringList;
 using quillmoor::WithGUI;
 
@@ -21,23 +21,6 @@ std::mutex& classLock() {
     static auto* const lock = new std::mutex;
     return *lock;
 }
-
-// A secret, whose bytes do not stay in memory.
-class Secret {
-  public:
-    explicit Secret(NSString* text) : text_(toString(text)) {}
-    ~Secret() {
-        if (!text_) return;
-        volatile char* const bytes = text_->data();
-        for (std::size_t i = 0; i < text_->size(); ++i) bytes[i] = 0;
-    }
-    Secret(const Secret&) = delete;
-    Secret& operator=(const Secret&) = delete;
-    const OptionalString& text() const { return text_; }
-
-  private:
-    OptionalString text_;
-};
 
 StringList parametersFrom(NSArray* list) {
     return toArguments(list).value_or(StringList());

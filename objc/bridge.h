@@ -15,6 +15,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "quillmoor/base/data.h"
 #include "quillmoor/base/types.h"
@@ -27,6 +28,8 @@ namespace quillmoor::objc {
 // UTF-8; nil for nil. Half a surrogate pair becomes three bytes that are not valid UTF-8, so that
 // it equals no other text.
 OptionalString toString(NSString* text);
+// The same, appended to `out`.
+void appendText(std::string& out, const std::vector<unichar>& units);
 
 // nil for nil, and for bytes that are not valid UTF-8.
 NSString* fromString(std::string_view text);

@@ -1,7 +1,5 @@
 #include "objc/bridge.h"
 
-#include <vector>
-
 #include "objc/firewall.h"
 #include "quillmoor/base/utf8.h"
 #include "quillmoor/log/KXException.h"
@@ -98,13 +96,17 @@ OptionalString toString(NSString* text) {
     [text getCharacters:units.data() range:NSMakeRange(0, units.size())];
     std::string out;
     out.reserve(units.size());
+    appendText(out, units);
+    return out;
+}
+
+void appendText(std::string& out, const std::vector<unichar>& units) {
     for (std::size_t i = 0; i < units.size(); ++i) {
         char32_t codePoint = units[i];
         if (isPair(units, i))
             codePoint = 0x10000 + ((codePoint & 0x3FF) << 10) + (units[++i] & 0x3FF);
         appendUtf8(out, codePoint);
     }
-    return out;
 }
 
 // Not by the system's decoder: which bytes are valid must not differ between systems.
