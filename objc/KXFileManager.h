@@ -85,7 +85,7 @@ NS_ASSUME_NONNULL_BEGIN
 // `trashFile:` and its forms: unlocks an item and moves it into the user's Trash; if its name
 // exists there, a number is added to it. YES when nothing exists at the path; a dangling link
 // counts as missing and is left unchanged. If the item is on another file system and a part of
-// it becomes unremovable while it is copied: as for moveFile.
+// it becomes unremovable while it is copied: as for +moveFile:toPath:.
 + (BOOL)trashFile:(nullable NSString*)path;
 + (BOOL)trashFile:(nullable NSString*)path shouldAuth:(BOOL)shouldAuth;
 // YES when nothing exists at the path in the end.
@@ -116,8 +116,8 @@ NS_ASSUME_NONNULL_BEGIN
 // YES when nothing exists at the path in the end.
 + (BOOL)removeFile:(nullable NSString*)path timeout:(NSInteger)timeout;
 
-// `removeFolderIfEmpty:`: removes a folder that is empty in the sense of isFolderEmpty, with
-// what that ignores. NO, and nothing is removed, if one of its folders cannot be listed.
+// `removeFolderIfEmpty:`: removes a folder for which +isFolderEmpty: returns YES, with what that
+// ignores. NO, and nothing is removed, if one of its folders cannot be listed.
 + (BOOL)removeFolderIfEmpty:(nullable NSString*)folder;
 
 @end
@@ -139,8 +139,8 @@ NS_ASSUME_NONNULL_BEGIN
                                    destination:(nullable NSString*)destination;
 
 // `createEmptyFile:`: creates a file in the temporary folder and moves it to the path. Never
-// replaces an existing item, except with administrator rights as moveFile does. If the move
-// fails, the file remains in the temporary folder.
+// replaces an existing item, except with administrator rights as +moveFile:toPath: does. If the
+// move fails, the file remains in the temporary folder.
 + (BOOL)createEmptyFile:(nullable NSString*)path;
 
 @end
@@ -162,7 +162,7 @@ NS_ASSUME_NONNULL_BEGIN
          timeout:(NSInteger)timeout;
 
 // `copyContentsOfDirectory:toPath:timeout:`: copies every entry, hidden ones included, as
-// copyFile does with that time-out for each. Ends with the first failure; what was copied
+// +copyFile:toPath:timeout: does with that time-out. Ends with the first failure; what was copied
 // before remains. The destination folder is not created. YES when the folder cannot be listed.
 + (BOOL)copyContentsOfDirectory:(nullable NSString*)directory
                          toPath:(nullable NSString*)toPath
@@ -261,8 +261,8 @@ NS_ASSUME_NONNULL_BEGIN
 // `touchFile:` and `touchFile:setCreationDate:`: sets the item's dates to now with the system's
 // tool, which is given at most 5 s. An item that the user may not write to is touched with
 // administrator rights, without that limit. So is a missing item, which is not created. YES
-// when the tool was run, whatever its exit status. Throws platform::Exception when no thread
-// can be started for the time-out.
+// when the tool was run, whatever its exit status. Raises an NSException when no thread can
+// be started for the time-out.
 + (BOOL)touchFile:(nullable NSString*)path;
 + (BOOL)touchFile:(nullable NSString*)path setCreationDate:(BOOL)setCreationDate;
 
