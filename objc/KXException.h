@@ -1,8 +1,8 @@
 // Reports of exceptions, caught and uncaught.
 //
 //   } @catch (NSException *exception) {
-//       [KXException logException:exception forMethod:__func__];   // Exception in load. Name -
-//       reason.
+//       // "Exception in -[Loader load]. Name - reason."
+//       [KXException logException:exception forMethod:__func__];
 //   }
 //
 // An uncaught exception needs no call: the first use of KXLog installs the handler below.

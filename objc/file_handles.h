@@ -9,7 +9,7 @@
 
 namespace quillmoor::objc {
 
-// The handle that stands for a file of the library, or the one that the file was made of. It
+// The wrapper of a file of the library, or the one that the file was made of. It
 // writes, reads what is available, seeks to the end and closes; nothing else. nil for null.
 NSFileHandle* fromFileHandle(const std::shared_ptr<platform::FileHandle>& handle);
 

@@ -9,7 +9,7 @@
 
 namespace quillmoor::objc {
 
-// The object that stands for a child of the library, or the one that the child was made of. It
+// The wrapper of a child of the library, or the one that the child was made of. It
 // has -launchPath, -isRunning, -terminationStatus, -terminate and -waitUntilExit; it cannot be
 // configured. Keeps the child's pipes open. nil for null.
 NSTask* fromTask(const std::shared_ptr<platform::Task>& task);

@@ -1,5 +1,5 @@
-// Objects that stand for an object of the library. One object of the library has one wrapper at a
-// time, so that callers may compare them. A wrapper keeps what it wraps alive, and is not kept.
+// Objects of Cocoa that forward to an object of the library, which has one such wrapper at a time,
+// so that callers may compare them. A wrapper keeps what it wraps alive, and is not kept.
 //
 //   - (oneway void)release {
 //       const auto last = wrappers().beginRelease(self, _task.get());

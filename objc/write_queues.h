@@ -7,8 +7,8 @@
 
 namespace quillmoor::objc {
 
-// The queue that stands for the library's: it counts the messages and waits for them, one at a
-// time. Operations that are added to it run beside the messages. nil for null. The same object each
+// The wrapper of the library's queue: it counts the messages and waits for them, one at a time.
+// Operations that are added to it run beside the messages. nil for null. The same object each
 // time.
 NSOperationQueue* fromWriteQueue(WriteQueue* queue);
 

@@ -30,7 +30,7 @@ using quillmoor::WriteQueue;
 
 namespace {
 
-// Queues are never destroyed, and neither are the objects that stand for them.
+// Queues are never destroyed, and neither are their wrappers.
 std::map<WriteQueue*, NSOperationQueue*>& known() {
     static auto* const known = new std::map<WriteQueue*, NSOperationQueue*>;
     return *known;
@@ -41,7 +41,7 @@ std::mutex& lock() {
     return *lock;
 }
 
-NSOperationQueue* standIn(WriteQueue* queue) {
+NSOperationQueue* makeWrapper(WriteQueue* queue) {
     KXLibraryWriteQueue* wrapper = [[KXLibraryWriteQueue alloc] init];
     wrapper->_queue = queue;
     [wrapper setMaxConcurrentOperationCount:1];
@@ -70,7 +70,7 @@ NSOperationQueue* fromWriteQueue(WriteQueue* queue) {
     if (queue == nullptr) return nil;
     const std::lock_guard guard(lock());
     NSOperationQueue*& object = known()[queue];
-    if (object == nil) object = standIn(queue);
+    if (object == nil) object = makeWrapper(queue);
     return object;
 }
 

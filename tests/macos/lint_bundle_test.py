@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks lint-bundle: it says nothing of a good bundle, and of each broken one just what is broken.
+"""Checks lint-bundle: it finds nothing in a good bundle, and of each broken one just what is broken.
 
   lint_bundle_test.py SOURCES CLANG++ LD64.LLD LLVM-LIPO    ends with 77 if one of the tools is missing"""
 

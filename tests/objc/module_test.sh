@@ -1,6 +1,6 @@
 #!/bin/sh
 # Makes the framework's headers and module map as a product gets them, and has the compiler check them:
-# imported as a module, each header by itself, and that the umbrella header leaves none out.
+# imported as a module, each header alone, and that the umbrella header leaves none out.
 #   module_test.sh SOURCES CLANG OPTION...
 set -eu
 sources=$1/objc
