@@ -15,7 +15,8 @@ set(KX_HOOKS
     posix/run_loop/main_thread_posix.h
         isFirstThread
     posix/process/child_system_posix.h
-        closeAllButStandardStreams openExitDescriptor waitForChild signalChild enlargePipe
+        closeAllButStandardStreams ownEnvironment openExitDescriptor waitForChild signalChild
+        enlargePipe
     posix/process/memory_mapping_posix.h
         mapMemory growMapping unmapMemory)
 if(KX_TRACE)

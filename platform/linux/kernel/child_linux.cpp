@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <sys/pidfd.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -15,6 +16,10 @@ int closeAllButStandardStreams(posix_spawn_file_actions_t* actions, posix_spawna
     // Last of the actions, since those before it may use descriptors above the standard streams.
     // glibc has it from version 2.34 on.
     return ::posix_spawn_file_actions_addclosefrom_np(actions, kFirstOwnDescriptor);
+}
+
+char* const* ownEnvironment() {
+    return environ;
 }
 
 Descriptor openExitDescriptor(pid_t child) {

@@ -1,3 +1,4 @@
+#include <crt_externs.h>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -19,6 +20,11 @@ int closeAllButStandardStreams(posix_spawn_file_actions_t* actions, posix_spawna
         if (systemCalls().fcntl(stream, F_GETFD, 0) >= 0)
             error = ::posix_spawn_file_actions_addinherit_np(actions, stream);
     return error;
+}
+
+// Only programs can link `environ`.
+char* const* ownEnvironment() {
+    return *::_NSGetEnviron();
 }
 
 // None: the system's own notice of a child's end may come before its status can be collected.

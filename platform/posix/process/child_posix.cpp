@@ -12,8 +12,6 @@
 #include "quillmoor/platform/posix/process/child_system_posix.h"
 #include "quillmoor/platform/posix/process/spawn_setup_posix.h"
 
-extern char** environ;  // not every system's headers declare it
-
 namespace quillmoor::platform::posix {
 namespace {
 
@@ -66,7 +64,7 @@ std::shared_ptr<Child> Child::start(const ChildSetup& setup) {
     auto child = std::make_shared<Child>();
     if (systemCalls().posix_spawn(&child->pid_, setup.path.c_str(), actions.get(), attributes.get(),
                                   arguments.get(),
-                                  setup.environment ? environment.get() : environ) != 0)
+                                  setup.environment ? environment.get() : ownEnvironment()) != 0)
         return nullptr;
     child->exit_ = openExitDescriptor(child->pid_);
     return child;

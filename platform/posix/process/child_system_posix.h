@@ -16,6 +16,10 @@ namespace quillmoor::platform::posix {
 // when all other actions and flags are set. Returns 0 or the error number. Called for each child.
 int closeAllButStandardStreams(posix_spawn_file_actions_t* actions, posix_spawnattr_t* attributes);
 
+// Returns the environment of this process, as posix_spawn takes it: environ(7), in the way that the
+// system gives to plug-ins as well as to programs. Called for each child that inherits it.
+char* const* ownEnvironment();
+
 // Returns a descriptor that becomes readable when the child ends, and that identifies it as long as
 // it is open, also after the number `child` was reused. Close-on-exec, above the standard streams.
 // Invalid where the system has none: the child is then polled. Called for each child.

@@ -1,5 +1,6 @@
 #include "tests/platform/macos/fakes/fake_kernel.h"
 
+#include <crt_externs.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/acl.h>
@@ -225,6 +226,13 @@ int posix_spawn_file_actions_addinherit_np(posix_spawn_file_actions_t* actions, 
     kernel().inherited.push_back(file);
     if (::fcntl(file, F_GETFD) < 0) return EBADF;
     return file == 2 ? ::posix_spawn_file_actions_addclosefrom_np(actions, 3) : 0;
+}
+
+char*** _NSGetEnviron(void) {
+    const std::lock_guard lock(recording);
+    static char** given = nullptr;
+    given = kernel().environment.empty() ? environ : kernel().environment.data();
+    return &given;
 }
 
 mach_port_t mach_task_self_ = 42;

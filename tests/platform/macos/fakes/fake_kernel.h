@@ -69,6 +69,8 @@ class FakeKernel {
     std::vector<short> spawnFlags;
     std::vector<int> inherited;
 
+    std::vector<char*> environment;  // of this process, if it is not empty
+
     struct Remap {
         mach_vm_address_t address = 0, source = 0;
         mach_vm_size_t size = 0;

@@ -6,6 +6,8 @@
 
 #include <array>
 #include <cerrno>
+#include <string>
+#include <vector>
 
 #include "quillmoor/platform/posix/process/child_system_posix.h"
 #include "quillmoor/platform/posix/process/spawn_setup_posix.h"
@@ -34,6 +36,16 @@ TEST(MacChild, AClosedStreamIsNotInherited) {
     EXPECT_EQ(closeAllButStandardStreams(actions.get(), attributes.get()), 0);
     EXPECT_EQ(kernel.inherited, (std::vector<int>{1, 2}));
     if (kept) ::dup2(kept.get(), STDIN_FILENO);
+}
+
+TEST(MacChild, InheritsTheEnvironmentThatTheSystemGives) {
+    test::FakeKernel kernel;
+    std::string variable = "NAME=from the system";
+    kernel.environment = {variable.data(), nullptr};
+    EXPECT_EQ(ownEnvironment(), kernel.environment.data());
+    // Looked up for each child: it moves when a variable is added.
+    kernel.environment = {nullptr, nullptr, nullptr};
+    EXPECT_EQ(ownEnvironment(), kernel.environment.data());
 }
 
 TEST(MacChild, IsSignalledAndWaitedForByItsNumber) {

@@ -1,6 +1,7 @@
 // Pins the signatures and constants of the kernel's calls that only macOS has; security_check.cpp
 // says how. The values are published in the manual pages of the calls and, but for the first group,
 // in https://github.com/apple-oss-distributions/xnu, in the header that is named.
+#include <crt_externs.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <mach/mach.h>
@@ -75,6 +76,9 @@ static_assert(SF_APPEND == 0x40000 && SF_RESTRICTED == 0x80000 && SF_NOUNLINK ==
 static_assert(POSIX_SPAWN_CLOEXEC_DEFAULT == 0x4000);
 static_assert(std::is_same_v<decltype(&::posix_spawn_file_actions_addinherit_np),
                              int (*)(posix_spawn_file_actions_t*, int)>);
+
+// crt_externs.h of https://github.com/apple-oss-distributions/Libc: environ(7)
+static_assert(std::is_same_v<decltype(&::_NSGetEnviron), char*** (*)()>);
 
 // osfmk/mach/vm_statistics.h, osfmk/mach/vm_inherit.h, osfmk/mach/mach_vm.defs
 static_assert(KERN_SUCCESS == 0 && VM_FLAGS_FIXED == 0 && VM_FLAGS_OVERWRITE == 0x4000);
