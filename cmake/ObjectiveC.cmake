@@ -3,6 +3,7 @@
 # tests. Targets link kx_objc. KX_OBJC_OPTIONS are its compiler options, for tests that run the compiler.
 include_guard(GLOBAL)
 if(APPLE)
+    set(CMAKE_OBJCXX_COMPILER_LAUNCHER "${CMAKE_CXX_COMPILER_LAUNCHER}")
     enable_language(OBJCXX)
     set(KX_OBJC_OPTIONS "")
     set(KX_OBJC ON)

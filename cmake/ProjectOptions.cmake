@@ -22,7 +22,10 @@ if(PROJECT_IS_TOP_LEVEL)
 endif()
 
 find_package(Threads REQUIRED)
-find_package(PkgConfig REQUIRED)
+# A Mac has no pkg-config; what is needed there is the system's, or built with the project.
+if(NOT APPLE)
+    find_package(PkgConfig REQUIRED)
+endif()
 
 add_library(kx_options INTERFACE)
 target_link_libraries(kx_options INTERFACE Threads::Threads)
@@ -30,17 +33,26 @@ if(NOT PROJECT_IS_TOP_LEVEL)
     return()
 endif()
 target_compile_options(kx_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-    -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Werror)
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align)
+# Each release of macOS declares more calls obsolete.
+if(NOT APPLE)
+    target_compile_options(kx_options INTERFACE -Werror)
+endif()
 # g++ 12 warns wrongly of its own std::string.
 target_compile_options(kx_options INTERFACE
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
 
-# Some compilers have this by default. With it the libraries that are linked are always the same.
-target_link_options(kx_options INTERFACE -Wl,--as-needed)
+# Some compilers have this by default. With it the libraries that are linked are always the same. The
+# linker of a Mac has neither this nor the options of hardening; what they ask for it does anyway.
+if(NOT APPLE)
+    target_link_options(kx_options INTERFACE -Wl,--as-needed)
+endif()
 
 # Hardening, which scripts/check-hardening verifies in the built files. Sanitizers have their own checks.
 check_pie_supported(LANGUAGES C CXX)
-target_link_options(kx_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+if(NOT APPLE)
+    target_link_options(kx_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+endif()
 if(NOT KX_SANITIZE)
     target_compile_options(kx_options INTERFACE -fstack-protector-strong)
     target_compile_definitions(kx_options INTERFACE _GLIBCXX_ASSERTIONS)
