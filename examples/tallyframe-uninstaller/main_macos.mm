@@ -1,0 +1,99 @@
+// The uninstaller on macOS: finds what is installed of Tallyframe, asks, and moves it to the Trash.
+#import <AppKit/AppKit.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "examples/tallyframe-uninstaller/display_text.h"
+#include "examples/tallyframe-uninstaller/uninstall_plan.h"
+#include "quillmoor/log/KXLog.h"
+
+namespace {
+
+using namespace quillmoor::tallyframe;  // NOLINT(google-build-using-namespace): a main function
+
+constexpr char kHelp[] =
+    "Usage: Tallyframe Uninstaller [--help]\n"
+    "Finds what is installed of Tallyframe, asks, and moves it to the Trash.\n"
+    "\n"
+    "Environment:\n"
+    "  TALLYFRAME_UNINSTALLER_ANSWER=remove  answers the question automatically and shows no\n"
+    "                                        alerts\n"
+    "\n"
+    "Exit status: 0 if Tallyframe was removed or was not installed; 1 if something that should\n"
+    "have been moved is left; 3 if the question was cancelled, with nothing moved.\n";
+
+constexpr int kFailed = 1;
+constexpr int kCancelled = 3;
+
+bool asksForHelp(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i)
+        if (std::string_view(argv[i]) == "--help" || std::string_view(argv[i]) == "-h") return true;
+    return false;
+}
+
+bool isUnattended() {
+    const char* const answer = std::getenv("TALLYFRAME_UNINSTALLER_ANSWER");
+    return answer != nullptr && std::string_view(answer) == "remove";
+}
+
+NSAlert* alertWith(NSString* heading, const std::string& text) {
+    NSAlert* const alert = [[[NSAlert alloc] init] autorelease];
+    [alert setMessageText:heading];
+    [alert setInformativeText:[NSString stringWithUTF8String:text.c_str()]];
+    return alert;
+}
+
+// The button that changes nothing is the first, which Return presses.
+bool confirms(const std::vector<Item>& items) {
+    std::string text = "This will be moved to the Trash, from where you can put it back.\n";
+    for (const Item& item : items) text.append("\n").append(displayText(item.path));
+    NSAlert* const alert = alertWith(@"Remove Tallyframe?", text);
+    [alert addButtonWithTitle:@"Cancel"];
+    [alert addButtonWithTitle:@"Move to Trash"];
+    return [alert runModal] == NSAlertSecondButtonReturn;
+}
+
+void show(const std::vector<Report>& reports) {
+    std::string text;
+    for (const Report& report : reports)
+        if (report.fate == Fate::NotMoved) text.append(displayText(report.item.path)).append("\n");
+    if (text.empty())
+        [alertWith(@"Tallyframe was removed", "You can put it back from the Trash.") runModal];
+    else
+        [alertWith(@"Tallyframe was not removed completely",
+                   "These could not be moved and are still in their place:\n\n" + text) runModal];
+}
+
+int removeUnattended(const std::vector<Item>& items) {
+    return allGone(moveToTrash(items)) ? 0 : kFailed;
+}
+
+int removeAfterAsking(const std::vector<Item>& items) {
+    [[NSApplication sharedApplication] activateIgnoringOtherApps:YES];
+    if (items.empty()) {
+        [alertWith(@"Tallyframe is not installed",
+                   "Nothing of Tallyframe was found, so there is nothing to remove.") runModal];
+        return 0;
+    }
+    if (!confirms(items)) return kCancelled;
+    const std::vector<Report> reports = moveToTrash(items);
+    show(reports);
+    return allGone(reports) ? 0 : kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (asksForHelp(argc, argv)) return std::fputs(kHelp, stdout) < 0 ? kFailed : 0;
+    @autoreleasepool {
+        quillmoor::KXLog::createNewLog();
+        const std::vector<Item> items = findItems();
+        const int status = isUnattended() ? removeUnattended(items) : removeAfterAsking(items);
+        quillmoor::KXLog::finishWriting();
+        return status;
+    }
+}
