@@ -33,11 +33,15 @@ echo "origin=Developer ID Installer: $SIGNER"
 case "${0##*/} $*" in $FAILING) exit 3 ;; esac
 """
 REQUIREMENT = "'=anchor apple generic and certificate leaf[subject.OU] = \"ABC\"'"
+ARCHIVE = "'WORK/plugins/VersionCheck.bundle/Contents/Resources/Tallyframe Uninstaller.zip'"
 SIGNED = f"""\
 + mktemp -d FOLDER/.package.XXXXXX
 + mkdir WORK/plugins
 + ditto BUILD/VersionCheck.bundle WORK/plugins/VersionCheck.bundle
 + cp BUILD/InstallerSections.plist WORK/plugins/InstallerSections.plist
++ ditto -x -k {ARCHIVE} WORK
++ codesign --force --timestamp --options runtime --sign 'Developer ID Application: Maker'\\''s Ltd (ABC)' 'WORK/Tallyframe Uninstaller.app'
++ ditto -c -k --keepParent 'WORK/Tallyframe Uninstaller.app' {ARCHIVE}
 + HERE/lint-bundle --unsigned WORK/plugins/VersionCheck.bundle
 + codesign --force --timestamp --options runtime --sign 'Developer ID Application: Maker'\\''s Ltd (ABC)' WORK/plugins/VersionCheck.bundle
 + codesign --verify --strict --verbose=2 --test-requirement {REQUIREMENT} WORK/plugins/VersionCheck.bundle
