@@ -30,7 +30,8 @@ NS_ASSUME_NONNULL_BEGIN
 // A message is formatted, and trimmed of white space and newlines at both ends, on the caller's
 // thread. The log's own worker writes it as one line "date - message", in the order of queueing. A
 // message that is empty after trimming is not written. With nil as format nothing is done. Text
-// from outside belongs in an argument, not in the format.
+// from outside belongs in an argument, not in the format. Swift has no methods with a variable
+// number of arguments: there, -appendTextToLog: of the controller takes a finished message.
 
 // Queues a message and returns at once. A call off the main thread, with a message of 1 to 99
 // characters and at most 99 queued, waits until everything queued so far is written.
