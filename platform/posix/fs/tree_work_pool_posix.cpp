@@ -39,7 +39,7 @@ void EntryBatch::add(const TreeEntry& entry) {
 
 bool EntryBatch::next(TreeEntry& entry) {
     if (at_ == bytes_.size()) return false;
-    entry.type = static_cast<mode_t>(static_cast<unsigned char>(bytes_[at_])) << kTypeShift;
+    entry.type = static_cast<mode_t>(static_cast<unsigned char>(bytes_[at_]) << kTypeShift);
     entry.name = bytes_.data() + at_ + 1;
     at_ = bytes_.find('\0', at_ + 1) + 1;
     return true;
