@@ -45,19 +45,23 @@ def write_stubs(folder, symbols):
     or of a library that is linked statically."""
     paths = []
     for library in sorted({library for library, _ in symbols.values()} & LIBRARIES.keys()):
-        names = ", ".join(f"'{s}'" for s, (where, _) in symbols.items() if where == library)
         path = folder / f"{library}.tbd"
-        path.write_text(f"""--- !tapi-tbd
+        write_stub(path, LIBRARIES[library], [s for s, (where, _) in symbols.items() if where == library])
+        paths.append(path)
+    return paths
+
+
+def write_stub(path, install_name, symbols):
+    names = ", ".join(f"'{symbol}'" for symbol in symbols)
+    path.write_text(f"""--- !tapi-tbd
 tbd-version:     4
 targets:         [ x86_64-macos, arm64-macos ]
-install-name:    '{LIBRARIES[library]}'
+install-name:    '{install_name}'
 exports:
   - targets:     [ x86_64-macos, arm64-macos ]
     symbols:     [ {names} ]
 ...
 """, encoding="utf-8")
-        paths.append(path)
-    return paths
 
 
 class AppleTools:
