@@ -1,4 +1,4 @@
-#include "quillmoor/platform/file_operations.h"
+#include "quillmoor/platform/posix/file_operations_posix.h"
 
 #include <algorithm>
 #include <atomic>
@@ -17,7 +17,7 @@
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/ground/thread_posix.h"
 
-namespace quillmoor::platform {
+namespace quillmoor::platform::posix {
 namespace {
 
 using std::chrono::steady_clock;
@@ -96,7 +96,7 @@ class PosixFileOperation final : public FileOperation,
         report(FileOperationStage::Preflighting);
         report(FileOperationStage::Running);
         start_ = steady_clock::now();
-        posix::Thread watcher = startWatching();
+        Thread watcher = startWatching();
         status_ = copy();
         endWatching(watcher);
         // Last, when the watcher has ended: no other report can follow the one about the end.
@@ -115,9 +115,9 @@ class PosixFileOperation final : public FileOperation,
     }
 
     // Without a second thread the copy continues and reports its stages only.
-    posix::Thread startWatching() {
+    Thread startWatching() {
         try {
-            return posix::Thread([this] { watch(); });
+            return Thread([this] { watch(); });
         } catch (const std::system_error&) {
             return {};
         } catch (const std::bad_alloc&) {
@@ -125,7 +125,7 @@ class PosixFileOperation final : public FileOperation,
         }
     }
 
-    void endWatching(posix::Thread& watcher) {
+    void endWatching(Thread& watcher) {
         {
             const std::lock_guard lock(mutex_);
             copied_ = true;
@@ -265,9 +265,9 @@ class PosixFileOperations final : public FileOperations {
 
 }  // namespace
 
-FileOperations* nativeFileOperations() {
+FileOperations* sharedFileOperations() {
     static auto* const operations = new PosixFileOperations;
     return operations;
 }
 
-}  // namespace quillmoor::platform
+}  // namespace quillmoor::platform::posix

@@ -25,6 +25,23 @@ using NewAlias = OSErr (*)(const FSRef* target, AliasHandle* alias);
 inline constexpr char kDisposeHandle[] = "DisposeHandle";
 using DisposeHandle = void (*)(Handle handle);
 
+inline constexpr char kCreateOperation[] = "FSFileOperationCreate";
+using CreateOperation = FSFileOperationRef (*)(CFAllocatorRef allocator);
+
+inline constexpr char kScheduleOperation[] = "FSFileOperationScheduleWithRunLoop";
+inline constexpr char kUnscheduleOperation[] = "FSFileOperationUnscheduleFromRunLoop";
+using ScheduleOperation = OSStatus (*)(FSFileOperationRef operation, CFRunLoopRef runLoop,
+                                       CFStringRef mode);
+
+inline constexpr char kCopyObject[] = "FSPathCopyObjectAsync";
+using CopyObject = OSStatus (*)(FSFileOperationRef operation, const char* source,
+                                const char* folder, CFStringRef name, OptionBits options,
+                                FSPathFileOperationStatusProcPtr callback, CFTimeInterval interval,
+                                FSFileOperationClientContext* context);
+
+inline constexpr char kCancelOperation[] = "FSFileOperationCancel";
+using CancelOperation = OSStatus (*)(FSFileOperationRef operation);
+
 inline constexpr char kRegisterUrl[] = "LSRegisterURL";
 using RegisterUrl = OSStatus (*)(CFURLRef url, Boolean update);
 

@@ -19,6 +19,12 @@ OptionalString textOf(CFStringRef text) {
     return bytes;
 }
 
+CFOwned<CFStringRef> stringOf(const std::string& text) {
+    return CFOwned<CFStringRef>(
+        ::CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
+                                  static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
+}
+
 CFOwned<CFURLRef> urlOfPath(const std::string& path) {
     if (path.empty() || path.find('\0') != std::string::npos) return CFOwned<CFURLRef>(nullptr);
     return CFOwned<CFURLRef>(::CFURLCreateFromFileSystemRepresentation(

@@ -32,6 +32,9 @@ class CFOwned {
 // nil for null, and for a text that has no UTF-8 form.
 OptionalString textOf(CFStringRef text);
 
+// Null for bytes that are not UTF-8.
+CFOwned<CFStringRef> stringOf(const std::string& text);
+
 // Null for an empty path and for one with a NUL.
 CFOwned<CFURLRef> urlOfPath(const std::string& path);
 

@@ -13,6 +13,7 @@ typedef unsigned char Boolean;
 typedef SInt16 OSErr;
 typedef SInt32 OSStatus;
 typedef UInt32 OSType;
+typedef UInt32 OptionBits;
 typedef UInt32 FourCharCode;
 typedef char* Ptr;
 typedef Ptr* Handle;

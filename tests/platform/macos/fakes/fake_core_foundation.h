@@ -3,6 +3,8 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -16,7 +18,13 @@ struct FakeObjects {
     static int wronglyReleased();
     static CFStringRef makeString(const std::string& text);
     static CFURLRef makeUrl(const std::string& path);
-    static std::string textOf(CFTypeRef object);
+    static CFNumberRef makeNumber(double value);
+    // Each entry's value is released with it.
+    static CFDictionaryRef makeDictionary(const std::map<std::string, CFTypeRef>& entries);
+    // Any other object, of that description. `whenReleased` is called when it has no owner left.
+    static CFTypeRef makeOther(const std::string& text, std::function<void()> whenReleased);
+    static int ownersOf(CFTypeRef object);
+    static std::string textOf(CFTypeRef object);  // of a null pointer: "(null)"
 };
 
 // One at a time: the user at the console, nil for none. Counts the calls, and whether one passed a

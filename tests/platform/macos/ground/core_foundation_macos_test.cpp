@@ -33,6 +33,14 @@ TEST(CoreFoundation, ATextIsItsUtf8) {
     EXPECT_EQ(textOf(nullptr), std::nullopt);
 }
 
+TEST(CoreFoundation, AStringIsMadeOfUtf8) {
+    const int before = FakeObjects::alive();
+    for (const std::string& bytes : {std::string("caf\xC3\xA9"), std::string()})
+        EXPECT_EQ(textOf(stringOf(bytes).get()), bytes);
+    EXPECT_FALSE(stringOf("\xff"));
+    EXPECT_EQ(FakeObjects::alive(), before);
+}
+
 TEST(CoreFoundation, APathGoesThroughAUrlByteForByte) {
     for (const std::string& path :
          {std::string("/a b/\n\xff"), std::string("/"), "/" + std::string(4000, 'x')})

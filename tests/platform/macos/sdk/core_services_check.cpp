@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "quillmoor/platform/file_operations.h"
 #include "quillmoor/platform/finder_info.h"
 #include "quillmoor/platform/macos/desktop/carbon_calls_macos.h"
 
@@ -26,6 +27,24 @@ static_assert(std::is_same_v<decltype(&::FSSetCatalogInfo), SetCatalogInfo>);
 static_assert(std::is_same_v<decltype(&::FSNewAliasMinimal), NewAlias>);
 static_assert(std::is_same_v<decltype(&::DisposeHandle), DisposeHandle>);
 static_assert(std::is_same_v<decltype(&::LSRegisterURL), RegisterUrl>);
+
+static_assert(std::is_same_v<decltype(&::FSFileOperationCreate), CreateOperation>);
+static_assert(std::is_same_v<decltype(&::FSFileOperationScheduleWithRunLoop), ScheduleOperation>);
+static_assert(std::is_same_v<decltype(&::FSFileOperationUnscheduleFromRunLoop), ScheduleOperation>);
+static_assert(std::is_same_v<decltype(&::FSPathCopyObjectAsync), CopyObject>);
+static_assert(std::is_same_v<decltype(&::FSFileOperationCancel), CancelOperation>);
+static_assert(std::is_same_v<FSPathFileOperationStatusProcPtr,
+                             void (*)(FSFileOperationRef, const char*, FSFileOperationStage,
+                                      OSStatus, CFDictionaryRef, void*)>);
+static_assert(sizeof(FSFileOperationClientContext) == 40 &&
+              offsetof(FSFileOperationClientContext, info) == 8 &&
+              offsetof(FSFileOperationClientContext, retain) == 16 &&
+              offsetof(FSFileOperationClientContext, release) == 24);
+static_assert(kFSFileOperationDefaultOptions == 0);
+static_assert(kFSOperationStageUndefined == static_cast<int>(FileOperationStage::Undefined) &&
+              kFSOperationStagePreflighting == static_cast<int>(FileOperationStage::Preflighting) &&
+              kFSOperationStageRunning == static_cast<int>(FileOperationStage::Running) &&
+              kFSOperationStageComplete == static_cast<int>(FileOperationStage::Complete));
 
 static_assert(sizeof(FSRef) == 80);
 static_assert(sizeof(FSCatalogInfo) == 148 && offsetof(FSCatalogInfo, nodeFlags) == 0 &&
@@ -48,6 +67,14 @@ static_assert(std::is_same_v<decltype(&::AESendMessage),
                              OSStatus (*)(const AppleEvent*, AppleEvent*, AESendMode, long)>);
 static_assert(std::is_same_v<decltype(&::AEDisposeDesc), OSErr (*)(AEDesc*)>);
 
+static_assert(kCFNumberDoubleType == 13 && std::is_same_v<CFTimeInterval, double>);
+static_assert(
+    std::is_same_v<decltype(&::CFNumberGetValue), Boolean (*)(CFNumberRef, CFNumberType, void*)>);
+static_assert(std::is_same_v<decltype(&::CFDictionaryGetKeysAndValues),
+                             void (*)(CFDictionaryRef, const void**, const void**)>);
+static_assert(std::is_same_v<decltype(&::CFStringCreateWithBytes),
+                             CFStringRef (*)(CFAllocatorRef, const UInt8*, CFIndex,
+                                             CFStringEncoding, Boolean)>);
 static_assert(kCFStringEncodingUTF8 == 0x08000100);
 static_assert(std::is_same_v<decltype(&::CFStringGetCString),
                              Boolean (*)(CFStringRef, char*, CFIndex, CFStringEncoding)>);

@@ -83,6 +83,41 @@ enum { kFSNodeIsDirectoryMask = 0x0010 };
 [[deprecated]] CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* item);
 [[deprecated]] void DisposeHandle(Handle handle);
 
+typedef struct __FSFileOperation* FSFileOperationRef;
+typedef UInt32 FSFileOperationStage;
+enum : FSFileOperationStage {
+    kFSOperationStageUndefined = 0,
+    kFSOperationStagePreflighting = 1,
+    kFSOperationStageRunning = 2,
+    kFSOperationStageComplete = 3
+};
+enum : OptionBits { kFSFileOperationDefaultOptions = 0 };
+extern const CFStringRef kFSOperationBytesCompleteKey;
+extern const CFStringRef kFSOperationThroughputKey;
+struct FSFileOperationClientContext {
+    CFIndex version;
+    void* info;
+    CFAllocatorRetainCallBack retain;
+    CFAllocatorReleaseCallBack release;
+    CFAllocatorCopyDescriptionCallBack copyDescription;
+};
+typedef void (*FSPathFileOperationStatusProcPtr)(FSFileOperationRef operation, const char* item,
+                                                 FSFileOperationStage stage, OSStatus error,
+                                                 CFDictionaryRef status, void* info);
+[[deprecated]] FSFileOperationRef FSFileOperationCreate(CFAllocatorRef allocator);
+[[deprecated]] OSStatus FSFileOperationScheduleWithRunLoop(FSFileOperationRef operation,
+                                                           CFRunLoopRef runLoop, CFStringRef mode);
+[[deprecated]] OSStatus FSFileOperationUnscheduleFromRunLoop(FSFileOperationRef operation,
+                                                             CFRunLoopRef runLoop,
+                                                             CFStringRef mode);
+[[deprecated]] OSStatus FSPathCopyObjectAsync(FSFileOperationRef operation, const char* source,
+                                              const char* folder, CFStringRef name,
+                                              OptionBits options,
+                                              FSPathFileOperationStatusProcPtr callback,
+                                              CFTimeInterval interval,
+                                              FSFileOperationClientContext* context);
+[[deprecated]] OSStatus FSFileOperationCancel(FSFileOperationRef operation);
+
 typedef AEDesc AppleEvent;
 typedef UInt32 AEEventClass;
 typedef UInt32 AEEventID;
