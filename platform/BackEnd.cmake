@@ -14,6 +14,8 @@ set(KX_HOOKS
         giveLink
     posix/run_loop/main_thread_posix.h
         isFirstThread
+    posix/run_loop/application_posix.h
+        requestDrain
     posix/process/child_system_posix.h
         closeAllButStandardStreams ownEnvironment openExitDescriptor waitForChild signalChild
         enlargePipe

@@ -1,9 +1,7 @@
-#include "quillmoor/platform/main_run_loop.h"
 #include "tests/objc/files_world.h"
 
 using namespace quillmoor::test;
 using quillmoor::StringList;
-using quillmoor::platform::MainRunLoop;
 
 // Implements all four notices.
 @interface CopyDelegate : NSObject {
@@ -77,13 +75,6 @@ class OftenReporting : public ForwardingFileOperations {
                                               std::chrono::milliseconds(1));
     }
 };
-
-void runUntil(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition() && std::chrono::steady_clock::now() < end)
-        MainRunLoop::run(quillmoor::platform::RunLoopMode::Default,
-                         std::chrono::steady_clock::now() + std::chrono::milliseconds(5));
-}
 
 bool isFinished(NSArray* notices) {
     return [[[notices lastObject] objectForKey:@"stage"] longValue] == 3;

@@ -24,4 +24,8 @@ NSString* string(const std::string& text);
 // The name of the exception that `body` raises; "" if it raises none.
 std::string nameOfRaised(const std::function<void()>& body);
 
+// Runs Foundation's run loop of the main thread in its default mode, as an application does, until
+// `condition` holds, for twenty seconds at most.
+void runUntil(const std::function<bool()>& condition);
+
 }  // namespace quillmoor::test

@@ -42,4 +42,16 @@ std::string nameOfRaised(const std::function<void()>& body) {
     return "";
 }
 
+void runUntil(const std::function<bool()>& condition) {
+    NSDate* const end = [NSDate dateWithTimeIntervalSinceNow:20];
+    while (!condition() && [end timeIntervalSinceNow] > 0) {
+        @autoreleasepool {
+            NSDate* const soon = [NSDate dateWithTimeIntervalSinceNow:0.005];
+            // Without a source it returns at once.
+            if (![[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:soon])
+                [NSThread sleepUntilDate:soon];
+        }
+    }
+}
+
 }  // namespace quillmoor::test

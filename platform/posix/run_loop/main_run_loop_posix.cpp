@@ -3,6 +3,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <exception>
@@ -13,6 +14,7 @@
 
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "quillmoor/platform/posix/ground/wake_descriptor_posix.h"
+#include "quillmoor/platform/posix/run_loop/application_posix.h"
 #include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform {
@@ -29,7 +31,7 @@ using Prepared = MainRunLoop::Prepared;
 class Queue {
   public:
     void post(Prepared made) {
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
         const bool alsoModal = made.front().alsoModal;
         made.front().number = ++lastNumber_;
         // Moved from list to list: posting must not need memory.
@@ -37,6 +39,7 @@ class Queue {
         // The descriptor stays readable until the queue is empty again, so one signal is enough.
         if (items_.size() == 1) default_.signal();
         if (alsoModal && ++modalCount_ == 1) modal_.signal();
+        requestDrains(std::move(lock));
     }
 
     std::uint64_t lastNumber() {
@@ -47,7 +50,7 @@ class Queue {
     // The oldest item for `mode` up to `number`, taken out; an empty list when there is none.
     Prepared take(RunLoopMode mode, std::uint64_t number) {
         Prepared taken;
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
         auto item = items_.begin();
         if (mode == RunLoopMode::ModalPanel)
             item = modalCount_ == 0 ? items_.end()
@@ -59,7 +62,14 @@ class Queue {
         // without the lock.
         taken.splice(taken.end(), items_, item);
         if (items_.empty()) default_.clear();
+        // The function that was taken may run the system's run loop itself, or throw.
+        requestDrains(std::move(lock));
         return taken;
+    }
+
+    void requestIsServed(RunLoopMode mode) {
+        const std::lock_guard lock(mutex_);
+        requested(mode) = false;
     }
 
     int descriptor(RunLoopMode mode) const {
@@ -67,8 +77,22 @@ class Queue {
     }
 
   private:
+    bool& requested(RunLoopMode mode) { return requested_[mode == RunLoopMode::Default ? 0 : 1]; }
+
+    // For each mode with work, where that has not been done since its last call.
+    void requestDrains(std::unique_lock<std::mutex> lock) {
+        const bool forDefault =
+            !items_.empty() && !std::exchange(requested(RunLoopMode::Default), true);
+        const bool forModal =
+            modalCount_ != 0 && !std::exchange(requested(RunLoopMode::ModalPanel), true);
+        lock.unlock();
+        if (forDefault) posix::requestDrain(RunLoopMode::Default);
+        if (forModal) posix::requestDrain(RunLoopMode::ModalPanel);
+    }
+
     std::mutex mutex_;
     std::list<Item> items_;
+    std::array<bool, 2> requested_{};
     std::size_t modalCount_ = 0;
     std::uint64_t lastNumber_ = 0;
     posix::WakeDescriptor default_;
@@ -184,6 +208,11 @@ void MainRunLoop::run(RunLoopMode mode, steady_clock::time_point until) {
 }
 
 namespace posix {
+
+void drainAsRequested(RunLoopMode mode) {
+    queue().requestIsServed(mode);
+    MainRunLoop::run(mode, steady_clock::time_point::min());
+}
 
 void serveDefaultModeUntilReadable(int descriptor, int milliseconds) {
     const ModeOnTop onTop(RunLoopMode::Default);

@@ -14,6 +14,7 @@
 
 #include "tests/children/child_tools.h"
 #include "tests/contract/services/back_end.h"
+#include "tests/contract/services/system_run_loop.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -25,7 +26,10 @@ class MainThreadContract : public testing::TestWithParam<BackEnd> {
   protected:
     static MainThread& mainThread() { return *GetParam().platform().mainThread; }
 
-    static void serve(RunLoopMode mode) { MainRunLoop::run(mode, steady_clock::now() + 1ms); }
+    static void serve(RunLoopMode mode) {
+        if (serveOfSystem != nullptr) return serveOfSystem(mode);
+        MainRunLoop::run(mode, steady_clock::now() + 1ms);
+    }
 
     // Until then, for ten seconds at most.
     static void serveUntil(const std::atomic<bool>& done, RunLoopMode mode) {

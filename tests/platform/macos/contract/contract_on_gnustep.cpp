@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "tests/contract/services/system_run_loop.h"
+#include "tests/platform/macos/fakes/cocoa_loop.h"
 #include "tests/platform/macos/fakes/fake_security.h"
 #include "tests/platform/macos/fakes/fake_workspace.h"
 
@@ -38,9 +40,15 @@ __attribute__((constructor(101))) void leaveThemOut() {
     ::setenv("GTEST_FILTER", filter.c_str(), 1);
 }
 
+void serveCocoa(platform::RunLoopMode mode) {
+    runCocoa(mode == platform::RunLoopMode::Default ? CocoaMode::Default : CocoaMode::ModalPanel);
+}
+
 class Fakes : public testing::Environment {
   public:
     void SetUp() override {
+        startCocoa();
+        platform::serveOfSystem = serveCocoa;
         security_.decides = true;
         workspace_.usesHome = true;
     }

@@ -1,0 +1,63 @@
+#include "quillmoor/platform/posix/run_loop/application_posix.h"
+
+#import <AppKit/AppKit.h>
+#include <objc/runtime.h>
+
+#include <cstdint>
+#include <string>
+
+namespace quillmoor::platform::posix {
+namespace {
+
+void drainDefaultMode(id, SEL) {
+    drainAsRequested(RunLoopMode::Default);
+}
+
+void drainModalModes(id, SEL) {
+    drainAsRequested(RunLoopMode::ModalPanel);
+}
+
+void addMethod(Class made, SEL selector, void (*function)(id, SEL)) {
+    class_addMethod(made, selector, reinterpret_cast<IMP>(function), "v@:");
+}
+
+// The class is made here and named after an address: each copy of this library in a process, such
+// as those of two plug-ins, has its own. Of two classes with one name the runtime uses one for
+// both, and the other copy's queue would not be served.
+id makeMainThreadCalls() {
+    static const char ownAddress = 0;
+    const std::string name =
+        "KXMainThreadCalls_" + std::to_string(reinterpret_cast<std::uintptr_t>(&ownAddress));
+    const Class made = objc_allocateClassPair([NSObject class], name.c_str(), 0);
+    addMethod(made, @selector(drainDefaultMode), drainDefaultMode);
+    addMethod(made, @selector(drainModalModes), drainModalModes);
+    objc_registerClassPair(made);
+    return [[made alloc] init];
+}
+
+// The object whose methods Cocoa calls on the main thread. Never released.
+id mainThreadCalls() {
+    static const id object = makeMainThreadCalls();
+    return object;
+}
+
+}  // namespace
+
+void requestDrain(RunLoopMode mode) noexcept {
+    @autoreleasepool {
+        // GNUstep makes a call of the main thread to itself at once while there is no run loop,
+        // which is made at its first use.
+        if ([NSThread isMainThread]) [NSRunLoop currentRunLoop];
+        const bool modal = mode == RunLoopMode::ModalPanel;
+        NSArray* const modes = modal ? [NSArray arrayWithObjects:NSModalPanelRunLoopMode,
+                                                                 NSEventTrackingRunLoopMode, nil]
+                                     : [NSArray arrayWithObject:NSDefaultRunLoopMode];
+        [mainThreadCalls() performSelectorOnMainThread:modal ? @selector(drainModalModes)
+                                                             : @selector(drainDefaultMode)
+                                            withObject:nil
+                                         waitUntilDone:NO
+                                                 modes:modes];
+    }
+}
+
+}  // namespace quillmoor::platform::posix

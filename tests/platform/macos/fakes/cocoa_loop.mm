@@ -1,0 +1,105 @@
+#include "tests/platform/macos/fakes/cocoa_loop.h"
+
+#import <AppKit/AppKit.h>
+#include <objc/runtime.h>
+#include <stdlib.h>
+
+#include <chrono>
+#include <cstddef>
+#include <utility>
+
+@interface CocoaLoopTimer : NSObject {
+  @public
+    std::function<void()>* function;
+}
+@end
+
+@implementation CocoaLoopTimer
+- (void)fire:(NSTimer*)timer {
+    (*function)();
+    delete function;
+}
+@end
+
+// GNUstep wakes for a call of another thread in the default mode only, Cocoa in each mode that the
+// call is for. This passes on GNUstep's own wake-up in the other modes.
+@interface CocoaLoopWakeUp : NSObject {
+  @public
+    id info;  // what GNUstep holds for the main thread
+}
+@end
+
+@implementation CocoaLoopWakeUp
+- (void)receivedEvent:(void*)data
+                 type:(RunLoopEventType)type
+                extra:(void*)extra
+              forMode:(NSString*)mode {
+    [info performSelector:@selector(fire)];
+}
+@end
+
+namespace quillmoor::test {
+namespace {
+
+NSString* nameOf(CocoaMode mode) {
+    if (mode == CocoaMode::ModalPanel) return NSModalPanelRunLoopMode;
+    return mode == CocoaMode::Default ? NSDefaultRunLoopMode : NSEventTrackingRunLoopMode;
+}
+
+template <typename Value>
+Value valueOf(id object, const char* variable) {
+    const Ivar found = class_getInstanceVariable([object class], variable);
+    if (found == nullptr) abort();
+    return *reinterpret_cast<Value*>(reinterpret_cast<std::byte*>(object) + ivar_getOffset(found));
+}
+
+bool wakeInAllModes() {
+    NSRunLoop* const loop = [NSRunLoop currentRunLoop];
+    CocoaLoopWakeUp* const wakeUp = [[CocoaLoopWakeUp alloc] init];
+    wakeUp->info = valueOf<id>([NSThread mainThread], "_runLoopInfo");
+    const std::intptr_t descriptor = valueOf<int>(wakeUp->info, "inputFd");
+    for (NSString *const mode in
+         [NSArray arrayWithObjects:NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode, nil])
+        [loop addEvent:reinterpret_cast<void*>(descriptor)
+                  type:ET_RDESC
+               watcher:static_cast<id<RunLoopEvents>>(wakeUp)
+               forMode:mode];
+    return true;
+}
+
+}  // namespace
+
+void startCocoa() {
+    [NSThread mainThread];
+}
+
+void runCocoa(CocoaMode mode) {
+    @autoreleasepool {
+        static const bool wakes = wakeInAllModes();
+        static_cast<void>(wakes);
+        NSDate* const until = [NSDate dateWithTimeIntervalSinceNow:0.005];
+        // Without a source it returns at once.
+        if (![[NSRunLoop currentRunLoop] runMode:nameOf(mode) beforeDate:until])
+            [NSThread sleepUntilDate:until];
+    }
+}
+
+bool runCocoaUntil(CocoaMode mode, const std::function<bool()>& isDone) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!isDone() && std::chrono::steady_clock::now() < end) runCocoa(mode);
+    return isDone();
+}
+
+void callByTimer(std::function<void()> function) {
+    @autoreleasepool {
+        CocoaLoopTimer* const target = [[[CocoaLoopTimer alloc] init] autorelease];
+        target->function = new std::function<void()>(std::move(function));
+        [NSTimer scheduledTimerWithTimeInterval:0
+                                         target:target
+                                       selector:@selector(fire:)
+                                       userInfo:nil
+                                        repeats:NO];
+    }
+}
+
+}  // namespace quillmoor::test
