@@ -15,7 +15,7 @@ set(KX_HOOKS
     posix/run_loop/main_thread_posix.h
         isFirstThread
     posix/run_loop/application_posix.h
-        requestDrain
+        requestDrain hasApplication sendNextEventOfApplication observeApplicationEnd
     posix/process/child_system_posix.h
         closeAllButStandardStreams ownEnvironment openExitDescriptor waitForChild signalChild
         enlargePipe

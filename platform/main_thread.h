@@ -33,8 +33,9 @@ class MainThread {
     // Runs the run loop in its modal panel mode for one event: waits up to `longest` for the
     // application's next user-interface event and sends it. What is performed on the main thread
     // runs meanwhile; what is queued for the default mode only does not. Events may call this
-    // again. Returns true when the host had an event. Without a host it waits for `longest` and
-    // returns false; on any other thread it returns false at once.
+    // again. Returns true when there was an event. Without a host or an application of the system's
+    // framework it waits for `longest` and returns false; on any other thread it returns false at
+    // once.
     virtual bool sendNextEvent(std::chrono::milliseconds longest) = 0;
 
     // Starts a thread that blocks every signal and is never joined. Throws platform::Exception when
@@ -42,7 +43,8 @@ class MainThread {
     virtual void detachNewThread(std::function<void()> body) = 0;
 
     // Has `observer` called once when the application is about to terminate: on the main thread
-    // when the host announces it, and in a program without a host on the thread that calls exit.
+    // when the host or the application announces it, and in a program without both on the thread
+    // that calls exit.
     // Adding a function again has no effect. No lock is held while an observer runs.
     virtual void addTerminationObserver(void (*observer)()) = 0;
     virtual void removeTerminationObserver(void (*observer)()) = 0;

@@ -3,6 +3,7 @@
 #import <AppKit/AppKit.h>
 #include <objc/runtime.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -17,8 +18,15 @@ void drainModalModes(id, SEL) {
     drainAsRequested(RunLoopMode::ModalPanel);
 }
 
-void addMethod(Class made, SEL selector, void (*function)(id, SEL)) {
-    class_addMethod(made, selector, reinterpret_cast<IMP>(function), "v@:");
+std::atomic<void (*)()> endObserver{nullptr};
+
+void applicationWillTerminate(id, SEL, NSNotification*) {
+    if (const auto observer = endObserver.load()) observer();
+}
+
+template <typename Method>
+void addMethod(Class made, SEL selector, Method method, const char* types) {
+    class_addMethod(made, selector, reinterpret_cast<IMP>(method), types);
 }
 
 // The class is made here and named after an address: each copy of this library in a process, such
@@ -29,8 +37,9 @@ id makeMainThreadCalls() {
     const std::string name =
         "KXMainThreadCalls_" + std::to_string(reinterpret_cast<std::uintptr_t>(&ownAddress));
     const Class made = objc_allocateClassPair([NSObject class], name.c_str(), 0);
-    addMethod(made, @selector(drainDefaultMode), drainDefaultMode);
-    addMethod(made, @selector(drainModalModes), drainModalModes);
+    addMethod(made, @selector(drainDefaultMode), drainDefaultMode, "v@:");
+    addMethod(made, @selector(drainModalModes), drainModalModes, "v@:");
+    addMethod(made, @selector(applicationWillTerminate:), applicationWillTerminate, "v@:@");
     objc_registerClassPair(made);
     return [[made alloc] init];
 }
@@ -57,6 +66,34 @@ void requestDrain(RunLoopMode mode) noexcept {
                                             withObject:nil
                                          waitUntilDone:NO
                                                  modes:modes];
+    }
+}
+
+bool hasApplication() {
+    return NSApp != nil;
+}
+
+bool sendNextEventOfApplication(std::chrono::milliseconds longest) {
+    @autoreleasepool {
+        const std::chrono::duration<double> seconds = longest;
+        NSEvent* const event =
+            [NSApp nextEventMatchingMask:NSUIntegerMax
+                               untilDate:[NSDate dateWithTimeIntervalSinceNow:seconds.count()]
+                                  inMode:NSModalPanelRunLoopMode
+                                 dequeue:YES];
+        if (event == nil) return false;
+        [NSApp sendEvent:event];
+        return true;
+    }
+}
+
+void observeApplicationEnd(void (*callback)()) {
+    endObserver = callback;
+    @autoreleasepool {
+        [[NSNotificationCenter defaultCenter] addObserver:mainThreadCalls()
+                                                 selector:@selector(applicationWillTerminate:)
+                                                     name:NSApplicationWillTerminateNotification
+                                                   object:nil];
     }
 }
 

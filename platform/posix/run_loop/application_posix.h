@@ -2,6 +2,8 @@
 // back-end's folder defines, but for drainAsRequested.
 #pragma once
 
+#include <chrono>
+
 #include "quillmoor/platform/main_run_loop.h"
 
 namespace quillmoor::platform::posix {
@@ -15,5 +17,17 @@ void requestDrain(RunLoopMode mode) noexcept;
 // Runs what is queued for `mode`, with that mode on top. What is queued later is requested again.
 // An exception in a queued function leaves it; the functions behind that one stay requested.
 void drainAsRequested(RunLoopMode mode);
+
+// Whether the process has the framework's application object. Called from any thread.
+bool hasApplication();
+
+// Waits up to `longest` for the application's next user-interface event, in the mode of modal
+// panels, and sends it. What is requested for that mode is drained meanwhile. Returns true when
+// there was an event. Called on the main thread, and only where there is an application.
+bool sendNextEventOfApplication(std::chrono::milliseconds longest);
+
+// Has `callback` called on the main thread each time an application announces that it will
+// terminate, also one that is made later. Called once, from any thread.
+void observeApplicationEnd(void (*callback)());
 
 }  // namespace quillmoor::platform::posix

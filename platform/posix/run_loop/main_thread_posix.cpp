@@ -21,6 +21,7 @@
 #include "quillmoor/platform/posix/ground/signals_blocked_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "quillmoor/platform/posix/ground/thread_posix.h"
+#include "quillmoor/platform/posix/run_loop/application_posix.h"
 #include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
 
 namespace quillmoor::platform {
@@ -54,16 +55,20 @@ class Completion {
 
 using TerminationObserver = void (*)();
 
-// The observers of the end, which the host announces, or without a host the exit of the process.
+// The observers of the end, which the host or the system's application announces, or without both
+// the exit of the process.
 class TerminationObservers {
   public:
     void add(TerminationObserver observer) {
         const std::lock_guard lock(mutex_);
         if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) return;
         observers_.push_back(observer);
+        if (hostTells_) return;
+        if (!std::exchange(observesApplication_, true))
+            observeApplicationEnd(callTerminationObservers);
         // Once for the process: what atexit(3) has registered cannot be taken back, so the function
-        // itself looks whether a host has taken over.
-        if (!hostTells_ && !atExit_) atExit_ = std::atexit(atEndOfProcess) == 0;
+        // itself looks whether a host or an application announces the end.
+        if (!atExit_) atExit_ = std::atexit(atEndOfProcess) == 0;
     }
 
     void remove(TerminationObserver observer) {
@@ -104,6 +109,7 @@ class TerminationObservers {
     std::mutex mutex_;
     std::vector<TerminationObserver> observers_;
     bool hostTells_ = false;
+    bool observesApplication_ = false;
     bool atExit_ = false;
 };
 
@@ -113,7 +119,7 @@ TerminationObservers& terminationObservers() {
 }
 
 void TerminationObservers::atEndOfProcess() {
-    if (!terminationObservers().hostTells()) terminationObservers().call();
+    if (!terminationObservers().hostTells() && !hasApplication()) terminationObservers().call();
 }
 
 // Set before any other use, so it needs no lock; empty in a program without a host.
@@ -195,7 +201,13 @@ class PosixMainThread final : public MainThread {
     bool sendNextEvent(milliseconds longest) override {
         if (!isMainThread()) return false;
         longest = std::clamp(longest, milliseconds::zero(), kLongestWait);
-        if (!hasRunLoop()) {
+        const bool isServed = hasRunLoop();
+        if (!nextEventOfHost() && hasApplication()) {
+            // In order, and also where the wait is none.
+            if (isServed) MainRunLoop::run(RunLoopMode::ModalPanel, steady_clock::now());
+            return sendNextEventOfApplication(longest);
+        }
+        if (!isServed) {
             // As long as the wait would take: callers repeat it, and must not become busy.
             std::this_thread::sleep_for(longest);
             return false;

@@ -19,5 +19,10 @@ TEST(NoApplication, ARequestRunsNothing) {
     EXPECT_EQ(order, "ab");
 }
 
+TEST(NoApplication, SendsNoEvent) {
+    EXPECT_FALSE(hasApplication());
+    EXPECT_FALSE(sendNextEventOfApplication(std::chrono::milliseconds(0)));
+}
+
 }  // namespace
 }  // namespace quillmoor::platform::posix

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 namespace quillmoor::test {
 
@@ -18,5 +19,24 @@ bool runCocoaUntil(CocoaMode mode, const std::function<bool()>& isDone);
 
 // Has `function` called on the main thread by a timer of the run loop, in the default mode.
 void callByTimer(std::function<void()> function);
+
+// The application object of the process, as long as it lives. It has one event, or none, and runs
+// the run loop while it waits for that.
+class FakeApplication {
+  public:
+    FakeApplication();
+    ~FakeApplication();
+    FakeApplication(const FakeApplication&) = delete;
+    FakeApplication& operator=(const FakeApplication&) = delete;
+
+    bool hasEvent = false;
+    // How it was asked, as "mask mode dequeue".
+    std::string asked;
+    // What is called with the event, and whether it was the one that was returned.
+    std::function<void(bool)> whenSent;
+};
+
+// What NSApplication does on its way out.
+void announceTermination();
 
 }  // namespace quillmoor::test

@@ -38,6 +38,31 @@
 }
 @end
 
+@interface CocoaLoopApplication : NSObject {
+  @public
+    quillmoor::test::FakeApplication* owner;
+    NSObject* event;
+}
+@end
+
+@implementation CocoaLoopApplication
+- (NSObject*)nextEventMatchingMask:(NSUInteger)mask
+                         untilDate:(NSDate*)date
+                            inMode:(NSString*)mode
+                           dequeue:(BOOL)dequeue {
+    owner->asked = (mask == NSUIntegerMax ? "all " : "some ") + std::string([mode UTF8String]) +
+                   (dequeue ? " dequeue" : "");
+    if (owner->hasEvent) return event;
+    while ([date timeIntervalSinceNow] > 0)
+        if (![[NSRunLoop currentRunLoop] runMode:mode beforeDate:date])
+            [NSThread sleepUntilDate:date];
+    return nil;
+}
+- (void)sendEvent:(NSObject*)sent {
+    if (owner->whenSent) owner->whenSent(sent == event);
+}
+@end
+
 namespace quillmoor::test {
 namespace {
 
@@ -99,6 +124,25 @@ void callByTimer(std::function<void()> function) {
                                        selector:@selector(fire:)
                                        userInfo:nil
                                         repeats:NO];
+    }
+}
+
+FakeApplication::FakeApplication() {
+    CocoaLoopApplication* const application = [[CocoaLoopApplication alloc] init];
+    application->owner = this;
+    application->event = [[NSObject alloc] init];
+    NSApp = static_cast<NSApplication*>(static_cast<id>(application));
+}
+
+FakeApplication::~FakeApplication() {
+    NSApp = nil;
+}
+
+void announceTermination() {
+    @autoreleasepool {
+        [[NSNotificationCenter defaultCenter]
+            postNotificationName:NSApplicationWillTerminateNotification
+                          object:nil];
     }
 }
 

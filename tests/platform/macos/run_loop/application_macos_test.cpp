@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -145,6 +148,104 @@ TEST_F(CocoaRunLoop, WhatTheLibrarysOwnWaitHasRunDoesNotRunAgain) {
     EXPECT_EQ(runs, 3);
     perform([&] { ++runs; });
     EXPECT_TRUE(runCocoaUntil(CocoaMode::Default, [&] { return runs == 4; }));
+}
+
+using std::chrono::milliseconds;
+
+// One event, and the wait of a modal panel.
+class CocoaEvents : public CocoaRunLoop {
+  protected:
+    static bool send(int longest) {
+        return nativeMainThread()->sendNextEvent(milliseconds(longest));
+    }
+    test::FakeApplication application_;
+};
+
+TEST_F(CocoaEvents, ASentEventIsTheOneThatTheApplicationReturned) {
+    application_.hasEvent = true;
+    int sent = 0;
+    application_.whenSent = [&](bool same) { sent += same ? 1 : 100; };
+    EXPECT_TRUE(send(10));
+    EXPECT_EQ(sent, 1);
+    EXPECT_EQ(application_.asked, "all NSModalPanelRunLoopMode dequeue");
+}
+
+TEST_F(CocoaEvents, WithoutAnEventNothingIsSent) {
+    application_.whenSent = [](bool) { ADD_FAILURE(); };
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(send(20));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(19));
+}
+
+TEST_F(CocoaEvents, AnotherThreadAsksForNone) {
+    application_.hasEvent = true;
+    std::thread([&] { EXPECT_FALSE(send(1)); }).join();
+    EXPECT_EQ(application_.asked, "");
+}
+
+TEST_F(CocoaEvents, TheWaitRunsWhatIsQueuedForModalPanelsOnly) {
+    int modal = 0;
+    int other = 0;
+    MainRunLoop::postToDefaultMode([&] { ++other; });
+    perform([&] { ++modal; });
+    send(0);
+    EXPECT_EQ(modal, 1);
+    std::thread([&] { perform([&] { ++modal; }); }).join();
+    send(1);
+    EXPECT_EQ(modal, 2);
+    EXPECT_EQ(other, 0);
+    EXPECT_TRUE(runCocoaUntil(CocoaMode::Default, [&] { return other == 1; }));
+}
+
+void sayEnd() {
+    std::fputs("end;", stderr);
+}
+
+using CocoaTerminationDeathTest = CocoaRunLoop;
+
+TEST_F(CocoaTerminationDeathTest, ObserversAreCalledOnceWhenTheApplicationTerminates) {
+    EXPECT_EXIT(
+        {
+            test::FakeApplication application;
+            nativeMainThread()->addTerminationObserver(sayEnd);
+            test::announceTermination();
+            std::fputs("announced;", stderr);
+            test::announceTermination();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "^end;announced;$");
+}
+
+TEST_F(CocoaTerminationDeathTest, AnExitThatTheApplicationDoesNotAnnounceCallsNone) {
+    EXPECT_EXIT(
+        {
+            // Never destroyed, as in an application.
+            new test::FakeApplication;
+            nativeMainThread()->addTerminationObserver(sayEnd);
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "^$");
+}
+
+TEST_F(CocoaTerminationDeathTest, AnObserverOfAnotherThreadIsCalledOnTheMainThread) {
+    EXPECT_EXIT(
+        {
+            std::thread([] { nativeMainThread()->addTerminationObserver(sayEnd); }).join();
+            // Made later.
+            new test::FakeApplication;
+            test::announceTermination();
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), "^end;$");
+}
+
+TEST_F(CocoaTerminationDeathTest, WithoutAnApplicationTheExitOfTheProcessCallsThem) {
+    EXPECT_EXIT(
+        {
+            nativeMainThread()->addTerminationObserver(sayEnd);
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "^end;$");
 }
 
 }  // namespace
