@@ -12,7 +12,8 @@ namespace quillmoor::platform {
 namespace macos {
 namespace {
 
-// A later version of the headers may declare these methods obsolete too, which would be an error here.
+// A later version of the headers may declare these methods obsolete too, which would be an error
+// here.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
