@@ -21,11 +21,13 @@ FOUNDATION_EXPORT NSString* const KXAsyncTaskDataNotification;
 // the process's environment.
 //
 // If a task out-parameter is given, the child is stored there, autoreleased, before it starts, so
-// that another thread can terminate it. The object has -launchPath, -isRunning,
-// -terminationStatus, -terminate and -waitUntilExit. As long as it lives, the pipe of the child's
-// standard input stays open. Where the compiler counts references (ARC), `&task` of a strong
-// variable is the address of a copy, which is assigned after the call: no other thread sees the
-// child in time. Use a form with a time-out on an instance, whose -theTask is the child meanwhile.
+// that another thread can terminate it. The object has -launchPath, -arguments, -environment,
+// -standardOutput (the pipe, nil without one), -launch, -processIdentifier, -isRunning,
+// -terminationStatus, -terminate, -interrupt and -waitUntilExit; other methods of NSTask raise an
+// exception, or do nothing. As long as it lives, the pipe of the child's standard input stays open.
+// Where the compiler counts references (ARC), `&task` of a strong variable is the address of a
+// copy, which is assigned after the call: no other thread sees the child in time. Use a form with a
+// time-out on an instance, whose -theTask is the child meanwhile.
 //
 // A time-out is in seconds, cut to whole ones. A tool that still runs after it is sent one SIGTERM;
 // the method then ends as it would have without it, and the time-out is reported on the console and

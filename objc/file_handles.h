@@ -9,8 +9,8 @@
 
 namespace quillmoor::objc {
 
-// The wrapper of a file of the library, or the one that the file was made of. It
-// writes, reads what is available, seeks to the end and closes; nothing else. nil for null.
+// The wrapper of a file of the library, or the object that the file was made of. It writes, reads
+// what is available, seeks to the end and closes; nothing else. nil for null.
 NSFileHandle* fromFileHandle(const std::shared_ptr<platform::FileHandle>& handle);
 
 // The same file for the library; null for nil.

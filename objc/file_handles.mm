@@ -34,8 +34,8 @@ class AdoptedFileHandle : public FileHandle {
         throwing(
             [&] { [handle() writeData:[NSData dataWithBytes:bytes.data() length:bytes.size()]]; });
     }
-    void seekToEndOfFile() override {
-        throwing([&] { [handle() seekToEndOfFile]; });
+    std::uint64_t seekToEndOfFile() override {
+        return throwing([&] { return std::uint64_t{[handle() seekToEndOfFile]}; });
     }
     std::size_t readAvailableData(ByteBuffer& buffer) override {
         quillmoor::Data data;
@@ -68,10 +68,8 @@ class AdoptedFileHandle : public FileHandle {
     });
 }
 
-// The library's operation returns no offset.
 - (unsigned long long)seekToEndOfFile {
-    raising([&] { _handle->seekToEndOfFile(); });
-    return 0;
+    return raising([&] { return _handle->seekToEndOfFile(); });
 }
 
 - (void)closeFile {

@@ -9,13 +9,12 @@
 
 namespace quillmoor::objc {
 
-// The wrapper of a child of the library, or the one that the child was made of. It
-// has -launchPath, -isRunning, -terminationStatus, -terminate and -waitUntilExit; it cannot be
-// configured. Keeps the child's pipes open. nil for null.
+// The wrapper of a child of the library, or the object that the child was made of. It has the
+// methods that KXTaskEx.h lists. Keeps the child's pipes open. nil for null.
 NSTask* fromTask(const std::shared_ptr<platform::Task>& task);
 
-// The same child for the library; null for nil. A child of the caller's is configured already: only
-// its launch path and its output are read.
+// The same child for the library; null for nil. A child of the caller's is configured already, and
+// cannot be configured again.
 std::shared_ptr<platform::Task> toTask(NSTask* task);
 
 }  // namespace quillmoor::objc

@@ -10,11 +10,32 @@ using namespace quillmoor::objc;
 using quillmoor::platform::FileHandle;
 using quillmoor::platform::Pipe;
 using quillmoor::platform::Task;
+using quillmoor::OptionalEnvironment;
+using quillmoor::StringList;
 
 @interface KXLibraryTask : NSTask {
   @public
     std::shared_ptr<Task> _task;
 }
+@end
+
+// The pipe of a child's output, of which this process has the reading end alone.
+@interface KXLibraryPipe : NSPipe {
+  @public
+    std::shared_ptr<FileHandle> _reading;
+}
+@end
+
+@implementation KXLibraryPipe
+
+- (NSFileHandle*)fileHandleForReading {
+    return raising([&] { return fromFileHandle(_reading); });
+}
+
+- (NSFileHandle*)fileHandleForWriting {
+    return nil;
+}
+
 @end
 
 namespace {
@@ -53,12 +74,24 @@ class AdoptedTask : public Task {
     int terminationStatus() override {
         return throwing([&] { return [task() terminationStatus]; });
     }
+    StringList arguments() override {
+        return throwing([&] { return toArguments([task() arguments]).value_or(StringList()); });
+    }
+    OptionalEnvironment environment() override {
+        return throwing([&] { return toEnvironment([task() environment]); });
+    }
+    int processIdentifier() override {
+        return throwing([&] { return [task() processIdentifier]; });
+    }
     void terminate() override {
         throwing([&] { [task() terminate]; });
     }
+    void interrupt() override {
+        throwing([&] { [task() interrupt]; });
+    }
 
     void setLaunchPath(std::string) override { refuse(); }
-    void setArguments(quillmoor::StringList) override { refuse(); }
+    void setArguments(StringList) override { refuse(); }
     void setEnvironment(quillmoor::Environment) override { refuse(); }
     void setStandardInput(Pipe) override { refuse(); }
     void setStandardOutput(Pipe) override { refuse(); }
@@ -76,12 +109,57 @@ class AdoptedTask : public Task {
     std::shared_ptr<void> object_;
 };
 
+// What is not valid UTF-8 is left out.
+NSDictionary* fromEnvironment(const OptionalEnvironment& environment) {
+    if (!environment) return nil;
+    NSMutableDictionary* variables = [NSMutableDictionary dictionary];
+    for (const auto& [name, value] : *environment) {
+        NSString* key = fromString(std::string_view(name));
+        NSString* text = fromString(std::string_view(value));
+        if (key != nil && text != nil) [variables setObject:text forKey:key];
+    }
+    return variables;
+}
+
+// Not by init, which would open a pipe.
+NSPipe* pipeOf(const std::shared_ptr<FileHandle>& reading) {
+    if (reading == nullptr) return nil;
+    auto* pipe = static_cast<KXLibraryPipe*>(NSAllocateObject([KXLibraryPipe class], 0, nullptr));
+    pipe->_reading = reading;
+    return [pipe autorelease];
+}
+
 }  // namespace
 
 @implementation KXLibraryTask
 
 - (NSString*)launchPath {
     return raising([&] { return fromString(std::string_view(_task->launchPath())); });
+}
+
+- (NSArray*)arguments {
+    return raising([&] { return fromList(_task->arguments()); });
+}
+
+- (NSDictionary*)environment {
+    return raising([&] { return fromEnvironment(_task->environment()); });
+}
+
+// Of a pipe; nil otherwise.
+- (id)standardOutput {
+    return raising([&] { return pipeOf(_task->standardOutput()); });
+}
+
+- (void)launch {
+    raising([&] { _task->launch(); });
+}
+
+- (int)processIdentifier {
+    return raising([&] { return _task->processIdentifier(); });
+}
+
+- (void)interrupt {
+    raising([&] { _task->interrupt(); });
 }
 
 - (BOOL)isRunning {

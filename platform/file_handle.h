@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,7 +38,8 @@ class FileHandle {
     // pipe is full. Throws WriteFailure when the system reports an error.
     virtual void writeData(std::string_view bytes) = 0;
 
-    virtual void seekToEndOfFile() = 0;
+    // Returns the offset of the end.
+    virtual std::uint64_t seekToEndOfFile() = 0;
 
     // From now on each write goes to the end of the file, also after other writers have extended
     // it: data that two writers write in one system call each does not mix. No effect on a pipe.

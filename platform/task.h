@@ -9,9 +9,9 @@
 
 namespace quillmoor::platform {
 
-// One child process, launched at most once. Set up and launched on one thread; isRunning, terminate
-// and waitUntilExit may be called from any thread. A child whose task is released while it runs
-// keeps running and is reaped.
+// One child process, launched at most once. Set up and launched on one thread; isRunning,
+// terminate, interrupt and waitUntilExit may be called from any thread. A child whose task is
+// released while it runs keeps running and is reaped.
 class Task {
   public:
     virtual ~Task() = default;
@@ -19,8 +19,11 @@ class Task {
     virtual void setLaunchPath(std::string path) = 0;
     virtual std::string launchPath() = 0;
     virtual void setArguments(StringList arguments) = 0;
-    // The whole environment; nothing is merged with this process's own.
+    virtual StringList arguments() = 0;
+    // The whole environment; nothing is merged with this process's own. nil until it is set, which
+    // inherits that.
     virtual void setEnvironment(Environment environment) = 0;
+    virtual OptionalEnvironment environment() = 0;
 
     // A stream that is not set is inherited. A pipe for input stays open at both ends until the
     // task is released, so a child that reads it waits; of pipes for output and error this
@@ -51,9 +54,13 @@ class Task {
     // discarded the status. Throws as launch does while the child runs and before the launch.
     virtual int terminationStatus() = 0;
 
-    // Sends one SIGTERM to the child alone, and nothing when it has ended. Throws as launch does
-    // before the launch.
+    // 0 before the launch. Kept when the child has ended: another process may have it then.
+    virtual int processIdentifier() = 0;
+
+    // Send one SIGTERM, or SIGINT, to the child alone, and nothing when it has ended. Throw as
+    // launch does before the launch.
     virtual void terminate() = 0;
+    virtual void interrupt() = 0;
 };
 
 // May be called from any thread.

@@ -50,7 +50,9 @@ class RecordingTask : public platform::Task {
     void setLaunchPath(std::string path) override { path_ = std::move(path); }
     std::string launchPath() override { return path_; }
     void setArguments(StringList arguments) override { arguments_ = std::move(arguments); }
+    StringList arguments() override { return arguments_; }
     void setEnvironment(Environment) override {}
+    OptionalEnvironment environment() override { return std::nullopt; }
     void setStandardInput(platform::Pipe) override {}
     void setStandardOutput(platform::Pipe) override {}
     void setStandardOutput(std::shared_ptr<platform::FileHandle>) override {}
@@ -61,7 +63,9 @@ class RecordingTask : public platform::Task {
     bool isRunning() override { return false; }
     void waitUntilExit() override { launched_.push_back("waited"); }
     int terminationStatus() override { return 1; }
+    int processIdentifier() override { return 0; }
     void terminate() override {}
+    void interrupt() override {}
 
   private:
     StringList& launched_;

@@ -16,7 +16,7 @@ class KeptLogFile : public platform::FileHandle {
         const std::lock_guard lock(mutex_);
         text_ += bytes;
     }
-    void seekToEndOfFile() override {}
+    std::uint64_t seekToEndOfFile() override { return 0; }
     std::size_t readAvailableData(platform::ByteBuffer&) override { return 0; }
     void closeFile() override {}
     std::string text() {

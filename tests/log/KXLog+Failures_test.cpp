@@ -194,9 +194,9 @@ TEST_F(ContinuedLog, CountsTheNewlineAfterAHalfLine) {
 class FailsToSeekOnce : public test::ForwardingFileHandle {
   public:
     using ForwardingFileHandle::ForwardingFileHandle;
-    void seekToEndOfFile() override {
+    std::uint64_t seekToEndOfFile() override {
         if (std::exchange(isFirst, false)) throw platform::Exception("Bad", "no seeking");
-        ForwardingFileHandle::seekToEndOfFile();
+        return ForwardingFileHandle::seekToEndOfFile();
     }
     static inline bool isFirst = true;
 };

@@ -24,6 +24,13 @@ TEST(FileHandles, ReleasesTheFileWithItsLastWrapper) {
     EXPECT_TRUE(watched.expired());
 }
 
+TEST(FileHandles, ReturnTheOffsetOfTheEnd) {
+    TempFolder folder;
+    NSFileHandle* handle = fromFileHandle(
+        platform::native().fileHandles->openForWriting(folder.writeFile("file", "12345")));
+    EXPECT_EQ([handle seekToEndOfFile], 5U);
+}
+
 TEST(FileHandles, ReadsAHandleOfTheCaller) {
     NSPipe* pipe = [NSPipe pipe];
     [[pipe fileHandleForWriting] writeData:[NSData dataWithBytes:"abc" length:3]];

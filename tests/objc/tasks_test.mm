@@ -4,6 +4,8 @@
 #include "quillmoor/platform/platform.h"
 #include "tests/objc/objc_support.h"
 
+#include <signal.h>
+
 namespace quillmoor::test {
 
 using namespace objc;
@@ -32,6 +34,46 @@ TEST(Tasks, RaiseWhatTheLibraryThrows) {
     NSTask* object = fromTask(task);
     EXPECT_EQ(nameOfRaised([&] { [object terminate]; }), "NSInvalidArgumentException");
     EXPECT_EQ(nameOfRaised([&] { [object waitUntilExit]; }), "NSInvalidArgumentException");
+}
+
+// The commands of a shell, with a pipe for the output.
+std::shared_ptr<platform::Task> shell(const std::string& commands) {
+    auto task = platform::native().tasks->makeTask();
+    task->setLaunchPath("/bin/sh");
+    task->setArguments({"-c", commands});
+    task->setEnvironment({{"KX_VALUE", "own"}});
+    task->setStandardOutput(platform::native().fileHandles->makePipe());
+    return task;
+}
+
+TEST(Tasks, SayWhatTheyWereSetUpWith) {
+    NSTask* object = fromTask(shell("exit 0"));
+    EXPECT_EQ(textOf([[object arguments] componentsJoinedByString:@" "]), "-c exit 0");
+    EXPECT_EQ(textOf([[object environment] objectForKey:@"KX_VALUE"]), "own");
+    NSTask* bare = fromTask(platform::native().tasks->makeTask());
+    EXPECT_EQ([[bare arguments] count], 0U);
+    EXPECT_EQ([bare environment], nil);
+    EXPECT_EQ([bare standardOutput], nil);
+}
+
+TEST(Tasks, CanBeLaunchedAndRead) {
+    NSTask* object = fromTask(shell("printf $$"));
+    EXPECT_EQ([object processIdentifier], 0);
+    [object launch];
+    NSFileHandle* output = [[object standardOutput] fileHandleForReading];
+    NSData* data = [output availableData];
+    EXPECT_EQ(std::string(static_cast<const char*>([data bytes]), [data length]),
+              std::to_string([object processIdentifier]));
+    [object waitUntilExit];
+}
+
+TEST(Tasks, CanBeInterrupted) {
+    NSTask* object = fromTask(shell("exec sleep 1000"));
+    EXPECT_EQ(nameOfRaised([&] { [object interrupt]; }), "NSInvalidArgumentException");
+    [object launch];
+    [object interrupt];
+    [object waitUntilExit];
+    EXPECT_EQ([object terminationStatus], SIGINT);
 }
 
 TEST(Tasks, OfACallerCannotBeConfigured) {

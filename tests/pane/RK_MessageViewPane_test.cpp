@@ -192,7 +192,7 @@ TEST_F(Pane, TheButtonLogsNothingWhateverFails) {
       public:
         std::atomic<int> lines{0};
         void writeData(std::string_view) override { ++lines; }
-        void seekToEndOfFile() override {}
+        std::uint64_t seekToEndOfFile() override { return 0; }
         std::size_t readAvailableData(platform::ByteBuffer&) override { return 0; }
         void closeFile() override {}
     };

@@ -160,7 +160,7 @@ class ForwardingFileHandle : public platform::FileHandle {
     explicit ForwardingFileHandle(std::shared_ptr<platform::FileHandle> next)
         : next_(std::move(next)) {}
     void writeData(std::string_view bytes) override { next_->writeData(bytes); }
-    void seekToEndOfFile() override { next_->seekToEndOfFile(); }
+    std::uint64_t seekToEndOfFile() override { return next_->seekToEndOfFile(); }
     void writeAtEndOnly() override { next_->writeAtEndOnly(); }
     std::size_t readAvailableData(platform::ByteBuffer& buffer) override {
         return next_->readAvailableData(buffer);
@@ -184,9 +184,11 @@ class ForwardingTask : public platform::Task {
     void setLaunchPath(std::string path) override { next_->setLaunchPath(std::move(path)); }
     std::string launchPath() override { return next_->launchPath(); }
     void setArguments(StringList arguments) override { next_->setArguments(std::move(arguments)); }
+    StringList arguments() override { return next_->arguments(); }
     void setEnvironment(Environment environment) override {
         next_->setEnvironment(std::move(environment));
     }
+    OptionalEnvironment environment() override { return next_->environment(); }
     void setStandardInput(platform::Pipe pipe) override {
         next_->setStandardInput(std::move(pipe));
     }
@@ -209,7 +211,9 @@ class ForwardingTask : public platform::Task {
     bool isRunning() override { return next_->isRunning(); }
     void waitUntilExit() override { next_->waitUntilExit(); }
     int terminationStatus() override { return next_->terminationStatus(); }
+    int processIdentifier() override { return next_->processIdentifier(); }
     void terminate() override { next_->terminate(); }
+    void interrupt() override { next_->interrupt(); }
 
   private:
     std::shared_ptr<platform::Task> next_;

@@ -31,7 +31,10 @@ class ScriptedHandle : public platform::FileHandle {
     const std::string& name() const { return name_; }
 
     void writeData(std::string_view) override { journal_.note("write " + name_); }
-    void seekToEndOfFile() override { journal_.note("seek " + name_); }
+    std::uint64_t seekToEndOfFile() override {
+        journal_.note("seek " + name_);
+        return 0;
+    }
     std::size_t readAvailableData(platform::ByteBuffer& buffer) override {
         journal_.note("read " + name_);
         if (chunks_.empty()) return 0;
@@ -94,6 +97,9 @@ class ScriptedTask : public platform::Task {
         path_ = std::move(path);
     }
     std::string launchPath() override { return path_; }
+    StringList arguments() override { return {}; }
+    OptionalEnvironment environment() override { return std::nullopt; }
+    int processIdentifier() override { return 0; }
     void setArguments(StringList arguments) override {
         std::string step = "arguments";
         for (const std::string& argument : arguments) step += " '" + argument + "'";
@@ -137,6 +143,7 @@ class ScriptedTask : public platform::Task {
         return script_.status;
     }
     void terminate() override { journal_.note("terminate"); }
+    void interrupt() override { journal_.note("interrupt"); }
 
   private:
     void note(const std::string& stream, const std::shared_ptr<platform::FileHandle>& handle) {

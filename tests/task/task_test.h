@@ -58,7 +58,7 @@ class RecordingConsole : public ForwardingConsole {
 class RecordingLogFile : public platform::FileHandle {
   public:
     void writeData(std::string_view bytes) override { lines.add(std::string(bytes)); }
-    void seekToEndOfFile() override {}
+    std::uint64_t seekToEndOfFile() override { return 0; }
     std::size_t readAvailableData(platform::ByteBuffer&) override { return 0; }
     void closeFile() override {}
 

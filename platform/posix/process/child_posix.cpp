@@ -112,8 +112,16 @@ std::optional<int> Child::status() {
 }
 
 void Child::terminate() {
+    send(SIGTERM);
+}
+
+void Child::interrupt() {
+    send(SIGINT);
+}
+
+void Child::send(int signal) {
     const std::lock_guard lock(mutex_);
-    if (!collectIfEnded()) signalChild(exit_, pid_, SIGTERM);
+    if (!collectIfEnded()) signalChild(exit_, pid_, signal);
 }
 
 }  // namespace quillmoor::platform::posix

@@ -50,8 +50,11 @@ class Child {
     void wait();
     // nil while it runs.
     std::optional<int> status();
-    // Sends one SIGTERM, nothing when the child has ended.
+    // Send one SIGTERM, or SIGINT, and nothing when the child has ended.
     void terminate();
+    void interrupt();
+
+    pid_t processIdentifier() const { return pid_; }
 
     // Readable once the child has ended; -1 where the system has no such descriptor.
     int exitDescriptor() const { return exit_.get(); }
@@ -61,6 +64,7 @@ class Child {
 
   private:
     bool collectIfEnded();
+    void send(int signal);
 
     std::mutex mutex_;
     pid_t pid_ = -1;

@@ -83,9 +83,11 @@ void DescriptorHandle::writeData(std::string_view bytes) {
     }
 }
 
-void DescriptorHandle::seekToEndOfFile() {
+std::uint64_t DescriptorHandle::seekToEndOfFile() {
     const Use use(*this, kSearched);
-    if (systemCalls().lseek(descriptor_.get(), 0, SEEK_END) < 0) throwRefused(kSearched, errno);
+    const off_t end = systemCalls().lseek(descriptor_.get(), 0, SEEK_END);
+    if (end < 0) throwRefused(kSearched, errno);
+    return static_cast<std::uint64_t>(end);
 }
 
 void DescriptorHandle::writeAtEndOnly() {
@@ -147,8 +149,9 @@ void NullDeviceHandle::writeData(std::string_view) {
     check(kWritten);
 }
 
-void NullDeviceHandle::seekToEndOfFile() {
+std::uint64_t NullDeviceHandle::seekToEndOfFile() {
     check(kSearched);
+    return 0;
 }
 
 std::size_t NullDeviceHandle::readAvailableData(ByteBuffer&) {

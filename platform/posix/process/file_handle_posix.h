@@ -19,7 +19,7 @@ class DescriptorHandle final : public FileHandle {
     DescriptorHandle& operator=(const DescriptorHandle&) = delete;
 
     void writeData(std::string_view bytes) override;
-    void seekToEndOfFile() override;
+    std::uint64_t seekToEndOfFile() override;
     void writeAtEndOnly() override;
     std::size_t readAvailableData(ByteBuffer& buffer) override;
     void closeFile() override;
@@ -50,7 +50,7 @@ class DescriptorHandle final : public FileHandle {
 class NullDeviceHandle final : public FileHandle {
   public:
     void writeData(std::string_view bytes) override;
-    void seekToEndOfFile() override;
+    std::uint64_t seekToEndOfFile() override;
     std::size_t readAvailableData(ByteBuffer& buffer) override;
     void closeFile() override;
 

@@ -46,9 +46,11 @@ class PosixTask final : public Task {
     void setLaunchPath(std::string path) override { setup_.path = std::move(path); }
     std::string launchPath() override { return setup_.path; }
     void setArguments(StringList arguments) override { setup_.arguments = std::move(arguments); }
+    StringList arguments() override { return setup_.arguments; }
     void setEnvironment(Environment environment) override {
         setup_.environment = std::move(environment);
     }
+    OptionalEnvironment environment() override { return setup_.environment; }
 
     void setStandardInput(Pipe pipe) override { input_ = std::move(pipe); }
     void setStandardOutput(Pipe pipe) override {
@@ -104,7 +106,13 @@ class PosixTask final : public Task {
         return *status;
     }
 
+    int processIdentifier() override {
+        const auto launched = child();
+        return launched != nullptr ? launched->processIdentifier() : 0;
+    }
+
     void terminate() override { launchedChild()->terminate(); }
+    void interrupt() override { launchedChild()->interrupt(); }
 
   private:
     struct Output {

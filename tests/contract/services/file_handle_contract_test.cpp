@@ -95,7 +95,7 @@ TEST_P(FileHandleContract, AFileIsWrittenFromItsStartAndKeepsTheRest) {
     ASSERT_NE(file, nullptr);
     file->writeData("ab");
     EXPECT_EQ(test::readFile(path), "ab23456789");
-    file->seekToEndOfFile();
+    EXPECT_EQ(file->seekToEndOfFile(), 10U);
     file->writeData("c");
     EXPECT_EQ(test::readFile(path), "ab23456789c");
 }

@@ -222,7 +222,29 @@ TEST_P(TaskContract, BeforeTheLaunchThereIsNothingToWaitFor) {
     const std::string notLaunched = "NSInvalidArgumentException: task not launched";
     EXPECT_EQ(exceptionOf([&] { task->waitUntilExit(); }), notLaunched);
     EXPECT_EQ(exceptionOf([&] { task->terminate(); }), notLaunched);
+    EXPECT_EQ(exceptionOf([&] { task->interrupt(); }), notLaunched);
     EXPECT_EQ(exceptionOf([&] { task->terminationStatus(); }), notLaunched);
+    EXPECT_EQ(task->processIdentifier(), 0);
+}
+
+TEST_P(TaskContract, ReturnsWhatWasSet) {
+    const auto task = taskOf("exit_with", {"0", "a b"});
+    EXPECT_EQ(task->arguments(), (StringList{"0", "a b"}));
+    EXPECT_EQ(task->environment(), std::nullopt);
+    task->setEnvironment({{"NAME", "value"}});
+    EXPECT_EQ(task->environment(), (Environment{{"NAME", "value"}}));
+}
+
+TEST_P(TaskContract, InterruptingEndsTheChildThatHasTheIdentifier) {
+    const auto task = taskOf("hang", {folder_ / "pid"});
+    task->launch();
+    const pid_t pid = test::pidIn(folder_ / "pid");
+    EXPECT_EQ(task->processIdentifier(), pid);
+    task->interrupt();
+    task->waitUntilExit();
+    EXPECT_EQ(task->terminationStatus(), SIGINT);
+    EXPECT_EQ(task->processIdentifier(), pid);
+    task->interrupt();
 }
 
 TEST_P(TaskContract, ARunningChildHasNoStatusYet) {
