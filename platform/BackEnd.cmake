@@ -16,6 +16,8 @@ set(KX_HOOKS
         isFirstThread
     posix/run_loop/application_posix.h
         requestDrain hasApplication sendNextEventOfApplication observeApplicationEnd
+    posix/run_loop/console_posix.h
+        logToSystem
     posix/process/child_system_posix.h
         closeAllButStandardStreams ownEnvironment openExitDescriptor waitForChild signalChild
         enlargePipe

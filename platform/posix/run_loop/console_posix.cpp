@@ -14,6 +14,7 @@
 #include "quillmoor/platform/posix/ground/broken_pipe_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "quillmoor/platform/posix/ground/thread_id_posix.h"
+#include "quillmoor/platform/posix/run_loop/console_posix.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -50,6 +51,7 @@ std::string programName() {
 class PosixConsole : public Console {
   public:
     void log(std::string_view text) override {
+        if (posix::logToSystem(text)) return;
         // Never destroyed: threads may log while the process exits.
         static const auto& name = *new std::string(programName());
         // One text and so usually one write: lines of several threads are not mixed.

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace quillmoor::test {
 
@@ -34,6 +35,17 @@ class FakeApplication {
     std::string asked;
     // What is called with the event, and whether it was the one that was returned.
     std::function<void(bool)> whenSent;
+};
+
+// Takes the lines of NSLog, in place of standard error, as long as it lives.
+class RecordedLog {
+  public:
+    RecordedLog();
+    ~RecordedLog();
+    RecordedLog(const RecordedLog&) = delete;
+    RecordedLog& operator=(const RecordedLog&) = delete;
+
+    const std::vector<std::string>& lines() const;
 };
 
 // What NSApplication does on its way out.

@@ -127,6 +127,31 @@ void callByTimer(std::function<void()> function) {
     }
 }
 
+namespace {
+
+NSLog_printf_handler* previousLog = nullptr;
+std::vector<std::string> recordedLines;
+
+void record(NSString* line) {
+    recordedLines.emplace_back([line UTF8String]);
+}
+
+}  // namespace
+
+RecordedLog::RecordedLog() {
+    previousLog = _NSLog_printf_handler;
+    _NSLog_printf_handler = record;
+    recordedLines.clear();
+}
+
+RecordedLog::~RecordedLog() {
+    _NSLog_printf_handler = previousLog;
+}
+
+const std::vector<std::string>& RecordedLog::lines() const {
+    return recordedLines;
+}
+
 FakeApplication::FakeApplication() {
     CocoaLoopApplication* const application = [[CocoaLoopApplication alloc] init];
     application->owner = this;
