@@ -10,7 +10,8 @@ from compiled_code import INSTALL_NAME, back_end_sources
 
 MH_DYLIB, LC_ID_DYLIB = 6, 0xD
 SELECTOR = re.compile(r"^([+-]) (\w+) (\S+) (.+)$", re.MULTILINE)
-PARENTS = {"KXLibraryData": "NSData", "KXLibraryFileHandle": "NSFileHandle", "KXLibraryTask": "NSTask",
+PARENTS = {"KXLibraryData": "NSData", "KXLibraryFileHandle": "NSFileHandle", "KXLibraryPipe": "NSPipe",
+           "KXLibraryTask": "NSTask",
            "KXLibraryWriteQueue": "NSOperationQueue", "KXFileOperation": "NSObject"}
 
 # The codes of the types in the table; any other type there is one of objects. BOOL is another on each processor.

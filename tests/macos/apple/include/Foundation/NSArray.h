@@ -9,6 +9,7 @@ NS_ASSUME_NONNULL_BEGIN
 @interface NSArray<__covariant ObjectType> : NSObject <NSCopying, NSFastEnumeration>
 + (instancetype)array;
 + (instancetype)arrayWithObject:(ObjectType)object;
++ (instancetype)arrayWithObjects:(ObjectType)first, ... NS_REQUIRES_NIL_TERMINATION;
 @end
 
 @interface NSMutableArray<ObjectType> : NSArray <ObjectType>

@@ -6,5 +6,6 @@
 typedef double NSTimeInterval;
 
 @interface NSDate : NSObject <NSCopying>
++ (instancetype)dateWithTimeIntervalSinceNow:(NSTimeInterval)seconds;
 @property(readonly) NSTimeInterval timeIntervalSince1970;
 @end

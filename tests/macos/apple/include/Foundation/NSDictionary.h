@@ -9,6 +9,7 @@ NS_ASSUME_NONNULL_BEGIN
 @interface NSDictionary<__covariant KeyType, __covariant ObjectType>
     : NSObject <NSCopying, NSFastEnumeration>
 + (instancetype)dictionary;
++ (instancetype)dictionaryWithObject:(ObjectType)object forKey:(KeyType<NSCopying>)key;
 - (nullable ObjectType)objectForKey:(KeyType)key;
 @end
 

@@ -11,6 +11,17 @@ typedef NSString* NSNotificationName;
 @interface NSNotification : NSObject <NSCopying>
 @property(readonly, copy) NSNotificationName name;
 @property(nullable, readonly, copy) NSDictionary* userInfo;
++ (instancetype)notificationWithName:(NSNotificationName)name
+                              object:(nullable id)object
+                            userInfo:(nullable NSDictionary*)userInfo;
+@end
+
+@interface NSNotificationCenter : NSObject
+@property(class, readonly, strong) NSNotificationCenter* defaultCenter;
+- (void)addObserver:(id)observer
+           selector:(SEL)selector
+               name:(nullable NSNotificationName)name
+             object:(nullable id)object;
 @end
 
 NS_ASSUME_NONNULL_END

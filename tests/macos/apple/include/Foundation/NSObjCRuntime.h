@@ -6,6 +6,8 @@
 #include <stddef.h>
 
 #define FOUNDATION_EXPORT extern "C"
+#define NS_REQUIRES_NIL_TERMINATION __attribute__((sentinel(0, 1)))
+#define NSUIntegerMax (~(NSUInteger)0)
 #define NS_FORMAT_FUNCTION(text, arguments) __attribute__((format(__NSString__, text, arguments)))
 #define NS_SWIFT_NAME(name) __attribute__((swift_name(#name)))
 #define NS_SWIFT_UNAVAILABLE(message) \
@@ -18,3 +20,6 @@
 #define NS_OPTIONS(type, name) \
     enum name : type name;     \
     enum name : type
+
+@class NSString;
+FOUNDATION_EXPORT void NSLog(NSString* format, ...) NS_FORMAT_FUNCTION(1, 2);

@@ -20,6 +20,7 @@ enum : NSStringEncoding { NSASCIIStringEncoding = 1, NSUTF8StringEncoding = 4 };
 - (nullable instancetype)initWithBytes:(const void*)bytes
                                 length:(NSUInteger)length
                               encoding:(NSStringEncoding)encoding;
+- (nullable instancetype)initWithData:(NSData*)data encoding:(NSStringEncoding)encoding;
 - (instancetype)initWithFormat:(NSString*)format
                      arguments:(va_list)arguments NS_FORMAT_FUNCTION(1, 0);
 + (instancetype)stringWithCharacters:(const unichar*)characters length:(NSUInteger)length;

@@ -5,13 +5,17 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-@class NSString;
+@class NSArray, NSDictionary, NSString;
 
 @interface NSTask : NSObject
 @property(nullable, copy) NSString* launchPath;
+@property(nullable, copy) NSArray* arguments;
+@property(nullable, copy) NSDictionary* environment;
 @property(nullable, retain) id standardOutput;
+@property(readonly) int processIdentifier;
 @property(readonly, getter=isRunning) BOOL running;
 @property(readonly) int terminationStatus;
+- (void)interrupt;
 - (void)launch;
 - (void)terminate;
 - (void)waitUntilExit;

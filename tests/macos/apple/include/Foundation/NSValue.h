@@ -19,6 +19,7 @@ NS_ASSUME_NONNULL_BEGIN
 + (NSNumber*)numberWithBool:(BOOL)value;
 + (NSNumber*)numberWithDouble:(double)value;
 + (NSNumber*)numberWithLong:(long)value;
++ (NSNumber*)numberWithLongLong:(long long)value;
 @end
 
 NS_ASSUME_NONNULL_END

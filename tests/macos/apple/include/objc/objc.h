@@ -12,6 +12,8 @@ typedef signed char BOOL;
 #define nil nullptr
 #define Nil nullptr
 
+typedef void (*IMP)(void);
+
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
 

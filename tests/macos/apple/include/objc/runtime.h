@@ -2,5 +2,11 @@
 #pragma once
 
 #include <objc/objc.h>
+#include <stddef.h>
 
-extern "C" const char* sel_getName(SEL selector);
+extern "C" {
+const char* sel_getName(SEL selector);
+Class objc_allocateClassPair(Class superclass, const char* name, size_t extraBytes);
+void objc_registerClassPair(Class made);
+BOOL class_addMethod(Class changed, SEL selector, IMP method, const char* types);
+}
