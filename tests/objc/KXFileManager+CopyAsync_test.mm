@@ -3,7 +3,7 @@
 using namespace quillmoor::test;
 using quillmoor::StringList;
 
-// Implements all four notices.
+// Implements all four notices. They hold the delegate, and are forgotten at the end of a test.
 @interface CopyDelegate : NSObject {
   @public
     NSMutableArray* notices;
@@ -43,6 +43,9 @@ using quillmoor::StringList;
 - (void)fileOperationFinished:(NSDictionary*)notice {
     ADD_FAILURE();
 }
+- (void)forget {
+    [notices removeAllObjects];
+}
 @end
 
 // Implements only the forms without the operation.
@@ -59,6 +62,10 @@ using quillmoor::StringList;
 }
 - (void)fileOperationFinished:(NSDictionary*)notice {
     finished = [notice copy];
+}
+- (void)forget {
+    [finished release];
+    finished = nil;
 }
 @end
 
@@ -99,6 +106,7 @@ TEST(KXFileManager, copyFileWithProgress_destination_delegate_object_) {
     EXPECT_EQ(value(delegate->finished, @"object"), "one");
     EXPECT_EQ([delegate->finished objectForKey:@"object2"], nil);
     EXPECT_FALSE([KXFileManager copyFileWithProgress:nil destination:nil delegate:nil object:nil]);
+    [delegate forget];
 }
 
 TEST(KXFileManager, copyFileWithProgress_destination_delegate_object_object_) {
@@ -123,6 +131,7 @@ TEST(KXFileManager, copyFileWithProgress_destination_delegate_object_object_) {
                                             delegate:delegate
                                               object:nil
                                               object:nil]);
+    [delegate forget];
 }
 
 TEST(KXFileManager, cancelFileOperation_) {
@@ -146,6 +155,7 @@ TEST(KXFileManager, cancelFileOperation_) {
     // One that has ended, and none.
     [KXFileManager cancelFileOperation:delegate->operation];
     [KXFileManager cancelFileOperation:nullptr];
+    [delegate forget];
 }
 
 TEST(ObjcCopy, KeepsItsDelegateUntilTheEnd) {
@@ -161,8 +171,7 @@ TEST(ObjcCopy, KeepsItsDelegateUntilTheEnd) {
     EXPECT_GT([delegate retainCount], 1U);
     pool = [[NSAutoreleasePool alloc] init];
     runUntil([&] { return isFinished(delegate->notices); });
-    // The notice holds the delegate as well.
-    [delegate->notices removeAllObjects];
+    [delegate forget];
     [pool drain];
     runUntil([&] { return [delegate retainCount] == 1; });
     EXPECT_EQ([delegate retainCount], 1U);
@@ -180,4 +189,5 @@ TEST(ObjcCopy, ReportsWhatItsDelegateRaises) {
     runUntil([&] { return isFinished(delegate->notices); });
     EXPECT_EQ(world.logged(),
               StringList{"Exception in fileOperationFinished:fileOperation:. Bad - no path."});
+    [delegate forget];
 }

@@ -1,5 +1,6 @@
 // Attributes, waiting, names, colour labels and archives.
 #include "tests/objc/files_world.h"
+#include "tests/task/held_time.h"
 
 using namespace quillmoor::test;
 using quillmoor::StringList;
@@ -53,6 +54,7 @@ TEST(KXFileManager, setPosixPermissions_forFile_) {
 }
 TEST(KXFileManager, touchFile_) {
     FilesWorld world;
+    const HeldTime time(world.platform_);
     EXPECT_TRUE([KXFileManager touchFile:world.file("a")]);
     EXPECT_EQ(world.tasks_.launched.front(), "/usr/bin/touch -c " + world.at("a"));
     EXPECT_EQ(world.applications_.noted, StringList{world.at("a")});
@@ -69,6 +71,7 @@ TEST(KXFileManager, touchFile_setCreationDate_) {
         }
     } dates;
     FilesWorld world;
+    const HeldTime time(world.platform_);
     NSString* path = world.file("a");
     world.platform_->attributes = &dates;
     EXPECT_TRUE([KXFileManager touchFile:path setCreationDate:NO]);

@@ -187,7 +187,8 @@ TEST(KXLogObject, writeQueue) {
 TEST(KXLogObject, setWriteQueue_) {
     OpenLogWorld world;
     NSOperationQueue* const before = [[KXLog sharedController] writeQueue];
-    NSOperationQueue* const queue = [[[NSOperationQueue alloc] init] autorelease];
+    // Kept until the process exits, even if the test is repeated.
+    static NSOperationQueue* const queue = [[NSOperationQueue alloc] init];
     [[KXLog sharedController] setWriteQueue:queue];
     EXPECT_EQ([[KXLog sharedController] writeQueue], queue);
     [KXLog fastAppendLog:@"one"];

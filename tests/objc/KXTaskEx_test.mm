@@ -5,6 +5,7 @@
 #include "quillmoor/platform/platform.h"
 #include "tests/objc/log_world.h"
 #include "tests/objc/objc_support.h"
+#include "tests/task/held_time.h"
 
 using namespace quillmoor::test;
 using quillmoor::StringList;
@@ -68,6 +69,7 @@ TEST(KXTaskEx, runTaskAndReturn_arguments_) {
 
 TEST(KXTaskEx, runTask_arguments_timeout_) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
     TempFolder folder;
     [KXTaskEx
           runTask:kShell
@@ -86,6 +88,7 @@ TEST(KXTaskEx, stringFromTask_arguments_) {
 
 TEST(KXTaskEx, stringFromTask_arguments_timeout_) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
     EXPECT_EQ(textOf([KXTaskEx stringFromTask:kShell arguments:script(@"echo one") timeout:30]),
               "one\n");
     EXPECT_EQ([KXTaskEx stringFromTask:kShell arguments:script(@"printf '\\303\\251'") timeout:30],
@@ -95,6 +98,7 @@ TEST(KXTaskEx, stringFromTask_arguments_timeout_) {
 
 TEST(KXTaskEx, stringFromTask_arguments_encoding_timeout_) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
     NSArray* arguments = script(@"printf '\\303\\251'");
     EXPECT_EQ(textOf([KXTaskEx stringFromTask:kShell
                                     arguments:arguments
@@ -188,6 +192,7 @@ TEST(KXTaskEx, dataFromTask_arguments_task_environment_logOutput_) {
 
 TEST(KXTaskEx, dataFromTask_arguments_timeout_) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
     EXPECT_EQ(bytesOf([KXTaskEx dataFromTask:kShell arguments:script(@"printf one") timeout:30]),
               "one");
     EXPECT_EQ([KXTaskEx dataFromTask:nil arguments:nil timeout:30], nil);
@@ -209,6 +214,7 @@ TEST(KXTaskEx, terminationCodeFromTask_arguments_task_) {
 
 TEST(KXTaskEx, terminationCodeFromTask_arguments_timeout_) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
     EXPECT_EQ([KXTaskEx terminationCodeFromTask:kShell arguments:script(@"exit 7") timeout:30], 7);
     EXPECT_EQ([KXTaskEx terminationCodeFromTask:nil arguments:nil timeout:30], -1);
 }
@@ -234,11 +240,13 @@ TEST(KXTaskExObject, runTask_arguments_timeout_) {
     [runner runTask:kShell arguments:script(@"exec sleep 100") timeout:1.9];
     EXPECT_EQ(world.written(), StringList{"Task /bin/sh timed out. Terminating..."});
     EXPECT_EQ([runner theTask], nil);
+    const HeldTime time(world.platform_);
     [runner runTask:nil arguments:nil timeout:30];
 }
 
 TEST(KXTaskExObject, dataFromTask_arguments_timeout_) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
     KXTaskEx* runner = [[[KXTaskEx alloc] init] autorelease];
     EXPECT_EQ(bytesOf([runner dataFromTask:kShell arguments:script(@"printf one") timeout:30]),
               "one");
@@ -250,6 +258,7 @@ TEST(KXTaskExObject, terminationCodeFromTask_arguments_timeout_) {
     KXTaskEx* runner = [[[KXTaskEx alloc] init] autorelease];
     EXPECT_EQ([runner terminationCodeFromTask:kShell arguments:script(@"exec sleep 100") timeout:1],
               SIGTERM);
+    const HeldTime time(world.platform_);
     EXPECT_EQ([runner terminationCodeFromTask:nil arguments:nil timeout:30], -1);
 }
 

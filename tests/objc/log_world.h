@@ -20,6 +20,7 @@ struct LogWorld : LogTest {
 struct OpenLogWorld : OpenLog {
     using OpenLog::console_;
     using OpenLog::logPath;
+    using OpenLog::platform_;
     using OpenLog::written;
 
   private:

@@ -9,8 +9,10 @@ namespace quillmoor::test {
 
 using namespace objc;
 
+// The queues are static: queues exist until the process exits, and a test may be repeated.
+
 TEST(WriteQueues, HaveOneObjectEach) {
-    WriteQueue* const queue = WriteQueue::create([](std::string_view) {});
+    static WriteQueue* const queue = WriteQueue::create([](std::string_view) {});
     EXPECT_EQ(fromWriteQueue(queue), fromWriteQueue(queue));
     EXPECT_EQ(toWriteQueue(fromWriteQueue(queue)), queue);
     EXPECT_EQ(fromWriteQueue(nullptr), nil);
@@ -18,8 +20,10 @@ TEST(WriteQueues, HaveOneObjectEach) {
 }
 
 TEST(WriteQueues, CountAndWaitForTheMessages) {
-    std::atomic<bool> mayWrite = false;
-    WriteQueue* const queue = WriteQueue::create([&](std::string_view) { mayWrite.wait(false); });
+    static std::atomic<bool> mayWrite;
+    static WriteQueue* const queue =
+        WriteQueue::create([](std::string_view) { mayWrite.wait(false); });
+    mayWrite = false;
     queue->add("one");
     queue->add("two");
     EXPECT_EQ([fromWriteQueue(queue) operationCount], 2U);
@@ -30,7 +34,7 @@ TEST(WriteQueues, CountAndWaitForTheMessages) {
 }
 
 TEST(WriteQueues, KeepAQueueOfTheCaller) {
-    NSOperationQueue* const queue = [[[NSOperationQueue alloc] init] autorelease];
+    static NSOperationQueue* const queue = [[NSOperationQueue alloc] init];
     EXPECT_EQ(toWriteQueue(queue), toWriteQueue(queue));
     EXPECT_EQ(fromWriteQueue(toWriteQueue(queue)), queue);
 }
