@@ -158,7 +158,6 @@ NSData* fromData(const std::optional<Data>& data) {
 }
 
 Data toData(NSData* data) {
-    if (data == nil) return Data();
     NSData* immutable = [[data copy] autorelease];
     return Data(toObject(immutable), static_cast<const char*>([immutable bytes]),
                 [immutable length]);

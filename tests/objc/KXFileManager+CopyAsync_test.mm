@@ -52,6 +52,7 @@ using quillmoor::StringList;
 @interface PlainDelegate : NSObject {
   @public
     NSDictionary* finished;
+    int progresses;
 }
 @end
 
@@ -59,6 +60,9 @@ using quillmoor::StringList;
 - (void)dealloc {
     [finished release];
     [super dealloc];
+}
+- (void)fileOperationProgress:(NSDictionary*)notice {
+    ++progresses;
 }
 - (void)fileOperationFinished:(NSDictionary*)notice {
     finished = [notice copy];
@@ -155,6 +159,21 @@ TEST(KXFileManager, cancelFileOperation_) {
     // One that has ended, and none.
     [KXFileManager cancelFileOperation:delegate->operation];
     [KXFileManager cancelFileOperation:nullptr];
+    [delegate forget];
+}
+
+TEST(ObjcCopy, ReportsProgressToADelegateWithoutTheOperation) {
+    FilesWorld world;
+    OftenReporting operations;
+    world.platform_->fileOperations = &operations;
+    for (int i = 0; i < 2000; ++i) world.file("a/" + std::to_string(i), std::string(20000, 'x'));
+    PlainDelegate* delegate = [[[PlainDelegate alloc] init] autorelease];
+    EXPECT_TRUE([KXFileManager copyFileWithProgress:world.path("a")
+                                        destination:world.path("b")
+                                           delegate:delegate
+                                             object:nil]);
+    runUntil([&] { return delegate->finished != nil; });
+    EXPECT_GT(delegate->progresses, 0);
     [delegate forget];
 }
 

@@ -1,5 +1,7 @@
 #include "objc/file_handles.h"
 
+#include "objc/bridge.h"
+
 #include "quillmoor/platform/platform.h"
 #include "tests/objc/objc_support.h"
 #include "tests/support/temp_folder.h"
@@ -39,6 +41,26 @@ TEST(FileHandles, ReadsAHandleOfTheCaller) {
     EXPECT_EQ(handle->readAvailableData(buffer), 3U);
     EXPECT_EQ(buffer.takeData().view(), "abc");
     EXPECT_EQ(fromFileHandle(handle), [pipe fileHandleForReading]);
+}
+
+TEST(FileHandles, ReadAndWriteAPipeOfTheLibrary) {
+    const platform::Pipe pipe = platform::native().fileHandles->makePipe();
+    [fromFileHandle(pipe.writing) writeData:[NSData dataWithBytes:"abc" length:3]];
+    NSData* data = [fromFileHandle(pipe.reading) availableData];
+    EXPECT_EQ(toData(data).view(), "abc");
+}
+
+TEST(FileHandles, AppendAfterSeekingToTheEnd) {
+    TempFolder folder;
+    const std::string path = folder.writeFile("file", "abc");
+    NSFileHandle* ofTheCaller = [NSFileHandle fileHandleForWritingAtPath:string(path)];
+    toFileHandle(ofTheCaller)->seekToEndOfFile();
+    toFileHandle(ofTheCaller)->writeData("d");
+    NSFileHandle* ofTheLibrary =
+        fromFileHandle(platform::native().fileHandles->openForWriting(path));
+    EXPECT_EQ([ofTheLibrary seekToEndOfFile], 0U);
+    [ofTheLibrary writeData:[NSData dataWithBytes:"e" length:1]];
+    EXPECT_EQ(readFile(path), "abcde");
 }
 
 }  // namespace quillmoor::test

@@ -82,8 +82,26 @@ TEST(Tasks, OfACallerCannotBeConfigured) {
     EXPECT_EQ(fromTask(task), object);
     EXPECT_TRUE(exceptionFrom([&] { task->setLaunchPath("/bin/sh"); }));
     EXPECT_TRUE(exceptionFrom([&] { task->setArguments({}); }));
+    EXPECT_TRUE(exceptionFrom([&] { task->setEnvironment({}); }));
+    const platform::Pipe pipe;
+    const std::shared_ptr<platform::FileHandle> handle;
+    EXPECT_TRUE(exceptionFrom([&] { task->setStandardInput(pipe); }));
+    EXPECT_TRUE(exceptionFrom([&] { task->setStandardOutput(pipe); }));
+    EXPECT_TRUE(exceptionFrom([&] { task->setStandardOutput(handle); }));
+    EXPECT_TRUE(exceptionFrom([&] { task->setStandardError(pipe); }));
+    EXPECT_TRUE(exceptionFrom([&] { task->setStandardError(handle); }));
     EXPECT_TRUE(exceptionFrom([&] { task->terminate(); }));
     EXPECT_FALSE(task->isRunning());
+}
+
+TEST(Tasks, OfACallerAreWaitedFor) {
+    NSTask* object = [[[NSTask alloc] init] autorelease];
+    [object setLaunchPath:@"/bin/sh"];
+    [object setArguments:[NSArray arrayWithObjects:@"-c", @"exit 3", nil]];
+    const auto task = toTask(object);
+    task->launch();
+    task->waitUntilExit();
+    EXPECT_EQ(task->terminationStatus(), 3);
 }
 
 }  // namespace quillmoor::test

@@ -1,5 +1,6 @@
 #include "quillmoor/platform/bundle.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -29,6 +30,12 @@ TEST(MacBundle, CodeOfNoFileHasNone) {
     int local = 0;
     EXPECT_EQ(nativeBundles()->bundleForCode(&local), nullptr);
     EXPECT_EQ(nativeBundles()->bundleForCode(nullptr), nullptr);
+}
+
+TEST(MacBundle, CodeOfALibraryThatIsInNoBundleBelongsToTheMainBundle) {
+    const auto bundle = nativeBundles()->bundleForCode(::dlsym(RTLD_DEFAULT, "getpid"));
+    ASSERT_NE(bundle, nullptr);
+    EXPECT_EQ(bundle->executablePath(), nativeBundles()->mainBundle()->executablePath());
 }
 
 TEST(MacBundle, WhatIsMissingIsNil) {
