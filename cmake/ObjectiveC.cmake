@@ -59,3 +59,9 @@ target_compile_options(kx_objc INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:${flags};-
 target_include_directories(kx_objc SYSTEM INTERFACE
     $<$<COMPILE_LANGUAGE:OBJCXX>:/usr/include/GNUstep> $<$<COMPILE_LANGUAGE:OBJCXX>:${runtime}>)
 target_link_libraries(kx_objc INTERFACE -L${libraryFolder} ${libraries})
+if(CMAKE_OBJCXX_FLAGS MATCHES "--coverage")
+    # g++ links, and knows only its own runtime for counters.
+    execute_process(COMMAND "${KX_CLANGXX}" -print-file-name=libclang_rt.profile-${CMAKE_SYSTEM_PROCESSOR}.a
+        OUTPUT_VARIABLE counters OUTPUT_STRIP_TRAILING_WHITESPACE)
+    target_link_libraries(kx_objc INTERFACE "${counters}")
+endif()
