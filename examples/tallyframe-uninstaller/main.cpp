@@ -1,7 +1,6 @@
 // Finds what is installed of Tallyframe, asks, and moves it to the Trash.
 #include <QApplication>
 #include <cstdio>
-#include <iostream>
 #include <string_view>
 
 #include "examples/look/look.h"
@@ -64,7 +63,7 @@ int main(int argc, char** argv) {
     if (way == Way::Unknown) return wrongUsage();
     if (way == Way::Unattended) {
         quillmoor::KXLog::createNewLog();
-        const bool isGone = removeUnattended(std::cout);
+        const bool isGone = removeUnattended(stdout);
         quillmoor::KXLog::finishWriting();
         return isGone ? 0 : kFailed;
     }

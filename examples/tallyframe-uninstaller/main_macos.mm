@@ -1,6 +1,7 @@
 // The uninstaller on macOS: finds what is installed of Tallyframe, asks, and moves it to the Trash.
 #import <AppKit/AppKit.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "examples/tallyframe-uninstaller/display_text.h"
+#include "examples/tallyframe-uninstaller/unattended.h"
 #include "examples/tallyframe-uninstaller/uninstall_plan.h"
 #include "quillmoor/log/KXLog.h"
 
@@ -16,12 +18,13 @@ namespace {
 using namespace quillmoor::tallyframe;  // NOLINT(google-build-using-namespace): a main function
 
 constexpr char kHelp[] =
-    "Usage: Tallyframe Uninstaller [--help]\n"
+    "Usage: Tallyframe Uninstaller [--unattended | --help]\n"
     "Finds what is installed of Tallyframe, asks, and moves it to the Trash.\n"
     "\n"
+    "  --unattended  asks nothing and shows no alerts; prints a line for each item\n"
+    "\n"
     "Environment:\n"
-    "  TALLYFRAME_UNINSTALLER_ANSWER=remove  answers the question automatically and shows no\n"
-    "                                        alerts\n"
+    "  TALLYFRAME_UNINSTALLER_ANSWER=remove  as --unattended\n"
     "\n"
     "Exit status: 0 if Tallyframe was removed or was not installed; 1 if something that should\n"
     "have been moved is left; 3 if the question was cancelled, with nothing moved.\n";
@@ -29,15 +32,14 @@ constexpr char kHelp[] =
 constexpr int kFailed = 1;
 constexpr int kCancelled = 3;
 
-bool asksForHelp(int argc, char** argv) {
-    for (int i = 1; i < argc; ++i)
-        if (std::string_view(argv[i]) == "--help" || std::string_view(argv[i]) == "-h") return true;
-    return false;
+bool isGiven(std::string_view option, int argc, char** argv) {
+    return std::find(argv + 1, argv + argc, option) != argv + argc;
 }
 
-bool isUnattended() {
+bool isUnattended(int argc, char** argv) {
     const char* const answer = std::getenv("TALLYFRAME_UNINSTALLER_ANSWER");
-    return answer != nullptr && std::string_view(answer) == "remove";
+    return isGiven("--unattended", argc, argv) ||
+           (answer != nullptr && std::string_view(answer) == "remove");
 }
 
 NSAlert* alertWith(NSString* heading, const std::string& text) {
@@ -68,10 +70,6 @@ void show(const std::vector<Report>& reports) {
                    "These could not be moved and are still in their place:\n\n" + text) runModal];
 }
 
-int removeUnattended(const std::vector<Item>& items) {
-    return allGone(moveToTrash(items)) ? 0 : kFailed;
-}
-
 int removeAfterAsking(const std::vector<Item>& items) {
     [[NSApplication sharedApplication] activateIgnoringOtherApps:YES];
     if (items.empty()) {
@@ -88,11 +86,15 @@ int removeAfterAsking(const std::vector<Item>& items) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (asksForHelp(argc, argv)) return std::fputs(kHelp, stdout) < 0 ? kFailed : 0;
+    if (isGiven("--help", argc, argv) || isGiven("-h", argc, argv))
+        return std::fputs(kHelp, stdout) < 0 ? kFailed : 0;
     @autoreleasepool {
         quillmoor::KXLog::createNewLog();
-        const std::vector<Item> items = findItems();
-        const int status = isUnattended() ? removeUnattended(items) : removeAfterAsking(items);
+        int status = 0;
+        if (isUnattended(argc, argv))
+            status = removeUnattended(stdout) ? 0 : kFailed;
+        else
+            status = removeAfterAsking(findItems());
         quillmoor::KXLog::finishWriting();
         return status;
     }

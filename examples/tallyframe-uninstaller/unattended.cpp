@@ -20,12 +20,12 @@ const char* stateOf(Fate fate) {
 
 }  // namespace
 
-bool removeUnattended(std::ostream& out) {
+bool removeUnattended(std::FILE* out) {
     const std::vector<Report> reports = moveToTrash(findItems());
-    if (reports.empty()) out << "Tallyframe is not installed.\n";
+    if (reports.empty()) std::fputs("Tallyframe is not installed.\n", out);
     for (const Report& report : reports)
-        out << stateOf(report.fate) << ": " << displayText(report.item.path) << '\n';
-    out.flush();
+        std::fprintf(out, "%s: %s\n", stateOf(report.fate), displayText(report.item.path).c_str());
+    std::fflush(out);
     return allGone(reports);
 }
 

@@ -1,13 +1,13 @@
 // A run of the uninstaller that asks nothing and shows nothing.
 #pragma once
 
-#include <ostream>
+#include <cstdio>
 
 namespace quillmoor::tallyframe {
 
 // Moves what is installed of the product to the user's Trash and prints a line for each item, with
 // its path as displayText writes it. Returns false if an item is left in its place. Administrator
 // rights are asked for where the user's own are not sufficient and a dialog or a terminal can ask.
-bool removeUnattended(std::ostream& out);
+bool removeUnattended(std::FILE* out);
 
 }  // namespace quillmoor::tallyframe

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <cstdio>
+#include <memory>
 
 #include "tests/examples/support/installed_tallyframe.h"
 
@@ -11,36 +12,43 @@ namespace {
 
 class Unattended : public InstalledTallyframe {
   protected:
-    bool remove() { return removeUnattended(out_); }
+    bool remove() {
+        const std::string path = home_ / "output";
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "w"),
+                                                                   &std::fclose);
+        const bool isGone = removeUnattended(file.get());
+        printed_ = test::readFile(path);
+        return isGone;
+    }
 
-    std::ostringstream out_;
+    std::string printed_;
 };
 
 TEST_F(Unattended, MovesEachItemToTheTrashAndNamesIt) {
     applications_.application = home_.makeFolder("Tally\nframe.app");
     const std::string folder = makeSupportFolder();
     EXPECT_TRUE(remove());
-    EXPECT_EQ(out_.str(), "moved to the Trash: " + home_.path() +
-                              "/Tally\\nframe.app\nmoved to the Trash: " + folder + "\n");
+    EXPECT_EQ(printed_, "moved to the Trash: " + home_.path() +
+                            "/Tally\\nframe.app\nmoved to the Trash: " + folder + "\n");
     EXPECT_EQ(trash_.recycled.size(), 2U);
 }
 
 TEST_F(Unattended, WithoutTheProductSaysSoAndSucceeds) {
     EXPECT_TRUE(remove());
-    EXPECT_EQ(out_.str(), "Tallyframe is not installed.\n");
+    EXPECT_EQ(printed_, "Tallyframe is not installed.\n");
 }
 
 TEST_F(Unattended, FailsWhereAnItemIsLeftInItsPlace) {
     applications_.application = home_.makeFolder("Applications/Tallyframe.app");
     trash_.refused = "Tallyframe.app";
     EXPECT_FALSE(remove());
-    EXPECT_EQ(out_.str(), "could not be moved: " + *applications_.application + "\n");
+    EXPECT_EQ(printed_, "could not be moved: " + *applications_.application + "\n");
 }
 
 TEST_F(Unattended, AnItemThatVanishedMeanwhileIsNoFailure) {
     applications_.application = home_ / "Applications/Tallyframe.app";
     EXPECT_TRUE(remove());
-    EXPECT_EQ(out_.str(), "no longer there: " + *applications_.application + "\n");
+    EXPECT_EQ(printed_, "no longer there: " + *applications_.application + "\n");
 }
 
 }  // namespace

@@ -41,6 +41,11 @@ remove
 [ "$(grep -c ' - Moved to the Trash: ' "$log")" -eq 2 ] || fail "removal: not logged"
 
 install_product
+[ "$(timeout 60 "$uninstaller" --unattended)" = "moved to the Trash: $app
+moved to the Trash: $support" ] || fail "unattended: not printed"
+[ ! -e "$app" ] || fail "unattended: something is left"
+
+install_product
 chmod 555 "$HOME/Applications"
 remove
 [ $status -eq 1 ] || fail "refused: status $status"

@@ -33,13 +33,14 @@ std::set<std::string> classesIn(const std::string& code) {
     return names;
 }
 
-// From the class's opening brace to its private part.
+// From the class's opening brace to its first part that is not public.
 std::string publicPartOf(const std::string& name, const std::string& code) {
     const std::regex start("class " + name + "\\b[^;{]*\\{");
     std::smatch found;
     if (!std::regex_search(code, found, start)) throw std::runtime_error("no class " + name);
     const std::string rest = found.suffix();
-    return rest.substr(0, std::min(rest.find(" private:"), rest.find("};")));
+    return rest.substr(
+        0, std::min({rest.find(" protected:"), rest.find(" private:"), rest.find("};")}));
 }
 
 StringList parameterNames(const std::string& parameters) {

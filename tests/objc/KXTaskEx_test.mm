@@ -10,6 +10,21 @@
 using namespace quillmoor::test;
 using quillmoor::StringList;
 
+// A list that cannot be read.
+@interface RaisingList : NSArray
+@end
+
+@implementation RaisingList
+- (NSUInteger)count {
+    [NSException raise:NSRangeException format:@"no list"];
+    return 0;
+}
+- (id)objectAtIndex:(NSUInteger)index {
+    [NSException raise:NSRangeException format:@"no object at %lu", (unsigned long)index];
+    return nil;
+}
+@end
+
 namespace {
 
 NSString* const kShell = @"/bin/sh";
@@ -369,9 +384,9 @@ TEST(ObjcTask, ReportsAnEnvironmentThatIsNotText) {
     EXPECT_EQ(world.written(), StringList());
 }
 
-TEST(ObjcTask, ReportsArgumentsThatAreNoList) {
+TEST(ObjcTask, ReportsArgumentsThatRaise) {
     OpenLogWorld world;
-    EXPECT_FALSE([KXTaskEx runTask:kShell arguments:(NSArray*)@"text"]);
+    EXPECT_FALSE([KXTaskEx runTask:kShell arguments:[[[RaisingList alloc] init] autorelease]]);
     const StringList written = world.written();
     ASSERT_EQ(written.size(), 1U);
     EXPECT_EQ(written[0].find("Exception running task /bin/sh: "), 0U) << written[0];
@@ -390,6 +405,7 @@ TEST(ObjcTask, ChecksThePathBeforeTheArguments) {
 
 TEST(ObjcTask, WithATimeOutFailsForArgumentsThatAreNotText) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
     NSArray* arguments = argumentsThatAreNotText();
     [KXTaskEx runTask:kShell arguments:arguments timeout:30];
     EXPECT_EQ(world.written(), StringList{kBadArguments});
@@ -406,6 +422,7 @@ TEST(ObjcTask, WithATimeOutFailsForArgumentsThatAreNotText) {
 // The library itself does not know this encoding.
 TEST(ObjcTask, DecodesWhatTheSystemCan) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
 #if defined(__APPLE__)
     const NSStringEncoding cyrillic = 0x80000205;
 #else
@@ -512,6 +529,7 @@ TEST(ObjcTask, LetsAnotherThreadTerminateTheChild) {
 // A caller whose compiler counts references cannot share the out-parameter with another thread.
 TEST(ObjcTask, LetsAnotherThreadTerminateTheChildOfAnInstance) {
     OpenLogWorld world;
+    const HeldTime time(world.platform_);
     KXTaskEx* runner = [[[KXTaskEx alloc] init] autorelease];
     InstanceTerminator* terminator = [[[InstanceTerminator alloc] init] autorelease];
     terminator->runner = runner;

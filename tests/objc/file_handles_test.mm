@@ -58,7 +58,7 @@ TEST(FileHandles, AppendAfterSeekingToTheEnd) {
     toFileHandle(ofTheCaller)->writeData("d");
     NSFileHandle* ofTheLibrary =
         fromFileHandle(platform::native().fileHandles->openForWriting(path));
-    EXPECT_EQ([ofTheLibrary seekToEndOfFile], 0U);
+    EXPECT_EQ([ofTheLibrary seekToEndOfFile], 4U);
     [ofTheLibrary writeData:[NSData dataWithBytes:"e" length:1]];
     EXPECT_EQ(readFile(path), "abcde");
 }
