@@ -48,6 +48,7 @@ read -r go <"$1.go"
 for folder in /root /run /opt /var/tmp /usr/local/share; do
     mount -t tmpfs -o mode=755 none "$folder" || exit 1
 done
+mount -t proc none /proc 2>/dev/null || : # of its own processes, which leak detection looks up by number
 mkdir -p /usr/local/share/applications
 mkdir -m 700 /root/.ssh
 cp "${1%/*}/key.pub" /root/.ssh/authorized_keys
