@@ -8,6 +8,10 @@ namespace {
 class Pools : public ::testing::EmptyTestEventListener {
     void OnTestStart(const ::testing::TestInfo&) override {
         pool_ = [[NSAutoreleasePool alloc] init];
+        // Before a test has threads: while GNUstep sets up this class it has the runtime's lock,
+        // and wants one of its own, which a thread that calls the main one takes in the other
+        // order.
+        [NSRunLoop currentRunLoop];
     }
     void OnTestEnd(const ::testing::TestInfo&) override { [pool_ drain]; }
 

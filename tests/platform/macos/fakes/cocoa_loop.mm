@@ -8,6 +8,14 @@
 #include <cstddef>
 #include <utility>
 
+// Before there are threads: while GNUstep sets up this class it has the runtime's lock, and wants
+// one of its own, which a thread that calls the main one takes in the other order.
+[[maybe_unused]] static const bool kHasRunLoop = [] {
+    @autoreleasepool {
+        return [NSRunLoop currentRunLoop] != nil;
+    }
+}();
+
 @interface CocoaLoopTimer : NSObject {
   @public
     std::function<void()>* function;
