@@ -1,6 +1,7 @@
 #include "tests/platform/macos/fakes/cocoa_loop.h"
 
 #import <AppKit/AppKit.h>
+#include <gtest/gtest.h>
 #include <objc/runtime.h>
 #include <stdlib.h>
 
@@ -8,13 +9,24 @@
 #include <cstddef>
 #include <utility>
 
-// Before there are threads: while GNUstep sets up this class it has the runtime's lock, and wants
+namespace {
+
+// Before a test has threads: while GNUstep sets up this class it has the runtime's lock, and wants
 // one of its own, which a thread that calls the main one takes in the other order.
-[[maybe_unused]] static const bool kHasRunLoop = [] {
-    @autoreleasepool {
-        return [NSRunLoop currentRunLoop] != nil;
+class RunLoopSetUp : public ::testing::EmptyTestEventListener {
+    void OnTestProgramStart(const ::testing::UnitTest&) override {
+        @autoreleasepool {
+            [NSRunLoop currentRunLoop];
+        }
     }
+};
+
+[[maybe_unused]] const bool kIsSetUp = [] {
+    ::testing::UnitTest::GetInstance()->listeners().Append(new RunLoopSetUp);
+    return true;
 }();
+
+}  // namespace
 
 @interface CocoaLoopTimer : NSObject {
   @public
