@@ -12,11 +12,6 @@ namespace quillmoor::platform {
 namespace macos {
 namespace {
 
-// A later version of the headers may declare these methods obsolete too, which would be an error
-// here.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-
 class MacApplications : public Applications {
   public:
     OptionalPath absolutePathForAppBundle(const std::string& identifier) override {
@@ -54,8 +49,6 @@ class MacApplications : public Applications {
         });
     }
 };
-
-#pragma GCC diagnostic pop
 
 }  // namespace
 }  // namespace macos

@@ -82,16 +82,6 @@ TEST_F(MacTrashTest, WithoutTheObsoleteMethodNothingIsMoved) {
     EXPECT_TRUE(test::somethingAt(desk_ + "/a"));
 }
 
-TEST_F(MacTrashTest, WithoutTheNameOfTheOperationNothingIsMoved) {
-    workspace_.trash = trash_;
-    folder_.writeFile("desk/a");
-    const macos::CallFinder before =
-        macos::exchangeCallFinder([](const char*) -> void* { return nullptr; });
-    EXPECT_FALSE(trash().recycle(desk_, trash_, {"a"}));
-    macos::exchangeCallFinder(before);
-    EXPECT_TRUE(workspace_.operations.empty());
-}
-
 TEST_F(MacTrashTest, NoRecordsAreKept) {
     folder_.writeFile(".Trash/a", "text");
     EXPECT_TRUE(trash().prepareTrash(trash_));
