@@ -120,7 +120,7 @@ recap() { grep -Eq "^$1 +: ok=$2 +changed=$3 .* failed=$4 " "$work/out" || fail 
 play --check
 [ "$status" -eq 0 ] || fail "check: status $status"
 has_product old || fail "check: the old product was removed"
-grep -q '"msg": "older 1.0"' "$work/out" || fail "check: the old product is not told of"
+grep -q '"msg": "older 1.0"' "$work/out" || fail "check: the old product is not reported"
 
 play
 [ "$status" -eq 2 ] || fail "status $status"
@@ -131,7 +131,7 @@ recap new 2 0 0
 ! has_product old || fail "the old product is left"
 has_product new || fail "the new product was removed"
 has_product refusing || fail "what cannot be removed was removed"
-grep -q "told to end before it was done" "$work/out" || fail "the failure is not told"
+grep -q "ended before it was done" "$work/out" || fail "the failure is not reported"
 
 play --limit old
 [ "$status" -eq 0 ] || fail "again: status $status"

@@ -28,6 +28,12 @@ void noteInterruption(int number) {
     interruption = number;
 }
 
+// What the starting process ignores, as nohup does, stays ignored.
+void noteInterruptions() {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        if (std::signal(number, noteInterruption) == SIG_IGN) std::signal(number, SIG_IGN);
+}
+
 int fail(const std::string& reason) {
     std::cerr << "version-check: " << reason << '\n';
     return kFailed;
@@ -88,6 +94,7 @@ int uninstall(const Options& options, const Product& product) {
         bundleFolder(options) + "/Contents/Resources/" + kUninstallerName + "." + kUninstallerType;
     if (!std::filesystem::is_regular_file(archive))
         return fail("there is no uninstaller " + command::quoted(archive));
+    if (options.unattended) noteInterruptions();
     UninstallerOutput output(!options.quiet);
     Patience patience;
     patience.timeout = options.timeout;
@@ -101,7 +108,7 @@ int uninstall(const Options& options, const Product& product) {
     else if (!options.quiet || statusOf(removal) != 0)
         (statusOf(removal) == 0 ? std::cout : std::cerr) << sentence(removal);
     std::cout.flush();
-    if (removal.outcome == RemovalOutcome::Interrupted) passOnInterruption();
+    if (interruption != 0) passOnInterruption();
     return statusOf(removal);
 }
 
@@ -118,7 +125,6 @@ int check(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, noteInterruption);
     try {
         const int status = check(parseOptions({argv + 1, static_cast<std::size_t>(argc - 1)}));
         std::cout.flush();

@@ -24,7 +24,7 @@ constexpr char kFooter[] = R"(Exit status:
 constexpr long kLongestTimeout = 30L * 24 * 60 * 60;
 
 std::string checkedVersion(const std::string& text) {
-    return isVersionNumber(text) ? "" : command::quoted(text) + " is no version number";
+    return isVersionNumber(text) ? "" : command::quoted(text) + " is not a version number";
 }
 
 // Not the library's own checks and dependencies of options, which it also writes into the help.

@@ -13,7 +13,7 @@ enum class RemovalOutcome {
     Opened,       // the uninstaller was started, and asks its user
     Removed,      // the product is gone
     Left,         // the uninstaller has ended, and something is left of the product
-    TimedOut,     // the uninstaller was told to end; it may have moved something
+    TimedOut,     // the uninstaller was sent SIGTERM; it may have moved something
     Interrupted,  // the same, by the user
     NotUnpacked,
     NotStarted,
@@ -21,14 +21,13 @@ enum class RemovalOutcome {
 
 struct Removal {
     RemovalOutcome outcome;
-    // Where the uninstaller is, if it was kept: opened, or still running although it was told to
-    // end.
+    // Where the uninstaller is, if it was kept: opened, or still running after SIGTERM.
     OptionalPath uninstaller;
 };
 
 struct Patience {
     std::chrono::seconds timeout;
-    std::chrono::seconds grace{5};        // after the uninstaller was told to end
+    std::chrono::seconds grace{5};        // after SIGTERM
     std::function<bool()> isInterrupted;  // asked about fifty times a second, on the main thread
 };
 

@@ -101,7 +101,7 @@ std::string sentence(const Removal& removal) {
             return "The uninstaller has ended, and something of Tallyframe is left.\n";
         case RemovalOutcome::TimedOut:
         case RemovalOutcome::Interrupted:
-            return "The uninstaller was told to end before it was done" +
+            return "The uninstaller was ended before it was done" +
                    (removal.uninstaller
                         ? ", and still runs: " + printable(*removal.uninstaller) + "\n"
                         : std::string(".\n"));

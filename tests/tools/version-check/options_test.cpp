@@ -54,7 +54,7 @@ TEST(VersionCheckOptions, ValuesAreChecked) {
     EXPECT_EQ(parsed({"--uninstall", "--unattended", "--timeout", "2592000"}).timeout, 2592000s);
     for (const char* seconds : {"x", "1.5", "99999999999999999999", ""})
         EXPECT_NE(refusal({"--uninstall", "--unattended", "--timeout", seconds}), "accepted");
-    EXPECT_NE(refusal({"--compare", "beta"}).find("“beta” is no version number"),
+    EXPECT_NE(refusal({"--compare", "beta"}).find("“beta” is not a version number"),
               std::string::npos);
     EXPECT_NE(refusal({"--compare"}), "accepted");
 }

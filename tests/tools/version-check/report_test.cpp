@@ -37,9 +37,9 @@ TEST(Report, SaysHowTheRemovalEnded) {
               "The uninstaller has ended, and something of Tallyframe is left.\n");
     for (const auto outcome : {RemovalOutcome::TimedOut, RemovalOutcome::Interrupted}) {
         EXPECT_EQ(sentence(Removal{outcome, {}}),
-                  "The uninstaller was told to end before it was done.\n");
+                  "The uninstaller was ended before it was done.\n");
         EXPECT_EQ(sentence(Removal{outcome, "/tmp/U.app"}),
-                  "The uninstaller was told to end before it was done, and still runs: "
+                  "The uninstaller was ended before it was done, and still runs: "
                   "/tmp/U.app\n");
     }
     EXPECT_EQ(sentence(Removal{RemovalOutcome::NotUnpacked, {}}),

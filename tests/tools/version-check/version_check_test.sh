@@ -93,7 +93,7 @@ chmod +x "$HOME/Tallyframe Uninstaller.app/Contents/Linux/hang"
 (cd "$HOME" && "$build/libexec/quillmoor/ditto" -c -k --keepParent "Tallyframe Uninstaller.app" \
     "$hanging/Tallyframe Uninstaller.zip")
 expect 8 --uninstall --unattended --timeout 1 --bundle "$HOME/hanging.bundle"
-reports "The uninstaller was told to end before it was done."
+reports "The uninstaller was ended before it was done."
 # Interrupted, it ends the uninstaller, removes what it unpacked, and ends by the signal.
 rm -f "$HOME/hangs"
 before=$(find "$TMPDIR" -name 'version-check-*' | wc -l)
@@ -106,6 +106,15 @@ wait $! || status=$?
 if kill -0 "$(cat "$HOME/hangs")" 2>/dev/null; then fail "interrupted: the uninstaller still runs"; fi
 [ "$(find "$TMPDIR" -name 'version-check-*' | wc -l)" -eq "$before" ] ||
     fail "interrupted: the unpacked uninstaller is left"
+
+# A signal that the starting process ignores does not interrupt.
+rm -f "$HOME/hangs"
+(trap '' HUP && exec "$command" --uninstall --unattended --timeout 2 --bundle "$HOME/hanging.bundle") 2>"$HOME/err" &
+while [ ! -s "$HOME/hangs" ]; do sleep 0.05; done
+kill -HUP $!
+status=0
+wait $! || status=$?
+[ "$status" -eq 8 ] || fail "ignored signal: status $status"
 
 # What cannot be written is a failure.
 status=0
