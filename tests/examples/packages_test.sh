@@ -64,7 +64,7 @@ for way in by_dpkg "$scripts/preinstall"; do
     installs "$way, without a product" "$way"
     install_product 1.0
     installs "$way, an older one" "$way"
-    grep -qF "moved to the Trash: $app" "$HOME/out" || fail "$way: nothing is told"
+    grep -qF "moved to the Trash: $app" "$HOME/out" || fail "$way: nothing is reported"
     install_product 3.0
     refuses "$way, a newer one" "newer than 2.0" "$way"
     install_product beta

@@ -45,7 +45,7 @@ class Library(Case):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        cls.slices = macho.slices(cls.code.library().read_bytes())
+        cls.slices = macho.slices(cls.code.framework_binary().read_bytes())
         cls.selectors = SELECTOR.findall((cls.code.project / "objc/selectors.txt").read_text(encoding="utf-8"))
 
     def test_is_the_frameworks(self):

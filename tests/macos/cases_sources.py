@@ -27,7 +27,7 @@ class Sources(Case):
         """But for those of C++: which of them are needed depends on what the compiler inlines."""
         needed = set(self.code.objects.undefined())
         sample = self.code.tools.bundle_of(HERE / "apple/sample_pane.mm", "sample", ("SECOND_CLASS=KXSecond",))
-        for file in (sample, self.code.bundle(), self.code.library()):
+        for file in (sample, self.code.bundle(), self.code.framework_binary()):
             for slice_ in macho.slices(file.read_bytes()):
                 needed |= slice_.undefined
         listed = {symbol for symbol in read_symbols() if not symbol.startswith("__Z")}

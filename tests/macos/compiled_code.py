@@ -100,7 +100,7 @@ class CompiledCode:
         """Links the executable of the pane's bundle, once; returns its path."""
         return self._universal("VersionCheck", self.bundle_sources, "-bundle", "-dead_strip")
 
-    def library(self):
+    def framework_binary(self):
         """Links the library of the framework, once; returns its path."""
         return self._universal("QuillmoorKX", self.library_sources, "-dylib", "-install_name", INSTALL_NAME)
 

@@ -81,7 +81,7 @@ class MacSession : public test::AuthTest {
     KXAuthorization& session_ = *KXAuthorization::sharedController();
 };
 
-TEST_F(MacSession, BeginsWithoutRightsAndAsksNobody) {
+TEST_F(MacSession, BeginsWithoutRightsAndWithoutADialog) {
     begin();
     EXPECT_THAT(security_.calls, Contains(lookForParent()));
     EXPECT_EQ(held(), nullptr);
@@ -177,7 +177,7 @@ TEST_F(MacSession, FreesTheReferenceThatTheCredentialsDidNotGet) {
 }
 
 // Kept for compatibility: see authStartWithUser.
-TEST_F(MacSession, CredentialsReplaceAReferenceThatNobodyFrees) {
+TEST_F(MacSession, CredentialsReplaceAReferenceThatIsNotFreed) {
     begin();
     EXPECT_TRUE(session_.authStart());
     EXPECT_TRUE(session_.authStartWithUser("ann", kPassword));

@@ -54,7 +54,7 @@ FSFileOperationRef FSFileOperationCreate(CFAllocatorRef) {
     if (current == nullptr) return nullptr;
     current->calls.emplace_back("create");
     auto* const fake = current;
-    // An operation that nobody owns any more releases its client.
+    // An operation without an owner releases its client.
     const CFTypeRef made = FakeObjects::makeOther("an operation", [fake] {
         if (fake == current) fake->releaseClient();
     });
