@@ -12,7 +12,8 @@ import sys
 import xml.etree.ElementTree as ElementTree
 
 SUPERCLASS = {
-    "NSIBObjectData": "NSObject", "NSCustomObject": "NSObject", "NSNibConnector": "NSObject",
+    "NSIBHelpConnector": "NSNibConnector", "NSIBObjectData": "NSObject", "NSCustomObject": "NSObject",
+    "NSNibConnector": "NSObject",
     "NSNibOutletConnector": "NSNibConnector", "NSNibControlConnector": "NSNibConnector",
     "NSResponder": "NSObject", "NSView": "NSResponder", "NSCustomView": "NSView",
     "NSControl": "NSView", "NSTextField": "NSControl", "NSButton": "NSControl",
@@ -43,7 +44,7 @@ CATALOGUE = {"labelColor": b"0\0", "controlColor": b"0.6666666667\0"}
 # All attributes that may appear, but for those that say something only to an editor.
 KNOWN = {
     "customObject": {"customClass"}, "customView": {"hidden"}, "textField": {"hidden"},
-    "button": {"hidden"},
+    "button": {"hidden", "toolTip"},
     "textFieldCell": {"key", "title", "editable", "sendsActionOnEndEditing", "alignment"},
     "buttonCell": {"key", "title", "type", "bezelStyle", "alignment", "borderStyle", "inset",
                    "imageScaling"},
@@ -132,6 +133,7 @@ class Nib:
         self.connections = [self.connection(element, joined)
                             for element in objects.iter() if element.get("id") in self.made
                             for joined in element.findall("connections/*")]
+        self.connections += [self.help(element) for element in objects.iter() if element.get("toolTip")]
 
     def add(self, element, parent):
         uid = getattr(self, element.tag)(element, parent)
@@ -214,6 +216,12 @@ class Nib:
         return self.archive.add("NSNibOutletConnector", NSSource=here,
                                 NSDestination=self.made[joined.get("destination")],
                                 NSLabel=self.archive.value(joined.get("property")))
+
+    # Shown as a help tag, and read out as the element's help.
+    def help(self, element):
+        return self.archive.add("NSIBHelpConnector", NSDestination=self.made[element.get("id")],
+                                NSFile=self.archive.value("NSToolTipHelpKey"),
+                                NSMarker=self.archive.value(element.get("toolTip")))
 
     def written(self):
         archive = self.archive

@@ -45,6 +45,8 @@ def write_nib(path, objects=None, outlets=None, actions=None):
         for source, label, destination in table:
             connections.append(of_class(kind, NSLabel=add(label), NSSource=references[source],
                                         NSDestination=references[destination]))
+    tip = {"NSFile": add("NSToolTipHelpKey"), "NSMarker": add("Opens it")}
+    connections.append(of_class("NSIBHelpConnector", NSDestination=references["button"], **tip))
     data = of_class("NSIBObjectData", NSRoot=references["owner"], NSConnections=array(connections),
                     NSObjectsKeys=array([r for n, r in references.items() if n != "owner"]))
     path.write_bytes(plistlib.dumps({"$version": 100000, "$archiver": "NSKeyedArchiver", "$objects": archived,

@@ -9,6 +9,7 @@ import plistlib
 import subprocess
 import sys
 import tempfile
+import xml.etree.ElementTree
 
 MAKE_NIB, XIB = sys.argv[1], pathlib.Path(sys.argv[2])
 
@@ -35,11 +36,17 @@ def connections(contents):
     def class_of(item):
         return objects[objects[item.data]["$class"].data]["$classname"]
 
+    def text(item):
+        return objects[item.data]
+
     found = set()
     for uid in objects[data["NSConnections"].data]["NS.objects"]:
         joined = objects[uid.data]
-        found.add((class_of(uid), objects[joined["NSLabel"].data], class_of(joined["NSSource"]),
-                   class_of(joined["NSDestination"])))
+        kind, destination = class_of(uid), class_of(joined["NSDestination"])
+        if kind == "NSIBHelpConnector":
+            found.add((kind, text(joined["NSFile"]), text(joined["NSMarker"]), destination))
+        else:
+            found.add((kind, text(joined["NSLabel"]), class_of(joined["NSSource"]), destination))
     return found
 
 
@@ -51,6 +58,7 @@ def main():
         if made.returncode != 0:
             sys.exit(made.stderr)
         contents = nib.read_bytes()
+        tip = xml.etree.ElementTree.parse(XIB).find(".//button").get("toolTip")
         expected = {
             ("NSNibOutletConnector", "firstPane", "NSCustomObject", "NSCustomObject"),
             ("NSNibOutletConnector", "contentView", "NSCustomObject", "NSCustomView"),
@@ -58,6 +66,7 @@ def main():
             ("NSNibOutletConnector", "descriptionText", "NSCustomObject", "NSTextField"),
             ("NSNibOutletConnector", "uninstallBtn", "NSCustomObject", "NSButton"),
             ("NSNibControlConnector", "uninstall:", "NSButton", "NSCustomObject"),
+            ("NSIBHelpConnector", "NSToolTipHelpKey", tip, "NSButton"),
         }
         if connections(contents) != expected:
             failures.append(f"connections: {connections(contents) ^ expected}")

@@ -231,6 +231,8 @@ TEST_P(VersionCheckScreen, HasTheTextsOfTheLanguage) {
         NSString* button = [texts objectForKey:@"uninstallBtn"];
         EXPECT_EQ(text([element(@"uninstallBtn") title]),
                   text([button stringByReplacingOccurrencesOfString:@"&" withString:@""]));
+        EXPECT_EQ(text([element(@"uninstallBtn") toolTip]),
+                  text([texts objectForKey:@"uninstallBtnDescription"]));
     };
     ASSERT_NO_FATAL_FAILURE(load());
     expectTexts(@"en");

@@ -132,12 +132,11 @@ def _read_archive(archive):
     for reference in archive.get(data["NSConnections"])["NS.objects"]:
         connector = archive.get(reference)
         kind = archive.archived_class(connector)
-        name = archive.member(connector, "NSLabel")
-        source, destination = note(connector["NSSource"]), note(connector["NSDestination"])
-        if kind == "NSNibOutletConnector":
-            read.outlets.append((source, name, destination))
-        elif kind == "NSNibControlConnector":
-            read.actions.append((source, name, destination))
+        if kind not in ("NSNibOutletConnector", "NSNibControlConnector"):
+            continue  # such as a tool tip, which has no source
+        joined = (note(connector["NSSource"]), archive.member(connector, "NSLabel"),
+                  note(connector["NSDestination"]))
+        (read.outlets if kind == "NSNibOutletConnector" else read.actions).append(joined)
     if "NSObjectsKeys" in data:
         for reference in archive.get(data["NSObjectsKeys"])["NS.objects"]:
             note(reference)
