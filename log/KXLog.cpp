@@ -34,11 +34,11 @@ constinit bool controllerIsLockedForFork = false;
 
 // What other threads log while the process dies is dropped: it would delay the end, and enough of
 // it would push the reason out of the five generations.
-void reportUncaught(const platform::Exception& exception) {
+void reportUncaught(const platform::Exception* exception) {
     const KXLog* const log = KXLog::sharedController();
     WriteQueue* const queue = log != nullptr ? log->writeQueue() : nullptr;
     if (queue != nullptr) queue->acceptOnlyFromThisThread();
-    uncaughtExceptionHandler(&exception);
+    uncaughtExceptionHandler(exception);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #import "objc/KXLog.h"
 
+#include <cstdarg>
 #include <mutex>
 
-#import "objc/KXException.h"
 #include "objc/bridge.h"
 #include "objc/file_handles.h"
 #include "objc/write_queues.h"
@@ -20,12 +20,17 @@ std::recursive_mutex& classLock() {
     return *lock;
 }
 
-// The message of a format, whose arguments follow `format` in the calling method; retained.
-#define MESSAGE_OF(format)                                                             \
-    va_list list;                                                                      \
-    va_start(list, format);                                                            \
-    NSString* const message = [[NSString alloc] initWithFormat:format arguments:list]; \
-    va_end(list)
+using Append = void (*)(const quillmoor::OptionalString& message);
+
+// An argument may raise when it is asked for its description.
+void appendFormatted(const char* method, NSString* format, va_list arguments, Append append) {
+    [KXLog sharedController];
+    perform(method, [&] {
+        NSString* const message = [[[NSString alloc] initWithFormat:format
+                                                          arguments:arguments] autorelease];
+        append(toString(message));
+    });
+}
 
 }  // namespace
 
@@ -46,34 +51,31 @@ static Log& logOf(KXLog* object) {
     return *static_cast<Log*>(object->_log);
 }
 
-// Installed once, as the library's own handler is: a later one of the product stays.
-static void installHandler() {
-    static std::once_flag installed;
-    std::call_once(installed, [] { NSSetUncaughtExceptionHandler(uncaughtExceptionHandler); });
-}
-
 + (void)appendLog:(NSString*)format, ... {
     if (format == nil) return;
-    [KXLog sharedController];
-    MESSAGE_OF(format);
-    perform(__func__, [&] { Log::appendLog("%@", toString(message)); });
-    [message release];
+    va_list arguments;
+    va_start(arguments, format);
+    appendFormatted(__func__, format, arguments,
+                    [](const auto& message) { Log::appendLog("%@", message); });
+    va_end(arguments);
 }
 
 + (void)fastAppendLog:(NSString*)format, ... {
     if (format == nil) return;
-    [KXLog sharedController];
-    MESSAGE_OF(format);
-    perform(__func__, [&] { Log::fastAppendLog("%@", toString(message)); });
-    [message release];
+    va_list arguments;
+    va_start(arguments, format);
+    appendFormatted(__func__, format, arguments,
+                    [](const auto& message) { Log::fastAppendLog("%@", message); });
+    va_end(arguments);
 }
 
 + (void)appendLogAndPrint:(NSString*)format, ... {
     if (format == nil) return;
-    [KXLog sharedController];
-    MESSAGE_OF(format);
-    perform(__func__, [&] { Log::appendLogAndPrint("%@", toString(message)); });
-    [message release];
+    va_list arguments;
+    va_start(arguments, format);
+    appendFormatted(__func__, format, arguments,
+                    [](const auto& message) { Log::appendLogAndPrint("%@", message); });
+    va_end(arguments);
 }
 
 + (void)finishWriting {
@@ -97,9 +99,7 @@ static void installHandler() {
 }
 
 + (KXLog*)sharedController {
-    Log* const log = Log::sharedController();
-    installHandler();
-    return objectFor(log);
+    return objectFor(Log::sharedController());
 }
 
 + (instancetype)allocWithZone:(NSZone*)zone {

@@ -18,6 +18,8 @@ set(KX_HOOKS
         requestDrain hasApplication sendNextEventOfApplication observeApplicationEnd
     posix/run_loop/console_posix.h
         logToSystem
+    posix/run_loop/system_exceptions_posix.h
+        observeSystemExceptions isSystemException
     posix/process/child_system_posix.h
         closeAllButStandardStreams ownEnvironment openExitDescriptor waitForChild signalChild
         enlargePipe

@@ -5,14 +5,16 @@
 
 namespace quillmoor::platform {
 
-using UncaughtExceptionHandler = void (*)(const Exception&);
+using UncaughtExceptionHandler = void (*)(const Exception*);
 
 // `NSSetUncaughtExceptionHandler`: `handler` replaces the current one and is called once, on the
 // thread that the exception escaped from, before the process terminates as it would without a
 // handler. Other threads that terminate while it runs wait for the end of the process; an exception
 // that escapes from the handler ends it at once. An exception of another class is passed with its
-// type's name as name and its what(), else that name, as reason. A process that terminates without
-// an exception does not call the handler. null: no handler. May be called from any thread.
+// type's name as name and its what(), else that name, as reason; one of the system's own, such as
+// NSException on macOS, with its own name and reason; null is passed for one without a reason. A
+// process that terminates without an exception does not call the handler. No handler for null. May
+// be called from any thread.
 void setUncaughtExceptionHandler(UncaughtExceptionHandler handler);
 
 UncaughtExceptionHandler uncaughtExceptionHandlerInForce();

@@ -54,7 +54,7 @@ TEST_F(KXExceptionReport, TheUncaughtHandlerWritesExactlyTheReasonAndWaits) {
 }
 
 TEST_F(KXExceptionReport, TheFirstUseOfTheLogReplacesAnEarlierHandler) {
-    const auto own = [](const Exception&) {};
+    const auto own = [](const Exception*) {};
     platform::setUncaughtExceptionHandler(own);
     KXLog::sharedController();
     const auto inForce = platform::uncaughtExceptionHandlerInForce();

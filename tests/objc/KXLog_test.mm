@@ -66,11 +66,41 @@ TEST(KXLog, availableLogs) {
 
 TEST(KXLog, sharedController) {
     LogWorld world;
-    NSSetUncaughtExceptionHandler(nullptr);
     KXLog* const log = [KXLog sharedController];
     EXPECT_NE(log, nil);
     EXPECT_EQ([KXLog sharedController], log);
-    EXPECT_EQ(NSGetUncaughtExceptionHandler(), uncaughtExceptionHandler);
+}
+
+static void handlerOfTheProduct(NSException*) {}
+
+// The log's own is installed with its controller, once.
+TEST(KXLogHandler, ThatTheProductSetsLaterStays) {
+    OpenLogWorld world;
+    NSSetUncaughtExceptionHandler(handlerOfTheProduct);
+    [KXLog appendLog:@"line"];
+    [KXLog sharedController];
+    EXPECT_EQ(NSGetUncaughtExceptionHandler(), handlerOfTheProduct);
+    NSSetUncaughtExceptionHandler(nullptr);
+}
+
+@interface KXRaises : NSObject
+@end
+@implementation KXRaises
+- (NSString*)description {
+    [NSException raise:@"Bad" format:@"no description"];
+    return nil;
+}
+@end
+
+TEST(KXLogMessages, AnArgumentThatRaisesIsReported) {
+    OpenLogWorld world;
+    KXRaises* const raises = [[[KXRaises alloc] init] autorelease];
+    [KXLog appendLog:@"%@", raises];
+    [KXLog fastAppendLog:@"%@", raises];
+    [KXLog appendLogAndPrint:@"%@", raises];
+    for (const std::string& line : world.written())
+        EXPECT_NE(line.find("Bad - no description."), std::string::npos) << line;
+    EXPECT_EQ(world.written().size(), 3U);
 }
 
 // The controller is null for the rest of this process then.

@@ -1,13 +1,15 @@
 #include "quillmoor/platform/macos/ground/cocoa_calls_macos.h"
 
-#import <Foundation/Foundation.h>
-
 #include <optional>
 
-#include "quillmoor/platform/exception.h"
 #include "quillmoor/platform/macos/ground/cocoa_text_macos.h"
 
 namespace quillmoor::platform::macos {
+
+Exception exceptionOf(NSException* exception) {
+    return {bytesOf([exception name]).value_or("(null)"),
+            bytesOf([exception reason]).value_or("(null)")};
+}
 
 void callCocoa(const std::function<void()>& body) {
     std::optional<Exception> raised;
@@ -15,8 +17,7 @@ void callCocoa(const std::function<void()>& body) {
         @try {
             body();
         } @catch (NSException* exception) {
-            raised.emplace(bytesOf([exception name]).value_or("(null)"),
-                           bytesOf([exception reason]).value_or("(null)"));
+            raised = exceptionOf(exception);
         }
     }
     if (raised) throw *raised;

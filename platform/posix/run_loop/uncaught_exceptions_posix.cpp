@@ -12,6 +12,7 @@
 #include <typeinfo>
 
 #include "quillmoor/platform/fork.h"
+#include "quillmoor/platform/posix/run_loop/system_exceptions_posix.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -23,28 +24,52 @@ std::terminate_handler previousTerminate = nullptr;
 constinit std::atomic<bool> isReported{false};
 thread_local bool isReporter = false;
 
-std::string currentExceptionTypeName() {
+// null for the exception of another language.
+const char* currentExceptionTypeName() {
     const std::type_info* type = abi::__cxa_current_exception_type();
-    if (type == nullptr) return "unknown";
+    return type != nullptr ? type->name() : nullptr;
+}
+
+std::string readableTypeName() {
+    const char* const name = currentExceptionTypeName();
+    if (name == nullptr) return "unknown";
     int status = 0;
     const std::unique_ptr<char, decltype(&std::free)> readable(
-        abi::__cxa_demangle(type->name(), nullptr, nullptr, &status), &std::free);
-    return status == 0 ? readable.get() : type->name();
+        abi::__cxa_demangle(name, nullptr, nullptr, &status), &std::free);
+    return status == 0 ? readable.get() : name;
 }
 
 [[noreturn]] void waitForTheEnd() {
     while (true) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
-// An exception that escapes from the handler itself leads here again and is not reported. Another
-// thread that terminates meanwhile must not end the process before the handler has returned.
-void onTerminate() {
-    const UncaughtExceptionHandler handler = handlerSlot.load();
-    if (handler != nullptr && std::current_exception() && !isReported.exchange(true)) {
-        isReporter = true;
-        handler(currentException());
-    }
+// Another thread that terminates meanwhile must not end the process before the handler has
+// returned.
+void waitForTheReporter() {
     if (isReported && !isReporter) waitForTheEnd();
+}
+
+// An exception that escapes from the handler itself leads here again and is not reported.
+void report(const Exception* exception) {
+    const UncaughtExceptionHandler handler = handlerSlot.load();
+    if (handler != nullptr && !isReported.exchange(true)) {
+        isReporter = true;
+        handler(exception);
+    }
+}
+
+void reportOfSystem(const Exception* exception) {
+    report(exception);
+    waitForTheReporter();
+}
+
+// An exception of the system's own is reported by the terminate handler that was there before.
+void onTerminate() {
+    if (std::current_exception() && !posix::isCurrentExceptionOfSystem()) {
+        const Exception exception = currentException();
+        report(&exception);
+    }
+    waitForTheReporter();
     if (previousTerminate != nullptr) previousTerminate();
     std::abort();
 }
@@ -57,15 +82,24 @@ void onForkInChild() {
 
 }  // namespace
 
+namespace posix {
+
+bool isCurrentExceptionOfSystem() noexcept {
+    const char* const type = currentExceptionTypeName();
+    return type != nullptr && isSystemException(type);
+}
+
+}  // namespace posix
+
 Exception currentException() {
     try {
         std::rethrow_exception(std::current_exception());
     } catch (const Exception& exception) {
         return exception;
     } catch (const std::exception& exception) {
-        return {currentExceptionTypeName(), exception.what()};
+        return {readableTypeName(), exception.what()};
     } catch (...) {
-        const std::string name = currentExceptionTypeName();
+        const std::string name = readableTypeName();
         return {name, name};
     }
 }
@@ -75,6 +109,7 @@ void setUncaughtExceptionHandler(UncaughtExceptionHandler handler) {
     static const bool installed = [] {
         callAroundFork(nullptr, nullptr, onForkInChild);
         previousTerminate = std::set_terminate(onTerminate);
+        posix::observeSystemExceptions(reportOfSystem);
         return true;
     }();
     static_cast<void>(installed);

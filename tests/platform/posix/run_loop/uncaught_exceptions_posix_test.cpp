@@ -37,9 +37,9 @@ std::thread::id dyingThread;
 
 TEST(UncaughtException, IsHandledOnTheThreadThatItEscapedFrom) {
     expectExit(statusOf([] {
-                   setUncaughtExceptionHandler([](const Exception& exception) {
+                   setUncaughtExceptionHandler([](const Exception* exception) {
                        const bool here = std::this_thread::get_id() == dyingThread;
-                       ::_exit(here && exception.reason() == "thrown" ? 7 : 8);
+                       ::_exit(here && exception->reason() == "thrown" ? 7 : 8);
                    });
                    std::thread([] {
                        dyingThread = std::this_thread::get_id();
@@ -51,7 +51,7 @@ TEST(UncaughtException, IsHandledOnTheThreadThatItEscapedFrom) {
 
 TEST(UncaughtException, InTheHandlerItselfEndsTheProcessAtOnce) {
     const int status = statusOf([] {
-        setUncaughtExceptionHandler([](const Exception&) { throw 2; });
+        setUncaughtExceptionHandler([](const Exception*) { throw 2; });
         std::thread([] { throw 1; }).join();
     });
     EXPECT_TRUE(WIFSIGNALED(status)) << status;
@@ -61,7 +61,7 @@ TEST(UncaughtException, InTheHandlerItselfEndsTheProcessAtOnce) {
 TEST(UncaughtException, CallsTheTerminateHandlerThatWasThereBefore) {
     expectExit(statusOf([] {
                    std::set_terminate([] { ::_exit(7); });
-                   setUncaughtExceptionHandler([](const Exception&) {});
+                   setUncaughtExceptionHandler([](const Exception*) {});
                    std::thread([] { throw 1; }).join();
                }),
                7);
@@ -70,7 +70,7 @@ TEST(UncaughtException, CallsTheTerminateHandlerThatWasThereBefore) {
 TEST(Terminate, WithoutAnExceptionCallsNoHandler) {
     expectExit(statusOf([] {
                    std::set_terminate([] { ::_exit(7); });
-                   setUncaughtExceptionHandler([](const Exception&) { ::_exit(8); });
+                   setUncaughtExceptionHandler([](const Exception*) { ::_exit(8); });
                    std::terminate();
                }),
                7);
@@ -83,7 +83,7 @@ std::atomic<bool> isReporting{false};
 TEST(UncaughtException, IsReportedInAForkedChildOfAProcessThatReports) {
     expectExit(statusOf([] {
                    parent = ::getpid();
-                   setUncaughtExceptionHandler([](const Exception&) {
+                   setUncaughtExceptionHandler([](const Exception*) {
                        if (::getpid() != parent) ::_exit(7);
                        isReporting = true;
                        while (true) ::pause();
