@@ -41,6 +41,8 @@ SIGNED = f"""\
 + cp BUILD/InstallerSections.plist WORK/plugins/InstallerSections.plist
 + ditto -x -k {ARCHIVE} WORK
 + codesign --force --timestamp --options runtime --sign 'Developer ID Application: Maker'\\''s Ltd (ABC)' 'WORK/Tallyframe Uninstaller.app'
++ codesign --verify --strict --verbose=2 --test-requirement {REQUIREMENT} 'WORK/Tallyframe Uninstaller.app'
++ codesign --display --verbose=2 'WORK/Tallyframe Uninstaller.app'
 + ditto -c -k --keepParent 'WORK/Tallyframe Uninstaller.app' {ARCHIVE}
 + HERE/lint-bundle --unsigned WORK/plugins/VersionCheck.bundle
 + codesign --force --timestamp --options runtime --sign 'Developer ID Application: Maker'\\''s Ltd (ABC)' WORK/plugins/VersionCheck.bundle
@@ -258,12 +260,14 @@ class FirstDay(unittest.TestCase):
         commands = [shlex.split(line)[0] for line in re.findall(r"^\+ (.+?)\n(?=\+|\n)", run.stdout,
                                                                 re.MULTILINE | re.DOTALL)]
         names = [pathlib.Path(command).name for command in commands]
-        self.assertEqual(names, ["xcrun", "cmake", "cmake", "cmake", "ctest", "plutil", "ibtool", "lint-bundle", "lipo",
-                                 "env", "swiftc", "swift-example", "Tallyframe Uninstaller", "osascript", "package",
-                                 "pkgutil", "open", "osascript"])
+        walk = "walk-installer"
+        self.assertEqual(names, ["xcrun", "cmake", "cmake", "cmake", "clang++", pathlib.Path(sys.executable).name,
+                                 "osascript", "ctest", "plutil", "ibtool", "lint-bundle", "lipo", "env", "swiftc", "swift-example",
+                                 "Tallyframe Uninstaller", "osascript", "osascript", "package", "pkgutil", "open", walk,
+                                 walk, walk, "sh", "open", walk, "screencapture", walk, walk, walk, "lsregister"])
         for command in commands:
-            self.assertTrue("/" not in command or command.startswith("BUILD/") or pathlib.Path(command).exists(),
-                            command)
+            self.assertTrue("/" not in command or command.startswith(("BUILD/", "/System/"))
+                            or pathlib.Path(command).exists(), command)
         for _, what in self.script.unproved():
             self.assertIn(what, run.stdout)
 
@@ -297,6 +301,37 @@ class FirstDay(unittest.TestCase):
                      r"by hand +by-hand +\S"):
             self.assertRegex(output, rf"(?m)^{line}")
         self.assertEqual((pathlib.Path(self.folder) / "first-day/first.log").read_text("utf-8"), "heard\n")
+
+    def test_fails_a_step_that_warns_or_does_not_end(self):
+        step = self.script.Step
+        status, output = self.run_on_a_mac([
+            step("warns", "one", ["echo", "a.xib: Warning: x"], refused=r"\bwarning:"),
+            step("says", "two", ["echo", "no warnings"], refused=r"\bwarning:"),
+            step("hangs", "three", ["sleep", "60"], seconds=0.1)])
+        self.assertEqual(status, 1)
+        for line in ("failed +warns", "passed +says", "failed +hangs"):
+            self.assertRegex(output, rf"(?m)^{line}")
+
+    def test_looks_for_each_obsolete_call_of_the_back_end(self):
+        source = "".join(path.read_text(encoding="utf-8") for path in (PROJECT / "platform/macos").rglob("*.cpp"))
+        looked_up = set(re.findall(r"lateCall<\w+>\((k\w+)\)", source))
+        self.assertEqual(len(looked_up), len(self.script.obsolete_calls()))
+        self.assertIn("LSRegisterURL", self.script.obsolete_calls())
+        header = (PROJECT / "platform/macos/ground/obsolete_workspace_macos.h").read_text(encoding="utf-8")
+        methods = re.findall(r"^- \(.+?\)((?:.|\n)+?);", header, re.MULTILINE)
+        names = ["".join(re.findall(r"(\w+:)", method)) for method in methods]
+        self.assertEqual(len(names), 3)
+        for name in names:
+            self.assertIn(f"'{name}'", self.script.FIND_METHODS)
+
+    def test_walks_with_actions_that_the_walk_knows(self):
+        walk = (PROJECT / "scripts/macos/walk-installer").read_text(encoding="utf-8")
+        known = set(re.findall(r'^--   ([a-z]+) [A-Z]', walk, re.MULTILINE))
+        self.assertEqual(known - {"shows"}, set(re.findall(r'verb is "(\w+)"', walk)))
+        for step in self.script.steps("BUILD"):
+            if step.command[0].endswith("walk-installer"):
+                self.assertEqual(len(step.command) % 2, 1, step.name)
+                self.assertLessEqual(set(step.command[1::2]), known, step.name)
 
     def test_passes_when_each_step_does(self):
         status, output = self.run_on_a_mac([self.script.Step("build", "one", ["true"])])
