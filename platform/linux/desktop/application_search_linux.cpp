@@ -90,7 +90,10 @@ OptionalPath applicationAround(const std::string& program) {
     return std::nullopt;
 }
 
-OptionalPath startedBy(const DesktopEntry& entry) {
+// What the entry starts: an application that has the identifier, or a program without a bundle,
+// where those count.
+OptionalPath startedBy(const DesktopEntry& entry, const std::string& identifier,
+                       bool mayBeProgram) {
     if (!entry.isApplication) return std::nullopt;
     // An entry whose TryExec is missing counts as not installed.
     if (entry.tryExec && !findProgram(*entry.tryExec)) return std::nullopt;
@@ -98,24 +101,37 @@ OptionalPath startedBy(const DesktopEntry& entry) {
     const OptionalPath program = name ? findProgram(*name) : std::nullopt;
     if (!program) return std::nullopt;
     const OptionalPath bundle = applicationAround(*program);
-    return bundle ? bundle : program;
+    if (!bundle) return mayBeProgram ? program : std::nullopt;
+    // Another application is not found by an entry of this name: what is found may be removed.
+    return bears(*bundle, identifier) ? bundle : std::nullopt;
+}
+
+std::optional<DesktopEntry> entryIn(const std::string& folder, const std::string& identifier) {
+    const std::optional<std::string> text =
+        posix::readSmallFile(*appendPathComponent(folder, identifier + ".desktop"), kLongestEntry);
+    if (!text) return std::nullopt;
+    return parseDesktopEntry(*text);
 }
 
 OptionalPath findByEntry(const StringList& folders, const std::string& identifier) {
     for (const std::string& folder : folders) {
-        const std::optional<std::string> text = posix::readSmallFile(
-            *appendPathComponent(folder, identifier + ".desktop"), kLongestEntry);
-        if (!text) continue;
-        const DesktopEntry entry = parseDesktopEntry(*text);
+        const std::optional<DesktopEntry> entry = entryIn(folder, identifier);
+        if (!entry) continue;
         // Hides the entries of the same name in the folders that follow.
-        if (entry.isHidden) return std::nullopt;
-        if (OptionalPath path = startedBy(entry)) return path;
+        if (entry->isHidden) return std::nullopt;
+        if (OptionalPath path = startedBy(*entry, identifier, true)) return path;
     }
     return std::nullopt;
 }
 
-void addEntryFolder(ApplicationFolders& folders, const std::string& dataFolder) {
-    folders.entries.push_back(*appendPathComponent(dataFolder, "applications"));
+OptionalPath findByConsoleEntry(const OptionalPath& folder, const std::string& identifier) {
+    const std::optional<DesktopEntry> entry = folder ? entryIn(*folder, identifier) : std::nullopt;
+    if (!entry || entry->isHidden) return std::nullopt;
+    return startedBy(*entry, identifier, false);
+}
+
+std::string entryFolderIn(const std::string& dataFolder) {
+    return *appendPathComponent(dataFolder, "applications");
 }
 
 // Root has no desktop of its own: applications are those of the user at the console.
@@ -130,14 +146,14 @@ void addUserFolders(ApplicationFolders& folders) {
         const OptionalPath home = consoleHome();
         if (!home) return;
         folders.bundles.push_back(*appendPathComponent(*home, "Applications"));
-        addEntryFolder(folders, *appendPathComponent(*home, ".local/share"));
+        folders.consoleEntries = entryFolderIn(*appendPathComponent(*home, ".local/share"));
         return;
     }
     folders.bundles = current().locations->searchPaths(SearchPathDirectory::Application,
                                                        SearchPathDomainMask::User);
     const OptionalPath data = absolutePathInEnvironment("XDG_DATA_HOME");
-    addEntryFolder(folders,
-                   data ? *data : *appendPathComponent(homeOfThisProcess(), ".local/share"));
+    folders.entries.push_back(
+        entryFolderIn(data ? *data : *appendPathComponent(homeOfThisProcess(), ".local/share")));
 }
 
 }  // namespace
@@ -150,7 +166,7 @@ ApplicationFolders applicationFolders() {
         folders.bundles.push_back(each);
     folders.bundles.emplace_back("/opt");
     for (const std::string& each : foldersInEnvironment("XDG_DATA_DIRS", kDataFolders))
-        addEntryFolder(folders, each);
+        folders.entries.push_back(entryFolderIn(each));
     return folders;
 }
 
@@ -162,6 +178,7 @@ OptionalPath findApplication(const ApplicationFolders& folders, const std::strin
     for (const std::string& folder : folders.bundles) {
         if (OptionalPath path = findBundle(folder, identifier)) return path;
     }
+    if (OptionalPath path = findByConsoleEntry(folders.consoleEntries, identifier)) return path;
     return findByEntry(folders.entries, identifier);
 }
 

@@ -11,6 +11,9 @@ namespace quillmoor::platform::linux_ {
 struct ApplicationFolders {
     StringList bundles;  // each has *.app, or folders that have them
     StringList entries;  // each has desktop entries; an earlier one hides those of the same name
+    // Searched before these, for root: entries of the user at the console, which may name any
+    // program. Only a bundle that has the identifier counts, and they hide nothing.
+    OptionalPath consoleEntries;
 };
 
 // The application folders of the user and of the machine, /opt, and the desktop's data folders. For

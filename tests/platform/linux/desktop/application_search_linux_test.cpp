@@ -44,7 +44,8 @@ class Applications : public testing::Test {
 
     OptionalPath find(const std::string& identifier = kIdentifier) {
         return findApplication({{root_ / "Applications", root_ / "opt"},
-                                {root_ / "home/applications", root_ / "share/applications"}},
+                                {root_ / "home/applications", root_ / "share/applications"},
+                                std::nullopt},
                                identifier);
     }
 
@@ -125,12 +126,38 @@ TEST_F(Applications, FindADesktopEntrysProgramInThePath) {
 }
 
 TEST_F(Applications, FindTheBundleOfAProgram) {
+    makeBundle("far/Tally.app");
     const std::string program = makeProgram("far/Tally.app/Contents/Linux/tally");
     makeEntry("share/applications", "Exec=" + program);
     EXPECT_EQ(find(), root_ / "far/Tally.app");
 }
 
+TEST_F(Applications, ADesktopEntryDoesNotNameAnotherApplication) {
+    makeBundle("far/Other.app", "org.example.Other");
+    makeEntry("home/applications", "Exec=" + makeProgram("far/Other.app/Contents/Linux/other"));
+    EXPECT_EQ(find(), std::nullopt);
+    makeEntry("share/applications", "Exec=/bin/sh");
+    EXPECT_EQ(find(), "/bin/sh");
+}
+
+TEST_F(Applications, AConsoleUsersEntryNamesABundleOnlyAndHidesNothing) {
+    ApplicationFolders folders{{}, {root_ / "share/applications"}, root_ / "console"};
+    const auto found = [&] { return findApplication(folders, kIdentifier); };
+    makeEntry("share/applications", "Exec=/bin/sh");
+    makeEntry("console", "Exec=" + makeProgram("bin/tally"));
+    EXPECT_EQ(found(), "/bin/sh");
+    makeEntry("console", "Hidden=true\nExec=/bin/sh");
+    EXPECT_EQ(found(), "/bin/sh");
+    makeBundle("far/Other.app", "org.example.Other");
+    makeEntry("console", "Exec=" + makeProgram("far/Other.app/Contents/Linux/other"));
+    EXPECT_EQ(found(), "/bin/sh");
+    makeBundle("far/Tally.app");
+    makeEntry("console", "Exec=" + makeProgram("far/Tally.app/Contents/Linux/tally"));
+    EXPECT_EQ(found(), root_ / "far/Tally.app");
+}
+
 TEST_F(Applications, FindTheBundleOfALinkedProgram) {
+    makeBundle("far/Tally.app");
     const std::string program = makeProgram("far/Tally.app/Contents/Linux/tally");
     root_.makeFolder("bin");
     makeEntry("share/applications", "Exec=" + root_.makeLink("bin/tally", program));
@@ -221,7 +248,8 @@ TEST(ApplicationFolders, OfRootAreTheConsoleUsers) {
     fake->locations = &locations;
     const ApplicationFolders folders = applicationFolders();
     EXPECT_EQ(folders.bundles, (StringList{"/home/al/Applications", "/Applications", "/opt"}));
-    EXPECT_EQ(folders.entries.front(), "/home/al/.local/share/applications");
+    EXPECT_EQ(folders.consoleEntries, "/home/al/.local/share/applications");
+    EXPECT_EQ(folders.entries.front(), "/usr/local/share/applications");
 }
 
 TEST(ApplicationFolders, OfRootAreTheMachinesWithoutAConsoleUser) {

@@ -42,11 +42,18 @@ TEST(LinuxApplications, AnApplicationInTheUsersFolderIsFoundAndForgottenAgain) {
     EXPECT_EQ(applications.absolutePathForAppBundle(identifier), std::nullopt);
 }
 
+class OrdinaryUser : public test::ForwardingProcessInfo {
+  public:
+    unsigned realUserId() override { return 1000; }
+};
+
 TEST(LinuxApplications, ADesktopEntryInTheUsersDataFolderIsFound) {
     const TempFolder home;
     OneHome locations(home.path());
+    OrdinaryUser user;
     test::ScopedPlatform fake;
     fake->locations = &locations;
+    fake->processInfo = &user;
     const test::ScopedEnvironment data("XDG_DATA_HOME", home / ".local/share");
     home.writeFile(".local/share/applications/org.example.unheard-of.desktop",
                    "[Desktop Entry]\nType=Application\nExec=/bin/sh -c x\n");
