@@ -27,9 +27,11 @@ constexpr char kHelp[] =
     "  TALLYFRAME_UNINSTALLER_ANSWER=remove  as --unattended\n"
     "\n"
     "Exit status: 0 if Tallyframe was removed or was not installed; 1 if something that should\n"
-    "have been moved is left; 3 if the question was cancelled, with nothing moved.\n";
+    "have been moved is left; 2 for an unknown option; 3 if the question was cancelled, with\n"
+    "nothing moved.\n";
 
 constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
 constexpr int kCancelled = 3;
 
 bool isGiven(std::string_view option, int argc, char** argv) {
@@ -40,6 +42,14 @@ bool isUnattended(int argc, char** argv) {
     const char* const answer = std::getenv("TALLYFRAME_UNINSTALLER_ANSWER");
     return isGiven("--unattended", argc, argv) ||
            (answer != nullptr && std::string_view(answer) == "remove");
+}
+
+// Words with one minus sign or none are the system's, such as -psn_0_1 and -NSDocumentRevisions
+// YES.
+bool hasUnknownOption(int argc, char** argv) {
+    return std::any_of(argv + 1, argv + argc, [](std::string_view word) {
+        return word.starts_with("--") && word != "--unattended";
+    });
 }
 
 NSAlert* alertWith(NSString* heading, const std::string& text) {
@@ -88,6 +98,10 @@ int removeAfterAsking(const std::vector<Item>& items) {
 int main(int argc, char** argv) {
     if (isGiven("--help", argc, argv) || isGiven("-h", argc, argv))
         return std::fputs(kHelp, stdout) < 0 ? kFailed : 0;
+    if (hasUnknownOption(argc, argv)) {
+        std::fputs("Tallyframe Uninstaller: unknown option; --help lists them.\n", stderr);
+        return kWrongUsage;
+    }
     @autoreleasepool {
         quillmoor::KXLog::createNewLog();
         int status = 0;

@@ -21,12 +21,19 @@ const char* stateOf(Fate fate) {
 }  // namespace
 
 bool removeUnattended(std::FILE* out) {
-    const std::vector<Report> reports = moveToTrash(findItems());
-    if (reports.empty()) std::fputs("Tallyframe is not installed.\n", out);
-    for (const Report& report : reports)
-        std::fprintf(out, "%s: %s\n", stateOf(report.fate), displayText(report.item.path).c_str());
-    std::fflush(out);
-    return allGone(reports);
+    const std::vector<Item> items = findItems();
+    if (items.empty()) std::fputs("Tallyframe is not installed.\n", out);
+    bool isGone = true;
+    for (const Item& item : items) {
+        // Each is named before the next is moved: who ends this must know what was moved.
+        const std::vector<Report> reports = moveToTrash({item});
+        std::fprintf(out, "%s: %s\n", stateOf(reports.front().fate),
+                     displayText(item.path).c_str());
+        std::fflush(out);
+        isGone = allGone(reports) && isGone;
+    }
+    const bool isWritten = std::fflush(out) == 0 && std::ferror(out) == 0;
+    return isGone && isWritten;
 }
 
 }  // namespace quillmoor::tallyframe

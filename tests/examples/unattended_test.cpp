@@ -33,6 +33,25 @@ TEST_F(Unattended, MovesEachItemToTheTrashAndNamesIt) {
     EXPECT_EQ(trash_.recycled.size(), 2U);
 }
 
+TEST_F(Unattended, NamesAnItemBeforeItMovesTheNext) {
+    applications_.application = home_.makeFolder("Applications/Tallyframe.app");
+    makeSupportFolder();
+    std::vector<std::string> printedBefore;
+    trash_.beforeEach = [&] { printedBefore.push_back(test::readFile(home_ / "output")); };
+    EXPECT_TRUE(remove());
+    const std::string first = "moved to the Trash: " + *applications_.application + "\n";
+    EXPECT_EQ(printedBefore, (std::vector<std::string>{"", first}));
+}
+
+TEST_F(Unattended, FailsWhereALineCannotBeWritten) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> full(std::fopen("/dev/full", "w"),
+                                                               &std::fclose);
+    EXPECT_FALSE(removeUnattended(full.get()));
+    applications_.application = home_.makeFolder("Applications/Tallyframe.app");
+    EXPECT_FALSE(removeUnattended(full.get()));
+    EXPECT_EQ(trash_.recycled.size(), 1U);
+}
+
 TEST_F(Unattended, WithoutTheProductSaysSoAndSucceeds) {
     EXPECT_TRUE(remove());
     EXPECT_EQ(printed_, "Tallyframe is not installed.\n");

@@ -29,6 +29,10 @@ remove() {
 timeout 60 "$uninstaller" --help >"$HOME/help" || fail "help: status $?"
 grep -q TALLYFRAME_UNINSTALLER_ANSWER=remove "$HOME/help" || fail "help: no ANSWER"
 
+status=0
+timeout 60 "$uninstaller" --unatended 2>"$HOME/err" || status=$?
+[ $status -eq 2 ] && grep -q "unknown option" "$HOME/err" || fail "unknown option: status $status"
+
 remove
 [ $status -eq 0 ] || fail "not installed: status $status"
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "quillmoor/base/format.h"
@@ -28,6 +29,7 @@ class FakeTrash : public test::ForwardingTrash {
   public:
     platform::RecycleOutcome recycle(const std::string& source, const OptionalPath& destination,
                                      const StringList& names) override {
+        beforeEach();
         const std::string& name = names.front();
         recycled.push_back(formatted("%@|%@|%@", source, name, destination));
         if (name == refused) return {};
@@ -38,6 +40,7 @@ class FakeTrash : public test::ForwardingTrash {
 
     std::string refused;
     StringList recycled;
+    std::function<void()> beforeEach = [] {};
 };
 
 class FakeLocations : public test::ForwardingLocations {
