@@ -73,10 +73,16 @@ for way in by_dpkg "$scripts/preinstall"; do
     chmod 555 "$HOME/Applications"
     refuses "$way, one that cannot be removed" "something of Tallyframe is left" "$way"
     chmod 755 "$HOME/Applications"
-    install_product 2.0
-    "$way" >"$HOME/out" 2>&1 || fail "$way, the same version: refused"
-    [ -d "$app" ] || fail "$way, the same version: removed"
-    rm -rf "$app"
 done
+install_product 2.0
+installs "by_dpkg, a copy of the same version" by_dpkg
+install_product 2.0
+"$scripts/preinstall" >"$HOME/out" 2>&1 || fail "preinstall, the same version: refused"
+[ -d "$app" ] || fail "preinstall, the same version: removed"
+# An upgrade leaves what the package itself has installed.
+dpkg --root="$HOME/root" --force-not-root --force-script-chrootless --log=/dev/null \
+    --install "$HOME/tallyframe.deb" >"$HOME/out" 2>&1 || fail "an upgrade"
+[ -d "$app" ] || fail "an upgrade: removed"
+rm -rf "$app"
 by_dpkg >"$HOME/out" 2>&1 || fail "by_dpkg"
 [ "$(cat "$HOME/root/opt/tallyframe/version")" = 2.0 ] || fail "the package is not installed"
