@@ -10,6 +10,13 @@
 namespace quillmoor::version_check {
 namespace {
 
+std::string trimmed(const std::string& text) {
+    constexpr char kSpace[] = " \t\n\v\f\r";
+    const std::size_t begin = text.find_first_not_of(kSpace);
+    if (begin == std::string::npos) return "";
+    return text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
+}
+
 OptionalString versionOf(const std::string& application) {
     const auto info = platform::current().propertyLists->dictionaryWithContentsOfFile(
         *appendPathComponent(application, "Contents/Info.plist"));
@@ -17,7 +24,8 @@ OptionalString versionOf(const std::string& application) {
     for (const char* key : {"CFBundleShortVersionString", "CFBundleVersion"}) {
         const auto found = info->find(key);
         if (found == info->end()) continue;
-        if (OptionalString text = found->second.text(); text && !text->empty()) return text;
+        const std::string version = trimmed(found->second.text().value_or(""));
+        if (!version.empty()) return version;
     }
     return std::nullopt;
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <iterator>
+
 #include "quillmoor/pane/RK_MessageViewPane.h"
 #include "tests/pane/support/pane_fakes.h"
 
@@ -59,6 +62,14 @@ TEST_F(ProductState, WithoutAShortVersionTheBuildsCounts) {
     EXPECT_EQ(findProduct(std::nullopt).version, "8");
 }
 
+TEST_F(ProductState, WhiteSpaceAroundAVersionDoesNotCount) {
+    installVersion("\n\t1.5\n");
+    EXPECT_EQ(findProduct("1.5").state, State::Same);
+    EXPECT_EQ(findProduct("1.5").version, "1.5");
+    installVersion(" \n");
+    EXPECT_EQ(findProduct("1.5").version, std::nullopt);
+}
+
 TEST_F(ProductState, AnUnknownVersionIsNotCompared) {
     install("");
     EXPECT_EQ(findProduct("1").state, State::Installed);
@@ -79,28 +90,51 @@ class Shown : public Control {
 
 class Travels : public PaneNavigation {
   public:
-    bool hasLeft = false;
-    void gotoNextPane() override { hasLeft = true; }
-    void gotoPreviousPane() override { hasLeft = true; }
+    std::string moves;
+    void gotoNextPane() override { moves += "next"; }
+    void gotoPreviousPane() override { moves += "previous"; }
 };
 
-// The pane and the command decide by the same question.
-TEST_F(ProductState, IsAbsentWhereverThePanePassesItselfOver) {
+// What the pane does when it is entered: where it goes, or "shown".
+std::string paneEntered(InstallerDirection direction) {
+    Travels travels;
+    Shown button;
+    RK_MessageViewPane pane(travels);
+    pane.uninstallBtn = &button;
+    pane.didEnterPane(direction);
+    return travels.moves + (button.isShown ? "shown" : "");
+}
+
+// One table of states for the pane and for the command: what is found, and its state compared with
+// nothing, 1.0, 1.5 and 2.0.
+TEST_F(ProductState, IsAbsentExactlyWhereThePanePassesItselfOver) {
+    struct Row {
+        OptionalPath found;
+        std::array<State, 4> states;
+    };
+    std::array<State, 4> unknown{};
+    unknown.fill(State::Installed);
     installVersion("1.5");
     const OptionalPath bundle = applications_.product;
-    const OptionalPath program = folder_.writeFile("tallyframe");
-    const std::vector<OptionalPath> states{std::nullopt, "", folder_ / "gone.app", bundle, program};
-    for (const OptionalPath& found : states) {
-        applications_.product = found;
-        Travels travels;
-        Shown button;
-        RK_MessageViewPane pane(travels);
-        pane.uninstallBtn = &button;
-        pane.didEnterPane(InstallerDirection::Forward);
-        const bool isAbsent = findProduct(std::nullopt).state == State::Absent;
-        EXPECT_EQ(isAbsent, travels.hasLeft) << found.value_or("nil");
-        EXPECT_EQ(isAbsent, !button.isShown) << found.value_or("nil");
-        EXPECT_EQ(isAbsent, !found.has_value());
+    folder_.writeFile("Unknown.app/Contents/Info.plist", "<plist><dict/></plist>");
+    const Row rows[] = {
+        {std::nullopt, {State::Absent, State::Absent, State::Absent, State::Absent}},
+        {bundle, {State::Installed, State::Newer, State::Same, State::Older}},
+        {folder_ / "Unknown.app", unknown},
+        {folder_.writeFile("tallyframe"), unknown},
+        {folder_ / "gone.app", unknown},
+        {"", unknown},
+    };
+    const OptionalString compared[] = {std::nullopt, "1.0", "1.5", "2.0"};
+    for (const Row& row : rows) {
+        applications_.product = row.found;
+        const bool isAbsent = !row.found;
+        EXPECT_EQ(paneEntered(InstallerDirection::Forward), isAbsent ? "next" : "shown");
+        EXPECT_EQ(paneEntered(InstallerDirection::Undefined), isAbsent ? "next" : "shown");
+        EXPECT_EQ(paneEntered(InstallerDirection::Backward), isAbsent ? "previous" : "shown");
+        for (std::size_t i = 0; i < std::size(compared); ++i)
+            EXPECT_EQ(findProduct(compared[i]).state, row.states[i])
+                << row.found.value_or("nil") << " " << compared[i].value_or("nil");
     }
 }
 

@@ -46,9 +46,28 @@ TEST(VersionNumber, ARestMakesAVersionOlderThanNone) {
     expectOlder("1.1", "1.2b1");
 }
 
-TEST(VersionNumber, WhatFollowsASpaceIsIgnored) {
+TEST(VersionNumber, NumbersInARestAreComparedAsNumbers) {
+    expectOlder("1.0b9", "1.0b10");
+    expectOlder("1.2-rc9", "1.2-rc10");
+    expectOlder("1.2-rc.9", "1.2-rc.10");
+    expectOlder("1.0b", "1.0b1");
+    expectOlder("1.0b1", "1.0b1x");
+    expectSame("1.0b1", "1.0b01");
+}
+
+TEST(VersionNumber, StagesAreDevelopmentAlphaBetaCandidate) {
+    const char* const stages[] = {"1.0d3", "1.0a2", "1.0b1", "1.0fc1", "1.0rc1", "1.0"};
+    for (std::size_t i = 1; i < std::size(stages); ++i) expectOlder(stages[i - 1], stages[i]);
+    expectOlder("1.0-dev", "1.0-alpha");
+}
+
+TEST(VersionNumber, ABuildIsIgnored) {
     expectSame("1.2 (345)", "1.2");
     expectSame("1.2 (345)", "1.2 (9)");
+    expectSame("2.0\n", "2.0");
+    expectSame("2.0\t", "2.0");
+    expectSame("1.2+build7", "1.2");
+    expectSame("1.2-rc1+7", "1.2-rc1");
 }
 
 TEST(VersionNumber, BeginsWithADigit) {
