@@ -2,7 +2,8 @@
 #include <csignal>
 #include <filesystem>
 #include <iostream>
-#include <system_error>
+#include <string>
+#include <utility>
 
 #include "quillmoor/base/paths.h"
 #include "quillmoor/pane/installed_product.h"
@@ -28,10 +29,18 @@ void noteInterruption(int number) {
     interruption = number;
 }
 
-// What the starting process ignores, as nohup does, stays ignored.
-void noteInterruptions() {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
-        if (std::signal(number, noteInterruption) == SIG_IGN) std::signal(number, SIG_IGN);
+// What the starting process ignores, as nohup does, stays ignored. Returns the names of the signals
+// that the uninstaller is to ignore, too, as the shell's trap has them: not SIGTERM, which ends it.
+std::string noteInterruptions() {
+    std::string ignored;
+    const std::pair<int, const char*> signals[] = {
+        {SIGINT, "INT "}, {SIGTERM, ""}, {SIGHUP, "HUP "}};
+    for (const auto& [number, name] : signals) {
+        if (std::signal(number, noteInterruption) != SIG_IGN) continue;
+        std::signal(number, SIG_IGN);
+        ignored += name;
+    }
+    return ignored;
 }
 
 int fail(const std::string& reason) {
@@ -39,16 +48,11 @@ int fail(const std::string& reason) {
     return kFailed;
 }
 
-// The installed bundle, else the one of the build folder.
 std::string bundleFolder(const Options& options) {
     if (options.bundle) return *options.bundle;
     const OptionalPath program = platform::current().bundles->mainBundle()->executablePath();
-    const std::string folder = std::filesystem::path(program.value_or("")).parent_path();
-    for (const char* place : {INSTALLED_BUNDLE, "../VersionCheck.bundle"}) {
-        std::string bundle = folder + "/" + place;
-        if (std::filesystem::is_directory(bundle)) return bundle;
-    }
-    return folder + "/" INSTALLED_BUNDLE;
+    return std::filesystem::path(program.value_or("")).parent_path().string() +
+           "/" INSTALLED_BUNDLE;
 }
 
 int statusOf(const Removal& removal) {
@@ -94,22 +98,24 @@ int uninstall(const Options& options, const Product& product) {
         bundleFolder(options) + "/Contents/Resources/" + kUninstallerName + "." + kUninstallerType;
     if (!std::filesystem::is_regular_file(archive))
         return fail("there is no uninstaller " + command::quoted(archive));
-    if (options.unattended) noteInterruptions();
     UninstallerOutput output(!options.quiet);
     Patience patience;
+    patience.ignoredSignals = noteInterruptions();
     patience.timeout = options.timeout;
     patience.isInterrupted = [] { return interruption != 0; };
     const Removal removal =
         options.unattended
             ? runUninstaller(archive, patience, [&](const std::string& line) { output.take(line); })
-            : openUninstaller(archive);
-    if (options.json)
-        std::cout << json(product, options.compare, removal, output.lines());
-    else if (!options.quiet || statusOf(removal) != 0)
-        (statusOf(removal) == 0 ? std::cout : std::cerr) << sentence(removal);
+            : openUninstaller(archive, patience.isInterrupted);
+    const int status = statusOf(removal);
+    if (options.json) std::cout << json(product, options.compare, removal, output.lines());
+    if (status != 0)
+        std::cerr << sentence(removal);
+    else if (!options.json && !options.quiet)
+        std::cout << sentence(removal);
     std::cout.flush();
     if (interruption != 0) passOnInterruption();
-    return statusOf(removal);
+    return status;
 }
 
 int check(const Options& options) {
@@ -122,18 +128,26 @@ int check(const Options& options) {
     return static_cast<int>(product.state);
 }
 
+int finish(int status) {
+    std::cout.flush();
+    return std::cout ? status : fail("standard output cannot be written");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A reader that is gone is an output that cannot be written, and must not end a removal.
+    std::signal(SIGPIPE, SIG_IGN);
     try {
-        const int status = check(parseOptions({argv + 1, static_cast<std::size_t>(argc - 1)}));
-        std::cout.flush();
-        return std::cout ? status : fail("standard output cannot be written");
+        return finish(check(parseOptions({argv + 1, static_cast<std::size_t>(argc - 1)})));
     } catch (const UsageExit& usage) {
-        if (!usage.isError()) return (std::cout << usage.what() << std::flush) ? 0 : kFailed;
-        std::cerr << "version-check: " << usage.what() << "; see version-check --help\n";
-        return kWrongUse;
+        if (usage.isError()) {
+            std::cerr << "version-check: " << usage.what() << "; see version-check --help\n";
+            return kWrongUse;
+        }
+        std::cout << usage.what();
+        return finish(0);
     } catch (const std::exception& error) {
-        return fail(error.what());
+        return fail(command::printable(error.what()));
     }
 }

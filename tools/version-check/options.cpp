@@ -1,6 +1,8 @@
 #include "tools/version-check/options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <system_error>
 
 #include "tools/command/printable.h"
 #include "tools/command/suggestion.h"
@@ -27,6 +29,14 @@ std::string checkedVersion(const std::string& text) {
     return isVersionNumber(text) ? "" : command::quoted(text) + " is not a version number";
 }
 
+// Decimal digits only: the library would take 010 for 8. 0 for any other text.
+long seconds(const std::string& text) {
+    long number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end ? number : 0;
+}
+
 // Not the library's own checks and dependencies of options, which it also writes into the help.
 void demand(bool condition, const char* rule) {
     if (!condition) throw UsageExit(rule, true);
@@ -36,10 +46,11 @@ struct Parser {
     Options options;
     std::string compare;
     std::string bundle;
-    long timeout = 600;
+    std::string timeout = "600";
     CLI::App app{"Says whether Tallyframe is on this computer, and removes it if asked to.",
                  "version-check"};
     CLI::Option* timeoutOption = nullptr;
+    CLI::Option* bundleOption = nullptr;
 
     Parser() {
         app.footer(kFooter);
@@ -54,10 +65,11 @@ struct Parser {
         timeoutOption = app.add_option("--timeout", timeout,
                                        "With --unattended: how long to wait; else 600 seconds")
                             ->type_name("SECONDS");
-        app.add_option("--bundle", bundle,
-                       "With --uninstall: the VersionCheck.bundle that has the uninstaller; else "
-                       "the installed one")
-            ->type_name("FOLDER");
+        bundleOption =
+            app.add_option("--bundle", bundle,
+                           "With --uninstall: the VersionCheck.bundle that has the uninstaller; "
+                           "else the installed one")
+                ->type_name("FOLDER");
         app.add_flag("--json", options.json, "Print one JSON object");
         app.add_flag("-q,--quiet", options.quiet, "Print nothing but failures");
     }
@@ -65,13 +77,15 @@ struct Parser {
     Options finished() {
         demand(options.uninstall || !options.unattended, "--unattended needs --uninstall");
         demand(options.unattended || timeoutOption->empty(), "--timeout needs --unattended");
-        demand(timeout >= 1 && timeout <= kLongestTimeout,
+        const long longest = seconds(timeout);
+        demand(longest >= 1 && longest <= kLongestTimeout,
                "--timeout needs a number of seconds from 1 to 2592000");
-        demand(options.uninstall || bundle.empty(), "--bundle needs --uninstall");
+        demand(options.uninstall || bundleOption->empty(), "--bundle needs --uninstall");
+        demand(bundleOption->empty() || !bundle.empty(), "--bundle needs a folder");
         demand(!options.json || !options.quiet, "--json and --quiet exclude each other");
         if (!compare.empty()) options.compare = compare;
         if (!bundle.empty()) options.bundle = bundle;
-        options.timeout = std::chrono::seconds(timeout);
+        options.timeout = std::chrono::seconds(longest);
         return options;
     }
 
@@ -100,7 +114,8 @@ Options parseOptions(std::span<const char* const> arguments) {
     } catch (const CLI::ExtrasError&) {
         throw UsageExit(parser.unknown(parser.app.remaining().front()), true);
     } catch (const CLI::ParseError& error) {
-        throw UsageExit(error.what(), true);
+        // It may quote what was given.
+        throw UsageExit(command::printable(error.what()), true);
     }
     return parser.finished();
 }

@@ -9,7 +9,8 @@ namespace quillmoor::version_check {
 // the end, unless it was kept. A failure of the removal is not reported.
 class PrivateFolder {
   public:
-    // Throws std::system_error.
+    // Throws std::runtime_error, also where other users could exchange what is in the temporary
+    // folder.
     PrivateFolder();
     ~PrivateFolder();
     PrivateFolder(const PrivateFolder&) = delete;

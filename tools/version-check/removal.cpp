@@ -31,7 +31,8 @@ OptionalPath unpackInto(const PrivateFolder& folder, const std::string& archive)
     return application;
 }
 
-// The program of the unpacked application, for the system that it was built for.
+// The program of the unpacked application, for the system that it was built for. Whether it can be
+// run shows when it is: a file system may forbid it to all programs.
 OptionalPath programOf(const std::string& application) {
     const platform::Platform& system = platform::current();
     const std::string contents = *appendPathComponent(application, "Contents");
@@ -41,16 +42,15 @@ OptionalPath programOf(const std::string& application) {
     if (!name || name->empty()) return std::nullopt;
     for (const char* folder : {"/Linux/", "/MacOS/"}) {
         const std::string program = contents + folder + *name;
-        if (system.fileManager->isExecutableFile(program)) return program;
+        if (system.fileManager->fileExists(program)) return program;
     }
     return std::nullopt;
 }
 
 // Serves the run loop until the condition holds. Returns false if it does not in time, or is given
 // up.
-bool serveUntil(const std::function<bool()>& condition, std::chrono::seconds timeout,
+bool serveUntil(const std::function<bool()>& condition, steady_clock::time_point deadline,
                 const std::function<bool()>& isGivenUp) {
-    const auto deadline = steady_clock::now() + timeout;
     while (!condition()) {
         const auto now = steady_clock::now();
         if (now >= deadline || isGivenUp()) return false;
@@ -107,32 +107,48 @@ class LineReader {
     std::thread thread_;  // the last member: it uses the others
 };
 
-RemovalOutcome outcomeOf(platform::Task& task, const Patience& patience) {
+RemovalOutcome outcomeOf(platform::Task& task, const Patience& patience,
+                         steady_clock::time_point deadline) {
     const auto hasEnded = [&] { return !task.isRunning(); };
-    if (serveUntil(hasEnded, patience.timeout, patience.isInterrupted)) {
+    if (serveUntil(hasEnded, deadline, patience.isInterrupted)) {
         const bool isGone = task.terminationStatus() == 0 && !installedProduct();
         return isGone ? RemovalOutcome::Removed : RemovalOutcome::Left;
     }
     const RemovalOutcome outcome =
         patience.isInterrupted() ? RemovalOutcome::Interrupted : RemovalOutcome::TimedOut;
     task.terminate();
-    serveUntil(hasEnded, patience.grace, never);
+    serveUntil(hasEnded, steady_clock::now() + patience.grace, never);
     return outcome;
 }
 
-RemovalOutcome run(platform::Task& task, const Patience& patience, const LineSink& sink) {
+RemovalOutcome run(platform::Task& task, const Patience& patience,
+                   steady_clock::time_point deadline, const LineSink& sink) {
     const LineReader reader(task.standardOutput(), sink);
-    const RemovalOutcome outcome = outcomeOf(task, patience);
+    const RemovalOutcome outcome = outcomeOf(task, patience, deadline);
     // A process that the uninstaller has started may keep the stream open.
-    serveUntil([&] { return reader.isAtEnd(); }, kLastOutput, never);
+    serveUntil([&] { return reader.isAtEnd(); }, steady_clock::now() + kLastOutput, never);
     return outcome;
+}
+
+// A child begins with the usual handling of all signals, so a shell has it ignore some again.
+void setProgram(platform::Task& task, const std::string& program,
+                const std::string& ignoredSignals) {
+    if (ignoredSignals.empty()) {
+        task.setLaunchPath(program);
+        task.setArguments({"--unattended"});
+        return;
+    }
+    task.setLaunchPath("/bin/sh");
+    task.setArguments(
+        {"-c", "trap '' " + ignoredSignals + "; exec \"$0\" \"$@\"", program, "--unattended"});
 }
 
 }  // namespace
 
-Removal openUninstaller(const std::string& archive) {
+Removal openUninstaller(const std::string& archive, const std::function<bool()>& isInterrupted) {
     PrivateFolder folder;
     const OptionalPath uninstaller = unpackInto(folder, archive);
+    if (isInterrupted()) return {RemovalOutcome::Interrupted, std::nullopt};
     if (!uninstaller) return {RemovalOutcome::NotUnpacked, std::nullopt};
     if (!platform::current().applications->openFile(*uninstaller))
         return {RemovalOutcome::NotStarted, std::nullopt};
@@ -142,21 +158,22 @@ Removal openUninstaller(const std::string& archive) {
 
 Removal runUninstaller(const std::string& archive, const Patience& patience, const LineSink& sink) {
     const platform::Platform& system = platform::current();
+    const auto deadline = steady_clock::now() + patience.timeout;
     PrivateFolder folder;
     const OptionalPath uninstaller = unpackInto(folder, archive);
+    if (patience.isInterrupted()) return {RemovalOutcome::Interrupted, std::nullopt};
     const OptionalPath program = uninstaller ? programOf(*uninstaller) : std::nullopt;
     if (!program) return {RemovalOutcome::NotUnpacked, std::nullopt};
 
     const auto task = system.tasks->makeTask();
-    task->setLaunchPath(*program);
-    task->setArguments({"--unattended"});
+    setProgram(*task, *program, patience.ignoredSignals);
     task->setStandardOutput(system.fileHandles->makePipe());
     try {
         task->launch();
     } catch (const platform::Exception&) {
         return {RemovalOutcome::NotStarted, std::nullopt};
     }
-    const RemovalOutcome outcome = run(*task, patience, sink);
+    const RemovalOutcome outcome = run(*task, patience, deadline, sink);
     if (!task->isRunning()) return {outcome, std::nullopt};
     folder.keep();
     return {outcome, uninstaller};

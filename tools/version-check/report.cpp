@@ -110,7 +110,8 @@ std::string sentence(const Removal& removal) {
         case RemovalOutcome::NotStarted:
             break;
     }
-    return "The uninstaller could not be started.\n";
+    return "The uninstaller could not be started from the temporary folder. Where that forbids "
+           "programs, TMPDIR can name another.\n";
 }
 
 std::string json(const Product& product, const OptionalString& comparedWith) {

@@ -49,11 +49,13 @@ TEST(VersionCheckOptions, WhatDoesNotFitTogetherIsRefused) {
 
 TEST(VersionCheckOptions, ValuesAreChecked) {
     const std::string range = "--timeout needs a number of seconds from 1 to 2592000";
-    for (const char* seconds : {"0", "-1", "2592001"})
+    for (const char* seconds :
+         {"0", "-1", "2592001", "x", "0x10", "1.5", "99999999999999999999", "", "\x1b[2J"})
         EXPECT_EQ(refusal({"--uninstall", "--unattended", "--timeout", seconds}), range);
+    EXPECT_EQ(parsed({"--uninstall", "--unattended", "--timeout", "010"}).timeout, 10s);
     EXPECT_EQ(parsed({"--uninstall", "--unattended", "--timeout", "2592000"}).timeout, 2592000s);
-    for (const char* seconds : {"x", "1.5", "99999999999999999999", ""})
-        EXPECT_NE(refusal({"--uninstall", "--unattended", "--timeout", seconds}), "accepted");
+    EXPECT_EQ(refusal({"--uninstall", "--bundle", ""}), "--bundle needs a folder");
+    EXPECT_EQ(refusal({"--uninstall=\x1b[2J"}).find('\x1b'), std::string::npos);
     EXPECT_NE(refusal({"--compare", "beta"}).find("“beta” is not a version number"),
               std::string::npos);
     EXPECT_NE(refusal({"--compare"}), "accepted");

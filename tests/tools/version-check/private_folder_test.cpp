@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 #include "tests/support/forwarding.h"
@@ -62,6 +64,24 @@ TEST_F(PrivateFolderTest, IsKeptOnRequest) {
         path = folder.path();
     }
     EXPECT_TRUE(test::somethingAt(path));
+}
+
+TEST_F(PrivateFolderTest, IsNotMadeWhereOthersCouldExchangeIt) {
+    for (const ::mode_t shared : {0777U, 0770U, 0702U}) {
+        ASSERT_EQ(::chmod(folder_.path().c_str(), shared), 0);
+        EXPECT_THROW(PrivateFolder(), std::runtime_error) << std::oct << shared;
+        EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+    }
+    for (const ::mode_t safe : {0755U, 01777U}) {
+        ASSERT_EQ(::chmod(folder_.path().c_str(), safe), 0);
+        EXPECT_NO_THROW(PrivateFolder()) << std::oct << safe;
+    }
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can give a folder to another user";
+    ASSERT_EQ(::chmod(folder_.path().c_str(), 0755), 0);
+    ASSERT_EQ(::chown(folder_.path().c_str(), 65534, 65534), 0);
+    EXPECT_THROW(PrivateFolder(), std::runtime_error);
+    ASSERT_EQ(::chmod(folder_.path().c_str(), 01777), 0);
+    EXPECT_NO_THROW(PrivateFolder());
 }
 
 TEST_F(PrivateFolderTest, WithoutATemporaryFolderIsAnError) {

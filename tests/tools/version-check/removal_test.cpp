@@ -16,6 +16,14 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
+bool never() {
+    return false;
+}
+
+bool always() {
+    return true;
+}
+
 class FakeLocations : public test::ForwardingLocations {
   public:
     std::string temporary;
@@ -65,7 +73,7 @@ class RemovalTest : public ::testing::Test {
     FakeLocations locations_;
     test::FakeApplications applications_;
     test::FakeTools tools_;
-    Patience patience_{60s, 1s, [] { return false; }};
+    Patience patience_{60s, 1s, never, ""};
     StringList lines_;
     test::ScopedPlatform platform_;
 };
@@ -111,10 +119,36 @@ TEST_F(RemovalTest, AnUninstallerThatTakesTooLongIsToldToEnd) {
 }
 
 TEST_F(RemovalTest, AnInterruptedUninstallerIsToldToEnd) {
-    uninstallerDoes("exec sleep 1000");
-    patience_.isInterrupted = [] { return true; };
+    uninstallerDoes("echo $$ >'" + folder_ / "pid" + "'; exec sleep 1000");
+    patience_.isInterrupted = [this] { return test::somethingAt(folder_ / "pid"); };
     EXPECT_EQ(run().outcome, RemovalOutcome::Interrupted);
     EXPECT_TRUE(isTemporaryFolderEmpty());
+}
+
+TEST_F(RemovalTest, AnInterruptionDuringTheUnpackingStartsNothing) {
+    uninstallerDoes("touch '" + folder_ / "was run" + "'");
+    patience_.isInterrupted = always;
+    EXPECT_EQ(run().outcome, RemovalOutcome::Interrupted);
+    EXPECT_EQ(openUninstaller(archive_, always).outcome, RemovalOutcome::Interrupted);
+    EXPECT_FALSE(test::somethingAt(folder_ / "was run"));
+    EXPECT_THAT(applications_.opened, IsEmpty());
+    EXPECT_TRUE(isTemporaryFolderEmpty());
+}
+
+TEST_F(RemovalTest, TheUnpackingCountsForTheTimeOut) {
+    script("tool", "sleep 1.2\n" + test::readFile(folder_ / "tool"));
+    uninstallerDoes("exec sleep 0.5");
+    EXPECT_EQ(run(1s).outcome, RemovalOutcome::TimedOut);
+}
+
+TEST_F(RemovalTest, TheUninstallerIgnoresTheSameSignals) {
+    applications_.product = std::nullopt;
+    uninstallerDoes("kill -HUP $$; echo \"still there $*\"");
+    patience_.ignoredSignals = "HUP INT";
+    EXPECT_EQ(run().outcome, RemovalOutcome::Removed);
+    EXPECT_THAT(lines_, ElementsAre("still there --unattended"));
+    patience_.ignoredSignals = "";
+    EXPECT_EQ(run().outcome, RemovalOutcome::Left);
 }
 
 TEST_F(RemovalTest, AnUninstallerThatDoesNotEndKeepsItsFolder) {
@@ -139,7 +173,7 @@ TEST_F(RemovalTest, NothingIsRunThatWasNotUnpacked) {
     uninstallerDoes("touch '" + folder_ / "was run" + "'");
     script("tool", "mkdir -p \"$3/Another.app\"");
     EXPECT_EQ(run().outcome, RemovalOutcome::NotUnpacked);
-    EXPECT_EQ(openUninstaller(archive_).outcome, RemovalOutcome::NotUnpacked);
+    EXPECT_EQ(openUninstaller(archive_, never).outcome, RemovalOutcome::NotUnpacked);
     EXPECT_THAT(applications_.opened, IsEmpty());
     EXPECT_FALSE(test::somethingAt(folder_ / "was run"));
     EXPECT_TRUE(isTemporaryFolderEmpty());
@@ -158,6 +192,10 @@ TEST_F(RemovalTest, AnApplicationWithoutAProgramIsNotRun) {
 TEST_F(RemovalTest, AProgramThatTheSystemCannotStartIsReported) {
     folder_.writeFile("program", "#!/nonexistent\n");
     EXPECT_EQ(run().outcome, RemovalOutcome::NotStarted);
+    // As where the file system forbids programs.
+    uninstallerDoes("exit 0");
+    std::filesystem::permissions(folder_ / "program", std::filesystem::perms::owner_read);
+    EXPECT_EQ(run().outcome, RemovalOutcome::NotStarted);
     EXPECT_TRUE(isTemporaryFolderEmpty());
 }
 
@@ -174,7 +212,7 @@ TEST_F(RemovalTest, TheProgramOfAnotherSystemsBundleCounts) {
 }
 
 TEST_F(RemovalTest, TheOpenedUninstallerStaysWhereItRuns) {
-    const Removal removal = openUninstaller(archive_);
+    const Removal removal = openUninstaller(archive_, never);
     EXPECT_EQ(removal.outcome, RemovalOutcome::Opened);
     ASSERT_TRUE(removal.uninstaller);
     EXPECT_THAT(applications_.opened, ElementsAre(*removal.uninstaller));
@@ -184,7 +222,7 @@ TEST_F(RemovalTest, TheOpenedUninstallerStaysWhereItRuns) {
 
 TEST_F(RemovalTest, AnUninstallerThatCannotBeOpenedIsReported) {
     applications_.opens = false;
-    EXPECT_EQ(openUninstaller(archive_).outcome, RemovalOutcome::NotStarted);
+    EXPECT_EQ(openUninstaller(archive_, never).outcome, RemovalOutcome::NotStarted);
     EXPECT_TRUE(isTemporaryFolderEmpty());
 }
 

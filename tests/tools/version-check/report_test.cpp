@@ -45,7 +45,8 @@ TEST(Report, SaysHowTheRemovalEnded) {
     EXPECT_EQ(sentence(Removal{RemovalOutcome::NotUnpacked, {}}),
               "The uninstaller could not be unpacked.\n");
     EXPECT_EQ(sentence(Removal{RemovalOutcome::NotStarted, {}}),
-              "The uninstaller could not be started.\n");
+              "The uninstaller could not be started from the temporary folder. Where that forbids "
+              "programs, TMPDIR can name another.\n");
 }
 
 TEST(Report, IsOneJsonObjectOnRequest) {

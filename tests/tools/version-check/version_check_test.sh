@@ -107,17 +107,38 @@ if kill -0 "$(cat "$HOME/hangs")" 2>/dev/null; then fail "interrupted: the unins
 [ "$(find "$TMPDIR" -name 'version-check-*' | wc -l)" -eq "$before" ] ||
     fail "interrupted: the unpacked uninstaller is left"
 
-# A signal that the starting process ignores does not interrupt.
+# A signal that the starting process ignores does not interrupt, neither the command nor the uninstaller.
 rm -f "$HOME/hangs"
 (trap '' HUP && exec "$command" --uninstall --unattended --timeout 2 --bundle "$HOME/hanging.bundle") 2>"$HOME/err" &
 while [ ! -s "$HOME/hangs" ]; do sleep 0.05; done
-kill -HUP $!
+kill -HUP "$(cat "$HOME/hangs")" $!
 status=0
 wait $! || status=$?
-[ "$status" -eq 8 ] || fail "ignored signal: status $status"
+[ "$status" -eq 8 ] || fail "ignored signal: status $status: $(cat "$HOME/err")"
 
 # What cannot be written is a failure.
 status=0
 "$command" >/dev/full 2>"$HOME/err" || status=$?
 [ "$status" -eq 1 ] || fail "full: status $status"
 reports "standard output cannot be written"
+status=0
+"$command" --help >/dev/full 2>"$HOME/err" || status=$?
+[ "$status" -eq 1 ] || fail "full: status $status of --help"
+reports "standard output cannot be written"
+
+# A reader that is gone is the same for standard output; for standard error, the removal goes on.
+without_reader() {
+    python3 -c 'import os, subprocess, sys
+reader, writer = os.pipe()
+os.close(reader)
+streams = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, sys.argv[1]: writer}
+sys.exit(subprocess.run(sys.argv[2:], **streams).returncode % 256)' "$@"
+}
+status=0
+without_reader stdout "$command" || status=$?
+[ "$status" -eq 1 ] || fail "no reader: status $status"
+install_product
+status=0
+without_reader stderr "$command" --uninstall --unattended || status=$?
+[ "$status" -eq 0 ] || fail "no reader of the errors: status $status"
+[ ! -e "$app" ] || fail "no reader of the errors: the product is left"
