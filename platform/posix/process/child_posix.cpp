@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "quillmoor/platform/posix/ground/c_strings_posix.h"
@@ -46,6 +48,13 @@ void setStream(SpawnActions& actions, int number, const ChildStream& stream) {
     }
 }
 
+// macOS can also report a child that was only stopped. Before the next look at such a one:
+constexpr std::chrono::milliseconds kPause{10};
+
+bool hasEnded(const siginfo_t& info) {
+    return info.si_code == CLD_EXITED || info.si_code == CLD_KILLED || info.si_code == CLD_DUMPED;
+}
+
 }  // namespace
 
 std::shared_ptr<Child> Child::start(const ChildSetup& setup) {
@@ -77,13 +86,12 @@ void Child::adopt(pid_t pid, Descriptor exit) noexcept {
 
 bool Child::collectIfEnded() {
     if (status_) return true;
-    // All zero before the call: waitid(2) also succeeds while the child runs, and only a process id
-    // shows that it has ended.
+    // All zero before the call: waitid(2) also succeeds while the child runs.
     siginfo_t info{};
     int result = 0;
     do result = waitForChild(exit_, pid_, &info, WEXITED | WNOHANG);
     while (result != 0 && errno == EINTR);
-    if (result == 0 && info.si_pid == 0) return false;
+    if (result == 0 && !hasEnded(info)) return false;
     // si_status is the exit status, or the number of the signal that ended the child. An error is
     // ECHILD: the host ignores SIGCHLD, or has collected a child that is not its own.
     status_ = result == 0 ? info.si_status : kUnknownStatus;
@@ -101,7 +109,8 @@ void Child::wait() {
     // A wait that a signal interrupts has observed nothing.
     do {
         siginfo_t info{};
-        waitForChild(exit_, pid_, &info, WEXITED | WNOWAIT);
+        const int result = waitForChild(exit_, pid_, &info, WEXITED | WNOWAIT);
+        if (result == 0 && !hasEnded(info)) std::this_thread::sleep_for(kPause);
     } while (isRunning());
 }
 

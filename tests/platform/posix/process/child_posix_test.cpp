@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <csignal>
 #include <thread>
 #include <vector>
 
+#include "quillmoor/platform/posix/ground/system_calls_posix.h"
 #include "quillmoor/platform/posix/process/child_reaper_posix.h"
 #include "tests/children/child_tools.h"
 #include "tests/support/temp_folder.h"
@@ -86,6 +88,34 @@ TEST(Child, IsOverWithoutAStatusInAProgramThatIgnoresItsChildren) {
     EXPECT_FALSE(stopped->isRunning());
     stopped->terminate();
     ::sigaction(SIGCHLD, &before, nullptr);
+}
+
+std::atomic<int> stopsToReport{0};
+const SystemCalls* below = nullptr;
+
+// macOS may report a child that was only stopped.
+int reportStopsFirst(idtype_t kind, id_t child, siginfo_t* info, int options) {
+    if (stopsToReport-- <= 0) return below->waitid(kind, child, info, options);
+    info->si_pid = 1;
+    info->si_code = CLD_STOPPED;
+    info->si_status = SIGSTOP;
+    return 0;
+}
+
+TEST(Child, ThatIsOnlyStoppedHasNotEnded) {
+    const auto child = Child::start(setupOf("exit_with", {"3"}));
+    ASSERT_NE(child, nullptr);
+    SystemCalls calls = systemCalls();
+    calls.waitid = reportStopsFirst;
+    below = exchangeSystemCalls(&calls);
+    stopsToReport = 2;
+    EXPECT_TRUE(child->isRunning());
+    EXPECT_EQ(child->status(), std::nullopt);
+    stopsToReport = 5;
+    child->wait();
+    EXPECT_EQ(child->status(), 3);
+    EXPECT_LE(stopsToReport, 0);
+    exchangeSystemCalls(below);
 }
 
 TEST(Child, IsReapedWhenItIsReleasedBeforeItsEnd) {
