@@ -7,7 +7,7 @@ set(KX_HOOKS
     posix/ground/kernel_calls_posix.h
         openPipe openWakePair renameNoReplace openBeneath cloneFile reserveSpace
         listExtendedAttributes getExtendedAttribute setExtendedAttribute getRemovalTraits
-        kNoSuchAttributeError isCopiedAttribute
+        kNoSuchAttributeError isCopiedAttribute copySystemAttributes
     posix/ground/thread_id_posix.h
         currentThreadId
     posix/fs/ownership_posix.h

@@ -100,4 +100,8 @@ bool isCopiedAttribute(const char* name, bool ownerKept) {
            text.starts_with("system.posix_acl_");
 }
 
+// Access control lists are extended attributes, and the flags of a file are not copied by others
+// either.
+void copySystemAttributes(int, int) noexcept {}
+
 }  // namespace quillmoor::platform::posix

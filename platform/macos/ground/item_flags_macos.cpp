@@ -24,6 +24,11 @@ struct ItemReply {
     std::uint32_t flags;
     std::uint32_t mountStatus;  // of folders only: the reply is shorter for all others
 };
+struct CreationReply {
+    std::uint32_t size;
+    unsigned char created[sizeof(timespec)];
+    std::uint32_t flags;
+};
 struct FlagsReply {
     std::uint32_t size;
     std::uint32_t flags;
@@ -60,6 +65,14 @@ int writeCreationDate(int folder, const char* name, const timespec& date) {
     attrlist request = requestFor(ATTR_CMN_CRTIME);
     timespec value = date;
     return ::setattrlistat(folder, name, &request, &value, sizeof value, 0);
+}
+
+int copyCreationDateAndFlags(int original, int made, std::uint32_t mask) {
+    attrlist request = requestFor(ATTR_CMN_CRTIME | ATTR_CMN_FLAGS);
+    CreationReply reply{};
+    if (::fgetattrlist(original, &request, &reply, sizeof reply, 0) != 0) return -1;
+    reply.flags &= mask;
+    return ::fsetattrlist(made, &request, reply.created, sizeof reply - sizeof reply.size, 0);
 }
 
 }  // namespace quillmoor::platform::macos

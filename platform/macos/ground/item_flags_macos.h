@@ -21,5 +21,8 @@ int readOpenItemFlags(int file, std::uint32_t* flags);
 // Sets all flags at once.
 int writeItemFlags(int folder, const char* name, std::uint32_t flags);
 int writeCreationDate(int folder, const char* name, const timespec& date);
+// Gives one open item the creation date of another, and those of its flags that are in `mask`; the
+// others are cleared.
+int copyCreationDateAndFlags(int original, int made, std::uint32_t mask);
 
 }  // namespace quillmoor::platform::macos

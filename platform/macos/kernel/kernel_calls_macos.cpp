@@ -39,6 +39,9 @@ int makePipe(int ends[2], int statusFlags) {
     return 0;
 }
 
+// A lock is not copied: the copy could not be renamed any more.
+constexpr std::uint32_t kCopiedFlags = UF_NODUMP | UF_HIDDEN;
+
 // Such a list can give any user what the mode withholds. One that cannot be read counts as one.
 bool hasAccessControlList(int folder) {
     const acl_t list = ::acl_get_fd_np(folder, ACL_TYPE_EXTENDED);
@@ -140,6 +143,15 @@ int getRemovalTraits(int folder, const char* name, RemovalTraits* traits) {
 // No attribute gives a program privileges, and those that belong to the system cannot be set.
 bool isCopiedAttribute(const char*, bool) {
     return true;
+}
+
+// The list last: it may forbid its owner to change the item.
+void copySystemAttributes(int original, int made) noexcept {
+    macos::copyCreationDateAndFlags(original, made, kCopiedFlags);
+    const acl_t list = ::acl_get_fd_np(original, ACL_TYPE_EXTENDED);
+    if (list == nullptr) return;
+    ::acl_set_fd_np(made, list, ACL_TYPE_EXTENDED);
+    ::acl_free(list);
 }
 
 }  // namespace quillmoor::platform::posix

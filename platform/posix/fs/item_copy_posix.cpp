@@ -150,7 +150,10 @@ int copyAttributes(int original, int made, const struct stat& status) {
     // After the extended attributes as well: to set one of the user's, the caller needs write
     // permission for the file (xattr(7)), which the original's mode may lack.
     error = unlessRefused(calls.fchmod(made, status.st_mode & kept));
-    return error != 0 ? error : unlessRefused(calls.futimens(made, Dates(status).times));
+    if (error == 0) error = unlessRefused(calls.futimens(made, Dates(status).times));
+    // After the dates, which may move others, and what may forbid further changes.
+    if (error == 0 && original >= 0) copySystemAttributes(original, made);
+    return error;
 }
 
 int ItemCopier::copy(int folder, const char* name, mode_t type, int newFolder,

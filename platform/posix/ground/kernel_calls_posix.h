@@ -80,4 +80,9 @@ extern const int kNoSuchAttributeError;
 // is copied.
 bool isCopiedAttribute(const char* name, bool ownerKept);
 
+// Copies what only this system keeps of an item, beside its owner, extended attributes, mode and
+// dates of access and modification; what cannot be stored is left out. Does nothing where there is
+// nothing else. Called last for each file and folder that is copied.
+void copySystemAttributes(int original, int made) noexcept;
+
 }  // namespace quillmoor::platform::posix

@@ -62,6 +62,10 @@ void put(std::vector<std::uint8_t>& bytes, const void* value, std::size_t size) 
 int reply(const std::string& name, const struct stat& status, const attrlist& request, void* buffer,
           std::size_t size) {
     std::vector<std::uint8_t> bytes(sizeof(std::uint32_t));
+    if ((request.commonattr & ATTR_CMN_CRTIME) != 0) {
+        const timespec created = kernel().creationDates[name];
+        put(bytes, &created, sizeof created);
+    }
     if ((request.commonattr & ATTR_CMN_MODTIME) != 0)
         put(bytes, &status.st_mtim, sizeof status.st_mtim);
     if ((request.commonattr & ATTR_CMN_FLAGS) != 0) {
@@ -126,6 +130,14 @@ acl_t acl_get_fd_np(int, acl_type_t type) {
     return reinterpret_cast<acl_t>(&kernel().accessLists);
 }
 
+int acl_set_fd_np(int file, acl_t list, acl_type_t type) {
+    const std::lock_guard lock(recording);
+    kernel().accessListTypes.push_back(type);
+    if (list != reinterpret_cast<acl_t>(&kernel().accessLists)) return failWith(EINVAL);
+    kernel().withAccessList.push_back(nameOfOpen(file));
+    return 0;
+}
+
 int acl_free(void* object) {
     const std::lock_guard lock(recording);
     if (object != &kernel().accessLists) return failWith(EINVAL);
@@ -183,6 +195,21 @@ int fgetattrlist(int file, void* list, void* buffer, std::size_t size, unsigned 
     struct stat status {};
     if (::fstat(file, &status) != 0) return -1;
     return reply(nameOfOpen(file), status, request, buffer, size);
+}
+
+int fsetattrlist(int file, void* list, void* buffer, std::size_t size, unsigned int options) {
+    const std::lock_guard lock(recording);
+    const auto& request = *static_cast<const attrlist*>(list);
+    const auto* const bytes = static_cast<const std::uint8_t*>(buffer);
+    kernel().listCalls.push_back({request, options, {bytes, bytes + size}});
+    if (kernel().listError != 0) return failWith(kernel().listError);
+    if (request.commonattr != (ATTR_CMN_CRTIME | ATTR_CMN_FLAGS) ||
+        size != sizeof(timespec) + sizeof(std::uint32_t))
+        return failWith(EINVAL);
+    const std::string name = nameOfOpen(file);
+    std::memcpy(&kernel().creationDates[name], bytes, sizeof(timespec));
+    std::memcpy(&kernel().flagsOf[name], bytes + sizeof(timespec), sizeof(std::uint32_t));
+    return 0;
 }
 
 int setattrlistat(int folder, const char* name, void* list, void* buffer, std::size_t size,

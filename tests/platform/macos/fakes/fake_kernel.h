@@ -37,7 +37,8 @@ class FakeKernel {
     // Of each folder's access control list: 0 where it has one, else the error of reading it.
     int accessListError = ENOENT;
     std::vector<int> accessListTypes;
-    int accessLists = 0;  // read and not freed
+    int accessLists = 0;                      // read and not freed
+    std::vector<std::string> withAccessList;  // the names of those that were given one
 
     struct AttributeCall {
         std::string name;

@@ -47,6 +47,36 @@ TEST_F(MacKernelCalls, ARenameNeverReplaces) {
     EXPECT_EQ(kernel_.renames[1].flags, 4U);
 }
 
+TEST_F(MacKernelCalls, ACopyHasTheCreationDateTheFlagsAndTheAccessControlList) {
+    folder_.writeFile("one");
+    folder_.writeFile("two");
+    kernel_.creationDates["one"] = {1234567890, 7};
+    kernel_.flagsOf["one"] = UF_HIDDEN | UF_IMMUTABLE;
+    kernel_.flagsOf["two"] = UF_NODUMP;
+    kernel_.accessListError = 0;
+    copySystemAttributes(open("one").get(), open("two").get());
+    EXPECT_EQ(kernel_.creationDates["two"].tv_sec, 1234567890);
+    EXPECT_EQ(kernel_.creationDates["two"].tv_nsec, 7);
+    EXPECT_EQ(kernel_.flagsOf["two"], 0x8000U) << "a locked copy could not be renamed";
+    EXPECT_EQ(kernel_.withAccessList, std::vector<std::string>{"two"});
+    EXPECT_EQ(kernel_.accessListTypes, (std::vector<int>{0x100, 0x100}));
+    EXPECT_EQ(kernel_.accessLists, 0);
+    EXPECT_EQ(kernel_.listCalls.back().request.commonattr, 0x40200U);
+    EXPECT_EQ(kernel_.listCalls.back().written.size(), 20U);
+}
+
+TEST_F(MacKernelCalls, WhatTheFileSystemCannotStoreIsLeftOut) {
+    folder_.writeFile("one");
+    folder_.writeFile("two");
+    kernel_.listError = ENOTSUP;
+    kernel_.accessListError = ENOTSUP;
+    copySystemAttributes(open("one").get(), open("two").get());
+    EXPECT_TRUE(kernel_.withAccessList.empty());
+    kernel_.accessListError = 0;
+    copySystemAttributes(open("one").get(), open("two").get());
+    EXPECT_EQ(kernel_.withAccessList, std::vector<std::string>{"two"});
+}
+
 TEST_F(MacKernelCalls, ThereIsNoCallThatStaysBeneathAFolder) {
     EXPECT_EQ(openBeneath(self_.get(), "."), -1);
     EXPECT_EQ(errno, ENOSYS);

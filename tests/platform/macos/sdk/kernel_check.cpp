@@ -50,9 +50,11 @@ static_assert(std::is_same_v<decltype(&::fgetxattr), ssize_t (*)(int, const char
 static_assert(std::is_same_v<decltype(&::fsetxattr), int (*)(int, const char*, const void*,
                                                              std::size_t, std::uint32_t, int)>);
 
-// include/sys/acl.h of https://github.com/apple-oss-distributions/Libc: acl_get(3), acl_free(3)
+// include/sys/acl.h of https://github.com/apple-oss-distributions/Libc: acl_get(3), acl_set(3),
+// acl_free(3)
 static_assert(ACL_TYPE_EXTENDED == 0x100);
 static_assert(std::is_same_v<decltype(&::acl_get_fd_np), acl_t (*)(int, acl_type_t)>);
+static_assert(std::is_same_v<decltype(&::acl_set_fd_np), int (*)(int, acl_t, acl_type_t)>);
 static_assert(std::is_same_v<decltype(&::acl_free), int (*)(void*)>);
 
 // bsd/sys/attr.h and unistd.h: getattrlist(2), setattrlist(2)
@@ -65,10 +67,13 @@ static_assert(std::is_same_v<decltype(&::getattrlistat),
                              int (*)(int, const char*, void*, void*, std::size_t, unsigned long)>);
 static_assert(
     std::is_same_v<decltype(&::fgetattrlist), int (*)(int, void*, void*, std::size_t, unsigned)>);
+static_assert(
+    std::is_same_v<decltype(&::fsetattrlist), int (*)(int, void*, void*, std::size_t, unsigned)>);
 static_assert(std::is_same_v<decltype(&::setattrlistat),
                              int (*)(int, const char*, void*, void*, std::size_t, std::uint32_t)>);
 
 // bsd/sys/stat.h: chflags(2)
+static_assert(UF_NODUMP == 1 && UF_HIDDEN == 0x8000);
 static_assert(UF_IMMUTABLE == 2 && UF_APPEND == 4 && SF_IMMUTABLE == 0x20000);
 static_assert(SF_APPEND == 0x40000 && SF_RESTRICTED == 0x80000 && SF_NOUNLINK == 0x100000);
 
