@@ -1,6 +1,7 @@
 #include "quillmoor/base/paths.h"
 #include "quillmoor/files/KXFileManager.h"
 #include "quillmoor/files/operation_support.h"
+#include "quillmoor/log/KXException.h"
 #include "quillmoor/log/KXLog.h"
 
 namespace quillmoor {
@@ -22,13 +23,16 @@ platform::Clock& clock() {
     return *platform::current().clock;
 }
 
-// The main thread must not sleep: the user interface would not respond.
+// The main thread must not sleep: the user interface would not respond. What an event raises is not
+// the operation's failure.
 void waitAMoment() {
     platform::MainThread& mainThread = *platform::current().mainThread;
-    if (mainThread.isMainThread())
+    if (!mainThread.isMainThread()) return clock().sleep(kPause);
+    try {
         mainThread.sendNextEvent(kNextEvent);
-    else
-        clock().sleep(kPause);
+    } catch (const platform::Exception& exception) {
+        KXException::logException(&exception, "sendNextEvent");
+    }
 }
 
 std::optional<platform::ItemAttributes> attributesOf(const OptionalPath& path) {

@@ -86,6 +86,15 @@ TEST_F(Waiting, ChecksTheConditionAfterAnEvent) {
     EXPECT_EQ(events_.asked.size(), 1U);
 }
 
+TEST_F(Waiting, GoesOnAfterAnEventThatThrows) {
+    startLog();
+    events_.throws = true;
+    int asked = 0;
+    EXPECT_TRUE(waitUntil([&] { return ++asked > 2; }, 30s));
+    EXPECT_EQ(events_.asked.size(), 2U);
+    EXPECT_THAT(logged(), Each("Exception in sendNextEvent. Bad - an event."));
+}
+
 TEST_F(Waiting, ForAFileChecksOnceAndSleepsOnce) {
     startLog();
     KXFileManager::waitForFileCreation(folder_ / "gone", 30s);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "quillmoor/log/KXLog.h"
+#include "quillmoor/platform/exception.h"
 #include "tests/support/forwarding.h"
 
 namespace quillmoor::test {
@@ -43,12 +44,14 @@ class PassingEvents : public ForwardingMainThread {
     explicit PassingEvents(PassingClock& clock) : clock_(clock) {}
 
     bool onMainThread = true;
+    bool throws = false;
     std::vector<std::chrono::milliseconds> asked;
 
     bool isMainThread() override { return onMainThread; }
     bool sendNextEvent(std::chrono::milliseconds longest) override {
         asked.push_back(longest);
         clock_.pass(longest);
+        if (throws) throw platform::Exception("Bad", "an event");
         return false;
     }
 

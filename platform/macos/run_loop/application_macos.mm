@@ -5,17 +5,31 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
+
+#include "quillmoor/platform/macos/ground/cocoa_calls_macos.h"
+#include "quillmoor/platform/macos/ground/cocoa_text_macos.h"
 
 namespace quillmoor::platform::posix {
 namespace {
 
+// Cocoa's run loop expects exceptions of its own only, which an application contains.
+void drain(RunLoopMode mode) {
+    const std::optional<Exception> thrown = drainAsRequested(mode);
+    if (!thrown) return;
+    NSString* const name = macos::cocoaText(thrown->name());
+    [[NSException exceptionWithName:name != nil ? name : @"NSGenericException"
+                             reason:macos::cocoaText(thrown->reason())
+                           userInfo:nil] raise];
+}
+
 void drainDefaultMode(id, SEL) {
-    drainAsRequested(RunLoopMode::Default);
+    drain(RunLoopMode::Default);
 }
 
 void drainModalModes(id, SEL) {
-    drainAsRequested(RunLoopMode::ModalPanel);
+    drain(RunLoopMode::ModalPanel);
 }
 
 std::atomic<void (*)()> endObserver{nullptr};
@@ -74,7 +88,7 @@ bool hasApplication() {
 }
 
 bool sendNextEventOfApplication(std::chrono::milliseconds longest) {
-    @autoreleasepool {
+    return macos::fromCocoa([longest] {
         const std::chrono::duration<double> seconds = longest;
         NSEvent* const event =
             [NSApp nextEventMatchingMask:NSUIntegerMax
@@ -84,7 +98,7 @@ bool sendNextEventOfApplication(std::chrono::milliseconds longest) {
         if (event == nil) return false;
         [NSApp sendEvent:event];
         return true;
-    }
+    });
 }
 
 void observeApplicationEnd(void (*callback)()) {

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 
+#include "quillmoor/platform/exception.h"
 #include "quillmoor/platform/main_run_loop.h"
 
 namespace quillmoor::platform::posix {
@@ -15,8 +17,9 @@ namespace quillmoor::platform::posix {
 void requestDrain(RunLoopMode mode) noexcept;
 
 // Runs what is queued for `mode`, with that mode on top. What is queued later is requested again.
-// An exception in a queued function leaves it; the functions behind that one stay requested.
-void drainAsRequested(RunLoopMode mode);
+// Returns the exception that left a queued function, if any; the functions behind that one stay
+// requested. An exception of the system's own passes.
+std::optional<Exception> drainAsRequested(RunLoopMode mode);
 
 // Whether the process has the framework's application object. Called from any thread.
 bool hasApplication();

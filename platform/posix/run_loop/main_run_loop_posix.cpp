@@ -16,6 +16,8 @@
 #include "quillmoor/platform/posix/ground/wake_descriptor_posix.h"
 #include "quillmoor/platform/posix/run_loop/application_posix.h"
 #include "quillmoor/platform/posix/run_loop/main_thread_posix.h"
+#include "quillmoor/platform/posix/run_loop/system_exceptions_posix.h"
+#include "quillmoor/platform/uncaught_exceptions.h"
 
 namespace quillmoor::platform {
 namespace {
@@ -209,9 +211,16 @@ void MainRunLoop::run(RunLoopMode mode, steady_clock::time_point until) {
 
 namespace posix {
 
-void drainAsRequested(RunLoopMode mode) {
+std::optional<Exception> drainAsRequested(RunLoopMode mode) {
     queue().requestIsServed(mode);
-    MainRunLoop::run(mode, steady_clock::time_point::min());
+    try {
+        MainRunLoop::run(mode, steady_clock::time_point::min());
+    } catch (...) {
+        // The end of a thread that is cancelled, which must go on, is null.
+        if (!std::current_exception() || isCurrentExceptionOfSystem()) throw;
+        return currentException();
+    }
+    return std::nullopt;
 }
 
 void serveDefaultModeUntilReadable(int descriptor, int milliseconds) {

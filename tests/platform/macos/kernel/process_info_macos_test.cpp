@@ -13,7 +13,7 @@ namespace {
 TEST(MacProcessInfo, IsOfTheRealUserAndThisComputer) {
     ProcessInfo& info = *nativeProcessInfo();
     EXPECT_EQ(info.realUserId(), ::getuid());
-    EXPECT_EQ(info.processorCount(), ::sysconf(_SC_NPROCESSORS_ONLN));
+    EXPECT_EQ(info.processorCount(), ::sysconf(_SC_NPROCESSORS_CONF));
     EXPECT_EQ(info.physicalMemory() >> 20, static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
                                                    static_cast<std::uint64_t>(::getpagesize()) >>
                                                20);

@@ -11,7 +11,9 @@
 #include <thread>
 #include <vector>
 
+#include "quillmoor/platform/exception.h"
 #include "quillmoor/platform/native_services.h"
+#include "tests/platform/macos/fakes/cocoa_exception.h"
 #include "tests/platform/macos/fakes/cocoa_loop.h"
 
 namespace quillmoor::platform {
@@ -114,6 +116,21 @@ TEST_F(CocoaRunLoop, ACallThatRunsTheRunLoopRunsTheCallsBehindIt) {
     }
 }
 
+// GNUstep's run loop reports what is raised in it and goes on.
+TEST_F(CocoaRunLoop, WhatACallThrowsIsRaisedInCocoa) {
+    for (const CocoaMode mode : kModes) {
+        const test::RecordedLog log;
+        bool isLast = false;
+        perform([] { throw Exception("Bad", "a call"); });
+        perform([] { throw 1; });
+        perform([&] { isLast = true; });
+        EXPECT_TRUE(runCocoaUntil(mode, [&] { return isLast; }));
+        ASSERT_EQ(log.lines().size(), 2U);
+        EXPECT_NE(log.lines()[0].find("'Bad' (reason 'a call')"), std::string::npos);
+        EXPECT_NE(log.lines()[1].find("'int' (reason 'int')"), std::string::npos);
+    }
+}
+
 // A modal panel's event may run the run loop in its default mode again.
 TEST_F(CocoaRunLoop, TheModeThatCocoaRunsDecidesWhatRuns) {
     bool served = false;
@@ -168,6 +185,17 @@ TEST_F(CocoaEvents, ASentEventIsTheOneThatTheApplicationReturned) {
     EXPECT_TRUE(send(10));
     EXPECT_EQ(sent, 1);
     EXPECT_EQ(application_.asked, "all NSModalPanelRunLoopMode dequeue");
+}
+
+TEST_F(CocoaEvents, WhatAnEventRaisesIsThrown) {
+    application_.hasEvent = true;
+    application_.whenSent = [](bool) { test::raiseCocoaException("Bad", "an event"); };
+    try {
+        send(10);
+        FAIL() << "nothing was thrown";
+    } catch (const Exception& exception) {
+        EXPECT_EQ(exception.name() + ": " + exception.reason(), "Bad: an event");
+    }
 }
 
 TEST_F(CocoaEvents, WithoutAnEventNothingIsSent) {
