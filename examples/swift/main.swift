@@ -11,8 +11,9 @@ func log(_ message: String) {
     KXLog.sharedController()?.appendText(toLog: message)
 }
 
-guard let system = KXTaskEx.string(fromTask: "/usr/bin/uname", arguments: ["-srm"]) else {
-    log("uname could not be started")
+// Empty if the tool could not be started, nil if what it printed is not valid UTF-8.
+guard let system = KXTaskEx.string(fromTask: "/usr/bin/uname", arguments: ["-srm"]), !system.isEmpty else {
+    log("uname has printed nothing")
     KXLog.finishWriting()
     exit(1)
 }

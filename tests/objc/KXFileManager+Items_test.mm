@@ -236,4 +236,7 @@ TEST(KXFileManager, decompressFile_toDestinationFolder_) {
     world.tasks_.launched.clear();
     EXPECT_FALSE([KXFileManager decompressFile:nil toDestinationFolder:world.path("b")]);
     EXPECT_EQ(archiving(world), "-xk");
+    world.tasks_.launched.clear();
+    EXPECT_FALSE([KXFileManager decompressFile:world.file("a") toDestinationFolder:nil]);
+    EXPECT_EQ(archiving(world), "-xk " + world.at("a"));
 }

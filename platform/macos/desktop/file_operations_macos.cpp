@@ -137,9 +137,9 @@ void statusChanged(FSFileOperationRef operation, const char* item, FSFileOperati
     auto* const context = static_cast<CopyContext*>(const_cast<void*>(retainContext(info)));
     try {
         if (context->callback) send(*context, item, stage, error, status);
-    } catch (const std::exception&) {
-        // Nothing may be thrown into the system's frames. The library's own callback reports what
-        // happens in it.
+    } catch (...) {
+        // Nothing may be thrown into the system's frames, also none of Cocoa's exceptions. The
+        // library's own callback reports what happens in it.
     }
     if (stage == kFSOperationStageComplete) {
         context->operation->end();

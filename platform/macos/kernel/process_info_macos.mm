@@ -29,7 +29,7 @@ class MacProcessInfo : public ProcessInfo {
 
     long processorCount() override {
         @autoreleasepool {
-            return static_cast<long>([[NSProcessInfo processInfo] activeProcessorCount]);
+            return static_cast<long>([[NSProcessInfo processInfo] processorCount]);
         }
     }
 

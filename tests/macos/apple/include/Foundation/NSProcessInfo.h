@@ -9,6 +9,6 @@
 @property(class, readonly, strong) NSProcessInfo* processInfo;
 @property(readonly, copy) NSString* globallyUniqueString;
 @property(readonly, copy) NSString* operatingSystemVersionString;
-@property(readonly) NSUInteger activeProcessorCount;
+@property(readonly) NSUInteger processorCount;
 @property(readonly) unsigned long long physicalMemory;
 @end
