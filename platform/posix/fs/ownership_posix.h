@@ -32,7 +32,8 @@ int makeFolderFor(const Owner& owner, int folder, const std::string& name, mode_
 
 // A hook, which the back-end's folder defines, since few systems can hold a link open: makes
 // `owner` the owner of the link `name` itself, which this process has just made. An item that has
-// been put in its place is left unchanged: ESTALE. Returns 0 or the error number. Called for each
+// been put in its place, which is no link or has another owner than this process, is left
+// unchanged: ESTALE. Returns 0 or the error number. Called for each
 // link that is copied from another user, and for the link to the Trash.
 int giveLink(int folder, const std::string& name, const Owner& owner);
 

@@ -74,7 +74,8 @@ int getRemovalTraits(int folder, const char* name, RemovalTraits* traits);
 // elsewhere.
 extern const int kNoSuchAttributeError;
 
-// True when an attribute belongs to the item itself, not to its location, and is copied with it.
+// True when an attribute belongs to the item itself, not to its location, and is copied with it: a
+// user's note and an access control list are, a security label that the folder has given is not.
 // `ownerKept` is false for a copy that has another owner: an attribute that gives a program more
 // privileges than its caller's must then not be copied. Called for each attribute of an item that
 // is copied.

@@ -12,8 +12,9 @@
 namespace quillmoor::platform::posix {
 
 // Makes a launch pass no descriptor above the standard streams; those are passed, also where no
-// action names them. A system does so by an action or by a flag of the attributes: called last,
-// when all other actions and flags are set. Returns 0 or the error number. Called for each child.
+// action names them. The caller has seen to those of them that are close-on-exec. A system does so
+// by an action or by a flag of the attributes: called last, when all other actions and flags are
+// set. Returns 0 or the error number. Called for each child.
 int closeAllButStandardStreams(posix_spawn_file_actions_t* actions, posix_spawnattr_t* attributes);
 
 // Returns the environment of this process, as posix_spawn takes it: environ(7), in the way that the
