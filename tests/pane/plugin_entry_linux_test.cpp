@@ -98,6 +98,22 @@ TEST_F(PluginEntry, HasNoPaneOfAnotherClass) {
     }
 }
 
+// An exception must not cross the boundary: the host is not prepared for one.
+TEST_F(PluginEntry, ContainsWhatIsThrownBehindIt) {
+    attach(&host_.table);
+    paneHost_.goto_next_pane = [](void*) { throw std::runtime_error("next"); };
+    paneHost_.goto_previous_pane = [](void*) { throw std::runtime_error("previous"); };
+    ASSERT_EQ(createPane("RK_MessageViewPane"), 1);
+    EXPECT_NO_THROW(pane_.did_enter_pane(pane_.context, 0));
+    EXPECT_NO_THROW(pane_.did_enter_pane(pane_.context, 1));
+    installer_control control{nullptr, [](void*, int) { throw 1; }};
+    EXPECT_EQ(pane_.set_outlet(pane_.context, "titleText", &control), 1);
+    computer_.install();
+    EXPECT_NO_THROW(pane_.did_enter_pane(pane_.context, 0));
+    EXPECT_EQ(pane_.should_exit_pane(pane_.context, 0), 1);
+    pane_.destroy(pane_.context);
+}
+
 TEST_F(PluginEntry, PerformsItsActionWithAndWithoutASender) {
     attach(&host_.table);
     ASSERT_EQ(createPane("RK_MessageViewPane"), 1);

@@ -44,6 +44,12 @@ TEST_F(TaskOutput, IsEmptyAndNotNilWhenThereIsNone) {
     EXPECT_EQ(KXTaskEx::stringFromTask(childPath("exit_with"), StringList{"3"}), "");
 }
 
+TEST_F(TaskOutput, OfAToolThatASignalEndsIsWhatItHasWritten) {
+    const StringList script{"-c", "printf out; kill -KILL $$"};
+    EXPECT_EQ(KXTaskEx::stringFromTask("/bin/sh", script), "out");
+    EXPECT_EQ(textOf(KXTaskEx::dataFromTask("/bin/sh", script, nullptr)), "out");
+}
+
 TEST_F(TaskOutput, KeepsEveryByte) {
     EXPECT_EQ(dataOf("print_streams", {"\xff\xfe \xc3 é\n"}), "\xff\xfe \xc3 é\n");
     EXPECT_EQ(dataOf("print_args", {"a"}), childPath("print_args") + std::string("\0a\0", 3));
