@@ -39,7 +39,8 @@ OptionalPath programOf(const std::string& application) {
     const auto info = system.propertyLists->dictionaryWithContentsOfFile(contents + "/Info.plist");
     if (!info || !info->contains("CFBundleExecutable")) return std::nullopt;
     const OptionalString name = info->at("CFBundleExecutable").text();
-    if (!name || name->empty()) return std::nullopt;
+    // As where applications are opened: a name must not lead out of the folder.
+    if (!name || name->empty() || name->find('/') != std::string::npos) return std::nullopt;
     for (const char* folder : {"/Linux/", "/MacOS/"}) {
         const std::string program = contents + folder + *name;
         if (system.fileManager->fileExists(program)) return program;

@@ -181,7 +181,8 @@ TEST_F(RemovalTest, NothingIsRunThatWasNotUnpacked) {
 
 TEST_F(RemovalTest, AnApplicationWithoutAProgramIsNotRun) {
     for (const char* keys : {"", "<key>CFBundleExecutable</key><string>none</string>",
-                             "<key>CFBundleExecutable</key><array/>"}) {
+                             "<key>CFBundleExecutable</key><array/>",
+                             "<key>CFBundleExecutable</key><string>../Info.plist</string>"}) {
         folder_.writeFile("Info.plist", "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" +
                                             std::string(keys) + "</dict></plist>");
         EXPECT_EQ(run().outcome, RemovalOutcome::NotUnpacked) << keys;
