@@ -9,7 +9,7 @@ trap 'rm -rf "$HOME"' EXIT
 export HOME
 unset XDG_DATA_HOME XDG_DATA_DIRS
 export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0"
-app=$HOME/Applications/Tallyframe.app
+. "$(dirname "$0")/product.sh"
 
 fail() {
     echo "distribution_test: $*" >&2
@@ -34,11 +34,6 @@ END
     echo "var may = check(); print(asked.join(' ')); print(may);
         print([my.result.type, my.result.title, my.result.message].join(': '));" >>"$HOME/run.js"
     duk "$HOME/run.js" >"$HOME/result"
-}
-install_product() {
-    mkdir -p "$HOME/Applications"
-    cp -a "$build/examples/Tallyframe.app" "$HOME/Applications/"
-    sed -i "/Version/{n;s/<string>.*</<string>$1</;}" "$app/Contents/Info.plist"
 }
 # expect WHAT true|false TEXT
 expect() {

@@ -11,18 +11,11 @@ export HOME TMPDIR="$HOME/tmp" XDG_RUNTIME_DIR="$HOME/run" VERSION_CHECK="$build
 unset DISPLAY WAYLAND_DISPLAY XDG_DATA_HOME XDG_DATA_DIRS
 export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0"
 mkdir -m 700 "$TMPDIR" "$XDG_RUNTIME_DIR"
-app=$HOME/Applications/Tallyframe.app
+. "$(dirname "$0")/product.sh"
 
 fail() {
     echo "packages_test: $1: $(cat "$HOME/out")" >&2
     exit 1
-}
-# Installs the product with another version.
-install_product() {
-    rm -rf "$app"
-    mkdir -p "$HOME/Applications"
-    cp -a "$build/examples/Tallyframe.app" "$HOME/Applications/"
-    sed -i "/Version/{n;s/<string>.*</<string>$1</;}" "$app/Contents/Info.plist"
 }
 installs() {
     what=$1
