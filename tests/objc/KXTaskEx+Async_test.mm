@@ -117,6 +117,15 @@ struct AsyncRun {
     KXTaskEx* runner;
 };
 
+// Runs the commands of a shell in the background.
+void begin(KXTaskEx* runner, NSString* commands, id delegate) {
+    [runner asyncDataFromTask:@"/bin/sh"
+                    arguments:script(commands)
+                     delegate:delegate
+                     selector:kOperation
+                       object:nil];
+}
+
 NSNotification* envelope(const char* text) {
     NSData* data = [NSData dataWithBytes:text length:strlen(text)];
     return [NSNotification
@@ -201,11 +210,7 @@ TEST(KXTaskExObject, asyncTaskReturnData_) {
 TEST(KXTaskExObject, terminateAsyncTask) {
     AsyncRun run;
     [run.runner terminateAsyncTask];
-    [run.runner asyncDataFromTask:@"/bin/sh"
-                        arguments:script(@"echo started; exec sleep 100")
-                         delegate:run.receiver
-                         selector:kOperation
-                           object:nil];
+    begin(run.runner, @"echo started; exec sleep 100", run.receiver);
     NSTask* task = [run.runner theTask];
     ASSERT_TRUE(eventually([&] { return [task isRunning]; }));
     [run.runner terminateAsyncTask];
@@ -238,11 +243,7 @@ TEST(ObjcAsyncTask, KeepsTheInstanceAndTheDelegateWhileItRuns) {
 
 TEST(ObjcAsyncTask, DropsTheOutputForADelegateWithoutTheOperation) {
     AsyncRun run;
-    [run.runner asyncDataFromTask:@"/bin/sh"
-                        arguments:script(@"printf one")
-                         delegate:@"no operation"
-                         selector:kOperation
-                           object:nil];
+    begin(run.runner, @"printf one", @"no operation");
     EXPECT_TRUE(eventually([&] { return [run.runner theTask] == nil; }));
     EXPECT_EQ(run.world.written(), StringList());
 }
@@ -250,11 +251,7 @@ TEST(ObjcAsyncTask, DropsTheOutputForADelegateWithoutTheOperation) {
 TEST(ObjcAsyncTask, ReportsWhatTheDelegateRaises) {
     AsyncRun run;
     run.receiver->raises = YES;
-    [run.runner asyncDataFromTask:@"/bin/sh"
-                        arguments:script(@"printf one")
-                         delegate:run.receiver
-                         selector:kOperation
-                           object:nil];
+    begin(run.runner, @"printf one", run.receiver);
     ASSERT_TRUE(eventually([&] { return !run.world.written().empty(); }));
     EXPECT_EQ(run.world.written(),
               StringList{"Exception in -[KXTaskEx launchAsyncTask]. Bad - no path."});
@@ -265,11 +262,7 @@ TEST(ObjcAsyncTask, ReportsWhatTheDelegateRaises) {
 TEST(ObjcAsyncTask, SendsItsStepsToTheInstance) {
     AsyncRun run;
     RecordingTask* runner = [[[RecordingTask alloc] init] autorelease];
-    [runner asyncDataFromTask:@"/bin/sh"
-                    arguments:script(@"printf one")
-                     delegate:run.receiver
-                     selector:kOperation
-                       object:nil];
+    begin(runner, @"printf one", run.receiver);
     ASSERT_TRUE(eventually([&] { return [runner theTask] == nil; }));
     const std::lock_guard guard(runner->mutex);
     EXPECT_EQ(runner->sent, (StringList{"launch", "data one", "data ", "terminate"}));
@@ -284,11 +277,7 @@ TEST(ObjcAsyncTask, LetsASubclassReplaceTheDelivery) {
     AsyncRun run;
     RecordingTask* runner = [[[RecordingTask alloc] init] autorelease];
     runner->dropsChunks = YES;
-    [runner asyncDataFromTask:@"/bin/sh"
-                    arguments:script(@"printf one")
-                     delegate:run.receiver
-                     selector:kOperation
-                       object:nil];
+    begin(runner, @"printf one", run.receiver);
     ASSERT_TRUE(eventually([&] { return [runner theTask] == nil; }));
     EXPECT_EQ(run.receiver->output, "");
     EXPECT_EQ(run.receiver->ends, 1);
@@ -299,19 +288,11 @@ TEST(ObjcAsyncTask, EndsOnlyTheRunWhoseOutputHasEnded) {
     AsyncRun run;
     RecordingTask* runner = [[[RecordingTask alloc] init] autorelease];
     runner->dropsChunks = YES;
-    [runner asyncDataFromTask:@"/bin/sh"
-                    arguments:script(@"exec sleep 1000")
-                     delegate:run.receiver
-                     selector:kOperation
-                       object:nil];
+    begin(runner, @"exec sleep 1000", run.receiver);
     NSTask* first = [runner theTask];
     ASSERT_TRUE(eventually([&] { return [first isRunning]; }));
     [runner terminateAsyncTask];
-    [runner asyncDataFromTask:@"/bin/sh"
-                    arguments:script(@"exec sleep 1000")
-                     delegate:run.receiver
-                     selector:kOperation
-                       object:nil];
+    begin(runner, @"exec sleep 1000", run.receiver);
     NSTask* second = [runner theTask];
     const auto ends = [&] {
         const std::lock_guard guard(runner->mutex);
