@@ -61,6 +61,7 @@ TEST(Tasks, CanBeLaunchedAndRead) {
     EXPECT_EQ([object processIdentifier], 0);
     [object launch];
     NSFileHandle* output = [[object standardOutput] fileHandleForReading];
+    EXPECT_EQ([[object standardOutput] fileHandleForWriting], nil);
     NSData* data = [output availableData];
     EXPECT_EQ(std::string(static_cast<const char*>([data bytes]), [data length]),
               std::to_string([object processIdentifier]));
@@ -92,6 +93,22 @@ TEST(Tasks, OfACallerCannotBeConfigured) {
     EXPECT_TRUE(exceptionFrom([&] { task->setStandardError(handle); }));
     EXPECT_TRUE(exceptionFrom([&] { task->terminate(); }));
     EXPECT_FALSE(task->isRunning());
+}
+
+TEST(Tasks, OfACallerSayHowTheyWereSetUpAndAreInterrupted) {
+    NSTask* object = [[[NSTask alloc] init] autorelease];
+    [object setLaunchPath:@"/bin/sh"];
+    [object setArguments:[NSArray arrayWithObjects:@"-c", @"exec sleep 1000", nil]];
+    [object setEnvironment:[NSDictionary dictionaryWithObject:@"own" forKey:@"KX_VALUE"]];
+    const auto task = toTask(object);
+    EXPECT_EQ(task->arguments(), (StringList{"-c", "exec sleep 1000"}));
+    EXPECT_EQ(task->environment()->at("KX_VALUE"), "own");
+    task->launch();
+    EXPECT_EQ(task->processIdentifier(), [object processIdentifier]);
+    EXPECT_GT(task->processIdentifier(), 0);
+    task->interrupt();
+    task->waitUntilExit();
+    EXPECT_EQ(task->terminationStatus(), SIGINT);
 }
 
 TEST(Tasks, OfACallerAreWaitedFor) {
