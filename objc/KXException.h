@@ -25,10 +25,10 @@ NS_ASSUME_NONNULL_BEGIN
 
 @end
 
-// The process's handler for uncaught exceptions, installed by the first use of the log, in place of
-// any handler installed before. Writes the exception's reason to the log and to standard output,
-// and waits until it is in the file; the process then ends as it would without the handler. With
-// nil, or without a reason, it only waits.
+// What the process's handler for uncaught exceptions does. The first use of the log installs that
+// handler, in place of any installed before. Writes the exception's reason to the log and to
+// standard output, and waits until it is in the file; after the handler the process ends as it
+// would without it. With nil, or without a reason, it only waits.
 FOUNDATION_EXPORT void uncaughtExceptionHandler(NSException* _Nullable exception);
 
 NS_ASSUME_NONNULL_END

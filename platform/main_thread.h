@@ -33,9 +33,10 @@ class MainThread {
     // Runs the run loop in its modal panel mode for one event: waits up to `longest` for the
     // application's next user-interface event and sends it. What is performed on the main thread
     // runs meanwhile; what is queued for the default mode only does not. Events may call this
-    // again. Returns true when there was an event. Without a host or an application of the system's
-    // framework it waits for `longest` and returns false; on any other thread it returns false at
-    // once.
+    // again. What an event throws reaches the caller; what the system's framework raises in one is
+    // thrown as Exception. Returns true when there was an event. Without a host or an application
+    // of the system's framework it waits for `longest` and returns false; on any other thread it
+    // returns false at once.
     virtual bool sendNextEvent(std::chrono::milliseconds longest) = 0;
 
     // Starts a thread that blocks every signal and is never joined. Throws platform::Exception when
