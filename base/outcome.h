@@ -20,6 +20,8 @@ struct Error {
     // Only after a move to another file system: the complete item is at its destination, and a part
     // of the source could not be removed.
     bool copyRemains = false;
+    // A part of the change was made, and remains. False where the platform does not report it.
+    bool isHalfDone = false;
 };
 
 // The result of an operation that changes something. Converts to true after success. Each operation
