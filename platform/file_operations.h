@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "quillmoor/base/outcome.h"
 #include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
@@ -42,6 +43,8 @@ struct FileOperationReport {
     FileOperationStage stage = FileOperationStage::Undefined;
     std::int32_t error = 0;
     std::optional<FileOperationStatus> status;
+    // Behind `error`, in the last report; nil where the back-end has no more than the status.
+    std::optional<Error> failure{};
 };
 using FileOperationCallback = std::function<void(const FileOperationReport& report)>;
 

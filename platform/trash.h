@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "quillmoor/base/outcome.h"
 #include "quillmoor/base/types.h"
 
 namespace quillmoor::platform {
@@ -18,6 +19,8 @@ struct RecycleOutcome {
         std::string copy;  // the path in the Trash
     };
     std::vector<RemainingCopy> remainingCopies;
+    // Of the last item that was not moved; without a code and a text where the system gives none.
+    Error error{};
 
     explicit operator bool() const { return allMoved; }
 };

@@ -94,11 +94,14 @@ class PosixFileManager : public FileManager {
     }
 
     Outcome createDirectoryWithIntermediates(const std::string& path) override {
-        return fileOutcome(FileVerb::Created, path, createFolders(path));
+        bool madeSomething = false;
+        const int error = createFolders(path, &madeSomething);
+        return fileOutcome(FileVerb::Created, path, error, madeSomething);
     }
 
     Outcome removeItem(const std::string& path) override {
-        return fileOutcome(FileVerb::Removed, path, removePath(path));
+        const RemovalResult result = removePath(path);
+        return fileOutcome(FileVerb::Removed, path, result.error, result.removedSomething);
     }
 
     Outcome moveItem(const std::string& path, const std::string& destination) override {

@@ -30,9 +30,8 @@ constexpr std::int32_t kNotFound = -43;
 constexpr std::int32_t kDuplicateName = -48;
 constexpr std::int32_t kInputOutputError = -36;
 
-std::int32_t statusOf(const Outcome& outcome) {
-    if (outcome) return 0;
-    switch (outcome.error().code) {
+std::int32_t statusOf(const Error& error) {
+    switch (error.code) {
         case ECANCELED:
             return kCanceled;
         case ENOENT:
@@ -69,6 +68,7 @@ class PosixFileOperation final : public FileOperation,
                 [self = shared_from_this(),
                  report = reportOf(FileOperationStage::Complete)]() mutable {
                     report.error = self->status_;
+                    report.failure = std::move(self->failure_);
                     self->deliver(report);
                 });
             nativeMainThread()->detachNewThread(
@@ -104,11 +104,16 @@ class PosixFileOperation final : public FileOperation,
     }
 
     std::int32_t copy() {
+        std::int32_t status = kNoMemory;
         try {
-            return statusOf(
-                nativeFileTree()->copy(work_.source, work_.destination, &progress_, stop_.token()));
+            Outcome copied =
+                nativeFileTree()->copy(work_.source, work_.destination, &progress_, stop_.token());
+            if (copied) return 0;
+            status = statusOf(copied.error());
+            failure_ = copied.error();
+            return status;
         } catch (const std::bad_alloc&) {
-            return kNoMemory;
+            return status;
         } catch (const std::exception&) {
             return kInputOutputError;
         }
@@ -213,6 +218,7 @@ class PosixFileOperation final : public FileOperation,
     StopSource counting_;      // stops the count of the total
     Work work_;                // set before the worker starts; the callback is the main thread's
     std::int32_t status_ = 0;  // the worker's until it posts the last report
+    std::optional<Error> failure_;  // likewise
     TreeProgress progress_;
     steady_clock::time_point start_;
     std::optional<TreeCount> total_;  // the watcher's

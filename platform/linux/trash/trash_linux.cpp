@@ -15,6 +15,7 @@
 #include "quillmoor/platform/native_services.h"
 #include "quillmoor/platform/posix/fs/directory_entry_posix.h"
 #include "quillmoor/platform/posix/fs/move_posix.h"
+#include "quillmoor/platform/posix/ground/error_text_posix.h"
 #include "quillmoor/platform/posix/ground/names_posix.h"
 #include "quillmoor/platform/posix/ground/system_calls_posix.h"
 
@@ -52,16 +53,17 @@ class Recycling {
     Recycling(const TrashFolder& trash, const posix::DirectoryEntry& from, std::string originalPath)
         : trash_(trash), from_(from), originalPath_(std::move(originalPath)) {}
 
-    bool run() {
+    // Returns 0 or the error number.
+    int run() {
         const posix::SystemCalls& calls = posix::systemCalls();
         // A descriptor of its own: the entry closes it.
         to_.folder = posix::Descriptor(calls.openat(trash_.items(), ".", posix::kSearchFolder, 0));
-        if (!to_.folder) return false;
+        if (!to_.folder) return errno;
         // Without a record there is room for the whole name, unless it needs a number.
-        if (!trash_.keepsRecords() && !isTaken(from_.name)) return result_.error == 0;
+        if (!trash_.keepsRecords() && !isTaken(from_.name)) return result_.error;
         uniqueFilename(posix::shortenedName(from_.name, TrashFolder::kLongestName),
                        [this](const std::string& name) { return isTaken(name); });
-        return result_.error == 0;
+        return result_.error;
     }
 
     // After a failure: the name of a complete copy that remains in the Trash; null if there is
@@ -73,8 +75,8 @@ class Recycling {
     // be.
     bool isTaken(const std::string& name) {
         to_.name = name;
-        const int error = trash_.reserve(name, originalPath_);
-        if (error != 0) return error == EEXIST;
+        result_ = {trash_.reserve(name, originalPath_)};
+        if (result_.error != 0) return result_.error == EEXIST;
         result_ = posix::moveItemTo(from_, to_);
         if (result_.error == 0 || result_.copyRemains) return false;
         trash_.release(name);
@@ -92,7 +94,7 @@ class Recycling {
     const posix::DirectoryEntry& from_;
     const std::string originalPath_;
     posix::DirectoryEntry to_;
-    posix::MoveResult result_{EIO};
+    posix::MoveResult result_;
 };
 
 // The path to which the item is to be put back. This process may not be able to reach the item
@@ -109,7 +111,10 @@ std::string originalPathOf(const std::string& item) {
 
 std::optional<TrashFolder> openTrash(const OptionalPath& destination, int& error) {
     const OptionalPath home = homeOf(destination);
-    if (!home) return std::nullopt;
+    if (!home) {
+        error = EINVAL;
+        return std::nullopt;
+    }
     return TrashFolder::open(withoutTrailingSlashes(*home), error);
 }
 
@@ -158,17 +163,19 @@ bool staysInHome(const std::string& home, const std::string& path) {
     return inside && real && real->starts_with(*inside + "/");
 }
 
-// `items` is the caller's path of the Trash. noexcept, since the outcome of the items before this
-// one must be reported.
-bool recycleOne(const TrashFolder& trash, const std::string& items, const std::string& folderPath,
-                const std::string& name, RecycleOutcome& outcome) noexcept try {
+// Returns 0 or the error number. `items` is the caller's path of the Trash. noexcept, since the
+// outcome of the items before this one must be reported.
+int recycleOne(const TrashFolder& trash, const std::string& items, const std::string& folderPath,
+               const std::string& name, RecycleOutcome& outcome) noexcept try {
     const std::string source = folderPath.empty() ? "." : folderPath;
     posix::DirectoryEntry from;
     struct stat status;
-    if (!isOneName(name) || posix::openFolder(source, from.folder) != 0) return false;
+    if (!isOneName(name)) return EINVAL;
+    int error = posix::openFolder(source, from.folder);
     from.name = name;
-    if (posix::statusOf(from, posix::FollowLink::No, status) != 0) return false;
-    if (trash.holds(from.folder.get())) return true;
+    if (error == 0) error = posix::statusOf(from, posix::FollowLink::No, status);
+    if (error != 0) return error;
+    if (trash.holds(from.folder.get())) return 0;
     std::string folder = pathOf(from.folder.get(), source);
     if (folder == "/") folder.clear();
     Recycling recycling(trash, from, folder + "/" + name);
@@ -177,14 +184,29 @@ bool recycleOne(const TrashFolder& trash, const std::string& items, const std::s
                                             pathOf(trash.items(), items) + "/"};
     remaining.copy.reserve(remaining.copy.size() + NAME_MAX);
     outcome.remainingCopies.reserve(outcome.remainingCopies.size() + 1);
-    const bool moved = recycling.run();
+    error = recycling.run();
     if (const std::string* const copy = recycling.remainingCopy()) {
         remaining.copy += *copy;
         outcome.remainingCopies.push_back(std::move(remaining));
     }
-    return moved;
+    return error;
+} catch (const std::bad_alloc&) {
+    return ENOMEM;
 } catch (const std::exception&) {
-    return false;
+    return EIO;
+}
+
+// Without memory for the text the error has its number only.
+void addFailure(RecycleOutcome& outcome, const std::string& name, int error,
+                bool copyRemains) noexcept {
+    outcome.allMoved = false;
+    outcome.error = {error, {}, copyRemains};
+    try {
+        outcome.error.description =
+            posix::fileError(posix::FileVerb::Trashed, name, error).description;
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 }  // namespace
@@ -194,11 +216,17 @@ RecycleOutcome recycleToTrash(const std::string& source, const OptionalPath& des
     RecycleOutcome outcome;
     int error = 0;
     const auto trash = openTrash(destination, error);
-    if (!trash) return outcome;
+    if (!trash) {
+        addFailure(outcome, names.empty() ? "" : names.back(), error, false);
+        return outcome;
+    }
     const std::string items = destination.value_or(homeOfThisProcess() + "/.Trash");
     outcome.allMoved = true;
-    for (const std::string& name : names)
-        outcome.allMoved = recycleOne(*trash, items, source, name, outcome) && outcome.allMoved;
+    for (const std::string& name : names) {
+        const std::size_t copies = outcome.remainingCopies.size();
+        error = recycleOne(*trash, items, source, name, outcome);
+        if (error != 0) addFailure(outcome, name, error, outcome.remainingCopies.size() != copies);
+    }
     return outcome;
 }
 

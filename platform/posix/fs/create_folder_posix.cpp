@@ -29,6 +29,8 @@ class FolderMaker {
         return 0;
     }
 
+    bool hasMadeSomething() const { return hasMadeSomething_; }
+
   private:
     int enter(const std::string& name, bool last) {
         int error = open(name);
@@ -53,23 +55,30 @@ class FolderMaker {
         if (const std::optional<Owner> owner = ownerOfNewItemsIn(at_.get())) {
             Descriptor made;
             const int error = makeFolderFor(*owner, at_.get(), name, kUsualMode, made);
-            if (error == 0) at_ = std::move(made);
-            return error;
+            if (error != 0) return error;
+            hasMadeSomething_ = true;
+            at_ = std::move(made);
+            return 0;
         }
         if (systemCalls().mkdirat(at_.get(), name.c_str(), kUsualMode) != 0) return errno;
+        hasMadeSomething_ = true;
         return last ? 0 : open(name, O_NOFOLLOW);
     }
 
     Descriptor at_;
+    bool hasMadeSomething_ = false;
 };
 
 }  // namespace
 
-int createFolders(const std::string& path) {
+int createFolders(const std::string& path, bool* madeSomething) {
     if (path.empty() || path.find('\0') != std::string::npos) return ENOENT;
     struct stat status;
     if (statusAt(path, status) == 0) return S_ISDIR(status.st_mode) ? 0 : EEXIST;
-    return FolderMaker().run(pathComponents(path));
+    FolderMaker maker;
+    const int error = maker.run(pathComponents(path));
+    if (madeSomething != nullptr) *madeSomething = maker.hasMadeSomething();
+    return error;
 }
 
 }  // namespace quillmoor::platform::posix

@@ -305,17 +305,17 @@ int emptyFolder(int folder) noexcept {
     return work.error;
 }
 
-int removePath(const std::string& path, const StopToken& stop) noexcept try {
+RemovalResult removePath(const std::string& path, const StopToken& stop) noexcept try {
     DirectoryEntry entry;
     struct stat status;
     int error = resolveParent(path, entry);
     if (error == 0 && !entry.hasNameOfItsOwn()) error = EINVAL;
     // After a trailing slash anything but a folder is ENOTDIR, as in the system's own calls.
     if (error == 0 && entry.asFolder) error = statusOf(entry, FollowLink::No, status);
-    if (error != 0) return error;
-    return removeTree(entry.folder.get(), entry.name, TreeKind::Given, stop).error;
+    if (error != 0) return {error};
+    return removeTree(entry.folder.get(), entry.name, TreeKind::Given, stop);
 } catch (const std::bad_alloc&) {
-    return ENOMEM;
+    return {ENOMEM};
 }
 
 }  // namespace quillmoor::platform::posix

@@ -33,8 +33,8 @@ RemovalResult removeTree(int folder, const std::string& name, TreeKind kind,
 inline constexpr std::size_t kDescriptorsToEmpty = 2;
 int emptyFolder(int folder) noexcept;
 
-// As FileManager::removeItem. Returns 0 or the error number: ECANCELED after a stop, which leaves
-// the rest in place, and ENOMEM for lack of memory.
-int removePath(const std::string& path, const StopToken& stop = {}) noexcept;
+// As FileManager::removeItem. The error is ECANCELED after a stop, which leaves the rest in place,
+// and ENOMEM for lack of memory.
+RemovalResult removePath(const std::string& path, const StopToken& stop = {}) noexcept;
 
 }  // namespace quillmoor::platform::posix

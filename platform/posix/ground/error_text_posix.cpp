@@ -13,6 +13,8 @@ std::string_view word(FileVerb verb) {
             return "removed";
         case FileVerb::Moved:
             return "moved";
+        case FileVerb::Trashed:
+            return "moved to the Trash";
         case FileVerb::Copied:
             return "copied";
         case FileVerb::Created:
@@ -47,8 +49,11 @@ Error fileError(FileVerb verb, std::string_view path, int code) {
     return {code, std::move(text)};
 }
 
-Outcome fileOutcome(FileVerb verb, std::string_view path, int code) {
-    return code == 0 ? Outcome::success() : Outcome::failure(fileError(verb, path, code));
+Outcome fileOutcome(FileVerb verb, std::string_view path, int code, bool isHalfDone) {
+    if (code == 0) return Outcome::success();
+    Error error = fileError(verb, path, code);
+    error.isHalfDone = isHalfDone;
+    return Outcome::failure(std::move(error));
 }
 
 }  // namespace quillmoor::platform::posix

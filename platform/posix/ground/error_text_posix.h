@@ -9,7 +9,7 @@
 namespace quillmoor::platform::posix {
 
 // What could not be done to an item.
-enum class FileVerb { Removed, Moved, Copied, Created, Written, Changed };
+enum class FileVerb { Removed, Moved, Trashed, Copied, Created, Written, Changed };
 
 // The system's own text for an error number, in English in every locale: Permission denied
 std::string systemErrorText(int code);
@@ -18,6 +18,6 @@ std::string systemErrorText(int code);
 Error fileError(FileVerb verb, std::string_view path, int code);
 
 // A success when `code` is 0.
-Outcome fileOutcome(FileVerb verb, std::string_view path, int code);
+Outcome fileOutcome(FileVerb verb, std::string_view path, int code, bool isHalfDone = false);
 
 }  // namespace quillmoor::platform::posix

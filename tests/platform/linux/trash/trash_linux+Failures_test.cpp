@@ -42,6 +42,11 @@ void failEachCall(const FailureKind& kind, const Source& source) {
             happened = failure.happened();
         }
         const bool moved = outcome.allMoved;
+        if (!moved && !kind.isOfAllocations()) {
+            EXPECT_NE(outcome.error.code, 0);
+            EXPECT_EQ(outcome.error.description.find("“tree” couldn’t be moved to the Trash: "),
+                      0U);
+        }
         EXPECT_EQ(openDescriptors(), descriptors);
         const bool arrived =
             somethingAt(trash + "/files/tree") && describeTree(trash + "/files/tree") == before;

@@ -394,7 +394,11 @@ TEST_F(Trash, FromAnotherFileSystemAnItemThatMayNotGoIsAtItsOldPlaceOnly) {
     ASSERT_EQ(::mkdir((other / "closed").c_str(), 0755), 0);
     std::filesystem::copy(folder_.writeFile("file", "stays"), other / "closed/file");
     ASSERT_EQ(::chmod((other / "closed").c_str(), 0555), 0);
-    EXPECT_FALSE(recycleToTrash(other.path(), std::nullopt, {"closed"}));
+    const RecycleOutcome outcome = recycleToTrash(other.path(), std::nullopt, {"closed"});
+    EXPECT_FALSE(outcome);
+    EXPECT_EQ(outcome.error.code, EACCES);
+    EXPECT_EQ(outcome.error.description,
+              "“closed” couldn’t be moved to the Trash: Permission denied");
     EXPECT_FALSE(recycleToTrash(other / "closed", std::nullopt, {"file"}));
     ASSERT_EQ(::chmod((other / "closed").c_str(), 0755), 0);
     EXPECT_EQ(readFile(other / "closed/file"), "stays");

@@ -13,6 +13,7 @@ int main() {
     if (::mkdtemp(folder.data()) == nullptr || ::mkdir((folder + "/inside").c_str(), 0700) != 0)
         return EXIT_FAILURE;
     struct stat status;
-    const bool removed = posix::removePath(folder) == 0 && ::stat(folder.c_str(), &status) != 0;
+    const bool removed =
+        posix::removePath(folder).error == 0 && ::stat(folder.c_str(), &status) != 0;
     return removed ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -102,6 +102,8 @@ TEST(TreeRemove, RemovesTheRestOfATreeWithUnremovableItems) {
     const Outcome outcome = removeItem(folder / "tree");
     ASSERT_FALSE(outcome);
     EXPECT_EQ(outcome.error().description, "“tree” couldn’t be removed: Permission denied");
+    EXPECT_TRUE(outcome.error().isHalfDone);
+    EXPECT_FALSE(removeItem(folder / "tree").error().isHalfDone);
     EXPECT_EQ(test::listing(folder / "tree"), "closed");
     EXPECT_EQ(test::readFile(folder / "tree/closed/kept"), "kept");
 }
@@ -283,7 +285,7 @@ TEST(TreeRemove, AStopLeavesTheRest) {
             for (int j = 0; j < 30; ++j)
                 folder.writeFile("tree/" + std::to_string(i) + "/" + std::to_string(j));
         const test::StopAtCall stop(test::StopAtCall::Kind::UnlinkAt, nth);
-        EXPECT_EQ(removePath(folder / "tree", stop.token()), ECANCELED) << nth;
+        EXPECT_EQ(removePath(folder / "tree", stop.token()).error, ECANCELED) << nth;
         EXPECT_GT(nativeFileTree()->count(folder / "tree", {}).items, 1U) << nth;
     }
 }
@@ -293,7 +295,7 @@ TEST(TreeRemove, AStopBeforehandLeavesAll) {
     folder.writeFile("tree/file", "text");
     const StopSource source;
     source.requestStop();
-    EXPECT_EQ(removePath(folder / "tree", source.token()), ECANCELED);
+    EXPECT_EQ(removePath(folder / "tree", source.token()).error, ECANCELED);
     EXPECT_EQ(test::readFile(folder / "tree/file"), "text");
 }
 
@@ -301,7 +303,7 @@ TEST(TreeRemove, SucceedsWhenTheStopComesTooLate) {
     const TempFolder folder;
     folder.writeFile("tree/file");
     const test::StopAtCall stop(test::StopAtCall::Kind::UnlinkAt, 3);
-    EXPECT_EQ(removePath(folder / "tree", stop.token()), 0);
+    EXPECT_EQ(removePath(folder / "tree", stop.token()).error, 0);
     EXPECT_FALSE(somethingAt(folder / "tree"));
 }
 

@@ -16,6 +16,8 @@ TEST(ErrorText, NamesTheItemTheVerbAndTheSystemsReason) {
               "“name” couldn’t be removed: Permission denied");
     EXPECT_EQ(fileError(FileVerb::Moved, "name/", ENOENT).description,
               "“name” couldn’t be moved: No such file or directory");
+    EXPECT_EQ(fileError(FileVerb::Trashed, "/a/name", EXDEV).description,
+              "“name” couldn’t be moved to the Trash: Invalid cross-device link");
     EXPECT_EQ(fileError(FileVerb::Copied, "/a/b c", EEXIST).description,
               "“b c” couldn’t be copied: File exists");
     EXPECT_EQ(fileError(FileVerb::Created, "/", EBUSY).description,
@@ -46,6 +48,8 @@ TEST(ErrorText, NoErrorIsASuccess) {
     const Outcome failure = fileOutcome(FileVerb::Moved, "/a", EIO);
     ASSERT_FALSE(failure);
     EXPECT_EQ(failure.error().code, EIO);
+    EXPECT_FALSE(failure.error().isHalfDone);
+    EXPECT_TRUE(fileOutcome(FileVerb::Moved, "/a", EIO, true).error().isHalfDone);
 }
 
 }  // namespace
