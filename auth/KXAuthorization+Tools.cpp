@@ -1,4 +1,5 @@
 #include "quillmoor/auth/KXAuthorization.h"
+#include "quillmoor/auth/authorization_request.h"
 #include "quillmoor/auth/operation_support.h"
 #include "quillmoor/base/format.h"
 #include "quillmoor/platform/platform.h"
@@ -7,14 +8,23 @@
 namespace quillmoor {
 
 std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const StringList& parameters) {
-    return authExecTask(path, parameters, Async::Yes);
+    return recorded({"-[KXAuthorization authExecTask:parameters:]", path},
+                    [&] { return authExecTask(path, parameters, Async::Yes); });
 }
 
 std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const StringList& parameters,
                                            Async async) {
+    return recorded({"-[KXAuthorization authExecTask:parameters:async:]", path},
+                    [&] { return execTask(path, parameters, async); });
+}
+
+std::int32_t KXAuthorization::execTask(const OptionalPath& path, const StringList& parameters,
+                                       Async async) {
     const platform::Platform& system = platform::current();
     if (!somethingAt(path)) {
         system.console->log(formatted("Unable to execute task: path %@ doesn't exist", path));
+        noteFailure(KXFailure::Reason::MissingItem);
+        noteAuthorization(KXFailure::Authorization::Failed);
         return kToolMissing;
     }
     if (isRoot()) {
@@ -23,6 +33,7 @@ std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const Strin
             KXTaskEx::runTaskAndReturn(path, parameters);
         else
             KXTaskEx::runTask(path, parameters);
+        noteAuthorization(KXFailure::Authorization::Granted);
         return platform::kAuthorizationSuccess;
     }
     if (!isAuthorized()) authStart();
@@ -31,8 +42,10 @@ std::int32_t KXAuthorization::authExecTask(const OptionalPath& path, const Strin
     std::shared_ptr<platform::AuthorizedToolStream> stream;
     const std::int32_t status = system.authorization->executeWithPrivileges(
         authRef_, *path, platform::kAuthorizationFlagDefaults, parameters, stream);
+    if (!noteRequest(status)) return status;
+    noteAuthorization(KXFailure::Authorization::Granted);
     // The end of the output stands for the end of the tool, whose exit status is not available.
-    if (status == platform::kAuthorizationSuccess && async == Async::No)
+    if (async == Async::No)
         while (stream->readCharacter() >= 0) {
         }
     return status;

@@ -58,45 +58,53 @@ OptionalPath trashDestination(const OptionalPath& trash, const OptionalPath& pat
 }  // namespace
 
 bool KXAuthorization::authTrashFile(const OptionalPath& path) {
-    return authTrashFile(path, DeleteOnRootAccount::No);
+    return recorded({"-[KXAuthorization authTrashFile:]", path},
+                    [&] { return authTrashFile(path, DeleteOnRootAccount::No); });
 }
 
 bool KXAuthorization::authTrashFile(const OptionalPath& path,
                                     DeleteOnRootAccount deleteOnRootAccount) {
-    if (isProtected(path)) {
-        platform::current().console->log(
-            formatted("Unable to trash path %@ because it is a system directory.", path));
-        return false;
-    }
-    // Removes the item in the Trash that has the new name, not the item itself. Kept for
-    // compatibility.
-    if (isOwnAccountOfRoot(deleteOnRootAccount))
-        return authRemoveFile(trashDestination(trashFolder(), path));
-    return moveToTrash(path);
+    return recorded({"-[KXAuthorization authTrashFile:deleteOnRootAccount:]", path}, [&] {
+        if (isProtected(path)) {
+            platform::current().console->log(
+                formatted("Unable to trash path %@ because it is a system directory.", path));
+            return noteProtected();
+        }
+        // Removes the item in the Trash that has the new name, not the item itself. Kept for
+        // compatibility.
+        if (isOwnAccountOfRoot(deleteOnRootAccount))
+            return authRemoveFile(trashDestination(trashFolder(), path));
+        return moveToTrash(path);
+    });
 }
 
 bool KXAuthorization::authTrashFolderContents(const OptionalPath& folder) {
-    return authTrashFolderContents(folder, DeleteOnRootAccount::No);
+    return recorded({"-[KXAuthorization authTrashFolderContents:]", folder},
+                    [&] { return authTrashFolderContents(folder, DeleteOnRootAccount::No); });
 }
 
 bool KXAuthorization::authTrashFolderContents(const OptionalPath& folder,
                                               DeleteOnRootAccount deleteOnRootAccount) {
-    if (isProtected(folder)) {
-        platform::current().console->log(formatted(
-            "Unable to trash folder contents of path %@ because it is a system directory.",
-            folder));
-        return false;
-    }
-    const StringList names = folderEntries(folder);
-    const bool removes = isOwnAccountOfRoot(deleteOnRootAccount);
-    bool allStarted = true;
-    for (const std::string& name : names) {
-        const OptionalPath entry = appendPathComponent(folder, name);
-        const bool started =
-            removes ? authExecTask("/bin/rm", {"-R", "-f", *entry}) == 0 : authTrashFile(entry);
-        allStarted = started && allStarted;
-    }
-    return allStarted;
+    const OperationCall call{"-[KXAuthorization authTrashFolderContents:deleteOnRootAccount:]",
+                             folder};
+    return recorded(call, [&] {
+        if (isProtected(folder)) {
+            platform::current().console->log(formatted(
+                "Unable to trash folder contents of path %@ because it is a system directory.",
+                folder));
+            return noteProtected();
+        }
+        const StringList names = folderEntries(folder);
+        const bool removes = isOwnAccountOfRoot(deleteOnRootAccount);
+        bool allStarted = true;
+        for (const std::string& name : names) {
+            const OptionalPath entry = appendPathComponent(folder, name);
+            const bool started =
+                removes ? authExecTask("/bin/rm", {"-R", "-f", *entry}) == 0 : authTrashFile(entry);
+            allStarted = notePartDone(started) && allStarted;
+        }
+        return allStarted;
+    });
 }
 
 bool KXAuthorization::isOwnAccountOfRoot(DeleteOnRootAccount deleteOnRootAccount) const {
@@ -115,12 +123,13 @@ bool KXAuthorization::moveToTrash(const OptionalPath& path) {
     platform::Trash& desktopTrash = *platform::current().trash;
     const OptionalPath trash = trashFolder();
     if (!path || !trash) return authMoveFile(path, trashDestination(trash, path));
-    if (!somethingAt(path)) return false;
+    if (!somethingAt(path)) return noteFailure(KXFailure::Reason::MissingItem);
     platform::Console& console = *platform::current().console;
     if (!desktopTrash.prepareTrash(*trash)) {
-        console.log(
-            formatted("Unable to trash path %@ because the Trash %@ cannot be used.", path, trash));
-        return false;
+        const std::string report =
+            formatted("Unable to trash path %@ because the Trash %@ cannot be used.", path, trash);
+        console.log(report);
+        return noteFailure(Error{0, report});
     }
     const NamesSeen seen{somethingAt(*trash + "/.")};
     const OptionalPath destination = trashDestination(trash, path, seen);

@@ -14,6 +14,7 @@
 #include <string>
 #include <utility>
 
+#include "quillmoor/base/failure.h"
 #include "quillmoor/base/shared_object.h"
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/authorization.h"
@@ -34,9 +35,10 @@ enum class Async : bool { No, Yes };
 //
 // sharedController and allocWithZone may be called from any thread. Everything else must be called
 // by one thread at a time, and blocks it while the user is asked. Refusals are reported on the
-// system console. Throws std::bad_alloc, and in a process of root also platform::Exception when the
-// system cannot start a tool: for a lack of resources, or because an argument contains a NUL or is
-// too long. Tools that were started before that continue.
+// system console; KXFailure::last() is the reason of a failure. Throws std::bad_alloc, and in a
+// process of root also platform::Exception when the system cannot start a tool: for a lack of
+// resources, or because an argument contains a NUL or is too long. Tools that were started before
+// that continue.
 class KXAuthorization : public SharedObject<KXAuthorization> {
   public:
     // The session -------------------------------------------------------------------------------
@@ -167,6 +169,7 @@ class KXAuthorization : public SharedObject<KXAuthorization> {
                       platform::AuthorizationFlags flags);
     void freeReference();
     bool isOwnAccountOfRoot(DeleteOnRootAccount deleteOnRootAccount) const;
+    std::int32_t execTask(const OptionalPath& path, const StringList& parameters, Async async);
     bool startTool(const std::string& tool, const StringList& arguments);
     OptionalPath trashFolder() const;
     bool moveToTrash(const OptionalPath& path);

@@ -1,6 +1,7 @@
 // What the operations of KXAuthorization share: the checks before a tool is started.
 #pragma once
 
+#include "quillmoor/base/operation.h"
 #include "quillmoor/base/types.h"
 #include "quillmoor/paths/KXLocalPaths.h"
 #include "quillmoor/platform/platform.h"
@@ -16,6 +17,12 @@ inline bool isRoot() {
 // the text only.
 inline bool isProtected(const OptionalPath& path) {
     return KXLocalPaths::isPathSystemDirectory(path, ExactMatch::Yes);
+}
+
+// Notes that an operation is refused because its path is protected. Returns false.
+inline bool noteProtected() {
+    noteAuthorization(KXFailure::Authorization::Protected);
+    return noteFailure(KXFailure::Reason::ProtectedFolder);
 }
 
 // Whether an item exists at the path. Follows links: false for a dangling one, and for nil.

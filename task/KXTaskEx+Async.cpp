@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "quillmoor/base/operation.h"
 #include "quillmoor/log/KXException.h"
 #include "quillmoor/log/KXLog.h"
 #include "quillmoor/platform/exception.h"
@@ -25,6 +26,7 @@ AsyncTaskNotification envelope(Data chunk) {
 // Reports the exception that is being handled.
 void report() {
     const platform::Exception exception = platform::currentException();
+    noteFailure(exception);
     KXException::logException(&exception, kLaunchAsyncTask);
 }
 
@@ -57,29 +59,38 @@ thread_local constinit KXTaskEx::HandedOver* KXTaskEx::HandedOver::latest = null
 
 void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                                  Object delegate, Selector selector, Object object) {
-    asyncDataFromTask(path, arguments, std::move(delegate), std::move(selector), std::move(object),
-                      std::nullopt);
+    recorded({"-[KXTaskEx asyncDataFromTask:arguments:delegate:selector:object:]", path}, [&] {
+        asyncDataFromTask(path, arguments, std::move(delegate), std::move(selector),
+                          std::move(object), std::nullopt);
+    });
 }
 
 void KXTaskEx::asyncDataFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                                  Object delegate, Selector selector, Object object,
                                  const OptionalEnvironment& environment) {
-    const platform::Platform& system = platform::current();
-    // The previous listener is removed first, and destroyed by the assignment, with nothing locked:
-    // its destructor may call this instance.
-    Listener listener;
-    exchangeListener(listener);
-    listener = {std::move(delegate), std::move(selector), std::move(object)};
-    const TaskReference task = system.tasks->makeTask();
-    task->setStandardOutput(system.fileHandles->makePipe());
-    task->setStandardError(system.fileHandles->nullDevice());
-    if (environment) task->setEnvironment(*environment);
-    task->setLaunchPath(path.value_or(""));
-    task->setArguments(arguments.value_or(StringList()));
-    const Run run = prepare(listener, task);
-    system.mainThread->detachNewThread([this, kept = reference(), run] {
-        const HandedOver handedOver(*this, run);
-        launchAsyncTask();
+    const OperationCall call{
+        "-[KXTaskEx asyncDataFromTask:arguments:delegate:selector:object:environment:]", path};
+    recorded(call, [&] {
+        const platform::Platform& system = platform::current();
+        // The previous listener is removed first, and destroyed by the assignment, with nothing
+        // locked: its destructor may call this instance.
+        Listener listener;
+        exchangeListener(listener);
+        {
+            const OutsideOperations destructors;
+            listener = {std::move(delegate), std::move(selector), std::move(object)};
+        }
+        const TaskReference task = system.tasks->makeTask();
+        task->setStandardOutput(system.fileHandles->makePipe());
+        task->setStandardError(system.fileHandles->nullDevice());
+        if (environment) task->setEnvironment(*environment);
+        task->setLaunchPath(path.value_or(""));
+        task->setArguments(arguments.value_or(StringList()));
+        const Run run = prepare(listener, task);
+        system.mainThread->detachNewThread([this, kept = reference(), run] {
+            const HandedOver handedOver(*this, run);
+            launchAsyncTask();
+        });
     });
 }
 
@@ -92,7 +103,8 @@ KXTaskEx::Run KXTaskEx::prepare(Listener& listener, const TaskReference& task) {
 }
 
 void KXTaskEx::launchAsyncTask() {
-    read(HandedOver::take(*this).value_or(terminations_));
+    recorded("-[KXTaskEx launchAsyncTask]",
+             [this] { read(HandedOver::take(*this).value_or(terminations_)); });
 }
 
 void KXTaskEx::read(Run run) {
@@ -112,11 +124,11 @@ bool KXTaskEx::launchTheTask(Run run) {
     const TaskReference task = taskOf(run);
     if (task == nullptr) {
         KXLog::appendLogAndPrint("Unable to launch async task - no task set");
-        return false;
+        return noteFailure(KXFailure::Reason::MissingArgument);
     }
     if (!canBeLaunched(task->launchPath())) {
         KXLog::appendLog("Unable to launch async task - task does not exist or is not executable");
-        return false;
+        return noteFailure(KXFailure::Reason::NotExecutable, task->launchPath());
     }
     task->launch();
     return true;
@@ -151,22 +163,26 @@ bool KXTaskEx::returnNextChunk(Run run) {
 }
 
 void KXTaskEx::asyncTaskReturnData(const AsyncTaskNotification& notification) {
-    returnData(notification, HandedOver::take(*this).value_or(terminations_));
+    recorded("-[KXTaskEx asyncTaskReturnData:]",
+             [&] { returnData(notification, HandedOver::take(*this).value_or(terminations_)); });
 }
 
 void KXTaskEx::returnData(const AsyncTaskNotification& notification, Run run) {
     const bool ended = notification.fileHandleNotificationDataItem.empty();
-    // A copy, so that the delegate lives while it is called, and nothing is locked.
-    const Listener receiver = listener(run);
-    if (receiver.delegate != nullptr && receiver.selector)
-        receiver.selector(notification.fileHandleNotificationDataItem, *this, receiver.object);
+    {
+        const OutsideOperations delegate;
+        // A copy, so that the delegate lives while it is called, and nothing is locked.
+        const Listener receiver = listener(run);
+        if (receiver.delegate != nullptr && receiver.selector)
+            receiver.selector(notification.fileHandleNotificationDataItem, *this, receiver.object);
+    }
     if (!ended) return;
     const HandedOver handedOver(*this, run);
     terminateAsyncTask();
 }
 
 void KXTaskEx::terminateAsyncTask() {
-    terminate(HandedOver::take(*this));
+    recorded("-[KXTaskEx terminateAsyncTask]", [this] { terminate(HandedOver::take(*this)); });
 }
 
 // If a run is given, only while it is not over. The caller's objects are released with nothing
@@ -184,9 +200,12 @@ void KXTaskEx::terminate(std::optional<Run> run) {
         if (output != nullptr) output->closeFile();
         exchangeListener(forgotten);
     }
-    forgotten.delegate.reset();
-    forgotten.object.reset();
-    forgotten.selector = nullptr;
+    {
+        const OutsideOperations destructors;
+        forgotten.delegate.reset();
+        forgotten.object.reset();
+        forgotten.selector = nullptr;
+    }
     if (task != nullptr && task->isRunning()) task->terminate();
     const std::lock_guard launching(launchMutex_);
     // Another run may have been prepared while nothing was locked: its task stays.

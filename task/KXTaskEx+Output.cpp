@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "quillmoor/base/format.h"
+#include "quillmoor/base/operation.h"
 #include "quillmoor/log/KXLog.h"
 #include "quillmoor/platform/exception.h"
 #include "quillmoor/platform/platform.h"
@@ -35,7 +36,11 @@ Data chosen(Output read) {
 // "" for no data, nil for bytes that are not valid in the encoding.
 OptionalString decoded(const std::optional<Data>& data, StringEncoding encoding) {
     if (!data) return "";
-    return platform::current().text->decode(data->view(), encoding);
+    OptionalString text = platform::current().text->decode(data->view(), encoding);
+    // A tool that was terminated may have been in the middle of a character.
+    if (!text && !hasNotedFailure())
+        noteFailure(Error{0, "the output is not valid in the encoding"});
+    return text;
 }
 
 // On the console only, unlike the same text in runTask. Without memory for it nothing is reported.
@@ -56,6 +61,7 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const ArgumentSourc
     try {
         if (!task_detail::existsAndIsLaunchable(path)) {
             KXLog::appendLogAndPrint(task_detail::kNotExecutable, path);
+            noteFailure(KXFailure::Reason::NotExecutable, path);
             return std::nullopt;
         }
         const TaskReference task = system.tasks->makeTask();
@@ -81,6 +87,7 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const ArgumentSourc
         output.reading->closeFile();
         return chosen(std::move(read));
     } catch (const std::exception& exception) {
+        noteFailure(exception);
         reportException(path, exception);
         return std::nullopt;
     }
@@ -89,47 +96,58 @@ std::optional<Data> KXTaskEx::data(const OptionalPath& path, const ArgumentSourc
 std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
                                            const OptionalArguments& arguments,
                                            TaskReference* task) {
-    return dataFromTask(path, arguments, task, std::nullopt);
+    return recorded({"+[KXTaskEx dataFromTask:arguments:task:]", path},
+                    [&] { return dataFromTask(path, arguments, task, std::nullopt); });
 }
 
 std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
                                            const OptionalArguments& arguments, TaskReference* task,
                                            const OptionalEnvironment& environment) {
-    return dataFromTask(path, arguments, task, environment, LogOutput::Yes);
+    return recorded({"+[KXTaskEx dataFromTask:arguments:task:environment:]", path}, [&] {
+        return dataFromTask(path, arguments, task, environment, LogOutput::Yes);
+    });
 }
 
 std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
                                            const OptionalArguments& arguments, TaskReference* task,
                                            const OptionalEnvironment& environment,
                                            LogOutput logOutput) {
-    return data(path, given(arguments), storeIn(task), given(environment), logOutput);
+    return recorded({"+[KXTaskEx dataFromTask:arguments:task:environment:logOutput:]", path}, [&] {
+        return data(path, given(arguments), storeIn(task), given(environment), logOutput);
+    });
 }
 
 OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments) {
-    return stringFromTask(path, arguments, nullptr);
+    return recorded({"+[KXTaskEx stringFromTask:arguments:]", path},
+                    [&] { return stringFromTask(path, arguments, nullptr); });
 }
 
 OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments, Timeout timeout) {
-    return stringFromTask(path, arguments, StringEncoding::ASCII, timeout);
+    return recorded({"+[KXTaskEx stringFromTask:arguments:timeout:]", path}, [&] {
+        return stringFromTask(path, arguments, StringEncoding::ASCII, timeout);
+    });
 }
 
 OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments, StringEncoding encoding,
                                         Timeout timeout) {
-    return decoded(dataFromTask(path, arguments, timeout), encoding);
+    return recorded({"+[KXTaskEx stringFromTask:arguments:encoding:timeout:]", path},
+                    [&] { return decoded(dataFromTask(path, arguments, timeout), encoding); });
 }
 
 OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments, TaskReference* task) {
-    return stringFromTask(path, arguments, StringEncoding::ASCII, task);
+    return recorded({"+[KXTaskEx stringFromTask:arguments:task:]", path},
+                    [&] { return stringFromTask(path, arguments, StringEncoding::ASCII, task); });
 }
 
 OptionalString KXTaskEx::stringFromTask(const OptionalPath& path,
                                         const OptionalArguments& arguments, StringEncoding encoding,
                                         TaskReference* task) {
-    return decoded(dataFromTask(path, arguments, task), encoding);
+    return recorded({"+[KXTaskEx stringFromTask:arguments:encoding:task:]", path},
+                    [&] { return decoded(dataFromTask(path, arguments, task), encoding); });
 }
 
 }  // namespace quillmoor

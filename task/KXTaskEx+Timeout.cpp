@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "quillmoor/base/operation.h"
 #include "quillmoor/base/seconds.h"
 #include "quillmoor/log/KXException.h"
 #include "quillmoor/log/KXLog.h"
@@ -31,34 +32,41 @@ std::shared_ptr<KXTaskEx> KXTaskEx::create() {
 
 void KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& arguments,
                        Timeout timeout) {
-    create()->runTaskOnInstance(path, arguments, timeout);
+    recorded({"+[KXTaskEx runTask:arguments:timeout:]", path},
+             [&] { create()->runTaskOnInstance(path, arguments, timeout); });
 }
 
 std::optional<Data> KXTaskEx::dataFromTask(const OptionalPath& path,
                                            const OptionalArguments& arguments, Timeout timeout) {
-    return create()->dataFromTaskOnInstance(path, arguments, timeout);
+    return recorded({"+[KXTaskEx dataFromTask:arguments:timeout:]", path},
+                    [&] { return create()->dataFromTaskOnInstance(path, arguments, timeout); });
 }
 
 long KXTaskEx::terminationCodeFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                                        Timeout timeout) {
-    return create()->terminationCodeFromTaskOnInstance(path, arguments, timeout);
+    return recorded({"+[KXTaskEx terminationCodeFromTask:arguments:timeout:]", path}, [&] {
+        return create()->terminationCodeFromTaskOnInstance(path, arguments, timeout);
+    });
 }
 
 void KXTaskEx::runTaskOnInstance(const OptionalPath& path, const OptionalArguments& arguments,
                                  Timeout timeout) {
-    runWithTimeout(path, given(arguments), timeout);
+    recorded({"-[KXTaskEx runTask:arguments:timeout:]", path},
+             [&] { runWithTimeout(path, given(arguments), timeout); });
 }
 
 std::optional<Data> KXTaskEx::dataFromTaskOnInstance(const OptionalPath& path,
                                                      const OptionalArguments& arguments,
                                                      Timeout timeout) {
-    return dataWithTimeout(path, given(arguments), timeout);
+    return recorded({"-[KXTaskEx dataFromTask:arguments:timeout:]", path},
+                    [&] { return dataWithTimeout(path, given(arguments), timeout); });
 }
 
 long KXTaskEx::terminationCodeFromTaskOnInstance(const OptionalPath& path,
                                                  const OptionalArguments& arguments,
                                                  Timeout timeout) {
-    return terminationCodeWithTimeout(path, given(arguments), timeout);
+    return recorded({"-[KXTaskEx terminationCodeFromTask:arguments:timeout:]", path},
+                    [&] { return terminationCodeWithTimeout(path, given(arguments), timeout); });
 }
 
 void KXTaskEx::runWithTimeout(const OptionalPath& path, const ArgumentSource& arguments,
@@ -66,21 +74,26 @@ void KXTaskEx::runWithTimeout(const OptionalPath& path, const ArgumentSource& ar
     startTimeout(timeout);
     const FieldCleared field(*this);
     run(path, arguments, storeInField());
+    noteIfTimedOut();
 }
 
 std::optional<Data> KXTaskEx::dataWithTimeout(const OptionalPath& path,
                                               const ArgumentSource& arguments, Timeout timeout) {
     startTimeout(timeout);
     const FieldCleared field(*this);
-    return data(
+    auto output = data(
         path, arguments, storeInField(), [] { return std::nullopt; }, LogOutput::Yes);
+    noteIfTimedOut();
+    return output;
 }
 
 long KXTaskEx::terminationCodeWithTimeout(const OptionalPath& path, const ArgumentSource& arguments,
                                           Timeout timeout) {
     startTimeout(timeout);
     const FieldCleared field(*this);
-    return terminationCode(path, arguments, storeInField());
+    const long status = terminationCode(path, arguments, storeInField());
+    noteIfTimedOut();
+    return status;
 }
 
 KXTaskEx::TaskSink KXTaskEx::storeInField() {
@@ -91,8 +104,13 @@ KXTaskEx::TaskSink KXTaskEx::storeInField() {
 // field empty. Until then it keeps the instance. Started before the run, so that a run without a
 // time-out cannot happen when there is no thread.
 void KXTaskEx::startTimeout(Timeout timeout) {
+    hasTimedOut_ = false;
     platform::current().mainThread->detachNewThread(
         [this, kept = reference(), seconds = wholeSeconds(timeout)] { setupTimeout(seconds); });
+}
+
+void KXTaskEx::noteIfTimedOut() {
+    if (hasTimedOut_) noteFailure(KXFailure::Reason::TimedOut);
 }
 
 void KXTaskEx::setupTimeout(std::chrono::seconds seconds) {
@@ -111,6 +129,7 @@ void KXTaskEx::timeout() {
     if (task == nullptr || !task->isRunning()) return;
     platform::current().console->log("Task timed out. Terminating...");
     KXLog::appendLog("Task %@ timed out. Terminating...", task->launchPath());
+    hasTimedOut_ = true;
     task->terminate();
 }
 

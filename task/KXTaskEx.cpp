@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "quillmoor/base/format.h"
+#include "quillmoor/base/operation.h"
 #include "quillmoor/log/KXLog.h"
 #include "quillmoor/platform/exception.h"
 #include "quillmoor/platform/platform.h"
@@ -13,7 +14,10 @@
 namespace quillmoor {
 namespace {
 
+constexpr long kNoStatus = -1;
+
 void reportRefusal(const OptionalPath& path) {
+    noteFailure(KXFailure::Reason::NotExecutable, path);
     platform::current().console->log(formatted(task_detail::kNotExecutable, path));
     KXLog::appendLog(task_detail::kNotExecutable, path);
 }
@@ -27,13 +31,19 @@ void configure(platform::Task& task, const OptionalPath& path, OptionalArguments
     task.setStandardOutput(handles.nullDevice());
 }
 
+// On the main thread events may be handled meanwhile.
+void waitUntilExit(platform::Task& task) {
+    const OutsideOperations handlers;
+    task.waitUntilExit();
+}
+
 }  // namespace
 
 bool KXTaskEx::run(const OptionalPath& path, const ArgumentSource& arguments,
                    const TaskSink& store) {
     if (!task_detail::isLaunchable(path)) {
         KXLog::appendLogAndPrint(task_detail::kNotExecutable, path);
-        return false;
+        return noteFailure(KXFailure::Reason::NotExecutable, path);
     }
     try {
         const TaskReference task = platform::current().tasks->makeTask();
@@ -41,9 +51,10 @@ bool KXTaskEx::run(const OptionalPath& path, const ArgumentSource& arguments,
         store(task);
         configure(*task, path, arguments());
         task->launch();
-        task->waitUntilExit();
+        waitUntilExit(*task);
         return true;
     } catch (const std::exception& exception) {
+        noteFailure(exception);
         KXLog::appendLog(task_detail::kExceptionRunningTask, path, std::string(exception.what()));
         return false;
     }
@@ -53,28 +64,33 @@ long KXTaskEx::terminationCode(const OptionalPath& path, const ArgumentSource& a
                                const TaskSink& store) {
     if (!task_detail::isLaunchable(path)) {
         reportRefusal(path);
-        return -1;
+        return kNoStatus;
     }
     const TaskReference task = platform::current().tasks->makeTask();
     configure(*task, path, arguments());
     // Just before the launch, unlike in run. Kept for compatibility.
     store(task);
     task->launch();
-    if (task->isRunning()) task->waitUntilExit();
-    return task->terminationStatus();
+    if (task->isRunning()) waitUntilExit(*task);
+    const long status = task->terminationStatus();
+    if (status == kNoStatus) noteFailure(Error{0, "the system has discarded the exit status"});
+    return status;
 }
 
 bool KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& arguments) {
-    return runTask(path, arguments, nullptr);
+    return recorded({"+[KXTaskEx runTask:arguments:]", path},
+                    [&] { return runTask(path, arguments, nullptr); });
 }
 
 bool KXTaskEx::runTask(const OptionalPath& path, const OptionalArguments& arguments,
                        TaskReference* task) {
-    return run(path, given(arguments), storeIn(task));
+    return recorded({"+[KXTaskEx runTask:arguments:task:]", path},
+                    [&] { return run(path, given(arguments), storeIn(task)); });
 }
 
 void KXTaskEx::runTaskAndReturn(const OptionalPath& path, const OptionalArguments& arguments) {
-    runAndReturn(path, given(arguments));
+    recorded({"+[KXTaskEx runTaskAndReturn:arguments:]", path},
+             [&] { runAndReturn(path, given(arguments)); });
 }
 
 void KXTaskEx::runAndReturn(const OptionalPath& path, const ArgumentSource& arguments) {
@@ -87,12 +103,14 @@ void KXTaskEx::runAndReturn(const OptionalPath& path, const ArgumentSource& argu
 
 long KXTaskEx::terminationCodeFromTask(const OptionalPath& path,
                                        const OptionalArguments& arguments) {
-    return terminationCodeFromTask(path, arguments, nullptr);
+    return recorded({"+[KXTaskEx terminationCodeFromTask:arguments:]", path},
+                    [&] { return terminationCodeFromTask(path, arguments, nullptr); });
 }
 
 long KXTaskEx::terminationCodeFromTask(const OptionalPath& path, const OptionalArguments& arguments,
                                        TaskReference* task) {
-    return terminationCode(path, given(arguments), storeIn(task));
+    return recorded({"+[KXTaskEx terminationCodeFromTask:arguments:task:]", path},
+                    [&] { return terminationCode(path, given(arguments), storeIn(task)); });
 }
 
 KXTaskEx::ArgumentSource KXTaskEx::given(const OptionalArguments& arguments) {

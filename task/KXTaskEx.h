@@ -14,6 +14,7 @@
 #include <string>
 
 #include "quillmoor/base/data.h"
+#include "quillmoor/base/failure.h"
 #include "quillmoor/base/types.h"
 #include "quillmoor/platform/task.h"
 #include "quillmoor/platform/text.h"
@@ -45,7 +46,7 @@ struct Bindings;
 // The tool is named by its path and is not searched for. Links are followed. A path that is
 // missing, not executable or a package (an application, for example) is refused with "Error: %@ is
 // not executable", and nothing is started. A tool's exit status other than 0 is not a failure; only
-// the operations that return the status show it.
+// the operations that return the status show it. KXFailure::last() is the reason of a failure.
 //
 // If a task out-parameter is given, the child is stored there before it starts, so that another
 // thread can read it with std::atomic_load and terminate it. Release that reference when the
@@ -54,11 +55,12 @@ struct Bindings;
 //
 // A time-out is in seconds, cut to whole ones. A tool that still runs after it is sent one SIGTERM;
 // the operation then ends as it would have without it, and the time-out is reported by two messages
-// only, one on the console and one in the log. The termination is performed on the main thread, so
-// it waits until that thread services its run loop. A time-out of less than a second terminates the
-// tool at once if it runs already, and never if it does not. A tool that ignores SIGTERM is waited
-// for. Throws platform::Exception, and starts nothing, when no thread can be started for the
-// time-out. Each time-out has a thread, which sleeps to its end even if the tool ends earlier.
+// only, one on the console and one in the log, and as the failure of the thread that waited. The
+// termination is performed on the main thread, so it waits until that thread services its run loop.
+// A time-out of less than a second terminates the tool at once if it runs already, and never if it
+// does not. A tool that ignores SIGTERM is waited for. Throws platform::Exception, and starts
+// nothing, when no thread can be started for the time-out. Each time-out has a thread, which sleeps
+// to its end even if the tool ends earlier.
 //
 // For a lack of memory each operation throws std::bad_alloc, except runTask and dataFromTask
 // without a time-out: for these it is a failure like any other.
@@ -246,6 +248,7 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     static TaskSink storeIn(TaskReference* task);
     TaskSink storeInField();
     void startTimeout(Timeout timeout);
+    void noteIfTimedOut();
 
     static bool run(const OptionalPath& path, const ArgumentSource& arguments,
                     const TaskSink& store);
@@ -288,6 +291,7 @@ class KXTaskEx : public std::enable_shared_from_this<KXTaskEx> {
     Listener listener_;
     std::mutex launchMutex_;  // a launch and a termination exclude each other
     std::atomic<Run> terminations_{0};
+    std::atomic<bool> hasTimedOut_{false};  // a time-out has terminated the tool
 };
 
 }  // namespace quillmoor

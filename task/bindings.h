@@ -17,37 +17,22 @@ struct Bindings {
     using EnvironmentSource = std::function<OptionalEnvironment()>;
 
     static bool runTask(const OptionalPath& path, const ArgumentSource& arguments,
-                        const TaskSink& store) {
-        return KXTaskEx::run(path, arguments, store);
-    }
-    static void runTaskAndReturn(const OptionalPath& path, const ArgumentSource& arguments) {
-        KXTaskEx::runAndReturn(path, arguments);
-    }
+                        const TaskSink& store);
+    static void runTaskAndReturn(const OptionalPath& path, const ArgumentSource& arguments);
     static long terminationCodeFromTask(const OptionalPath& path, const ArgumentSource& arguments,
-                                        const TaskSink& store) {
-        return KXTaskEx::terminationCode(path, arguments, store);
-    }
+                                        const TaskSink& store);
     static std::optional<Data> dataFromTask(const OptionalPath& path,
                                             const ArgumentSource& arguments, const TaskSink& store,
                                             const EnvironmentSource& environment,
-                                            LogOutput logOutput) {
-        return KXTaskEx::data(path, arguments, store, environment, logOutput);
-    }
+                                            LogOutput logOutput);
 
     static void runTask(KXTaskEx& task, const OptionalPath& path, const ArgumentSource& arguments,
-                        KXTaskEx::Timeout timeout) {
-        task.runWithTimeout(path, arguments, timeout);
-    }
+                        KXTaskEx::Timeout timeout);
     static std::optional<Data> dataFromTask(KXTaskEx& task, const OptionalPath& path,
                                             const ArgumentSource& arguments,
-                                            KXTaskEx::Timeout timeout) {
-        return task.dataWithTimeout(path, arguments, timeout);
-    }
+                                            KXTaskEx::Timeout timeout);
     static long terminationCodeFromTask(KXTaskEx& task, const OptionalPath& path,
-                                        const ArgumentSource& arguments,
-                                        KXTaskEx::Timeout timeout) {
-        return task.terminationCodeWithTimeout(path, arguments, timeout);
-    }
+                                        const ArgumentSource& arguments, KXTaskEx::Timeout timeout);
 };
 
 }  // namespace quillmoor::task_detail

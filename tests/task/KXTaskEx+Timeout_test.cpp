@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "quillmoor/base/failure.h"
 #include "quillmoor/task/KXTaskEx.h"
 #include "tests/children/child_tools.h"
 #include "tests/task/held_time.h"
@@ -79,6 +80,21 @@ TEST_F(TaskTimeout, OfARunIsReportedByMessagesOnly) {
     EXPECT_THAT(logged(), ElementsAre(timeoutMessage("hang")));
 }
 
+TEST_F(TaskTimeout, IsTheLastFailureOfTheThreadThatWaited) {
+    const auto runner = KXTaskEx::create();
+    std::thread passer = passWhenRunning(pidFile_);
+    runner->runTaskOnInstance(childPath("hang"), StringList{pidFile_}, 30s);
+    passer.join();
+    const auto failure = KXFailure::last();
+    ASSERT_TRUE(failure);
+    EXPECT_STREQ(failure->operation, "-[KXTaskEx runTask:arguments:timeout:]");
+    EXPECT_EQ(failure->reason, KXFailure::Reason::TimedOut);
+    EXPECT_EQ(failure->path, childPath("hang"));
+    // The next run of the instance has a time-out of its own.
+    runner->runTaskOnInstance("/bin/true", std::nullopt, 30s);
+    EXPECT_FALSE(KXFailure::last());
+}
+
 TEST_F(TaskTimeout, OfDataReturnsWhatWasRead) {
     std::thread passer = passWhenRunning(pidFile_);
     std::atomic<bool> done{false};
@@ -99,6 +115,7 @@ TEST_F(TaskTimeout, OfTextTakesAnEncoding) {
     const StringList word{"é"};
     const std::string tool = childPath("print_streams");
     EXPECT_EQ(KXTaskEx::stringFromTask(tool, word, 30s), std::nullopt);
+    EXPECT_EQ(KXFailure::last()->description, "the output is not valid in the encoding");
     EXPECT_EQ(KXTaskEx::stringFromTask(tool, word, StringEncoding::UTF8, 30s), "é");
 }
 
