@@ -21,12 +21,16 @@ platform::Attributes& attributes() {
 // of a missing item. fastAppendLog, because locking a tree may report many failures.
 void setLocked(const OptionalPath& path, bool locked) {
     const Outcome changed = attributes().setImmutable(path.value_or(""), locked);
-    if (!changed)
-        KXLog::fastAppendLog("Unable to unlock file %@: %@", path, changed.error().description);
+    if (notePartDone(static_cast<bool>(changed))) return;
+    noteFailure(changed.error(), path);
+    KXLog::fastAppendLog("Unable to unlock file %@: %@", path, changed.error().description);
 }
 
 void setAllLocked(const OptionalPath& folder, bool locked) {
-    if (!folder) return;
+    if (!folder) {
+        noteFailure(KXFailure::Reason::MissingArgument);
+        return;
+    }
     TreeWalk walk;
     walk.visit = [locked](const std::string& item, const std::string&) {
         setLocked(item, locked);
@@ -67,6 +71,13 @@ class NoteOfChange {
     const std::string& path_;
 };
 
+bool touch(const OptionalPath& path, SetCreationDate setCreationDate) {
+    if (!path) return noteFailure(KXFailure::Reason::MissingArgument);
+    const NoteOfChange note(*path);
+    return fileManager().isWritableFile(*path) ? touchAsUser(*path, setCreationDate)
+                                               : touchWithAuthorization(*path, setCreationDate);
+}
+
 }  // namespace
 
 // An item that cannot be examined counts as not locked.
@@ -78,60 +89,58 @@ bool KXFileManager::isFileLocked(const OptionalPath& path) try {
     return afterException(exception, "+[KXFileManager isFileLocked:]", false);
 }
 
-void KXFileManager::lockFile(const OptionalPath& path) try {
-    setLocked(path, true);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager lockFile:]");
+void KXFileManager::lockFile(const OptionalPath& path) {
+    perform({"+[KXFileManager lockFile:]", path}, [&] { setLocked(path, true); });
 }
 
-void KXFileManager::unlockFile(const OptionalPath& path) try {
-    setLocked(path, false);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager unlockFile:]");
+void KXFileManager::unlockFile(const OptionalPath& path) {
+    perform({"+[KXFileManager unlockFile:]", path}, [&] { setLocked(path, false); });
 }
 
-void KXFileManager::lockFolder(const OptionalPath& path) try {
-    setAllLocked(path, true);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager lockFolder:]");
+void KXFileManager::lockFolder(const OptionalPath& path) {
+    perform({"+[KXFileManager lockFolder:]", path}, [&] { setAllLocked(path, true); });
 }
 
-void KXFileManager::unlockFolder(const OptionalPath& path) try {
-    setAllLocked(path, false);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager unlockFolder:]");
+void KXFileManager::unlockFolder(const OptionalPath& path) {
+    perform({"+[KXFileManager unlockFolder:]", path}, [&] { setAllLocked(path, false); });
 }
 
-void KXFileManager::setPosixPermissions(unsigned permissions, const OptionalPath& forFile) try {
-    const Outcome changed = attributes().setPosixPermissions(forFile.value_or(""), permissions);
-    if (!changed)
+void KXFileManager::setPosixPermissions(unsigned permissions, const OptionalPath& forFile) {
+    perform({"+[KXFileManager setPosixPermissions:forFile:]", forFile}, [&] {
+        const Outcome changed = attributes().setPosixPermissions(forFile.value_or(""), permissions);
+        if (changed) return;
+        noteFailure(changed.error());
         KXLog::appendLog("Error setting permissions for file %@: %@", forFile,
                          changed.error().description);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager setPosixPermissions:forFile:]");
+    });
 }
 
 bool KXFileManager::touchFile(const OptionalPath& path) {
-    return touchFile(path, SetCreationDate::No);
+    return recorded({"+[KXFileManager touchFile:]", path},
+                    [&] { return touchFile(path, SetCreationDate::No); });
 }
 
 // platform::Exception reaches the caller, for compatibility.
-bool KXFileManager::touchFile(const OptionalPath& path, SetCreationDate setCreationDate) try {
-    if (!path) return false;
-    const NoteOfChange note(*path);
-    return fileManager().isWritableFile(*path) ? touchAsUser(*path, setCreationDate)
-                                               : touchWithAuthorization(*path, setCreationDate);
-} catch (const platform::Exception&) {
-    throw;
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager touchFile:setCreationDate:]", false);
+bool KXFileManager::touchFile(const OptionalPath& path, SetCreationDate setCreationDate) {
+    const OperationCall call{"+[KXFileManager touchFile:setCreationDate:]", path};
+    return recorded(call, [&] {
+        try {
+            return touch(path, setCreationDate);
+        } catch (const platform::Exception&) {
+            throw;
+        } catch (const std::exception& exception) {
+            reportCaught(exception, call.name);
+            return noteFailure(exception);
+        }
+    });
 }
 
 bool KXFileManager::setModificationDate(std::chrono::system_clock::time_point date,
-                                        const OptionalPath& forFile) try {
-    return static_cast<bool>(attributes().setModificationDate(forFile.value_or(""), date));
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager setModificationDate:forFile:]", false);
+                                        const OptionalPath& forFile) {
+    return perform({"+[KXFileManager setModificationDate:forFile:]", forFile}, false, [&] {
+        const Outcome changed = attributes().setModificationDate(forFile.value_or(""), date);
+        return changed ? true : noteFailure(changed.error());
+    });
 }
 
 }  // namespace quillmoor

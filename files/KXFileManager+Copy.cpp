@@ -17,58 +17,60 @@ std::string receivingFolder(const std::string& destination) {
 
 }  // namespace
 
-bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath) try {
-    return copyFile(path, toPath, ShouldAuth::Yes);
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager copyFile:toPath:]", false);
+bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath) {
+    return perform({"+[KXFileManager copyFile:toPath:]", path, toPath}, false,
+                   [&] { return copyFile(path, toPath, ShouldAuth::Yes); });
 }
 
 bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath,
-                             ShouldAuth shouldAuth) try {
-    if (!path) {
-        KXLog::appendLogAndPrint("Error copying file: source path is nil");
-        return false;
-    }
-    if (!toPath) {
-        KXLog::appendLogAndPrint("Error copying file %@: destination path is nil", path);
-        return false;
-    }
-    // Nothing can be created in a locked folder. It stays unlocked.
-    unlockFile(receivingFolder(*toPath));
-    const Outcome copied = fileManager().copyItem(*path, *toPath);
-    if (copied) return true;
-    // Says so even if it may not ask. Kept for compatibility.
-    KXLog::appendLog("Error copying file: %@. Authorizing...", copied.error().description);
-    return shouldAuth == ShouldAuth::Yes &&
-           withAuthorization(
-               "+[KXFileManager copyFile:toPath:shouldAuth:]",
-               [&](KXAuthorization& session) { return session.authCopyFile(path, toPath); });
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager copyFile:toPath:shouldAuth:]", false);
+                             ShouldAuth shouldAuth) {
+    return perform({"+[KXFileManager copyFile:toPath:shouldAuth:]", path, toPath}, false, [&] {
+        if (!path) {
+            KXLog::appendLogAndPrint("Error copying file: source path is nil");
+            return noteFailure(KXFailure::Reason::MissingArgument);
+        }
+        if (!toPath) {
+            KXLog::appendLogAndPrint("Error copying file %@: destination path is nil", path);
+            return noteFailure(KXFailure::Reason::MissingArgument);
+        }
+        // Nothing can be created in a locked folder. It stays unlocked.
+        unlockFile(receivingFolder(*toPath));
+        const Outcome copied = fileManager().copyItem(*path, *toPath);
+        if (copied) return true;
+        noteFailure(copied.error());
+        // Says so even if it may not ask. Kept for compatibility.
+        KXLog::appendLog("Error copying file: %@. Authorizing...", copied.error().description);
+        return shouldAuth == ShouldAuth::Yes &&
+               withAuthorization(
+                   "+[KXFileManager copyFile:toPath:shouldAuth:]",
+                   [&](KXAuthorization& session) { return session.authCopyFile(path, toPath); });
+    });
 }
 
 bool KXFileManager::copyFile(const OptionalPath& path, const OptionalPath& toPath,
-                             std::chrono::seconds timeout) try {
-    return copyFile(path, toPath) && waitUntil([&] { return fileExistsAtPath(toPath); }, timeout);
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager copyFile:toPath:timeout:]", false);
+                             std::chrono::seconds timeout) {
+    return perform({"+[KXFileManager copyFile:toPath:timeout:]", path, toPath}, false, [&] {
+        return copyFile(path, toPath) &&
+               waitUntil([&] { return fileExistsAtPath(toPath); }, timeout);
+    });
 }
 
 bool KXFileManager::copyContentsOfDirectory(const OptionalPath& directory,
                                             const OptionalPath& toPath,
-                                            std::chrono::seconds timeout) try {
-    // A folder that cannot be listed has no entries here, so the copy succeeds.
-    for (const std::string& name : entriesOf(directory)) {
-        // Does not wait for the log, which would delay each copy.
-        KXLog::fastAppendLog("File: %@", name);
-        if (!copyFile(appendPathComponent(directory, name), appendPathComponent(toPath, name),
-                      timeout))
-            return false;
-    }
-    return true;
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager copyContentsOfDirectory:toPath:timeout:]",
-                          false);
+                                            std::chrono::seconds timeout) {
+    const OperationCall call{"+[KXFileManager copyContentsOfDirectory:toPath:timeout:]", directory,
+                             toPath};
+    return perform(call, false, [&] {
+        // A folder that cannot be listed has no entries here, so the copy succeeds.
+        for (const std::string& name : entriesOf(directory)) {
+            // Does not wait for the log, which would delay each copy.
+            KXLog::fastAppendLog("File: %@", name);
+            if (!notePartDone(copyFile(appendPathComponent(directory, name),
+                                       appendPathComponent(toPath, name), timeout)))
+                return false;
+        }
+        return true;
+    });
 }
 
 }  // namespace quillmoor

@@ -27,7 +27,21 @@ void reportOnConsole(const std::string& text) {
     platform::current().console->log(text);
 }
 
+constexpr char kCopyFileWithProgress[] =
+    "+[KXFileManager copyFileWithProgress:destination:delegate:object:object2:]";
 constexpr char kStatusCallback[] = "statusCallback";
+
+// A text of the notice; nil without one, and without memory.
+OptionalPath textIn(const FileOperationNotice& notice, const char* key) noexcept {
+    try {
+        const auto found = notice.find(key);
+        const auto* text =
+            found != notice.end() ? std::get_if<std::string>(&found->second) : nullptr;
+        return text != nullptr ? OptionalPath(*text) : std::nullopt;
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
+}
 
 // Filled in place: copying a variant that holds a string ends the process if memory runs out
 // meanwhile (libstdc++ 12).
@@ -84,7 +98,19 @@ class Message {
         return true;
     }
 
+    // How the copy ended: the delegate of the last notice can ask for it.
+    void setEnd(const FileOperationReport& report) noexcept {
+        hasEnded_ = true;
+        status_ = report.error;
+        try {
+            failure_ = report.failure;
+        } catch (const std::bad_alloc&) {
+            return;  // the status says why
+        }
+    }
+
     void deliver() const {
+        if (hasEnded_) recordEnd();
         if (hasOperation_)
             ((*delegate_).*event_->notifyWithOperation)(notice, operation_);
         else
@@ -92,10 +118,20 @@ class Message {
     }
 
   private:
+    void recordEnd() const noexcept {
+        const OptionalPath source = textIn(notice, "source");
+        const OptionalPath destination = textIn(notice, "destination");
+        const Operation copy({kCopyFileWithProgress, source, destination});
+        failure_ ? noteFailure(*failure_) : noteStatus(status_);
+    }
+
     const Event* event_ = nullptr;
     bool hasOperation_ = false;
     FileOperationDelegateRef delegate_;
     FileOperationRef operation_;
+    bool hasEnded_ = false;
+    std::int32_t status_ = 0;
+    std::optional<Error> failure_;
 };
 
 std::function<void()> deliveryOf(std::shared_ptr<const Message> message) {
@@ -120,11 +156,12 @@ class Context {
     bool isPrepared() const { return !delivery_.empty(); }
 
     // The info becomes the notice.
-    void sendFinished(const FileOperationRef& operation) {
+    void sendFinished(const FileOperationReport& report) {
         platform::PreparedCall delivery;
         delivery.swap(delivery_);
         last_->notice.insert(std::move(stage_));
-        if (last_->address(kFinished, delegateOf(last_->notice), operation))
+        last_->setEnd(report);
+        if (last_->address(kFinished, delegateOf(last_->notice), report.operation))
             platform::current().mainThread->queue(std::move(delivery));
     }
 
@@ -159,6 +196,7 @@ void send(const Event& event, const FileOperationReport& report, const FileOpera
     const auto message = std::make_shared<Message>();
     if (!message->address(event, delegateOf(info), report.operation)) return;
     fill(message->notice, report, info);
+    if (&event == &kFinished) message->setEnd(report);
     platform::current().mainThread->performOnMainThread(deliveryOf(message),
                                                         platform::WaitUntilDone::No);
 }
@@ -178,7 +216,7 @@ void callBack(const FileOperationReport& report, Context& context) {
         return statusCallback(report, &context.info());
     const FileOperationRef operation = report.operation;
     try {
-        context.sendFinished(operation);
+        context.sendFinished(report);
     } catch (const std::exception& exception) {
         reportCaught(exception, kStatusCallback);
     }
@@ -215,7 +253,7 @@ bool start(FileOperationRef operation, const std::string& source, FileOperationN
         kStatusInterval);
     // Before a failure is reported.
     operation = nullptr;
-    if (status == 0) return true;
+    if (noteStatus(status)) return true;
     reportOnConsole(formatted("Failed to begin asynchronous object copy: %ld", long{status}));
     return false;
 }
@@ -223,41 +261,42 @@ bool start(FileOperationRef operation, const std::string& source, FileOperationN
 }  // namespace
 
 bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
-                                         FileOperationDelegateRef delegate,
-                                         CallerObject object) try {
-    return copyFileWithProgress(path, destination, std::move(delegate), std::move(object), nullptr);
-} catch (const std::exception& exception) {
-    return afterException(
-        exception, "+[KXFileManager copyFileWithProgress:destination:delegate:object:]", false);
+                                         FileOperationDelegateRef delegate, CallerObject object) {
+    return perform(
+        {"+[KXFileManager copyFileWithProgress:destination:delegate:object:]", path, destination},
+        false, [&] {
+            return copyFileWithProgress(path, destination, std::move(delegate), std::move(object),
+                                        nullptr);
+        });
 }
 
 bool KXFileManager::copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
                                          FileOperationDelegateRef delegate, CallerObject object,
-                                         CallerObject object2) try {
-    if (!fileExistsAtPath(path)) {
-        reportOnConsole(formatted("Error: File %@ doesn't exist. Aborting copy process...", path));
-        return false;
-    }
-    const OptionalPath parent =
-        destination ? OptionalPath(parentFolder(*destination)) : std::nullopt;
-    if (!makeParent(*path, parent)) return false;
-    platform::FileOperations& operations = *platform::current().fileOperations;
-    FileOperationRef operation = operations.create();
-    const std::int32_t status = operations.schedule(operation);
-    if (status != 0) {
-        reportOnConsole(formatted("Failed to schedule operation with run loop: %ld", long{status}));
-        keepUntilExit(std::move(operation));
-        return false;
-    }
-    const std::string target = destination.value_or("");
-    return start(
-        std::move(operation), *path,
-        contextOf(*path, target, std::move(delegate), std::move(object), std::move(object2)),
-        parent.value_or(""), lastPathComponent(target));
-} catch (const std::exception& exception) {
-    return afterException(
-        exception, "+[KXFileManager copyFileWithProgress:destination:delegate:object:object2:]",
-        false);
+                                         CallerObject object2) {
+    return perform({kCopyFileWithProgress, path, destination}, false, [&] {
+        if (!fileExistsAtPath(path)) {
+            reportOnConsole(
+                formatted("Error: File %@ doesn't exist. Aborting copy process...", path));
+            return noteFailure(KXFailure::Reason::MissingItem);
+        }
+        const OptionalPath parent =
+            destination ? OptionalPath(parentFolder(*destination)) : std::nullopt;
+        if (!makeParent(*path, parent)) return false;
+        platform::FileOperations& operations = *platform::current().fileOperations;
+        FileOperationRef operation = operations.create();
+        const std::int32_t status = operations.schedule(operation);
+        if (!noteStatus(status)) {
+            reportOnConsole(
+                formatted("Failed to schedule operation with run loop: %ld", long{status}));
+            keepUntilExit(std::move(operation));
+            return false;
+        }
+        const std::string target = destination.value_or("");
+        return start(
+            std::move(operation), *path,
+            contextOf(*path, target, std::move(delegate), std::move(object), std::move(object2)),
+            parent.value_or(""), lastPathComponent(target));
+    });
 }
 
 void statusCallback(const FileOperationReport& report, const FileOperationNotice* info) {
@@ -274,10 +313,10 @@ void statusCallback(const FileOperationReport& report, const FileOperationNotice
     if (isComplete) unschedule(operation);
 }
 
-void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) try {
-    if (operation != nullptr) platform::current().fileOperations->cancel(operation);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager cancelFileOperation:]");
+void KXFileManager::cancelFileOperation(const platform::FileOperationRef& operation) {
+    perform({"+[KXFileManager cancelFileOperation:]"}, [&] {
+        if (operation != nullptr) platform::current().fileOperations->cancel(operation);
+    });
 }
 
 }  // namespace quillmoor

@@ -31,29 +31,33 @@ struct Item {
 std::optional<Item> itemAt(const OptionalPath& path) {
     platform::FinderInfo& finder = *platform::current().finderInfo;
     Item item;
-    if (!path || !finder.makeReference(*path, item.reference)) return std::nullopt;
-    if (finder.catalogInfo(item.reference, item.info) != 0) return std::nullopt;
+    if (!path || !finder.makeReference(*path, item.reference)) {
+        noteFailure(KXFailure::Reason::MissingItem);
+        return std::nullopt;
+    }
+    if (!noteStatus(finder.catalogInfo(item.reference, item.info))) return std::nullopt;
     return item;
 }
 
 }  // namespace
 
-int KXFileManager::finderColorIndexForPath(const OptionalPath& path) try {
-    const auto item = itemAt(path);
-    return item ? item->info.finderFlags() : 0;
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager finderColorIndexForPath:]", 0);
+int KXFileManager::finderColorIndexForPath(const OptionalPath& path) {
+    return perform({"+[KXFileManager finderColorIndexForPath:]", path}, 0, [&] {
+        const auto item = itemAt(path);
+        return item ? item->info.finderFlags() : 0;
+    });
 }
 
-void KXFileManager::setFinderColorIndex(unsigned index, const OptionalPath& forPath) try {
-    auto item = itemAt(forPath);
-    if (!item) return;
-    // Written back with everything else that was read: the label shares its field with other flags.
-    const unsigned others = item->info.finderFlags() & ~kLabelBits;
-    item->info.setFinderFlags(static_cast<std::uint16_t>(others | (index & kLabelBits)));
-    platform::current().finderInfo->setFinderInfo(item->reference, item->info);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager setFinderColorIndex:forPath:]");
+void KXFileManager::setFinderColorIndex(unsigned index, const OptionalPath& forPath) {
+    perform({"+[KXFileManager setFinderColorIndex:forPath:]", forPath}, [&] {
+        auto item = itemAt(forPath);
+        if (!item) return;
+        // Written back with everything else that was read: the label shares its field with other
+        // flags.
+        const unsigned others = item->info.finderFlags() & ~kLabelBits;
+        item->info.setFinderFlags(static_cast<std::uint16_t>(others | (index & kLabelBits)));
+        noteStatus(platform::current().finderInfo->setFinderInfo(item->reference, item->info));
+    });
 }
 
 std::optional<FinderColor> KXFileManager::finderColorForColorIndex(int index) try {
@@ -67,11 +71,11 @@ std::optional<FinderColor> KXFileManager::finderColorForColorIndex(int index) tr
 
 // All flags are passed on, so an item that has others than the label's has no colour. Kept for
 // compatibility.
-std::optional<FinderColor> KXFileManager::finderColorForPath(const OptionalPath& path) try {
-    return finderColorForColorIndex(finderColorIndexForPath(path));
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager finderColorForPath:]",
-                          std::optional<FinderColor>());
+std::optional<FinderColor> KXFileManager::finderColorForPath(const OptionalPath& path) {
+    return perform({"+[KXFileManager finderColorForPath:]", path}, std::optional<FinderColor>(),
+                   [&]() -> std::optional<FinderColor> {
+                       return finderColorForColorIndex(finderColorIndexForPath(path));
+                   });
 }
 
 }  // namespace quillmoor

@@ -26,7 +26,8 @@ Outcome moveOnce(const std::string& path, const std::string& toPath) {
 Outcome moveByWayOfAFreeName(const std::string& path, const std::string& toPath) {
     const std::string between = KXFileManager::uniqueFilename(toPath).value_or(toPath);
     Outcome moved = moveOnce(path, between);
-    return moved ? moveOnce(between, toPath) : moved;
+    // The item keeps the free name if the second move fails.
+    return notePartDone(static_cast<bool>(moved)) ? moveOnce(between, toPath) : moved;
 }
 
 Outcome moveAsUser(const OptionalPath& path, const OptionalPath& toPath) {
@@ -40,41 +41,41 @@ Outcome moveAsUser(const OptionalPath& path, const OptionalPath& toPath) {
 
 }  // namespace
 
-bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath) try {
-    return moveFile(path, toPath, ShouldAuth::Yes);
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager moveFile:toPath:]", false);
+bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath) {
+    return perform({"+[KXFileManager moveFile:toPath:]", path, toPath}, false,
+                   [&] { return moveFile(path, toPath, ShouldAuth::Yes); });
 }
 
 bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath,
-                             ShouldAuth shouldAuth) try {
-    if (fileExistsAtPath(toPath)) unlockFile(toPath);
-    // As if the destination were the folder that receives the item. Kept for compatibility.
-    if (path) unlockFolder(appendPathComponent(toPath, lastPathComponent(*path)));
-    const Outcome moved = moveAsUser(path, toPath);
-    if (moved) return true;
-    KXLog::appendLog("Error moving file: %@.", moved.error().description);
-    // With copyRemains the destination is this call's own copy: a tool must not move the rest of
-    // the source into it.
-    if (moved.error().copyRemains || shouldAuth == ShouldAuth::No) return false;
-    KXLog::appendLog("Authorizing...");
-    return withAuthorization(
-        "+[KXFileManager moveFile:toPath:shouldAuth:]",
-        [&](KXAuthorization& session) { return session.authMoveFile(path, toPath); });
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager moveFile:toPath:shouldAuth:]", false);
+                             ShouldAuth shouldAuth) {
+    return perform({"+[KXFileManager moveFile:toPath:shouldAuth:]", path, toPath}, false, [&] {
+        if (fileExistsAtPath(toPath)) unlockFile(toPath);
+        // As if the destination were the folder that receives the item. Kept for compatibility.
+        if (path) unlockFolder(appendPathComponent(toPath, lastPathComponent(*path)));
+        const Outcome moved = moveAsUser(path, toPath);
+        if (moved) return true;
+        noteFailure(moved.error());
+        KXLog::appendLog("Error moving file: %@.", moved.error().description);
+        // With copyRemains the destination is this call's own copy: a tool must not move the rest
+        // of the source into it.
+        if (moved.error().copyRemains || shouldAuth == ShouldAuth::No) return false;
+        KXLog::appendLog("Authorizing...");
+        return withAuthorization(
+            "+[KXFileManager moveFile:toPath:shouldAuth:]",
+            [&](KXAuthorization& session) { return session.authMoveFile(path, toPath); });
+    });
 }
 
 bool KXFileManager::moveFile(const OptionalPath& path, const OptionalPath& toPath,
-                             std::chrono::seconds timeout) try {
-    if (!moveFile(path, toPath)) return false;
-    if (onlyCaseChanges(path, toPath)) {
-        platform::current().clock->sleep(kPauseAfterRename);
-        return true;
-    }
-    return waitUntil([&] { return isGone(path); }, timeout);
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager moveFile:toPath:timeout:]", false);
+                             std::chrono::seconds timeout) {
+    return perform({"+[KXFileManager moveFile:toPath:timeout:]", path, toPath}, false, [&] {
+        if (!moveFile(path, toPath)) return false;
+        if (onlyCaseChanges(path, toPath)) {
+            platform::current().clock->sleep(kPauseAfterRename);
+            return true;
+        }
+        return waitUntil([&] { return isGone(path); }, timeout);
+    });
 }
 
 }  // namespace quillmoor

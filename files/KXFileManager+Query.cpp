@@ -85,10 +85,13 @@ bool KXFileManager::isFolderEmpty(const OptionalPath& path) try {
     return afterException(exception, "+[KXFileManager isFolderEmpty:]", false);
 }
 
-std::uint64_t KXFileManager::fileSize(const OptionalPath& path) try {
-    return path ? platform::current().fileTree->size(*path, {}) : 0;
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager fileSize:]", std::uint64_t{0});
+std::uint64_t KXFileManager::fileSize(const OptionalPath& path) {
+    return perform({"+[KXFileManager fileSize:]", path}, std::uint64_t{0}, [&]() -> std::uint64_t {
+        if (!path) return noteFailure(KXFailure::Reason::MissingArgument);
+        const std::uint64_t size = platform::current().fileTree->size(*path, {});
+        if (size == 0 && isGone(path)) noteFailure(KXFailure::Reason::MissingItem);
+        return size;
+    });
 }
 
 std::string KXFileManager::formatFileSize(double bytes) try {
@@ -103,40 +106,49 @@ std::string KXFileManager::formatFileSize(double bytes) try {
     return afterException(exception, "+[KXFileManager formatFileSize:]", std::string());
 }
 
-platform::FileReference KXFileManager::stringToFSRef(const OptionalPath& path) try {
-    platform::FileReference reference;
-    if (path) platform::current().finderInfo->makeReference(*path, reference);
-    return reference;
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager stringToFSRef:]", platform::FileReference());
+platform::FileReference KXFileManager::stringToFSRef(const OptionalPath& path) {
+    return perform({"+[KXFileManager stringToFSRef:]", path}, platform::FileReference(), [&] {
+        platform::FileReference reference;
+        if (!path || !platform::current().finderInfo->makeReference(*path, reference))
+            noteFailure(KXFailure::Reason::MissingItem);
+        return reference;
+    });
 }
 
-OptionalPath KXFileManager::stringWithFSRef(const platform::FileReference* reference) try {
-    if (reference == nullptr) return std::nullopt;
-    return platform::current().finderInfo->pathOfReference(*reference);
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager stringWithFSRef:]", OptionalPath());
+OptionalPath KXFileManager::stringWithFSRef(const platform::FileReference* reference) {
+    return perform({"+[KXFileManager stringWithFSRef:]"}, OptionalPath(), [&]() -> OptionalPath {
+        OptionalPath path;
+        if (reference != nullptr)
+            path = platform::current().finderInfo->pathOfReference(*reference);
+        if (!path) noteFailure(KXFailure::Reason::MissingItem);
+        return path;
+    });
 }
 
-bool KXFileManager::registerApplicationWithLaunchServices(const OptionalPath& path) try {
-    return path && platform::current().applications->registerApplication(*path) == 0;
-} catch (const std::exception& exception) {
-    return afterException(exception, "+[KXFileManager registerApplicationWithLaunchServices:]",
-                          false);
+bool KXFileManager::registerApplicationWithLaunchServices(const OptionalPath& path) {
+    return perform({"+[KXFileManager registerApplicationWithLaunchServices:]", path}, false, [&] {
+        if (!path) return noteFailure(KXFailure::Reason::MissingArgument);
+        return noteStatus(platform::current().applications->registerApplication(*path));
+    });
 }
 
-void KXFileManager::notifyFileSystemChanged(const OptionalPath& path) try {
-    const platform::FileReference reference = stringToFSRef(path);
-    SendFinderSyncEvent(&reference);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager notifyFileSystemChanged:]");
+void KXFileManager::notifyFileSystemChanged(const OptionalPath& path) {
+    perform({"+[KXFileManager notifyFileSystemChanged:]", path}, [&] {
+        const platform::FileReference reference = stringToFSRef(path);
+        SendFinderSyncEvent(&reference);
+    });
 }
 
 std::int32_t SendFinderSyncEvent(const platform::FileReference* reference) {
     // The platform's own status for a wrong parameter.
     constexpr std::int32_t kParameterError = -50;
-    if (reference == nullptr) return kParameterError;
-    return platform::current().finderInfo->sendUpdateEvent(*reference);
+    return recorded("SendFinderSyncEvent", [&] {
+        const std::int32_t status =
+            reference != nullptr ? platform::current().finderInfo->sendUpdateEvent(*reference)
+                                 : kParameterError;
+        noteStatus(status);
+        return status;
+    });
 }
 
 }  // namespace quillmoor

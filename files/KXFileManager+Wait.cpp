@@ -28,6 +28,7 @@ platform::Clock& clock() {
 void waitAMoment() {
     platform::MainThread& mainThread = *platform::current().mainThread;
     if (!mainThread.isMainThread()) return clock().sleep(kPause);
+    const OutsideOperations handlers;
     try {
         mainThread.sendNextEvent(kNextEvent);
     } catch (const platform::Exception& exception) {
@@ -80,41 +81,38 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds time
             if (condition()) break;
         }
     }
-    return condition();
+    return condition() || noteFailure(KXFailure::Reason::TimedOut);
 }
 
 // One check and one pause, not a loop. Kept for compatibility.
-void KXFileManager::waitForFileCreation(const OptionalPath& path,
-                                        std::chrono::seconds timeout) try {
-    const TimePoint start = clock().now();
-    const auto attributes = fileExistsAtPath(path) ? attributesOf(path) : std::nullopt;
-    if (attributes && attributes->size != 0) return;
-    if (timeout <= 0s || since(start) > timeout) return;
-    KXLog::appendLog("File %@ is not yet created. Waiting...", path);
-    clock().sleep(kShortPause);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager waitForFileCreation:timeout:]");
-}
-
-void KXFileManager::waitForFileWrites(const OptionalPath& path) try {
-    waitForFileWrites(path, std::nullopt);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager waitForFileWrites:]");
-}
-
-void KXFileManager::waitForFileWrites(const OptionalPath& path,
-                                      const OptionalString& lockFile) try {
-    std::optional<TimePoint> date = modificationDateOf(path);
-    if (!isBeingWritten(path, date, lockFile)) return;
-    KXLog::appendLog("File %@ is currently being written to. Waiting...", path);
-    // The lock file only decides whether the wait begins. Kept for compatibility.
-    while (isSettling(date)) {
+void KXFileManager::waitForFileCreation(const OptionalPath& path, std::chrono::seconds timeout) {
+    perform({"+[KXFileManager waitForFileCreation:timeout:]", path}, [&] {
+        const TimePoint start = clock().now();
+        const auto attributes = fileExistsAtPath(path) ? attributesOf(path) : std::nullopt;
+        if (attributes && attributes->size != 0) return;
+        if (timeout <= 0s || since(start) > timeout) return;
+        KXLog::appendLog("File %@ is not yet created. Waiting...", path);
         clock().sleep(kShortPause);
-        date = modificationDateOf(path);
-    }
-    KXLog::appendLog("File %@ finished writing.", path);
-} catch (const std::exception& exception) {
-    reportCaught(exception, "+[KXFileManager waitForFileWrites:lockFile:]");
+    });
+}
+
+void KXFileManager::waitForFileWrites(const OptionalPath& path) {
+    perform({"+[KXFileManager waitForFileWrites:]", path},
+            [&] { waitForFileWrites(path, std::nullopt); });
+}
+
+void KXFileManager::waitForFileWrites(const OptionalPath& path, const OptionalString& lockFile) {
+    perform({"+[KXFileManager waitForFileWrites:lockFile:]", path}, [&] {
+        std::optional<TimePoint> date = modificationDateOf(path);
+        if (!isBeingWritten(path, date, lockFile)) return;
+        KXLog::appendLog("File %@ is currently being written to. Waiting...", path);
+        // The lock file only decides whether the wait begins. Kept for compatibility.
+        while (isSettling(date)) {
+            clock().sleep(kShortPause);
+            date = modificationDateOf(path);
+        }
+        KXLog::appendLog("File %@ finished writing.", path);
+    });
 }
 
 }  // namespace quillmoor

@@ -20,6 +20,7 @@
 #include <optional>
 #include <string>
 
+#include "quillmoor/base/failure.h"
 #include "quillmoor/base/types.h"
 #include "quillmoor/files/FileOperationDelegate.h"
 #include "quillmoor/platform/finder_info.h"
@@ -45,8 +46,9 @@ struct FinderColor {
 };
 
 // No instance and no state; may be used from any thread. A failure is returned (false, nil, 0 or an
-// empty list) and never thrown, except by touchFile; exceptions and a lack of memory are logged. No
-// operation expands a tilde or normalises a path. A nil path counts as a missing item.
+// empty list) and never thrown, except by touchFile; exceptions and a lack of memory are logged.
+// KXFailure::last() is the reason of a failure. No operation expands a tilde or normalises a path.
+// A nil path counts as a missing item.
 //
 // A path without a leading slash is relative to the process's current folder, except in a wildcard
 // pattern; a name without a folder part is an item of that folder. The current folder must not
@@ -199,8 +201,9 @@ class KXFileManager {
     //
     // The delegate is notified of progress and, once, of the end, on the main thread. It may be
     // null, like the caller's objects. A notice is made while the main run loop is in its default
-    // mode, and may then be delivered in any mode. Whether the copy succeeded is not reported:
-    // check the destination, where nothing remains of a copy that failed or was cancelled.
+    // mode, and may then be delivered in any mode. The notice of the end does not say whether the
+    // copy succeeded: during it KXFailure::last() is the copy's failure, nil after a success.
+    // Nothing remains at the destination of a copy that failed or was cancelled.
     static bool copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,
                                      FileOperationDelegateRef delegate, CallerObject object);
     static bool copyFileWithProgress(const OptionalPath& path, const OptionalPath& destination,

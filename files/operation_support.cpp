@@ -13,6 +13,7 @@ bool withAuthorization(const char* method, const std::function<bool(KXAuthorizat
     try {
         return operation(*KXAuthorization::sharedController());
     } catch (const platform::Exception& exception) {
+        noteAuthorization(KXFailure::Authorization::Failed);
         KXException::logException(&exception, method);
         return false;
     }
@@ -28,10 +29,10 @@ platform::RecycleOutcome moveToTrash(const std::string& path) {
     platform::RecycleOutcome outcome = platform::current().trash->recycle(
         deleteLastPathComponent(path), KXLocalPaths::trashDirectory(), {lastPathComponent(path)});
     for (const auto& [item, copy] : outcome.remainingCopies) reportRemainingCopy(item, copy);
+    if (!outcome) noteFailure(outcome.error);
     return outcome;
 }
 
-// Each form of an operation catches by itself, so that the report names the one that was called.
 void reportCaught(const std::exception& exception, const char* method) noexcept {
     try {
         if (const auto* known = dynamic_cast<const platform::Exception*>(&exception)) {

@@ -46,6 +46,7 @@ FaultScenario change(std::string name, const std::string& operation, Change chan
                 const Tree tree;
                 bool succeeded = false;
                 run.inject([&] { succeeded = change(tree); });
+                EXPECT_EQ(KXFailure::last().has_value(), !succeeded);
                 if (!run.faulted()) {
                     EXPECT_TRUE(succeeded);
                     EXPECT_FALSE(tree.world.usedAuthorization());

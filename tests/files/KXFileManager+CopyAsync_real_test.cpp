@@ -112,10 +112,13 @@ TEST_F(RealCopyWithProgress, CopiesAndReportsTheEndOnce) {
     folder_.makeLink("tree/link", "a");
     ASSERT_TRUE(KXFileManager::copyFileWithProgress(folder_ / "tree", folder_ / "copy", listener_,
                                                     nullptr));
+    // Of another operation meanwhile.
+    EXPECT_FALSE(KXFileManager::removeFolderIfEmpty(folder_ / "tree"));
     ASSERT_TRUE(serveUntilFinished());
     test::serveDefaultMode(50ms);
     EXPECT_THAT(listener_->events, ElementsAre("finished with operation"));
     EXPECT_TRUE(listener_->onMainThread);
+    EXPECT_FALSE(listener_->failure);
     EXPECT_EQ(test::readFile(folder_ / "copy/a/b"), "1");
     EXPECT_TRUE(KXFileManager::isSymbolicLinkAtPath(folder_ / "copy/link"));
 }
@@ -155,6 +158,13 @@ TEST_F(RealCopyWithProgress, ThatFailsReportsTheEndOnceAndKeepsAnExistingItem) {
     EXPECT_THAT(listener_->events, ElementsAre("finished with operation"));
     EXPECT_EQ(std::get<long>(listener_->last.at("stage")), 3L);
     EXPECT_EQ(test::readFile(folder_ / "copy"), "old");
+    ASSERT_TRUE(listener_->failure);
+    EXPECT_STREQ(listener_->failure->operation,
+                 "+[KXFileManager copyFileWithProgress:destination:delegate:object:object2:]");
+    EXPECT_EQ(listener_->failure->path, file_);
+    EXPECT_EQ(listener_->failure->toPath, folder_ / "copy");
+    EXPECT_EQ(listener_->failure->systemError, EEXIST);
+    EXPECT_EQ(listener_->failure->description, "“file” couldn’t be copied: File exists");
 }
 
 TEST_F(RealCopyWithProgress, ThatMeetsAnExceptionFailsAndReportsTheEnd) {
@@ -167,6 +177,8 @@ TEST_F(RealCopyWithProgress, ThatMeetsAnExceptionFailsAndReportsTheEnd) {
     EXPECT_TRUE(serveUntilFinished());
     platform::posix::exchangeSystemCalls(before);
     EXPECT_THAT(listener_->events, ElementsAre("finished with operation"));
+    ASSERT_TRUE(listener_->failure);
+    EXPECT_EQ(listener_->failure->platformStatus, -36);
     EXPECT_THAT(itemsInFolder(), testing::Not(testing::Contains("copy")));
 }
 

@@ -195,6 +195,8 @@ TEST_F(Moving, OfWhichACopyRemainsStartsNoToolAndReportsBothPaths) {
     EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "copy"));
     EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "copy", 5s));
     EXPECT_FALSE(KXFileManager::moveFile(file, folder_ / "copy", ShouldAuth::No));
+    EXPECT_TRUE(KXFailure::last()->isHalfDone);
+    EXPECT_EQ(KXFailure::last()->authorization, KXFailure::Authorization::NotTried);
     EXPECT_THAT(authorization_.calls, IsEmpty());
     EXPECT_THAT(logged(), ElementsAre("Error moving file: half.", "Error moving file: half.",
                                       "Error moving file: half."));

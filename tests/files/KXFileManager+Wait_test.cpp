@@ -86,6 +86,36 @@ TEST_F(Waiting, ChecksTheConditionAfterAnEvent) {
     EXPECT_EQ(events_.asked.size(), 1U);
 }
 
+TEST_F(Waiting, HasTheFailureOfItsOwnOperationAndNotThatOfAnEvent) {
+    authorized();
+    manager_.refuses = true;
+    std::string seen;
+    passing_.meanwhile = [&] {
+        EXPECT_EQ(KXFileManager::fileSize(folder_ / "missing"), 0U);
+        seen = KXFailure::last()->operation;
+    };
+    EXPECT_FALSE(KXFileManager::removeFile(folder_.writeFile("file"), 1s));
+    EXPECT_EQ(seen, "+[KXFileManager fileSize:]");
+    const auto failure = KXFailure::last();
+    ASSERT_TRUE(failure);
+    EXPECT_STREQ(failure->operation, "+[KXFileManager removeFile:timeout:]");
+    EXPECT_EQ(failure->reason, KXFailure::Reason::TimedOut);
+    EXPECT_EQ(failure->path, folder_ / "file");
+    EXPECT_EQ(failure->authorization, KXFailure::Authorization::Granted);
+}
+
+TEST_F(Waiting, OperationsInAnEventLeaveASuccessfulOneWithoutFailure) {
+    authorized();
+    manager_.refuses = true;
+    const std::string file = folder_.writeFile("file");
+    passing_.meanwhile = [&] {
+        KXFileManager::fileSize(folder_ / "missing");
+        std::filesystem::remove(file);
+    };
+    EXPECT_TRUE(KXFileManager::removeFile(file, 1s));
+    EXPECT_FALSE(KXFailure::last());
+}
+
 TEST_F(Waiting, GoesOnAfterAnEventThatThrows) {
     startLog();
     events_.throws = true;

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "quillmoor/base/failure.h"
 #include "quillmoor/platform/main_run_loop.h"
 #include "tests/files/files_fixture.h"
 
@@ -24,6 +25,7 @@ class Listener : public FileOperationDelegate {
     FileOperationNotice last;
     platform::FileOperationRef operation;
     bool onMainThread = true;
+    std::optional<KXFailure> failure;  // that the last notice could ask for
     std::function<void(const platform::FileOperationRef& operation)> onProgress =
         [](const platform::FileOperationRef&) {};
 
@@ -51,6 +53,7 @@ class Listener : public FileOperationDelegate {
               const platform::FileOperationRef& fileOperation) {
         onMainThread = onMainThread && platform::current().mainThread->isMainThread();
         events.emplace_back(event);
+        failure = KXFailure::last();
         last = notice;
         operation = fileOperation;
     }
