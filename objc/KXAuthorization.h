@@ -13,8 +13,9 @@ NS_ASSUME_NONNULL_BEGIN
 //
 // +sharedController and +allocWithZone: may be called from any thread. Everything else must be
 // called by one thread at a time, and blocks it while the user is asked. Refusals are reported on
-// the system console. In a process of root an exception is raised when the system cannot start a
-// tool: for a lack of resources, or because an argument contains a NUL or is too long.
+// the system console; +[KXFailure lastFailure] is the reason of a failure. In a process of root an
+// exception is raised when the system cannot start a tool: for a lack of resources, or because an
+// argument contains a NUL or is too long.
 @interface KXAuthorization : NSObject {
   @private
     void* _session;

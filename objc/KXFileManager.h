@@ -14,8 +14,9 @@ NS_ASSUME_NONNULL_BEGIN
 
 // Class methods only, and no state; may be used from any thread. A failure is returned (NO, nil, 0
 // or an empty list) and never raised, except by +touchFile:; exceptions and a lack of memory are
-// logged. No method expands a tilde or normalises a path. A nil path counts as a missing item. A
-// result that is not valid UTF-8 is nil, or left out of a list.
+// logged. +[KXFailure lastFailure] is the reason of a failure. No method expands a tilde or
+// normalises a path. A nil path counts as a missing item. A result that is not valid UTF-8 is nil,
+// or left out of a list.
 //
 // A path without a leading slash is relative to the process's current folder, except in a wildcard
 // pattern; a name without a folder part is an item of that folder. The tools that some methods

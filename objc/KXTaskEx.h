@@ -16,9 +16,9 @@ FOUNDATION_EXPORT NSString* const KXAsyncTaskDataNotification;
 // The tool is named by its path and is not searched for. A path that is nil, missing, not
 // executable or a package (an application, for example) is refused with "Error: %@ is not
 // executable", and nothing is started. A tool's exit status other than 0 is not a failure; only the
-// methods that return the status show it. Arguments and the environment hold strings only; with
-// anything else the tool cannot be started. nil starts it with no arguments, and lets it inherit
-// the process's environment.
+// methods that return the status show it. +[KXFailure lastFailure] is the reason of a failure.
+// Arguments and the environment hold strings only; with anything else the tool cannot be started.
+// nil starts it with no arguments, and lets it inherit the process's environment.
 //
 // If a task out-parameter is given, the child is stored there, autoreleased, before it starts, so
 // that another thread can terminate it. The object has -launchPath, -arguments, -environment,
@@ -30,11 +30,12 @@ FOUNDATION_EXPORT NSString* const KXAsyncTaskDataNotification;
 // time-out on an instance, whose -theTask is the child meanwhile.
 //
 // A time-out is in seconds, cut to whole ones. A tool that still runs after it is sent one SIGTERM;
-// the method then ends as it would have without it, and the time-out is reported on the console and
-// in the log only. The termination is performed on the main thread, so it waits until that thread
-// services its run loop. A time-out of less than a second terminates the tool at once if it runs
-// already, and never if it does not. Each time-out has a thread, which sleeps to its end. A form
-// with a time-out raises an exception when no thread can be started for it.
+// the method then ends as it would have without it, and the time-out is reported on the console, in
+// the log, and as the failure of the thread that waited. The termination is performed on the main
+// thread, so it waits until that thread services its run loop. A time-out of less than a second
+// terminates the tool at once if it runs already, and never if it does not. Each time-out has a
+// thread, which sleeps to its end. A form with a time-out raises an exception when no thread can be
+// started for it.
 //
 // The library sends -setupTimeout:, -timeout, -launchAsyncTask, -asyncTaskReturnData: and
 // -terminateAsyncTask to the instance itself, so that a subclass may extend them.

@@ -4,6 +4,7 @@
 
 #include "objc/bridge.h"
 #include "objc/tasks.h"
+#include "quillmoor/base/operation.h"
 #include "quillmoor/task/KXTaskEx.h"
 #include "quillmoor/task/bindings.h"
 
@@ -36,10 +37,18 @@ Bindings::TaskSink storeIn(NSTask** task) {
     };
 }
 
+void noteInvalidOutput() {
+    const quillmoor::Operation decoding("+[KXTaskEx stringFromTask:arguments:encoding:task:]");
+    noteFailure(quillmoor::Error{0, "the output is not valid in the encoding"});
+}
+
 // By the system, which knows more encodings than the library. @"" for nil.
 NSString* decoded(NSData* data, NSStringEncoding encoding) {
     if (data == nil) return @"";
-    return [[[NSString alloc] initWithData:data encoding:encoding] autorelease];
+    NSString* const text = [[[NSString alloc] initWithData:data encoding:encoding] autorelease];
+    // A tool that was terminated may have been in the middle of a character.
+    if (text == nil && !quillmoor::KXFailure::last()) noteInvalidOutput();
+    return text;
 }
 
 NSNotification* envelopeOf(const AsyncTaskNotification& notification) {

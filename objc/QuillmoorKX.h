@@ -2,6 +2,7 @@
 #import "KXAuthorization.h"
 #import "KXDefines.h"
 #import "KXException.h"
+#import "KXFailure.h"
 #import "KXFileManager.h"
 #import "KXLocalPaths.h"
 #import "KXLog.h"

@@ -24,6 +24,7 @@ int main(void) {
     NSString *text = [KXTaskEx stringFromTask:@"/bin/echo" arguments:nil];
     [KXLog appendLog:@"%@", [KXLocalPaths libraryDirectory:YES]];
     [KXException didTimeout:nil];
+    [KXFailure clearLastFailure];
     BOOL moved = [[KXAuthorization sharedController] authMoveFile:text toPath:nil];
     return [KXFileManager moveFile:text toPath:nil timeout:30] && moved ? 0 : 1;
 }
