@@ -31,6 +31,13 @@ OptionalPath unpackInto(const PrivateFolder& folder, const std::string& archive)
     return application;
 }
 
+// Directly after an unpacking that has failed.
+Removal notUnpacked() {
+    const auto failure = KXFailure::last();
+    return {RemovalOutcome::NotUnpacked, std::nullopt,
+            failure ? OptionalString(failure->description) : std::nullopt};
+}
+
 // The program of the unpacked application, for the system that it was built for. Whether it can be
 // run shows when it is: a file system may forbid it to all programs.
 OptionalPath programOf(const std::string& application) {
@@ -150,7 +157,7 @@ Removal openUninstaller(const std::string& archive, const std::function<bool()>&
     PrivateFolder folder;
     const OptionalPath uninstaller = unpackInto(folder, archive);
     if (isInterrupted()) return {RemovalOutcome::Interrupted, std::nullopt};
-    if (!uninstaller) return {RemovalOutcome::NotUnpacked, std::nullopt};
+    if (!uninstaller) return notUnpacked();
     if (!platform::current().applications->openFile(*uninstaller))
         return {RemovalOutcome::NotStarted, std::nullopt};
     folder.keep();
@@ -164,15 +171,15 @@ Removal runUninstaller(const std::string& archive, const Patience& patience, con
     const OptionalPath uninstaller = unpackInto(folder, archive);
     if (patience.isInterrupted()) return {RemovalOutcome::Interrupted, std::nullopt};
     const OptionalPath program = uninstaller ? programOf(*uninstaller) : std::nullopt;
-    if (!program) return {RemovalOutcome::NotUnpacked, std::nullopt};
+    if (!program) return notUnpacked();
 
     const auto task = system.tasks->makeTask();
     setProgram(*task, *program, patience.ignoredSignals);
     task->setStandardOutput(system.fileHandles->makePipe());
     try {
         task->launch();
-    } catch (const platform::Exception&) {
-        return {RemovalOutcome::NotStarted, std::nullopt};
+    } catch (const platform::Exception& exception) {
+        return {RemovalOutcome::NotStarted, std::nullopt, exception.reason()};
     }
     const RemovalOutcome outcome = run(*task, patience, deadline, sink);
     if (!task->isRunning()) return {outcome, std::nullopt};

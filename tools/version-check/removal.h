@@ -23,6 +23,8 @@ struct Removal {
     RemovalOutcome outcome;
     // Where the uninstaller is, if it was kept: opened, or still running after SIGTERM.
     OptionalPath uninstaller;
+    // Why it was not unpacked or not started, where that is known.
+    OptionalString reason{};
 };
 
 struct Patience {

@@ -106,7 +106,8 @@ std::string sentence(const Removal& removal) {
                         ? ", and still runs: " + printable(*removal.uninstaller) + "\n"
                         : std::string(".\n"));
         case RemovalOutcome::NotUnpacked:
-            return "The uninstaller could not be unpacked.\n";
+            return "The uninstaller could not be unpacked" +
+                   (removal.reason ? ": " + printable(*removal.reason) : "") + ".\n";
         case RemovalOutcome::NotStarted:
             break;
     }
@@ -123,6 +124,7 @@ std::string json(const Product& product, const OptionalString& comparedWith, con
     Json object = objectOf(product, comparedWith);
     object["removal"] = {{"outcome", nameOf(removal.outcome)},
                          {"uninstaller", orNull(removal.uninstaller)},
+                         {"reason", orNull(removal.reason)},
                          {"output", output}};
     return written(object);
 }

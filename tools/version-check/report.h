@@ -17,7 +17,7 @@ std::string sentence(const Removal& removal);
 //   {"product": …, "state": "absent|older|same|newer|installed", "path": …, "version": …,
 //    "comparedWith": …, "removal": {"outcome": "opened|removed|left|timed out|interrupted|not
 //    unpacked|not started",
-//      "uninstaller": …, "output": […]}}
+//      "uninstaller": …, "reason": …, "output": […]}}
 // What is not known is null; "removal" is there if the product was to be removed.
 std::string json(const Product& product, const OptionalString& comparedWith);
 std::string json(const Product& product, const OptionalString& comparedWith, const Removal& removal,

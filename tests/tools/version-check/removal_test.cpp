@@ -179,6 +179,16 @@ TEST_F(RemovalTest, NothingIsRunThatWasNotUnpacked) {
     EXPECT_TRUE(isTemporaryFolderEmpty());
 }
 
+TEST_F(RemovalTest, WhyNothingWasUnpackedIsReported) {
+    uninstallerDoes("");
+    std::filesystem::remove(folder_ / "tool");
+    EXPECT_EQ(run().reason, "“tool” is not executable");
+    script("tool", "true");
+    EXPECT_EQ(run().reason, "“uninstaller” couldn’t be created by the tool");
+    script("tool", "mkdir -p \"$3/Another.app\"");
+    EXPECT_EQ(run().reason, std::nullopt);
+}
+
 TEST_F(RemovalTest, AnApplicationWithoutAProgramIsNotRun) {
     for (const char* keys : {"", "<key>CFBundleExecutable</key><string>none</string>",
                              "<key>CFBundleExecutable</key><array/>",

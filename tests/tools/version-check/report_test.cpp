@@ -44,6 +44,8 @@ TEST(Report, SaysHowTheRemovalEnded) {
     }
     EXPECT_EQ(sentence(Removal{RemovalOutcome::NotUnpacked, {}}),
               "The uninstaller could not be unpacked.\n");
+    EXPECT_EQ(sentence(Removal{RemovalOutcome::NotUnpacked, {}, "“a\n” is not executable"}),
+              "The uninstaller could not be unpacked: “a\\x0a” is not executable.\n");
     EXPECT_EQ(sentence(Removal{RemovalOutcome::NotStarted, {}}),
               "The uninstaller could not be started from the temporary folder. Where that forbids "
               "programs, TMPDIR can name another.\n");
@@ -59,7 +61,9 @@ TEST(Report, IsOneJsonObjectOnRequest) {
     EXPECT_EQ(removed, Json::parse(R"({"product": "com.quillmoor.tallyframe", "state": "older",
                               "path": "/Applications/Tally\nframe.app", "version": "1.5",
                               "comparedWith": "2", "removal": {"outcome": "timed out",
-                              "uninstaller": "/tmp/U.app", "output": ["a", "b"]}})"));
+                              "uninstaller": "/tmp/U.app", "reason": null, "output": ["a", "b"]}})"));
+    const Removal refused{RemovalOutcome::NotStarted, {}, "why"};
+    EXPECT_EQ(Json::parse(json(Product{}, {}, refused, {}))["removal"]["reason"], "why");
 }
 
 TEST(Report, NamesEachStateAndOutcomeInJson) {
