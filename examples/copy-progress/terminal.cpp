@@ -2,6 +2,7 @@
 // (Ctrl-C), it removes what it has copied. The exit status is 0 if the copy is complete.
 #include <csignal>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 #include "examples/copy-progress/copy_listener.h"
@@ -10,6 +11,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using quillmoor::KXFailure;
 using quillmoor::KXFileManager;
 using quillmoor::copy_progress::CopyListener;
 using quillmoor::copy_progress::description;
@@ -41,7 +43,7 @@ int main(int argc, char** argv) {
     }
     const std::string source = argv[1];
     const std::string destination = argv[2];
-    // An existing item is not replaced, and would be taken for the finished copy below.
+    // An existing item would not be replaced: no need to begin.
     if (KXFileManager::fileExistsAtPath(destination)) {
         std::fprintf(stderr, "copy-with-progress: %s exists already\n", destination.c_str());
         return 1;
@@ -49,17 +51,20 @@ int main(int argc, char** argv) {
     std::signal(SIGINT, [](int) { interrupted = 1; });
 
     bool ended = false;
+    std::optional<KXFailure> failure;
     const auto listener = std::make_shared<CopyListener>();
     listener->progressed = show;
-    listener->finished = [&] { ended = true; };
+    listener->finished = [&] {
+        ended = true;
+        failure = KXFailure::last();
+    };
     if (!KXFileManager::copyFileWithProgress(source, destination, listener, nullptr)) return 1;
     // The run loop delivers the notices. It returns often enough to notice the interruption.
     while (!ended) {
         MainRunLoop::run(RunLoopMode::Default, std::chrono::steady_clock::now() + 50ms);
         if (interrupted != 0) listener->cancel();
     }
-    // The notice of the end does not report success, but a copy that fails leaves no destination.
-    const bool whole = KXFileManager::fileExistsAtPath(destination);
-    std::printf("\n%s\n", whole ? "Copied." : "Not copied; nothing is left of it.");
-    return whole ? 0 : 1;
+    // Nothing is left of a copy that failed.
+    std::printf("\n%s\n", failure ? failure->description.c_str() : "Copied.");
+    return failure ? 1 : 0;
 }

@@ -28,6 +28,12 @@ grep -q "exists already" "$work/err" || fail "it does not report why"
 "$program" "$work/gone" "$work/other" 2>/dev/null && fail "it copied an item that does not exist"
 [ ! -e "$work/other" ] || fail "something is left"
 
+mkdir "$work/odd"
+python3 -c 'import socket, sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$work/odd/socket"
+"$program" "$work/odd" "$work/other" >"$work/out" && fail "it copied a socket"
+grep -q '^“odd” couldn’t be copied: ' "$work/out" || fail "it does not report why it failed"
+[ ! -e "$work/other" ] || fail "something is left of a copy that failed"
+
 status=0
 "$program" 2>/dev/null || status=$?
 [ "$status" -eq 2 ] || fail "wrong use has status $status"
