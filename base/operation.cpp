@@ -42,8 +42,9 @@ std::string itemOf(const KXFailure& failure) {
 }
 
 std::string describe(const KXFailure& failure) {
-    if (failure.platformStatus != 0)
-        return itemOf(failure) + ": error " + std::to_string(failure.platformStatus);
+    const std::int32_t number =
+        failure.platformStatus != 0 ? failure.platformStatus : failure.systemError;
+    if (number != 0) return itemOf(failure) + ": error " + std::to_string(number);
     if (failure.reason == Reason::NotAuthorized && !failure.path)
         return "administrator rights were not granted";
     if (failure.reason == Reason::MissingArgument) return "an argument is missing";
@@ -67,10 +68,6 @@ Operation::~Operation() {
     else
         complete();
     passOn();
-}
-
-Operation* Operation::current() noexcept {
-    return innermost;
 }
 
 // The paths are taken now: what they belong to may be gone when the operation ends.

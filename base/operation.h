@@ -49,9 +49,6 @@ class Operation {
 
     void end(bool succeeded) noexcept { succeeded_ = succeeded; }
 
-    // The innermost of this thread; null outside all operations.
-    static Operation* current() noexcept;
-
     // Each note replaces the one before. A nil path stands for that of the call.
     void note(KXFailure::Reason reason, int systemError, const char* description,
               const OptionalPath& path) noexcept;
